@@ -1,0 +1,143 @@
+// The host protocol's numbers, each with its name and type, once: parameter groups, parameters, events.
+// The adaptor and the host command share this header.
+#pragma once
+
+#include "bm/Params.h"
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+namespace BM_ADAPTOR {
+
+// One line a group: name, number.
+#define BMI_GROUP_LIST(GROUP)                                                                                          \
+    GROUP(BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL, 0x100)                                                             \
+    GROUP(BMI_GROUP_HARDWARE_AMC_LED_INTERNAL, 0x200)                                                                  \
+    GROUP(BMI_GROUP_HARDWARE_AMC_FRU_TABLE, 0x300)                                                                     \
+    GROUP(BMI_GROUP_HARDWARE_RTM_FRU_TABLE, 0x400)                                                                     \
+    GROUP(BMI_GROUP_FIRMWARE_UPDATE, 0x600)                                                                            \
+    GROUP(BMI_GROUP_HARDWARE_AMC_DSP_TABLE, 0x1200)                                                                    \
+    GROUP(BMI_GROUP_HARDWARE_BOARD, 0x30000)                                                                           \
+    GROUP(BMI_GROUP_BM_IPMI_BASEBOARD_LED, 0x30100)                                                                    \
+    GROUP(BMI_GROUP_HARDWARE_AMC_TABLE, 0x30200)                                                                       \
+    GROUP(BMI_GROUP_HARDWARE_AMC_LED_TABLE, 0x30300)                                                                   \
+    GROUP(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, 0x30d10)                                                                \
+    GROUP(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, 0x30e00)
+
+// One line a parameter: name, number, value type, whether it is a key. In the order of the numbers.
+#define BMI_PARAMETER_LIST(PARAMETER)                                                                                  \
+    PARAMETER(BMI_HW_BB_LED_ID, 0x101, BMI_PARAM_INT, true)                                                            \
+    PARAMETER(BMI_HW_BB_LED_ON_TIME, 0x102, BMI_PARAM_INT, false)                                                      \
+    PARAMETER(BMI_HW_BB_LED_OFF_TIME, 0x103, BMI_PARAM_INT, false)                                                     \
+    PARAMETER(BMI_HW_BB_LED_LAMP_TEST, 0x104, BMI_PARAM_INT, false)                                                    \
+    PARAMETER(BMI_HW_BB_LED_LOCAL_CONTROL, 0x105, BMI_PARAM_INT, false)                                                \
+    PARAMETER(BMI_HW_BB_LED_SUPPORTS_WHITE, 0x106, BMI_PARAM_BOOL, false)                                              \
+    PARAMETER(BMI_HW_BB_LED_SUPPORTS_ORANGE, 0x107, BMI_PARAM_BOOL, false)                                             \
+    PARAMETER(BMI_HW_BB_LED_SUPPORTS_AMBER, 0x108, BMI_PARAM_BOOL, false)                                              \
+    PARAMETER(BMI_HW_BB_LED_SUPPORTS_GREEN, 0x109, BMI_PARAM_BOOL, false)                                              \
+    PARAMETER(BMI_HW_BB_LED_SUPPORTS_RED, 0x10A, BMI_PARAM_BOOL, false)                                                \
+    PARAMETER(BMI_HW_BB_LED_SUPPORTS_BLUE, 0x10B, BMI_PARAM_BOOL, false)                                               \
+    PARAMETER(BMI_HW_BB_LED_COLOR, 0x10C, BMI_PARAM_INT, false)                                                        \
+    PARAMETER(BMI_HW_AMC_LED_ID, 0x201, BMI_PARAM_INT, true)                                                           \
+    PARAMETER(BMI_HW_AMC_LED_ON_TIME, 0x202, BMI_PARAM_INT, false)                                                     \
+    PARAMETER(BMI_HW_AMC_LED_OFF_TIME, 0x203, BMI_PARAM_INT, false)                                                    \
+    PARAMETER(BMI_HW_AMC_LED_LAMP_TEST, 0x204, BMI_PARAM_INT, false)                                                   \
+    PARAMETER(BMI_HW_AMC_LED_LOCAL_CONTROL, 0x205, BMI_PARAM_INT, false)                                               \
+    PARAMETER(BMI_HW_AMC_LED_SUPPORTS_WHITE, 0x206, BMI_PARAM_BOOL, false)                                             \
+    PARAMETER(BMI_HW_AMC_LED_SUPPORTS_ORANGE, 0x207, BMI_PARAM_BOOL, false)                                            \
+    PARAMETER(BMI_HW_AMC_LED_SUPPORTS_AMBER, 0x208, BMI_PARAM_BOOL, false)                                             \
+    PARAMETER(BMI_HW_AMC_LED_SUPPORTS_GREEN, 0x209, BMI_PARAM_BOOL, false)                                             \
+    PARAMETER(BMI_HW_AMC_LED_SUPPORTS_RED, 0x20A, BMI_PARAM_BOOL, false)                                               \
+    PARAMETER(BMI_HW_AMC_LED_SUPPORTS_BLUE, 0x20B, BMI_PARAM_BOOL, false)                                              \
+    PARAMETER(BMI_HW_AMC_LED_COLOR, 0x20C, BMI_PARAM_INT, false)                                                       \
+    PARAMETER(BMI_HW_AMC_LED_BAY, 0x20D, BMI_PARAM_INT, true)                                                          \
+    PARAMETER(BMI_HW_AMC_FRU_FIELD_A, 0x301, BMI_PARAM_INT, false)                                                     \
+    PARAMETER(BMI_HW_AMC_FRU_FIELD_B, 0x302, BMI_PARAM_INT, false)                                                     \
+    PARAMETER(BMI_HW_AMC_FRU_BAY, 0x303, BMI_PARAM_INT, true)                                                          \
+    PARAMETER(BMI_HW_RTM_FRU_FRAMER_TYPE, 0x401, BMI_PARAM_INT, false)                                                 \
+    PARAMETER(BMI_HW_RTM_FRU_NUM_FRAMERS, 0x402, BMI_PARAM_INT, false)                                                 \
+    PARAMETER(BMI_HW_RTM_FRU_TRUNKS_PER_FRAMER, 0x403, BMI_PARAM_INT, false)                                           \
+    PARAMETER(BMI_FW_UPDATE_TARGET, 0x601, BMI_PARAM_UINT, false)                                                      \
+    PARAMETER(BMI_FW_UPDATE_STATE, 0x602, BMI_PARAM_UINT, false)                                                       \
+    PARAMETER(BMI_FW_UPDATE_FILE, 0x605, BMI_PARAM_STRING, false)                                                      \
+    PARAMETER(BMI_FW_UPDATE_BAY, 0x606, BMI_PARAM_UINT, false)                                                         \
+    PARAMETER(BMI_HW_AMC_DSP_BAY, 0x1201, BMI_PARAM_INT, true)                                                         \
+    PARAMETER(BMI_HW_AMC_DSP_NUM, 0x1202, BMI_PARAM_INT, true)                                                         \
+    PARAMETER(BMI_HW_AMC_DSP_MAC, 0x1203, BMI_PARAM_STRING, false)                                                     \
+    PARAMETER(BMI_HW_BOARD_PRODUCT_NAME, 0x30001, BMI_PARAM_STRING, false)                                             \
+    PARAMETER(BMI_HW_BOARD_LOCATION, 0x30002, BMI_PARAM_INT, false)                                                    \
+    PARAMETER(BMI_HW_BOARD_MANUFACTURER, 0x30003, BMI_PARAM_STRING, false)                                             \
+    PARAMETER(BMI_HW_BOARD_PRODUCT_SERIAL, 0x30004, BMI_PARAM_STRING, false)                                           \
+    PARAMETER(BMI_HW_BOARD_PRODUCT_VERSION, 0x30005, BMI_PARAM_STRING, false)                                          \
+    PARAMETER(BMI_HW_BOARD_FW_VERSION, 0x30006, BMI_PARAM_STRING, false)                                               \
+    PARAMETER(BMI_HW_BOARD_PART_NUMBER, 0x30007, BMI_PARAM_STRING, false)                                              \
+    PARAMETER(BMI_HW_BOARD_RESET_BASEBOARD, 0x30008, BMI_PARAM_BOOL, false)                                            \
+    PARAMETER(BMI_HW_BOARD_RESET_ENTIRE_CARD, 0x30009, BMI_PARAM_BOOL, false)                                          \
+    PARAMETER(BMI_HW_BB_LED_TYPE, 0x30101, BMI_PARAM_INT, true)                                                        \
+    PARAMETER(BMI_HW_BB_LED_STATE_COLOR, 0x30102, BMI_PARAM_INT, false)                                                \
+    PARAMETER(BMI_HW_BB_LED_STATE_MODE, 0x30103, BMI_PARAM_INT, false)                                                 \
+    PARAMETER(BMI_HW_AMC_BAY, 0x30201, BMI_PARAM_INT, true)                                                            \
+    PARAMETER(BMI_HW_AMC_PRODUCT_NAME, 0x30202, BMI_PARAM_STRING, false)                                               \
+    PARAMETER(BMI_HW_AMC_MANUFACTURER, 0x30203, BMI_PARAM_STRING, false)                                               \
+    PARAMETER(BMI_HW_AMC_SERIAL, 0x30204, BMI_PARAM_STRING, false)                                                     \
+    PARAMETER(BMI_HW_AMC_PRODUCT_VERSION, 0x30205, BMI_PARAM_STRING, false)                                            \
+    PARAMETER(BMI_HW_AMC_FW_VERSION, 0x30206, BMI_PARAM_STRING, false)                                                 \
+    PARAMETER(BMI_HW_AMC_PART_NUMBER, 0x30207, BMI_PARAM_STRING, false)                                                \
+    PARAMETER(BMI_HW_AMC_RUN_STATUS, 0x30208, BMI_PARAM_INT, false)                                                    \
+    PARAMETER(BMI_HW_AMC_LED_TABLE_BAY, 0x30301, BMI_PARAM_INT, true)                                                  \
+    PARAMETER(BMI_HW_AMC_LED_TYPE, 0x30302, BMI_PARAM_INT, true)                                                       \
+    PARAMETER(BMI_HW_AMC_LED_STATE_COLOR, 0x30303, BMI_PARAM_INT, false)                                               \
+    PARAMETER(BMI_HW_AMC_LED_STATE_MODE, 0x30304, BMI_PARAM_INT, false)                                                \
+    PARAMETER(BMI_HW_AMC_DSP_EX_INDEX, 0x30d11, BMI_PARAM_INT, true)                                                   \
+    PARAMETER(BMI_HW_AMC_DSP_EX_NUM, 0x30d12, BMI_PARAM_INT, true)                                                     \
+    PARAMETER(BMI_HW_AMC_DSP_EX_MAC, 0x30d13, BMI_PARAM_STRING, false)                                                 \
+    PARAMETER(BMI_HW_AMC_DSP_EX_IP, 0x30d14, BMI_PARAM_STRING, false)                                                  \
+    PARAMETER(BMI_HW_AMC_SWITCHPORT_INDEX, 0x30e01, BMI_PARAM_INT, true)                                               \
+    PARAMETER(BMI_HW_AMC_SWITCHPORT_NUM, 0x30e02, BMI_PARAM_INT, true)                                                 \
+    PARAMETER(BMI_HW_AMC_SWITCHPORT_ADMIN, 0x30e03, BMI_PARAM_INT, false)                                              \
+    PARAMETER(BMI_HW_AMC_SWITCHPORT_OPER, 0x30e04, BMI_PARAM_INT, false)                                               \
+    PARAMETER(BMI_HW_AMC_SWITCHPORT_NAME, 0x30e05, BMI_PARAM_STRING, false)                                            \
+    PARAMETER(BMI_HW_AMC_SWITCHPORT_TYPE, 0x30e06, BMI_PARAM_INT, true)
+
+#define BMI_ENUMERATOR(name, number, ...) name = (number),
+
+enum BMIGroup_e : uint32_t { BMI_GROUP_LIST(BMI_ENUMERATOR) };
+enum BMIParamId_e : uint32_t { BMI_PARAMETER_LIST(BMI_ENUMERATOR) };
+
+#undef BMI_ENUMERATOR
+
+/// Registered with the host, though no handler answers them.
+constexpr uint32_t BMI_GROUP_UNSERVED_30D00 = 0x30d00;
+constexpr uint32_t BMI_GROUP_UNSERVED_30E10 = 0x30e10;
+
+/// The event class that the adaptor registers for, and the number that its events carry.
+constexpr uint32_t BMI_EVENT_CLASS = 5;
+constexpr uint32_t BMI_EVENT_NUMBER = 5;
+/// The run status of an AMC was written.
+constexpr uint32_t BMI_EVENT_AMC_RUN_STATUS = 0x70402;
+
+struct GROUP_NAME {
+    std::string_view m_Name;
+    uint32_t m_Group;
+};
+
+struct PARAMETER_NAME {
+    std::string_view m_Name;
+    uint32_t m_Id;
+    BMIParamType_e m_Type;
+    bool m_Key;
+};
+
+#define BMI_GROUP_ROW(name, number) GROUP_NAME{#name, number},
+#define BMI_PARAMETER_ROW(name, number, type, key) PARAMETER_NAME{#name, number, type, key},
+
+inline constexpr auto g_GroupNames = std::to_array<GROUP_NAME>({BMI_GROUP_LIST(BMI_GROUP_ROW)});
+inline constexpr auto g_ParameterNames = std::to_array<PARAMETER_NAME>({BMI_PARAMETER_LIST(BMI_PARAMETER_ROW)});
+
+#undef BMI_GROUP_ROW
+#undef BMI_PARAMETER_ROW
+#undef BMI_GROUP_LIST
+#undef BMI_PARAMETER_LIST
+
+} // namespace BM_ADAPTOR
