@@ -1,0 +1,50 @@
+// Log lines to the logger object that the host gave: formatted only when they will be written.
+#include "common/veldo_common_trace.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+#include <new>
+
+namespace BM_ADAPTOR {
+
+const char* g_ComponentName = IPMI_ADAPTOR_COMPONENT;
+
+namespace {
+
+void __attribute__((format(printf, 3, 0)))
+Write(CBaseOsLog& a_Logger, int a_Level, const char* a_Format, va_list a_Arguments) {
+    std::array<char, 512> l_Line{};
+    va_list l_Again;
+    va_copy(l_Again, a_Arguments);
+    const int l_Length = vsnprintf(l_Line.data(), l_Line.size(), a_Format, a_Arguments);
+    std::unique_ptr<char[]> l_Long;
+    if (l_Length >= static_cast<int>(l_Line.size())) {
+        const auto l_Size = static_cast<std::size_t>(l_Length) + 1;
+        l_Long.reset(new (std::nothrow) char[l_Size]); // without memory the beginning of the line is written
+        if (l_Long) vsnprintf(l_Long.get(), l_Size, a_Format, l_Again);
+    }
+    va_end(l_Again);
+    a_Logger.Log(a_Level, g_ComponentName, l_Long ? l_Long.get() : l_Line.data());
+}
+
+} // namespace
+
+void LogTrace(CBaseOsLog* a_Logger, const char* a_Format, ...) {
+    if (a_Logger == nullptr || !TracesOn()) return;
+    va_list l_Arguments;
+    va_start(l_Arguments, a_Format);
+    Write(*a_Logger, BM_LOG_DEBUG, a_Format, l_Arguments);
+    va_end(l_Arguments);
+}
+
+void LogError(CBaseOsLog* a_Logger, const char* a_Format, ...) {
+    if (a_Logger == nullptr) return;
+    va_list l_Arguments;
+    va_start(l_Arguments, a_Format);
+    Write(*a_Logger, BM_LOG_ERROR, a_Format, l_Arguments);
+    va_end(l_Arguments);
+}
+
+} // namespace BM_ADAPTOR

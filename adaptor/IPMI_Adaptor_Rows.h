@@ -1,0 +1,22 @@
+// Typed helpers for the host's rows and keys.
+#pragma once
+
+#include "adaptor/IPMI_Adaptor_Groups.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace BM_ADAPTOR {
+
+/// The integer with this id, of either integer type; nothing when the set is null, has none, or has another type.
+std::optional<int32_t> IntParam(const CBMIParams* a_Params, BMIParamId_e a_Id);
+/// The boolean with this id; false when it is absent or of another type.
+bool BoolParam(const CBMIParams* a_Params, BMIParamId_e a_Id);
+
+/// Add one parameter, a key or a value, to the end of the row.
+void AddKey(CBMIParams& a_Row, BMIParamId_e a_Id, int32_t a_Value);
+void AddInt(CBMIParams& a_Row, BMIParamId_e a_Id, int32_t a_Value);
+void AddText(CBMIParams& a_Row, BMIParamId_e a_Id, const std::string& a_Value);
+
+} // namespace BM_ADAPTOR

@@ -1,0 +1,9 @@
+// The two texts that the library exports for tools that ask what is installed.
+#pragma once
+
+extern "C" {
+
+/// Constant texts, valid as long as the library is mapped; callable at any time from any thread.
+const char* VELDO_GetCopyRight();
+const char* VELDO_VersionString();
+}

@@ -1,0 +1,22 @@
+// Log lines to the logger object that the host gave: formatted only when they will be written.
+#pragma once
+
+#include "bm/Log.h"
+
+namespace BM_ADAPTOR {
+
+/// The component under which the logger object is called; the adaptor's constructor sets it.
+inline constexpr const char* IPMI_ADAPTOR_COMPONENT = "IPMI-Adaptor";
+extern const char* g_ComponentName;
+
+/// The one gate of every trace: level 7 is written only while the host's global log level is 3.
+inline bool TracesOn() {
+    return BM_LOG_LEVEL == BM_LOG_ERROR;
+}
+
+/// Writes a trace (level 7) or an error (level 3) to `a_Logger`; a null logger is harmless. Never throws. While traces
+/// are off, a trace costs the evaluation of its arguments: nothing is formatted and nothing allocated.
+void LogTrace(CBaseOsLog* a_Logger, const char* a_Format, ...) __attribute__((format(printf, 2, 3)));
+void LogError(CBaseOsLog* a_Logger, const char* a_Format, ...) __attribute__((format(printf, 2, 3)));
+
+} // namespace BM_ADAPTOR
