@@ -25,8 +25,10 @@ void DestroyAdaptor(void* a_Adaptor);
 namespace BM_ADAPTOR {
 
 class IPMI_MonitorThread;
-class IPMI_SWITCHPORT;
-struct IPMI_DSP_Info_S;
+class IPMITHREAD;
+
+/// Root of the board's tools and files: the environment variable TARSK_KORVEL_DIR, or its default.
+std::string InstallDir();
 
 /// Results of the handlers, as the host reads them.
 enum HANDLER_RESULT_e : int {
@@ -80,12 +82,14 @@ public:
 private:
     friend struct ::IPMI_TEST_ACCESS;
 
+    bool mTouchesBoard() const;
     int mRegister();
-    void mUnregister();
     void mWaitForModel();
     int mInitBoard(int a_Result);
     int mStartAMC();
     int mSetVXP(bool a_Start);
+    int32_t mCachedRunStatus(int a_Bay);
+    void mCacheRunStatus(int a_Bay, int32_t a_RunStatus);
 
     std::atomic<int32_t> m_State = ADAPTOR_CREATED;
     // Reserved values of the object's layout; nothing reads them.
@@ -97,15 +101,14 @@ private:
     IBMAdaptorMgr* m_Manager = nullptr;
     CBaseOsLog* m_Logger = nullptr;
     OSAL::OSALMutex m_Mutex;
+    static IPMITHREAD* s_DomainThread; ///< the process's one; never deleted
     std::map<int, std::string> m_DspMacMap; ///< DSP number, from 1, to its MAC; its size is the number of DSPs known
     int32_t m_RTMPresent = 0;               ///< the two start-up values
     int32_t m_NumFramers = 0;
     int32_t m_Reserved3 = 4;
     void* m_PCIHandle = nullptr;                     ///< 8 zeroed bytes, the board driver's PCI memory handle
-    std::map<int, IPMI_SWITCHPORT*> m_SwitchPortMap; ///< by port number; owned
     QUB_STORAGE::CDataStorage* m_Storage = nullptr;
     std::string m_InstallDir;              ///< root of the board's tools and files
-    IPMI_DSP_Info_S* m_pDspInfo = nullptr; ///< handed to the health monitor
     IPMI_MonitorThread* m_Monitor = nullptr;
 };
 

@@ -13,7 +13,6 @@
 #include <map>
 #include <memory>
 #include <span>
-#include <vector>
 
 class CBaseOsLog;
 struct IPMI_TEST_ACCESS;
@@ -71,6 +70,9 @@ public:
 namespace BM_ADAPTOR {
 
 class IPMITHREAD;
+
+/// The local controller's IPMB address.
+inline constexpr int LOCAL_IPMB_ADDRESS = 0x20;
 
 /// The request outstanding. The numbers are shown in traces.
 enum PROBE_STATE_e : int32_t {
@@ -182,16 +184,16 @@ private:
     bool InState(int a_State, const char* a_WrongState) const;
 
     void AddEntity(int a_FRUID, int a_EntityID, int a_Instance);
-    IPMI_ENTITY* FindEntity(int a_FRUID) const;
-    void NoteAddressInfo(const FRUADDRESSINFO& a_Info);
+    IPMI_ENTITY* FindEntity(int a_FRUID);
+    void NoteAddressInfo(std::unique_ptr<FRUADDRESSINFO> a_Info);
     void TraceAMCSearch() const;
-    void AddLEDs(IPMI_ENTITY& a_Entity, int a_Count) const;
+    static void AddLEDs(IPMI_ENTITY& a_Entity, int a_Count);
+    int BeginColorCaps(int a_FRUID);
     int ContinueWithLEDsOf(int a_FRUID);
-    int ContinueChunks();
-    int CompleteFRU();
-    int AbandonForLackOfBuffer();
-    SDR* SDRFor(uint16_t a_RecordID, std::span<const unsigned char> a_Header);
-    int AppendSDRData(SDR& a_Record, std::span<const unsigned char> a_Data, uint16_t a_NextRecordID);
+    int CompleteFRU(FRURAWDATA& a_Raw);
+    SDR* SDRFor(uint16_t a_RecordID, std::span<const unsigned char> a_Data) const;
+    static void AppendSDRData(SDR& a_Record, std::span<const unsigned char> a_Data);
+    int EndSDRWalk();
 
     std::atomic<int32_t> m_State = PROBE_IDLE; ///< PROBE_STATE_e
     IPMITHREAD* m_Thread;
@@ -212,6 +214,7 @@ private:
     OSAL::OSALMutex m_MapMutex;
     OSAL::OSALMutex m_GetLEDSignal; ///< completion latch of the synchronous LED read
     OSAL::OSALMutex m_SetLEDSignal; ///< and of the write
+    bool m_bColorCapsBegun = false; ///< a FRU with LEDs was found
     bool m_bSuperseded = false;
     bool m_bHandedOver = false; ///< the model owns the entities
 };

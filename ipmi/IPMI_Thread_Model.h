@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <shared_mutex>
 #include <string>
@@ -139,6 +140,8 @@ public:
     /// The first FRU record and the first controller by name, or null.
     IPMI_FRU* FirstFRU() const;
     IPMI_MC* FirstMC() const;
+    /// Puts a record under its name. A record it replaces stays allocated: a host thread may have kept its address.
+    void StoreFRU(std::unique_ptr<IPMI_FRU> a_FRU);
 
     int32_t m_Channel;
     int32_t m_Address;
@@ -154,6 +157,9 @@ public:
     int32_t m_SiteValue = 0;           ///< the same number, for AMC and RTM as probed
     int32_t m_FRUDeviceID = 0;         ///< FRU device id under which the probe found the entity
     int32_t m_IPMB0Address = 0;        ///< IPMB-0 address of the Get Address Info reply
+
+private:
+    std::vector<std::unique_ptr<IPMI_FRU>> m_ReplacedFRUs;
 };
 
 extern bool g_bCompleteIPMISimulation; ///< the whole inventory is simulated

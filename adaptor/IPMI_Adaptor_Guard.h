@@ -1,0 +1,26 @@
+// The plug-in's boundary: no exception passes from an operation to the host.
+#pragma once
+
+#include "adaptor/IPMI_Adaptor.h"
+#include "bm/Log.h"
+
+#include <exception>
+
+namespace BM_ADAPTOR {
+
+/// Components of the host's log.
+inline constexpr const char* COMPONENT_IPMI_ADAPTOR = "IPMI Adaptor";
+inline constexpr const char* COMPONENT_MEDIA_ADAPTOR = "Media Adaptor";
+
+/// Calls an operation; whatever it throws is logged, and the operation has done nothing.
+template <typename OPERATION>
+int Guarded(const char* a_Name, OPERATION a_Operation) {
+    try {
+        return a_Operation();
+    } catch (const std::exception& l_Error) {
+        bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "IPMIAdaptor::%s() - %s", a_Name, l_Error.what());
+    }
+    return RESULT_NOTHING_DONE;
+}
+
+} // namespace BM_ADAPTOR
