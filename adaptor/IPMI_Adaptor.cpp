@@ -8,10 +8,14 @@
 #include <cstdlib>
 #include <new>
 
-void* CreateAdaptor() { return static_cast<BM_ADAPTOR::CBaseAdaptor*>(new BM_ADAPTOR::IPMIAdaptor); }
+void* CreateAdaptor() {
+    return static_cast<BM_ADAPTOR::CBaseAdaptor*>(new BM_ADAPTOR::IPMIAdaptor);
+}
 
 // Without the destructor, on purpose: the host has called Fin, and nothing in the object minds.
-void DestroyAdaptor(void* a_Adaptor) { ::operator delete(a_Adaptor); }
+void DestroyAdaptor(void* a_Adaptor) {
+    ::operator delete(a_Adaptor);
+}
 
 namespace BM_ADAPTOR {
 
@@ -26,12 +30,20 @@ IPMIAdaptor::IPMIAdaptor() : m_InstallDir(InstallDir()) {
 }
 
 // The switch port objects are Fin's to delete.
-IPMIAdaptor::~IPMIAdaptor() { delete m_Monitor; }
+IPMIAdaptor::~IPMIAdaptor() {
+    delete m_Monitor;
+}
 
-int IPMIAdaptor::CreateParams(unsigned, const CBMIKeys*, CBMIParams*) { return RESULT_NOTHING_DONE; }
+int IPMIAdaptor::CreateParams(unsigned, const CBMIKeys*, CBMIParams*) {
+    return RESULT_NOTHING_DONE;
+}
 
-int IPMIAdaptor::DeleteParams(unsigned, const CBMIKeys*) { return RESULT_OK; }
+int IPMIAdaptor::DeleteParams(unsigned, const CBMIKeys*) {
+    return RESULT_OK;
+}
 
-int IPMIAdaptor::ProcessEvent(unsigned, CBMIEvParams*) { return RESULT_OK; }
+int IPMIAdaptor::ProcessEvent(unsigned, CBMIEvParams*) {
+    return RESULT_OK;
+}
 
 } // namespace BM_ADAPTOR

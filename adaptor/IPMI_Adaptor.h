@@ -17,9 +17,9 @@ extern "C" {
 
 /// Makes one adaptor, a BM_ADAPTOR::CBaseAdaptor*. When the constructor throws, the memory is released and the
 /// exception passes to the host.
-void* CreateAdaptor();
+[[gnu::visibility("default")]] void* CreateAdaptor();
 /// Releases the object's memory, without its destructor: all clean-up that matters is Fin's. Null is ignored.
-void DestroyAdaptor(void* a_Adaptor);
+[[gnu::visibility("default")]] void DestroyAdaptor(void* a_Adaptor);
 }
 
 namespace BM_ADAPTOR {
@@ -34,6 +34,7 @@ std::string InstallDir();
 enum HANDLER_RESULT_e : int {
     RESULT_NOTHING_DONE = 0, ///< group not served, or the operation did nothing
     RESULT_OK = 1,           ///< also for an empty table
+    RESULT_NO_ARGUMENT = 2,  ///< keys or values are null (LED writes)
     RESULT_NOT_FOUND = 12,   ///< not found or failed (hardware tables)
     RESULT_NO_STATUS = 16    ///< an AMC write without a run status
 };
@@ -75,6 +76,10 @@ public:
     int AMC_HW_ReadTable(CBMITable*& a_Table);
     int AMC_HW_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values);
 
+    /// Writes one baseboard LED; so far only the complete simulation answers, which changes nothing. Other results are
+    /// RESULT_NO_ARGUMENT, RESULT_NOT_FOUND without the LED id, and 0 on a real blade.
+    int Baseboard_LED_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values);
+
     /// Reads the RTM override of the environment variable MAVK_RTM; see PSTN_MODE_e for the result. The outputs are
     /// set only for a complete simulated RTM.
     int ReadRTMConfig(int* a_FramerType, int* a_NumFramers, int* a_TrunksPerFramer);
@@ -101,14 +106,14 @@ private:
     IBMAdaptorMgr* m_Manager = nullptr;
     CBaseOsLog* m_Logger = nullptr;
     OSAL::OSALMutex m_Mutex;
-    static IPMITHREAD* s_DomainThread; ///< the process's one; never deleted
+    static IPMITHREAD* s_DomainThread;      ///< the process's one; never deleted
     std::map<int, std::string> m_DspMacMap; ///< DSP number, from 1, to its MAC; its size is the number of DSPs known
     int32_t m_RTMPresent = 0;               ///< the two start-up values
     int32_t m_NumFramers = 0;
     int32_t m_Reserved3 = 4;
-    void* m_PCIHandle = nullptr;                     ///< 8 zeroed bytes, the board driver's PCI memory handle
+    void* m_PCIHandle = nullptr; ///< 8 zeroed bytes, the board driver's PCI memory handle
     QUB_STORAGE::CDataStorage* m_Storage = nullptr;
-    std::string m_InstallDir;              ///< root of the board's tools and files
+    std::string m_InstallDir; ///< root of the board's tools and files
     IPMI_MonitorThread* m_Monitor = nullptr;
 };
 

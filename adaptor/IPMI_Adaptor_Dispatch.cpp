@@ -29,7 +29,8 @@ constexpr const char* AMC_LED_WRITE_LINE =
 
 // One row a group. A group whose handlers are not built yet, and a group that is only read, answers 0.
 constexpr GROUP_HANDLERS g_Groups[] = {
-    {BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL, nullptr, nullptr, nullptr, BASEBOARD_LED_WRITE_LINE},
+    {BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL, nullptr, nullptr, &IPMIAdaptor::Baseboard_LED_WriteParams,
+     BASEBOARD_LED_WRITE_LINE},
     {BMI_GROUP_HARDWARE_AMC_LED_INTERNAL, nullptr, nullptr, nullptr, nullptr},
     {BMI_GROUP_HARDWARE_AMC_FRU_TABLE, &IPMIAdaptor::AMC_FRU_ReadParams, &IPMIAdaptor::AMC_FRU_ReadTable, nullptr,
      nullptr},

@@ -25,9 +25,13 @@ bool BoolParam(const CBMIParams* a_Params, BMIParamId_e a_Id) {
     return l_Param != nullptr && l_Param->GetType() == BMI_PARAM_BOOL && l_Param->GetBool();
 }
 
-void AddKey(CBMIParams& a_Row, BMIParamId_e a_Id, int32_t a_Value) { a_Row.Add(IntegerParam(a_Id, true, a_Value)); }
+void AddKey(CBMIParams& a_Row, BMIParamId_e a_Id, int32_t a_Value) {
+    a_Row.Add(IntegerParam(a_Id, true, a_Value));
+}
 
-void AddInt(CBMIParams& a_Row, BMIParamId_e a_Id, int32_t a_Value) { a_Row.Add(IntegerParam(a_Id, false, a_Value)); }
+void AddInt(CBMIParams& a_Row, BMIParamId_e a_Id, int32_t a_Value) {
+    a_Row.Add(IntegerParam(a_Id, false, a_Value));
+}
 
 void AddText(CBMIParams& a_Row, BMIParamId_e a_Id, const std::string& a_Value) {
     CBMIParam l_Param(BMI_PARAM_STRING, a_Id, false);

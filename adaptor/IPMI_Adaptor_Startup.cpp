@@ -20,18 +20,10 @@ namespace {
 // In the order of their registration. The DSP table's 0x1200 is served and not registered, two groups are registered
 // and not served: hosts rely on both.
 constexpr unsigned REGISTERED_GROUPS[] = {
-    BMI_GROUP_HARDWARE_BOARD,
-    BMI_GROUP_BM_IPMI_BASEBOARD_LED,
-    BMI_GROUP_HARDWARE_AMC_TABLE,
-    BMI_GROUP_HARDWARE_AMC_LED_TABLE,
-    BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL,
-    BMI_GROUP_HARDWARE_AMC_LED_INTERNAL,
-    BMI_GROUP_HARDWARE_AMC_FRU_TABLE,
-    BMI_GROUP_HARDWARE_RTM_FRU_TABLE,
-    BMI_GROUP_FIRMWARE_UPDATE,
-    BMI_GROUP_UNSERVED_30D00,
-    BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE,
-    BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE,
+    BMI_GROUP_HARDWARE_BOARD,         BMI_GROUP_BM_IPMI_BASEBOARD_LED,          BMI_GROUP_HARDWARE_AMC_TABLE,
+    BMI_GROUP_HARDWARE_AMC_LED_TABLE, BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL, BMI_GROUP_HARDWARE_AMC_LED_INTERNAL,
+    BMI_GROUP_HARDWARE_AMC_FRU_TABLE, BMI_GROUP_HARDWARE_RTM_FRU_TABLE,         BMI_GROUP_FIRMWARE_UPDATE,
+    BMI_GROUP_UNSERVED_30D00,         BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE,  BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE,
     BMI_GROUP_UNSERVED_30E10,
 };
 
@@ -89,7 +81,8 @@ bool IPMIAdaptor::mTouchesBoard() const {
 // The result of the last registration is Init's provisional result.
 int IPMIAdaptor::mRegister() {
     if (m_Manager == nullptr) return RESULT_NOTHING_DONE;
-    for (const unsigned l_Group : REGISTERED_GROUPS) m_Manager->RegisterGroup(l_Group, this);
+    for (const unsigned l_Group : REGISTERED_GROUPS)
+        m_Manager->RegisterGroup(l_Group, this);
     return m_Manager->RegisterEventClass(BMI_EVENT_CLASS, this);
 }
 
@@ -127,7 +120,8 @@ int IPMIAdaptor::mInitBoard(int a_Result) {
 int IPMIAdaptor::Fin() {
     return Guarded("Fin", [&] {
         if (m_Manager != nullptr) {
-            for (const unsigned l_Group : REGISTERED_GROUPS) m_Manager->UnregisterGroup(l_Group);
+            for (const unsigned l_Group : REGISTERED_GROUPS)
+                m_Manager->UnregisterGroup(l_Group);
             m_Manager->UnregisterEventClass(BMI_EVENT_CLASS);
         }
         if (m_PCIHandle != nullptr) {
@@ -154,7 +148,9 @@ int IPMIAdaptor::Stop(structBmiDeviceInfoType*) {
 }
 
 // Without DSPs nothing is started; none are known before the DSP tables are there.
-int IPMIAdaptor::mStartAMC() { return m_DspMacMap.empty() ? RESULT_NOTHING_DONE : RESULT_OK; }
+int IPMIAdaptor::mStartAMC() {
+    return m_DspMacMap.empty() ? RESULT_NOTHING_DONE : RESULT_OK;
+}
 
 // Any value but 0 that system() gives is a failure here, not the exit code alone.
 int IPMIAdaptor::mSetVXP(bool a_Start) {

@@ -123,8 +123,8 @@ void IPMIAdaptor::mCacheRunStatus(int a_Bay, int32_t a_RunStatus) {
     const std::lock_guard l_Cache(sg_AMC_MAP_Lock);
     CACHED_AMC_INFO*& l_Cached = sg_AMC_MAP[a_Bay];
     if (l_Cached == nullptr) {
-        LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_WriteParams -No existing Run Status Inserting rs=%i slot=%i", a_RunStatus,
-                 a_Bay);
+        LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_WriteParams -No existing Run Status Inserting rs=%i slot=%i",
+                 a_RunStatus, a_Bay);
         l_Cached = new CACHED_AMC_INFO;
     } else {
         LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_WriteParams -Existing Run Status Changing rs=%i slot=%i", a_RunStatus,

@@ -29,9 +29,10 @@ int IPMIAdaptor::RTM_FRU_ReadParams(const CBMIKeys*, CBMIParams* a_Row) {
     int l_NumFramers = -1;
     int l_TrunksPerFramer = -1;
     const int l_Mode = ReadRTMConfig(&l_FramerType, &l_NumFramers, &l_TrunksPerFramer);
-    LogTrace(m_Logger,
-             "IPMIAdaptor :: RTM_FRU_ReadParams - file read rc=%i l_FramerType=%i l_NumFramers=%i l_NumTrunksPerFramer=%i",
-             l_Mode, l_FramerType, l_NumFramers, l_TrunksPerFramer);
+    LogTrace(
+        m_Logger,
+        "IPMIAdaptor :: RTM_FRU_ReadParams - file read rc=%i l_FramerType=%i l_NumFramers=%i l_NumTrunksPerFramer=%i",
+        l_Mode, l_FramerType, l_NumFramers, l_TrunksPerFramer);
     if (l_Mode == PSTN_MODE_SIMULATED) {
         AddFramers(*a_Row, l_FramerType, l_NumFramers, l_TrunksPerFramer);
         LogTrace(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - returning Simulated OK ");

@@ -4,6 +4,6 @@
 extern "C" {
 
 /// Constant texts, valid as long as the library is mapped; callable at any time from any thread.
-const char* VELDO_GetCopyRight();
-const char* VELDO_VersionString();
+[[gnu::visibility("default")]] const char* VELDO_GetCopyRight();
+[[gnu::visibility("default")]] const char* VELDO_VersionString();
 }

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <pthread.h>
 
 namespace BM_ADAPTOR {
 
@@ -30,6 +31,10 @@ Write(CBaseOsLog& a_Logger, int a_Level, const char* a_Format, va_list a_Argumen
 }
 
 } // namespace
+
+unsigned ThreadId() {
+    return static_cast<unsigned>(pthread_self());
+}
 
 void LogTrace(CBaseOsLog* a_Logger, const char* a_Format, ...) {
     if (a_Logger == nullptr || !TracesOn()) return;

@@ -14,6 +14,9 @@ inline bool TracesOn() {
     return BM_LOG_LEVEL == BM_LOG_ERROR;
 }
 
+/// The calling thread's number as traces show it, in 32 bits.
+unsigned ThreadId();
+
 /// Writes a trace (level 7) or an error (level 3) to `a_Logger`; a null logger is harmless. Never throws. While traces
 /// are off, a trace costs the evaluation of its arguments: nothing is formatted and nothing allocated.
 void LogTrace(CBaseOsLog* a_Logger, const char* a_Format, ...) __attribute__((format(printf, 2, 3)));

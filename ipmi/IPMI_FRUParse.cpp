@@ -22,7 +22,9 @@ constexpr int PRODUCT_FIRST_FIELD = 3; // behind version, length, language
 constexpr int MR_HEADER_SIZE = 5;
 constexpr unsigned char MR_END_OF_LIST = 0x80;
 
-unsigned Sum(const unsigned char* a_Data, int a_Length) { return std::accumulate(a_Data, a_Data + a_Length, 0U); }
+unsigned Sum(const unsigned char* a_Data, int a_Length) {
+    return std::accumulate(a_Data, a_Data + a_Length, 0U);
+}
 
 // The string fields of an area, one after the other.
 class FIELD_WALK {
@@ -142,9 +144,11 @@ int ParseMR(unsigned char* a_Data, int a_Offset, IPMI_FRU* a_FRU) {
     for (int l_Position = 0;;) {
         unsigned char* l_Header = a_Data + a_Offset + l_Position;
         LogTrace(g_Logger2, "ParseMR Processing MR record %i offset=%i ", l_Count, l_Position);
-        for (int i = 0; i < MR_HEADER_SIZE; ++i) LogTrace(g_Logger2, "Byte %i = 0x%x", i, l_Header[i]);
+        for (int i = 0; i < MR_HEADER_SIZE; ++i)
+            LogTrace(g_Logger2, "Byte %i = 0x%x", i, l_Header[i]);
         const bool l_Last = (l_Header[1] & MR_END_OF_LIST) != 0;
-        if (l_Last) LogTrace(g_Logger2, "ParseMR Processing MR record %i offset=%i No More Records", l_Count, l_Position);
+        if (l_Last)
+            LogTrace(g_Logger2, "ParseMR Processing MR record %i offset=%i No More Records", l_Count, l_Position);
         const int l_Length = l_Header[2];
         LogTrace(g_Logger2, "ParseMR Processing MR record %i offset=%i len=%i", l_Count, l_Position, l_Length);
 
@@ -160,8 +164,8 @@ int ParseMR(unsigned char* a_Data, int a_Offset, IPMI_FRU* a_FRU) {
         std::memcpy(l_Scratch.data(), l_Header + MR_HEADER_SIZE, static_cast<std::size_t>(l_Length));
         const unsigned l_DataSum = Sum(l_Header + MR_HEADER_SIZE, l_Length) + l_Header[3];
         if ((l_DataSum & 0xFF) != 0) {
-            LogError(g_Logger2, "ParseMR Processing MR record %i offset=%i -- BAD Data Checksum=%i", l_Count, l_Position,
-                     static_cast<int>(l_DataSum));
+            LogError(g_Logger2, "ParseMR Processing MR record %i offset=%i -- BAD Data Checksum=%i", l_Count,
+                     l_Position, static_cast<int>(l_DataSum));
             return l_Count;
         }
         LogTrace(g_Logger2, "ParseMR Processing MR record - data Checksum ok ");

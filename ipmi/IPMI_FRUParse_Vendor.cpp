@@ -11,7 +11,9 @@ constexpr int DSP_FIRST = 6; // byte of the first DSP's entry
 constexpr int DSP_ENTRY = 8;
 constexpr int DSP_ENTRY_USED = 7; // type and MAC
 
-int MinLength(uint8_t a_Kind) { return a_Kind == VENDOR_RECORD_RTM ? VENDOR_RTM_MIN_LENGTH : VENDOR_AMC_MIN_LENGTH; }
+int MinLength(uint8_t a_Kind) {
+    return a_Kind == VENDOR_RECORD_RTM ? VENDOR_RTM_MIN_LENGTH : VENDOR_AMC_MIN_LENGTH;
+}
 
 } // namespace
 

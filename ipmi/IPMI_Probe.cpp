@@ -50,7 +50,8 @@ std::span<const unsigned char> PROBE_REPLY::From(std::size_t a_Index) const {
 }
 
 ENTITYCAPTURE::ENTITYCAPTURE(ipmi_domain_t* a_Domain, IPMITHREAD* a_Thread, CBaseOsLog* a_Log)
-    : m_Thread(a_Thread), m_Domain(a_Domain) {
+    : m_Thread(a_Thread),
+      m_Domain(a_Domain) {
     g_Logger2 = a_Log;
 }
 
@@ -60,10 +61,13 @@ ENTITYCAPTURE::~ENTITYCAPTURE() {
         if (l_Entity == nullptr || l_Entity->m_FRUMap.count(l_FRU->m_Name) == 0) delete l_FRU;
     }
     if (!m_bHandedOver) {
-        for (auto& [l_FRUID, l_Entity] : m_FRUEntities) delete l_Entity;
+        for (auto& [l_FRUID, l_Entity] : m_FRUEntities)
+            delete l_Entity;
     }
-    for (auto& [l_FRUID, l_Raw] : m_FRURawData) delete l_Raw;
-    for (auto& [l_FRUID, l_Info] : m_FRUAddressInfo) delete l_Info;
+    for (auto& [l_FRUID, l_Raw] : m_FRURawData)
+        delete l_Raw;
+    for (auto& [l_FRUID, l_Info] : m_FRUAddressInfo)
+        delete l_Info;
 }
 
 // Sends to the local controller over the system interface. The result of OpenIPMI is for the caller's trace only.

@@ -21,7 +21,8 @@ int ParseAgain(FRURAWDATA& a_Raw, IPMI_FRU& a_FRU) {
     l_Earlier.swap(a_FRU.m_MultiRecords);
     const int l_Result = ParseFRUData(a_Raw.m_Data, &a_FRU);
     if (l_Result != FRU_PARSE_OK) l_Earlier.swap(a_FRU.m_MultiRecords);
-    for (MULTIRECORD* l_Record : l_Earlier) delete l_Record;
+    for (MULTIRECORD* l_Record : l_Earlier)
+        delete l_Record;
     return l_Result;
 }
 
@@ -80,8 +81,7 @@ int ENTITYCAPTURE::SendGetFRUChunk(int a_FRUID, int a_Offset) {
                                                  static_cast<unsigned char>(m_ReadFRUOffset & 0xFF),
                                                  static_cast<unsigned char>(m_ReadFRUOffset >> 8), CHUNK_SIZE};
     m_State = PROBE_FRU_CHUNK;
-    const int l_Result =
-        Send(IPMI_STORAGE_NETFN, IPMI_READ_FRU_DATA_CMD, l_Data, s_ReceivedFRUChunk, m_ReadFRUOffset);
+    const int l_Result = Send(IPMI_STORAGE_NETFN, IPMI_READ_FRU_DATA_CMD, l_Data, s_ReceivedFRUChunk, m_ReadFRUOffset);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetFRUChunk - rc=%i", l_Result);
     return 0;
 }
@@ -133,11 +133,12 @@ int ENTITYCAPTURE::CompleteFRU(FRURAWDATA& a_Raw) {
         LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUChunk - Parse of FRU data unsuccessful rc=%i", l_Result);
     } else {
         l_Entity->m_FRUMap[l_FRU->m_Name] = l_FRU;
-        LogTrace(g_Logger2,
-                 "ENTITYCAPTURE :: ReceivedFRUChunk - Parse of FRU data SUCCESS entity=0x%p Devid=%i l_FRU=0x%p name=%s "
-                 "entity fru size=%i",
-                 static_cast<void*>(l_Entity), m_FRUID, static_cast<void*>(l_FRU), l_FRU->m_Name.c_str(),
-                 static_cast<int>(l_Entity->m_FRUMap.size()));
+        LogTrace(
+            g_Logger2,
+            "ENTITYCAPTURE :: ReceivedFRUChunk - Parse of FRU data SUCCESS entity=0x%p Devid=%i l_FRU=0x%p name=%s "
+            "entity fru size=%i",
+            static_cast<void*>(l_Entity), m_FRUID, static_cast<void*>(l_FRU), l_FRU->m_Name.c_str(),
+            static_cast<int>(l_Entity->m_FRUMap.size()));
     }
     return SendGetFRUSize(m_FRUID + 1);
 }

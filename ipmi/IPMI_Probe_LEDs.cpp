@@ -15,11 +15,16 @@ namespace {
 // LEDs named by a mask of supported LEDs. Only masks without a gap count; the number of application LEDs is not used.
 int LEDCount(unsigned a_Mask) {
     switch (a_Mask) {
-    case 0x0F: return 4;
-    case 0x07: return 3;
-    case 0x03: return 2;
-    case 0x01: return 1;
-    default: return 0;
+    case 0x0F:
+        return 4;
+    case 0x07:
+        return 3;
+    case 0x03:
+        return 2;
+    case 0x01:
+        return 1;
+    default:
+        return 0;
     }
 }
 
@@ -114,7 +119,8 @@ int ENTITYCAPTURE::ReceivedPICMCLEDColorCaps(const ipmi_msgi_t& a_Item) {
     const auto* l_LEDs = l_Entity != nullptr ? &l_Entity->m_LEDMap : nullptr;
     const auto l_LED = l_LEDs != nullptr ? l_LEDs->find(m_LEDID) : std::map<int, IPMI_LED*>::const_iterator{};
     if (l_LEDs != nullptr && l_LED != l_LEDs->end()) {
-        for (const auto& l_Color : LED_COLORS) l_LED->second->*l_Color.m_Flag = (l_Colors & l_Color.m_Mask) != 0;
+        for (const auto& l_Color : LED_COLORS)
+            l_LED->second->*l_Color.m_Flag = (l_Colors & l_Color.m_Mask) != 0;
     } else {
         LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCLEDColorCaps ERROR Didn't find LED ID %i", m_LEDID);
     }

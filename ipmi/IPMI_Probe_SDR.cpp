@@ -13,10 +13,10 @@ namespace BM_ADAPTOR {
 
 namespace {
 
-constexpr int SDR_READ_LIMIT = 16;         // bytes a request; what every interface carries in one message
+constexpr int SDR_READ_LIMIT = 16; // bytes a request; what every interface carries in one message
 constexpr uint16_t SDR_LAST_RECORD = 0xFFFF;
-constexpr int SDR_REPLY_DATA = 3;          // behind completion code and next record id
-constexpr int SDR_MAX_RECORDS = 0xFFFF;    // a walk that meets more goes in circles
+constexpr int SDR_REPLY_DATA = 3;       // behind completion code and next record id
+constexpr int SDR_MAX_RECORDS = 0xFFFF; // a walk that meets more goes in circles
 
 } // namespace
 
@@ -52,10 +52,12 @@ int ENTITYCAPTURE::SendGetSDRData(int a_RecordID, int a_Offset, int a_Length) {
              a_Length);
     m_SDRRecordID = static_cast<uint16_t>(a_RecordID);
     m_SDROffset = a_Offset;
-    const std::array<unsigned char, 6> l_Data = {
-        static_cast<unsigned char>(m_SDRReservationID & 0xFF), static_cast<unsigned char>(m_SDRReservationID >> 8),
-        static_cast<unsigned char>(m_SDRRecordID & 0xFF),      static_cast<unsigned char>(m_SDRRecordID >> 8),
-        static_cast<unsigned char>(a_Offset),                  static_cast<unsigned char>(a_Length)};
+    const std::array<unsigned char, 6> l_Data = {static_cast<unsigned char>(m_SDRReservationID & 0xFF),
+                                                 static_cast<unsigned char>(m_SDRReservationID >> 8),
+                                                 static_cast<unsigned char>(m_SDRRecordID & 0xFF),
+                                                 static_cast<unsigned char>(m_SDRRecordID >> 8),
+                                                 static_cast<unsigned char>(a_Offset),
+                                                 static_cast<unsigned char>(a_Length)};
     const int l_Result = Send(IPMI_STORAGE_NETFN, IPMI_GET_SDR_CMD, l_Data, s_ReceivedSDRData);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetSDRData - rc=%i", l_Result);
     return 0;

@@ -30,7 +30,8 @@ int ENTITYCAPTURE::ComposeMessage(unsigned char a_Address) {
     l_Data[5] = 0x01;
     l_Data[6] = ipmb_checksum(l_Data + 3, 3);
     std::string l_Line;
-    for (int i = 0; i < COMPOSED_LENGTH; ++i) l_Line += FormatText("B%i=0x%x ", i, l_Data[i]);
+    for (int i = 0; i < COMPOSED_LENGTH; ++i)
+        l_Line += FormatText("B%i=0x%x ", i, l_Data[i]);
     LogTrace(g_Logger2, "%s", l_Line.c_str());
     return SendMessage(l_Data, COMPOSED_LENGTH);
 }
@@ -56,6 +57,8 @@ int ENTITYCAPTURE::SendMessage(unsigned char* a_Data, int a_Length) {
     return 0;
 }
 
-int ENTITYCAPTURE::ReceivedSendMessage(const ipmi_msgi_t&) { exit(1); }
+int ENTITYCAPTURE::ReceivedSendMessage(const ipmi_msgi_t&) {
+    exit(1);
+}
 
 } // namespace BM_ADAPTOR

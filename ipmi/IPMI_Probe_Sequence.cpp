@@ -14,13 +14,16 @@
 
 namespace BM_ADAPTOR {
 
-void ENTITYCAPTURE::StartCapture() { SendGetPICMCProperties(); }
+void ENTITYCAPTURE::StartCapture() {
+    SendGetPICMCProperties();
+}
 
 int ENTITYCAPTURE::SendGetPICMCProperties() {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCProperties");
     const std::array<unsigned char, 1> l_Data = {IPMI_PICMG_GRP_EXT};
     m_State = PROBE_PICMG_PROPERTIES;
-    const int l_Result = Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_PROPERTIES, l_Data, s_ReceivedPICMCProperties);
+    const int l_Result =
+        Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_PROPERTIES, l_Data, s_ReceivedPICMCProperties);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCProperties - rc=%i", l_Result);
     return 0;
 }
@@ -66,7 +69,8 @@ int ENTITYCAPTURE::SendGetPICMCAddrInfo(int a_FRUID) {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCAddrInfo FRUID=%d", a_FRUID);
     const std::array<unsigned char, 2> l_Data = {IPMI_PICMG_GRP_EXT, static_cast<unsigned char>(a_FRUID)};
     m_State = PROBE_ADDRESS_INFO;
-    const int l_Result = Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_ADDRESS_INFO, l_Data, s_ReceivedPICMCAddrInfo);
+    const int l_Result =
+        Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_ADDRESS_INFO, l_Data, s_ReceivedPICMCAddrInfo);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCAddrInfo - rc=%i", l_Result);
     return 0;
 }
@@ -106,7 +110,9 @@ void ENTITYCAPTURE::NoteAddressInfo(std::unique_ptr<FRUADDRESSINFO> a_Info) {
     l_Entity->m_BayLocation = a_Info->m_SiteID;
     l_Entity->m_IPMB0Address = a_Info->m_IPMB0Address;
     switch (a_Info->m_SiteType) {
-    case PICMG_SITE_FRONT_BOARD: l_Entity->m_EntityID = ENTITY_ID_BASEBOARD; break;
+    case PICMG_SITE_FRONT_BOARD:
+        l_Entity->m_EntityID = ENTITY_ID_BASEBOARD;
+        break;
     case PICMG_SITE_AMC:
         l_Entity->m_EntityID = ENTITY_ID_AMC;
         l_Entity->m_SiteValue = l_Entity->m_BayLocation;
@@ -177,7 +183,8 @@ void ENTITYCAPTURE::StopCollection() {
         for (const auto& [l_FRUID, l_Entity] : m_FRUEntities) {
             LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection adding FRU ID %i pointer=0x%p", l_FRUID,
                      static_cast<void*>(l_Entity));
-            LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection adding FRU ID %i ID=%i", l_FRUID, l_Entity->m_EntityID);
+            LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection adding FRU ID %i ID=%i", l_FRUID,
+                     l_Entity->m_EntityID);
             g_EntityMap[l_Entity->Address()] = l_Entity;
         }
         m_bHandedOver = true;

@@ -13,7 +13,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
-#include <pthread.h>
 #include <thread>
 
 namespace BM_ADAPTOR {
@@ -30,9 +29,14 @@ constexpr struct {
     int m_Option;
     long m_Value;
 } OPEN_OPTIONS[] = {
-    {IPMI_OPEN_OPTION_ALL, 0},       {IPMI_OPEN_OPTION_SDRS, 0},           {IPMI_OPEN_OPTION_FRUS, 0},
-    {IPMI_OPEN_OPTION_SEL, 0},       {IPMI_OPEN_OPTION_IPMB_SCAN, 0},      {IPMI_OPEN_OPTION_OEM_INIT, 1},
-    {IPMI_OPEN_OPTION_SET_EVENT_RCVR, 1}, {IPMI_OPEN_OPTION_SET_SEL_TIME, 0},
+    {IPMI_OPEN_OPTION_ALL, 0},
+    {IPMI_OPEN_OPTION_SDRS, 0},
+    {IPMI_OPEN_OPTION_FRUS, 0},
+    {IPMI_OPEN_OPTION_SEL, 0},
+    {IPMI_OPEN_OPTION_IPMB_SCAN, 0},
+    {IPMI_OPEN_OPTION_OEM_INIT, 1},
+    {IPMI_OPEN_OPTION_SET_EVENT_RCVR, 1},
+    {IPMI_OPEN_OPTION_SET_SEL_TIME, 0},
 };
 
 void s_Log(os_handler_t*, const char* a_Format, enum ipmi_log_type_e a_Level, va_list a_Arguments) {
@@ -42,12 +46,12 @@ void s_Log(os_handler_t*, const char* a_Format, enum ipmi_log_type_e a_Level, va
 } // namespace
 
 IPMITHREAD::IPMITHREAD(CBaseOsLog* a_Logger, OSAL::OSALMutex* a_StartupMutex)
-    : m_pLogger(a_Logger), m_pStartupMutex(a_StartupMutex) {}
+    : m_pLogger(a_Logger),
+      m_pStartupMutex(a_StartupMutex) {}
 
 void IPMITHREAD::run() {
     g_Logger2 = m_pLogger;
-    LogTrace(g_Logger2, "IPMI Thread running (threadid=%x)",
-             static_cast<unsigned>(reinterpret_cast<uintptr_t>(reinterpret_cast<void*>(pthread_self()))));
+    LogTrace(g_Logger2, "IPMI Thread running (threadid=%x)", ThreadId());
     if (!OpenDomain()) {
         FallBackToSimulation();
         return;

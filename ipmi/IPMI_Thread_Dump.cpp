@@ -94,7 +94,8 @@ void DumpLED(const DUMP& a_Dump, const IPMI_LED& a_LED) {
 }
 
 void Append(IPMI_FRU& a_FRU, const unsigned char* a_Data, int a_Length) {
-    auto l_Record = std::make_unique<MULTIRECORD>(reinterpret_cast<char*>(const_cast<unsigned char*>(a_Data)), a_Length);
+    auto l_Record =
+        std::make_unique<MULTIRECORD>(reinterpret_cast<char*>(const_cast<unsigned char*>(a_Data)), a_Length);
     l_Record->m_Type = TEST_RECORD_TYPE;
     a_FRU.m_MultiRecords.push_back(l_Record.get());
     l_Record.release();
@@ -103,12 +104,16 @@ void Append(IPMI_FRU& a_FRU, const unsigned char* a_Data, int a_Length) {
 // The two test records that every FRU gets at every fully-up report, behind its own: four DSPs, and one framer of type
 // 1 with four trunks. On purpose for every FRU, real ones too; this is where a simulated module's hardware comes from.
 void AppendTestRecords(IPMI_FRU& a_FRU) {
-    static constexpr std::array<unsigned char, 38> l_AMC = {
-        0x57, 0x01, 0x00, VENDOR_RECORD_AMC, 0x00, 4,             //
-        1,    0x12, 0x34, 0x56, 0x78, 0x9A,  0x00, 0,             //
-        1,    0x12, 0x34, 0x56, 0x78, 0x9A,  0x01, 0,             //
-        1,    0x12, 0x34, 0x56, 0x78, 0x9A,  0x02, 0,             //
-        1,    0x12, 0x34, 0x56, 0x78, 0x9A,  0x03, 0};
+    static constexpr std::array<unsigned char, 38> l_AMC = {0x57, 0x01, 0x00, VENDOR_RECORD_AMC,
+                                                            0x00, 4, //
+                                                            1,    0x12, 0x34, 0x56,
+                                                            0x78, 0x9A, 0x00, 0, //
+                                                            1,    0x12, 0x34, 0x56,
+                                                            0x78, 0x9A, 0x01, 0, //
+                                                            1,    0x12, 0x34, 0x56,
+                                                            0x78, 0x9A, 0x02, 0, //
+                                                            1,    0x12, 0x34, 0x56,
+                                                            0x78, 0x9A, 0x03, 0};
     static constexpr std::array<unsigned char, 8> l_RTM = {0x57, 0x01, 0x00, VENDOR_RECORD_RTM, 0x00, 1, 1, 4};
     const MODEL_WRITER l_Model(g_EntityMapLock);
     Append(a_FRU, l_AMC.data(), static_cast<int>(l_AMC.size()));
@@ -127,7 +132,8 @@ void DumpFRU(const DUMP& a_Dump, IPMI_FRU& a_FRU) {
 
 void TraceFRU(const DUMP& a_Dump, const IPMI_FRU& a_FRU) {
     DumpTexts(a_Dump, a_FRU);
-    for (const MULTIRECORD* l_Record : a_FRU.m_MultiRecords) DumpVendorRecord(a_Dump, *l_Record);
+    for (const MULTIRECORD* l_Record : a_FRU.m_MultiRecords)
+        DumpVendorRecord(a_Dump, *l_Record);
 }
 
 // Calls `a_Show(record)` for every record of an entity's map.

@@ -16,7 +16,8 @@ namespace {
 
 template <typename MAP>
 void DeleteValues(MAP& a_Map) {
-    for (auto& [l_Key, l_Value] : a_Map) delete l_Value;
+    for (auto& [l_Key, l_Value] : a_Map)
+        delete l_Value;
     a_Map.clear();
 }
 
@@ -44,19 +45,29 @@ MULTIRECORD::MULTIRECORD(char* a_Data, int a_Length) {
     m_Length = a_Length;
 }
 
-MULTIRECORD::~MULTIRECORD() { free(m_Data); }
+MULTIRECORD::~MULTIRECORD() {
+    free(m_Data);
+}
 
-IPMI_FRU::IPMI_FRU(IPMI_ENTITY_ADDRESS a_Address, std::string a_Name) : m_Address(a_Address), m_Name(std::move(a_Name)) {}
+IPMI_FRU::IPMI_FRU(IPMI_ENTITY_ADDRESS a_Address, std::string a_Name)
+    : m_Address(a_Address),
+      m_Name(std::move(a_Name)) {}
 
-IPMI_FRU::~IPMI_FRU() { ClearMultiRecords(); }
+IPMI_FRU::~IPMI_FRU() {
+    ClearMultiRecords();
+}
 
 void IPMI_FRU::ClearMultiRecords() {
-    for (MULTIRECORD* l_Record : m_MultiRecords) delete l_Record;
+    for (MULTIRECORD* l_Record : m_MultiRecords)
+        delete l_Record;
     m_MultiRecords.clear();
 }
 
 IPMI_ENTITY::IPMI_ENTITY(int a_Channel, int a_Address, int a_EntityID, int a_EntityInstance)
-    : m_Channel(a_Channel), m_Address(a_Address), m_EntityID(a_EntityID), m_EntityInstance(a_EntityInstance) {}
+    : m_Channel(a_Channel),
+      m_Address(a_Address),
+      m_EntityID(a_EntityID),
+      m_EntityInstance(a_EntityInstance) {}
 
 IPMI_ENTITY::~IPMI_ENTITY() {
     DeleteValues(m_ControlMap);
@@ -66,11 +77,17 @@ IPMI_ENTITY::~IPMI_ENTITY() {
     DeleteValues(m_LEDMap);
 }
 
-IPMI_ENTITY_ADDRESS IPMI_ENTITY::Address() const { return {m_Channel, m_Address, m_EntityID, m_EntityInstance}; }
+IPMI_ENTITY_ADDRESS IPMI_ENTITY::Address() const {
+    return {m_Channel, m_Address, m_EntityID, m_EntityInstance};
+}
 
-IPMI_FRU* IPMI_ENTITY::FirstFRU() const { return FirstValue(m_FRUMap); }
+IPMI_FRU* IPMI_ENTITY::FirstFRU() const {
+    return FirstValue(m_FRUMap);
+}
 
-IPMI_MC* IPMI_ENTITY::FirstMC() const { return FirstValue(m_MCMap); }
+IPMI_MC* IPMI_ENTITY::FirstMC() const {
+    return FirstValue(m_MCMap);
+}
 
 void IPMI_ENTITY::StoreFRU(std::unique_ptr<IPMI_FRU> a_FRU) {
     IPMI_FRU*& l_Kept = m_FRUMap[a_FRU->m_Name];
@@ -112,9 +129,12 @@ const char* TranslateFramerType(unsigned char a_Type) {
 const char* TranslateDSPType(unsigned char a_Type) {
     LogTrace(g_Logger2, "IPMITHREAD :: TranslateDSPType");
     switch (a_Type) {
-    case 1: return "DSPTYPE_Mindspeed_82710";
-    case 2: return "DSPTYPE_Mindspeed_829xx";
-    default: return "UNKNOWN";
+    case 1:
+        return "DSPTYPE_Mindspeed_82710";
+    case 2:
+        return "DSPTYPE_Mindspeed_829xx";
+    default:
+        return "UNKNOWN";
     }
 }
 

@@ -103,7 +103,8 @@ void IPMITHREAD::s_EntityAdded(enum ipmi_update_e a_Operation, ipmi_domain_t* a_
     Self(a_UserData, "IPMITHREAD :: s_EntityAdded").EntityAdded(a_Operation, a_Domain, a_Entity, a_UserData);
 }
 
-// Registers for the entity's own reports. The entity does not enter the model: only the probe and the simulation do that.
+// Registers for the entity's own reports. The entity does not enter the model: only the probe and the simulation do
+// that.
 void IPMITHREAD::EntityAdded(enum ipmi_update_e a_Operation, ipmi_domain_t*, ipmi_entity_t* a_Entity, void*) {
     LogTrace(g_Logger2, "IPMITHREAD :: EntityAdded");
     const IPMI_ENTITY_ADDRESS l_Address = AddressOf(a_Entity);

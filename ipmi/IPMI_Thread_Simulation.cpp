@@ -26,12 +26,9 @@ struct SIMULATED_ENTITY {
 
 constexpr const char* SIMULATED_MANUFACTURER = "Tarsk Corporation";
 
-constexpr SIMULATED_ENTITY SIMULATED_BASEBOARD = {"SIMULATION",
-                                                  {0, 142, ENTITY_ID_BASEBOARD, ENTITY_INSTANCE_FIRST},
-                                                  "KZB88120W",
-                                                  "SIMSIMSIM",
-                                                  "R71302-918",
-                                                  "QPLS90377461",
+constexpr SIMULATED_ENTITY SIMULATED_BASEBOARD = {"SIMULATION", {0, 142, ENTITY_ID_BASEBOARD, ENTITY_INSTANCE_FIRST},
+                                                  "KZB88120W",  "SIMSIMSIM",
+                                                  "R71302-918", "QPLS90377461",
                                                   "V3.2a"};
 constexpr SIMULATED_ENTITY SIMULATED_AMC = {"SIMULATION-AMC",
                                             {0, 1, ENTITY_ID_AMC, ENTITY_INSTANCE_FIRST},
@@ -119,8 +116,12 @@ int BuildSimulatedData() {
     return 0;
 }
 
-void AddAMCEntity() { AddEntity(SIMULATED_AMC); }
+void AddAMCEntity() {
+    AddEntity(SIMULATED_AMC);
+}
 
-void AddRTMEntity() { AddEntity(SIMULATED_RTM); }
+void AddRTMEntity() {
+    AddEntity(SIMULATED_RTM);
+}
 
 } // namespace BM_ADAPTOR

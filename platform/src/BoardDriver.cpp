@@ -7,6 +7,10 @@ constexpr int CARD_NOT_FOUND = 6;
 
 } // namespace
 
-int uPCIMemOpen(void*, int, int) { return CARD_NOT_FOUND; }
+int uPCIMemOpen(void*, int, int) {
+    return CARD_NOT_FOUND;
+}
 
-int uPCIMemClose(void*) { return 0; }
+int uPCIMemClose(void*) {
+    return 0;
+}

@@ -1,0 +1,72 @@
+// Operating system abstraction on the C++ library.
+#include "bm/OSAL.h"
+
+#include "bm/Log.h"
+
+#include <cerrno>
+#include <chrono>
+#include <exception>
+#include <system_error>
+
+namespace OSAL {
+
+void OSALMutex::Lock() {
+    std::unique_lock<std::mutex> lock(m_Guard);
+    m_Freed.wait(lock, [this] { return !m_Locked; });
+    m_Locked = true;
+}
+
+// Notified under the guard: whoever takes the lock gets it only when this side has let go of the object.
+void OSALMutex::Unlock() {
+    const std::lock_guard<std::mutex> lock(m_Guard);
+    m_Locked = false;
+    m_Freed.notify_one();
+}
+
+OSALThread::~OSALThread() {
+    if (m_Thread.joinable()) m_Thread.detach();
+}
+
+int OSALThread::Start() {
+    if (m_Thread.joinable()) return EBUSY;
+    try {
+        m_Thread = std::thread([this] {
+            try {
+                run();
+            } catch (const std::exception& error) {
+                bmiLog(BM_LOG_ERROR, "OSAL", "a thread ended by an exception: %s", error.what());
+            }
+        });
+    } catch (const std::system_error& error) {
+        return error.code().value();
+    }
+    return 0;
+}
+
+int OSALThread::Join() {
+    if (!m_Thread.joinable()) return ESRCH;
+    if (m_Thread.get_id() == std::this_thread::get_id()) return EDEADLK;
+    m_Thread.join();
+    return 0;
+}
+
+void OSALMonitor::Lock() {
+    m_Guard.lock();
+}
+
+void OSALMonitor::Unlock() {
+    m_Guard.unlock();
+}
+
+bool OSALMonitor::Wait(int ms) {
+    std::unique_lock<std::mutex> lock(m_Guard, std::adopt_lock);
+    const bool notified = m_Notified.wait_for(lock, std::chrono::milliseconds(ms)) == std::cv_status::no_timeout;
+    lock.release(); // still held: the caller unlocks
+    return notified;
+}
+
+void OSALMonitor::Notify() {
+    m_Notified.notify_one();
+}
+
+} // namespace OSAL

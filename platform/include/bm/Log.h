@@ -7,7 +7,8 @@ enum BMLogLevel_e {
     BM_LOG_DEBUG = 7  ///< traces: an adaptor writes them only while BM_LOG_LEVEL is 3
 };
 
-/// The logger object that a host hands to its adaptors (IBMAdaptorMgr::GetLogger).
+/// The logger object that a host hands to its adaptors (IBMAdaptorMgr::GetLogger). It must stay valid until the process
+/// ends: an adaptor's own threads may log until then, after Fin too.
 class CBaseOsLog {
 public:
     /// Writes one message. Called from any thread, also at the same time; must not throw.

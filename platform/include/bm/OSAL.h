@@ -58,7 +58,7 @@ public:
     void Lock();
     void Unlock();
     /// Waits, with the lock released, for Notify or for `ms` milliseconds; the caller must hold the lock.
-    /// @return true when notified, false when the time ran out; at most one waiter sees one Notify
+    /// @return false when the time ran out; true when notified, or woken for no reason: test and wait again
     bool Wait(int ms);
     /// Wakes one waiter; without a waiter nothing is kept.
     void Notify();

@@ -1,0 +1,50 @@
+// The host's side of the interface: registrations, events, mode, logger.
+#include "host/Manager.h"
+
+#include "HostLog.h"
+
+namespace BMHOST {
+
+int MANAGER::RegisterGroup(unsigned group, BM_ADAPTOR::CBaseAdaptor*) {
+    const std::lock_guard l_Lock(m_Guard);
+    m_Groups.insert(group);
+    return 1;
+}
+
+int MANAGER::UnregisterGroup(unsigned group) {
+    const std::lock_guard l_Lock(m_Guard);
+    return m_Groups.erase(group) != 0 ? 1 : 0;
+}
+
+int MANAGER::RegisterEventClass(unsigned cls, BM_ADAPTOR::CBaseAdaptor*) {
+    const std::lock_guard l_Lock(m_Guard);
+    m_EventClasses.insert(cls);
+    return 1;
+}
+
+int MANAGER::UnregisterEventClass(unsigned cls) {
+    const std::lock_guard l_Lock(m_Guard);
+    return m_EventClasses.erase(cls) != 0 ? 1 : 0;
+}
+
+CBaseOsLog* MANAGER::GetLogger() {
+    return &BM_PLATFORM::HostLog();
+}
+
+int MANAGER::SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvParams* params) {
+    EVENT l_Event{event, number, params != nullptr ? *params : BM_ADAPTOR::CBMIEvParams{}};
+    const std::lock_guard l_Lock(m_Guard);
+    m_Events.push_back(std::move(l_Event));
+    m_Arrived.notify_one();
+    return 1;
+}
+
+std::optional<EVENT> MANAGER::TakeEvent(std::chrono::milliseconds a_Wait) {
+    std::unique_lock l_Lock(m_Guard);
+    if (!m_Arrived.wait_for(l_Lock, a_Wait, [this] { return !m_Events.empty(); })) return std::nullopt;
+    EVENT l_Event = std::move(m_Events.front());
+    m_Events.pop_front();
+    return l_Event;
+}
+
+} // namespace BMHOST

@@ -1,0 +1,47 @@
+// The host's side of the interface: registrations, events, mode, logger.
+#pragma once
+
+#include "bm/BaseAdaptor.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <set>
+
+namespace BMHOST {
+
+struct EVENT {
+    unsigned m_Event = 0;
+    unsigned m_Number = 0;
+    BM_ADAPTOR::CBMIEvParams m_Params;
+};
+
+/// Events come from any thread and wait in a queue. The storage is not there yet: adaptors get a null one.
+class MANAGER final : public BM_ADAPTOR::IBMAdaptorMgr {
+public:
+    explicit MANAGER(int a_Mode) : m_Mode(a_Mode) {}
+
+    int RegisterGroup(unsigned group, BM_ADAPTOR::CBaseAdaptor* adaptor) override;
+    int UnregisterGroup(unsigned group) override;
+    int RegisterEventClass(unsigned cls, BM_ADAPTOR::CBaseAdaptor* adaptor) override;
+    int UnregisterEventClass(unsigned cls) override;
+    QUB_STORAGE::CDataStorage* GetStorage() override { return nullptr; }
+    CBaseOsLog* GetLogger() override;
+    int GetMode() override { return m_Mode; }
+    int SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvParams* params) override;
+
+    /// The oldest event not yet taken; waits for one.
+    std::optional<EVENT> TakeEvent(std::chrono::milliseconds a_Wait);
+
+private:
+    int m_Mode;
+    std::mutex m_Guard;
+    std::condition_variable m_Arrived;
+    std::set<unsigned> m_Groups;
+    std::set<unsigned> m_EventClasses;
+    std::deque<EVENT> m_Events;
+};
+
+} // namespace BMHOST

@@ -1,0 +1,127 @@
+// The command line: options, and the command's words.
+#include "host/Options.h"
+
+#include "host/Error.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+
+namespace BMHOST {
+
+namespace {
+
+struct COMMAND {
+    const char* m_Name;
+    const char* m_Usage;
+    const char* m_Summary;
+    const char* m_Details;
+};
+
+constexpr const char* PARAMETER_HELP =
+    "GROUP and ID are numbers (0x30200) or names, with or without their prefix, in any case (`bmhost groups`).\n"
+    "VALUE is an integer (decimal or 0x…), true or false, or text; i: u: s: b: before it force the type 1, 2, 4 or 0.\n"
+    "`init` is called before and `fin` after; they show nothing and do not count for the exit status.\n";
+
+constexpr COMMAND COMMANDS[] = {
+    {"init", "init", "call Init", "The adaptor learns the hardware. Shows the result; 1 is success.\n"},
+    {"start", "start", "call Start", "The adaptor brings the blade into service. Useful in a script, after init.\n"},
+    {"stop", "stop", "call Stop", "The adaptor stops the media software. Useful in a script, after start.\n"},
+    {"fin", "fin", "call Fin", "The adaptor releases what Init made. Useful in a script, at its end.\n"},
+    {"read", "read GROUP [ID=VALUE ...]", "read one row", "Example: bmhost read 0x30200 0x30201=9\n"},
+    {"table", "table GROUP", "read a whole table", "Example: bmhost --json table HARDWARE_BOARD\n"},
+    {"write", "write GROUP [ID=VALUE ...] -- [ID=VALUE ...]", "write values; keys before --, values after",
+     "Example: bmhost write AMC_TABLE AMC_BAY=3 -- AMC_RUN_STATUS=4\n"},
+    {"script", "script FILE|-", "make the calls of a file, or of standard input, in one process",
+     "One call a line: init, start, stop, fin, read ..., table ..., write ..., `sleep MS`, `wait-event MS` (shows the next event,\n"
+     "or says that none came). '#' begins a comment; '…' or \"…\" keep blanks in a value. A line that cannot be meant ends\n"
+     "the script with status 2; a call that does not return 1 does not end it.\n"},
+    {"inventory", "inventory", "show the blade's hardware",
+     "Board, modules and what they carry, as tables for people.\n"},
+    {"groups", "groups", "list the parameter groups and their parameters", "Needs no adaptor.\n"},
+};
+
+const COMMAND* FindCommand(const std::string& a_Name) {
+    const auto* l_Found = std::find_if(std::begin(COMMANDS), std::end(COMMANDS),
+                                       [&](const COMMAND& a_Command) { return a_Name == a_Command.m_Name; });
+    return l_Found != std::end(COMMANDS) ? l_Found : nullptr;
+}
+
+std::string CommandHelp(const COMMAND& a_Command) {
+    const std::string l_Usage = a_Command.m_Usage;
+    const bool l_HasParameters = l_Usage.find("GROUP") != std::string::npos;
+    return "Usage: bmhost [OPTIONS] " + l_Usage + "\n\n" + a_Command.m_Summary + "\n\n" + a_Command.m_Details +
+           (l_HasParameters ? std::string("\n") + PARAMETER_HELP : "");
+}
+
+std::string Footer() {
+    std::string l_Text = "Commands (bmhost COMMAND --help tells more):\n";
+    for (const COMMAND& l_Command : COMMANDS) {
+        const std::string l_Usage = l_Command.m_Usage;
+        l_Text += "  " + l_Usage + std::string(l_Usage.size() < 46 ? 46 - l_Usage.size() : 1, ' ') +
+                  l_Command.m_Summary + "\n";
+    }
+    return l_Text +
+           "\nExit status: 0 every call returned 1, 1 some call did not, 2 bad usage, 3 the adaptor could not be loaded.\n";
+}
+
+// $XDG_STATE_HOME, or ~/.local/state.
+std::string StateFolder() {
+    if (const char* l_State = getenv("XDG_STATE_HOME"); l_State != nullptr && l_State[0] != '\0') {
+        return std::string(l_State) + "/bmhost";
+    }
+    const char* l_Home = getenv("HOME");
+    return std::string(l_Home != nullptr ? l_Home : "") + "/.local/state/bmhost";
+}
+
+} // namespace
+
+OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
+    OPTIONS l_Options;
+    l_Options.m_Storage = StateFolder();
+    CLI::App l_App("Loads an adaptor as a board manager does, and makes the calls that you give.", "bmhost");
+    l_App.footer(Footer());
+    l_App.set_version_flag("--version", "bmhost " BMHOST_VERSION);
+    l_App.add_option("--adaptor", l_Options.m_Adaptor, "the adaptor's library; default: the one installed with bmhost")
+        ->type_name("FILE");
+    l_App.add_option("--mode", l_Options.m_Mode, "the host's mode; in modes 1 and 3 the adaptor touches the board")
+        ->type_name("N")
+        ->capture_default_str();
+    l_App.add_option("--log-level", l_Options.m_LogLevel, "the global log level; 3 shows traces")
+        ->type_name("N")
+        ->capture_default_str();
+    l_App.add_option("--log", l_Options.m_LogFile, "write the log to this file as well")->type_name("FILE");
+    l_App.add_option("--storage", l_Options.m_Storage, "the folder of the host's storage")
+        ->type_name("DIR")
+        ->capture_default_str();
+    l_App.add_flag("--json", l_Options.m_Json, "one JSON line a call; what the adaptor prints goes to standard error");
+    l_App.prefix_command();
+    try {
+        l_App.parse(a_Argc, a_Argv);
+    } catch (const CLI::CallForHelp&) {
+        l_Options.m_Answer = l_App.help();
+        const std::string l_Usage = "[OPTIONS]"; // the library knows nothing of our commands
+        l_Options.m_Answer.replace(l_Options.m_Answer.find(l_Usage), l_Usage.size(), l_Usage + " COMMAND ...");
+        return l_Options;
+    } catch (const CLI::CallForVersion& l_Version) {
+        l_Options.m_Answer = std::string(l_Version.what()) + "\n";
+        return l_Options;
+    } catch (const CLI::ParseError& l_Error) {
+        throw USAGE_ERROR(l_Error.what());
+    }
+    l_Options.m_Command = l_App.remaining();
+    if (l_Options.m_Command.empty()) throw USAGE_ERROR("no command: expected one of those that `bmhost --help` lists");
+    const COMMAND* l_Command = FindCommand(l_Options.m_Command[0]);
+    if (l_Command == nullptr) {
+        throw USAGE_ERROR("unknown command '" + l_Options.m_Command[0] +
+                          "': expected one of those that `bmhost --help` lists");
+    }
+    const auto& l_Words = l_Options.m_Command;
+    if (l_Words.size() > 1 && (l_Words[1] == "--help" || l_Words[1] == "-h"))
+        l_Options.m_Answer = CommandHelp(*l_Command);
+    return l_Options;
+}
+
+} // namespace BMHOST

@@ -1,0 +1,77 @@
+// Calls from a file or from standard input, one a line, in one process.
+#include "host/Script.h"
+
+#include "host/Error.h"
+#include "host/Session.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+
+namespace BMHOST {
+
+namespace {
+
+bool IsBlank(char a_Char) {
+    return a_Char == ' ' || a_Char == '\t' || a_Char == '\r';
+}
+
+} // namespace
+
+std::vector<std::string> SplitWords(const std::string& a_Line) {
+    std::vector<std::string> l_Words;
+    bool l_InWord = false;
+    char l_Quote = '\0';
+    for (const char l_Char : a_Line) {
+        if (l_Quote != '\0') {
+            if (l_Char == l_Quote) {
+                l_Quote = '\0';
+            } else {
+                l_Words.back() += l_Char;
+            }
+            continue;
+        }
+        if (IsBlank(l_Char)) {
+            l_InWord = false;
+            continue;
+        }
+        if (l_Char == '#' && !l_InWord) break;
+        if (!l_InWord) l_Words.emplace_back();
+        l_InWord = true;
+        if (l_Char == '\'' || l_Char == '"') {
+            l_Quote = l_Char;
+        } else {
+            l_Words.back() += l_Char;
+        }
+    }
+    if (l_Quote != '\0') throw USAGE_ERROR(std::string("a quote ") + l_Quote + " does not end");
+    return l_Words;
+}
+
+bool RunScript(const std::string& a_File, SESSION& a_Session) {
+    const bool l_StandardInput = a_File == "-";
+    std::ifstream l_File;
+    if (!l_StandardInput) {
+        l_File.open(a_File);
+        if (!l_File) throw USAGE_ERROR("script " + a_File + ": " + std::strerror(errno));
+    }
+    std::istream& l_Input = l_StandardInput ? std::cin : l_File;
+    bool l_AllGood = true;
+    std::string l_Line;
+    for (int l_Number = 1; std::getline(l_Input, l_Line); ++l_Number) {
+        CALL l_Call;
+        try {
+            const auto l_Words = SplitWords(l_Line);
+            if (l_Words.empty()) continue;
+            l_Call = ParseCall(l_Words);
+        } catch (const USAGE_ERROR& l_Error) {
+            throw USAGE_ERROR((l_StandardInput ? "standard input" : a_File) + ":" + std::to_string(l_Number) + ": " +
+                              l_Error.what());
+        }
+        l_AllGood = a_Session.Run(l_Call) && l_AllGood;
+    }
+    return l_AllGood;
+}
+
+} // namespace BMHOST

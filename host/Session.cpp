@@ -1,0 +1,103 @@
+// One adaptor, and the calls that are made to it.
+#include "host/Session.h"
+
+#include "host/EndNotice.h"
+#include "host/Names.h"
+
+#include <chrono>
+#include <thread>
+
+namespace BMHOST {
+
+bool SESSION::Run(CALL& a_Call) {
+    switch (a_Call.m_Operation) {
+    case OPERATION::Read:
+        return Read(a_Call);
+    case OPERATION::Write:
+        return Write(a_Call);
+    case OPERATION::Table: {
+        int l_Result = 0;
+        const auto l_Table = Table(a_Call.m_Group, l_Result);
+        m_Output.Table(a_Call.m_Group, l_Result, l_Table.get());
+        return l_Result == 1;
+    }
+    case OPERATION::Sleep:
+        std::this_thread::sleep_for(std::chrono::milliseconds(a_Call.m_Milliseconds));
+        return true;
+    case OPERATION::WaitEvent:
+        WaitEvent(a_Call.m_Milliseconds);
+        return true;
+    case OPERATION::Init:
+    case OPERATION::Start:
+    case OPERATION::Stop:
+    case OPERATION::Fin:
+        break;
+    }
+    const int l_Result = Lifecycle(a_Call.m_Operation);
+    m_Output.Lifecycle(OperationName(a_Call.m_Operation), l_Result);
+    return l_Result == 1;
+}
+
+bool SESSION::RunAlone(CALL& a_Call) {
+    const bool l_NeedsLife = a_Call.m_Operation == OPERATION::Read || a_Call.m_Operation == OPERATION::Table ||
+                             a_Call.m_Operation == OPERATION::Write;
+    if (l_NeedsLife) Lifecycle(OPERATION::Init);
+    const bool l_Good = Run(a_Call);
+    if (l_NeedsLife) Lifecycle(OPERATION::Fin);
+    return l_Good;
+}
+
+int SESSION::Lifecycle(OPERATION a_Operation) {
+    const CALL_UNDER_WAY l_UnderWay{std::string(OperationName(a_Operation))};
+    BM_ADAPTOR::CBaseAdaptor& l_Adaptor = m_Plugin.Adaptor();
+    switch (a_Operation) {
+    case OPERATION::Init:
+        return l_Adaptor.Init(&m_Manager);
+    case OPERATION::Start:
+        return l_Adaptor.Start(nullptr);
+    case OPERATION::Stop:
+        return l_Adaptor.Stop(nullptr);
+    default:
+        return l_Adaptor.Fin();
+    }
+}
+
+std::unique_ptr<BM_ADAPTOR::CBMITable> SESSION::Table(unsigned a_Group, int& a_Result) {
+    const CALL_UNDER_WAY l_UnderWay("table " + Hex(a_Group));
+    BM_ADAPTOR::CBMITable* l_Table = nullptr;
+    a_Result = m_Plugin.Adaptor().GetParamTable(a_Group, l_Table);
+    return std::unique_ptr<BM_ADAPTOR::CBMITable>(l_Table);
+}
+
+bool SESSION::Read(CALL& a_Call) {
+    BM_ADAPTOR::CBMIParams* l_Row = nullptr;
+    int l_Result = 0;
+    {
+        const CALL_UNDER_WAY l_UnderWay("read " + Hex(a_Call.m_Group));
+        l_Result = m_Plugin.Adaptor().ReadParams(a_Call.m_Group, &a_Call.m_Keys, l_Row);
+    }
+    const std::unique_ptr<BM_ADAPTOR::CBMIParams> l_Owned(l_Row);
+    m_Output.Read(a_Call.m_Group, l_Result, l_Row);
+    return l_Result == 1;
+}
+
+bool SESSION::Write(CALL& a_Call) {
+    int l_Result = 0;
+    {
+        const CALL_UNDER_WAY l_UnderWay("write " + Hex(a_Call.m_Group));
+        l_Result = m_Plugin.Adaptor().WriteParams(a_Call.m_Group, &a_Call.m_Keys, &a_Call.m_Values);
+    }
+    m_Output.Write(a_Call.m_Group, l_Result);
+    return l_Result == 1;
+}
+
+void SESSION::WaitEvent(int a_Milliseconds) {
+    const auto l_Event = m_Manager.TakeEvent(std::chrono::milliseconds(a_Milliseconds));
+    if (!l_Event) {
+        m_Output.NoEvent();
+        return;
+    }
+    m_Output.Event(l_Event->m_Event, l_Event->m_Number, l_Event->m_Params);
+}
+
+} // namespace BMHOST

@@ -1,0 +1,39 @@
+// One adaptor, and the calls that are made to it.
+#pragma once
+
+#include "host/Call.h"
+#include "host/Manager.h"
+#include "host/Output.h"
+#include "host/Plugin.h"
+
+namespace BMHOST {
+
+class SESSION {
+public:
+    /// Throws LOAD_ERROR when the adaptor cannot be loaded.
+    SESSION(const std::string& a_AdaptorFile, int a_Mode, OUTPUT& a_Output)
+        : m_Manager(a_Mode),
+          m_Plugin(a_AdaptorFile),
+          m_Output(a_Output) {}
+
+    /// Makes one call and shows it. True when it returned 1; sleep and wait-event always do.
+    bool Run(CALL& a_Call);
+    /// A call alone on the command line: read, table and write have init before and fin after, which show nothing.
+    bool RunAlone(CALL& a_Call);
+
+    /// The lifecycle call's result, shown to nobody.
+    int Lifecycle(OPERATION a_Operation);
+    /// The group's table, or null; `a_Result` becomes the call's result.
+    std::unique_ptr<BM_ADAPTOR::CBMITable> Table(unsigned a_Group, int& a_Result);
+
+private:
+    bool Read(CALL& a_Call);
+    bool Write(CALL& a_Call);
+    void WaitEvent(int a_Milliseconds);
+
+    MANAGER m_Manager; // outlives the adaptor
+    PLUGIN m_Plugin;
+    OUTPUT& m_Output;
+};
+
+} // namespace BMHOST

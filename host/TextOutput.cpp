@@ -1,0 +1,138 @@
+// What people read: values as text, and aligned tables.
+#include "host/TextOutput.h"
+
+#include "host/Names.h"
+#include "host/Output.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <unistd.h>
+
+namespace BMHOST {
+
+using BM_ADAPTOR::CBMIParam;
+using BM_ADAPTOR::CBMIParams;
+using BM_ADAPTOR::CBMITable;
+
+namespace {
+
+std::string Result(int a_Result) {
+    return (a_Result > 0xFFFF ? Hex(static_cast<unsigned>(a_Result)) : std::to_string(a_Result)) + " (" +
+           std::string(ResultMeaning(a_Result)) + ")";
+}
+
+std::string GroupText(unsigned a_Group) {
+    const std::string_view l_Name = GroupName(a_Group);
+    return l_Name.empty() ? Hex(a_Group) : Hex(a_Group) + " " + std::string(l_Name);
+}
+
+void PrintRow(const CBMIParams& a_Row) {
+    for (int i = 0; i < a_Row.GetSize(); ++i) {
+        const CBMIParam& l_Param = *a_Row.Get(i);
+        printf("  %-8s %-20s %s%s\n", Hex(l_Param.GetId()).c_str(), ColumnName(l_Param.GetId()).c_str(),
+               ValueText(l_Param).c_str(), l_Param.IsKey() ? "  (key)" : "");
+    }
+}
+
+class TEXT_OUTPUT final : public OUTPUT {
+public:
+    void Lifecycle(std::string_view a_Operation, int a_Result) override {
+        printf("%s: %s\n", std::string(a_Operation).c_str(), Result(a_Result).c_str());
+    }
+
+    void Read(unsigned a_Group, int a_Result, const CBMIParams* a_Row) override {
+        printf("read %s: %s\n", GroupText(a_Group).c_str(), Result(a_Result).c_str());
+        if (a_Row != nullptr) PrintRow(*a_Row);
+    }
+
+    void Table(unsigned a_Group, int a_Result, const CBMITable* a_Table) override {
+        printf("table %s: %s\n", GroupText(a_Group).c_str(), Result(a_Result).c_str());
+        if (a_Table != nullptr && a_Table->GetSize() > 0) {
+            fputs(AlignedTable(TableLines(*a_Table), ColorWanted(STDOUT_FILENO)).c_str(), stdout);
+        }
+    }
+
+    void Write(unsigned a_Group, int a_Result) override {
+        printf("write %s: %s\n", GroupText(a_Group).c_str(), Result(a_Result).c_str());
+    }
+
+    void Event(unsigned a_Event, unsigned a_Number, const CBMIParams& a_Params) override {
+        printf("event %s, number %u\n", Hex(a_Event).c_str(), a_Number);
+        PrintRow(a_Params);
+    }
+
+    void NoEvent() override { puts("wait-event: no event came"); }
+};
+
+} // namespace
+
+std::string ValueText(const CBMIParam& a_Param) {
+    switch (a_Param.GetType()) {
+    case BM_ADAPTOR::BMI_PARAM_BOOL:
+        return a_Param.GetBool() ? "true" : "false";
+    case BM_ADAPTOR::BMI_PARAM_INT:
+    case BM_ADAPTOR::BMI_PARAM_UINT:
+        return std::to_string(a_Param.GetInt());
+    case BM_ADAPTOR::BMI_PARAM_STRING:
+        break;
+    }
+    std::string l_Text = a_Param.GetString();
+    // FRU bytes may be anything; none of them may steer a terminal.
+    std::replace_if(
+        l_Text.begin(), l_Text.end(), [](unsigned char a_Char) { return !isprint(a_Char); }, '?');
+    return l_Text;
+}
+
+std::vector<std::vector<std::string>> TableLines(const CBMITable& a_Table) {
+    std::vector<unsigned> l_Columns;
+    for (int i = 0; i < a_Table.GetSize(); ++i) {
+        const CBMIParams& l_Row = *a_Table.Get(i);
+        for (int j = 0; j < l_Row.GetSize(); ++j) {
+            const unsigned l_Id = l_Row.Get(j)->GetId();
+            if (std::find(l_Columns.begin(), l_Columns.end(), l_Id) == l_Columns.end()) l_Columns.push_back(l_Id);
+        }
+    }
+    std::vector<std::vector<std::string>> l_Lines(1);
+    for (const unsigned l_Id : l_Columns)
+        l_Lines[0].push_back(ColumnName(l_Id));
+    for (int i = 0; i < a_Table.GetSize(); ++i) {
+        auto& l_Line = l_Lines.emplace_back();
+        for (const unsigned l_Id : l_Columns) {
+            const CBMIParam* l_Param = a_Table.Get(i)->GetParamById(l_Id);
+            l_Line.push_back(l_Param != nullptr ? ValueText(*l_Param) : "-");
+        }
+    }
+    return l_Lines;
+}
+
+std::string AlignedTable(const std::vector<std::vector<std::string>>& a_Lines, bool a_Color) {
+    std::map<std::size_t, std::size_t> l_Widths;
+    for (const auto& l_Line : a_Lines) {
+        for (std::size_t i = 0; i < l_Line.size(); ++i)
+            l_Widths[i] = std::max(l_Widths[i], l_Line[i].size());
+    }
+    std::string l_Text;
+    for (std::size_t l_Index = 0; l_Index < a_Lines.size(); ++l_Index) {
+        std::string l_Line;
+        for (std::size_t i = 0; i < a_Lines[l_Index].size(); ++i) {
+            l_Line += "  " + a_Lines[l_Index][i] + std::string(l_Widths[i] - a_Lines[l_Index][i].size(), ' ');
+        }
+        l_Line.erase(l_Line.find_last_not_of(' ') + 1);
+        const bool l_Header = l_Index == 0 && a_Color;
+        l_Text += (l_Header ? "\033[1m" : "") + l_Line + (l_Header ? "\033[0m" : "") + "\n";
+    }
+    return l_Text;
+}
+
+bool ColorWanted(int a_Descriptor) {
+    return isatty(a_Descriptor) == 1 && getenv("NO_COLOR") == nullptr;
+}
+
+std::unique_ptr<OUTPUT> MakeTextOutput() {
+    return std::make_unique<TEXT_OUTPUT>();
+}
+
+} // namespace BMHOST

@@ -1,0 +1,20 @@
+// Values as they are typed on the command line: ID=VALUE.
+#pragma once
+
+#include "bm/Params.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace BMHOST {
+
+/// A whole number, decimal (with a sign) or 0x…; nothing when the text is no number.
+std::optional<int64_t> ParseNumber(std::string_view a_Text);
+
+/// A parameter from "ID=VALUE". VALUE is an integer, true or false, or text; the prefix i:, u:, s: or b: forces type
+/// 1, 2, 4 or 0. Throws USAGE_ERROR saying what was expected.
+BM_ADAPTOR::CBMIParam ParseParam(std::string_view a_Text, bool a_Key);
+
+} // namespace BMHOST
