@@ -17,39 +17,57 @@ namespace {
 constexpr int TEST_RECORD_TYPE = 0xC0;
 constexpr int BYTES_PER_LINE = 16;
 
-// Where lines of the dump go. Every line ends with exactly one line end when printed, and with none when traced.
+// Where lines of the dump go. Printed, every line ends with exactly one line end; traced, it is written as it stands.
 class DUMP {
 public:
     enum SINK { PRINT, TRACE };
     explicit DUMP(SINK a_Sink) : m_Sink(a_Sink) {}
 
     void Line(const char* a_Format, ...) const __attribute__((format(printf, 2, 3))) {
-        if (m_Sink == TRACE && !TracesOn()) return;
+        if (IsOff()) return;
         va_list l_Arguments;
         va_start(l_Arguments, a_Format);
-        std::string l_Text = FormatTextList(a_Format, l_Arguments);
+        Write(FormatTextList(a_Format, l_Arguments));
         va_end(l_Arguments);
-        if (!l_Text.empty() && l_Text.back() == '\n') l_Text.pop_back();
-        if (m_Sink == PRINT) {
-            puts(l_Text.c_str());
-        } else {
-            LogTrace(g_Logger2, "%s", l_Text.c_str());
-        }
+    }
+
+    // Without its line end in a trace too.
+    void BareLine(const char* a_Format, ...) const __attribute__((format(printf, 2, 3))) {
+        if (IsOff()) return;
+        va_list l_Arguments;
+        va_start(l_Arguments, a_Format);
+        Write(WithoutLineEnd(FormatTextList(a_Format, l_Arguments)));
+        va_end(l_Arguments);
     }
 
 private:
+    bool IsOff() const { return m_Sink == TRACE && !TracesOn(); }
+
+    static std::string WithoutLineEnd(std::string a_Text) {
+        if (!a_Text.empty() && a_Text.back() == '\n') a_Text.pop_back();
+        return a_Text;
+    }
+
+    void Write(const std::string& a_Text) const {
+        if (m_Sink == PRINT) {
+            puts(WithoutLineEnd(a_Text).c_str());
+        } else {
+            LogTrace(g_Logger2, "%s", a_Text.c_str());
+        }
+    }
+
     SINK m_Sink;
 };
 
 void DumpTexts(const DUMP& a_Dump, const IPMI_FRU& a_FRU) {
-    a_Dump.Line("             Board    Manufacturer:%s\n", a_FRU.m_BoardManufacturer.c_str());
-    a_Dump.Line("             Board    Name        :%s\n", a_FRU.m_BoardProductName.c_str());
-    a_Dump.Line("             Board    SN          :%s\n", a_FRU.m_BoardSerialNumber.c_str());
-    a_Dump.Line("             Board    Part Num    :%s\n", a_FRU.m_BoardPartNumber.c_str());
-    a_Dump.Line("             Product  Manufacturer:%s\n", a_FRU.m_ProductManufacturer.c_str());
-    a_Dump.Line("             Product  Name        :%s\n", a_FRU.m_ProductName.c_str());
-    a_Dump.Line("             Product  SN          :%s\n", a_FRU.m_ProductSerialNumber.c_str());
-    a_Dump.Line("             Product  Model       :%s\n", a_FRU.m_ProductPartModelNumber.c_str());
+    a_Dump.BareLine("             Board    Manufacturer:%s\n", a_FRU.m_BoardManufacturer.c_str());
+    a_Dump.BareLine("             Board    Name        :%s\n", a_FRU.m_BoardProductName.c_str());
+    a_Dump.BareLine("             Board    SN          :%s\n", a_FRU.m_BoardSerialNumber.c_str());
+    a_Dump.BareLine("             Board    Part Num    :%s\n", a_FRU.m_BoardPartNumber.c_str());
+    a_Dump.BareLine("             Product  Manufacturer:%s\n", a_FRU.m_ProductManufacturer.c_str());
+    a_Dump.BareLine("             Product  Name        :%s\n", a_FRU.m_ProductName.c_str());
+    a_Dump.BareLine("             Product  SN          :%s\n", a_FRU.m_ProductSerialNumber.c_str());
+    a_Dump.BareLine("             Product  Model       :%s\n", a_FRU.m_ProductPartModelNumber.c_str());
 }
 
 void DumpBytes(const DUMP& a_Dump, const MULTIRECORD& a_Record) {

@@ -27,11 +27,14 @@ IPMI_ENTITY_ADDRESS AddressOf(ipmi_entity_t* a_Entity) {
             ipmi_entity_get_entity_id(a_Entity), ipmi_entity_get_entity_instance(a_Entity)};
 }
 
-std::string NameOf(ipmi_entity_t* a_Entity) {
-    std::array<char, 80> l_Name{};
+// A text of fixed size: traces that are off must not allocate for it.
+using ENTITY_NAME = std::array<char, 80>;
+
+ENTITY_NAME NameOf(ipmi_entity_t* a_Entity) {
+    ENTITY_NAME l_Name{};
     if (ipmi_entity_get_id(a_Entity, l_Name.data(), static_cast<int>(l_Name.size())) < 0) return {};
     l_Name.back() = '\0';
-    return l_Name.data();
+    return l_Name;
 }
 
 const char* IdStringOf(ipmi_entity_t* a_Entity) {
@@ -110,7 +113,7 @@ void IPMITHREAD::EntityAdded(enum ipmi_update_e a_Operation, ipmi_domain_t*, ipm
     const IPMI_ENTITY_ADDRESS l_Address = AddressOf(a_Entity);
     LogTrace(g_Logger2, "IPMITHREAD :: EntityAdded - ENTITY ADDED %d.%d.%d.%d.%s >%s< - Present %s\n",
              l_Address.m_Channel, l_Address.m_Address, l_Address.m_EntityID, l_Address.m_EntityInstance,
-             NameOf(a_Entity).c_str(), IdStringOf(a_Entity), ipmi_entity_is_present(a_Entity) != 0 ? "YES" : "NO");
+             NameOf(a_Entity).data(), IdStringOf(a_Entity), ipmi_entity_is_present(a_Entity) != 0 ? "YES" : "NO");
     LogTrace(g_Logger2, "IPMITHREAD :: EntityAdded - operation=%i", static_cast<int>(a_Operation));
     if (a_Operation != IPMI_ADDED && a_Operation != IPMI_CHANGED) {
         LogTrace(g_Logger2, "IPMITHREAD :: EntityAdded - op!=added %i", static_cast<int>(a_Operation));
@@ -200,21 +203,21 @@ void IPMITHREAD::s_FruAdded(enum ipmi_update_e a_Operation, ipmi_entity_t* a_Ent
 void IPMITHREAD::FruAdded(enum ipmi_update_e a_Operation, ipmi_entity_t* a_Entity, void*) {
     LogTrace(g_Logger2, "IPMITHREAD :: FruAdded");
     const IPMI_ENTITY_ADDRESS l_Address = AddressOf(a_Entity);
-    const std::string l_Name = NameOf(a_Entity);
+    const ENTITY_NAME l_Name = NameOf(a_Entity);
     LogTrace(g_Logger2, "FRU ADDED    %d.%d.%d.%d.%s >%s<\n", l_Address.m_Channel, l_Address.m_Address,
-             l_Address.m_EntityID, l_Address.m_EntityInstance, l_Name.c_str(), IdStringOf(a_Entity));
+             l_Address.m_EntityID, l_Address.m_EntityInstance, l_Name.data(), IdStringOf(a_Entity));
     if (a_Operation != IPMI_ADDED) {
         LogTrace(g_Logger2, "IPMITHREAD :: FruAdded - op!=added %i", static_cast<int>(a_Operation));
         return;
     }
-    auto l_FRU = std::make_unique<IPMI_FRU>(l_Address, l_Name);
+    auto l_FRU = std::make_unique<IPMI_FRU>(l_Address, l_Name.data());
     CopyTexts(a_Entity, *l_FRU);
     CopyMultiRecords(ipmi_entity_get_fru(a_Entity), *l_FRU);
 
     const MODEL_WRITER l_Model(g_EntityMapLock);
     const auto l_Entity = g_EntityMap.find(l_Address);
     if (l_Entity == g_EntityMap.end() || l_Entity->second == nullptr) return;
-    LogTrace(g_Logger2, "IPMITHREAD :: FruAdded - entity in list modifying name=>%s<", l_Name.c_str());
+    LogTrace(g_Logger2, "IPMITHREAD :: FruAdded - entity in list modifying name=>%s<", l_Name.data());
     LogTrace(g_Logger2, "IPMITHREAD :: FruAdded - Updating Entity FRUMap l_ent=0x%p",
              static_cast<void*>(l_Entity->second));
     l_Entity->second->StoreFRU(std::move(l_FRU));
