@@ -93,8 +93,7 @@ private:
     int mInitBoard(int a_Result);
     int mStartAMC();
     int mSetVXP(bool a_Start);
-    int32_t mCachedRunStatus(int a_Bay);
-    void mCacheRunStatus(int a_Bay, int32_t a_RunStatus);
+    int32_t mRunStatus(int a_Bay) const;
 
     std::atomic<int32_t> m_State = ADAPTOR_CREATED;
     // Reserved values of the object's layout; nothing reads them.

@@ -12,17 +12,36 @@ namespace BM_ADAPTOR {
 std::map<int, CACHED_AMC_INFO*>& sg_AMC_MAP = *new std::map<int, CACHED_AMC_INFO*>;
 std::mutex& sg_AMC_MAP_Lock = *new std::mutex;
 
-int32_t IPMIAdaptor::mCachedRunStatus(int a_Bay) {
+namespace {
+
+std::optional<int32_t> CachedRunStatus(int a_Bay) {
     const std::lock_guard l_Cache(sg_AMC_MAP_Lock);
     const auto l_Cached = sg_AMC_MAP.find(a_Bay);
-    if (l_Cached == sg_AMC_MAP.end()) {
+    if (l_Cached == sg_AMC_MAP.end()) return std::nullopt;
+    return l_Cached->second->m_RunStatus;
+}
+
+// True when the bay had no entry yet.
+bool CacheRunStatus(int a_Bay, int32_t a_RunStatus) {
+    const std::lock_guard l_Cache(sg_AMC_MAP_Lock);
+    CACHED_AMC_INFO*& l_Cached = sg_AMC_MAP[a_Bay];
+    const bool l_New = l_Cached == nullptr;
+    if (l_New) l_Cached = new CACHED_AMC_INFO;
+    l_Cached->m_RunStatus = a_RunStatus;
+    return l_New;
+}
+
+} // namespace
+
+int32_t IPMIAdaptor::mRunStatus(int a_Bay) const {
+    const auto l_RunStatus = CachedRunStatus(a_Bay);
+    if (!l_RunStatus) {
         LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams -No Existing Run Status slot=%i", a_Bay);
         return RUN_STATUS_UNWRITTEN;
     }
     LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams -Existing Run Status slot=%i", a_Bay);
-    const int32_t l_RunStatus = l_Cached->second->m_RunStatus;
-    LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams -Existing Run Status rs=%i slot=%i", l_RunStatus, a_Bay);
-    return l_RunStatus;
+    LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams -Existing Run Status rs=%i slot=%i", *l_RunStatus, a_Bay);
+    return *l_RunStatus;
 }
 
 int IPMIAdaptor::AMC_HW_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
@@ -64,7 +83,7 @@ int IPMIAdaptor::AMC_HW_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
     }
     AddText(*a_Row, BMI_HW_AMC_PRODUCT_NAME, l_FRU->m_BoardProductName);
     AddKey(*a_Row, BMI_HW_AMC_BAY, *l_Bay);
-    AddInt(*a_Row, BMI_HW_AMC_RUN_STATUS, mCachedRunStatus(*l_Bay));
+    AddInt(*a_Row, BMI_HW_AMC_RUN_STATUS, mRunStatus(*l_Bay));
     AddText(*a_Row, BMI_HW_AMC_MANUFACTURER, l_FRU->m_BoardManufacturer);
     AddText(*a_Row, BMI_HW_AMC_SERIAL, l_FRU->m_BoardSerialNumber);
     AddText(*a_Row, BMI_HW_AMC_PRODUCT_VERSION, l_FRU->m_ProductVersion);
@@ -109,7 +128,13 @@ int IPMIAdaptor::AMC_HW_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
         LogError(m_Logger, "IPMIAdaptor :: AMC_HW_WriteParams -Run Status not passed in row");
         return RESULT_NO_STATUS;
     }
-    mCacheRunStatus(*l_Bay, *l_RunStatus);
+    if (CacheRunStatus(*l_Bay, *l_RunStatus)) {
+        LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_WriteParams -No existing Run Status Inserting rs=%i slot=%i",
+                 *l_RunStatus, *l_Bay);
+    } else {
+        LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_WriteParams -Existing Run Status Changing rs=%i slot=%i",
+                 *l_RunStatus, *l_Bay);
+    }
 
     CBMIEvParams l_Event;
     AddInt(l_Event, BMI_HW_AMC_RUN_STATUS, *l_RunStatus);
@@ -117,20 +142,6 @@ int IPMIAdaptor::AMC_HW_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
     if (m_Manager != nullptr) m_Manager->SendEvent(BMI_EVENT_AMC_RUN_STATUS, BMI_EVENT_NUMBER, &l_Event);
     LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_WriteParams -returning OK");
     return RESULT_OK;
-}
-
-void IPMIAdaptor::mCacheRunStatus(int a_Bay, int32_t a_RunStatus) {
-    const std::lock_guard l_Cache(sg_AMC_MAP_Lock);
-    CACHED_AMC_INFO*& l_Cached = sg_AMC_MAP[a_Bay];
-    if (l_Cached == nullptr) {
-        LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_WriteParams -No existing Run Status Inserting rs=%i slot=%i",
-                 a_RunStatus, a_Bay);
-        l_Cached = new CACHED_AMC_INFO;
-    } else {
-        LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_WriteParams -Existing Run Status Changing rs=%i slot=%i", a_RunStatus,
-                 a_Bay);
-    }
-    l_Cached->m_RunStatus = a_RunStatus;
 }
 
 } // namespace BM_ADAPTOR

@@ -4,13 +4,12 @@
 #include "common/veldo_common_lock.h"
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_FRUParse.h"
+#include "ipmi/IPMI_Thread_Callback.h"
 
 #include <OpenIPMI/ipmi_addr.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <numeric>
 
@@ -100,13 +99,9 @@ bool ENTITYCAPTURE::InState(int a_State, const char* a_WrongState) const {
 
 // OpenIPMI's data carries the object; a reply to a probe that was superseded has nobody left to answer to.
 int ENTITYCAPTURE::Deliver(ipmi_msgi_t* a_Item, const char* a_Name, RECEIVER a_Receiver) {
-    LogTrace(g_Logger2, "%s", a_Name);
-    auto* l_Self = a_Item != nullptr ? static_cast<ENTITYCAPTURE*>(a_Item->data1) : nullptr;
-    if (l_Self == nullptr) {
-        puts("ERROR SELF==NULL");
-        exit(1);
-    }
-    if (!l_Self->m_bSuperseded) (l_Self->*a_Receiver)(*a_Item);
+    EnterCallback<ENTITYCAPTURE>(a_Item != nullptr ? a_Item->data1 : nullptr, a_Name, [&](ENTITYCAPTURE& a_Self) {
+        if (!a_Self.m_bSuperseded) (a_Self.*a_Receiver)(*a_Item);
+    });
     return IPMI_MSG_ITEM_NOT_USED;
 }
 

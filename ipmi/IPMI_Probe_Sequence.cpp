@@ -177,18 +177,14 @@ void ENTITYCAPTURE::StopCollection() {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection - adding stuff!!!");
     m_State = PROBE_IDLE;
     if (m_bSuperseded) return;
-    {
-        const OSAL_LOCK l_Maps(m_MapMutex);
+    for (const auto& [l_FRUID, l_Entity] : m_FRUEntities) {
+        LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection adding FRU ID %i pointer=0x%p", l_FRUID,
+                 static_cast<void*>(l_Entity));
+        LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection adding FRU ID %i ID=%i", l_FRUID, l_Entity->m_EntityID);
         const MODEL_WRITER l_Model(g_EntityMapLock);
-        for (const auto& [l_FRUID, l_Entity] : m_FRUEntities) {
-            LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection adding FRU ID %i pointer=0x%p", l_FRUID,
-                     static_cast<void*>(l_Entity));
-            LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection adding FRU ID %i ID=%i", l_FRUID,
-                     l_Entity->m_EntityID);
-            g_EntityMap[l_Entity->Address()] = l_Entity;
-        }
-        m_bHandedOver = true;
+        g_EntityMap[l_Entity->Address()] = l_Entity;
     }
+    m_bHandedOver = true;
     if (m_Thread != nullptr) m_Thread->EntityCaptured();
 }
 

@@ -3,6 +3,7 @@
 
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_Probe.h"
+#include "ipmi/IPMI_Thread_Callback.h"
 
 #include <OpenIPMI/ipmi_posix.h>
 #include <OpenIPMI/ipmi_smi.h>
@@ -118,20 +119,11 @@ void IPMITHREAD::ReleaseStartup() {
     if (l_StartupMutex != nullptr) l_StartupMutex->Unlock();
 }
 
-// The object behind a callback. A callback without one ends the process: nothing it reports could be acted upon.
-IPMITHREAD& IPMITHREAD::Self(void* a_UserData, const char* a_Name) {
-    LogTrace(g_Logger2, "%s", a_Name);
-    if (a_UserData == nullptr) {
-        puts("ERROR SELF==NULL");
-        exit(1);
-    }
-    return *static_cast<IPMITHREAD*>(a_UserData);
-}
-
 void IPMITHREAD::s_DomainOpen(ipmi_domain_t* a_Domain, int a_Err, unsigned int a_ConnNum, unsigned int a_PortNum,
                               int a_StillConnected, void* a_UserData) {
-    Self(a_UserData, "IPMITHREAD :: s_DomainOpen")
-        .DomainOpen(a_Domain, a_Err, a_ConnNum, a_PortNum, a_StillConnected, a_UserData);
+    EnterCallback<IPMITHREAD>(a_UserData, "IPMITHREAD :: s_DomainOpen", [&](IPMITHREAD& a_Self) {
+        a_Self.DomainOpen(a_Domain, a_Err, a_ConnNum, a_PortNum, a_StillConnected, a_UserData);
+    });
 }
 
 // Called at every change of the connection. Whether it reports an error does not matter: until the model is ready a
@@ -144,7 +136,7 @@ void IPMITHREAD::DomainOpen(ipmi_domain_t* a_Domain, int, unsigned int, unsigned
         g_ENTITYCapture->StartCapture();
     }
     if (m_bHandlersRegistered) return;
-    m_bHandlersRegistered = true;
+    m_bHandlersRegistered = true; // once, even when it fails: a second try would register twice
     int l_Result = ipmi_domain_add_entity_update_handler(a_Domain, s_EntityAdded, this);
     if (l_Result != 0) {
         printf("ipmi_domain_add_entity_update_handler return error: %d\n", l_Result);
@@ -155,7 +147,8 @@ void IPMITHREAD::DomainOpen(ipmi_domain_t* a_Domain, int, unsigned int, unsigned
 }
 
 void IPMITHREAD::s_DomainFullyUp(ipmi_domain_t* a_Domain, void* a_UserData) {
-    Self(a_UserData, "IPMITHREAD :: s_DomainFullyUp").DomainFullyUp(a_Domain, a_UserData);
+    EnterCallback<IPMITHREAD>(a_UserData, "IPMITHREAD :: s_DomainFullyUp",
+                              [&](IPMITHREAD& a_Self) { a_Self.DomainFullyUp(a_Domain, a_UserData); });
 }
 
 // The domain is null under the complete simulation and is not touched.

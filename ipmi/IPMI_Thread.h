@@ -58,8 +58,6 @@ public:
 private:
     friend struct ::IPMI_TEST_ACCESS;
 
-    static IPMITHREAD& Self(void* a_UserData, const char* a_Name);
-
     bool OpenDomain();
     [[noreturn]] void Loop();
     void FallBackToSimulation();

@@ -3,6 +3,7 @@
 
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
+#include "ipmi/IPMI_Thread_Callback.h"
 
 #include <OpenIPMI/ipmi_fru.h>
 #include <OpenIPMI/ipmi_mc.h>
@@ -62,6 +63,19 @@ std::unique_ptr<IPMI_MC> DescribeMC(ipmi_mc_t* a_MC) {
     return l_MC;
 }
 
+enum MC_ADDITION { ADDED, NO_ENTITY, KNOWN };
+
+// Nothing is logged while the model is locked: the host's logger may take its time.
+MC_ADDITION AddController(const IPMI_ENTITY_ADDRESS& a_Address, std::unique_ptr<IPMI_MC> a_MC) {
+    const MODEL_WRITER l_Model(g_EntityMapLock);
+    IPMI_ENTITY* l_Entity = g_EntityMap[a_Address];
+    if (l_Entity == nullptr) return NO_ENTITY;
+    IPMI_MC*& l_Kept = l_Entity->m_MCMap[a_MC->m_Name];
+    if (l_Kept != nullptr) return KNOWN;
+    l_Kept = a_MC.release();
+    return ADDED;
+}
+
 void CopyMultiRecords(ipmi_fru_t* a_Source, IPMI_FRU& a_FRU) {
     if (a_Source == nullptr) return;
     const unsigned l_Count = ipmi_fru_get_num_multi_records(a_Source);
@@ -103,7 +117,9 @@ void CopyTexts(ipmi_entity_t* a_Entity, IPMI_FRU& a_FRU) {
 
 void IPMITHREAD::s_EntityAdded(enum ipmi_update_e a_Operation, ipmi_domain_t* a_Domain, ipmi_entity_t* a_Entity,
                                void* a_UserData) {
-    Self(a_UserData, "IPMITHREAD :: s_EntityAdded").EntityAdded(a_Operation, a_Domain, a_Entity, a_UserData);
+    EnterCallback<IPMITHREAD>(a_UserData, "IPMITHREAD :: s_EntityAdded", [&](IPMITHREAD& a_Self) {
+        a_Self.EntityAdded(a_Operation, a_Domain, a_Entity, a_UserData);
+    });
 }
 
 // Registers for the entity's own reports. The entity does not enter the model: only the probe and the simulation do
@@ -145,7 +161,8 @@ void IPMITHREAD::EntityAdded(enum ipmi_update_e a_Operation, ipmi_domain_t*, ipm
 }
 
 void IPMITHREAD::s_MCAdded(enum ipmi_update_e a_Operation, ipmi_domain_t* a_Domain, ipmi_mc_t* a_MC, void* a_UserData) {
-    Self(a_UserData, "IPMITHREAD :: s_MCAdded").MCAdded(a_Operation, a_Domain, a_MC, a_UserData);
+    EnterCallback<IPMITHREAD>(a_UserData, "IPMITHREAD :: s_MCAdded",
+                              [&](IPMITHREAD& a_Self) { a_Self.MCAdded(a_Operation, a_Domain, a_MC, a_UserData); });
 }
 
 // Every operation is taken for an addition. A controller without an entity leaves a null entity in the model, which the
@@ -153,28 +170,26 @@ void IPMITHREAD::s_MCAdded(enum ipmi_update_e a_Operation, ipmi_domain_t* a_Doma
 void IPMITHREAD::MCAdded(enum ipmi_update_e, ipmi_domain_t*, ipmi_mc_t* a_MC, void*) {
     LogTrace(g_Logger2, "IPMITHREAD :: MCAdded");
     LogTrace(g_Logger2, "IPMITHREAD :: MCAdded - getting address / channel");
-    const int l_Channel = ipmi_mc_get_channel(a_MC);
+    const int l_Channel = static_cast<int>(ipmi_mc_get_channel(a_MC));
     const int l_Address = static_cast<int>(ipmi_mc_get_address(a_MC));
     LogTrace(g_Logger2, "IPMITHREAD :: MCAdded - channel=%i address=%i", l_Channel, l_Address);
-    auto l_MC = DescribeMC(a_MC);
-
-    const MODEL_WRITER l_Model(g_EntityMapLock);
-    IPMI_ENTITY* l_Entity = g_EntityMap[ModelAddress(l_Channel, l_Address)];
-    if (l_Entity == nullptr) {
+    switch (AddController(ModelAddress(l_Channel, l_Address), DescribeMC(a_MC))) {
+    case ADDED:
+        break;
+    case NO_ENTITY:
         LogTrace(g_Logger2, "IPMITHREAD :: MCAdded - No Entity for this MC yet ignoring");
-        return;
-    }
-    IPMI_MC*& l_Kept = l_Entity->m_MCMap[l_MC->m_Name];
-    if (l_Kept != nullptr) {
+        break;
+    case KNOWN:
         LogTrace(g_Logger2, "IPMITHREAD :: MCAdded - Already have a MC ignoring");
-        return;
+        break;
     }
-    l_Kept = l_MC.release();
 }
 
 void IPMITHREAD::s_ControlAdded(enum ipmi_update_e a_Operation, ipmi_entity_t* a_Entity, ipmi_control_t* a_Control,
                                 void* a_UserData) {
-    Self(a_UserData, "IPMITHREAD :: s_ControlAdded").ControlAdded(a_Operation, a_Entity, a_Control, a_UserData);
+    EnterCallback<IPMITHREAD>(a_UserData, "IPMITHREAD :: s_ControlAdded", [&](IPMITHREAD& a_Self) {
+        a_Self.ControlAdded(a_Operation, a_Entity, a_Control, a_UserData);
+    });
 }
 
 // The control is not kept: a real LED is reached by its PICMG commands, and only simulated entities have controls.
@@ -197,7 +212,8 @@ void IPMITHREAD::ControlAdded(enum ipmi_update_e a_Operation, ipmi_entity_t* a_E
 }
 
 void IPMITHREAD::s_FruAdded(enum ipmi_update_e a_Operation, ipmi_entity_t* a_Entity, void* a_UserData) {
-    Self(a_UserData, "IPMITHREAD :: s_FruAdded").FruAdded(a_Operation, a_Entity, a_UserData);
+    EnterCallback<IPMITHREAD>(a_UserData, "IPMITHREAD :: s_FruAdded",
+                              [&](IPMITHREAD& a_Self) { a_Self.FruAdded(a_Operation, a_Entity, a_UserData); });
 }
 
 void IPMITHREAD::FruAdded(enum ipmi_update_e a_Operation, ipmi_entity_t* a_Entity, void*) {
@@ -214,20 +230,23 @@ void IPMITHREAD::FruAdded(enum ipmi_update_e a_Operation, ipmi_entity_t* a_Entit
     CopyTexts(a_Entity, *l_FRU);
     CopyMultiRecords(ipmi_entity_get_fru(a_Entity), *l_FRU);
 
-    const MODEL_WRITER l_Model(g_EntityMapLock);
-    const auto l_Entity = g_EntityMap.find(l_Address);
+    const auto l_Entity = g_EntityMap.find(l_Address); // this thread is the only one that changes the map
     if (l_Entity == g_EntityMap.end() || l_Entity->second == nullptr) return;
     LogTrace(g_Logger2, "IPMITHREAD :: FruAdded - entity in list modifying name=>%s<", l_Name.data());
     LogTrace(g_Logger2, "IPMITHREAD :: FruAdded - Updating Entity FRUMap l_ent=0x%p",
              static_cast<void*>(l_Entity->second));
+    const MODEL_WRITER l_Model(g_EntityMapLock);
     l_Entity->second->StoreFRU(std::move(l_FRU));
 }
 
 int IPMITHREAD::s_IPMIEntityHotSwapHandler(ipmi_entity_t* a_Entity, enum ipmi_hot_swap_states a_Last,
                                            enum ipmi_hot_swap_states a_Current, void* a_UserData,
                                            ipmi_event_t* a_Event) {
-    return Self(a_UserData, "IPMITHREAD :: s_IPMIEntityHotSwapHandler")
-        .IPMIEntityHotSwapHandler(a_Entity, a_Last, a_Current, a_UserData, a_Event);
+    int l_Result = IPMI_EVENT_NOT_HANDLED;
+    EnterCallback<IPMITHREAD>(a_UserData, "IPMITHREAD :: s_IPMIEntityHotSwapHandler", [&](IPMITHREAD& a_Self) {
+        l_Result = a_Self.IPMIEntityHotSwapHandler(a_Entity, a_Last, a_Current, a_UserData, a_Event);
+    });
+    return l_Result;
 }
 
 int IPMITHREAD::IPMIEntityHotSwapHandler(ipmi_entity_t*, enum ipmi_hot_swap_states, enum ipmi_hot_swap_states, void*,
