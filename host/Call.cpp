@@ -51,14 +51,14 @@ void ParseKeysAndValues(const GRAMMAR& a_Grammar, const std::vector<std::string>
     const auto l_First = a_Words.begin() + 2;
     const auto l_Separator = std::find(l_First, a_Words.end(), "--");
     for (auto l_Word = l_First; l_Word != l_Separator; ++l_Word)
-        a_Call.m_Keys.Add(ParseParam(*l_Word, true));
+        a_Call.m_Keys.Add(ParseParam(*l_Word, true, a_Call.m_Group));
     if (a_Grammar.m_Form == FORM::GroupAndKeys) {
         if (l_Separator != a_Words.end()) WrongForm(a_Grammar, "'--' in a read");
         return;
     }
     if (l_Separator == a_Words.end()) WrongForm(a_Grammar, "no '--' between keys and values");
     for (auto l_Word = l_Separator + 1; l_Word != a_Words.end(); ++l_Word)
-        a_Call.m_Values.Add(ParseParam(*l_Word, false));
+        a_Call.m_Values.Add(ParseParam(*l_Word, false, a_Call.m_Group));
 }
 
 } // namespace
@@ -67,12 +67,6 @@ std::string_view OperationName(OPERATION a_Operation) {
     return std::find_if(std::begin(g_Grammar), std::end(g_Grammar),
                         [=](const GRAMMAR& a_Row) { return a_Row.m_Operation == a_Operation; })
         ->m_Word;
-}
-
-bool IsCommandLineCall(std::string_view a_Word) {
-    return std::any_of(std::begin(g_Grammar), std::end(g_Grammar), [=](const GRAMMAR& a_Row) {
-        return a_Row.m_Word == a_Word && a_Row.m_Form != FORM::Milliseconds;
-    });
 }
 
 CALL ParseCall(const std::vector<std::string>& a_Words) {

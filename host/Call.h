@@ -21,8 +21,6 @@ struct CALL {
 
 /// The word of an operation: "init", "wait-event" …
 std::string_view OperationName(OPERATION a_Operation);
-/// Whether the word begins a call that stands alone on the command line (all but sleep and wait-event do).
-bool IsCommandLineCall(std::string_view a_Word);
 
 /// Makes a call of its words. Throws USAGE_ERROR saying what was expected.
 CALL ParseCall(const std::vector<std::string>& a_Words);

@@ -3,7 +3,7 @@
 
 #include "host/Redirect.h"
 
-#include <chrono>
+#include <array>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
@@ -15,9 +15,6 @@ namespace BMHOST {
 
 namespace {
 
-constexpr auto FIRST_WAIT = std::chrono::seconds(10);
-constexpr auto LATER_WAITS = std::chrono::seconds(60);
-
 // Never destroyed: the adaptor may end the process on a thread of its own.
 struct NOTICE {
     std::mutex m_Guard;
@@ -25,6 +22,7 @@ struct NOTICE {
     std::string m_Call;
     unsigned m_Calls = 0; // counts beginnings and ends
     bool m_Armed = false;
+    std::chrono::milliseconds m_FirstWait{};
 };
 
 NOTICE& TheNotice() {
@@ -37,6 +35,13 @@ void Tell(const std::string& a_Line) {
     [[maybe_unused]] const ssize_t l_Written = write(STDERR_FILENO, l_Line.data(), l_Line.size());
 }
 
+// "10 s"; a fraction only when there is one.
+std::string Seconds(std::chrono::milliseconds a_Time) {
+    std::array<char, 32> l_Text{};
+    snprintf(l_Text.data(), l_Text.size(), "%g s", static_cast<double>(a_Time.count()) / 1000);
+    return l_Text.data();
+}
+
 void OnExit(int a_Status, void*) {
     NOTICE& l_Notice = TheNotice();
     const std::lock_guard l_Lock(l_Notice.m_Guard);
@@ -45,6 +50,7 @@ void OnExit(int a_Status, void*) {
     ShowWithheld();
     const std::string l_Where = l_Notice.m_Call.empty() ? "between two calls" : "during `" + l_Notice.m_Call + "`";
     Tell("the adaptor ended the process " + l_Where + " (exit status " + std::to_string(a_Status) + ")");
+    l_Notice.m_Armed = false; // that was the last line
 }
 
 void Watch() {
@@ -53,25 +59,27 @@ void Watch() {
     for (;;) {
         l_Notice.m_Changed.wait(l_Lock, [&] { return !l_Notice.m_Call.empty(); });
         const unsigned l_Call = l_Notice.m_Calls;
-        std::chrono::seconds l_Waited(0);
-        std::chrono::seconds l_Wait = FIRST_WAIT;
+        std::chrono::milliseconds l_Waited(0);
+        std::chrono::milliseconds l_Wait = l_Notice.m_FirstWait;
         while (!l_Notice.m_Changed.wait_for(l_Lock, l_Wait, [&] { return l_Notice.m_Calls != l_Call; })) {
             l_Waited += l_Wait;
-            l_Wait = LATER_WAITS;
-            Tell("`" + l_Notice.m_Call + "` has not returned for " + std::to_string(l_Waited.count()) +
-                 " s; still waiting for the adaptor");
+            l_Wait = 6 * l_Notice.m_FirstWait;
+            if (!l_Notice.m_Armed) continue;
+            Tell("`" + l_Notice.m_Call + "` has not returned for " + Seconds(l_Waited) +
+                 "; still waiting for the adaptor");
         }
     }
 }
 
 } // namespace
 
-void ArmEndNotice() {
+void ArmEndNotice(std::chrono::milliseconds a_FirstWait) {
     NOTICE& l_Notice = TheNotice();
-    on_exit(OnExit, nullptr);
-    std::thread(Watch).detach();
     const std::lock_guard l_Lock(l_Notice.m_Guard);
     l_Notice.m_Armed = true;
+    l_Notice.m_FirstWait = a_FirstWait;
+    on_exit(OnExit, nullptr);
+    std::thread(Watch).detach();
 }
 
 void DisarmEndNotice() {

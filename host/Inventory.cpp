@@ -6,9 +6,6 @@
 #include "host/Session.h"
 #include "host/TextOutput.h"
 
-#include <algorithm>
-#include <limits>
-
 namespace BMHOST {
 
 namespace {
@@ -40,15 +37,6 @@ const char* TypeName(BM_ADAPTOR::BMIParamType_e a_Type) {
     return "integer";
 }
 
-// The first group above this one; a group's parameters are numbered from its own number up to the next group's.
-unsigned NextGroup(unsigned a_Group) {
-    unsigned l_Next = std::numeric_limits<unsigned>::max();
-    for (const auto& l_Row : BM_ADAPTOR::g_GroupNames) {
-        if (l_Row.m_Group > a_Group) l_Next = std::min(l_Next, l_Row.m_Group);
-    }
-    return l_Next;
-}
-
 } // namespace
 
 bool Inventory(SESSION& a_Session, bool a_Color, std::string& a_Text) {
@@ -73,7 +61,7 @@ std::string ListGroups() {
         l_Text += Hex(l_Group.m_Group) + " " + std::string(l_Group.m_Name) + "\n";
         std::vector<std::vector<std::string>> l_Lines = {{"id", "type", "key", "name"}};
         for (const auto& l_Param : BM_ADAPTOR::g_ParameterNames) {
-            if (l_Param.m_Id <= l_Group.m_Group || l_Param.m_Id >= NextGroup(l_Group.m_Group)) continue;
+            if (!IsParameterOf(l_Param.m_Id, l_Group.m_Group)) continue;
             l_Lines.push_back(
                 {Hex(l_Param.m_Id), TypeName(l_Param.m_Type), l_Param.m_Key ? "key" : "", std::string(l_Param.m_Name)});
         }

@@ -2,12 +2,9 @@
 #include "host/Output.h"
 
 #include "host/Names.h"
+#include "host/Redirect.h"
 
 #include <nlohmann/json.hpp>
-
-#include <cerrno>
-#include <system_error>
-#include <unistd.h>
 
 namespace BMHOST {
 
@@ -94,15 +91,7 @@ public:
 
 private:
     // Whole lines at once: whoever reads them through a pipe follows call by call.
-    void Line(const ordered_json& a_Json) const {
-        const std::string l_Line = a_Json.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
-        for (std::size_t l_Written = 0; l_Written < l_Line.size();) {
-            const ssize_t l_Result = write(m_Descriptor, l_Line.data() + l_Written, l_Line.size() - l_Written);
-            if (l_Result < 0 && errno == EINTR) continue;
-            if (l_Result < 0) throw std::system_error(errno, std::generic_category(), "writing to standard output");
-            l_Written += static_cast<std::size_t>(l_Result);
-        }
-    }
+    void Line(const ordered_json& a_Json) const { WriteAll(m_Descriptor, a_Json.dump() + "\n"); }
 
     int m_Descriptor;
 };

@@ -61,40 +61,64 @@ std::vector<std::string_view> Spellings(std::string_view a_Name, std::span<const
     return l_Spellings;
 }
 
-template <typename NAMES, typename NUMBER>
-unsigned Number(std::string_view a_Text, const char* a_Kind, const NAMES& a_Names, NUMBER a_Number,
-                std::span<const std::string_view> a_Prefixes) {
+std::string_view WithoutTable(std::string_view a_Name) {
+    for (const std::string_view l_Prefix : TABLE_PREFIXES) {
+        if (a_Name.starts_with(l_Prefix)) return a_Name.substr(l_Prefix.size());
+    }
+    return a_Name;
+}
+
+struct SPELLING {
+    std::string_view m_Spelling;
+    unsigned m_Number;
+};
+
+// The number that the text is or names.
+unsigned Number(std::string_view a_Text, const std::string& a_Kind, const std::vector<SPELLING>& a_Spellings) {
     if (const auto l_Number = ParseNumber(a_Text)) {
         if (*l_Number >= 0 && *l_Number <= std::numeric_limits<uint32_t>::max())
             return static_cast<unsigned>(*l_Number);
-        throw USAGE_ERROR(std::string(a_Kind) + " '" + std::string(a_Text) +
-                          "': expected a number from 0 to 0xffffffff");
+        throw USAGE_ERROR(a_Kind + " '" + std::string(a_Text) + "': expected a number from 0 to 0xffffffff");
     }
     const std::string l_Wanted = Upper(a_Text);
-    std::string_view l_Nearest;
+    const SPELLING* l_Nearest = nullptr;
     std::size_t l_NearestDistance = std::numeric_limits<std::size_t>::max();
-    for (const auto& l_Row : a_Names) {
-        for (const std::string_view l_Spelling : Spellings(l_Row.m_Name, a_Prefixes)) {
-            if (l_Spelling == l_Wanted) return l_Row.*a_Number;
-            const std::size_t l_Distance = Distance(l_Wanted, l_Spelling);
-            if (l_Distance < l_NearestDistance) {
-                l_NearestDistance = l_Distance;
-                l_Nearest = l_Spelling;
-            }
-        }
+    for (const SPELLING& l_Spelling : a_Spellings) {
+        if (l_Spelling.m_Spelling == l_Wanted) return l_Spelling.m_Number;
+        const std::size_t l_Distance = Distance(l_Wanted, l_Spelling.m_Spelling);
+        if (l_Distance >= l_NearestDistance) continue;
+        l_NearestDistance = l_Distance;
+        l_Nearest = &l_Spelling;
     }
-    throw USAGE_ERROR("unknown " + std::string(a_Kind) + " '" + std::string(a_Text) + "': expected a number or a name" +
-                      ", perhaps " + std::string(l_Nearest) + " (`bmhost groups` lists them)");
+    throw USAGE_ERROR("unknown " + a_Kind + " '" + std::string(a_Text) + "': expected a number or a name, perhaps " +
+                      std::string(l_Nearest->m_Spelling) + " (`bmhost groups` lists them)");
 }
 
 } // namespace
 
 unsigned GroupNumber(std::string_view a_Text) {
-    return Number(a_Text, "group", g_GroupNames, &BM_ADAPTOR::GROUP_NAME::m_Group, GROUP_PREFIXES);
+    std::vector<SPELLING> l_Spellings;
+    for (const auto& l_Row : g_GroupNames) {
+        for (const std::string_view l_Spelling : Spellings(l_Row.m_Name, GROUP_PREFIXES))
+            l_Spellings.push_back({l_Spelling, l_Row.m_Group});
+    }
+    return Number(a_Text, "group", l_Spellings);
 }
 
-unsigned ParameterNumber(std::string_view a_Text) {
-    return Number(a_Text, "parameter", g_ParameterNames, &BM_ADAPTOR::PARAMETER_NAME::m_Id, PARAMETER_PREFIXES);
+unsigned ParameterNumber(std::string_view a_Text, unsigned a_Group) {
+    std::vector<SPELLING> l_Spellings;
+    for (const auto& l_Row : g_ParameterNames) {
+        for (const std::string_view l_Spelling : Spellings(l_Row.m_Name, PARAMETER_PREFIXES))
+            l_Spellings.push_back({l_Spelling, l_Row.m_Id});
+        if (IsParameterOf(l_Row.m_Id, a_Group)) l_Spellings.push_back({WithoutTable(l_Row.m_Name), l_Row.m_Id});
+    }
+    return Number(a_Text, "parameter", l_Spellings);
+}
+
+bool IsParameterOf(unsigned a_Id, unsigned a_Group) {
+    return a_Id > a_Group && std::none_of(g_GroupNames.begin(), g_GroupNames.end(), [=](const auto& a_Row) {
+               return a_Row.m_Group > a_Group && a_Row.m_Group <= a_Id;
+           });
 }
 
 std::string_view GroupName(unsigned a_Group) {
@@ -110,14 +134,9 @@ std::string_view ParameterName(unsigned a_Id) {
 }
 
 std::string ColumnName(unsigned a_Id) {
-    std::string_view l_Name = ParameterName(a_Id);
+    const std::string_view l_Name = ParameterName(a_Id);
     if (l_Name.empty()) return Hex(a_Id);
-    for (const std::string_view l_Prefix : TABLE_PREFIXES) {
-        if (!l_Name.starts_with(l_Prefix)) continue;
-        l_Name.remove_prefix(l_Prefix.size());
-        break;
-    }
-    std::string l_Column(l_Name);
+    std::string l_Column(WithoutTable(l_Name));
     std::transform(l_Column.begin(), l_Column.end(), l_Column.begin(),
                    [](unsigned char a_Char) { return a_Char == '_' ? ' ' : static_cast<char>(std::tolower(a_Char)); });
     return l_Column;

@@ -9,8 +9,10 @@ namespace BMHOST {
 /// The group's number from a number or a name. An unknown number is passed on: the adaptor answers it. Throws
 /// USAGE_ERROR for an unknown name, with the nearest one.
 unsigned GroupNumber(std::string_view a_Text);
-/// The same for a parameter.
-unsigned ParameterNumber(std::string_view a_Text);
+/// The same for a parameter. The group's own parameters may be written as its columns are shown, with '_' for a blank.
+unsigned ParameterNumber(std::string_view a_Text, unsigned a_Group);
+/// Whether the parameter is numbered among the group's own: from the group's number up to the next group's.
+bool IsParameterOf(unsigned a_Id, unsigned a_Group);
 
 /// The names, as the protocol writes them; empty for an unknown number.
 std::string_view GroupName(unsigned a_Group);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <limits>
 
 namespace BMHOST {
 
@@ -22,7 +23,10 @@ struct COMMAND {
 
 constexpr const char* PARAMETER_HELP =
     "GROUP and ID are numbers (0x30200) or names, with or without their prefix, in any case (`bmhost groups`).\n"
-    "VALUE is an integer (decimal or 0x…), true or false, or text; i: u: s: b: before it force the type 1, 2, 4 or 0.\n"
+    "An ID of the group itself may be written as its column is shown: bay, run_status.\n"
+    "VALUE is an integer (decimal or 0x…), true or false, or text; i: u: s: b: before it force the type 1, 2, 4 or 0.\n";
+
+constexpr const char* LIFE_HELP =
     "`init` is called before and `fin` after; they show nothing and do not count for the exit status.\n";
 
 constexpr COMMAND COMMANDS[] = {
@@ -97,6 +101,12 @@ OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
         ->type_name("DIR")
         ->capture_default_str();
     l_App.add_flag("--json", l_Options.m_Json, "one JSON line a call; what the adaptor prints goes to standard error");
+    l_App
+        .add_option("--notice-after", l_Options.m_NoticeAfter,
+                    "milliseconds after which standard error tells of a call that does not return")
+        ->type_name("MS")
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()))
+        ->capture_default_str();
     l_App.prefix_command();
     try {
         l_App.parse(a_Argc, a_Argv);
@@ -115,12 +125,17 @@ OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
     if (l_Options.m_Command.empty()) throw USAGE_ERROR("no command: expected one of those that `bmhost --help` lists");
     const COMMAND* l_Command = FindCommand(l_Options.m_Command[0]);
     if (l_Command == nullptr) {
-        throw USAGE_ERROR("unknown command '" + l_Options.m_Command[0] +
-                          "': expected one of those that `bmhost --help` lists");
+        throw USAGE_ERROR((l_Options.m_Command[0].starts_with("-") ? "unknown option '" : "unknown command '") +
+                          l_Options.m_Command[0] + "': expected one of those that `bmhost --help` lists");
     }
-    const auto& l_Words = l_Options.m_Command;
-    if (l_Words.size() > 1 && (l_Words[1] == "--help" || l_Words[1] == "-h"))
-        l_Options.m_Answer = CommandHelp(*l_Command);
+    // No word of a command looks like an option.
+    for (auto l_Word = l_Options.m_Command.begin() + 1; l_Word != l_Options.m_Command.end(); ++l_Word) {
+        if (*l_Word == "--help" || *l_Word == "-h") {
+            l_Options.m_Answer = CommandHelp(*l_Command);
+        } else if (l_Word->size() > 2 && l_Word->starts_with("--")) {
+            throw USAGE_ERROR("'" + *l_Word + "' after the command: options stand before it");
+        }
+    }
     return l_Options;
 }
 

@@ -13,6 +13,7 @@ struct OPTIONS {
     std::string m_LogFile;
     std::string m_Storage;
     bool m_Json = false;
+    int m_NoticeAfter = 10000;          ///< milliseconds after which a call that does not return is told of
     std::vector<std::string> m_Command; ///< the command and its words
     std::string m_Answer;               ///< a help or version text to print instead of anything else
 };

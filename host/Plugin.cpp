@@ -1,6 +1,7 @@
 // An adaptor's library, loaded, and the adaptor in it.
 #include "host/Plugin.h"
 
+#include "host/EndNotice.h"
 #include "host/Error.h"
 
 #include <dlfcn.h>
@@ -40,9 +41,11 @@ struct CLOSE_LIBRARY {
 
 PLUGIN::PLUGIN(std::string a_File) : m_File(a_File.empty() ? DefaultLibrary() : std::move(a_File)) {
     // A file name without a folder is looked for here, not on the loader's path.
-    const bool l_IsFile = std::filesystem::exists(m_File);
+    std::error_code l_Ignored;
+    const bool l_IsFile = std::filesystem::exists(m_File, l_Ignored);
     if (!l_IsFile && m_File != DEFAULT_LIBRARY) throw LOAD_ERROR("adaptor " + m_File + ": no such file");
     const std::string l_Path = l_IsFile ? std::filesystem::absolute(m_File).string() : m_File;
+    const CALL_UNDER_WAY l_Loading("loading");
     m_Library = dlopen(l_Path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (m_Library == nullptr) throw LOAD_ERROR("adaptor " + m_File + ": not a loadable library: " + LastError());
     std::unique_ptr<void, CLOSE_LIBRARY> l_Guard(m_Library);
@@ -52,14 +55,16 @@ PLUGIN::PLUGIN(std::string a_File) : m_File(a_File.empty() ? DefaultLibrary() : 
         m_Adaptor = static_cast<BM_ADAPTOR::CBaseAdaptor*>(l_Create());
     } catch (const std::exception& l_Error) {
         throw LOAD_ERROR("adaptor " + m_File + ": CreateAdaptor failed: " + l_Error.what());
+    } catch (...) {
+        throw LOAD_ERROR("adaptor " + m_File + ": CreateAdaptor failed");
     }
     if (m_Adaptor == nullptr) throw LOAD_ERROR("adaptor " + m_File + ": CreateAdaptor gave no adaptor");
     l_Guard.release();
 }
 
 PLUGIN::~PLUGIN() {
+    const CALL_UNDER_WAY l_Destroying("DestroyAdaptor");
     m_Destroy(m_Adaptor);
-    dlclose(m_Library);
 }
 
 void* PLUGIN::Symbol(const char* a_Name) {

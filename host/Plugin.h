@@ -7,7 +7,7 @@
 
 namespace BMHOST {
 
-/// Loads on construction, destroys the adaptor and unloads on destruction.
+/// Loads on construction, destroys the adaptor on destruction. The library stays: threads of the adaptor may be in it.
 class PLUGIN {
 public:
     /// @param a_File  the library; empty: the one installed with this program. Throws LOAD_ERROR.

@@ -1,4 +1,4 @@
-// Where the adaptor's own prints on standard output go.
+// The standard descriptors: what of them is bmhost's, and where the adaptor's own prints go.
 #include "host/Redirect.h"
 
 #include <array>
@@ -20,22 +20,38 @@ int Checked(int a_Result, const char* a_Operation) {
     return a_Result;
 }
 
-int ReplaceStandardOutput(int a_Descriptor) {
-    fflush(stdout);
-    const int l_Real = Checked(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), "keeping standard output");
-    Checked(dup2(a_Descriptor, STDOUT_FILENO), "redirecting standard output");
+// The descriptor under another number; what stood there before is replaced.
+int Replace(int a_Standard, int a_Descriptor, const char* a_Operation) {
+    const int l_Real = Checked(fcntl(a_Standard, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), a_Operation);
+    Checked(dup2(a_Descriptor, a_Standard), a_Operation);
     return l_Real;
 }
 
 } // namespace
 
+void KeepStandardDescriptors() {
+    for (const int l_Standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(l_Standard, F_GETFD) >= 0 || errno != EBADF) continue;
+        // The wrong way round, and it is the lowest free number.
+        Checked(open("/dev/null", l_Standard == STDIN_FILENO ? O_WRONLY : O_RDONLY), "opening /dev/null");
+    }
+}
+
+int TakeStandardInput() {
+    const int l_Empty = Checked(open("/dev/null", O_RDONLY | O_CLOEXEC), "opening /dev/null");
+    const int l_Real = Replace(STDIN_FILENO, l_Empty, "keeping standard input");
+    close(l_Empty);
+    return l_Real;
+}
+
 int PrintsToStandardError() {
-    return ReplaceStandardOutput(STDERR_FILENO);
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // as prompt as standard error itself
+    return Replace(STDOUT_FILENO, STDERR_FILENO, "redirecting standard output");
 }
 
 int PrintsWithheld() {
     g_Withheld = Checked(memfd_create("bmhost-prints", MFD_CLOEXEC), "withholding the adaptor's prints");
-    return ReplaceStandardOutput(g_Withheld);
+    return Replace(STDOUT_FILENO, g_Withheld, "redirecting standard output");
 }
 
 void ShowWithheld() {
@@ -46,6 +62,14 @@ void ShowWithheld() {
     while ((l_Read = pread(g_Withheld, l_Buffer.data(), l_Buffer.size(), l_Offset)) > 0) {
         if (write(STDERR_FILENO, l_Buffer.data(), static_cast<std::size_t>(l_Read)) < 0) return;
         l_Offset += l_Read;
+    }
+}
+
+void WriteAll(int a_Descriptor, std::string_view a_Text) {
+    while (!a_Text.empty()) {
+        const ssize_t l_Written = write(a_Descriptor, a_Text.data(), a_Text.size());
+        if (l_Written < 0 && errno == EINTR) continue;
+        a_Text.remove_prefix(static_cast<std::size_t>(Checked(static_cast<int>(l_Written), "standard output")));
     }
 }
 

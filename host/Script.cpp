@@ -2,12 +2,11 @@
 #include "host/Script.h"
 
 #include "host/Error.h"
+#include "host/Redirect.h"
 #include "host/Session.h"
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iostream>
 
 namespace BMHOST {
 
@@ -49,25 +48,32 @@ std::vector<std::string> SplitWords(const std::string& a_Line) {
     return l_Words;
 }
 
-bool RunScript(const std::string& a_File, SESSION& a_Session) {
-    const bool l_StandardInput = a_File == "-";
-    std::ifstream l_File;
-    if (!l_StandardInput) {
-        l_File.open(a_File);
-        if (!l_File) throw USAGE_ERROR("script " + a_File + ": " + std::strerror(errno));
-    }
-    std::istream& l_Input = l_StandardInput ? std::cin : l_File;
+SCRIPT::SCRIPT(const std::string& a_File)
+    : m_Name(a_File == "-" ? "standard input" : a_File),
+      m_File(a_File == "-" ? fdopen(TakeStandardInput(), "r") : fopen(a_File.c_str(), "re")) {
+    if (m_File == nullptr) throw USAGE_ERROR("script " + a_File + ": " + std::strerror(errno));
+}
+
+bool SCRIPT::NextLine(std::string& a_Line) {
+    a_Line.clear();
+    int l_Char = 0;
+    while ((l_Char = getc(m_File.get())) != EOF && l_Char != '\n')
+        a_Line += static_cast<char>(l_Char);
+    if (ferror(m_File.get()) != 0) throw USAGE_ERROR("script " + m_Name + ": " + std::strerror(errno));
+    return l_Char != EOF || !a_Line.empty();
+}
+
+bool SCRIPT::Run(SESSION& a_Session) {
     bool l_AllGood = true;
     std::string l_Line;
-    for (int l_Number = 1; std::getline(l_Input, l_Line); ++l_Number) {
+    for (int l_Number = 1; NextLine(l_Line); ++l_Number) {
         CALL l_Call;
         try {
             const auto l_Words = SplitWords(l_Line);
             if (l_Words.empty()) continue;
             l_Call = ParseCall(l_Words);
         } catch (const USAGE_ERROR& l_Error) {
-            throw USAGE_ERROR((l_StandardInput ? "standard input" : a_File) + ":" + std::to_string(l_Number) + ": " +
-                              l_Error.what());
+            throw USAGE_ERROR(m_Name + ":" + std::to_string(l_Number) + ": " + l_Error.what());
         }
         l_AllGood = a_Session.Run(l_Call) && l_AllGood;
     }

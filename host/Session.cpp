@@ -5,9 +5,40 @@
 #include "host/Names.h"
 
 #include <chrono>
+#include <exception>
+#include <list>
+#include <stdexcept>
 #include <thread>
 
 namespace BMHOST {
+
+namespace {
+
+// Never destroyed: without a `fin` the adaptor's threads may send events until the process has ended.
+MANAGER& LastingManager(int a_Mode) {
+    static std::list<MANAGER>& l_Managers = *new std::list<MANAGER>;
+    return l_Managers.emplace_back(a_Mode);
+}
+
+// Makes a call of the adaptor, named for the end notice and for what the adaptor throws.
+template <typename CALLED>
+int Made(const std::string& a_Name, CALLED a_Called) {
+    const CALL_UNDER_WAY l_UnderWay(a_Name);
+    try {
+        return a_Called();
+    } catch (const std::exception& l_Error) {
+        throw std::runtime_error("the adaptor threw an exception out of `" + a_Name + "`: " + l_Error.what());
+    } catch (...) {
+        throw std::runtime_error("the adaptor threw an exception out of `" + a_Name + "`");
+    }
+}
+
+} // namespace
+
+SESSION::SESSION(const std::string& a_AdaptorFile, int a_Mode, OUTPUT& a_Output)
+    : m_Manager(LastingManager(a_Mode)),
+      m_Plugin(a_AdaptorFile),
+      m_Output(a_Output) {}
 
 bool SESSION::Run(CALL& a_Call) {
     switch (a_Call.m_Operation) {
@@ -41,52 +72,54 @@ bool SESSION::Run(CALL& a_Call) {
 bool SESSION::RunAlone(CALL& a_Call) {
     const bool l_NeedsLife = a_Call.m_Operation == OPERATION::Read || a_Call.m_Operation == OPERATION::Table ||
                              a_Call.m_Operation == OPERATION::Write;
-    if (l_NeedsLife) Lifecycle(OPERATION::Init);
-    const bool l_Good = Run(a_Call);
-    if (l_NeedsLife) Lifecycle(OPERATION::Fin);
+    if (!l_NeedsLife) return Run(a_Call);
+    Lifecycle(OPERATION::Init);
+    bool l_Good = false;
+    try {
+        l_Good = Run(a_Call);
+    } catch (...) { // nobody reads the output any more, say: the hardware is let go all the same
+        Lifecycle(OPERATION::Fin);
+        throw;
+    }
+    Lifecycle(OPERATION::Fin);
     return l_Good;
 }
 
 int SESSION::Lifecycle(OPERATION a_Operation) {
-    const CALL_UNDER_WAY l_UnderWay{std::string(OperationName(a_Operation))};
     BM_ADAPTOR::CBaseAdaptor& l_Adaptor = m_Plugin.Adaptor();
-    switch (a_Operation) {
-    case OPERATION::Init:
-        return l_Adaptor.Init(&m_Manager);
-    case OPERATION::Start:
-        return l_Adaptor.Start(nullptr);
-    case OPERATION::Stop:
-        return l_Adaptor.Stop(nullptr);
-    default:
-        return l_Adaptor.Fin();
-    }
+    return Made(std::string(OperationName(a_Operation)), [&] {
+        switch (a_Operation) {
+        case OPERATION::Init:
+            return l_Adaptor.Init(&m_Manager);
+        case OPERATION::Start:
+            return l_Adaptor.Start(nullptr);
+        case OPERATION::Stop:
+            return l_Adaptor.Stop(nullptr);
+        default:
+            return l_Adaptor.Fin();
+        }
+    });
 }
 
 std::unique_ptr<BM_ADAPTOR::CBMITable> SESSION::Table(unsigned a_Group, int& a_Result) {
-    const CALL_UNDER_WAY l_UnderWay("table " + Hex(a_Group));
     BM_ADAPTOR::CBMITable* l_Table = nullptr;
-    a_Result = m_Plugin.Adaptor().GetParamTable(a_Group, l_Table);
+    a_Result = Made("table " + Hex(a_Group), [&] { return m_Plugin.Adaptor().GetParamTable(a_Group, l_Table); });
     return std::unique_ptr<BM_ADAPTOR::CBMITable>(l_Table);
 }
 
 bool SESSION::Read(CALL& a_Call) {
     BM_ADAPTOR::CBMIParams* l_Row = nullptr;
-    int l_Result = 0;
-    {
-        const CALL_UNDER_WAY l_UnderWay("read " + Hex(a_Call.m_Group));
-        l_Result = m_Plugin.Adaptor().ReadParams(a_Call.m_Group, &a_Call.m_Keys, l_Row);
-    }
+    const int l_Result = Made("read " + Hex(a_Call.m_Group),
+                              [&] { return m_Plugin.Adaptor().ReadParams(a_Call.m_Group, &a_Call.m_Keys, l_Row); });
     const std::unique_ptr<BM_ADAPTOR::CBMIParams> l_Owned(l_Row);
     m_Output.Read(a_Call.m_Group, l_Result, l_Row);
     return l_Result == 1;
 }
 
 bool SESSION::Write(CALL& a_Call) {
-    int l_Result = 0;
-    {
-        const CALL_UNDER_WAY l_UnderWay("write " + Hex(a_Call.m_Group));
-        l_Result = m_Plugin.Adaptor().WriteParams(a_Call.m_Group, &a_Call.m_Keys, &a_Call.m_Values);
-    }
+    const int l_Result = Made("write " + Hex(a_Call.m_Group), [&] {
+        return m_Plugin.Adaptor().WriteParams(a_Call.m_Group, &a_Call.m_Keys, &a_Call.m_Values);
+    });
     m_Output.Write(a_Call.m_Group, l_Result);
     return l_Result == 1;
 }

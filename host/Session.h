@@ -11,12 +11,10 @@ namespace BMHOST {
 class SESSION {
 public:
     /// Throws LOAD_ERROR when the adaptor cannot be loaded.
-    SESSION(const std::string& a_AdaptorFile, int a_Mode, OUTPUT& a_Output)
-        : m_Manager(a_Mode),
-          m_Plugin(a_AdaptorFile),
-          m_Output(a_Output) {}
+    SESSION(const std::string& a_AdaptorFile, int a_Mode, OUTPUT& a_Output);
 
-    /// Makes one call and shows it. True when it returned 1; sleep and wait-event always do.
+    /// Makes one call and shows it. True when it returned 1; sleep and wait-event always do. Throws std::runtime_error
+    /// when an exception leaves the adaptor.
     bool Run(CALL& a_Call);
     /// A call alone on the command line: read, table and write have init before and fin after, which show nothing.
     bool RunAlone(CALL& a_Call);
@@ -31,7 +29,7 @@ private:
     bool Write(CALL& a_Call);
     void WaitEvent(int a_Milliseconds);
 
-    MANAGER m_Manager; // outlives the adaptor
+    MANAGER& m_Manager;
     PLUGIN m_Plugin;
     OUTPUT& m_Output;
 };

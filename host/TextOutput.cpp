@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <system_error>
 #include <unistd.h>
 
 namespace BMHOST {
@@ -29,42 +31,42 @@ std::string GroupText(unsigned a_Group) {
     return l_Name.empty() ? Hex(a_Group) : Hex(a_Group) + " " + std::string(l_Name);
 }
 
-void PrintRow(const CBMIParams& a_Row) {
+std::string RowText(const CBMIParams& a_Row) {
+    std::vector<std::vector<std::string>> l_Lines;
     for (int i = 0; i < a_Row.GetSize(); ++i) {
         const CBMIParam& l_Param = *a_Row.Get(i);
-        printf("  %-8s %-20s %s%s\n", Hex(l_Param.GetId()).c_str(), ColumnName(l_Param.GetId()).c_str(),
-               ValueText(l_Param).c_str(), l_Param.IsKey() ? "  (key)" : "");
+        l_Lines.push_back(
+            {Hex(l_Param.GetId()), l_Param.IsKey() ? "key" : "", ColumnName(l_Param.GetId()), ValueText(l_Param)});
     }
+    return AlignedTable(l_Lines, false);
 }
 
 class TEXT_OUTPUT final : public OUTPUT {
 public:
     void Lifecycle(std::string_view a_Operation, int a_Result) override {
-        printf("%s: %s\n", std::string(a_Operation).c_str(), Result(a_Result).c_str());
+        Show(std::string(a_Operation) + ": " + Result(a_Result) + "\n");
     }
 
     void Read(unsigned a_Group, int a_Result, const CBMIParams* a_Row) override {
-        printf("read %s: %s\n", GroupText(a_Group).c_str(), Result(a_Result).c_str());
-        if (a_Row != nullptr) PrintRow(*a_Row);
+        Show("read " + GroupText(a_Group) + ": " + Result(a_Result) + "\n" +
+             (a_Row != nullptr ? RowText(*a_Row) : std::string()));
     }
 
     void Table(unsigned a_Group, int a_Result, const CBMITable* a_Table) override {
-        printf("table %s: %s\n", GroupText(a_Group).c_str(), Result(a_Result).c_str());
-        if (a_Table != nullptr && a_Table->GetSize() > 0) {
-            fputs(AlignedTable(TableLines(*a_Table), ColorWanted(STDOUT_FILENO)).c_str(), stdout);
-        }
+        const bool l_HasRows = a_Table != nullptr && a_Table->GetSize() > 0;
+        Show("table " + GroupText(a_Group) + ": " + Result(a_Result) + "\n" +
+             (l_HasRows ? AlignedTable(TableLines(*a_Table), ColorWanted(STDOUT_FILENO)) : std::string()));
     }
 
     void Write(unsigned a_Group, int a_Result) override {
-        printf("write %s: %s\n", GroupText(a_Group).c_str(), Result(a_Result).c_str());
+        Show("write " + GroupText(a_Group) + ": " + Result(a_Result) + "\n");
     }
 
     void Event(unsigned a_Event, unsigned a_Number, const CBMIParams& a_Params) override {
-        printf("event %s, number %u\n", Hex(a_Event).c_str(), a_Number);
-        PrintRow(a_Params);
+        Show("event " + Hex(a_Event) + ", number " + std::to_string(a_Number) + "\n" + RowText(a_Params));
     }
 
-    void NoEvent() override { puts("wait-event: no event came"); }
+    void NoEvent() override { Show("wait-event: no event came\n"); }
 };
 
 } // namespace
@@ -127,8 +129,16 @@ std::string AlignedTable(const std::vector<std::vector<std::string>>& a_Lines, b
     return l_Text;
 }
 
+// Through the stream that the adaptor's prints take, so that both stay in order.
+void Show(const std::string& a_Text) {
+    if (fputs(a_Text.c_str(), stdout) == EOF || fflush(stdout) == EOF) {
+        throw std::system_error(errno, std::generic_category(), "standard output");
+    }
+}
+
 bool ColorWanted(int a_Descriptor) {
-    return isatty(a_Descriptor) == 1 && getenv("NO_COLOR") == nullptr;
+    const char* l_NoColor = getenv("NO_COLOR");
+    return isatty(a_Descriptor) == 1 && (l_NoColor == nullptr || l_NoColor[0] == '\0');
 }
 
 std::unique_ptr<OUTPUT> MakeTextOutput() {

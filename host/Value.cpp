@@ -44,7 +44,8 @@ int32_t ParseInt32(std::string_view a_Value, std::string_view a_Whole) {
     const auto l_Number = ParseNumber(a_Value);
     if (!l_Number) throw USAGE_ERROR(Quoted(a_Whole) + ": expected an integer, decimal or 0x…, not " + Quoted(a_Value));
     if (*l_Number < std::numeric_limits<int32_t>::min() || *l_Number > std::numeric_limits<uint32_t>::max()) {
-        throw USAGE_ERROR(Quoted(a_Whole) + ": expected an integer of 32 bits, not " + Quoted(a_Value));
+        throw USAGE_ERROR(Quoted(a_Whole) + ": expected an integer of 32 bits, not " + Quoted(a_Value) +
+                          " (s: before it makes it a text)");
     }
     return static_cast<int32_t>(*l_Number);
 }
@@ -67,12 +68,12 @@ std::optional<int64_t> ParseNumber(std::string_view a_Text) {
     return l_Negative ? -static_cast<int64_t>(l_Value) : static_cast<int64_t>(l_Value);
 }
 
-CBMIParam ParseParam(std::string_view a_Text, bool a_Key) {
+CBMIParam ParseParam(std::string_view a_Text, bool a_Key, unsigned a_Group) {
     const auto l_Equals = a_Text.find('=');
     if (l_Equals == std::string_view::npos || l_Equals == 0) {
         throw USAGE_ERROR(Quoted(a_Text) + ": expected ID=VALUE, as in 0x303=3 or BAY=3");
     }
-    const unsigned l_Id = ParameterNumber(a_Text.substr(0, l_Equals));
+    const unsigned l_Id = ParameterNumber(a_Text.substr(0, l_Equals), a_Group);
     std::string_view l_Value = a_Text.substr(l_Equals + 1);
     BMIParamType_e l_Type = TypeByForm(l_Value);
     for (const TYPE_PREFIX& l_Prefix : PREFIXES) {

@@ -11,8 +11,10 @@
 #include "HostLog.h"
 #include "bm/Log.h"
 
+#include <chrono>
+#include <csignal>
 #include <cstdio>
-#include <unistd.h>
+#include <optional>
 
 namespace {
 
@@ -32,42 +34,51 @@ void ExpectWords(const OPTIONS& a_Options, std::size_t a_Count, const char* a_Us
     if (a_Options.m_Command.size() != a_Count) throw USAGE_ERROR(a_Options.m_Command[0] + ": expected " + a_Usage);
 }
 
+void ExpectForPeople(const OPTIONS& a_Options) {
+    const std::string& l_Word = a_Options.m_Command[0];
+    ExpectWords(a_Options, 1, l_Word.c_str());
+    if (a_Options.m_Json) throw USAGE_ERROR(l_Word + " is for people: expected it without --json");
+}
+
 bool RunInventory(const OPTIONS& a_Options) {
-    ExpectWords(a_Options, 1, "inventory");
+    ExpectForPeople(a_Options);
     // The adaptor's prints would stand between the tables; they are shown only when it ends the process.
     const int l_RealOutput = PrintsWithheld();
     const auto l_Output = MakeTextOutput();
-    ArmEndNotice();
+    ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
     SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, *l_Output);
     std::string l_Text;
     const bool l_Good = Inventory(l_Session, ColorWanted(l_RealOutput), l_Text);
-    return dprintf(l_RealOutput, "%s", l_Text.c_str()) >= 0 && l_Good;
+    WriteAll(l_RealOutput, l_Text);
+    return l_Good;
 }
 
 bool RunCalls(const OPTIONS& a_Options) {
     const auto& l_Words = a_Options.m_Command;
-    const bool l_Script = l_Words[0] == "script";
+    std::optional<SCRIPT> l_Script;
     CALL l_Call;
-    if (l_Script) {
+    // A file that is not there and bad words are found before the adaptor is touched.
+    if (l_Words[0] == "script") {
         ExpectWords(a_Options, 2, "script FILE|-");
+        l_Script.emplace(l_Words[1]);
     } else {
-        l_Call = ParseCall(l_Words); // bad words are found before the adaptor is touched
+        l_Call = ParseCall(l_Words);
     }
     const auto l_Output = a_Options.m_Json ? MakeJsonOutput(PrintsToStandardError()) : MakeTextOutput();
-    ArmEndNotice();
+    ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
     SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, *l_Output);
-    return l_Script ? RunScript(l_Words[1], l_Session) : l_Session.RunAlone(l_Call);
+    return l_Script ? l_Script->Run(l_Session) : l_Session.RunAlone(l_Call);
 }
 
 int Run(int a_Argc, const char* const* a_Argv) {
     const OPTIONS l_Options = ParseOptions(a_Argc, a_Argv);
     if (!l_Options.m_Answer.empty()) {
-        fputs(l_Options.m_Answer.c_str(), stdout);
+        Show(l_Options.m_Answer);
         return EXIT_ALL_OK;
     }
     if (l_Options.m_Command[0] == "groups") {
-        ExpectWords(l_Options, 1, "groups");
-        fputs(ListGroups().c_str(), stdout);
+        ExpectForPeople(l_Options);
+        Show(ListGroups());
         return EXIT_ALL_OK;
     }
     SetUpLog(l_Options);
@@ -84,8 +95,12 @@ int Fail(const std::exception& a_Error, int a_Status) {
 } // namespace
 
 int main(int a_Argc, char** a_Argv) {
+    // A reader that goes away is an error of the output, not the end of a host that holds hardware. A handler, because
+    // tools that the adaptor starts get the default back.
+    signal(SIGPIPE, [](int) {});
     int l_Status = EXIT_ALL_OK;
     try {
+        KeepStandardDescriptors();
         l_Status = Run(a_Argc, a_Argv);
     } catch (const USAGE_ERROR& l_Error) {
         l_Status = Fail(l_Error, EXIT_USAGE);

@@ -60,7 +60,7 @@ configure()
     local l_ninja=build/$1/build.ninja
     if [ ! -f "$l_ninja" ] || [ CMakePresets.json -nt "$l_ninja" ]; then
         say "Configuring build/$1"
-        cmake --preset "$1"
+        cmake --preset "$1" || return
         touch "$l_ninja"
     fi
 }
@@ -70,7 +70,7 @@ build()
 {
     local l_preset=$1
     shift
-    configure "$l_preset"
+    configure "$l_preset" || return
     say "Building build/$l_preset"
     cmake --build "build/$l_preset" ${1:+--target "$@"}
 }

@@ -7,11 +7,13 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
 #include <mutex>
 #include <stdexcept>
-#include <string_view>
 
 int BM_LOG_LEVEL = 0;
 
@@ -19,21 +21,36 @@ namespace BM_PLATFORM {
 
 namespace {
 
+constexpr const char* PATTERN = "%Y-%m-%d %H:%M:%S.%e %v";
+
+// The text without line ends at its end. Bytes of the hardware may be in it: none of them may steer a terminal.
+std::string Printable(const char* text) {
+    std::string line = text != nullptr ? text : "";
+    line.erase(line.find_last_not_of('\n') + 1);
+    std::replace_if(
+        line.begin(), line.end(),
+        [](unsigned char byte) { return (byte < ' ' && byte != '\n' && byte != '\t') || byte == 0x7F; }, '?');
+    return line;
+}
+
+// Tools that an adaptor starts inherit no log file.
+void CloseOnExec(const spdlog::filename_t&, std::FILE* file) {
+    fcntl(fileno(file), F_SETFD, FD_CLOEXEC);
+}
+
 // Never destroyed: an adaptor's threads may log while the process ends.
 class LOG final : public CBaseOsLog {
 public:
     LOG() : m_Logger("host", m_Console) {
         m_Logger.set_level(spdlog::level::trace);
-        m_Logger.set_pattern("%Y-%m-%d %H:%M:%S.%e %v");
+        m_Logger.set_pattern(PATTERN);
         m_Logger.flush_on(spdlog::level::trace);
     }
 
     void Log(int level, const char* component, const char* text) override {
-        std::string_view line = text != nullptr ? text : "";
-        while (!line.empty() && line.back() == '\n')
-            line.remove_suffix(1);
-        const std::lock_guard<std::mutex> lock(m_Guard);
         try {
+            const std::string line = Printable(text);
+            const std::lock_guard<std::mutex> lock(m_Guard);
             m_Logger.log(level <= BM_LOG_ERROR ? spdlog::level::err : spdlog::level::debug, "<{}> [{}] {}", level,
                          component != nullptr ? component : "", line);
         } catch (...) { // a log that cannot be written must not end the caller
@@ -44,8 +61,10 @@ public:
 
     void ToFile(const std::string& path) {
         try {
-            auto file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path);
-            file->set_pattern("%Y-%m-%d %H:%M:%S.%e %v");
+            spdlog::file_event_handlers handlers;
+            handlers.after_open = CloseOnExec;
+            auto file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path, false, handlers);
+            file->set_pattern(PATTERN);
             const std::lock_guard<std::mutex> lock(m_Guard);
             m_Logger.sinks().push_back(file);
         } catch (const spdlog::spdlog_ex& error) {

@@ -5,10 +5,18 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cxxabi.h>
 #include <exception>
 #include <system_error>
 
 namespace OSAL {
+
+namespace {
+
+// The object whose body the calling thread runs.
+thread_local const OSALThread* g_Running = nullptr;
+
+} // namespace
 
 void OSALMutex::Lock() {
     std::unique_lock<std::mutex> lock(m_Guard);
@@ -28,13 +36,18 @@ OSALThread::~OSALThread() {
 }
 
 int OSALThread::Start() {
-    if (m_Thread.joinable()) return EBUSY;
+    if (g_Running == this || m_Thread.joinable()) return EBUSY;
     try {
         m_Thread = std::thread([this] {
+            g_Running = this;
             try {
                 run();
+            } catch (const abi::__forced_unwind&) { // the thread is cancelled
+                throw;
             } catch (const std::exception& error) {
                 bmiLog(BM_LOG_ERROR, "OSAL", "a thread ended by an exception: %s", error.what());
+            } catch (...) {
+                bmiLog(BM_LOG_ERROR, "OSAL", "a thread ended by an exception of an unknown type");
             }
         });
     } catch (const std::system_error& error) {
@@ -44,8 +57,8 @@ int OSALThread::Start() {
 }
 
 int OSALThread::Join() {
+    if (g_Running == this) return EDEADLK; // asked first: Start may not have come back yet
     if (!m_Thread.joinable()) return ESRCH;
-    if (m_Thread.get_id() == std::this_thread::get_id()) return EDEADLK;
     m_Thread.join();
     return 0;
 }

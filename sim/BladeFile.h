@@ -1,0 +1,13 @@
+// Reads a blade file: JSON, the schema is in docs/bladesim.md.
+#pragma once
+
+#include "sim/Blade.h"
+
+#include <string>
+
+namespace BLADESIM {
+
+/// Throws a BLADE_ERROR that names the file and the line or the key.
+BLADE ReadBladeFile(const std::string& a_File);
+
+} // namespace BLADESIM

@@ -1,0 +1,102 @@
+// Builds the bytes of a FRU inventory area from the texts and records of a blade file.
+// Layout: IPMI Platform Management FRU Information Storage Definition, format version 1.
+#include "sim/FruImage.h"
+
+#include <cassert>
+#include <initializer_list>
+#include <numeric>
+
+namespace BLADESIM {
+namespace {
+
+using BYTES = std::vector<uint8_t>;
+
+constexpr uint8_t g_FormatVersion = 1;
+constexpr uint8_t g_LanguageEnglish = 0;
+constexpr uint8_t g_EightBitText = 0xC0;
+constexpr uint8_t g_EndOfFields = 0xC1;
+constexpr uint8_t g_MultiRecordVersion = 2;
+constexpr uint8_t g_EndOfList = 0x80;
+constexpr size_t g_AreaUnit = 8;
+
+template <typename ITERATOR>
+uint8_t Checksum(ITERATOR a_Begin, ITERATOR a_End) {
+    return static_cast<uint8_t>(-std::accumulate(a_Begin, a_End, 0U));
+}
+
+void AddText(BYTES& a_Area, const std::string& a_Text) {
+    assert(a_Text.size() <= g_MaxFruText && a_Text.size() != 1);
+    a_Area.push_back(static_cast<uint8_t>(g_EightBitText | a_Text.size()));
+    a_Area.insert(a_Area.end(), a_Text.begin(), a_Text.end());
+}
+
+/// Ends an info area: end marker, zeros up to the last byte of an 8-byte unit, length, checksum.
+void FinishArea(BYTES& a_Area) {
+    a_Area.push_back(g_EndOfFields);
+    while (a_Area.size() % g_AreaUnit != g_AreaUnit - 1)
+        a_Area.push_back(0);
+    a_Area[1] = static_cast<uint8_t>((a_Area.size() + 1) / g_AreaUnit);
+    a_Area.push_back(Checksum(a_Area.begin(), a_Area.end()));
+}
+
+BYTES InfoArea(BYTES a_Area, std::initializer_list<const std::string*> a_Texts) {
+    for (const auto* l_Text : a_Texts)
+        AddText(a_Area, *l_Text);
+    AddText(a_Area, {}); // the FRU file id, which nobody uses
+    FinishArea(a_Area);
+    return a_Area;
+}
+
+BYTES BoardArea(const BOARD_TEXTS& a_Board) {
+    // The three zeros are the manufacturing date: unspecified.
+    return InfoArea({g_FormatVersion, 0, g_LanguageEnglish, 0, 0, 0},
+                    {&a_Board.m_Manufacturer, &a_Board.m_ProductName, &a_Board.m_SerialNumber, &a_Board.m_PartNumber});
+}
+
+BYTES ProductArea(const PRODUCT_TEXTS& a_Product) {
+    return InfoArea({g_FormatVersion, 0, g_LanguageEnglish},
+                    {&a_Product.m_Manufacturer, &a_Product.m_Name, &a_Product.m_PartNumber, &a_Product.m_Version,
+                     &a_Product.m_SerialNumber, &a_Product.m_AssetTag});
+}
+
+BYTES MultiRecordArea(const std::vector<RAW_MULTIRECORD>& a_Records) {
+    BYTES l_Area;
+    for (const auto& l_Record : a_Records) {
+        assert(l_Record.m_Data.size() <= g_MaxMultiRecord);
+        const bool l_Last = &l_Record == &a_Records.back();
+        BYTES l_Header = {l_Record.m_Type, static_cast<uint8_t>(g_MultiRecordVersion | (l_Last ? g_EndOfList : 0)),
+                          static_cast<uint8_t>(l_Record.m_Data.size()),
+                          Checksum(l_Record.m_Data.begin(), l_Record.m_Data.end())};
+        l_Header.push_back(Checksum(l_Header.begin(), l_Header.end()));
+        l_Area.insert(l_Area.end(), l_Header.begin(), l_Header.end());
+        l_Area.insert(l_Area.end(), l_Record.m_Data.begin(), l_Record.m_Data.end());
+    }
+    return l_Area;
+}
+
+/// Appends an area and notes its offset in the common header; an area without bytes is absent.
+void Append(BYTES& a_Image, size_t a_HeaderByte, const BYTES& a_Area) {
+    if (a_Area.empty()) return;
+    a_Image[a_HeaderByte] = static_cast<uint8_t>(a_Image.size() / g_AreaUnit);
+    a_Image.insert(a_Image.end(), a_Area.begin(), a_Area.end());
+}
+
+} // namespace
+
+std::vector<uint8_t> BuildFruImage(const FRU& a_FRU) {
+    constexpr size_t l_BoardOffset = 3;
+    constexpr size_t l_ProductOffset = 4;
+    constexpr size_t l_MultiRecordOffset = 5;
+    constexpr size_t l_HeaderChecksum = 7;
+
+    BYTES l_Image(g_AreaUnit, 0);
+    l_Image[0] = g_FormatVersion;
+    Append(l_Image, l_BoardOffset, BoardArea(a_FRU.m_Board));
+    Append(l_Image, l_ProductOffset, ProductArea(a_FRU.m_Product));
+    Append(l_Image, l_MultiRecordOffset, MultiRecordArea(a_FRU.m_MultiRecords));
+    l_Image[l_HeaderChecksum] = Checksum(l_Image.begin(), l_Image.begin() + l_HeaderChecksum);
+    l_Image.resize((l_Image.size() + g_FruImageUnit - 1) / g_FruImageUnit * g_FruImageUnit, 0);
+    return l_Image;
+}
+
+} // namespace BLADESIM

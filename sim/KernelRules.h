@@ -1,0 +1,17 @@
+// The rules by which the kernel's IPMI driver takes or refuses a request before any of it reaches a controller.
+#pragma once
+
+#include <linux/ipmi.h>
+
+#include <cstddef>
+
+namespace BLADESIM {
+
+/// 0 when the driver takes the request, or the error number of the ioctl. The address and data pointers must be
+/// readable.
+int CheckRequest(const ipmi_req& a_Request);
+
+/// The bytes that an address of this type has; 0 for an unknown type.
+size_t AddressLength(int a_AddressType);
+
+} // namespace BLADESIM

@@ -1,0 +1,15 @@
+// Makes the surroundings of a blade: mounts and network of its own, which vanish with the last process in them.
+#pragma once
+
+#include <string>
+
+namespace BLADESIM {
+
+/// Gives the calling process mount and network namespaces of its own: nothing that is mounted here is seen outside, the
+/// only network is a loopback interface that is up, /proc shows this process namespace. Throws a BLADE_ERROR.
+void EnterBladeNamespaces();
+
+/// Mounts an empty file system in memory on an existing folder.
+void MountRunFolder(const std::string& a_Folder);
+
+} // namespace BLADESIM

@@ -1,0 +1,30 @@
+// The two files from which ipmi_sim makes the controller of a blade.
+#pragma once
+
+#include "sim/Blade.h"
+
+#include <cstdint>
+#include <string>
+
+namespace BLADESIM {
+
+// The ports are fixed: every blade has a network namespace of its own.
+constexpr uint16_t g_LanPort = 9001;
+constexpr uint16_t g_VMPort = 9002;
+constexpr uint16_t g_ConsolePort = 9003;
+constexpr char g_LanUser[] = "ipmiusr";
+constexpr char g_LanPassword[] = "test";
+
+/// The name under which ipmi_sim keeps its state, below "ipmi_sim" in its state folder.
+constexpr char g_SimulatorName[] = "bladesim";
+
+/// The interfaces: LAN for ipmitool, VM port for the driver, console.
+std::string SimulatorInterfaces(const BLADE& a_Blade);
+
+/// The commands that make the controller; the FRU images are files of this folder, see FruFile.
+std::string SimulatorCommands(const BLADE& a_Blade, const std::string& a_Folder);
+
+/// The name of a FRU's image in the folder.
+std::string FruFile(const FRU& a_FRU);
+
+} // namespace BLADESIM

@@ -1,0 +1,122 @@
+"""What the integration tests share: running bladesim and bmhost of one build folder, and looking after their processes."""
+
+import json
+import os
+import select
+import subprocess
+import uuid
+from pathlib import Path
+
+import pytest
+
+SECONDS = 60  # nothing here takes a tenth of it; a wait that reaches it has failed
+
+
+def bin_folder():
+    return Path(os.environ["BM_BIN_DIR"])
+
+
+class Blade:
+    """Runs commands in simulated blades; every process of them carries the same mark in its environment."""
+
+    def __init__(self):
+        self.mark = f"BLADESIM_TEST_MARK={uuid.uuid4()}"
+
+    def environment(self, extra):
+        result = {name: value for name, value in os.environ.items() if not name.startswith(("MAVK_", "BLADESIM_"))}
+        # The bridge is loaded before the sanitizer's runtime, which is no mistake.
+        result["ASAN_OPTIONS"] = "verify_asan_link_order=0:" + result.get("ASAN_OPTIONS", "")
+        result["PATH"] = f"{bin_folder()}:{result['PATH']}"
+        result.update([self.mark.split("=")])
+        result.update(extra or {})
+        return result
+
+    def start(self, *arguments, env=None, **options):
+        """A bladesim that runs on, with pipes for its standard descriptors."""
+        for name in ("stdin", "stdout", "stderr"):
+            options.setdefault(name, subprocess.PIPE)
+        return subprocess.Popen([bin_folder() / "bladesim", *arguments], env=self.environment(env), text=True, bufsize=1, **options)
+
+    def run(self, *arguments, env=None, input="", seconds=SECONDS):
+        """Runs bladesim to its end; the result has returncode, stdout and stderr."""
+        return subprocess.run(
+            [bin_folder() / "bladesim", *arguments], env=self.environment(env), input=input, text=True, capture_output=True, timeout=seconds
+        )
+
+    def processes(self):
+        """The ids and names of all processes that belong to these blades, zombies aside."""
+        found = {}
+        for folder in Path("/proc").iterdir():
+            if not folder.name.isdigit():
+                continue
+            try:
+                if self.mark.encode() in (folder / "environ").read_bytes().split(b"\0"):
+                    found[int(folder.name)] = (folder / "comm").read_text().strip()
+            except OSError:
+                pass  # it has ended meanwhile
+        return found
+
+    def wait_until_gone(self, processes):
+        """Waits for the end of each of these processes; fails when one is still there at the deadline."""
+        for process, name in processes.items():
+            try:
+                descriptor = os.pidfd_open(process)
+            except ProcessLookupError:
+                continue
+            try:
+                assert select.select([descriptor], [], [], SECONDS)[0], f"{name} ({process}) did not end"
+            finally:
+                os.close(descriptor)
+
+    def end(self):
+        for process in self.processes():
+            try:
+                os.kill(process, 9)
+            except ProcessLookupError:
+                pass
+
+
+@pytest.fixture
+def blade():
+    result = Blade()
+    yield result
+    result.end()
+
+
+@pytest.fixture
+def bmhost_json(blade):
+    """Runs bmhost --json in a blade: bmhost_json(["table", "0x30000"]) gives (exit status, [the JSON of each line])."""
+
+    def call(arguments, *, options=(), blade_options=(), env=None, input=""):
+        done = blade.run(*blade_options, "--", "bmhost", "--json", *options, *arguments, env=env, input=input)
+        print(done.stderr)
+        return done.returncode, [json.loads(line) for line in done.stdout.splitlines()]
+
+    return call
+
+
+@pytest.fixture
+def ipmitool(blade):
+    """Asks the controller of a blade over the network; gives ipmitool's lines as a dictionary of name and value."""
+
+    def call(*arguments):
+        tool = 'exec ipmitool -I lan -H "$BLADESIM_LAN_HOST" -p "$BLADESIM_LAN_PORT" -U "$BLADESIM_LAN_USER" -P "$BLADESIM_LAN_PASSWORD" "$@"'
+        done = blade.run("--", "sh", "-c", tool, "ipmitool", *arguments)
+        print(done.stderr)
+        lines = (line.partition(":") for line in done.stdout.splitlines())
+        return {name.strip(): value.strip() for name, _, value in lines}
+
+    return call
+
+
+def param(id, type, value, key=False):
+    """A parameter as bmhost prints it."""
+    return {"id": f"0x{id:x}", "type": type, "key": key, "value": value}
+
+
+def table(group, result, rows):
+    """A table as bmhost prints it."""
+    return {"op": "table", "group": f"0x{group:x}", "result": result, "rows": rows}
+
+
+INT, TEXT = 1, 4

@@ -1,0 +1,206 @@
+"""bladesim as a command: its statuses, its messages, several at once, and that nothing of a blade is left."""
+
+import json
+import os
+import pty
+import select
+import signal
+import subprocess
+from pathlib import Path
+
+import pytest
+from conftest import SECONDS, bin_folder
+
+READY = ["--", "sh", "-c", "echo ready; read line"]
+
+
+def start_ready(blade, *arguments):
+    """A blade whose command has started and goes on, and all its processes."""
+    process = blade.start(*arguments, *READY)
+    assert process.stdout.readline() == "ready\n"
+    processes = blade.processes()
+    assert {"bladesim", "sh"} <= set(processes.values())
+    return process, processes
+
+
+@pytest.mark.parametrize(
+    ("command", "status"),
+    [("true", 0), ("exit 7", 7), ("kill -TERM $$", 128 + 15), ("kill -SEGV $$", 128 + 11)],
+)
+def test_the_status_is_that_of_the_command(blade, command, status):
+    assert blade.run("--", "sh", "-c", command).returncode == status
+
+
+def test_a_command_that_does_not_exist_is_reported_as_a_shell_does(blade):
+    done = blade.run("--", "no-such-command")
+    assert done.returncode == 127
+    assert done.stderr == "bladesim: no-such-command: No such file or directory\n"
+
+
+@pytest.mark.parametrize("arguments", [[], ["--"], ["--nonsense", "--", "true"], ["--blade"]])
+def test_bad_usage_has_a_status_of_its_own(blade, arguments):
+    done = blade.run(*arguments)
+    assert done.returncode == 2
+    assert done.stderr.rstrip().endswith("Run with --help for more information.")
+
+
+def test_help_and_version_are_no_errors(blade):
+    assert "Usage: bladesim [--blade FILE] [--no-ipmi] [--verbose] -- COMMAND…" in blade.run("--help").stdout
+    assert blade.run("--version").stdout.startswith("bladesim ")
+
+
+@pytest.mark.parametrize(
+    ("text", "message"),
+    [
+        (None, "{file}: cannot be read: No such file or directory\n"),
+        ('{\n"controller": }', "{file}:2: "),
+        ('{"controller": {"address": 33}, "frus": []}', "{file}: controller.address: expected an IPMB address"),
+    ],
+)
+def test_a_bad_blade_file_is_named_with_what_is_wrong(blade, tmp_path, text, message):
+    file = tmp_path / "blade.json"
+    if text is not None:
+        file.write_text(text)
+    done = blade.run("--blade", file, "--", "true")
+    assert done.returncode == 3
+    assert done.stderr.startswith("bladesim: " + message.format(file=file))
+
+
+def test_another_controller_than_the_usual_one_can_be_simulated(blade, tmp_path):
+    text = json.loads((bin_folder().parent / "share/bladesim/blades/front-board-only.json").read_text())
+    text["controller"]["address"] = "0x82"
+    text["frus"][0]["site"]["hardware_address"] = "0x41"
+    text["frus"][0]["leds"] = 2
+    text["frus"][0]["multirecords"] = [{"type": "0xC0", "data": "57 01 00 03 00 02 01 04"}]
+    (tmp_path / "blade.json").write_text(json.dumps(text))
+    done = blade.run("--blade", tmp_path / "blade.json", "--", "ipmitool", "-I", "open", "picmg", "addrinfo")
+    assert "Hardware Address : 0x41\nIPMB-0 Address   : 0x82\n" in done.stdout
+
+
+def test_a_controller_that_does_not_come_up_shows_the_end_of_its_log(blade, tmp_path):
+    (tmp_path / "ipmi_sim").write_text("#!/bin/sh\necho out of order\nexit 5\n")
+    (tmp_path / "ipmi_sim").chmod(0o755)
+    done = blade.run("--", "true", env={"PATH": f"{tmp_path}:{os.environ['PATH']}"})
+    assert done.returncode == 3
+    assert done.stderr.startswith("bladesim: the controller does not come up: ipmi_sim ended, status 5")
+    assert done.stderr.rstrip().endswith("out of order")
+
+
+def test_a_missing_simulator_is_named_with_its_package(blade, tmp_path):
+    done = blade.run("--", "true", env={"PATH": str(tmp_path)})
+    assert done.returncode == 3
+    assert "ipmi_sim is not installed (Debian's package openipmi)" in done.stderr
+
+
+def test_the_command_sees_its_own_processes_network_and_run_folder(blade):
+    command = 'cat /proc/1/comm; wc -l < /proc/net/dev; touch "$BLADESIM_RUN_DIR/x"'
+    done = blade.run("--", "sh", "-c", command)
+    assert done.stdout == "bladesim\n3\n"  # two lines of heading, then lo
+    assert done.returncode == 0
+
+
+def test_two_blades_run_side_by_side(blade):
+    command = ["--", "sh", "-c", "ipmitool -I open mc info | head -n 1; read line; ipmitool -I open mc info | head -n 1"]
+    blades = [blade.start(*command) for _ in range(2)]
+    answers = [process.stdout.readline() for process in blades]
+    for process in blades:
+        process.stdin.write("\n")
+    answers += [process.stdout.readline() for process in blades]
+    assert answers == ["Device ID                 : 53\n"] * 4
+    assert [process.wait(SECONDS) for process in blades] == [0, 0]
+
+
+@pytest.mark.parametrize("options", [[], ["--no-ipmi"]])
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_a_signal_ends_the_command_and_the_blade(blade, number, options):
+    process, processes = start_ready(blade, *options)
+    process.send_signal(number)
+    assert process.wait(SECONDS) == 128 + number
+    blade.wait_until_gone(processes)
+    assert blade.processes() == {}
+
+
+def test_ctrl_c_at_the_terminal_ends_the_command_and_the_blade(blade):
+    process, terminal = pty.fork()
+    if process == 0:
+        os.execve(bin_folder() / "bladesim", ["bladesim", *READY], blade.environment({}))
+    assert select.select([terminal], [], [], SECONDS)[0]
+    assert os.read(terminal, 100) == b"ready\r\n"
+    processes = blade.processes()
+    os.write(terminal, b"\x03")
+    blade.wait_until_gone(processes)
+    assert os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]) == 128 + signal.SIGINT
+    os.close(terminal)
+    assert blade.processes() == {}
+
+
+def test_a_command_that_does_not_heed_the_signal_is_killed_after_the_grace_time(blade):
+    process = blade.start("--", "sh", "-c", "trap '' TERM; echo ready; while read line; do :; done")
+    assert process.stdout.readline() == "ready\n"
+    processes = blade.processes()
+    process.send_signal(signal.SIGTERM)
+    assert process.wait(SECONDS) == 128 + signal.SIGTERM
+    assert process.stderr.read().endswith("the command did not end within 5 s of signal 15; killed\n")
+    blade.wait_until_gone(processes)
+
+
+def test_everything_ends_when_bladesim_is_killed(blade):
+    process, processes = start_ready(blade)
+    process.kill()
+    blade.wait_until_gone(processes)
+    assert process.wait(SECONDS) == -signal.SIGKILL
+    assert blade.processes() == {}
+
+
+def test_everything_ends_when_whoever_started_bladesim_is_killed(blade):
+    starter = subprocess.Popen(
+        ["sh", "-c", '"$@"; :', "sh", bin_folder() / "bladesim", *READY],
+        env=blade.environment({}),
+        stdin=subprocess.PIPE,
+        stdout=subprocess.PIPE,
+        text=True,
+    )
+    assert starter.stdout.readline() == "ready\n"
+    processes = blade.processes()
+    starter.kill()
+    blade.wait_until_gone(processes)
+    starter.wait(SECONDS)
+    assert blade.processes() == {}
+
+
+def test_what_the_command_left_running_ends_with_the_blade(blade):
+    done = blade.run("--", "sh", "-c", "setsid sleep 1000 >/dev/null 2>&1 </dev/null & exit 4")
+    assert done.returncode == 4
+    assert blade.processes() == {}
+
+
+def namespaces_in_use():
+    found = set()
+    for link in Path("/proc").glob("[0-9]*/ns/*"):
+        try:
+            found.add(os.readlink(link))
+        except OSError:
+            pass
+    return found
+
+
+def files_below(*folders):
+    return sorted(path for folder in folders for path in Path(folder).rglob("*"))
+
+
+def test_twenty_runs_leave_no_process_mount_namespace_or_file_behind(blade, tmp_path):
+    run_folder = bin_folder().parent / "lib/bladesim/run"
+    mounts = Path("/proc/self/mountinfo").read_text()
+    command = "readlink /proc/self/ns/pid /proc/self/ns/mnt /proc/self/ns/net; exec ipmitool -I open mc info >/dev/null"
+    made = set()
+    for _ in range(20):
+        done = blade.run("--", "sh", "-c", command, env={"TMPDIR": str(tmp_path)})
+        assert done.returncode == 0
+        made.update(done.stdout.split())
+    assert len(made) >= 3
+    assert blade.processes() == {}
+    assert Path("/proc/self/mountinfo").read_text() == mounts
+    assert made & namespaces_in_use() == set()
+    assert files_below(tmp_path) == []
+    assert run_folder.is_dir()
+    assert files_below(run_folder) == []

@@ -1,0 +1,87 @@
+// What the tests of Init, Start, Stop and Fin need; see the header.
+#include "adaptor/LifecycleTest.h"
+
+#include "bm/BoardDriver.h"
+#include "ipmi/IPMI_Probe.h"
+#include "ipmi/IPMI_Thread.h"
+
+#include <algorithm>
+#include <utility>
+
+using BM_ADAPTOR::TEST::BoardDriver;
+
+int uPCIMemOpen(void* a_Handle, int a_First, int a_Second) {
+    auto& l_Call = BoardDriver().m_Opened.emplace_back();
+    l_Call = {a_Handle, {}, a_First, a_Second};
+    std::copy_n(static_cast<unsigned char*>(a_Handle), l_Call.m_Content.size(), l_Call.m_Content.begin());
+    return BoardDriver().m_OpenResult;
+}
+
+int uPCIMemClose(void* a_Handle) {
+    BoardDriver().m_Closed.push_back(a_Handle);
+    return 0;
+}
+
+namespace BM_ADAPTOR::TEST {
+
+FAKE_BOARD_DRIVER& BoardDriver() {
+    static FAKE_BOARD_DRIVER s_Driver;
+    return s_Driver;
+}
+
+int LIFECYCLE_MANAGER::RegisterEventClass(unsigned a_Class, CBaseAdaptor* a_Adaptor) {
+    auto& l_Adaptor = dynamic_cast<IPMIAdaptor&>(*a_Adaptor);
+    m_MonitorAtRegistration = IPMI_TEST_ACCESS::Monitor(l_Adaptor);
+    m_StateAtRegistration = IPMI_TEST_ACCESS::State(l_Adaptor);
+    return FAKE_MANAGER::RegisterEventClass(a_Class, a_Adaptor);
+}
+
+TEXTS RegistrationCalls(const std::string& a_Verb) {
+    TEXTS l_Calls;
+    for (const char* l_Group : {"0x30000", "0x30100", "0x30200", "0x30300", "0x100", "0x200", "0x300", "0x400", "0x600",
+                                "0x30d00", "0x30e00", "0x30d10", "0x30e10"})
+        l_Calls.push_back(a_Verb + "Group " + l_Group);
+    l_Calls.push_back(a_Verb + "EventClass 0x5");
+    return l_Calls;
+}
+
+LIFECYCLE_TEST::LIFECYCLE_TEST() {
+    BoardDriver() = {};
+    m_Host.m_Logger = &m_Log;
+}
+
+LIFECYCLE_TEST::~LIFECYCLE_TEST() {
+    GiveUp();
+    RetireDomainThread();
+}
+
+int LIFECYCLE_TEST::Init(int a_Mode) {
+    GiveUp();
+    m_Host.m_Mode = a_Mode;
+    const int l_Result = m_Adaptor.Init(&m_Host);
+    if (m_Host.m_MonitorAtRegistration != IPMI_TEST_ACCESS::Monitor(m_Adaptor))
+        m_Retired.emplace_back(m_Host.m_MonitorAtRegistration);
+    return l_Result;
+}
+
+// Closes what is open and takes the monitor away: an Init does not delete the one it replaces.
+void LIFECYCLE_TEST::GiveUp() {
+    if (IPMI_TEST_ACCESS::PCIHandle(m_Adaptor) != nullptr) m_Adaptor.Fin();
+    m_Retired.emplace_back(std::exchange(IPMI_TEST_ACCESS::Monitor(m_Adaptor), nullptr));
+}
+
+// A thread in the event loop sleeps there until the process ends, and its probe stays with it.
+void LIFECYCLE_TEST::RetireDomainThread() {
+    static auto& s_Sleeping = *new std::vector<std::pair<IPMITHREAD*, ENTITYCAPTURE*>>;
+    IPMITHREAD* const l_Thread = std::exchange(IPMI_TEST_ACCESS::DomainThread(), nullptr);
+    if (l_Thread == nullptr) return;
+    if (g_bCompleteIPMISimulation) {
+        l_Thread->Join();
+        delete l_Thread;
+    } else {
+        Fake().WaitUntilIdle();
+        s_Sleeping.emplace_back(l_Thread, g_ENTITYCapture);
+    }
+}
+
+} // namespace BM_ADAPTOR::TEST

@@ -1,0 +1,102 @@
+// Log lines: which reach the logger, at which level, and what a line that is not written costs.
+#include "common/veldo_common_trace.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+#include <string>
+
+namespace {
+
+int g_Allocations = 0; // of this whole program, which has one thread
+
+} // namespace
+
+void* operator new(std::size_t a_Size) {
+    ++g_Allocations;
+    if (void* l_Memory = std::malloc(a_Size)) return l_Memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* a_Memory) noexcept {
+    std::free(a_Memory);
+}
+
+void operator delete(void* a_Memory, std::size_t) noexcept {
+    std::free(a_Memory);
+}
+
+namespace {
+
+using BM_ADAPTOR::LogError;
+using BM_ADAPTOR::LogTrace;
+using testing::StrEq;
+using testing::StrictMock;
+
+class LOGGER : public CBaseOsLog {
+public:
+    virtual ~LOGGER() = default;
+    MOCK_METHOD(void, Log, (int, const char*, const char*), (override));
+};
+
+class LogLines : public testing::Test {
+protected:
+    ~LogLines() override { BM_LOG_LEVEL = m_LevelBefore; }
+
+    StrictMock<LOGGER> m_Logger;
+
+private:
+    int m_LevelBefore = BM_LOG_LEVEL;
+};
+
+TEST_F(LogLines, TraceIsWrittenAtLevel7WhileTheHostsLevelIs3) {
+    BM_LOG_LEVEL = 3;
+    EXPECT_CALL(m_Logger, Log(7, StrEq("IPMI-Adaptor"), StrEq("bay 4 of 8")));
+    LogTrace(&m_Logger, "bay %d of %d", 4, 8);
+}
+
+TEST_F(LogLines, TraceIsNotWrittenAtAnyOtherLevelOfTheHost) {
+    for (const int l_Level : {0, 1, 2, 4, 7}) {
+        BM_LOG_LEVEL = l_Level;
+        LogTrace(&m_Logger, "level %d", l_Level);
+    }
+}
+
+TEST_F(LogLines, ErrorIsWrittenAtLevel3WhateverTheHostsLevel) {
+    for (const int l_Level : {0, 3, 7}) {
+        BM_LOG_LEVEL = l_Level;
+        EXPECT_CALL(m_Logger, Log(3, StrEq("IPMI-Adaptor"), StrEq("no reply")));
+        LogError(&m_Logger, "no %s", "reply");
+    }
+}
+
+TEST_F(LogLines, LongLineIsWrittenWhole) {
+    const std::string l_Text(5000, 'x');
+    EXPECT_CALL(m_Logger, Log(3, testing::_, StrEq(l_Text)));
+    LogError(&m_Logger, "%s", l_Text.c_str());
+}
+
+TEST_F(LogLines, WithoutALoggerNothingHappens) {
+    BM_LOG_LEVEL = 3;
+    LogTrace(nullptr, "%s", "nobody");
+    LogError(nullptr, "%s", "nobody");
+}
+
+TEST_F(LogLines, TraceThatIsOffAllocatesNothing) {
+    BM_LOG_LEVEL = 0;
+    const int l_Before = g_Allocations;
+    for (int l_Count = 0; l_Count < 1000; ++l_Count)
+        LogTrace(&m_Logger, "%s %1000d", "count", l_Count);
+    EXPECT_EQ(g_Allocations, l_Before);
+}
+
+TEST_F(LogLines, TheAllocationCountSeesWhatALongLineNeeds) {
+    EXPECT_CALL(m_Logger, Log(3, testing::_, testing::_));
+    const int l_Before = g_Allocations;
+    LogError(&m_Logger, "%1000d", 1);
+    EXPECT_GT(g_Allocations, l_Before);
+}
+
+} // namespace

@@ -1,0 +1,63 @@
+// The private members that tests look at or set, by name: IPMI_TEST_ACCESS::State(l_Probe) is l_Probe.m_State.
+#pragma once
+
+#include "adaptor/IPMI_Adaptor.h"
+#include "ipmi/IPMI_Probe.h"
+#include "ipmi/IPMI_Thread.h"
+
+// A reference to member m_<name> of whichever of the classes has one.
+#define TEST_ACCESS(a_Member)                                                                                          \
+    template <typename CLASS>                                                                                          \
+    static auto& a_Member(CLASS& a_Object) {                                                                           \
+        return a_Object.m_##a_Member;                                                                                  \
+    }
+
+struct IPMI_TEST_ACCESS {
+    // Of the adaptor and of the probe.
+    TEST_ACCESS(State)
+
+    // Of the domain thread.
+    TEST_ACCESS(OsHandler)
+    TEST_ACCESS(bDomainReady)
+    TEST_ACCESS(pLogger)
+    TEST_ACCESS(pStartupMutex)
+
+    // Of the probe.
+    TEST_ACCESS(Domain)
+    TEST_ACCESS(Thread)
+    TEST_ACCESS(FRURawData)
+    TEST_ACCESS(FRUAddressInfo)
+    TEST_ACCESS(FRUEntities)
+    TEST_ACCESS(FRUs)
+    TEST_ACCESS(ReadFRUOffset)
+    TEST_ACCESS(FRUID)
+    TEST_ACCESS(LEDID)
+    TEST_ACCESS(MaxFRUID)
+    TEST_ACCESS(SDRRecordID)
+    TEST_ACCESS(SDRReservationID)
+    TEST_ACCESS(bSuperseded)
+    TEST_ACCESS(bHandedOver)
+
+    // Of the adaptor.
+    TEST_ACCESS(Manager)
+    TEST_ACCESS(Logger)
+    TEST_ACCESS(DspMacMap)
+    TEST_ACCESS(RTMPresent)
+    TEST_ACCESS(NumFramers)
+    TEST_ACCESS(SwitchPortMap)
+    TEST_ACCESS(Storage)
+    TEST_ACCESS(InstallDir)
+    TEST_ACCESS(Monitor)
+    TEST_ACCESS(PCIHandle)
+    TEST_ACCESS(ReservedCounter)
+    TEST_ACCESS(ReservedId)
+    TEST_ACCESS(Reserved1)
+    TEST_ACCESS(ReservedName)
+    TEST_ACCESS(Reserved2)
+    TEST_ACCESS(Reserved3)
+
+    /// The domain thread of the process; without one the next Init starts one.
+    static BM_ADAPTOR::IPMITHREAD*& DomainThread() { return BM_ADAPTOR::IPMIAdaptor::s_DomainThread; }
+};
+
+#undef TEST_ACCESS

@@ -1,0 +1,75 @@
+// Standard output: the adaptor's prints, and an output that takes nothing.
+#include "host/HostProcess.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <unistd.h>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+TEST(BmhostOutput, HasJsonAloneInJsonMode) {
+    const ENDED l_Ended = RunStub("prints", {"--json", "init"});
+    EXPECT_EQ("{\"op\":\"init\",\"result\":1}\n", l_Ended.m_Out);
+    EXPECT_THAT(l_Ended.m_Err, HasSubstr("printed with stdio"));
+    EXPECT_THAT(l_Ended.m_Err, HasSubstr("an unfinished line"));
+}
+
+TEST(BmhostOutput, HasTheAdaptorsPrintsInTheirOrderInTextMode) {
+    const ENDED l_Ended = RunStub("prints", {"script", "-"}, "stop\ninit\n");
+    EXPECT_EQ("stop: 1 (success)\nprinted with stdio \x1B[31m\nan unfinished lineinit: 1 (success)\n", l_Ended.m_Out);
+}
+
+TEST(BmhostOutput, OfInventoryHasNoPrintsOfTheAdaptor) {
+    const ENDED l_Ended = RunStub("prints", {"inventory"});
+    EXPECT_THAT(l_Ended.m_Out, StartsWith("Baseboard\n"));
+    EXPECT_THAT(l_Ended.m_Out + l_Ended.m_Err, Not(HasSubstr("printed with stdio")));
+}
+
+TEST(BmhostOutput, ThatTakesNothingIsOneLineAndStatusOne) {
+    struct OUT_CASE {
+        OUT m_Out;
+        const char* m_Reason;
+    };
+    constexpr OUT_CASE CASES[] = {
+        {OUT::Closed, "Bad file descriptor"}, {OUT::BrokenPipe, "Broken pipe"}, {OUT::Full, "No space left on device"}};
+    const std::vector<std::vector<std::string>> COMMANDS = {
+        {"--json", "init"}, {"init"},  {"--json", "table", "0x10"}, {"table", "0x10"}, {"inventory"},
+        {"groups"},         {"--help"}};
+    for (const auto& [l_Out, l_Reason] : CASES) {
+        for (const auto& l_Words : COMMANDS) {
+            const ENDED l_Ended = RunStub("good", l_Words, "", l_Out);
+            EXPECT_EQ(1, l_Ended.m_Status) << testing::PrintToString(l_Words) << l_Ended.m_Err;
+            EXPECT_THAT(l_Ended.ErrorLines(), ElementsAre(std::string("bmhost: standard output: ") + l_Reason));
+        }
+    }
+}
+
+TEST(BmhostOutput, ThatTakesNothingDoesNotKeepACallAloneFromItsFin) {
+    EXPECT_EQ("Init Table Fin Destroy", RunStub("good", {"--json", "table", "0x10"}, "", OUT::BrokenPipe).StubCalls());
+    EXPECT_EQ("Init Read Fin Destroy", RunStub("good", {"read", "0x10"}, "", OUT::BrokenPipe).StubCalls());
+}
+
+TEST(BmhostOutput, ThatIsClosedIsNotTakenForTheLogFile) {
+    const std::string l_File = testing::TempDir() + "bmhost-closed-" + std::to_string(getpid());
+    RunStub("good", {"--log", l_File, "--json", "init"}, "", OUT::Closed);
+    std::ifstream l_Stream(l_File);
+    const std::string l_Text((std::istreambuf_iterator<char>(l_Stream)), {});
+    std::remove(l_File.c_str());
+    EXPECT_THAT(l_Text, HasSubstr("[stub] Init"));
+    EXPECT_THAT(l_Text, Not(HasSubstr("\"op\"")));
+}
+
+TEST(BmhostOutput, ThatNobodyReadsDoesNotEndAnAdaptorThatPrints) {
+    EXPECT_EQ("Init Destroy", RunStub("prints", {"init"}, "", OUT::BrokenPipe).StubCalls());
+}
+
+} // namespace

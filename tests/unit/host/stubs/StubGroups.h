@@ -1,0 +1,7 @@
+// What the stub adaptors serve.
+#pragma once
+
+constexpr unsigned STUB_ECHO = 0x10;        ///< a read gives the keys back, a table two rows, a write an event
+constexpr unsigned STUB_EVENT_LATER = 0x11; ///< a write gives an event, from a thread that Init's caller does not see
+constexpr unsigned STUB_NOT_FOUND = 0x12;   ///< a read gives 12 and no row, a table 12 and no rows
+constexpr unsigned STUB_TEXT = 0x13;        ///< the only column of the table

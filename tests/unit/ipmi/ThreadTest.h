@@ -1,0 +1,40 @@
+// What every test of the domain thread needs: a process as new, a thread object that logs to a recorder and holds a
+// start-up mutex, entities in the model, standard output line by line.
+#pragma once
+
+#include "ipmi/IPMI_Thread.h"
+#include "ipmi/IPMI_Thread_Model.h"
+
+#include "LogText.h"
+#include "fake/FakeOpenIPMI.h"
+#include "fake/RecordingLog.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+using TEXTS = std::vector<std::string>;
+
+class THREAD_TEST : public ::testing::Test {
+protected:
+    /// Traces are on; the start-up mutex is locked, as the adaptor gives it.
+    THREAD_TEST();
+    ~THREAD_TEST() override;
+
+    /// A new entity in the model, which owns it.
+    static IPMI_ENTITY& AddToModel(IPMI_ENTITY_ADDRESS a_Address, const std::string& a_Name);
+    /// What `a_Action` prints to standard output.
+    static TEXTS PrintedBy(const std::function<void()>& a_Action);
+    /// In a death test: what the process prints goes where the death test looks.
+    static void PrintToStderr();
+    /// The start-up mutex was unlocked. When the thread says so and it was not, this waits for ever.
+    bool Released();
+
+    RECORDING_LOG m_Log;
+    LOG_LEVEL_GUARD m_Level;
+    OSAL::OSALMutex m_StartupMutex;
+    BM_ADAPTOR::IPMITHREAD m_Thread;
+};
