@@ -91,6 +91,8 @@ private:
     int mRegister();
     void mWaitForModel();
     int mInitBoard(int a_Result);
+    void mClosePCIHandle();
+    void mForgetBoard();
     int mStartAMC();
     int mSetVXP(bool a_Start);
     int32_t mRunStatus(int a_Bay) const;

@@ -51,6 +51,7 @@ int IPMIAdaptor::Init(IBMAdaptorMgr* a_Manager) {
         puts("Normal AMC/RTM Mode");
         m_Manager = a_Manager;
         m_Storage = m_Manager != nullptr ? m_Manager->GetStorage() : nullptr;
+        mForgetBoard(); // of an earlier Init
         if (mTouchesBoard()) m_Monitor = new IPMI_MonitorThread;
         const int l_Registered = mRegister();
 
@@ -117,6 +118,20 @@ int IPMIAdaptor::mInitBoard(int a_Result) {
     return a_Result;
 }
 
+void IPMIAdaptor::mClosePCIHandle() {
+    if (m_PCIHandle == nullptr) return;
+    uPCIMemClose(m_PCIHandle);
+    delete[] static_cast<unsigned char*>(m_PCIHandle);
+    m_PCIHandle = nullptr;
+}
+
+void IPMIAdaptor::mForgetBoard() {
+    mClosePCIHandle();
+    if (m_Monitor != nullptr) m_Monitor->StopMonitor();
+    delete m_Monitor;
+    m_Monitor = nullptr;
+}
+
 int IPMIAdaptor::Fin() {
     return Guarded("Fin", [&] {
         if (m_Manager != nullptr) {
@@ -124,11 +139,7 @@ int IPMIAdaptor::Fin() {
                 m_Manager->UnregisterGroup(l_Group);
             m_Manager->UnregisterEventClass(BMI_EVENT_CLASS);
         }
-        if (m_PCIHandle != nullptr) {
-            uPCIMemClose(m_PCIHandle);
-            delete[] static_cast<unsigned char*>(m_PCIHandle);
-            m_PCIHandle = nullptr;
-        }
+        mClosePCIHandle();
         return static_cast<int>(RESULT_OK);
     });
 }

@@ -14,37 +14,48 @@ namespace BMHOST {
 
 namespace {
 
+// What more its help tells.
+enum class MORE { Nothing, Parameters, ParametersAndLife };
+
 struct COMMAND {
     const char* m_Name;
     const char* m_Usage;
     const char* m_Summary;
     const char* m_Details;
+    MORE m_More;
 };
 
 constexpr const char* PARAMETER_HELP =
-    "GROUP and ID are numbers (0x30200) or names, with or without their prefix, in any case (`bmhost groups`).\n"
-    "An ID of the group itself may be written as its column is shown: bay, run_status.\n"
+    "\nGROUP and ID are numbers (0x30200) or names, with or without their prefix, in any case (`bmhost groups`). An ID of\n"
+    "the group's own may also be written as its column is shown: bay, run_status.\n"
     "VALUE is an integer (decimal or 0x…), true or false, or text; i: u: s: b: before it force the type 1, 2, 4 or 0.\n";
 
 constexpr const char* LIFE_HELP =
-    "`init` is called before and `fin` after; they show nothing and do not count for the exit status.\n";
+    "\n`init` is called before and `fin` after; they show nothing and do not count for the exit status.\n";
 
 constexpr COMMAND COMMANDS[] = {
-    {"init", "init", "call Init", "The adaptor learns the hardware. Shows the result; 1 is success.\n"},
-    {"start", "start", "call Start", "The adaptor brings the blade into service. Useful in a script, after init.\n"},
-    {"stop", "stop", "call Stop", "The adaptor stops the media software. Useful in a script, after start.\n"},
-    {"fin", "fin", "call Fin", "The adaptor releases what Init made. Useful in a script, at its end.\n"},
-    {"read", "read GROUP [ID=VALUE ...]", "read one row", "Example: bmhost read 0x30200 0x30201=9\n"},
-    {"table", "table GROUP", "read a whole table", "Example: bmhost --json table HARDWARE_BOARD\n"},
+    {"init", "init", "call Init", "The adaptor learns the hardware. Shows the result; 1 is success.\n", MORE::Nothing},
+    {"start", "start", "call Start", "The adaptor brings the blade into service. Useful in a script, after init.\n",
+     MORE::Nothing},
+    {"stop", "stop", "call Stop", "The adaptor stops the media software. Useful in a script, after start.\n",
+     MORE::Nothing},
+    {"fin", "fin", "call Fin", "The adaptor releases what Init made. Useful in a script, at its end.\n", MORE::Nothing},
+    {"read", "read GROUP [ID=VALUE ...]", "read one row", "Example: bmhost read AMC_TABLE bay=9\n",
+     MORE::ParametersAndLife},
+    {"table", "table GROUP", "read a whole table", "Example: bmhost --json table HARDWARE_BOARD\n",
+     MORE::ParametersAndLife},
     {"write", "write GROUP [ID=VALUE ...] -- [ID=VALUE ...]", "write values; keys before --, values after",
-     "Example: bmhost write AMC_TABLE AMC_BAY=3 -- AMC_RUN_STATUS=4\n"},
+     "Example: bmhost write AMC_TABLE bay=3 -- run_status=4\n", MORE::ParametersAndLife},
     {"script", "script FILE|-", "make the calls of a file, or of standard input, in one process",
-     "One call a line: init, start, stop, fin, read ..., table ..., write ..., `sleep MS`, `wait-event MS` (shows the next event,\n"
-     "or says that none came). '#' begins a comment; '…' or \"…\" keep blanks in a value. A line that cannot be meant ends\n"
-     "the script with status 2; a call that does not return 1 does not end it.\n"},
+     "One call a line: init, start, stop, fin, read ..., table ..., write ..., `sleep MS`, `wait-event MS` (shows the next\n"
+     "event, or says that none came). '#' begins a comment; '…' or \"…\" keep blanks in a value. A line that cannot be\n"
+     "meant ends the script with status 2; a call that does not return 1 does not end it.\n"
+     "Example: printf 'init\\ntable HARDWARE_BOARD\\nfin\\n' | bmhost script -\n",
+     MORE::Parameters},
     {"inventory", "inventory", "show the blade's hardware",
-     "Board, modules and what they carry, as tables for people.\n"},
-    {"groups", "groups", "list the parameter groups and their parameters", "Needs no adaptor.\n"},
+     "Board, modules and what they carry, as tables for people; status 1 when the board's table cannot be read.\n",
+     MORE::Nothing},
+    {"groups", "groups", "list the parameter groups and their parameters", "Needs no adaptor.\n", MORE::Nothing},
 };
 
 const COMMAND* FindCommand(const std::string& a_Name) {
@@ -54,10 +65,9 @@ const COMMAND* FindCommand(const std::string& a_Name) {
 }
 
 std::string CommandHelp(const COMMAND& a_Command) {
-    const std::string l_Usage = a_Command.m_Usage;
-    const bool l_HasParameters = l_Usage.find("GROUP") != std::string::npos;
-    return "Usage: bmhost [OPTIONS] " + l_Usage + "\n\n" + a_Command.m_Summary + "\n\n" + a_Command.m_Details +
-           (l_HasParameters ? std::string("\n") + PARAMETER_HELP : "");
+    return std::string("Usage: bmhost [OPTIONS] ") + a_Command.m_Usage + "\n\n" + a_Command.m_Summary + "\n\n" +
+           a_Command.m_Details + (a_Command.m_More != MORE::Nothing ? PARAMETER_HELP : "") +
+           (a_Command.m_More == MORE::ParametersAndLife ? LIFE_HELP : "");
 }
 
 std::string Footer() {

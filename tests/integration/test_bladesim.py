@@ -189,7 +189,7 @@ def files_below(*folders):
 
 
 def test_twenty_runs_leave_no_process_mount_namespace_or_file_behind(blade, tmp_path):
-    run_folder = bin_folder().parent / "lib/bladesim/run"
+    run_folder = Path(blade.run("--", "sh", "-c", 'printf %s "$BLADESIM_RUN_DIR"').stdout)
     mounts = Path("/proc/self/mountinfo").read_text()
     command = "readlink /proc/self/ns/pid /proc/self/ns/mnt /proc/self/ns/net; exec ipmitool -I open mc info >/dev/null"
     made = set()
@@ -204,3 +204,34 @@ def test_twenty_runs_leave_no_process_mount_namespace_or_file_behind(blade, tmp_
     assert files_below(tmp_path) == []
     assert run_folder.is_dir()
     assert files_below(run_folder) == []
+
+
+# A root as debootstrap leaves it: no mount point. Mounts are shared with the namespace around it, which would show a leak.
+CHROOT = """
+set -e
+mount --make-rshared /
+mkdir "$1/root"
+for path in /*; do
+    name=${path#/}
+    case $name in proc | sys) mkdir "$1/root/$name" && continue ;; esac
+    if [ -L "$path" ]; then cp -P "$path" "$1/root/"; elif [ -d "$path" ]; then mkdir "$1/root/$name"; mount --bind "$path" "$1/root/$name"; fi
+done
+[ "$2" = unmounted ] || mount -t proc proc "$1/root/proc"
+cp /proc/self/mountinfo "$1/before"
+chroot "$1/root" "$3" -- sh -c 'cat /proc/1/comm; ipmitool -I open mc info | head -n 1'
+diff "$1/before" /proc/self/mountinfo
+"""
+
+
+@pytest.mark.parametrize("proc", ["mounted", "unmounted"])
+def test_a_blade_comes_up_in_a_chroot_and_no_mount_of_it_gets_out(blade, tmp_path, proc):
+    done = subprocess.run(
+        ["unshare", "--mount", "sh", "-c", CHROOT, "sh", tmp_path, proc, bin_folder() / "bladesim"],
+        env=blade.environment({}),
+        capture_output=True,
+        text=True,
+        timeout=SECONDS,
+    )
+    print(done.stderr)
+    assert done.stdout == "bladesim\nDevice ID                 : 53\n"
+    assert done.returncode == 0

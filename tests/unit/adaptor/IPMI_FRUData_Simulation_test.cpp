@@ -4,6 +4,10 @@
 #include "fake/StdoutCapture.h"
 #include "ipmi/IPMI_Thread.h"
 
+#include <latch>
+#include <memory>
+#include <thread>
+
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
 using testing::ElementsAre;
@@ -88,6 +92,24 @@ TEST_F(SimulatedTables, OwnVendorRecordsWinOverTheTestRecords) {
                 Optional(ElementsAre(TEXTS{"0x303 i:3 key", "0x302 i:2", "0x301 i:2"})));
     EXPECT_THAT(Table(BMI_GROUP_HARDWARE_RTM_FRU_TABLE),
                 Optional(ElementsAre(TEXTS{"0x401 i:2", "0x402 i:8", "0x403 i:16"})));
+}
+
+TEST_F(SimulatedTables, HostThreadsReadWhileTheDomainThreadAddsEntities) {
+    const LOG_LEVEL_GUARD l_TracesOff(0);
+    std::latch l_Start(2);
+    std::jthread l_Domain([&l_Start] {
+        l_Start.arrive_and_wait();
+        BuildSimulatedData();
+    });
+    l_Start.arrive_and_wait();
+    for (int l_Result = 12; l_Result != 1;) {
+        CBMITable* l_Table = nullptr;
+        l_Result = m_Adaptor.GetParamTable(BMI_GROUP_HARDWARE_BOARD, l_Table);
+        const std::unique_ptr<CBMITable> l_Owner(l_Table);
+        ASSERT_EQ(l_Table->GetSize(), l_Result == 1 ? 1 : 0);
+    }
+    l_Domain.join();
+    EXPECT_EQ(g_EntityMap.size(), 3U);
 }
 
 } // namespace

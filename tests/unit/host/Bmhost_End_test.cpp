@@ -45,7 +45,7 @@ TEST(BmhostEnd, WhatTheAdaptorPrintedComesBeforeTheLastLine) {
         EXPECT_EQ(1, l_Ended.m_Status);
         EXPECT_EQ("", l_Ended.m_Out);
         EXPECT_THAT(l_Ended.m_Err, HasSubstr("printed with stdio"));
-        EXPECT_THAT(l_Ended.m_Err, EndsWith("\nbmhost: the adaptor ended the process during `init` (exit status 1)\n"));
+        EXPECT_THAT(l_Ended.m_Err, EndsWith("bmhost: the adaptor ended the process during `init` (exit status 1)\n"));
     }
 }
 

@@ -48,7 +48,7 @@ TEST(AlignedTable, ColumnsAreAsWideAsTheirWidestText) {
 }
 
 TEST(AlignedTable, NoLineEndsInBlanks) {
-    EXPECT_EQ("  a      b\n  1\n\n  x y\n", AlignedTable({{"a", "b"}, {"1", ""}, {"", ""}, {"x y", " "}}, false));
+    EXPECT_EQ("  a    b\n  1\n\n  x y\n", AlignedTable({{"a", "b"}, {"1", ""}, {"", ""}, {"x y", " "}}, false));
 }
 
 TEST(AlignedTable, LinesMayBeShorterThanTheFirst) {
