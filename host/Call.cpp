@@ -69,6 +69,10 @@ std::string_view OperationName(OPERATION a_Operation) {
         ->m_Word;
 }
 
+bool NeedsLife(OPERATION a_Operation) {
+    return a_Operation == OPERATION::Read || a_Operation == OPERATION::Table || a_Operation == OPERATION::Write;
+}
+
 CALL ParseCall(const std::vector<std::string>& a_Words) {
     if (a_Words.empty()) throw USAGE_ERROR("no call: expected init, start, stop, fin, read, table or write");
     const auto* l_Grammar = std::find_if(std::begin(g_Grammar), std::end(g_Grammar),

@@ -22,6 +22,9 @@ struct CALL {
 /// The word of an operation: "init", "wait-event" …
 std::string_view OperationName(OPERATION a_Operation);
 
+/// Whether the operation is made between an init and a fin when it stands alone: read, table and write are.
+bool NeedsLife(OPERATION a_Operation);
+
 /// Makes a call of its words. Throws USAGE_ERROR saying what was expected.
 CALL ParseCall(const std::vector<std::string>& a_Words);
 

@@ -115,7 +115,7 @@ OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
         .add_option("--notice-after", l_Options.m_NoticeAfter,
                     "milliseconds after which standard error tells of a call that does not return")
         ->type_name("MS")
-        ->check(CLI::Range(1, std::numeric_limits<int>::max()))
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))
         ->capture_default_str();
     l_App.prefix_command();
     try {

@@ -26,7 +26,7 @@ public:
 
 /// One JSON line a call, on the given descriptor.
 std::unique_ptr<OUTPUT> MakeJsonOutput(int a_Descriptor);
-/// For people, on standard output.
-std::unique_ptr<OUTPUT> MakeTextOutput();
+/// For people, on the given descriptor.
+std::unique_ptr<OUTPUT> MakeTextOutput(int a_Descriptor);
 
 } // namespace BMHOST

@@ -1,7 +1,9 @@
 // The standard descriptors: what of them is bmhost's, and where the adaptor's own prints go.
 #include "host/Redirect.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -60,6 +62,10 @@ void ShowWithheld() {
     off_t l_Offset = 0;
     ssize_t l_Read = 0;
     while ((l_Read = pread(g_Withheld, l_Buffer.data(), l_Buffer.size(), l_Offset)) > 0) {
+        // Texts of the hardware are among them: none of their bytes may steer a terminal.
+        std::replace_if(
+            l_Buffer.begin(), l_Buffer.begin() + l_Read,
+            [](unsigned char a_Byte) { return iscntrl(a_Byte) && a_Byte != '\n' && a_Byte != '\t'; }, '?');
         if (write(STDERR_FILENO, l_Buffer.data(), static_cast<std::size_t>(l_Read)) < 0) return;
         l_Offset += l_Read;
     }

@@ -70,9 +70,7 @@ bool SESSION::Run(CALL& a_Call) {
 }
 
 bool SESSION::RunAlone(CALL& a_Call) {
-    const bool l_NeedsLife = a_Call.m_Operation == OPERATION::Read || a_Call.m_Operation == OPERATION::Table ||
-                             a_Call.m_Operation == OPERATION::Write;
-    if (!l_NeedsLife) return Run(a_Call);
+    if (!NeedsLife(a_Call.m_Operation)) return Run(a_Call);
     Lifecycle(OPERATION::Init);
     bool l_Good = false;
     try {

@@ -3,14 +3,13 @@
 
 #include "host/Names.h"
 #include "host/Output.h"
+#include "host/Redirect.h"
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
-#include <system_error>
 #include <unistd.h>
 
 namespace BMHOST {
@@ -43,6 +42,8 @@ std::string RowText(const CBMIParams& a_Row) {
 
 class TEXT_OUTPUT final : public OUTPUT {
 public:
+    explicit TEXT_OUTPUT(int a_Descriptor) : m_Descriptor(a_Descriptor) {}
+
     void Lifecycle(std::string_view a_Operation, int a_Result) override {
         Show(std::string(a_Operation) + ": " + Result(a_Result) + "\n");
     }
@@ -55,7 +56,7 @@ public:
     void Table(unsigned a_Group, int a_Result, const CBMITable* a_Table) override {
         const bool l_HasRows = a_Table != nullptr && a_Table->GetSize() > 0;
         Show("table " + GroupText(a_Group) + ": " + Result(a_Result) + "\n" +
-             (l_HasRows ? AlignedTable(TableLines(*a_Table), ColorWanted(STDOUT_FILENO)) : std::string()));
+             (l_HasRows ? AlignedTable(TableLines(*a_Table), ColorWanted(m_Descriptor)) : std::string()));
     }
 
     void Write(unsigned a_Group, int a_Result) override {
@@ -67,6 +68,14 @@ public:
     }
 
     void NoEvent() override { Show("wait-event: no event came\n"); }
+
+private:
+    void Show(const std::string& a_Text) const {
+        fflush(stdout); // what the adaptor printed comes before
+        WriteAll(m_Descriptor, a_Text);
+    }
+
+    int m_Descriptor;
 };
 
 } // namespace
@@ -129,20 +138,13 @@ std::string AlignedTable(const std::vector<std::vector<std::string>>& a_Lines, b
     return l_Text;
 }
 
-// Through the stream that the adaptor's prints take, so that both stay in order.
-void Show(const std::string& a_Text) {
-    if (fputs(a_Text.c_str(), stdout) == EOF || fflush(stdout) == EOF) {
-        throw std::system_error(errno, std::generic_category(), "standard output");
-    }
-}
-
 bool ColorWanted(int a_Descriptor) {
     const char* l_NoColor = getenv("NO_COLOR");
     return isatty(a_Descriptor) == 1 && (l_NoColor == nullptr || l_NoColor[0] == '\0');
 }
 
-std::unique_ptr<OUTPUT> MakeTextOutput() {
-    return std::make_unique<TEXT_OUTPUT>();
+std::unique_ptr<OUTPUT> MakeTextOutput(int a_Descriptor) {
+    return std::make_unique<TEXT_OUTPUT>(a_Descriptor);
 }
 
 } // namespace BMHOST

@@ -17,9 +17,6 @@ std::string AlignedTable(const std::vector<std::vector<std::string>>& a_Lines, b
 /// The table's rows under column names, taken from the rows in order of appearance.
 std::vector<std::vector<std::string>> TableLines(const BM_ADAPTOR::CBMITable& a_Table);
 
-/// Prints on standard output, at once. Throws std::system_error.
-void Show(const std::string& a_Text);
-
 /// Whether the descriptor is a terminal that wants colour.
 bool ColorWanted(int a_Descriptor);
 

@@ -15,6 +15,7 @@
 #include <csignal>
 #include <cstdio>
 #include <optional>
+#include <unistd.h>
 
 namespace {
 
@@ -44,7 +45,7 @@ bool RunInventory(const OPTIONS& a_Options) {
     ExpectForPeople(a_Options);
     // The adaptor's prints would stand between the tables; they are shown only when it ends the process.
     const int l_RealOutput = PrintsWithheld();
-    const auto l_Output = MakeTextOutput();
+    const auto l_Output = MakeTextOutput(l_RealOutput);
     ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
     SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, *l_Output);
     std::string l_Text;
@@ -64,7 +65,10 @@ bool RunCalls(const OPTIONS& a_Options) {
     } else {
         l_Call = ParseCall(l_Words);
     }
-    const auto l_Output = a_Options.m_Json ? MakeJsonOutput(PrintsToStandardError()) : MakeTextOutput();
+    // The init and fin around a call alone show nothing, their prints neither.
+    const bool l_Silent = !l_Script && NeedsLife(l_Call.m_Operation);
+    const auto l_Output = a_Options.m_Json ? MakeJsonOutput(PrintsToStandardError())
+                                           : MakeTextOutput(l_Silent ? PrintsWithheld() : STDOUT_FILENO);
     ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
     SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, *l_Output);
     return l_Script ? l_Script->Run(l_Session) : l_Session.RunAlone(l_Call);
@@ -73,12 +77,12 @@ bool RunCalls(const OPTIONS& a_Options) {
 int Run(int a_Argc, const char* const* a_Argv) {
     const OPTIONS l_Options = ParseOptions(a_Argc, a_Argv);
     if (!l_Options.m_Answer.empty()) {
-        Show(l_Options.m_Answer);
+        WriteAll(STDOUT_FILENO, l_Options.m_Answer);
         return EXIT_ALL_OK;
     }
     if (l_Options.m_Command[0] == "groups") {
         ExpectForPeople(l_Options);
-        Show(ListGroups());
+        WriteAll(STDOUT_FILENO, ListGroups());
         return EXIT_ALL_OK;
     }
     SetUpLog(l_Options);

@@ -40,13 +40,18 @@ TEST(BmhostEnd, CreateAdaptorMayEndTheProcess) {
 }
 
 TEST(BmhostEnd, WhatTheAdaptorPrintedComesBeforeTheLastLine) {
-    for (const std::vector<std::string>& l_Words : {std::vector<std::string>{"--json", "init"}, {"inventory"}}) {
+    for (const std::vector<std::string>& l_Words :
+         {std::vector<std::string>{"--json", "init"}, {"inventory"}, {"table", "0x10"}}) {
         const ENDED l_Ended = RunStub("init_prints_and_exits", l_Words);
         EXPECT_EQ(1, l_Ended.m_Status);
         EXPECT_EQ("", l_Ended.m_Out);
         EXPECT_THAT(l_Ended.m_Err, HasSubstr("printed with stdio"));
         EXPECT_THAT(l_Ended.m_Err, EndsWith("bmhost: the adaptor ended the process during `init` (exit status 1)\n"));
     }
+}
+
+TEST(BmhostEnd, WithheldPrintsDoNotSteerATerminal) {
+    EXPECT_THAT(RunStub("init_prints_and_exits", {"table", "0x10"}).m_Err, HasSubstr("\nprinted with stdio ?[31m\n"));
 }
 
 TEST(BmhostEnd, NothingIsSaidWhenBmhostEndsByItself) {

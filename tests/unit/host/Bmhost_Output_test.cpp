@@ -28,7 +28,10 @@ TEST(BmhostOutput, HasTheAdaptorsPrintsInTheirOrderInTextMode) {
     EXPECT_EQ("stop: 1 (success)\nprinted with stdio \x1B[31m\nan unfinished lineinit: 1 (success)\n", l_Ended.m_Out);
 }
 
-TEST(BmhostOutput, OfInventoryHasNoPrintsOfTheAdaptor) {
+TEST(BmhostOutput, OfACallAloneAndOfInventoryHasNoPrintsOfTheAdaptor) {
+    EXPECT_EQ("table 0x12: 12 (not found)\n", RunStub("prints", {"table", "0x12"}).m_Out);
+    EXPECT_EQ("read 0x12: 12 (not found)\n", RunStub("prints", {"read", "0x12"}).m_Out);
+    EXPECT_EQ("write 0x10: 1 (success)\n", RunStub("prints", {"write", "0x10", "--"}).m_Out);
     const ENDED l_Ended = RunStub("prints", {"inventory"});
     EXPECT_THAT(l_Ended.m_Out, StartsWith("Baseboard\n"));
     EXPECT_THAT(l_Ended.m_Out + l_Ended.m_Err, Not(HasSubstr("printed with stdio")));

@@ -19,7 +19,7 @@ using LINES = std::vector<std::vector<std::string>>;
 template <typename SHOWN>
 std::string Shown(SHOWN a_Shown) {
     testing::internal::CaptureStdout();
-    a_Shown(*MakeTextOutput());
+    a_Shown(*MakeTextOutput(STDOUT_FILENO));
     return testing::internal::GetCapturedStdout();
 }
 

@@ -7,6 +7,13 @@ using ::testing::IsEmpty;
 
 namespace {
 
+/// A Read FRU Data reply with this count byte and this many bytes of 0x11, which need not agree.
+BYTES Chunk(uint8_t a_Count, std::size_t a_Bytes) {
+    BYTES l_Reply = {0, a_Count};
+    l_Reply.resize(2 + a_Bytes, 0x11);
+    return l_Reply;
+}
+
 class ProbeFRURead : public PROBE_TEST {
 protected:
     /// Entities 0 to the maximum, and the size of FRU 0 asked for.
@@ -121,31 +128,13 @@ TEST_F(ProbeFRURead, ChunkIsTakenUpToCountReplyAndArea) {
         BYTES m_Reply;
         int m_Taken;
     } const l_Rows[] = {
-        {"whole", 32,
-         [] {
-             BYTES b{0, 16};
-             b.resize(18, 0x11);
-             return b;
-         }(),
-         16},
-        {"count above the bytes there", 32, {0, 16, 0x11, 0x11}, 2},
-        {"count 255 and no bytes", 32, {0, 255}, 0},
-        {"count below the bytes there", 32, {0, 3, 0x11, 0x11, 0x11, 0x11, 0x11}, 3},
-        {"count 0", 32, {0, 0, 0x11, 0x11}, 0},
-        {"more than was asked for", 64,
-         [] {
-             BYTES b{0, 40};
-             b.resize(42, 0x11);
-             return b;
-         }(),
-         40},
-        {"more than the area holds", 8,
-         [] {
-             BYTES b{0, 250};
-             b.resize(252, 0x11);
-             return b;
-         }(),
-         8},
+        {"whole", 32, Chunk(16, 16), 16},
+        {"count above the bytes there", 32, Chunk(16, 2), 2},
+        {"count 255 and no bytes", 32, Chunk(255, 0), 0},
+        {"count below the bytes there", 32, Chunk(3, 5), 3},
+        {"count 0", 32, Chunk(0, 2), 0},
+        {"more than was asked for", 64, Chunk(40, 40), 40},
+        {"more than the area holds", 8, Chunk(250, 250), 8},
     };
     for (const auto& l_Row : l_Rows) {
         SetUpAgain();
@@ -163,11 +152,7 @@ TEST_F(ProbeFRURead, ChunksBehindTheAreasEndAreTakenWithoutACopy) {
     BeginWith(0);
     ReplySize(8);
     ReplyChunk(AreaOf(64, "A"), 0);
-    Reply([] {
-        BYTES b{0, 16};
-        b.resize(18, 0x11);
-        return b;
-    }());
+    Reply(Chunk(16, 16));
     const unsigned char* l_Begin = Raw(0).m_Data;
     EXPECT_EQ(std::count(l_Begin + 8, l_Begin + 8 + 4096, 0xFF), 4096);
     EXPECT_EQ(Requests().back(), "0A 11 00 20 00 10");
@@ -301,11 +286,7 @@ TEST_F(ProbeFRURead, OffsetWrapsBehind65520AndCopiesStayInside) {
     BM_LOG_LEVEL = 0;
     BeginWith(0);
     ReplySize(65535);
-    const BYTES l_Chunk = [] {
-        BYTES b{0, 16};
-        b.resize(18, 0x11);
-        return b;
-    }();
+    const BYTES l_Chunk = Chunk(16, 16);
     for (int i = 0; i < 4096; ++i)
         Reply(l_Chunk);
     EXPECT_EQ(Fake().SentBytes().at(4096), Hex("0A 11 00 F0 FF 10"));
