@@ -53,6 +53,7 @@ int ENTITYCAPTURE::ReceivedFRUSize(const ipmi_msgi_t& a_Item) {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUSize FRUID=%d", m_FRUID);
     if (!InState(PROBE_FRU_SIZE, "ENTITYCAPTURE :: ReceivedFRUSize -- incorrect State\n")) return -1;
     const PROBE_REPLY l_Reply(a_Item);
+    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUSize CC=0x%x", l_Reply.CompletionCode());
     if (!l_Reply.IsGood(3)) {
         LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUSize CC=0x%x - assuming bad FRUID", l_Reply.CompletionCode());
         return SendGetFRUSize(m_FRUID + 1);
@@ -89,6 +90,8 @@ int ENTITYCAPTURE::SendGetFRUChunk(int a_FRUID, int a_Offset) {
 int ENTITYCAPTURE::ReceivedFRUChunk(const ipmi_msgi_t& a_Item) {
     if (!InState(PROBE_FRU_CHUNK, "ENTITYCAPTURE :: ReceivedFRUChunk in wrong state")) return -1;
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUChunk FRUID=%d", m_FRUID);
+    const PROBE_REPLY l_Reply(a_Item);
+    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUChunk CC=0x%x", l_Reply.CompletionCode());
     const auto l_Received = static_cast<int>(reinterpret_cast<intptr_t>(a_Item.data2));
     if (l_Received != m_ReadFRUOffset) {
         LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUChunk - mismatch offsets Rcvd=%i Sent=%i", l_Received,
@@ -103,7 +106,6 @@ int ENTITYCAPTURE::ReceivedFRUChunk(const ipmi_msgi_t& a_Item) {
         StopCollection();
         return -1;
     }
-    const PROBE_REPLY l_Reply(a_Item);
     if (!l_Reply.IsGood(2)) {
         if (m_ReadFRUOffset == 0) return SendGetFRUSize(m_FRUID + 1);
         LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUChunk - Error Receiving data CC %i", l_Reply.CompletionCode());

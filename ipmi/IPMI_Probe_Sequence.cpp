@@ -182,7 +182,7 @@ void ENTITYCAPTURE::StopCollection() {
                  static_cast<void*>(l_Entity));
         LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection adding FRU ID %i ID=%i", l_FRUID, l_Entity->m_EntityID);
         const MODEL_WRITER l_Model(g_EntityMapLock);
-        g_EntityMap[l_Entity->Address()] = l_Entity;
+        g_EntityMap[l_Entity->Address()] = l_Entity; // of two FRUs that claim one address the later one shows
     }
     m_bHandedOver = true;
     if (m_Thread != nullptr) m_Thread->EntityCaptured();
