@@ -5,34 +5,34 @@
 
 namespace BMHOST {
 
-int MANAGER::RegisterGroup(unsigned group, BM_ADAPTOR::CBaseAdaptor*) {
+int MANAGER::RegisterGroup(unsigned a_Group, BM_ADAPTOR::CBaseAdaptor*) {
     const std::lock_guard l_Lock(m_Guard);
-    m_Groups.insert(group);
+    m_Groups.insert(a_Group);
     return 1;
 }
 
-int MANAGER::UnregisterGroup(unsigned group) {
+int MANAGER::UnregisterGroup(unsigned a_Group) {
     const std::lock_guard l_Lock(m_Guard);
-    return m_Groups.erase(group) != 0 ? 1 : 0;
+    return m_Groups.erase(a_Group) != 0 ? 1 : 0;
 }
 
-int MANAGER::RegisterEventClass(unsigned cls, BM_ADAPTOR::CBaseAdaptor*) {
+int MANAGER::RegisterEventClass(unsigned a_Class, BM_ADAPTOR::CBaseAdaptor*) {
     const std::lock_guard l_Lock(m_Guard);
-    m_EventClasses.insert(cls);
+    m_EventClasses.insert(a_Class);
     return 1;
 }
 
-int MANAGER::UnregisterEventClass(unsigned cls) {
+int MANAGER::UnregisterEventClass(unsigned a_Class) {
     const std::lock_guard l_Lock(m_Guard);
-    return m_EventClasses.erase(cls) != 0 ? 1 : 0;
+    return m_EventClasses.erase(a_Class) != 0 ? 1 : 0;
 }
 
 CBaseOsLog* MANAGER::GetLogger() {
     return &BM_PLATFORM::HostLog();
 }
 
-int MANAGER::SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvParams* params) {
-    EVENT l_Event{event, number, params != nullptr ? *params : BM_ADAPTOR::CBMIEvParams{}};
+int MANAGER::SendEvent(unsigned a_Event, unsigned a_Number, BM_ADAPTOR::CBMIEvParams* a_Params) {
+    EVENT l_Event{a_Event, a_Number, a_Params != nullptr ? *a_Params : BM_ADAPTOR::CBMIEvParams{}};
     const std::lock_guard l_Lock(m_Guard);
     m_Events.push_back(std::move(l_Event));
     m_Arrived.notify_one();

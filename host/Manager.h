@@ -19,18 +19,19 @@ struct EVENT {
 };
 
 /// Events come from any thread and wait in a queue. The storage is not there yet: adaptors get a null one.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
 class MANAGER final : public BM_ADAPTOR::IBMAdaptorMgr {
 public:
     explicit MANAGER(int a_Mode) : m_Mode(a_Mode) {}
 
-    int RegisterGroup(unsigned group, BM_ADAPTOR::CBaseAdaptor* adaptor) override;
-    int UnregisterGroup(unsigned group) override;
-    int RegisterEventClass(unsigned cls, BM_ADAPTOR::CBaseAdaptor* adaptor) override;
-    int UnregisterEventClass(unsigned cls) override;
+    int RegisterGroup(unsigned a_Group, BM_ADAPTOR::CBaseAdaptor* a_Adaptor) override;
+    int UnregisterGroup(unsigned a_Group) override;
+    int RegisterEventClass(unsigned a_Class, BM_ADAPTOR::CBaseAdaptor* a_Adaptor) override;
+    int UnregisterEventClass(unsigned a_Class) override;
     QUB_STORAGE::CDataStorage* GetStorage() override { return nullptr; }
     CBaseOsLog* GetLogger() override;
     int GetMode() override { return m_Mode; }
-    int SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvParams* params) override;
+    int SendEvent(unsigned a_Event, unsigned a_Number, BM_ADAPTOR::CBMIEvParams* a_Params) override;
 
     /// The oldest event not yet taken; waits for one.
     std::optional<EVENT> TakeEvent(std::chrono::milliseconds a_Wait);

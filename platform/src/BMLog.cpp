@@ -39,6 +39,7 @@ void CloseOnExec(const spdlog::filename_t&, std::FILE* file) {
 }
 
 // Never destroyed: an adaptor's threads may log while the process ends.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final, and never destroyed
 class LOG final : public CBaseOsLog {
 public:
     LOG() : m_Logger("host", m_Console) {

@@ -49,7 +49,7 @@ struct SERVED_GROUP {
 };
 
 void PrintTo(const SERVED_GROUP& a_Served, std::ostream* a_Stream) {
-    *a_Stream << "group " << a_Served.m_Group;
+    *a_Stream << "group 0x" << std::hex << a_Served.m_Group;
 }
 
 class DispatchOf : public Dispatch, public testing::WithParamInterface<SERVED_GROUP> {
@@ -169,7 +169,7 @@ struct LED_WRITE {
 };
 
 void PrintTo(const LED_WRITE& a_Write, std::ostream* a_Stream) {
-    *a_Stream << "group " << a_Write.m_Group;
+    *a_Stream << "group 0x" << std::hex << a_Write.m_Group;
 }
 
 class LedWriteLine : public Dispatch, public testing::WithParamInterface<LED_WRITE> {

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdio>
 #include <thread>
+#include <utility>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -254,6 +255,18 @@ TEST_F(InitOverIpmi, PciMemoryIsOpenedWhateverComesOfItAndClosedByFin) {
         EXPECT_EQ(m_Adaptor.Fin(), 1);
         EXPECT_EQ(BoardDriver().m_Closed.size(), 1U);
     }
+}
+
+TEST_F(InitOverIpmi, LetsGoOfTheMonitorAndTheOpenHandleOfAnEarlierOne) {
+    int l_Destroyed = 0;
+    Init(1);
+    delete std::exchange(Access::Monitor(m_Adaptor), new COUNTED_MONITOR(l_Destroyed));
+    void* const l_Handle = Access::PCIHandle(m_Adaptor);
+    Init(2);
+    EXPECT_EQ(l_Destroyed, 1);
+    EXPECT_EQ(Access::Monitor(m_Adaptor), nullptr);
+    EXPECT_THAT(BoardDriver().m_Closed, ElementsAre(l_Handle));
+    EXPECT_EQ(Access::PCIHandle(m_Adaptor), nullptr);
 }
 
 TEST_F(InitOverIpmi, RefusedEventRegistrationEndsTheBoardsSetUp) {

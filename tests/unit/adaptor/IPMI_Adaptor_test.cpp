@@ -1,10 +1,8 @@
 // The adaptor object: how it is made and freed, what it holds then, and the operations that do nothing.
 #include "adaptor/IPMI_Adaptor.h"
 
-#include "adaptor/AdaptorTest.h"
-#include "adaptor/IPMI_MonitorThread.h"
+#include "adaptor/LifecycleTest.h"
 #include "common/veldo_common_trace.h"
-#include "fake/StdoutCapture.h"
 
 #include <cstdlib>
 
@@ -65,16 +63,6 @@ TEST_F(Construction, TakesTheInstallDirectoryFromTheEnvironment) {
 }
 
 // ---- the plug-in's entry points
-
-/// Counts how often a monitor is destroyed through its base.
-class COUNTED_MONITOR : public IPMI_MonitorThread {
-public:
-    explicit COUNTED_MONITOR(int& a_Destroyed) : m_Destroyed(a_Destroyed) {}
-    ~COUNTED_MONITOR() override { ++m_Destroyed; }
-
-private:
-    int& m_Destroyed;
-};
 
 using EntryPoints = Construction;
 

@@ -51,23 +51,16 @@ LIFECYCLE_TEST::LIFECYCLE_TEST() {
 }
 
 LIFECYCLE_TEST::~LIFECYCLE_TEST() {
-    GiveUp();
+    if (IPMI_TEST_ACCESS::PCIHandle(m_Adaptor) != nullptr) m_Adaptor.Fin();
     RetireDomainThread();
 }
 
 int LIFECYCLE_TEST::Init(int a_Mode) {
-    GiveUp();
     m_Host.m_Mode = a_Mode;
     const int l_Result = m_Adaptor.Init(&m_Host);
     if (m_Host.m_MonitorAtRegistration != IPMI_TEST_ACCESS::Monitor(m_Adaptor))
         m_Retired.emplace_back(m_Host.m_MonitorAtRegistration);
     return l_Result;
-}
-
-// Closes what is open and takes the monitor away: an Init does not delete the one it replaces.
-void LIFECYCLE_TEST::GiveUp() {
-    if (IPMI_TEST_ACCESS::PCIHandle(m_Adaptor) != nullptr) m_Adaptor.Fin();
-    m_Retired.emplace_back(std::exchange(IPMI_TEST_ACCESS::Monitor(m_Adaptor), nullptr));
 }
 
 // A thread in the event loop sleeps there until the process ends, and its probe stays with it.

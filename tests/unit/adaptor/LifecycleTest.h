@@ -30,6 +30,16 @@ struct FAKE_BOARD_DRIVER {
 
 FAKE_BOARD_DRIVER& BoardDriver();
 
+/// A monitor that counts its destruction.
+class COUNTED_MONITOR : public IPMI_MonitorThread {
+public:
+    explicit COUNTED_MONITOR(int& a_Destroyed) : m_Destroyed(a_Destroyed) {}
+    ~COUNTED_MONITOR() override { ++m_Destroyed; }
+
+private:
+    int& m_Destroyed;
+};
+
 /// Also sees which state and monitor the adaptor has when it registers for events.
 class LIFECYCLE_MANAGER : public FAKE_MANAGER {
 public:
@@ -51,16 +61,14 @@ protected:
     /// OpenIPMI cannot be set up: Init ends in the complete simulation.
     static void WithoutOpenIPMI() { Fake().Setup().m_bOsHandlerFails = true; }
 
-    /// Init in this mode, after giving up what an earlier one left.
     int Init(int a_Mode);
 
     STDOUT_CAPTURE m_Output;
     LIFECYCLE_MANAGER m_Host;
-    std::vector<std::unique_ptr<IPMI_MonitorThread>> m_Retired{}; ///< monitors that the adaptor keeps alive
+    std::vector<std::unique_ptr<IPMI_MonitorThread>> m_Retired{}; ///< the monitors that Init replaced by a second one
     IPMIAdaptor m_Adaptor;
 
 private:
-    void GiveUp();
     static void RetireDomainThread();
 };
 
