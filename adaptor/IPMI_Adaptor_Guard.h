@@ -4,6 +4,7 @@
 #include "adaptor/IPMI_Adaptor.h"
 #include "bm/Log.h"
 
+#include <cxxabi.h>
 #include <exception>
 
 namespace BM_ADAPTOR {
@@ -19,6 +20,10 @@ int Guarded(const char* a_Name, OPERATION a_Operation) {
         return a_Operation();
     } catch (const std::exception& l_Error) {
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "IPMIAdaptor::%s() - %s", a_Name, l_Error.what());
+    } catch (const abi::__forced_unwind&) {
+        throw; // a cancelled thread of the host's
+    } catch (...) {
+        bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "IPMIAdaptor::%s() - unknown exception", a_Name);
     }
     return RESULT_NOTHING_DONE;
 }

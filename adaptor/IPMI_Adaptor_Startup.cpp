@@ -150,6 +150,8 @@ int IPMIAdaptor::Fin() {
             m_Manager->UnregisterEventClass(BMI_EVENT_CLASS);
         }
         mClosePCIHandle();
+        m_Manager = nullptr; // the host may free it now
+        m_Storage = nullptr;
         return static_cast<int>(RESULT_OK);
     });
 }

@@ -22,7 +22,7 @@ MANAGER& LastingManager(int a_Mode) {
 
 // Makes a call of the adaptor, named for the end notice and for what the adaptor throws.
 template <typename CALLED>
-int Made(const std::string& a_Name, CALLED a_Called) {
+int Made(const std::string& a_Name, const CALLED& a_Called) {
     const CALL_UNDER_WAY l_UnderWay(a_Name);
     try {
         return a_Called();

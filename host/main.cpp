@@ -43,6 +43,8 @@ void ExpectForPeople(const OPTIONS& a_Options) {
 
 bool RunInventory(const OPTIONS& a_Options) {
     ExpectForPeople(a_Options);
+    // To the adaptor an empty bay is an error, and it logs eight of them; who wants to see that asks for traces.
+    BM_PLATFORM::LogToConsole(a_Options.m_LogLevel == BM_LOG_ERROR);
     // The adaptor's prints would stand between the tables; they are shown only when it ends the process.
     const int l_RealOutput = PrintsWithheld();
     const auto l_Output = MakeTextOutput(l_RealOutput);

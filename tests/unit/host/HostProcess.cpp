@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sstream>
@@ -102,6 +103,8 @@ HOST_PROCESS::HOST_PROCESS(const std::vector<std::string>& a_Arguments, const st
     const DESCRIPTOR l_ErrorEnd(l_ErrorPipe.m_Ends[1]);
     const DESCRIPTOR l_Full(Checked(open("/dev/full", O_WRONLY | O_CLOEXEC), "/dev/full"));
     m_Err = l_ErrorPipe.m_Ends[0];
+
+    setenv("TSAN_OPTIONS", "atexit_sleep_ms=0", 0); // else every process lingers for a second under the thread sanitizer
 
     posix_spawn_file_actions_t l_Actions;
     posix_spawn_file_actions_init(&l_Actions);
