@@ -54,6 +54,16 @@ std::string ReadAll(int a_Descriptor) {
     return l_Text;
 }
 
+// Under the thread sanitizer every process stays for a second at its end, unless it is told not to.
+void LingerNot() {
+    static const bool s_Told = [] {
+        const char* l_Options = getenv("TSAN_OPTIONS");
+        return setenv("TSAN_OPTIONS",
+                      (std::string("atexit_sleep_ms=0:") + (l_Options != nullptr ? l_Options : "")).c_str(), 1) == 0;
+    }();
+    if (!s_Told) throw std::runtime_error("cannot set TSAN_OPTIONS");
+}
+
 // A log line's "<3> [component] text", or nothing.
 std::string LogPart(const std::string& a_Line) {
     const auto l_Level = a_Line.find(" <");
@@ -104,8 +114,7 @@ HOST_PROCESS::HOST_PROCESS(const std::vector<std::string>& a_Arguments, const st
     const DESCRIPTOR l_Full(Checked(open("/dev/full", O_WRONLY | O_CLOEXEC), "/dev/full"));
     m_Err = l_ErrorPipe.m_Ends[0];
 
-    setenv("TSAN_OPTIONS", "atexit_sleep_ms=0", 0); // else every process lingers for a second under the thread sanitizer
-
+    LingerNot();
     posix_spawn_file_actions_t l_Actions;
     posix_spawn_file_actions_init(&l_Actions);
     posix_spawn_file_actions_adddup2(&l_Actions, l_Input.Get(), STDIN_FILENO);
