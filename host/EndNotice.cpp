@@ -3,6 +3,8 @@
 
 #include "host/Redirect.h"
 
+#include "HostLog.h"
+
 #include <array>
 #include <condition_variable>
 #include <cstdio>
@@ -48,6 +50,7 @@ void OnExit(int a_Status, void*) {
     if (!l_Notice.m_Armed) return;
     fflush(stdout); // what the adaptor printed comes before
     ShowWithheld();
+    BM_PLATFORM::LogToConsole(false); // its other threads may log to the very end
     const std::string l_Where = l_Notice.m_Call.empty() ? "between two calls" : "during `" + l_Notice.m_Call + "`";
     Tell("the adaptor ended the process " + l_Where + " (exit status " + std::to_string(a_Status) + ")");
     l_Notice.m_Armed = false; // that was the last line

@@ -8,9 +8,11 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <mutex>
 #include <stdexcept>
@@ -62,6 +64,12 @@ public:
 
     void ToFile(const std::string& path) {
         try {
+            // The file sink would make missing folders: a mistyped path has to be an error.
+            if (std::FILE* probe = std::fopen(path.c_str(), "ae"); probe != nullptr) {
+                std::fclose(probe);
+            } else {
+                throw spdlog::spdlog_ex(std::strerror(errno));
+            }
             spdlog::file_event_handlers handlers;
             handlers.after_open = CloseOnExec;
             auto file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path, false, handlers);

@@ -170,6 +170,12 @@ TEST(LogFile, ThatCannotBeOpenedIsNamedWithTheReason) {
     }
 }
 
+TEST(LogFile, InAFolderThatIsNotThereIsRefusedAndMakesNoFolder) {
+    const std::filesystem::path l_Folder = testing::TempDir() + "bm-log-no-folder-" + std::to_string(getpid());
+    EXPECT_THROW(BM_PLATFORM::LogToFile(l_Folder / "log"), std::runtime_error);
+    EXPECT_FALSE(std::filesystem::exists(l_Folder));
+}
+
 TEST(LogFile, IsNotInheritedByTools) {
     const LOG_FILE l_File;
     int l_Found = 0;

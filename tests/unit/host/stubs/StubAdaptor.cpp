@@ -75,9 +75,9 @@ CBMIParam Text(unsigned a_Id, const std::string& a_Text) {
 
 class STUB_ADAPTOR final : public CBaseAdaptor {
 public:
-    int Init(IBMAdaptorMgr* manager) override {
+    int Init(IBMAdaptorMgr* a_Manager) override {
         Note("Init");
-        m_Manager = manager;
+        m_Manager = a_Manager;
         m_Manager->RegisterGroup(STUB_ECHO, this);
         m_Manager->RegisterEventClass(5, this);
         return Do(ACT::STUB_INIT);
@@ -98,27 +98,27 @@ public:
         return Do(ACT::STUB_STOP);
     }
 
-    int ReadParams(unsigned group, const CBMIKeys* keys, CBMIParams*& row) override {
+    int ReadParams(unsigned a_Group, const CBMIKeys* a_Keys, CBMIParams*& a_Row) override {
         Note("Read");
-        row = nullptr;
-        if (group == STUB_NOT_FOUND) return 12;
-        if (group != STUB_ECHO) return 0;
-        row = new CBMIParams(*keys);
+        a_Row = nullptr;
+        if (a_Group == STUB_NOT_FOUND) return 12;
+        if (a_Group != STUB_ECHO) return 0;
+        a_Row = new CBMIParams(*a_Keys);
         return 1;
     }
 
     // Every parameter becomes one of an event, keys first; from a thread of the adaptor when the group says so.
-    int WriteParams(unsigned group, CBMIKeys* keys, CBMIParams* values) override {
+    int WriteParams(unsigned a_Group, CBMIKeys* a_Keys, CBMIParams* a_Values) override {
         Note("Write");
-        if (group != STUB_ECHO && group != STUB_EVENT_LATER) return 23;
+        if (a_Group != STUB_ECHO && a_Group != STUB_EVENT_LATER) return 23;
         CBMIEvParams l_Params;
-        for (const CBMIParams* l_Row : {static_cast<CBMIParams*>(keys), values}) {
+        for (const CBMIParams* l_Row : {static_cast<CBMIParams*>(a_Keys), a_Values}) {
             for (int i = 0; i < l_Row->GetSize(); ++i)
                 l_Params.Add(*l_Row->Get(i));
         }
         if (m_Manager == nullptr) return 0;
         auto l_Send = [l_Manager = m_Manager, l_Params]() mutable { l_Manager->SendEvent(0x70402, 5, &l_Params); };
-        if (group == STUB_ECHO) {
+        if (a_Group == STUB_ECHO) {
             l_Send();
         } else {
             std::thread(l_Send).detach();
@@ -129,15 +129,15 @@ public:
     int CreateParams(unsigned, const CBMIKeys*, CBMIParams*) override { return 0; }
     int DeleteParams(unsigned, const CBMIKeys*) override { return 1; }
 
-    int GetParamTable(unsigned group, CBMITable*& table) override {
+    int GetParamTable(unsigned a_Group, CBMITable*& a_Table) override {
         Note("Table");
-        if (group != STUB_ECHO && group != STUB_NOT_FOUND) return 0;
-        table = new CBMITable;
-        if (group == STUB_NOT_FOUND) return 12;
+        if (a_Group != STUB_ECHO && a_Group != STUB_NOT_FOUND) return 0;
+        a_Table = new CBMITable;
+        if (a_Group == STUB_NOT_FOUND) return 12;
         for (const char* l_Text : {"one", "\x1B[31mtwo\xE9 "}) {
             CBMIParams l_Row;
             l_Row.Add(Text(STUB_TEXT, l_Text));
-            table->AddRow(l_Row);
+            a_Table->AddRow(l_Row);
         }
         return 1;
     }
