@@ -85,7 +85,7 @@ TEST(Bmhost, TextOfATableKeepsControlBytesOffTheTerminal) {
 }
 
 TEST(Bmhost, BadUsageIsStatusTwoWithOneLineAndNoAdaptor) {
-    const std::vector<std::vector<std::string>> CASES = {
+    const std::vector<std::vector<std::string>> l_Cases = {
         {},
         {"inti"},
         {"--bogus", "init"},
@@ -103,7 +103,7 @@ TEST(Bmhost, BadUsageIsStatusTwoWithOneLineAndNoAdaptor) {
         {"inventory", "now"},
         {"--log", "/dev/null/log", "init"},
     };
-    for (const auto& l_Words : CASES) {
+    for (const auto& l_Words : l_Cases) {
         const ENDED l_Ended = RunStub("good", l_Words);
         EXPECT_EQ(2, l_Ended.m_Status) << testing::PrintToString(l_Words);
         EXPECT_EQ("", l_Ended.m_Out);

@@ -44,11 +44,11 @@ TEST(BmhostOutput, ThatTakesNothingIsOneLineAndStatusOne) {
     };
     constexpr OUT_CASE CASES[] = {
         {OUT::Closed, "Bad file descriptor"}, {OUT::BrokenPipe, "Broken pipe"}, {OUT::Full, "No space left on device"}};
-    const std::vector<std::vector<std::string>> COMMANDS = {
+    const std::vector<std::vector<std::string>> l_Commands = {
         {"--json", "init"}, {"init"},  {"--json", "table", "0x10"}, {"table", "0x10"}, {"inventory"},
         {"groups"},         {"--help"}};
     for (const auto& [l_Out, l_Reason] : CASES) {
-        for (const auto& l_Words : COMMANDS) {
+        for (const auto& l_Words : l_Commands) {
             const ENDED l_Ended = RunStub("good", l_Words, "", l_Out);
             EXPECT_EQ(1, l_Ended.m_Status) << testing::PrintToString(l_Words) << l_Ended.m_Err;
             EXPECT_THAT(l_Ended.ErrorLines(), ElementsAre(std::string("bmhost: standard output: ") + l_Reason));

@@ -12,9 +12,9 @@ using namespace BMHOST;
 using testing::HasSubstr;
 
 TEST(Call, LifecycleCallsStandAlone) {
-    constexpr std::pair<const char*, OPERATION> CASES[] = {
+    constexpr std::pair<const char*, OPERATION> l_Cases[] = {
         {"init", OPERATION::Init}, {"start", OPERATION::Start}, {"stop", OPERATION::Stop}, {"fin", OPERATION::Fin}};
-    for (const auto& [l_Word, l_Operation] : CASES) {
+    for (const auto& [l_Word, l_Operation] : l_Cases) {
         EXPECT_EQ(l_Operation, ParseCall({l_Word}).m_Operation);
         EXPECT_EQ(l_Word, OperationName(l_Operation));
     }
@@ -72,7 +72,7 @@ struct WRONG_CASE {
 };
 
 TEST(Call, WhatCannotBeMeantSaysWhatWasExpected) {
-    const WRONG_CASE CASES[] = {
+    const WRONG_CASE l_Cases[] = {
         {{}, "no call: expected init, start, stop, fin, read, table or write"},
         {{"Init"}, "unknown call 'Init': expected init, start, stop"},
         {{"init", "now"}, "'now' is too much: expected init"},
@@ -91,7 +91,7 @@ TEST(Call, WhatCannotBeMeantSaysWhatWasExpected) {
         {{"wait-event", "soon"}, "'soon' is no number of milliseconds: expected wait-event MS"},
         {{"wait-event", "1", "2"}, "'2' is too much"},
     };
-    for (const WRONG_CASE& l_Case : CASES)
+    for (const WRONG_CASE& l_Case : l_Cases)
         EXPECT_THAT(UsageErrorOf([&] { ParseCall(l_Case.m_Words); }), HasSubstr(l_Case.m_Expected));
 }
 

@@ -11,7 +11,6 @@
 namespace {
 
 using BM_ADAPTOR::CBMIEvParams;
-using BMHOST::EVENT;
 using BMHOST::MANAGER;
 using namespace std::chrono_literals;
 

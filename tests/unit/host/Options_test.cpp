@@ -73,7 +73,7 @@ struct WRONG_CASE {
 };
 
 TEST(Options, WhatCannotBeMeantSaysWhatWasExpected) {
-    const WRONG_CASE CASES[] = {
+    const WRONG_CASE l_Cases[] = {
         {{}, "no command: expected one of those that `bmhost --help` lists"},
         {{"--json"}, "no command"},
         {{"inti"}, "unknown command 'inti': expected one of those that `bmhost --help` lists"},
@@ -85,7 +85,7 @@ TEST(Options, WhatCannotBeMeantSaysWhatWasExpected) {
         {{"--notice-after", "0", "init"}, "--notice-after"},
         {{"--adaptor"}, "--adaptor"},
     };
-    for (const WRONG_CASE& l_Case : CASES)
+    for (const WRONG_CASE& l_Case : l_Cases)
         EXPECT_THAT(UsageErrorOf([&] { Parsed(l_Case.m_Words); }), HasSubstr(l_Case.m_Expected));
 }
 

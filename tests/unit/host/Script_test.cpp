@@ -17,7 +17,7 @@ struct LINE_CASE {
 };
 
 TEST(ScriptLine, IsSplitIntoWords) {
-    const LINE_CASE CASES[] = {
+    const LINE_CASE l_Cases[] = {
         {"", {}},
         {" \t ", {}},
         {"init", {"init"}},
@@ -38,7 +38,7 @@ TEST(ScriptLine, IsSplitIntoWords) {
         {"1=\\n", {"1=\\n"}},
         {"1=\xFFg", {"1=\xFFg"}},
     };
-    for (const LINE_CASE& l_Case : CASES)
+    for (const LINE_CASE& l_Case : l_Cases)
         EXPECT_EQ(l_Case.m_Words, SplitWords(l_Case.m_Line)) << l_Case.m_Line;
 }
 
