@@ -5,7 +5,6 @@
 
 using namespace BM_ADAPTOR;
 using ::testing::ElementsAre;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 namespace {
@@ -27,24 +26,24 @@ int GetSDRs(ENTITYCAPTURE& a_Probe) {
 }
 
 const SENDER g_Senders[] = {
-    {"SendGetPICMCProperties", [](ENTITYCAPTURE& p) { return p.SendGetPICMCProperties(); }, "2C 00 00", 1,
+    {"SendGetPICMCProperties", [](ENTITYCAPTURE& a_Probe) { return a_Probe.SendGetPICMCProperties(); }, "2C 00 00", 1,
      ENTITYCAPTURE::s_ReceivedPICMCProperties, 0},
-    {"SendGetPICMCAddrInfo", [](ENTITYCAPTURE& p) { return p.SendGetPICMCAddrInfo(7); }, "2C 01 00 07", 2,
+    {"SendGetPICMCAddrInfo", [](ENTITYCAPTURE& a_Probe) { return a_Probe.SendGetPICMCAddrInfo(7); }, "2C 01 00 07", 2,
      ENTITYCAPTURE::s_ReceivedPICMCAddrInfo, 0},
-    {"SendGetDeviceID", [](ENTITYCAPTURE& p) { return p.SendGetDeviceID(); }, "06 01", 3,
+    {"SendGetDeviceID", [](ENTITYCAPTURE& a_Probe) { return a_Probe.SendGetDeviceID(); }, "06 01", 3,
      ENTITYCAPTURE::s_ReceivedDeviceID, 0},
-    {"SendGetPICMCLEDProps", [](ENTITYCAPTURE& p) { return p.SendGetPICMCLEDProps(255); }, "2C 05 00 FF", 4,
+    {"SendGetPICMCLEDProps", [](ENTITYCAPTURE& a_Probe) { return a_Probe.SendGetPICMCLEDProps(255); }, "2C 05 00 FF", 4,
      ENTITYCAPTURE::s_ReceivedPICMCLEDProps, 0},
-    {"SendGetPICMCLEDColorCaps", [](ENTITYCAPTURE& p) { return p.SendGetPICMCLEDColorCaps(9, 3); }, "2C 06 00 09 03", 5,
-     ENTITYCAPTURE::s_ReceivedPICMCLEDColorCaps, 0},
-    {"SendGetFRUSize", [](ENTITYCAPTURE& p) { return p.SendGetFRUSize(255); }, "0A 10 FF", 6,
+    {"SendGetPICMCLEDColorCaps", [](ENTITYCAPTURE& a_Probe) { return a_Probe.SendGetPICMCLEDColorCaps(9, 3); },
+     "2C 06 00 09 03", 5, ENTITYCAPTURE::s_ReceivedPICMCLEDColorCaps, 0},
+    {"SendGetFRUSize", [](ENTITYCAPTURE& a_Probe) { return a_Probe.SendGetFRUSize(255); }, "0A 10 FF", 6,
      ENTITYCAPTURE::s_ReceivedFRUSize, 0},
-    {"SendGetFRUChunk", [](ENTITYCAPTURE& p) { return p.SendGetFRUChunk(3, 0x1230); }, "0A 11 03 30 12 10", 7,
-     ENTITYCAPTURE::s_ReceivedFRUChunk, 0x1230},
-    {"SendReserveSDRRepository", [](ENTITYCAPTURE& p) { return p.SendReserveSDRRepository(); }, "0A 22", 8,
+    {"SendGetFRUChunk", [](ENTITYCAPTURE& a_Probe) { return a_Probe.SendGetFRUChunk(3, 0x1230); }, "0A 11 03 30 12 10",
+     7, ENTITYCAPTURE::s_ReceivedFRUChunk, 0x1230},
+    {"SendReserveSDRRepository", [](ENTITYCAPTURE& a_Probe) { return a_Probe.SendReserveSDRRepository(); }, "0A 22", 8,
      ENTITYCAPTURE::s_ReceivedReserveSDRRepository, 0},
     {"SendGetSDRData", GetSDRs, "0A 23 34 12 00 00 00 05", 9, ENTITYCAPTURE::s_ReceivedSDRData, 0},
-    {"SendFRUControl", [](ENTITYCAPTURE& p) { return p.SendFRUControl(5, 2); }, "2C 04 00 05 02", 14,
+    {"SendFRUControl", [](ENTITYCAPTURE& a_Probe) { return a_Probe.SendFRUControl(5, 2); }, "2C 04 00 05 02", 14,
      ENTITYCAPTURE::s_ReceivedFRUControl, 0},
 };
 

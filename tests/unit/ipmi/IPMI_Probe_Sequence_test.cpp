@@ -178,10 +178,10 @@ TEST_F(ProbeTypicalCarrier, FRUsAreAttachedWhereTheirAreaParsed) {
     EXPECT_EQ(Entity(160, 0x60).FirstFRU()->m_BoardProductName, "carrier");
     EXPECT_EQ(Entity(161, 1).FirstFRU()->m_BoardProductName, "AMC 1");
     EXPECT_EQ(Entity(162, 9).FirstFRU()->m_BoardProductName, "RTM");
-    for (const int i : {2, 3, 4, 8})
-        EXPECT_EQ(Entity(161, i).m_FRUMap.size(), 1U) << i;
-    for (const int i : {5, 6, 7})
-        EXPECT_EQ(Entity(161, i).m_FRUMap.size(), 0U) << i;
+    for (const int l_Bay : {2, 3, 4, 8})
+        EXPECT_EQ(Entity(161, l_Bay).m_FRUMap.size(), 1U) << l_Bay;
+    for (const int l_Bay : {5, 6, 7})
+        EXPECT_EQ(Entity(161, l_Bay).m_FRUMap.size(), 0U) << l_Bay;
 }
 
 TEST_F(ProbeTypicalCarrier, FRURecordsCarryTheAddressOfTheirEntity) {

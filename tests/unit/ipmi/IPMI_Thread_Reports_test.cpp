@@ -8,7 +8,6 @@
 
 using namespace BM_ADAPTOR;
 using ::testing::ExitedWithCode;
-using ::testing::HasSubstr;
 
 namespace {
 

@@ -9,7 +9,6 @@
 
 using namespace BM_ADAPTOR;
 using ::testing::ExitedWithCode;
-using ::testing::StartsWith;
 
 namespace {
 
