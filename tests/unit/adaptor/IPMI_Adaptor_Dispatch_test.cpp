@@ -232,7 +232,7 @@ public:
 };
 
 TEST_F(Dispatch, NoExceptionOfTheHostsLoggerCrossesBackToTheHost) {
-    THROWING_LOG l_Log;
+    static THROWING_LOG l_Log; // outlives the adaptor, as a host's logger does
     IPMI_TEST_ACCESS::Logger(m_Adaptor) = &l_Log;
     for (const unsigned l_Group : {0x300U, 0x400U, 0x30000U, 0x30200U}) {
         CBMIParams* l_Row = nullptr;

@@ -6,8 +6,12 @@
 #include <algorithm>
 
 BYTES SENT_REQUEST::Bytes() const {
-    BYTES l_Bytes{m_NetFn, m_Command};
-    l_Bytes.insert(l_Bytes.end(), m_Data.begin(), m_Data.end());
+    BYTES l_Bytes;
+    l_Bytes.reserve(2 + m_Data.size());
+    l_Bytes.push_back(m_NetFn);
+    l_Bytes.push_back(m_Command);
+    for (const auto l_Byte : m_Data)
+        l_Bytes.push_back(l_Byte);
     return l_Bytes;
 }
 

@@ -13,7 +13,8 @@ std::unique_ptr<MULTIRECORD> MultiRecord(BYTES a_Data) {
 }
 
 BYTES VendorRecord(uint8_t a_Kind, const BYTES& a_Rest) {
-    BYTES l_Data = {0x57, 0x01, 0x00, a_Kind};
+    BYTES l_Data(VENDOR_RECORD_SIGNATURE.begin(), VENDOR_RECORD_SIGNATURE.end());
+    l_Data.push_back(a_Kind);
     Append(l_Data, a_Rest);
     return l_Data;
 }
