@@ -41,7 +41,6 @@ const char* TypeName(BM_ADAPTOR::BMIParamType_e a_Type) {
 
 bool Inventory(SESSION& a_Session, bool a_Color, std::string& a_Text) {
     bool l_BoardRead = false;
-    a_Session.Lifecycle(OPERATION::Init);
     for (const SECTION& l_Section : SECTIONS) {
         int l_Result = 0;
         const auto l_Table = a_Session.Table(l_Section.m_Group, l_Result);
@@ -51,7 +50,6 @@ bool Inventory(SESSION& a_Session, bool a_Color, std::string& a_Text) {
         a_Text +=
             l_HasRows ? AlignedTable(TableLines(*l_Table), a_Color) : std::string("  ") + l_Section.m_WhenEmpty + "\n";
     }
-    a_Session.Lifecycle(OPERATION::Fin);
     return l_BoardRead;
 }
 

@@ -7,7 +7,8 @@ namespace BMHOST {
 
 class SESSION;
 
-/// Board, modules, and what the modules carry, as aligned tables. True when the board's table could be read.
+/// Between init and fin: board, modules, and what the modules carry, as aligned tables. True when the board's table
+/// could be read.
 bool Inventory(SESSION& a_Session, bool a_Color, std::string& a_Text);
 
 /// Every group and parameter with number, type and name.

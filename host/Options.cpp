@@ -55,6 +55,19 @@ constexpr COMMAND COMMANDS[] = {
     {"inventory", "inventory", "show the blade's hardware",
      "Board, modules and what they carry, as tables for people; status 1 when the board's table cannot be read.\n",
      MORE::Nothing},
+    {"leds", "leds", "show the blade's LEDs",
+     "Every LED of baseboard, AMCs and RTM, read one by one: an LED that cannot be read does not hide the others, but makes\n"
+     "the status 1.\n",
+     MORE::Nothing},
+    {"led", "led set BAY LED ACTION [--color C] ...", "set one LED",
+     "BAY is board, rtm or a bay from 1 to 9. LED is hot-swap (1), out-of-service (2), health (3) or 4.\n"
+     "ACTION is on, off, blink or local: back under local control. Blinking is 500 ms on and 500 ms off unless --on MS and\n"
+     "--off MS say otherwise; a controller is told tens of milliseconds from 100 to 2500.\n"
+     "--color C is white, red, green, blue, amber or orange. Without it the adaptor chooses one by a rule of its own.\n"
+     "Of the modules the adaptor sets the LEDs of the first AMC only, whatever the bay: standard error says so.\n"
+     "Shows the LED as it is read afterwards. Status 0 when it was set.\n"
+     "Example: bmhost led set 1 health blink --color amber --on 200 --off 800\n",
+     MORE::Nothing},
     {"groups", "groups", "list the parameter groups and their parameters", "Needs no adaptor.\n", MORE::Nothing},
 };
 
@@ -138,11 +151,12 @@ OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
         throw USAGE_ERROR((l_Options.m_Command[0].starts_with("-") ? "unknown option '" : "unknown command '") +
                           l_Options.m_Command[0] + "': expected one of those that `bmhost --help` lists");
     }
-    // No word of a command looks like an option.
+    // No word of a command looks like an option, but for the one with options of its own.
+    const bool l_OwnOptions = l_Options.m_Command[0] == "led";
     for (auto l_Word = l_Options.m_Command.begin() + 1; l_Word != l_Options.m_Command.end(); ++l_Word) {
         if (*l_Word == "--help" || *l_Word == "-h") {
             l_Options.m_Answer = CommandHelp(*l_Command);
-        } else if (l_Word->size() > 2 && l_Word->starts_with("--")) {
+        } else if (!l_OwnOptions && l_Word->size() > 2 && l_Word->starts_with("--")) {
             throw USAGE_ERROR("'" + *l_Word + "' after the command: options stand before it");
         }
     }

@@ -105,19 +105,26 @@ std::unique_ptr<BM_ADAPTOR::CBMITable> SESSION::Table(unsigned a_Group, int& a_R
     return std::unique_ptr<BM_ADAPTOR::CBMITable>(l_Table);
 }
 
-bool SESSION::Read(CALL& a_Call) {
+std::unique_ptr<BM_ADAPTOR::CBMIParams> SESSION::Row(unsigned a_Group, const BM_ADAPTOR::CBMIKeys& a_Keys,
+                                                     int& a_Result) {
     BM_ADAPTOR::CBMIParams* l_Row = nullptr;
-    const int l_Result = Made("read " + Hex(a_Call.m_Group),
-                              [&] { return m_Plugin.Adaptor().ReadParams(a_Call.m_Group, &a_Call.m_Keys, l_Row); });
-    const std::unique_ptr<BM_ADAPTOR::CBMIParams> l_Owned(l_Row);
-    m_Output.Read(a_Call.m_Group, l_Result, l_Row);
+    a_Result = Made("read " + Hex(a_Group), [&] { return m_Plugin.Adaptor().ReadParams(a_Group, &a_Keys, l_Row); });
+    return std::unique_ptr<BM_ADAPTOR::CBMIParams>(l_Row);
+}
+
+int SESSION::WriteRow(unsigned a_Group, BM_ADAPTOR::CBMIKeys& a_Keys, BM_ADAPTOR::CBMIParams& a_Values) {
+    return Made("write " + Hex(a_Group), [&] { return m_Plugin.Adaptor().WriteParams(a_Group, &a_Keys, &a_Values); });
+}
+
+bool SESSION::Read(CALL& a_Call) {
+    int l_Result = 0;
+    const auto l_Row = Row(a_Call.m_Group, a_Call.m_Keys, l_Result);
+    m_Output.Read(a_Call.m_Group, l_Result, l_Row.get());
     return l_Result == 1;
 }
 
 bool SESSION::Write(CALL& a_Call) {
-    const int l_Result = Made("write " + Hex(a_Call.m_Group), [&] {
-        return m_Plugin.Adaptor().WriteParams(a_Call.m_Group, &a_Call.m_Keys, &a_Call.m_Values);
-    });
+    const int l_Result = WriteRow(a_Call.m_Group, a_Call.m_Keys, a_Call.m_Values);
     m_Output.Write(a_Call.m_Group, l_Result);
     return l_Result == 1;
 }

@@ -23,6 +23,10 @@ public:
     int Lifecycle(OPERATION a_Operation);
     /// The group's table, or null; `a_Result` becomes the call's result.
     std::unique_ptr<BM_ADAPTOR::CBMITable> Table(unsigned a_Group, int& a_Result);
+    /// The row of these keys, or null; likewise.
+    std::unique_ptr<BM_ADAPTOR::CBMIParams> Row(unsigned a_Group, const BM_ADAPTOR::CBMIKeys& a_Keys, int& a_Result);
+    /// Writes a row and returns the call's result.
+    int WriteRow(unsigned a_Group, BM_ADAPTOR::CBMIKeys& a_Keys, BM_ADAPTOR::CBMIParams& a_Values);
 
 private:
     bool Read(CALL& a_Call);

@@ -119,21 +119,29 @@ std::vector<std::vector<std::string>> TableLines(const CBMITable& a_Table) {
     return l_Lines;
 }
 
-std::string AlignedTable(const std::vector<std::vector<std::string>>& a_Lines, bool a_Color) {
+std::string AlignedTable(const std::vector<std::vector<std::string>>& a_Lines, bool a_Color,
+                         const CELL_PAINTER& a_Painter) {
     std::map<std::size_t, std::size_t> l_Widths;
     for (const auto& l_Line : a_Lines) {
         for (std::size_t i = 0; i < l_Line.size(); ++i)
             l_Widths[i] = std::max(l_Widths[i], l_Line[i].size());
     }
+    const auto l_PaintOf = [&](std::size_t a_Line, std::size_t a_Column) -> const char* {
+        if (!a_Color) return nullptr;
+        if (a_Line == 0) return "\033[1m";
+        return a_Painter ? a_Painter(a_Line, a_Column) : nullptr;
+    };
     std::string l_Text;
-    for (std::size_t l_Index = 0; l_Index < a_Lines.size(); ++l_Index) {
-        std::string l_Line;
-        for (std::size_t i = 0; i < a_Lines[l_Index].size(); ++i) {
-            l_Line += "  " + a_Lines[l_Index][i] + std::string(l_Widths[i] - a_Lines[l_Index][i].size(), ' ');
+    for (std::size_t l_Line = 0; l_Line < a_Lines.size(); ++l_Line) {
+        std::string l_Cells;
+        for (std::size_t i = 0; i < a_Lines[l_Line].size(); ++i) {
+            const std::string& l_Cell = a_Lines[l_Line][i];
+            const char* const l_Paint = l_Cell.empty() ? nullptr : l_PaintOf(l_Line, i);
+            l_Cells += "  " + (l_Paint != nullptr ? l_Paint + l_Cell + "\033[0m" : l_Cell);
+            l_Cells.append(l_Widths[i] - l_Cell.size(), ' ');
         }
-        l_Line.erase(l_Line.find_last_not_of(' ') + 1);
-        const bool l_Header = l_Index == 0 && a_Color;
-        l_Text += (l_Header ? "\033[1m" : "") + l_Line + (l_Header ? "\033[0m" : "") + "\n";
+        l_Cells.erase(l_Cells.find_last_not_of(' ') + 1);
+        l_Text += l_Cells + "\n";
     }
     return l_Text;
 }

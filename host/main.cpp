@@ -2,6 +2,8 @@
 #include "host/EndNotice.h"
 #include "host/Error.h"
 #include "host/Inventory.h"
+#include "host/LedPanel.h"
+#include "host/LedSet.h"
 #include "host/Options.h"
 #include "host/Redirect.h"
 #include "host/Script.h"
@@ -11,10 +13,14 @@
 #include "HostLog.h"
 #include "bm/Log.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <functional>
+#include <iterator>
 #include <optional>
+#include <string>
 #include <unistd.h>
 
 namespace {
@@ -41,8 +47,10 @@ void ExpectForPeople(const OPTIONS& a_Options) {
     if (a_Options.m_Json) throw USAGE_ERROR(l_Word + " is for people: expected it without --json");
 }
 
-bool RunInventory(const OPTIONS& a_Options) {
-    ExpectForPeople(a_Options);
+// What a command for people makes of a session: the text for standard output, and whether it is all right.
+using FOR_PEOPLE = std::function<bool(SESSION&, bool a_Color, std::string& a_Text)>;
+
+bool RunForPeople(const OPTIONS& a_Options, const FOR_PEOPLE& a_Command) {
     // To the adaptor an empty bay is an error, and it logs eight of them; who wants to see that asks for traces.
     BM_PLATFORM::LogToConsole(a_Options.m_LogLevel == BM_LOG_ERROR);
     // The adaptor's prints would stand between the tables; they are shown only when it ends the process.
@@ -51,8 +59,35 @@ bool RunInventory(const OPTIONS& a_Options) {
     ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
     SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, *l_Output);
     std::string l_Text;
-    const bool l_Good = Inventory(l_Session, ColorWanted(l_RealOutput), l_Text);
+    l_Session.Lifecycle(OPERATION::Init);
+    const bool l_Good = a_Command(l_Session, ColorWanted(l_RealOutput), l_Text);
+    l_Session.Lifecycle(OPERATION::Fin);
     WriteAll(l_RealOutput, l_Text);
+    return l_Good;
+}
+
+bool RunInventory(const OPTIONS& a_Options) {
+    ExpectForPeople(a_Options);
+    return RunForPeople(a_Options, Inventory);
+}
+
+bool RunLeds(const OPTIONS& a_Options) {
+    ExpectForPeople(a_Options);
+    return RunForPeople(a_Options, LedPanel);
+}
+
+bool RunLedSet(const OPTIONS& a_Options) {
+    if (a_Options.m_Json) throw USAGE_ERROR("led set is for people: expected it without --json");
+    const LED_ORDER l_Order = ParseLedOrder(a_Options.m_Command);
+    std::string l_Remarks;
+    const bool l_Good = RunForPeople(a_Options, [&](SESSION& a_Session, bool a_Color, std::string& a_Text) {
+        return SetLed(a_Session, l_Order, a_Color, a_Text, l_Remarks);
+    });
+    for (std::size_t l_Begin = 0; l_Begin < l_Remarks.size();) {
+        const std::size_t l_End = l_Remarks.find('\n', l_Begin);
+        fprintf(stderr, "bmhost: %s\n", l_Remarks.substr(l_Begin, l_End - l_Begin).c_str());
+        l_Begin = l_End + 1;
+    }
     return l_Good;
 }
 
@@ -76,19 +111,32 @@ bool RunCalls(const OPTIONS& a_Options) {
     return l_Script ? l_Script->Run(l_Session) : l_Session.RunAlone(l_Call);
 }
 
+struct COMMAND_FOR_PEOPLE {
+    const char* m_Word;
+    bool (*m_Run)(const OPTIONS&);
+};
+
+constexpr COMMAND_FOR_PEOPLE COMMANDS_FOR_PEOPLE[] = {
+    {"inventory", RunInventory}, {"leds", RunLeds}, {"led", RunLedSet}};
+
 int Run(int a_Argc, const char* const* a_Argv) {
     const OPTIONS l_Options = ParseOptions(a_Argc, a_Argv);
     if (!l_Options.m_Answer.empty()) {
         WriteAll(STDOUT_FILENO, l_Options.m_Answer);
         return EXIT_ALL_OK;
     }
-    if (l_Options.m_Command[0] == "groups") {
+    const std::string& l_Word = l_Options.m_Command[0];
+    if (l_Word == "groups") {
         ExpectForPeople(l_Options);
         WriteAll(STDOUT_FILENO, ListGroups());
         return EXIT_ALL_OK;
     }
     SetUpLog(l_Options);
-    const bool l_Good = l_Options.m_Command[0] == "inventory" ? RunInventory(l_Options) : RunCalls(l_Options);
+    const COMMAND_FOR_PEOPLE* const l_ForPeople =
+        std::find_if(std::begin(COMMANDS_FOR_PEOPLE), std::end(COMMANDS_FOR_PEOPLE),
+                     [&](const COMMAND_FOR_PEOPLE& a_Command) { return l_Word == a_Command.m_Word; });
+    const bool l_Good =
+        l_ForPeople != std::end(COMMANDS_FOR_PEOPLE) ? l_ForPeople->m_Run(l_Options) : RunCalls(l_Options);
     return l_Good ? EXIT_ALL_OK : EXIT_SOME_FAILED;
 }
 

@@ -57,7 +57,7 @@ TEST(AlignedTable, LinesMayBeShorterThanTheFirst) {
 }
 
 TEST(AlignedTable, HeaderIsBoldWhenColourIsWanted) {
-    EXPECT_EQ("\033[1m  a\033[0m\n  1\n", AlignedTable({{"a"}, {"1"}}, true));
+    EXPECT_EQ("  \033[1ma\033[0m\n  1\n", AlignedTable({{"a"}, {"1"}}, true));
 }
 
 TEST(TableLines, ColumnsAreTheRowsIdsInOrderOfAppearance) {
