@@ -31,12 +31,14 @@ class FIELD_WALK {
 public:
     explicit FIELD_WALK(unsigned char* a_First) : m_Cursor(a_First) {}
 
-    // The next field's text. An end-of-fields marker is one byte long: what follows it is read as the next field.
-    const char* Next() {
+    // Stores the next field's text and gives it. An end-of-fields marker is one byte long: what follows it is read as
+    // the next field.
+    const char* Into(std::string& a_To) {
         m_Text.fill(0);
         m_Length = ParseFRUString(m_Cursor, m_Text.data());
         m_Cursor += m_Length + 1;
-        return m_Text.data();
+        a_To = m_Text.data();
+        return a_To.c_str();
     }
     int Length() const { return m_Length; }
 
@@ -96,18 +98,11 @@ int ParseFRUBoard(unsigned char* a_Data, int a_Offset, IPMI_FRU* a_FRU) {
     if (l_Area[0] != AREA_VERSION) LogError(g_Logger2, "ParseFRUBoard - incorrect version =%d", l_Area[0]);
 
     FIELD_WALK l_Fields(l_Area + BOARD_FIRST_FIELD);
-    const char* l_Text = l_Fields.Next();
-    LogTrace(g_Logger2, "ParseFRUBoard - l_Board_Manufacturer =%s len=%i", l_Text, l_Fields.Length());
-    a_FRU->m_BoardManufacturer = l_Text;
-    l_Text = l_Fields.Next();
-    LogTrace(g_Logger2, "ParseFRUBoard - l_Board_ProductName =%s", l_Text);
-    a_FRU->m_BoardProductName = l_Text;
-    l_Text = l_Fields.Next();
-    LogTrace(g_Logger2, "ParseFRUBoard - l_Board_SerialNumber =%s", l_Text);
-    a_FRU->m_BoardSerialNumber = l_Text;
-    l_Text = l_Fields.Next();
-    LogTrace(g_Logger2, "ParseFRUBoard - l_Board_PartNumber =%s", l_Text);
-    a_FRU->m_BoardPartNumber = l_Text;
+    const char* const l_Manufacturer = l_Fields.Into(a_FRU->m_BoardManufacturer);
+    LogTrace(g_Logger2, "ParseFRUBoard - l_Board_Manufacturer =%s len=%i", l_Manufacturer, l_Fields.Length());
+    LogTrace(g_Logger2, "ParseFRUBoard - l_Board_ProductName =%s", l_Fields.Into(a_FRU->m_BoardProductName));
+    LogTrace(g_Logger2, "ParseFRUBoard - l_Board_SerialNumber =%s", l_Fields.Into(a_FRU->m_BoardSerialNumber));
+    LogTrace(g_Logger2, "ParseFRUBoard - l_Board_PartNumber =%s", l_Fields.Into(a_FRU->m_BoardPartNumber));
     return 0;
 }
 
@@ -117,24 +112,14 @@ int ParseFRUProduct(unsigned char* a_Data, int a_Offset, IPMI_FRU* a_FRU) {
     if (l_Area[0] != AREA_VERSION) LogError(g_Logger2, "ParseFRUProduct - incorrect version =%d", l_Area[0]);
 
     FIELD_WALK l_Fields(l_Area + PRODUCT_FIRST_FIELD);
-    const char* l_Text = l_Fields.Next();
-    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_Manufacturer =%s len=%i", l_Text, l_Fields.Length());
-    a_FRU->m_ProductManufacturer = l_Text;
-    l_Text = l_Fields.Next();
-    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_ProductName =%s", l_Text);
-    a_FRU->m_ProductName = l_Text;
-    l_Text = l_Fields.Next();
-    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_PartNumber =%s", l_Text);
-    a_FRU->m_ProductPartModelNumber = l_Text;
-    l_Text = l_Fields.Next();
-    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_Version =%s", l_Text);
-    a_FRU->m_ProductVersion = l_Text;
-    l_Text = l_Fields.Next();
-    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_SerialNumber =%s", l_Text);
-    a_FRU->m_ProductSerialNumber = l_Text;
-    l_Text = l_Fields.Next();
-    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_AssetTag =%s", l_Text);
-    a_FRU->m_ProductManufacturer = l_Text; // on purpose: the asset tag takes the manufacturer's place
+    const char* const l_Manufacturer = l_Fields.Into(a_FRU->m_ProductManufacturer);
+    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_Manufacturer =%s len=%i", l_Manufacturer, l_Fields.Length());
+    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_ProductName =%s", l_Fields.Into(a_FRU->m_ProductName));
+    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_PartNumber =%s", l_Fields.Into(a_FRU->m_ProductPartModelNumber));
+    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_Version =%s", l_Fields.Into(a_FRU->m_ProductVersion));
+    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_SerialNumber =%s", l_Fields.Into(a_FRU->m_ProductSerialNumber));
+    // On purpose: the asset tag takes the manufacturer's place.
+    LogTrace(g_Logger2, "ParseFRUProduct - l_Product_AssetTag =%s", l_Fields.Into(a_FRU->m_ProductManufacturer));
     return 0;
 }
 
