@@ -68,8 +68,8 @@ CBMIKeys KeysOf(LED_PLACE a_Place) {
 } // namespace
 
 std::string_view LedColorName(int a_Color) {
-    const auto l_Color = static_cast<std::size_t>(a_Color);
-    return l_Color < COLORS.size() ? COLORS[l_Color] : "unknown";
+    if (a_Color < 0 || a_Color >= static_cast<int>(COLORS.size())) return "unknown";
+    return COLORS[static_cast<std::size_t>(a_Color)];
 }
 
 std::optional<int> LedColorNumber(std::string_view a_Name) {
