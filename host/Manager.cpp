@@ -1,9 +1,14 @@
-// The host's side of the interface: registrations, events, mode, logger.
+// The host's side of the interface: registrations, events, mode, logger, storage.
 #include "host/Manager.h"
 
 #include "HostLog.h"
+#include "HostStorage.h"
 
 namespace BMHOST {
+
+MANAGER::MANAGER(int a_Mode, const std::string& a_Storage)
+    : m_Mode(a_Mode),
+      m_Storage(BM_PLATFORM::MakeStorage(a_Storage)) {}
 
 int MANAGER::RegisterGroup(unsigned a_Group, BM_ADAPTOR::CBaseAdaptor*) {
     const std::lock_guard l_Lock(m_Guard);

@@ -1,4 +1,4 @@
-// The host's side of the interface: registrations, events, mode, logger.
+// The host's side of the interface: registrations, events, mode, logger, storage.
 #pragma once
 
 #include "bm/BaseAdaptor.h"
@@ -6,9 +6,11 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
+#include <string>
 
 namespace BMHOST {
 
@@ -18,17 +20,18 @@ struct EVENT {
     BM_ADAPTOR::CBMIEvParams m_Params;
 };
 
-/// Events come from any thread and wait in a queue. The storage is not there yet: adaptors get a null one.
+/// Events come from any thread and wait in a queue.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
 class MANAGER final : public BM_ADAPTOR::IBMAdaptorMgr {
 public:
-    explicit MANAGER(int a_Mode) : m_Mode(a_Mode) {}
+    /// @param a_Storage  the folder of the storage; made with the first transaction
+    MANAGER(int a_Mode, const std::string& a_Storage);
 
     int RegisterGroup(unsigned a_Group, BM_ADAPTOR::CBaseAdaptor* a_Adaptor) override;
     int UnregisterGroup(unsigned a_Group) override;
     int RegisterEventClass(unsigned a_Class, BM_ADAPTOR::CBaseAdaptor* a_Adaptor) override;
     int UnregisterEventClass(unsigned a_Class) override;
-    QUB_STORAGE::CDataStorage* GetStorage() override { return nullptr; }
+    QUB_STORAGE::CDataStorage* GetStorage() override { return m_Storage.get(); }
     CBaseOsLog* GetLogger() override;
     int GetMode() override { return m_Mode; }
     int SendEvent(unsigned a_Event, unsigned a_Number, BM_ADAPTOR::CBMIEvParams* a_Params) override;
@@ -38,6 +41,7 @@ public:
 
 private:
     int m_Mode;
+    std::shared_ptr<QUB_STORAGE::CDataStorage> m_Storage;
     std::mutex m_Guard;
     std::condition_variable m_Arrived;
     std::set<unsigned> m_Groups;

@@ -15,9 +15,9 @@ namespace BMHOST {
 namespace {
 
 // Never destroyed: without a `fin` the adaptor's threads may send events until the process has ended.
-MANAGER& LastingManager(int a_Mode) {
+MANAGER& LastingManager(int a_Mode, const std::string& a_Storage) {
     static std::list<MANAGER>& l_Managers = *new std::list<MANAGER>;
-    return l_Managers.emplace_back(a_Mode);
+    return l_Managers.emplace_back(a_Mode, a_Storage);
 }
 
 // Makes a call of the adaptor, named for the end notice and for what the adaptor throws.
@@ -35,8 +35,8 @@ int Made(const std::string& a_Name, const CALLED& a_Called) {
 
 } // namespace
 
-SESSION::SESSION(const std::string& a_AdaptorFile, int a_Mode, OUTPUT& a_Output)
-    : m_Manager(LastingManager(a_Mode)),
+SESSION::SESSION(const std::string& a_AdaptorFile, int a_Mode, const std::string& a_Storage, OUTPUT& a_Output)
+    : m_Manager(LastingManager(a_Mode, a_Storage)),
       m_Plugin(a_AdaptorFile),
       m_Output(a_Output) {}
 

@@ -11,7 +11,8 @@ namespace BMHOST {
 class SESSION {
 public:
     /// Throws LOAD_ERROR when the adaptor cannot be loaded.
-    SESSION(const std::string& a_AdaptorFile, int a_Mode, OUTPUT& a_Output);
+    /// @param a_Storage  the folder of the host's storage
+    SESSION(const std::string& a_AdaptorFile, int a_Mode, const std::string& a_Storage, OUTPUT& a_Output);
 
     /// Makes one call and shows it. True when it returned 1; sleep and wait-event always do. Throws std::runtime_error
     /// when an exception leaves the adaptor.

@@ -57,7 +57,7 @@ bool RunForPeople(const OPTIONS& a_Options, const FOR_PEOPLE& a_Command) {
     const int l_RealOutput = PrintsWithheld();
     const auto l_Output = MakeTextOutput(l_RealOutput);
     ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
-    SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, *l_Output);
+    SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, a_Options.m_Storage, *l_Output);
     std::string l_Text;
     l_Session.Lifecycle(OPERATION::Init);
     const bool l_Good = a_Command(l_Session, ColorWanted(l_RealOutput), l_Text);
@@ -107,7 +107,7 @@ bool RunCalls(const OPTIONS& a_Options) {
     const auto l_Output = a_Options.m_Json ? MakeJsonOutput(PrintsToStandardError())
                                            : MakeTextOutput(l_Silent ? PrintsWithheld() : STDOUT_FILENO);
     ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
-    SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, *l_Output);
+    SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, a_Options.m_Storage, *l_Output);
     return l_Script ? l_Script->Run(l_Session) : l_Session.RunAlone(l_Call);
 }
 

@@ -1,0 +1,42 @@
+// The rows of one storage file in memory, found by their keys.
+#pragma once
+
+#include "bm/Params.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace BM_STORAGE {
+
+/// A parameter's value; both integer types carry the same 32 bits.
+using VALUE = std::variant<bool, int32_t, std::string>;
+/// What selects a row: its key parameters by id.
+using KEY = std::map<unsigned, VALUE>;
+
+/// Throws STORAGE_ERROR when a parameter has an unknown type, or an id is there twice.
+KEY KeyOf(const BM_ADAPTOR::CBMIParams& keys);
+
+/// The row that is stored for these keys and values: the keys first and flagged as such, each once. Values that repeat
+/// a key are left out when they are equal. Throws STORAGE_ERROR when the two cannot make a row.
+BM_ADAPTOR::CBMIParams MakeRow(const BM_ADAPTOR::CBMIKeys& keys, const BM_ADAPTOR::CBMIParams& values);
+
+class ROWS {
+public:
+    /// The row with exactly these keys, or null.
+    const BM_ADAPTOR::CBMIParams* Find(const KEY& key) const;
+    /// Replaces the row with these keys in its place, or appends one. Keys are the parameters flagged so.
+    void Set(BM_ADAPTOR::CBMIParams row);
+    /// Appends the row; false, and unchanged, when there is one with its keys.
+    bool Add(BM_ADAPTOR::CBMIParams row);
+    /// In the order of their creation.
+    const std::vector<BM_ADAPTOR::CBMIParams>& All() const { return m_Rows; }
+
+private:
+    std::vector<BM_ADAPTOR::CBMIParams> m_Rows;
+    std::map<KEY, std::size_t> m_Index;
+};
+
+} // namespace BM_STORAGE

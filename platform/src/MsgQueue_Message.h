@@ -1,0 +1,31 @@
+// A message of the queue: type, addresses and numbered fields, and its bytes between two processes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
+
+/// The bytes are the same for 32-bit and 64-bit processes: words of 32 bits in the machine's byte order.
+///
+///     signature, type, source, destination, number of fields, then of each field: id, size, bytes
+struct qMsg {
+    uint32_t m_Type = 0;
+    uint32_t m_Source = 0;
+    uint32_t m_Destination = 0;
+    std::map<uint32_t, std::vector<uint8_t>> m_Fields{};
+
+    /// What Encode would make, in bytes.
+    size_t EncodedSize() const;
+    std::vector<uint8_t> Encode() const;
+    /// Null when the bytes are no whole message: too short, too long, a field that does not fit, a field twice.
+    static std::unique_ptr<qMsg> Decode(const std::vector<uint8_t>& a_Bytes);
+};
+
+namespace BM_PLATFORM {
+
+/// What a message may have in bytes, encoded.
+constexpr size_t g_MaxQueueMessage = 16384;
+
+} // namespace BM_PLATFORM
