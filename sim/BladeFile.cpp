@@ -1,53 +1,49 @@
 // Reads a blade file: JSON, the schema is in docs/bladesim.md.
 #include "sim/BladeFile.h"
 
-#include "sim/FruImage.h"
+#include "sim/BoardReader.h"
+#include "sim/FaultReader.h"
+#include "sim/HexText.h"
+#include "sim/InventoryReader.h"
 #include "sim/JsonReader.h"
+#include "sim/LedColors.h"
 
-#include <nlohmann/json.hpp>
-
+#include <algorithm>
 #include <filesystem>
-#include <optional>
-#include <sstream>
 
 namespace BLADESIM {
 namespace {
 
 constexpr int64_t g_MaxByte = 0xFF;
-// The controller knows FRU 0 only, and at least the two LEDs that every board has.
-constexpr int64_t g_MinLEDs = 2;
-constexpr int64_t g_MaxLEDs = 4;
+// In PICMG commands 0xFF stands for all LEDs, and for no FRU.
+constexpr int64_t g_MaxId = 0xFE;
+
+// The LEDs that every FRU may have, in their usual colours.
+constexpr LED_COLOR g_UsualColors[] = {LED_COLOR::BLUE, LED_COLOR::RED, LED_COLOR::GREEN, LED_COLOR::AMBER};
 
 uint8_t Byte(JSON_OBJECT& a_Object, const char* a_Key) {
     return static_cast<uint8_t>(a_Object.Integer(a_Key, 0, g_MaxByte));
 }
 
-/// UTF-8 to the bytes of an image, ISO 8859-1; nothing when a character has no such byte.
-std::optional<std::string> Latin1(const std::string& a_Text) {
-    std::string l_Bytes;
-    for (size_t l_Index = 0; l_Index < a_Text.size(); ++l_Index) {
-        const auto l_Byte = static_cast<unsigned char>(a_Text[l_Index]);
-        if (l_Byte < 0x80) {
-            l_Bytes += a_Text[l_Index];
-        } else if ((l_Byte & 0xFC) ==
-                   0xC0) { // two bytes, U+0080 to U+00FF; the parser saw to it that the second is there
-            l_Bytes += static_cast<char>((l_Byte << 6) | (a_Text[++l_Index] & 0x3F));
-        } else {
-            return std::nullopt;
-        }
-    }
-    return l_Bytes;
+uint8_t ColorBit(LED_COLOR a_Color) {
+    return static_cast<uint8_t>(1U << static_cast<unsigned>(a_Color));
 }
 
-std::string FruText(JSON_OBJECT& a_Object, const char* a_Key) {
-    const auto l_Text = Latin1(a_Object.Text(a_Key));
-    if (!l_Text) a_Object.Fail(a_Key, "has a character that is not in ISO 8859-1");
-    if (l_Text->size() > g_MaxFruText) {
-        a_Object.Fail(a_Key, "has " + std::to_string(l_Text->size()) + " characters; a FRU text has 63 at most");
+/// The id of the next item of a list in which ids rise.
+uint8_t RisingId(JSON_OBJECT& a_Object, int a_Before) {
+    const auto l_Id = static_cast<uint8_t>(a_Object.Integer("id", 0, g_MaxId));
+    if (l_Id <= a_Before) a_Object.Fail("id", "expected more than " + std::to_string(a_Before) + ", the id before it");
+    return l_Id;
+}
+
+std::array<uint8_t, 4> ReadAuxiliary(JSON_OBJECT& a_Object) {
+    std::array<uint8_t, 4> l_Auxiliary{};
+    const auto l_Bytes = HexBytes(a_Object.Text("auxiliary_firmware"));
+    if (!l_Bytes || l_Bytes->size() != l_Auxiliary.size()) {
+        a_Object.Fail("auxiliary_firmware", "expected four bytes as pairs of hexadecimal digits with blanks between");
     }
-    if (l_Text->size() == 1)
-        a_Object.Fail(a_Key, "has one character, which a FRU text cannot have: none, or two to 63");
-    return *l_Text;
+    std::copy(l_Bytes->begin(), l_Bytes->end(), l_Auxiliary.begin());
+    return l_Auxiliary;
 }
 
 CONTROLLER ReadController(JSON_OBJECT a_Object) {
@@ -64,16 +60,18 @@ CONTROLLER ReadController(JSON_OBJECT a_Object) {
     l_Controller.m_FirmwareMajor = static_cast<uint8_t>(l_Firmware.Integer("major", 0, 0x7F));
     l_Controller.m_FirmwareMinor = Byte(l_Firmware, "minor");
     l_Firmware.RejectOthers();
+    if (a_Object.Has("auxiliary_firmware")) l_Controller.m_AuxiliaryFirmware = ReadAuxiliary(a_Object);
+    l_Controller.m_PICMG = a_Object.Boolean("picmg", l_Controller.m_PICMG);
     a_Object.RejectOthers();
     return l_Controller;
 }
 
 SITE ReadSite(JSON_OBJECT a_Object, const CONTROLLER& a_Controller) {
     SITE l_Site;
-    l_Site.m_HardwareAddress = Byte(a_Object, "hardware_address");
-    if (l_Site.m_HardwareAddress * 2 != a_Controller.m_Address) {
-        a_Object.Fail("hardware_address", "expected " + std::to_string(a_Controller.m_Address / 2) +
-                                              ", half of controller.address, found " +
+    const int l_Own = a_Controller.m_Address / 2;
+    l_Site.m_HardwareAddress = static_cast<uint8_t>(a_Object.Integer("hardware_address", 0, g_MaxByte, l_Own));
+    if (l_Site.m_HardwareAddress != l_Own) {
+        a_Object.Fail("hardware_address", "expected " + std::to_string(l_Own) + ", half of controller.address, found " +
                                               std::to_string(l_Site.m_HardwareAddress));
     }
     l_Site.m_Type = Byte(a_Object, "type");
@@ -82,63 +80,61 @@ SITE ReadSite(JSON_OBJECT a_Object, const CONTROLLER& a_Controller) {
     return l_Site;
 }
 
-BOARD_TEXTS ReadBoard(JSON_OBJECT a_Object) {
-    BOARD_TEXTS l_Board;
-    l_Board.m_Manufacturer = FruText(a_Object, "manufacturer");
-    l_Board.m_ProductName = FruText(a_Object, "product_name");
-    l_Board.m_SerialNumber = FruText(a_Object, "serial_number");
-    l_Board.m_PartNumber = FruText(a_Object, "part_number");
-    a_Object.RejectOthers();
-    return l_Board;
-}
-
-PRODUCT_TEXTS ReadProduct(JSON_OBJECT a_Object) {
-    PRODUCT_TEXTS l_Product;
-    l_Product.m_Manufacturer = FruText(a_Object, "manufacturer");
-    l_Product.m_Name = FruText(a_Object, "name");
-    l_Product.m_PartNumber = FruText(a_Object, "part_number");
-    l_Product.m_Version = FruText(a_Object, "version");
-    l_Product.m_SerialNumber = FruText(a_Object, "serial_number");
-    l_Product.m_AssetTag = FruText(a_Object, "asset_tag");
-    a_Object.RejectOthers();
-    return l_Product;
-}
-
-std::vector<uint8_t> HexBytes(JSON_OBJECT& a_Object, const char* a_Key) {
-    constexpr char l_Digits[] = "0123456789abcdefABCDEF";
-    std::istringstream l_Text(a_Object.Text(a_Key));
-    std::vector<uint8_t> l_Bytes;
-    for (std::string l_Word; l_Text >> l_Word;) {
-        if (l_Word.size() != 2 || l_Word.find_first_not_of(l_Digits) != std::string::npos) {
-            a_Object.Fail(a_Key, "expected bytes as pairs of hexadecimal digits with blanks between, found \"" +
-                                     l_Word + "\"");
-        }
-        l_Bytes.push_back(static_cast<uint8_t>(std::stoul(l_Word, nullptr, 16)));
+LED_COLOR ReadColor(const JSON_OBJECT& a_Object, const char* a_Key, const std::string& a_Name) {
+    const auto* const l_Found = std::find_if(std::begin(g_LedColors), std::end(g_LedColors),
+                                             [&](const LED_COLOR_TEXT& a_Color) { return a_Color.m_Name == a_Name; });
+    if (l_Found == std::end(g_LedColors)) {
+        a_Object.Fail(a_Key, "expected blue, red, green, amber, orange or white, found \"" + a_Name + "\"");
     }
-    if (l_Bytes.size() > g_MaxMultiRecord) a_Object.Fail(a_Key, "has more than 255 bytes");
-    return l_Bytes;
+    return l_Found->m_Color;
 }
 
-RAW_MULTIRECORD ReadMultiRecord(JSON_OBJECT a_Object) {
-    RAW_MULTIRECORD l_Record;
-    l_Record.m_Type = Byte(a_Object, "type");
-    l_Record.m_Data = HexBytes(a_Object, "data");
+LED_COLOR ReadDefaultColor(JSON_OBJECT& a_Object, const char* a_Key, const LED& a_LED, LED_COLOR a_Default) {
+    if (!a_Object.Has(a_Key)) return a_Default;
+    const LED_COLOR l_Color = ReadColor(a_Object, a_Key, a_Object.Text(a_Key));
+    if ((a_LED.m_Colors & ColorBit(l_Color)) == 0) a_Object.Fail(a_Key, "is not one of the colors of this LED");
+    return l_Color;
+}
+
+LED ReadLED(JSON_OBJECT a_Object, int a_IdBefore) {
+    LED l_LED;
+    l_LED.m_Id = RisingId(a_Object, a_IdBefore);
+    const auto l_Colors = a_Object.Texts("colors");
+    if (l_Colors.empty()) a_Object.Fail("colors", "expected one color at least");
+    for (const std::string& l_Name : l_Colors)
+        l_LED.m_Colors |= ColorBit(ReadColor(a_Object, "colors", l_Name));
+    const LED_COLOR l_First = ReadColor(a_Object, "colors", l_Colors.front());
+    l_LED.m_DefaultLocalColor = ReadDefaultColor(a_Object, "local_color", l_LED, l_First);
+    l_LED.m_DefaultOverrideColor = ReadDefaultColor(a_Object, "override_color", l_LED, l_First);
+    l_LED.m_LocalControl = a_Object.Boolean("local_control", l_LED.m_LocalControl);
     a_Object.RejectOthers();
-    return l_Record;
+    return l_LED;
 }
 
-FRU ReadFRU(JSON_OBJECT a_Object, const CONTROLLER& a_Controller) {
+/// A list of LEDs, or how many of the usual ones there are.
+std::vector<LED> ReadLEDs(JSON_OBJECT& a_FRU) {
+    std::vector<LED> l_LEDs;
+    if (a_FRU.HasList("leds")) {
+        for (const JSON_OBJECT& l_LED : a_FRU.Objects("leds"))
+            l_LEDs.push_back(ReadLED(l_LED, l_LEDs.empty() ? -1 : l_LEDs.back().m_Id));
+        return l_LEDs;
+    }
+    const auto l_Count = static_cast<size_t>(a_FRU.Integer("leds", 0, std::size(g_UsualColors)));
+    while (l_LEDs.size() < l_Count) {
+        const LED_COLOR l_Color = g_UsualColors[l_LEDs.size()];
+        l_LEDs.push_back({static_cast<uint8_t>(l_LEDs.size()), ColorBit(l_Color), l_Color, l_Color, true});
+    }
+    return l_LEDs;
+}
+
+FRU ReadFRU(JSON_OBJECT a_Object, int a_IdBefore, const CONTROLLER& a_Controller) {
     FRU l_FRU;
-    l_FRU.m_Id = static_cast<uint8_t>(a_Object.Integer("id", 0, 0));
+    l_FRU.m_Id = RisingId(a_Object, a_IdBefore);
+    if (a_IdBefore < 0 && l_FRU.m_Id != 0) a_Object.Fail("id", "expected 0, the front board, as the first FRU");
+    if (a_Object.Has("description")) a_Object.Text("description");
     l_FRU.m_Site = ReadSite(a_Object.Object("site"), a_Controller);
-    l_FRU.m_LEDs = static_cast<uint8_t>(a_Object.Integer("leds", g_MinLEDs, g_MaxLEDs));
-    l_FRU.m_Board = ReadBoard(a_Object.Object("board"));
-    l_FRU.m_Product = ReadProduct(a_Object.Object("product"));
-    if (a_Object.Has("multirecords")) {
-        for (const auto& l_Record : a_Object.Objects("multirecords")) {
-            l_FRU.m_MultiRecords.push_back(ReadMultiRecord(l_Record));
-        }
-    }
+    l_FRU.m_LEDs = ReadLEDs(a_Object);
+    if (a_Object.Has("inventory")) l_FRU.m_Inventory = ReadInventory(a_Object.Object("inventory"));
     a_Object.RejectOthers();
     return l_FRU;
 }
@@ -146,18 +142,25 @@ FRU ReadFRU(JSON_OBJECT a_Object, const CONTROLLER& a_Controller) {
 } // namespace
 
 BLADE ReadBladeFile(const std::string& a_File) {
-    const auto l_Json = ReadJsonFile(a_File);
-    JSON_OBJECT l_Root(a_File, {}, l_Json);
+    const JSON_FILE l_Json = ReadJsonFile(a_File);
+    JSON_OBJECT l_Root(l_Json);
     BLADE l_Blade;
     l_Blade.m_Name = std::filesystem::path(a_File).stem();
-    if (l_Root.Has("description")) l_Root.Text("description");
+    l_Blade.m_File = std::filesystem::absolute(a_File);
+    for (const char* l_ForPeople : {"$schema", "description"}) {
+        if (l_Root.Has(l_ForPeople)) l_Root.Text(l_ForPeople);
+    }
     l_Blade.m_Controller = ReadController(l_Root.Object("controller"));
-    for (const auto& l_FRU : l_Root.Objects("frus")) {
-        l_Blade.m_FRUs.push_back(ReadFRU(l_FRU, l_Blade.m_Controller));
+    for (const JSON_OBJECT& l_FRU : l_Root.Objects("frus")) {
+        const int l_IdBefore = l_Blade.m_FRUs.empty() ? -1 : l_Blade.m_FRUs.back().m_Id;
+        l_Blade.m_FRUs.push_back(ReadFRU(l_FRU, l_IdBefore, l_Blade.m_Controller));
     }
-    if (l_Blade.m_FRUs.size() != 1) {
-        l_Root.Fail("frus", "expected one FRU, the front board; found " + std::to_string(l_Blade.m_FRUs.size()));
+    if (l_Blade.m_FRUs.empty()) l_Root.Fail("frus", "expected FRU 0, the front board, at least");
+    if (l_Root.Has("faults")) {
+        for (const JSON_OBJECT& l_Fault : l_Root.Objects("faults"))
+            l_Blade.m_Faults.push_back(ReadFault(l_Fault));
     }
+    l_Blade.m_Board = ReadBoard(l_Root);
     l_Root.RejectOthers();
     return l_Blade;
 }

@@ -7,7 +7,7 @@
 
 namespace BLADESIM {
 
-/// Throws a BLADE_ERROR that names the file and the line or the key.
+/// Throws a BLADE_ERROR that names the file, and the line and the key of what is wrong in it.
 BLADE ReadBladeFile(const std::string& a_File);
 
 } // namespace BLADESIM

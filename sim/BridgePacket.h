@@ -7,19 +7,22 @@
 
 namespace BLADESIM {
 
-/// The driver listens under this abstract name, which is private to the blade's network namespace. Where nobody
-/// listens, there is no device.
-inline constexpr char g_DriverSocket[] = "bladesim/ipmi0";
-
 // The kernel's limits.
 constexpr size_t g_MaxAddress = 40;
 constexpr size_t g_MaxMessage = 272;
+
+// What a packet to the driver is.
+constexpr uint32_t g_RequestPacket = 0;
+/// A call of the device that is no message: its ioctl number stands for the message id, what its argument points to for
+/// the data. A socket comes along, which takes the answer: a packet with the error number for the message id and what
+/// is written back for the data.
+constexpr uint32_t g_CallPacket = 1;
 
 /// A request on its way to the driver, or what the driver has for the reader. The bytes behind m_DataLength are not
 /// sent.
 struct BRIDGE_PACKET {
     int64_t m_MessageId;
-    uint32_t m_ReceiveType; ///< IPMI_RESPONSE_RECV_TYPE and so on; 0 in a request
+    uint32_t m_ReceiveType; ///< to the reader: IPMI_RESPONSE_RECV_TYPE and so on; to the driver: one of the above
     uint16_t m_AddressLength;
     uint16_t m_DataLength;
     uint8_t m_NetFn;

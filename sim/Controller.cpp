@@ -2,7 +2,6 @@
 #include "sim/Controller.h"
 
 #include "sim/Error.h"
-#include "sim/FruImage.h"
 #include "sim/Process.h"
 #include "sim/SimulatorConfig.h"
 #include "sim/VMCodec.h"
@@ -18,6 +17,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -33,14 +33,10 @@ constexpr std::chrono::seconds g_BringUpTime{10};
 constexpr std::chrono::milliseconds g_ConnectPause{2};
 constexpr size_t g_LogTail = 1500;
 
-void WriteFile(const std::string& a_File, const void* a_Data, size_t a_Size) {
-    std::ofstream l_File(a_File, std::ios::binary);
-    l_File.write(static_cast<const char*>(a_Data), static_cast<std::streamsize>(a_Size));
-    if (!l_File.flush()) ThrowErrno(a_File + ": cannot be written");
-}
-
 void WriteFile(const std::string& a_File, const std::string& a_Text) {
-    WriteFile(a_File, a_Text.data(), a_Text.size());
+    std::ofstream l_File(a_File, std::ios::binary);
+    l_File << a_Text;
+    if (!l_File.flush()) ThrowErrno(a_File + ": cannot be written");
 }
 
 std::string ReadTail(const std::string& a_File) {
@@ -52,7 +48,10 @@ std::string ReadTail(const std::string& a_File) {
 
 class BRING_UP {
 public:
-    BRING_UP(const BLADE& a_Blade, std::string a_Folder) : m_Blade(a_Blade), m_Folder(std::move(a_Folder)) {}
+    BRING_UP(const BLADE& a_Blade, const PATHS& a_Paths)
+        : m_Blade(a_Blade),
+          m_Folder(a_Paths.m_Run),
+          m_Module(a_Paths.m_Module) {}
 
     RUNNING_CONTROLLER Run() {
         WriteFiles();
@@ -73,14 +72,12 @@ private:
     std::string CommandFile() const { return m_Folder + "/controller.cmd"; }
     std::string StateFolder() const { return m_Folder + "/state"; }
 
+    /// A controller remembers nothing of one before it.
     void WriteFiles() const {
+        std::filesystem::remove_all(StateFolder());
         std::filesystem::create_directories(StateFolder() + "/ipmi_sim/" + g_SimulatorName);
-        WriteFile(InterfaceFile(), SimulatorInterfaces(m_Blade));
-        WriteFile(CommandFile(), SimulatorCommands(m_Blade, m_Folder));
-        for (const FRU& l_FRU : m_Blade.m_FRUs) {
-            const std::vector<uint8_t> l_Image = BuildFruImage(l_FRU);
-            WriteFile(m_Folder + "/" + FruFile(l_FRU), l_Image.data(), l_Image.size());
-        }
+        WriteFile(InterfaceFile(), SimulatorInterfaces(m_Blade, m_Module));
+        WriteFile(CommandFile(), SimulatorCommands(m_Blade));
     }
 
     /// Not with -n: then its errors would go to the system's log only. Without it, it wants a standard input that stays
@@ -90,7 +87,7 @@ private:
         if (::pipe2(l_Pipe.data(), O_CLOEXEC) != 0) ThrowErrno("no pipe for ipmi_sim");
         const UNIQUE_FD l_Input(l_Pipe[0]);
         m_Running.m_Input = UNIQUE_FD(l_Pipe[1]);
-        const UNIQUE_FD l_Log(::open(LogFile().c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+        const UNIQUE_FD l_Log(::open(LogFile().c_str(), O_CREAT | O_WRONLY | O_APPEND | O_CLOEXEC, 0600));
         if (!l_Log) ThrowErrno(LogFile() + ": cannot be written");
         m_Running.m_Process = Spawn({"ipmi_sim", "-c", InterfaceFile(), "-f", CommandFile(), "-s", StateFolder()},
                                     {l_Input.Get(), l_Log.Get(), l_Log.Get()});
@@ -160,14 +157,23 @@ private:
 
     const BLADE& m_Blade;
     std::string m_Folder;
+    std::string m_Module;
     CLOCK::time_point m_Deadline = CLOCK::now() + g_BringUpTime;
     RUNNING_CONTROLLER m_Running;
 };
 
 } // namespace
 
-RUNNING_CONTROLLER StartController(const BLADE& a_Blade, const std::string& a_RunFolder) {
-    return BRING_UP(a_Blade, a_RunFolder).Run();
+RUNNING_CONTROLLER StartController(const BLADE& a_Blade, const PATHS& a_Paths) {
+    return BRING_UP(a_Blade, a_Paths).Run();
+}
+
+void StopController(RUNNING_CONTROLLER& a_Controller) {
+    if (a_Controller.m_Process > 0) {
+        ::kill(a_Controller.m_Process, SIGKILL);
+        ::waitpid(a_Controller.m_Process, nullptr, 0);
+    }
+    a_Controller = RUNNING_CONTROLLER();
 }
 
 } // namespace BLADESIM

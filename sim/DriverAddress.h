@@ -1,22 +1,41 @@
-// The address of the simulated driver's socket, the same for those who open and for the one who listens.
+// The addresses of the simulated driver's sockets, the same for those who connect and for the one who listens. They are
+// abstract ones, private to the blade's network namespace.
 #pragma once
 
-#include "sim/BridgePacket.h"
-
+#include <cstddef>
 #include <cstring>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 namespace BLADESIM {
 
-constexpr auto g_DriverAddressLength = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + sizeof(g_DriverSocket));
+/// Takes who opens /dev/ipmi0. Where nobody listens, there is no device.
+inline constexpr char g_DriverSocket[] = "bladesim/ipmi0";
+/// Takes orders: one line of JSON each, answered by one line of JSON.
+inline constexpr char g_ControlSocket[] = "bladesim/control";
 
-inline sockaddr_un DriverAddress() {
-    sockaddr_un l_Address{};
-    l_Address.sun_family = AF_UNIX;
+struct SOCKET_ADDRESS {
+    sockaddr_un m_Address;
+    socklen_t m_Length;
+
+    const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&m_Address); }
+};
+
+template <size_t SIZE>
+SOCKET_ADDRESS AbstractAddress(const char (&a_Name)[SIZE]) {
+    SOCKET_ADDRESS l_Address{{}, static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + SIZE)};
+    l_Address.m_Address.sun_family = AF_UNIX;
     // The first byte of the path stays 0, which makes the name an abstract one.
-    std::memcpy(l_Address.sun_path + 1, g_DriverSocket, sizeof(g_DriverSocket) - 1);
+    std::memcpy(l_Address.m_Address.sun_path + 1, a_Name, SIZE - 1);
     return l_Address;
+}
+
+inline SOCKET_ADDRESS DriverAddress() {
+    return AbstractAddress(g_DriverSocket);
+}
+
+inline SOCKET_ADDRESS ControlAddress() {
+    return AbstractAddress(g_ControlSocket);
 }
 
 } // namespace BLADESIM

@@ -3,8 +3,11 @@
 #include "sim/Inside.h"
 
 #include "sim/Controller.h"
+#include "sim/ControllerOrders.h"
 #include "sim/Driver.h"
+#include "sim/DriverFile.h"
 #include "sim/Error.h"
+#include "sim/Ethernet.h"
 #include "sim/Namespaces.h"
 #include "sim/Process.h"
 #include "sim/SimulatorConfig.h"
@@ -42,8 +45,9 @@ private:
         const auto l_Start = std::chrono::steady_clock::now();
         EnterBladeNamespaces();
         MountRunFolder(m_Options.m_Paths.m_Run);
+        MakeBoard(m_Options.m_Blade.m_Board);
         if (!m_Options.m_NoIPMI) {
-            m_Controller = StartController(m_Options.m_Blade, m_Options.m_Paths.m_Run);
+            m_Controller = StartController(m_Options.m_Blade, m_Options.m_Paths);
             StartDriver();
         }
         SetEnvironment();
@@ -53,13 +57,29 @@ private:
                      m_Options.m_NoIPMI ? " without IPMI" : "", l_Time.count());
     }
 
-    /// The socket is there before the command starts, so that its first open finds it.
+    void MakeBoard(const BOARD& a_Board) {
+        m_Cables = MakeInterfaces(a_Board.m_Interfaces);
+        if (a_Board.m_DriverFile)
+            m_DriverFileProcess = StartDriverFile(*a_Board.m_DriverFile, m_Options.m_Paths.m_Run);
+    }
+
+    /// The sockets are there before the command starts, so that its first open finds one.
     void StartDriver() {
-        UNIQUE_FD l_Listener = ListenForOpeners();
+        UNIQUE_FD l_Openers = ListenForOpeners();
+        UNIQUE_FD l_Orders = ListenForOrders();
+        std::array<int, 2> l_Pair{};
+        if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, l_Pair.data()) != 0)
+            ThrowErrno("no socket to the driver");
+        m_Driver = UNIQUE_FD(l_Pair[0]);
+        UNIQUE_FD l_Controller(l_Pair[1]);
         m_DriverProcess = ::fork();
         if (m_DriverProcess < 0) ThrowErrno("the driver cannot be started");
-        if (m_DriverProcess == 0)
-            DRIVER(std::move(m_Controller.m_VMPort), std::move(l_Listener), m_Options.m_Verbose).Run();
+        if (m_DriverProcess == 0) {
+            m_Driver.Reset();
+            DRIVER({std::move(m_Controller.m_VMPort), std::move(l_Openers), std::move(l_Orders),
+                    std::move(l_Controller), m_Options.m_Blade.m_Faults, m_Options.m_TimeOut, m_Options.m_Verbose})
+                .Run();
+        }
         m_Controller.m_VMPort.Reset();
     }
 
@@ -87,15 +107,37 @@ private:
         sigaddset(&l_Child, SIGCHLD);
         const UNIQUE_FD l_Ended(::signalfd(-1, &l_Child, SFD_CLOEXEC | SFD_NONBLOCK));
         if (!l_Ended) ThrowErrno("no descriptor for SIGCHLD");
-        std::array<pollfd, 2> l_Events{{{m_Outside.Get(), POLLIN, 0}, {l_Ended.Get(), POLLIN, 0}}};
         for (;;) {
             if (const auto l_Status = Bury()) return *l_Status;
+            std::array<pollfd, 3> l_Events{
+                {{m_Outside.Get(), POLLIN, 0}, {l_Ended.Get(), POLLIN, 0}, {m_Driver.Get(), POLLIN, 0}}};
             ::poll(l_Events.data(), l_Events.size(), -1);
             signalfd_siginfo l_Info;
             while (::read(l_Ended.Get(), &l_Info, sizeof(l_Info)) > 0) {
             }
             if (l_Events[0].revents != 0 && !PassSignal()) return g_NotBroughtUp;
+            if (l_Events[2].revents != 0) DoOrder();
         }
+    }
+
+    /// Whatever the driver wants of the controller.
+    void DoOrder() {
+        const auto l_Order = ReceiveOrder(m_Driver.Get());
+        if (!l_Order) {
+            m_Driver.Reset();
+            return;
+        }
+        CONTROLLER_ANSWER l_Answer;
+        try {
+            if (*l_Order != CONTROLLER_ORDER::START) StopController(m_Controller);
+            if (*l_Order != CONTROLLER_ORDER::STOP && m_Controller.m_Process < 0) {
+                m_Controller = StartController(m_Options.m_Blade, m_Options.m_Paths);
+                l_Answer.m_VMPort = std::move(m_Controller.m_VMPort);
+            }
+        } catch (const std::exception& l_Error) {
+            l_Answer.m_Error = l_Error.what();
+        }
+        SendAnswer(m_Driver.Get(), l_Answer);
     }
 
     /// False when nobody is outside any more.
@@ -107,7 +149,7 @@ private:
     }
 
     /// The exit status, when the command is among the dead.
-    std::optional<int> Bury() const {
+    std::optional<int> Bury() {
         int l_Status = 0;
         pid_t l_Process = 0;
         while ((l_Process = ::waitpid(-1, &l_Status, WNOHANG)) > 0) {
@@ -115,8 +157,12 @@ private:
                 if (WIFSIGNALED(l_Status)) Report(m_Options.m_Command.front().c_str(), l_Status);
                 return ExitStatus(l_Status);
             }
-            if (l_Process == m_Controller.m_Process) Report("ipmi_sim", l_Status);
+            if (l_Process == m_Controller.m_Process) {
+                Report("ipmi_sim", l_Status);
+                m_Controller = RUNNING_CONTROLLER();
+            }
             if (l_Process == m_DriverProcess) Report("the driver of /dev/ipmi0", l_Status);
+            if (l_Process == m_DriverFileProcess) Report(g_DriverFile, l_Status);
         }
         return std::nullopt;
     }
@@ -128,7 +174,10 @@ private:
     const OPTIONS& m_Options;
     UNIQUE_FD m_Outside;
     RUNNING_CONTROLLER m_Controller;
+    UNIQUE_FD m_Cables; ///< the network interfaces are there while it is open
+    UNIQUE_FD m_Driver; ///< its orders for the controller
     pid_t m_DriverProcess = -1;
+    pid_t m_DriverFileProcess = -1;
     pid_t m_CommandProcess = -1;
 };
 

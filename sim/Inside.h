@@ -3,9 +3,12 @@
 #pragma once
 
 #include "sim/Blade.h"
+#include "sim/ExitStatus.h"
 #include "sim/Paths.h"
+#include "sim/RequestQueue.h"
 #include "sim/UniqueFd.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -15,12 +18,10 @@ struct OPTIONS {
     BLADE m_Blade;
     PATHS m_Paths;
     std::vector<std::string> m_Command;
+    std::chrono::milliseconds m_TimeOut = g_DriverTimeOut; ///< of the driver; 0: it waits for ever
     bool m_NoIPMI = false;
     bool m_Verbose = false;
 };
-
-/// The status when the blade could not be brought up.
-constexpr int g_NotBroughtUp = 3;
 
 /// Runs as process 1, with SIGCHLD blocked. `a_Outside` is a socket to the process that was started by the user: each
 /// byte that comes is a signal number for the command, its end means that nobody is there any more. Returns the status

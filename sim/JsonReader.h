@@ -1,7 +1,8 @@
-// Reads a JSON object key by key; whatever is wrong with it is reported with the file and the whole path of the key.
+// Reads a JSON object key by key; whatever is wrong with it is reported with the file, the line and the whole path of
+// the key.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
+#include "sim/JsonFile.h"
 
 #include <cstdint>
 #include <set>
@@ -13,32 +14,37 @@ namespace BLADESIM {
 /// One object of a file. The getters throw a BLADE_ERROR when the key is missing or its value is no good.
 class JSON_OBJECT {
 public:
-    /// `a_Value` must outlive the object; `a_Path` is empty for the whole file.
-    JSON_OBJECT(std::string a_File, std::string a_Path, const nlohmann::json& a_Value);
+    /// The whole file; it must outlive the object.
+    explicit JSON_OBJECT(const JSON_FILE& a_File);
 
-    bool Has(const char* a_Key) const;
+    bool Has(const std::string& a_Key) const;
+    bool HasList(const std::string& a_Key) const;
     /// A number, or a text with a number in C notation ("0x20").
-    int64_t Integer(const char* a_Key, int64_t a_Min, int64_t a_Max);
+    int64_t Integer(const std::string& a_Key, int64_t a_Min, int64_t a_Max);
+    int64_t Integer(const std::string& a_Key, int64_t a_Min, int64_t a_Max, int64_t a_Default);
+    bool Boolean(const std::string& a_Key, bool a_Default);
     /// UTF-8 as the file has it.
-    std::string Text(const char* a_Key);
-    JSON_OBJECT Object(const char* a_Key);
-    std::vector<JSON_OBJECT> Objects(const char* a_Key);
+    std::string Text(const std::string& a_Key);
+    std::vector<std::string> Texts(const std::string& a_Key);
+    JSON_OBJECT Object(const std::string& a_Key);
+    std::vector<JSON_OBJECT> Objects(const std::string& a_Key);
     /// Reports a key that nobody asked for: a misspelt one, most likely.
-    void RejectOthers() const;
+    void RejectOthers(const std::string& a_Reason = "nothing is known by this name") const;
 
-    [[noreturn]] void Fail(const char* a_Key, const std::string& a_Reason) const;
+    [[noreturn]] void Fail(const std::string& a_Key, const std::string& a_Reason) const;
 
 private:
-    const nlohmann::json& Get(const char* a_Key);
-    std::string PathOf(const std::string& a_Key) const;
+    JSON_OBJECT(const JSON_FILE& a_File, std::string a_Path, const nlohmann::json& a_Value);
 
-    std::string m_File;
+    const nlohmann::json& Get(const std::string& a_Key);
+    const nlohmann::json& GetList(const std::string& a_Key);
+    [[noreturn]] void FailAt(const std::string& a_Path, const std::string& a_Reason) const;
+    std::string TextOf(const std::string& a_Path, const nlohmann::json& a_Value) const;
+
+    const JSON_FILE& m_File;
     std::string m_Path;
     const nlohmann::json& m_Value;
     std::set<std::string> m_Asked;
 };
-
-/// Reads and parses a file; a syntax error is reported with its line.
-nlohmann::json ReadJsonFile(const std::string& a_File);
 
 } // namespace BLADESIM

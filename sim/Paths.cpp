@@ -36,6 +36,7 @@ PATHS FindPaths() {
     PATHS l_Paths;
     l_Paths.m_Blades = Existing(l_Folder / BLADESIM_DATA_FOLDER "/blades");
     l_Paths.m_Preload = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/libbladesim_ipmi.so");
+    l_Paths.m_Module = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/bladesim_carrier.so");
     l_Paths.m_Run = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/run");
     if (l_Paths.m_Preload.find_first_of(" :") != std::string::npos) {
         throw BLADE_ERROR(l_Paths.m_Preload + ": a path with a blank or a colon cannot be preloaded");

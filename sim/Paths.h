@@ -8,6 +8,7 @@ namespace BLADESIM {
 struct PATHS {
     std::string m_Blades;  ///< folder of the blade files
     std::string m_Preload; ///< the library that makes /dev/ipmi0
+    std::string m_Module;  ///< the carrier, a module of ipmi_sim
     std::string m_Run;     ///< empty folder, on which every blade mounts its run folder
 };
 

@@ -3,15 +3,13 @@
 #include "sim/RequestQueue.h"
 
 #include <linux/ipmi.h>
+#include <linux/ipmi_msgdefs.h>
 
 #include <algorithm>
 #include <cstring>
 
 namespace BLADESIM {
 namespace {
-
-// An opener that has closed; descriptors are never negative.
-constexpr int g_Nobody = -1;
 
 /// An answer to a request from the address that was asked, as yet without data.
 BRIDGE_PACKET AnswerTo(const BRIDGE_PACKET& a_Request) {
@@ -39,23 +37,25 @@ BRIDGE_PACKET TimeOutAnswer(const BRIDGE_PACKET& a_Request) {
     return l_Answer;
 }
 
-void REQUEST_QUEUE::Add(int a_Opener, const BRIDGE_PACKET& a_Request) {
-    m_Requests.push_back({a_Opener, a_Request});
+void REQUEST_QUEUE::Add(int a_Opener, const BRIDGE_PACKET& a_Request, uint64_t a_Entry) {
+    m_Requests.push_back({a_Opener, a_Entry, a_Request});
 }
 
-std::optional<VM_MESSAGE> REQUEST_QUEUE::Start(CLOCK::time_point a_Now) {
-    if (m_Deadline || m_Requests.empty()) return std::nullopt;
-    m_Deadline = a_Now + m_TimeOut;
+std::optional<STARTED_REQUEST> REQUEST_QUEUE::Start(CLOCK::time_point a_Now) {
+    if (m_Outstanding || m_Requests.empty()) return std::nullopt;
+    m_Outstanding = true;
+    if (m_TimeOut.count() != 0) m_Deadline = a_Now + m_TimeOut;
     const BRIDGE_PACKET& l_Packet = m_Requests.front().m_Packet;
-    return VM_MESSAGE{++m_Sequence,
-                      l_Packet.m_NetFn,
-                      LunOf(l_Packet),
-                      l_Packet.m_Command,
-                      {l_Packet.m_Data, l_Packet.m_Data + l_Packet.m_DataLength}};
+    return STARTED_REQUEST{m_Requests.front().m_Entry,
+                           {++m_Sequence,
+                            l_Packet.m_NetFn,
+                            LunOf(l_Packet),
+                            l_Packet.m_Command,
+                            {l_Packet.m_Data, l_Packet.m_Data + l_Packet.m_DataLength}}};
 }
 
 std::optional<ANSWER> REQUEST_QUEUE::Accept(const VM_MESSAGE& a_Reply) {
-    if (!m_Deadline) return std::nullopt;
+    if (!m_Outstanding) return std::nullopt;
     const BRIDGE_PACKET& l_Request = m_Requests.front().m_Packet;
     // A reply that comes after its time-out, or twice, finds another number here.
     const bool l_Ours = a_Reply.m_Sequence == m_Sequence && a_Reply.m_NetFn == (l_Request.m_NetFn | 1) &&
@@ -64,6 +64,8 @@ std::optional<ANSWER> REQUEST_QUEUE::Accept(const VM_MESSAGE& a_Reply) {
     BRIDGE_PACKET l_Answer = AnswerTo(l_Request);
     l_Answer.m_DataLength = static_cast<uint16_t>(std::min(a_Reply.m_Data.size(), sizeof(l_Answer.m_Data)));
     std::copy_n(a_Reply.m_Data.begin(), l_Answer.m_DataLength, l_Answer.m_Data);
+    // The kernel's driver vouches for a completion code in every answer.
+    if (l_Answer.m_DataLength == 0) l_Answer.m_Data[l_Answer.m_DataLength++] = IPMI_ERR_UNSPECIFIED;
     return Finish(l_Answer);
 }
 
@@ -77,19 +79,20 @@ std::optional<ANSWER> REQUEST_QUEUE::Expire(CLOCK::time_point a_Now) {
 }
 
 void REQUEST_QUEUE::Forget(int a_Opener) {
-    const auto l_FirstWaiting = m_Requests.begin() + (m_Deadline ? 1 : 0);
-    if (m_Deadline && m_Requests.front().m_Opener == a_Opener) m_Requests.front().m_Opener = g_Nobody;
+    const auto l_FirstWaiting = m_Requests.begin() + (m_Outstanding ? 1 : 0);
+    if (m_Outstanding && m_Requests.front().m_Opener == a_Opener) m_Requests.front().m_Opener = g_Nobody;
     m_Requests.erase(std::remove_if(l_FirstWaiting, m_Requests.end(),
                                     [=](const REQUEST& a_Request) { return a_Request.m_Opener == a_Opener; }),
                      m_Requests.end());
 }
 
-std::optional<ANSWER> REQUEST_QUEUE::Finish(const BRIDGE_PACKET& a_Answer) {
-    const int l_Opener = m_Requests.front().m_Opener;
+ANSWER REQUEST_QUEUE::Finish(const BRIDGE_PACKET& a_Answer) {
+    const REQUEST& l_Request = m_Requests.front();
+    const ANSWER l_Result{l_Request.m_Opener, l_Request.m_Entry, a_Answer};
     m_Requests.pop_front();
+    m_Outstanding = false;
     m_Deadline.reset();
-    if (l_Opener == g_Nobody) return std::nullopt;
-    return ANSWER{l_Opener, a_Answer};
+    return l_Result;
 }
 
 } // namespace BLADESIM

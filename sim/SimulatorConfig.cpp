@@ -1,7 +1,8 @@
 // The two files from which ipmi_sim makes the controller of a blade.
 #include "sim/SimulatorConfig.h"
 
-#include "sim/FruImage.h"
+#include "sim/Error.h"
+#include "sim/SdrRecords.h"
 
 #include <sstream>
 
@@ -15,9 +16,17 @@ std::ostringstream Script() {
     return l_Script;
 }
 
+/// ipmi_sim knows no way to write a quotation mark into a text, and a line ends where it ends.
+std::string Quoted(const std::string& a_File) {
+    if (a_File.find_first_of("\"\n") != std::string::npos) {
+        throw BLADE_ERROR(a_File + ": a path with a quotation mark or a line break cannot be given to ipmi_sim");
+    }
+    return '"' + a_File + '"';
+}
+
 } // namespace
 
-std::string SimulatorInterfaces(const BLADE& a_Blade) {
+std::string SimulatorInterfaces(const BLADE& a_Blade, const std::string& a_ModuleFile) {
     std::ostringstream l_Script;
     l_Script << "name \"" << g_SimulatorName << "\"\n"
              << "set_working_mc " << int{a_Blade.m_Controller.m_Address} << "\n"
@@ -32,33 +41,26 @@ std::string SimulatorInterfaces(const BLADE& a_Blade) {
              << "endlan\n"
              << "serial 15 127.0.0.1 " << g_VMPort << " codec VM\n"
              << "console 127.0.0.1 " << g_ConsolePort << "\n"
+             << "loadlib " << Quoted(a_ModuleFile) << " " << Quoted(a_Blade.m_File) << "\n"
              << "user 1 true \"\" \"" << g_LanPassword << "\" user 10 none md2 md5 straight\n"
              << "user 2 true \"" << g_LanUser << "\" \"" << g_LanPassword << "\" admin 10 none md2 md5 straight\n";
     return l_Script.str();
 }
 
-std::string FruFile(const FRU& a_FRU) {
-    return "fru-" + std::to_string(a_FRU.m_Id) + ".bin";
-}
-
-std::string SimulatorCommands(const BLADE& a_Blade, const std::string& a_Folder) {
+std::string SimulatorCommands(const BLADE& a_Blade) {
     const CONTROLLER& l_Controller = a_Blade.m_Controller;
     const int l_Address = l_Controller.m_Address;
-    // Sensors, SDR repository, SEL, FRU inventory, event receiver, chassis.
-    constexpr int l_DeviceSupport = 0x9F;
     std::ostringstream l_Script = Script();
-    l_Script << "atca_enable\n"
-             << "mc_add " << l_Address << " " << int{l_Controller.m_DeviceId} << " no-device-sdrs "
+    l_Script << "mc_add " << l_Address << " " << int{l_Controller.m_DeviceId} << " no-device-sdrs "
              << int{l_Controller.m_DeviceRevision} << " " << int{l_Controller.m_FirmwareMajor} << " "
-             << int{l_Controller.m_FirmwareMinor} << " " << l_DeviceSupport << " " << l_Controller.m_ManufacturerId
+             << int{l_Controller.m_FirmwareMinor} << " " << int{g_DeviceSupport} << " " << l_Controller.m_ManufacturerId
              << " " << l_Controller.m_ProductId << "\n"
              << "sel_enable " << l_Address << " 0x100 0x0a\n";
-    for (const FRU& l_FRU : a_Blade.m_FRUs) {
-        l_Script << "atca_set_site " << int{l_FRU.m_Site.m_HardwareAddress} << " " << int{l_FRU.m_Site.m_Type} << " "
-                 << int{l_FRU.m_Site.m_Number} << "\n"
-                 << "mc_set_num_leds " << l_Address << " " << int{l_FRU.m_LEDs} << "\n"
-                 << "mc_add_fru_data " << l_Address << " " << int{l_FRU.m_Id} << " " << BuildFruImage(l_FRU).size()
-                 << " file 0 \"" << a_Folder << "/" << FruFile(l_FRU) << "\"\n";
+    for (const SDR_RECORD& l_Record : LocatorRecords(a_Blade)) {
+        l_Script << "main_sdr_add " << l_Address;
+        for (const int l_Byte : l_Record)
+            l_Script << " " << l_Byte;
+        l_Script << "\n";
     }
     l_Script << "mc_setbmc " << l_Address << "\n"
              << "mc_enable " << l_Address << "\n";

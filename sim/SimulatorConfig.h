@@ -18,13 +18,14 @@ constexpr char g_LanPassword[] = "test";
 /// The name under which ipmi_sim keeps its state, below "ipmi_sim" in its state folder.
 constexpr char g_SimulatorName[] = "bladesim";
 
-/// The interfaces: LAN for ipmitool, VM port for the driver, console.
-std::string SimulatorInterfaces(const BLADE& a_Blade);
+/// Byte "additional device support" of Get Device ID: sensors, SDR repository, SEL, FRU inventory, event receiver,
+/// chassis.
+constexpr uint8_t g_DeviceSupport = 0x9F;
 
-/// The commands that make the controller; the FRU images are files of this folder, see FruFile.
-std::string SimulatorCommands(const BLADE& a_Blade, const std::string& a_Folder);
+/// The interfaces: LAN for ipmitool, VM port for the driver, console; and the carrier module with its blade file.
+std::string SimulatorInterfaces(const BLADE& a_Blade, const std::string& a_ModuleFile);
 
-/// The name of a FRU's image in the folder.
-std::string FruFile(const FRU& a_FRU);
+/// The commands that make the controller. Its FRUs are the carrier module's.
+std::string SimulatorCommands(const BLADE& a_Blade);
 
 } // namespace BLADESIM

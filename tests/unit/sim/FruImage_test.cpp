@@ -12,11 +12,11 @@ namespace {
 
 using BYTES = std::vector<uint8_t>;
 
-FRU SampleFRU() {
-    FRU l_FRU;
-    l_FRU.m_Board = {"Maker", "Board", "S-1", "P-1"};
-    l_FRU.m_Product = {"Seller", "Product", "Model", "V1", "S-2", "Tag"};
-    return l_FRU;
+INVENTORY SampleInventory() {
+    INVENTORY l_Inventory;
+    l_Inventory.m_Board = {"Maker", "Board", "S-1", "P-1"};
+    l_Inventory.m_Product = {"Seller", "Product", "Model", "V1", "S-2", "Tag"};
+    return l_Inventory;
 }
 
 BYTES Slice(const BYTES& a_Image, size_t a_Offset, size_t a_Length) {
@@ -44,7 +44,7 @@ std::vector<std::string> Texts(const BYTES& a_Image, size_t a_Cursor) {
 } // namespace
 
 TEST(FruImage, BeginsWithACommonHeaderThatSumsToZero) {
-    const BYTES l_Header = Slice(BuildFruImage(SampleFRU()), 0, 8);
+    const BYTES l_Header = Slice(BuildFruImage(SampleInventory()), 0, 8);
     EXPECT_EQ(l_Header[0], 1);
     EXPECT_EQ(l_Header[1], 0) << "internal use area";
     EXPECT_EQ(l_Header[2], 0) << "chassis info area";
@@ -55,16 +55,16 @@ TEST(FruImage, BeginsWithACommonHeaderThatSumsToZero) {
 }
 
 TEST(FruImage, HoldsTheTextsOfTheBoardInTheOrderOfTheFormat) {
-    EXPECT_THAT(Texts(BuildFruImage(SampleFRU()), 8 + 6), ElementsAre("Maker", "Board", "S-1", "P-1", ""));
+    EXPECT_THAT(Texts(BuildFruImage(SampleInventory()), 8 + 6), ElementsAre("Maker", "Board", "S-1", "P-1", ""));
 }
 
 TEST(FruImage, HoldsTheTextsOfTheProductInTheOrderOfTheFormat) {
-    const BYTES l_Image = BuildFruImage(SampleFRU());
+    const BYTES l_Image = BuildFruImage(SampleInventory());
     EXPECT_THAT(Texts(l_Image, l_Image[4] * 8U + 3), ElementsAre("Seller", "Product", "Model", "V1", "S-2", "Tag", ""));
 }
 
 TEST(FruImage, HasInfoAreasThatSumToZeroOverTheirOwnLength) {
-    const BYTES l_Image = BuildFruImage(SampleFRU());
+    const BYTES l_Image = BuildFruImage(SampleInventory());
     for (const size_t l_HeaderByte : {3U, 4U}) {
         const size_t l_Offset = l_Image[l_HeaderByte] * 8U;
         EXPECT_EQ(l_Image[l_Offset], 1) << "version";
@@ -73,32 +73,89 @@ TEST(FruImage, HasInfoAreasThatSumToZeroOverTheirOwnLength) {
 }
 
 TEST(FruImage, HasASizeThatIsAMultipleOfSixteenWhateverTheTexts) {
-    FRU l_FRU = SampleFRU();
+    INVENTORY l_Inventory = SampleInventory();
     for (size_t l_Length = 2; l_Length <= g_MaxFruText; ++l_Length) {
-        l_FRU.m_Product.m_AssetTag.assign(l_Length, 'x');
-        EXPECT_EQ(BuildFruImage(l_FRU).size() % 16, 0U) << l_Length;
+        l_Inventory.m_Product->m_AssetTag.assign(l_Length, 'x');
+        EXPECT_EQ(BuildFruImage(l_Inventory).size() % 16, 0U) << l_Length;
     }
 }
 
 TEST(FruImage, WritesAnEmptyTextAsAFieldOfLengthZero) {
-    FRU l_FRU = SampleFRU();
-    l_FRU.m_Board.m_Manufacturer.clear();
-    EXPECT_EQ(BuildFruImage(l_FRU)[8 + 6], 0xC0);
+    INVENTORY l_Inventory = SampleInventory();
+    l_Inventory.m_Board->m_Manufacturer.clear();
+    EXPECT_EQ(BuildFruImage(l_Inventory)[8 + 6], 0xC0);
 }
 
 TEST(FruImage, HoldsTextsOfTheGreatestLength) {
-    FRU l_FRU = SampleFRU();
+    INVENTORY l_Inventory = SampleInventory();
     const std::string l_Longest(g_MaxFruText, 'm');
-    l_FRU.m_Board = {l_Longest, l_Longest, l_Longest, l_Longest};
-    EXPECT_THAT(Texts(BuildFruImage(l_FRU), 8 + 6), ElementsAre(l_Longest, l_Longest, l_Longest, l_Longest, ""));
+    l_Inventory.m_Board = {l_Longest, l_Longest, l_Longest, l_Longest};
+    EXPECT_THAT(Texts(BuildFruImage(l_Inventory), 8 + 6), ElementsAre(l_Longest, l_Longest, l_Longest, l_Longest, ""));
 }
 
 TEST(FruImage, PutsTheMultirecordsBehindTheInfoAreasAndMarksTheLast) {
-    FRU l_FRU = SampleFRU();
-    l_FRU.m_MultiRecords = {{0xC0, {0x57, 0x01}}, {0xD1, {}}};
-    const BYTES l_Image = BuildFruImage(l_FRU);
+    INVENTORY l_Inventory = SampleInventory();
+    l_Inventory.m_MultiRecords = {{0xC0, {0x57, 0x01}}, {0xD1, {}}};
+    const BYTES l_Image = BuildFruImage(l_Inventory);
     const size_t l_Offset = l_Image[5] * 8U;
     ASSERT_NE(l_Offset, 0U);
     EXPECT_THAT(Slice(l_Image, l_Offset, 7), ElementsAre(0xC0, 0x02, 0x02, 0xA8, 0x94, 0x57, 0x01));
     EXPECT_THAT(Slice(l_Image, l_Offset + 7, 5), ElementsAre(0xD1, 0x82, 0x00, 0x00, 0xAD));
+}
+
+TEST(FruImage, HasNoAreaThatNobodyNamed) {
+    EXPECT_THAT(BuildFruImage({}), ElementsAre(1, 0, 0, 0, 0, 0, 0, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0));
+    INVENTORY l_Inventory = SampleInventory();
+    l_Inventory.m_Board.reset();
+    const BYTES l_Image = BuildFruImage(l_Inventory);
+    EXPECT_EQ(l_Image[3], 0);
+    EXPECT_EQ(l_Image[4], 1) << "product info area right behind the header";
+}
+
+TEST(FruImage, HasTheSizeWantedUnlessThatIsTooSmall) {
+    INVENTORY l_Inventory;
+    l_Inventory.m_Board = {"Maker", "Board", "S-1", "P-1"};
+    l_Inventory.m_Size = 41;
+    EXPECT_EQ(BuildFruImage(l_Inventory).size(), 41U);
+    l_Inventory.m_Size = 0;
+    EXPECT_EQ(BuildFruImage(l_Inventory).size(), 8U + 32);
+}
+
+TEST(FruImage, IsARawImageAsItStands) {
+    INVENTORY l_Inventory = SampleInventory();
+    l_Inventory.m_Raw = BYTES{1, 2, 3};
+    EXPECT_THAT(BuildFruImage(l_Inventory), ElementsAre(1, 2, 3));
+    l_Inventory.m_Raw = BYTES{};
+    EXPECT_TRUE(BuildFruImage(l_Inventory).empty());
+}
+
+TEST(FruImage, HasExactlyTheBadChecksumsThatAreWanted) {
+    INVENTORY l_Inventory = SampleInventory();
+    l_Inventory.m_MultiRecords = {{0xC0, {0x57, 0x01}}, {0xD1, {0x01}}};
+    const BYTES l_Good = BuildFruImage(l_Inventory);
+    const size_t l_Board = l_Good[3] * 8U;
+    const size_t l_Product = l_Good[4] * 8U;
+    const size_t l_Records = l_Good[5] * 8U;
+    struct ROW {
+        BAD_CHECKSUMS m_Bad;
+        std::vector<size_t> m_Places;
+    };
+    const ROW l_Rows[] = {
+        {{true, false, false, false}, {7}},
+        {{false, true, false, false}, {l_Product - 1, l_Records - 1}},
+        {{false, false, true, false}, {l_Records + 4, l_Records + 7 + 4}},
+        // A data checksum stands in the header, which must sum to zero with it.
+        {{false, false, false, true}, {l_Records + 3, l_Records + 4, l_Records + 7 + 3, l_Records + 7 + 4}},
+    };
+    ASSERT_GT(l_Board, 0U);
+    for (const ROW& l_Row : l_Rows) {
+        l_Inventory.m_BadChecksums = l_Row.m_Bad;
+        const BYTES l_Image = BuildFruImage(l_Inventory);
+        ASSERT_EQ(l_Image.size(), l_Good.size());
+        std::vector<size_t> l_Differ;
+        for (size_t l_Index = 0; l_Index < l_Image.size(); ++l_Index) {
+            if (l_Image[l_Index] != l_Good[l_Index]) l_Differ.push_back(l_Index);
+        }
+        EXPECT_EQ(l_Differ, l_Row.m_Places);
+    }
 }

@@ -33,8 +33,9 @@ BRIDGE_PACKET Request(int64_t a_Id, uint8_t a_NetFn = 0x06, uint8_t a_Command = 
     return l_Packet;
 }
 
-VM_MESSAGE ReplyTo(const VM_MESSAGE& a_Request, const BYTES& a_Data) {
-    return {a_Request.m_Sequence, static_cast<uint8_t>(a_Request.m_NetFn | 1), 0, a_Request.m_Command, a_Data};
+VM_MESSAGE ReplyTo(const STARTED_REQUEST& a_Request, const BYTES& a_Data) {
+    const VM_MESSAGE& l_Request = a_Request.m_Message;
+    return {l_Request.m_Sequence, static_cast<uint8_t>(l_Request.m_NetFn | 1), 0, l_Request.m_Command, a_Data};
 }
 
 BYTES DataOf(const BRIDGE_PACKET& a_Packet) {
@@ -48,10 +49,10 @@ TEST(RequestQueue, SendsTheRequestWithItsBytesAndLun) {
     l_Queue.Add(g_Opener, Request(1, 0x2C, 0x05, {0x00, 0x07}, 2));
     const auto l_Sent = l_Queue.Start(g_Now);
     ASSERT_TRUE(l_Sent);
-    EXPECT_EQ(l_Sent->m_NetFn, 0x2C);
-    EXPECT_EQ(l_Sent->m_Lun, 2);
-    EXPECT_EQ(l_Sent->m_Command, 0x05);
-    EXPECT_THAT(l_Sent->m_Data, ElementsAre(0x00, 0x07));
+    EXPECT_EQ(l_Sent->m_Message.m_NetFn, 0x2C);
+    EXPECT_EQ(l_Sent->m_Message.m_Lun, 2);
+    EXPECT_EQ(l_Sent->m_Message.m_Command, 0x05);
+    EXPECT_THAT(l_Sent->m_Message.m_Data, ElementsAre(0x00, 0x07));
 }
 
 TEST(RequestQueue, GivesTheReplyToTheOpenerWithItsMessageIdAndAddress) {
@@ -73,11 +74,11 @@ TEST(RequestQueue, HasOneRequestOutstandingAndKeepsTheOrderOfArrival) {
     l_Queue.Add(g_Opener, Request(1, 0x06, 0x01));
     l_Queue.Add(g_Other, Request(2, 0x06, 0x02));
     const auto l_First = l_Queue.Start(g_Now);
-    EXPECT_EQ(l_First->m_Command, 0x01);
+    EXPECT_EQ(l_First->m_Message.m_Command, 0x01);
     EXPECT_FALSE(l_Queue.Start(g_Now));
     EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_First, {0x00}))->m_Opener, g_Opener);
     const auto l_Second = l_Queue.Start(g_Now);
-    EXPECT_EQ(l_Second->m_Command, 0x02);
+    EXPECT_EQ(l_Second->m_Message.m_Command, 0x02);
     EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Second, {0x00}))->m_Opener, g_Other);
 }
 
@@ -85,13 +86,47 @@ TEST(RequestQueue, AnswersATimeOutWhenTheControllerGivesNoReply) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(1));
     l_Queue.Start(g_Now);
-    EXPECT_EQ(l_Queue.Deadline(), g_Now + REQUEST_QUEUE::m_TimeOut);
-    EXPECT_FALSE(l_Queue.Expire(g_Now + REQUEST_QUEUE::m_TimeOut - 1ms));
-    const auto l_Answer = l_Queue.Expire(g_Now + REQUEST_QUEUE::m_TimeOut);
+    EXPECT_EQ(l_Queue.Deadline(), g_Now + g_DriverTimeOut);
+    EXPECT_FALSE(l_Queue.Expire(g_Now + g_DriverTimeOut - 1ms));
+    const auto l_Answer = l_Queue.Expire(g_Now + g_DriverTimeOut);
     ASSERT_TRUE(l_Answer);
     EXPECT_EQ(l_Answer->m_Packet.m_NetFn, 0x07);
     EXPECT_THAT(DataOf(l_Answer->m_Packet), ElementsAre(IPMI_TIMEOUT_COMPLETION_CODE));
     EXPECT_FALSE(l_Queue.Deadline());
+}
+
+TEST(RequestQueue, WaitsAsLongAsItIsTold) {
+    REQUEST_QUEUE l_Queue(20ms);
+    l_Queue.Add(g_Opener, Request(1));
+    l_Queue.Start(g_Now);
+    EXPECT_FALSE(l_Queue.Expire(g_Now + 19ms));
+    EXPECT_TRUE(l_Queue.Expire(g_Now + 20ms));
+}
+
+TEST(RequestQueue, WaitsForEverWithoutATimeOut) {
+    REQUEST_QUEUE l_Queue(0ms);
+    l_Queue.Add(g_Opener, Request(1));
+    l_Queue.Add(g_Opener, Request(2));
+    const auto l_Sent = l_Queue.Start(g_Now);
+    EXPECT_FALSE(l_Queue.Deadline());
+    EXPECT_FALSE(l_Queue.Expire(g_Now + 24h));
+    EXPECT_FALSE(l_Queue.Start(g_Now + 24h));
+    EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Sent, {0x00}))->m_Packet.m_MessageId, 1);
+}
+
+TEST(RequestQueue, KnowsARequestAgainByItsEntry) {
+    REQUEST_QUEUE l_Queue;
+    l_Queue.Add(g_Opener, Request(1), 17);
+    const auto l_Sent = l_Queue.Start(g_Now);
+    EXPECT_EQ(l_Sent->m_Entry, 17U);
+    EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Sent, {0x00}))->m_Entry, 17U);
+}
+
+TEST(RequestQueue, MakesACompletionCodeWhereTheReplyHasNone) {
+    REQUEST_QUEUE l_Queue;
+    l_Queue.Add(g_Opener, Request(1));
+    const auto l_Answer = l_Queue.Accept(ReplyTo(*l_Queue.Start(g_Now), {}));
+    EXPECT_THAT(DataOf(l_Answer->m_Packet), ElementsAre(0xFF));
 }
 
 TEST(RequestQueue, IgnoresAReplyThatComesAfterItsTimeOut) {
@@ -99,7 +134,7 @@ TEST(RequestQueue, IgnoresAReplyThatComesAfterItsTimeOut) {
     l_Queue.Add(g_Opener, Request(1));
     l_Queue.Add(g_Opener, Request(2));
     const auto l_Late = l_Queue.Start(g_Now);
-    ASSERT_TRUE(l_Queue.Expire(g_Now + REQUEST_QUEUE::m_TimeOut));
+    ASSERT_TRUE(l_Queue.Expire(g_Now + g_DriverTimeOut));
     const auto l_Next = l_Queue.Start(g_Now);
     EXPECT_FALSE(l_Queue.Accept(ReplyTo(*l_Late, {0x00})));
     EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Next, {0x00}))->m_Packet.m_MessageId, 2);
@@ -135,8 +170,8 @@ TEST(RequestQueue, ForgetsWhatAClosedOpenerStillWaitedFor) {
     l_Queue.Add(g_Other, Request(3, 0x06, 0x03));
     const auto l_Outstanding = l_Queue.Start(g_Now);
     l_Queue.Forget(g_Opener);
-    EXPECT_FALSE(l_Queue.Accept(ReplyTo(*l_Outstanding, {0x00})));
-    EXPECT_EQ(l_Queue.Start(g_Now)->m_Command, 0x03);
+    EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Outstanding, {0x00}))->m_Opener, g_Nobody);
+    EXPECT_EQ(l_Queue.Start(g_Now)->m_Message.m_Command, 0x03);
 }
 
 TEST(RequestQueue, AnswersAResponseThatCannotBeSentWithTheKindForResponses) {

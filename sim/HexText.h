@@ -1,0 +1,17 @@
+// Bytes as people write them: pairs of hexadecimal digits with blanks between ("2c 02 00 ff").
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace BLADESIM {
+
+/// Nothing when the text is anything else; an empty text is no bytes.
+std::optional<std::vector<uint8_t>> HexBytes(const std::string& a_Text);
+
+/// The same, where "??" stands for any byte.
+std::optional<std::vector<std::optional<uint8_t>>> HexPattern(const std::string& a_Text);
+
+} // namespace BLADESIM
