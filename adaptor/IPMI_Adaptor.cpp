@@ -1,6 +1,7 @@
 // The adaptor object: construction, destruction, and the operations that do nothing.
 #include "adaptor/IPMI_Adaptor.h"
 
+#include "adaptor/IPMI_FirmwareUpdate.h"
 #include "adaptor/IPMI_MonitorThread.h"
 #include "common/veldo_common_trace.h"
 
@@ -31,6 +32,7 @@ IPMIAdaptor::IPMIAdaptor() : m_InstallDir(InstallDir()) {
 
 // The switch port objects are Fin's to delete.
 IPMIAdaptor::~IPMIAdaptor() {
+    mJoinUpgrade();
     delete m_Monitor;
 }
 

@@ -7,10 +7,14 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <memory>
+#include <optional>
 #include <string>
 
 class CBaseOsLog;
 class IPMI_ENTITY;
+struct IPMI_CONTROL;
+struct IPMI_LED;
 struct IPMI_TEST_ACCESS;
 
 extern "C" {
@@ -25,22 +29,42 @@ extern "C" {
 namespace BM_ADAPTOR {
 
 class IPMI_MonitorThread;
+class IPMI_SWITCHPORT;
 class IPMITHREAD;
+struct IPMI_DSP_Info_S;
+struct LED_READER;
+struct LED_STATE;
+struct LED_TABLE;
+struct LED_TARGET;
+struct LED_WRITER;
+struct MAC_ADDRESS;
+struct PSTN_DATA;
+class UPGRADE_STATUS;
+class UPGRADETHREAD;
+enum UPGRADETARGET : int32_t;
 
 /// Root of the board's tools and files: the environment variable TARSK_KORVEL_DIR, or its default.
 std::string InstallDir();
 
 /// Results of the handlers, as the host reads them.
 enum HANDLER_RESULT_e : int {
-    RESULT_NOTHING_DONE = 0, ///< group not served, or the operation did nothing
-    RESULT_OK = 1,           ///< also for an empty table
-    RESULT_NO_ARGUMENT = 2,  ///< keys or values are null (LED writes)
-    RESULT_NOT_FOUND = 12,   ///< not found or failed (hardware tables)
-    RESULT_NO_STATUS = 16    ///< an AMC write without a run status
+    RESULT_NOTHING_DONE = 0,  ///< group not served, or the operation did nothing
+    RESULT_OK = 1,            ///< also for an empty table
+    RESULT_NO_ARGUMENT = 2,   ///< keys or values are null (LED writes)
+    RESULT_NO_ROW = 4,        ///< a key is missing or names no row (DSP and switch tables)
+    RESULT_NOT_FOUND = 12,    ///< not found or failed (hardware tables)
+    RESULT_NO_STATUS = 16,    ///< an AMC write without a run status
+    RESULT_NOT_OBTAINED = 21, ///< the row exists, its value could not be obtained
+    RESULT_NO_VALUE = 23      ///< a write without a value that it needs
 };
 
 /// Results of the start-up operations.
-enum STARTUP_RESULT_e : int { STARTUP_MEDIA_START_FAILED = 0x30004, STARTUP_MEDIA_STOP_FAILED = 0x30005 };
+enum STARTUP_RESULT_e : int {
+    STARTUP_MEDIA_START_FAILED = 0x30004,
+    STARTUP_MEDIA_STOP_FAILED = 0x30005,
+    STARTUP_FAILED = 0x30011,       ///< no host address, no DSPs, or a row of the RTM that lacks something
+    STARTUP_SWITCH_FAILED = 0x30012 ///< the switch could not be taught
+};
 
 enum ADAPTOR_STATE_e : int32_t { ADAPTOR_CREATED = 0, ADAPTOR_INITIALISING = 1, ADAPTOR_STARTED = 2 };
 
@@ -76,13 +100,71 @@ public:
     int AMC_HW_ReadTable(CBMITable*& a_Table);
     int AMC_HW_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values);
 
-    /// Writes one baseboard LED; so far only the complete simulation answers, which changes nothing. Other results are
-    /// RESULT_NO_ARGUMENT, RESULT_NOT_FOUND without the LED id, and 0 on a real blade.
+    // Handlers of the LED tables. They block while a reply is awaited, without a time-out. Besides HANDLER_RESULT_e
+    // they return what the probe's LED commands return: a refused write its completion code, a taken one 0; a read 1,
+    // or 0.
+    int Baseboard_LED_Internal_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row);
+    int Baseboard_LED_Internal_ReadTable(CBMITable*& a_Table);
+    int Baseboard_LED_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row);
+    int Baseboard_LED_ReadTable(CBMITable*& a_Table);
+    int AMC_LED_Internal_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row);
+    int AMC_LED_Internal_ReadTable(CBMITable*& a_Table);
+    int AMC_LED_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row);
+    int AMC_LED_ReadTable(CBMITable*& a_Table);
+    /// Both take keys and values of the internal rows, whichever group they are written through.
     int Baseboard_LED_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values);
+    int AMC_LED_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values);
+
+    // Handlers of the firmware upgrade. None of them waits for an upgrade; a write starts one.
+    int Firmware_Update_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row);
+    int Firmware_Update_ReadTable(CBMITable*& a_Table);
+    int Firmware_Update_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values);
+    /// For an upgrade's thread: the status that it shares with the adaptor, and whose event the manager gets.
+    std::shared_ptr<UPGRADE_STATUS> ShareUpgrade();
+
+    // Handlers of the DSP tables: 0x1200 by bay and DSP, 0x30d10 by DSP number. The storage is waited for.
+    int AMC_DSP_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row);
+    int AMC_DSP_ReadTable(CBMITable*& a_Table);
+    int AMC_DSP_ReadParamsEx(const CBMIKeys* a_Keys, CBMIParams* a_Row);
+    int AMC_DSP_ReadTableEx(CBMITable*& a_Table);
+    /// Stores the DSP's IP address. Besides HANDLER_RESULT_e it returns the storage's result.
+    int AMC_DSP_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values);
+
+    // Handlers of the switch ports. The board driver is waited for, by a write the storage as well.
+    int AMC_SwitchPort_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row);
+    int AMC_SwitchPort_ReadTable(CBMITable*& a_Table);
+    int AMC_SwitchPort_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values);
+
+    // Look-ups in the model, null when there is no such record. The caller holds the model's lock.
+    IPMI_ENTITY* FindEntitybyEntityID(int a_EntityID) const;
+    IPMI_ENTITY* FindEntitybyEntityIDBayLocation(int a_EntityID, int a_Location) const;
+    /// @param a_LEDID  the host's LED id: 1 hot swap, 2 out of service, 3 health; others have no control
+    IPMI_CONTROL* FindControlbyLEDID(IPMI_ENTITY* a_Entity, int a_LEDID) const;
+    /// @param a_LEDID  the PICMG LED id, one less than the host's
+    IPMI_LED* FindLEDbyLEDID(IPMI_ENTITY* a_Entity, int a_LEDID) const;
 
     /// Reads the RTM override of the environment variable MAVK_RTM; see PSTN_MODE_e for the result. The outputs are
     /// set only for a complete simulated RTM.
     int ReadRTMConfig(int* a_FramerType, int* a_NumFramers, int* a_TrunksPerFramer);
+    /// The same override as a file of four lines; nothing uses it. The outputs are -1 as far as there is no line for
+    /// them.
+    /// @return the mode, the first line; 0 when there are fewer than four, -1 without the file
+    int ReadRTMConfigFile(int* a_FramerType, int* a_NumFramers, int* a_TrunksPerFramer);
+    /// Tells the board's PCI driver of the RTM.
+    /// @return 1; 0 when the driver's file could not be opened or written; 12 when there is no RTM, which it was told
+    int WriteProcFile();
+
+    /// The Ethernet address of the host's interface to the DSPs, in small letters. 1; 0 when there is none.
+    int GetAMCFirstMac(std::string& a_Mac);
+    /// The addresses of `a_Count` DSPs, in capital letters: the base counted on by 2, 3 … in its last four bytes.
+    /// @param a_Macs  room for `a_Count` texts
+    /// @return false, and nothing is written, when the base is no address
+    static bool CalculateDspMacAddr(const std::string& a_BaseMac, int a_Count, std::string* a_Macs);
+    /// The addresses of both CPUs, which are the two before the smallest of a DSP; zeros when that is no address.
+    static void CalculateCPUMacAddr(const std::string& a_SmallestMac, MAC_ADDRESS& a_CPU1, MAC_ADDRESS& a_CPU2);
+
+    /// The host's, null before Init and after Fin.
+    QUB_STORAGE::CDataStorage* GetStorage() const { return m_Storage; }
 
 private:
     friend struct ::IPMI_TEST_ACCESS;
@@ -90,12 +172,48 @@ private:
     bool mTouchesBoard() const;
     int mRegister();
     void mWaitForModel();
-    int mInitBoard(int a_Result);
-    void mClosePCIHandle();
+    int mInitBoard();
     void mForgetBoard();
+    int mInitRTMInfo();
+    int mKeepRTMInfo(const CBMIParams* a_Row);
+    int mSetDepop(int a_Count);
+    bool mReadPSTNData(PSTN_DATA& a_Data) const;
+    std::optional<int> mCountDSPs(int32_t a_Bay) const;
+    int mAddDSPMac(int32_t a_Bay, int32_t a_Dsp, int a_Count, CBMIParams& a_Row);
+    int mInitDSPInfo();
+    void mKeepDSPMacs(const CBMITable& a_Table);
+    int mInitIPInfo();
+    int mGetDspIpAddrDB(int a_Dsp, std::string& a_IP);
+    int mSetDspIpAddrDB(int a_Dsp, const std::string& a_IP, bool a_Create);
+    int mFillDSPInfo(int a_Index, int a_Dsp, IPMI_DSP_Info_S* a_Table);
+    static int mGetIPAddrByName(const std::string& a_Interface, std::string& a_IP);
+    static bool mIsOnSameSubnet(const std::string& a_First, const std::string& a_Second, const std::string& a_Mask);
+    int mOpenPCIHandle();
+    void mClosePCIHandle();
+    int mInitSwitchInfo();
+    void mCreateSwitchPortObjects();
+    void mDeleteSwitchPorts();
+    IPMI_SWITCHPORT* mFindSwitchPort(const CBMIKeys* a_Keys) const;
+    static int mFindSmallestMac(const IPMI_DSP_Info_S* a_Table, int a_Count);
+    static int mTeachSwitch(const IPMI_DSP_Info_S* a_Table, int a_Count);
     int mStartAMC();
     int mSetVXP(bool a_Start);
     int32_t mRunStatus(int a_Bay) const;
+    int mReadLED(const LED_READER& a_Reader, const CBMIKeys* a_Keys, CBMIParams* a_Row);
+    std::optional<int> mReadLEDState(const LED_READER& a_Reader, LED_TARGET& a_Target, LED_STATE& a_State);
+    IPMI_ENTITY* mFindLEDsEntity(const LED_READER& a_Reader, int32_t a_Bay) const;
+    LED_TARGET mLEDTarget(IPMI_ENTITY& a_Entity, int32_t a_LEDID) const;
+    int mAddLEDRow(const LED_TABLE& a_Source, int32_t a_LEDID, int32_t a_Bay, CBMITable& a_Table);
+    int mReadBaseboardLEDs(const LED_TABLE& a_Source, CBMITable*& a_Table);
+    int mReadAMCLEDs(const LED_TABLE& a_Source, CBMITable*& a_Table);
+    int mCheckLEDWrite(const LED_WRITER& a_Writer, const CBMIKeys* a_Keys, const CBMIParams* a_Values) const;
+    int mWriteLED(const LED_WRITER& a_Writer, const CBMIKeys& a_Keys, const CBMIParams& a_Values);
+    int mWriteLEDByProbe(const LED_WRITER& a_Writer, const LED_TARGET& a_Target, const CBMIParams& a_Values);
+    IPMI_ENTITY* mFirstAMC() const;
+    std::shared_ptr<UPGRADE_STATUS> mUpgradeStatus();
+    int mStartUpgrade(UPGRADETARGET a_Target, int32_t a_Bay, const std::string& a_ImagePath);
+    void mJoinUpgrade();
+    void mLeaveUpgrade();
 
     std::atomic<int32_t> m_State = ADAPTOR_CREATED;
     // Reserved values of the object's layout; nothing reads them.
@@ -111,11 +229,16 @@ private:
     std::map<int, std::string> m_DspMacMap; ///< DSP number, from 1, to its MAC; its size is the number of DSPs known
     int32_t m_RTMPresent = 0;               ///< the two start-up values
     int32_t m_NumFramers = 0;
+    int32_t m_TrunksPerFramer = 0;
+    int32_t m_TrunkTotal = 0;
     int32_t m_Reserved3 = 4;
-    void* m_PCIHandle = nullptr; ///< 8 zeroed bytes, the board driver's PCI memory handle
+    void* m_PCIHandle = nullptr;                     ///< 8 zeroed bytes, the board driver's PCI memory handle
+    std::map<int, IPMI_SWITCHPORT*> m_SwitchPortMap; ///< by port number; owned, deleted by Fin
     QUB_STORAGE::CDataStorage* m_Storage = nullptr;
     std::string m_InstallDir; ///< root of the board's tools and files
     IPMI_MonitorThread* m_Monitor = nullptr;
+    std::shared_ptr<UPGRADE_STATUS> m_UpgradeStatus;  ///< of the last upgrade, from the first one on
+    std::unique_ptr<UPGRADETHREAD> m_UpgradeThread{}; ///< of the last upgrade; belongs to whoever has begun the next
 };
 
 } // namespace BM_ADAPTOR

@@ -11,7 +11,9 @@ namespace BM_ADAPTOR {
 
 /// Components of the host's log.
 inline constexpr const char* COMPONENT_IPMI_ADAPTOR = "IPMI Adaptor";
+inline constexpr const char* COMPONENT_IPMI = "IPMI"; ///< of start-up
 inline constexpr const char* COMPONENT_MEDIA_ADAPTOR = "Media Adaptor";
+inline constexpr const char* COMPONENT_MONITOR_THREAD = "Monitor Thread";
 
 /// Calls an operation; whatever it throws is logged, and the operation has done nothing.
 template <typename OPERATION>

@@ -14,9 +14,13 @@ std::optional<int32_t> IntParam(const CBMIParams* a_Params, BMIParamId_e a_Id);
 /// The boolean with this id; false when it is absent or of another type.
 bool BoolParam(const CBMIParams* a_Params, BMIParamId_e a_Id);
 
+/// The text with this id; nothing when the set is null, has none, or has another type.
+std::optional<std::string> TextParam(const CBMIParams* a_Params, BMIParamId_e a_Id);
+
 /// Add one parameter, a key or a value, to the end of the row.
 void AddKey(CBMIParams& a_Row, BMIParamId_e a_Id, int32_t a_Value);
 void AddInt(CBMIParams& a_Row, BMIParamId_e a_Id, int32_t a_Value);
+void AddBool(CBMIParams& a_Row, BMIParamId_e a_Id, bool a_Value);
 void AddText(CBMIParams& a_Row, BMIParamId_e a_Id, const std::string& a_Value);
 
 } // namespace BM_ADAPTOR

@@ -4,7 +4,6 @@
 #include "adaptor/IPMI_Adaptor_Groups.h"
 #include "adaptor/IPMI_Adaptor_Guard.h"
 #include "adaptor/IPMI_MonitorThread.h"
-#include "bm/BoardDriver.h"
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_Thread.h"
 
@@ -27,21 +26,15 @@ constexpr unsigned REGISTERED_GROUPS[] = {
     BMI_GROUP_UNSERVED_30E10,
 };
 
-constexpr std::size_t PCI_HANDLE_SIZE = 8;
-
 // The lines that Init gives to the logger are written whatever the log level.
 void LogAlways(CBaseOsLog* a_Logger, const char* a_Text) {
     if (a_Logger != nullptr) a_Logger->Log(BM_LOG_DEBUG, g_ComponentName, a_Text);
 }
 
-// Whoever destroys the adaptor frees its memory and nothing else, so these two outlive it when they are still there:
-// by name, leak checkers can tell them from leaks.
+// Whoever destroys the adaptor frees its memory and nothing else, so this one outlives it when it is still there: by
+// name, leak checkers can tell it from a leak.
 __attribute__((noinline)) IPMI_MonitorThread* NewMonitor() {
     return new IPMI_MonitorThread;
-}
-
-__attribute__((noinline)) void* NewPCIHandle() {
-    return new unsigned char[PCI_HANDLE_SIZE]{};
 }
 
 // One start-up at a time, and never destroyed: a host may leave while it waits.
@@ -79,7 +72,7 @@ int IPMIAdaptor::Init(IBMAdaptorMgr* a_Manager) {
             }
             return l_Registered;
         }
-        const int l_Result = mInitBoard(l_Registered);
+        const int l_Result = mInitBoard(); // in place of the registration's
         return g_bCompleteIPMISimulation ? static_cast<int>(RESULT_NOTHING_DONE) : l_Result;
     });
 }
@@ -89,7 +82,7 @@ bool IPMIAdaptor::mTouchesBoard() const {
     return l_Mode == 1 || l_Mode == 3;
 }
 
-// The result of the last registration is Init's provisional result.
+// The result of the last registration is Init's, unless the board is touched.
 int IPMIAdaptor::mRegister() {
     if (m_Manager == nullptr) return RESULT_NOTHING_DONE;
     for (const unsigned l_Group : REGISTERED_GROUPS)
@@ -117,25 +110,21 @@ void IPMIAdaptor::mWaitForModel() {
     LogAlways(m_Logger, "Startup Mutex fired");
 }
 
-// The steps that touch the board. What is known of it so far: the PCI memory handle.
-int IPMIAdaptor::mInitBoard(int a_Result) {
+// The steps that touch the board. What the driver file, the RTM and the first opening gave has never been looked at.
+int IPMIAdaptor::mInitBoard() {
     m_Monitor = NewMonitor(); // in place of the one made before, which stays allocated on purpose
+    WriteProcFile();
     m_State = ADAPTOR_STARTED;
-    if (a_Result != RESULT_OK) return a_Result;
-    m_PCIHandle = NewPCIHandle();
+    const int l_Result = mInitDSPInfo();
+    if (l_Result != RESULT_OK) return l_Result;
+    mInitRTMInfo();
     if (TracesOn()) bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "Entering CSwitchIfPortMgr Init");
-    uPCIMemOpen(m_PCIHandle, 1, 0); // its result has never been looked at
-    return a_Result;
-}
-
-void IPMIAdaptor::mClosePCIHandle() {
-    if (m_PCIHandle == nullptr) return;
-    uPCIMemClose(m_PCIHandle);
-    delete[] static_cast<unsigned char*>(m_PCIHandle);
-    m_PCIHandle = nullptr;
+    mOpenPCIHandle();
+    return mInitSwitchInfo();
 }
 
 void IPMIAdaptor::mForgetBoard() {
+    mDeleteSwitchPorts();
     mClosePCIHandle();
     if (m_Monitor != nullptr) m_Monitor->StopMonitor();
     delete m_Monitor;
@@ -149,6 +138,7 @@ int IPMIAdaptor::Fin() {
                 m_Manager->UnregisterGroup(l_Group);
             m_Manager->UnregisterEventClass(BMI_EVENT_CLASS);
         }
+        mDeleteSwitchPorts();
         mClosePCIHandle();
         m_Manager = nullptr; // the host may free it now
         m_Storage = nullptr;
@@ -170,7 +160,7 @@ int IPMIAdaptor::Stop(structBmiDeviceInfoType*) {
     });
 }
 
-// Without DSPs nothing is started; none are known before the DSP tables are there.
+// Without DSPs nothing is started.
 int IPMIAdaptor::mStartAMC() {
     return m_DspMacMap.empty() ? RESULT_NOTHING_DONE : RESULT_OK;
 }

@@ -13,23 +13,12 @@
 
 namespace BM_ADAPTOR {
 
-namespace {
-
-// The override for AMCs without FRU data: MAVK_AMC, four digits or more. The first is not looked at.
-struct AMC_OVERRIDE {
-    int m_Bay;
-    int m_FieldA;
-    int m_FieldB;
-};
-
 std::optional<AMC_OVERRIDE> AMCOverride() {
     const char* l_Value = getenv("MAVK_AMC");
     const std::string_view l_Text = l_Value != nullptr ? l_Value : "";
     if (l_Text.size() <= 3) return std::nullopt;
     return AMC_OVERRIDE{DigitValue(l_Text[1]), DigitValue(l_Text[2]), DigitValue(l_Text[3])};
 }
-
-} // namespace
 
 int IPMIAdaptor::AMC_FRU_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
     if (m_State != ADAPTOR_STARTED) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 
 namespace BM_ADAPTOR {
 
@@ -31,5 +32,21 @@ enum PSTN_MODE_e : int {
 inline int DigitValue(char a_Digit) {
     return a_Digit >= '0' && a_Digit <= '9' ? a_Digit - '0' : 0;
 }
+
+/// The RTM's framers as the PCI driver is told; -1 while nothing is known.
+struct PSTN_DATA {
+    int m_FramerType = -1;
+    int m_NumFramers = -1;
+    int m_TrunksPerFramer = -1;
+};
+
+/// The override for AMCs without FRU data: MAVK_AMC, four digits or more. The first is not looked at.
+struct AMC_OVERRIDE {
+    int m_Bay;
+    int m_FieldA;
+    int m_FieldB; ///< number of DSPs
+};
+
+std::optional<AMC_OVERRIDE> AMCOverride();
 
 } // namespace BM_ADAPTOR

@@ -146,6 +146,14 @@ int ENTITYCAPTURE::s_ReceivedSendMessage(ipmi_domain_t*, ipmi_msgi_t* a_Item) {
     return Deliver(a_Item, "ENTITYCAPTURE :: s_ReceivedSendMessage", &ENTITYCAPTURE::ReceivedSendMessage);
 }
 
+int ENTITYCAPTURE::s_ReceivedGetPICMCLEDState(ipmi_domain_t*, ipmi_msgi_t* a_Item) {
+    return Deliver(a_Item, "ENTITYCAPTURE :: s_ReceivedGetPICMCLEDState", &ENTITYCAPTURE::ReceivedGetPICMCLEDState);
+}
+
+int ENTITYCAPTURE::s_ReceivedSetPICMCLEDState(ipmi_domain_t*, ipmi_msgi_t* a_Item) {
+    return Deliver(a_Item, "ENTITYCAPTURE :: s_ReceivedSetPICMCLEDState", &ENTITYCAPTURE::ReceivedSetPICMCLEDState);
+}
+
 int ENTITYCAPTURE::s_ReceivedFRUControl(ipmi_domain_t*, ipmi_msgi_t* a_Item) {
     return Deliver(a_Item, "ENTITYCAPTURE :: s_ReceivedFRUControl", &ENTITYCAPTURE::ReceivedFRUControl);
 }

@@ -1,5 +1,5 @@
 // The probe: the adaptor's own raw IPMI and PICMG client, beside OpenIPMI's managed domain. Takes the inventory at
-// start-up and serves FRU Control afterwards; one request is outstanding at a time.
+// start-up and serves LED commands and FRU Control afterwards; one request is outstanding at a time.
 #pragma once
 
 #include "ipmi/IPMI_Thread_Model.h"
@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <span>
 
 class CBaseOsLog;
@@ -70,6 +71,7 @@ public:
 namespace BM_ADAPTOR {
 
 class IPMITHREAD;
+struct LED_STATE;
 
 /// The local controller's IPMB address.
 inline constexpr int LOCAL_IPMB_ADDRESS = 0x20;
@@ -114,7 +116,8 @@ private:
 };
 
 /// The probe. Made on the domain thread for every opened connection while the model is not ready, never deleted: a
-/// late reply may still reach it. Everything runs on the domain thread but SendFRUControl, which any thread may call.
+/// late reply may still reach it. Everything runs on the domain thread but the two LED commands and SendFRUControl,
+/// which host threads call, several at once.
 /// Senders return 0 whatever OpenIPMI answered: a request that is not sent is a request without a reply.
 class ENTITYCAPTURE {
 public:
@@ -143,6 +146,16 @@ public:
     int SendReserveSDRRepository();
     int GetFRUSDRs();
     int SendGetSDRData(int a_RecordID, int a_Offset, int a_Length);
+    /// PICMG Set FRU LED State. Blocks until the reply is there, without a time-out: never on the domain thread, and
+    /// not before the inventory is over. A reply that never comes keeps this and every later LED command waiting.
+    /// @param a_LEDID  PICMG LED id, below the FRU's number of LEDs
+    /// @param a_State  times in milliseconds; its colour comes back as the PICMG code that was sent
+    /// @return the completion code (0: the LED is set), -1 without sending when the FRU has no such LED
+    int SendSetPICMCLEDState(int a_FRUID, int a_LEDID, LED_STATE* a_State);
+    /// PICMG Get FRU LED State; blocks as SendSetPICMCLEDState does.
+    /// @param a_State  filled from the reply, times in tens of milliseconds; left alone when the result is not 1
+    /// @return 1, 0 when the controller refused or answered too few bytes, -1 when the FRU has no such LED
+    int SendGetPICMCLEDState(int a_FRUID, int a_LEDID, LED_STATE* a_State);
     /// PICMG FRU Control; returns without waiting. @param a_Option  PICMG 3.0 FRU Control option, 0 is cold reset
     int SendFRUControl(int a_FRUID, int a_Option);
     /// A trap for diagnostic builds that nothing calls: it ends the process.
@@ -160,6 +173,8 @@ public:
     static int s_ReceivedReserveSDRRepository(ipmi_domain_t*, ipmi_msgi_t* a_Item);
     static int s_ReceivedSDRData(ipmi_domain_t*, ipmi_msgi_t* a_Item);
     static int s_ReceivedSendMessage(ipmi_domain_t*, ipmi_msgi_t* a_Item);
+    static int s_ReceivedGetPICMCLEDState(ipmi_domain_t*, ipmi_msgi_t* a_Item);
+    static int s_ReceivedSetPICMCLEDState(ipmi_domain_t*, ipmi_msgi_t* a_Item);
     static int s_ReceivedFRUControl(ipmi_domain_t*, ipmi_msgi_t* a_Item);
 
     int ReceivedPICMCProperties(const ipmi_msgi_t& a_Item);
@@ -172,6 +187,8 @@ public:
     int ReceivedReserveSDRRepository(const ipmi_msgi_t& a_Item);
     int ReceivedSDRData(const ipmi_msgi_t& a_Item);
     int ReceivedSendMessage(const ipmi_msgi_t& a_Item);
+    int ReceivedGetPICMCLEDState(const ipmi_msgi_t& a_Item);
+    int ReceivedSetPICMCLEDState(const ipmi_msgi_t& a_Item);
     int ReceivedFRUControl(const ipmi_msgi_t& a_Item);
 
 private:
@@ -187,6 +204,8 @@ private:
     IPMI_ENTITY* FindEntity(int a_FRUID);
     void NoteAddressInfo(std::unique_ptr<FRUADDRESSINFO> a_Info);
     void TraceAMCSearch() const;
+    int NumLEDs(int a_FRUID);
+    void EndLEDCommand(int a_Result, OSAL::OSALMutex& a_Signal);
     static void AddLEDs(IPMI_ENTITY& a_Entity, int a_Count);
     int BeginColorCaps(int a_FRUID);
     int ContinueWithLEDsOf(int a_FRUID);
@@ -214,6 +233,12 @@ private:
     OSAL::OSALMutex m_MapMutex;
     OSAL::OSALMutex m_GetLEDSignal; ///< completion latch of the synchronous LED read
     OSAL::OSALMutex m_SetLEDSignal; ///< and of the write
+    // The LED command under way. Whoever holds the mutex has set them before it sent; the reply's handler uses them
+    // only while the request's code stands.
+    std::mutex m_LEDCommand; ///< one LED command at a time, from its first step to its result
+    int m_LEDCommandLEDID = 0;
+    LED_STATE* m_LEDCommandState = nullptr; ///< what a read fills, its caller's
+    int m_LEDCommandResult = 0;
     bool m_bColorCapsBegun = false; ///< a FRU with LEDs was found
     bool m_bSuperseded = false;
     bool m_bHandedOver = false; ///< the model owns the entities

@@ -1,6 +1,7 @@
 // The three dispatchers: which group reaches which handler, what an unknown one answers, what leaves the plug-in.
 #include "adaptor/AdaptorTest.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 using namespace BM_ADAPTOR;
@@ -12,8 +13,6 @@ namespace {
 
 // Numbers are written out here: they are the host protocol's.
 constexpr unsigned UNSERVED_GROUPS[] = {0, 0x101, 0x301, 0x500, 0x30d00, 0x30e10, 0x30400, 0xFFFFFFFF};
-constexpr unsigned GROUPS_NOT_READ_YET[] = {0x100, 0x200, 0x600, 0x1200, 0x30100, 0x30300, 0x30d10, 0x30e00};
-constexpr unsigned GROUPS_NOT_WRITTEN_YET[] = {0x200, 0x600, 0x30100, 0x30300, 0x30d10, 0x30e00};
 
 constexpr const char* BASEBOARD_LED_LINE = "IPMIAdaptor::WriteParams() on BMI_GROUP_BM_IPMI_BASEBOARD_LED";
 constexpr const char* AMC_LED_LINE =
@@ -42,10 +41,11 @@ protected:
 
 struct SERVED_GROUP {
     unsigned m_Group;
-    const char* m_ReadBegins;  ///< first line of the read handler, without keys and in a wrong state
+    const char* m_ReadBegins;  ///< first error of the read handler, without keys and in a wrong state
     const char* m_TableBegins; ///< of the table handler
     int m_TableResult;         ///< with an empty model
     const char* m_WriteBegins; ///< of the write handler; null: there is none
+    int m_WriteResult = 12;
 };
 
 void PrintTo(const SERVED_GROUP& a_Served, std::ostream* a_Stream) {
@@ -55,6 +55,13 @@ void PrintTo(const SERVED_GROUP& a_Served, std::ostream* a_Stream) {
 class DispatchOf : public Dispatch, public testing::WithParamInterface<SERVED_GROUP> {
 protected:
     DispatchOf() { BeInState(7); }
+
+    /// The first error line since the last call.
+    LOG_LINE FirstError() {
+        const auto l_Lines = Lines();
+        const auto l_Error = std::ranges::find(l_Lines, BM_LOG_ERROR, &LOG_LINE::m_Level);
+        return l_Error != l_Lines.end() ? *l_Error : LOG_LINE{};
+    }
 };
 
 TEST_P(DispatchOf, ReadReachesItsHandlerAndHandsTheRowOverWhateverTheResult) {
@@ -62,7 +69,7 @@ TEST_P(DispatchOf, ReadReachesItsHandlerAndHandsTheRowOverWhateverTheResult) {
     EXPECT_EQ(l_Result, 12);
     ASSERT_NE(l_Row, nullptr);
     EXPECT_EQ(l_Row->GetSize(), 0);
-    EXPECT_EQ(Lines().front(), Error(GetParam().m_ReadBegins));
+    EXPECT_EQ(FirstError(), Error(GetParam().m_ReadBegins));
 }
 
 TEST_P(DispatchOf, TableReachesItsHandlerAndReplacesTheArgument) {
@@ -73,7 +80,7 @@ TEST_P(DispatchOf, TableReachesItsHandlerAndReplacesTheArgument) {
     const std::unique_ptr<CBMITable> l_Owner(l_Table);
     ASSERT_NE(l_Table, nullptr);
     EXPECT_EQ(l_Table->GetSize(), 0);
-    EXPECT_EQ(Lines().front(), Error(GetParam().m_TableBegins));
+    EXPECT_EQ(FirstError(), Error(GetParam().m_TableBegins));
 }
 
 TEST_P(DispatchOf, WriteReachesItsHandlerIfThereIsOne) {
@@ -82,14 +89,26 @@ TEST_P(DispatchOf, WriteReachesItsHandlerIfThereIsOne) {
         EXPECT_EQ(l_Result, 0);
         EXPECT_THAT(Lines(), IsEmpty());
     } else {
-        EXPECT_EQ(l_Result, 12);
-        EXPECT_EQ(Lines().front(), Error(GetParam().m_WriteBegins));
+        EXPECT_EQ(l_Result, GetParam().m_WriteResult);
+        EXPECT_EQ(FirstError(), Error(GetParam().m_WriteBegins));
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Groups, DispatchOf,
-    testing::Values(SERVED_GROUP{0x300, "IPMIAdaptor :: AMC_FRU_ReadParams -- In bad state 7",
+    testing::Values(SERVED_GROUP{0x100, "IPMIAdaptor :: Baseboard_LED_Internal_ReadParams -- In bad state 7",
+                                 "IPMIAdaptor :: Baseboard_LED_Internal_ReadParams -- In bad state 7", 12,
+                                 "IPMIAdaptor :: Baseboard_LED_WriteParams -- In bad state 7", 2},
+                    SERVED_GROUP{0x200, "IPMIAdaptor :: AMC_LED_Internal_ReadParams -- In bad state 7",
+                                 "IPMIAdaptor :: AMC_LED_Internal_ReadParams -- In bad state 7", 1,
+                                 "IPMIAdaptor :: AMC_LED_WriteParams -- In bad state 7", 2},
+                    SERVED_GROUP{0x30100, "IPMIAdaptor :: Baseboard_LED_ReadParams -- In bad state 7",
+                                 "IPMIAdaptor :: Baseboard_LED_ReadParams -- In bad state 7", 12,
+                                 "IPMIAdaptor :: AMC_LED_WriteParams -- In bad state 7", 2},
+                    SERVED_GROUP{0x30300, "IPMIAdaptor :: AMC_LED_ReadParams -- In bad state 7",
+                                 "IPMIAdaptor :: AMC_LED_ReadParams -- In bad state 7", 1,
+                                 "IPMIAdaptor :: AMC_LED_WriteParams -- In bad state 7", 2},
+                    SERVED_GROUP{0x300, "IPMIAdaptor :: AMC_FRU_ReadParams -- In bad state 7",
                                  "IPMIAdaptor :: AMC_FRU_ReadTable -- In bad state 7", 1, nullptr},
                     SERVED_GROUP{0x400, "IPMIAdaptor :: RTM_FRU_ReadParams -- In bad state 7",
                                  "IPMIAdaptor :: RTM_FRU_ReadTable -- In bad state 7", 12, nullptr},
@@ -114,6 +133,15 @@ TEST_F(Dispatch, WriteHandsKeysAndValuesOver) {
     EXPECT_EQ(m_Adaptor.WriteParams(0x30200, &l_Keys, &l_Values), 1);
     ASSERT_EQ(m_Manager.Events().size(), 1U);
     EXPECT_THAT(TextsOf(m_Manager.Events()[0].m_Params), ElementsAre("0x30208 i:5", "0x30201 i:3 key"));
+}
+
+TEST_F(Dispatch, FirmwareGroupReachesItsHandlers) {
+    const auto [l_Result, l_Row] = Read(0x600, nullptr);
+    EXPECT_EQ(l_Result, 1);
+    const TEXTS l_Expected = {"0x601 u:0", "0x606 u:0", "0x602 u:2"};
+    EXPECT_EQ(TextsOf(*l_Row), l_Expected);
+    EXPECT_THAT(Table(BMI_GROUP_FIRMWARE_UPDATE), testing::Optional(ElementsAre(l_Expected)));
+    EXPECT_EQ(m_Adaptor.WriteParams(0x600, nullptr, nullptr), 23);
 }
 
 // ---- groups that nobody answers
@@ -143,22 +171,18 @@ TEST_F(Dispatch, UnservedGroupIsNotWritten) {
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
-TEST_F(Dispatch, GroupWithoutReadHandlersAnswersZeroAndLeavesTheArgumentsEmpty) {
-    CBMITable l_Before;
-    for (const unsigned l_Group : GROUPS_NOT_READ_YET) {
+TEST_F(Dispatch, DspAndSwitchGroupsReachTheirHandlers) {
+    struct WRITE {
+        unsigned m_Group;
+        int m_Result;
+    };
+    for (const auto& [l_Group, l_Written] : {WRITE{0x1200, 0}, WRITE{0x30d10, 23}, WRITE{0x30e00, 4}}) {
         const auto [l_Result, l_Row] = Read(l_Group, &m_NoKeys);
-        EXPECT_EQ(l_Result, 0) << l_Group;
-        EXPECT_EQ(l_Row, nullptr) << l_Group;
-        CBMITable* l_Table = &l_Before;
-        EXPECT_EQ(m_Adaptor.GetParamTable(l_Group, l_Table), 0) << l_Group;
-        EXPECT_EQ(l_Table, &l_Before) << l_Group;
+        EXPECT_EQ(l_Result, 4) << l_Group;
+        EXPECT_NE(l_Row, nullptr) << l_Group;
+        EXPECT_THAT(Table(static_cast<BMIGroup_e>(l_Group)), testing::Optional(IsEmpty())) << l_Group;
+        EXPECT_EQ(m_Adaptor.WriteParams(l_Group, &m_NoKeys, &m_Row), l_Written) << l_Group;
     }
-    EXPECT_THAT(Lines(), IsEmpty());
-}
-
-TEST_F(Dispatch, GroupWithoutAWriteHandlerAnswersZero) {
-    for (const unsigned l_Group : GROUPS_NOT_WRITTEN_YET)
-        EXPECT_EQ(m_Adaptor.WriteParams(l_Group, &m_NoKeys, &m_Row), 0) << l_Group;
 }
 
 // ---- the lines of LED writes
@@ -202,7 +226,7 @@ INSTANTIATE_TEST_SUITE_P(Groups, LedWriteLine,
 // ---- what the host may hand in
 
 TEST_F(Dispatch, NullKeysAndValuesAreSurvivedByEveryGroup) {
-    const std::vector<int> l_Codes = {0, 1, 2, 12, 16};
+    const std::vector<int> l_Codes = {0, 1, 2, 4, 12, 16, 23};
     for (const unsigned l_Group : {0x100U, 0x200U, 0x300U, 0x400U, 0x600U, 0x1200U, 0x30000U, 0x30100U, 0x30200U,
                                    0x30300U, 0x30d00U, 0x30d10U, 0x30e00U, 0x30e10U}) {
         EXPECT_THAT(l_Codes, testing::Contains(Read(l_Group, nullptr).m_Result)) << l_Group;
@@ -212,7 +236,7 @@ TEST_F(Dispatch, NullKeysAndValuesAreSurvivedByEveryGroup) {
 
 TEST_F(Dispatch, EverythingIsAnsweredBeforeInit) {
     IPMIAdaptor l_Adaptor;
-    for (const unsigned l_Group : {0x300U, 0x400U, 0x30000U, 0x30200U}) {
+    for (const unsigned l_Group : {0x100U, 0x200U, 0x300U, 0x400U, 0x30000U, 0x30100U, 0x30200U, 0x30300U}) {
         CBMIParams* l_Row = nullptr;
         CBMITable* l_Table = nullptr;
         EXPECT_EQ(l_Adaptor.ReadParams(l_Group, &m_NoKeys, l_Row), 12) << l_Group;
@@ -234,7 +258,7 @@ public:
 TEST_F(Dispatch, NoExceptionOfTheHostsLoggerCrossesBackToTheHost) {
     static THROWING_LOG l_Log; // outlives the adaptor, as a host's logger does
     IPMI_TEST_ACCESS::Logger(m_Adaptor) = &l_Log;
-    for (const unsigned l_Group : {0x300U, 0x400U, 0x30000U, 0x30200U}) {
+    for (const unsigned l_Group : {0x100U, 0x200U, 0x300U, 0x400U, 0x30000U, 0x30100U, 0x30200U, 0x30300U}) {
         CBMIParams* l_Row = nullptr;
         CBMITable* l_Table = nullptr;
         EXPECT_NO_THROW(EXPECT_NE(m_Adaptor.ReadParams(l_Group, &m_NoKeys, l_Row), 1)) << l_Group;

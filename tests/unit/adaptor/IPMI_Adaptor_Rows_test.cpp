@@ -59,12 +59,25 @@ TEST(BoolParamOfARow, IsFalseWithoutTheRowTheParameterOrTheType) {
     EXPECT_FALSE(BoolParam(&l_Int, BMI_HW_BOARD_RESET_BASEBOARD));
 }
 
+TEST(TextParamOfARow, IsItsText) {
+    const CBMIKeys l_Keys = TextKeyOf(BMI_HW_AMC_DSP_EX_IP, "10.0.0.1");
+    EXPECT_THAT(TextParam(&l_Keys, BMI_HW_AMC_DSP_EX_IP), Optional(std::string("10.0.0.1")));
+}
+
+TEST(TextParamOfARow, IsNothingWithoutTheRowTheParameterOrTheType) {
+    const CBMIKeys l_Int = KeyOf(BMI_HW_AMC_DSP_EX_IP, 1);
+    EXPECT_EQ(TextParam(nullptr, BMI_HW_AMC_DSP_EX_IP), std::nullopt);
+    EXPECT_EQ(TextParam(&l_Int, BMI_HW_AMC_DSP_EX_MAC), std::nullopt);
+    EXPECT_EQ(TextParam(&l_Int, BMI_HW_AMC_DSP_EX_IP), std::nullopt);
+}
+
 TEST(AddedParameters, StandInTheOrderOfTheirAdditionWithTypeAndKeyFlag) {
     CBMIParams l_Row;
     AddKey(l_Row, BMI_HW_AMC_BAY, 3);
     AddInt(l_Row, BMI_HW_AMC_RUN_STATUS, -1);
     AddText(l_Row, BMI_HW_AMC_PRODUCT_NAME, "name");
-    EXPECT_THAT(TextsOf(l_Row), ElementsAre("0x30201 i:3 key", "0x30208 i:-1", "0x30202 s:name"));
+    AddBool(l_Row, BMI_HW_BOARD_RESET_BASEBOARD, true);
+    EXPECT_THAT(TextsOf(l_Row), ElementsAre("0x30201 i:3 key", "0x30208 i:-1", "0x30202 s:name", "0x30008 b:true"));
 }
 
 } // namespace

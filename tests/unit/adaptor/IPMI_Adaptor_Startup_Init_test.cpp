@@ -1,12 +1,14 @@
 // Init with its start-up handshake: over a controller that answers, and without OpenIPMI.
 #include "adaptor/LifecycleTest.h"
 
+#include "adaptor/IPMI_Adaptor_Switch.h"
 #include "ipmi/FRUImage.h"
 #include "ipmi/IPMI_Probe.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <thread>
 #include <utility>
 
@@ -207,7 +209,7 @@ protected:
 };
 
 TEST_F(InitOverIpmi, BoardOfTheControllerIsServed) {
-    EXPECT_EQ(Init(1), 1);
+    EXPECT_EQ(Init(1), 0); // it has no DSPs
     EXPECT_FALSE(g_bCompleteIPMISimulation);
     CBMIParams* l_Row = nullptr;
     EXPECT_EQ(m_Adaptor.ReadParams(BMI_GROUP_HARDWARE_BOARD, nullptr, l_Row), 1);
@@ -229,6 +231,7 @@ TEST_F(InitOverIpmi, ModelIsCompleteBeforeTheStartupMutexFires) {
 }
 
 TEST_F(InitOverIpmi, ModesThatTouchTheBoardGetAMonitorTwice) {
+    GiveDSPs();
     for (const int l_Mode : {1, 3}) {
         EXPECT_EQ(Init(l_Mode), 1) << l_Mode;
         EXPECT_NE(m_Host.m_MonitorAtRegistration, nullptr);
@@ -243,7 +246,7 @@ TEST_F(InitOverIpmi, PciMemoryIsOpenedWhateverComesOfItAndClosedByFin) {
         BoardDriver().m_Opened.clear();
         BoardDriver().m_Closed.clear();
         BoardDriver().m_OpenResult = l_OpenResult;
-        EXPECT_EQ(Init(1), 1);
+        EXPECT_EQ(Init(1), 0); // without DSPs
         EXPECT_THAT(Lines(), Contains(BmiTrace("Entering CSwitchIfPortMgr Init")));
         ASSERT_EQ(BoardDriver().m_Opened.size(), 1U);
         EXPECT_EQ(BoardDriver().m_Opened[0].m_Content, (std::array<unsigned char, 8>{}));
@@ -255,6 +258,89 @@ TEST_F(InitOverIpmi, PciMemoryIsOpenedWhateverComesOfItAndClosedByFin) {
         EXPECT_EQ(m_Adaptor.Fin(), 1);
         EXPECT_EQ(BoardDriver().m_Closed.size(), 1U);
     }
+}
+
+TEST_F(InitOverIpmi, WithDspsPciMemoryIsOpenedTwiceAndClosedOnce) {
+    GiveDSPs();
+    EXPECT_EQ(Init(1), 1);
+    ASSERT_EQ(BoardDriver().m_Opened.size(), 2U);
+    EXPECT_NE(BoardDriver().m_Opened[0].m_Handle, BoardDriver().m_Opened[1].m_Handle);
+    m_Adaptor.Fin();
+    EXPECT_THAT(BoardDriver().m_Closed, ElementsAre(BoardDriver().m_Opened[1].m_Handle));
+}
+
+// ---- the board's set-up
+
+TEST_F(InitOverIpmi, SetsTheBoardUpInOrder) {
+    GiveDSPs();
+    Kernel().m_OpenErrors = {};
+    setenv("MAVK_RTM", "2184", 1);
+    EXPECT_EQ(Init(1), 1);
+    TEXTS l_Steps;
+    for (const std::string& l_Text : m_Log.Texts()) {
+        if (l_Text == "Startup Mutex fired" || l_Text == "IPMIAdaptor :: WriteProcFile - Using simulated data" ||
+            l_Text == "IPMIAdaptor :: AMC_DSP_ReadTable -- Returning 4 found " ||
+            l_Text == "IPMIAdaptor :: RTM_FRU_ReadParams - returning Simulated OK " ||
+            l_Text == "Entering CSwitchIfPortMgr Init" || l_Text == "Entering mInitSwitchInfo()")
+            l_Steps.push_back(l_Text);
+    }
+    EXPECT_THAT(l_Steps, ElementsAre("Startup Mutex fired", "IPMIAdaptor :: WriteProcFile - Using simulated data",
+                                     "IPMIAdaptor :: AMC_DSP_ReadTable -- Returning 4 found ",
+                                     "IPMIAdaptor :: RTM_FRU_ReadParams - returning Simulated OK ",
+                                     "Entering CSwitchIfPortMgr Init", "Entering mInitSwitchInfo()"));
+    EXPECT_EQ(Kernel().m_Records.size(), 7U);
+    EXPECT_EQ(Kernel().m_Parameter, 0);
+    EXPECT_EQ(Access::DspMacMap(m_Adaptor).size(), 4U);
+    EXPECT_EQ(Access::NumFramers(m_Adaptor), 8);
+    EXPECT_EQ(Access::SwitchPortMap(m_Adaptor).size(), 4U);
+    EXPECT_THAT(Lines(), Not(Contains(Error("IPMIAdaptor :: RTM_FRU_ReadTable -- In bad state 1"))));
+}
+
+TEST_F(InitOverIpmi, GivesTheResultOfTheAddressTableWhenThatFailsAndGoesNoFurther) {
+    GiveDSPs();
+    m_Storage.m_Refusals = {{"RetrieveTable", 21}, {"CreateRow", 21}};
+    EXPECT_EQ(Init(1), 21);
+    EXPECT_EQ(Access::State(m_Adaptor), 2);
+    EXPECT_THAT(BoardDriver().m_Opened, IsEmpty());
+    EXPECT_THAT(Lines(), Not(Contains(BmiTrace("Entering CSwitchIfPortMgr Init"))));
+    m_Host.m_Storage = nullptr;
+    EXPECT_EQ(Init(1), 0);
+}
+
+TEST_F(InitOverIpmi, Gives0WhenTheBoardDriverCannotBeOpened) {
+    GiveDSPs();
+    BoardDriver().m_OpenResult = 5;
+    EXPECT_EQ(Init(3), 0);
+    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), IsEmpty());
+}
+
+TEST_F(InitOverIpmi, GoesOnWithoutTheDriverFileTheKernelParameterAndTheRtm) {
+    GiveDSPs();
+    Kernel().m_bNoParameter = true;
+    setenv("MAVK_RTM", "1", 1);
+    EXPECT_EQ(Init(1), 1);
+    EXPECT_THAT(Kernel().m_Records, IsEmpty());
+    EXPECT_EQ(Access::RTMPresent(m_Adaptor), 0);
+}
+
+TEST_F(InitOverIpmi, ASecondOneFindsWhatTheFirstOneStored) {
+    GiveDSPs();
+    EXPECT_EQ(Init(1), 1);
+    EXPECT_EQ(Access::SwitchPortMap(m_Adaptor).at(2)->SetSwitch(1), 1);
+    m_Adaptor.Fin();
+    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), IsEmpty());
+    BoardDriver().m_Enabled = {};
+    EXPECT_EQ(Init(1), 1);
+    EXPECT_EQ(BoardDriver().m_Enabled[4], 1);
+    EXPECT_EQ(Init(1), 1); // without a Fin between them
+    EXPECT_EQ(Access::SwitchPortMap(m_Adaptor).size(), 4U);
+}
+
+TEST_F(AdaptorInit, TouchesTheBoardUnderTheCompleteSimulationAndGives0AllTheSame) {
+    WithoutOpenIPMI();
+    GiveDSPs();
+    EXPECT_EQ(Init(1), 0);
+    EXPECT_EQ(Access::SwitchPortMap(m_Adaptor).size(), 4U);
 }
 
 TEST_F(InitOverIpmi, LetsGoOfTheMonitorAndTheOpenHandleOfAnEarlierOne) {
@@ -269,12 +355,11 @@ TEST_F(InitOverIpmi, LetsGoOfTheMonitorAndTheOpenHandleOfAnEarlierOne) {
     EXPECT_EQ(Access::PCIHandle(m_Adaptor), nullptr);
 }
 
-TEST_F(InitOverIpmi, RefusedEventRegistrationEndsTheBoardsSetUp) {
+TEST_F(InitOverIpmi, RefusedEventRegistrationDoesNotCountWhereTheBoardIsTouched) {
+    GiveDSPs();
     m_Host.m_RefusedClasses = {5};
-    EXPECT_EQ(Init(1), 0);
-    EXPECT_EQ(Access::State(m_Adaptor), 2);
-    EXPECT_THAT(BoardDriver().m_Opened, IsEmpty());
-    EXPECT_THAT(Lines(), Not(Contains(BmiTrace("Entering CSwitchIfPortMgr Init"))));
+    EXPECT_EQ(Init(1), 1);
+    EXPECT_EQ(Init(2), 0);
 }
 
 TEST_F(InitOverIpmi, WaitsForTheProbeAndAnotherConnectionReportRecoversALostReply) {

@@ -1,33 +1,14 @@
 // What the tests of Init, Start, Stop and Fin need; see the header.
 #include "adaptor/LifecycleTest.h"
 
-#include "bm/BoardDriver.h"
 #include "ipmi/IPMI_Probe.h"
 #include "ipmi/IPMI_Thread.h"
 
-#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <utility>
 
-using BM_ADAPTOR::TEST::BoardDriver;
-
-int uPCIMemOpen(void* a_Handle, int a_First, int a_Second) {
-    auto& l_Call = BoardDriver().m_Opened.emplace_back();
-    l_Call = {a_Handle, {}, a_First, a_Second};
-    std::copy_n(static_cast<unsigned char*>(a_Handle), l_Call.m_Content.size(), l_Call.m_Content.begin());
-    return BoardDriver().m_OpenResult;
-}
-
-int uPCIMemClose(void* a_Handle) {
-    BoardDriver().m_Closed.push_back(a_Handle);
-    return 0;
-}
-
 namespace BM_ADAPTOR::TEST {
-
-FAKE_BOARD_DRIVER& BoardDriver() {
-    static FAKE_BOARD_DRIVER s_Driver;
-    return s_Driver;
-}
 
 int LIFECYCLE_MANAGER::RegisterEventClass(unsigned a_Class, CBaseAdaptor* a_Adaptor) {
     auto& l_Adaptor = dynamic_cast<IPMIAdaptor&>(*a_Adaptor);
@@ -47,12 +28,20 @@ TEXTS RegistrationCalls(const std::string& a_Verb) {
 
 LIFECYCLE_TEST::LIFECYCLE_TEST() {
     BoardDriver() = {};
+    Kernel() = {};
+    Kernel().m_OpenErrors = {{1, ENOENT}};
+    m_Host.m_Storage = &m_Storage;
     m_Host.m_Logger = &m_Log;
 }
 
 LIFECYCLE_TEST::~LIFECYCLE_TEST() {
     if (IPMI_TEST_ACCESS::PCIHandle(m_Adaptor) != nullptr) m_Adaptor.Fin();
     RetireDomainThread();
+}
+
+void LIFECYCLE_TEST::GiveDSPs() {
+    setenv("MAVK_AMC", "x314", 1);
+    Kernel().m_Interfaces = {{"eth6", "192.168.0.1", {0x02, 0, 0, 0, 0, 0x10}}};
 }
 
 int LIFECYCLE_TEST::Init(int a_Mode) {

@@ -5,30 +5,16 @@
 #include "adaptor/AdaptorTest.h"
 
 #include "adaptor/IPMI_MonitorThread.h"
+#include "fake/FakeBoardDriver.h"
+#include "fake/FakeKernel.h"
+#include "fake/FakeStorage.h"
 #include "fake/StdoutCapture.h"
 
-#include <array>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace BM_ADAPTOR::TEST {
-
-/// The board driver of this program: what was asked of it.
-struct FAKE_BOARD_DRIVER {
-    struct OPEN_CALL {
-        void* m_Handle;
-        std::array<unsigned char, 8> m_Content;
-        int m_First;
-        int m_Second;
-    };
-
-    int m_OpenResult = 0;
-    std::vector<OPEN_CALL> m_Opened{};
-    std::vector<void*> m_Closed{};
-};
-
-FAKE_BOARD_DRIVER& BoardDriver();
 
 /// A monitor that counts its destruction.
 class COUNTED_MONITOR : public IPMI_MonitorThread {
@@ -52,7 +38,7 @@ public:
 /// The calls that (un)register the groups and the event class, in order; `a_Verb` is "Register" or "Unregister".
 TEXTS RegistrationCalls(const std::string& a_Verb);
 
-/// An adaptor before Init. Standard output is captured.
+/// An adaptor before Init, on a board without eth6 and without the PCI driver's file. Standard output is captured.
 class LIFECYCLE_TEST : public ADAPTOR_PROCESS_TEST {
 protected:
     LIFECYCLE_TEST();
@@ -61,9 +47,13 @@ protected:
     /// OpenIPMI cannot be set up: Init ends in the complete simulation.
     static void WithoutOpenIPMI() { Fake().Setup().m_bOsHandlerFails = true; }
 
+    /// Four DSPs in bay 3, by MAVK_AMC, and the eth6 that their addresses are counted from.
+    static void GiveDSPs();
+
     int Init(int a_Mode);
 
     STDOUT_CAPTURE m_Output;
+    FAKE_STORAGE m_Storage;
     LIFECYCLE_MANAGER m_Host;
     std::vector<std::unique_ptr<IPMI_MonitorThread>> m_Retired{}; ///< the monitors that Init replaced by a second one
     IPMIAdaptor m_Adaptor;

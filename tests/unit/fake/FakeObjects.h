@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -95,9 +96,22 @@ struct ipmi_mc_s {
     std::array<uint8_t, 4> m_Aux{};
 };
 
+/// The settings of one light.
+struct ipmi_light_setting_s {
+    int m_LocalControl = 0;
+    int m_OnTime = 0;
+    int m_OffTime = 0;
+    int m_Color = 0;
+
+    bool operator==(const ipmi_light_setting_s&) const = default;
+};
+
 struct ipmi_control_s {
     ipmi_entity_t* m_Entity = nullptr;
     std::string m_Name{};
     int m_Type = 0;
     ipmi_control_id_t m_ControlID{};
+    ipmi_light_setting_s m_Light{};         ///< what the light shows; setting it stores here
+    std::set<unsigned> m_SupportedColors{}; ///< OpenIPMI's numbers
+    std::vector<int> m_Values{0};           ///< what ipmi_control_set_val stores
 };

@@ -46,6 +46,8 @@ void FAKE_OPENIPMI::Reset() {
     m_MCs.clear();
     m_Controls.clear();
     m_FRUs.clear();
+    m_LightSettings.clear();
+    m_ControlScript = {};
     m_Changed.notify_all();
 }
 

@@ -23,6 +23,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -89,6 +90,19 @@ struct SETUP_SCRIPT {
     std::vector<std::string> m_Calls{}; ///< the names of the set-up functions, in the order of their calls
 };
 
+/// How controls answer.
+struct CONTROL_SCRIPT {
+    /// Results of the functions, by name and call: the first ones; every later call succeeds.
+    std::map<std::string, std::deque<int>> m_Results{};
+    bool m_bCompletesAtOnce = false;   ///< completions come before the request returns, not from the event loop
+    int m_CompletionError = 0;         ///< what the completions tell
+    bool m_bCompletesWithNull = false; ///< a read completes without settings
+    bool m_bAllocFails = false;
+
+    std::vector<std::string> m_Calls{}; ///< the names of the control and light functions, in the order of their calls
+    std::vector<ipmi_light_setting_s> m_SetLights{}; ///< what every ipmi_control_set_light that succeeded set
+};
+
 /// Thrown out of perform_one_op when the loop was told to end; catch it around run().
 struct LOOP_ENDED {};
 
@@ -135,7 +149,7 @@ public:
     /// Something for perform_one_op to do, before any reply.
     void Post(std::function<void()> a_Event);
     /// perform_one_op throws LOOP_ENDED once there is nothing to do. Without it, it waits.
-    void EndLoopWhenIdle();
+    void EndLoopWhenIdle(bool a_End = true);
     /// Waits until a thread in the event loop has nothing left to do.
     void WaitUntilIdle();
 
@@ -146,12 +160,20 @@ public:
     /// Gives the entity FRU data with these multirecords.
     ipmi_fru_t* AddFRU(ipmi_entity_t* a_Entity, std::vector<FAKE_MULTIRECORD> a_Records);
 
+    // Controls: they do as they are told and complete from the event loop.
+    CONTROL_SCRIPT& Controls() { return m_ControlScript; }
+
     // For the functions that stand for OpenIPMI's.
     int Send(SENT_REQUEST a_Request);
     void NoteCall(const char* a_Name);
     os_handler_t* MakeOsHandler();
     int PerformOneOp(os_handler_t* a_Handler);
     int OpenDomain(OPEN_DOMAIN_CALL a_Call);
+    /// Notes the call of a control function; the result that the script has for it.
+    int ControlCall(const char* a_Name);
+    void CompleteControl(std::function<void()> a_Completion);
+    ipmi_control_t* FindControl(const ipmi_control_id_t& a_Id);
+    ipmi_light_setting_t* AllocLightSettings();
 
 private:
     struct ROW {
@@ -186,6 +208,8 @@ private:
     std::deque<ipmi_mc_s> m_MCs;
     std::deque<ipmi_control_s> m_Controls;
     std::deque<ipmi_fru_s> m_FRUs;
+    std::deque<ipmi_light_setting_s> m_LightSettings;
+    CONTROL_SCRIPT m_ControlScript;
 };
 
 /// The fake. Never destroyed: a domain thread may sleep in it until the process ends.

@@ -65,9 +65,9 @@ void FAKE_OPENIPMI::Post(std::function<void()> a_Event) {
     m_Changed.notify_all();
 }
 
-void FAKE_OPENIPMI::EndLoopWhenIdle() {
+void FAKE_OPENIPMI::EndLoopWhenIdle(bool a_End) {
     const std::lock_guard l_Guard(m_Guard);
-    m_bEndLoopWhenIdle = true;
+    m_bEndLoopWhenIdle = a_End;
     m_Changed.notify_all();
 }
 

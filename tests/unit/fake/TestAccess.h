@@ -5,11 +5,20 @@
 #include "ipmi/IPMI_Probe.h"
 #include "ipmi/IPMI_Thread.h"
 
+#include <utility>
+
 // A reference to member m_<name> of whichever of the classes has one.
 #define TEST_ACCESS(a_Member)                                                                                          \
     template <typename CLASS>                                                                                          \
     static auto& a_Member(CLASS& a_Object) {                                                                           \
         return a_Object.m_##a_Member;                                                                                  \
+    }
+
+// A call of the operation.
+#define TEST_CALL(a_Operation)                                                                                         \
+    template <typename CLASS, typename... ARGUMENTS>                                                                   \
+    static auto a_Operation(CLASS& a_Object, ARGUMENTS&&... a_Arguments) {                                             \
+        return a_Object.a_Operation(std::forward<ARGUMENTS>(a_Arguments)...);                                          \
     }
 
 struct IPMI_TEST_ACCESS {
@@ -44,11 +53,15 @@ struct IPMI_TEST_ACCESS {
     TEST_ACCESS(DspMacMap)
     TEST_ACCESS(RTMPresent)
     TEST_ACCESS(NumFramers)
+    TEST_ACCESS(TrunksPerFramer)
+    TEST_ACCESS(TrunkTotal)
     TEST_ACCESS(SwitchPortMap)
     TEST_ACCESS(Storage)
     TEST_ACCESS(InstallDir)
     TEST_ACCESS(Monitor)
     TEST_ACCESS(PCIHandle)
+    TEST_ACCESS(UpgradeStatus)
+    TEST_ACCESS(UpgradeThread)
     TEST_ACCESS(ReservedCounter)
     TEST_ACCESS(ReservedId)
     TEST_ACCESS(Reserved1)
@@ -56,8 +69,30 @@ struct IPMI_TEST_ACCESS {
     TEST_ACCESS(Reserved2)
     TEST_ACCESS(Reserved3)
 
+    // Of the health monitor.
+    TEST_ACCESS(bStop)
+
+    /// What Fin does with an upgrade.
+    static void LeaveUpgrade(BM_ADAPTOR::IPMIAdaptor& a_Adaptor) { a_Adaptor.mLeaveUpgrade(); }
+
+    // Operations of the adaptor.
+    TEST_CALL(mInitRTMInfo)
+    TEST_CALL(mKeepRTMInfo)
+    TEST_CALL(mSetDepop)
+    TEST_CALL(mInitDSPInfo)
+    TEST_CALL(mInitIPInfo)
+    TEST_CALL(mGetDspIpAddrDB)
+    TEST_CALL(mSetDspIpAddrDB)
+    TEST_CALL(mFillDSPInfo)
+    TEST_CALL(mGetIPAddrByName)
+    TEST_CALL(mIsOnSameSubnet)
+    TEST_CALL(mInitSwitchInfo)
+    TEST_CALL(mFindSmallestMac)
+    TEST_CALL(mTeachSwitch)
+
     /// The domain thread of the process; without one the next Init starts one.
     static BM_ADAPTOR::IPMITHREAD*& DomainThread() { return BM_ADAPTOR::IPMIAdaptor::s_DomainThread; }
 };
 
 #undef TEST_ACCESS
+#undef TEST_CALL

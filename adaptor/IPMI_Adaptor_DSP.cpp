@@ -1,0 +1,151 @@
+// The DSPs' addresses: which MACs there are, and the IP addresses that the host's storage keeps for them.
+#include "adaptor/IPMI_Adaptor_DSP.h"
+
+#include "adaptor/IPMI_Adaptor.h"
+#include "adaptor/IPMI_Adaptor_Guard.h"
+#include "adaptor/IPMI_Adaptor_MAC.h"
+#include "adaptor/IPMI_Adaptor_Network.h"
+#include "adaptor/IPMI_Adaptor_Rows.h"
+#include "adaptor/IPMI_Adaptor_Storage.h"
+#include "common/veldo_common_text.h"
+#include "common/veldo_common_trace.h"
+
+#include <memory>
+
+#include <arpa/inet.h>
+
+namespace BM_ADAPTOR {
+
+namespace {
+
+// Addresses of DSP 1 and up while nobody has stored any. Descending, as the boards were always numbered.
+constexpr const char* DEFAULT_IPS[] = {"192.168.0.23", "192.168.0.22", "192.168.0.21", "192.168.0.20"};
+
+// inet_addr() takes more than an address: a text is not looked at behind a blank. Such a text must not pass for one,
+// for it would go on to a shell.
+bool IsDotted(const std::string& a_Text) {
+    return a_Text.find_first_not_of("0123456789abcdefABCDEFxX.") == std::string::npos;
+}
+
+} // namespace
+
+int IPMIAdaptor::GetAMCFirstMac(std::string& a_Mac) {
+    const auto l_Address = HardwareAddressOf(HOST_INTERFACE);
+    if (!l_Address) {
+        LogError(m_Logger, "Fail to Get MAC of eth6");
+        return RESULT_NOTHING_DONE;
+    }
+    const auto& l_Bytes = l_Address->m_Bytes;
+    a_Mac = FormatText("%02x:%02x:%02x:%02x:%02x:%02x", l_Bytes[0], l_Bytes[1], l_Bytes[2], l_Bytes[3], l_Bytes[4],
+                       l_Bytes[5]);
+    return RESULT_OK;
+}
+
+// The base and the address behind it are the CPUs'.
+bool IPMIAdaptor::CalculateDspMacAddr(const std::string& a_BaseMac, int a_Count, std::string* a_Macs) {
+    const auto l_Base = MAC_ADDRESS::Parse(a_BaseMac);
+    if (!l_Base) return false;
+    for (int i = 0; i < a_Count; ++i)
+        a_Macs[i] = l_Base->Plus(static_cast<uint32_t>(i) + 2).Text();
+    return true;
+}
+
+int IPMIAdaptor::mInitDSPInfo() {
+    CBMITable* l_Made = nullptr;
+    const int l_Result = AMC_DSP_ReadTable(l_Made);
+    const std::unique_ptr<CBMITable> l_Table(l_Made);
+    if (l_Result == RESULT_OK && l_Table->GetSize() > 0) {
+        mSetDepop(l_Table->GetSize());
+        mKeepDSPMacs(*l_Table);
+    } else {
+        bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Can not get DSP Info table");
+    }
+    return mInitIPInfo();
+}
+
+// DSPs are numbered by their rows; a row without a MAC keeps its number.
+void IPMIAdaptor::mKeepDSPMacs(const CBMITable& a_Table) {
+    for (int i = 0; i < a_Table.GetSize(); ++i) {
+        const CBMIParams* l_Row = a_Table.Get(i);
+        if (l_Row == nullptr) {
+            bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Can not get MAC Address of dsp[%d]", i + 1);
+            return;
+        }
+        if (auto l_Mac = TextParam(l_Row, BMI_HW_AMC_DSP_MAC)) m_DspMacMap[i + 1] = std::move(*l_Mac);
+    }
+}
+
+int IPMIAdaptor::mInitIPInfo() {
+    if (m_Storage == nullptr) return RESULT_NOTHING_DONE;
+    {
+        const STORAGE_TRANSACTION l_Transaction(*m_Storage);
+        CBMITable l_Table;
+        if (l_Transaction.IsOpen() && m_Storage->RetrieveTable(DSP_IP_FILE, l_Table, 0) == RESULT_OK &&
+            l_Table.GetSize() > 0) {
+            return RESULT_OK;
+        }
+    }
+    int l_Result = RESULT_NOTHING_DONE;
+    int l_Dsp = 0;
+    for (const char* l_IP : DEFAULT_IPS)
+        l_Result = mSetDspIpAddrDB(++l_Dsp, l_IP, true);
+    return l_Result;
+}
+
+int IPMIAdaptor::mGetDspIpAddrDB(int a_Dsp, std::string& a_IP) {
+    if (m_Storage != nullptr) {
+        const STORAGE_TRANSACTION l_Transaction(*m_Storage);
+        CBMIKeys l_Keys;
+        AddKey(l_Keys, BMI_HW_AMC_DSP_EX_NUM, a_Dsp);
+        CBMIParams l_Row;
+        if (l_Transaction.IsOpen() && m_Storage->RetrieveRow(DSP_IP_FILE, l_Keys, l_Row, 0) == RESULT_OK) {
+            if (auto l_IP = TextParam(&l_Row, BMI_HW_AMC_DSP_EX_IP)) {
+                a_IP = std::move(*l_IP);
+                return RESULT_OK;
+            }
+        }
+    }
+    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Can not get IP Address of dsp[%d]", a_Dsp);
+    return RESULT_NOTHING_DONE;
+}
+
+int IPMIAdaptor::mSetDspIpAddrDB(int a_Dsp, const std::string& a_IP, bool a_Create) {
+    if (m_Storage == nullptr) return RESULT_NOTHING_DONE;
+    CBMIKeys l_Keys;
+    AddKey(l_Keys, BMI_HW_AMC_DSP_EX_NUM, a_Dsp);
+    CBMIParams l_Row = l_Keys;
+    AddText(l_Row, BMI_HW_AMC_DSP_EX_IP, a_IP);
+    STORAGE_TRANSACTION l_Transaction(*m_Storage);
+    if (!l_Transaction.IsOpen()) return RESULT_NOTHING_DONE;
+    return l_Transaction.End(a_Create ? m_Storage->CreateRow(DSP_IP_FILE, l_Keys, l_Row)
+                                      : m_Storage->SetRow(DSP_IP_FILE, l_Keys, l_Row));
+}
+
+int IPMIAdaptor::mFillDSPInfo(int a_Index, int a_Dsp, IPMI_DSP_Info_S* a_Table) {
+    const auto l_Found = m_DspMacMap.find(a_Dsp);
+    if (l_Found == m_DspMacMap.end()) {
+        bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Fail to get MAC Address of DSP[%d]", a_Dsp);
+        return RESULT_NOTHING_DONE;
+    }
+    const bool l_IsInTable = a_Table != nullptr && a_Index >= 0 && a_Index < static_cast<int>(m_DspMacMap.size());
+    if (!l_IsInTable) return RESULT_NOTHING_DONE;
+    a_Table[a_Index].m_MAC = l_Found->second;
+    return mGetDspIpAddrDB(a_Dsp, a_Table[a_Index].m_IP);
+}
+
+int IPMIAdaptor::mGetIPAddrByName(const std::string& a_Interface, std::string& a_IP) {
+    auto l_Address = IPv4AddressOf(a_Interface);
+    if (!l_Address) return RESULT_NOTHING_DONE;
+    a_IP = std::move(*l_Address);
+    return RESULT_OK;
+}
+
+bool IPMIAdaptor::mIsOnSameSubnet(const std::string& a_First, const std::string& a_Second, const std::string& a_Mask) {
+    if (!IsDotted(a_First) || !IsDotted(a_Second)) return false;
+    const in_addr_t l_First = inet_addr(a_First.c_str());
+    const in_addr_t l_Second = inet_addr(a_Second.c_str());
+    const in_addr_t l_Mask = inet_addr(a_Mask.c_str());
+    return l_First != INADDR_NONE && l_Second != INADDR_NONE && (l_First & l_Mask) == (l_Second & l_Mask);
+}
+
+} // namespace BM_ADAPTOR

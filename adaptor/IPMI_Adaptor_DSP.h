@@ -1,0 +1,20 @@
+// The DSPs' addresses, as start-up hands them on.
+#pragma once
+
+#include <string>
+
+namespace BM_ADAPTOR {
+
+/// One DSP's addresses, as text.
+struct IPMI_DSP_Info_S {
+    std::string m_MAC;
+    std::string m_IP;
+};
+
+/// An AMC has this many DSPs at the most.
+inline constexpr int DSPS_PER_AMC = 4;
+
+/// Storage file of the DSPs' IP addresses: a row for each DSP number.
+inline constexpr const char* DSP_IP_FILE = "telq_qub_dsp_iptable_cfg.xml";
+
+} // namespace BM_ADAPTOR

@@ -1,0 +1,40 @@
+// Transactions of the host's storage, begun and ended by scope.
+#pragma once
+
+#include "adaptor/IPMI_Adaptor.h"
+#include "bm/DataStorage.h"
+
+namespace BM_ADAPTOR {
+
+/// A transaction of the host's storage, from the construction to End, or to the end of the scope. The storage refuses
+/// any access outside of one.
+class STORAGE_TRANSACTION {
+public:
+    explicit STORAGE_TRANSACTION(QUB_STORAGE::CDataStorage& a_Storage)
+        : m_Storage(a_Storage),
+          m_Open(a_Storage.StartTransaction() == RESULT_OK) {}
+    STORAGE_TRANSACTION(const STORAGE_TRANSACTION&) = delete;
+    STORAGE_TRANSACTION& operator=(const STORAGE_TRANSACTION&) = delete;
+    ~STORAGE_TRANSACTION() {
+        if (m_Open) m_Storage.EndTransaction();
+    }
+
+    /// False when the storage gave none: nothing may be read or written then.
+    bool IsOpen() const { return m_Open; }
+
+    /// Ends it after a write: what was written is stored now, or never.
+    /// @param a_Written  the write's result
+    /// @return the write's result when it failed, else that of the end
+    int End(int a_Written) {
+        if (!m_Open) return RESULT_NOTHING_DONE;
+        m_Open = false;
+        const int l_Ended = m_Storage.EndTransaction();
+        return a_Written == RESULT_OK ? l_Ended : a_Written;
+    }
+
+private:
+    QUB_STORAGE::CDataStorage& m_Storage;
+    bool m_Open;
+};
+
+} // namespace BM_ADAPTOR

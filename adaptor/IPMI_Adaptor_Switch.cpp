@@ -1,0 +1,122 @@
+// One external port of the switch: what the driver is told and asked, and what the storage keeps.
+#include "adaptor/IPMI_Adaptor_Switch.h"
+
+#include "adaptor/IPMI_Adaptor.h"
+#include "adaptor/IPMI_Adaptor_Guard.h"
+#include "adaptor/IPMI_Adaptor_Rows.h"
+#include "adaptor/IPMI_Adaptor_Storage.h"
+#include "bm/BoardDriver.h"
+#include "common/veldo_common_trace.h"
+
+#include <utility>
+
+namespace BM_ADAPTOR {
+
+namespace {
+
+enum DRIVER_MODE_e : int { DRIVER_DISABLE = 0, DRIVER_ENABLE = 1, DRIVER_QUERY = 2 };
+
+} // namespace
+
+IPMI_SWITCHPORT::IPMI_SWITCHPORT(int a_PortNumber, int a_BackendId, TELQ_Ext_If_Types_e a_Type, std::string a_Name,
+                                 IPMIAdaptor* a_Adaptor)
+    : m_Adaptor(a_Adaptor),
+      m_Storage(m_Adaptor != nullptr ? m_Adaptor->GetStorage() : nullptr),
+      m_PortNumber(a_PortNumber),
+      m_BackendId(a_BackendId),
+      m_Type(a_Type),
+      m_Name(std::move(a_Name)) {}
+
+// In one transaction, so that no other process can store a state in between. What the switch could not tell is not
+// stored: the next start would take it for the user's.
+int IPMI_SWITCHPORT::Init() {
+    const std::lock_guard l_Guard(m_Setting);
+    if (m_Storage == nullptr) return QuerySwitchPort();
+    STORAGE_TRANSACTION l_Transaction(*m_Storage);
+    if (const auto l_Stored = l_Transaction.IsOpen() ? mStoredState() : std::nullopt) {
+        m_Admin = *l_Stored;
+        if (TracesOn()) {
+            bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "Set User's setting for Switch Port[%d] and backend Id = %d ",
+                   m_PortNumber, m_BackendId);
+        }
+        return SetUseSetting();
+    }
+    if (QuerySwitchPort() != RESULT_OK || !l_Transaction.IsOpen()) return RESULT_NOTHING_DONE;
+    CBMIParams l_Row = mKeys();
+    AddInt(l_Row, BMI_HW_AMC_SWITCHPORT_ADMIN, m_Admin);
+    return l_Transaction.End(m_Storage->CreateRow(SWITCH_PORT_FILE, mKeys(), l_Row));
+}
+
+int IPMI_SWITCHPORT::QuerySwitchPort() {
+    int l_Enabled = 0;
+    const int l_Error = mavkAmcSwitchPortEnable(m_BackendId, DRIVER_QUERY, &l_Enabled);
+    if (l_Error != 0) {
+        bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR,
+               "Fail to Query Switch Port[%d] and backend Id = %d - firmware return error code = %d\n", m_PortNumber,
+               m_BackendId, l_Error);
+        return RESULT_NOTHING_DONE;
+    }
+    if (TracesOn()) {
+        bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "get admin status from fw = %d, SW port %s, Backend Id = %d",
+               l_Enabled, m_Name.c_str(), m_BackendId);
+    }
+    m_Admin = l_Enabled == 1 ? PORT_ENABLED : PORT_DISABLED;
+    return RESULT_OK;
+}
+
+int IPMI_SWITCHPORT::SetUseSetting() {
+    return mDrive(m_Admin);
+}
+
+int IPMI_SWITCHPORT::GetOperStatus() {
+    int l_Up = 0;
+    const int l_Error = mavkAmcSwitchPortCheckLink(m_BackendId, &l_Up);
+    if (l_Error != 0) {
+        bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR,
+               "Fail to Retrieve Switch Port[%d] Status and backend Id = %d - firmware return error code = %d\n",
+               m_PortNumber, m_BackendId, l_Error);
+        return PORT_LINK_UNKNOWN;
+    }
+    return l_Up == 1 ? PORT_LINK_UP : PORT_LINK_DOWN;
+}
+
+int IPMI_SWITCHPORT::SetSwitch(int a_Admin) {
+    const std::lock_guard l_Guard(m_Setting);
+    if (TracesOn()) {
+        bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "set admin = %d, SW port %s, Backend Id = %d", a_Admin,
+               m_Name.c_str(), m_BackendId);
+    }
+    if (mDrive(a_Admin) != RESULT_OK) return RESULT_NOTHING_DONE;
+    m_Admin = a_Admin;
+    if (m_Storage == nullptr) return RESULT_NOTHING_DONE;
+    CBMIParams l_Row = mKeys();
+    AddInt(l_Row, BMI_HW_AMC_SWITCHPORT_ADMIN, a_Admin);
+    STORAGE_TRANSACTION l_Transaction(*m_Storage);
+    if (!l_Transaction.IsOpen()) return RESULT_NOTHING_DONE;
+    return l_Transaction.End(m_Storage->SetRow(SWITCH_PORT_FILE, mKeys(), l_Row));
+}
+
+int IPMI_SWITCHPORT::mDrive(int a_Admin) const {
+    int l_Enabled = 0;
+    const int l_Mode = a_Admin == PORT_ENABLED ? DRIVER_ENABLE : DRIVER_DISABLE;
+    const int l_Error = mavkAmcSwitchPortEnable(m_BackendId, l_Mode, &l_Enabled);
+    if (l_Error == 0) return RESULT_OK;
+    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR,
+           "Fail to set Switch Port[%d] and backend Id = %d - firmware return error code = %d", m_PortNumber,
+           m_BackendId, l_Error);
+    return RESULT_NOTHING_DONE;
+}
+
+CBMIKeys IPMI_SWITCHPORT::mKeys() const {
+    CBMIKeys l_Keys;
+    AddKey(l_Keys, BMI_HW_AMC_SWITCHPORT_NUM, m_PortNumber);
+    return l_Keys;
+}
+
+std::optional<int32_t> IPMI_SWITCHPORT::mStoredState() const {
+    CBMIParams l_Row;
+    if (m_Storage->RetrieveRow(SWITCH_PORT_FILE, mKeys(), l_Row, 0) != RESULT_OK) return std::nullopt;
+    return IntParam(&l_Row, BMI_HW_AMC_SWITCHPORT_ADMIN);
+}
+
+} // namespace BM_ADAPTOR

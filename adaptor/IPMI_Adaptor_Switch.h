@@ -1,0 +1,75 @@
+// The external ports of the blade's Ethernet switch, each with the state that the host's storage keeps for it.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace QUB_STORAGE {
+class CDataStorage;
+}
+
+namespace BM_ADAPTOR {
+
+class CBMIKeys;
+class IPMIAdaptor;
+
+/// Where a port leads.
+enum TELQ_Ext_If_Types_e : int32_t { TELQ_EXT_IF_FABRIC = 2, TELQ_EXT_IF_RTM = 3 };
+
+/// Administrative states. A port is enabled by PORT_ENABLED and disabled by every other value; the value is kept as it
+/// came.
+enum PORT_ADMIN_e : int32_t { PORT_DISABLED = 0, PORT_ENABLED = 1 };
+/// Link states.
+enum PORT_OPER_e : int32_t { PORT_LINK_DOWN = 0, PORT_LINK_UP = 1, PORT_LINK_UNKNOWN = 2 };
+
+/// Storage file of the ports' states: a row for each port number.
+inline constexpr const char* SWITCH_PORT_FILE = "telq_qub_switchport_cfg.xml";
+
+/// One external port. The operations may be called from any thread; each waits for the board driver.
+class IPMI_SWITCHPORT {
+public:
+    /// @param a_BackendId  the switch's own index of the port
+    /// @param a_Adaptor    whose storage keeps the state; it owns the port
+    IPMI_SWITCHPORT(int a_PortNumber, int a_BackendId, TELQ_Ext_If_Types_e a_Type, std::string a_Name,
+                    IPMIAdaptor* a_Adaptor);
+    IPMI_SWITCHPORT(const IPMI_SWITCHPORT&) = delete;
+    IPMI_SWITCHPORT& operator=(const IPMI_SWITCHPORT&) = delete;
+    virtual ~IPMI_SWITCHPORT() = default;
+
+    /// Brings the port into its stored state; without one, stores the state that the switch has.
+    /// @return the result of the last step: 1, 0 after an error of the driver, or the storage's
+    int Init();
+    /// Takes the state from the switch. 1, or 0.
+    int QuerySwitchPort();
+    /// Drives the switch to the state. 1, or 0.
+    int SetUseSetting();
+    /// Asks for the link, a PORT_OPER_e.
+    int GetOperStatus();
+    /// Drives the port, then stores the state.
+    /// @return 0 when the driver refused, and nothing has changed; else the storage's result, and the port is driven
+    int SetSwitch(int a_Admin);
+
+    int GetPortNumber() const { return m_PortNumber; }
+    TELQ_Ext_If_Types_e GetType() const { return m_Type; }
+    const std::string& GetName() const { return m_Name; }
+    int GetAdminStatus() const { return m_Admin; }
+
+private:
+    int mDrive(int a_Admin) const;
+    CBMIKeys mKeys() const;
+    std::optional<int32_t> mStoredState() const;
+
+    IPMIAdaptor* m_Adaptor;
+    QUB_STORAGE::CDataStorage* m_Storage; ///< the adaptor's, may be null
+    int m_PortNumber;
+    int m_BackendId;
+    TELQ_Ext_If_Types_e m_Type;
+    std::string m_Name;
+    std::atomic<int32_t> m_Admin = PORT_DISABLED;
+    std::mutex m_Setting; ///< held while the port is driven and stored, so that both end up with the same state
+};
+
+} // namespace BM_ADAPTOR

@@ -1,0 +1,73 @@
+// Firmware upgrades of the baseboard, an AMC or the RTM: the state that the host follows, and the thread of one
+// upgrade.
+#pragma once
+
+#include "bm/BaseAdaptor.h"
+#include "bm/OSAL.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+class CBaseOsLog;
+
+namespace BM_ADAPTOR {
+
+class IPMIAdaptor;
+
+/// What is upgraded. The host's number as it came: every one but 1 means the baseboard.
+enum UPGRADETARGET : int32_t {
+    UPGRADETARGET_BASEBOARD = 0,
+    UPGRADETARGET_MODULE = 1 ///< an AMC, or the RTM in its bay
+};
+
+enum UPGRADE_STATE_e : int32_t { UPGRADE_REQUESTED = 0, UPGRADE_DONE = 2, UPGRADE_FAILED = 3 };
+
+/// The last upgrade, or the one under way. The adaptor shares it with the upgrade's thread, which may outlive the
+/// adaptor.
+class UPGRADE_STATUS {
+public:
+    /// Who gets the event, null for nobody. Waits for an event that another thread is sending.
+    void SetManager(IBMAdaptorMgr* a_Manager);
+    /// Claims the next upgrade. False when one is under way: then nothing changes.
+    bool Begin(UPGRADETARGET a_Target, int32_t a_Bay);
+    /// Enters the outcome and sends the event, then lets the next upgrade begin.
+    void Finish(UPGRADE_STATE_e a_Outcome);
+
+    bool IsInProgress() const { return m_bInProgress; }
+    /// Adds target, bay and state to a row.
+    void AddTo(CBMIParams& a_Row) const;
+
+private:
+    std::atomic<bool> m_bInProgress = false;
+    std::atomic<int32_t> m_Target = UPGRADETARGET_BASEBOARD;
+    std::atomic<int32_t> m_Bay = 0;
+    std::atomic<int32_t> m_State = UPGRADE_DONE; ///< before the first upgrade too
+    std::recursive_mutex m_ManagerLock;          ///< a host may end the adaptor while it takes the event
+    IBMAdaptorMgr* m_Manager = nullptr;
+};
+
+/// One upgrade: runs the firmware tool once. Whoever started it joins it before he deletes it, or never deletes it.
+class UPGRADETHREAD : public OSAL::OSALThread, public OSAL::OSALMonitor {
+public:
+    /// Takes from the adaptor what it needs; the adaptor may be gone when it runs.
+    /// @param a_ImagePath  copied; handed to the tool as one argument, whatever is in it
+    UPGRADETHREAD(IPMIAdaptor* a_Adaptor, CBaseOsLog* a_Logger, UPGRADETARGET a_Target, int a_Bay,
+                  const char* a_ImagePath);
+
+    void run() override;
+
+private:
+    int mRunTool() const;
+    std::string mCommand() const;
+
+    std::shared_ptr<UPGRADE_STATUS> m_Status;
+    CBaseOsLog* m_Logger;
+    UPGRADETARGET m_Target;
+    int m_Bay;
+    std::string m_ImagePath;
+};
+
+} // namespace BM_ADAPTOR

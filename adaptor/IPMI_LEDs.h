@@ -1,0 +1,114 @@
+// One LED's setting, its way into and out of the host's rows, and the request that reads or sets a light through
+// OpenIPMI.
+#pragma once
+
+#include "bm/OSAL.h"
+#include "bm/Params.h"
+#include "ipmi/IPMI_Thread_Model.h"
+
+#include <OpenIPMI/ipmiif.h>
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+struct IPMI_TEST_ACCESS;
+
+namespace BM_ADAPTOR {
+
+/// PICMG colour codes (PICMG 3.0, Get LED Color Capabilities), which the host's colour codes follow.
+enum PICMG_LED_COLOR_e : int32_t {
+    PICMG_LED_NO_COLOR = 0,
+    PICMG_LED_BLUE = 1,
+    PICMG_LED_RED = 2,
+    PICMG_LED_GREEN = 3,
+    PICMG_LED_AMBER = 4,
+    PICMG_LED_ORANGE = 5,
+    PICMG_LED_WHITE = 6,
+    HOST_LED_OFF = 7 ///< the host's code for an LED that is off; PICMG has none
+};
+
+/// Blink modes of the host.
+enum HOST_LED_MODE_e : int32_t {
+    HOST_LED_STEADY = 1,
+    HOST_LED_BLINKS = 2,       ///< off time 2 to 125
+    HOST_LED_BLINKS_SLOWLY = 3 ///< off time above 125
+};
+
+/// One LED's setting. On is 1/0, off is 0/1, blinking has both times above 1.
+struct LED_STATE {
+    LED_STATE() = default;
+    /// Reads light 0 of an OpenIPMI setting; see ImportFromOPENIPMISettings.
+    explicit LED_STATE(ipmi_light_setting_s& a_Settings);
+
+    /// Reads light 0, up to the first failure; `m_Valid` tells whether all was read, `m_Text` what failed. Null:
+    /// nothing.
+    void ImportFromOPENIPMISettings(ipmi_light_setting_s* a_Settings);
+
+    int32_t m_Valid = 0;   ///< 1 once the state was filled
+    int32_t m_Color = 0;   ///< OpenIPMI's light colours: 0 black, 1 white, 2 red, 3 green, 4 blue, 5 yellow, 6 orange
+    int32_t m_OnTime = 0;  ///< to set: milliseconds; as read from a controller by the probe: tens of milliseconds
+    int32_t m_OffTime = 0; ///< likewise
+    int32_t m_LocalControl = 0;     ///< 1: the controller decides what the LED shows
+    int32_t m_LampTestDuration = 0; ///< hundreds of milliseconds; 0 without a lamp test
+    std::string m_Text;             ///< failure text of the last import; ends in the result code as one byte
+    /// Supported colours: white, orange, amber (OpenIPMI's yellow), green, red, blue.
+    std::array<bool, 6> m_ColorSupported{};
+};
+
+/// Rows of the internal groups 0x100 (baseboard) and 0x200 (AMC) to a state. False, and the state is left alone, when
+/// the row is null or lacks on time, off time or local control; integers of either type count.
+bool ConvertInternalRowToState(const CBMIParams* a_Row, LED_STATE* a_State);
+bool ConvertInternalAMCRowToState(const CBMIParams* a_Row, LED_STATE* a_State);
+/// A state to the end of an internal row. A null row ends the process with status 1.
+void ConvertStateToInternalRow(CBMIParams* a_Row, const LED_STATE& a_State);
+void ConvertStateToInternalAMCRow(CBMIParams* a_Row, const LED_STATE& a_State);
+/// A state as colour code and blink mode to the end of a row of group 0x30100 or 0x30300. A null row is ignored.
+void ConvertStateToExternalRow(CBMIParams* a_Row, const LED_STATE& a_State);
+void ConvertStateToExternalAMCRow(CBMIParams* a_Row, const LED_STATE& a_State);
+
+/// Reads or sets one light through its OpenIPMI control. Read and Write block the calling host thread, without a
+/// time-out, until OpenIPMI reports completion on its own thread; they must not be called there. When OpenIPMI refuses
+/// the request nothing completes it, and the caller stays blocked. One request serves one thread at a time.
+class OPENIPMI_LED_REQUEST {
+public:
+    /// @param a_Control  whose OpenIPMI control id names the light; stays the caller's and must outlive the request
+    explicit OPENIPMI_LED_REQUEST(IPMI_CONTROL* a_Control);
+    OPENIPMI_LED_REQUEST(const OPENIPMI_LED_REQUEST&) = delete;
+    OPENIPMI_LED_REQUEST& operator=(const OPENIPMI_LED_REQUEST&) = delete;
+    virtual ~OPENIPMI_LED_REQUEST() = default;
+
+    /// Fills the state; `m_Valid` stays 0 when the light could not be read.
+    void Read();
+    /// Applies the state.
+    void Write();
+
+    // What OpenIPMI calls; the static ones end the process when they get no request.
+    static void s_ID2Pointer_Handler(ipmi_control_t* a_Control, void* a_UserData);
+    static void s_GetLightComplete_Handler(ipmi_control_t* a_Control, int a_Err, ipmi_light_setting_t* a_Settings,
+                                           void* a_UserData);
+    static void s_SetLightComplete_Handler(ipmi_control_t* a_Control, int a_Err, void* a_UserData);
+    void ID2Pointer_Handler(ipmi_control_s* a_Control);
+    void GetLightComplete_Handler(int a_Err, ipmi_light_setting_s* a_Settings);
+    void SetLightComplete_Handler(int a_Err);
+
+private:
+    friend struct ::IPMI_TEST_ACCESS;
+
+    enum MODE_e : int32_t { IDLE = 0, READ = 1, WRITE = 2 };
+
+    void Wait(MODE_e a_Mode);
+    void ReadLight(ipmi_control_s* a_Control);
+    void WriteLight(ipmi_control_s* a_Control);
+
+    int32_t m_Mode = IDLE;
+
+public:
+    LED_STATE m_State; ///< what Write applies and Read fills; the caller's while neither runs
+
+private:
+    OSAL::OSALMutex m_Latch; ///< unlocked by whichever handler completes the request
+    IPMI_CONTROL* m_Control;
+};
+
+} // namespace BM_ADAPTOR

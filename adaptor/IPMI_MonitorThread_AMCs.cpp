@@ -1,0 +1,76 @@
+// The health monitor's other question: do AMCs, DSPs and RTM pass the diagnostic of the board driver's tools.
+#include "adaptor/IPMI_MonitorThread.h"
+
+#include "adaptor/IPMI_Adaptor_Guard.h"
+#include "bm/Log.h"
+#include "common/veldo_common_trace.h"
+
+#include <cstdlib>
+
+namespace BM_ADAPTOR {
+
+namespace {
+
+/// Exit statuses of the diagnostic. A larger one is the shell's: it could not run the tool.
+enum DIAGNOSTIC_STATUS_e : int {
+    DIAGNOSTIC_PASSED = 0,
+    DIAGNOSTIC_INVALID_PARAMETERS = 1,
+    DIAGNOSTIC_FIRMWARE_FAILED = 2,
+    DIAGNOSTIC_AMC_FAILED = 16,
+    DIAGNOSTIC_RTM_FAILED = 32
+};
+
+// A tool that a signal ended has exit status 0, and passes.
+int RunDiagnostic(const std::string& a_Command) {
+    return (system(a_Command.c_str()) >> 8) & 0xFF;
+}
+
+int Failed(MONITOR_RESULT_e a_Result, const char* a_Text) {
+    bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "%s", a_Text);
+    return a_Result;
+}
+
+int NotRun() {
+    return Failed(MONITOR_NOT_RUN, "system() call failed");
+}
+
+int ResultOf(int a_Status) {
+    switch (a_Status) {
+    case DIAGNOSTIC_PASSED:
+        return MONITOR_LIVE;
+    case DIAGNOSTIC_INVALID_PARAMETERS:
+        return Failed(MONITOR_NOT_RUN, "Invalid parameters");
+    case DIAGNOSTIC_FIRMWARE_FAILED:
+        return Failed(MONITOR_FIRMWARE_FAILED, "Firmware failed");
+    case DIAGNOSTIC_AMC_FAILED:
+        return Failed(MONITOR_AMC_FAILED, "AMC failed");
+    case DIAGNOSTIC_RTM_FAILED:
+        return Failed(MONITOR_RTM_FAILED, "RTM failed");
+    default:
+        return NotRun();
+    }
+}
+
+} // namespace
+
+int IPMI_MonitorThread::IsAMCsLive() {
+    const int l_Result = ResultOf(RunDiagnostic(mDiagnostic(false)));
+    if (l_Result == MONITOR_LIVE) {
+        if (TracesOn()) bmiLog(BM_LOG_DEBUG, COMPONENT_MONITOR_THREAD, "AMCs are live");
+        return l_Result;
+    }
+    // Once more, for the tool to write its report; what it finds this time does not count.
+    return RunDiagnostic(mDiagnostic(true)) > DIAGNOSTIC_RTM_FAILED ? NotRun() : l_Result;
+}
+
+std::string IPMI_MonitorThread::mDiagnostic(bool a_bVerbose) const {
+    const char* l_Form = a_bVerbose ? "/bin/mavk_diag -r -v" : "/bin/mavk_diag -r";
+    if (!m_bAMCCheckMode) {
+        l_Form = a_bVerbose ? "/bin/mavk_diag -r -v -b amc" : "/bin/mavk_diag -r -b amc";
+    } else if (m_bInterfaceCheckMode) {
+        l_Form = a_bVerbose ? "/bin/mavk_diag -r -i -v" : "/bin/mavk_diag -r -i";
+    }
+    return m_InstallDir + l_Form + m_DSPGroups;
+}
+
+} // namespace BM_ADAPTOR

@@ -1,0 +1,66 @@
+// The board driver as tests play it; see the header.
+#include "fake/FakeBoardDriver.h"
+
+#include "bm/BoardDriver.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+std::string TextOf(const unsigned char* a_Mac) {
+    std::array<char, 18> l_Text{};
+    snprintf(l_Text.data(), l_Text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", a_Mac[0], a_Mac[1], a_Mac[2], a_Mac[3],
+             a_Mac[4], a_Mac[5]);
+    return l_Text.data();
+}
+
+int Called(const std::string& a_Call) {
+    BoardDriver().m_Calls.push_back(a_Call);
+    for (const std::string& l_Name : {a_Call, a_Call.substr(0, a_Call.find(' '))}) {
+        const auto l_Found = BoardDriver().m_Errors.find(l_Name);
+        if (l_Found != BoardDriver().m_Errors.end()) return l_Found->second;
+    }
+    return 0;
+}
+
+} // namespace
+
+FAKE_BOARD_DRIVER& BoardDriver() {
+    static FAKE_BOARD_DRIVER s_Driver;
+    return s_Driver;
+}
+
+int uPCIMemOpen(void* a_Handle, int a_First, int a_Second) {
+    auto& l_Call = BoardDriver().m_Opened.emplace_back();
+    l_Call = {a_Handle, {}, a_First, a_Second};
+    std::copy_n(static_cast<unsigned char*>(a_Handle), l_Call.m_Content.size(), l_Call.m_Content.begin());
+    return BoardDriver().m_OpenResult;
+}
+
+int uPCIMemClose(void* a_Handle) {
+    BoardDriver().m_Closed.push_back(a_Handle);
+    return 0;
+}
+
+int mavkAmcSwitchPortEnable(int a_Backend, int a_Mode, int* a_Out) {
+    if (const int l_Error = Called("PortEnable " + std::to_string(a_Backend) + " mode " + std::to_string(a_Mode)))
+        return l_Error;
+    if (a_Mode != 2) BoardDriver().m_Enabled[a_Backend] = a_Mode;
+    *a_Out = BoardDriver().m_Enabled[a_Backend];
+    return 0;
+}
+
+int mavkAmcSwitchPortCheckLink(int a_Backend, int* a_Out) {
+    if (const int l_Error = Called("CheckLink " + std::to_string(a_Backend))) return l_Error;
+    *a_Out = BoardDriver().m_Link[a_Backend];
+    return 0;
+}
+
+int mavkAmcSwitchMACLearn(int a_Port, const unsigned char* a_Mac) {
+    return Called("Learn " + std::to_string(a_Port) + " " + TextOf(a_Mac));
+}
+
+int mavkAmcSwitchMACLearnByDSP(int a_Dsp, const unsigned char* a_Mac) {
+    return Called("LearnByDSP " + std::to_string(a_Dsp) + " " + TextOf(a_Mac));
+}

@@ -1,0 +1,30 @@
+// The board driver as tests play it, in the place of the platform's: what was asked of it, and what it answers.
+#pragma once
+
+#include <array>
+#include <map>
+#include <string>
+#include <vector>
+
+struct FAKE_BOARD_DRIVER {
+    struct OPEN_CALL {
+        void* m_Handle;
+        std::array<unsigned char, 8> m_Content;
+        int m_First;
+        int m_Second;
+    };
+
+    int m_OpenResult = 0;
+    std::vector<OPEN_CALL> m_Opened{};
+    std::vector<void*> m_Closed{};
+
+    // Of the switch, by its own index of the port. A port that is not here is disabled and down.
+    std::map<int, int> m_Enabled{};
+    std::map<int, int> m_Link{};
+    /// Every call in order: "PortEnable 3 mode 2", "CheckLink 3", "Learn 7 02:00:00:00:00:01", "LearnByDSP 0 02:…".
+    std::vector<std::string> m_Calls{};
+    /// The calls that answer an error and do nothing; the calls of a kind by its first word.
+    std::map<std::string, int> m_Errors{};
+};
+
+FAKE_BOARD_DRIVER& BoardDriver();
