@@ -4,6 +4,7 @@ import json
 import os
 import select
 import subprocess
+import tempfile
 import uuid
 from pathlib import Path
 
@@ -31,12 +32,14 @@ class Blade:
 
     def __init__(self):
         self.mark = f"BLADESIM_TEST_MARK={uuid.uuid4()}"
+        self.state = tempfile.TemporaryDirectory(prefix="bmhost-state-")
 
     def environment(self, extra):
         result = {name: value for name, value in os.environ.items() if not name.startswith(("MAVK_", "BLADESIM_"))}
         # The bridge is loaded before the sanitizer's runtime, which is no mistake.
         result["ASAN_OPTIONS"] = "verify_asan_link_order=0:" + result.get("ASAN_OPTIONS", "")
         result["PATH"] = f"{bin_folder()}:{result['PATH']}"
+        result["XDG_STATE_HOME"] = self.state.name  # bmhost's storage, where a test names none
         result.update([self.mark.split("=")])
         result.update(extra or {})
         return result
@@ -47,10 +50,10 @@ class Blade:
             options.setdefault(name, subprocess.PIPE)
         return subprocess.Popen([bin_folder() / "bladesim", *arguments], env=self.environment(env), text=True, bufsize=1, **options)
 
-    def run(self, *arguments, env=None, input="", seconds=SECONDS):
+    def run(self, *arguments, env=None, input="", seconds=SECONDS, encoding="utf-8"):
         """Runs bladesim to its end; the result has returncode, stdout and stderr."""
         return subprocess.run(
-            [bin_folder() / "bladesim", *arguments], env=self.environment(env), input=input, text=True, capture_output=True, timeout=seconds
+            [bin_folder() / "bladesim", *arguments], env=self.environment(env), input=input, encoding=encoding, capture_output=True, timeout=seconds
         )
 
     def processes(self):
@@ -84,6 +87,7 @@ class Blade:
                 os.kill(process, 9)
             except ProcessLookupError:
                 pass
+        self.state.cleanup()
 
 
 @pytest.fixture

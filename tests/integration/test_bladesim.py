@@ -37,7 +37,7 @@ def test_a_command_that_does_not_exist_is_reported_as_a_shell_does(blade):
     assert done.stderr == "bladesim: no-such-command: No such file or directory\n"
 
 
-@pytest.mark.parametrize("arguments", [[], ["--"], ["--nonsense", "--", "true"], ["--blade"]])
+@pytest.mark.parametrize("arguments", [[], ["--"], ["--nonsense", "--", "true"], ["--blade"], ["--timeout", "-1", "--", "true"], ["--dump-fru", "0"], ["--dump-fru", "0", "x", "--", "true"]])
 def test_bad_usage_has_a_status_of_its_own(blade, arguments):
     done = blade.run(*arguments)
     assert done.returncode == 2
@@ -45,7 +45,8 @@ def test_bad_usage_has_a_status_of_its_own(blade, arguments):
 
 
 def test_help_and_version_are_no_errors(blade):
-    assert "Usage: bladesim [--blade FILE] [--no-ipmi] [--verbose] -- COMMAND…" in blade.run("--help").stdout
+    assert "Usage: bladesim [--blade FILE] [--no-ipmi] [--timeout MS] [--verbose] -- COMMAND…" in blade.run("--help").stdout
+    assert "completion-code CODE" in blade.run("fault", "add", "--help").stdout
     assert blade.run("--version").stdout.startswith("bladesim ")
 
 
@@ -54,7 +55,7 @@ def test_help_and_version_are_no_errors(blade):
     [
         (None, "{file}: cannot be read: No such file or directory\n"),
         ('{\n"controller": }', "{file}:2: "),
-        ('{"controller": {"address": 33}, "frus": []}', "{file}: controller.address: expected an IPMB address"),
+        ('{"controller": {"address": 33}, "frus": []}', "{file}:1: controller.address: expected an IPMB address"),
     ],
 )
 def test_a_bad_blade_file_is_named_with_what_is_wrong(blade, tmp_path, text, message):
@@ -66,14 +67,23 @@ def test_a_bad_blade_file_is_named_with_what_is_wrong(blade, tmp_path, text, mes
     assert done.stderr.startswith("bladesim: " + message.format(file=file))
 
 
-def test_another_controller_than_the_usual_one_can_be_simulated(blade, tmp_path):
+def write_blade(folder, change):
     text = json.loads((bin_folder().parent / "share/bladesim/blades/front-board-only.json").read_text())
+    (folder / "blade.json").write_text(json.dumps(change(text)))
+    return folder / "blade.json"
+
+
+def at_another_address(text):
     text["controller"]["address"] = "0x82"
-    text["frus"][0]["site"]["hardware_address"] = "0x41"
-    text["frus"][0]["leds"] = 2
-    text["frus"][0]["multirecords"] = [{"type": "0xC0", "data": "57 01 00 03 00 02 01 04"}]
-    (tmp_path / "blade.json").write_text(json.dumps(text))
-    done = blade.run("--blade", tmp_path / "blade.json", "--", "ipmitool", "-I", "open", "picmg", "addrinfo")
+    front_board = text["frus"][0]
+    front_board["site"]["hardware_address"] = "0x41"
+    front_board["leds"] = 2
+    front_board["inventory"]["multirecords"] = [{"type": "0xC0", "data": "57 01 00 03 00 02 01 04"}]
+    return text
+
+
+def test_another_controller_than_the_usual_one_can_be_simulated(blade, tmp_path):
+    done = blade.run("--blade", write_blade(tmp_path, at_another_address), "--", "ipmitool", "-I", "open", "picmg", "addrinfo")
     assert "Hardware Address : 0x41\nIPMB-0 Address   : 0x82\n" in done.stdout
 
 
@@ -92,10 +102,67 @@ def test_a_missing_simulator_is_named_with_its_package(blade, tmp_path):
     assert "ipmi_sim is not installed (Debian's package openipmi)" in done.stderr
 
 
+@pytest.mark.parametrize("words", [["show"], ["show", "leds"], ["fault", "list"], ["fault", "add", "06 01", "lost"], ["controller", "stop"]])
+@pytest.mark.parametrize("inside", [[], ["--no-ipmi", "--", "bladesim"]])
+def test_there_is_nothing_to_be_ordered_or_shown_without_a_controller(blade, inside, words):
+    done = blade.run(*inside, *words)
+    assert (done.returncode, done.stdout) == (3, "")
+    assert done.stderr == "bladesim: this is not the inside of a blade with a controller\n"
+
+
+# Reads the device id with a fault that withholds the reply, says what it sees of it, and lets it go.
+WITHHELD = """
+import subprocess
+from device import GET_DEVICE_ID, Device
+device = Device()
+device.send(1, *GET_DEVICE_ID)
+assert not device.readable(0.2)
+print(subprocess.run(["bladesim", "show", "log", "--json"], capture_output=True, text=True).stdout, end="")
+subprocess.run(["bladesim", "fault", "release"])
+device.wait()
+print(device.receive()[4].hex(" "))
+"""
+
+
+def with_fault(text, **fault):
+    text["faults"] = [fault]
+    return text
+
+
+def run_python(blade, script, *options):
+    done = blade.run(*options, "--", "/usr/bin/python3", "-B", "-c", script, env={"PYTHONPATH": str(Path(__file__).parent)})
+    assert (done.returncode, done.stderr) == (0, "")
+    return done.stdout.splitlines()
+
+
+def test_a_fault_of_the_blade_file_withholds_a_reply_until_it_is_released(blade, tmp_path):
+    file = write_blade(tmp_path, lambda text: with_fault(text, request="06 01", count=1, do="lost"))
+    log, released, answer = run_python(blade, WITHHELD, "--blade", file, "--timeout", "0")
+    assert json.loads(log) == [{"number": 1, "opener": 1, "request": "06 01", "code": None, "fault": "lost"}]
+    assert released == "1"
+    assert answer.startswith("00 ")
+
+
+def test_a_driver_that_never_answers_waits_longer_than_one_that_does(blade):
+    script = WITHHELD.replace("device.send", 'subprocess.run(["bladesim", "fault", "add", "06 01", "lost"])\ndevice.send', 1)
+    number, log, released, answer = run_python(blade, script, "--timeout", "0")
+    assert (number, released) == ("1", "1")
+    assert json.loads(log)[0]["code"] is None
+    assert answer.startswith("00 ")
+
+
+def test_a_fru_image_is_written_without_bringing_a_blade_up(blade, tmp_path):
+    done = blade.run("--blade", "typical", "--dump-fru", "1", tmp_path / "fru.bin", env={"PATH": "/nonexistent"})
+    assert (done.returncode, done.stderr, blade.processes()) == (0, "", {})
+    shown = blade.run("--blade", "typical", "--", "ipmitool", "-I", "open", "fru", "read", "1", tmp_path / "read.bin")
+    assert shown.returncode == 0
+    assert (tmp_path / "read.bin").read_bytes() == (tmp_path / "fru.bin").read_bytes()
+
+
 def test_the_command_sees_its_own_processes_network_and_run_folder(blade):
     command = 'cat /proc/1/comm; wc -l < /proc/net/dev; touch "$BLADESIM_RUN_DIR/x"'
     done = blade.run("--", "sh", "-c", command)
-    assert done.stdout == "bladesim\n3\n"  # two lines of heading, then lo
+    assert done.stdout == "bladesim\n4\n"  # two lines of heading, then lo and eth6
     assert done.returncode == 0
 
 
@@ -221,7 +288,7 @@ for path in /*; do
 done
 [ "$2" = unmounted ] || mount -t proc proc "$1/root/proc"
 cp /proc/self/mountinfo "$1/before"
-chroot "$1/root" "$3" -- sh -c 'cat /proc/1/comm; ipmitool -I open mc info | head -n 1'
+chroot "$1/root" "$3" -- sh -c 'cat /proc/1/comm; ls /proc/mavkpcidrv; ipmitool -I open mc info | head -n 1'
 diff "$1/before" /proc/self/mountinfo
 """
 
@@ -236,5 +303,5 @@ def test_a_blade_comes_up_in_a_chroot_and_no_mount_of_it_gets_out(blade, tmp_pat
         timeout=SECONDS,
     )
     print(done.stderr)
-    assert done.stdout == "bladesim\nDevice ID                 : 53\n"
+    assert done.stdout == "bladesim\npstn.cfg\nDevice ID                 : 53\n"
     assert done.returncode == 0

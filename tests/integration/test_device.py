@@ -9,84 +9,35 @@ import signal
 from pathlib import Path
 
 import pytest
-
-SECONDS = 30
-
-
-class Message(ctypes.Structure):
-    _fields_ = [("netfn", ctypes.c_ubyte), ("cmd", ctypes.c_ubyte), ("data_len", ctypes.c_ushort), ("data", ctypes.c_void_p)]
-
-
-class Request(ctypes.Structure):
-    _fields_ = [("addr", ctypes.c_void_p), ("addr_len", ctypes.c_uint), ("msgid", ctypes.c_long), ("msg", Message)]
-
-
-class RequestSetTime(ctypes.Structure):
-    _fields_ = [("req", Request), ("retries", ctypes.c_int), ("retry_time_ms", ctypes.c_uint)]
-
-
-class Receive(ctypes.Structure):
-    _fields_ = [("recv_type", ctypes.c_int), ("addr", ctypes.c_void_p), ("addr_len", ctypes.c_uint), ("msgid", ctypes.c_long), ("msg", Message)]
-
-
-class Address(ctypes.Structure):
-    _fields_ = [("addr_type", ctypes.c_int), ("channel", ctypes.c_short), ("data", ctypes.c_ubyte * 2)]
-
-
-READ, BOTH, WRITE = 2, 3, 1
-
-
-def code(direction, number, size):
-    return direction << 30 | size << 16 | ord("i") << 8 | number
-
-
-SEND = code(READ, 13, ctypes.sizeof(Request))
-SEND_SETTIME = code(READ, 21, ctypes.sizeof(RequestSetTime))
-RECEIVE = code(BOTH, 12, ctypes.sizeof(Receive))
-RECEIVE_TRUNC = code(BOTH, 11, ctypes.sizeof(Receive))
-SET_GETS_EVENTS, SET_MAINTENANCE_MODE, GET_MAINTENANCE_MODE = code(READ, 16, 4), code(WRITE, 31, 4), code(READ, 30, 4)
-SET_MY_ADDRESS, GET_MY_ADDRESS = code(READ, 17, 4), code(READ, 18, 4)
-
-SYSTEM_INTERFACE = Address(0x0C, 0x0F)
-GET_DEVICE_ID = (0x06, 0x01, b"")
-PICMG_PROPERTIES = (0x2C, 0x00, b"\0")
-
-
-class Device:
-    """One open /dev/ipmi0."""
-
-    def __init__(self, fd=None):
-        self.fd = os.open("/dev/ipmi0", os.O_RDWR) if fd is None else fd
-
-    def close(self):
-        os.close(self.fd)
-
-    def request(self, msgid, netfn, cmd, data, address):
-        self.bytes = ctypes.create_string_buffer(data, len(data))  # lives as long as the request
-        message = Message(netfn, cmd, len(data), ctypes.addressof(self.bytes))
-        return Request(ctypes.addressof(address), ctypes.sizeof(address), msgid, message)
-
-    def send(self, msgid, netfn, cmd, data=b"", address=SYSTEM_INTERFACE):
-        fcntl.ioctl(self.fd, SEND, self.request(msgid, netfn, cmd, data, address))
-
-    def wait(self, seconds=SECONDS):
-        assert select.select([self.fd], [], [], seconds)[0], "no answer"
-
-    def receive(self, call=RECEIVE_TRUNC, room=300, address_room=40):
-        """(receive type, msgid, netfn, cmd, data); data is what there was room for when the call fails with EMSGSIZE."""
-        data, address = ctypes.create_string_buffer(room), ctypes.create_string_buffer(address_room)
-        result = Receive(0, ctypes.addressof(address), address_room, 0, Message(0, 0, room, ctypes.addressof(data)))
-        self.failure = None
-        try:
-            fcntl.ioctl(self.fd, call, result)
-        except OSError as error:
-            self.failure = error.errno
-        return result.recv_type, result.msgid, result.msg.netfn, result.msg.cmd, data.raw[: result.msg.data_len]
-
-    def ask(self, msgid, netfn, cmd, data=b"", address=SYSTEM_INTERFACE):
-        self.send(msgid, netfn, cmd, data, address)
-        self.wait()
-        return self.receive()
+from device import (
+    GET_DEVICE_ID,
+    GET_MAINTENANCE_MODE,
+    GET_MY_ADDRESS,
+    GET_TIMING,
+    PICMG_PROPERTIES,
+    READ,
+    RECEIVE,
+    RECEIVE_TRUNC,
+    REGISTER,
+    SECONDS,
+    SEND,
+    SEND_SETTIME,
+    SET_GETS_EVENTS,
+    SET_MAINTENANCE_MODE,
+    SET_MY_ADDRESS,
+    SET_TIMING,
+    SYSTEM_INTERFACE,
+    UNREGISTER,
+    Address,
+    Command,
+    Device,
+    Message,
+    Receive,
+    Request,
+    RequestSetTime,
+    Timing,
+    code,
+)
 
 
 @pytest.fixture
@@ -196,19 +147,130 @@ def test_a_duplicate_and_a_child_share_the_device(device):
     assert device.ask(3, *GET_DEVICE_ID)[1] == 3
 
 
-def test_settings_of_the_interface_can_be_made_and_read(device):
-    value = ctypes.c_uint()
-    fcntl.ioctl(device.fd, GET_MY_ADDRESS, value)
-    assert value.value == 0x20
-    fcntl.ioctl(device.fd, SET_MY_ADDRESS, ctypes.c_uint(0x82))
-    fcntl.ioctl(device.fd, GET_MY_ADDRESS, value)
-    assert value.value == 0x82
-    fcntl.ioctl(device.fd, SET_MY_ADDRESS, ctypes.c_uint(0x20))
-    fcntl.ioctl(device.fd, SET_GETS_EVENTS, ctypes.c_int(1))
-    fcntl.ioctl(device.fd, SET_MAINTENANCE_MODE, ctypes.c_int(2))
-    mode = ctypes.c_int()
-    fcntl.ioctl(device.fd, GET_MAINTENANCE_MODE, mode)
-    assert mode.value == 2
+@pytest.fixture
+def other():
+    result = Device()
+    yield result
+    result.close()
+
+
+def in_another_process(do):
+    """Whether the function gives true in a process that has opened nothing yet."""
+    child = os.fork()
+    if child == 0:
+        try:
+            os._exit(0 if do() else 1)
+        finally:
+            os._exit(2)
+    return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 0
+
+
+def test_settings_of_the_interface_are_seen_by_every_opener(device, other):
+    assert device.call(GET_MY_ADDRESS, ctypes.c_uint()).value == 0x20
+    device.call(SET_MY_ADDRESS, ctypes.c_uint(0x82))
+    assert other.call(GET_MY_ADDRESS, ctypes.c_uint()).value == 0x82
+    assert in_another_process(lambda: Device().call(GET_MY_ADDRESS, ctypes.c_uint()).value == 0x82)
+    other.call(SET_MY_ADDRESS, ctypes.c_uint(0x20))
+    device.call(SET_MAINTENANCE_MODE, ctypes.c_int(2))
+    assert other.call(GET_MAINTENANCE_MODE, ctypes.c_int()).value == 2
+    device.call(SET_MAINTENANCE_MODE, ctypes.c_int(0))
+
+
+def test_timing_belongs_to_the_opener_and_whoever_shares_his_descriptor(device, other):
+    device.call(SET_TIMING, Timing(3, 250))
+    duplicate = Device(os.dup(device.fd))
+    assert duplicate.call(GET_TIMING, Timing()).retry_time_ms == 250
+    duplicate.close()
+    assert in_another_process(lambda: device.call(GET_TIMING, Timing()).retries == 3)
+    assert other.call(GET_TIMING, Timing()).retries == -1
+
+
+def test_a_command_is_registered_for_one_opener_only(device, other):
+    device.call(REGISTER, Command(0x06, 0x01))
+    with pytest.raises(OSError) as caught:
+        other.call(REGISTER, Command(0x06, 0x01))
+    assert caught.value.errno == errno.EBUSY
+    device.call(UNREGISTER, Command(0x06, 0x01))
+    other.call(REGISTER, Command(0x06, 0x01))
+
+
+def test_events_may_be_wished_for(device):
+    device.call(SET_GETS_EVENTS, ctypes.c_int(1))
+    assert not device.readable()
+
+
+def test_a_call_beside_waiting_answers_leaves_them_alone(device):
+    device.send(7, *GET_DEVICE_ID)
+    device.wait()
+    assert device.call(GET_MY_ADDRESS, ctypes.c_uint()).value == 0x20
+    assert device.receive()[1] == 7
+
+
+NOWHERE = 8  # no memory is mapped there
+
+
+def bad_requests(device):
+    good = device.request(1, *GET_DEVICE_ID, SYSTEM_INTERFACE)
+    return {
+        "address": Request(NOWHERE, good.addr_len, 1, good.msg),
+        "data": Request(good.addr, good.addr_len, 1, Message(0x06, 0x01, 4, NOWHERE)),
+    }
+
+
+@pytest.mark.parametrize("which", ["address", "data"])
+def test_a_pointer_that_leads_nowhere_is_a_fault_of_the_request(device, which):
+    with pytest.raises(OSError) as caught:
+        fcntl.ioctl(device.fd, SEND, bad_requests(device)[which])
+    assert caught.value.errno == errno.EFAULT
+
+
+@pytest.mark.parametrize("number", [SEND, SEND_SETTIME, RECEIVE, RECEIVE_TRUNC, GET_MY_ADDRESS])
+def test_an_argument_that_leads_nowhere_is_a_fault_of_the_call(device, number):
+    libc = ctypes.CDLL(None, use_errno=True)
+    assert libc.ioctl(ctypes.c_int(device.fd), ctypes.c_ulong(number), ctypes.c_void_p(NOWHERE)) == -1
+    assert ctypes.get_errno() == errno.EFAULT
+
+
+def test_a_buffer_that_leads_nowhere_leaves_the_answer_in_the_queue(device):
+    device.send(1, *GET_DEVICE_ID)
+    device.wait()
+    address = ctypes.create_string_buffer(40)
+    with pytest.raises(OSError) as caught:
+        fcntl.ioctl(device.fd, RECEIVE, Receive(0, ctypes.addressof(address), 40, 0, Message(0, 0, 300, NOWHERE)))
+    assert caught.value.errno == errno.EFAULT
+    assert device.receive()[1] == 1
+
+
+def test_without_a_data_pointer_a_request_has_no_data(device):
+    request = device.request(1, *GET_DEVICE_ID, SYSTEM_INTERFACE)
+    request.msg = Message(0x06, 0x01, 400, None)
+    fcntl.ioctl(device.fd, SEND, request)
+    device.wait()
+    assert device.receive()[4][0] == 0
+
+
+def test_a_descriptor_that_must_not_block_takes_a_thousand_requests_and_keeps_their_answers():
+    device = Device(flags=os.O_RDWR | os.O_NONBLOCK)
+    for msgid in range(1000):
+        device.send(msgid, *GET_DEVICE_ID)
+    for msgid in range(1000):
+        device.wait()
+        assert device.receive()[1] == msgid
+    device.close()
+
+
+@pytest.mark.parametrize(("flags", "kept"), [(os.O_RDWR, True), (os.O_RDWR | os.O_CLOEXEC, False)])
+def test_close_on_exec_is_heeded(flags, kept):
+    libc = ctypes.CDLL(None)
+    fd = libc.open(b"/dev/ipmi0", flags)  # Python's own open always sets it
+    assert fd >= 0
+    assert (fcntl.fcntl(fd, fcntl.F_GETFD) & fcntl.FD_CLOEXEC == 0) is kept
+    os.close(fd)
+
+
+def test_what_is_written_to_the_descriptor_by_hand_harms_nobody(device):
+    os.write(device.fd, b"no packet of the driver's")
+    assert device.ask(1, *GET_DEVICE_ID)[1] == 1
 
 
 def test_an_unknown_call_of_the_device_is_no_call_for_it(device):
@@ -227,16 +289,3 @@ def test_other_files_open_as_always(tmp_path):
     fd = os.open(tmp_path / "new", os.O_RDWR | os.O_CREAT, 0o640)
     assert os.fstat(fd).st_mode & 0o777 == 0o640
     os.close(fd)
-
-
-def test_a_lost_reply_is_answered_by_the_driver_after_its_own_time(device):
-    (simulator,) = [int(path.parent.name) for path in Path("/proc").glob("[0-9]*/comm") if path.read_text() == "ipmi_sim\n"]
-    os.kill(simulator, signal.SIGSTOP)
-    try:
-        device.send(1, *GET_DEVICE_ID)
-        assert select.select([device.fd], [], [], 4)[0] == [], "before its time"
-        device.wait()
-        assert device.receive() == (1, 1, 0x07, 0x01, b"\xc3")
-    finally:
-        os.kill(simulator, signal.SIGCONT)
-    assert device.ask(2, *PICMG_PROPERTIES)[1:4] == (2, 0x2D, 0x00)  # not the late answer to the first

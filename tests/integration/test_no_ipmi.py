@@ -25,7 +25,7 @@ def test_a_script_gets_the_simulated_board_and_rtm(bmhost_json):
     )
 
 
-@pytest.mark.parametrize(("blade_options", "result"), [(NO_IPMI, 0), ([], 1)])
+@pytest.mark.parametrize(("blade_options", "result"), [(NO_IPMI, 0), (["--blade", "typical"], 1)])
 def test_init_in_mode_1_wants_a_controller(bmhost_json, blade_options, result):
     status, lines = bmhost_json(["init"], options=["--mode", "1"], blade_options=blade_options)
     assert lines == [{"op": "init", "result": result}]
