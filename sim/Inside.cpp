@@ -59,8 +59,7 @@ private:
 
     void MakeBoard(const BOARD& a_Board) {
         m_Cables = MakeInterfaces(a_Board.m_Interfaces);
-        if (a_Board.m_DriverFile)
-            m_DriverFileProcess = StartDriverFile(*a_Board.m_DriverFile, m_Options.m_Paths.m_Run);
+        if (a_Board.m_DriverFile) m_DriverFileProcess = StartDriverFile(*a_Board.m_DriverFile, m_Options.m_Paths.m_Run);
     }
 
     /// The sockets are there before the command starts, so that its first open finds one.

@@ -3,6 +3,9 @@
 
 #include "sim/SimulatorConfig.h"
 
+#include <algorithm>
+#include <array>
+#include <iterator>
 #include <string>
 
 namespace BLADESIM {
@@ -50,11 +53,13 @@ std::string NameOf(const FRU& a_FRU) {
 /// Puts header and name around the key and body bytes of a locator, which both kinds have alike.
 SDR_RECORD Locator(uint8_t a_Type, const std::vector<uint8_t>& a_Body, const FRU& a_FRU) {
     const std::string l_Name = NameOf(a_FRU).substr(0, g_MaxName);
-    SDR_RECORD l_Record = {0, 0, g_SDRVersion, a_Type, static_cast<uint8_t>(a_Body.size() + 4 + l_Name.size())};
-    l_Record.insert(l_Record.end(), a_Body.begin(), a_Body.end());
-    l_Record.insert(l_Record.end(), {EntityId(a_FRU.m_Site), EntityInstance(a_FRU), 0,
-                                     static_cast<uint8_t>(g_Text8Bit | l_Name.size())});
-    l_Record.insert(l_Record.end(), l_Name.begin(), l_Name.end());
+    const std::array l_Tail = {EntityId(a_FRU.m_Site), EntityInstance(a_FRU), uint8_t{0},
+                               static_cast<uint8_t>(g_Text8Bit | l_Name.size())};
+    const auto l_Length = static_cast<uint8_t>(a_Body.size() + l_Tail.size() + l_Name.size());
+    SDR_RECORD l_Record = {0, 0, g_SDRVersion, a_Type, l_Length};
+    std::ranges::copy(a_Body, std::back_inserter(l_Record));
+    std::ranges::copy(l_Tail, std::back_inserter(l_Record));
+    std::ranges::copy(l_Name, std::back_inserter(l_Record));
     return l_Record;
 }
 

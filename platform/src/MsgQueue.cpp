@@ -120,6 +120,7 @@ int qDrvSetInterface(int a_Driver, int a_Interface) {
 
 int qQueueOpen(void) {
     const int l_Queue = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    // cppcheck-suppress resourceLeak ; the caller's, who closes it by qQueueClose
     return l_Queue >= 0 ? l_Queue : Fail(Q_ERROR_SYSTEM);
 }
 

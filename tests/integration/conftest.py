@@ -53,7 +53,7 @@ class Blade:
     def run(self, *arguments, env=None, input="", seconds=SECONDS, encoding="utf-8"):
         """Runs bladesim to its end; the result has returncode, stdout and stderr."""
         return subprocess.run(
-            [bin_folder() / "bladesim", *arguments], env=self.environment(env), input=input, encoding=encoding, capture_output=True, timeout=seconds
+            [bin_folder() / "bladesim", *arguments], env=self.environment(env), input=input, encoding=encoding, errors="backslashreplace", capture_output=True, timeout=seconds
         )
 
     def processes(self):

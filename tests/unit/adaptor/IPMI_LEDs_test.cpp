@@ -297,15 +297,18 @@ class RefusedLightRequest : public ADAPTOR_PROCESS_TEST, public testing::WithPar
 TEST_P(RefusedLightRequest, KeepsItsCallerBlocked) {
     class PIPE_LOG final : public CBaseOsLog {
     public:
-        int m_File = -1;
+        explicit PIPE_LOG(int a_File) : m_File(a_File) {}
         void Log(int, const char*, const char* a_Text) override {
             const std::string l_Line = std::string(a_Text) + "\n";
             [[maybe_unused]] const auto l_Written = write(m_File, l_Line.data(), l_Line.size());
         }
-    } l_Log;
+
+    private:
+        int m_File;
+    };
     int l_Pipe[2] = {-1, -1};
     ASSERT_EQ(pipe(l_Pipe), 0);
-    l_Log.m_File = l_Pipe[1];
+    PIPE_LOG l_Log(l_Pipe[1]);
     IPMI_CONTROL l_Control;
     const CHILD_END l_End = CallInChild(
         [&] {
