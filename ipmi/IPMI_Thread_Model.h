@@ -177,7 +177,8 @@ extern std::shared_mutex& g_EntityMapLock; ///< see MODEL_READER and MODEL_WRITE
 extern ENTITYCAPTURE* g_ENTITYCapture;     ///< the probe, made when the domain opens; null before
 extern CBaseOsLog* g_Logger2;              ///< where the domain thread and the probe log; null is harmless
 
-/// Held by a host thread while it reads the model, by the domain thread while it changes the model's structure.
+/// The one is held by a host thread while it reads the model, the other while something in it is changed: its structure
+/// by the domain thread, what is known of an LED's colours by a host thread that writes an LED.
 using MODEL_READER = std::shared_lock<std::shared_mutex>;
 using MODEL_WRITER = std::unique_lock<std::shared_mutex>;
 
