@@ -5,8 +5,8 @@
 #include "adaptor/IPMI_Adaptor_Groups.h"
 #include "bench/InBlade.h"
 #include "bench/Recorder.h"
-#include "bm/Log.h"
 #include "bm/OSAL.h"
+#include "tests/SilentHost.h"
 
 #include <chrono>
 #include <cstdio>
@@ -23,19 +23,6 @@ using CLOCK = std::chrono::steady_clock;
 constexpr size_t g_Rounds = 51;
 constexpr int g_LastBay = 9;
 constexpr int g_LEDs = 4;
-
-class SILENT_HOST final : public IBMAdaptorMgr, public CBaseOsLog {
-public:
-    int RegisterGroup(unsigned, CBaseAdaptor*) override { return 1; }
-    int UnregisterGroup(unsigned) override { return 1; }
-    int RegisterEventClass(unsigned, CBaseAdaptor*) override { return 1; }
-    int UnregisterEventClass(unsigned) override { return 1; }
-    QUB_STORAGE::CDataStorage* GetStorage() override { return nullptr; }
-    CBaseOsLog* GetLogger() override { return this; }
-    int GetMode() override { return 2; }
-    int SendEvent(unsigned, unsigned, CBMIEvParams*) override { return 1; }
-    void Log(int, const char*, const char*) override {}
-};
 
 [[noreturn]] void Fail(const char* a_Reason) {
     std::fprintf(stderr, "led_panel_bench: %s\n", a_Reason);
@@ -87,7 +74,7 @@ double SecondsOf(const WORK& a_Work) {
 }
 
 [[noreturn]] void Measure() {
-    // Neither is ever destroyed: the domain thread uses them as long as the process lives.
+    // Never destroyed: the domain thread uses them as long as the process lives.
     auto& l_Host = *new SILENT_HOST;
     auto& l_Adaptor = *new IPMIAdaptor;
     l_Adaptor.Init(&l_Host);

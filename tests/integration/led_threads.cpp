@@ -2,7 +2,7 @@
 // LED: it writes it, reads it back, and reads all the others meanwhile. Prints what each wrote last, as JSON.
 #include "adaptor/IPMI_Adaptor.h"
 #include "adaptor/IPMI_Adaptor_Groups.h"
-#include "bm/Log.h"
+#include "tests/SilentHost.h"
 
 #include <array>
 #include <atomic>
@@ -23,19 +23,6 @@ constexpr int g_Unit = 10;                   // ms, what the controller counts i
 constexpr int g_ShortestTime = 10;           // units
 constexpr int g_Times = 241;                 // from the shortest to the longest, 250 units
 constexpr int g_ColorOfLED[] = {4, 2, 3, 5}; // OpenIPMI's blue, red, green, yellow: each LED has one
-
-class HOST final : public IBMAdaptorMgr, public CBaseOsLog {
-public:
-    int RegisterGroup(unsigned, CBaseAdaptor*) override { return 1; }
-    int UnregisterGroup(unsigned) override { return 1; }
-    int RegisterEventClass(unsigned, CBaseAdaptor*) override { return 1; }
-    int UnregisterEventClass(unsigned) override { return 1; }
-    QUB_STORAGE::CDataStorage* GetStorage() override { return nullptr; }
-    CBaseOsLog* GetLogger() override { return this; }
-    int GetMode() override { return 2; }
-    int SendEvent(unsigned, unsigned, CBMIEvParams*) override { return 1; }
-    void Log(int, const char*, const char*) override {}
-};
 
 std::atomic<bool> g_Failed{false};
 
@@ -124,8 +111,8 @@ int main(int a_Count, char** a_Arguments) {
     }
     const auto l_End = std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(a_Arguments[1]));
     const int l_AMCBay = std::atoi(a_Arguments[2]);
-    // Neither is ever destroyed: the domain thread uses them as long as the process lives.
-    auto& l_Host = *new HOST;
+    // Never destroyed: the domain thread uses them as long as the process lives.
+    auto& l_Host = *new SILENT_HOST;
     auto& l_Adaptor = *new IPMIAdaptor;
     if (l_Adaptor.Init(&l_Host) != 1) return 1;
 

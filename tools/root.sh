@@ -1,0 +1,41 @@
+# shellcheck shell=bash
+# Debian roots to build and run in: made by debootstrap from the mirror of this machine, entered in namespaces of their own.
+# Sourced after lib.sh.
+
+# need_root_tools: what the functions below call, and the right to call it.
+need_root_tools()
+{
+    need_packages bare
+    [ "$(id -u)" -eq 0 ] || fail "only root can make a root"
+}
+
+# make_root FOLDER [DEBOOTSTRAP-OPTION…]: a minimal Debian 12 with git in FOLDER, without apt's lists.
+make_root()
+{
+    local l_root=$1 l_mirror l_log
+    shift
+    l_log=$l_root.log
+    # The mirror that this machine itself uses, in either of apt's two notations.
+    # shellcheck disable=SC2016
+    l_mirror=$(apt-get indextargets --format '$(SITE) $(CODENAME) $(COMPONENT)' 'Created-By: Packages' |
+        awk '$2 == "bookworm" && $3 == "main" { print $1; exit }')
+    [ -n "$l_mirror" ] || fail "apt knows no mirror of Debian 12 here: put one into /etc/apt and run apt-get update"
+    if ! debootstrap --variant=minbase --include=git "$@" bookworm "$l_root" "$l_mirror" >"$l_log" 2>&1; then
+        tail -n 20 "$l_log" >&2
+        return 1
+    fi
+    rm -rf "$l_root"/var/lib/apt/lists/*
+}
+
+# in_root FOLDER COMMAND…: runs it as root's own. Everything that it leaves running ends with its process namespace, every mount with
+# its mount namespace. $ROOT_BINDS are mounted before, a line each: the folder, a colon, and where it is to be seen.
+# shellcheck disable=SC2016
+in_root()
+{
+    ROOT_BINDS=${ROOT_BINDS:-} unshare --mount --pid --fork --kill-child sh -c '
+        mount -t proc proc "$0/proc" && mount --rbind /dev "$0/dev" || exit
+        printf %s "$ROOT_BINDS" | while IFS=: read -r from to; do
+            mkdir -p "$0$to" && mount --bind "$from" "$0$to" || exit
+        done || exit
+        exec chroot "$0" /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin "$@"' "$@" </dev/null
+}
