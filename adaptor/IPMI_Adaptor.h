@@ -1,6 +1,7 @@
 // The adaptor object: lifecycle, dispatch of parameter groups, and the table handlers that answer them.
 #pragma once
 
+#include "adaptor/IPMI_Adaptor_DSP.h"
 #include "bm/BaseAdaptor.h"
 #include "bm/OSAL.h"
 
@@ -10,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 class CBaseOsLog;
 class IPMI_ENTITY;
@@ -31,14 +33,15 @@ namespace BM_ADAPTOR {
 class IPMI_MonitorThread;
 class IPMI_SWITCHPORT;
 class IPMITHREAD;
-struct IPMI_DSP_Info_S;
 struct LED_READER;
 struct LED_STATE;
 struct LED_TABLE;
 struct LED_TARGET;
+struct LED_TIMES;
 struct LED_WRITER;
 struct MAC_ADDRESS;
 struct PSTN_DATA;
+struct TOOL_FORMS;
 class UPGRADE_STATUS;
 class UPGRADETHREAD;
 enum UPGRADETARGET : int32_t;
@@ -62,8 +65,17 @@ enum HANDLER_RESULT_e : int {
 enum STARTUP_RESULT_e : int {
     STARTUP_MEDIA_START_FAILED = 0x30004,
     STARTUP_MEDIA_STOP_FAILED = 0x30005,
-    STARTUP_FAILED = 0x30011,       ///< no host address, no DSPs, or a row of the RTM that lacks something
-    STARTUP_SWITCH_FAILED = 0x30012 ///< the switch could not be taught
+    STARTUP_FAILED = 0x30011,    ///< no host address, DSPs not initialised, or a row of the RTM that lacks something
+    STARTUP_DSP_FAILED = 0x30012 ///< the switch could not be taught, or the DSPs were not booted or failed their test
+};
+
+/// Run status of an AMC or the RTM, as the host is told.
+enum TELQ_HW_Device_RunStatus_e : int32_t {
+    RUN_STATUS_UNWRITTEN = 1, ///< of a bay that nobody gave one
+    RUN_STATUS_STARTING = 2,
+    RUN_STATUS_INITIALISING = 3,
+    RUN_STATUS_RUNNING = 4, ///< its DSPs passed their test
+    RUN_STATUS_FAILED = 5
 };
 
 enum ADAPTOR_STATE_e : int32_t { ADAPTOR_CREATED = 0, ADAPTOR_INITIALISING = 1, ADAPTOR_STARTED = 2 };
@@ -197,7 +209,16 @@ private:
     static int mFindSmallestMac(const IPMI_DSP_Info_S* a_Table, int a_Count);
     static int mTeachSwitch(const IPMI_DSP_Info_S* a_Table, int a_Count);
     int mStartAMC();
+    int mMakeDSPInfo();
+    int mInitDSPs();
+    int mTeachDSPs();
+    int mBootDSPs();
+    int mTestDSPs();
+    const char* mToolForm(const TOOL_FORMS& a_Forms) const;
     int mSetVXP(bool a_Start);
+    int mSetAmcRTMStatus(int a_Status);
+    int mSetBayStatus(int32_t a_Bay, int a_Status);
+    int mSetBayLED(int32_t a_Bay, int32_t a_LED, const LED_TIMES& a_Times);
     int32_t mRunStatus(int a_Bay) const;
     int mReadLED(const LED_READER& a_Reader, const CBMIKeys* a_Keys, CBMIParams* a_Row);
     std::optional<int> mReadLEDState(const LED_READER& a_Reader, LED_TARGET& a_Target, LED_STATE& a_State);
@@ -231,6 +252,7 @@ private:
     int32_t m_NumFramers = 0;
     int32_t m_TrunksPerFramer = 0;
     int32_t m_TrunkTotal = 0;
+    std::vector<IPMI_DSP_Info_S> m_DspInfo{}; ///< the DSPs as the last Start found them
     int32_t m_Reserved3 = 4;
     void* m_PCIHandle = nullptr;                     ///< 8 zeroed bytes, the board driver's PCI memory handle
     std::map<int, IPMI_SWITCHPORT*> m_SwitchPortMap; ///< by port number; owned, deleted by Fin

@@ -29,6 +29,15 @@ bool IsDotted(const std::string& a_Text) {
 
 } // namespace
 
+std::string DSPArguments(const IPMI_DSP_Info_S* a_DSPs, int a_NumDSPs) {
+    std::string l_Arguments;
+    for (int i = 0; a_DSPs != nullptr && i < a_NumDSPs; ++i) {
+        const auto& [l_MAC, l_IP] = a_DSPs[i];
+        l_Arguments += FormatText(" /%d/%s/%s", i, l_MAC.c_str(), l_IP.c_str());
+    }
+    return l_Arguments;
+}
+
 int IPMIAdaptor::GetAMCFirstMac(std::string& a_Mac) {
     const auto l_Address = HardwareAddressOf(HOST_INTERFACE);
     if (!l_Address) {

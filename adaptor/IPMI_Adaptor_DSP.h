@@ -11,6 +11,9 @@ struct IPMI_DSP_Info_S {
     std::string m_IP;
 };
 
+/// The DSPs as words of a tool's command line, counted from 0, each with a blank before it; "" for a null table.
+std::string DSPArguments(const IPMI_DSP_Info_S* a_DSPs, int a_NumDSPs);
+
 /// An AMC has this many DSPs at the most.
 inline constexpr int DSPS_PER_AMC = 4;
 

@@ -8,7 +8,6 @@
 #include "ipmi/IPMI_Thread.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <mutex>
 
@@ -40,6 +39,13 @@ __attribute__((noinline)) IPMI_MonitorThread* NewMonitor() {
 // One start-up at a time, and never destroyed: a host may leave while it waits.
 std::mutex& StartupLock() {
     static std::mutex& l_Lock = *new std::mutex;
+    return l_Lock;
+}
+
+// Start, Stop and Fin come one after the other, whichever threads call them: each waits for the tools of the one
+// before. A host may call one of them out of an event that another one sends.
+std::recursive_mutex& OperationLock() {
+    static std::recursive_mutex& l_Lock = *new std::recursive_mutex;
     return l_Lock;
 }
 
@@ -133,6 +139,8 @@ void IPMIAdaptor::mForgetBoard() {
 
 int IPMIAdaptor::Fin() {
     return Guarded("Fin", [&] {
+        mLeaveUpgrade(); // first: it waits for an event, out of which the host may call Stop
+        const std::lock_guard l_OneAtATime(OperationLock());
         if (m_Manager != nullptr) {
             for (const unsigned l_Group : REGISTERED_GROUPS)
                 m_Manager->UnregisterGroup(l_Group);
@@ -140,41 +148,33 @@ int IPMIAdaptor::Fin() {
         }
         mDeleteSwitchPorts();
         mClosePCIHandle();
+        m_DspInfo = {};
         m_Manager = nullptr; // the host may free it now
         m_Storage = nullptr;
         return static_cast<int>(RESULT_OK);
     });
 }
 
+// The result is not the monitor's: its first check may fail, and GetLastErr tells.
 int IPMIAdaptor::Start(structBmiDeviceInfoType*) {
     return Guarded("Start", [&] {
-        const int l_Result = mStartAMC();
-        return l_Result == RESULT_OK ? mSetVXP(true) : l_Result;
+        const std::lock_guard l_OneAtATime(OperationLock());
+        if (const int l_Result = mStartAMC(); l_Result != RESULT_OK) return l_Result;
+        if (const int l_Result = mSetVXP(true); l_Result != RESULT_OK) return l_Result;
+        if (m_Monitor != nullptr) {
+            m_Monitor->StartMonitor(m_RTMPresent != 0, m_NumFramers == 0, m_DspInfo.data(),
+                                    static_cast<int>(m_DspInfo.size()));
+        }
+        return static_cast<int>(RESULT_OK);
     });
 }
 
 int IPMIAdaptor::Stop(structBmiDeviceInfoType*) {
     return Guarded("Stop", [&] {
+        const std::lock_guard l_OneAtATime(OperationLock());
         if (m_Monitor != nullptr) m_Monitor->StopMonitor();
         return mSetVXP(false);
     });
-}
-
-// Without DSPs nothing is started.
-int IPMIAdaptor::mStartAMC() {
-    return m_DspMacMap.empty() ? RESULT_NOTHING_DONE : RESULT_OK;
-}
-
-// Any value but 0 that system() gives is a failure here, not the exit code alone.
-int IPMIAdaptor::mSetVXP(bool a_Start) {
-    const std::string l_Command = m_InstallDir + (a_Start ? "/bin/mediaStart" : "/bin/mediaStop");
-    if (system(l_Command.c_str()) == 0) return RESULT_OK;
-    if (a_Start) {
-        bmiLog(BM_LOG_ERROR, COMPONENT_MEDIA_ADAPTOR, "Fail to start MEDIA SERVER ");
-        return STARTUP_MEDIA_START_FAILED;
-    }
-    bmiLog(BM_LOG_ERROR, COMPONENT_MEDIA_ADAPTOR, "Fail to stop MEDIA SERVER ");
-    return STARTUP_MEDIA_STOP_FAILED;
 }
 
 } // namespace BM_ADAPTOR

@@ -98,9 +98,9 @@ int IPMIAdaptor::mTeachSwitch(const IPMI_DSP_Info_S* a_Table, int a_Count) {
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE [New LearnBy API ] Teach Switch about DSP MAC Addresses");
     int l_Dsp = 0;
     for (const MAC_ADDRESS& l_Mac : l_Macs) {
-        if (!TeachDSP(l_Dsp++, l_Mac)) return STARTUP_SWITCH_FAILED;
+        if (!TeachDSP(l_Dsp++, l_Mac)) return STARTUP_DSP_FAILED;
     }
-    if (!TeachCPU1(l_CPU1) || !TeachCPU2(l_CPU2)) return STARTUP_SWITCH_FAILED;
+    if (!TeachCPU1(l_CPU1) || !TeachCPU2(l_CPU2)) return STARTUP_DSP_FAILED;
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR,
            "TRACE Done Teaching the Offload Board Switch about the MACs and the Bees!");
     return RESULT_OK;

@@ -13,9 +13,6 @@ struct CACHED_AMC_INFO {
     int32_t m_RunStatus = 0; ///< TELQ_HW_Device_RunStatus_e
 };
 
-/// Run status of a bay that nobody has written one for.
-inline constexpr int32_t RUN_STATUS_UNWRITTEN = 1;
-
 /// Run status by bay, for all adaptors of the process. Entries are made by the first write and never removed; every
 /// access holds the lock.
 extern std::map<int, CACHED_AMC_INFO*>& sg_AMC_MAP;

@@ -5,23 +5,12 @@
 #include "adaptor/IPMI_Adaptor_DSP.h"
 #include "adaptor/IPMI_Adaptor_Guard.h"
 #include "bm/Log.h"
-#include "common/veldo_common_text.h"
 
 namespace BM_ADAPTOR {
 
 namespace {
 
 constexpr int CHECK_PERIOD_MS = 5000;
-
-// What the diagnostic is told of the DSPs, which it counts from 0.
-std::string DSPGroups(const IPMI_DSP_Info_S* a_DSPs, int a_NumDSPs) {
-    std::string l_Groups;
-    for (int i = 0; a_DSPs != nullptr && i < a_NumDSPs; ++i) {
-        const auto& [l_MAC, l_IP] = a_DSPs[i];
-        l_Groups += FormatText(" /%d/%s/%s", i, l_MAC.c_str(), l_IP.c_str());
-    }
-    return l_Groups;
-}
 
 } // namespace
 
@@ -36,7 +25,7 @@ void IPMI_MonitorThread::StartMonitor(bool a_bAMCCheckMode, bool a_bInterfaceChe
     StopMonitor();
     m_bAMCCheckMode = a_bAMCCheckMode;
     m_bInterfaceCheckMode = a_bInterfaceCheckMode;
-    m_DSPGroups = DSPGroups(a_DSPs, a_NumDSPs);
+    m_DSPGroups = DSPArguments(a_DSPs, a_NumDSPs);
     m_LastErr = InitDriver();
     if (m_LastErr != MONITOR_LIVE) return;
     m_bStop = 0;

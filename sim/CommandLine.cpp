@@ -6,7 +6,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <memory>
+#include <string_view>
 
 namespace BLADESIM {
 namespace {
@@ -16,7 +18,10 @@ constexpr char g_Usage[] = "Usage: bladesim [--blade FILE] [--no-ipmi] [--timeou
                            "In a blade:\n"
                            "       bladesim fault add|list|clear|release …\n"
                            "       bladesim controller stop|start|restart\n"
-                           "       bladesim show [requests|log|leds|controls|faults] [--json]\n";
+                           "       bladesim show [requests|log|leds|controls|faults] [--json]\n"
+                           "       bladesim tool show|list|set|clear …\n"
+                           "       bladesim media show|set …\n"
+                           "       bladesim switch show|link|fail|clear …\n";
 
 constexpr char g_Description[] =
     "Brings a simulated blade up, runs COMMAND in it and takes it down.\n\n"
@@ -61,11 +66,15 @@ std::optional<int> ParseCommandLine(int a_Count, char** a_Arguments, COMMAND_LIN
     const CLI::Option* const l_Dump =
         l_App.add_option("--dump-fru", a_Line.m_DumpFru, "Write the inventory of FRU ID to FILE, and bring nothing up")
             ->type_name("ID FILE");
-    const CLI::Option* const l_Command =
-        l_App.add_option("COMMAND", l_Options.m_Command, "What to run, with its arguments")->type_name("");
+    l_App.add_option("COMMAND", l_Options.m_Command, "What to run, with its arguments")->type_name("");
+    // Words behind "--" are COMMAND's own: the parser would take "[a,b]" for a list.
+    char** const l_End = a_Arguments + a_Count;
+    char** const l_Own =
+        std::find_if(a_Arguments, l_End, [](const char* a_Word) { return a_Word == std::string_view("--"); });
     try {
-        l_App.parse(a_Count, a_Arguments);
-        if (l_Command->empty() == l_Dump->empty()) {
+        l_App.parse(static_cast<int>(l_Own - a_Arguments), a_Arguments);
+        if (l_Own != l_End) l_Options.m_Command.insert(l_Options.m_Command.end(), l_Own + 1, l_End);
+        if (l_Options.m_Command.empty() == l_Dump->empty()) {
             throw CLI::RequiredError(l_Dump->empty() ? "COMMAND" : "Either COMMAND or --dump-fru, not both,");
         }
     } catch (const CLI::ParseError& l_Error) {

@@ -3,17 +3,14 @@
 
 #include "sim/ControlClient.h"
 #include "sim/Error.h"
-#include "sim/ExitStatus.h"
 #include "sim/FaultKinds.h"
 #include "sim/FaultText.h"
+#include "sim/OrderCommand.h"
 #include "sim/Show.h"
-
-#include <CLI/CLI.hpp>
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <functional>
 #include <iterator>
 #include <optional>
@@ -40,10 +37,6 @@ constexpr char g_FaultHelp[] =
 
 bool IsTerminal() {
     return ::isatty(STDOUT_FILENO) != 0;
-}
-
-void Print(const std::string& a_Text) {
-    std::fwrite(a_Text.data(), 1, a_Text.size(), stdout);
 }
 
 /// What can be shown: where it comes from and how it looks.
@@ -92,32 +85,15 @@ void ShowAll(bool a_Json) {
         Print(std::string(&l_View == g_Views ? "" : "\n") + l_View.m_Name + "\n" + FormatOrStopped(l_View));
 }
 
-/// One command line: CLI11 fills the members in, the callbacks note what is to be done.
-class CONTROL_COMMAND {
+class CONTROL_COMMAND : public ORDER_COMMAND {
 public:
-    CONTROL_COMMAND() : m_App("Speaks with the blade in which it runs.", "bladesim") {
-        m_App.require_subcommand(1);
-        AddFaultCommands(*m_App.add_subcommand("fault", "Order misbehaviour of the controller"));
-        AddControllerCommands(*m_App.add_subcommand("controller", "Stop and start the controller"));
-        AddShowCommands(*m_App.add_subcommand("show", "Show what the controller was asked and what it knows"));
-    }
-
-    int Run(int a_Count, char** a_Arguments) {
-        try {
-            m_App.parse(a_Count, a_Arguments);
-        } catch (const CLI::ParseError& l_Error) {
-            return m_App.exit(l_Error) == 0 ? 0 : g_BadUsage;
-        }
-        // Only now that the whole line has turned out right.
-        m_Do();
-        return 0;
+    CONTROL_COMMAND() {
+        AddFaultCommands(AddCommand("fault", "Order misbehaviour of the controller"));
+        AddControllerCommands(AddCommand("controller", "Stop and start the controller"));
+        AddShowCommands(AddCommand("show", "Show what the controller was asked and what it knows"));
     }
 
 private:
-    void Does(CLI::App& a_Command, std::function<void()> a_Do) {
-        a_Command.callback([this, l_Do = std::move(a_Do)] { m_Do = l_Do; });
-    }
-
     void AddFaultCommands(CLI::App& a_Fault) {
         a_Fault.require_subcommand(1);
         CLI::App* const l_Add = a_Fault.add_subcommand("add", "Order a fault; prints its number");
@@ -179,8 +155,6 @@ private:
         Does(*l_Clear, [] { GiveOrder("show clear"); });
     }
 
-    void AddJson(CLI::App& a_Command) { a_Command.add_flag("--json", m_Json, "One line of JSON"); }
-
     /// The same reader as for blade files says what is wrong with it.
     json FaultOfWords() const {
         json l_Fault = {{"request", m_Fault.m_Request}};
@@ -201,26 +175,14 @@ private:
         std::vector<std::string> m_Do;
     };
 
-    CLI::App m_App;
     FAULT_WORDS m_Fault;
     std::optional<unsigned> m_Number;
-    bool m_Json = false;
-    std::function<void()> m_Do;
 };
 
 } // namespace
 
-bool IsControlCommand(const std::string& a_Word) {
-    return a_Word == "fault" || a_Word == "controller" || a_Word == "show";
-}
-
 int RunControlCommand(int a_Count, char** a_Arguments) {
-    try {
-        return CONTROL_COMMAND().Run(a_Count, a_Arguments);
-    } catch (const std::exception& l_Error) {
-        std::fprintf(stderr, "bladesim: %s\n", l_Error.what());
-        return g_NotBroughtUp;
-    }
+    return CONTROL_COMMAND().Run(a_Count, a_Arguments);
 }
 
 } // namespace BLADESIM

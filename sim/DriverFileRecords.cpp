@@ -1,6 +1,8 @@
 // What the PCI driver is told through its file, call by call: each write is one record.
 #include "sim/DriverFileRecords.h"
 
+#include "sim/ByteText.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -12,21 +14,6 @@ namespace {
 
 // Keys in the order in which they are set.
 using LINE = nlohmann::ordered_json;
-
-/// JSON is UTF-8: bytes above 0x7F become U+0080 to U+00FF.
-std::string Utf8(std::string_view a_Bytes) {
-    std::string l_Text;
-    for (const char l_Char : a_Bytes) {
-        const auto l_Byte = static_cast<unsigned char>(l_Char);
-        if (l_Byte < 0x80) {
-            l_Text += l_Char;
-        } else {
-            l_Text += static_cast<char>(0xC0 | (l_Byte >> 6));
-            l_Text += static_cast<char>(0x80 | (l_Byte & 0x3F));
-        }
-    }
-    return l_Text;
-}
 
 DRIVER_FILE_ANSWER Refused(int a_Error, LINE a_Line) {
     a_Line["error"] = ::strerrorname_np(a_Error);
@@ -54,7 +41,7 @@ DRIVER_FILE_ANSWER DRIVER_FILE_RECORDS::Open() {
 DRIVER_FILE_ANSWER DRIVER_FILE_RECORDS::Write(unsigned a_Open, std::string_view a_Record) {
     const unsigned l_Number = ++m_Writes;
     const DRIVER_FILE_FAULT* const l_Fault = FaultOf(DRIVER_FILE_CALL::WRITE, l_Number);
-    LINE l_Line = {{"open", a_Open}, {"write", l_Number}, {"text", Utf8(a_Record.substr(0, g_MaxDriverRecord))}};
+    LINE l_Line = {{"open", a_Open}, {"write", l_Number}, {"text", Utf8OfBytes(a_Record.substr(0, g_MaxDriverRecord))}};
     if (l_Fault != nullptr && !l_Fault->m_Bytes) return Refused(l_Fault->m_Error, l_Line);
     if (a_Record.size() > g_MaxDriverRecord) return Refused(EINVAL, l_Line);
     if (l_Fault == nullptr || *l_Fault->m_Bytes >= a_Record.size())

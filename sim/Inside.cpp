@@ -11,6 +11,7 @@
 #include "sim/Namespaces.h"
 #include "sim/Process.h"
 #include "sim/SimulatorConfig.h"
+#include "sim/tools/InstallFolder.h"
 
 #include <poll.h>
 #include <sys/prctl.h>
@@ -44,6 +45,7 @@ private:
     void BringUp() {
         const auto l_Start = std::chrono::steady_clock::now();
         EnterBladeNamespaces();
+        MakeInstallFolder(m_Options.m_Paths.m_Tool);
         MountRunFolder(m_Options.m_Paths.m_Run);
         MakeBoard(m_Options.m_Blade.m_Board);
         if (!m_Options.m_NoIPMI) {
@@ -88,6 +90,8 @@ private:
         const std::string l_Preload =
             m_Options.m_Paths.m_Preload + (l_Others == nullptr ? "" : std::string(":") + l_Others);
         Set("LD_PRELOAD", l_Preload);
+        const char* const l_Path = std::getenv("PATH");
+        Set("PATH", PathWithTools(l_Path == nullptr ? "" : l_Path));
         Set("BLADESIM_RUN_DIR", m_Options.m_Paths.m_Run);
         if (m_Options.m_NoIPMI) return;
         Set("BLADESIM_LAN_HOST", "127.0.0.1");

@@ -12,15 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The program's own path as the kernel was given it; works without /proc.
-fs::path ProgramFolder() {
-    const auto* l_Path = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
-    std::error_code l_Error;
-    const fs::path l_Program = fs::canonical(l_Path == nullptr ? "" : l_Path, l_Error);
-    if (l_Error) throw BLADE_ERROR("cannot find out where this program is: " + l_Error.message());
-    return l_Program.parent_path();
-}
-
 std::string Existing(const fs::path& a_Path) {
     std::error_code l_Error;
     const fs::path l_Path = fs::canonical(a_Path, l_Error);
@@ -31,12 +22,22 @@ std::string Existing(const fs::path& a_Path) {
 
 } // namespace
 
+std::string ProgramFolder() {
+    // The program's own path as the kernel was given it.
+    const auto* l_Path = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
+    std::error_code l_Error;
+    const fs::path l_Program = fs::canonical(l_Path == nullptr ? "" : l_Path, l_Error);
+    if (l_Error) throw BLADE_ERROR("cannot find out where this program is: " + l_Error.message());
+    return l_Program.parent_path();
+}
+
 PATHS FindPaths() {
     const fs::path l_Folder = ProgramFolder();
     PATHS l_Paths;
     l_Paths.m_Blades = Existing(l_Folder / BLADESIM_DATA_FOLDER "/blades");
     l_Paths.m_Preload = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/libbladesim_ipmi.so");
     l_Paths.m_Module = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/bladesim_carrier.so");
+    l_Paths.m_Tool = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/bladesim_tool");
     l_Paths.m_Run = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/run");
     if (l_Paths.m_Preload.find_first_of(" :") != std::string::npos) {
         throw BLADE_ERROR(l_Paths.m_Preload + ": a path with a blank or a colon cannot be preloaded");

@@ -9,8 +9,12 @@ struct PATHS {
     std::string m_Blades;  ///< folder of the blade files
     std::string m_Preload; ///< the library that makes /dev/ipmi0
     std::string m_Module;  ///< the carrier, a module of ipmi_sim
+    std::string m_Tool;    ///< the stand-in of the board's tools
     std::string m_Run;     ///< empty folder, on which every blade mounts its run folder
 };
+
+/// The folder of the program that runs, links resolved; works without /proc.
+std::string ProgramFolder();
 
 /// Throws a BLADE_ERROR when something is missing.
 PATHS FindPaths();

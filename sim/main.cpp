@@ -4,15 +4,32 @@
 #include "sim/ControlCommand.h"
 #include "sim/DumpFru.h"
 #include "sim/ExitStatus.h"
+#include "sim/MediaCommand.h"
 #include "sim/Outside.h"
+#include "sim/SwitchCommand.h"
+#include "sim/ToolCommand.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <iterator>
+#include <string_view>
 
 using namespace BLADESIM;
 
 namespace {
+
+/// What is done in a blade that runs, by the first word of the command line.
+struct BLADE_COMMAND {
+    std::string_view m_Word;
+    int (*m_Run)(int a_Count, char** a_Arguments);
+};
+
+constexpr BLADE_COMMAND g_Commands[] = {
+    {"fault", RunControlCommand}, {"controller", RunControlCommand}, {"show", RunControlCommand},
+    {"tool", RunToolCommand},     {"media", RunMediaCommand},        {"switch", RunSwitchCommand},
+};
 
 /// The blade's name or file is looked up here: whatever is wrong with it is said before anything is set up.
 int Run(COMMAND_LINE a_Line) {
@@ -27,7 +44,11 @@ int Run(COMMAND_LINE a_Line) {
 } // namespace
 
 int main(int a_Count, char** a_Arguments) {
-    if (a_Count > 1 && IsControlCommand(a_Arguments[1])) return RunControlCommand(a_Count, a_Arguments);
+    if (a_Count > 1) {
+        const auto* const l_Command =
+            std::ranges::find(g_Commands, std::string_view(a_Arguments[1]), &BLADE_COMMAND::m_Word);
+        if (l_Command != std::end(g_Commands)) return l_Command->m_Run(a_Count, a_Arguments);
+    }
     COMMAND_LINE l_Line;
     if (const auto l_Status = ParseCommandLine(a_Count, a_Arguments, l_Line)) return *l_Status;
     try {

@@ -31,6 +31,11 @@ def test_the_status_is_that_of_the_command(blade, command, status):
     assert blade.run("--", "sh", "-c", command).returncode == status
 
 
+def test_the_words_of_the_command_come_as_they_are(blade):
+    done = blade.run("--no-ipmi", "--", "printf", "%s\\n", "[a,b]", "--", "-x", "--help", "")
+    assert (done.returncode, done.stdout) == (0, "[a,b]\n--\n-x\n--help\n\n")
+
+
 def test_a_command_that_does_not_exist_is_reported_as_a_shell_does(blade):
     done = blade.run("--", "no-such-command")
     assert done.returncode == 127

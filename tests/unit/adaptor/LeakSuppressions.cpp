@@ -3,5 +3,8 @@
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
     return "leak:LeakUnservedRow\n"
            "leak:NewMonitor\n"
-           "leak:NewPCIHandle\n";
+           "leak:NewPCIHandle\n"
+           "leak:mKeepDSPMacs\n"
+           "leak:mMakeDSPInfo\n"
+           "leak:mCreateSwitchPortObjects\n";
 }

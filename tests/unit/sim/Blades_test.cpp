@@ -16,9 +16,9 @@ using testing::UnorderedElementsAreArray;
 
 namespace {
 
-const char* const g_names[] = {"full",     "typical",  "front-board-only", "no-rtm",   "no-leds",
-                               "no-dsp",   "no-eth6",  "no-pstn-driver",   "odd-area", "bad-checksums",
-                               "refusing", "not-atca", "hostile"};
+const char* const g_names[] = {"full",          "typical",  "front-board-only", "no-rtm",    "no-leds",
+                               "no-dsp",        "no-eth6",  "no-pstn-driver",   "no-trunks", "odd-area",
+                               "bad-checksums", "refusing", "not-atca",         "hostile"};
 
 BLADE Blade(const std::string& a_Name) {
     return ReadBladeFile(BLADES_FOLDER "/" + a_Name + ".json");
@@ -167,6 +167,11 @@ TEST(Blades, LackWhatTheirNamesSay) {
         const PARSED l_Parsed(BuildFruImage(l_FRU.m_Inventory.value()));
         EXPECT_FALSE(BM_ADAPTOR::FindVendorRecord(l_Parsed.m_FRU, BM_ADAPTOR::VENDOR_RECORD_AMC));
     }
+    const PARSED l_NoTrunks(BuildFruImage(Blade("no-trunks").m_FRUs.at(3).m_Inventory.value()));
+    const auto l_Framers = BM_ADAPTOR::FindVendorRecord(l_NoTrunks.m_FRU, BM_ADAPTOR::VENDOR_RECORD_RTM);
+    ASSERT_TRUE(l_Framers);
+    EXPECT_EQ(l_Framers->NumFramers(), 2);
+    EXPECT_EQ(l_Framers->TrunksPerFramer(), 0);
     EXPECT_FALSE(Blade("not-atca").m_Controller.m_PICMG);
     EXPECT_TRUE(Blade("no-eth6").m_Board.m_Interfaces.empty());
     EXPECT_FALSE(Blade("no-pstn-driver").m_Board.m_DriverFile);

@@ -1,0 +1,9 @@
+// bladesim's command for the board's Ethernet switch: its ports, its forwarding table, and calls that are to fail.
+#pragma once
+
+namespace BLADESIM {
+
+/// Does such a command line; returns the status to exit with.
+int RunSwitchCommand(int a_Count, char** a_Arguments);
+
+} // namespace BLADESIM

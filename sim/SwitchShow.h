@@ -1,0 +1,18 @@
+// What bladesim shows of the board's Ethernet switch.
+#pragma once
+
+#include "platform/src/SimulatedSwitch.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace BLADESIM {
+
+/// The ports, and where there are any the learnt addresses and the calls that fail, as tables for people.
+std::string FormatSwitch(const BM_PLATFORM::SWITCH_STATE& a_State);
+
+/// The same for programs: docs/bladesim.md describes it.
+nlohmann::ordered_json JsonOfSwitch(const BM_PLATFORM::SWITCH_STATE& a_State);
+
+} // namespace BLADESIM

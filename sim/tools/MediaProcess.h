@@ -1,0 +1,37 @@
+// The process of the media software: starting it, finding it, ending it. There is one in a blade at most.
+#pragma once
+
+#include "sim/UniqueFd.h"
+
+#include <optional>
+#include <string>
+#include <sys/types.h>
+
+namespace BLADESIM {
+
+/// In the run folder: its process id. The process holds a lock on it for as long as it lives, by which the file of one
+/// that has been killed is told.
+inline constexpr char g_MediaProcessFile[] = "media.pid";
+/// In the run folder: what it says on standard error.
+inline constexpr char g_MediaLog[] = "media.log";
+/// What it prints when it can be spoken with.
+inline constexpr char g_MediaReady[] = "ready\n";
+
+enum class MEDIA_END {
+    STOP, ///< as it is stopped; killed, if it does not end within seconds
+    KILL  ///< at once
+};
+
+/// Starts vxpsim and returns its process when it is ready; the one that runs already, if there is one. It goes on when
+/// the caller ends. Throws a BLADE_ERROR.
+pid_t StartMedia(const std::string& a_RunFolder);
+
+/// False when it does not run. Throws a BLADE_ERROR.
+bool EndMedia(const std::string& a_RunFolder, MEDIA_END a_How);
+
+std::optional<pid_t> RunningMedia(const std::string& a_RunFolder);
+
+/// Called by the software itself: makes the file, and returns the lock on it.
+[[nodiscard]] UNIQUE_FD EnterMediaProcess(const std::string& a_RunFolder);
+
+} // namespace BLADESIM

@@ -1,0 +1,39 @@
+// How the tools were called, in a file of the run folder: a line of JSON when a tool begins, and one when it ends.
+//
+//     {"number":1,"tool":"mavk_init","argv":["/usr/korvel/bin/mavk_init","-v"],"process":57,"clock_ms":81234.567}
+//     {"number":1,"process":57,"exit":0,"signal":null,"clock_ms":81236.012}
+//
+// The clock is the machine's monotonic one.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace BLADESIM {
+
+/// One run of a tool.
+class TOOL_RUN {
+public:
+    /// Gives it the next number and enters its beginning; throws a BLADE_ERROR.
+    TOOL_RUN(std::string a_RunFolder, const std::string& a_Tool, const std::vector<std::string>& a_Arguments);
+
+    /// Enters its end: by this signal, or with this status when there is none.
+    void End(int a_Exit, int a_Signal) const;
+
+    unsigned Number() const { return m_Number; }
+
+private:
+    std::string m_RunFolder;
+    unsigned m_Number = 0;
+};
+
+/// All runs by their numbers, beginning and end together: number, tool, argv, process, start_ms, end_ms, exit, signal.
+/// Times count from the beginning of the first one; what is not known yet is null. Throws a BLADE_ERROR.
+nlohmann::ordered_json ReadToolLog(const std::string& a_RunFolder);
+
+/// Forgets all runs; the next one has number 1. One that is still under way is not entered any more.
+void ClearToolLog(const std::string& a_RunFolder);
+
+} // namespace BLADESIM
