@@ -12,9 +12,6 @@ using BM_ADAPTOR::CBMIParam;
 using BM_ADAPTOR::CBMIParams;
 using nlohmann::ordered_json;
 
-namespace {
-
-// The hardware's bytes are no encoding: each byte is the code point of its number.
 std::string Utf8(const std::string& a_Bytes) {
     std::string l_Text;
     for (const char l_Char : a_Bytes) {
@@ -28,6 +25,8 @@ std::string Utf8(const std::string& a_Bytes) {
     }
     return l_Text;
 }
+
+namespace {
 
 ordered_json Value(const CBMIParam& a_Param) {
     switch (a_Param.GetType()) {

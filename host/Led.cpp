@@ -2,6 +2,7 @@
 #include "host/Led.h"
 
 #include "adaptor/IPMI_Adaptor_Groups.h"
+#include "host/Rows.h"
 #include "host/Session.h"
 
 #include <algorithm>
@@ -51,12 +52,6 @@ const LED_GROUP& GroupOf(LED_PLACE a_Place) {
     return a_Place.m_Bay == BASEBOARD_BAY ? BASEBOARD_LEDS : MODULE_LEDS;
 }
 
-CBMIParam Integer(unsigned a_Id, int32_t a_Value, bool a_Key) {
-    CBMIParam l_Param(BMI_PARAM_INT, a_Id, a_Key);
-    l_Param.SetInt(a_Value);
-    return l_Param;
-}
-
 CBMIKeys KeysOf(LED_PLACE a_Place) {
     const LED_GROUP& l_Group = GroupOf(a_Place);
     CBMIKeys l_Keys;
@@ -82,10 +77,7 @@ std::optional<LED_ROW> ReadLed(SESSION& a_Session, LED_PLACE a_Place, int& a_Res
     const LED_GROUP& l_Group = GroupOf(a_Place);
     const auto l_Row = a_Session.Row(l_Group.m_Group, KeysOf(a_Place), a_Result);
     if (a_Result != 1 || l_Row == nullptr) return std::nullopt;
-    const auto l_Value = [&](unsigned a_Id) {
-        const CBMIParam* l_Param = l_Row->GetParamById(a_Id);
-        return l_Param != nullptr ? l_Param->GetInt() : 0;
-    };
+    const auto l_Value = [&](unsigned a_Id) { return IntegerOf(*l_Row, a_Id); };
     return LED_ROW{l_Value(l_Group.m_Local), l_Value(l_Group.m_OnTime), l_Value(l_Group.m_OffTime),
                    l_Value(l_Group.m_LampTest), l_Value(l_Group.m_Color)};
 }

@@ -58,6 +58,12 @@ std::vector<std::string> LedLine(LED_PLACE a_Place, const LED_ROW& a_Row) {
             a_Row.m_Local != 0 ? "local" : "override"};
 }
 
+std::string LedShows(const LED_ROW& a_Row) {
+    const std::string l_State = StateText(a_Row);
+    const bool l_Lit = l_State == "on" || l_State == "blink";
+    return l_Lit ? l_State + " " + std::string(LedColorName(a_Row.m_Color)) : l_State;
+}
+
 std::string LedTable(const std::vector<std::vector<std::string>>& a_Lines, bool a_Color) {
     std::vector<std::vector<std::string>> l_Lines = {{"place", "LED", "colour", "state", "times", "control"}};
     l_Lines.insert(l_Lines.end(), a_Lines.begin(), a_Lines.end());

@@ -5,8 +5,9 @@
 #include "host/CompletionCode.h"
 #include "host/Error.h"
 #include "host/LedPanel.h"
-#include "host/Names.h"
+#include "host/Rows.h"
 #include "host/Session.h"
+#include "host/TextOutput.h"
 
 #include <CLI/CLI.hpp>
 
@@ -90,11 +91,7 @@ void CheckOptions(const CLI::App& a_App, LED_ACTION a_Action) {
 int FirstAMC(SESSION& a_Session) {
     for (int l_Bay = FIRST_AMC_BAY; l_Bay <= LAST_AMC_BAY; ++l_Bay) {
         int l_Result = 0;
-        BM_ADAPTOR::CBMIKeys l_Keys;
-        BM_ADAPTOR::CBMIParam l_Key(BM_ADAPTOR::BMI_PARAM_INT, BM_ADAPTOR::BMI_HW_AMC_BAY, true);
-        l_Key.SetInt(l_Bay);
-        l_Keys.Add(l_Key);
-        a_Session.Row(BM_ADAPTOR::BMI_GROUP_HARDWARE_AMC_TABLE, l_Keys, l_Result);
+        a_Session.Row(BM_ADAPTOR::BMI_GROUP_HARDWARE_AMC_TABLE, KeyOf(BM_ADAPTOR::BMI_HW_AMC_BAY, l_Bay), l_Result);
         if (l_Result == SUCCESS) return l_Bay;
         ReadLed(a_Session, {l_Bay, FIRST_LED}, l_Result);
         if (l_Result != NOT_FOUND) return l_Bay;
@@ -128,8 +125,7 @@ std::string Refusal(int a_Result, LED_PLACE a_Place) {
     if (a_Result == NOT_FOUND || a_Result == -1) return l_Which + "there is no such LED\n";
     if (a_Result >= FIRST_COMPLETION_CODE && a_Result <= LAST_COMPLETION_CODE)
         return l_Which + "the controller refused it with completion code " + CompletionCodeText(a_Result) + "\n";
-    return l_Which + "the adaptor answered " + std::to_string(a_Result) + " (" + std::string(ResultMeaning(a_Result)) +
-           ")\n";
+    return l_Which + "the adaptor answered " + ResultText(a_Result) + "\n";
 }
 
 } // namespace

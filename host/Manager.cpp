@@ -39,6 +39,10 @@ CBaseOsLog* MANAGER::GetLogger() {
 int MANAGER::SendEvent(unsigned a_Event, unsigned a_Number, BM_ADAPTOR::CBMIEvParams* a_Params) {
     EVENT l_Event{a_Event, a_Number, a_Params != nullptr ? *a_Params : BM_ADAPTOR::CBMIEvParams{}};
     const std::lock_guard l_Lock(m_Guard);
+    if (m_Taker) {
+        m_Taker(std::move(l_Event));
+        return 1;
+    }
     m_Events.push_back(std::move(l_Event));
     m_Arrived.notify_one();
     return 1;
@@ -50,6 +54,13 @@ std::optional<EVENT> MANAGER::TakeEvent(std::chrono::milliseconds a_Wait) {
     EVENT l_Event = std::move(m_Events.front());
     m_Events.pop_front();
     return l_Event;
+}
+
+void MANAGER::HandTo(std::function<void(EVENT)> a_Taker) {
+    const std::lock_guard l_Lock(m_Guard);
+    m_Taker = std::move(a_Taker);
+    for (; m_Taker && !m_Events.empty(); m_Events.pop_front())
+        m_Taker(std::move(m_Events.front()));
 }
 
 } // namespace BMHOST

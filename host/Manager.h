@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -39,6 +40,10 @@ public:
     /// The oldest event not yet taken; waits for one.
     std::optional<EVENT> TakeEvent(std::chrono::milliseconds a_Wait);
 
+    /// From now on events go to the taker instead of the queue, one at a time, on the thread that sends them; null: to
+    /// the queue again. Those that wait in the queue go first.
+    void HandTo(std::function<void(EVENT)> a_Taker);
+
 private:
     int m_Mode;
     std::shared_ptr<QUB_STORAGE::CDataStorage> m_Storage;
@@ -47,6 +52,7 @@ private:
     std::set<unsigned> m_Groups;
     std::set<unsigned> m_EventClasses;
     std::deque<EVENT> m_Events;
+    std::function<void(EVENT)> m_Taker;
 };
 
 } // namespace BMHOST

@@ -168,6 +168,10 @@ std::string_view ResultMeaning(int a_Result) {
         return "key or value missing";
     case 0x30004:
         return "media software not started";
+    case 0x30011:
+        return "DSPs not initialised";
+    case 0x30012:
+        return "switch not taught, or DSPs not loaded or not passed";
     case 0x30005:
         return "media software not stopped";
     default:

@@ -68,6 +68,48 @@ constexpr COMMAND COMMANDS[] = {
      "Shows the LED as it is read afterwards. Status 0 when it was set.\n"
      "Example: bmhost led set 1 health blink --color amber --on 200 --off 800\n",
      MORE::Nothing},
+    {"dsp", "dsp [set-ip N ADDRESS]", "show the DSPs and their addresses",
+     "Every DSP that the AMCs have: its number across the blade, where it is, MAC and IP address.\n"
+     "dsp set-ip N ADDRESS gives DSP N (1 to 32) another IP address, and shows it as it is read afterwards.\n"
+     "Status 0 when there are DSPs and each has its addresses; when the address was stored.\n"
+     "Example: bmhost dsp set-ip 5 192.168.0.25\n",
+     MORE::Nothing},
+    {"switch", "switch [enable|disable PORT]", "show the external ports of the Ethernet switch",
+     "Their state as the adaptor keeps it, and the links as the switch has them.\n"
+     "switch enable PORT and switch disable PORT set port 1 to 4, and show it as it is read afterwards.\n"
+     "Status 0 when there are ports and every link is known; when the port was set and its state stored.\n"
+     "Example: bmhost switch disable 2\n",
+     MORE::Nothing},
+    {"pstn", "pstn", "show what the PCI driver was told of the PSTN",
+     "The records of the simulated blade's driver file, in their order. Needs no adaptor, but a blade: bladesim -- ...\n",
+     MORE::Nothing},
+    {"status", "status", "show run status and LEDs of the blade",
+     "Run status, out-of-service and health LED of baseboard, AMCs and RTM, and the last firmware upgrade. The run status\n"
+     "is what this process's adaptor gave: `status` alone knows none, in a `shell` it follows `start`. The LEDs are the\n"
+     "hardware's. With --json one line. Status 0 when all could be read and nothing has failed.\n",
+     MORE::Nothing},
+    {"firmware", "firmware update --target T [--bay N] FILE [--dry-run]", "upgrade firmware; firmware show: its state",
+     "--target is board, amc (with --bay, 1 to 8) or rtm. FILE has to be a regular file that is not empty; the adaptor is\n"
+     "given its absolute path. Follows the upgrade to its end and shows for how long it runs; when it fails, standard error\n"
+     "has what the firmware tool said. Status 0 when it passed. A signal does not end bmhost before the tool has ended;\n"
+     "the third one does, and leaves the tool alone with it.\n"
+     "--dry-run checks the words and the file, and shows what would be written.\n"
+     "firmware show shows target and state of the last upgrade of this process's adaptor.\n"
+     "Example: bmhost firmware update --target amc --bay 3 /tmp/image.bin\n",
+     MORE::Nothing},
+    {"run", "run", "be a resident host until Ctrl-C or SIGTERM",
+     "Calls init and start, tells events and health as they happen, one line each (with --json a JSON line), and at SIGINT,\n"
+     "SIGTERM or SIGHUP calls stop and fin. A tool that runs is let end first; Ctrl-C reaches it as well, as in a shell.\n"
+     "The third signal ends bmhost at once. What adaptor and tools print is shown when something fails.\n"
+     "Status 0 when every call returned 1 and no fault of the health was found. Ends by itself when init or start fails.\n",
+     MORE::Nothing},
+    {"shell", "shell", "make calls and give commands at a prompt",
+     "The calls of a script and the commands for people, in one process; help [COMMAND] lists or explains them, quit or\n"
+     "Ctrl-D ends. On a terminal with history and completion (Tab). init is called when something needs it; at the end\n"
+     "what was started is stopped, and fin called. Errors end nothing. Without a terminal: plain lines, no prompt.\n"
+     "Status 0 when nothing went wrong.\n"
+     "Example: printf 'start\\nstatus\\n' | bmhost shell\n",
+     MORE::Parameters},
     {"groups", "groups", "list the parameter groups and their parameters", "Needs no adaptor.\n", MORE::Nothing},
 };
 
@@ -83,31 +125,48 @@ std::string CommandHelp(const COMMAND& a_Command) {
            (a_Command.m_More == MORE::ParametersAndLife ? LIFE_HELP : "");
 }
 
-std::string Footer() {
-    std::string l_Text = "Commands (bmhost COMMAND --help tells more):\n";
+std::string CommandList() {
+    std::string l_Text;
     for (const COMMAND& l_Command : COMMANDS) {
         const std::string l_Usage = l_Command.m_Usage;
         l_Text += "  " + l_Usage + std::string(l_Usage.size() < 46 ? 46 - l_Usage.size() : 1, ' ') +
                   l_Command.m_Summary + "\n";
     }
-    return l_Text +
-           "\nExit status: 0 every call returned 1, 1 some call did not, 2 bad usage, 3 the adaptor could not be loaded.\n";
+    return l_Text;
 }
 
-// $XDG_STATE_HOME, or ~/.local/state.
-std::string StateFolder() {
-    if (const char* l_State = getenv("XDG_STATE_HOME"); l_State != nullptr && l_State[0] != '\0') {
-        return std::string(l_State) + "/bmhost";
-    }
-    const char* l_Home = getenv("HOME");
-    return std::string(l_Home != nullptr ? l_Home : "") + "/.local/state/bmhost";
+std::string Footer() {
+    return "Commands (bmhost COMMAND --help tells more):\n" + CommandList() +
+           "\nExit status: 0 every call returned 1, 1 some call did not, 2 bad usage, 3 the adaptor could not be loaded.\n";
 }
 
 } // namespace
 
+std::vector<std::string> CommandNames() {
+    std::vector<std::string> l_Names;
+    for (const COMMAND& l_Command : COMMANDS)
+        l_Names.emplace_back(l_Command.m_Name);
+    return l_Names;
+}
+
+std::string HelpText(const std::string& a_Command) {
+    if (a_Command.empty()) return CommandList();
+    if (const COMMAND* const l_Command = FindCommand(a_Command)) return CommandHelp(*l_Command);
+    throw USAGE_ERROR("no help for '" + a_Command + "': expected a command that `help` lists");
+}
+
+// In $XDG_STATE_HOME, or ~/.local/state.
+std::string StateFile(const std::string& a_Name) {
+    if (const char* l_State = getenv("XDG_STATE_HOME"); l_State != nullptr && l_State[0] != '\0') {
+        return std::string(l_State) + "/" + a_Name;
+    }
+    const char* l_Home = getenv("HOME");
+    return std::string(l_Home != nullptr ? l_Home : "") + "/.local/state/" + a_Name;
+}
+
 OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
     OPTIONS l_Options;
-    l_Options.m_Storage = StateFolder();
+    l_Options.m_Storage = StateFile("bmhost");
     CLI::App l_App("Loads an adaptor as a board manager does, and makes the calls that you give.", "bmhost");
     l_App.footer(Footer());
     l_App.set_version_flag("--version", "bmhost " BMHOST_VERSION);
@@ -151,8 +210,8 @@ OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
         throw USAGE_ERROR((l_Options.m_Command[0].starts_with("-") ? "unknown option '" : "unknown command '") +
                           l_Options.m_Command[0] + "': expected one of those that `bmhost --help` lists");
     }
-    // No word of a command looks like an option, but for the one with options of its own.
-    const bool l_OwnOptions = l_Options.m_Command[0] == "led";
+    // No word of a command looks like an option, but for those with options of their own.
+    const bool l_OwnOptions = l_Options.m_Command[0] == "led" || l_Options.m_Command[0] == "firmware";
     for (auto l_Word = l_Options.m_Command.begin() + 1; l_Word != l_Options.m_Command.end(); ++l_Word) {
         if (*l_Word == "--help" || *l_Word == "-h") {
             l_Options.m_Answer = CommandHelp(*l_Command);

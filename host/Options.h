@@ -1,10 +1,13 @@
 // The command line: options, and the command's words.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace BMHOST {
+
+class SESSION;
 
 struct OPTIONS {
     std::string m_Adaptor; ///< empty: the installed one
@@ -16,9 +19,18 @@ struct OPTIONS {
     int m_NoticeAfter = 10000;          ///< milliseconds after which a call that does not return is told of
     std::vector<std::string> m_Command; ///< the command and its words
     std::string m_Answer;               ///< a help or version text to print instead of anything else
+    std::function<SESSION&()> m_Shell;  ///< the session of the shell that a command was typed in, after its init
+    int m_Output = 1;                   ///< where such a command writes; standard output, unless it is the shell's
 };
 
 /// Reads the command line. Throws USAGE_ERROR.
 OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv);
+
+/// Every command's first word.
+std::vector<std::string> CommandNames();
+/// The help of the shell: a command's, or with an empty name the list. Throws USAGE_ERROR for an unknown one.
+std::string HelpText(const std::string& a_Command);
+/// A file of bmhost's own in the user's state folder.
+std::string StateFile(const std::string& a_Name);
 
 } // namespace BMHOST

@@ -4,6 +4,7 @@
 #include "bm/Params.h"
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace BMHOST {
@@ -23,6 +24,9 @@ public:
     /// wait-event ended without an event.
     virtual void NoEvent() = 0;
 };
+
+/// The hardware's bytes are no encoding: as JSON text each byte is the code point of its number.
+std::string Utf8(const std::string& a_Bytes);
 
 /// One JSON line a call, on the given descriptor.
 std::unique_ptr<OUTPUT> MakeJsonOutput(int a_Descriptor);

@@ -53,6 +53,8 @@ int PrintsToStandardError() {
 
 int PrintsWithheld() {
     g_Withheld = Checked(memfd_create("bmhost-prints", MFD_CLOEXEC), "withholding the adaptor's prints");
+    // Several processes write it, tools among them, and it is emptied in between.
+    Checked(fcntl(g_Withheld, F_SETFL, O_APPEND), "withholding the adaptor's prints");
     return Replace(STDOUT_FILENO, g_Withheld, "redirecting standard output");
 }
 
@@ -69,6 +71,11 @@ void ShowWithheld() {
         if (write(STDERR_FILENO, l_Buffer.data(), static_cast<std::size_t>(l_Read)) < 0) return;
         l_Offset += l_Read;
     }
+    ForgetWithheld();
+}
+
+void ForgetWithheld() {
+    if (g_Withheld >= 0) Checked(ftruncate(g_Withheld, 0), "withholding the adaptor's prints");
 }
 
 void WriteAll(int a_Descriptor, std::string_view a_Text) {

@@ -18,8 +18,10 @@ int TakeStandardInput();
 int PrintsToStandardError();
 /// They are withheld: only a process that the adaptor ends shows them. Returns as above.
 int PrintsWithheld();
-/// Copies what was withheld to standard error.
+/// Moves what was withheld to standard error.
 void ShowWithheld();
+/// Drops what was withheld: nobody will want it any more.
+void ForgetWithheld();
 
 /// Writes the whole text to a descriptor of standard output. Throws std::system_error.
 void WriteAll(int a_Descriptor, std::string_view a_Text);

@@ -29,6 +29,9 @@ public:
     /// Writes a row and returns the call's result.
     int WriteRow(unsigned a_Group, BM_ADAPTOR::CBMIKeys& a_Keys, BM_ADAPTOR::CBMIParams& a_Values);
 
+    /// The host's side: where the adaptor's events arrive. It is never destroyed.
+    MANAGER& Manager() { return m_Manager; }
+
 private:
     bool Read(CALL& a_Call);
     bool Write(CALL& a_Call);

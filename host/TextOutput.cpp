@@ -20,11 +20,6 @@ using BM_ADAPTOR::CBMITable;
 
 namespace {
 
-std::string Result(int a_Result) {
-    return (a_Result > 0xFFFF ? Hex(static_cast<unsigned>(a_Result)) : std::to_string(a_Result)) + " (" +
-           std::string(ResultMeaning(a_Result)) + ")";
-}
-
 std::string GroupText(unsigned a_Group) {
     const std::string_view l_Name = GroupName(a_Group);
     return l_Name.empty() ? Hex(a_Group) : Hex(a_Group) + " " + std::string(l_Name);
@@ -45,22 +40,22 @@ public:
     explicit TEXT_OUTPUT(int a_Descriptor) : m_Descriptor(a_Descriptor) {}
 
     void Lifecycle(std::string_view a_Operation, int a_Result) override {
-        Show(std::string(a_Operation) + ": " + Result(a_Result) + "\n");
+        Show(std::string(a_Operation) + ": " + ResultText(a_Result) + "\n");
     }
 
     void Read(unsigned a_Group, int a_Result, const CBMIParams* a_Row) override {
-        Show("read " + GroupText(a_Group) + ": " + Result(a_Result) + "\n" +
+        Show("read " + GroupText(a_Group) + ": " + ResultText(a_Result) + "\n" +
              (a_Row != nullptr ? RowText(*a_Row) : std::string()));
     }
 
     void Table(unsigned a_Group, int a_Result, const CBMITable* a_Table) override {
         const bool l_HasRows = a_Table != nullptr && a_Table->GetSize() > 0;
-        Show("table " + GroupText(a_Group) + ": " + Result(a_Result) + "\n" +
+        Show("table " + GroupText(a_Group) + ": " + ResultText(a_Result) + "\n" +
              (l_HasRows ? AlignedTable(TableLines(*a_Table), ColorWanted(m_Descriptor)) : std::string()));
     }
 
     void Write(unsigned a_Group, int a_Result) override {
-        Show("write " + GroupText(a_Group) + ": " + Result(a_Result) + "\n");
+        Show("write " + GroupText(a_Group) + ": " + ResultText(a_Result) + "\n");
     }
 
     void Event(unsigned a_Event, unsigned a_Number, const CBMIParams& a_Params) override {
@@ -80,6 +75,18 @@ private:
 
 } // namespace
 
+std::string ResultText(int a_Result) {
+    return (a_Result > 0xFFFF ? Hex(static_cast<unsigned>(a_Result)) : std::to_string(a_Result)) + " (" +
+           std::string(ResultMeaning(a_Result)) + ")";
+}
+
+// Texts of the hardware may be anything.
+std::string PrintableText(std::string a_Text) {
+    std::replace_if(
+        a_Text.begin(), a_Text.end(), [](unsigned char a_Char) { return !isprint(a_Char); }, '?');
+    return a_Text;
+}
+
 std::string ValueText(const CBMIParam& a_Param) {
     switch (a_Param.GetType()) {
     case BM_ADAPTOR::BMI_PARAM_BOOL:
@@ -90,11 +97,7 @@ std::string ValueText(const CBMIParam& a_Param) {
     case BM_ADAPTOR::BMI_PARAM_STRING:
         break;
     }
-    std::string l_Text = a_Param.GetString();
-    // FRU bytes may be anything; none of them may steer a terminal.
-    std::replace_if(
-        l_Text.begin(), l_Text.end(), [](unsigned char a_Char) { return !isprint(a_Char); }, '?');
-    return l_Text;
+    return PrintableText(a_Param.GetString());
 }
 
 std::vector<std::vector<std::string>> TableLines(const CBMITable& a_Table) {

@@ -9,7 +9,11 @@
 
 namespace BMHOST {
 
-/// A value as people read it; control bytes are shown as '?'.
+/// "12 (not found)".
+std::string ResultText(int a_Result);
+/// The text with '?' for every byte that might steer a terminal.
+std::string PrintableText(std::string a_Text);
+/// A value as people read it, printable.
 std::string ValueText(const BM_ADAPTOR::CBMIParam& a_Param);
 
 /// The terminal's escape sequence that a cell begins with, or null; asked by line (0 is the header) and column.

@@ -16,6 +16,7 @@
 #include <fcntl.h>
 #include <mutex>
 #include <stdexcept>
+#include <utility>
 
 int BM_LOG_LEVEL = 0;
 
@@ -56,6 +57,7 @@ public:
             const std::lock_guard<std::mutex> lock(m_Guard);
             m_Logger.log(level <= BM_LOG_ERROR ? spdlog::level::err : spdlog::level::debug, "<{}> [{}] {}", level,
                          component != nullptr ? component : "", line);
+            if (m_Listener) m_Listener(level, component != nullptr ? component : "", line);
         } catch (...) { // a log that cannot be written must not end the caller
         }
     }
@@ -81,10 +83,16 @@ public:
         }
     }
 
+    void ToListener(LOG_LISTENER listener) {
+        const std::lock_guard<std::mutex> lock(m_Guard);
+        m_Listener = std::move(listener);
+    }
+
 private:
     std::shared_ptr<spdlog::sinks::stderr_sink_mt> m_Console = std::make_shared<spdlog::sinks::stderr_sink_mt>();
     spdlog::logger m_Logger;
     std::mutex m_Guard;
+    LOG_LISTENER m_Listener;
 };
 
 LOG& TheLog() {
@@ -100,6 +108,10 @@ void LogToConsole(bool on) {
 
 void LogToFile(const std::string& path) {
     TheLog().ToFile(path);
+}
+
+void LogToListener(LOG_LISTENER listener) {
+    TheLog().ToListener(std::move(listener));
 }
 
 CBaseOsLog& HostLog() {

@@ -1,6 +1,7 @@
 // The host's side of the log: where the lines go.
 #pragma once
 
+#include <functional>
 #include <string>
 
 class CBaseOsLog;
@@ -11,6 +12,11 @@ namespace BM_PLATFORM {
 void LogToConsole(bool on);
 /// Lines go to this file as well, appended. Throws std::runtime_error naming file and reason when it cannot be opened.
 void LogToFile(const std::string& path);
+
+/// Lines are told to the listener as well, one at a time, on the thread that logs; null: to nobody any more, from the
+/// moment that this returns. A listener must not log.
+using LOG_LISTENER = std::function<void(int level, const std::string& component, const std::string& text)>;
+void LogToListener(LOG_LISTENER listener);
 
 /// The logger object to hand to adaptors: the same lines as bmiLog's. Valid until the process has ended.
 CBaseOsLog& HostLog();

@@ -91,7 +91,8 @@ TEST(BmhostEnd, CallThatDoesNotReturnIsToldOfAgainAndAgain) {
         l_Host.Kill();
         const ENDED l_Ended = l_Host.End();
         auto l_Lines = l_Ended.ErrorLines();
-        l_Lines.resize(3); // more may have come before the end
+        std::erase_if(l_Lines, [](const std::string& a_Line) { return a_Line.find("`init`") == std::string::npos; });
+        l_Lines.resize(3); // more may have come before the end, and of the loading on a slow machine
         EXPECT_THAT(l_Lines,
                     testing::ElementsAre("bmhost: `init` has not returned for 0.005 s; still waiting for the adaptor",
                                          "bmhost: `init` has not returned for 0.035 s; still waiting for the adaptor",

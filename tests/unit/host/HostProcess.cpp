@@ -154,7 +154,11 @@ bool HOST_PROCESS::ErrorHas(const std::string& a_Text) {
 }
 
 void HOST_PROCESS::Kill() {
-    kill(m_Process, SIGKILL);
+    Signal(SIGKILL);
+}
+
+void HOST_PROCESS::Signal(int a_Signal) {
+    kill(m_Process, a_Signal);
 }
 
 ENDED HOST_PROCESS::End() {

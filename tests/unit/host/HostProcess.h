@@ -32,6 +32,7 @@ public:
     /// Reads standard error until it has this text, or has ended.
     bool ErrorHas(const std::string& a_Text);
     void Kill();
+    void Signal(int a_Signal);
     /// Waits for the end.
     ENDED End();
 

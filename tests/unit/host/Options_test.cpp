@@ -21,8 +21,9 @@ OPTIONS Parsed(std::vector<const char*> a_Words) {
     return ParseOptions(static_cast<int>(a_Words.size()), a_Words.data());
 }
 
-constexpr const char* COMMANDS[] = {"init",  "start", "stop",   "fin",       "read",
-                                    "table", "write", "script", "inventory", "groups"};
+constexpr const char* COMMANDS[] = {"init",  "start",  "stop",      "fin",    "read", "table",
+                                    "write", "script", "inventory", "groups", "dsp",  "switch",
+                                    "pstn",  "status", "firmware",  "run",    "shell"};
 
 TEST(Options, HaveTheirDefaults) {
     setenv("XDG_STATE_HOME", "/state", 1);

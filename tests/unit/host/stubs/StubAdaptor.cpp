@@ -6,16 +6,23 @@
 #include "bm/Log.h"
 #include "bm/OSAL.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
+#include <utility>
 
 #ifndef STUB_CREATE
 #define STUB_CREATE Nothing
 #endif
 #ifndef STUB_INIT
 #define STUB_INIT Nothing
+#endif
+#ifndef STUB_START
+#define STUB_START Nothing
 #endif
 #ifndef STUB_STOP
 #define STUB_STOP Nothing
@@ -25,14 +32,46 @@ namespace {
 
 using namespace BM_ADAPTOR;
 
-enum class ACT { Nothing, Fail, Print, PrintAndExit, Exit, ExitElsewhere, Hang, Throw, ThrowNumber, Abort, RunTool };
+enum class ACT {
+    Nothing,
+    Fail,
+    Print,
+    PrintAndExit,
+    Exit,
+    ExitElsewhere,
+    Hang,
+    Throw,
+    ThrowNumber,
+    Abort,
+    RunTool,
+    ToolInterrupts,
+    ToolFails,
+    SendAndFault
+};
 
 void Print() {
     printf("printed with stdio \x1B[31m\n");
     printf("an unfinished line");
 }
 
-int Do(ACT a_Act) {
+// An event, a fault that the health monitor finds, and the end.
+int SendAndFault(IBMAdaptorMgr* a_Manager) {
+    CBMIEvParams l_Params;
+    for (const auto& [l_Id, l_Value] : {std::pair{0x30208U, 4}, {0x30201U, 3}}) {
+        CBMIParam l_Param(BMI_PARAM_INT, l_Id, l_Id == 0x30201U);
+        l_Param.SetInt(l_Value);
+        l_Params.Add(l_Param);
+    }
+    a_Manager->SendEvent(0x70402, 5, &l_Params);
+    bmiLog(BM_LOG_ERROR, "IPMI Adaptor", "Monitor Thread started");
+    printf("the report\n");
+    bmiLog(BM_LOG_ERROR, "Monitor Thread", "AMC failed");
+    bmiLog(BM_LOG_ERROR, "IPMI Adaptor", "Monitor Thread stopped");
+    kill(getpid(), SIGTERM);
+    return 1;
+}
+
+int Do(ACT a_Act, IBMAdaptorMgr* a_Manager = nullptr) {
     switch (a_Act) {
     case ACT::Nothing:
         return 1;
@@ -63,6 +102,12 @@ int Do(ACT a_Act) {
         abort();
     case ACT::RunTool: // one that reads all of its input, and prints
         return system("cat; echo printed by a tool") == 0 ? 1 : 0;
+    case ACT::ToolInterrupts: // the host, once it waits for the tool; then a signal has to end the tool
+        return WTERMSIG(system("sleep 0.3; kill -INT $PPID; sleep 0.3; kill -TERM $$; exit 7")) == SIGTERM ? 1 : 0;
+    case ACT::ToolFails:
+        return system("echo the tool says why; exit 2") == 0 ? 1 : 0;
+    case ACT::SendAndFault:
+        return SendAndFault(a_Manager);
     }
     return 0;
 }
@@ -90,7 +135,7 @@ public:
 
     int Start(structBmiDeviceInfoType*) override {
         Note("Start");
-        return 1;
+        return Do(ACT::STUB_START, m_Manager);
     }
 
     int Stop(structBmiDeviceInfoType*) override {
@@ -110,6 +155,7 @@ public:
     // Every parameter becomes one of an event, keys first; from a thread of the adaptor when the group says so.
     int WriteParams(unsigned a_Group, CBMIKeys* a_Keys, CBMIParams* a_Values) override {
         Note("Write");
+        if (a_Group == STUB_UPGRADE) return Upgrade(*a_Values);
         if (a_Group != STUB_ECHO && a_Group != STUB_EVENT_LATER) return 23;
         CBMIEvParams l_Params;
         for (const CBMIParams* l_Row : {static_cast<CBMIParams*>(a_Keys), a_Values}) {
@@ -145,6 +191,22 @@ public:
     int ProcessEvent(unsigned, CBMIEvParams*) override { return 1; }
 
 private:
+    int Upgrade(const CBMIParams& a_Values) {
+        const std::string l_File = a_Values.GetParamById(0x605)->GetString();
+        if (l_File.find("refused") != std::string::npos) return 0;
+        CBMIEvParams l_Params;
+        for (const unsigned l_Id : {0x601U, 0x606U})
+            l_Params.Add(*a_Values.GetParamById(l_Id));
+        CBMIParam l_State(BMI_PARAM_UINT, 0x602, false);
+        l_State.SetInt(l_File.find("bad") != std::string::npos ? 3 : 2);
+        l_Params.Add(l_State);
+        printf("the firmware tool's words\n");
+        std::thread([l_Manager = m_Manager, l_Params]() mutable {
+            l_Manager->SendEvent(STUB_UPGRADE, 5, &l_Params);
+        }).detach();
+        return 1;
+    }
+
     static void Note(const char* a_Call) { bmiLog(BM_LOG_ERROR, "stub", "%s", a_Call); }
 
     IBMAdaptorMgr* m_Manager = nullptr;

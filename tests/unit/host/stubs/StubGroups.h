@@ -5,3 +5,5 @@ constexpr unsigned STUB_ECHO = 0x10;        ///< a read gives the keys back, a t
 constexpr unsigned STUB_EVENT_LATER = 0x11; ///< a write gives an event, from a thread that Init's caller does not see
 constexpr unsigned STUB_NOT_FOUND = 0x12;   ///< a read gives 12 and no row, a table 12 and no rows
 constexpr unsigned STUB_TEXT = 0x13;        ///< the only column of the table
+constexpr unsigned STUB_UPGRADE =
+    0x600; ///< a write gives its event, later: failed when the file's name has "bad" in it

@@ -1,0 +1,42 @@
+// Events in one line, and the names in them.
+#include "host/RunOutput.h"
+
+#include "host/HostParams.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace BMHOST;
+using BM_ADAPTOR::CBMIEvParams;
+
+struct LINE_CASE {
+    EVENT m_Event;
+    const char* m_Line;
+};
+
+TEST(EventLine, SaysByNameWhatHappened) {
+    const LINE_CASE l_Cases[] = {
+        {{0x70402, 5, Row<CBMIEvParams>(Int(0x30208, 1), Int(0x30201, 1, true))},
+         "run status of AMC bay 1: not started (1)"},
+        {{0x70402, 5, Row<CBMIEvParams>(Int(0x30208, 3), Int(0x30201, 9, true))},
+         "run status of RTM: initialising (3)"},
+        {{0x70402, 5, Row<CBMIEvParams>(Int(0x30208, 5), Int(0x30201, 8, true))},
+         "run status of AMC bay 8: failed (5)"},
+        {{0x70402, 5, Row<CBMIEvParams>(Int(0x30208, 77), Int(0x30201, 8, true))},
+         "run status of AMC bay 8: unknown (77)"},
+        {{0x70402, 5, Row<CBMIEvParams>(Int(0x30208, 5))}, "event 0x70402, number 5: run status 5"},
+        {{0x600, 5, Row<CBMIEvParams>(Int(0x601, 0), Int(0x606, 0), Int(0x602, 2))},
+         "firmware upgrade of baseboard: done"},
+        {{0x600, 5, Row<CBMIEvParams>(Int(0x601, 1), Int(0x606, 9), Int(0x602, 3))}, "firmware upgrade of RTM: failed"},
+        {{0x600, 5, Row<CBMIEvParams>(Int(0x601, 1), Int(0x606, 2), Int(0x602, 0))},
+         "firmware upgrade of AMC bay 2: in progress"},
+        {{0x600, 5, CBMIEvParams{}}, "event 0x600, number 5"},
+        {{0x9, 4, Row<CBMIEvParams>(Int(0x77, 1), Text(0x30203, "a\x1B"))},
+         "event 0x9, number 4: 0x77 1, manufacturer a?"},
+    };
+    for (const LINE_CASE& l_Case : l_Cases)
+        EXPECT_EQ(l_Case.m_Line, EventLine(l_Case.m_Event));
+}
+
+} // namespace
