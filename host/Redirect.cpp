@@ -6,9 +6,11 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <string>
+#include <system_error>
+
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace BMHOST {
@@ -27,6 +29,22 @@ int Replace(int a_Standard, int a_Descriptor, const char* a_Operation) {
     const int l_Real = Checked(fcntl(a_Standard, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), a_Operation);
     Checked(dup2(a_Descriptor, a_Standard), a_Operation);
     return l_Real;
+}
+
+// Calls it with one piece after the other, until it gives false.
+template <typename TAKER>
+void ForEachWithheld(const TAKER& a_Taker) {
+    std::array<char, 4096> l_Buffer{};
+    off_t l_Offset = 0;
+    ssize_t l_Read = 0;
+    while (g_Withheld >= 0 && (l_Read = pread(g_Withheld, l_Buffer.data(), l_Buffer.size(), l_Offset)) > 0) {
+        // Texts of the hardware are among them: none of their bytes may steer a terminal.
+        std::replace_if(
+            l_Buffer.begin(), l_Buffer.begin() + l_Read,
+            [](unsigned char a_Byte) { return iscntrl(a_Byte) && a_Byte != '\n' && a_Byte != '\t'; }, '?');
+        if (!a_Taker(std::string_view(l_Buffer.data(), static_cast<std::size_t>(l_Read)))) return;
+        l_Offset += l_Read;
+    }
 }
 
 } // namespace
@@ -58,20 +76,28 @@ int PrintsWithheld() {
     return Replace(STDOUT_FILENO, g_Withheld, "redirecting standard output");
 }
 
+// Allocates nothing: it is also called when a signal ends the process.
 void ShowWithheld() {
-    if (g_Withheld < 0) return;
-    std::array<char, 4096> l_Buffer{};
-    off_t l_Offset = 0;
-    ssize_t l_Read = 0;
-    while ((l_Read = pread(g_Withheld, l_Buffer.data(), l_Buffer.size(), l_Offset)) > 0) {
-        // Texts of the hardware are among them: none of their bytes may steer a terminal.
-        std::replace_if(
-            l_Buffer.begin(), l_Buffer.begin() + l_Read,
-            [](unsigned char a_Byte) { return iscntrl(a_Byte) && a_Byte != '\n' && a_Byte != '\t'; }, '?');
-        if (write(STDERR_FILENO, l_Buffer.data(), static_cast<std::size_t>(l_Read)) < 0) return;
-        l_Offset += l_Read;
-    }
+    ForEachWithheld(
+        [](std::string_view a_Prints) { return write(STDERR_FILENO, a_Prints.data(), a_Prints.size()) >= 0; });
     ForgetWithheld();
+}
+
+std::string TakeWithheld() {
+    std::string l_Prints;
+    ForEachWithheld([&](std::string_view a_Prints) {
+        l_Prints += a_Prints;
+        return true;
+    });
+    ForgetWithheld();
+    return l_Prints;
+}
+
+void ShowTaken(std::string_view a_Prints) {
+    try {
+        WriteAll(STDERR_FILENO, a_Prints);
+    } catch (const std::system_error&) { // as with what is shown at the end
+    }
 }
 
 void ForgetWithheld() {

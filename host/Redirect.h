@@ -1,6 +1,7 @@
 // The standard descriptors: what of them is bmhost's, and where the adaptor's own prints go.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace BMHOST {
@@ -22,6 +23,10 @@ int PrintsWithheld();
 void ShowWithheld();
 /// Drops what was withheld: nobody will want it any more.
 void ForgetWithheld();
+/// Instead of showing it: what was withheld up to now, as it would be shown. It is forgotten.
+std::string TakeWithheld();
+/// Shows on standard error what was taken; whether somebody reads it does not matter.
+void ShowTaken(std::string_view a_Prints);
 
 /// Writes the whole text to a descriptor of standard output. Throws std::system_error.
 void WriteAll(int a_Descriptor, std::string_view a_Text);

@@ -14,6 +14,7 @@
 #include <exception>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <thread>
 
 namespace BMHOST {
@@ -83,16 +84,6 @@ private:
     std::thread m_Thread; // the last member: it uses the others
 };
 
-void Show(RUN_OUTPUT& a_Output, const HEALTH_CHANGE& a_Change) {
-    a_Output.Health(a_Change);
-    if (a_Change.m_Health == HEALTH::Fault) ShowWithheld(); // the diagnostic's report is among it
-}
-
-void Show(RUN_OUTPUT& a_Output, OPERATION a_Operation, int a_Result) {
-    a_Output.Lifecycle(OperationName(a_Operation), a_Result);
-    if (a_Operation != OPERATION::Init && a_Result != 1) ShowWithheld(); // what the tools said
-}
-
 /// The adaptor's events and the lines of the log go to the teller for as long as this lives.
 class NEWS_SOURCES {
 public:
@@ -122,7 +113,12 @@ private:
         auto l_Change = m_Health.Take(a_Level, a_Component, a_Text);
         if (!l_Change) return;
         m_Fault = m_Fault || l_Change->m_Health == HEALTH::Fault;
-        m_Teller.Tell([l_Told = std::move(*l_Change)](RUN_OUTPUT& a_Output) { Show(a_Output, l_Told); });
+        // The diagnostic's report is among what was printed.
+        std::string l_Prints = l_Change->m_Health == HEALTH::Fault ? TakeWithheld() : "";
+        m_Teller.Tell([l_Told = std::move(*l_Change), l_Prints = std::move(l_Prints)](RUN_OUTPUT& a_Output) {
+            a_Output.Health(l_Told);
+            ShowTaken(l_Prints);
+        });
     }
 
     MANAGER& m_Manager;
@@ -156,8 +152,12 @@ bool RunHost(SESSION& a_Session, RUN_OUTPUT& a_Output, STOP_REQUEST& a_Stop) {
             const int l_Result = a_Session.Lifecycle(a_Operation);
             fflush(stdout); // what the adaptor printed comes before
             // Init prints all that it has found, tools that found nothing their progress.
-            if (l_Result == 1 || a_Operation == OPERATION::Init) ForgetWithheld();
-            l_Teller.Tell([=](RUN_OUTPUT& a_Told) { Show(a_Told, a_Operation, l_Result); });
+            const std::string l_Prints = TakeWithheld();
+            const bool l_bShown = l_Result != 1 && a_Operation != OPERATION::Init;
+            l_Teller.Tell([=](RUN_OUTPUT& a_Told) {
+                a_Told.Lifecycle(OperationName(a_Operation), l_Result);
+                if (l_bShown) ShowTaken(l_Prints);
+            });
             return l_Result == 1;
         });
         l_Good = l_Good && !l_Sources.HadFault();

@@ -84,21 +84,31 @@ def host():
 class LiveHost(Host):
     """A bmhost whose calls are made one by one, after an init."""
 
-    def __init__(self, *options):
+    def __init__(self, *options, mode=2, **popen_options):
         self.process = subprocess.Popen(
-            [bin_folder() / "bmhost", "--mode", "2", "--json", *options, "script", "-"],
+            [bin_folder() / "bmhost", "--mode", str(mode), "--json", *options, "script", "-"],
             stdin=subprocess.PIPE,
             stdout=subprocess.PIPE,
             stderr=subprocess.DEVNULL,
             text=True,
             bufsize=1,
+            **popen_options,
         )
         assert self.call("init")["result"] == 1
 
-    def call(self, line):
+    def send(self, line):
         self.process.stdin.write(line + "\n")
-        assert select.select([self.process.stdout], [], [], SECONDS)[0], f"no answer to {line}"
+
+    def has_answered(self, seconds):
+        return bool(select.select([self.process.stdout], [], [], seconds)[0])
+
+    def answer(self):
+        assert self.has_answered(SECONDS), "no answer"
         return json.loads(self.process.stdout.readline())
+
+    def call(self, line):
+        self.send(line)
+        return self.answer()
 
 
 def ipmitool(*words):
