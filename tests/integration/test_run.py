@@ -6,6 +6,7 @@ import pty
 import re
 import select
 import signal
+import threading
 
 import pytest
 from conftest import SECONDS, bin_folder
@@ -69,14 +70,15 @@ def test_firmware_follows_an_upgrade_to_its_outcome(blade, tmp_path, order, stat
 
 def test_run_brings_the_blade_to_running_media_software_and_stops_at_a_signal(blade):
     process = blade.start("--blade", "typical", "--", "bmhost", "--json", "run", stderr=None)
+    deadline = threading.Timer(SECONDS, process.kill)
+    deadline.start()
     lines = []
-    while not lines or lines[-1].get("state") != "monitored":
-        assert select.select([process.stdout], [], [], SECONDS)[0], lines
-        lines.append(json.loads(process.stdout.readline()))
-    process.send_signal(signal.SIGTERM)
-    out, _ = process.communicate(timeout=SECONDS)
-    lines += [json.loads(line) for line in out.splitlines()]
-    assert process.returncode == 0
+    for line in process.stdout:
+        lines.append(json.loads(line))
+        if lines[-1].get("state") == "monitored":
+            process.send_signal(signal.SIGTERM)
+    assert process.wait() == 0, lines
+    deadline.cancel()
     assert [(line["op"], line["result"]) for line in lines if "result" in line] == [("init", 1), ("start", 1), ("stop", 1), ("fin", 1)]
     status = [line["params"][0]["value"] for line in lines if line["op"] == "event"]
     assert status == [3, 3, 3, 4, 4, 4]

@@ -89,6 +89,7 @@ struct IPMI_TEST_ACCESS {
     TEST_CALL(mInitSwitchInfo)
     TEST_CALL(mFindSmallestMac)
     TEST_CALL(mTeachSwitch)
+    TEST_CALL(mSetAmcRTMStatus)
 
     /// The domain thread of the process; without one the next Init starts one.
     static BM_ADAPTOR::IPMITHREAD*& DomainThread() { return BM_ADAPTOR::IPMIAdaptor::s_DomainThread; }

@@ -103,7 +103,7 @@ TEST(BmhostEnd, CallThatDoesNotReturnIsToldOfAgainAndAgain) {
 }
 
 TEST(BmhostEnd, SleepAndWaitEventAreNotWaitingForTheAdaptor) {
-    const ENDED l_Ended = RunStub("good", {"--notice-after", "1", "script", "-"}, "sleep 20\nwait-event 20\n");
+    const ENDED l_Ended = RunStub("good", {"--notice-after", "300", "script", "-"}, "sleep 400\nwait-event 400\n");
     EXPECT_EQ(0, l_Ended.m_Status);
     EXPECT_THAT(l_Ended.ErrorLines(), testing::IsEmpty());
 }
