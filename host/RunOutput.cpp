@@ -56,7 +56,7 @@ public:
         Line(std::string(a_Operation) + ": " + ResultText(a_Result), a_Result == 1 ? GREEN : RED);
     }
 
-    void Event(const EVENT& a_Event) override { Line(EventLine(a_Event), nullptr); }
+    void Event(const EVENT& a_Event) override { Line(EventLine(a_Event), PLAIN); }
 
     void Health(const HEALTH_CHANGE& a_Change) override {
         switch (a_Change.m_Health) {
@@ -65,17 +65,19 @@ public:
         case HEALTH::Fault:
             return Line("health: fault" + ReasonsText(a_Change), RED);
         case HEALTH::Ended:
-            return Line("health: no longer monitored", nullptr);
+            return Line("health: no longer monitored", PLAIN);
         }
     }
 
 private:
+    static constexpr const char* PLAIN = "";
     static constexpr const char* GREEN = "\033[32m";
     static constexpr const char* RED = "\033[91m";
 
-    void Line(const std::string& a_Text, const char* a_Paint) const {
-        const bool l_Painted = m_Color && a_Paint != nullptr;
-        WriteAll(m_Descriptor, TimeOfDay() + "  " + (l_Painted ? a_Paint + a_Text + "\033[0m" : a_Text) + "\n");
+    void Line(const std::string& a_Text, std::string_view a_Paint) const {
+        const bool l_Painted = m_Color && !a_Paint.empty();
+        WriteAll(m_Descriptor,
+                 TimeOfDay() + "  " + (l_Painted ? std::string(a_Paint) + a_Text + "\033[0m" : a_Text) + "\n");
     }
 
     int m_Descriptor;

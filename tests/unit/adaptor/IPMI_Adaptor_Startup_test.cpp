@@ -35,6 +35,18 @@ TEST_F(AdaptorFin, Gives1WhateverTheManagerAnswersAndHoweverOften) {
     EXPECT_EQ(m_Adaptor.Fin(), 1);
 }
 
+TEST_F(AdaptorFin, SecondTimeAsksNobody) {
+    WithoutOpenIPMI();
+    GiveDSPs();
+    Init(1);
+    m_Adaptor.Fin();
+    ASSERT_EQ(BoardDriver().m_Closed.size(), 1U);
+    m_Host.m_Calls.clear();
+    EXPECT_EQ(m_Adaptor.Fin(), 1);
+    EXPECT_THAT(m_Host.m_Calls, IsEmpty());
+    EXPECT_EQ(BoardDriver().m_Closed.size(), 1U);
+}
+
 TEST_F(AdaptorFin, BeforeInitGives1) {
     EXPECT_EQ(m_Adaptor.Fin(), 1);
     EXPECT_THAT(BoardDriver().m_Closed, IsEmpty());

@@ -239,14 +239,14 @@ TEST_F(FirmwareEvent, WithoutAManagerIsNotSent) {
 using FirmwareLeft = UPGRADE_TEST;
 
 TEST_F(FirmwareLeft, WithoutAnUpgradeNothingHappens) {
-    Access::LeaveUpgrade(m_Adaptor);
+    EXPECT_EQ(m_Adaptor.Fin(), 1);
     EXPECT_EQ(Row(), UpgradeRow(0, 0, 2));
 }
 
 TEST_F(FirmwareLeft, EndedUpgradeIsForgotten) {
     FakeSystem().m_Results = {Exited(1)};
     Upgrade();
-    Access::LeaveUpgrade(m_Adaptor);
+    EXPECT_EQ(m_Adaptor.Fin(), 1);
     EXPECT_EQ(Access::UpgradeThread(m_Adaptor), nullptr);
     EXPECT_EQ(Row(), UpgradeRow(0, 0, 2));
 }
@@ -255,7 +255,7 @@ TEST_F(FirmwareLeft, RunningUpgradeGoesOnAndTheManagerHearsNoMoreOfIt) {
     HELD_TOOL l_Tool;
     Write();
     l_Tool.WaitUntilItRuns();
-    Access::LeaveUpgrade(m_Adaptor);
+    EXPECT_EQ(m_Adaptor.Fin(), 1);
     EXPECT_EQ(Row(), UpgradeRow(1, 3, 0));
     EXPECT_EQ(Write(), 0);
     l_Tool.LetGo();
@@ -265,7 +265,7 @@ TEST_F(FirmwareLeft, RunningUpgradeGoesOnAndTheManagerHearsNoMoreOfIt) {
 }
 
 TEST_F(FirmwareLeft, AHostMayDoItWithinTheEvent) {
-    m_Host.m_OnEvent = [this] { Access::LeaveUpgrade(m_Adaptor); };
+    m_Host.m_OnEvent = [this] { EXPECT_EQ(m_Adaptor.Fin(), 1); };
     Upgrade();
     EXPECT_EQ(Row(), UpgradeRow(1, 3, 2));
 }
@@ -278,7 +278,7 @@ TEST_F(FirmwareLeft, AdaptorMayBeFreedWhileAnUpgradeRuns) {
     CBMIParams l_Row = UPGRADE_REQUEST().Row();
     ASSERT_EQ(l_Adaptor->Firmware_Update_WriteParams(nullptr, &l_Row), 1);
     l_Tool.WaitUntilItRuns();
-    Access::LeaveUpgrade(*l_Adaptor);
+    EXPECT_EQ(l_Adaptor->Fin(), 1);
     // What the freed adaptor leaves behind is the test's to delete.
     const auto l_Thread = std::move(Access::UpgradeThread(*l_Adaptor));
     const auto l_Status = std::move(Access::UpgradeStatus(*l_Adaptor));

@@ -72,9 +72,6 @@ struct IPMI_TEST_ACCESS {
     // Of the health monitor.
     TEST_ACCESS(bStop)
 
-    /// What Fin does with an upgrade.
-    static void LeaveUpgrade(BM_ADAPTOR::IPMIAdaptor& a_Adaptor) { a_Adaptor.mLeaveUpgrade(); }
-
     // Operations of the adaptor.
     TEST_CALL(mInitRTMInfo)
     TEST_CALL(mKeepRTMInfo)
