@@ -81,12 +81,10 @@ std::optional<int> IPMIAdaptor::mCountDSPs(int32_t a_Bay) const {
     if (!l_Record) return std::nullopt;
     if (TracesOn()) {
         bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "IPMIAdaptor :: AMC_DSP_ReadParams - AMC Multirecord found");
-        if (const auto l_First = l_Record->DSP(0)) {
+        if (const auto l_First = l_Record->DSP(0)) { // the record's own address, which is not used
             const auto& l_Mac = l_First->m_Mac;
-            bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR,
-                   "IPMIAdaptor :: AMC_DSP_ReadParams - its MAC, which eth6's replaces: "
-                   "%2.2x:%2.2x:%2.2x:%2.2x:%2.2x:%2.2x",
-                   l_Mac[0], l_Mac[1], l_Mac[2], l_Mac[3], l_Mac[4], l_Mac[5]);
+            bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "%2.2x:%2.2x:%2.2x:%2.2x:%2.2x:%2.2x", l_Mac[0], l_Mac[1],
+                   l_Mac[2], l_Mac[3], l_Mac[4], l_Mac[5]);
         }
     }
     return l_Record->NumDSPs();

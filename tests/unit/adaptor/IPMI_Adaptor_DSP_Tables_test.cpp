@@ -52,8 +52,7 @@ TEST_F(DspMac, MacOfTheRecordIsTracedAndNotTaken) {
     AddMultiRecord(AddFRU(AddEntity(ENTITY_ID_AMC, 3), "FRU"), l_Record);
     EXPECT_EQ(Read(3, 1), 1);
     EXPECT_THAT(Row(), Contains("0x1203 s:00:11:22:33:45:00"));
-    EXPECT_THAT(Lines(), Contains(BmiTrace(
-                             "IPMIAdaptor :: AMC_DSP_ReadParams - its MAC, which eth6's replaces: 12:34:56:78:9a:00")));
+    EXPECT_THAT(Lines(), Contains(BmiTrace("12:34:56:78:9a:00")));
 }
 
 TEST_F(DspMac, DspOutsideOfTheRecordIsNoRow) {
