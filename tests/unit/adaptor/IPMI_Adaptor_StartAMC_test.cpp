@@ -121,6 +121,14 @@ TEST_F(DspStartup, SecondStartTakesTheDspsAsTheyAreThen) {
     EXPECT_THAT(Statuses(), ElementsAre(3, 4, 3, 4));
 }
 
+TEST_F(DspStartup, SecondStartDoesNotKnowAnAddressThatIsNoLongerThere) {
+    EXPECT_EQ(Start(), 1);
+    m_Storage.m_Files["telq_qub_dsp_iptable_cfg.xml"].erase(1);
+    EXPECT_EQ(Start(), 0);
+    EXPECT_EQ(StartupLines().back(), Ipmi(OffSubnet(0, "")));
+    EXPECT_THAT(FakeSystem().Commands(), SizeIs(4));
+}
+
 TEST_F(DspStartup, SecondStartWithoutDspsRunsNothingMore) {
     EXPECT_EQ(Start(), 1);
     Access::DspMacMap(m_Adaptor).clear();

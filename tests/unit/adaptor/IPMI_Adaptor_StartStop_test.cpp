@@ -144,7 +144,7 @@ protected:
             if (l_Tools++ != 0) return;
             l_Runs.count_down();
             l_Other.wait();
-            for (int i = 0; i < 1000; ++i)
+            for (int i = 0; i < 100; ++i)
                 std::this_thread::yield();
         };
         std::thread l_Start([this] { EXPECT_EQ(Start(), 1); });
