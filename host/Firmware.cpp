@@ -53,7 +53,7 @@ std::string CheckedFile(const std::string& a_File) {
     const auto l_Path = std::filesystem::absolute(a_File, l_Error);
     const std::string l_Name = PrintableText(l_Path.string());
     if (l_Error || a_File.empty()) Refuse("FILE '" + PrintableText(a_File) + "': no path can be made of it");
-    const std::string l_Text = l_Path.string();
+    std::string l_Text = l_Path.string();
     if (std::any_of(l_Text.begin(), l_Text.end(), [](unsigned char a_Char) { return iscntrl(a_Char); }))
         Refuse("FILE '" + l_Name + "': control characters in its path");
     const auto l_Status = std::filesystem::status(l_Path, l_Error);

@@ -23,7 +23,7 @@ namespace BMHOST {
 
 namespace {
 
-constexpr int STOP_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::array STOP_SIGNALS = {SIGINT, SIGTERM, SIGHUP};
 constexpr int LAST_CHANCES = 3;
 
 pthread_t g_Taker;
