@@ -8,6 +8,7 @@
 #include "sim/tools/ToolLog.h"
 #include "sim/tools/ToolOrders.h"
 
+#include <charconv>
 #include <cstdlib>
 #include <vector>
 
@@ -44,7 +45,9 @@ ordered_json ToolsAndOrders() {
 
 /// An empty text is none that is wrong.
 std::string CheckSignal(const std::string& a_Signal) {
-    const bool l_Ends = a_Signal == "0" || SignalEnds(std::atoi(a_Signal.c_str()));
+    int l_Signal = -1;
+    std::from_chars(a_Signal.data(), a_Signal.data() + a_Signal.size(), l_Signal);
+    const bool l_Ends = l_Signal == 0 || SignalEnds(l_Signal);
     return l_Ends ? "" : "signal " + a_Signal + " ends no process";
 }
 

@@ -103,7 +103,7 @@ void MakeInstallFolder(const std::string& a_StandIn) {
 }
 
 std::string PathWithTools(std::string_view a_Path) {
-    const std::string l_Tools = std::string(g_InstallFolder) + "/sbin";
+    std::string l_Tools = std::string(g_InstallFolder) + "/sbin";
     size_t l_At = 0;
     while (l_At < a_Path.size()) {
         const size_t l_End = std::min(a_Path.find(':', l_At), a_Path.size());
