@@ -5,9 +5,7 @@
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
-using testing::Each;
 using testing::ElementsAre;
-using testing::Field;
 using testing::IsEmpty;
 
 namespace {
