@@ -12,7 +12,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::Not;
 
 class BmhostFirmware : public testing::Test {
 protected:

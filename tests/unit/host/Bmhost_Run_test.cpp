@@ -13,7 +13,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::Not;
 
 constexpr const char* WHOLE_LIFE = "{\"op\":\"init\",\"result\":1}\n{\"op\":\"start\",\"result\":1}\n"
                                    "{\"op\":\"stop\",\"result\":1}\n{\"op\":\"fin\",\"result\":1}\n";
