@@ -8,8 +8,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
 
 ENDED RunShell(const std::string& a_Lines, const std::string& a_Stub = "good") {
     return RunStub(a_Stub, {"--json", "shell"}, a_Lines);

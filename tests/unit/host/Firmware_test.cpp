@@ -21,7 +21,7 @@ protected:
     FirmwareOrder() : m_Folder(testing::TempDir() + "firmware-" + std::to_string(getpid())) {
         fs::create_directories(m_Folder);
         std::ofstream(m_Folder + "/image.bin") << "image";
-        std::ofstream(m_Folder + "/empty.bin");
+        std::ofstream(m_Folder + "/empty.bin") << "";
         std::ofstream(m_Folder + "/a\nb") << "image";
     }
     ~FirmwareOrder() override { fs::remove_all(m_Folder); }
