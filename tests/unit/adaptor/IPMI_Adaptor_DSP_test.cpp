@@ -2,6 +2,7 @@
 #include "adaptor/IPMI_Adaptor_DSP.h"
 
 #include "adaptor/BoardTest.h"
+#include "fake/FakeParams.h"
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -49,6 +50,15 @@ TEST_F(DspInfo, AnEntryIsReplacedByANewOne) {
     AddAMC(3, 1);
     EXPECT_EQ(InitInfo(), 1);
     EXPECT_THAT(Macs(), ElementsAre(Pair(1, "02:00:00:00:00:12"), Pair(5, "kept")));
+}
+
+TEST_F(DspInfo, TableThatDoesNotGiveItsRowsMakesNoDspKnown) {
+    AddAMC(2, 2);
+    FakeParams().m_bHidesRows = true;
+    EXPECT_EQ(InitInfo(), 1);
+    FakeParams() = {};
+    EXPECT_THAT(Macs(), IsEmpty());
+    EXPECT_THAT(Lines(), Contains(BmiError("Can not get MAC Address of dsp[1]")));
 }
 
 TEST_F(DspInfo, WithoutDspsTheTableIsMissedAndTheIpTableSeeded) {

@@ -2,6 +2,7 @@
 #include "adaptor/LedTest.h"
 
 #include "adaptor/IPMI_Adaptor_Rows.h"
+#include "fake/FakeParams.h"
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -113,6 +114,29 @@ TEST_F(RunStatus, LedSetByItsControlIsNoFailure) {
     EXPECT_THAT(StartupLines(), IsEmpty());
     EXPECT_THAT(Fake().Controls().m_SetLights,
                 ElementsAre(ipmi_light_setting_s{0, 500, 500, 2}, ipmi_light_setting_s{0, 1, 0, 3}));
+}
+
+TEST_F(RunStatus, RowThatDoesNotGiveItsBayEndsTheWalk) {
+    AddModule(ENTITY_ID_AMC, 3);
+    AddModule(ENTITY_ID_AMC, 5);
+    FakeParams().m_Hides = [](const CBMIParams& a_Row, unsigned a_Id) {
+        return a_Id == BMI_HW_AMC_BAY && a_Row.GetSize() > 1; // not the key alone, with which the row is read
+    };
+    EXPECT_EQ(Set(4), 0x30011);
+    FakeParams() = {};
+    EXPECT_THAT(StartupLines(), ElementsAre(Ipmi("Fail to get AMCs bay location")));
+    EXPECT_THAT(Told(), IsEmpty());
+}
+
+TEST_F(RunStatus, StatusThatCannotBeSetEndsTheWalk) {
+    AddModule(ENTITY_ID_AMC, 3);
+    AddModule(ENTITY_ID_AMC, 5);
+    FakeParams().m_Hides = [](const CBMIParams&, unsigned a_Id) { return a_Id == BMI_HW_AMC_RUN_STATUS; };
+    EXPECT_EQ(Set(4), 16);
+    FakeParams() = {};
+    EXPECT_THAT(StartupLines(), ElementsAre(Ipmi("Fail to set AMCs run status, Error Id = 16")));
+    EXPECT_THAT(Told(), IsEmpty());
+    EXPECT_THAT(Sets(), IsEmpty());
 }
 
 TEST_F(RunStatus, OutOfServiceLedThatIsRefusedIsReportedAndTheWalkGoesOn) {
