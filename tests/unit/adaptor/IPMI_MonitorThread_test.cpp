@@ -264,6 +264,8 @@ std::ptrdiff_t EntriesOf(const char* a_Folder) {
 }
 
 TEST_F(Monitor, ManyStartsAndStopsLeaveNoThreadAndNoDescriptor) {
+    StartIt(); // the first thread of a process may bring a sanitizer's own
+    m_Monitor.StopMonitor();
     const auto l_Threads = EntriesOf("/proc/self/task");
     const auto l_Descriptors = EntriesOf("/proc/self/fd");
     for (std::size_t i = 1; i <= 100; ++i) {
@@ -271,7 +273,7 @@ TEST_F(Monitor, ManyStartsAndStopsLeaveNoThreadAndNoDescriptor) {
         if (i % 2 == 0) m_Monitor.StopMonitor();
     }
     m_Monitor.StopMonitor();
-    while (EntriesOf("/proc/self/task") != l_Threads) // the kernel lists a thread a moment longer than it lives
+    while (EntriesOf("/proc/self/task") > l_Threads) // the kernel lists a thread a moment longer than it lives
         std::this_thread::yield();
     EXPECT_EQ(EntriesOf("/proc/self/fd"), l_Descriptors);
 }
