@@ -10,8 +10,12 @@ from conftest import SECONDS, bin_folder
 from device import Device
 
 
+def bladesim(*words):
+    return subprocess.run([bin_folder() / "bladesim", *words], capture_output=True, text=True, timeout=SECONDS)
+
+
 def order(*words):
-    done = subprocess.run([bin_folder() / "bladesim", *words], capture_output=True, text=True, timeout=SECONDS)
+    done = bladesim(*words)
     assert (done.returncode, done.stderr) == (0, "")
     return done.stdout
 

@@ -4,47 +4,19 @@ import json
 import os
 import select
 import signal
-import subprocess
 from pathlib import Path
 
 import pytest
-from conftest import bin_folder
 from device import GET_DEVICE_ID, PICMG_PROPERTIES, SECONDS, Device
+from inside import bladesim, ipmitool, order, show, sound_blade  # noqa: F401 (the last is a fixture)
 
 TIME_OUT = b"\xc3"
 FRU_AREA = (0x0A, 0x10)
 GET_LED, SET_LED = (0x2C, 0x08), (0x2C, 0x07)
 
 
-def bladesim(*words):
-    return subprocess.run([bin_folder() / "bladesim", *words], capture_output=True, text=True, timeout=SECONDS)
-
-
-def order(*words):
-    done = bladesim(*words)
-    assert (done.returncode, done.stderr) == (0, "")
-    return done.stdout
-
-
 def fault(request, *words):
     return order("fault", "add", request, *words)
-
-
-def show(what):
-    return json.loads(order("show", what, "--json"))
-
-
-def ipmitool(*words):
-    return subprocess.run(["ipmitool", "-I", "open", *words], capture_output=True, text=True, timeout=SECONDS)
-
-
-@pytest.fixture(autouse=True)
-def sound_blade():
-    order("show", "clear")
-    yield
-    order("fault", "clear")
-    order("fault", "release")
-    order("controller", "start")
 
 
 @pytest.fixture
