@@ -4,6 +4,8 @@
 #include "host/Names.h"
 #include "host/Redirect.h"
 
+#include "ByteText.h"
+
 #include <nlohmann/json.hpp>
 
 namespace BMHOST {
@@ -12,20 +14,6 @@ using BM_ADAPTOR::CBMIParam;
 using BM_ADAPTOR::CBMIParams;
 using nlohmann::ordered_json;
 
-std::string Utf8(const std::string& a_Bytes) {
-    std::string l_Text;
-    for (const char l_Char : a_Bytes) {
-        const auto l_Byte = static_cast<unsigned char>(l_Char);
-        if (l_Byte < 0x80) {
-            l_Text += l_Char;
-        } else {
-            l_Text += static_cast<char>(0xC0 | (l_Byte >> 6));
-            l_Text += static_cast<char>(0x80 | (l_Byte & 0x3F));
-        }
-    }
-    return l_Text;
-}
-
 namespace {
 
 ordered_json Value(const CBMIParam& a_Param) {
@@ -33,7 +21,7 @@ ordered_json Value(const CBMIParam& a_Param) {
     case BM_ADAPTOR::BMI_PARAM_BOOL:
         return a_Param.GetBool();
     case BM_ADAPTOR::BMI_PARAM_STRING:
-        return Utf8(a_Param.GetString());
+        return BM_PLATFORM::Utf8OfBytes(a_Param.GetString());
     case BM_ADAPTOR::BMI_PARAM_INT:
     case BM_ADAPTOR::BMI_PARAM_UINT:
         break;

@@ -25,9 +25,6 @@ public:
     virtual void NoEvent() = 0;
 };
 
-/// The hardware's bytes are no encoding: as JSON text each byte is the code point of its number.
-std::string Utf8(const std::string& a_Bytes);
-
 /// One JSON line a call, on the given descriptor.
 std::unique_ptr<OUTPUT> MakeJsonOutput(int a_Descriptor);
 /// For people, on the given descriptor.

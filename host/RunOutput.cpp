@@ -9,6 +9,8 @@
 #include "host/StatusNames.h"
 #include "host/TextOutput.h"
 
+#include "ByteText.h"
+
 #include <nlohmann/json.hpp>
 
 #include <array>
@@ -93,7 +95,7 @@ public:
     void Health(const HEALTH_CHANGE& a_Change) override {
         nlohmann::ordered_json l_Reasons = nlohmann::ordered_json::array();
         for (const std::string& l_Reason : a_Change.m_Reasons)
-            l_Reasons.push_back(Utf8(l_Reason));
+            l_Reasons.push_back(BM_PLATFORM::Utf8OfBytes(l_Reason));
         const nlohmann::ordered_json l_Line = {
             {"op", "health"}, {"state", HealthName(a_Change.m_Health)}, {"reasons", l_Reasons}};
         WriteAll(m_Descriptor, l_Line.dump() + "\n");

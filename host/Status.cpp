@@ -9,6 +9,8 @@
 #include "host/StatusNames.h"
 #include "host/TextOutput.h"
 
+#include "ByteText.h"
+
 #include <nlohmann/json.hpp>
 
 #include <optional>
@@ -88,8 +90,9 @@ std::string UpgradeText(const UPGRADE_ROW& a_Upgrade) {
 }
 
 ordered_json ModuleJson(const MODULE_STATUS& a_Module) {
-    ordered_json l_Json = {
-        {"place", LedBayText(a_Module.m_Bay)}, {"bay", a_Module.m_Bay}, {"name", Utf8(a_Module.m_Name)}};
+    ordered_json l_Json = {{"place", LedBayText(a_Module.m_Bay)},
+                           {"bay", a_Module.m_Bay},
+                           {"name", BM_PLATFORM::Utf8OfBytes(a_Module.m_Name)}};
     if (a_Module.m_RunStatus) {
         l_Json["run_status"] = *a_Module.m_RunStatus;
         l_Json["run_status_name"] = RunStatusName(*a_Module.m_RunStatus);

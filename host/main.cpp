@@ -114,13 +114,15 @@ bool RunLeds(const OPTIONS& a_Options) {
     return RunForPeople(a_Options, LedPanel);
 }
 
-// The same with lines for standard error, shown after the text.
-using WITH_REMARKS = std::function<bool(SESSION&, bool a_Color, std::string& a_Text, std::string& a_Remarks)>;
+// What an order makes of a session: besides the text, lines for standard error, which are shown after it.
+template <typename ORDER>
+using CARRY_OUT = bool (*)(SESSION&, const ORDER&, bool a_Color, std::string& a_Text, std::string& a_Remarks);
 
-bool RunWithRemarks(const OPTIONS& a_Options, const WITH_REMARKS& a_Command) {
+template <typename ORDER>
+bool RunOrder(const OPTIONS& a_Options, const ORDER& a_Order, CARRY_OUT<ORDER> a_CarryOut) {
     std::string l_Remarks;
     const bool l_Good = RunForPeople(a_Options, [&](SESSION& a_Session, bool a_Color, std::string& a_Text) {
-        return a_Command(a_Session, a_Color, a_Text, l_Remarks);
+        return a_CarryOut(a_Session, a_Order, a_Color, a_Text, l_Remarks);
     });
     for (std::size_t l_Begin = 0; l_Begin < l_Remarks.size();) {
         const std::size_t l_End = l_Remarks.find('\n', l_Begin);
@@ -133,30 +135,21 @@ bool RunWithRemarks(const OPTIONS& a_Options, const WITH_REMARKS& a_Command) {
 bool RunLedSet(const OPTIONS& a_Options) {
     if (a_Options.m_Json) throw USAGE_ERROR("led set is for people: expected it without --json");
     const LED_ORDER l_Order = ParseLedOrder(a_Options.m_Command);
-    return RunWithRemarks(a_Options,
-                          [&](SESSION& a_Session, bool a_Color, std::string& a_Text, std::string& a_Remarks) {
-                              return SetLed(a_Session, l_Order, a_Color, a_Text, a_Remarks);
-                          });
+    return RunOrder(a_Options, l_Order, SetLed);
 }
 
 bool RunDsp(const OPTIONS& a_Options) {
     RefuseJson(a_Options);
     if (a_Options.m_Command.size() == 1) return RunForPeople(a_Options, DspTable);
     const DSP_ORDER l_Order = ParseDspOrder(a_Options.m_Command);
-    return RunWithRemarks(a_Options,
-                          [&](SESSION& a_Session, bool a_Color, std::string& a_Text, std::string& a_Remarks) {
-                              return SetDspAddress(a_Session, l_Order, a_Color, a_Text, a_Remarks);
-                          });
+    return RunOrder(a_Options, l_Order, SetDspAddress);
 }
 
 bool RunSwitch(const OPTIONS& a_Options) {
     RefuseJson(a_Options);
     if (a_Options.m_Command.size() == 1) return RunForPeople(a_Options, SwitchTable);
     const SWITCH_ORDER l_Order = ParseSwitchOrder(a_Options.m_Command);
-    return RunWithRemarks(a_Options,
-                          [&](SESSION& a_Session, bool a_Color, std::string& a_Text, std::string& a_Remarks) {
-                              return SetSwitchPort(a_Session, l_Order, a_Color, a_Text, a_Remarks);
-                          });
+    return RunOrder(a_Options, l_Order, SetSwitchPort);
 }
 
 bool RunGroups(const OPTIONS& a_Options) {

@@ -1,7 +1,7 @@
 // What the PCI driver is told through its file, call by call: each write is one record.
 #include "sim/DriverFileRecords.h"
 
-#include "sim/ByteText.h"
+#include "platform/src/ByteText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -41,7 +41,9 @@ DRIVER_FILE_ANSWER DRIVER_FILE_RECORDS::Open() {
 DRIVER_FILE_ANSWER DRIVER_FILE_RECORDS::Write(unsigned a_Open, std::string_view a_Record) {
     const unsigned l_Number = ++m_Writes;
     const DRIVER_FILE_FAULT* const l_Fault = FaultOf(DRIVER_FILE_CALL::WRITE, l_Number);
-    LINE l_Line = {{"open", a_Open}, {"write", l_Number}, {"text", Utf8OfBytes(a_Record.substr(0, g_MaxDriverRecord))}};
+    LINE l_Line = {{"open", a_Open},
+                   {"write", l_Number},
+                   {"text", BM_PLATFORM::Utf8OfBytes(a_Record.substr(0, g_MaxDriverRecord))}};
     if (l_Fault != nullptr && !l_Fault->m_Bytes) return Refused(l_Fault->m_Error, l_Line);
     if (a_Record.size() > g_MaxDriverRecord) return Refused(EINVAL, l_Line);
     if (l_Fault == nullptr || *l_Fault->m_Bytes >= a_Record.size())

@@ -1,7 +1,7 @@
 // How the tools were called, in a file of the run folder: a line of JSON when a tool begins, and one when it ends.
 #include "sim/tools/ToolLog.h"
 
-#include "sim/ByteText.h"
+#include "platform/src/ByteText.h"
 #include "sim/Error.h"
 #include "sim/tools/RunFiles.h"
 
@@ -98,7 +98,7 @@ TOOL_RUN::TOOL_RUN(std::string a_RunFolder, const std::string& a_Tool, const std
     m_Number = CountBeginnings(ReadFile(LogFile(m_RunFolder))) + 1;
     ordered_json l_Arguments = ordered_json::array();
     for (const std::string& l_Argument : a_Arguments)
-        l_Arguments.push_back(Utf8OfBytes(l_Argument));
+        l_Arguments.push_back(BM_PLATFORM::Utf8OfBytes(l_Argument));
     const ordered_json l_Line = {{"number", m_Number},
                                  {"tool", a_Tool},
                                  {"argv", std::move(l_Arguments)},

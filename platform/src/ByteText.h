@@ -1,9 +1,13 @@
 // Any bytes as the text of a JSON file, which is UTF-8.
-#include "sim/ByteText.h"
+#pragma once
 
-namespace BLADESIM {
+#include <string>
+#include <string_view>
 
-std::string Utf8OfBytes(std::string_view a_Bytes) {
+namespace BM_PLATFORM {
+
+/// The hardware's bytes are no encoding: each becomes the character of its number, those above 0x7F U+0080 to U+00FF.
+inline std::string Utf8OfBytes(std::string_view a_Bytes) {
     std::string l_Text;
     for (const char l_Char : a_Bytes) {
         const auto l_Byte = static_cast<unsigned char>(l_Char);
@@ -17,4 +21,4 @@ std::string Utf8OfBytes(std::string_view a_Bytes) {
     return l_Text;
 }
 
-} // namespace BLADESIM
+} // namespace BM_PLATFORM
