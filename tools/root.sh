@@ -9,7 +9,7 @@ need_root_tools()
     [ "$(id -u)" -eq 0 ] || fail "only root can make a root"
 }
 
-# make_root FOLDER [DEBOOTSTRAP-OPTION…]: a minimal Debian 12 with git in FOLDER, without apt's lists.
+# make_root FOLDER [DEBOOTSTRAP-OPTION…]: a minimal Debian 12 in FOLDER, without apt's lists; what debootstrap said is in FOLDER.log.
 make_root()
 {
     local l_root=$1 l_mirror l_log
@@ -20,11 +20,26 @@ make_root()
     l_mirror=$(apt-get indextargets --format '$(SITE) $(CODENAME) $(COMPONENT)' 'Created-By: Packages' |
         awk '$2 == "bookworm" && $3 == "main" { print $1; exit }')
     [ -n "$l_mirror" ] || fail "apt knows no mirror of Debian 12 here: put one into /etc/apt and run apt-get update"
-    if ! debootstrap --variant=minbase --include=git "$@" bookworm "$l_root" "$l_mirror" >"$l_log" 2>&1; then
+    if ! debootstrap --variant=minbase "$@" bookworm "$l_root" "$l_mirror" >"$l_log" 2>&1; then
         tail -n 20 "$l_log" >&2
         return 1
     fi
     rm -rf "$l_root"/var/lib/apt/lists/*
+}
+
+# new_root ARCHITECTURE FOLDER: the same, as a copy of one that is made once and kept in build/roots. What stood in FOLDER is gone.
+new_root()
+{
+    local l_kept=$PWD/build/roots/$1
+    if [ ! -f "$l_kept.done" ]; then
+        mkdir -p "${l_kept%/*}"
+        rm -rf --one-file-system "$l_kept"
+        make_root "$l_kept" "--arch=$1" || return
+        touch "$l_kept.done"
+    fi
+    rm -rf --one-file-system "$2"
+    mkdir -p "$(dirname "$2")"
+    cp -a "$l_kept" "$2"
 }
 
 # in_root FOLDER COMMAND…: runs it as root's own. Everything that it leaves running ends with its process namespace, every mount with
