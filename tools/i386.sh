@@ -1,0 +1,21 @@
+# shellcheck shell=bash
+# The 32-bit Debian in build/i386/root, which ./dev i386 and ./dev package build in. Sourced after lib.sh and root.sh.
+i386_folder=$PWD/build/i386
+
+# need_i386: makes it, once. build/i386 may be deleted at any time.
+need_i386()
+{
+    need_root_tools
+    mkdir -p "$i386_folder/build"
+    [ -f "$i386_folder/root.done" ] || {
+        timed "32-bit Debian" new_root i386 "$i386_folder/root" || return
+        touch "$i386_folder/root.done"
+    }
+}
+
+# in_i386 COMMAND…: in the repository as the 32-bit system sees it, with a build folder of its own: build/i386/build.
+in_i386()
+{
+    ROOT_BINDS="$PWD:/root/source"$'\n'"$i386_folder/build:/root/source/build"$'\n' in_root "$i386_folder/root" \
+        setarch i686 sh -c 'cd /root/source && exec "$@"' sh "$@"
+}
