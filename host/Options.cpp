@@ -111,6 +111,10 @@ constexpr COMMAND COMMANDS[] = {
      "Example: printf 'start\\nstatus\\n' | bmhost shell\n",
      MORE::Parameters},
     {"groups", "groups", "list the parameter groups and their parameters", "Needs no adaptor.\n", MORE::Nothing},
+    {"completions", "completions WORD ...", "list what the last word may become",
+     "For the completion of a shell. WORD ... is the command and its words, the last one begun or empty.\n"
+     "Example: bmhost completions write amc_table run\n",
+     MORE::Nothing},
 };
 
 const COMMAND* FindCommand(const std::string& a_Name) {
@@ -210,6 +214,8 @@ OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
         throw USAGE_ERROR((l_Options.m_Command[0].starts_with("-") ? "unknown option '" : "unknown command '") +
                           l_Options.m_Command[0] + "': expected one of those that `bmhost --help` lists");
     }
+    // Half a command line may have any words.
+    if (l_Options.m_Command[0] == "completions" && l_Options.m_Command.size() > 2) return l_Options;
     // No word of a command looks like an option, but for those with options of their own.
     const bool l_OwnOptions = l_Options.m_Command[0] == "led" || l_Options.m_Command[0] == "firmware";
     for (auto l_Word = l_Options.m_Command.begin() + 1; l_Word != l_Options.m_Command.end(); ++l_Word) {

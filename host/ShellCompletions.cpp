@@ -56,8 +56,8 @@ WORDS Parameters(const std::string& a_Group) {
 
 WORDS Commands() {
     WORDS l_Words = CommandNames();
-    std::erase_if(l_Words,
-                  [](const std::string& a_Word) { return a_Word == "run" || a_Word == "shell" || a_Word == "script"; });
+    for (const char* const l_NotAtAPrompt : {"run", "shell", "script", "completions"})
+        std::erase(l_Words, l_NotAtAPrompt);
     l_Words.insert(l_Words.end(), {"sleep", "wait-event", "help", "quit"});
     return l_Words;
 }

@@ -208,6 +208,17 @@ bool RunResident(const OPTIONS& a_Options) {
     });
 }
 
+bool RunCompletions(const OPTIONS& a_Options) {
+    std::string l_Before;
+    for (auto l_Word = a_Options.m_Command.begin() + 1; l_Word != a_Options.m_Command.end(); ++l_Word)
+        l_Before += (l_Before.empty() ? "" : " ") + *l_Word;
+    std::string l_Text;
+    for (const std::string& l_Completion : ShellCompletions(l_Before))
+        l_Text += l_Completion + "\n";
+    WriteAll(a_Options.m_Output, l_Text);
+    return true;
+}
+
 // `shell` and what it does with a command are below the table of commands.
 bool RunShell(const OPTIONS& a_Options);
 
@@ -239,7 +250,7 @@ struct COMMAND_FOR_PEOPLE {
 constexpr COMMAND_FOR_PEOPLE COMMANDS_FOR_PEOPLE[] = {
     {"inventory", RunInventory}, {"leds", RunLeds},   {"led", RunLedSet},    {"dsp", RunDsp},
     {"switch", RunSwitch},       {"pstn", RunPstn},   {"status", RunStatus}, {"firmware", RunFirmware},
-    {"run", RunResident},        {"shell", RunShell}, {"groups", RunGroups}};
+    {"run", RunResident},        {"shell", RunShell}, {"groups", RunGroups}, {"completions", RunCompletions}};
 
 const COMMAND_FOR_PEOPLE* FindForPeople(const std::string& a_Word) {
     const auto* const l_Found =

@@ -21,9 +21,9 @@ OPTIONS Parsed(std::vector<const char*> a_Words) {
     return ParseOptions(static_cast<int>(a_Words.size()), a_Words.data());
 }
 
-constexpr const char* COMMANDS[] = {"init",  "start",  "stop",      "fin",    "read", "table",
-                                    "write", "script", "inventory", "groups", "dsp",  "switch",
-                                    "pstn",  "status", "firmware",  "run",    "shell"};
+constexpr const char* COMMANDS[] = {"init",  "start",  "stop",      "fin",    "read",  "table",
+                                    "write", "script", "inventory", "groups", "dsp",   "switch",
+                                    "pstn",  "status", "firmware",  "run",    "shell", "completions"};
 
 TEST(Options, HaveTheirDefaults) {
     setenv("XDG_STATE_HOME", "/state", 1);
@@ -66,6 +66,14 @@ TEST(Options, LeaveTheCommandsWordsAsTheyAre) {
                 ElementsAre("write", "1", "2=-3", "--", "4=--json", "5="));
     EXPECT_THAT(Parsed({"write", "1", "--", "4=5"}).m_Command, ElementsAre("write", "1", "--", "4=5"));
     EXPECT_THAT(Parsed({"script", "-"}).m_Command, ElementsAre("script", "-"));
+}
+
+TEST(Options, OfHalfALineToCompleteAreItsWords) {
+    EXPECT_THAT(Parsed({"completions", "led", "set", "--c"}).m_Command,
+                ElementsAre("completions", "led", "set", "--c"));
+    EXPECT_THAT(Parsed({"completions", "write", "1", "--", ""}).m_Command,
+                ElementsAre("completions", "write", "1", "--", ""));
+    EXPECT_EQ("", Parsed({"completions", "dsp", "--help"}).m_Answer);
 }
 
 struct WRONG_CASE {
