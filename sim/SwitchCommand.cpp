@@ -15,10 +15,8 @@ namespace {
 
 using namespace BM_PLATFORM;
 
-constexpr char g_FailHelp[] =
-    "CALL is one of the board driver's: uPCIMemOpen, uPCIMemClose, mavkAmcSwitchPortEnable, mavkAmcSwitchPortCheckLink,\n"
-    "mavkAmcSwitchMACLearn, mavkAmcSwitchMACLearnByDSP. It answers CODE from now on, until it is cleared.\n"
-    "Example: bladesim switch fail mavkAmcSwitchPortEnable 5 3";
+constexpr char g_FailHelp[] = "The call answers CODE from now on, until it is cleared.\n"
+                              "Example: bladesim switch fail mavkAmcSwitchPortEnable 5 3";
 
 std::string File() {
     const auto l_File = SwitchFile();
@@ -71,7 +69,7 @@ private:
         a_Link.add_option("STATE", m_Cable, "up: it carries a link while the port is enabled; down: it does not")
             ->required()
             ->type_name("")
-            ->check(CLI::IsMember({"up", "down"}).description(""));
+            ->check(CLI::IsMember({"up", "down"}));
         Does(a_Link, [this] {
             ChangeSwitch(File(), [this](SWITCH_STATE& a_State) { SetCable(a_State, m_Port, m_Cable == "up"); });
         });
@@ -101,7 +99,7 @@ private:
         const std::vector<std::string> l_Calls(SWITCH_CALLS.begin(), SWITCH_CALLS.end());
         return a_Command.add_option("CALL", m_Call, "The board driver's call")
             ->type_name("")
-            ->check(CLI::IsMember(l_Calls).description(""));
+            ->check(CLI::IsMember(l_Calls));
     }
 
     void AddNumber(CLI::App& a_Command) {
