@@ -16,14 +16,15 @@ namespace {
 
 constexpr const char* DEFAULT_LIBRARY = "libipmi_adaptor.so";
 
-// Beside this program, as in a build folder or a prefix; else where libraries are installed; else the loader's own way.
+// Beside this program: in a build folder's lib, or where it is installed under the same prefix; else the loader's own
+// way.
 std::string DefaultLibrary() {
     std::error_code l_Error;
     const auto l_Program = std::filesystem::read_symlink("/proc/self/exe", l_Error);
-    for (const auto& l_Folder : {l_Program.parent_path().parent_path() / "lib", std::filesystem::path(BMHOST_LIBDIR)}) {
-        const auto l_File = l_Folder / DEFAULT_LIBRARY;
-        if (!l_Error && std::filesystem::exists(l_File, l_Error)) return l_File;
-        l_Error.clear();
+    const auto l_Prefix = l_Program.parent_path().parent_path();
+    for (const char* const l_Folder : {"lib", BMHOST_PLUGIN_FOLDER}) {
+        const auto l_File = l_Prefix / l_Folder / DEFAULT_LIBRARY;
+        if (std::filesystem::exists(l_File, l_Error)) return l_File;
     }
     return DEFAULT_LIBRARY;
 }

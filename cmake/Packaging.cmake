@@ -1,0 +1,76 @@
+# The Debian packages, one a component, made by CPack from the preset release: ./dev package. What is installed says itself to
+# which it belongs.
+file(STRINGS ${PROJECT_SOURCE_DIR}/packaging/changelog changelog LIMIT_COUNT 1)
+if(NOT changelog MATCHES "^ipmi-adaptor \\(${PROJECT_VERSION}-([0-9]+)\\) ")
+    message(FATAL_ERROR "packaging/changelog begins with another version than ${PROJECT_VERSION}-N: ${changelog}")
+endif()
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${CMAKE_MATCH_1})
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME ipmi-adaptor)
+set(CPACK_PACKAGE_CONTACT "Seed 38947762 maintainers <maintainers@users.noreply.c-seed-38947762.example>")
+set(CPACK_COMPONENTS_ALL ${BM_PACKAGES})
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_STRIP_FILES ON)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_SOURCE ipmi-adaptor)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+# Libraries of others are found and become dependencies; the packages depend on each other in the very same version.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+
+# bm_package(NAME SECTION): its description follows in the variable that CPack reads, the first line being the summary.
+macro(bm_package name section)
+    string(TOUPPER ${name} upper)
+    set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name})
+    set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
+endmacro()
+
+bm_package(libipmi-adaptor libs)
+set(CPACK_DEBIAN_LIBIPMI-ADAPTOR_DESCRIPTION "IPMI hardware adaptor for board-manager hosts
+A plug-in library that lets a board-manager host run one ATCA media blade: it
+learns the carrier board, its AMC modules and its rear transition module over
+IPMI, gives them to the host as tables of numbered values, brings DSPs and
+media software up, watches them and upgrades firmware.
+
+With it comes the development platform, which implements the host's interfaces
+on Linux, and all documents.")
+# Whoever links the platform depends on its interface, which outlives a version: docs/packaging.md.
+set(CPACK_DEBIAN_LIBIPMI-ADAPTOR_PACKAGE_PROVIDES "libbm-platform${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+configure_file(packaging/shlibs.in ${CMAKE_BINARY_DIR}/packaging/shlibs @ONLY)
+set(CPACK_DEBIAN_LIBIPMI-ADAPTOR_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_BINARY_DIR}/packaging/shlibs ${PROJECT_SOURCE_DIR}/packaging/triggers)
+
+bm_package(libipmi-adaptor-dev libdevel)
+set(CPACK_COMPONENT_LIBIPMI-ADAPTOR-DEV_DEPENDS libipmi-adaptor)
+set(CPACK_DEBIAN_LIBIPMI-ADAPTOR-DEV_DESCRIPTION "development of hosts for the IPMI hardware adaptor
+The interfaces between a board-manager host and its adaptors as C++ headers,
+what pkg-config and CMake need to find the platform and the plug-in, and a
+worked example of a host.")
+
+bm_package(bmhost admin)
+set(CPACK_COMPONENT_BMHOST_DEPENDS libipmi-adaptor)
+set(CPACK_DEBIAN_BMHOST_PACKAGE_SUGGESTS bladesim)
+set(CPACK_DEBIAN_BMHOST_DESCRIPTION "reference host for the IPMI hardware adaptor
+Loads an adaptor as a board manager does and makes the calls that it is given,
+on the command line, in scripts with JSON output, or at a prompt. Shows a
+blade's inventory, LEDs, DSPs and switch ports as tables, sets them, upgrades
+firmware, and runs as a resident host.")
+
+bm_package(bladesim admin)
+set(CPACK_COMPONENT_BLADESIM_DEPENDS libipmi-adaptor)
+set(CPACK_DEBIAN_BLADESIM_PACKAGE_DEPENDS openipmi)
+set(CPACK_DEBIAN_BLADESIM_PACKAGE_SUGGESTS "bmhost, ipmitool")
+set(CPACK_DEBIAN_BLADESIM_DESCRIPTION "simulated ATCA media blade
+Brings a blade up around any command, in namespaces of its own: a controller
+that answers IPMI behind /dev/ipmi0 and over the network, the board's driver
+file, its Ethernet switch, and stand-ins for its tools and media software.
+What goes wrong in it can be ordered; nothing of it is left when the command
+has ended.")
+
+include(CPack)
