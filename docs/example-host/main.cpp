@@ -5,12 +5,15 @@
 
 #include <dlfcn.h>
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 using namespace BM_ADAPTOR;
 
@@ -134,10 +137,19 @@ bool PrintModule(const ADAPTOR& a_Adaptor, int a_Bay) {
     return l_Result == g_Success;
 }
 
+std::optional<int> Number(std::string_view a_Text) {
+    const char* const l_TextEnd = a_Text.data() + a_Text.size();
+    int l_Number = 0;
+    const auto [l_End, l_Error] = std::from_chars(a_Text.data(), l_TextEnd, l_Number);
+    if (l_Error != std::errc() || l_End != l_TextEnd) return std::nullopt;
+    return l_Number;
+}
+
 } // namespace
 
 int main(int a_Count, char** a_Arguments) {
-    if (a_Count != 2 && a_Count != 3) {
+    const auto l_Bay = a_Count == 2 || a_Count == 3 ? Number(a_Arguments[1]) : std::nullopt;
+    if (!l_Bay) {
         std::fprintf(stderr, "usage: example_host BAY [PLUGIN]\n");
         return 2;
     }
@@ -147,7 +159,7 @@ int main(int a_Count, char** a_Arguments) {
         HOST l_Host(s_Log);
         const ADAPTOR l_Adaptor(a_Count == 3 ? a_Arguments[2] : PLUGIN_FILE, l_Host);
         const bool l_BoardRead = PrintTable(l_Adaptor, g_BoardTable);
-        const bool l_ModuleRead = PrintModule(l_Adaptor, std::atoi(a_Arguments[1]));
+        const bool l_ModuleRead = PrintModule(l_Adaptor, *l_Bay);
         return l_BoardRead && l_ModuleRead ? EXIT_SUCCESS : EXIT_FAILURE;
     } catch (const std::exception& l_Error) {
         std::fprintf(stderr, "example_host: %s\n", l_Error.what());
