@@ -48,7 +48,7 @@ new_root()
 in_root()
 {
     ROOT_BINDS=${ROOT_BINDS:-} unshare --mount --pid --fork --kill-child sh -c '
-        mount -t proc proc "$0/proc" && mount --rbind /dev "$0/dev" || exit
+        mount --bind "$0" "$0" && mount -t proc proc "$0/proc" && mount -t sysfs sysfs "$0/sys" && mount --rbind /dev "$0/dev" || exit
         printf %s "$ROOT_BINDS" | while IFS=: read -r from to; do
             mkdir -p "$0$to" && mount --bind "$from" "$0$to" || exit
         done || exit

@@ -122,7 +122,7 @@ from device import GET_DEVICE_ID, Device
 device = Device()
 device.send(1, *GET_DEVICE_ID)
 assert not device.readable(0.2)
-print(subprocess.run(["bladesim", "show", "log", "--json"], capture_output=True, text=True).stdout, end="")
+print(subprocess.run(["bladesim", "show", "log", "--json"], capture_output=True, text=True).stdout, end="", flush=True)
 subprocess.run(["bladesim", "fault", "release"])
 device.wait()
 print(device.receive()[4].hex(" "))

@@ -198,10 +198,11 @@ def test_the_blade_survives_the_end_of_the_drivers_process_and_says_so(blade):
 # The kernel's list of interfaces with an address, in its order, and of each its hardware address, address and mask.
 INTERFACES = """
 import fcntl, array, socket, struct
-SIOCGIFCONF, SIOCGIFADDR, SIOCGIFNETMASK, SIOCGIFHWADDR, SIOCGIFFLAGS, IFREQ = 0x8912, 0x8915, 0x891b, 0x8927, 0x8913, 40
+SIOCGIFCONF, SIOCGIFADDR, SIOCGIFNETMASK, SIOCGIFHWADDR, SIOCGIFFLAGS = 0x8912, 0x8915, 0x891b, 0x8927, 0x8913
+IFREQ = 40 if struct.calcsize("P") == 8 else 32
 s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
 def ask(call, name):
-    return fcntl.ioctl(s, call, struct.pack("40s", name.encode()))
+    return fcntl.ioctl(s, call, struct.pack(f"{IFREQ}s", name.encode()))
 def configured():
     buffer = array.array("B", bytes(8192))
     size = struct.unpack("iP", fcntl.ioctl(s, SIOCGIFCONF, struct.pack("iP", len(buffer), buffer.buffer_info()[0])))[0]
