@@ -32,7 +32,7 @@ struct LED_READER {
 
 namespace {
 
-constexpr LED_READER BASEBOARD_INTERNAL = {
+constexpr LED_READER BASEBOARD_INTERNAL_READER = {
     .m_LEDKey = BMI_HW_BB_LED_ID,
     .m_BayKey = std::nullopt,
     .m_bSimulatedRowHasBay = false,
@@ -53,7 +53,7 @@ constexpr LED_READER BASEBOARD_INTERNAL = {
     .m_Packing = "IPMIAdaptor :: Baseboard_LED_Internal_ReadParams - Packing LED Response",
 };
 
-constexpr LED_READER BASEBOARD = {
+constexpr LED_READER BASEBOARD_READER = {
     .m_LEDKey = BMI_HW_BB_LED_TYPE,
     .m_BayKey = std::nullopt,
     .m_bSimulatedRowHasBay = false,
@@ -74,7 +74,7 @@ constexpr LED_READER BASEBOARD = {
     .m_Packing = "IPMIAdaptor :: Baseboard_LED_ReadParams - Packing LED Response",
 };
 
-constexpr LED_READER AMC_INTERNAL = {
+constexpr LED_READER AMC_INTERNAL_READER = {
     .m_LEDKey = BMI_HW_AMC_LED_ID,
     .m_BayKey = BMI_HW_AMC_LED_BAY,
     .m_bSimulatedRowHasBay = false, // the one row without all its keys
@@ -95,7 +95,7 @@ constexpr LED_READER AMC_INTERNAL = {
     .m_Packing = "IPMIAdaptor :: AMC_LED_Internal_ReadParams - Packing LED Response",
 };
 
-constexpr LED_READER AMC = {
+constexpr LED_READER AMC_READER = {
     .m_LEDKey = BMI_HW_AMC_LED_TYPE,
     .m_BayKey = BMI_HW_AMC_LED_TABLE_BAY,
     .m_bSimulatedRowHasBay = true,
@@ -207,19 +207,19 @@ std::optional<int> IPMIAdaptor::mReadLEDState(const LED_READER& a_Reader, LED_TA
 }
 
 int IPMIAdaptor::Baseboard_LED_Internal_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    return mReadLED(BASEBOARD_INTERNAL, a_Keys, a_Row);
+    return mReadLED(BASEBOARD_INTERNAL_READER, a_Keys, a_Row);
 }
 
 int IPMIAdaptor::Baseboard_LED_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    return mReadLED(BASEBOARD, a_Keys, a_Row);
+    return mReadLED(BASEBOARD_READER, a_Keys, a_Row);
 }
 
 int IPMIAdaptor::AMC_LED_Internal_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    return mReadLED(AMC_INTERNAL, a_Keys, a_Row);
+    return mReadLED(AMC_INTERNAL_READER, a_Keys, a_Row);
 }
 
 int IPMIAdaptor::AMC_LED_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    return mReadLED(AMC, a_Keys, a_Row);
+    return mReadLED(AMC_READER, a_Keys, a_Row);
 }
 
 } // namespace BM_ADAPTOR

@@ -14,11 +14,11 @@ struct LED_TABLE {
 
 namespace {
 
-constexpr LED_TABLE BASEBOARD_INTERNAL = {&IPMIAdaptor::Baseboard_LED_Internal_ReadParams, BMI_HW_BB_LED_ID,
+constexpr LED_TABLE BASEBOARD_INTERNAL_TABLE = {&IPMIAdaptor::Baseboard_LED_Internal_ReadParams, BMI_HW_BB_LED_ID,
                                           std::nullopt};
-constexpr LED_TABLE BASEBOARD = {&IPMIAdaptor::Baseboard_LED_ReadParams, BMI_HW_BB_LED_TYPE, std::nullopt};
-constexpr LED_TABLE AMC_INTERNAL = {&IPMIAdaptor::AMC_LED_Internal_ReadParams, BMI_HW_AMC_LED_ID, BMI_HW_AMC_LED_BAY};
-constexpr LED_TABLE AMC = {&IPMIAdaptor::AMC_LED_ReadParams, BMI_HW_AMC_LED_TYPE, BMI_HW_AMC_LED_TABLE_BAY};
+constexpr LED_TABLE BASEBOARD_TABLE = {&IPMIAdaptor::Baseboard_LED_ReadParams, BMI_HW_BB_LED_TYPE, std::nullopt};
+constexpr LED_TABLE AMC_INTERNAL_TABLE = {&IPMIAdaptor::AMC_LED_Internal_ReadParams, BMI_HW_AMC_LED_ID, BMI_HW_AMC_LED_BAY};
+constexpr LED_TABLE AMC_TABLE = {&IPMIAdaptor::AMC_LED_ReadParams, BMI_HW_AMC_LED_TYPE, BMI_HW_AMC_LED_TABLE_BAY};
 
 constexpr struct {
     HOST_LED_e m_LED;
@@ -75,19 +75,19 @@ int IPMIAdaptor::mReadAMCLEDs(const LED_TABLE& a_Source, CBMITable*& a_Table) {
 }
 
 int IPMIAdaptor::Baseboard_LED_Internal_ReadTable(CBMITable*& a_Table) {
-    return mReadBaseboardLEDs(BASEBOARD_INTERNAL, a_Table);
+    return mReadBaseboardLEDs(BASEBOARD_INTERNAL_TABLE, a_Table);
 }
 
 int IPMIAdaptor::Baseboard_LED_ReadTable(CBMITable*& a_Table) {
-    return mReadBaseboardLEDs(BASEBOARD, a_Table);
+    return mReadBaseboardLEDs(BASEBOARD_TABLE, a_Table);
 }
 
 int IPMIAdaptor::AMC_LED_Internal_ReadTable(CBMITable*& a_Table) {
-    return mReadAMCLEDs(AMC_INTERNAL, a_Table);
+    return mReadAMCLEDs(AMC_INTERNAL_TABLE, a_Table);
 }
 
 int IPMIAdaptor::AMC_LED_ReadTable(CBMITable*& a_Table) {
-    return mReadAMCLEDs(AMC, a_Table);
+    return mReadAMCLEDs(AMC_TABLE, a_Table);
 }
 
 } // namespace BM_ADAPTOR

@@ -38,7 +38,7 @@ namespace {
 
 constexpr int32_t BASEBOARD_FRU_DEVICE_ID = 0;
 
-constexpr LED_WRITER BASEBOARD = {
+constexpr LED_WRITER BASEBOARD_WRITER = {
     .m_LEDKey = BMI_HW_BB_LED_ID,
     .m_BayKey = std::nullopt,
     .m_Simulation = LED_SIMULATED_WITH_BOARD,
@@ -64,7 +64,7 @@ constexpr LED_WRITER BASEBOARD = {
     .m_Sending = "IPMIAdaptor :: Baseboard_LED_WriteParams(), Sending LED, l_State->m_Color=%d",
 };
 
-constexpr LED_WRITER AMC = {
+constexpr LED_WRITER AMC_WRITER = {
     .m_LEDKey = BMI_HW_AMC_LED_ID,
     .m_BayKey = BMI_HW_AMC_LED_BAY,
     .m_Simulation = LED_SIMULATED_WITH_MODULES,
@@ -189,17 +189,17 @@ int IPMIAdaptor::mWriteLEDByProbe(const LED_WRITER& a_Writer, const LED_TARGET& 
 }
 
 int IPMIAdaptor::Baseboard_LED_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
-    const int l_Result = mCheckLEDWrite(BASEBOARD, a_Keys, a_Values);
-    return l_Result == RESULT_OK ? mWriteLED(BASEBOARD, *a_Keys, *a_Values) : l_Result;
+    const int l_Result = mCheckLEDWrite(BASEBOARD_WRITER, a_Keys, a_Values);
+    return l_Result == RESULT_OK ? mWriteLED(BASEBOARD_WRITER, *a_Keys, *a_Values) : l_Result;
 }
 
 // Serves the host-facing baseboard group too: a row with a baseboard LED's key, and none of an AMC's, is handed on.
 int IPMIAdaptor::AMC_LED_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
-    const int l_Result = mCheckLEDWrite(AMC, a_Keys, a_Values);
+    const int l_Result = mCheckLEDWrite(AMC_WRITER, a_Keys, a_Values);
     if (l_Result != RESULT_OK) return l_Result;
     const bool l_Baseboard = IntParam(a_Keys, BMI_HW_BB_LED_ID) || IntParam(a_Keys, BMI_HW_BB_LED_TYPE);
     if (l_Baseboard && !IntParam(a_Keys, BMI_HW_AMC_LED_ID)) return Baseboard_LED_WriteParams(a_Keys, a_Values);
-    return mWriteLED(AMC, *a_Keys, *a_Values);
+    return mWriteLED(AMC_WRITER, *a_Keys, *a_Values);
 }
 
 } // namespace BM_ADAPTOR

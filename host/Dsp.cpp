@@ -17,7 +17,6 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr int SUCCESS = 1;
 constexpr int NO_ROW = 4;
 constexpr int MOST_DSPS = 32; // 4 on each of 8 AMCs
 

@@ -27,8 +27,7 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr int SUCCESS = 1;
-constexpr const char* USAGE = "firmware update --target board|amc|rtm [--bay N] FILE [--dry-run], or firmware show";
+constexpr const char* FIRMWARE_USAGE = "firmware update --target board|amc|rtm [--bay N] FILE [--dry-run], or firmware show";
 constexpr std::chrono::seconds TICK(1);
 constexpr int QUIET_SECONDS = 60; // between two lines where there is no terminal
 
@@ -157,7 +156,7 @@ FIRMWARE_ORDER ParseFirmwareOrder(const std::vector<std::string>& a_Words) {
         return l_Order;
     }
     if (l_Words.size() != 3 || l_Words[1] != "update" || l_App.count("--target") == 0)
-        throw USAGE_ERROR(std::string("firmware: expected ") + USAGE);
+        throw USAGE_ERROR(std::string("firmware: expected ") + FIRMWARE_USAGE);
     l_Order.m_Place = PlaceOf(l_Target, l_App.count("--bay") > 0 ? std::optional(l_Bay) : std::nullopt);
     l_Order.m_File = CheckedFile(l_Words[2]);
     return l_Order;

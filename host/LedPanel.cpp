@@ -11,7 +11,6 @@ namespace BMHOST {
 
 namespace {
 
-constexpr int NOT_FOUND = 12;
 constexpr std::size_t COLOR_COLUMN = 2;
 constexpr std::size_t STATE_COLUMN = 3;
 

@@ -17,9 +17,7 @@ namespace BMHOST {
 
 namespace {
 
-constexpr int SUCCESS = 1;
 constexpr int CONTROLLER_SUCCESS = 0; // the completion code, which the adaptor passes on
-constexpr int NOT_FOUND = 12;
 constexpr int FIRST_COMPLETION_CODE = 0x80;
 constexpr int LAST_COMPLETION_CODE = 0xFF;
 // What a controller can be told: 10 to 250 tens of milliseconds.
@@ -27,7 +25,7 @@ constexpr int SHORTEST_TIME = 100;
 constexpr int LONGEST_TIME = 2500;
 constexpr int DEFAULT_TIME = 500;
 
-constexpr const char* USAGE = "led set BAY LED on|off|blink|local [--color C] [--on MS --off MS]";
+constexpr const char* LED_SET_USAGE = "led set BAY LED on|off|blink|local [--color C] [--on MS --off MS]";
 
 struct NAMED_NUMBER {
     const char* m_Name;
@@ -148,7 +146,7 @@ LED_ORDER ParseLedOrder(const std::vector<std::string>& a_Words) {
     } catch (const CLI::ParseError& l_Error) {
         throw USAGE_ERROR(std::string("led set: ") + l_Error.what());
     }
-    if (l_Words.size() != 5 || l_Words[1] != "set") throw USAGE_ERROR(std::string("led: expected ") + USAGE);
+    if (l_Words.size() != 5 || l_Words[1] != "set") throw USAGE_ERROR(std::string("led: expected ") + LED_SET_USAGE);
     l_Order.m_Place = {Bay(l_Words[2]), Led(l_Words[3])};
     l_Order.m_Action = Action(l_Words[4]);
     CheckOptions(l_App, l_Order.m_Action);

@@ -8,6 +8,10 @@
 
 namespace BMHOST {
 
+// What the adaptor's calls return, as far as the host acts on it.
+constexpr int SUCCESS = 1;
+constexpr int NOT_FOUND = 12;
+
 class SESSION {
 public:
     /// Throws LOAD_ERROR when the adaptor cannot be loaded.

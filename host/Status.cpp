@@ -23,7 +23,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr int SUCCESS = 1;
 constexpr int OUT_OF_SERVICE_LED = 2;
 constexpr int HEALTH_LED = 3;
 constexpr std::size_t RUN_STATUS_COLUMN = 2;

@@ -15,7 +15,6 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr int SUCCESS = 1;
 constexpr int NO_ROW = 4;
 constexpr int LAST_PORT = 4;
 constexpr int ENABLED = 1;

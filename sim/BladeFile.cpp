@@ -21,10 +21,6 @@ constexpr int64_t g_MaxId = 0xFE;
 // The LEDs that every FRU may have, in their usual colours.
 constexpr LED_COLOR g_UsualColors[] = {LED_COLOR::BLUE, LED_COLOR::RED, LED_COLOR::GREEN, LED_COLOR::AMBER};
 
-uint8_t Byte(JSON_OBJECT& a_Object, const char* a_Key) {
-    return static_cast<uint8_t>(a_Object.Integer(a_Key, 0, g_MaxByte));
-}
-
 uint8_t ColorBit(LED_COLOR a_Color) {
     return static_cast<uint8_t>(1U << static_cast<unsigned>(a_Color));
 }
@@ -48,17 +44,17 @@ std::array<uint8_t, 4> ReadAuxiliary(JSON_OBJECT& a_Object) {
 
 CONTROLLER ReadController(JSON_OBJECT a_Object) {
     CONTROLLER l_Controller;
-    l_Controller.m_Address = Byte(a_Object, "address");
+    l_Controller.m_Address = a_Object.Byte("address");
     if (l_Controller.m_Address % 2 != 0 || l_Controller.m_Address == 0) {
         a_Object.Fail("address", "expected an IPMB address, which is even and not 0");
     }
-    l_Controller.m_DeviceId = Byte(a_Object, "device_id");
+    l_Controller.m_DeviceId = a_Object.Byte("device_id");
     l_Controller.m_DeviceRevision = static_cast<uint8_t>(a_Object.Integer("device_revision", 0, 0x0F));
     l_Controller.m_ManufacturerId = static_cast<uint32_t>(a_Object.Integer("manufacturer_id", 0, 0xFFFFF));
     l_Controller.m_ProductId = static_cast<uint16_t>(a_Object.Integer("product_id", 0, 0xFFFF));
     JSON_OBJECT l_Firmware = a_Object.Object("firmware");
     l_Controller.m_FirmwareMajor = static_cast<uint8_t>(l_Firmware.Integer("major", 0, 0x7F));
-    l_Controller.m_FirmwareMinor = Byte(l_Firmware, "minor");
+    l_Controller.m_FirmwareMinor = l_Firmware.Byte("minor");
     l_Firmware.RejectOthers();
     if (a_Object.Has("auxiliary_firmware")) l_Controller.m_AuxiliaryFirmware = ReadAuxiliary(a_Object);
     l_Controller.m_PICMG = a_Object.Boolean("picmg", l_Controller.m_PICMG);
@@ -74,8 +70,8 @@ SITE ReadSite(JSON_OBJECT a_Object, const CONTROLLER& a_Controller) {
         a_Object.Fail("hardware_address", "expected " + std::to_string(l_Own) + ", half of controller.address, found " +
                                               std::to_string(l_Site.m_HardwareAddress));
     }
-    l_Site.m_Type = Byte(a_Object, "type");
-    l_Site.m_Number = Byte(a_Object, "number");
+    l_Site.m_Type = a_Object.Byte("type");
+    l_Site.m_Number = a_Object.Byte("number");
     a_Object.RejectOthers();
     return l_Site;
 }

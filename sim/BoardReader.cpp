@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 namespace BLADESIM {
 namespace {
@@ -77,10 +76,6 @@ std::vector<ETHERNET_INTERFACE> ReadInterfaces(JSON_OBJECT a_Ethernet) {
     return l_Interfaces;
 }
 
-unsigned Count(JSON_OBJECT& a_Object, const char* a_Key, unsigned a_Min, unsigned a_Default) {
-    return static_cast<unsigned>(a_Object.Integer(a_Key, a_Min, std::numeric_limits<int32_t>::max(), a_Default));
-}
-
 DRIVER_FILE_CALL ReadCall(JSON_OBJECT& a_Fault) {
     const std::string l_Call = a_Fault.Text("call");
     if (l_Call != "open" && l_Call != "write") a_Fault.Fail("call", "expected open or write");
@@ -99,8 +94,8 @@ int ReadErrno(JSON_OBJECT& a_Fault) {
 DRIVER_FILE_FAULT ReadDriverFileFault(JSON_OBJECT a_Object) {
     DRIVER_FILE_FAULT l_Fault;
     l_Fault.m_Call = ReadCall(a_Object);
-    l_Fault.m_First = Count(a_Object, "first", 1, l_Fault.m_First);
-    l_Fault.m_Count = Count(a_Object, "count", 0, l_Fault.m_Count);
+    l_Fault.m_First = a_Object.Count("first", 1, l_Fault.m_First);
+    l_Fault.m_Count = a_Object.Count("count", 0, l_Fault.m_Count);
     if (l_Fault.m_Call == DRIVER_FILE_CALL::WRITE && a_Object.Has("bytes")) {
         l_Fault.m_Bytes = static_cast<size_t>(a_Object.Integer("bytes", 0, g_MaxDriverRecord));
         a_Object.RejectOthers("means nothing to a write that is cut");

@@ -1,18 +1,15 @@
 // Reads the faults of a blade file.
 #include "sim/FaultReader.h"
 
+#include "sim/BridgePacket.h"
 #include "sim/FaultKinds.h"
 #include "sim/HexText.h"
-
-#include <limits>
 
 namespace BLADESIM {
 namespace {
 
 // Network function and command: with less every request would be hit.
 constexpr size_t g_MinRequest = 2;
-// What OpenIPMI and the kernel's driver take in one message.
-constexpr size_t g_MaxMessage = 272;
 
 std::vector<std::optional<uint8_t>> ReadRequest(JSON_OBJECT& a_Object) {
     const auto l_Request = HexPattern(a_Object.Text("request"));
@@ -32,10 +29,6 @@ std::vector<uint8_t> ReadReply(JSON_OBJECT& a_Object) {
     return *l_Reply;
 }
 
-unsigned Count(JSON_OBJECT& a_Object, const char* a_Key, unsigned a_Min, unsigned a_Default) {
-    return static_cast<unsigned>(a_Object.Integer(a_Key, a_Min, std::numeric_limits<int32_t>::max(), a_Default));
-}
-
 } // namespace
 
 std::string FaultKindNames() {
@@ -48,8 +41,8 @@ std::string FaultKindNames() {
 FAULT ReadFault(JSON_OBJECT a_Object) {
     FAULT l_Fault;
     l_Fault.m_Request = ReadRequest(a_Object);
-    l_Fault.m_First = Count(a_Object, "first", 1, l_Fault.m_First);
-    l_Fault.m_Count = Count(a_Object, "count", 0, l_Fault.m_Count);
+    l_Fault.m_First = a_Object.Count("first", 1, l_Fault.m_First);
+    l_Fault.m_Count = a_Object.Count("count", 0, l_Fault.m_Count);
     const std::string l_Do = a_Object.Text("do");
     const FAULT_KIND_TEXT* const l_Kind = FindFaultKind(l_Do);
     if (l_Kind == nullptr) a_Object.Fail("do", "expected one of " + FaultKindNames());

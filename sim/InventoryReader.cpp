@@ -21,10 +21,6 @@ std::vector<uint8_t> VendorRecord(uint8_t a_Kind) {
     return {0x57, 0x01, 0x00, a_Kind, 0};
 }
 
-uint8_t Byte(JSON_OBJECT& a_Object, const char* a_Key) {
-    return static_cast<uint8_t>(a_Object.Integer(a_Key, 0, 0xFF));
-}
-
 std::vector<uint8_t> Bytes(JSON_OBJECT& a_Object, const char* a_Key, const std::string& a_Text, size_t a_Max) {
     const auto l_Bytes = HexBytes(a_Text);
     if (!l_Bytes) a_Object.Fail(a_Key, "expected bytes as pairs of hexadecimal digits with blanks between");
@@ -98,7 +94,7 @@ RAW_MULTIRECORD ReadDSPs(JSON_OBJECT& a_Inventory) {
     RAW_MULTIRECORD l_Record{g_VendorRecord, VendorRecord(g_KindAMC)};
     l_Record.m_Data.push_back(static_cast<uint8_t>(l_DSPs.size()));
     for (JSON_OBJECT l_DSP : l_DSPs) {
-        l_Record.m_Data.push_back(Byte(l_DSP, "type"));
+        l_Record.m_Data.push_back(l_DSP.Byte("type"));
         const auto l_Mac = ReadMac(l_DSP);
         l_Record.m_Data.insert(l_Record.m_Data.end(), l_Mac.begin(), l_Mac.end());
         l_Record.m_Data.push_back(0); // nobody reads it
@@ -110,14 +106,14 @@ RAW_MULTIRECORD ReadDSPs(JSON_OBJECT& a_Inventory) {
 RAW_MULTIRECORD ReadFramers(JSON_OBJECT a_Object) {
     RAW_MULTIRECORD l_Record{g_VendorRecord, VendorRecord(g_KindRTM)};
     for (const char* l_Key : {"count", "type", "trunks_per_framer"})
-        l_Record.m_Data.push_back(Byte(a_Object, l_Key));
+        l_Record.m_Data.push_back(a_Object.Byte(l_Key));
     a_Object.RejectOthers();
     return l_Record;
 }
 
 RAW_MULTIRECORD ReadMultiRecord(JSON_OBJECT a_Object) {
     RAW_MULTIRECORD l_Record;
-    l_Record.m_Type = Byte(a_Object, "type");
+    l_Record.m_Type = a_Object.Byte("type");
     l_Record.m_Data = Bytes(a_Object, "data", a_Object.Text("data"), g_MaxMultiRecord);
     a_Object.RejectOthers();
     return l_Record;

@@ -5,6 +5,7 @@
 #include "sim/Error.h"
 
 #include <charconv>
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -93,6 +94,14 @@ int64_t JSON_OBJECT::Integer(const std::string& a_Key, int64_t a_Min, int64_t a_
 
 int64_t JSON_OBJECT::Integer(const std::string& a_Key, int64_t a_Min, int64_t a_Max, int64_t a_Default) {
     return Has(a_Key) ? Integer(a_Key, a_Min, a_Max) : a_Default;
+}
+
+uint8_t JSON_OBJECT::Byte(const std::string& a_Key) {
+    return static_cast<uint8_t>(Integer(a_Key, 0, std::numeric_limits<uint8_t>::max()));
+}
+
+unsigned JSON_OBJECT::Count(const std::string& a_Key, unsigned a_Min, unsigned a_Default) {
+    return static_cast<unsigned>(Integer(a_Key, a_Min, std::numeric_limits<int32_t>::max(), a_Default));
 }
 
 bool JSON_OBJECT::Boolean(const std::string& a_Key, bool a_Default) {

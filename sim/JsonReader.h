@@ -22,6 +22,10 @@ public:
     /// A number, or a text with a number in C notation ("0x20").
     int64_t Integer(const std::string& a_Key, int64_t a_Min, int64_t a_Max);
     int64_t Integer(const std::string& a_Key, int64_t a_Min, int64_t a_Max, int64_t a_Default);
+    /// A number from 0 to 255.
+    uint8_t Byte(const std::string& a_Key);
+    /// A number from `a_Min` to 2147483647.
+    unsigned Count(const std::string& a_Key, unsigned a_Min, unsigned a_Default);
     bool Boolean(const std::string& a_Key, bool a_Default);
     /// UTF-8 as the file has it.
     std::string Text(const std::string& a_Key);

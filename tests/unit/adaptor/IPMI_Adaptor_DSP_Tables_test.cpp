@@ -14,7 +14,7 @@ using testing::SizeIs;
 
 namespace {
 
-constexpr std::array<unsigned char, 6> MAC = {0x00, 0x11, 0x22, 0x33, 0x44, 0xfe};
+constexpr std::array<unsigned char, 6> LAST_MAC = {0x00, 0x11, 0x22, 0x33, 0x44, 0xfe};
 constexpr const char* FOUND = "IPMIAdaptor :: AMC_DSP_ReadParams - AMC Multirecord found";
 constexpr const char* RETURNING_OK = "IPMIAdaptor :: AMC_DSP_ReadParams - returning OK";
 constexpr const char* NO_MAC = "Can not find the ethernet(eth6) MAC of AMC";
@@ -28,7 +28,7 @@ std::string Searching(int a_Bay, int a_Dsp) {
 
 class DspMac : public BOARD_TEST {
 protected:
-    DspMac() { GiveEth6(MAC); }
+    DspMac() { GiveEth6(LAST_MAC); }
 
     int Read(int a_Bay, int a_Dsp) {
         m_Row = {};

@@ -15,13 +15,13 @@ using testing::SizeIs;
 
 namespace {
 
-constexpr std::array<unsigned char, 6> MAC = {0x02, 0, 0, 0, 0, 0x10};
+constexpr std::array<unsigned char, 6> ETH6_MAC = {0x02, 0, 0, 0, 0, 0x10};
 constexpr const char* FILE_NAME = "telq_qub_dsp_iptable_cfg.xml";
 constexpr const char* NO_TABLE = "Can not get DSP Info table";
 
 class DspInfo : public BOARD_TEST {
 protected:
-    DspInfo() { GiveEth6(MAC); }
+    DspInfo() { GiveEth6(ETH6_MAC); }
 
     int InitInfo() { return Access::mInitDSPInfo(m_Adaptor); }
     std::map<int, std::string>& Macs() { return Access::DspMacMap(m_Adaptor); }

@@ -145,14 +145,14 @@ TEST_F(AdaptorStartStop, CallsInAnyOrderAreSurvived) {
 
 using AdaptorLifecycle = LIFECYCLE_TEST;
 
-class THROWING_MANAGER final : public LIFECYCLE_MANAGER {
+class THROWING_LIFECYCLE_MANAGER final : public LIFECYCLE_MANAGER {
 public:
     int RegisterGroup(unsigned, CBaseAdaptor*) override { throw std::runtime_error("no room"); }
     int UnregisterGroup(unsigned) override { throw std::runtime_error("no group"); }
 };
 
 TEST_F(AdaptorLifecycle, ExceptionOfTheManagerIsLoggedAndAnsweredWith0) {
-    THROWING_MANAGER l_Host;
+    THROWING_LIFECYCLE_MANAGER l_Host;
     EXPECT_EQ(m_Adaptor.Init(&l_Host), 0);
     EXPECT_EQ(m_Adaptor.Fin(), 0);
     EXPECT_THAT(Lines(), ElementsAre(LOG_LINE{3, "IPMI Adaptor", "IPMIAdaptor::Init() - no room"},

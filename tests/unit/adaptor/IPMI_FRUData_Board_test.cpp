@@ -14,8 +14,8 @@ using testing::Optional;
 namespace {
 
 constexpr const char* READ = "IPMIAdaptor :: Board_Hardware_ReadParams";
-constexpr const char* NO_MC = "IPMIAdaptor :: Board_Hardware_ReadParams - FRU data missing - internal error (NO MC)";
-constexpr const char* NO_FRU = "IPMIAdaptor :: Board_Hardware_ReadParams - FRU data missing - internal error (no FRU)";
+constexpr const char* BOARD_NO_MC = "IPMIAdaptor :: Board_Hardware_ReadParams - FRU data missing - internal error (NO MC)";
+constexpr const char* BOARD_NO_FRU = "IPMIAdaptor :: Board_Hardware_ReadParams - FRU data missing - internal error (no FRU)";
 constexpr const char* WRITE = "IPMIAdaptor :: Board_Hardware_WriteParams";
 constexpr const char* NO_ROW = "IPMIAdaptor :: Board_Hardware_WriteParams - prow=null";
 constexpr const char* SENT = "Board_Hardware_WriteParams - Sending Request - DONE";
@@ -76,7 +76,7 @@ TEST_F(Board, WithoutAFruRecordItIsAnInternalErrorEvenWithAController) {
     l_Board.m_FRUMap["null"] = nullptr;
     EXPECT_EQ(Read(), 12);
     EXPECT_THAT(Row(), IsEmpty());
-    EXPECT_THAT(Lines(), ElementsAre(Trace(READ), Error(NO_FRU)));
+    EXPECT_THAT(Lines(), ElementsAre(Trace(READ), Error(BOARD_NO_FRU)));
 }
 
 TEST_F(Board, WithoutAControllerItIsAnInternalErrorAfterTheFruTexts) {
@@ -85,7 +85,7 @@ TEST_F(Board, WithoutAControllerItIsAnInternalErrorAfterTheFruTexts) {
     l_Board.m_MCMap["null"] = nullptr;
     EXPECT_EQ(Read(), 12);
     EXPECT_EQ(Row(), TEXTS(BOARD_ROW.begin(), BOARD_ROW.end() - 1));
-    EXPECT_THAT(Lines(), ElementsAre(Trace(READ), Error(NO_MC)));
+    EXPECT_THAT(Lines(), ElementsAre(Trace(READ), Error(BOARD_NO_MC)));
 }
 
 TEST_F(Board, FirstFruAndControllerAreTheFirstByNameThatAreNotNull) {

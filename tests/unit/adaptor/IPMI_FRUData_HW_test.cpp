@@ -16,14 +16,14 @@ using testing::Optional;
 namespace {
 
 constexpr const char* NO_KEYS = "IPMIAdaptor :: AMC_HW_ReadParams - pKeys=NULL";
-constexpr const char* NO_BAY = "IPMIAdaptor :: AMC_HW_ReadParams - l_BayLocationParam=NULL no bay location passed in";
+constexpr const char* HW_NO_BAY = "IPMIAdaptor :: AMC_HW_ReadParams - l_BayLocationParam=NULL no bay location passed in";
 constexpr const char* FOR_AMC = "IPMIAdaptor :: AMC_HW_ReadParams - searching for AMC";
 constexpr const char* FOR_RTM = "IPMIAdaptor :: AMC_HW_ReadParams - searching for RTM";
 constexpr const char* FOUND = "IPMIAdaptor :: AMC_HW_ReadParams - found target entity ID";
-constexpr const char* NOT_FOUND = "IPMIAdaptor :: AMC_HW_ReadParams - returning not found";
-constexpr const char* NO_FRU = "IPMIAdaptor :: AMC_HW_ReadParams - FRU data missing - internal error ";
-constexpr const char* NO_MC = "IPMIAdaptor :: AMC_HW_ReadParams - NO MC FOR AMC - HACK";
-constexpr const char* RETURNING_OK = "IPMIAdaptor :: AMC_HW_ReadParams - returning OK";
+constexpr const char* HW_NOT_FOUND = "IPMIAdaptor :: AMC_HW_ReadParams - returning not found";
+constexpr const char* HW_NO_FRU = "IPMIAdaptor :: AMC_HW_ReadParams - FRU data missing - internal error ";
+constexpr const char* HW_NO_MC = "IPMIAdaptor :: AMC_HW_ReadParams - NO MC FOR AMC - HACK";
+constexpr const char* HW_RETURNING_OK = "IPMIAdaptor :: AMC_HW_ReadParams - returning OK";
 constexpr const char* WRITE_NO_BAY =
     "IPMIAdaptor :: AMC_HW_WriteParams - No Key bay location returning not found error";
 constexpr const char* WRITE_NO_STATUS = "IPMIAdaptor :: AMC_HW_WriteParams -Run Status not passed in row";
@@ -71,15 +71,15 @@ TEST_F(AmcHw, RowHoldsFruTextsBayRunStatusAndFirmwareInOrder) {
     EXPECT_EQ(Read(3), 1);
     EXPECT_EQ(Row(), RowOf("A", 3, 1, "1.20"));
     EXPECT_THAT(Lines(),
-                ElementsAre(Trace(FOR_AMC), Trace(Slot(3)), Trace(FOUND), Trace(NoStatus(3)), Trace(RETURNING_OK)));
+                ElementsAre(Trace(FOR_AMC), Trace(Slot(3)), Trace(FOUND), Trace(NoStatus(3)), Trace(HW_RETURNING_OK)));
 }
 
 TEST_F(AmcHw, WithoutAControllerTheFirmwareIsUnknown) {
     AddModule(ENTITY_ID_AMC, 3, "A").m_MCMap["null"] = nullptr;
     EXPECT_EQ(Read(3), 1);
     EXPECT_EQ(Row(), RowOf("A", 3, 1, "UnKn"));
-    EXPECT_THAT(Lines(), ElementsAre(Trace(FOR_AMC), Trace(Slot(3)), Trace(FOUND), Trace(NoStatus(3)), Trace(NO_MC),
-                                     Trace(RETURNING_OK)));
+    EXPECT_THAT(Lines(), ElementsAre(Trace(FOR_AMC), Trace(Slot(3)), Trace(FOUND), Trace(NoStatus(3)), Trace(HW_NO_MC),
+                                     Trace(HW_RETURNING_OK)));
 }
 
 TEST_F(AmcHw, Bay9IsTheRtm) {
@@ -88,7 +88,7 @@ TEST_F(AmcHw, Bay9IsTheRtm) {
     EXPECT_EQ(Read(9), 1);
     EXPECT_EQ(Row(), RowOf("R", 9, 1, "3.4"));
     EXPECT_THAT(Lines(),
-                ElementsAre(Trace(FOR_RTM), Trace(Slot(9)), Trace(FOUND), Trace(NoStatus(9)), Trace(RETURNING_OK)));
+                ElementsAre(Trace(FOR_RTM), Trace(Slot(9)), Trace(FOUND), Trace(NoStatus(9)), Trace(HW_RETURNING_OK)));
 }
 
 TEST_F(AmcHw, RtmIsFoundAtBay9Only) {
@@ -102,7 +102,7 @@ TEST_F(AmcHw, AnyOtherBayIsAnAmcs) {
     for (const int l_Bay : {-1, 0, 1, 2, 4, 8, 10}) {
         EXPECT_EQ(Read(l_Bay), 12) << l_Bay;
         EXPECT_THAT(Row(), IsEmpty());
-        EXPECT_THAT(Lines(), ElementsAre(Trace(FOR_AMC), Trace(Slot(l_Bay)), Error(NOT_FOUND)));
+        EXPECT_THAT(Lines(), ElementsAre(Trace(FOR_AMC), Trace(Slot(l_Bay)), Error(HW_NOT_FOUND)));
     }
 }
 
@@ -110,7 +110,7 @@ TEST_F(AmcHw, WithoutAFruRecordItIsAnInternalError) {
     AddEntity(ENTITY_ID_AMC, 3).m_FRUMap["null"] = nullptr;
     EXPECT_EQ(Read(3), 12);
     EXPECT_THAT(Row(), IsEmpty());
-    EXPECT_THAT(Lines(), ElementsAre(Trace(FOR_AMC), Trace(Slot(3)), Trace(FOUND), Error(NO_FRU)));
+    EXPECT_THAT(Lines(), ElementsAre(Trace(FOR_AMC), Trace(Slot(3)), Trace(FOUND), Error(HW_NO_FRU)));
 }
 
 TEST_F(AmcHw, NullKeysAnswerNotFound) {
@@ -126,7 +126,7 @@ TEST_F(AmcHw, WithoutABayItAnswersNotFound) {
     for (const CBMIKeys* l_Keys : {&l_Empty, &l_Other, &l_Text}) {
         EXPECT_EQ(m_Adaptor.AMC_HW_ReadParams(l_Keys, &m_Row), 12);
         EXPECT_THAT(Row(), IsEmpty());
-        EXPECT_THAT(Lines(), ElementsAre(Error(NO_BAY)));
+        EXPECT_THAT(Lines(), ElementsAre(Error(HW_NO_BAY)));
     }
 }
 
@@ -192,10 +192,10 @@ TEST_F(AmcHw, TableLogsEveryBay) {
         l_Expected.push_back(Trace(Slot(l_Bay)));
         if (l_Bay == 2) {
             for (const std::string& l_Text :
-                 {std::string(FOUND), NoStatus(2), std::string(NO_MC), std::string(RETURNING_OK)})
+                 {std::string(FOUND), NoStatus(2), std::string(HW_NO_MC), std::string(HW_RETURNING_OK)})
                 l_Expected.push_back(Trace(l_Text));
         } else {
-            l_Expected.push_back(Error(NOT_FOUND));
+            l_Expected.push_back(Error(HW_NOT_FOUND));
         }
     }
     EXPECT_EQ(Lines(), l_Expected);
@@ -250,7 +250,7 @@ TEST_F(RunStatus, IsReadBackForItsBay) {
     EXPECT_THAT(Lines(), ElementsAre(Trace(FOR_AMC), Trace(Slot(3)), Trace(FOUND),
                                      Trace("IPMIAdaptor :: AMC_HW_ReadParams -Existing Run Status slot=3"),
                                      Trace("IPMIAdaptor :: AMC_HW_ReadParams -Existing Run Status rs=5 slot=3"),
-                                     Trace(NO_MC), Trace(RETURNING_OK)));
+                                     Trace(HW_NO_MC), Trace(HW_RETURNING_OK)));
     EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_TABLE),
                 Optional(ElementsAre(RowOf("A", 3, 5, "UnKn"), RowOf("B", 4, 1, "UnKn"))));
 }

@@ -11,14 +11,14 @@ using testing::Optional;
 
 namespace {
 
-constexpr const char* NAME = "IPMIAdaptor :: RTM_FRU_ReadParams";
+constexpr const char* RTM_NAME = "IPMIAdaptor :: RTM_FRU_ReadParams";
 constexpr const char* NOT_SIMULATED =
     "IPMIAdaptor :: RTM_FRU_ReadParams - file read rc=0 l_FramerType=-1 l_NumFramers=-1 l_NumTrunksPerFramer=-1";
 constexpr const char* NO_OVERRIDE = "IPMIAdaptor :: RTM_FRU_ReadParams - Using FRU data (no override)";
 constexpr const char* NO_RTM = "IPMIAdaptor :: RTM_FRU_ReadParams - NO RTM INSTALLED ";
-constexpr const char* NO_FRU_DATA = "IPMIAdaptor :: RTM_FRU_ReadParams - FRU data missing - internal error ";
+constexpr const char* RTM_NO_FRU_DATA = "IPMIAdaptor :: RTM_FRU_ReadParams - FRU data missing - internal error ";
 constexpr const char* NO_RECORD = "IPMIAdaptor :: RTM_FRU_ReadParams - error - not found";
-constexpr const char* RETURNING_OK = "IPMIAdaptor :: RTM_FRU_ReadParams - returning OK ";
+constexpr const char* RTM_RETURNING_OK = "IPMIAdaptor :: RTM_FRU_ReadParams - returning OK ";
 
 class RtmFru : public ADAPTOR_TEST {
 protected:
@@ -41,7 +41,7 @@ TEST_F(RtmFru, RowHoldsFramerTypeFramersAndTrunks) {
     AddRTM({RTMRecord(8, 1, 4)});
     EXPECT_EQ(Read(), 1);
     EXPECT_THAT(Row(), ElementsAre("0x401 i:1", "0x402 i:8", "0x403 i:4"));
-    EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RETURNING_OK)));
+    EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
 }
 
 TEST_F(RtmFru, RecordBytesAreUnsigned) {
@@ -68,14 +68,14 @@ TEST_F(RtmFru, WithoutAnRtmItAnswersNotFound) {
     AddMultiRecord(AddFRU(AddEntity(ENTITY_ID_BASEBOARD, 9), "board"), RTMRecord(8, 1, 4));
     EXPECT_EQ(Read(), 12);
     EXPECT_THAT(Row(), IsEmpty());
-    EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Error(NO_RTM)));
+    EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Error(NO_RTM)));
 }
 
 TEST_F(RtmFru, EntityWithoutAFruRecordIsAnInternalError) {
     AddEntity(ENTITY_ID_RTM, RTM_BAY).m_FRUMap["null"] = nullptr;
     EXPECT_EQ(Read(), 12);
     EXPECT_THAT(Row(), IsEmpty());
-    EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Error(NO_FRU_DATA)));
+    EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Error(RTM_NO_FRU_DATA)));
 }
 
 TEST_F(RtmFru, RtmIsFoundByItsEntityIdWhateverItsBay) {
@@ -121,7 +121,7 @@ TEST_F(RtmFru, RecordsThatAreNoRtmRecordAreNotTaken) {
         AddRTM({l_Records[i]});
         EXPECT_EQ(Read(), 12);
         EXPECT_THAT(Row(), IsEmpty());
-        EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Error(NO_RECORD)));
+        EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Error(NO_RECORD)));
     }
 }
 
@@ -130,8 +130,8 @@ TEST_F(RtmFru, OutsideTheStartedStateItLogsAndCarriesOn) {
     BeInState(1);
     EXPECT_EQ(Read(), 1);
     EXPECT_THAT(Row(), ElementsAre("0x401 i:1", "0x402 i:8", "0x403 i:4"));
-    EXPECT_THAT(Lines(), ElementsAre(Error("IPMIAdaptor :: RTM_FRU_ReadParams -- In bad state 1"), Trace(NAME),
-                                     Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RETURNING_OK)));
+    EXPECT_THAT(Lines(), ElementsAre(Error("IPMIAdaptor :: RTM_FRU_ReadParams -- In bad state 1"), Trace(RTM_NAME),
+                                     Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
 }
 
 // ---- MAVK_RTM
@@ -142,7 +142,7 @@ TEST_F(RtmFru, SimulatedRtmReplacesTheModel) {
     EXPECT_EQ(Read(), 1);
     EXPECT_THAT(Row(), ElementsAre("0x401 i:3", "0x402 i:5", "0x403 i:6"));
     EXPECT_THAT(Lines(),
-                ElementsAre(Trace(NAME),
+                ElementsAre(Trace(RTM_NAME),
                             Trace("IPMIAdaptor :: RTM_FRU_ReadParams - file read rc=2 l_FramerType=3 l_NumFramers=5 "
                                   "l_NumTrunksPerFramer=6"),
                             Trace("IPMIAdaptor :: RTM_FRU_ReadParams - returning Simulated OK ")));
@@ -160,7 +160,7 @@ TEST_F(RtmFru, SimulatedAbsenceHidesTheRtm) {
     EXPECT_EQ(Read(), 12);
     EXPECT_THAT(Row(), IsEmpty());
     EXPECT_THAT(Lines(),
-                ElementsAre(Trace(NAME),
+                ElementsAre(Trace(RTM_NAME),
                             Trace("IPMIAdaptor :: RTM_FRU_ReadParams - file read rc=1 l_FramerType=-1 l_NumFramers=-1 "
                                   "l_NumTrunksPerFramer=-1"),
                             Trace("IPMIAdaptor :: RTM_FRU_ReadParams - returning simulated no RTM")));
@@ -171,7 +171,7 @@ TEST_F(RtmFru, ModeZeroReadsTheModel) {
     setenv("MAVK_RTM", "0999", 1);
     EXPECT_EQ(Read(), 1);
     EXPECT_THAT(Row(), ElementsAre("0x401 i:1", "0x402 i:8", "0x403 i:4"));
-    EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RETURNING_OK)));
+    EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
 }
 
 TEST_F(RtmFru, AnyOtherModeReadsTheModelWithoutSayingSo) {
@@ -181,10 +181,10 @@ TEST_F(RtmFru, AnyOtherModeReadsTheModelWithoutSayingSo) {
         setenv("MAVK_RTM", l_Mode, 1);
         EXPECT_EQ(m_Adaptor.RTM_FRU_ReadParams(nullptr, &l_Row), 1);
         EXPECT_THAT(TextsOf(l_Row), ElementsAre("0x401 i:1", "0x402 i:8", "0x403 i:4"));
-        EXPECT_THAT(Lines(), ElementsAre(Trace(NAME),
+        EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME),
                                          Trace(std::string("IPMIAdaptor :: RTM_FRU_ReadParams - file read rc=") +
                                                l_Mode[0] + " l_FramerType=-1 l_NumFramers=-1 l_NumTrunksPerFramer=-1"),
-                                         Trace(RETURNING_OK)));
+                                         Trace(RTM_RETURNING_OK)));
     }
 }
 
@@ -194,7 +194,7 @@ TEST_F(RtmFru, TableHoldsTheOneRow) {
     AddRTM({RTMRecord(8, 1, 4)});
     EXPECT_THAT(Table(BMI_GROUP_HARDWARE_RTM_FRU_TABLE),
                 Optional(ElementsAre(TEXTS{"0x401 i:1", "0x402 i:8", "0x403 i:4"})));
-    EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RETURNING_OK)));
+    EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
 }
 
 TEST_F(RtmFru, TableWithoutAnRtmIsEmptyAndNotFound) {

@@ -66,13 +66,13 @@ TEST(Call, SleepAndWaitEventTakeMilliseconds) {
     EXPECT_EQ(2147483647, ParseCall({"wait-event", "2147483647"}).m_Milliseconds);
 }
 
-struct WRONG_CASE {
+struct WRONG_CALL_CASE {
     std::vector<std::string> m_Words;
     const char* m_Expected;
 };
 
 TEST(Call, WhatCannotBeMeantSaysWhatWasExpected) {
-    const WRONG_CASE l_Cases[] = {
+    const WRONG_CALL_CASE l_Cases[] = {
         {{}, "no call: expected init, start, stop, fin, read, table or write"},
         {{"Init"}, "unknown call 'Init': expected init, start, stop"},
         {{"init", "now"}, "'now' is too much: expected init"},
@@ -91,7 +91,7 @@ TEST(Call, WhatCannotBeMeantSaysWhatWasExpected) {
         {{"wait-event", "soon"}, "'soon' is no number of milliseconds: expected wait-event MS"},
         {{"wait-event", "1", "2"}, "'2' is too much"},
     };
-    for (const WRONG_CASE& l_Case : l_Cases)
+    for (const WRONG_CALL_CASE& l_Case : l_Cases)
         EXPECT_THAT(UsageErrorOf([&] { ParseCall(l_Case.m_Words); }), HasSubstr(l_Case.m_Expected));
 }
 

@@ -44,12 +44,12 @@ INSTANTIATE_TEST_SUITE_P(
                     ORDER_CASE{{"1", "2", "blink", "--on", "1", "--off", "60000", "--color", "amber"},
                                {{1, 2}, LED_ACTION::Blink, 5, 1, 60000}}));
 
-struct REFUSAL_CASE {
+struct LED_REFUSAL_CASE {
     WORDS m_Words;
     const char* m_Reason;
 };
 
-class LedOrderRefusal : public testing::TestWithParam<REFUSAL_CASE> {};
+class LedOrderRefusal : public testing::TestWithParam<LED_REFUSAL_CASE> {};
 
 TEST_P(LedOrderRefusal, SaysWhatWasExpected) {
     EXPECT_THAT(UsageErrorOf([] { ParseLedOrder(GetParam().m_Words); }), testing::HasSubstr(GetParam().m_Reason));
@@ -57,24 +57,24 @@ TEST_P(LedOrderRefusal, SaysWhatWasExpected) {
 
 INSTANTIATE_TEST_SUITE_P(
     Words, LedOrderRefusal,
-    testing::Values(REFUSAL_CASE{{"led"}, "expected led set BAY LED"},
-                    REFUSAL_CASE{{"led", "get", "1", "1", "on"}, "expected led set"},
-                    REFUSAL_CASE{{"led", "set", "1", "1"}, "expected led set"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "on", "on"}, "expected led set"},
-                    REFUSAL_CASE{{"led", "set", "0", "1", "on"}, "BAY '0': expected board, rtm, or a bay from 1 to 9"},
-                    REFUSAL_CASE{{"led", "set", "10", "1", "on"}, "BAY '10'"},
-                    REFUSAL_CASE{{"led", "set", "1", "5", "on"}, "LED '5': expected hot-swap"},
-                    REFUSAL_CASE{{"led", "set", "1", "0", "on"}, "LED '0'"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "flash"}, "'flash': expected on, off, blink or local"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "on", "--color", "black"}, "'black': expected white, red"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "on", "--color", "-"}, "'-': expected white, red"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "off", "--color", "red"}, "--color goes with on and blink"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "local", "--color", "red"}, "--color goes with on and blink"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "on", "--on", "5", "--off", "5"}, "are the times of blink"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "blink", "--on", "5"}, "expected --on and --off together"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "blink", "--on", "0", "--off", "5"}, "--on"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "blink", "--on", "5", "--off", "60001"}, "--off"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "blink", "--on", "x", "--off", "1"}, "--on"},
-                    REFUSAL_CASE{{"led", "set", "1", "1", "on", "--colour", "red"}, "--colour"}));
+    testing::Values(LED_REFUSAL_CASE{{"led"}, "expected led set BAY LED"},
+                    LED_REFUSAL_CASE{{"led", "get", "1", "1", "on"}, "expected led set"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1"}, "expected led set"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "on", "on"}, "expected led set"},
+                    LED_REFUSAL_CASE{{"led", "set", "0", "1", "on"}, "BAY '0': expected board, rtm, or a bay from 1 to 9"},
+                    LED_REFUSAL_CASE{{"led", "set", "10", "1", "on"}, "BAY '10'"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "5", "on"}, "LED '5': expected hot-swap"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "0", "on"}, "LED '0'"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "flash"}, "'flash': expected on, off, blink or local"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "on", "--color", "black"}, "'black': expected white, red"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "on", "--color", "-"}, "'-': expected white, red"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "off", "--color", "red"}, "--color goes with on and blink"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "local", "--color", "red"}, "--color goes with on and blink"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "on", "--on", "5", "--off", "5"}, "are the times of blink"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "blink", "--on", "5"}, "expected --on and --off together"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "blink", "--on", "0", "--off", "5"}, "--on"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "blink", "--on", "5", "--off", "60001"}, "--off"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "blink", "--on", "x", "--off", "1"}, "--on"},
+                    LED_REFUSAL_CASE{{"led", "set", "1", "1", "on", "--colour", "red"}, "--colour"}));
 
 } // namespace

@@ -76,13 +76,13 @@ TEST(Options, OfHalfALineToCompleteAreItsWords) {
     EXPECT_EQ("", Parsed({"completions", "dsp", "--help"}).m_Answer);
 }
 
-struct WRONG_CASE {
+struct WRONG_OPTION_CASE {
     std::vector<const char*> m_Words;
     const char* m_Expected;
 };
 
 TEST(Options, WhatCannotBeMeantSaysWhatWasExpected) {
-    const WRONG_CASE l_Cases[] = {
+    const WRONG_OPTION_CASE l_Cases[] = {
         {{}, "no command: expected one of those that `bmhost --help` lists"},
         {{"--json"}, "no command"},
         {{"inti"}, "unknown command 'inti': expected one of those that `bmhost --help` lists"},
@@ -94,7 +94,7 @@ TEST(Options, WhatCannotBeMeantSaysWhatWasExpected) {
         {{"--notice-after", "0", "init"}, "--notice-after"},
         {{"--adaptor"}, "--adaptor"},
     };
-    for (const WRONG_CASE& l_Case : l_Cases)
+    for (const WRONG_OPTION_CASE& l_Case : l_Cases)
         EXPECT_THAT(UsageErrorOf([&] { Parsed(l_Case.m_Words); }), HasSubstr(l_Case.m_Expected));
 }
 

@@ -10,13 +10,13 @@ namespace {
 using namespace BMHOST;
 using BM_ADAPTOR::CBMIEvParams;
 
-struct LINE_CASE {
+struct OUTPUT_CASE {
     EVENT m_Event;
     const char* m_Line;
 };
 
 TEST(EventLine, SaysByNameWhatHappened) {
-    const LINE_CASE l_Cases[] = {
+    const OUTPUT_CASE l_Cases[] = {
         {{0x70402, 5, Row<CBMIEvParams>(Int(0x30208, 1), Int(0x30201, 1, true))},
          "run status of AMC bay 1: not started (1)"},
         {{0x70402, 5, Row<CBMIEvParams>(Int(0x30208, 3), Int(0x30201, 9, true))},
@@ -35,7 +35,7 @@ TEST(EventLine, SaysByNameWhatHappened) {
         {{0x9, 4, Row<CBMIEvParams>(Int(0x77, 1), Text(0x30203, "a\x1B"))},
          "event 0x9, number 4: 0x77 1, manufacturer a?"},
     };
-    for (const LINE_CASE& l_Case : l_Cases)
+    for (const OUTPUT_CASE& l_Case : l_Cases)
         EXPECT_EQ(l_Case.m_Line, EventLine(l_Case.m_Event));
 }
 

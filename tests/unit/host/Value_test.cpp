@@ -99,13 +99,13 @@ TEST(Value, IdAndKeyAreTaken) {
     EXPECT_EQ(0x303U, ParseParam("bay=4", false, GROUP).GetId());
 }
 
-struct WRONG_CASE {
+struct WRONG_VALUE_CASE {
     const char* m_Text;
     const char* m_Expected;
 };
 
 TEST(Value, WhatCannotBeMeantSaysWhatWasExpected) {
-    constexpr WRONG_CASE CASES[] = {
+    constexpr WRONG_VALUE_CASE CASES[] = {
         {"", "'': expected ID=VALUE"},
         {"0x303", "'0x303': expected ID=VALUE"},
         {"=3", "'=3': expected ID=VALUE"},
@@ -121,7 +121,7 @@ TEST(Value, WhatCannotBeMeantSaysWhatWasExpected) {
         {"1=99999999999999999999", "expected an integer of 32 bits"},
         {"1=-99999999999999999999", "expected an integer of 32 bits"},
     };
-    for (const WRONG_CASE& l_Case : CASES) {
+    for (const WRONG_VALUE_CASE& l_Case : CASES) {
         EXPECT_THAT(UsageErrorOf([&] { ParseParam(l_Case.m_Text, true, GROUP); }), HasSubstr(l_Case.m_Expected))
             << l_Case.m_Text;
     }

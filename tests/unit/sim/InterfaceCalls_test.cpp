@@ -11,8 +11,8 @@ using namespace BLADESIM;
 
 namespace {
 
-constexpr int g_Opener = 5;
-constexpr int g_Other = 6;
+constexpr int g_Caller = 5;
+constexpr int g_OtherCaller = 6;
 
 template <typename VALUE>
 std::vector<uint8_t> BytesOf(const VALUE& a_Value) {
@@ -24,14 +24,14 @@ std::vector<uint8_t> BytesOf(const VALUE& a_Value) {
 class InterfaceCalls : public testing::Test {
 protected:
     template <typename VALUE>
-    int Set(uint32_t a_Request, const VALUE& a_Value, int a_Opener = g_Opener) {
+    int Set(uint32_t a_Request, const VALUE& a_Value, int a_Opener = g_Caller) {
         const CALL_RESULT l_Result = m_Calls.Do(a_Opener, a_Request, BytesOf(a_Value));
         EXPECT_TRUE(l_Result.m_Data.empty());
         return l_Result.m_Error;
     }
 
     template <typename VALUE>
-    VALUE Get(uint32_t a_Request, VALUE a_Value = {}, int a_Opener = g_Opener) {
+    VALUE Get(uint32_t a_Request, VALUE a_Value = {}, int a_Opener = g_Caller) {
         const CALL_RESULT l_Result = m_Calls.Do(a_Opener, a_Request, BytesOf(a_Value));
         EXPECT_EQ(l_Result.m_Error, 0);
         EXPECT_EQ(l_Result.m_Data.size(), sizeof(a_Value));
@@ -61,10 +61,10 @@ TEST_F(InterfaceCalls, KeepAddressAndLunOfEachChannelForAllOpeners) {
     EXPECT_EQ(Set(IPMICTL_SET_MY_LUN_CMD, 0x07U), 0);
     EXPECT_EQ(Set(IPMICTL_SET_MY_CHANNEL_ADDRESS_CMD, CHANNEL{7, 0x84}), 0);
     EXPECT_EQ(Set(IPMICTL_SET_MY_CHANNEL_LUN_CMD, CHANNEL{7, 1}), 0);
-    EXPECT_EQ(Get<unsigned>(IPMICTL_GET_MY_ADDRESS_CMD, 0, g_Other), 0x82U);
-    EXPECT_EQ(Get<unsigned>(IPMICTL_GET_MY_LUN_CMD, 0, g_Other), 3U);
-    EXPECT_EQ(Get<CHANNEL>(IPMICTL_GET_MY_CHANNEL_ADDRESS_CMD, {7, 0}, g_Other).value, 0x84);
-    EXPECT_EQ(Get<CHANNEL>(IPMICTL_GET_MY_CHANNEL_LUN_CMD, {7, 0}, g_Other).value, 1);
+    EXPECT_EQ(Get<unsigned>(IPMICTL_GET_MY_ADDRESS_CMD, 0, g_OtherCaller), 0x82U);
+    EXPECT_EQ(Get<unsigned>(IPMICTL_GET_MY_LUN_CMD, 0, g_OtherCaller), 3U);
+    EXPECT_EQ(Get<CHANNEL>(IPMICTL_GET_MY_CHANNEL_ADDRESS_CMD, {7, 0}, g_OtherCaller).value, 0x84);
+    EXPECT_EQ(Get<CHANNEL>(IPMICTL_GET_MY_CHANNEL_LUN_CMD, {7, 0}, g_OtherCaller).value, 1);
 }
 
 TEST_F(InterfaceCalls, RefuseAChannelThatThereIsNone) {
@@ -76,8 +76,8 @@ TEST_F(InterfaceCalls, KeepTimingForEachOpenerUntilHeCloses) {
     EXPECT_EQ(Set(IPMICTL_SET_TIMING_PARMS_CMD, ipmi_timing_parms{3, 250}), 0);
     EXPECT_EQ(Get<ipmi_timing_parms>(IPMICTL_GET_TIMING_PARMS_CMD).retries, 3);
     EXPECT_EQ(Get<ipmi_timing_parms>(IPMICTL_GET_TIMING_PARMS_CMD).retry_time_ms, 250U);
-    EXPECT_EQ(Get<ipmi_timing_parms>(IPMICTL_GET_TIMING_PARMS_CMD, {}, g_Other).retries, -1);
-    m_Calls.Forget(g_Opener);
+    EXPECT_EQ(Get<ipmi_timing_parms>(IPMICTL_GET_TIMING_PARMS_CMD, {}, g_OtherCaller).retries, -1);
+    m_Calls.Forget(g_Caller);
     EXPECT_EQ(Get<ipmi_timing_parms>(IPMICTL_GET_TIMING_PARMS_CMD).retries, -1);
 }
 
@@ -85,28 +85,28 @@ TEST_F(InterfaceCalls, KeepTheMaintenanceModeAndRefuseOthersThanThree) {
     EXPECT_EQ(Set(IPMICTL_SET_MAINTENANCE_MODE_CMD, IPMI_MAINTENANCE_MODE_ON), 0);
     EXPECT_EQ(Set(IPMICTL_SET_MAINTENANCE_MODE_CMD, 3), EINVAL);
     EXPECT_EQ(Set(IPMICTL_SET_MAINTENANCE_MODE_CMD, -1), EINVAL);
-    EXPECT_EQ(Get<int>(IPMICTL_GET_MAINTENANCE_MODE_CMD, 0, g_Other), IPMI_MAINTENANCE_MODE_ON);
+    EXPECT_EQ(Get<int>(IPMICTL_GET_MAINTENANCE_MODE_CMD, 0, g_OtherCaller), IPMI_MAINTENANCE_MODE_ON);
 }
 
 TEST_F(InterfaceCalls, RegisterACommandForOneOpenerOnly) {
     const ipmi_cmdspec l_Command{0x06, 0x01};
     EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD, l_Command), 0);
-    EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD, l_Command, g_Other), EBUSY);
+    EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD, l_Command, g_OtherCaller), EBUSY);
     EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD, l_Command), EBUSY);
-    EXPECT_EQ(Set(IPMICTL_UNREGISTER_FOR_CMD, l_Command, g_Other), ENOENT);
+    EXPECT_EQ(Set(IPMICTL_UNREGISTER_FOR_CMD, l_Command, g_OtherCaller), ENOENT);
     EXPECT_EQ(Set(IPMICTL_UNREGISTER_FOR_CMD, l_Command), 0);
     EXPECT_EQ(Set(IPMICTL_UNREGISTER_FOR_CMD, l_Command), ENOENT);
-    EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD, l_Command, g_Other), 0);
-    m_Calls.Forget(g_Other);
+    EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD, l_Command, g_OtherCaller), 0);
+    m_Calls.Forget(g_OtherCaller);
     EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD, l_Command), 0);
 }
 
 TEST_F(InterfaceCalls, RegisterACommandChannelByChannel) {
     EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD_CHANS, ipmi_cmdspec_chans{0x06, 0x01, 0b011}), 0);
-    EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD_CHANS, ipmi_cmdspec_chans{0x06, 0x01, 0b110}, g_Other), EBUSY);
-    EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD_CHANS, ipmi_cmdspec_chans{0x06, 0x01, 0b100}, g_Other), 0);
+    EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD_CHANS, ipmi_cmdspec_chans{0x06, 0x01, 0b110}, g_OtherCaller), EBUSY);
+    EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD_CHANS, ipmi_cmdspec_chans{0x06, 0x01, 0b100}, g_OtherCaller), 0);
     EXPECT_EQ(Set(IPMICTL_UNREGISTER_FOR_CMD_CHANS, ipmi_cmdspec_chans{0x06, 0x01, 0b001}), 0);
-    EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD_CHANS, ipmi_cmdspec_chans{0x06, 0x01, 0b001}, g_Other), 0);
+    EXPECT_EQ(Set(IPMICTL_REGISTER_FOR_CMD_CHANS, ipmi_cmdspec_chans{0x06, 0x01, 0b001}, g_OtherCaller), 0);
     EXPECT_EQ(Set(IPMICTL_UNREGISTER_FOR_CMD_CHANS, ipmi_cmdspec_chans{0x06, 0x01, 0b110}), 0);
 }
 

@@ -17,7 +17,7 @@ using BYTES = std::vector<uint8_t>;
 
 constexpr int g_Opener = 5;
 constexpr int g_Other = 6;
-const REQUEST_QUEUE::CLOCK::time_point g_Now{};
+const REQUEST_QUEUE::CLOCK::time_point g_QueueNow{};
 
 BRIDGE_PACKET Request(int64_t a_Id, uint8_t a_NetFn = 0x06, uint8_t a_Command = 0x01, const BYTES& a_Data = {},
                       uint8_t a_Lun = 0) {
@@ -47,7 +47,7 @@ BYTES DataOf(const BRIDGE_PACKET& a_Packet) {
 TEST(RequestQueue, SendsTheRequestWithItsBytesAndLun) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(1, 0x2C, 0x05, {0x00, 0x07}, 2));
-    const auto l_Sent = l_Queue.Start(g_Now);
+    const auto l_Sent = l_Queue.Start(g_QueueNow);
     ASSERT_TRUE(l_Sent);
     EXPECT_EQ(l_Sent->m_Message.m_NetFn, 0x2C);
     EXPECT_EQ(l_Sent->m_Message.m_Lun, 2);
@@ -58,7 +58,7 @@ TEST(RequestQueue, SendsTheRequestWithItsBytesAndLun) {
 TEST(RequestQueue, GivesTheReplyToTheOpenerWithItsMessageIdAndAddress) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(0x123456789A));
-    const auto l_Answer = l_Queue.Accept(ReplyTo(*l_Queue.Start(g_Now), {0x00, 0x35}));
+    const auto l_Answer = l_Queue.Accept(ReplyTo(*l_Queue.Start(g_QueueNow), {0x00, 0x35}));
     ASSERT_TRUE(l_Answer);
     EXPECT_EQ(l_Answer->m_Opener, g_Opener);
     EXPECT_EQ(l_Answer->m_Packet.m_MessageId, 0x123456789A);
@@ -73,11 +73,11 @@ TEST(RequestQueue, HasOneRequestOutstandingAndKeepsTheOrderOfArrival) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(1, 0x06, 0x01));
     l_Queue.Add(g_Other, Request(2, 0x06, 0x02));
-    const auto l_First = l_Queue.Start(g_Now);
+    const auto l_First = l_Queue.Start(g_QueueNow);
     EXPECT_EQ(l_First->m_Message.m_Command, 0x01);
-    EXPECT_FALSE(l_Queue.Start(g_Now));
+    EXPECT_FALSE(l_Queue.Start(g_QueueNow));
     EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_First, {0x00}))->m_Opener, g_Opener);
-    const auto l_Second = l_Queue.Start(g_Now);
+    const auto l_Second = l_Queue.Start(g_QueueNow);
     EXPECT_EQ(l_Second->m_Message.m_Command, 0x02);
     EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Second, {0x00}))->m_Opener, g_Other);
 }
@@ -85,10 +85,10 @@ TEST(RequestQueue, HasOneRequestOutstandingAndKeepsTheOrderOfArrival) {
 TEST(RequestQueue, AnswersATimeOutWhenTheControllerGivesNoReply) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(1));
-    l_Queue.Start(g_Now);
-    EXPECT_EQ(l_Queue.Deadline(), g_Now + g_DriverTimeOut);
-    EXPECT_FALSE(l_Queue.Expire(g_Now + g_DriverTimeOut - 1ms));
-    const auto l_Answer = l_Queue.Expire(g_Now + g_DriverTimeOut);
+    l_Queue.Start(g_QueueNow);
+    EXPECT_EQ(l_Queue.Deadline(), g_QueueNow + g_DriverTimeOut);
+    EXPECT_FALSE(l_Queue.Expire(g_QueueNow + g_DriverTimeOut - 1ms));
+    const auto l_Answer = l_Queue.Expire(g_QueueNow + g_DriverTimeOut);
     ASSERT_TRUE(l_Answer);
     EXPECT_EQ(l_Answer->m_Packet.m_NetFn, 0x07);
     EXPECT_THAT(DataOf(l_Answer->m_Packet), ElementsAre(IPMI_TIMEOUT_COMPLETION_CODE));
@@ -98,26 +98,26 @@ TEST(RequestQueue, AnswersATimeOutWhenTheControllerGivesNoReply) {
 TEST(RequestQueue, WaitsAsLongAsItIsTold) {
     REQUEST_QUEUE l_Queue(20ms);
     l_Queue.Add(g_Opener, Request(1));
-    l_Queue.Start(g_Now);
-    EXPECT_FALSE(l_Queue.Expire(g_Now + 19ms));
-    EXPECT_TRUE(l_Queue.Expire(g_Now + 20ms));
+    l_Queue.Start(g_QueueNow);
+    EXPECT_FALSE(l_Queue.Expire(g_QueueNow + 19ms));
+    EXPECT_TRUE(l_Queue.Expire(g_QueueNow + 20ms));
 }
 
 TEST(RequestQueue, WaitsForEverWithoutATimeOut) {
     REQUEST_QUEUE l_Queue(0ms);
     l_Queue.Add(g_Opener, Request(1));
     l_Queue.Add(g_Opener, Request(2));
-    const auto l_Sent = l_Queue.Start(g_Now);
+    const auto l_Sent = l_Queue.Start(g_QueueNow);
     EXPECT_FALSE(l_Queue.Deadline());
-    EXPECT_FALSE(l_Queue.Expire(g_Now + 24h));
-    EXPECT_FALSE(l_Queue.Start(g_Now + 24h));
+    EXPECT_FALSE(l_Queue.Expire(g_QueueNow + 24h));
+    EXPECT_FALSE(l_Queue.Start(g_QueueNow + 24h));
     EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Sent, {0x00}))->m_Packet.m_MessageId, 1);
 }
 
 TEST(RequestQueue, KnowsARequestAgainByItsEntry) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(1), 17);
-    const auto l_Sent = l_Queue.Start(g_Now);
+    const auto l_Sent = l_Queue.Start(g_QueueNow);
     EXPECT_EQ(l_Sent->m_Entry, 17U);
     EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Sent, {0x00}))->m_Entry, 17U);
 }
@@ -125,7 +125,7 @@ TEST(RequestQueue, KnowsARequestAgainByItsEntry) {
 TEST(RequestQueue, MakesACompletionCodeWhereTheReplyHasNone) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(1));
-    const auto l_Answer = l_Queue.Accept(ReplyTo(*l_Queue.Start(g_Now), {}));
+    const auto l_Answer = l_Queue.Accept(ReplyTo(*l_Queue.Start(g_QueueNow), {}));
     EXPECT_THAT(DataOf(l_Answer->m_Packet), ElementsAre(0xFF));
 }
 
@@ -133,9 +133,9 @@ TEST(RequestQueue, IgnoresAReplyThatComesAfterItsTimeOut) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(1));
     l_Queue.Add(g_Opener, Request(2));
-    const auto l_Late = l_Queue.Start(g_Now);
-    ASSERT_TRUE(l_Queue.Expire(g_Now + g_DriverTimeOut));
-    const auto l_Next = l_Queue.Start(g_Now);
+    const auto l_Late = l_Queue.Start(g_QueueNow);
+    ASSERT_TRUE(l_Queue.Expire(g_QueueNow + g_DriverTimeOut));
+    const auto l_Next = l_Queue.Start(g_QueueNow);
     EXPECT_FALSE(l_Queue.Accept(ReplyTo(*l_Late, {0x00})));
     EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Next, {0x00}))->m_Packet.m_MessageId, 2);
 }
@@ -143,7 +143,7 @@ TEST(RequestQueue, IgnoresAReplyThatComesAfterItsTimeOut) {
 TEST(RequestQueue, IgnoresASecondReplyToTheSameRequest) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(1));
-    const auto l_Sent = l_Queue.Start(g_Now);
+    const auto l_Sent = l_Queue.Start(g_QueueNow);
     ASSERT_TRUE(l_Queue.Accept(ReplyTo(*l_Sent, {0x00})));
     EXPECT_FALSE(l_Queue.Accept(ReplyTo(*l_Sent, {0x00})));
 }
@@ -151,7 +151,7 @@ TEST(RequestQueue, IgnoresASecondReplyToTheSameRequest) {
 TEST(RequestQueue, IgnoresAReplyToAnotherCommand) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(1));
-    VM_MESSAGE l_Other = ReplyTo(*l_Queue.Start(g_Now), {0x00});
+    VM_MESSAGE l_Other = ReplyTo(*l_Queue.Start(g_QueueNow), {0x00});
     l_Other.m_Command = 0x02;
     EXPECT_FALSE(l_Queue.Accept(l_Other));
 }
@@ -159,7 +159,7 @@ TEST(RequestQueue, IgnoresAReplyToAnotherCommand) {
 TEST(RequestQueue, CutsAReplyThatIsLongerThanTheDriversMessages) {
     REQUEST_QUEUE l_Queue;
     l_Queue.Add(g_Opener, Request(1));
-    const auto l_Answer = l_Queue.Accept(ReplyTo(*l_Queue.Start(g_Now), BYTES(300, 0x11)));
+    const auto l_Answer = l_Queue.Accept(ReplyTo(*l_Queue.Start(g_QueueNow), BYTES(300, 0x11)));
     EXPECT_EQ(l_Answer->m_Packet.m_DataLength, g_MaxMessage);
 }
 
@@ -168,10 +168,10 @@ TEST(RequestQueue, ForgetsWhatAClosedOpenerStillWaitedFor) {
     l_Queue.Add(g_Opener, Request(1, 0x06, 0x01));
     l_Queue.Add(g_Opener, Request(2, 0x06, 0x02));
     l_Queue.Add(g_Other, Request(3, 0x06, 0x03));
-    const auto l_Outstanding = l_Queue.Start(g_Now);
+    const auto l_Outstanding = l_Queue.Start(g_QueueNow);
     l_Queue.Forget(g_Opener);
     EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Outstanding, {0x00}))->m_Opener, g_Nobody);
-    EXPECT_EQ(l_Queue.Start(g_Now)->m_Message.m_Command, 0x03);
+    EXPECT_EQ(l_Queue.Start(g_QueueNow)->m_Message.m_Command, 0x03);
 }
 
 TEST(RequestQueue, AnswersAResponseThatCannotBeSentWithTheKindForResponses) {
