@@ -5,10 +5,12 @@ if(NOT changelog MATCHES "^ipmi-adaptor \\(${PROJECT_VERSION}-([0-9]+)\\) ")
     message(FATAL_ERROR "packaging/changelog begins with another version than ${PROJECT_VERSION}-N: ${changelog}")
 endif()
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${CMAKE_MATCH_1})
+file(STRINGS ${PROJECT_SOURCE_DIR}/packaging/changelog changelog REGEX "^ -- .*>  " LIMIT_COUNT 1)
+string(REGEX REPLACE "^ -- (.*>)  .*" "\\1" CPACK_PACKAGE_CONTACT "${changelog}")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS packaging/changelog)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ipmi-adaptor)
-set(CPACK_PACKAGE_CONTACT "Seed 38947762 maintainers <maintainers@users.noreply.c-seed-38947762.example>")
 set(CPACK_COMPONENTS_ALL ${BM_PACKAGES})
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
