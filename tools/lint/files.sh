@@ -19,6 +19,6 @@ only_shell()
 {
     local l_file
     while IFS= read -r l_file; do
-        if [[ $l_file == *.sh ]] || head -n 1 -- "$l_file" | grep -qaE '^#!.*\b(ba)?sh\b'; then printf '%s\n' "$l_file"; fi
+        if [[ $l_file == *.sh ]] || head -n 1 -- "$l_file" | grep -qaE '^#!.*\b(ba)?sh\b|^# shellcheck shell='; then printf '%s\n' "$l_file"; fi
     done
 }
