@@ -4,6 +4,7 @@
 #include "sim/DriverAddress.h"
 #include "sim/Error.h"
 #include "sim/SimulatorConfig.h"
+#include "sim/SystemInterface.h"
 #include "sim/UniqueFd.h"
 
 #include <arpa/inet.h>
@@ -12,6 +13,7 @@
 #include <sys/time.h>
 
 #include <array>
+#include <cstdlib>
 #include <functional>
 #include <sstream>
 
@@ -22,6 +24,13 @@ using nlohmann::json;
 
 // ipmi_sim answers a console command at once.
 constexpr timeval g_ConsoleTime{10, 0};
+
+const char* WhyNobodyListens() {
+    const char* const l_Interface = std::getenv(g_SystemInterfaceVariable);
+    if (l_Interface != nullptr && NameOf(SYSTEM_INTERFACE::MACHINE) == l_Interface)
+        return "the controller is not here: this blade uses the machine's own /dev/ipmi0";
+    return "this is not the inside of a blade with a controller";
+}
 
 UNIQUE_FD Connect(const sockaddr* a_Address, socklen_t a_Length) {
     UNIQUE_FD l_Socket(::socket(a_Address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -75,7 +84,7 @@ json GiveOrder(const std::string& a_Name, json a_Order) {
     a_Order["order"] = a_Name;
     const SOCKET_ADDRESS l_Address = ControlAddress();
     const UNIQUE_FD l_Socket = Connect(l_Address.Get(), l_Address.m_Length);
-    if (!l_Socket) throw BLADE_ERROR("this is not the inside of a blade with a controller");
+    if (!l_Socket) throw BLADE_ERROR(WhyNobodyListens());
     Send(l_Socket, a_Order.dump(-1, ' ', false, json::error_handler_t::replace) + "\n");
     json l_Answer = json::parse(ReadUntil(l_Socket, FirstLine));
     if (l_Answer.contains("error")) throw BLADE_ERROR(l_Answer["error"].get<std::string>());

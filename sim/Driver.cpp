@@ -63,6 +63,7 @@ DRIVER::DRIVER(DRIVER_SETUP a_Setup)
     : m_VMPort(std::move(a_Setup.m_VMPort)),
       m_Listener(std::move(a_Setup.m_Openers)),
       m_Controller(std::move(a_Setup.m_Controller)),
+      m_Guest(a_Setup.m_IPMI == SYSTEM_INTERFACE::GUEST),
       m_Verbose(a_Setup.m_Verbose),
       m_Control(std::move(a_Setup.m_Orders),
                 [this](CLIENT_ID a_Client, const std::string& a_Line) { TakeOrder(a_Client, a_Line); }),
@@ -194,7 +195,10 @@ void DRIVER::SendToController(const VM_MESSAGE& a_Request) {
     if (!m_VMPort) return;
     const std::vector<uint8_t> l_Bytes = Encode(a_Request);
     // What cannot be sent gets no reply: the time-out answers.
-    if (::send(m_VMPort.Get(), l_Bytes.data(), l_Bytes.size(), MSG_NOSIGNAL) < 0) m_VMPort.Reset();
+    if (::send(m_VMPort.Get(), l_Bytes.data(), l_Bytes.size(), MSG_NOSIGNAL) < 0) {
+        m_VMPort.Reset();
+        m_ControllerIsUp = false;
+    }
 }
 
 void DRIVER::ReadVMPort() {
@@ -204,6 +208,7 @@ void DRIVER::ReadVMPort() {
     if (l_Size <= 0) {
         std::fprintf(stderr, "bladesim: the controller is gone; requests to it will time out\n");
         m_VMPort.Reset();
+        m_ControllerIsUp = false;
         m_Wire.ForgetController();
         return;
     }

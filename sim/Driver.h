@@ -9,6 +9,7 @@
 #include "sim/InterfaceCalls.h"
 #include "sim/RequestLog.h"
 #include "sim/RequestQueue.h"
+#include "sim/SystemInterface.h"
 #include "sim/UniqueFd.h"
 #include "sim/VMCodec.h"
 
@@ -29,12 +30,14 @@ namespace BLADESIM {
 /// The socket on which the driver takes openers; openers may come before it runs. Throws a BLADE_ERROR.
 UNIQUE_FD ListenForOpeners();
 
-/// What a driver works on; all of it is closed with the driver.
+/// What a driver works on; all of it is closed with the driver. Where a guest works the system interface, it has
+/// neither a connection nor openers, and only takes the orders for the controller's coming and going.
 struct DRIVER_SETUP {
     UNIQUE_FD m_VMPort;     ///< a connection to the controller
     UNIQUE_FD m_Openers;    ///< as from ListenForOpeners
     UNIQUE_FD m_Orders;     ///< as from ListenForOrders
     UNIQUE_FD m_Controller; ///< takes CONTROLLER_ORDERs
+    SYSTEM_INTERFACE m_IPMI = SYSTEM_INTERFACE::BRIDGE;
     std::vector<FAULT> m_Faults;
     std::chrono::milliseconds m_TimeOut = g_DriverTimeOut;
     bool m_Verbose = false;
@@ -50,6 +53,11 @@ public:
 private:
     using CLOCK = REQUEST_QUEUE::CLOCK;
     using CLIENT_ID = CONTROL_SERVER::CLIENT_ID;
+
+    struct ORDERED {
+        CLIENT_ID m_Client; ///< who gets the answer; 0: nobody
+        CONTROLLER_ORDER m_Order;
+    };
 
     struct OPENER {
         UNIQUE_FD m_Socket;
@@ -89,6 +97,7 @@ private:
     UNIQUE_FD m_VMPort;
     UNIQUE_FD m_Listener;
     UNIQUE_FD m_Controller;
+    bool m_Guest;
     bool m_Verbose;
     CONTROL_SERVER m_Control;
     std::map<int, OPENER> m_Openers;
@@ -100,7 +109,8 @@ private:
     VM_DECODER m_Decoder;
     REQUEST_LOG m_Log;
     std::array<uint64_t, 256> m_EntryOf{};       ///< by sequence number
-    std::deque<CLIENT_ID> m_AwaitingController;  ///< who gets the next answer; 0: nobody
+    std::deque<ORDERED> m_AwaitingController;    ///< what is to be answered next
+    bool m_ControllerIsUp = true;                ///< as its connection and the orders tell
     std::optional<CLOCK::time_point> m_ComeBack; ///< when the controller is to be started again
 };
 

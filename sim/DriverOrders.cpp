@@ -26,6 +26,9 @@ constexpr CONTROLLER_ORDER_NAME g_ControllerOrders[] = {
     {"controller restart", CONTROLLER_ORDER::RESTART},
 };
 
+constexpr char g_RequestsOfGuest[] =
+    "the requests of a virtual machine do not pass here: show leds, show controls and controller work, the rest does not";
+
 json ErrorAnswer(const std::string& a_Reason) {
     return {{"error", a_Reason}};
 }
@@ -48,18 +51,20 @@ void DRIVER::TakeOrder(CLIENT_ID a_Client, const std::string& a_Line) {
     struct ORDER {
         const char* m_Name;
         json (DRIVER::*m_Do)(const json&);
+        bool m_OfRequests = true; ///< wants requests that pass here, which those of a guest do not
     };
     static constexpr ORDER l_Orders[] = {
         {"fault add", &DRIVER::AddFault},         {"fault list", &DRIVER::ListFaults},
         {"fault clear", &DRIVER::ClearFaults},    {"fault release", &DRIVER::ReleaseReplies},
         {"show requests", &DRIVER::ShowRequests}, {"show log", &DRIVER::ShowLog},
-        {"show clear", &DRIVER::ClearLog},        {"controller state", &DRIVER::ControllerState},
+        {"show clear", &DRIVER::ClearLog},        {"controller state", &DRIVER::ControllerState, false},
     };
     try {
         const json l_Order = json::parse(a_Line);
         const auto l_Name = l_Order.at("order").get<std::string>();
         for (const ORDER& l_Known : l_Orders) {
             if (l_Name == l_Known.m_Name) {
+                if (m_Guest && l_Known.m_OfRequests) throw BLADE_ERROR(g_RequestsOfGuest);
                 m_Control.Answer(a_Client, ResultAnswer((this->*l_Known.m_Do)(l_Order)).dump());
                 return;
             }
@@ -121,25 +126,27 @@ json DRIVER::ClearLog(const json& /*a_Order*/) {
 
 /// Whether it is there.
 json DRIVER::ControllerState(const json& /*a_Order*/) {
-    return bool{m_VMPort};
+    return m_ControllerIsUp;
 }
 
 void DRIVER::OrderController(CONTROLLER_ORDER a_Order, CLIENT_ID a_Client) {
     m_ComeBack.reset();
+    if (a_Order != CONTROLLER_ORDER::START) m_ControllerIsUp = false;
     if (a_Order != CONTROLLER_ORDER::START && m_VMPort) {
         CloseAtOnce(m_VMPort);
         m_Wire.ForgetController();
     }
     SendOrder(m_Controller.Get(), a_Order);
-    m_AwaitingController.push_back(a_Client);
+    m_AwaitingController.push_back({a_Client, a_Order});
 }
 
 void DRIVER::ReadControllerAnswer() {
     auto l_Answer = ReceiveAnswer(m_Controller.Get());
     // Whoever does the orders ends with the blade.
     if (!l_Answer || m_AwaitingController.empty()) ::_exit(EXIT_FAILURE);
-    const CLIENT_ID l_Client = m_AwaitingController.front();
+    const auto [l_Client, l_Order] = m_AwaitingController.front();
     m_AwaitingController.pop_front();
+    if (l_Order != CONTROLLER_ORDER::STOP && l_Answer->m_Error.empty()) m_ControllerIsUp = true;
     if (l_Answer->m_VMPort) {
         m_VMPort = std::move(l_Answer->m_VMPort);
         m_Decoder = VM_DECODER();

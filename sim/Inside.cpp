@@ -48,15 +48,21 @@ private:
         MakeInstallFolder(m_Options.m_Paths.m_Tool);
         MountRunFolder(m_Options.m_Paths.m_Run);
         MakeBoard(m_Options.m_Blade.m_Board);
-        if (!m_Options.m_NoIPMI) {
-            m_Controller = StartController(m_Options.m_Blade, m_Options.m_Paths);
+        if (HasController(m_Options.m_IPMI)) {
+            BringControllerUp();
             StartDriver();
         }
         SetEnvironment();
         if (!m_Options.m_Verbose) return;
         const std::chrono::duration<double, std::milli> l_Time = std::chrono::steady_clock::now() - l_Start;
         std::fprintf(stderr, "bladesim: blade \"%s\"%s is up, %.0f ms\n", m_Options.m_Blade.m_Name.c_str(),
-                     m_Options.m_NoIPMI ? " without IPMI" : "", l_Time.count());
+                     HasController(m_Options.m_IPMI) ? "" : " without a controller", l_Time.count());
+    }
+
+    /// A guest finds the port free, on which the controller has been tried: it takes one connection at a time.
+    void BringControllerUp() {
+        m_Controller = StartController(m_Options.m_Blade, m_Options.m_Paths);
+        if (m_Options.m_IPMI == SYSTEM_INTERFACE::GUEST) m_Controller.m_VMPort.Reset();
     }
 
     void MakeBoard(const BOARD& a_Board) {
@@ -64,9 +70,11 @@ private:
         if (a_Board.m_DriverFile) m_DriverFileProcess = StartDriverFile(*a_Board.m_DriverFile, m_Options.m_Paths.m_Run);
     }
 
-    /// The sockets are there before the command starts, so that its first open finds one.
+    /// The sockets are there before the command starts, so that its first open finds one. For a guest there is only
+    /// the one for orders.
     void StartDriver() {
-        UNIQUE_FD l_Openers = ListenForOpeners();
+        UNIQUE_FD l_Openers;
+        if (m_Options.m_IPMI == SYSTEM_INTERFACE::BRIDGE) l_Openers = ListenForOpeners();
         UNIQUE_FD l_Orders = ListenForOrders();
         std::array<int, 2> l_Pair{};
         if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, l_Pair.data()) != 0)
@@ -78,27 +86,34 @@ private:
         if (m_DriverProcess == 0) {
             m_Driver.Reset();
             DRIVER({std::move(m_Controller.m_VMPort), std::move(l_Openers), std::move(l_Orders),
-                    std::move(l_Controller), m_Options.m_Blade.m_Faults, m_Options.m_TimeOut, m_Options.m_Verbose})
+                    std::move(l_Controller), m_Options.m_IPMI, m_Options.m_Blade.m_Faults, m_Options.m_TimeOut,
+                    m_Options.m_Verbose})
                 .Run();
         }
         m_Controller.m_VMPort.Reset();
     }
 
-    /// Without IPMI the library is loaded all the same: it keeps a real device of this machine out of sight.
     void SetEnvironment() const {
-        const char* const l_Others = std::getenv("LD_PRELOAD");
-        const std::string l_Preload =
-            m_Options.m_Paths.m_Preload + (l_Others == nullptr ? "" : std::string(":") + l_Others);
-        Set("LD_PRELOAD", l_Preload);
+        SetPreload();
         const char* const l_Path = std::getenv("PATH");
         Set("PATH", PathWithTools(l_Path == nullptr ? "" : l_Path));
         Set("BLADESIM_RUN_DIR", m_Options.m_Paths.m_Run);
-        if (m_Options.m_NoIPMI) return;
+        Set(g_SystemInterfaceVariable, NameOf(m_Options.m_IPMI));
+        if (m_Options.m_IPMI == SYSTEM_INTERFACE::GUEST) Set("BLADESIM_VM_PORT", std::to_string(g_VMPort));
+        if (!HasController(m_Options.m_IPMI)) return;
         Set("BLADESIM_LAN_HOST", "127.0.0.1");
         Set("BLADESIM_LAN_PORT", std::to_string(g_LanPort));
         Set("BLADESIM_LAN_USER", g_LanUser);
         Set("BLADESIM_LAN_PASSWORD", g_LanPassword);
         Set("BLADESIM_CONSOLE_PORT", std::to_string(g_ConsolePort));
+    }
+
+    /// Where nobody works the interface the library is loaded all the same: it keeps a real device of this machine out
+    /// of sight. A virtual machine, or who uses the real device, is not bothered with it.
+    void SetPreload() const {
+        if (m_Options.m_IPMI == SYSTEM_INTERFACE::MACHINE || m_Options.m_IPMI == SYSTEM_INTERFACE::GUEST) return;
+        const char* const l_Others = std::getenv("LD_PRELOAD");
+        Set("LD_PRELOAD", m_Options.m_Paths.m_Preload + (l_Others == nullptr ? "" : std::string(":") + l_Others));
     }
 
     static void Set(const char* a_Name, const std::string& a_Value) { ::setenv(a_Name, a_Value.c_str(), 1); }
@@ -134,7 +149,7 @@ private:
         try {
             if (*l_Order != CONTROLLER_ORDER::START) StopController(m_Controller);
             if (*l_Order != CONTROLLER_ORDER::STOP && m_Controller.m_Process < 0) {
-                m_Controller = StartController(m_Options.m_Blade, m_Options.m_Paths);
+                BringControllerUp();
                 l_Answer.m_VMPort = std::move(m_Controller.m_VMPort);
             }
         } catch (const std::exception& l_Error) {

@@ -6,6 +6,7 @@
 #include "sim/ExitStatus.h"
 #include "sim/Paths.h"
 #include "sim/RequestQueue.h"
+#include "sim/SystemInterface.h"
 #include "sim/UniqueFd.h"
 
 #include <chrono>
@@ -19,7 +20,7 @@ struct OPTIONS {
     PATHS m_Paths;
     std::vector<std::string> m_Command;
     std::chrono::milliseconds m_TimeOut = g_DriverTimeOut; ///< of the driver; 0: it waits for ever
-    bool m_NoIPMI = false;
+    SYSTEM_INTERFACE m_IPMI = SYSTEM_INTERFACE::BRIDGE;
     bool m_Verbose = false;
 };
 

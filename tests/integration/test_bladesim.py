@@ -42,7 +42,7 @@ def test_a_command_that_does_not_exist_is_reported_as_a_shell_does(blade):
     assert done.stderr == "bladesim: no-such-command: No such file or directory\n"
 
 
-@pytest.mark.parametrize("arguments", [[], ["--"], ["--nonsense", "--", "true"], ["--blade"], ["--timeout", "-1", "--", "true"], ["--dump-fru", "0"], ["--dump-fru", "0", "x", "--", "true"]])
+@pytest.mark.parametrize("arguments", [[], ["--"], ["--nonsense", "--", "true"], ["--blade"], ["--timeout", "-1", "--", "true"], ["--ipmi", "nobody", "--", "true"], ["--ipmi", "guest", "--no-ipmi", "--", "true"], ["--dump-fru", "0"], ["--dump-fru", "0", "x", "--", "true"]])
 def test_bad_usage_has_a_status_of_its_own(blade, arguments):
     done = blade.run(*arguments)
     assert done.returncode == 2
@@ -50,7 +50,7 @@ def test_bad_usage_has_a_status_of_its_own(blade, arguments):
 
 
 def test_help_and_version_are_no_errors(blade):
-    assert "Usage: bladesim [--blade FILE] [--no-ipmi] [--timeout MS] [--verbose] -- COMMAND…" in blade.run("--help").stdout
+    assert "Usage: bladesim [--blade FILE] [--no-ipmi | --ipmi WHO] [--timeout MS] [--verbose] -- COMMAND…" in blade.run("--help").stdout
     assert "completion-code CODE" in blade.run("fault", "add", "--help").stdout
     assert blade.run("--version").stdout.startswith("bladesim ")
 
