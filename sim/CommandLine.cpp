@@ -76,7 +76,7 @@ std::optional<int> ParseCommandLine(int a_Count, char** a_Arguments, COMMAND_LIN
     std::string l_Who = NameOf(l_Options.m_IPMI);
     CLI::Option* const l_IPMI = l_App.add_option("--ipmi", l_Who, g_WhoHelp)
                                     ->type_name("WHO")
-                                    ->check(CLI::IsMember(NamesOfInterfaces()).description(""))
+                                    ->check(CLI::IsMember(NamesOfInterfaces()))
                                     ->capture_default_str();
     l_App
         .add_flag_callback(

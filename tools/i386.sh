@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The 32-bit Debian in build/i386/root, which ./dev i386 and ./dev package build in. Sourced after lib.sh and root.sh.
+# The 32-bit Debian in build/i386/root, in which ./dev i386, ./dev package and ./dev vm build. Sourced after lib.sh and root.sh.
 i386_folder=$PWD/build/i386
 
 # need_i386: makes it, once. build/i386 may be deleted at any time.
@@ -18,4 +18,14 @@ in_i386()
 {
     ROOT_BINDS="$PWD:/root/source"$'\n'"$i386_folder/build:/root/source/build"$'\n' in_root "$i386_folder/root" \
         setarch i686 sh -c 'cd /root/source && exec "$@"' sh "$@"
+}
+
+# build_32_bit_packages: build/packages/i386/*.deb.
+build_32_bit_packages()
+{
+    need_i386 || return
+    in_i386 ./dev package --native || return
+    rm -rf build/packages/i386
+    mkdir -p build/packages
+    cp -a "$i386_folder/build/packages/i386" build/packages/i386
 }

@@ -1,0 +1,26 @@
+# shellcheck shell=bash
+# What the sessions in the virtual machine share. Their standard input is the serial line, by which the outside answers.
+source tools/lib.sh
+exec 3<&0 </dev/null
+
+# meet NAME: it is the outside's turn; goes on when that has said the name as well.
+meet()
+{
+    local l_word
+    printf '@meet %s\n' "$1"
+    read -r -t 120 -u 3 l_word || fail "the outside does not answer"
+    [ "$l_word" = "$1" ] || fail "the outside said \"$l_word\", not \"$1\""
+}
+
+# host WORD…: bmhost; what the adaptor prints is shown when it fails.
+host()
+{
+    bmhost --storage "$SCRATCH/storage" "$@" 2>"$SCRATCH/prints" || fail "bmhost $* ended with status $?: $(cat "$SCRATCH/prints")"
+}
+
+say "The machine, its driver and the packages"
+uname -srm
+dmesg --notime | grep -i ipmi
+ls -l /dev/ipmi0
+dpkg-query -W -f '${Package} ${Version} ${Architecture}\n' bladesim bmhost libipmi-adaptor linux-image-686
+[ -z "${LD_PRELOAD:-}" ] || fail "a library is preloaded: $LD_PRELOAD"
