@@ -85,6 +85,9 @@ class Call:
         self.host, self.number, self.phase = host, number, phase
         self.result = self.milliseconds = None
 
+    def __repr__(self):
+        return f"{self.host} {self.number}: {self.result}"
+
     def is_good(self):
         return self.result == HOSTS[self.host][1]
 
