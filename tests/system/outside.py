@@ -71,8 +71,10 @@ def controls():
 
 
 def freeze_controller():
+    """Stops the simulator of this blade: the one in this network."""
+    network = os.readlink("/proc/self/ns/net")
     for name in Path("/proc").glob("[0-9]*/comm"):
-        if name.read_text() == "ipmi_sim\n":
+        if name.read_text() == "ipmi_sim\n" and os.readlink(name.parent / "ns/net") == network:
             os.kill(int(name.parent.name), signal.SIGSTOP)
             return
     raise RuntimeError("there is no ipmi_sim")
