@@ -63,7 +63,7 @@ def override_of_led(fru, led):
     """Function, on-duration and colour by their numbers; the word that ipmitool has for the function is right for two of them only."""
     lines = ipmitool("picmg", "led", "get", str(fru), str(led)).splitlines()
     fields = dict(line.strip().split(":", 1) for line in lines if ":" in line)
-    return [fields[f"Override {name}"].split()[0] for name in ("function", "On-Duration", "Color")]
+    return [fields.get(f"Override {name}", " none").split()[0] for name in ("function", "On-Duration", "Color")]
 
 
 def controls():
@@ -111,6 +111,8 @@ class Calls:
         elif what == "@back":
             call = next(each for each in self.waiting() if [each.host, each.number] == words[:2])
             call.result, call.milliseconds = int(words[2]), float(words[3])
+        elif what == "@exit":
+            raise Silence(f"the guest's session ended too soon, with status {words[0]}")
         return line is not None
 
     def waiting(self):
@@ -232,7 +234,7 @@ def main(folder, blade):
         try:
             with Machine(command, hear, complaints, WHOLE_SECONDS) as machine:
                 report.check("the outside had its turns", watch(machine, report), turns)
-        except (Silence, RuntimeError) as error:
+        except (Silence, RuntimeError, OSError, subprocess.TimeoutExpired) as error:
             report.check(f"the machine of the {blade} blade", str(error), "its end")
         report.write(f"   the machine of the {blade} blade: {time.monotonic() - begin:.1f} s")
     return 0 if report.good else 1
