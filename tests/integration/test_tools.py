@@ -44,7 +44,11 @@ def run_folder():
 
 
 def is_there(process):
-    return Path(f"/proc/{process}").exists()
+    """Whether it runs: one that has ended and waits to be collected does not."""
+    try:
+        return Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[0] != "Z"
+    except (FileNotFoundError, ProcessLookupError):
+        return False
 
 
 @pytest.fixture(autouse=True)
