@@ -289,7 +289,11 @@ mkdir "$1/root"
 for path in /*; do
     name=${path#/}
     case $name in proc | sys) mkdir "$1/root/$name" && continue ;; esac
-    if [ -L "$path" ]; then cp -P "$path" "$1/root/"; elif [ -d "$path" ]; then mkdir "$1/root/$name"; mount --bind "$path" "$1/root/$name"; fi
+    if [ -L "$path" ]; then cp -P "$path" "$1/root/"; elif [ -d "$path" ]; then
+        mkdir "$1/root/$name"
+        # With what is mounted in it, the program perhaps; but for the folder that all this is made in.
+        case $1 in "$path"/*) mount --bind "$path" "$1/root/$name" ;; *) mount --rbind "$path" "$1/root/$name" ;; esac
+    fi
 done
 [ "$2" = unmounted ] || mount -t proc proc "$1/root/proc"
 cp /proc/self/mountinfo "$1/before"
