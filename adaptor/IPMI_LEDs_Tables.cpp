@@ -15,9 +15,10 @@ struct LED_TABLE {
 namespace {
 
 constexpr LED_TABLE BASEBOARD_INTERNAL_TABLE = {&IPMIAdaptor::Baseboard_LED_Internal_ReadParams, BMI_HW_BB_LED_ID,
-                                          std::nullopt};
+                                                std::nullopt};
 constexpr LED_TABLE BASEBOARD_TABLE = {&IPMIAdaptor::Baseboard_LED_ReadParams, BMI_HW_BB_LED_TYPE, std::nullopt};
-constexpr LED_TABLE AMC_INTERNAL_TABLE = {&IPMIAdaptor::AMC_LED_Internal_ReadParams, BMI_HW_AMC_LED_ID, BMI_HW_AMC_LED_BAY};
+constexpr LED_TABLE AMC_INTERNAL_TABLE = {&IPMIAdaptor::AMC_LED_Internal_ReadParams, BMI_HW_AMC_LED_ID,
+                                          BMI_HW_AMC_LED_BAY};
 constexpr LED_TABLE AMC_TABLE = {&IPMIAdaptor::AMC_LED_ReadParams, BMI_HW_AMC_LED_TYPE, BMI_HW_AMC_LED_TABLE_BAY};
 
 constexpr struct {

@@ -27,7 +27,8 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr const char* FIRMWARE_USAGE = "firmware update --target board|amc|rtm [--bay N] FILE [--dry-run], or firmware show";
+constexpr const char* FIRMWARE_USAGE =
+    "firmware update --target board|amc|rtm [--bay N] FILE [--dry-run], or firmware show";
 constexpr std::chrono::seconds TICK(1);
 constexpr int QUIET_SECONDS = 60; // between two lines where there is no terminal
 

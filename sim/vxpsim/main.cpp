@@ -7,10 +7,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <thread>
 
 using namespace BLADESIM;
 
@@ -19,7 +21,12 @@ namespace {
 class QUEUE {
 public:
     QUEUE() : m_Queue(qDrvSetInterface(0, 0) == 0 ? qQueueOpen() : -1) {
-        if (m_Queue >= 0 && qQueueBind(m_Queue, Q_ADDRESS_VXP) == 0) return;
+        // Who was killed gives its lock back before its queue: the one before may not be quite gone.
+        for (int l_Patience = 100; m_Queue >= 0; --l_Patience) {
+            if (qQueueBind(m_Queue, Q_ADDRESS_VXP) == 0) return;
+            if (qStatusErrorGet() != Q_ERROR_ADDRESS_TAKEN || l_Patience == 0) break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
         throw BLADE_ERROR(std::string("no queue: ") + qStatusErrorName(qStatusErrorGet()));
     }
     QUEUE(const QUEUE&) = delete;

@@ -14,8 +14,10 @@ using testing::Optional;
 namespace {
 
 constexpr const char* READ = "IPMIAdaptor :: Board_Hardware_ReadParams";
-constexpr const char* BOARD_NO_MC = "IPMIAdaptor :: Board_Hardware_ReadParams - FRU data missing - internal error (NO MC)";
-constexpr const char* BOARD_NO_FRU = "IPMIAdaptor :: Board_Hardware_ReadParams - FRU data missing - internal error (no FRU)";
+constexpr const char* BOARD_NO_MC =
+    "IPMIAdaptor :: Board_Hardware_ReadParams - FRU data missing - internal error (NO MC)";
+constexpr const char* BOARD_NO_FRU =
+    "IPMIAdaptor :: Board_Hardware_ReadParams - FRU data missing - internal error (no FRU)";
 constexpr const char* WRITE = "IPMIAdaptor :: Board_Hardware_WriteParams";
 constexpr const char* NO_ROW = "IPMIAdaptor :: Board_Hardware_WriteParams - prow=null";
 constexpr const char* SENT = "Board_Hardware_WriteParams - Sending Request - DONE";

@@ -16,7 +16,8 @@ using testing::Optional;
 namespace {
 
 constexpr const char* NO_KEYS = "IPMIAdaptor :: AMC_HW_ReadParams - pKeys=NULL";
-constexpr const char* HW_NO_BAY = "IPMIAdaptor :: AMC_HW_ReadParams - l_BayLocationParam=NULL no bay location passed in";
+constexpr const char* HW_NO_BAY =
+    "IPMIAdaptor :: AMC_HW_ReadParams - l_BayLocationParam=NULL no bay location passed in";
 constexpr const char* FOR_AMC = "IPMIAdaptor :: AMC_HW_ReadParams - searching for AMC";
 constexpr const char* FOR_RTM = "IPMIAdaptor :: AMC_HW_ReadParams - searching for RTM";
 constexpr const char* FOUND = "IPMIAdaptor :: AMC_HW_ReadParams - found target entity ID";

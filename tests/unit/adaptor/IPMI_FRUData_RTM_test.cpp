@@ -41,7 +41,8 @@ TEST_F(RtmFru, RowHoldsFramerTypeFramersAndTrunks) {
     AddRTM({RTMRecord(8, 1, 4)});
     EXPECT_EQ(Read(), 1);
     EXPECT_THAT(Row(), ElementsAre("0x401 i:1", "0x402 i:8", "0x403 i:4"));
-    EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
+    EXPECT_THAT(Lines(),
+                ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
 }
 
 TEST_F(RtmFru, RecordBytesAreUnsigned) {
@@ -75,7 +76,8 @@ TEST_F(RtmFru, EntityWithoutAFruRecordIsAnInternalError) {
     AddEntity(ENTITY_ID_RTM, RTM_BAY).m_FRUMap["null"] = nullptr;
     EXPECT_EQ(Read(), 12);
     EXPECT_THAT(Row(), IsEmpty());
-    EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Error(RTM_NO_FRU_DATA)));
+    EXPECT_THAT(Lines(),
+                ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Error(RTM_NO_FRU_DATA)));
 }
 
 TEST_F(RtmFru, RtmIsFoundByItsEntityIdWhateverItsBay) {
@@ -171,7 +173,8 @@ TEST_F(RtmFru, ModeZeroReadsTheModel) {
     setenv("MAVK_RTM", "0999", 1);
     EXPECT_EQ(Read(), 1);
     EXPECT_THAT(Row(), ElementsAre("0x401 i:1", "0x402 i:8", "0x403 i:4"));
-    EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
+    EXPECT_THAT(Lines(),
+                ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
 }
 
 TEST_F(RtmFru, AnyOtherModeReadsTheModelWithoutSayingSo) {
@@ -194,7 +197,8 @@ TEST_F(RtmFru, TableHoldsTheOneRow) {
     AddRTM({RTMRecord(8, 1, 4)});
     EXPECT_THAT(Table(BMI_GROUP_HARDWARE_RTM_FRU_TABLE),
                 Optional(ElementsAre(TEXTS{"0x401 i:1", "0x402 i:8", "0x403 i:4"})));
-    EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
+    EXPECT_THAT(Lines(),
+                ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
 }
 
 TEST_F(RtmFru, TableWithoutAnRtmIsEmptyAndNotFound) {

@@ -28,8 +28,9 @@ bool MayBeNeeded(std::string_view a_Library) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     if (IsOneOf(a_Library, {"libasan.so.", "libubsan.so.", "libtsan.so."})) return true;
 #endif
-    return IsOneOf(a_Library, {"libOpenIPMI.so.", "libOpenIPMIpthread.so.", "libOpenIPMIutils.so.", "libbm_platform.so.",
-                               "libstdc++.so.", "libgcc_s.so.", "libm.so.", "libc.so.", "ld-linux"});
+    return IsOneOf(a_Library,
+                   {"libOpenIPMI.so.", "libOpenIPMIpthread.so.", "libOpenIPMIutils.so.", "libbm_platform.so.",
+                    "libstdc++.so.", "libgcc_s.so.", "libm.so.", "libc.so.", "ld-linux"});
 }
 
 struct CLOSE_LIBRARY {

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -115,7 +117,7 @@ TEST(BmhostBoard, RefusesWhatCannotBeMeantBeforeTheAdaptorIsLoaded) {
 }
 
 TEST(BmhostPstn, ShowsTheRecordsOfTheBladeItRunsIn) {
-    const std::string l_Folder = testing::TempDir() + "/bmhost-pstn";
+    const std::string l_Folder = testing::TempDir() + "bmhost-pstn-" + std::to_string(getpid());
     std::filesystem::create_directories(l_Folder);
     std::ofstream(l_Folder + "/pstn.jsonl") << R"({"open":1,"write":1,"text":"DataValid=1"})" << '\n';
     setenv("BLADESIM_RUN_DIR", l_Folder.c_str(), 1);

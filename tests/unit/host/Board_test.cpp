@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 
@@ -81,7 +83,7 @@ protected:
 
     void Keep(const std::string& a_Lines) const { std::ofstream(m_Folder + "/pstn.jsonl") << a_Lines; }
 
-    const std::string m_Folder = testing::TempDir() + "/pstn-records";
+    const std::string m_Folder = testing::TempDir() + "pstn-records-" + std::to_string(getpid());
     std::string m_Text;
 };
 
