@@ -45,7 +45,7 @@ bool Inventory(SESSION& a_Session, bool a_Color, std::string& a_Text) {
         int l_Result = 0;
         const auto l_Table = a_Session.Table(l_Section.m_Group, l_Result);
         const bool l_HasRows = l_Table != nullptr && l_Table->GetSize() > 0;
-        if (l_Section.m_Group == BM_ADAPTOR::BMI_GROUP_HARDWARE_BOARD) l_BoardRead = l_Result == 1 && l_HasRows;
+        if (l_Section.m_Group == BM_ADAPTOR::BMI_GROUP_HARDWARE_BOARD) l_BoardRead = l_Result == SUCCESS && l_HasRows;
         a_Text += std::string(a_Text.empty() ? "" : "\n") + l_Section.m_Title + "\n";
         a_Text +=
             l_HasRows ? AlignedTable(TableLines(*l_Table), a_Color) : std::string("  ") + l_Section.m_WhenEmpty + "\n";

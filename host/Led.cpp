@@ -76,7 +76,7 @@ std::optional<int> LedColorNumber(std::string_view a_Name) {
 std::optional<LED_ROW> ReadLed(SESSION& a_Session, LED_PLACE a_Place, int& a_Result) {
     const LED_GROUP& l_Group = GroupOf(a_Place);
     const auto l_Row = a_Session.Row(l_Group.m_Group, KeysOf(a_Place), a_Result);
-    if (a_Result != 1 || l_Row == nullptr) return std::nullopt;
+    if (a_Result != SUCCESS || l_Row == nullptr) return std::nullopt;
     const auto l_Value = [&](unsigned a_Id) { return IntegerOf(*l_Row, a_Id); };
     return LED_ROW{l_Value(l_Group.m_Local), l_Value(l_Group.m_OnTime), l_Value(l_Group.m_OffTime),
                    l_Value(l_Group.m_LampTest), l_Value(l_Group.m_Color)};

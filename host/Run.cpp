@@ -153,12 +153,12 @@ bool RunHost(SESSION& a_Session, RUN_OUTPUT& a_Output, STOP_REQUEST& a_Stop) {
             fflush(stdout); // what the adaptor printed comes before
             // Init prints all that it has found, tools that found nothing their progress.
             const std::string l_Prints = TakeWithheld();
-            const bool l_bShown = l_Result != 1 && a_Operation != OPERATION::Init;
+            const bool l_bShown = l_Result != SUCCESS && a_Operation != OPERATION::Init;
             l_Teller.Tell([=](RUN_OUTPUT& a_Told) {
                 a_Told.Lifecycle(OperationName(a_Operation), l_Result);
                 if (l_bShown) ShowTaken(l_Prints);
             });
-            return l_Result == 1;
+            return l_Result == SUCCESS;
         });
         l_Good = l_Good && !l_Sources.HadFault();
     }

@@ -50,7 +50,7 @@ bool SESSION::Run(CALL& a_Call) {
         int l_Result = 0;
         const auto l_Table = Table(a_Call.m_Group, l_Result);
         m_Output.Table(a_Call.m_Group, l_Result, l_Table.get());
-        return l_Result == 1;
+        return l_Result == SUCCESS;
     }
     case OPERATION::Sleep:
         std::this_thread::sleep_for(std::chrono::milliseconds(a_Call.m_Milliseconds));
@@ -66,7 +66,7 @@ bool SESSION::Run(CALL& a_Call) {
     }
     const int l_Result = Lifecycle(a_Call.m_Operation);
     m_Output.Lifecycle(OperationName(a_Call.m_Operation), l_Result);
-    return l_Result == 1;
+    return l_Result == SUCCESS;
 }
 
 bool SESSION::RunAlone(CALL& a_Call) {
@@ -120,13 +120,13 @@ bool SESSION::Read(CALL& a_Call) {
     int l_Result = 0;
     const auto l_Row = Row(a_Call.m_Group, a_Call.m_Keys, l_Result);
     m_Output.Read(a_Call.m_Group, l_Result, l_Row.get());
-    return l_Result == 1;
+    return l_Result == SUCCESS;
 }
 
 bool SESSION::Write(CALL& a_Call) {
     const int l_Result = WriteRow(a_Call.m_Group, a_Call.m_Keys, a_Call.m_Values);
     m_Output.Write(a_Call.m_Group, l_Result);
-    return l_Result == 1;
+    return l_Result == SUCCESS;
 }
 
 void SESSION::WaitEvent(int a_Milliseconds) {
