@@ -5,11 +5,12 @@
 
 namespace BENCH {
 
-/// The argument by which the program knows that it runs inside.
-constexpr char g_Inside[] = "--inside";
-
 /// A blade file, or the name of one that came with bladesim. What the inner program prints comes on standard output.
 /// False when it did not end with status 0.
 bool RunInBlade(const std::string& a_Blade);
+
+/// Whether this is the inner program, by the arguments of main. It is ended by SIGALRM when it takes more than five
+/// minutes.
+bool IsInBlade(int a_Count, char** a_Arguments);
 
 } // namespace BENCH

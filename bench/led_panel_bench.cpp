@@ -102,6 +102,6 @@ double SecondsOf(const WORK& a_Work) {
 
 // Arguments of other benchmark programs are of no meaning here.
 int main(int a_Count, char** a_Arguments) {
-    if (a_Count > 1 && std::string(a_Arguments[1]) == BENCH::g_Inside) Measure();
+    if (BENCH::IsInBlade(a_Count, a_Arguments)) Measure();
     return BENCH::RunInBlade("full") ? 0 : 1;
 }

@@ -48,7 +48,9 @@ public:
             m_OsHandler->perform_one_op(m_OsHandler, nullptr);
     }
 
-    void ProbeEnded() {
+    /// The domain's thread unlocked a mutex: the one that it was given says that the model is usable.
+    void Unlocked(const OSAL::OSALMutex* a_Mutex) {
+        if (a_Mutex != &m_ModelUsable) return;
         BENCH::g_Recording = false; // the first probe's requests are all there is to know
         m_Probes.push_back(SecondsSinceStart());
         m_Next = 0;
@@ -82,7 +84,8 @@ private:
 
     // The objects stay: a probe is never deleted in the adaptor either.
     void StartProbe() {
-        auto* const l_Capture = new ENTITYCAPTURE(m_Domain, new IPMITHREAD(nullptr, nullptr), nullptr);
+        m_ModelUsable.Lock();
+        auto* const l_Capture = new ENTITYCAPTURE(m_Domain, new IPMITHREAD(nullptr, &m_ModelUsable), nullptr);
         BENCH::g_Recording = g_Recorded.empty();
         m_Start = CLOCK::now();
         l_Capture->StartCapture();
@@ -111,6 +114,7 @@ private:
 
     os_handler_t* m_OsHandler = nullptr;
     ipmi_domain_t* m_Domain = nullptr;
+    OSAL::OSALMutex m_ModelUsable;
     CLOCK::time_point m_Start;
     size_t m_Next = 0;
     std::vector<double> m_Probes; // seconds
@@ -158,18 +162,19 @@ std::string WriteBlade(const std::string& a_Folder, int a_FRUs) {
 } // namespace
 
 extern "C" {
-// IPMITHREAD::EntityCaptured(), which the probe calls at its end.
-void __real__ZN10BM_ADAPTOR10IPMITHREAD14EntityCapturedEv(IPMITHREAD*);
+// OSAL::OSALMutex::Unlock(), which stands in the platform: however the adaptor is compiled, the linker leads its calls
+// here.
+void __real__ZN4OSAL9OSALMutex6UnlockEv(OSAL::OSALMutex*);
 
-void __wrap__ZN10BM_ADAPTOR10IPMITHREAD14EntityCapturedEv(IPMITHREAD* a_Thread) {
-    __real__ZN10BM_ADAPTOR10IPMITHREAD14EntityCapturedEv(a_Thread);
-    g_Measurement.ProbeEnded();
+void __wrap__ZN4OSAL9OSALMutex6UnlockEv(OSAL::OSALMutex* a_Mutex) {
+    __real__ZN4OSAL9OSALMutex6UnlockEv(a_Mutex);
+    g_Measurement.Unlocked(a_Mutex);
 }
 }
 
 // Arguments of other benchmark programs are of no meaning here.
 int main(int a_Count, char** a_Arguments) {
-    if (a_Count > 1 && std::string(a_Arguments[1]) == BENCH::g_Inside) g_Measurement.Run();
+    if (BENCH::IsInBlade(a_Count, a_Arguments)) g_Measurement.Run();
     char l_Folder[] = "/tmp/probe_bench.XXXXXX";
     if (::mkdtemp(l_Folder) == nullptr) MEASUREMENT::Fail("no folder for the blade files");
     std::printf("Probe against its own requests sent bare, medians of %zu rounds\n\n", g_Rounds);
