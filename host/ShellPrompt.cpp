@@ -89,6 +89,8 @@ public:
         const INTERRUPTIBLE l_Interruptible;
         for (;;) {
             int l_Count = 0;
+            // Before the prompt is there: a Ctrl-D that comes between the two would be lost in the terminal's own line.
+            el_set(m_Edit, EL_PREP_TERM, 1);
             errno = 0;
             const char* const l_Text = el_gets(m_Edit, &l_Count);
             if (l_Text != nullptr && l_Count > 0) return Remembered(l_Text);

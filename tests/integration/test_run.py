@@ -6,6 +6,7 @@ import pty
 import re
 import select
 import signal
+import termios
 import threading
 
 import pytest
@@ -106,8 +107,9 @@ class Prompt:
 
     def status(self):
         try:
-            while os.read(self.terminal, 4096):
-                pass
+            while True:
+                assert select.select([self.terminal], [], [], SECONDS)[0], "it does not end"
+                os.read(self.terminal, 4096)
         except OSError:
             pass  # the terminal is gone with its process
         return os.waitstatus_to_exitcode(os.waitpid(self.process, 0)[1])
@@ -117,6 +119,8 @@ class Prompt:
 def prompt(tmp_path):
     result = Prompt(tmp_path)
     result.read_until("bmhost> ")
+    # Nothing that is typed from here on may get lost in the terminal's own line.
+    assert not termios.tcgetattr(result.terminal)[3] & termios.ICANON
     yield result
     try:
         os.kill(result.process, signal.SIGKILL)
@@ -131,3 +135,15 @@ def test_prompt_completes_and_ends_at_the_end_of_input(prompt):
     prompt.read_until("bmhost> ")
     prompt.type("\x04")
     assert prompt.status() == 1  # the help that there is not
+
+
+def test_an_interrupt_at_the_prompt_drops_the_line(prompt):
+    prompt.type("nonsense")
+    prompt.read_until("nonsense")
+    prompt.type("\x03")
+    prompt.read_until("bmhost> ")
+    prompt.type("status\n")
+    prompt.read_until("baseboard")
+    prompt.read_until("bmhost> ")
+    prompt.type("\x04")
+    assert prompt.status() == 0

@@ -364,7 +364,7 @@ def test_stop_and_start_as_ordered_do_nothing_when_they_fail(software):
 
 def test_a_software_that_is_ordered_dead_is_killed_and_does_not_come_up(software):
     order("media", "set", "dead")
-    assert not is_there(software)
+    wait_until(lambda: not is_there(software))
     done = run("mediaStart")
     assert done.returncode == 126
     assert done.stderr.decode() == f"mediaStart: the media software does not come up: status 1, see {run_folder()}/media.log\n"
