@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <iterator>
 #include <limits>
+#include <system_error>
 
 namespace BMHOST {
 
@@ -144,6 +146,13 @@ std::string Footer() {
            "\nExit status: 0 every call returned 1, 1 some call did not, 2 bad usage, 3 the adaptor could not be loaded.\n";
 }
 
+// What is not there yet will be made; what is no folder would silently keep nothing.
+std::string CheckFolder(const std::string& a_Path) {
+    std::error_code l_Unknown;
+    const bool l_Good = !std::filesystem::exists(a_Path, l_Unknown) || std::filesystem::is_directory(a_Path, l_Unknown);
+    return l_Good ? "" : "'" + a_Path + "' is no folder";
+}
+
 } // namespace
 
 std::vector<std::string> CommandNames() {
@@ -185,6 +194,7 @@ OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
     l_App.add_option("--log", l_Options.m_LogFile, "write the log to this file as well")->type_name("FILE");
     l_App.add_option("--storage", l_Options.m_Storage, "the folder of the host's storage")
         ->type_name("DIR")
+        ->check(CheckFolder)
         ->capture_default_str();
     l_App.add_flag("--json", l_Options.m_Json, "one JSON line a call; what the adaptor prints goes to standard error");
     l_App

@@ -93,6 +93,7 @@ TEST(Options, WhatCannotBeMeantSaysWhatWasExpected) {
         {{"--log-level", "99999999999", "init"}, "--log-level"},
         {{"--notice-after", "0", "init"}, "--notice-after"},
         {{"--adaptor"}, "--adaptor"},
+        {{"--storage", "/dev/null", "init"}, "--storage: '/dev/null' is no folder"},
     };
     for (const WRONG_OPTION_CASE& l_Case : l_Cases)
         EXPECT_THAT(UsageErrorOf([&] { Parsed(l_Case.m_Words); }), HasSubstr(l_Case.m_Expected));
