@@ -43,12 +43,13 @@ bool UPGRADE_STATUS::Begin(UPGRADETARGET a_Target, int32_t a_Bay) {
     return true;
 }
 
+// All of it under the lock: who has seen the outcome, and takes the manager away, finds the upgrade over.
 void UPGRADE_STATUS::Finish(UPGRADE_STATE_e a_Outcome) {
+    const std::lock_guard l_Guard(m_ManagerLock);
     m_State = a_Outcome;
     Guarded("Firmware_Update event", [&] {
         CBMIEvParams l_Event;
         AddTo(l_Event);
-        const std::lock_guard l_Guard(m_ManagerLock);
         if (m_Manager != nullptr) m_Manager->SendEvent(BMI_GROUP_FIRMWARE_UPDATE, BMI_EVENT_NUMBER, &l_Event);
         return static_cast<int>(RESULT_OK);
     });

@@ -29,7 +29,8 @@ enum UPGRADE_STATE_e : int32_t { UPGRADE_REQUESTED = 0, UPGRADE_DONE = 2, UPGRAD
 /// adaptor.
 class UPGRADE_STATUS {
 public:
-    /// Who gets the event, null for nobody. Waits for an event that another thread is sending.
+    /// Who gets the event, null for nobody. Waits for an event that another thread is sending: once the outcome has
+    /// been seen, the upgrade is no longer in progress when this returns, unless it is called out of the event itself.
     void SetManager(IBMAdaptorMgr* a_Manager);
     /// Claims the next upgrade. False when one is under way: then nothing changes.
     bool Begin(UPGRADETARGET a_Target, int32_t a_Bay);

@@ -4,6 +4,8 @@
 #include "host/Options.h"
 
 #include <histedit.h>
+#include <termios.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <clocale>
@@ -41,7 +43,8 @@ unsigned char Complete(EditLine* a_Edit, int) {
     return CC_REDISPLAY;
 }
 
-// Ctrl-C at the prompt drops the line, while a call runs it ends the process as everywhere.
+// An interrupt that does not come from the keyboard drops the line too; while a call runs it ends the process as
+// everywhere.
 class INTERRUPTIBLE {
 public:
     INTERRUPTIBLE() {
@@ -74,6 +77,9 @@ public:
         el_set(m_Edit, EL_HIST, history, m_History);
         el_set(m_Edit, EL_ADDFN, "bmhost-complete", "Complete the word", Complete);
         el_set(m_Edit, EL_BIND, "^I", "bmhost-complete", nullptr);
+        el_set(m_Edit, EL_CLIENTDATA, this);
+        el_set(m_Edit, EL_ADDFN, "bmhost-drop", "Drop the line", s_Drop);
+        el_set(m_Edit, EL_BIND, "^C", "bmhost-drop", nullptr);
     }
     SHELL_PROMPT(const SHELL_PROMPT&) = delete;
     SHELL_PROMPT& operator=(const SHELL_PROMPT&) = delete;
@@ -89,18 +95,35 @@ public:
         const INTERRUPTIBLE l_Interruptible;
         for (;;) {
             int l_Count = 0;
-            // Before the prompt is there: a Ctrl-D that comes between the two would be lost in the terminal's own line.
-            el_set(m_Edit, EL_PREP_TERM, 1);
+            PrepareTerminal();
+            m_Dropped = false;
             errno = 0;
             const char* const l_Text = el_gets(m_Edit, &l_Count);
-            if (l_Text != nullptr && l_Count > 0) return Remembered(l_Text);
+            if (l_Text != nullptr && l_Count > 0 && !m_Dropped) return Remembered(l_Text);
             fputc('\n', stderr);
-            if (errno != EINTR) return std::nullopt;
+            if (errno != EINTR && !m_Dropped) return std::nullopt;
             el_reset(m_Edit);
         }
     }
 
 private:
+    // Before the prompt is there: a Ctrl-D that comes between the two would be lost in the terminal's own line. Ctrl-C
+    // is a key like others until the line is read: as a signal it would be lost whenever it finds nobody reading.
+    void PrepareTerminal() {
+        el_set(m_Edit, EL_PREP_TERM, 1);
+        termios l_Mode{};
+        if (tcgetattr(fileno(m_Terminal), &l_Mode) != 0) return;
+        l_Mode.c_cc[VINTR] = _POSIX_VDISABLE;
+        tcsetattr(fileno(m_Terminal), TCSADRAIN, &l_Mode);
+    }
+
+    static unsigned char s_Drop(EditLine* a_Edit, int) {
+        SHELL_PROMPT* l_Self = nullptr;
+        el_get(a_Edit, EL_CLIENTDATA, &l_Self);
+        l_Self->m_Dropped = true;
+        return CC_NEWLINE;
+    }
+
     std::string Remembered(std::string a_Line) {
         a_Line.erase(a_Line.find_last_not_of("\r\n") + 1);
         HistEvent l_Event{};
@@ -112,6 +135,7 @@ private:
     History* m_History;
     std::string m_HistoryFile;
     EditLine* m_Edit = nullptr;
+    bool m_Dropped = false;
 };
 
 } // namespace

@@ -251,6 +251,18 @@ TEST_F(FirmwareLeft, EndedUpgradeIsForgotten) {
     EXPECT_EQ(Row(), UpgradeRow(0, 0, 2));
 }
 
+TEST_F(FirmwareLeft, UpgradeIsOverForTheHostThatHasItsEvent) {
+    for (int i = 0; i < 100; ++i) {
+        std::latch l_Sent{1};
+        m_Host.m_OnEvent = [&] { l_Sent.count_down(); };
+        Access::Manager(m_Adaptor) = &m_Host;
+        ASSERT_EQ(Write(), 1);
+        l_Sent.wait();
+        EXPECT_EQ(m_Adaptor.Fin(), 1);
+        ASSERT_EQ(Access::UpgradeThread(m_Adaptor), nullptr) << i;
+    }
+}
+
 TEST_F(FirmwareLeft, RunningUpgradeGoesOnAndTheManagerHearsNoMoreOfIt) {
     HELD_TOOL l_Tool;
     Write();
