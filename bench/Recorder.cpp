@@ -14,6 +14,7 @@ ipmi_domain_t* g_RecordedDomain = nullptr;
 
 extern "C" {
 // The linker leads every call of ipmi_send_command_addr to the second.
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
 int __real_ipmi_send_command_addr(ipmi_domain_t*, const ipmi_addr_t*, unsigned int, const ipmi_msg_t*,
                                   ipmi_addr_response_handler_t, void*, void*);
 
@@ -30,6 +31,7 @@ int __wrap_ipmi_send_command_addr(ipmi_domain_t* a_Domain, const ipmi_addr_t* a_
     }
     return __real_ipmi_send_command_addr(a_Domain, a_Address, a_Length, a_Message, a_Handler, a_First, a_Second);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 }
 
 namespace BENCH {

@@ -154,7 +154,7 @@ std::string WriteBlade(const std::string& a_Folder, int a_FRUs) {
                                 {"firmware", {{"major", 1}, {"minor", 0}}}}}};
     for (int i = 0; i < a_FRUs; ++i)
         l_Blade["frus"].push_back(FRUOf(i));
-    const std::string l_File = a_Folder + "/bench-" + std::to_string(a_FRUs) + ".json";
+    std::string l_File = a_Folder + "/bench-" + std::to_string(a_FRUs) + ".json";
     std::ofstream(l_File) << l_Blade;
     return l_File;
 }
@@ -164,12 +164,14 @@ std::string WriteBlade(const std::string& a_Folder, int a_FRUs) {
 extern "C" {
 // OSAL::OSALMutex::Unlock(), which stands in the platform: however the adaptor is compiled, the linker leads its calls
 // here.
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
 void __real__ZN4OSAL9OSALMutex6UnlockEv(OSAL::OSALMutex*);
 
 void __wrap__ZN4OSAL9OSALMutex6UnlockEv(OSAL::OSALMutex* a_Mutex) {
     __real__ZN4OSAL9OSALMutex6UnlockEv(a_Mutex);
     g_Measurement.Unlocked(a_Mutex);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 }
 
 // Arguments of other benchmark programs are of no meaning here.

@@ -16,6 +16,7 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
 class SILENT_LOG final : public CBaseOsLog {
 public:
     void Log(int, const char*, const char* a_Text) override { benchmark::DoNotOptimize(a_Text); }
@@ -37,6 +38,7 @@ std::unique_ptr<FRURAWDATA> Image() {
     return l_Raw;
 }
 
+// NOLINTBEGIN(clang-analyzer-deadcode.DeadStores, readability-identifier-naming): the name by which rounds are counted
 void BoardTable(benchmark::State& a_State) {
     BM_LOG_LEVEL = 0;
     g_EntityMap.clear();
@@ -67,5 +69,6 @@ void Trace(benchmark::State& a_State) {
     BM_LOG_LEVEL = 0;
 }
 BENCHMARK(Trace)->ArgName("level")->Arg(0)->Arg(3);
+// NOLINTEND(clang-analyzer-deadcode.DeadStores, readability-identifier-naming)
 
 } // namespace

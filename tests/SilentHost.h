@@ -5,6 +5,7 @@
 #include "bm/Log.h"
 
 /// The domain thread uses it as long as the process lives: never destroy it.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
 class SILENT_HOST final : public BM_ADAPTOR::IBMAdaptorMgr, public CBaseOsLog {
 public:
     int RegisterGroup(unsigned, BM_ADAPTOR::CBaseAdaptor*) override { return 1; }
