@@ -95,10 +95,13 @@ class Prompt:
             os.execve(bin_folder() / "bmhost", ["bmhost", "--mode", "2", "shell"], environment)
         self.text = ""
 
+    def receive(self, complaint):
+        assert select.select([self.terminal], [], [], SECONDS)[0], complaint
+        return os.read(self.terminal, 4096).decode()
+
     def read_until(self, text):
         while text not in self.text:
-            assert select.select([self.terminal], [], [], SECONDS)[0], f"no {text} in {self.text}"
-            self.text += os.read(self.terminal, 4096).decode()
+            self.text += self.receive(f"no {text} in {self.text}")
         before, _, self.text = self.text.partition(text)
         return before
 
@@ -108,8 +111,7 @@ class Prompt:
     def status(self):
         try:
             while True:
-                assert select.select([self.terminal], [], [], SECONDS)[0], "it does not end"
-                os.read(self.terminal, 4096)
+                self.receive("it does not end")
         except OSError:
             pass  # the terminal is gone with its process
         return os.waitstatus_to_exitcode(os.waitpid(self.process, 0)[1])
