@@ -91,6 +91,7 @@ int ENTITYCAPTURE::Send(unsigned char a_NetFn, unsigned char a_Command, std::spa
                                   a_Trampoline, this, reinterpret_cast<void*>(a_SecondDatum));
 }
 
+// Each handler's first step: a reply that nobody waits for leaves its trampoline's line, this one, and no other.
 bool ENTITYCAPTURE::InState(int a_State, const char* a_WrongState) const {
     if (m_State == a_State) return true;
     LogTrace(g_Logger2, "%s", a_WrongState);

@@ -50,8 +50,8 @@ int ENTITYCAPTURE::SendGetFRUSize(int a_FRUID) {
 }
 
 int ENTITYCAPTURE::ReceivedFRUSize(const ipmi_msgi_t& a_Item) {
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUSize FRUID=%d", m_FRUID);
     if (!InState(PROBE_FRU_SIZE, "ENTITYCAPTURE :: ReceivedFRUSize -- incorrect State\n")) return -1;
+    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUSize FRUID=%d", m_FRUID);
     const PROBE_REPLY l_Reply(a_Item);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUSize CC=0x%x", l_Reply.CompletionCode());
     if (!l_Reply.IsGood(3)) {

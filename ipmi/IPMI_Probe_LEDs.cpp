@@ -51,9 +51,9 @@ int ENTITYCAPTURE::SendGetPICMCLEDProps(int a_FRUID) {
 }
 
 int ENTITYCAPTURE::ReceivedPICMCLEDProps(const ipmi_msgi_t& a_Item) {
+    if (!InState(PROBE_LED_PROPERTIES, "ENTITYCAPTURE :: ReceivedPICMCLEDProps -- incorrect State\n")) return -1;
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCLEDProps this=0x%p state=%i FRUID=%d", static_cast<void*>(this),
              m_State.load(), m_FRUID);
-    if (!InState(PROBE_LED_PROPERTIES, "ENTITYCAPTURE :: ReceivedPICMCLEDProps -- incorrect State\n")) return -1;
     const PROBE_REPLY l_Reply(a_Item);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCLEDProps CC=0x%x", l_Reply.CompletionCode());
     const unsigned l_SupportedLEDs = l_Reply.IsGood(3) ? l_Reply[2] & 0x0FU : 0; // a refusal is a FRU without LEDs
@@ -109,8 +109,8 @@ int ENTITYCAPTURE::SendGetPICMCLEDColorCaps(int a_FRUID, int a_LEDID) {
 }
 
 int ENTITYCAPTURE::ReceivedPICMCLEDColorCaps(const ipmi_msgi_t& a_Item) {
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCLEDColorCaps FRUID=%i LEDID=%i", m_FRUID, m_LEDID);
     if (!InState(PROBE_LED_COLOR_CAPS, "ENTITYCAPTURE :: ReceivedPICMCLEDColorCaps -- incorrect State\n")) return -1;
+    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCLEDColorCaps FRUID=%i LEDID=%i", m_FRUID, m_LEDID);
     const PROBE_REPLY l_Reply(a_Item);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCLEDColorCaps CC=0x%x", l_Reply.CompletionCode());
     const unsigned l_Colors = l_Reply.IsGood(3) ? l_Reply[2] : 0; // a refusal leaves every flag clear

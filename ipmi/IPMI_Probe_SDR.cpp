@@ -29,8 +29,8 @@ int ENTITYCAPTURE::SendReserveSDRRepository() {
 }
 
 int ENTITYCAPTURE::ReceivedReserveSDRRepository(const ipmi_msgi_t& a_Item) {
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedReserveSDRRepository");
     if (!InState(PROBE_RESERVE_SDR, "ENTITYCAPTURE :: ReceivedReserveSDRRepository -- incorrect State\n")) return -1;
+    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedReserveSDRRepository");
     const PROBE_REPLY l_Reply(a_Item);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedReserveSDRRepository CC=0x%x", l_Reply.CompletionCode());
     if (!l_Reply.IsGood(3)) return EndSDRWalk();

@@ -29,8 +29,8 @@ int ENTITYCAPTURE::SendGetPICMCProperties() {
 }
 
 int ENTITYCAPTURE::ReceivedPICMCProperties(const ipmi_msgi_t& a_Item) {
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCProperties");
     if (!InState(PROBE_PICMG_PROPERTIES, "ENTITYCAPTURE :: ReceivedPICMCProperties -- incorrect State\n")) return -1;
+    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCProperties");
     const PROBE_REPLY l_Reply(a_Item);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCProperties CC=0x%x", l_Reply.CompletionCode());
     if (!l_Reply.IsGood(4)) {
@@ -77,8 +77,8 @@ int ENTITYCAPTURE::SendGetPICMCAddrInfo(int a_FRUID) {
 
 // -1 on the usual path too: only the last FRU's reply ends the step with 0.
 int ENTITYCAPTURE::ReceivedPICMCAddrInfo(const ipmi_msgi_t& a_Item) {
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCAddrInfo");
     if (!InState(PROBE_ADDRESS_INFO, "ENTITYCAPTURE :: ReceivedPICMCAddrInfo -- incorrect State\n")) return -1;
+    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCAddrInfo");
     const PROBE_REPLY l_Reply(a_Item);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCAddrInfo CC=0x%x", l_Reply.CompletionCode());
     if (!l_Reply.IsGood(sizeof(FRUADDRESSINFO))) {
@@ -152,8 +152,8 @@ int ENTITYCAPTURE::SendGetDeviceID() {
 }
 
 int ENTITYCAPTURE::ReceivedDeviceID(const ipmi_msgi_t& a_Item) {
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedDeviceID");
     if (!InState(PROBE_DEVICE_ID, "ENTITYCAPTURE :: ReceivedDeviceID -- incorrect State\n")) return -1;
+    LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedDeviceID");
     const PROBE_REPLY l_Reply(a_Item);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedDeviceID CC=0x%x", l_Reply.CompletionCode());
     IPMI_ENTITY* l_Entity = FindEntity(0);
