@@ -132,14 +132,18 @@ void ENTITYCAPTURE::NoteAddressInfo(std::unique_ptr<FRUADDRESSINFO> a_Info) {
     l_Kept = a_Info.release();
 }
 
+// Every entity, also one that no reply has placed: its site type is 0 then. The site is the entity's, 9 for an RTM.
 void ENTITYCAPTURE::TraceAMCSearch() const {
-    for (const auto& [l_FRUID, l_Info] : m_FRUAddressInfo) {
+    for (const auto& [l_FRUID, l_Entity] : m_FRUEntities) {
+        const auto l_Info = m_FRUAddressInfo.find(l_FRUID);
+        const unsigned l_SiteType = l_Info != m_FRUAddressInfo.end() ? l_Info->second->m_SiteType : 0U;
+        const auto l_SiteID = static_cast<unsigned>(l_Entity->m_BayLocation);
         LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x%x siteID=0x%x",
-                 l_Info->m_SiteType, l_Info->m_SiteID);
-        if (l_Info->m_SiteType != PICMG_SITE_AMC) continue;
+                 l_SiteType, l_SiteID);
+        if (l_SiteType != PICMG_SITE_AMC) continue;
         LogTrace(g_Logger2,
                  "ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=AMC Found 0x%x siteID=0x%x",
-                 l_Info->m_SiteType, l_Info->m_SiteID);
+                 l_SiteType, l_SiteID);
     }
 }
 

@@ -151,14 +151,27 @@ TEST_F(ProbeAddressInfo, OfTheLastFRUSearchesForAMCsAndAsksForTheDeviceId) {
     Fake().DeliverReply(Hex("00 00 41 90 FF 02 04 09"));
     EXPECT_THAT(
         m_Log.Texts("ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching"),
-        ElementsAre(
-            Text("ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x%x siteID=0x%x", 0U, 5U),
-            Text("ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x%x siteID=0x%x", 7U, 1U),
-            Text("ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=AMC Found 0x%x siteID=0x%x", 7U,
-                 1U),
-            testing::StartsWith(Text("ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x%x", 9U))));
+        ElementsAre("ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x0 siteID=0x5",
+                    "ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x7 siteID=0x1",
+                    "ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=AMC Found 0x7 siteID=0x1",
+                    // the RTM's site is 9, whatever the controller numbers it
+                    "ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x9 siteID=0x9"));
     EXPECT_EQ(Requests().back(), "06 01");
     EXPECT_EQ(State(), 3);
+}
+
+TEST_F(ProbeAddressInfo, SearchForAMCsNamesEveryEntityThoughItWasPassedOver) {
+    BeginWith(3);
+    Fake().DeliverReply(Hex("00 00 41 72 FF 01 04 07")); // for FRU 0
+    Fake().DeliverReply(Hex("00 00 41 74 FF 03 0B 07")); // for FRU 2
+    EXPECT_THAT(
+        m_Log.Texts("ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching"),
+        ElementsAre("ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x0 siteID=0x0",
+                    "ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x7 siteID=0x4",
+                    "ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=AMC Found 0x7 siteID=0x4",
+                    "ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x0 siteID=0x0",
+                    "ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=0x7 siteID=0xb",
+                    "ENTITYCAPTURE :: ReceivedPICMCAddrInfo Searching for AMC sitetype=AMC Found 0x7 siteID=0xb"));
 }
 
 TEST_F(ProbeAddressInfo, RefusedEndsTheProbeWithTheEntitiesMadeSoFar) {
