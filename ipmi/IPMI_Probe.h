@@ -13,6 +13,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 
 class CBaseOsLog;
@@ -58,9 +59,10 @@ public:
     static constexpr int HEADER_SIZE = 5;
     static constexpr uint8_t TYPE_NOT_KNOWN = 0xFF;
 
+    SDR() = default;
     explicit SDR(uint16_t a_RecordID) : m_RecordID(a_RecordID) {}
 
-    uint16_t m_RecordID;
+    uint16_t m_RecordID = 0;
     uint8_t m_SDRVersion = 0;
     uint8_t m_RecordType = TYPE_NOT_KNOWN;
     int32_t m_Length = 0;   ///< bytes of the whole record, its 5 header bytes included
@@ -210,7 +212,7 @@ private:
     int BeginColorCaps(int a_FRUID);
     int ContinueWithLEDsOf(int a_FRUID);
     int CompleteFRU(FRURAWDATA& a_Raw);
-    SDR* SDRFor(uint16_t a_RecordID, std::span<const unsigned char> a_Data) const;
+    SDR* SDRFor(std::span<const unsigned char> a_Data);
     static void AppendSDRData(SDR& a_Record, std::span<const unsigned char> a_Data);
     int EndSDRWalk();
 
@@ -226,7 +228,8 @@ private:
     int m_FRUID = 0;
     int m_LEDID = 0;
     int m_MaxFRUID = 0;
-    uint16_t m_SDRRecordID = 0;
+    uint16_t m_SDRRecordID = 0;            ///< as asked for: 0 asks for the first record
+    std::optional<uint16_t> m_SDRHeaderID; ///< of the record being read, as its header has it
     uint16_t m_SDRReservationID = 0;
     int m_SDROffset = 0;
     int m_SDRsInWalk = 0;

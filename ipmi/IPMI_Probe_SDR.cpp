@@ -50,7 +50,9 @@ int ENTITYCAPTURE::GetFRUSDRs() {
 int ENTITYCAPTURE::SendGetSDRData(int a_RecordID, int a_Offset, int a_Length) {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetSDRData - RecordID= %d offset=%d len=%d", a_RecordID, a_Offset,
              a_Length);
-    m_SDRRecordID = static_cast<uint16_t>(a_RecordID);
+    const auto l_RecordID = static_cast<uint16_t>(a_RecordID);
+    if (a_Offset == 0 || l_RecordID != m_SDRRecordID) m_SDRHeaderID.reset(); // another record begins
+    m_SDRRecordID = l_RecordID;
     m_SDROffset = a_Offset;
     const std::array<unsigned char, 6> l_Data = {static_cast<unsigned char>(m_SDRReservationID & 0xFF),
                                                  static_cast<unsigned char>(m_SDRReservationID >> 8),
@@ -72,7 +74,7 @@ int ENTITYCAPTURE::ReceivedSDRData(const ipmi_msgi_t& a_Item) {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedSDRData CC=0x%x", l_Reply.CompletionCode());
     const auto l_Data = l_Reply.From(SDR_REPLY_DATA);
     // No data brings the record no further; a record that is to be continued must have been begun.
-    SDR* l_Record = l_Reply.IsGood(SDR_REPLY_DATA + 1) ? SDRFor(m_SDRRecordID, l_Data) : nullptr;
+    SDR* l_Record = l_Reply.IsGood(SDR_REPLY_DATA + 1) ? SDRFor(l_Data) : nullptr;
     if (l_Record == nullptr) return EndSDRWalk();
     AppendSDRData(*l_Record, l_Data);
 
@@ -93,20 +95,24 @@ int ENTITYCAPTURE::ReceivedSDRData(const ipmi_msgi_t& a_Item) {
     return SendGetSDRData(l_NextRecordID, 0, SDR::HEADER_SIZE);
 }
 
-// The record that the reply belongs to. At offset 0 the reply begins with the header: a record not yet known is made,
-// a known one begins anew. Null for a header that is not whole, or for a later piece of a record never begun.
-SDR* ENTITYCAPTURE::SDRFor(uint16_t a_RecordID, std::span<const unsigned char> a_Data) const {
-    const auto l_Known = g_SDRMAP.find(a_RecordID);
-    if (m_SDROffset != 0) return l_Known != g_SDRMAP.end() ? l_Known->second : nullptr;
+// The record that the reply belongs to. At offset 0 the reply begins with the header, whose record id is the record's
+// own: a record not yet known is made, a known one begins anew. Null for a header that is not whole, or for a later
+// piece of a record never begun.
+SDR* ENTITYCAPTURE::SDRFor(std::span<const unsigned char> a_Data) {
+    if (m_SDROffset != 0) {
+        const auto l_Begun = m_SDRHeaderID ? g_SDRMAP.find(*m_SDRHeaderID) : g_SDRMAP.end();
+        return l_Begun != g_SDRMAP.end() ? l_Begun->second : nullptr;
+    }
     if (a_Data.size() < SDR::HEADER_SIZE) return nullptr;
-    SDR* l_Record = nullptr;
-    if (l_Known != g_SDRMAP.end()) {
-        LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedSDRData existing Recordid=%i", a_RecordID);
-        l_Record = l_Known->second;
+    const auto l_RecordID = static_cast<uint16_t>(a_Data[0] | a_Data[1] << 8);
+    m_SDRHeaderID = l_RecordID;
+    SDR*& l_Record = g_SDRMAP[l_RecordID];
+    if (l_Record != nullptr) {
+        LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedSDRData existing Recordid=%i", l_RecordID);
     } else {
         LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedSDRData New Record! Recordid=%i SDRVer=0x%x type=0x%x len=%d",
-                 a_RecordID, a_Data[2], a_Data[3], a_Data[4]);
-        l_Record = g_SDRMAP[a_RecordID] = new SDR(a_RecordID);
+                 l_RecordID, a_Data[2], a_Data[3], a_Data[4]);
+        l_Record = new SDR(l_RecordID);
     }
     l_Record->m_SDRVersion = a_Data[2];
     l_Record->m_RecordType = a_Data[3];

@@ -65,12 +65,58 @@ TEST_F(ProbeSDRWalk, ReadsARecordInPiecesOfAtMostTheLimit) {
     EXPECT_TRUE(IsOver());
 }
 
+// Record 0 asks for the first record, whose own id stands in its header.
+TEST_F(ProbeSDRWalk, KeepsARecordUnderTheIdInItsHeader) {
+    Begin();
+    const BYTES l_Record = Record(0x0142, 0x12, 20);
+    Fake().DeliverReply(Reply(0x0300, l_Record, 0, 5));
+    ExpectLogged(Trace("ENTITYCAPTURE :: ReceivedSDRData New Record! Recordid=%i SDRVer=0x%x type=0x%x len=%d", 0x142,
+                       0x51U, 0x12U, 20));
+    EXPECT_EQ(Requests().back(), "0A 23 34 12 00 00 05 10") << "the pieces are asked for as the header was";
+    Fake().DeliverReply(Reply(0x0300, l_Record, 5, 16));
+    Fake().DeliverReply(Reply(0x0300, l_Record, 21, 4));
+    EXPECT_EQ(Requests().back(), "0A 23 34 12 00 03 00 05");
+    EXPECT_THAT(g_SDRMAP, ElementsAre(testing::Key(0x0142)));
+    EXPECT_EQ(Kept(0x0142).m_RecordID, 0x0142);
+    EXPECT_EQ(ToHex({Kept(0x0142).m_Data.get(), Kept(0x0142).m_Data.get() + 25}), ToHex(l_Record));
+
+    Fake().DeliverReply({0xC5}); // the walk ends, and the next one knows the record
+    Begin();
+    Fake().DeliverReply(Reply(0xFFFF, Record(0x0142, 0x11, 0), 0, 5));
+    ExpectLogged(Trace("ENTITYCAPTURE :: ReceivedSDRData existing Recordid=%i", 0x142));
+    EXPECT_EQ(g_SDRMAP.size(), 1U);
+    EXPECT_EQ(Kept(0x0142).m_RecordType, 0x11);
+}
+
+TEST_F(ProbeSDRWalk, EndsAtALaterPieceOfARecordNeverBegun) {
+    Begin();
+    Fake().LoseReply({0x0A, 0x23});
+    Fake().DeliverReply(Reply(2, Record(1, 0x12, 0), 0, 5));
+    m_Probe->SendGetSDRData(3, 5, 16); // without its header
+    const REPLY_ITEM l_Piece({0, 0xFF, 0xFF, 0xAA, 0xAA});
+    EXPECT_EQ(m_Probe->ReceivedSDRData(l_Piece.m_Item), 0);
+    EXPECT_TRUE(IsOver());
+    EXPECT_THAT(g_SDRMAP, ElementsAre(testing::Key(1)));
+    EXPECT_EQ(Kept(1).m_Received, 5);
+}
+
+TEST(Sdr, BeginsAsARecordOfIdZeroThatHoldsNothing) {
+    const SDR l_Record;
+    EXPECT_EQ(l_Record.m_RecordID, 0);
+    EXPECT_EQ(l_Record.m_SDRVersion, 0);
+    EXPECT_EQ(l_Record.m_RecordType, 0xFF);
+    EXPECT_EQ(l_Record.m_Length, 0);
+    EXPECT_EQ(l_Record.m_Received, 0);
+    EXPECT_EQ(l_Record.m_Data, nullptr);
+}
+
 TEST_F(ProbeSDRWalk, TracesEveryPiece) {
     Begin();
     const BYTES l_Record = Record(0, 0x12, 20);
     Fake().DeliverReply(Reply(0xFFFF, l_Record, 0, 5));
     const auto* l_Data = Kept(0).m_Data.get();
-    ExpectInOrder({Trace("ENTITYCAPTURE :: ReceivedSDRData New Record! Recordid=%i SDRVer=0x%x type=0x%x len=%d", 0,
+    ExpectInOrder({Trace("ENTITYCAPTURE :: ReceivedSDRData"), Trace("ENTITYCAPTURE :: ReceivedSDRData CC=0x%x", 0U),
+                   Trace("ENTITYCAPTURE :: ReceivedSDRData New Record! Recordid=%i SDRVer=0x%x type=0x%x len=%d", 0,
                          0x51U, 0x12U, 20),
                    Trace("ENTITYCAPTURE :: ReceivedSDRData Writing SDRdata=0x%p WP=0x%p len=%d",
                          static_cast<const void*>(l_Data), static_cast<const void*>(l_Data), 5),
