@@ -46,12 +46,12 @@ int ENTITYCAPTURE::SendMessage(unsigned char* a_Data, int a_Length) {
     const int l_Low = l_Result & 0xFF;
     const int l_Top = l_Result & ~0xFF;
     if (l_Top == IPMI_OS_ERR_TOP) { // success too ends here
-        LogError(g_Logger2, "ENTITYCAPTURE :: SendMessage - rc=%i OS error %s", l_Result,
+        LogTrace(g_Logger2, "ENTITYCAPTURE :: SendMessage - rc=%i OS error %s", l_Result,
                  std::generic_category().message(l_Low).c_str());
         exit(1);
     }
     if (l_Top == IPMI_IPMI_ERR_TOP) {
-        LogError(g_Logger2, "ENTITYCAPTURE :: SendMessage - rc=%i IPMI error 0x%x", l_Result, l_Low);
+        LogTrace(g_Logger2, "ENTITYCAPTURE :: SendMessage - rc=%i IPMI error 0x%x", l_Result, l_Low);
         exit(1);
     }
     return 0;

@@ -38,20 +38,20 @@ protected:
 
 TEST_F(ProbeSendMessage, EndsTheProcessThoughTheMessageWasSent) {
     EXPECT_EXIT(m_Probe->SendMessage(m_Message.data(), 3), ExitedWithCode(1),
-                Text("<3 ENTITYCAPTURE :: SendMessage - rc=%i>\n<3 ENTITYCAPTURE :: SendMessage - rc=%i OS error %s>",
+                Text("<3 ENTITYCAPTURE :: SendMessage - rc=%i>\n<7 ENTITYCAPTURE :: SendMessage - rc=%i OS error %s>",
                      0, 0, strerror(0)));
 }
 
 TEST_F(ProbeSendMessage, EndsTheProcessOnAnErrorOfTheSystem) {
     Fake().SetSendResult(EINVAL);
     EXPECT_EXIT(m_Probe->SendMessage(m_Message.data(), 3), ExitedWithCode(1),
-                Text("<3 ENTITYCAPTURE :: SendMessage - rc=%i OS error %s>", EINVAL, strerror(EINVAL)));
+                Text("<7 ENTITYCAPTURE :: SendMessage - rc=%i OS error %s>", EINVAL, strerror(EINVAL)));
 }
 
 TEST_F(ProbeSendMessage, EndsTheProcessOnAnErrorOfTheController) {
     Fake().SetSendResult(0x10000C1);
     EXPECT_EXIT(m_Probe->SendMessage(m_Message.data(), 3), ExitedWithCode(1),
-                Text("<3 ENTITYCAPTURE :: SendMessage - rc=%i IPMI error 0x%x>", 0x10000C1, 0xC1U));
+                Text("<7 ENTITYCAPTURE :: SendMessage - rc=%i IPMI error 0x%x>", 0x10000C1, 0xC1U));
 }
 
 TEST_F(ProbeSendMessage, ReturnsZeroOnAnErrorOfAnotherKind) {
