@@ -63,15 +63,22 @@ TEST_F(ProbeFRUControl, CanBeSentAgainThoughTheLastReplyWasIgnored) {
     EXPECT_EQ(State(), 14);
 }
 
-TEST_F(ProbeFRUControl, DuringTheInventoryDoesNotDisturbIt) {
-    ScriptController({{0, 0, 1, {2}, AreaOf16()}});
-    m_Probe->StartCapture();
-    Fake().DeliverReply();
-    m_Probe->SendFRUControl(0, 0);
-    Fake().Run();
-    EXPECT_TRUE(IsOver());
-    EXPECT_THAT(Requests(), ElementsAre("2C 00 00", "2C 01 00 00", "2C 04 00 00 00", "06 01", "2C 05 00 00",
-                                        "2C 06 00 00 00", "0A 10 00", "0A 11 00 00 00 10"));
+TEST_F(ProbeFRUControl, AtAnyStepOfTheInventoryDoesNotDisturbIt) {
+    const std::vector<std::string> l_Steps = {"2C 00 00", "2C 01 00 00",      "06 01", "2C 05 00 00", "2C 06 00 00 00",
+                                              "0A 10 00", "0A 11 00 00 00 10"};
+    for (std::size_t l_Step = 0; l_Step < l_Steps.size(); ++l_Step) {
+        SetUpAgain();
+        ScriptController({{0, 0, 1, {2}, AreaOf16()}});
+        m_Probe->StartCapture();
+        ASSERT_EQ(Fake().Run(l_Step), l_Step);
+        m_Probe->SendFRUControl(0, 0);
+        Fake().Run();
+        EXPECT_TRUE(IsOver()) << l_Steps[l_Step];
+        std::vector<std::string> l_Expected = l_Steps;
+        l_Expected.insert(l_Expected.begin() + static_cast<long>(l_Step) + 1, "2C 04 00 00 00");
+        EXPECT_EQ(Requests(), l_Expected);
+        EXPECT_EQ(State(), 0) << "idle, as after an undisturbed inventory";
+    }
 }
 
 } // namespace
