@@ -117,6 +117,56 @@ TEST_P(ProbeRequest, TracesItsNameBeforeAndTheResultAfterSending) {
 INSTANTIATE_TEST_SUITE_P(Every, ProbeRequest, ::testing::ValuesIn(g_Senders),
                          [](const auto& a_Info) { return a_Info.param.m_Name; });
 
+/// A handler of the inventory or of the SDR walk, and the trace that stands before its completion code's.
+struct CODE_TRACER {
+    const char* m_Name;
+    int m_State;
+    HANDLER m_Trampoline;
+    std::string m_Before;
+};
+
+const CODE_TRACER g_CodeTracers[] = {
+    {"ReceivedPICMCProperties", 1, ENTITYCAPTURE::s_ReceivedPICMCProperties, ""},
+    {"ReceivedPICMCAddrInfo", 2, ENTITYCAPTURE::s_ReceivedPICMCAddrInfo, ""},
+    {"ReceivedDeviceID", 3, ENTITYCAPTURE::s_ReceivedDeviceID, ""},
+    {"ReceivedPICMCLEDProps", 4, ENTITYCAPTURE::s_ReceivedPICMCLEDProps, " this=0x"},
+    {"ReceivedPICMCLEDColorCaps", 5, ENTITYCAPTURE::s_ReceivedPICMCLEDColorCaps, " FRUID=2 LEDID=1"},
+    {"ReceivedFRUSize", 6, ENTITYCAPTURE::s_ReceivedFRUSize, " FRUID=2"},
+    {"ReceivedFRUChunk", 7, ENTITYCAPTURE::s_ReceivedFRUChunk, " FRUID=2"},
+    {"ReceivedReserveSDRRepository", 8, ENTITYCAPTURE::s_ReceivedReserveSDRRepository, ""},
+    {"ReceivedSDRData", 9, ENTITYCAPTURE::s_ReceivedSDRData, ""},
+};
+
+void PrintTo(const CODE_TRACER& a_Tracer, std::ostream* a_Out) {
+    *a_Out << a_Tracer.m_Name;
+}
+
+class ProbeReplyCode : public PROBE_TEST, public ::testing::WithParamInterface<CODE_TRACER> {};
+
+TEST_P(ProbeReplyCode, IsTracedBehindTheHandlersFirstLineWhateverItIs) {
+    const std::string l_Name = Text("ENTITYCAPTURE :: %s", GetParam().m_Name);
+    for (const BYTES& l_Reply : {BYTES{0xC1}, BYTES{0xFF}, BYTES{0x00}, BYTES{}}) {
+        SetUpAgain();
+        GiveEntity(2, 2);
+        ACCESS::MaxFRUID(*m_Probe) = 2;
+        ACCESS::FRUID(*m_Probe) = 2;
+        ACCESS::LEDID(*m_Probe) = 1;
+        SetState(GetParam().m_State);
+        SENT_REQUEST l_Request;
+        l_Request.m_Trampoline = GetParam().m_Trampoline;
+        l_Request.m_Data1 = m_Probe.get();
+        Fake().Deliver(l_Request, l_Reply);
+        const unsigned l_Code = l_Reply.empty() ? 0xFF : l_Reply[0];
+        ASSERT_GE(m_Log.Lines().size(), 3U);
+        EXPECT_EQ(m_Log.Lines()[0], Trace("ENTITYCAPTURE :: s_%s", GetParam().m_Name));
+        EXPECT_THAT(m_Log.Lines()[1].m_Text, StartsWith(l_Name + GetParam().m_Before));
+        EXPECT_EQ(m_Log.Lines()[2], Trace("%s CC=0x%x", l_Name.c_str(), l_Code));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, ProbeReplyCode, ::testing::ValuesIn(g_CodeTracers),
+                         [](const auto& a_Info) { return a_Info.param.m_Name; });
+
 class ProbeEngine : public PROBE_TEST {};
 
 TEST_F(ProbeEngine, AddressInfoSenderTracesItsResult) {
