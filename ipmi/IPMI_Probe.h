@@ -15,6 +15,7 @@
 #include <mutex>
 #include <optional>
 #include <span>
+#include <vector>
 
 class CBaseOsLog;
 struct IPMI_TEST_ACCESS;
@@ -131,7 +132,8 @@ public:
     ENTITYCAPTURE& operator=(const ENTITYCAPTURE&) = delete;
     ~ENTITYCAPTURE();
 
-    /// Begins the inventory; the replies drive it on.
+    /// Begins the inventory; the replies drive it on. Once for each probe: after StopCollection it only says so at
+    /// level 3.
     void StartCapture();
     /// Hands the entities to the model and tells the domain thread. A superseded probe does neither.
     void StopCollection();
@@ -206,6 +208,7 @@ private:
     IPMI_ENTITY* FindEntity(int a_FRUID);
     void NoteAddressInfo(std::unique_ptr<FRUADDRESSINFO> a_Info);
     void TraceAMCSearch() const;
+    void EnterIntoModel(IPMI_ENTITY& a_Entity);
     int NumLEDs(int a_FRUID);
     void EndLEDCommand(int a_Result, OSAL::OSALMutex& a_Signal);
     static void AddLEDs(IPMI_ENTITY& a_Entity, int a_Count);
@@ -221,9 +224,10 @@ private:
     ipmi_domain_t* m_Domain;
     std::map<unsigned char, FRURAWDATA*> m_FRURawData;
     std::map<unsigned char, FRUADDRESSINFO*> m_FRUAddressInfo;
-    std::map<unsigned char, IPMI_ENTITY*> m_FRUEntities; ///< the model's once handed over by StopCollection
-    std::map<unsigned char, IPMI_FRU*> m_FRUs;           ///< an entity's once attached to it
-    uint16_t m_ReadFRUOffset = 0;                        ///< of the last Read FRU Data request
+    std::map<unsigned char, IPMI_ENTITY*> m_FRUEntities;           ///< the model's once handed over by StopCollection
+    std::vector<std::unique_ptr<IPMI_ENTITY>> m_DisplacedEntities; ///< whose place in the model another one took
+    std::map<unsigned char, IPMI_FRU*> m_FRUs;                     ///< an entity's once attached to it
+    uint16_t m_ReadFRUOffset = 0;                                  ///< of the last Read FRU Data request
     // Cursors; wider than the FRU id's 8 bits, because 255 is a FRU id and the walk must get past it.
     int m_FRUID = 0;
     int m_LEDID = 0;

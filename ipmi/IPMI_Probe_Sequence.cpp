@@ -10,11 +10,17 @@
 #include <OpenIPMI/ipmi_picmg.h>
 
 #include <array>
+#include <cassert>
 #include <memory>
 
 namespace BM_ADAPTOR {
 
 void ENTITYCAPTURE::StartCapture() {
+    if (m_bHandedOver) { // a second inventory would free entities under the host threads that read them
+        LogError(g_Logger2, "ENTITYCAPTURE :: StartCapture - the model has the entities");
+        assert(false && "the model has the entities");
+        return;
+    }
     SendGetPICMCProperties();
 }
 
@@ -177,6 +183,15 @@ int ENTITYCAPTURE::ReceivedDeviceID(const ipmi_msgi_t& a_Item) {
     return SendGetPICMCLEDProps(0);
 }
 
+// Of two FRUs that claim one address (FRU 0 and a FRU 96 on a site of its type) the later one shows. The record of the
+// other one stays the probe's, which goes on setting its LEDs.
+void ENTITYCAPTURE::EnterIntoModel(IPMI_ENTITY& a_Entity) {
+    const MODEL_WRITER l_Model(g_EntityMapLock);
+    IPMI_ENTITY*& l_Shown = g_EntityMap[a_Entity.Address()];
+    if (l_Shown != nullptr) m_DisplacedEntities.emplace_back(l_Shown);
+    l_Shown = &a_Entity;
+}
+
 void ENTITYCAPTURE::StopCollection() {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection - adding stuff!!!");
     m_State = PROBE_IDLE;
@@ -185,8 +200,7 @@ void ENTITYCAPTURE::StopCollection() {
         LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection adding FRU ID %i pointer=0x%p", l_FRUID,
                  static_cast<void*>(l_Entity));
         LogTrace(g_Logger2, "ENTITYCAPTURE :: StopCollection adding FRU ID %i ID=%i", l_FRUID, l_Entity->m_EntityID);
-        const MODEL_WRITER l_Model(g_EntityMapLock);
-        g_EntityMap[l_Entity->Address()] = l_Entity; // of two FRUs that claim one address the later one shows
+        if (!m_bHandedOver) EnterIntoModel(*l_Entity);
     }
     m_bHandedOver = true;
     if (m_Thread != nullptr) m_Thread->EntityCaptured();
