@@ -15,6 +15,7 @@
 #include <mutex>
 #include <optional>
 #include <span>
+#include <thread>
 #include <vector>
 
 class CBaseOsLog;
@@ -154,11 +155,12 @@ public:
     /// not before the inventory is over. A reply that never comes keeps this and every later LED command waiting.
     /// @param a_LEDID  PICMG LED id, below the FRU's number of LEDs
     /// @param a_State  times in milliseconds; its colour comes back as the PICMG code that was sent
-    /// @return the completion code (0: the LED is set), -1 without sending when the FRU has no such LED
+    /// @return the completion code (0: the LED is set), -1 without sending when the FRU has no such LED, and out of a
+    ///         log line of another LED command: its turn is the one lock that is held while the host logs
     int SendSetPICMCLEDState(int a_FRUID, int a_LEDID, LED_STATE* a_State);
     /// PICMG Get FRU LED State; blocks as SendSetPICMCLEDState does.
     /// @param a_State  filled from the reply, times in tens of milliseconds; left alone when the result is not 1
-    /// @return 1, 0 when the controller refused or answered too few bytes, -1 when the FRU has no such LED
+    /// @return 1, 0 when the controller refused or answered too few bytes, -1 as SendSetPICMCLEDState
     int SendGetPICMCLEDState(int a_FRUID, int a_LEDID, LED_STATE* a_State);
     /// PICMG FRU Control; returns without waiting. @param a_Option  PICMG 3.0 FRU Control option, 0 is cold reset
     int SendFRUControl(int a_FRUID, int a_Option);
@@ -211,6 +213,9 @@ private:
     void EnterIntoModel(IPMI_ENTITY& a_Entity);
     int NumLEDs(int a_FRUID);
     void EndLEDCommand(int a_Result, OSAL::OSALMutex& a_Signal);
+    class LED_TURN;
+    class LED_COMMAND;
+    bool WouldWaitForItself() const;
     static void AddLEDs(IPMI_ENTITY& a_Entity, int a_Count);
     int BeginColorCaps(int a_FRUID);
     int ContinueWithLEDsOf(int a_FRUID);
@@ -242,7 +247,8 @@ private:
     OSAL::OSALMutex m_SetLEDSignal; ///< and of the write
     // The LED command under way. Whoever holds the mutex has set them before it sent; the reply's handler uses them
     // only while the request's code stands.
-    std::mutex m_LEDCommand; ///< one LED command at a time, from its first step to its result
+    std::mutex m_LEDCommand;                         ///< one LED command at a time, from its first step to its result
+    std::atomic<std::thread::id> m_LEDCommandThread; ///< whose turn it is, or nobody's
     int m_LEDCommandLEDID = 0;
     LED_STATE* m_LEDCommandState = nullptr; ///< what a read fills, its caller's
     int m_LEDCommandResult = 0;

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <array>
 #include <cassert>
+#include <mutex>
+#include <thread>
 
 namespace BM_ADAPTOR {
 
@@ -169,11 +171,70 @@ int ENTITYCAPTURE::NumLEDs(int a_FRUID) {
     return l_Entity != nullptr ? static_cast<int>(l_Entity->m_LEDMap.size()) : 0;
 }
 
-// The signal is locked twice, the second time to wait for the handler's unlock. FRU Control may be sent meanwhile: it
-// leaves a code that somebody waits for alone.
+// The turn of a command, one at a time. The lines written in it are the host's code under this lock, the only such
+// code: who gives a command out of them is refused, as is a callback of OpenIPMI, because both would wait for
+// themselves.
+class ENTITYCAPTURE::LED_TURN {
+public:
+    explicit LED_TURN(ENTITYCAPTURE& a_Probe) : m_Probe(a_Probe), m_Turn(a_Probe.m_LEDCommand) {
+        m_Probe.m_LEDCommandThread = std::this_thread::get_id();
+    }
+    LED_TURN(const LED_TURN&) = delete;
+    LED_TURN& operator=(const LED_TURN&) = delete;
+    ~LED_TURN() { m_Probe.m_LEDCommandThread = std::thread::id(); }
+
+private:
+    ENTITYCAPTURE& m_Probe;
+    const std::lock_guard<std::mutex> m_Turn;
+};
+
+bool ENTITYCAPTURE::WouldWaitForItself() const {
+    return InCallback() || m_LEDCommandThread.load() == std::this_thread::get_id();
+}
+
+// A command from its request code to its result. The signal is locked twice, the second time to wait for the handler's
+// unlock. Nobody leaves before the reply, an exception neither: its handler has what the command lent it. FRU Control
+// may be sent meanwhile: it leaves a code that somebody waits for alone.
+class ENTITYCAPTURE::LED_COMMAND {
+public:
+    LED_COMMAND(ENTITYCAPTURE& a_Probe, PROBE_STATE_e a_Code, int a_LEDID, LED_STATE* a_State,
+                OSAL::OSALMutex& a_Signal)
+        : m_Probe(a_Probe),
+          m_Signal(a_Signal) {
+        m_Probe.m_LEDCommandLEDID = a_LEDID;
+        m_Probe.m_LEDCommandState = a_State;
+        m_Probe.m_State = a_Code;
+        m_Signal.Lock();
+    }
+    LED_COMMAND(const LED_COMMAND&) = delete;
+    LED_COMMAND& operator=(const LED_COMMAND&) = delete;
+    ~LED_COMMAND() {
+        if (m_bSent) {
+            Wait();
+        } else { // no reply can come
+            m_Probe.m_LEDCommandState = nullptr;
+            m_Probe.m_State = PROBE_IDLE;
+        }
+        m_Signal.Unlock();
+    }
+
+    void Sent() { m_bSent = true; }
+    void Wait() {
+        if (!m_bAnswered) m_Signal.Lock();
+        m_bAnswered = true;
+    }
+
+private:
+    ENTITYCAPTURE& m_Probe;
+    OSAL::OSALMutex& m_Signal;
+    bool m_bSent = false;
+    bool m_bAnswered = false;
+};
+
 int ENTITYCAPTURE::SendSetPICMCLEDState(int a_FRUID, int a_LEDID, LED_STATE* a_State) {
     assert(!InCallback()); // it would wait for itself
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendSetPICMCLEDState a_FRUID=%i, LEDID=%i", a_FRUID, a_LEDID);
+    if (WouldWaitForItself()) return -1;
     const int l_Count = NumLEDs(a_FRUID);
     if (a_LEDID < 0 || a_LEDID >= l_Count || a_State == nullptr) {
         LogTrace(g_Logger2, "ENTITYCAPTURE :: SendSetPICMCLEDState ERROR LEDID=%i larger than max LED %i", a_LEDID,
@@ -197,15 +258,13 @@ int ENTITYCAPTURE::SendSetPICMCLEDState(int a_FRUID, int a_LEDID, LED_STATE* a_S
              "ENTITYCAPTURE :: SendSetPICMCLEDState(), message.netfn=0x%x, message.cmd=0x%x, message.data_len=0x%x\n",
              IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_SET_FRU_LED_STATE, static_cast<unsigned>(l_Data.size()));
 
-    const std::lock_guard l_Command(m_LEDCommand);
-    m_LEDCommandLEDID = a_LEDID;
-    m_State = PROBE_SET_LED_STATE;
-    m_SetLEDSignal.Lock();
+    const LED_TURN l_Turn(*this);
+    LED_COMMAND l_Command(*this, PROBE_SET_LED_STATE, a_LEDID, nullptr, m_SetLEDSignal);
     const int l_Sent =
         Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_SET_FRU_LED_STATE, l_Data, s_ReceivedSetPICMCLEDState);
+    l_Command.Sent();
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendSetPICMCLEDState - rc=%i", l_Sent);
-    m_SetLEDSignal.Lock();
-    m_SetLEDSignal.Unlock();
+    l_Command.Wait();
     return m_LEDCommandResult;
 }
 
@@ -222,6 +281,7 @@ int ENTITYCAPTURE::SendGetPICMCLEDState(int a_FRUID, int a_LEDID, LED_STATE* a_S
     assert(!InCallback()); // it would wait for itself
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDState FRUID=%i LEDID=%i State=0x%p", a_FRUID, a_LEDID,
              static_cast<void*>(a_State));
+    if (WouldWaitForItself()) return -1;
     const int l_Count = NumLEDs(a_FRUID);
     if (a_LEDID < 0 || a_LEDID >= l_Count || a_State == nullptr) {
         LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDState ERROR LEDID=%i larger than max LED %i", a_LEDID,
@@ -231,19 +291,18 @@ int ENTITYCAPTURE::SendGetPICMCLEDState(int a_FRUID, int a_LEDID, LED_STATE* a_S
     const std::array<unsigned char, 3> l_Data = {IPMI_PICMG_GRP_EXT, static_cast<unsigned char>(a_FRUID),
                                                  static_cast<unsigned char>(a_LEDID)};
 
-    const std::lock_guard l_Command(m_LEDCommand);
+    const LED_TURN l_Turn(*this);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=%i - Sending command", a_LEDID);
-    m_LEDCommandLEDID = a_LEDID;
-    m_LEDCommandState = a_State;
-    m_State = PROBE_GET_LED_STATE;
-    m_GetLEDSignal.Lock();
-    const int l_Sent =
-        Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_FRU_LED_STATE, l_Data, s_ReceivedGetPICMCLEDState);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDState - rc=%i", l_Sent);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=%i - Waiting Mutex", a_LEDID);
-    m_GetLEDSignal.Lock();
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=%i - Cleanup Mutex", a_LEDID);
-    m_GetLEDSignal.Unlock();
+    {
+        LED_COMMAND l_Command(*this, PROBE_GET_LED_STATE, a_LEDID, a_State, m_GetLEDSignal);
+        const int l_Sent =
+            Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_FRU_LED_STATE, l_Data, s_ReceivedGetPICMCLEDState);
+        l_Command.Sent();
+        LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDState - rc=%i", l_Sent);
+        LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=%i - Waiting Mutex", a_LEDID);
+        l_Command.Wait();
+        LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=%i - Cleanup Mutex", a_LEDID);
+    }
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=%i - returning %i", a_LEDID, m_LEDCommandResult);
     return m_LEDCommandResult;
 }

@@ -46,6 +46,8 @@ struct IPMI_TEST_ACCESS {
     TEST_ACCESS(SDRReservationID)
     TEST_ACCESS(bSuperseded)
     TEST_ACCESS(bHandedOver)
+    TEST_ACCESS(LEDCommandState)
+    TEST_ACCESS(MapMutex)
 
     // Of the adaptor.
     TEST_ACCESS(Manager)

@@ -1,13 +1,19 @@
 // The LED commands: bytes sent, replies decoded, what is refused unsent, and replies that nobody waits for.
 #include "ProbeFixture.h"
 
+#include "ThrowingLog.h"
 #include "adaptor/IPMI_LEDs.h"
 #include "fake/EventLoop.h"
 #include "ipmi/IPMI_Thread_Callback.h"
 
+#include <functional>
 #include <limits>
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 using namespace BM_ADAPTOR;
 using ::testing::ElementsAre;
@@ -313,7 +319,109 @@ TEST_F(ProbeLEDCommand, InACallbackOfOpenIpmiItIsRefusedByADebugBuild) {
     EXPECT_DEATH((CALLBACK_SCOPE(), Get()), "InCallback");
     EXPECT_DEATH((CALLBACK_SCOPE(), Set(LED_STATE())), "InCallback");
 }
+#else
+TEST_F(ProbeLEDCommand, InACallbackOfOpenIpmiItIsRefused) {
+    const CALLBACK_SCOPE l_Callback;
+    EXPECT_EQ(Get(), -1);
+    EXPECT_EQ(Set(Setting(1, 0)), -1);
+    EXPECT_EQ(Fake().SentCount(), 0U);
+}
 #endif
+
+/// A host's logger that needs the model and the probe's maps for itself at every line: it hangs where one is locked.
+class LOCKING_LOG : public CBaseOsLog {
+public:
+    explicit LOCKING_LOG(OSAL::OSALMutex& a_Maps) : m_Maps(a_Maps) {}
+    virtual ~LOCKING_LOG() = default;
+
+    void Log(int, const char*, const char*) override {
+        {
+            const MODEL_WRITER l_Model(g_EntityMapLock);
+            ++m_Lines;
+        }
+        m_Maps.Lock();
+        m_Maps.Unlock();
+    }
+
+    int m_Lines = 0; ///< counted under the model's lock
+
+private:
+    OSAL::OSALMutex& m_Maps;
+};
+
+TEST_F(ProbeLEDCommand, HoldsNeitherModelNorMapsWhileTheHostLogs) {
+    OnGet(Hex("00 00 01 FF 00 03"));
+    OnSet({0x00, 0x00});
+    LOCKING_LOG l_Log(ACCESS::MapMutex(*m_Probe));
+    g_Logger2 = &l_Log;
+    EXPECT_EQ(Get(), 1);
+    EXPECT_EQ(Set(Setting(1, 1)), 0);
+    EXPECT_EQ(Get(5, 4), -1);
+    EXPECT_EQ(Set(Setting(1, 1), 9), -1);
+    m_Probe->SendFRUControl(5, 0);
+    Fake().WaitUntilIdle();
+    g_Logger2 = &m_Log;
+    EXPECT_GT(l_Log.m_Lines, 20);
+}
+
+TEST_F(ProbeLEDCommand, HoldsNeitherModelNorMapsDuringTheInventory) {
+    ENTITYCAPTURE l_Probe(Fake().Domain(), nullptr, &m_Log); // without a domain thread, which has lines of its own
+    LOCKING_LOG l_Log(ACCESS::MapMutex(l_Probe));
+    ScriptController({{0, 0, 3, {2, 4}, AreaOf(64, "board")}, {7, 1, 1, {2}, AreaOf(64, "AMC")}});
+    g_Logger2 = &l_Log;
+    l_Probe.StartCapture();
+    Fake().WaitUntilIdle();
+    g_Logger2 = &m_Log;
+    EXPECT_EQ(g_EntityMap.size(), 2U);
+    EXPECT_GT(l_Log.m_Lines, 100);
+}
+
+/// A host's logger that gives LED commands itself, out of every line of one.
+class COMMANDING_LOG : public CBaseOsLog {
+public:
+    explicit COMMANDING_LOG(std::function<void()> a_Commands) : m_Commands(std::move(a_Commands)) {}
+    virtual ~COMMANDING_LOG() = default;
+
+    void Log(int, const char*, const char* a_Text) override {
+        const bool l_InTurn = std::string_view(a_Text).starts_with(m_From);
+        if (std::exchange(m_bInside, true)) return;
+        if (l_InTurn) m_Commands();
+        m_bInside = false;
+    }
+
+    std::string m_From;
+
+private:
+    std::function<void()> m_Commands;
+    inline static thread_local bool m_bInside = false; ///< the replies' thread logs, too
+};
+
+TEST_F(ProbeLEDCommand, OutOfALineOfAnotherOneItIsRefusedAndTheOtherOneGoesOn) {
+    OnGet(Hex("00 00 01 FF 00 03"));
+    OnSet({0x00, 0x00});
+    std::vector<int> l_Inner;
+    COMMANDING_LOG l_Log([&] {
+        LED_STATE l_State = Setting(1, 0);
+        l_Inner.push_back(m_Probe->SendGetPICMCLEDState(5, 1, &l_State));
+        l_Inner.push_back(m_Probe->SendSetPICMCLEDState(5, 1, &l_State));
+    });
+    g_Logger2 = &l_Log;
+    for (const char* l_Line :
+         {"ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=2 - Sending command",
+          "ENTITYCAPTURE :: SendGetPICMCLEDState - rc", "ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=2 - Cleanup Mutex",
+          "ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=2 - returning"}) {
+        l_Log.m_From = l_Line;
+        l_Inner.clear();
+        EXPECT_EQ(Get(), 1) << l_Line;
+        EXPECT_THAT(l_Inner, ElementsAre(-1, -1)) << l_Line;
+    }
+    l_Log.m_From = "ENTITYCAPTURE :: SendSetPICMCLEDState - rc";
+    l_Inner.clear();
+    EXPECT_EQ(Set(Setting(1, 0)), 0);
+    EXPECT_THAT(l_Inner, ElementsAre(-1, -1));
+    g_Logger2 = &m_Log;
+    EXPECT_EQ(Get(5, 1), 1) << "when its turn comes";
+}
 
 // ---- replies by hand: while a host thread waits, and while none does
 
@@ -416,6 +524,68 @@ TEST_F(ProbeLEDReply, WhileNoneIsWaitedForChangesNothing) {
     EXPECT_EQ(State(), 12);
     Fake().DeliverReply(Hex("C1"));
     EXPECT_EQ(Result(), 0);
+}
+
+// ---- an exception out of the middle of a command
+
+class ProbeLEDException : public ProbeLEDReply {
+protected:
+    /// One command on its host thread, with a state that is gone when it has ended; what it threw is dropped.
+    void Start(bool a_bSet) {
+        m_Host = std::thread([this, a_bSet] {
+            const auto l_State = std::make_unique<LED_STATE>(Setting(1, 0));
+            try {
+                m_Result = a_bSet ? m_Probe->SendSetPICMCLEDState(5, 2, l_State.get())
+                                  : m_Probe->SendGetPICMCLEDState(5, 2, l_State.get());
+            } catch (const std::runtime_error&) {
+                m_bThrown = true;
+            }
+        });
+    }
+    void ExpectTheNextCommandsWork() {
+        g_Logger2 = &m_Log;
+        const std::size_t l_Sent = Fake().SentCount();
+        m_Host = std::thread([this] { m_Result = m_Probe->SendGetPICMCLEDState(5, 1, &m_State); });
+        WaitUntilSent(l_Sent + 1);
+        Fake().DeliverReply(Hex("00 00 01 FF 00 03"));
+        EXPECT_EQ(Result(), 1);
+        EXPECT_EQ(m_State.m_Color, 3);
+    }
+
+    bool m_bThrown = false; ///< once joined
+};
+
+// Before the reply is there, its handler may still write into the caller's state: the exception waits for it.
+TEST_F(ProbeLEDException, AfterSendingLeavesNoStateThatIsGone) {
+    for (const bool l_bSet : {false, true}) {
+        THROWING_LOG l_Log(l_bSet ? "ENTITYCAPTURE :: SendSetPICMCLEDState - rc"
+                                  : "ENTITYCAPTURE :: SendGetPICMCLEDState - rc");
+        SetUpAgain();
+        GiveEntity(5, 4);
+        g_Logger2 = &l_Log;
+        Start(l_bSet);
+        WaitUntilSent(1);
+        Fake().DeliverReply(Hex("00 00 01 FF 00 03"));
+        m_Host.join();
+        EXPECT_EQ(ACCESS::LEDCommandState(*m_Probe), nullptr);
+        EXPECT_EQ(State(), 0);
+        ExpectTheNextCommandsWork();
+    }
+}
+
+TEST_F(ProbeLEDException, OutOfSendingLeavesNothingOutstanding) {
+    for (const bool l_bSet : {false, true}) {
+        SetUpAgain();
+        GiveEntity(5, 4);
+        Fake().OnRequest(
+            {0x2C}, [](const SENT_REQUEST&) -> std::optional<BYTES> { throw std::runtime_error("not sent"); }, 1);
+        Start(l_bSet);
+        m_Host.join();
+        EXPECT_TRUE(m_bThrown);
+        EXPECT_EQ(ACCESS::LEDCommandState(*m_Probe), nullptr);
+        EXPECT_EQ(State(), 0);
+        ExpectTheNextCommandsWork();
+    }
 }
 
 } // namespace
