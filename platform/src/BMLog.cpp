@@ -1,13 +1,15 @@
 // The host's log on spdlog: bmiLog and the logger object write the same lines to the same sinks.
 #include "HostLog.h"
 
+#include "ByteText.h"
+
 #include "bm/Log.h"
 
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
-#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -27,13 +29,24 @@ namespace {
 constexpr const char* PATTERN = "%Y-%m-%d %H:%M:%S.%e %v";
 
 // The text without line ends at its end. Bytes of the hardware may be in it: none of them may steer a terminal.
-std::string Printable(const char* text) {
-    std::string line = text != nullptr ? text : "";
-    line.erase(line.find_last_not_of('\n') + 1);
-    std::replace_if(
-        line.begin(), line.end(),
-        [](unsigned char byte) { return (byte < ' ' && byte != '\n' && byte != '\t') || byte == 0x7F; }, '?');
-    return line;
+std::string LinesOf(const char* text) {
+    std::string lines = text != nullptr ? text : "";
+    lines.erase(lines.find_last_not_of('\n') + 1);
+    return Printable(std::move(lines), "\n\t");
+}
+
+// In log and console every line but the first is marked, so that no text passes for a line of its own.
+std::string WithMarks(const std::string& lines) {
+    constexpr const char* MARK = "\n    | ";
+    std::string marked;
+    for (const char byte : lines) {
+        if (byte == '\n') {
+            marked += MARK;
+        } else {
+            marked += byte;
+        }
+    }
+    return marked;
 }
 
 // Tools that an adaptor starts inherit no log file.
@@ -49,15 +62,20 @@ public:
         m_Logger.set_level(spdlog::level::trace);
         m_Logger.set_pattern(PATTERN);
         m_Logger.flush_on(spdlog::level::trace);
+        // Once: the disk stays full for every line that follows.
+        m_Logger.set_error_handler([this](const std::string& error) {
+            if (!m_Told.exchange(true)) std::fprintf(stderr, "log: %s; this is told once\n", error.c_str());
+        });
     }
 
     void Log(int level, const char* component, const char* text) override {
         try {
-            const std::string line = Printable(text);
+            const std::string lines = LinesOf(text);
+            const std::string name = Printable(component != nullptr ? component : "");
             const std::lock_guard<std::mutex> lock(m_Guard);
-            m_Logger.log(level <= BM_LOG_ERROR ? spdlog::level::err : spdlog::level::debug, "<{}> [{}] {}", level,
-                         component != nullptr ? component : "", line);
-            if (m_Listener) m_Listener(level, component != nullptr ? component : "", line);
+            m_Logger.log(level <= BM_LOG_ERROR ? spdlog::level::err : spdlog::level::debug, "<{}> [{}] {}", level, name,
+                         WithMarks(lines));
+            if (m_Listener) m_Listener(level, name, lines);
         } catch (...) { // a log that cannot be written must not end the caller
         }
     }
@@ -92,6 +110,7 @@ private:
     std::shared_ptr<spdlog::sinks::stderr_sink_mt> m_Console = std::make_shared<spdlog::sinks::stderr_sink_mt>();
     spdlog::logger m_Logger;
     std::mutex m_Guard;
+    std::atomic<bool> m_Told = false;
     LOG_LISTENER m_Listener;
 };
 

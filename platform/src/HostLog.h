@@ -14,7 +14,8 @@ void LogToConsole(bool on);
 void LogToFile(const std::string& path);
 
 /// Lines are told to the listener as well, one at a time, on the thread that logs; null: to nobody any more, from the
-/// moment that this returns. A listener must not log.
+/// moment that this returns. Component and text are printable; a text of several lines comes as it is, without the
+/// marks that the later ones have in console and file. A listener must not log.
 using LOG_LISTENER = std::function<void(int level, const std::string& component, const std::string& text)>;
 void LogToListener(LOG_LISTENER listener);
 

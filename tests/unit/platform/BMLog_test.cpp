@@ -120,6 +120,37 @@ TEST(Log, ControlBytesAreShownAsQuestionMarks) {
     EXPECT_THAT(WithoutTime(l_File.Lines()), ElementsAre("<7> [IPMI-Adaptor] ?[31mred??? tab\t"));
 }
 
+TEST(Log, BytesThatATerminalTakesForControlsAreShownAsQuestionMarksAndOtherTextStays) {
+    const LOG_FILE l_File;
+    Log("\x9B"
+        "31m \u009B31m \x80\x9F \u00E9 \u20AC \U0001F600 \xE9 \xFF \xE2\x82");
+    bmiLog(BM_LOG_DEBUG, "c\n\x9B", "t");
+    EXPECT_THAT(
+        WithoutTime(l_File.Lines()),
+        ElementsAre("<7> [IPMI-Adaptor] ?31m ??31m ?? \u00E9 \u20AC \U0001F600 \xE9 \xFF \xE2?", "<7> [c??] t"));
+}
+
+TEST(Log, LinesOfATextAfterTheFirstAreMarkedSoThatNoneIsForged) {
+    const LOG_FILE l_File;
+    Log("serial A\n2026-11-21 05:53:45.123 <3> [IPMI-Adaptor] forged\n\nend\n");
+    const auto l_Lines = l_File.Lines();
+    ASSERT_EQ(4U, l_Lines.size());
+    EXPECT_THAT(l_Lines[0], EndsWith("<7> [IPMI-Adaptor] serial A"));
+    EXPECT_THAT(std::vector(l_Lines.begin() + 1, l_Lines.end()),
+                ElementsAre("    | 2026-11-21 05:53:45.123 <3> [IPMI-Adaptor] forged", "    | ", "    | end"));
+}
+
+TEST(Log, ListenerIsToldPrintableTextsWithTheirLineEnds) {
+    const LOG_FILE l_File;
+    std::vector<std::string> l_Told;
+    BM_PLATFORM::LogToListener([&](int, const std::string& a_Component, const std::string& a_Text) {
+        l_Told = {a_Component, a_Text};
+    });
+    bmiLog(BM_LOG_ERROR, "c\x9B", "\x9Bone\ntwo\n");
+    BM_PLATFORM::LogToListener({});
+    EXPECT_THAT(l_Told, ElementsAre("c?", "?one\ntwo"));
+}
+
 TEST(Log, LinesOfManyThreadsStayWhole) {
     constexpr int THREADS = 8;
     constexpr int LINES = 100;
@@ -174,6 +205,22 @@ TEST(LogFile, InAFolderThatIsNotThereIsRefusedAndMakesNoFolder) {
     const std::filesystem::path l_Folder = testing::TempDir() + "bm-log-no-folder-" + std::to_string(getpid());
     EXPECT_THROW(BM_PLATFORM::LogToFile(l_Folder / "log"), std::runtime_error);
     EXPECT_FALSE(std::filesystem::exists(l_Folder));
+}
+
+// The log is the process's: a child has it for itself.
+TEST(LogFileDeathTest, OnAFullDeviceIsToldOnceAndTheOtherSinksGoOn) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            BM_PLATFORM::LogToConsole(true);
+            BM_PLATFORM::LogToFile("/dev/full");
+            for (const char* l_Text : {"first", "second", "third"})
+                Log(l_Text);
+            _exit(7);
+        },
+        testing::ExitedWithCode(7),
+        testing::MatchesRegex(".*first\nlog: Failed [a-z ]+ /dev/full: No space left on device; this is told "
+                              "once\n[^\n]*second\n[^\n]*third\n"));
 }
 
 TEST(LogFile, IsNotInheritedByTools) {
