@@ -14,6 +14,7 @@
 
 #include "bm/Log.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <filesystem>
@@ -69,7 +70,7 @@ private:
 };
 
 struct TRANSACTION {
-    explicit TRANSACTION(const std::string& path) : m_Folder(path) {}
+    TRANSACTION(const std::string& path, std::chrono::milliseconds lock_wait) : m_Folder(path, lock_wait) {}
 
     TURN m_Turn;
     FOLDER m_Folder;
@@ -96,22 +97,28 @@ void Fill(CBMIParams& target, const CBMIParams& row) {
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
 class DATA_STORAGE final : public QUB_STORAGE::CDataStorage {
 public:
-    explicit DATA_STORAGE(std::string folder) : m_Path(std::move(folder)) {}
+    DATA_STORAGE(std::string folder, std::chrono::milliseconds lock_wait)
+        : m_Path(std::move(folder)),
+          m_LockWait(lock_wait) {}
 
     int StartTransaction() override {
         return Guarded("StartTransaction", [&] {
             if (TURN::IsMine()) throw STORAGE_ERROR(NOTHING_DONE, m_Path + ": this thread has a transaction already");
-            m_Transaction = std::make_unique<TRANSACTION>(m_Path);
+            m_Transaction = std::make_unique<TRANSACTION>(m_Path, m_LockWait);
         });
     }
 
+    // 0 says that nothing of the transaction stands; a doubt about what stands is told in the log alone.
     int EndTransaction() override {
-        return Guarded("EndTransaction", [&] {
+        std::string doubt;
+        const int result = Guarded("EndTransaction", [&] {
             Current(m_Path);
             const auto transaction = std::move(m_Transaction); // it ends, whatever the result
             const auto files = TakeChanges();
-            transaction->m_Folder.Replace(files);
+            doubt = transaction->m_Folder.Replace(files);
         });
+        if (!doubt.empty()) Tell("EndTransaction", doubt.c_str());
+        return result;
     }
 
     int RetrieveRow(const std::string& file, const CBMIKeys& keys, CBMIParams& row, int force) override {
@@ -154,10 +161,14 @@ private:
     // A row that is not there is an answer, and nothing to log.
     struct NO_ROW {};
 
+    static void Tell(const char* operation, const char* reason) {
+        bmiLog(BM_LOG_ERROR, "Storage", "CDataStorage :: %s - %s", operation, reason);
+    }
+
     template <typename WORK>
     static int Guarded(const char* operation, const WORK& work) {
         const auto failed = [&](RESULT_e result, const char* reason) {
-            bmiLog(BM_LOG_ERROR, "Storage", "CDataStorage :: %s - %s", operation, reason);
+            Tell(operation, reason);
             return result;
         };
         try {
@@ -228,6 +239,7 @@ private:
     std::string PathOf(const std::string& file) const { return m_Path + "/" + file; }
 
     const std::string m_Path;
+    const std::chrono::milliseconds m_LockWait;
     std::unique_ptr<TRANSACTION> m_Transaction;
     std::map<std::string, COPY> m_Copies;
 };
@@ -236,7 +248,8 @@ private:
 
 } // namespace BM_STORAGE
 
-std::shared_ptr<QUB_STORAGE::CDataStorage> BM_PLATFORM::MakeStorage(const std::string& folder) {
-    return std::make_shared<BM_STORAGE::DATA_STORAGE>(folder.empty() ? folder
-                                                                     : std::filesystem::absolute(folder).string());
+std::shared_ptr<QUB_STORAGE::CDataStorage> BM_PLATFORM::MakeStorage(const std::string& folder,
+                                                                    std::chrono::milliseconds lock_wait) {
+    return std::make_shared<BM_STORAGE::DATA_STORAGE>(
+        folder.empty() ? folder : std::filesystem::absolute(folder).string(), lock_wait);
 }

@@ -6,6 +6,7 @@
 
 #include "DataStorage_Error.h"
 #include "DataStorage_Text.h"
+#include "FileLock.h"
 
 #include "bm/Log.h"
 
@@ -13,6 +14,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
+#include <iterator>
 #include <sstream>
 #include <sys/file.h>
 #include <unistd.h>
@@ -26,6 +28,10 @@ constexpr const char* NEW_PREFIX = ".new.";
 constexpr const char* JOURNAL = ".journal";
 constexpr const char* JOURNAL_TITLE = "files to rename";
 constexpr std::size_t LONGEST_NAME = 200;
+// What is stored is its owner's business; a file that is there keeps what its owner has allowed, and no more than that.
+constexpr mode_t FOLDER_MODE = 0700;
+constexpr mode_t FILE_MODE = 0600;
+constexpr mode_t PERMISSIONS = 0777;
 
 template <typename CALL>
 auto Retried(const CALL& call) {
@@ -35,13 +41,17 @@ auto Retried(const CALL& call) {
     return result;
 }
 
-// As mkdir -p, each new folder durable in the one around it.
+// As mkdir -p, each new folder durable in the one around it; the last one is the owner's alone, whatever the umask.
 void MakeFolder(const std::string& path) {
+    const std::filesystem::path parts(path);
+    const auto is_rest = [](const std::filesystem::path& part) { return part.empty() || part == "."; };
     std::filesystem::path made;
-    for (const auto& part : std::filesystem::path(path)) {
+    for (auto part = parts.begin(); part != parts.end(); ++part) {
         const std::filesystem::path around = made.empty() ? "." : made;
-        made /= part;
-        if (mkdir(made.c_str(), 0777) == 0) {
+        const bool is_last = std::all_of(std::next(part), parts.end(), is_rest);
+        made /= *part;
+        if (mkdir(made.c_str(), is_last ? FOLDER_MODE : PERMISSIONS) == 0) {
+            if (is_last && chmod(made.c_str(), FOLDER_MODE) != 0) throw SystemError(NOTHING_DONE, made.string());
             const DESCRIPTOR parent(open(around.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
             if (!parent.IsOpen() || fsync(parent.Number()) != 0) throw SystemError(NOTHING_DONE, around.string());
         } else if (errno != EEXIST) {
@@ -61,11 +71,16 @@ int OpenFolder(const std::string& path) {
     return number;
 }
 
-void Lock(int number, const std::string& path) {
-    if (Retried([&] { return flock(number, LOCK_EX | LOCK_NB); }) == 0) return;
+void Lock(int number, const std::string& path, std::chrono::milliseconds wait) {
+    using BM_PLATFORM::LockWithin;
+    if (LockWithin(number, std::chrono::milliseconds(0))) return;
     if (errno != EWOULDBLOCK) throw SystemError(NOTHING_DONE, path);
     bmiLog(BM_LOG_DEBUG, "Storage", "CDataStorage :: %s: waiting for another process", path.c_str());
-    if (Retried([&] { return flock(number, LOCK_EX); }) != 0) throw SystemError(NOTHING_DONE, path);
+    if (LockWithin(number, wait)) return;
+    if (errno != EWOULDBLOCK) throw SystemError(NOTHING_DONE, path);
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(wait).count();
+    throw STORAGE_ERROR(NOTHING_DONE, path + ": is locked by " + BM_PLATFORM::LockHolder(number) + ", waited " +
+                                          std::to_string(seconds) + " s");
 }
 
 STAMP StampOf(const struct stat& status) {
@@ -92,6 +107,17 @@ void WriteAll(int number, const std::string& text, const std::string& path) {
         const ssize_t put = Retried([&] { return write(number, text.data() + done, text.size() - done); });
         if (put < 0) throw SystemError(NOTHING_DONE, path);
         done += static_cast<std::size_t>(put);
+    }
+}
+
+// What the work is refused for, when there is no way back from what it does.
+template <typename WORK>
+std::string DoubtOf(const WORK& work) {
+    try {
+        work();
+        return "";
+    } catch (const STORAGE_ERROR& error) {
+        return error.what();
     }
 }
 
@@ -127,8 +153,10 @@ bool operator==(const STAMP& left, const STAMP& right) {
            same(left.m_Changed, right.m_Changed) && left.m_Mode == right.m_Mode;
 }
 
-FOLDER::FOLDER(const std::string& path) : m_Path(path), m_Folder(OpenFolder(path)) {
-    Lock(m_Folder.Number(), m_Path);
+FOLDER::FOLDER(const std::string& path, std::chrono::milliseconds lock_wait)
+    : m_Path(path),
+      m_Folder(OpenFolder(path)) {
+    Lock(m_Folder.Number(), m_Path, lock_wait);
     FinishJournal();
 }
 
@@ -172,7 +200,7 @@ CONTENT FOLDER::Read(const std::string& name) const {
     return {StampOf(status), ReadAll(file.Number(), status.st_size, path)};
 }
 
-void FOLDER::Replace(const std::vector<REPLACEMENT>& files) const {
+std::string FOLDER::Replace(const std::vector<REPLACEMENT>& files) const {
     for (const REPLACEMENT& file : files) {
         if (Stamp(file.m_Name) != file.m_Old) {
             throw STORAGE_ERROR(NOTHING_DONE, PathOf(file.m_Name) + ": was changed by somebody else meanwhile");
@@ -181,27 +209,27 @@ void FOLDER::Replace(const std::vector<REPLACEMENT>& files) const {
     NEW_FILES made(m_Folder.Number());
     for (const REPLACEMENT& file : files) {
         made.Add(NEW_PREFIX + file.m_Name);
-        WriteNew(NEW_PREFIX + file.m_Name, file.m_Text, file.m_Old ? file.m_Old->m_Mode & 07777 : 0666);
+        WriteNew(NEW_PREFIX + file.m_Name, file.m_Text, file.m_Old ? file.m_Old->m_Mode & PERMISSIONS : FILE_MODE);
     }
     if (files.size() == 1) {
+        const std::string doubt = PathOf(files[0].m_Name) + ": is replaced, but may not outlive a power failure";
         Rename(NEW_PREFIX + files[0].m_Name, files[0].m_Name);
         made.Keep();
-        Sync(PathOf(files[0].m_Name) + ": is replaced, but may not outlive a power failure");
-    } else if (!files.empty()) {
-        made.Add(std::string(NEW_PREFIX) + JOURNAL);
-        WriteJournal(files);
-        made.Keep();
-        try {
-            FinishJournal();
-        } catch (const STORAGE_ERROR& error) {
-            throw STORAGE_ERROR(NOTHING_DONE, std::string(error.what()) + "; the next transaction ends what was begun");
-        }
+        return DoubtOf([&] { Sync(doubt); });
     }
+    if (files.empty()) return "";
+    made.Add(std::string(NEW_PREFIX) + JOURNAL);
+    WriteJournal(files);
+    made.Keep();
+    const std::string doubt = DoubtOf([&] { FinishJournal(); });
+    return doubt.empty() ? ""
+                         : doubt + "; the changes stand, but may not outlive a power failure, and the next "
+                                   "transaction ends what was begun";
 }
 
 void FOLDER::WriteNew(const std::string& name, const std::string& text, mode_t mode) const {
     const auto open_it = [&] {
-        return openat(m_Folder.Number(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+        return openat(m_Folder.Number(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
     };
     int number = Retried(open_it);
     if (number < 0 && errno == EEXIST) { // left by a process that was killed
@@ -211,7 +239,7 @@ void FOLDER::WriteNew(const std::string& name, const std::string& text, mode_t m
     const DESCRIPTOR file(number);
     const std::string path = PathOf(name);
     if (!file.IsOpen()) throw SystemError(NOTHING_DONE, path);
-    if (mode != 0666 && fchmod(number, mode) != 0) throw SystemError(NOTHING_DONE, path);
+    if (fchmod(number, mode) != 0) throw SystemError(NOTHING_DONE, path); // whatever the umask
     WriteAll(number, text, path);
     if (Retried([&] { return fsync(number); }) != 0) throw SystemError(NOTHING_DONE, path);
 }
@@ -231,7 +259,7 @@ void FOLDER::WriteJournal(const std::vector<REPLACEMENT>& files) const {
     for (const REPLACEMENT& file : files)
         text += file.m_Name + "\n";
     const std::string name = std::string(NEW_PREFIX) + JOURNAL;
-    WriteNew(name, text, 0666);
+    WriteNew(name, text, FILE_MODE);
     Sync(PathOf(name)); // a journal never outlives a power failure without the files that it lists
     Rename(name, JOURNAL);
 }

@@ -1,6 +1,7 @@
 // The folder of a storage, held by one process at a time: files read whole, and replaced all or none.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -53,9 +54,10 @@ struct REPLACEMENT {
 
 class FOLDER {
 public:
-    /// Makes the folder when it is missing, waits until no other process holds it, and ends the replacements of a
-    /// process that was killed in their midst. Throws STORAGE_ERROR, as every operation here does.
-    explicit FOLDER(const std::string& path);
+    /// Makes the folder when it is missing, waits until no other process holds it, though no longer than `lock_wait`,
+    /// and ends the replacements of a process that was killed in their midst. Throws STORAGE_ERROR, as every operation
+    /// here does.
+    FOLDER(const std::string& path, std::chrono::milliseconds lock_wait);
     FOLDER(const FOLDER&) = delete;
     FOLDER& operator=(const FOLDER&) = delete;
     ~FOLDER();
@@ -64,9 +66,9 @@ public:
     void CheckName(const std::string& name) const;
     std::optional<STAMP> Stamp(const std::string& name) const;
     CONTENT Read(const std::string& name) const;
-    /// Replaces these files, all or none, and durably. After an error none was replaced, unless the text says
-    /// otherwise.
-    void Replace(const std::vector<REPLACEMENT>& files) const;
+    /// Replaces these files, all or none, and durably. After an error none is replaced, now or later.
+    /// @return why they are replaced, but perhaps not durably; empty when they are
+    std::string Replace(const std::vector<REPLACEMENT>& files) const;
 
     /// The path of a file in this folder, for people.
     std::string PathOf(const std::string& name) const { return m_Path + "/" + name; }

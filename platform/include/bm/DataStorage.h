@@ -8,11 +8,14 @@
 namespace QUB_STORAGE {
 
 /// Rows in files, read and changed in transactions. One transaction at a time: StartTransaction waits for one of
-/// another thread or process to end. A file is named without folder; one that does not exist is a table without rows.
+/// another thread or process to end, for another process 10 seconds at most. A file is named without folder; one that
+/// does not exist is a table without rows.
 ///
 /// Every operation returns 1 on success, and throws nothing. Otherwise
-///  - 0: nothing was done: StartTransaction of a thread that has one, any other call of a thread that has none, a row
-///    that cannot be stored or exists already, a folder or file that cannot be written
+///  - 0: nothing was done: StartTransaction of a thread that has one, or while another process does not let go; any
+///  other
+///    call of a thread that has none, a row that cannot be stored or exists already, a folder or file that cannot be
+///    written
 ///  - 4: RetrieveRow, no row has these keys
 ///  - 21: the file is there, but cannot be read or is damaged; it is left as it is
 ///  - 23: CreateRow and SetRow, no keys, or no value beside them
@@ -22,7 +25,8 @@ class CDataStorage {
 public:
     virtual int StartTransaction() = 0;
     /// Makes every change since StartTransaction visible and durable, all or none. The transaction is over, whatever
-    /// the result.
+    /// the result. After 0 nothing of it stands, now or later. After 1 all of it stands; where the disk did not confirm
+    /// that it also outlives a power failure, a line of level 3 in the log says so.
     virtual int EndTransaction() = 0;
 
     /// Adds the parameters of the row that has these keys, no more and no less, to `row`, keys first; parameters that

@@ -1,4 +1,5 @@
 // The storage's folder: names, files that are no files, edits from outside, other processes, failures and their traces.
+#include "platform/FailingSystem.h"
 #include "platform/StorageTest.h"
 
 #include <csignal>
@@ -6,6 +7,7 @@
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -15,6 +17,12 @@ using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
 using StorageFolder = STORAGE_TEST;
+
+mode_t ModeOf(const std::string& a_Path) {
+    struct stat l_State {};
+    EXPECT_EQ(0, stat(a_Path.c_str(), &l_State)) << a_Path;
+    return l_State.st_mode & 07777;
+}
 
 // --- names ---
 
@@ -115,6 +123,79 @@ TEST_F(StorageFolder, ModeOfAFileOutlivesItsReplacement) {
     EXPECT_EQ(std::filesystem::perms(0640), std::filesystem::status(PathOf(FILE_NAME)).permissions());
 }
 
+TEST_F(StorageFolder, SetUserIdAndItsLikeDoNotOutliveAReplacement) {
+    SetNow(1, "x");
+    ASSERT_EQ(0, chmod(PathOf(FILE_NAME).c_str(), 07754));
+    SetNow(1, "y");
+    EXPECT_EQ(0754U, ModeOf(PathOf(FILE_NAME)));
+}
+
+// The umask of this process, in its life.
+class UMASK {
+public:
+    explicit UMASK(mode_t a_Mask) : m_Before(umask(a_Mask)) {}
+    UMASK(const UMASK&) = delete;
+    UMASK& operator=(const UMASK&) = delete;
+    ~UMASK() { umask(m_Before); }
+
+private:
+    mode_t m_Before;
+};
+
+TEST_F(StorageFolder, IsItsOwnersAloneWithWhatIsNewInItWhateverTheUmask) {
+    int l_Number = 0;
+    for (const mode_t l_Mask : {0, 022, 0277}) {
+        const UMASK l_Umask(l_Mask);
+        const std::string l_Folder = m_Root + "/" + std::to_string(++l_Number);
+        m_Storage = BM_PLATFORM::MakeStorage(l_Folder + "/.");
+        ASSERT_EQ(SUCCESS, Transaction([&] { Set(1, "x"); }));
+        EXPECT_EQ(0700U, ModeOf(l_Folder)) << l_Mask;
+        EXPECT_EQ(0600U, ModeOf(l_Folder + "/" + FILE_NAME)) << l_Mask;
+    }
+}
+
+TEST_F(StorageFolder, KeepsTheModesThatItAndItsFilesHaveWhateverTheUmask) {
+    SetNow(1, "x");
+    ASSERT_EQ(0, chmod(m_Folder.c_str(), 0755));
+    ASSERT_EQ(0, chmod(PathOf(FILE_NAME).c_str(), 0666));
+    const UMASK l_Umask(022);
+    SetNow(1, "y");
+    EXPECT_EQ(0755U, ModeOf(m_Folder));
+    EXPECT_EQ(0666U, ModeOf(PathOf(FILE_NAME)));
+}
+
+TEST_F(StorageFolder, WhoDoesNotLetItGoIsNamedInsteadOfWaitedForWithoutEnd) {
+    SetNow(1, "x");
+    m_Storage = BM_PLATFORM::MakeStorage(m_Folder, std::chrono::milliseconds(0));
+    int l_Ready[2];
+    int l_End[2];
+    ASSERT_EQ(0, pipe(l_Ready));
+    ASSERT_EQ(0, pipe(l_End));
+    const pid_t l_Holder = fork();
+    if (l_Holder == 0) {
+        close(l_End[1]);
+        const int l_Folder = open(m_Folder.c_str(), O_RDONLY | O_CLOEXEC);
+        char l_Byte = flock(l_Folder, LOCK_EX) == 0 ? '1' : '0';
+        if (write(l_Ready[1], &l_Byte, 1) != 1 || read(l_End[0], &l_Byte, 1) != 0) _exit(1);
+        _exit(0);
+    }
+    char l_Locked = '0';
+    EXPECT_EQ(1, read(l_Ready[0], &l_Locked, 1));
+    EXPECT_EQ('1', l_Locked);
+    EXPECT_EQ(NOTHING_DONE, m_Storage->StartTransaction());
+    EXPECT_EQ(NOTHING_DONE, m_Storage->EndTransaction()) << "there is none";
+    close(l_End[1]);
+    int l_Status = -1;
+    ASSERT_EQ(l_Holder, waitpid(l_Holder, &l_Status, 0));
+    EXPECT_EQ(0, l_Status);
+    for (const int l_File : {l_Ready[0], l_Ready[1], l_End[0]})
+        close(l_File);
+    const std::string l_Process = "process " + std::to_string(l_Holder) + " (platform_tests)";
+    EXPECT_THAT(Logged(),
+                testing::Contains("StartTransaction - " + m_Folder + ": is locked by " + l_Process + ", waited 0 s"));
+    EXPECT_EQ("x", GetNow(1)) << "it was let go";
+}
+
 TEST_F(StorageFolder, IsLockedDuringATransactionOnly) {
     const auto l_Lock = [&] {
         const int l_File = open(m_Folder.c_str(), O_RDONLY | O_CLOEXEC);
@@ -202,6 +283,68 @@ TEST_F(StorageFolder, AfterAFailedEndTheNextTransactionBeginsAnew) {
     EXPECT_EQ("old", GetNow(1));
     SetNow(1, "newer");
     EXPECT_EQ("newer", GetNow(1));
+}
+
+// --- failures at the end: 0 says that nothing stands, now or later ---
+
+TEST_F(StorageFolder, OneFileThatIsReplacedStandsThoughTheDiskDoesNotConfirmIt) {
+    SetNow(1, "old");
+    const FAILING_CALL l_Failing("fsync", 2); // the first is the new file's, the second the folder's
+    const int l_Result = Transaction([&] { Set(1, "new"); });
+    EXPECT_TRUE(FAILING_CALL::HasFailed());
+    EXPECT_EQ(SUCCESS, l_Result);
+    EXPECT_EQ("new", GetNow(1));
+    EXPECT_THAT(Logged(), ElementsAre("EndTransaction - " + PathOf(FILE_NAME) +
+                                      ": is replaced, but may not outlive a power failure: Input/output error"));
+}
+
+TEST_F(StorageFolder, OneFileIsTheOldOneAfterAnyFailureBefore) {
+    SetNow(1, "old");
+    for (const char* l_Call : {"fsync", "renameat"}) {
+        const FAILING_CALL l_Failing(l_Call, 1);
+        EXPECT_EQ(NOTHING_DONE, Transaction([&] { Set(1, "new"); })) << l_Call;
+        EXPECT_TRUE(FAILING_CALL::HasFailed());
+        EXPECT_EQ("old", GetNow(1)) << l_Call;
+        EXPECT_THAT(Names(), ElementsAre(FILE_NAME)) << l_Call;
+    }
+}
+
+// Whatever call of the end fails: the result, the files after the next transaction and the log agree.
+TEST_F(StorageFolder, OfSeveralFilesAllOrNoneStandWhateverFailsAndTheResultSaysWhich) {
+    const struct {
+        const char* m_Call;
+        int m_Failures; // of this call, until none is left to fail
+        int m_Standing; // the first failure after which all stands
+    } l_Calls[] = {{"fsync", 7, 5}, {"renameat", 3, 2}};
+    for (const auto& [l_Call, l_Failures, l_Standing] : l_Calls) {
+        for (int i = 1; i <= l_Failures + 1; ++i) {
+            for (const char* l_File : {"a", "b"})
+                ASSERT_EQ(SUCCESS, Transaction([&] { Set(1, "old", l_File); }));
+            const auto l_Logged = Logged().size();
+            int l_Result = -1;
+            {
+                const FAILING_CALL l_Failing(l_Call, i);
+                l_Result = Transaction([&] {
+                    Set(1, "new", "a");
+                    Set(1, "new", "b");
+                });
+                ASSERT_EQ(i <= l_Failures, FAILING_CALL::HasFailed()) << l_Call << i;
+            }
+            Transaction([] {}); // ends what was begun
+            const char* const l_Text = i >= l_Standing ? "new" : "old";
+            EXPECT_EQ(i >= l_Standing ? SUCCESS : NOTHING_DONE, l_Result) << l_Call << i;
+            EXPECT_THAT(Read("a"), HasSubstr(l_Text)) << l_Call << i;
+            EXPECT_THAT(Read("b"), HasSubstr(l_Text)) << l_Call << i;
+            EXPECT_THAT(Names(), UnorderedElementsAre("a", "b")) << l_Call << i;
+            ASSERT_EQ(l_Logged + (i <= l_Failures ? 1 : 0), Logged().size()) << l_Call << i;
+            if (i > l_Failures) continue;
+            EXPECT_THAT(Logged().back(), HasSubstr("EndTransaction - " + m_Folder)) << l_Call << i;
+            EXPECT_EQ(i >= l_Standing,
+                      Logged().back().find("; the changes stand, but may not outlive a power failure, "
+                                           "and the next transaction ends what was begun") != std::string::npos)
+                << Logged().back();
+        }
+    }
 }
 
 // --- what a killed process leaves ---
