@@ -1,27 +1,23 @@
-// The message queue: one Unix datagram socket a queue, named by its address in the blade's run folder.
+// The message queue: one Unix datagram socket a queue, named by its address in the folder of all queues.
 //
 // The kernel bounds a queue: a sender whose receiver does not read gets an error, and so does one whose receiver is
 // gone.
 #include "bm/MsgQueue.h"
 
+#include "MsgQueue_Folder.h"
 #include "MsgQueue_Message.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
 #include <new>
-#include <optional>
 #include <string>
 
 namespace {
@@ -34,19 +30,6 @@ std::map<int, std::string>& g_BoundFiles = *new std::map<int, std::string>; // q
 int Fail(qError_e a_Error) {
     g_LastError = a_Error;
     return -1;
-}
-
-/// The folder of all queues; made when it is not there, and refused when another user could have made it.
-std::optional<std::string> Folder() {
-    const char* const l_Run = std::getenv("BLADESIM_RUN_DIR");
-    const bool l_InBlade = l_Run != nullptr && l_Run[0] != '\0';
-    const std::string l_Folder =
-        l_InBlade ? std::string(l_Run) + "/queues" : "/tmp/bm_platform-" + std::to_string(::geteuid());
-    struct stat l_State {};
-    if (::mkdir(l_Folder.c_str(), 0700) != 0 && errno != EEXIST) return std::nullopt;
-    if (::lstat(l_Folder.c_str(), &l_State) != 0 || !S_ISDIR(l_State.st_mode)) return std::nullopt;
-    if (l_State.st_uid != ::geteuid() || (l_State.st_mode & (S_IWGRP | S_IWOTH)) != 0) return std::nullopt;
-    return l_Folder;
 }
 
 struct SOCKET_NAME {
@@ -67,23 +50,6 @@ std::string FileOf(const std::string& a_Folder, uint32_t a_Address) {
     std::snprintf(l_Name, sizeof(l_Name), "/0x%x", static_cast<unsigned>(a_Address));
     return a_Folder + l_Name;
 }
-
-/// Keeps two binders apart: what is left of a dead process is found and removed by one of them only.
-class FOLDER_LOCK {
-public:
-    explicit FOLDER_LOCK(const std::string& a_Folder)
-        : m_File(::open((a_Folder + "/lock").c_str(), O_CREAT | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600)) {
-        if (m_File >= 0) ::flock(m_File, LOCK_EX);
-    }
-    FOLDER_LOCK(const FOLDER_LOCK&) = delete;
-    FOLDER_LOCK& operator=(const FOLDER_LOCK&) = delete;
-    ~FOLDER_LOCK() {
-        if (m_File >= 0) ::close(m_File);
-    }
-
-private:
-    int m_File;
-};
 
 bool IsAlive(const SOCKET_NAME& a_Name) {
     const int l_Socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -115,7 +81,7 @@ qError_e ErrorOfSend(int a_Errno) {
 
 int qDrvSetInterface(int a_Driver, int a_Interface) {
     if (a_Driver != 0 || a_Interface != 0) return Fail(Q_ERROR_INTERFACE);
-    return Folder() ? 0 : Fail(Q_ERROR_FOLDER);
+    return BM_PLATFORM::QueueFolder(true) ? 0 : Fail(Q_ERROR_FOLDER);
 }
 
 int qQueueOpen(void) {
@@ -125,10 +91,11 @@ int qQueueOpen(void) {
 }
 
 int qQueueBind(int a_Queue, uint32_t a_Address) {
-    const auto l_Folder = Folder();
+    const auto l_Folder = BM_PLATFORM::QueueFolder(true);
     SOCKET_NAME l_Name;
     if (!l_Folder || !l_Name.Set(FileOf(*l_Folder, a_Address))) return Fail(Q_ERROR_FOLDER);
-    const FOLDER_LOCK l_Lock(*l_Folder);
+    const BM_PLATFORM::QUEUE_FOLDER_LOCK l_Lock(*l_Folder);
+    if (!l_Lock.IsHeld()) return Fail(Q_ERROR_LOCKED);
     if (::bind(a_Queue, l_Name.Get(), sizeof(l_Name.m_Address)) != 0) {
         if (errno != EADDRINUSE) return Fail(ErrorOfSend(errno));
         if (IsAlive(l_Name)) return Fail(Q_ERROR_ADDRESS_TAKEN);
@@ -164,7 +131,7 @@ qMsg* qMsgAllocate(uint32_t a_Type, uint32_t a_Source, uint32_t a_Destination) {
 
 int qMsgWrite(int a_Queue, const qMsg* a_Message) {
     if (a_Message == nullptr) return Fail(Q_ERROR_ARGUMENT);
-    const auto l_Folder = Folder();
+    const auto l_Folder = BM_PLATFORM::QueueFolder(false);
     SOCKET_NAME l_Name;
     if (!l_Folder || !l_Name.Set(FileOf(*l_Folder, a_Message->m_Destination))) return Fail(Q_ERROR_FOLDER);
     const auto l_Bytes = a_Message->Encode();
@@ -236,6 +203,7 @@ const char* qStatusErrorName(uint32_t a_Error) {
                                               "no such field",
                                               "bad argument",
                                               "no memory",
-                                              "refused by the system"};
+                                              "refused by the system",
+                                              "another process does not let the folder go"};
     return a_Error < std::size(l_Names) ? l_Names[a_Error] : "unknown error";
 }

@@ -2,7 +2,8 @@
 // the health monitor and the media software exchange.
 //
 // Descriptors and messages may be used from any thread, each from one thread at a time. No call waits for the other
-// side: what cannot be done at once fails. A call that fails leaves its reason for qStatusErrorGet.
+// side: what cannot be done at once fails, and only qQueueBind waits for other binders, two seconds at most. A call
+// that fails leaves its reason for qStatusErrorGet.
 #pragma once
 
 #include <cstddef>
@@ -63,7 +64,8 @@ enum qError_e : uint32_t {
     Q_ERROR_NO_FIELD = 10,      ///< the message has no such field
     Q_ERROR_ARGUMENT = 11,
     Q_ERROR_MEMORY = 12,
-    Q_ERROR_SYSTEM = 13 ///< refused by the operating system
+    Q_ERROR_SYSTEM = 13, ///< refused by the operating system
+    Q_ERROR_LOCKED = 14  ///< the lock of the transport's folder could not be had within two seconds
 };
 
 /// Addresses of the two sides.

@@ -1,19 +1,26 @@
 // The message queue over real sockets: exchange, bounds, what is left of dead processes, hostile datagrams.
 #include "bm/MsgQueue.h"
 
+#include "MsgQueue_Folder.h"
+#include "platform/LogFile.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <sys/file.h>
 #include <sys/select.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -190,6 +197,33 @@ TEST_F(MsgQueue, FolderThatOthersMayWriteToIsRefused) {
     EXPECT_EQ(Q_ERROR_FOLDER, qStatusErrorGet());
 }
 
+TEST_F(MsgQueue, FolderThatABinderDoesNotLetGoIsWaitedForWithinBoundsAndHasAnErrorOfItsOwn) {
+    const LOG_FILE l_Log;
+    const auto l_Wait = std::exchange(BM_PLATFORM::g_QueueLockWait, std::chrono::milliseconds(0));
+    const int l_Lock = ::open(FileOf("lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(0, ::flock(l_Lock, LOCK_EX));
+    const int l_Queue = qQueueOpen();
+    EXPECT_NE(0, qQueueBind(l_Queue, 0x77));
+    EXPECT_EQ(Q_ERROR_LOCKED, qStatusErrorGet());
+    EXPECT_FALSE(std::filesystem::exists(FileOf("0x77")));
+    EXPECT_THAT(l_Log.Lines(), testing::ElementsAre(testing::EndsWith(
+                                   "<3> [Message Queue] " + FileOf("lock") + ": is locked by process " +
+                                   std::to_string(::getpid()) + " (platform_tests)")));
+    ::close(l_Lock);
+    EXPECT_EQ(0, qQueueBind(l_Queue, 0x77));
+    qQueueClose(l_Queue);
+    BM_PLATFORM::g_QueueLockWait = l_Wait;
+}
+
+TEST_F(MsgQueue, FolderWhoseLockCannotBeHadIsNotUsed) {
+    std::filesystem::remove(FileOf("lock"));
+    std::filesystem::create_symlink("elsewhere", FileOf("lock"));
+    const int l_Queue = qQueueOpen();
+    EXPECT_NE(0, qQueueBind(l_Queue, 0x77));
+    EXPECT_EQ(Q_ERROR_LOCKED, qStatusErrorGet());
+    qQueueClose(l_Queue);
+}
+
 TEST_F(MsgQueue, MissingFieldIsAnErrorAndLeavesTheSize) {
     size_t l_Size = 4;
     uint32_t l_Value = 0;
@@ -239,10 +273,96 @@ TEST_F(MsgQueue, BytesThatAreNoMessageAreDropped) {
     EXPECT_FALSE(IsReadable(m_There));
 }
 
+/// Outside of a blade.
+class MsgQueueFolder : public testing::Test {
+protected:
+    MsgQueueFolder() {
+        ::mkdtemp(m_Around.data());
+        m_Folder = m_Around + "/bm_platform";
+        ::setenv("XDG_RUNTIME_DIR", m_Around.c_str(), 1);
+    }
+    ~MsgQueueFolder() override {
+        ::unsetenv("XDG_RUNTIME_DIR");
+        std::filesystem::remove_all(m_Around);
+    }
+
+    static std::string OfTheSystem() {
+        return ::geteuid() == 0 ? "/run/bm_platform" : "/run/user/" + std::to_string(::geteuid()) + "/bm_platform";
+    }
+
+    /// It is refused, with this reason in the one line.
+    void IsRefused(const std::string& a_Reason) const {
+        const LOG_FILE l_Log;
+        EXPECT_NE(0, qDrvSetInterface(0, 0));
+        EXPECT_EQ(Q_ERROR_FOLDER, qStatusErrorGet());
+        const std::string l_Before = "<3> [Message Queue] no message queues in " + m_Folder + ": ";
+        EXPECT_THAT(l_Log.Lines(),
+                    testing::ElementsAre(testing::EndsWith(l_Before + a_Reason +
+                                                           "; remove it or give it to this user with mode 0700, or set "
+                                                           "XDG_RUNTIME_DIR to such a folder")));
+    }
+
+    std::string m_Around = testing::TempDir() + "runtime-XXXXXX";
+    std::string m_Folder;
+};
+
+TEST_F(MsgQueueFolder, IsInTheUsersRuntimeFolderAndHisAlone) {
+    ASSERT_EQ(0, qDrvSetInterface(0, 0));
+    EXPECT_EQ(std::filesystem::perms::owner_all, std::filesystem::status(m_Folder).permissions());
+    const int l_Queue = qQueueOpen();
+    ASSERT_EQ(0, qQueueBind(l_Queue, 0x60));
+    EXPECT_TRUE(std::filesystem::exists(m_Folder + "/0x60"));
+    EXPECT_EQ(0, qQueueClose(l_Queue));
+}
+
+TEST_F(MsgQueueFolder, WithoutARuntimeFolderOfTheUsersOwnIsInTheSystemsOne) {
+    EXPECT_EQ(m_Folder, BM_PLATFORM::QueueFolderName());
+    for (const char* l_Value : {"", "relative", "/not/there", "/etc/passwd"}) {
+        ::setenv("XDG_RUNTIME_DIR", l_Value, 1);
+        EXPECT_EQ(OfTheSystem(), BM_PLATFORM::QueueFolderName()) << l_Value;
+    }
+    ::unsetenv("XDG_RUNTIME_DIR");
+    EXPECT_EQ(OfTheSystem(), BM_PLATFORM::QueueFolderName());
+    if (::geteuid() != 0) return; // only root can give folders away
+    ::setenv("XDG_RUNTIME_DIR", m_Around.c_str(), 1);
+    ASSERT_EQ(0, ::chown(m_Around.c_str(), 65534, 65534));
+    EXPECT_EQ(OfTheSystem(), BM_PLATFORM::QueueFolderName()) << "another user's";
+}
+
+TEST_F(MsgQueueFolder, ThatAnotherUserMadeFirstIsRefusedWithItsOwner) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can give folders away";
+    ASSERT_EQ(0, ::mkdir(m_Folder.c_str(), 0700));
+    ASSERT_EQ(0, ::chown(m_Folder.c_str(), 65534, 65534));
+    IsRefused(m_Folder + " belongs to user 65534, and this is user 0");
+}
+
+TEST_F(MsgQueueFolder, ThatIsALinkIsRefused) {
+    std::filesystem::create_symlink("/tmp", m_Folder);
+    IsRefused(m_Folder + " is no folder");
+}
+
+TEST_F(MsgQueueFolder, ThatOthersMayWriteToOrReplaceIsRefused) {
+    const std::string l_Owner = std::to_string(::geteuid());
+    ASSERT_EQ(0, ::mkdir(m_Folder.c_str(), 0700));
+    ASSERT_EQ(0, ::chmod(m_Folder.c_str(), 0770));
+    IsRefused(m_Folder + " belongs to user " + l_Owner + ", but others may write to it");
+    ASSERT_EQ(0, ::chmod(m_Folder.c_str(), 0700));
+    ASSERT_EQ(0, ::chmod(m_Around.c_str(), 01777));
+    IsRefused(m_Around + " belongs to user " + l_Owner + ", but others may write to it");
+}
+
+TEST_F(MsgQueueFolder, WithALongerPathThanASocketCanHaveIsRefused) {
+    const std::string l_Long = m_Around + "/" + std::string(80, 'x');
+    ASSERT_EQ(0, ::mkdir(l_Long.c_str(), 0700));
+    ::setenv("XDG_RUNTIME_DIR", l_Long.c_str(), 1);
+    m_Folder = l_Long + "/bm_platform";
+    IsRefused("the path is too long for a socket");
+}
+
 TEST(MsgQueueError, HasAName) {
-    for (uint32_t l_Error = Q_ERROR_NONE; l_Error <= Q_ERROR_SYSTEM; ++l_Error)
+    for (uint32_t l_Error = Q_ERROR_NONE; l_Error <= Q_ERROR_LOCKED; ++l_Error)
         EXPECT_STRNE("unknown error", qStatusErrorName(l_Error)) << l_Error;
-    EXPECT_STREQ("unknown error", qStatusErrorName(Q_ERROR_SYSTEM + 1));
+    EXPECT_STREQ("unknown error", qStatusErrorName(Q_ERROR_LOCKED + 1));
     EXPECT_STREQ("no message", qStatusErrorName(Q_ERROR_EMPTY));
 }
 

@@ -1,0 +1,37 @@
+// The folder in which all queues of a user, or of a simulated blade, have their sockets.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace BM_PLATFORM {
+
+/// Where the folder is: in a simulated blade's run folder, else in XDG_RUNTIME_DIR when that is the user's own, else in
+/// /run for root and in /run/user/UID for others.
+std::string QueueFolderName();
+
+/// The same, made when it is not there. Nothing when another user could have made it, or may write to it: with `a_Tell`
+/// the log says so.
+std::optional<std::string> QueueFolder(bool a_Tell);
+
+/// How long a binder waits for another one's lock of the folder.
+extern std::chrono::milliseconds g_QueueLockWait;
+
+/// Keeps two binders apart: what is left of a dead process is found and removed by one of them only.
+class QUEUE_FOLDER_LOCK {
+public:
+    explicit QUEUE_FOLDER_LOCK(const std::string& a_Folder);
+    QUEUE_FOLDER_LOCK(const QUEUE_FOLDER_LOCK&) = delete;
+    QUEUE_FOLDER_LOCK& operator=(const QUEUE_FOLDER_LOCK&) = delete;
+    ~QUEUE_FOLDER_LOCK();
+
+    /// False when it could not be had in time, or at all: the log says why.
+    bool IsHeld() const { return m_IsHeld; }
+
+private:
+    int m_File;
+    bool m_IsHeld = false;
+};
+
+} // namespace BM_PLATFORM
