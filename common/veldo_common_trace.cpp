@@ -4,13 +4,14 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <cxxabi.h>
 #include <memory>
 #include <new>
 #include <pthread.h>
 
 namespace BM_ADAPTOR {
 
-const char* g_ComponentName = IPMI_ADAPTOR_COMPONENT;
+std::atomic<const char*> g_ComponentName = IPMI_ADAPTOR_COMPONENT;
 
 namespace {
 
@@ -27,7 +28,13 @@ Write(CBaseOsLog& a_Logger, int a_Level, const char* a_Format, va_list a_Argumen
         if (l_Long) vsnprintf(l_Long.get(), l_Size, a_Format, l_Again);
     }
     va_end(l_Again);
-    a_Logger.Log(a_Level, g_ComponentName, l_Long ? l_Long.get() : l_Line.data());
+    try {
+        a_Logger.Log(a_Level, g_ComponentName, l_Long ? l_Long.get() : l_Line.data());
+    } catch (const abi::__forced_unwind&) {
+        throw; // a cancelled thread of the host's
+    } catch (...) {
+        // a line that could not be written must not undo what it tells of
+    }
 }
 
 } // namespace

@@ -3,11 +3,13 @@
 
 #include "bm/Log.h"
 
+#include <atomic>
+
 namespace BM_ADAPTOR {
 
 /// The component under which the logger object is called; the adaptor's constructor sets it.
 inline constexpr const char* IPMI_ADAPTOR_COMPONENT = "IPMI-Adaptor";
-extern const char* g_ComponentName;
+extern std::atomic<const char*> g_ComponentName;
 
 /// The one gate of every trace: level 7 is written only while the host's global log level is 3.
 inline bool TracesOn() {
@@ -17,8 +19,9 @@ inline bool TracesOn() {
 /// The calling thread's number as traces show it, in 32 bits.
 unsigned ThreadId();
 
-/// Writes a trace (level 7) or an error (level 3) to `a_Logger`; a null logger is harmless. Never throws. While traces
-/// are off, a trace costs the evaluation of its arguments: nothing is formatted and nothing allocated.
+/// Writes a trace (level 7) or an error (level 3) to `a_Logger`; a null logger is harmless. Never throws, whatever the
+/// logger does; only a thread that is cancelled in it ends. While traces are off, a trace costs the evaluation of its
+/// arguments: nothing is formatted and nothing allocated.
 void LogTrace(CBaseOsLog* a_Logger, const char* a_Format, ...) __attribute__((format(printf, 2, 3)));
 void LogError(CBaseOsLog* a_Logger, const char* a_Format, ...) __attribute__((format(printf, 2, 3)));
 

@@ -6,7 +6,10 @@
 
 #include <cstdlib>
 #include <new>
+#include <stdexcept>
 #include <string>
+
+#include <pthread.h>
 
 namespace {
 
@@ -83,6 +86,41 @@ TEST_F(LogLines, WithoutALoggerNothingHappens) {
     BM_LOG_LEVEL = 3;
     LogTrace(nullptr, "%s", "nobody");
     LogError(nullptr, "%s", "nobody");
+}
+
+TEST_F(LogLines, LoggerThatThrowsDoesNotStopWhoeverWritesALine) {
+    BM_LOG_LEVEL = 3;
+    EXPECT_CALL(m_Logger, Log)
+        .WillOnce(testing::Throw(std::runtime_error("disk full")))
+        .WillOnce(testing::Throw(7))
+        .WillOnce(testing::Throw(std::runtime_error("disk full")))
+        .WillOnce(testing::Throw(7));
+    EXPECT_NO_THROW(LogTrace(&m_Logger, "a trace"));
+    EXPECT_NO_THROW(LogTrace(&m_Logger, "a trace"));
+    EXPECT_NO_THROW(LogError(&m_Logger, "an error"));
+    EXPECT_NO_THROW(LogError(&m_Logger, "an error"));
+}
+
+// The runtime ends the process when somebody swallows the unwinding of a cancelled thread.
+TEST_F(LogLines, ThreadThatIsCancelledInTheLoggerEnds) {
+    class CANCELLED_IN : public CBaseOsLog {
+    public:
+        virtual ~CANCELLED_IN() = default;
+        void Log(int, const char*, const char*) override {
+            pthread_cancel(pthread_self());
+            pthread_testcancel();
+        }
+    };
+    CANCELLED_IN l_Logger;
+    pthread_t l_Thread{};
+    const auto l_Body = [](void* a_Logger) -> void* {
+        LogError(static_cast<CANCELLED_IN*>(a_Logger), "the last line");
+        return nullptr; // not reached
+    };
+    ASSERT_EQ(pthread_create(&l_Thread, nullptr, l_Body, &l_Logger), 0);
+    void* l_Result = nullptr;
+    ASSERT_EQ(pthread_join(l_Thread, &l_Result), 0);
+    EXPECT_EQ(l_Result, PTHREAD_CANCELED);
 }
 
 TEST_F(LogLines, TraceThatIsOffAllocatesNothing) {
