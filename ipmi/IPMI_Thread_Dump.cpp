@@ -97,8 +97,10 @@ void DumpVendorRecord(const DUMP& a_Dump, const MULTIRECORD& a_Record) {
     const auto l_Record = VENDOR_RECORD::From(a_Record);
     if (!l_Record) return;
     a_Dump.Line("             Tarsk Specific record type=%i\n", l_Record->Kind());
-    if (l_Record->Kind() == VENDOR_RECORD_AMC) DumpDSPs(a_Dump, *l_Record);
-    if (l_Record->Kind() == VENDOR_RECORD_RTM) {
+    if (l_Record->Kind() == VENDOR_RECORD_AMC && a_Record.m_Length >= VENDOR_AMC_MIN_LENGTH) {
+        DumpDSPs(a_Dump, *l_Record);
+    }
+    if (l_Record->Kind() == VENDOR_RECORD_RTM && a_Record.m_Length >= VENDOR_RTM_MIN_LENGTH) {
         a_Dump.Line("                RTM");
         a_Dump.Line("                   Framer Type=%s\n", TranslateFramerType(l_Record->FramerType()));
         a_Dump.Line("                   Num Trunks per framer=%i\n", l_Record->TrunksPerFramer());

@@ -145,17 +145,17 @@ void IPMITHREAD::EntityAdded(enum ipmi_update_e a_Operation, ipmi_domain_t*, ipm
     m_RegisteredEntities.insert(l_Address);
     int l_Result = ipmi_entity_add_control_update_handler(a_Entity, s_ControlAdded, this);
     if (l_Result != 0) {
-        printf("ipmi_entity_set_control_update_handler: 0x%x\n", static_cast<unsigned>(l_Result));
+        printf("ipmi_entity_set_control_update_handler: 0x%x", static_cast<unsigned>(l_Result));
         exit(1);
     }
     l_Result = ipmi_entity_add_fru_update_handler(a_Entity, s_FruAdded, this);
     if (l_Result != 0) {
-        printf("ipmi_entity_set_fru_update_handler: 0x%x\n", static_cast<unsigned>(l_Result));
+        printf("ipmi_entity_set_fru_update_handler: 0x%x", static_cast<unsigned>(l_Result));
         exit(1);
     }
     l_Result = ipmi_entity_add_hot_swap_handler(a_Entity, s_IPMIEntityHotSwapHandler, this);
     if (l_Result != 0) {
-        printf("ipmi_entity_add_hot_swap_handler: 0x%x\n", static_cast<unsigned>(l_Result));
+        printf("ipmi_entity_add_hot_swap_handler: 0x%x", static_cast<unsigned>(l_Result));
         exit(1);
     }
 }

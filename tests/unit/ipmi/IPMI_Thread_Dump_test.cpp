@@ -202,6 +202,17 @@ const RECORD_DUMP g_RecordDumps[] = {
       "             Tarsk Specific record type=2", "                AMC", "                Num DSPs=2",
       "                   DSP 0 type=DSPTYPE_Mindspeed_829xx",
       "                   DSP 0 MacAddress=a0-b1-c2-d3-e4-f5"}},
+    {"an AMC record without its first DSP's type",
+     {0x57, 0x01, 0x00, 0x02, 0x00, 0x04},
+     {"             MR Type=0x12 len=6 data=", "      57 01 00 02 00 04", "             Tarsk Specific record type=2"}},
+    {"the shortest AMC record",
+     {0x57, 0x01, 0x00, 0x02, 0x00, 0x04, 0x01},
+     {"             MR Type=0x12 len=7 data=", "      57 01 00 02 00 04 01",
+      "             Tarsk Specific record type=2", "                AMC", "                Num DSPs=4"}},
+    {"an RTM record without its trunks",
+     {0x57, 0x01, 0x00, 0x03, 0x00, 0x02, 0x01},
+     {"             MR Type=0x12 len=7 data=", "      57 01 00 03 00 02 01",
+      "             Tarsk Specific record type=3"}},
     {"an unknown framer",
      {0x57, 0x01, 0x00, 0x03, 0x00, 0x02, 0x07, 0x08},
      {"             MR Type=0x12 len=8 data=", "      57 01 00 03 00 02 07 08",
@@ -283,6 +294,16 @@ TEST_F(CapturedModel, TracesVendorRecords) {
                                                   "                   Framer Type=PM4354_COMET-QUAD\n",
                                                   "                   Num Trunks per framer=8\n"}));
     EXPECT_EQ(l_FRU.m_MultiRecords.size(), 2U) << "nothing is appended here";
+}
+
+TEST_F(CapturedModel, TracesOnlyTheKindOfAVendorRecordThatIsTooShort) {
+    IPMI_FRU& l_FRU = AddFRU(AddToModel({0, 32, 160, 96}, "board"), "fru");
+    AddRecord(l_FRU, {0x57, 0x01, 0x00, 0x02, 0x00, 0x04}, 0xC0);
+    AddRecord(l_FRU, {0x57, 0x01, 0x00, 0x03, 0x00, 0x02, 0x01}, 0xC0);
+    const TEXTS l_Texts = Capture();
+    const TEXTS l_OfRecords(l_Texts.end() - 2, l_Texts.end());
+    EXPECT_EQ(l_OfRecords,
+              (TEXTS{"             Tarsk Specific record type=2\n", "             Tarsk Specific record type=3\n"}));
 }
 
 TEST_F(CapturedModel, SkipsNullEntities) {
