@@ -18,7 +18,7 @@ namespace {
 
 const char* const g_names[] = {"full",          "typical",  "front-board-only", "no-rtm",    "no-leds",
                                "no-dsp",        "no-eth6",  "no-pstn-driver",   "no-trunks", "odd-area",
-                               "bad-checksums", "refusing", "not-atca",         "hostile"};
+                               "bad-checksums", "refusing", "not-atca",         "hostile",   "lost-late"};
 
 BLADE Blade(const std::string& a_Name) {
     return ReadBladeFile(BLADES_FOLDER "/" + a_Name + ".json");
@@ -184,6 +184,18 @@ TEST(Blades, HaveOneAreaOfFortyBytesWhenOdd) {
         if (l_Size % g_FruImageUnit != 0) l_Odd.push_back(l_Size);
     }
     EXPECT_THAT(l_Odd, ElementsAre(40U));
+}
+
+TEST(Blades, LoseOneReplyOfFRU1BehindTheEndOfFRU0WhenItIsLostLate) {
+    const BLADE l_Blade = Blade("lost-late");
+    ASSERT_EQ(l_Blade.m_Faults.size(), 1U);
+    const FAULT& l_Fault = l_Blade.m_Faults[0];
+    EXPECT_EQ(l_Fault.m_Kind, FAULT_KIND::LOST);
+    EXPECT_EQ(l_Fault.m_Count, 1U);
+    EXPECT_THAT(l_Fault.m_Request, ElementsAre(0x0A, 0x11, 1, BuildFruImage(*l_Blade.m_FRUs[0].m_Inventory).size(), 0, 16))
+        << "the first chunk that FRU 0 does not have";
+    EXPECT_LE(BuildFruImage(*l_Blade.m_FRUs[0].m_Inventory).size() + 16,
+              BuildFruImage(*l_Blade.m_FRUs[1].m_Inventory).size());
 }
 
 TEST(Blades, RefuseFRU2AndGiveFRU3NoLengthWhenRefusing) {
