@@ -192,7 +192,8 @@ TEST(Blades, LoseOneReplyOfFRU1BehindTheEndOfFRU0WhenItIsLostLate) {
     const FAULT& l_Fault = l_Blade.m_Faults[0];
     EXPECT_EQ(l_Fault.m_Kind, FAULT_KIND::LOST);
     EXPECT_EQ(l_Fault.m_Count, 1U);
-    EXPECT_THAT(l_Fault.m_Request, ElementsAre(0x0A, 0x11, 1, BuildFruImage(*l_Blade.m_FRUs[0].m_Inventory).size(), 0, 16))
+    EXPECT_THAT(l_Fault.m_Request,
+                ElementsAre(0x0A, 0x11, 1, BuildFruImage(*l_Blade.m_FRUs[0].m_Inventory).size(), 0, 16))
         << "the first chunk that FRU 0 does not have";
     EXPECT_LE(BuildFruImage(*l_Blade.m_FRUs[0].m_Inventory).size() + 16,
               BuildFruImage(*l_Blade.m_FRUs[1].m_Inventory).size());
