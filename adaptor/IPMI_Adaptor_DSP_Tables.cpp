@@ -6,8 +6,6 @@
 #include "adaptor/IPMI_Adaptor_Rows.h"
 #include "adaptor/IPMI_FRUData.h"
 #include "common/veldo_common_trace.h"
-#include "ipmi/IPMI_FRUParse.h"
-#include "ipmi/IPMI_Thread_Model.h"
 
 #include <array>
 #include <vector>
@@ -63,31 +61,27 @@ int IPMIAdaptor::AMC_DSP_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
 
 // How many DSPs the AMC in the bay has, by its vendor record.
 std::optional<int> IPMIAdaptor::mCountDSPs(int32_t a_Bay) const {
-    const MODEL_READER l_Model(g_EntityMapLock);
-    const IPMI_ENTITY* l_AMC = FirstEntity([&](const IPMI_ENTITY& a_Entity) {
-        return a_Entity.m_EntityID == ENTITY_ID_AMC && a_Entity.m_BayLocation == a_Bay;
-    });
-    if (l_AMC == nullptr) {
+    const auto l_AMC = FindHardware(ENTITY_ID_AMC, a_Bay);
+    if (!l_AMC) {
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "IPMIAdaptor :: AMC_DSP_ReadParams - FRU not found");
         return std::nullopt;
     }
-    const IPMI_FRU* l_FRU = l_AMC->FirstFRU();
-    if (l_FRU == nullptr) {
+    if (!l_AMC->m_FRU) {
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR,
                "IPMIAdaptor :: AMC_DSP_ReadParams - FRU data missing - internal error ");
         return std::nullopt;
     }
-    const auto l_Record = FindVendorRecord(*l_FRU, VENDOR_RECORD_AMC);
+    const auto& l_Record = l_AMC->m_FRU->m_AMC;
     if (!l_Record) return std::nullopt;
     if (TracesOn()) {
         bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "IPMIAdaptor :: AMC_DSP_ReadParams - AMC Multirecord found");
-        if (const auto l_First = l_Record->DSP(0)) { // the record's own address, which is not used
+        if (const auto& l_First = l_Record->m_FirstDSP) { // the record's own address, which is not used
             const auto& l_Mac = l_First->m_Mac;
             bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "%2.2x:%2.2x:%2.2x:%2.2x:%2.2x:%2.2x", l_Mac[0], l_Mac[1],
                    l_Mac[2], l_Mac[3], l_Mac[4], l_Mac[5]);
         }
     }
-    return l_Record->NumDSPs();
+    return l_Record->m_NumDSPs;
 }
 
 // Counted on from the host interface's address, for every bay alike: two AMCs with DSPs have the same ones.

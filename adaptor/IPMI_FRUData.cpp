@@ -5,8 +5,6 @@
 #include "adaptor/IPMI_Adaptor_Rows.h"
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
-#include "ipmi/IPMI_FRUParse.h"
-#include "ipmi/IPMI_Thread_Model.h"
 
 #include <cstdlib>
 #include <string_view>
@@ -43,23 +41,19 @@ int IPMIAdaptor::AMC_FRU_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
         return RESULT_OK;
     }
 
-    const MODEL_READER l_Model(g_EntityMapLock);
-    const IPMI_ENTITY* l_AMC = FirstEntity([&](const IPMI_ENTITY& a_Entity) {
-        return a_Entity.m_EntityID == ENTITY_ID_AMC && a_Entity.m_BayLocation == *l_Bay;
-    });
-    if (l_AMC == nullptr) {
+    const auto l_AMC = FindHardware(ENTITY_ID_AMC, *l_Bay);
+    if (!l_AMC) {
         LogError(m_Logger, "IPMIAdaptor :: AMC_FRU_ReadParams - FRU not found");
         return RESULT_NOT_FOUND;
     }
-    const IPMI_FRU* l_FRU = l_AMC->FirstFRU();
-    if (l_FRU == nullptr) {
+    if (!l_AMC->m_FRU) {
         LogError(m_Logger, "IPMIAdaptor :: AMC_FRU_ReadParams - FRU data missing - internal error ");
         return RESULT_NOT_FOUND;
     }
-    const auto l_Record = FindVendorRecord(*l_FRU, VENDOR_RECORD_AMC);
+    const auto& l_Record = l_AMC->m_FRU->m_AMC;
     if (!l_Record) return RESULT_NOT_FOUND;
-    AddInt(*a_Row, BMI_HW_AMC_FRU_FIELD_B, l_Record->NumDSPs());
-    AddInt(*a_Row, BMI_HW_AMC_FRU_FIELD_A, l_Record->FirstDSPType());
+    AddInt(*a_Row, BMI_HW_AMC_FRU_FIELD_B, l_Record->m_NumDSPs);
+    AddInt(*a_Row, BMI_HW_AMC_FRU_FIELD_A, l_Record->m_FirstDSPType);
     LogTrace(m_Logger, "IPMIAdaptor :: AMC_FRU_ReadParams - returning OK");
     return RESULT_OK;
 }

@@ -1,10 +1,14 @@
-// What the hardware tables share: the run-status cache and the RTM override's modes.
+// What the hardware tables share: the run-status cache, the RTM override's modes, and one entity's facts.
 #pragma once
+
+#include "ipmi/IPMI_FRUParse.h"
+#include "ipmi/IPMI_Thread_Model.h"
 
 #include <cstdint>
 #include <map>
 #include <mutex>
 #include <optional>
+#include <string>
 
 namespace BM_ADAPTOR {
 
@@ -45,5 +49,34 @@ struct AMC_OVERRIDE {
 };
 
 std::optional<AMC_OVERRIDE> AMCOverride();
+
+/// What an AMC's vendor record tells.
+struct AMC_FACTS {
+    int32_t m_NumDSPs = 0;
+    int32_t m_FirstDSPType = 0;
+    std::optional<VENDOR_DSP> m_FirstDSP; ///< when the record is long enough for it
+};
+
+/// What the tables need of a FRU: texts, and its vendor records if it has them.
+struct FRU_FACTS {
+    std::string m_BoardManufacturer;
+    std::string m_BoardProductName;
+    std::string m_BoardSerialNumber;
+    std::string m_BoardPartNumber;
+    std::string m_ProductSerialNumber;
+    std::string m_ProductVersion;
+    std::optional<AMC_FACTS> m_AMC;
+    std::optional<PSTN_DATA> m_RTM;
+};
+
+/// What the tables need of an entity. A copy: lines and rows are made of it after the model's lock was given back.
+struct HARDWARE_FACTS {
+    int32_t m_BayLocation = 0;
+    std::optional<FRU_FACTS> m_FRU; ///< the first FRU's
+    std::optional<IPMI_MC> m_MC;    ///< the first controller
+};
+
+/// The first entity of the id, in map order, and in the bay when one is given. Takes the model's lock, shared.
+std::optional<HARDWARE_FACTS> FindHardware(int32_t a_EntityID, std::optional<int32_t> a_Bay = std::nullopt);
 
 } // namespace BM_ADAPTOR

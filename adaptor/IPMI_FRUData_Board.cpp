@@ -2,10 +2,10 @@
 #include "adaptor/IPMI_Adaptor.h"
 
 #include "adaptor/IPMI_Adaptor_Rows.h"
+#include "adaptor/IPMI_FRUData.h"
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_Probe.h"
-#include "ipmi/IPMI_Thread_Model.h"
 
 namespace BM_ADAPTOR {
 
@@ -23,12 +23,10 @@ int IPMIAdaptor::Board_Hardware_ReadParams(const CBMIKeys*, CBMIParams* a_Row) {
     LogTrace(m_Logger, "IPMIAdaptor :: Board_Hardware_ReadParams");
     if (a_Row == nullptr) return RESULT_NOT_FOUND;
 
-    const MODEL_READER l_Model(g_EntityMapLock);
-    const IPMI_ENTITY* l_Board =
-        FirstEntity([](const IPMI_ENTITY& a_Entity) { return a_Entity.m_EntityID == ENTITY_ID_BASEBOARD; });
-    if (l_Board == nullptr) return RESULT_NOT_FOUND;
-    const IPMI_FRU* l_FRU = l_Board->FirstFRU();
-    if (l_FRU == nullptr) {
+    const auto l_Board = FindHardware(ENTITY_ID_BASEBOARD);
+    if (!l_Board) return RESULT_NOT_FOUND;
+    const auto& l_FRU = l_Board->m_FRU;
+    if (!l_FRU) {
         LogError(m_Logger, "IPMIAdaptor :: Board_Hardware_ReadParams - FRU data missing - internal error (no FRU)");
         return RESULT_NOT_FOUND;
     }
@@ -38,8 +36,8 @@ int IPMIAdaptor::Board_Hardware_ReadParams(const CBMIKeys*, CBMIParams* a_Row) {
     AddText(*a_Row, BMI_HW_BOARD_PRODUCT_SERIAL, l_FRU->m_ProductSerialNumber);
     AddText(*a_Row, BMI_HW_BOARD_PRODUCT_VERSION, l_FRU->m_ProductVersion);
     AddText(*a_Row, BMI_HW_BOARD_PART_NUMBER, l_FRU->m_BoardPartNumber);
-    const IPMI_MC* l_MC = l_Board->FirstMC();
-    if (l_MC == nullptr) {
+    const auto& l_MC = l_Board->m_MC;
+    if (!l_MC) {
         LogError(m_Logger, "IPMIAdaptor :: Board_Hardware_ReadParams - FRU data missing - internal error (NO MC)");
         return RESULT_NOT_FOUND;
     }
@@ -72,7 +70,8 @@ int IPMIAdaptor::Board_Hardware_WriteParams(CBMIKeys*, CBMIParams* a_Values) {
              BoolParam(a_Values, BMI_HW_BOARD_RESET_BASEBOARD) ? "TRUE" : "FALSE",
              BoolParam(a_Values, BMI_HW_BOARD_RESET_ENTIRE_CARD) ? "TRUE" : "FALSE");
     // Under the complete simulation there is no probe, and nothing to reset.
-    if (g_ENTITYCapture != nullptr) g_ENTITYCapture->SendFRUControl(BASEBOARD_FRU_ID, FRU_CONTROL_COLD_RESET);
+    ENTITYCAPTURE* const l_Probe = g_ENTITYCapture;
+    if (l_Probe != nullptr) l_Probe->SendFRUControl(BASEBOARD_FRU_ID, FRU_CONTROL_COLD_RESET);
     LogTrace(m_Logger, "Board_Hardware_WriteParams - Sending Request - DONE");
     return RESULT_OK;
 }

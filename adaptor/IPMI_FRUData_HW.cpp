@@ -5,7 +5,6 @@
 #include "adaptor/IPMI_Adaptor_Rows.h"
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
-#include "ipmi/IPMI_Thread_Model.h"
 
 namespace BM_ADAPTOR {
 
@@ -67,17 +66,14 @@ int IPMIAdaptor::AMC_HW_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
     }
     LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams - Slot location=%i", *l_Bay);
 
-    const MODEL_READER l_Model(g_EntityMapLock);
-    const IPMI_ENTITY* l_Entity = FirstEntity([&](const IPMI_ENTITY& a_Entity) {
-        return a_Entity.m_EntityID == l_EntityID && a_Entity.m_BayLocation == *l_Bay;
-    });
-    if (l_Entity == nullptr) {
+    const auto l_Entity = FindHardware(l_EntityID, *l_Bay);
+    if (!l_Entity) {
         LogError(m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams - returning not found");
         return RESULT_NOT_FOUND;
     }
     LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams - found target entity ID");
-    const IPMI_FRU* l_FRU = l_Entity->FirstFRU();
-    if (l_FRU == nullptr) {
+    const auto& l_FRU = l_Entity->m_FRU;
+    if (!l_FRU) {
         LogError(m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams - FRU data missing - internal error ");
         return RESULT_NOT_FOUND;
     }
@@ -88,7 +84,7 @@ int IPMIAdaptor::AMC_HW_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
     AddText(*a_Row, BMI_HW_AMC_SERIAL, l_FRU->m_BoardSerialNumber);
     AddText(*a_Row, BMI_HW_AMC_PRODUCT_VERSION, l_FRU->m_ProductVersion);
     AddText(*a_Row, BMI_HW_AMC_PART_NUMBER, l_FRU->m_BoardPartNumber);
-    if (const IPMI_MC* l_MC = l_Entity->FirstMC()) {
+    if (const auto& l_MC = l_Entity->m_MC) {
         AddText(*a_Row, BMI_HW_AMC_FW_VERSION, FormatText("%i.%i", l_MC->m_MajorFWRevision, l_MC->m_MinorFWRevision));
     } else {
         LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams - NO MC FOR AMC - HACK");

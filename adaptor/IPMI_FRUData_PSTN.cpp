@@ -4,8 +4,6 @@
 #include "adaptor/IPMI_Adaptor.h"
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
-#include "ipmi/IPMI_FRUParse.h"
-#include "ipmi/IPMI_Thread_Model.h"
 
 #include <array>
 #include <cerrno>
@@ -145,20 +143,17 @@ int IPMIAdaptor::WriteProcFile() {
 bool IPMIAdaptor::mReadPSTNData(PSTN_DATA& a_Data) const {
     LogTrace(m_Logger, "IPMIAdaptor :: WriteProcFile - Using FRU data (no override)");
     LogTrace(m_Logger, "IPMIAdaptor :: WriteProcFile");
-    const MODEL_READER l_Model(g_EntityMapLock);
-    const IPMI_ENTITY* l_RTM =
-        FirstEntity([](const IPMI_ENTITY& a_Entity) { return a_Entity.m_EntityID == ENTITY_ID_RTM; });
-    if (l_RTM == nullptr) {
+    const auto l_RTM = FindHardware(ENTITY_ID_RTM);
+    if (!l_RTM) {
         LogError(m_Logger, "IPMIAdaptor :: WriteProcFile - NO AMC INSTALLED "); // no RTM, that is
         return false;
     }
-    const IPMI_FRU* l_FRU = l_RTM->FirstFRU();
-    if (l_FRU == nullptr) {
+    if (!l_RTM->m_FRU) {
         LogError(m_Logger, "IPMIAdaptor :: WriteProcFile - No RTM data ");
         return false;
     }
-    if (const auto l_Record = FindVendorRecord(*l_FRU, VENDOR_RECORD_RTM)) {
-        a_Data = {l_Record->FramerType(), l_Record->NumFramers(), l_Record->TrunksPerFramer()};
+    if (const auto& l_Record = l_RTM->m_FRU->m_RTM) {
+        a_Data = *l_Record;
         LogTrace(m_Logger, "IPMIAdaptor :: WriteProcFile - returning OK ");
     }
     return true;

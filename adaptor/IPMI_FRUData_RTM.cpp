@@ -4,8 +4,6 @@
 #include "adaptor/IPMI_Adaptor.h"
 #include "adaptor/IPMI_Adaptor_Rows.h"
 #include "common/veldo_common_trace.h"
-#include "ipmi/IPMI_FRUParse.h"
-#include "ipmi/IPMI_Thread_Model.h"
 
 namespace BM_ADAPTOR {
 
@@ -46,24 +44,21 @@ int IPMIAdaptor::RTM_FRU_ReadParams(const CBMIKeys*, CBMIParams* a_Row) {
         LogTrace(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - Using FRU data (no override)");
     }
 
-    const MODEL_READER l_Model(g_EntityMapLock);
-    const IPMI_ENTITY* l_RTM =
-        FirstEntity([](const IPMI_ENTITY& a_Entity) { return a_Entity.m_EntityID == ENTITY_ID_RTM; });
-    if (l_RTM == nullptr) {
+    const auto l_RTM = FindHardware(ENTITY_ID_RTM);
+    if (!l_RTM) {
         LogError(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - NO RTM INSTALLED ");
         return RESULT_NOT_FOUND;
     }
-    const IPMI_FRU* l_FRU = l_RTM->FirstFRU();
-    if (l_FRU == nullptr) {
+    if (!l_RTM->m_FRU) {
         LogError(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - FRU data missing - internal error ");
         return RESULT_NOT_FOUND;
     }
-    const auto l_Record = FindVendorRecord(*l_FRU, VENDOR_RECORD_RTM);
+    const auto& l_Record = l_RTM->m_FRU->m_RTM;
     if (!l_Record) {
         LogError(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - error - not found");
         return RESULT_NOT_FOUND;
     }
-    AddFramers(*a_Row, l_Record->FramerType(), l_Record->NumFramers(), l_Record->TrunksPerFramer());
+    AddFramers(*a_Row, l_Record->m_FramerType, l_Record->m_NumFramers, l_Record->m_TrunksPerFramer);
     LogTrace(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - returning OK ");
     return RESULT_OK;
 }

@@ -17,7 +17,8 @@ enum HOST_LED_e : int32_t { HOST_LED_HOT_SWAP = 1, HOST_LED_OUT_OF_SERVICE = 2, 
 /// Where one LED is reached: copied from the model, so that nothing holds the model's lock while a reply is awaited.
 struct LED_TARGET {
     std::optional<IPMI_CONTROL> m_Control; ///< the OpenIPMI light control, when the model has one
-    IPMI_LED* m_LED = nullptr;             ///< the LED's record, which is never removed; null: no such LED
+    IPMI_LED* m_LED = nullptr;             ///< the LED's record, which is never removed, to be looked at under the
+                                           ///< model's lock only; null: no such LED
     int32_t m_FRUDeviceID = 0;
     int32_t m_HostLEDID = 0;
     int32_t m_PICMGLEDID = -1;

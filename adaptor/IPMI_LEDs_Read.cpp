@@ -160,23 +160,18 @@ int IPMIAdaptor::mReadLED(const LED_READER& a_Reader, const CBMIKeys* a_Keys, CB
     }
     TraceText(m_Logger, a_Reader.m_Looking, *l_LEDID);
 
-    LED_TARGET l_Target;
-    {
-        const MODEL_READER l_Model(g_EntityMapLock);
-        IPMI_ENTITY* l_Entity = mFindLEDsEntity(a_Reader, l_Bay.value_or(0));
-        if (l_Entity == nullptr) {
-            ErrorText(m_Logger, a_Reader.m_NoEntity);
-            return RESULT_NOT_FOUND;
-        }
-        if (IsSimulated(a_Reader.m_Simulation)) {
-            TraceText(m_Logger, a_Reader.m_Simulated);
-            AddKeys(a_Reader, *l_LEDID, a_Reader.m_bSimulatedRowHasBay ? l_Bay : std::nullopt, *a_Row);
-            a_Reader.m_ToRow(a_Row, SimulatedState());
-            return RESULT_OK;
-        }
-        l_Target = mLEDTarget(*l_Entity, *l_LEDID);
+    IPMI_ENTITY* const l_Entity = mFindLEDsEntity(a_Reader, l_Bay.value_or(0));
+    if (l_Entity == nullptr) {
+        ErrorText(m_Logger, a_Reader.m_NoEntity);
+        return RESULT_NOT_FOUND;
     }
-
+    if (IsSimulated(a_Reader.m_Simulation)) {
+        TraceText(m_Logger, a_Reader.m_Simulated);
+        AddKeys(a_Reader, *l_LEDID, a_Reader.m_bSimulatedRowHasBay ? l_Bay : std::nullopt, *a_Row);
+        a_Reader.m_ToRow(a_Row, SimulatedState());
+        return RESULT_OK;
+    }
+    LED_TARGET l_Target = mLEDTarget(*l_Entity, *l_LEDID);
     LED_STATE l_State;
     const auto l_Result = mReadLEDState(a_Reader, l_Target, l_State);
     if (!l_Result) return RESULT_NOT_FOUND;
@@ -200,8 +195,9 @@ std::optional<int> IPMIAdaptor::mReadLEDState(const LED_READER& a_Reader, LED_TA
         ErrorText(m_Logger, a_Reader.m_NoLED);
         return std::nullopt;
     }
-    if (g_ENTITYCapture == nullptr) return std::nullopt; // no probe, nothing to ask
-    const int l_Result = g_ENTITYCapture->SendGetPICMCLEDState(a_Target.m_FRUDeviceID, a_Target.m_PICMGLEDID, &a_State);
+    ENTITYCAPTURE* const l_Probe = g_ENTITYCapture;
+    if (l_Probe == nullptr) return std::nullopt; // nothing to ask
+    const int l_Result = l_Probe->SendGetPICMCLEDState(a_Target.m_FRUDeviceID, a_Target.m_PICMGLEDID, &a_State);
     TraceText(m_Logger, a_Reader.m_Packing);
     return l_Result;
 }

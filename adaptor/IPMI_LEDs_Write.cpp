@@ -148,18 +148,14 @@ int IPMIAdaptor::mWriteLED(const LED_WRITER& a_Writer, const CBMIKeys& a_Keys, c
         return RESULT_OK;
     }
 
-    LED_TARGET l_Target;
-    {
-        const MODEL_READER l_Model(g_EntityMapLock);
-        IPMI_ENTITY* l_Entity = a_Writer.m_BayKey ? mFirstAMC() : FindEntitybyEntityID(ENTITY_ID_BASEBOARD);
-        if (l_Entity == nullptr) {
-            ErrorText(m_Logger, a_Writer.m_NoEntity);
-            return RESULT_NOT_FOUND;
-        }
-        TraceText(m_Logger, a_Writer.m_FindingControl, *l_LEDID);
-        l_Target = mLEDTarget(*l_Entity, *l_LEDID);
-        l_Target.m_FRUDeviceID = a_Writer.m_FRUDeviceID.value_or(l_Target.m_FRUDeviceID);
+    IPMI_ENTITY* const l_Entity = a_Writer.m_BayKey ? mFirstAMC() : FindEntitybyEntityID(ENTITY_ID_BASEBOARD);
+    if (l_Entity == nullptr) {
+        ErrorText(m_Logger, a_Writer.m_NoEntity);
+        return RESULT_NOT_FOUND;
     }
+    TraceText(m_Logger, a_Writer.m_FindingControl, *l_LEDID);
+    LED_TARGET l_Target = mLEDTarget(*l_Entity, *l_LEDID);
+    l_Target.m_FRUDeviceID = a_Writer.m_FRUDeviceID.value_or(l_Target.m_FRUDeviceID);
     if (!l_Target.m_Control) return mWriteLEDByProbe(a_Writer, l_Target, a_Values);
 
     TraceText(m_Logger, a_Writer.m_Converting);
@@ -183,9 +179,10 @@ int IPMIAdaptor::mWriteLEDByProbe(const LED_WRITER& a_Writer, const LED_TARGET& 
         TraceText(m_Logger, a_Writer.m_DefaultColor);
         l_State.m_Color = DefaultColor(*a_Target.m_LED);
     }
-    if (g_ENTITYCapture == nullptr) return RESULT_NOT_FOUND; // no probe, nothing to send with
+    ENTITYCAPTURE* const l_Probe = g_ENTITYCapture;
+    if (l_Probe == nullptr) return RESULT_NOT_FOUND; // nothing to send with
     TraceText(m_Logger, a_Writer.m_Sending, l_State.m_Color);
-    return g_ENTITYCapture->SendSetPICMCLEDState(a_Target.m_FRUDeviceID, a_Target.m_PICMGLEDID, &l_State);
+    return l_Probe->SendSetPICMCLEDState(a_Target.m_FRUDeviceID, a_Target.m_PICMGLEDID, &l_State);
 }
 
 int IPMIAdaptor::Baseboard_LED_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
