@@ -131,9 +131,11 @@ void IPMITHREAD::s_DomainOpen(ipmi_domain_t* a_Domain, int a_Err, unsigned int a
 void IPMITHREAD::DomainOpen(ipmi_domain_t* a_Domain, int, unsigned int, unsigned int, int, void*) {
     LogTrace(g_Logger2, "IPMITHREAD :: DomainOpen");
     if (m_bDomainReady == 0) {
-        if (g_ENTITYCapture != nullptr) g_ENTITYCapture->Supersede(); // not deleted: a late reply may still reach it
-        g_ENTITYCapture = new ENTITYCAPTURE(a_Domain, this, g_Logger2);
-        g_ENTITYCapture->StartCapture();
+        ENTITYCAPTURE* const l_Before = g_ENTITYCapture;
+        if (l_Before != nullptr) l_Before->Supersede(); // not deleted: a late reply may still reach it
+        auto* const l_Probe = new ENTITYCAPTURE(a_Domain, this, g_Logger2);
+        g_ENTITYCapture = l_Probe;
+        l_Probe->StartCapture();
     }
     if (m_bHandlersRegistered) return;
     m_bHandlersRegistered = true; // once, even when it fails: a second try would register twice

@@ -107,6 +107,12 @@ void DumpVendorRecord(const DUMP& a_Dump, const MULTIRECORD& a_Record) {
     }
 }
 
+// A host thread that writes an LED may note a colour meanwhile.
+IPMI_LED CopyOf(const IPMI_LED& a_LED) {
+    const MODEL_READER l_Model(g_EntityMapLock);
+    return a_LED;
+}
+
 void DumpLED(const DUMP& a_Dump, const IPMI_LED& a_LED) {
     a_Dump.Line("        LED ID= %i %s %s %s %s %s %s\n", a_LED.m_LEDID, a_LED.m_bBlue ? "BLUE" : "",
                 a_LED.m_bRed ? "RED" : "", a_LED.m_bGreen ? "GREEN" : "", a_LED.m_bAmber ? "AMBER" : "",
@@ -181,7 +187,7 @@ void IPMITHREAD::DumpModel() {
             l_Dump.Line("             MC     FW Major    :%i\n", a_MC.m_MajorFWRevision);
             l_Dump.Line("             MC     FW Minor    :%i\n", a_MC.m_MinorFWRevision);
         });
-        ForEach(a_Entity.m_LEDMap, [&](const IPMI_LED& a_LED) { DumpLED(l_Dump, a_LED); });
+        ForEach(a_Entity.m_LEDMap, [&](const IPMI_LED& a_LED) { DumpLED(l_Dump, CopyOf(a_LED)); });
     });
 }
 
@@ -209,7 +215,7 @@ void IPMITHREAD::TraceModel() {
             LogTrace(g_Logger2, "MC       FW Major    :%i", a_MC.m_MajorFWRevision);
             LogTrace(g_Logger2, "MC       FW Minor    :%i", a_MC.m_MinorFWRevision);
         });
-        ForEach(a_Entity.m_LEDMap, [&](const IPMI_LED& a_LED) { DumpLED(l_Dump, a_LED); });
+        ForEach(a_Entity.m_LEDMap, [&](const IPMI_LED& a_LED) { DumpLED(l_Dump, CopyOf(a_LED)); });
         ++l_Count;
     });
 }

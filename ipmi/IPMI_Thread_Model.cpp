@@ -9,8 +9,8 @@
 #include <tuple>
 #include <utility>
 
-bool g_bCompleteIPMISimulation = false;
-bool g_bAMCRTMOnlySimulation = false;
+std::atomic<bool> g_bCompleteIPMISimulation = false;
+std::atomic<bool> g_bAMCRTMOnlySimulation = false;
 
 namespace {
 
@@ -99,9 +99,9 @@ namespace BM_ADAPTOR {
 
 ENTITY_MAP& g_EntityMap = *new ENTITY_MAP;
 SDR_MAP& g_SDRMAP = *new SDR_MAP;
-std::shared_mutex& g_EntityMapLock = *new std::shared_mutex;
-ENTITYCAPTURE* g_ENTITYCapture = nullptr;
-CBaseOsLog* g_Logger2 = nullptr;
+MODEL_LOCK& g_EntityMapLock = *new MODEL_LOCK;
+std::atomic<ENTITYCAPTURE*> g_ENTITYCapture = nullptr;
+std::atomic<CBaseOsLog*> g_Logger2 = nullptr;
 
 const char* TranslateControlType(int a_Type) {
     static constexpr std::array<const char*, 11> l_Names = {

@@ -2,11 +2,13 @@
 //
 // The records are written by the domain thread and read by host threads. Until the model is ready only the domain
 // thread touches it; afterwards every reader holds a MODEL_READER while it follows pointers, and the domain thread a
-// MODEL_WRITER while it changes the structure. Neither is ever held while a reply is awaited.
+// MODEL_WRITER while it changes the structure. What is needed is copied under the lock and used after it: no reply is
+// awaited and nothing of the host's is called, not even its logger, while one of them is held.
 #pragma once
 
 #include <OpenIPMI/ipmi_types.h>
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -14,6 +16,8 @@
 #include <shared_mutex>
 #include <string>
 #include <vector>
+
+#include <pthread.h>
 
 class CBaseOsLog;
 class SDR;
@@ -162,25 +166,47 @@ private:
     std::vector<std::unique_ptr<IPMI_FRU>> m_ReplacedFRUs;
 };
 
-extern bool g_bCompleteIPMISimulation; ///< the whole inventory is simulated
-extern bool g_bAMCRTMOnlySimulation;   ///< the baseboard is real, AMC and RTM are simulated; nothing sets it
+extern std::atomic<bool> g_bCompleteIPMISimulation; ///< the whole inventory is simulated
+extern std::atomic<bool> g_bAMCRTMOnlySimulation; ///< the baseboard is real, AMC and RTM are simulated; nothing sets it
 
 namespace BM_ADAPTOR {
 
 using ENTITY_MAP = std::map<IPMI_ENTITY_ADDRESS, IPMI_ENTITY*>;
 using SDR_MAP = std::map<uint16_t, SDR*>;
 
+/// The model's lock: shared by readers, whom a waiting writer does not let pass. std::shared_mutex would let them, and
+/// busy readers keep the domain thread out for seconds. Nobody may lock it twice on one thread.
+class MODEL_LOCK {
+public:
+    MODEL_LOCK() = default;
+    MODEL_LOCK(const MODEL_LOCK&) = delete;
+    MODEL_LOCK& operator=(const MODEL_LOCK&) = delete;
+    ~MODEL_LOCK() { pthread_rwlock_destroy(&m_Lock); }
+
+    // Named as the standard's lock guards want them.
+    void lock() { pthread_rwlock_wrlock(&m_Lock); }
+    bool try_lock() { return pthread_rwlock_trywrlock(&m_Lock) == 0; }
+    void unlock() { pthread_rwlock_unlock(&m_Lock); }
+    void lock_shared() { pthread_rwlock_rdlock(&m_Lock); }
+    /// False also while a writer waits.
+    bool try_lock_shared() { return pthread_rwlock_tryrdlock(&m_Lock) == 0; }
+    void unlock_shared() { pthread_rwlock_unlock(&m_Lock); }
+
+private:
+    pthread_rwlock_t m_Lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+};
+
 // Never destroyed: the domain thread uses them until the process has ended.
-extern ENTITY_MAP& g_EntityMap;            ///< owns the entities; an entry may hold null
-extern SDR_MAP& g_SDRMAP;                  ///< owns the records
-extern std::shared_mutex& g_EntityMapLock; ///< see MODEL_READER and MODEL_WRITER
-extern ENTITYCAPTURE* g_ENTITYCapture;     ///< the probe, made when the domain opens; null before
-extern CBaseOsLog* g_Logger2;              ///< where the domain thread and the probe log; null is harmless
+extern ENTITY_MAP& g_EntityMap;                     ///< owns the entities; an entry may hold null
+extern SDR_MAP& g_SDRMAP;                           ///< owns the records
+extern MODEL_LOCK& g_EntityMapLock;                 ///< see MODEL_READER and MODEL_WRITER
+extern std::atomic<ENTITYCAPTURE*> g_ENTITYCapture; ///< the probe, made when the domain opens; null before
+extern std::atomic<CBaseOsLog*> g_Logger2;          ///< where the domain thread and the probe log; null is harmless
 
 /// The one is held by a host thread while it reads the model, the other while something in it is changed: its structure
 /// by the domain thread, what is known of an LED's colours by a host thread that writes an LED.
-using MODEL_READER = std::shared_lock<std::shared_mutex>;
-using MODEL_WRITER = std::unique_lock<std::shared_mutex>;
+using MODEL_READER = std::shared_lock<MODEL_LOCK>;
+using MODEL_WRITER = std::unique_lock<MODEL_LOCK>;
 
 /// The first entity, in map order, for which `a_Wanted(entity)` holds, or null. The caller holds the model's lock.
 template <typename PREDICATE>

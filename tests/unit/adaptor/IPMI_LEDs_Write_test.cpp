@@ -3,8 +3,11 @@
 
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
+#include "fake/StdoutCapture.h"
+#include "ipmi/IPMI_Thread.h"
 
 #include <atomic>
+#include <latch>
 #include <limits>
 #include <thread>
 
@@ -319,6 +322,26 @@ TEST_P(LedWrite, DefaultColourIsTakenFromTheSupportedFlags) {
                         Contains(Trace(Text(FormatText("(), Sending LED, l_State->m_Color=%d", l_Case.m_Color)))));
         }
     }
+}
+
+// For the thread sanitizer above all: the domain thread shows the colours that a host thread notes.
+TEST_P(LedWrite, MayNoteAColourWhileTheModelIsDumped) {
+    AddOwner();
+    TakeSets();
+    STDOUT_CAPTURE l_Output;
+    IPMITHREAD l_Domain(&m_Log, nullptr);
+    std::latch l_Begin(2);
+    std::thread l_Dumps([&] {
+        l_Begin.arrive_and_wait();
+        for (int i = 0; i < 20; ++i)
+            l_Domain.DomainFullyUp(nullptr, &l_Domain);
+    });
+    l_Begin.arrive_and_wait();
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(Write({{0x02, 1}, {0x03, 0}, {0x05, 1}}), 0);
+    l_Dumps.join();
+    l_Domain.DomainFullyUp(nullptr, &l_Domain);
+    EXPECT_THAT(l_Output.StopLines(), Contains("        LED ID= 1   GREEN   "));
 }
 
 TEST_P(LedWrite, WithoutAColourGetsTheDefaultOne) {

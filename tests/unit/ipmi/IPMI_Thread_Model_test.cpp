@@ -7,10 +7,14 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <climits>
 #include <memory>
 #include <string>
+#include <thread>
 #include <type_traits>
+#include <vector>
 
 using namespace BM_ADAPTOR;
 
@@ -55,6 +59,60 @@ TEST(MultiRecord, IsEmptyWithoutBytes) {
         EXPECT_EQ(l_Record.m_Data, nullptr) << l_Length;
         EXPECT_EQ(l_Record.m_Length, 0) << l_Length;
     }
+}
+
+// The domain thread's turn comes however busy the host's threads read. One more reader is refused as soon as the writer
+// waits, and from then on each of the six can be through at most with the read that it had begun.
+TEST(ModelLock, SixBusyReadersDoNotPassAWaitingWriter) {
+    constexpr int READERS = 6;
+    MODEL_LOCK l_Lock;
+    std::atomic<bool> l_WriterWaits = false;
+    std::atomic<bool> l_Over = false;
+    std::atomic<int> l_Passed = 0;
+    bool l_Written = false; // only the lock keeps readers and writer apart here
+    MODEL_READER l_Holder(l_Lock);
+    std::vector<std::thread> l_Readers;
+    for (int i = 0; i < READERS; ++i) {
+        l_Readers.emplace_back([&] {
+            while (!l_Over) {
+                const MODEL_READER l_Reader(l_Lock);
+                if (l_WriterWaits && !l_Written) ++l_Passed;
+            }
+        });
+    }
+    std::thread l_Writer([&] {
+        const MODEL_WRITER l_Model(l_Lock);
+        l_Written = true;
+    });
+    const auto l_Limit = std::chrono::steady_clock::now() + std::chrono::seconds(20); // for a lock that prefers readers
+    while (!l_WriterWaits && std::chrono::steady_clock::now() < l_Limit) {
+        l_WriterWaits = !l_Lock.try_lock_shared();
+        if (!l_WriterWaits) l_Lock.unlock_shared();
+        std::this_thread::yield();
+    }
+    EXPECT_TRUE(l_WriterWaits) << "readers still get in, and the writer does not";
+    l_Holder.unlock();
+    if (!l_WriterWaits) l_Over = true; // or the writer may never be through
+    l_Writer.join();
+    l_Over = true;
+    for (auto& l_Reader : l_Readers)
+        l_Reader.join();
+    EXPECT_TRUE(l_Written);
+    EXPECT_LE(l_Passed, READERS);
+}
+
+TEST(ModelLock, ReadersShareItAndAWriterDoesNot) {
+    MODEL_LOCK l_Lock;
+    {
+        const MODEL_READER l_First(l_Lock);
+        const MODEL_READER l_Second(l_Lock, std::try_to_lock);
+        EXPECT_TRUE(l_Second.owns_lock());
+        EXPECT_FALSE(MODEL_WRITER(l_Lock, std::try_to_lock).owns_lock());
+    }
+    const MODEL_WRITER l_Writer(l_Lock, std::try_to_lock);
+    ASSERT_TRUE(l_Writer.owns_lock());
+    EXPECT_FALSE(MODEL_READER(l_Lock, std::try_to_lock).owns_lock());
+    EXPECT_FALSE(MODEL_WRITER(l_Lock, std::try_to_lock).owns_lock());
 }
 
 TEST(Records, CannotBeCopiedByAccident) {

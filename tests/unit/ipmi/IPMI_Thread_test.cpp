@@ -6,6 +6,8 @@
 
 #include <csignal>
 #include <memory>
+#include <optional>
+#include <thread>
 
 using namespace BM_ADAPTOR;
 using ::testing::ExitedWithCode;
@@ -127,6 +129,29 @@ TEST_F(DomainThread, SimulatesEverythingWithoutAConnection) {
     EXPECT_EQ(TextsAfterStart(3), TEXTS{"IPMI smi setup failed"});
     EXPECT_TRUE(Fake().Setup().m_OpenCalls.empty());
     EXPECT_EQ(g_EntityMap.size(), 3U);
+    EXPECT_TRUE(Released());
+}
+
+// For the thread sanitizer: what the domain thread sets while host threads look at it.
+TEST_F(DomainThread, HostThreadSeesTheLoggerAndTheSimulation) {
+    g_Logger2 = nullptr;
+    Fake().Setup().m_SmiResult = 2;
+    std::thread l_Host([] {
+        while (g_Logger2 == nullptr || !g_bCompleteIPMISimulation || g_bAMCRTMOnlySimulation)
+            std::this_thread::yield();
+    });
+    PrintedBy([&] { m_Thread.run(); });
+    l_Host.join();
+    EXPECT_TRUE(Released());
+}
+
+TEST_F(DomainThread, HostThreadSeesTheProbe) {
+    std::thread l_Host([] {
+        while (g_ENTITYCapture == nullptr)
+            std::this_thread::yield();
+    });
+    RunUntilIdle();
+    l_Host.join();
     EXPECT_TRUE(Released());
 }
 
