@@ -193,6 +193,12 @@ TEST_P(LedWrite, ChangesNothingAndSucceedsUnderTheCompleteSimulation) {
     EXPECT_THAT(Fake().Controls().m_Calls, IsEmpty());
 }
 
+TEST_P(LedWrite, UnderTheCompleteSimulationNeedsNoEntity) {
+    g_bCompleteIPMISimulation = true;
+    EXPECT_TRUE(g_EntityMap.empty());
+    EXPECT_EQ(Write(), 1);
+}
+
 TEST_P(LedWrite, OfAModuleIsSimulatedWhenOnlyTheModulesAre) {
     AddOwner();
     TakeSets();
@@ -414,6 +420,32 @@ TEST_P(LedWrite, HostThreadsWriteAndReadAtTheSameTime) {
 
 INSTANTIATE_TEST_SUITE_P(Writers, LedWrite, testing::ValuesIn(g_Writers),
                          [](const auto& a_Info) { return a_Info.param.m_Name; });
+
+// ---- the baseboard under another FRU device id than 0
+
+class BaseboardLed : public LED_TEST {
+protected:
+    BaseboardLed() { IPMI_TEST_ACCESS::FRUEntities(*m_Probe)[0] = &AddWithLEDs(ENTITY_ID_BASEBOARD, 3, 5); }
+};
+
+TEST_F(BaseboardLed, IsWrittenAsFru0) {
+    Fake().OnRequest({0x2C, 0x07}, BYTES{0x00, 0x00});
+    CBMIKeys l_Keys = Integers<CBMIKeys>({{0x101, 2}});
+    CBMIParams l_Values = Integers<CBMIParams>({{0x10C, 3}, {0x102, 1}, {0x103, 0}, {0x105, 1}});
+    EXPECT_EQ(m_Adaptor.WriteParams(0x100, &l_Keys, &l_Values), 0);
+    EXPECT_THAT(Sets(), ElementsAre(BYTES{0, 1, 0xFF, 0, 3}));
+}
+
+TEST_F(BaseboardLed, IsReadAsTheFruThatItIs) {
+    OnGet(5, 1, LOCAL_GREEN);
+    for (const auto& [l_Group, l_Key] : {std::pair{0x100U, 0x101U}, std::pair{0x30100U, 0x30101U}}) {
+        const CBMIKeys l_Keys = Integers<CBMIKeys>({{l_Key, 2}});
+        CBMIParams* l_Row = nullptr;
+        EXPECT_EQ(m_Adaptor.ReadParams(l_Group, &l_Keys, l_Row), 1) << l_Group;
+        EXPECT_EQ(Fake().SentBytes().back(), (BYTES{0x2C, 0x08, 0x00, 5, 1})) << l_Group;
+        delete l_Row;
+    }
+}
 
 // ---- what the AMC's handler does with the keys
 

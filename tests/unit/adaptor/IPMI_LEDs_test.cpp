@@ -259,6 +259,18 @@ TEST_F(LightRequest, OutsideARequestTheControlIsNotTouched) {
     EXPECT_THAT(Fake().Controls().m_Calls, IsEmpty());
 }
 
+TEST_F(LightRequest, AfterARequestTheControlIsNotTouchedAnyMore) {
+    OPENIPMI_LED_REQUEST l_Request(Control());
+    l_Request.Read();
+    const auto l_Calls = Fake().Controls().m_Calls;
+    l_Request.ID2Pointer_Handler(m_Light);
+    EXPECT_EQ(Fake().Controls().m_Calls, l_Calls);
+    l_Request.Write();
+    const auto l_WithWrite = Fake().Controls().m_Calls;
+    l_Request.ID2Pointer_Handler(m_Light);
+    EXPECT_EQ(Fake().Controls().m_Calls, l_WithWrite);
+}
+
 TEST_F(LightRequest, TrampolinesWithoutARequestEndTheProcess) {
     const auto l_ToStderr = [] {
         fflush(stdout);

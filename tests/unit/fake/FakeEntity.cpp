@@ -55,14 +55,17 @@ ipmi_fru_t* ipmi_entity_get_fru(ipmi_entity_t* a_Entity) {
 
 int ipmi_entity_add_control_update_handler(ipmi_entity_t* a_Entity, ipmi_entity_control_cb a_Handler,
                                            void* a_UserData) {
+    Fake().NoteCall("ipmi_entity_add_control_update_handler");
     return a_Entity->m_ControlHandlers.Add(a_Handler, a_UserData);
 }
 
 int ipmi_entity_add_fru_update_handler(ipmi_entity_t* a_Entity, ipmi_entity_fru_cb a_Handler, void* a_UserData) {
+    Fake().NoteCall("ipmi_entity_add_fru_update_handler");
     return a_Entity->m_FRUHandlers.Add(a_Handler, a_UserData);
 }
 
 int ipmi_entity_add_hot_swap_handler(ipmi_entity_t* a_Entity, ipmi_entity_hot_swap_cb a_Handler, void* a_UserData) {
+    Fake().NoteCall("ipmi_entity_add_hot_swap_handler");
     return a_Entity->m_HotSwapHandlers.Add(a_Handler, a_UserData);
 }
 

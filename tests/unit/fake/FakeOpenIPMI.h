@@ -80,6 +80,7 @@ struct SETUP_SCRIPT {
     int m_ConnectionError = 0;               ///< with this error
     std::deque<int> m_PerformOneOpResults{}; ///< these come first, without anything being done
 
+    bool m_bTimeOutGiven = false; ///< perform_one_op was ever called with one
     int m_WakeSignal = 0;
     int m_SmiInterface = -1;
     os_handler_t* m_SmiOsHandler = nullptr;
@@ -87,7 +88,8 @@ struct SETUP_SCRIPT {
     os_handler_t* m_InitOsHandler = nullptr;
     os_vlog_t m_LogHandler = nullptr; ///< what set_log_handler got
     std::vector<OPEN_DOMAIN_CALL> m_OpenCalls{};
-    std::vector<std::string> m_Calls{}; ///< the names of the set-up functions, in the order of their calls
+    std::vector<std::string> m_Calls{}; ///< the names of the set-up functions and of an entity's registrations, in the
+                                        ///< order of their calls
 };
 
 /// How controls answer.

@@ -3,7 +3,8 @@
 
 namespace {
 
-int PerformOneOp(os_handler_t* a_Handler, struct timeval*) {
+int PerformOneOp(os_handler_t* a_Handler, struct timeval* a_TimeOut) {
+    if (a_TimeOut != nullptr) Fake().Setup().m_bTimeOutGiven = true;
     return Fake().PerformOneOp(a_Handler);
 }
 

@@ -1,5 +1,6 @@
 // What the model looks like on standard output when the domain is fully up, and in the traces when it was captured.
 #include "ThreadTest.h"
+#include "fake/TestAccess.h"
 
 #include <array>
 
@@ -122,6 +123,19 @@ TEST_F(FullyUpReport, ReleasesTheAdaptorUnderSimulationAfterTheDump) {
     EXPECT_TRUE(Released());
 }
 
+// Whoever waits for the model may free the thread's logger as soon as it goes on.
+TEST_F(FullyUpReport, WritesItsLastLineBeforeItReleasesTheAdaptor) {
+    std::vector<int> l_Ready;
+    WATCHING_LOG l_Log([&](const std::string&) { l_Ready.push_back(IPMI_TEST_ACCESS::bDomainReady(m_Thread)); });
+    g_Logger2 = &l_Log;
+    g_bCompleteIPMISimulation = true;
+    AddFRU(AddToModel({0, 32, 160, 96}, "board"), "fru");
+    Report();
+    EXPECT_GT(l_Ready.size(), 2U) << "the names of DSPs and framers are traced when they are printed";
+    EXPECT_THAT(l_Ready, ::testing::Each(0));
+    EXPECT_TRUE(Released());
+}
+
 TEST_F(FullyUpReport, NeedsNoDomain) {
     g_bCompleteIPMISimulation = true;
     PrintedBy([&] { m_Thread.DomainFullyUp(nullptr, &m_Thread); });
@@ -235,6 +249,17 @@ TEST_F(FullyUpReport, PrintsMultirecordsSixteenBytesALine) {
 TEST_F(CapturedModel, ReleasesTheAdaptorWhenItIsEmpty) {
     EXPECT_EQ(Capture(), TEXTS{});
     EXPECT_EQ(m_Log.Lines().front(), Trace("IPMITHREAD :: EntityCaptured - entity map size=%i", 0));
+    EXPECT_TRUE(Released());
+}
+
+TEST_F(CapturedModel, IsTracedToTheEndBeforeTheAdaptorIsReleased) {
+    std::vector<int> l_Ready;
+    WATCHING_LOG l_Log([&](const std::string&) { l_Ready.push_back(IPMI_TEST_ACCESS::bDomainReady(m_Thread)); });
+    g_Logger2 = &l_Log;
+    AddFRU(AddToModel({0, 32, 160, 96}, "board"), "fru");
+    m_Thread.EntityCaptured();
+    EXPECT_GT(l_Ready.size(), 10U);
+    EXPECT_THAT(l_Ready, ::testing::Each(0));
     EXPECT_TRUE(Released());
 }
 

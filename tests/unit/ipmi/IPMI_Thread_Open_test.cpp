@@ -29,6 +29,17 @@ TEST_F(ConnectionReport, IsTracedAndStartsTheProbe) {
     EXPECT_EQ(Fake().Sent().front().m_Data1, g_ENTITYCapture);
 }
 
+TEST_F(ConnectionReport, StartsTheProbeBeforeItRegistersForReports) {
+    int l_Registered = -1;
+    WATCHING_LOG l_Log([&](const std::string& a_Line) {
+        if (a_Line != "ENTITYCAPTURE :: SendGetPICMCProperties - rc=0") return;
+        l_Registered = Fake().Domain()->m_EntityHandlers.m_Attempts + Fake().Domain()->m_MCHandlers.m_Attempts;
+    });
+    g_Logger2 = &l_Log;
+    Report();
+    EXPECT_EQ(l_Registered, 0) << "when the first request is out; -1: it never was";
+}
+
 TEST_F(ConnectionReport, StartsTheProbeEvenWhenItReportsAnError) {
     Report(110);
     EXPECT_EQ(Fake().SentBytes(), std::vector<BYTES>{g_FirstRequest});

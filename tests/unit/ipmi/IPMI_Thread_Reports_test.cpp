@@ -71,6 +71,13 @@ TEST_F(EntityReport, RegistersTheEntitysHandlersWithTheThread) {
     EXPECT_EQ(m_Entity->m_HotSwapHandlers.m_Handlers[0].second, &m_Thread);
 }
 
+TEST_F(EntityReport, RegistersForControlsThenForTheFruThenForHotSwap) {
+    Report(m_Entity);
+    EXPECT_EQ(Fake().Setup().m_Calls,
+              (TEXTS{"ipmi_entity_add_control_update_handler", "ipmi_entity_add_fru_update_handler",
+                     "ipmi_entity_add_hot_swap_handler"}));
+}
+
 TEST_F(EntityReport, PutsNothingIntoTheModel) {
     Report(m_Entity);
     EXPECT_TRUE(g_EntityMap.empty());

@@ -205,6 +205,20 @@ TEST_F(DomainThread, AddsTheSimulatedModulesToARealDomainWhenTold) {
     EXPECT_FALSE(Released());
 }
 
+TEST_F(DomainThread, SaysThatItLoopsBeforeItAddsThem) {
+    std::optional<std::size_t> l_Entities;
+    WATCHING_LOG l_Log([&](const std::string& a_Line) {
+        if (a_Line == "Looping") l_Entities = g_EntityMap.size();
+    });
+    IPMITHREAD l_Thread(&l_Log, &m_StartupMutex);
+    g_bAMCRTMOnlySimulation = true;
+    Fake().Setup().m_bReportsConnection = false;
+    Fake().EndLoopWhenIdle();
+    EXPECT_THROW(l_Thread.run(), LOOP_ENDED);
+    EXPECT_EQ(l_Entities, 0U);
+    EXPECT_EQ(g_EntityMap.size(), 2U);
+}
+
 TEST_F(DomainThread, AddsNoSimulatedModulesOtherwise) {
     Fake().Setup().m_bReportsConnection = false;
     RunUntilIdle();
@@ -216,6 +230,12 @@ TEST_F(DomainThread, LoopsOnAfterAnOperationThatFailed) {
     RunUntilIdle();
     EXPECT_TRUE(Fake().Setup().m_PerformOneOpResults.empty());
     EXPECT_EQ(Fake().Domain()->m_EntityHandlers.m_Attempts, 1) << "the connection was reported afterwards";
+}
+
+TEST_F(DomainThread, GivesItsEventLoopNoTimeOut) {
+    RunUntilIdle();
+    EXPECT_EQ(Fake().Domain()->m_EntityHandlers.m_Attempts, 1) << "it ran";
+    EXPECT_FALSE(Fake().Setup().m_bTimeOutGiven);
 }
 
 TEST_F(DomainThread, TakesTheLogLinesOfOpenIpmi) {

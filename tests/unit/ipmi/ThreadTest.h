@@ -14,9 +14,23 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 using TEXTS = std::vector<std::string>;
+
+/// A recorder that looks at something while a line is written.
+class WATCHING_LOG : public RECORDING_LOG {
+public:
+    explicit WATCHING_LOG(std::function<void(const std::string&)> a_OnLine) : m_OnLine(std::move(a_OnLine)) {}
+    void Log(int a_Level, const char* a_Component, const char* a_Text) override {
+        RECORDING_LOG::Log(a_Level, a_Component, a_Text);
+        m_OnLine(a_Text);
+    }
+
+private:
+    std::function<void(const std::string&)> m_OnLine;
+};
 
 class THREAD_TEST : public ::testing::Test {
 protected:
