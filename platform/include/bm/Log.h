@@ -11,7 +11,9 @@ enum BMLogLevel_e {
 /// ends: an adaptor's own threads may log until then, after Fin too.
 class CBaseOsLog {
 public:
-    /// Writes one message. Called from any thread, also at the same time; must not throw.
+    /// Writes one message. Called from any thread, also at the same time; what it throws is dropped. It may call the
+    /// adaptor back, and wait for a thread that does. Only LEDs are out of reach, for ever: in a line of an LED command
+    /// that is under way, and on the thread that receives the IPMI replies.
     /// @param text  finished text, possibly with a line end of its own; copied before the call returns
     virtual void Log(int level, const char* component, const char* text) = 0;
 

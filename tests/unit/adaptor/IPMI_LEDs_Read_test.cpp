@@ -5,6 +5,7 @@
 #include "common/veldo_common_trace.h"
 
 #include <limits>
+#include <stdexcept>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -356,6 +357,24 @@ TEST_P(LedRead, AsksTheControllerForTheLedOneBelow) {
     EXPECT_THAT(Fake().SentBytes(), ElementsAre(BYTES{0x2C, 0x08, 0x00, FRUID(), 1}));
     EXPECT_EQ(HandlerLines(),
               AfterEntry(ThenConverting({Trace(GetParam().m_UsingProbe), Trace(GetParam().m_Packing)})));
+}
+
+// On either thread, from the command's first line to its last.
+TEST_P(LedRead, EndsWithItsRowWhenEveryLineThrows) {
+    class THROWING_LOG : public CBaseOsLog {
+    public:
+        virtual ~THROWING_LOG() = default;
+        void Log(int, const char*, const char*) override { throw std::runtime_error("disk full"); }
+    };
+    THROWING_LOG l_Log;
+    g_Logger2 = &l_Log;
+    IPMI_TEST_ACCESS::Logger(m_Adaptor) = &l_Log;
+    AddOwner();
+    OnGet(FRUID(), 1, LOCAL_GREEN);
+    EXPECT_EQ(Read(), 1);
+    EXPECT_EQ(Row(), WithKeys(GetParam().m_LocalGreenRow));
+    Fake().WaitUntilIdle();
+    g_Logger2 = &m_Log;
 }
 
 TEST_P(LedRead, RefusedByTheControllerGives0AndAnEmptyRow) {
