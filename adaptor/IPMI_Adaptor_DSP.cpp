@@ -10,7 +10,11 @@
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
 
+#include <algorithm>
+#include <array>
+#include <iterator>
 #include <memory>
+#include <utility>
 
 #include <arpa/inet.h>
 
@@ -25,6 +29,30 @@ constexpr const char* DEFAULT_IPS[] = {"192.168.0.23", "192.168.0.22", "192.168.
 // for it would go on to a shell.
 bool IsDotted(const std::string& a_Text) {
     return a_Text.find_first_not_of("0123456789abcdefABCDEFxX.") == std::string::npos;
+}
+
+// In the transaction of the caller.
+int StoreIP(QUB_STORAGE::CDataStorage& a_Storage, int a_Dsp, const std::string& a_IP, bool a_Create) {
+    CBMIKeys l_Keys;
+    AddKey(l_Keys, BMI_HW_AMC_DSP_EX_NUM, a_Dsp);
+    CBMIParams l_Row = l_Keys;
+    AddText(l_Row, BMI_HW_AMC_DSP_EX_IP, a_IP);
+    return a_Create ? a_Storage.CreateRow(DSP_IP_FILE, l_Keys, l_Row) : a_Storage.SetRow(DSP_IP_FILE, l_Keys, l_Row);
+}
+
+// A transaction cannot be taken back. When the storage takes some of the rows, it is asked for the others once more:
+// a table with a hole would never be completed.
+int CreateDefaultIPs(QUB_STORAGE::CDataStorage& a_Storage) {
+    std::array<int, std::size(DEFAULT_IPS)> l_Results{};
+    const auto l_Create = [&](std::size_t a_Index) {
+        l_Results[a_Index] = StoreIP(a_Storage, static_cast<int>(a_Index) + 1, DEFAULT_IPS[a_Index], true);
+    };
+    for (std::size_t i = 0; i < l_Results.size(); ++i)
+        l_Create(i);
+    if (std::ranges::count(l_Results, RESULT_OK) == 0) return l_Results.back();
+    for (std::size_t i = 0; i < l_Results.size(); ++i)
+        if (l_Results[i] != RESULT_OK) l_Create(i);
+    return l_Results.back();
 }
 
 } // namespace
@@ -85,29 +113,22 @@ void IPMIAdaptor::mKeepDSPMacs(const CBMITable& a_Table) {
 }
 
 int IPMIAdaptor::mInitIPInfo() {
-    if (m_Storage == nullptr) return RESULT_NOTHING_DONE;
-    {
-        const STORAGE_TRANSACTION l_Transaction(*m_Storage);
-        CBMITable l_Table;
-        if (l_Transaction.IsOpen() && m_Storage->RetrieveTable(DSP_IP_FILE, l_Table, 0) == RESULT_OK &&
-            l_Table.GetSize() > 0) {
-            return RESULT_OK;
-        }
-    }
-    int l_Result = RESULT_NOTHING_DONE;
-    int l_Dsp = 0;
-    for (const char* l_IP : DEFAULT_IPS)
-        l_Result = mSetDspIpAddrDB(++l_Dsp, l_IP, true);
-    return l_Result;
+    QUB_STORAGE::CDataStorage* const l_Storage = GetStorage();
+    if (l_Storage == nullptr) return RESULT_NOTHING_DONE;
+    STORAGE_TRANSACTION l_Transaction(*l_Storage);
+    if (!l_Transaction.IsOpen()) return l_Transaction.Begun();
+    CBMITable l_Table;
+    const bool l_IsFilled = l_Storage->RetrieveTable(DSP_IP_FILE, l_Table, 0) == RESULT_OK && l_Table.GetSize() > 0;
+    return l_Transaction.End(l_IsFilled ? static_cast<int>(RESULT_OK) : CreateDefaultIPs(*l_Storage));
 }
 
 int IPMIAdaptor::mGetDspIpAddrDB(int a_Dsp, std::string& a_IP) {
-    if (m_Storage != nullptr) {
-        const STORAGE_TRANSACTION l_Transaction(*m_Storage);
+    if (QUB_STORAGE::CDataStorage* const l_Storage = GetStorage(); l_Storage != nullptr) {
+        const STORAGE_TRANSACTION l_Transaction(*l_Storage);
         CBMIKeys l_Keys;
         AddKey(l_Keys, BMI_HW_AMC_DSP_EX_NUM, a_Dsp);
         CBMIParams l_Row;
-        if (l_Transaction.IsOpen() && m_Storage->RetrieveRow(DSP_IP_FILE, l_Keys, l_Row, 0) == RESULT_OK) {
+        if (l_Transaction.IsOpen() && l_Storage->RetrieveRow(DSP_IP_FILE, l_Keys, l_Row, 0) == RESULT_OK) {
             if (auto l_IP = TextParam(&l_Row, BMI_HW_AMC_DSP_EX_IP)) {
                 a_IP = std::move(*l_IP);
                 return RESULT_OK;
@@ -119,15 +140,11 @@ int IPMIAdaptor::mGetDspIpAddrDB(int a_Dsp, std::string& a_IP) {
 }
 
 int IPMIAdaptor::mSetDspIpAddrDB(int a_Dsp, const std::string& a_IP, bool a_Create) {
-    if (m_Storage == nullptr) return RESULT_NOTHING_DONE;
-    CBMIKeys l_Keys;
-    AddKey(l_Keys, BMI_HW_AMC_DSP_EX_NUM, a_Dsp);
-    CBMIParams l_Row = l_Keys;
-    AddText(l_Row, BMI_HW_AMC_DSP_EX_IP, a_IP);
-    STORAGE_TRANSACTION l_Transaction(*m_Storage);
-    if (!l_Transaction.IsOpen()) return RESULT_NOTHING_DONE;
-    return l_Transaction.End(a_Create ? m_Storage->CreateRow(DSP_IP_FILE, l_Keys, l_Row)
-                                      : m_Storage->SetRow(DSP_IP_FILE, l_Keys, l_Row));
+    QUB_STORAGE::CDataStorage* const l_Storage = GetStorage();
+    if (l_Storage == nullptr) return RESULT_NOTHING_DONE;
+    STORAGE_TRANSACTION l_Transaction(*l_Storage);
+    if (!l_Transaction.IsOpen()) return l_Transaction.Begun();
+    return l_Transaction.End(StoreIP(*l_Storage, a_Dsp, a_IP, a_Create));
 }
 
 int IPMIAdaptor::mFillDSPInfo(int a_Index, int a_Dsp, IPMI_DSP_Info_S* a_Table) {

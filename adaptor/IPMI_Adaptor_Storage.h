@@ -12,7 +12,8 @@ class STORAGE_TRANSACTION {
 public:
     explicit STORAGE_TRANSACTION(QUB_STORAGE::CDataStorage& a_Storage)
         : m_Storage(a_Storage),
-          m_Open(a_Storage.StartTransaction() == RESULT_OK) {}
+          m_Begun(a_Storage.StartTransaction()),
+          m_Open(m_Begun == RESULT_OK) {}
     STORAGE_TRANSACTION(const STORAGE_TRANSACTION&) = delete;
     STORAGE_TRANSACTION& operator=(const STORAGE_TRANSACTION&) = delete;
     ~STORAGE_TRANSACTION() {
@@ -21,12 +22,14 @@ public:
 
     /// False when the storage gave none: nothing may be read or written then.
     bool IsOpen() const { return m_Open; }
+    /// What the storage answered to the beginning.
+    int Begun() const { return m_Begun; }
 
-    /// Ends it after a write: what was written is stored now, or never.
+    /// Ends it: what was written is stored now, or never.
     /// @param a_Written  the write's result
-    /// @return the write's result when it failed, else that of the end
+    /// @return the write's result when it failed, else that of the end; for a transaction that was not begun, Begun
     int End(int a_Written) {
-        if (!m_Open) return RESULT_NOTHING_DONE;
+        if (!m_Open) return m_Begun;
         m_Open = false;
         const int l_Ended = m_Storage.EndTransaction();
         return a_Written == RESULT_OK ? l_Ended : a_Written;
@@ -34,6 +37,7 @@ public:
 
 private:
     QUB_STORAGE::CDataStorage& m_Storage;
+    int m_Begun;
     bool m_Open;
 };
 
