@@ -2,6 +2,7 @@
 #pragma once
 
 #include "adaptor/IPMI_Adaptor_DSP.h"
+#include "adaptor/IPMI_Adaptor_Snapshot.h"
 #include "bm/BaseAdaptor.h"
 #include "bm/OSAL.h"
 
@@ -77,6 +78,9 @@ enum TELQ_HW_Device_RunStatus_e : int32_t {
     RUN_STATUS_RUNNING = 4, ///< its DSPs passed their test
     RUN_STATUS_FAILED = 5
 };
+
+/// By port number.
+using SWITCH_PORTS = std::map<int, std::shared_ptr<IPMI_SWITCHPORT>>;
 
 enum ADAPTOR_STATE_e : int32_t { ADAPTOR_CREATED = 0, ADAPTOR_INITIALISING = 1, ADAPTOR_STARTED = 2 };
 
@@ -205,8 +209,9 @@ private:
     void mClosePCIHandle();
     int mInitSwitchInfo();
     void mCreateSwitchPortObjects();
+    void mForgetDSPs();
     void mDeleteSwitchPorts();
-    IPMI_SWITCHPORT* mFindSwitchPort(const CBMIKeys* a_Keys) const;
+    std::shared_ptr<IPMI_SWITCHPORT> mFindSwitchPort(const CBMIKeys* a_Keys) const;
     static int mFindSmallestMac(const IPMI_DSP_Info_S* a_Table, int a_Count);
     static int mTeachSwitch(const IPMI_DSP_Info_S* a_Table, int a_Count);
     int mStartAMC();
@@ -247,16 +252,16 @@ private:
     IBMAdaptorMgr* m_Manager = nullptr;
     CBaseOsLog* m_Logger = nullptr;
     OSAL::OSALMutex m_Mutex;
-    static IPMITHREAD* s_DomainThread;      ///< the process's one; never deleted
-    std::map<int, std::string> m_DspMacMap; ///< DSP number, from 1, to its MAC; its size is the number of DSPs known
-    int32_t m_RTMPresent = 0;               ///< the two start-up values
+    static IPMITHREAD* s_DomainThread; ///< the process's one; never deleted
+    SNAPSHOT<DSP_MACS> m_DspMacMap;    ///< as the last Init found them
+    int32_t m_RTMPresent = 0;          ///< the two start-up values
     int32_t m_NumFramers = 0;
     int32_t m_TrunksPerFramer = 0;
     int32_t m_TrunkTotal = 0;
     std::vector<IPMI_DSP_Info_S> m_DspInfo{}; ///< the DSPs as the last Start found them
     int32_t m_Reserved3 = 4;
-    void* m_PCIHandle = nullptr;                     ///< 8 zeroed bytes, the board driver's PCI memory handle
-    std::map<int, IPMI_SWITCHPORT*> m_SwitchPortMap; ///< by port number; owned, deleted by Fin
+    std::atomic<void*> m_PCIHandle = nullptr; ///< 8 zeroed bytes, the board driver's PCI memory handle
+    SNAPSHOT<SWITCH_PORTS> m_SwitchPortMap;   ///< until Fin; who uses a port keeps it
     QUB_STORAGE::CDataStorage* m_Storage = nullptr;
     std::string m_InstallDir; ///< root of the board's tools and files
     IPMI_MonitorThread* m_Monitor = nullptr;

@@ -95,23 +95,32 @@ int IPMIAdaptor::mInitDSPInfo() {
         mSetDepop(l_Table->GetSize());
         mKeepDSPMacs(*l_Table);
     } else {
+        mForgetDSPs();
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Can not get DSP Info table");
     }
     return mInitIPInfo();
 }
 
-// DSPs are numbered by their rows; a row without a MAC keeps its number.
+// DSPs are numbered by their rows; a row without a MAC keeps its number. They take the place of those known before.
 void IPMIAdaptor::mKeepDSPMacs(const CBMITable& a_Table) {
+    DSP_MACS l_Macs;
     for (int i = 0; i < a_Table.GetSize(); ++i) {
         const CBMIParams* l_Row = a_Table.Get(i);
         if (l_Row == nullptr) {
             bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Can not get MAC Address of dsp[%d]", i + 1);
-            return;
+            break;
         }
-        if (auto l_Mac = TextParam(l_Row, BMI_HW_AMC_DSP_MAC)) m_DspMacMap[i + 1] = std::move(*l_Mac);
+        if (auto l_Mac = TextParam(l_Row, BMI_HW_AMC_DSP_MAC)) l_Macs[i + 1] = std::move(*l_Mac);
     }
+    m_DspMacMap.Replace(std::move(l_Macs));
 }
 
+void IPMIAdaptor::mForgetDSPs() {
+    m_DspMacMap.Clear();
+}
+
+// Looks and fills in one transaction: whatever ends it, all of the defaults are there or none, and no other process
+// fills the table in between.
 int IPMIAdaptor::mInitIPInfo() {
     QUB_STORAGE::CDataStorage* const l_Storage = GetStorage();
     if (l_Storage == nullptr) return RESULT_NOTHING_DONE;
@@ -148,12 +157,13 @@ int IPMIAdaptor::mSetDspIpAddrDB(int a_Dsp, const std::string& a_IP, bool a_Crea
 }
 
 int IPMIAdaptor::mFillDSPInfo(int a_Index, int a_Dsp, IPMI_DSP_Info_S* a_Table) {
-    const auto l_Found = m_DspMacMap.find(a_Dsp);
-    if (l_Found == m_DspMacMap.end()) {
+    const auto l_Macs = m_DspMacMap.Get();
+    const auto l_Found = l_Macs->find(a_Dsp);
+    if (l_Found == l_Macs->end()) {
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Fail to get MAC Address of DSP[%d]", a_Dsp);
         return RESULT_NOTHING_DONE;
     }
-    const bool l_IsInTable = a_Table != nullptr && a_Index >= 0 && a_Index < static_cast<int>(m_DspMacMap.size());
+    const bool l_IsInTable = a_Table != nullptr && a_Index >= 0 && a_Index < static_cast<int>(l_Macs->size());
     if (!l_IsInTable) return RESULT_NOTHING_DONE;
     a_Table[a_Index].m_MAC = l_Found->second;
     return mGetDspIpAddrDB(a_Dsp, a_Table[a_Index].m_IP);

@@ -1,6 +1,7 @@
 // The DSPs' addresses, as start-up hands them on.
 #pragma once
 
+#include <map>
 #include <string>
 
 namespace BM_ADAPTOR {
@@ -10,6 +11,9 @@ struct IPMI_DSP_Info_S {
     std::string m_MAC;
     std::string m_IP;
 };
+
+/// DSP number, from 1, to its MAC. Its size is the number of DSPs known; numbers may be missing.
+using DSP_MACS = std::map<int, std::string>;
 
 /// The DSPs as words of a tool's command line, counted from 0, each with a blank before it; "" for a null table.
 std::string DSPArguments(const IPMI_DSP_Info_S* a_DSPs, int a_NumDSPs);

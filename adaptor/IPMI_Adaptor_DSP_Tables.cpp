@@ -131,8 +131,9 @@ int IPMIAdaptor::AMC_DSP_ReadTable(CBMITable*& a_Table) {
 int IPMIAdaptor::AMC_DSP_ReadParamsEx(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
     const auto l_Dsp = IntParam(a_Keys, BMI_HW_AMC_DSP_EX_NUM);
     if (!l_Dsp || *l_Dsp == 0 || a_Row == nullptr) return RESULT_NO_ROW;
-    const auto l_Found = m_DspMacMap.find(*l_Dsp);
-    if (l_Found == m_DspMacMap.end()) return RESULT_NO_ROW;
+    const auto l_Macs = m_DspMacMap.Get();
+    const auto l_Found = l_Macs->find(*l_Dsp);
+    if (l_Found == l_Macs->end()) return RESULT_NO_ROW;
     std::string l_IP;
     if (mGetDspIpAddrDB(*l_Dsp, l_IP) != RESULT_OK) return RESULT_NOT_OBTAINED;
     AddDSPRow(*a_Row, *l_Dsp, l_Found->second, l_IP);
@@ -142,10 +143,11 @@ int IPMIAdaptor::AMC_DSP_ReadParamsEx(const CBMIKeys* a_Keys, CBMIParams* a_Row)
 // The result is the last look-up's: 0 when the last DSP has no address, though the others have their rows.
 int IPMIAdaptor::AMC_DSP_ReadTableEx(CBMITable*& a_Table) {
     a_Table = new CBMITable;
+    const auto l_Macs = m_DspMacMap.Get();
     int l_Result = RESULT_OK;
-    for (int32_t l_Dsp = 1; l_Dsp <= static_cast<int32_t>(m_DspMacMap.size()); ++l_Dsp) {
-        const auto l_Found = m_DspMacMap.find(l_Dsp);
-        if (l_Found == m_DspMacMap.end()) continue;
+    for (int32_t l_Dsp = 1; l_Dsp <= static_cast<int32_t>(l_Macs->size()); ++l_Dsp) {
+        const auto l_Found = l_Macs->find(l_Dsp);
+        if (l_Found == l_Macs->end()) continue;
         std::string l_IP;
         l_Result = mGetDspIpAddrDB(l_Dsp, l_IP);
         if (l_Result != RESULT_OK) continue;
@@ -161,7 +163,7 @@ int IPMIAdaptor::AMC_DSP_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
     const auto l_Dsp = IntParam(a_Keys, BMI_HW_AMC_DSP_EX_NUM);
     const auto l_IP = TextParam(a_Values, BMI_HW_AMC_DSP_EX_IP);
     if (!l_Dsp || !l_IP) return RESULT_NO_VALUE;
-    if (m_DspMacMap.find(*l_Dsp) == m_DspMacMap.end()) return RESULT_NO_ROW;
+    if (!m_DspMacMap.Get()->contains(*l_Dsp)) return RESULT_NO_ROW;
     return mSetDspIpAddrDB(*l_Dsp, *l_IP, false);
 }
 

@@ -34,7 +34,7 @@ int RunTool(const std::string& a_Command) {
 
 int IPMIAdaptor::mStartAMC() {
     m_DspInfo.clear();
-    if (m_DspMacMap.empty()) return RESULT_NOTHING_DONE;
+    if (m_DspMacMap.Get()->empty()) return RESULT_NOTHING_DONE;
     if (const int l_Result = mMakeDSPInfo(); l_Result != RESULT_OK) return l_Result;
     mSetAmcRTMStatus(RUN_STATUS_INITIALISING);
     if (const int l_Result = mInitDSPs(); l_Result != RESULT_OK) return l_Result;
@@ -55,7 +55,7 @@ int IPMIAdaptor::mMakeDSPInfo() {
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "Fail to get IP Address of = %s", HOST_INTERFACE);
         return STARTUP_FAILED;
     }
-    m_DspInfo.resize(m_DspMacMap.size());
+    m_DspInfo.resize(m_DspMacMap.Get()->size());
     int l_Result = RESULT_OK;
     int l_Index = 0;
     for (const IPMI_DSP_Info_S& l_DSP : m_DspInfo) {

@@ -130,6 +130,7 @@ int IPMIAdaptor::mInitBoard() {
 }
 
 void IPMIAdaptor::mForgetBoard() {
+    mForgetDSPs();
     mDeleteSwitchPorts();
     mClosePCIHandle();
     if (m_Monitor != nullptr) m_Monitor->StopMonitor();

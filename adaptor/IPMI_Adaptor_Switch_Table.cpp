@@ -9,6 +9,7 @@
 
 #include <iterator>
 #include <memory>
+#include <utility>
 
 namespace BM_ADAPTOR {
 
@@ -70,20 +71,22 @@ void AddPortRow(CBMIParams& a_Row, IPMI_SWITCHPORT& a_Port) {
 // Opened twice, here and in mInitSwitchInfo with a fresh block, and closed once: on purpose. Whoever looks at the
 // result does so for the second one.
 int IPMIAdaptor::mOpenPCIHandle() {
-    m_PCIHandle = NewPCIHandle();
-    return uPCIMemOpen(m_PCIHandle, 1, 0);
+    void* const l_Handle = NewPCIHandle();
+    const int l_Result = uPCIMemOpen(l_Handle, 1, 0);
+    m_PCIHandle = l_Handle; // not before: a Fin meanwhile would close what is still being opened
+    return l_Result;
 }
 
 void IPMIAdaptor::mClosePCIHandle() {
-    if (m_PCIHandle == nullptr) return;
-    uPCIMemClose(m_PCIHandle);
-    delete[] static_cast<unsigned char*>(m_PCIHandle);
-    m_PCIHandle = nullptr;
+    void* const l_Handle = m_PCIHandle.exchange(nullptr);
+    if (l_Handle == nullptr) return;
+    uPCIMemClose(l_Handle);
+    delete[] static_cast<unsigned char*>(l_Handle);
 }
 
 int IPMIAdaptor::mInitSwitchInfo() {
     int l_Result = RESULT_NOTHING_DONE;
-    if (!m_DspMacMap.empty()) {
+    if (!m_DspMacMap.Get()->empty()) {
         Trace("Entering mInitSwitchInfo()");
         const int l_Opened = mOpenPCIHandle();
         if (l_Opened == 0) {
@@ -98,32 +101,34 @@ int IPMIAdaptor::mInitSwitchInfo() {
     return l_Result;
 }
 
-// A port that could not be brought into its state is served all the same.
+// Each is served as soon as it is in its state; one that could not be brought there is served all the same. They take
+// the place of those there were before.
 void IPMIAdaptor::mCreateSwitchPortObjects() {
+    SWITCH_PORTS l_Ports;
     for (const PORT& l_Row : PORTS) {
         auto l_Port =
-            std::make_unique<IPMI_SWITCHPORT>(l_Row.m_Number, l_Row.m_BackendId, l_Row.m_Type, l_Row.m_Name, this);
+            std::make_shared<IPMI_SWITCHPORT>(l_Row.m_Number, l_Row.m_BackendId, l_Row.m_Type, l_Row.m_Name, this);
         l_Port->Init();
-        IPMI_SWITCHPORT*& l_Place = m_SwitchPortMap[l_Row.m_Number];
-        delete l_Place;
-        l_Place = l_Port.release();
+        l_Ports[l_Row.m_Number] = std::move(l_Port);
+        m_SwitchPortMap.Replace(l_Ports);
     }
 }
 
+// A port that another thread is using goes when that thread has done.
 void IPMIAdaptor::mDeleteSwitchPorts() {
-    for (const auto& [l_Number, l_Port] : m_SwitchPortMap)
-        delete l_Port;
-    m_SwitchPortMap.clear();
+    m_SwitchPortMap.Clear();
 }
 
-IPMI_SWITCHPORT* IPMIAdaptor::mFindSwitchPort(const CBMIKeys* a_Keys) const {
+std::shared_ptr<IPMI_SWITCHPORT> IPMIAdaptor::mFindSwitchPort(const CBMIKeys* a_Keys) const {
     const auto l_Number = IntParam(a_Keys, BMI_HW_AMC_SWITCHPORT_NUM);
-    const auto l_Found = l_Number ? m_SwitchPortMap.find(*l_Number) : m_SwitchPortMap.end();
-    return l_Found != m_SwitchPortMap.end() ? l_Found->second : nullptr;
+    if (!l_Number) return nullptr;
+    const auto l_Ports = m_SwitchPortMap.Get();
+    const auto l_Found = l_Ports->find(*l_Number);
+    return l_Found != l_Ports->end() ? l_Found->second : nullptr;
 }
 
 int IPMIAdaptor::AMC_SwitchPort_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    IPMI_SWITCHPORT* const l_Port = mFindSwitchPort(a_Keys);
+    const auto l_Port = mFindSwitchPort(a_Keys);
     if (l_Port == nullptr || a_Row == nullptr) return RESULT_NO_ROW;
     AddPortRow(*a_Row, *l_Port);
     return RESULT_OK;
@@ -131,9 +136,9 @@ int IPMIAdaptor::AMC_SwitchPort_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a
 
 int IPMIAdaptor::AMC_SwitchPort_ReadTable(CBMITable*& a_Table) {
     a_Table = new CBMITable;
-    if (m_DspMacMap.empty()) return RESULT_OK; // though there may be ports
-    for (const auto& [l_Number, l_Port] : m_SwitchPortMap) {
-        if (l_Port == nullptr) continue;
+    if (m_DspMacMap.Get()->empty()) return RESULT_OK; // though there may be ports
+    const auto l_Ports = m_SwitchPortMap.Get();
+    for (const auto& [l_Number, l_Port] : *l_Ports) {
         CBMIParams l_Row;
         AddPortRow(l_Row, *l_Port);
         a_Table->AddRow(l_Row);
@@ -142,7 +147,7 @@ int IPMIAdaptor::AMC_SwitchPort_ReadTable(CBMITable*& a_Table) {
 }
 
 int IPMIAdaptor::AMC_SwitchPort_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
-    IPMI_SWITCHPORT* const l_Port = mFindSwitchPort(a_Keys);
+    const auto l_Port = mFindSwitchPort(a_Keys);
     if (l_Port == nullptr || a_Values == nullptr) return RESULT_NO_ROW;
     const auto l_Admin = IntParam(a_Values, BMI_HW_AMC_SWITCHPORT_ADMIN);
     if (!l_Admin) return RESULT_NO_VALUE;

@@ -39,9 +39,11 @@ void BOARD_TEST::AddAMC(int a_Bay, uint8_t a_NumDSPs) {
 }
 
 void BOARD_TEST::KnowDSPs(const TEXTS& a_Macs) {
+    DSP_MACS l_Known;
     int l_Dsp = 0;
     for (const std::string& l_Mac : a_Macs)
-        Access::DspMacMap(m_Adaptor)[++l_Dsp] = l_Mac;
+        l_Known[++l_Dsp] = l_Mac;
+    Access::KnowDSPs(m_Adaptor, std::move(l_Known));
 }
 
 void BOARD_TEST::StoreIP(int a_Dsp, const std::string& a_IP) {

@@ -28,7 +28,7 @@ protected:
     static void GiveEth6(const std::array<unsigned char, 6>& a_Mac);
     /// An AMC with this vendor record.
     static void AddAMC(int a_Bay, uint8_t a_NumDSPs);
-    /// DSP 1 and up with these addresses in the adaptor's map.
+    /// DSP 1 and up with these addresses in the adaptor's map, and no others.
     void KnowDSPs(const TEXTS& a_Macs);
     /// A row of the DSPs' addresses in the storage.
     void StoreIP(int a_Dsp, const std::string& a_IP);

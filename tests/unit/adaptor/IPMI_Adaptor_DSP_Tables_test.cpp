@@ -253,7 +253,7 @@ TEST_F(DspEx, UnknownDspIsNoRow) {
         EXPECT_EQ(Read(l_Dsp), 4) << l_Dsp;
         EXPECT_THAT(Row(), IsEmpty());
     }
-    Access::DspMacMap(m_Adaptor)[0] = "never a DSP";
+    Access::KnowDSPs(m_Adaptor, {{0, "never a DSP"}});
     EXPECT_EQ(Read(0), 4);
 }
 
@@ -281,7 +281,7 @@ TEST_F(DspEx, TableHoldsEveryDspInOrder) {
 }
 
 TEST_F(DspEx, TableWithoutDspsIsEmptyAndSuccess) {
-    Access::DspMacMap(m_Adaptor).clear();
+    KnowDSPs({});
     EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), Optional(IsEmpty()));
     EXPECT_THAT(m_Storage.m_Calls, IsEmpty());
 }
@@ -294,7 +294,7 @@ TEST_F(DspEx, TableLeavesOutADspWithoutAddressAndGivesTheLastLookUpsResult) {
 }
 
 TEST_F(DspEx, TableWalksAsManyNumbersAsThereAreDsps) {
-    Access::DspMacMap(m_Adaptor) = {{1, "02:00:00:00:00:12"}, {3, "02:00:00:00:00:14"}};
+    Access::KnowDSPs(m_Adaptor, {{1, "02:00:00:00:00:12"}, {3, "02:00:00:00:00:14"}});
     StoreIP(3, "10.0.0.3");
     EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), Optional(SizeIs(1)));
 }

@@ -27,7 +27,7 @@ protected:
     DspInfo() { GiveEth6(ETH6_MAC); }
 
     int InitInfo() { return Access::mInitDSPInfo(m_Adaptor); }
-    std::map<int, std::string>& Macs() { return Access::DspMacMap(m_Adaptor); }
+    DSP_MACS Macs() const { return Access::DspMacMap(m_Adaptor); }
 
     TEXTS StoredIPs() {
         TEXTS l_IPs;
@@ -48,11 +48,14 @@ TEST_F(DspInfo, DspsAreNumberedInTheOrderOfTheRows) {
     EXPECT_THAT(Lines(), Not(Contains(BmiError(NO_TABLE))));
 }
 
-TEST_F(DspInfo, AnEntryIsReplacedByANewOne) {
-    Macs() = {{1, "old"}, {5, "kept"}};
+TEST_F(DspInfo, WhatWasKnownBeforeIsReplacedByWhatIsFound) {
+    Access::KnowDSPs(m_Adaptor, {{1, "old"}, {5, "older"}});
     AddAMC(3, 1);
     EXPECT_EQ(InitInfo(), 1);
-    EXPECT_THAT(Macs(), ElementsAre(Pair(1, "02:00:00:00:00:12"), Pair(5, "kept")));
+    EXPECT_THAT(Macs(), ElementsAre(Pair(1, "02:00:00:00:00:12")));
+    ResetProcess(); // no AMC any more
+    EXPECT_EQ(InitInfo(), 1);
+    EXPECT_THAT(Macs(), IsEmpty());
 }
 
 TEST_F(DspInfo, TableThatDoesNotGiveItsRowsMakesNoDspKnown) {
@@ -104,49 +107,15 @@ TEST_F(DspInfo, EmptyIpTableGetsTheFourDefaultsInDescendingOrder) {
                 ElementsAre("StartTransaction", "RetrieveTable telq_qub_dsp_iptable_cfg.xml force 0",
                             "CreateRow telq_qub_dsp_iptable_cfg.xml 0x30d12 i:1 key | 0x30d12 i:1 key, "
                             "0x30d14 s:192.168.0.23",
-                            "EndTransaction"));
-}
-
-TEST_F(DspInfo, AnyStoredAddressKeepsTheDefaultsAway) {
-    StoreIP(3, "10.0.0.3");
-    EXPECT_EQ(Access::mInitIPInfo(m_Adaptor), 1);
-    EXPECT_THAT(StoredIPs(), ElementsAre("3 10.0.0.3"));
-}
-
-TEST_F(DspInfo, TableThatCannotBeReadGetsTheDefaultsCreatedAndGivesTheLastResult) {
-    m_Storage.m_Refusals = {{"RetrieveTable", 21}, {"CreateRow 4", 21}};
-    EXPECT_EQ(InitInfo(), 21);
-    m_Storage.m_Refusals = {{"RetrieveTable", 21}, {"CreateRow 1", 21}};
-    m_Storage.m_Files.clear();
-    EXPECT_EQ(InitInfo(), 1); // only the last one counts
-}
-
-TEST_F(DspInfo, WhatTheStorageCouldNotMakeDurableIsNotStored) {
-    m_Storage.m_Refusals = {{"EndTransaction", 0}};
-    EXPECT_EQ(Access::mInitIPInfo(m_Adaptor), 0);
-    EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 1, "10.0.0.1", false), 0);
-}
-
-TEST_F(DspInfo, NothingIsAskedOfAStorageThatGivesNoTransaction) {
-    m_Storage.m_Refusals = {{"StartTransaction", 0}};
-    EXPECT_EQ(InitInfo(), 0);
-    std::string l_IP;
-    EXPECT_EQ(Access::mGetDspIpAddrDB(m_Adaptor, 1, l_IP), 0);
-    EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 1, "10.0.0.1", true), 0);
-    EXPECT_THAT(m_Storage.m_Calls, testing::Each("StartTransaction"));
-}
-
-TEST_F(DspInfo, WithoutAStorageNothingIsStoredAndEveryAddressMissing) {
-    Access::Storage(m_Adaptor) = nullptr;
                             "CreateRow telq_qub_dsp_iptable_cfg.xml 0x30d12 i:2 key | 0x30d12 i:2 key, "
                             "0x30d14 s:192.168.0.22",
                             "CreateRow telq_qub_dsp_iptable_cfg.xml 0x30d12 i:3 key | 0x30d12 i:3 key, "
                             "0x30d14 s:192.168.0.21",
                             "CreateRow telq_qub_dsp_iptable_cfg.xml 0x30d12 i:4 key | 0x30d12 i:4 key, "
                             "0x30d14 s:192.168.0.20",
-    EXPECT_EQ(InitInfo(), 0);
-    EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 1, "10.0.0.1", true), 0);
-    Lines();
+                            "EndTransaction"));
+}
+
 TEST_F(DspInfo, OneAddressIsStoredInATransactionOfItsOwn) {
     EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 3, "10.0.0.3", true), 1);
     EXPECT_THAT(m_Storage.m_Calls,
@@ -184,6 +153,47 @@ TEST_F(DspInfo, StorageThatTakesNoDefaultIsAskedForEachOnce) {
     EXPECT_THAT(m_Storage.m_Calls, SizeIs(2 + 4 + 1));
 }
 
+TEST_F(DspInfo, AnyStoredAddressKeepsTheDefaultsAway) {
+    StoreIP(3, "10.0.0.3");
+    EXPECT_EQ(Access::mInitIPInfo(m_Adaptor), 1);
+    EXPECT_THAT(StoredIPs(), ElementsAre("3 10.0.0.3"));
+}
+
+TEST_F(DspInfo, TableThatCannotBeReadGetsTheDefaultsCreatedAndGivesTheLastResult) {
+    m_Storage.m_Refusals = {{"RetrieveTable", 21}, {"CreateRow 4", 21}};
+    EXPECT_EQ(InitInfo(), 21);
+    m_Storage.m_Refusals = {{"RetrieveTable", 21}, {"CreateRow 1", 21}};
+    m_Storage.m_Files.clear();
+    EXPECT_EQ(InitInfo(), 1); // only the last one counts
+}
+
+TEST_F(DspInfo, WhatTheStorageCouldNotMakeDurableIsNotStored) {
+    m_Storage.m_Refusals = {{"EndTransaction", 21}};
+    EXPECT_EQ(Access::mInitIPInfo(m_Adaptor), 21);
+    EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 1, "10.0.0.1", false), 21);
+    m_Storage.m_Refusals = {{"EndTransaction", 0}};
+    m_Storage.m_Files.clear();
+    EXPECT_EQ(Access::mInitIPInfo(m_Adaptor), 0);
+    EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 1, "10.0.0.1", false), 0);
+}
+
+TEST_F(DspInfo, NothingIsAskedOfAStorageThatGivesNoTransaction) {
+    m_Storage.m_Refusals = {{"StartTransaction", 0}};
+    EXPECT_EQ(InitInfo(), 0);
+    std::string l_IP;
+    EXPECT_EQ(Access::mGetDspIpAddrDB(m_Adaptor, 1, l_IP), 0);
+    EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 1, "10.0.0.1", true), 0);
+    m_Storage.m_Refusals = {{"StartTransaction", 21}};
+    EXPECT_EQ(InitInfo(), 21);
+    EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 1, "10.0.0.1", true), 21);
+    EXPECT_THAT(m_Storage.m_Calls, testing::Each("StartTransaction"));
+}
+
+TEST_F(DspInfo, WithoutAStorageNothingIsStoredAndEveryAddressMissing) {
+    Access::Storage(m_Adaptor) = nullptr;
+    EXPECT_EQ(InitInfo(), 0);
+    EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 1, "10.0.0.1", true), 0);
+    Lines();
     std::string l_IP;
     EXPECT_EQ(Access::mGetDspIpAddrDB(m_Adaptor, 2, l_IP), 0);
     EXPECT_THAT(Lines(), ElementsAre(BmiError("Can not get IP Address of dsp[2]")));
@@ -199,11 +209,7 @@ TEST_F(DspInfo, AddressIsReadInATransaction) {
                             "EndTransaction"));
     EXPECT_THAT(Lines(), IsEmpty());
 }
-    m_Storage.m_Refusals = {{"EndTransaction", 21}};
-    EXPECT_EQ(Access::mInitIPInfo(m_Adaptor), 21);
-    EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 1, "10.0.0.1", false), 21);
 
-    m_Storage.m_Files.clear();
 TEST_F(DspInfo, AddressThatIsNotThereIsReported) {
     std::string l_IP = "untouched";
     EXPECT_EQ(Access::mGetDspIpAddrDB(m_Adaptor, 7, l_IP), 0);
@@ -214,9 +220,6 @@ TEST_F(DspInfo, AddressThatIsNotThereIsReported) {
 }
 
 TEST_F(DspInfo, AddressIsCreatedOrReplacedAsAsked) {
-    m_Storage.m_Refusals = {{"StartTransaction", 21}};
-    EXPECT_EQ(InitInfo(), 21);
-    EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 1, "10.0.0.1", true), 21);
     EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 2, "10.0.0.2", true), 1);
     EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 2, "10.0.0.9", true), 0); // the storage's refusal
     EXPECT_EQ(Access::mSetDspIpAddrDB(m_Adaptor, 2, "10.0.0.5", false), 1);

@@ -131,7 +131,7 @@ TEST_F(DspStartup, SecondStartDoesNotKnowAnAddressThatIsNoLongerThere) {
 
 TEST_F(DspStartup, SecondStartWithoutDspsRunsNothingMore) {
     EXPECT_EQ(Start(), 1);
-    Access::DspMacMap(m_Adaptor).clear();
+    KnowDSPs({});
     EXPECT_EQ(Start(), 0);
     EXPECT_THAT(FakeSystem().Commands(), SizeIs(4));
 }
@@ -139,7 +139,7 @@ TEST_F(DspStartup, SecondStartWithoutDspsRunsNothingMore) {
 // ---- addresses
 
 TEST_F(DspStartup, WithoutDspsAsksNobody) {
-    Access::DspMacMap(m_Adaptor).clear();
+    KnowDSPs({});
     Kernel() = {};
     ExpectNothingRuns(0);
     EXPECT_THAT(StartupLines(), IsEmpty());
@@ -176,7 +176,7 @@ TEST_F(DspStartup, DspWithoutAnAddressIsOffTheSubnet) {
 }
 
 TEST_F(DspStartup, HoleInTheNumbersOfTheDspsIsADspOffTheSubnet) {
-    Access::DspMacMap(m_Adaptor) = {{1, "02:00:00:00:00:12"}, {3, "02:00:00:00:00:14"}};
+    Access::KnowDSPs(m_Adaptor, {{1, "02:00:00:00:00:12"}, {3, "02:00:00:00:00:14"}});
     ExpectNothingRuns(0);
     EXPECT_THAT(Errors(), Contains("Fail to get MAC Address of DSP[2]"));
     EXPECT_EQ(Start(), 0);

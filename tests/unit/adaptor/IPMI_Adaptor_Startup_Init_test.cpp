@@ -336,6 +336,22 @@ TEST_F(InitOverIpmi, ASecondOneFindsWhatTheFirstOneStored) {
     EXPECT_EQ(Access::SwitchPortMap(m_Adaptor).size(), 4U);
 }
 
+TEST_F(InitOverIpmi, ASecondOneReplacesDspsAndPortsByWhatItFinds) {
+    GiveDSPs();
+    Init(1);
+    m_Adaptor.Fin();
+    EXPECT_THAT(Access::DspMacMap(m_Adaptor), testing::SizeIs(4)); // only the ports go with it
+    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), IsEmpty());
+    Init(1);
+    setenv("MAVK_AMC", "x312", 1);
+    Init(3);
+    EXPECT_THAT(Access::DspMacMap(m_Adaptor), testing::SizeIs(2));
+    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), testing::SizeIs(4));
+    Init(2);
+    EXPECT_THAT(Access::DspMacMap(m_Adaptor), IsEmpty());
+    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), IsEmpty());
+}
+
 TEST_F(AdaptorInit, TouchesTheBoardUnderTheCompleteSimulationAndGives0AllTheSame) {
     WithoutOpenIPMI();
     GiveDSPs();

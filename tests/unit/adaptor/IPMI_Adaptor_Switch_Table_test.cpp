@@ -62,7 +62,7 @@ TEST_F(SwitchPorts, AreMadeAnewByASecondOpening) {
 }
 
 TEST_F(SwitchPorts, AreNotMadeWithoutADsp) {
-    Access::DspMacMap(m_Adaptor).clear();
+    KnowDSPs({});
     EXPECT_EQ(InitSwitch(), 0);
     EXPECT_THAT(BoardDriver().m_Opened, IsEmpty());
     EXPECT_THAT(Lines(), ElementsAre(BmiTrace("Exit mInitSwitchInfo")));
@@ -108,6 +108,24 @@ TEST_F(SwitchPorts, AreDeletedAndTheHandleClosedByFin) {
     EXPECT_THAT(BoardDriver().m_Closed, ElementsAre(BoardDriver().m_Opened[0].m_Handle));
 }
 
+TEST_F(SwitchPorts, AndDspsAreForgottenEachByThemselves) {
+    InitSwitch();
+    const std::weak_ptr<IPMI_SWITCHPORT> l_Port = Access::SwitchPortMap(m_Adaptor).at(1);
+    Access::mDeleteSwitchPorts(m_Adaptor);
+    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), IsEmpty());
+    EXPECT_TRUE(l_Port.expired());
+    EXPECT_THAT(Access::DspMacMap(m_Adaptor), SizeIs(1));
+    Access::mForgetDSPs(m_Adaptor);
+    EXPECT_THAT(Access::DspMacMap(m_Adaptor), IsEmpty());
+}
+
+TEST_F(SwitchPorts, AreServedAsSoonAsEachIsInItsState) {
+    std::vector<std::size_t> l_Served;
+    BoardDriver().m_AtCall = [&](const std::string&) { l_Served.push_back(Access::SwitchPortMap(m_Adaptor).size()); };
+    InitSwitch();
+    EXPECT_THAT(l_Served, ElementsAre(0, 1, 2, 3));
+}
+
 TEST_F(SwitchPorts, ThatCannotBeBroughtIntoTheirStateAreServedAllTheSame) {
     BoardDriver().m_Errors = {{"PortEnable", 9}};
     m_Storage.m_Refusals = {{"CreateRow", 0}};
@@ -128,7 +146,7 @@ TEST_F(SwitchPorts, TableHoldsTheFourInOrder) {
 TEST_F(SwitchPorts, TableIsEmptyWithoutPortsOrWithoutADsp) {
     EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE), Optional(IsEmpty()));
     InitSwitch();
-    Access::DspMacMap(m_Adaptor).clear();
+    KnowDSPs({});
     EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE), Optional(IsEmpty()));
 }
 

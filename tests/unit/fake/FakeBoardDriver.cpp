@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <mutex>
 
 namespace {
 
@@ -13,6 +14,16 @@ std::string TextOf(const unsigned char* a_Mac) {
     snprintf(l_Text.data(), l_Text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", a_Mac[0], a_Mac[1], a_Mac[2], a_Mac[3],
              a_Mac[4], a_Mac[5]);
     return l_Text.data();
+}
+
+// Of calls and states.
+std::mutex& Guard() {
+    static std::mutex& s_Guard = *new std::mutex;
+    return s_Guard;
+}
+
+void Announce(const std::string& a_Call) {
+    if (BoardDriver().m_AtCall) BoardDriver().m_AtCall(a_Call);
 }
 
 int Called(const std::string& a_Call) {
@@ -44,15 +55,20 @@ int uPCIMemClose(void* a_Handle) {
 }
 
 int mavkAmcSwitchPortEnable(int a_Backend, int a_Mode, int* a_Out) {
-    if (const int l_Error = Called("PortEnable " + std::to_string(a_Backend) + " mode " + std::to_string(a_Mode)))
-        return l_Error;
+    const std::string l_Call = "PortEnable " + std::to_string(a_Backend) + " mode " + std::to_string(a_Mode);
+    Announce(l_Call);
+    const std::lock_guard l_Lock(Guard());
+    if (const int l_Error = Called(l_Call)) return l_Error;
     if (a_Mode != 2) BoardDriver().m_Enabled[a_Backend] = a_Mode;
     *a_Out = BoardDriver().m_Enabled[a_Backend];
     return 0;
 }
 
 int mavkAmcSwitchPortCheckLink(int a_Backend, int* a_Out) {
-    if (const int l_Error = Called("CheckLink " + std::to_string(a_Backend))) return l_Error;
+    const std::string l_Call = "CheckLink " + std::to_string(a_Backend);
+    Announce(l_Call);
+    const std::lock_guard l_Lock(Guard());
+    if (const int l_Error = Called(l_Call)) return l_Error;
     *a_Out = BoardDriver().m_Link[a_Backend];
     return 0;
 }

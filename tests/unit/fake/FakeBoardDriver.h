@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -25,6 +26,9 @@ struct FAKE_BOARD_DRIVER {
     std::vector<std::string> m_Calls{};
     /// The calls that answer an error and do nothing; the calls of a kind by its first word.
     std::map<std::string, int> m_Errors{};
+    /// Told of a call of the switch before anything happens, on the caller's thread. Calls may come from several
+    /// threads; everything else here is for the time when none does.
+    std::function<void(const std::string& a_Call)> m_AtCall{};
 };
 
 FAKE_BOARD_DRIVER& BoardDriver();

@@ -52,16 +52,13 @@ struct IPMI_TEST_ACCESS {
     // Of the adaptor.
     TEST_ACCESS(Manager)
     TEST_ACCESS(Logger)
-    TEST_ACCESS(DspMacMap)
     TEST_ACCESS(RTMPresent)
     TEST_ACCESS(NumFramers)
     TEST_ACCESS(TrunksPerFramer)
     TEST_ACCESS(TrunkTotal)
-    TEST_ACCESS(SwitchPortMap)
     TEST_ACCESS(Storage)
     TEST_ACCESS(InstallDir)
     TEST_ACCESS(Monitor)
-    TEST_ACCESS(PCIHandle)
     TEST_ACCESS(UpgradeStatus)
     TEST_ACCESS(UpgradeThread)
     TEST_ACCESS(ReservedCounter)
@@ -70,6 +67,18 @@ struct IPMI_TEST_ACCESS {
     TEST_ACCESS(ReservedName)
     TEST_ACCESS(Reserved2)
     TEST_ACCESS(Reserved3)
+
+    /// What a reader gets at this moment.
+    static BM_ADAPTOR::DSP_MACS DspMacMap(const BM_ADAPTOR::IPMIAdaptor& a_Adaptor) {
+        return *a_Adaptor.m_DspMacMap.Get();
+    }
+    static void KnowDSPs(BM_ADAPTOR::IPMIAdaptor& a_Adaptor, BM_ADAPTOR::DSP_MACS a_Macs) {
+        a_Adaptor.m_DspMacMap.Replace(std::move(a_Macs));
+    }
+    static BM_ADAPTOR::SWITCH_PORTS SwitchPortMap(const BM_ADAPTOR::IPMIAdaptor& a_Adaptor) {
+        return *a_Adaptor.m_SwitchPortMap.Get();
+    }
+    static void* PCIHandle(const BM_ADAPTOR::IPMIAdaptor& a_Adaptor) { return a_Adaptor.m_PCIHandle; }
 
     // Of the health monitor.
     TEST_ACCESS(bStop)
@@ -86,6 +95,8 @@ struct IPMI_TEST_ACCESS {
     TEST_CALL(mGetIPAddrByName)
     TEST_CALL(mIsOnSameSubnet)
     TEST_CALL(mInitSwitchInfo)
+    TEST_CALL(mForgetDSPs)
+    TEST_CALL(mDeleteSwitchPorts)
     TEST_CALL(mFindSmallestMac)
     TEST_CALL(mTeachSwitch)
     TEST_CALL(mSetAmcRTMStatus)
