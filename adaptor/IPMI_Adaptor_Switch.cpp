@@ -27,24 +27,34 @@ IPMI_SWITCHPORT::IPMI_SWITCHPORT(int a_PortNumber, int a_BackendId, TELQ_Ext_If_
       m_Type(a_Type),
       m_Name(std::move(a_Name)) {}
 
-// In one transaction, so that no other process can store a state in between. What the switch could not tell is not
-// stored: the next start would take it for the user's.
+// The driver is asked outside of the transactions, so another process may store a state meanwhile: the row is there
+// then when it shall be made, and counts. What the switch could not tell is not stored: the next start would take it
+// for the user's.
 int IPMI_SWITCHPORT::Init() {
-    const std::lock_guard l_Guard(m_Setting);
     if (m_Storage == nullptr) return QuerySwitchPort();
-    STORAGE_TRANSACTION l_Transaction(*m_Storage);
-    if (const auto l_Stored = l_Transaction.IsOpen() ? mStoredState() : std::nullopt) {
-        m_Admin = *l_Stored;
-        if (TracesOn()) {
-            bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "Set User's setting for Switch Port[%d] and backend Id = %d ",
-                   m_PortNumber, m_BackendId);
-        }
-        return SetUseSetting();
+    std::optional<int32_t> l_Stored;
+    {
+        const STORAGE_TRANSACTION l_Transaction(*m_Storage);
+        if (l_Transaction.IsOpen()) l_Stored = mStoredState();
     }
-    if (QuerySwitchPort() != RESULT_OK || !l_Transaction.IsOpen()) return RESULT_NOTHING_DONE;
-    CBMIParams l_Row = mKeys();
-    AddInt(l_Row, BMI_HW_AMC_SWITCHPORT_ADMIN, m_Admin);
-    return l_Transaction.End(m_Storage->CreateRow(SWITCH_PORT_FILE, mKeys(), l_Row));
+    if (l_Stored) return mUseStored(*l_Stored);
+    if (QuerySwitchPort() != RESULT_OK) return RESULT_NOTHING_DONE;
+
+    STORAGE_TRANSACTION l_Transaction(*m_Storage);
+    if (!l_Transaction.IsOpen()) return l_Transaction.Begun();
+    const int l_Created = m_Storage->CreateRow(SWITCH_PORT_FILE, mKeys(), mRow(m_Admin));
+    if (l_Created != RESULT_OK) l_Stored = mStoredState();
+    const int l_Result = l_Transaction.End(l_Created);
+    return l_Stored ? mUseStored(*l_Stored) : l_Result;
+}
+
+int IPMI_SWITCHPORT::mUseStored(int32_t a_Admin) {
+    m_Admin = a_Admin;
+    if (TracesOn()) {
+        bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "Set User's setting for Switch Port[%d] and backend Id = %d ",
+               m_PortNumber, m_BackendId);
+    }
+    return SetUseSetting();
 }
 
 int IPMI_SWITCHPORT::QuerySwitchPort() {
@@ -81,19 +91,25 @@ int IPMI_SWITCHPORT::GetOperStatus() {
 }
 
 int IPMI_SWITCHPORT::SetSwitch(int a_Admin) {
-    const std::lock_guard l_Guard(m_Setting);
     if (TracesOn()) {
         bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "set admin = %d, SW port %s, Backend Id = %d", a_Admin,
                m_Name.c_str(), m_BackendId);
     }
-    if (mDrive(a_Admin) != RESULT_OK) return RESULT_NOTHING_DONE;
-    m_Admin = a_Admin;
-    if (m_Storage == nullptr) return RESULT_NOTHING_DONE;
-    CBMIParams l_Row = mKeys();
-    AddInt(l_Row, BMI_HW_AMC_SWITCHPORT_ADMIN, a_Admin);
-    STORAGE_TRANSACTION l_Transaction(*m_Storage);
-    if (!l_Transaction.IsOpen()) return RESULT_NOTHING_DONE;
-    return l_Transaction.End(m_Storage->SetRow(SWITCH_PORT_FILE, mKeys(), l_Row));
+    const auto l_CarryOut = [&](int32_t a_State) {
+        m_Admin = a_State;
+        return mStore(a_State);
+    };
+    SWITCHPORT_ORDERS::ORDER l_Order(m_Orders);
+    int l_Result = RESULT_NOTHING_DONE;
+    if (mDrive(a_Admin) == RESULT_OK) {
+        l_Order.Taken(a_Admin);
+        l_Result = l_CarryOut(a_Admin);
+    }
+    while (const auto l_Latest = l_Order.Again()) {
+        const int l_Repeated = mDrive(*l_Latest) == RESULT_OK ? l_CarryOut(*l_Latest) : RESULT_NOTHING_DONE;
+        if (*l_Latest == a_Admin) l_Result = l_Repeated;
+    }
+    return l_Result;
 }
 
 int IPMI_SWITCHPORT::mDrive(int a_Admin) const {
@@ -107,12 +123,26 @@ int IPMI_SWITCHPORT::mDrive(int a_Admin) const {
     return RESULT_NOTHING_DONE;
 }
 
+int IPMI_SWITCHPORT::mStore(int32_t a_Admin) const {
+    if (m_Storage == nullptr) return RESULT_NOTHING_DONE;
+    STORAGE_TRANSACTION l_Transaction(*m_Storage);
+    if (!l_Transaction.IsOpen()) return l_Transaction.Begun();
+    return l_Transaction.End(m_Storage->SetRow(SWITCH_PORT_FILE, mKeys(), mRow(a_Admin)));
+}
+
 CBMIKeys IPMI_SWITCHPORT::mKeys() const {
     CBMIKeys l_Keys;
     AddKey(l_Keys, BMI_HW_AMC_SWITCHPORT_NUM, m_PortNumber);
     return l_Keys;
 }
 
+CBMIParams IPMI_SWITCHPORT::mRow(int32_t a_Admin) const {
+    CBMIParams l_Row = mKeys();
+    AddInt(l_Row, BMI_HW_AMC_SWITCHPORT_ADMIN, a_Admin);
+    return l_Row;
+}
+
+// In the transaction of the caller.
 std::optional<int32_t> IPMI_SWITCHPORT::mStoredState() const {
     CBMIParams l_Row;
     if (m_Storage->RetrieveRow(SWITCH_PORT_FILE, mKeys(), l_Row, 0) != RESULT_OK) return std::nullopt;

@@ -5,6 +5,7 @@
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -122,9 +123,11 @@ TEST_F(SwitchPort, StateThatCannotBeStoredIsDrivenAllTheSame) {
         EXPECT_EQ(BoardDriver().m_Enabled[5], 1);
         EXPECT_EQ(m_Port.GetAdminStatus(), 1);
     }
-    m_Storage.m_Refusals = {{"StartTransaction", 0}};
-    EXPECT_EQ(m_Port.SetSwitch(0), 0);
-    EXPECT_EQ(m_Port.GetAdminStatus(), 0);
+    for (const int l_Result : {0, 21}) {
+        m_Storage.m_Refusals = {{"StartTransaction", l_Result}};
+        EXPECT_EQ(m_Port.SetSwitch(0), l_Result);
+        EXPECT_EQ(m_Port.GetAdminStatus(), 0);
+    }
 }
 
 TEST_F(SwitchPort, WithoutAStorageANewStateIsDrivenAndNotStored) {
@@ -163,8 +166,35 @@ TEST_F(SwitchPort, WithoutAStoredStateTheSwitchsIsStored) {
     EXPECT_THAT(BoardDriver().m_Calls, ElementsAre("PortEnable 5 mode 2"));
     EXPECT_THAT(m_Storage.m_Calls,
                 ElementsAre("StartTransaction", "RetrieveRow telq_qub_switchport_cfg.xml 0x30e02 i:3 key force 0",
+                            "EndTransaction", "StartTransaction",
                             "CreateRow telq_qub_switchport_cfg.xml 0x30e02 i:3 key | 0x30e02 i:3 key, 0x30e03 i:1",
                             "EndTransaction"));
+}
+
+TEST_F(SwitchPort, DriverIsNeverAskedInATransaction) {
+    int l_Calls = 0;
+    BoardDriver().m_AtCall = [&](const std::string& a_Call) {
+        EXPECT_FALSE(m_Storage.m_IsOpen) << a_Call;
+        ++l_Calls;
+    };
+    m_Port.Init(); // asks
+    m_Port.Init(); // sets
+    m_Port.SetSwitch(1);
+    m_Port.GetOperStatus();
+    EXPECT_EQ(l_Calls, 4);
+}
+
+TEST_F(SwitchPort, StateThatAnotherProcessStoresWhileTheSwitchIsAskedCounts) {
+    BoardDriver().m_Enabled[5] = 1;
+    BoardDriver().m_AtCall = [&](const std::string& a_Call) {
+        if (a_Call == "PortEnable 5 mode 2") StorePort(3, 0);
+    };
+    EXPECT_EQ(m_Port.Init(), 1);
+    EXPECT_EQ(m_Port.GetAdminStatus(), 0);
+    EXPECT_EQ(BoardDriver().m_Enabled[5], 0);
+    EXPECT_EQ(Stored(), "0x30e03 i:0");
+    EXPECT_THAT(Lines(), Contains(BmiTrace("Set User's setting for Switch Port[3] and backend Id = 5 ")));
+    EXPECT_THAT(BoardDriver().m_Calls, ElementsAre("PortEnable 5 mode 2", "PortEnable 5 mode 0"));
 }
 
 TEST_F(SwitchPort, RowWithoutAStateIsNoStoredState) {
