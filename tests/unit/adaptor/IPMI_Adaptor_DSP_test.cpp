@@ -98,6 +98,40 @@ TEST_F(DspInfo, ThreeDspsSetTheKernelParameterAndAnyOtherNumberClearsIt) {
     }
 }
 
+TEST_F(DspInfo, RowWithoutAMacLeavesItsNumberFree) {
+    AddAMC(3, 3);
+    FakeParams().m_Hides = [](const CBMIParams& a_Row, unsigned a_Id) {
+        return a_Id == BMI_HW_AMC_DSP_MAC && TextOf(*a_Row.Get(1)) == "0x1202 i:2 key";
+    };
+    EXPECT_EQ(InitInfo(), 1);
+    FakeParams() = {};
+    EXPECT_THAT(Macs(), ElementsAre(Pair(1, "02:00:00:00:00:12"), Pair(3, "02:00:00:00:00:14")));
+    EXPECT_EQ(Kernel().m_Parameter, 1); // of three rows, two of which have a MAC
+    EXPECT_THAT(Errors(), Not(Contains(testing::StartsWith("Can not get MAC"))));
+}
+
+TEST_F(DspInfo, MissingRowEndsTheWalk) {
+    AddAMC(3, 3);
+    FakeParams().m_HiddenRow = 1;
+    EXPECT_EQ(InitInfo(), 1);
+    FakeParams() = {};
+    EXPECT_THAT(Macs(), ElementsAre(Pair(1, "02:00:00:00:00:12")));
+    EXPECT_EQ(Kernel().m_Parameter, 1);
+    EXPECT_THAT(Errors(), Contains("Can not get MAC Address of dsp[2]").Times(1));
+}
+
+TEST_F(DspInfo, CountIsAnErrorLineAndTheRecordsMacATrace) {
+    AddMultiRecord(AddFRU(AddEntity(ENTITY_ID_AMC, 3), "FRU"),
+                   {0x57, 0x01, 0x00, 0x02, 0x00, 0x01, 0x01, 0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC});
+    InitInfo();
+    EXPECT_THAT(Lines(), Contains(BmiTrace("12:34:56:78:9a:bc")));
+    BM_LOG_LEVEL = 0;
+    InitInfo();
+    const auto l_Lines = Lines();
+    EXPECT_EQ(l_Lines.back(), BmiError("IPMIAdaptor :: AMC_DSP_ReadTable -- Returning 1 found "));
+    EXPECT_THAT(l_Lines, testing::Each(testing::Field(&LOG_LINE::m_Level, 3)));
+}
+
 // ---- the IP addresses
 
 TEST_F(DspInfo, EmptyIpTableGetsTheFourDefaultsInDescendingOrder) {

@@ -126,6 +126,15 @@ TEST_F(SwitchPorts, AreServedAsSoonAsEachIsInItsState) {
     EXPECT_THAT(l_Served, ElementsAre(0, 1, 2, 3));
 }
 
+TEST_F(SwitchPorts, DebugLinesComeAtLevel3Only) {
+    for (const int l_Level : {0, 1, 2, 4, 7}) {
+        BM_LOG_LEVEL = l_Level;
+        EXPECT_EQ(InitSwitch(), 1);
+        EXPECT_EQ(Write(1, 0), 1);
+        EXPECT_THAT(Lines(), IsEmpty()) << l_Level;
+    }
+}
+
 TEST_F(SwitchPorts, ThatCannotBeBroughtIntoTheirStateAreServedAllTheSame) {
     BoardDriver().m_Errors = {{"PortEnable", 9}};
     m_Storage.m_Refusals = {{"CreateRow", 0}};
@@ -196,6 +205,10 @@ TEST_F(SwitchPorts, WriteForNoPortIsNoRowAndAMissingStateAMissingValue) {
     EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_NoKeys, &l_Values), 4);
     EXPECT_EQ(Write(5, 1), 4);
     EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_Keys, &m_Row), 23);
+    // The key first: without a port it does not matter that there is no state.
+    CBMIKeys l_Unknown = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 5);
+    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_NoKeys, &m_Row), 4);
+    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_Unknown, &m_Row), 4);
     CBMIParams l_Text = TextKeyOf(BMI_HW_AMC_SWITCHPORT_ADMIN, "1");
     EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_Keys, &l_Text), 23);
     EXPECT_THAT(BoardDriver().m_Calls, Not(Contains("PortEnable 3 mode 1")));

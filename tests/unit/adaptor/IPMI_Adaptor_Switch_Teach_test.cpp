@@ -73,6 +73,16 @@ TEST_F(SwitchTeaching, LogsEveryStepAsAnError) {
                          }));
 }
 
+TEST_F(SwitchTeaching, LogsEveryStepAtEveryLevel) {
+    Teach({"02:01:AB:CD:EF:12", "02:01:AB:CD:EF:13"});
+    const auto l_Expected = Lines();
+    for (const int l_Level : {0, 1, 2, 4, 7}) {
+        BM_LOG_LEVEL = l_Level;
+        EXPECT_EQ(Teach({"02:01:AB:CD:EF:12", "02:01:AB:CD:EF:13"}), 1);
+        EXPECT_EQ(Lines(), l_Expected) << l_Level;
+    }
+}
+
 TEST_F(SwitchTeaching, CpusComeBeforeTheSmallestDspWhereverItStands) {
     EXPECT_EQ(Teach({"02:00:00:00:00:20", "02:00:00:00:00:02"}), 1);
     EXPECT_THAT(BoardDriver().m_Calls,

@@ -197,6 +197,26 @@ TEST_F(SwitchPort, StateThatAnotherProcessStoresWhileTheSwitchIsAskedCounts) {
     EXPECT_THAT(BoardDriver().m_Calls, ElementsAre("PortEnable 5 mode 2", "PortEnable 5 mode 0"));
 }
 
+TEST_F(SwitchPort, DebugLinesComeAtLevel3AndErrorsAlways) {
+    for (const int l_Level : {0, 1, 2, 3, 4, 7}) {
+        BM_LOG_LEVEL = l_Level;
+        const std::size_t l_Debug = l_Level == 3 ? 1 : 0;
+        BoardDriver() = {};
+        m_Storage.m_Files.clear();
+        m_Port.Init();
+        EXPECT_THAT(Lines(), testing::SizeIs(l_Debug)) << l_Level; // asked
+        m_Port.Init();
+        EXPECT_THAT(Lines(), testing::SizeIs(l_Debug)) << l_Level; // the stored state
+        m_Port.SetSwitch(1);
+        EXPECT_THAT(Lines(), testing::SizeIs(l_Debug)) << l_Level;
+        BoardDriver().m_Errors = {{"PortEnable", 9}, {"CheckLink", 9}};
+        m_Port.QuerySwitchPort();
+        m_Port.SetUseSetting();
+        m_Port.GetOperStatus();
+        EXPECT_THAT(Lines(), ElementsAre(BmiError(QUERY_FAILED), BmiError(SET_FAILED), BmiError(LINK_FAILED)));
+    }
+}
+
 TEST_F(SwitchPort, RowWithoutAStateIsNoStoredState) {
     m_Storage.m_Files["telq_qub_switchport_cfg.xml"][3] = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 3);
     EXPECT_EQ(m_Port.Init(), 0); // the row is there already

@@ -23,7 +23,7 @@ CBMIParam* __wrap__ZNK10BM_ADAPTOR10CBMIParams12GetParamByIdEj(const CBMIParams*
 }
 
 CBMIParams* __wrap__ZNK10BM_ADAPTOR9CBMITable3GetEi(const CBMITable* a_Table, int a_Index) {
-    if (FakeParams().m_bHidesRows) return nullptr;
+    if (FakeParams().m_bHidesRows || FakeParams().m_HiddenRow == a_Index) return nullptr;
     return __real__ZNK10BM_ADAPTOR9CBMITable3GetEi(a_Table, a_Index);
 }
 }

@@ -10,6 +10,7 @@ struct FAKE_PARAMS {
     /// Parameters that are not found though they are there.
     std::function<bool(const BM_ADAPTOR::CBMIParams& a_Row, unsigned a_Id)> m_Hides{};
     bool m_bHidesRows = false; ///< of every table
+    int m_HiddenRow = -1;      ///< its index, in every table
 };
 
 /// Reset it with {}.
