@@ -15,9 +15,9 @@ inline constexpr const char* COMPONENT_IPMI = "IPMI"; ///< of start-up
 inline constexpr const char* COMPONENT_MEDIA_ADAPTOR = "Media Adaptor";
 inline constexpr const char* COMPONENT_MONITOR_THREAD = "Monitor Thread";
 
-/// Calls an operation; whatever it throws is logged, and the operation has done nothing.
+/// Calls an operation; whatever it throws is logged, and `a_Failure` is the result.
 template <typename OPERATION>
-int Guarded(const char* a_Name, OPERATION a_Operation) {
+int Guarded(const char* a_Name, OPERATION a_Operation, int a_Failure = RESULT_NOTHING_DONE) {
     try {
         return a_Operation();
     } catch (const std::exception& l_Error) {
@@ -27,7 +27,7 @@ int Guarded(const char* a_Name, OPERATION a_Operation) {
     } catch (...) {
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "IPMIAdaptor::%s() - unknown exception", a_Name);
     }
-    return RESULT_NOTHING_DONE;
+    return a_Failure;
 }
 
 } // namespace BM_ADAPTOR

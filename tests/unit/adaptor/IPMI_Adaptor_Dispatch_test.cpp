@@ -1,8 +1,15 @@
 // The three dispatchers: which group reaches which handler, what an unknown one answers, what leaves the plug-in.
 #include "adaptor/AdaptorTest.h"
 
+#include "fake/FakeAllocation.h"
+#include "fake/FakeParams.h"
+
 #include <algorithm>
+#include <ranges>
+#include <set>
 #include <stdexcept>
+#include <thread>
+#include <vector>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -155,6 +162,28 @@ TEST_F(Dispatch, UnservedGroupReadsNoRow) {
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
+// Hosts live with it: the row is made, nobody gets it, and it stays.
+TEST_F(Dispatch, ReadOfAnUnservedGroupLeaksOneRow) {
+    for (const unsigned l_Group : UNSERVED_GROUPS) {
+        CBMIParams* l_Row = nullptr;
+        const long l_Before = AllocationsOfThisThread();
+        m_Adaptor.ReadParams(l_Group, nullptr, l_Row);
+        EXPECT_EQ(AllocationsOfThisThread() - l_Before, 1) << l_Group;
+    }
+}
+
+TEST_F(Dispatch, UnservedGroupIsReadByManyThreadsAtOnce) {
+    std::vector<std::jthread> l_Hosts;
+    for (int i = 0; i < 4; ++i) {
+        l_Hosts.emplace_back([&] {
+            for (int l_Round = 0; l_Round < 100; ++l_Round) {
+                CBMIParams* l_Row = nullptr;
+                EXPECT_EQ(m_Adaptor.ReadParams(0x500, nullptr, l_Row), 0);
+            }
+        });
+    }
+}
+
 TEST_F(Dispatch, UnservedGroupLeavesTheTableArgumentUntouched) {
     CBMITable l_Before;
     for (const unsigned l_Group : UNSERVED_GROUPS) {
@@ -209,6 +238,13 @@ protected:
 
 TEST_P(LedWriteLine, IsWrittenWhileTracesAreOn) {
     EXPECT_EQ(HostLinesOfAWrite(), GetParam().m_Lines);
+}
+
+TEST_P(LedWriteLine, ComesBeforeTheHandlersOwn) {
+    m_Adaptor.WriteParams(GetParam().m_Group, &m_NoKeys, &m_Row);
+    const std::vector<LOG_LINE> l_Lines = Lines();
+    ASSERT_GT(l_Lines.size(), GetParam().m_Lines.size());
+    EXPECT_TRUE(std::ranges::equal(GetParam().m_Lines, l_Lines | std::views::take(GetParam().m_Lines.size())));
 }
 
 TEST_P(LedWriteLine, IsNotWrittenAtAnyOtherLevel) {
@@ -274,6 +310,58 @@ TEST_F(Dispatch, HostsLoggerThatThrowsChangesNoResult) {
     }
 }
 
+struct FAILED_GROUP {
+    unsigned m_Group;
+    int m_Failure;
+};
+
+constexpr FAILED_GROUP FAILED_GROUPS[] = {{0x100, 12},  {0x200, 12},   {0x300, 12},   {0x400, 12},   {0x600, 0},
+                                          {0x1200, 4},  {0x30000, 12}, {0x30100, 12}, {0x30200, 12}, {0x30300, 12},
+                                          {0x30d10, 4}, {0x30e00, 4},  {0x30d00, 0},  {0x30e10, 0},  {0x500, 0}};
+
+TEST_F(Dispatch, ReadThatEndsByAnExceptionGivesItsTablesFailure) {
+    BM_LOG_LEVEL = 0;
+    for (const auto& [l_Group, l_Failure] : FAILED_GROUPS) {
+        CBMIParams* l_Row = nullptr;
+        FailNextAllocation();
+        EXPECT_EQ(m_Adaptor.ReadParams(l_Group, &m_NoKeys, l_Row), l_Failure) << std::hex << l_Group;
+        EXPECT_FALSE(CallOffFailedAllocation());
+        EXPECT_EQ(l_Row, nullptr);
+        EXPECT_EQ(Lines().size(), 1U) << std::hex << l_Group;
+    }
+}
+
+TEST_F(Dispatch, TableThatEndsByAnExceptionGivesItsFailure) {
+    BM_LOG_LEVEL = 0;
+    for (const auto& [l_Group, l_Failure] : FAILED_GROUPS) {
+        CBMITable* l_Table = nullptr;
+        FailNextAllocation();
+        EXPECT_EQ(m_Adaptor.GetParamTable(l_Group, l_Table), l_Failure) << std::hex << l_Group;
+        const bool l_bServed = !CallOffFailedAllocation(); // a table that is not served allocates nothing
+        EXPECT_EQ(Lines().size(), l_bServed ? 1U : 0U) << std::hex << l_Group;
+        EXPECT_EQ(l_Table, nullptr);
+    }
+}
+
+TEST_F(Dispatch, WriteThatEndsByAnExceptionGivesItsTablesFailure) {
+    BM_LOG_LEVEL = 0;
+    CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, 3);
+    CBMIParams l_Values = KeyOf(BMI_HW_AMC_RUN_STATUS, 5);
+    const std::set<unsigned> l_ReadOnly = {0x300, 0x400, 0x1200, 0x30d00, 0x30e10, 0x500};
+    const auto l_Writes = [&](unsigned a_Group) { return !l_ReadOnly.contains(a_Group); };
+    for (const auto& [l_Group, l_Failure] : FAILED_GROUPS) {
+        bool l_bAsked = false;
+        FakeParams().m_Hides = [&](const CBMIParams&, unsigned) -> bool {
+            l_bAsked = true;
+            throw std::runtime_error("no parameter");
+        };
+        EXPECT_EQ(m_Adaptor.WriteParams(l_Group, &l_Keys, &l_Values), l_Writes(l_Group) ? l_Failure : 0)
+            << std::hex << l_Group;
+        FakeParams() = {};
+        EXPECT_EQ(l_bAsked, l_Writes(l_Group)) << std::hex << l_Group;
+    }
+}
+
 class THROWING_MANAGER final : public FAKE_MANAGER {
 public:
     int SendEvent(unsigned, unsigned, CBMIEvParams*) override { throw std::bad_alloc(); }
@@ -284,7 +372,7 @@ TEST_F(Dispatch, NoExceptionOfTheHostsManagerCrossesBackToTheHost) {
     IPMI_TEST_ACCESS::Manager(m_Adaptor) = &l_Manager;
     CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, 3);
     CBMIParams l_Values = KeyOf(BMI_HW_AMC_RUN_STATUS, 5);
-    EXPECT_NO_THROW(EXPECT_NE(m_Adaptor.WriteParams(0x30200, &l_Keys, &l_Values), 1));
+    EXPECT_NO_THROW(EXPECT_EQ(m_Adaptor.WriteParams(0x30200, &l_Keys, &l_Values), 12));
 }
 
 } // namespace
