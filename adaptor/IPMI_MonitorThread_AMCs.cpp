@@ -2,6 +2,7 @@
 #include "adaptor/IPMI_MonitorThread.h"
 
 #include "adaptor/IPMI_Adaptor_Guard.h"
+#include "adaptor/IPMI_MonitorThread_Wait.h"
 #include "bm/Log.h"
 #include "common/veldo_common_trace.h"
 
@@ -19,11 +20,6 @@ enum DIAGNOSTIC_STATUS_e : int {
     DIAGNOSTIC_AMC_FAILED = 16,
     DIAGNOSTIC_RTM_FAILED = 32
 };
-
-// A tool that a signal ended has exit status 0, and passes.
-int RunDiagnostic(const std::string& a_Command) {
-    return (system(a_Command.c_str()) >> 8) & 0xFF;
-}
 
 int Failed(MONITOR_RESULT_e a_Result, const char* a_Text) {
     bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "%s", a_Text);
@@ -54,23 +50,30 @@ int ResultOf(int a_Status) {
 } // namespace
 
 int IPMI_MonitorThread::IsAMCsLive() {
-    const int l_Result = ResultOf(RunDiagnostic(mDiagnostic(false)));
+    const int l_Result = ResultOf(mRunDiagnostic(false));
     if (l_Result == MONITOR_LIVE) {
         if (TracesOn()) bmiLog(BM_LOG_DEBUG, COMPONENT_MONITOR_THREAD, "AMCs are live");
         return l_Result;
     }
     // Once more, for the tool to write its report; what it finds this time does not count.
-    return RunDiagnostic(mDiagnostic(true)) > DIAGNOSTIC_RTM_FAILED ? NotRun() : l_Result;
+    return mRunDiagnostic(true) > DIAGNOSTIC_RTM_FAILED ? NotRun() : l_Result;
+}
+
+// A tool that a signal ended has exit status 0, and passes.
+int IPMI_MonitorThread::mRunDiagnostic(bool a_bVerbose) {
+    const std::string l_Command = mDiagnostic(a_bVerbose);
+    const OWN_WAIT l_Wait(*this);
+    return (system(l_Command.c_str()) >> 8) & 0xFF;
 }
 
 std::string IPMI_MonitorThread::mDiagnostic(bool a_bVerbose) const {
     const char* l_Form = a_bVerbose ? "/bin/mavk_diag -r -v" : "/bin/mavk_diag -r";
-    if (!m_bAMCCheckMode) {
+    if (!m_Order.m_bAMCCheckMode) {
         l_Form = a_bVerbose ? "/bin/mavk_diag -r -v -b amc" : "/bin/mavk_diag -r -b amc";
-    } else if (m_bInterfaceCheckMode) {
+    } else if (m_Order.m_bInterfaceCheckMode) {
         l_Form = a_bVerbose ? "/bin/mavk_diag -r -i -v" : "/bin/mavk_diag -r -i";
     }
-    return m_InstallDir + l_Form + m_DSPGroups;
+    return m_InstallDir + l_Form + m_Order.m_DSPGroups;
 }
 
 } // namespace BM_ADAPTOR

@@ -3,6 +3,7 @@
 #include "adaptor/IPMI_MonitorThread.h"
 
 #include "adaptor/IPMI_Adaptor_Guard.h"
+#include "adaptor/IPMI_MonitorThread_Wait.h"
 #include "bm/Log.h"
 #include "bm/MsgQueue.h"
 #include "common/veldo_common_trace.h"
@@ -174,7 +175,11 @@ int IPMI_MonitorThread::mAskProcessorStatus() {
 }
 
 qMsg* IPMI_MonitorThread::checkMessage(int a_Queue, unsigned a_ExpectedType) {
-    const int l_Ready = WaitUntilReadable(a_Queue, REPLY_TIMEOUT_MS);
+    int l_Ready = 0;
+    {
+        const OWN_WAIT l_Wait(*this);
+        l_Ready = WaitUntilReadable(a_Queue, REPLY_TIMEOUT_MS);
+    }
     if (l_Ready < 0) {
         bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "checkMessage() select failed");
         return nullptr;

@@ -4,12 +4,16 @@
 #include "adaptor/IPMI_Adaptor_DSP.h"
 #include "adaptor/MonitorTest.h"
 
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <iterator>
 #include <latch>
 #include <memory>
 #include <thread>
+#include <utility>
+#include <vector>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -191,33 +195,139 @@ TEST_F(Monitor, StopDuringACheckComesBackWhenTheCheckEnds) {
     EXPECT_THAT(Lines(), ElementsAre(g_Started, g_Stopped));
 }
 
-/// A log that keeps the thread which writes "Monitor Thread started".
-class HOLDING_LOG final : public RECORDING_LOG {
+/// Acts within one line, on the thread that writes it.
+class ACTING_LOG final : public RECORDING_LOG {
 public:
+    ACTING_LOG(LOG_LINE a_Line, std::function<void()> a_Act) : m_Line(std::move(a_Line)), m_Act(std::move(a_Act)) {
+        RecordBmiLogTo(this);
+    }
+    ~ACTING_LOG() override { RecordBmiLogTo(nullptr); }
+
     void Log(int a_Level, const char* a_Component, const char* a_Text) override {
         RECORDING_LOG::Log(a_Level, a_Component, a_Text);
-        if (g_Started.m_Text != a_Text) return;
-        m_Held.count_down();
-        m_GoOn.wait();
+        if (m_Line.m_Text == a_Text && !m_bDone.exchange(true)) m_Act();
     }
 
-    std::latch m_Held{1};
-    std::latch m_GoOn{1};
+private:
+    LOG_LINE m_Line;
+    std::function<void()> m_Act;
+    std::atomic<bool> m_bDone = false;
 };
 
-TEST_F(Monitor, StopBeforeTheThreadRunsIsNotLostAndNothingIsChecked) {
-    HOLDING_LOG l_Log;
-    RecordBmiLogTo(&l_Log);
+TEST_F(Monitor, StopBeforeTheFirstCheckEndsItAfterThatCheck) {
+    std::latch l_Held(1);
+    std::latch l_GoOn(1);
+    ACTING_LOG l_Log(g_Started, [&] {
+        l_Held.count_down();
+        l_GoOn.wait();
+    });
     StartIt();
-    l_Log.m_Held.wait();
+    l_Held.wait();
     std::thread l_Stopper = BeginStop();
-    l_Log.m_GoOn.count_down();
+    l_GoOn.count_down();
     l_Stopper.join();
-    RecordBmiLogTo(&m_Log);
+    m_Monitor.StopMonitor();
     EXPECT_THAT(l_Log.Lines(), ElementsAre(g_Started, g_Stopped));
-    EXPECT_THAT(FakeQueue().m_Sent, IsEmpty());
-    EXPECT_THAT(FakeSystem().Commands(), IsEmpty());
+    EXPECT_EQ(FakeQueue().m_Sent.size(), 1U);
+    EXPECT_EQ(FakeSystem().Commands().size(), 1U);
     EXPECT_THAT(FakeWait().Asked(), IsEmpty());
+}
+
+// ---- its stop out of its own lines
+
+TEST_F(Monitor, StopOnItsOwnThreadLeavesTheQueueToTheRunningCheck) {
+    std::vector<std::string> l_Calls;
+    FakeSystem().m_Results = {Exited(16)};
+    ACTING_LOG l_Log(g_Started, [&] {
+        m_Monitor.StopMonitor();
+        l_Calls = FakeQueue().m_Calls;
+    });
+    StartIt();
+    while (!l_Log.Has(g_Stopped.m_Text))
+        std::this_thread::yield();
+    EXPECT_THAT(l_Calls, Not(Contains("qQueueClose")));
+    EXPECT_EQ(FakeQueue().m_Sent.size(), 1U);
+    m_Monitor.StopMonitor(); // joins it
+    EXPECT_EQ(m_Monitor.Join(), ESRCH);
+    EXPECT_EQ(FakeQueue().m_Calls.back(), "qQueueClose");
+    EXPECT_EQ(m_Monitor.GetLastErr(), 0x30015);
+}
+
+TEST_F(Monitor, StartOnItsOwnThreadBeginsItAnew) {
+    FakeSystem().m_Results = {Exited(16), Exited(16), Exited(0)};
+    ACTING_LOG l_Log(MonitorError("AMC failed"), [&] {
+        m_Monitor.StopMonitor();
+        m_Monitor.StartMonitor(true, false, nullptr, 0);
+    });
+    StartIt();
+    FakeWait().WaitForBegun(1);
+    EXPECT_EQ(m_Monitor.GetLastErr(), 1);
+    m_Monitor.StopMonitor();
+    EXPECT_THAT(l_Log.Lines(), ElementsAre(g_Started, MonitorError("AMC failed"), g_Stopped, g_Started, g_Stopped));
+    EXPECT_EQ(FakeSystem().Commands().back(), "/usr/korvel/bin/mavk_diag -r");
+    EXPECT_THAT(FakeQueue().m_Calls,
+                ElementsAre("qDrvSetInterface 0 0", "qQueueOpen", "qQueueBind 0x60", "qQueueClose",
+                            "qDrvSetInterface 0 0", "qQueueOpen", "qQueueBind 0x60", "qQueueClose"));
+}
+
+TEST_F(Monitor, StopAfterAStartOnItsOwnThreadCounts) {
+    ACTING_LOG l_Log(g_Started, [&] {
+        StartIt();
+        m_Monitor.StopMonitor();
+    });
+    StartIt();
+    while (!l_Log.Has(g_Stopped.m_Text))
+        std::this_thread::yield();
+    m_Monitor.StopMonitor();
+    EXPECT_EQ(l_Log.Count(g_Started.m_Text), 1U);
+}
+
+TEST_F(Monitor, LineMayWaitForAnotherThreadThatStopsIt) {
+    ACTING_LOG l_Log(g_Started, [&] { std::thread([&] { m_Monitor.StopMonitor(); }).join(); });
+    StartIt();
+    while (!l_Log.Has(g_Stopped.m_Text))
+        std::this_thread::yield();
+    EXPECT_EQ(FakeQueue().m_Sent.size(), 1U);
+    m_Monitor.StopMonitor();
+    EXPECT_EQ(m_Monitor.Join(), ESRCH);
+    EXPECT_EQ(FakeQueue().m_Calls.back(), "qQueueClose");
+}
+
+TEST_F(Monitor, LineMayWaitForAnotherThreadThatStartsIt) {
+    FakeSystem().m_Results = {Exited(16), Exited(16), Exited(0)};
+    ACTING_LOG l_Log(MonitorError("AMC failed"), [&] { std::thread([&] { StartIt(); }).join(); });
+    StartIt();
+    FakeWait().WaitForBegun(1);
+    m_Monitor.StopMonitor();
+    EXPECT_EQ(l_Log.Count(g_Started.m_Text), 2U);
+    EXPECT_EQ(l_Log.Count(g_Stopped.m_Text), 2U);
+}
+
+TEST_F(Monitor, StopsOnManyThreadsAllComeBack) {
+    for (int i = 0; i < 20; ++i) {
+        StartIt();
+        std::vector<std::jthread> l_Hosts;
+        for (int l_Host = 0; l_Host < 4; ++l_Host)
+            l_Hosts.emplace_back([this] { m_Monitor.StopMonitor(); });
+    }
+    EXPECT_EQ(m_Monitor.Join(), ESRCH);
+}
+
+TEST_F(Monitor, StartsAndStopsOnManyThreadsLeaveNoneRunning) {
+    {
+        std::vector<std::jthread> l_Hosts;
+        for (int l_Host = 0; l_Host < 4; ++l_Host) {
+            l_Hosts.emplace_back([this] {
+                for (int i = 0; i < 25; ++i) {
+                    StartIt();
+                    m_Monitor.StopMonitor();
+                }
+            });
+        }
+    }
+    m_Monitor.StopMonitor();
+    EXPECT_EQ(m_Monitor.Join(), ESRCH);
+    EXPECT_EQ(m_Log.Count(g_Started.m_Text), m_Log.Count(g_Stopped.m_Text));
 }
 
 TEST_F(Monitor, DestructionStopsIt) {
