@@ -30,10 +30,11 @@ IPMIAdaptor::IPMIAdaptor() : m_InstallDir(InstallDir()) {
     g_ComponentName = IPMI_ADAPTOR_COMPONENT;
 }
 
-// The switch port objects are Fin's to delete.
+// The switch port objects are Fin's to delete. Nothing runs in the adaptor any more; an upgrade and the monitor's
+// thread are waited for.
 IPMIAdaptor::~IPMIAdaptor() {
-    mJoinUpgrade();
-    delete m_Monitor;
+    if (m_UpgradeThread != nullptr) m_UpgradeThread->Join();
+    delete m_Monitor.load();
 }
 
 int IPMIAdaptor::CreateParams(unsigned, const CBMIKeys*, CBMIParams*) {

@@ -47,6 +47,9 @@ class UPGRADE_STATUS;
 class UPGRADETHREAD;
 enum UPGRADETARGET : int32_t;
 
+/// The DSPs in the order of their numbers, from 1.
+using DSP_TABLE = std::vector<IPMI_DSP_Info_S>;
+
 /// Root of the board's tools and files: the environment variable TARSK_KORVEL_DIR, or its default.
 std::string InstallDir();
 
@@ -135,7 +138,7 @@ public:
     int Firmware_Update_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row);
     int Firmware_Update_ReadTable(CBMITable*& a_Table);
     int Firmware_Update_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values);
-    /// For an upgrade's thread: the status that it shares with the adaptor, and whose event the manager gets.
+    /// For an upgrade's thread: the status that it shares with the adaptor.
     std::shared_ptr<UPGRADE_STATUS> ShareUpgrade();
 
     // Handlers of the DSP tables: 0x1200 by bay and DSP, 0x30d10 by DSP number. The storage is waited for.
@@ -180,7 +183,7 @@ public:
     /// The addresses of both CPUs, which are the two before the smallest of a DSP; zeros when that is no address.
     static void CalculateCPUMacAddr(const std::string& a_SmallestMac, MAC_ADDRESS& a_CPU1, MAC_ADDRESS& a_CPU2);
 
-    /// The host's, null before Init and after Fin.
+    /// The host's as the last Init got it, null before the first one.
     QUB_STORAGE::CDataStorage* GetStorage() const { return m_Storage; }
 
 private:
@@ -189,8 +192,10 @@ private:
     bool mTouchesBoard() const;
     int mRegister();
     void mWaitForModel();
+    bool mStartDomainThread();
     int mInitBoard();
     void mForgetBoard();
+    void mTakeMonitor(IPMI_MonitorThread* a_Monitor);
     int mInitRTMInfo();
     int mKeepRTMInfo(const CBMIParams* a_Row);
     int mSetDepop(int a_Count);
@@ -214,14 +219,15 @@ private:
     std::shared_ptr<IPMI_SWITCHPORT> mFindSwitchPort(const CBMIKeys* a_Keys) const;
     static int mFindSmallestMac(const IPMI_DSP_Info_S* a_Table, int a_Count);
     static int mTeachSwitch(const IPMI_DSP_Info_S* a_Table, int a_Count);
-    int mStartAMC();
-    int mMakeDSPInfo();
-    int mInitDSPs();
-    int mTeachDSPs();
-    int mBootDSPs();
-    int mTestDSPs();
+    int mStartAMC(DSP_TABLE& a_DSPs);
+    int mMakeDSPInfo(DSP_TABLE& a_DSPs);
+    void mPublishDSPInfo(const DSP_TABLE& a_DSPs);
+    int mInitDSPs() const;
+    int mTeachDSPs(const DSP_TABLE& a_DSPs);
+    int mBootDSPs(const DSP_TABLE& a_DSPs);
+    int mTestDSPs(const DSP_TABLE& a_DSPs);
     const char* mToolForm(const TOOL_FORMS& a_Forms) const;
-    int mSetVXP(bool a_Start);
+    int mSetVXP(bool a_Start) const;
     int mSetAmcRTMStatus(int a_Status);
     int mSetBayStatus(int32_t a_Bay, int a_Status);
     int mSetBayLED(int32_t a_Bay, int32_t a_LED, const LED_TIMES& a_Times);
@@ -237,10 +243,10 @@ private:
     int mWriteLED(const LED_WRITER& a_Writer, const CBMIKeys& a_Keys, const CBMIParams& a_Values);
     int mWriteLEDByProbe(const LED_WRITER& a_Writer, const LED_TARGET& a_Target, const CBMIParams& a_Values);
     IPMI_ENTITY* mFirstAMC() const;
-    std::shared_ptr<UPGRADE_STATUS> mUpgradeStatus();
     int mStartUpgrade(UPGRADETARGET a_Target, int32_t a_Bay, const std::string& a_ImagePath);
-    void mJoinUpgrade();
-    void mLeaveUpgrade();
+    uint32_t mNumberUpgrade();
+    void mKeepUpgrade(std::unique_ptr<UPGRADETHREAD> a_Thread, uint32_t a_Number);
+    void mSendUpgradeEventTo(IBMAdaptorMgr* a_Manager);
 
     std::atomic<int32_t> m_State = ADAPTOR_CREATED;
     // Reserved values of the object's layout; nothing reads them.
@@ -249,24 +255,28 @@ private:
     int32_t m_Reserved1 = 0;
     std::string m_ReservedName;
     int32_t m_Reserved2 = 2;
-    IBMAdaptorMgr* m_Manager = nullptr;
-    CBaseOsLog* m_Logger = nullptr;
-    OSAL::OSALMutex m_Mutex;
-    static IPMITHREAD* s_DomainThread; ///< the process's one; never deleted
-    SNAPSHOT<DSP_MACS> m_DspMacMap;    ///< as the last Init found them
-    int32_t m_RTMPresent = 0;          ///< the two start-up values
-    int32_t m_NumFramers = 0;
-    int32_t m_TrunksPerFramer = 0;
-    int32_t m_TrunkTotal = 0;
-    std::vector<IPMI_DSP_Info_S> m_DspInfo{}; ///< the DSPs as the last Start found them
+    // What an Init writes while other host threads read is atomic, or m_Mutex is held for as long as a copy takes:
+    // never while the host, the board driver or a tool is called, nor while anything is waited for.
+    std::atomic<IBMAdaptorMgr*> m_Manager = nullptr;
+    std::atomic<CBaseOsLog*> m_Logger = nullptr;
+    OSAL::OSALMutex m_Mutex;                ///< of the DSP table, and of what belongs to upgrades
+    static IPMITHREAD* s_DomainThread;      ///< the process's one; never deleted
+    SNAPSHOT<DSP_MACS> m_DspMacMap;         ///< as the last Init found them
+    std::atomic<int32_t> m_RTMPresent = 0;  ///< the two start-up values
+    std::atomic<int32_t> m_NumFramers = 0;
+    std::atomic<int32_t> m_TrunksPerFramer = 0;
+    std::atomic<int32_t> m_TrunkTotal = 0;
+    DSP_TABLE m_DspInfo{}; ///< the DSPs as the last Start found them
     int32_t m_Reserved3 = 4;
     std::atomic<void*> m_PCIHandle = nullptr; ///< 8 zeroed bytes, the board driver's PCI memory handle
     SNAPSHOT<SWITCH_PORTS> m_SwitchPortMap;   ///< until Fin; who uses a port keeps it
-    QUB_STORAGE::CDataStorage* m_Storage = nullptr;
+    std::atomic<QUB_STORAGE::CDataStorage*> m_Storage = nullptr;
     std::string m_InstallDir; ///< root of the board's tools and files
-    IPMI_MonitorThread* m_Monitor = nullptr;
+    std::atomic<IPMI_MonitorThread*> m_Monitor = nullptr;
     std::shared_ptr<UPGRADE_STATUS> m_UpgradeStatus;  ///< of the last upgrade, from the first one on
-    std::unique_ptr<UPGRADETHREAD> m_UpgradeThread{}; ///< of the last upgrade; belongs to whoever has begun the next
+    std::unique_ptr<UPGRADETHREAD> m_UpgradeThread{}; ///< of the latest upgrade whose Start has come back
+    uint32_t m_UpgradeKept = 0;                       ///< its number
+    uint32_t m_UpgradesBegun = 0;
 };
 
 } // namespace BM_ADAPTOR

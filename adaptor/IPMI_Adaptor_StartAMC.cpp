@@ -5,6 +5,7 @@
 #include "adaptor/IPMI_Adaptor_DSP.h"
 #include "adaptor/IPMI_Adaptor_Guard.h"
 #include "adaptor/IPMI_Adaptor_Network.h"
+#include "common/veldo_common_lock.h"
 
 #include <cstdlib>
 
@@ -32,14 +33,17 @@ int RunTool(const std::string& a_Command) {
 
 } // namespace
 
-int IPMIAdaptor::mStartAMC() {
-    m_DspInfo.clear();
+// A start works on a table of its own. The member is for whoever looks later: cleared at once, set when it is made.
+int IPMIAdaptor::mStartAMC(DSP_TABLE& a_DSPs) {
+    mPublishDSPInfo({});
     if (m_DspMacMap.Get()->empty()) return RESULT_NOTHING_DONE;
-    if (const int l_Result = mMakeDSPInfo(); l_Result != RESULT_OK) return l_Result;
+    const int l_Made = mMakeDSPInfo(a_DSPs);
+    mPublishDSPInfo(a_DSPs);
+    if (l_Made != RESULT_OK) return l_Made;
     mSetAmcRTMStatus(RUN_STATUS_INITIALISING);
     if (const int l_Result = mInitDSPs(); l_Result != RESULT_OK) return l_Result;
     for (const auto l_Step : {&IPMIAdaptor::mTeachDSPs, &IPMIAdaptor::mBootDSPs, &IPMIAdaptor::mTestDSPs}) {
-        if ((this->*l_Step)() != RESULT_OK) {
+        if ((this->*l_Step)(a_DSPs) != RESULT_OK) {
             mSetAmcRTMStatus(RUN_STATUS_FAILED);
             return STARTUP_DSP_FAILED;
         }
@@ -48,18 +52,24 @@ int IPMIAdaptor::mStartAMC() {
     return RESULT_OK;
 }
 
+void IPMIAdaptor::mPublishDSPInfo(const DSP_TABLE& a_DSPs) {
+    DSP_TABLE l_DSPs = a_DSPs;
+    const OSAL_LOCK l_Lock(m_Mutex);
+    m_DspInfo.swap(l_DSPs);
+}
+
 // The table of the DSPs' addresses. A DSP whose address could not be had is off the subnet.
-int IPMIAdaptor::mMakeDSPInfo() {
+int IPMIAdaptor::mMakeDSPInfo(DSP_TABLE& a_DSPs) {
     std::string l_HostIP;
     if (mGetIPAddrByName(HOST_INTERFACE, l_HostIP) != RESULT_OK) {
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "Fail to get IP Address of = %s", HOST_INTERFACE);
         return STARTUP_FAILED;
     }
-    m_DspInfo.resize(m_DspMacMap.Get()->size());
+    a_DSPs.resize(m_DspMacMap.Get()->size());
     int l_Result = RESULT_OK;
     int l_Index = 0;
-    for (const IPMI_DSP_Info_S& l_DSP : m_DspInfo) {
-        l_Result = mFillDSPInfo(l_Index, l_Index + 1, m_DspInfo.data());
+    for (const IPMI_DSP_Info_S& l_DSP : a_DSPs) {
+        l_Result = mFillDSPInfo(l_Index, l_Index + 1, a_DSPs.data());
         if (!mIsOnSameSubnet(l_DSP.m_IP, l_HostIP, DSP_NETMASK)) {
             // The mask is not the one that the text names; the text has always read so.
             bmiLog(BM_LOG_ERROR, COMPONENT_IPMI,
@@ -73,7 +83,7 @@ int IPMIAdaptor::mMakeDSPInfo() {
 }
 
 // A failure leaves the run status as it is, at initialising.
-int IPMIAdaptor::mInitDSPs() {
+int IPMIAdaptor::mInitDSPs() const {
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "TRACE- Calling mavk_init");
     const std::string l_Command = m_InstallDir + mToolForm(INIT_FORMS);
     const int l_Status = RunTool(l_Command);
@@ -84,23 +94,23 @@ int IPMIAdaptor::mInitDSPs() {
     return STARTUP_FAILED;
 }
 
-int IPMIAdaptor::mTeachDSPs() {
+int IPMIAdaptor::mTeachDSPs(const DSP_TABLE& a_DSPs) {
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "TRACE - Enter teaching block - Checking for product");
     bmiLog(BM_LOG_ERROR, COMPONENT_MEDIA_ADAPTOR, "TRACE - Teaching the switch");
-    const int l_Result = mTeachSwitch(m_DspInfo.data(), static_cast<int>(m_DspInfo.size()));
+    const int l_Result = mTeachSwitch(a_DSPs.data(), static_cast<int>(a_DSPs.size()));
     if (l_Result != RESULT_OK)
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "Fail to teach switch ErrorID = %d",
                0); // always 0: what failed was logged
     return l_Result;
 }
 
-int IPMIAdaptor::mBootDSPs() {
+int IPMIAdaptor::mBootDSPs(const DSP_TABLE& a_DSPs) {
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "TRACE calling mavk_boot");
     int l_Index = 0;
-    for (const IPMI_DSP_Info_S& l_DSP : m_DspInfo)
+    for (const IPMI_DSP_Info_S& l_DSP : a_DSPs)
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "TRACE -  %d: %s", l_Index++, l_DSP.m_MAC.c_str());
     const std::string l_Command = m_InstallDir + "/bin/mavk_boot -v -p -f " + m_InstallDir + "/data/mavk.axf -i " +
-                                  HOST_INTERFACE + DSPArguments(m_DspInfo.data(), static_cast<int>(m_DspInfo.size()));
+                                  HOST_INTERFACE + DSPArguments(a_DSPs.data(), static_cast<int>(a_DSPs.size()));
     const int l_Status = RunTool(l_Command);
     bmiLog(BM_LOG_ERROR, COMPONENT_MEDIA_ADAPTOR, "MAVK_BOOT: %s", l_Command.c_str());
     if (l_Status != 0) {
@@ -111,9 +121,9 @@ int IPMIAdaptor::mBootDSPs() {
     return RESULT_OK;
 }
 
-int IPMIAdaptor::mTestDSPs() {
+int IPMIAdaptor::mTestDSPs(const DSP_TABLE& a_DSPs) {
     const std::string l_Command =
-        m_InstallDir + mToolForm(DIAG_FORMS) + DSPArguments(m_DspInfo.data(), static_cast<int>(m_DspInfo.size()));
+        m_InstallDir + mToolForm(DIAG_FORMS) + DSPArguments(a_DSPs.data(), static_cast<int>(a_DSPs.size()));
     const int l_Status = RunTool(l_Command);
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "MAVK_DIAG: %s", l_Command.c_str());
     if (l_Status != 0) {
@@ -130,7 +140,7 @@ const char* IPMIAdaptor::mToolForm(const TOOL_FORMS& a_Forms) const {
 }
 
 // Any value but 0 that system() gives is a failure here, not the exit status alone.
-int IPMIAdaptor::mSetVXP(bool a_Start) {
+int IPMIAdaptor::mSetVXP(bool a_Start) const {
     const std::string l_Command = m_InstallDir + (a_Start ? "/bin/mediaStart" : "/bin/mediaStop");
     if (system(l_Command.c_str()) == 0) return RESULT_OK;
     if (a_Start) {

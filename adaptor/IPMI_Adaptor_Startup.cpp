@@ -7,6 +7,7 @@
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_Thread.h"
 
+#include <condition_variable>
 #include <cstdio>
 #include <memory>
 #include <mutex>
@@ -36,18 +37,35 @@ __attribute__((noinline)) IPMI_MonitorThread* NewMonitor() {
     return new IPMI_MonitorThread;
 }
 
-// One start-up at a time, and never destroyed: a host may leave while it waits.
-std::mutex& StartupLock() {
-    static std::mutex& l_Lock = *new std::mutex;
-    return l_Lock;
+// The start-up of the domain thread. The lock is held for a look only: whoever starts the thread and waits for the
+// model does so without it, and the others wait for him. Never destroyed: a host may leave while it waits.
+struct DOMAIN_STARTUP {
+    std::mutex m_Lock;
+    std::condition_variable m_Over;
+    bool m_bUnderWay = false;
+};
+
+DOMAIN_STARTUP& DomainStartup() {
+    static DOMAIN_STARTUP& l_Startup = *new DOMAIN_STARTUP;
+    return l_Startup;
 }
 
-// Start, Stop and Fin come one after the other, whichever threads call them: each waits for the tools of the one
-// before. A host may call one of them out of an event that another one sends.
-std::recursive_mutex& OperationLock() {
-    static std::recursive_mutex& l_Lock = *new std::recursive_mutex;
-    return l_Lock;
-}
+// One turn at it: begins when nobody else has the turn.
+class STARTUP_TURN {
+public:
+    STARTUP_TURN() {
+        std::unique_lock l_Lock(DomainStartup().m_Lock);
+        DomainStartup().m_Over.wait(l_Lock, [] { return !DomainStartup().m_bUnderWay; });
+        DomainStartup().m_bUnderWay = true;
+    }
+    STARTUP_TURN(const STARTUP_TURN&) = delete;
+    STARTUP_TURN& operator=(const STARTUP_TURN&) = delete;
+    ~STARTUP_TURN() {
+        const std::lock_guard l_Lock(DomainStartup().m_Lock);
+        DomainStartup().m_bUnderWay = false;
+        DomainStartup().m_Over.notify_one();
+    }
+};
 
 } // namespace
 
@@ -59,16 +77,19 @@ int IPMIAdaptor::Init(IBMAdaptorMgr* a_Manager) {
         g_bAMCRTMOnlySimulation = false;
         puts("Normal AMC/RTM Mode");
         m_Manager = a_Manager;
-        m_Storage = m_Manager != nullptr ? m_Manager->GetStorage() : nullptr;
+        m_Storage = a_Manager != nullptr ? a_Manager->GetStorage() : nullptr;
+        mSendUpgradeEventTo(a_Manager);
+        const bool l_bTouchesBoard = mTouchesBoard();
         mForgetBoard(); // of an earlier Init
-        if (mTouchesBoard()) m_Monitor = NewMonitor();
+        if (l_bTouchesBoard) mTakeMonitor(NewMonitor());
         const int l_Registered = mRegister();
 
-        m_Logger = m_Manager != nullptr ? m_Manager->GetLogger() : nullptr;
-        printf("Within Init = Logger=%p\n", static_cast<void*>(m_Logger));
-        LogAlways(m_Logger, "WITHIN INIT-2");
+        CBaseOsLog* const l_Logger = a_Manager != nullptr ? a_Manager->GetLogger() : nullptr;
+        m_Logger = l_Logger;
+        printf("Within Init = Logger=%p\n", static_cast<void*>(l_Logger));
+        LogAlways(l_Logger, "WITHIN INIT-2");
         puts("Within Init = Now only doing logging ");
-        LogAlways(m_Logger, "Hooking up OS Handler");
+        LogAlways(l_Logger, "Hooking up OS Handler");
         mWaitForModel();
 
         if (!mTouchesBoard()) {
@@ -84,41 +105,52 @@ int IPMIAdaptor::Init(IBMAdaptorMgr* a_Manager) {
 }
 
 bool IPMIAdaptor::mTouchesBoard() const {
-    const int l_Mode = m_Manager != nullptr ? m_Manager->GetMode() : 0;
+    IBMAdaptorMgr* const l_Manager = m_Manager;
+    const int l_Mode = l_Manager != nullptr ? l_Manager->GetMode() : 0;
     return l_Mode == 1 || l_Mode == 3;
 }
 
 // The result of the last registration is Init's, unless the board is touched.
 int IPMIAdaptor::mRegister() {
-    if (m_Manager == nullptr) return RESULT_NOTHING_DONE;
+    IBMAdaptorMgr* const l_Manager = m_Manager;
+    if (l_Manager == nullptr) return RESULT_NOTHING_DONE;
     for (const unsigned l_Group : REGISTERED_GROUPS)
-        m_Manager->RegisterGroup(l_Group, this);
-    return m_Manager->RegisterEventClass(BMI_EVENT_CLASS, this);
+        l_Manager->RegisterGroup(l_Group, this);
+    return l_Manager->RegisterEventClass(BMI_EVENT_CLASS, this);
 }
 
 // Starts the domain thread and waits until it has the model ready; there is no time-out. Thread and model live as long
-// as the process: a later Init finds them there.
+// as the process: a later Init finds them there, and they log where it logs.
 void IPMIAdaptor::mWaitForModel() {
-    const std::lock_guard l_OneAtATime(StartupLock());
-    if (s_DomainThread == nullptr) {
+    if (mStartDomainThread()) LogAlways(m_Logger, "Startup Mutex fired");
+}
+
+bool IPMIAdaptor::mStartDomainThread() {
+    int l_Error = 0;
+    {
+        const STARTUP_TURN l_Turn;
+        if (s_DomainThread != nullptr) {
+            g_Logger2 = m_Logger.load();
+            return true;
+        }
         OSAL::OSALMutex l_StartupMutex;
         l_StartupMutex.Lock();
         auto l_Thread = std::make_unique<IPMITHREAD>(m_Logger, &l_StartupMutex);
-        const int l_Error = l_Thread->Start();
-        if (l_Error != 0) {
-            LogError(m_Logger, "IPMIAdaptor::Init() - starting the IPMI domain thread failed, errno %d", l_Error);
-            return;
+        l_Error = l_Thread->Start();
+        if (l_Error == 0) {
+            s_DomainThread = l_Thread.release(); // never deleted
+            l_StartupMutex.Lock();
+            l_StartupMutex.Unlock();
+            return true;
         }
-        s_DomainThread = l_Thread.release(); // never deleted
-        l_StartupMutex.Lock();
-        l_StartupMutex.Unlock();
     }
-    LogAlways(m_Logger, "Startup Mutex fired");
+    LogError(m_Logger, "IPMIAdaptor::Init() - starting the IPMI domain thread failed, errno %d", l_Error);
+    return false;
 }
 
 // The steps that touch the board. What the driver file, the RTM and the first opening gave has never been looked at.
 int IPMIAdaptor::mInitBoard() {
-    m_Monitor = NewMonitor(); // in place of the one made before, which stays allocated on purpose
+    mTakeMonitor(NewMonitor()); // in place of the one made before
     WriteProcFile();
     m_State = ADAPTOR_STARTED;
     const int l_Result = mInitDSPInfo();
@@ -130,41 +162,44 @@ int IPMIAdaptor::mInitBoard() {
 }
 
 void IPMIAdaptor::mForgetBoard() {
+    mTakeMonitor(nullptr);
     mForgetDSPs();
     mDeleteSwitchPorts();
     mClosePCIHandle();
-    if (m_Monitor != nullptr) m_Monitor->StopMonitor();
-    delete m_Monitor;
-    m_Monitor = nullptr;
 }
 
+// The one before is stopped and stays allocated on purpose: another host thread may be in a Start or Stop of it.
+void IPMIAdaptor::mTakeMonitor(IPMI_MonitorThread* a_Monitor) {
+    IPMI_MonitorThread* const l_Before = m_Monitor.exchange(a_Monitor);
+    if (l_Before != nullptr) l_Before->RetireMonitor();
+}
+
+// Manager, storage and logger stay: other host threads may be on their way to them. What the manager throws keeps none
+// of the steps from being done.
 int IPMIAdaptor::Fin() {
-    return Guarded("Fin", [&] {
-        mLeaveUpgrade(); // first: it waits for an event, out of which the host may call Stop
-        const std::lock_guard l_OneAtATime(OperationLock());
-        if (m_Manager != nullptr) {
-            for (const unsigned l_Group : REGISTERED_GROUPS)
-                m_Manager->UnregisterGroup(l_Group);
-            m_Manager->UnregisterEventClass(BMI_EVENT_CLASS);
-        }
+    mSendUpgradeEventTo(nullptr);
+    if (IBMAdaptorMgr* const l_Manager = m_Manager; l_Manager != nullptr) {
+        for (const unsigned l_Group : REGISTERED_GROUPS)
+            Guarded("Fin", [&] { return l_Manager->UnregisterGroup(l_Group); });
+        Guarded("Fin", [&] { return l_Manager->UnregisterEventClass(BMI_EVENT_CLASS); });
+    }
+    Guarded("Fin", [&] {
         mDeleteSwitchPorts();
         mClosePCIHandle();
-        m_DspInfo = {};
-        m_Manager = nullptr; // the host may free it now
-        m_Storage = nullptr;
         return static_cast<int>(RESULT_OK);
     });
+    return RESULT_OK;
 }
 
 // The result is not the monitor's: its first check may fail, and GetLastErr tells.
 int IPMIAdaptor::Start(structBmiDeviceInfoType*) {
     return Guarded("Start", [&] {
-        const std::lock_guard l_OneAtATime(OperationLock());
-        if (const int l_Result = mStartAMC(); l_Result != RESULT_OK) return l_Result;
+        DSP_TABLE l_DSPs;
+        if (const int l_Result = mStartAMC(l_DSPs); l_Result != RESULT_OK) return l_Result;
         if (const int l_Result = mSetVXP(true); l_Result != RESULT_OK) return l_Result;
-        if (m_Monitor != nullptr) {
-            m_Monitor->StartMonitor(m_RTMPresent != 0, m_NumFramers == 0, m_DspInfo.data(),
-                                    static_cast<int>(m_DspInfo.size()));
+        if (IPMI_MonitorThread* const l_Monitor = m_Monitor; l_Monitor != nullptr) {
+            l_Monitor->StartMonitor(m_RTMPresent != 0, m_NumFramers == 0, l_DSPs.data(),
+                                    static_cast<int>(l_DSPs.size()));
         }
         return static_cast<int>(RESULT_OK);
     });
@@ -172,8 +207,7 @@ int IPMIAdaptor::Start(structBmiDeviceInfoType*) {
 
 int IPMIAdaptor::Stop(structBmiDeviceInfoType*) {
     return Guarded("Stop", [&] {
-        const std::lock_guard l_OneAtATime(OperationLock());
-        if (m_Monitor != nullptr) m_Monitor->StopMonitor();
+        if (IPMI_MonitorThread* const l_Monitor = m_Monitor; l_Monitor != nullptr) l_Monitor->StopMonitor();
         return mSetVXP(false);
     });
 }

@@ -135,7 +135,8 @@ int IPMIAdaptor::AMC_HW_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
     CBMIEvParams l_Event;
     AddInt(l_Event, BMI_HW_AMC_RUN_STATUS, *l_RunStatus);
     AddKey(l_Event, BMI_HW_AMC_BAY, *l_Bay);
-    if (m_Manager != nullptr) m_Manager->SendEvent(BMI_EVENT_AMC_RUN_STATUS, BMI_EVENT_NUMBER, &l_Event);
+    IBMAdaptorMgr* const l_Manager = m_Manager;
+    if (l_Manager != nullptr) l_Manager->SendEvent(BMI_EVENT_AMC_RUN_STATUS, BMI_EVENT_NUMBER, &l_Event);
     LogTrace(m_Logger, "IPMIAdaptor :: AMC_HW_WriteParams -returning OK");
     return RESULT_OK;
 }

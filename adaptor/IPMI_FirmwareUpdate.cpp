@@ -8,6 +8,7 @@
 #include "common/veldo_common_trace.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace BM_ADAPTOR {
 
@@ -30,11 +31,6 @@ std::string ImagePath(const CBMIParams& a_Values) {
 
 // ---- the status
 
-void UPGRADE_STATUS::SetManager(IBMAdaptorMgr* a_Manager) {
-    const std::lock_guard l_Guard(m_ManagerLock);
-    m_Manager = a_Manager;
-}
-
 bool UPGRADE_STATUS::Begin(UPGRADETARGET a_Target, int32_t a_Bay) {
     if (m_bInProgress.exchange(true)) return false;
     m_Target = a_Target;
@@ -43,17 +39,20 @@ bool UPGRADE_STATUS::Begin(UPGRADETARGET a_Target, int32_t a_Bay) {
     return true;
 }
 
-// All of it under the lock: who has seen the outcome, and takes the manager away, finds the upgrade over.
-void UPGRADE_STATUS::Finish(UPGRADE_STATE_e a_Outcome) {
-    const std::lock_guard l_Guard(m_ManagerLock);
-    m_State = a_Outcome;
+void UPGRADE_STATUS::End() {
+    int32_t l_NoOutcome = UPGRADE_REQUESTED;
+    m_State.compare_exchange_strong(l_NoOutcome, UPGRADE_FAILED);
+    m_bInProgress = false;
+}
+
+void UPGRADE_STATUS::SendEvent() const {
     Guarded("Firmware_Update event", [&] {
         CBMIEvParams l_Event;
         AddTo(l_Event);
-        if (m_Manager != nullptr) m_Manager->SendEvent(BMI_GROUP_FIRMWARE_UPDATE, BMI_EVENT_NUMBER, &l_Event);
+        IBMAdaptorMgr* const l_Manager = m_Manager;
+        if (l_Manager != nullptr) l_Manager->SendEvent(BMI_GROUP_FIRMWARE_UPDATE, BMI_EVENT_NUMBER, &l_Event);
         return static_cast<int>(RESULT_OK);
     });
-    m_bInProgress = false;
 }
 
 void UPGRADE_STATUS::AddTo(CBMIParams& a_Row) const {
@@ -65,23 +64,21 @@ void UPGRADE_STATUS::AddTo(CBMIParams& a_Row) const {
 // ---- the adaptor's side
 
 // Made for the first upgrade, so that an adaptor which never ran one has nothing to leave behind.
-std::shared_ptr<UPGRADE_STATUS> IPMIAdaptor::mUpgradeStatus() {
+std::shared_ptr<UPGRADE_STATUS> IPMIAdaptor::ShareUpgrade() {
     const OSAL_LOCK l_Lock(m_Mutex);
     if (m_UpgradeStatus == nullptr) m_UpgradeStatus = std::make_shared<UPGRADE_STATUS>();
     return m_UpgradeStatus;
 }
 
-std::shared_ptr<UPGRADE_STATUS> IPMIAdaptor::ShareUpgrade() {
-    auto l_Status = mUpgradeStatus();
-    l_Status->SetManager(m_Manager);
-    return l_Status;
-}
-
 int IPMIAdaptor::Firmware_Update_ReadParams(const CBMIKeys*, CBMIParams* a_Row) {
     if (a_Row == nullptr) return RESULT_NOT_FOUND;
-    const OSAL_LOCK l_Lock(m_Mutex);
-    if (m_UpgradeStatus != nullptr) {
-        m_UpgradeStatus->AddTo(*a_Row);
+    std::shared_ptr<UPGRADE_STATUS> l_Status;
+    {
+        const OSAL_LOCK l_Lock(m_Mutex);
+        l_Status = m_UpgradeStatus;
+    }
+    if (l_Status != nullptr) {
+        l_Status->AddTo(*a_Row);
     } else {
         UPGRADE_STATUS().AddTo(*a_Row);
     }
@@ -109,7 +106,7 @@ int IPMIAdaptor::Firmware_Update_WriteParams(CBMIKeys*, CBMIParams* a_Values) {
         return RESULT_NO_VALUE;
     }
     const auto l_Bay = IntParam(a_Values, BMI_FW_UPDATE_BAY);
-    if (!l_Bay) LogTrace(m_Logger, "AMC BAY NOT SPECIFIED IN UPGRADE - defaulting to 0");
+    if (!l_Bay) LogError(m_Logger, "AMC BAY NOT SPECIFIED IN UPGRADE - defaulting to 0");
     const std::string l_ImagePath = ImagePath(*a_Values);
     if (l_ImagePath.empty()) {
         LogError(m_Logger, "IPMIAdaptor :: Firmware_Update_WriteParams - no image file passed in");
@@ -119,38 +116,52 @@ int IPMIAdaptor::Firmware_Update_WriteParams(CBMIKeys*, CBMIParams* a_Values) {
 }
 
 int IPMIAdaptor::mStartUpgrade(UPGRADETARGET a_Target, int32_t a_Bay, const std::string& a_ImagePath) {
-    const auto l_Status = mUpgradeStatus();
+    const auto l_Status = ShareUpgrade();
     if (!l_Status->Begin(a_Target, a_Bay)) {
         LogError(m_Logger, "IPMIAdaptor :: Firmware_Update_WriteParams - an upgrade is in progress");
         return RESULT_NOTHING_DONE;
     }
-    mJoinUpgrade(); // the last one, which has finished and may not have ended
-    m_UpgradeThread = std::make_unique<UPGRADETHREAD>(this, m_Logger, a_Target, a_Bay, a_ImagePath.c_str());
+    UPGRADE_END l_End(*l_Status);
+    l_Status->SetManager(m_Manager);
+    const uint32_t l_Number = mNumberUpgrade();
+    auto l_Thread = std::make_unique<UPGRADETHREAD>(this, m_Logger, a_Target, a_Bay, a_ImagePath.c_str());
     fputs("Starting Upgrade Thread\n", stdout);
-    if (const int l_Error = m_UpgradeThread->Start(); l_Error != 0) {
+    if (const int l_Error = l_Thread->Start(); l_Error != 0) {
         LogError(m_Logger, "IPMIAdaptor :: Firmware_Update_WriteParams - starting the thread failed, errno %d",
                  l_Error);
-        m_UpgradeThread.reset();
-        l_Status->Finish(UPGRADE_FAILED);
+        l_Status->SetOutcome(UPGRADE_FAILED);
+        l_Status->SendEvent();
         return RESULT_NOTHING_DONE;
     }
+    l_End.LeaveToThread();
     fputs("Starting Upgrade Thread - started?\n", stdout);
+    mKeepUpgrade(std::move(l_Thread), l_Number);
     return RESULT_OK;
 }
 
-void IPMIAdaptor::mJoinUpgrade() {
-    if (m_UpgradeThread != nullptr) m_UpgradeThread->Join();
-    m_UpgradeThread.reset();
+uint32_t IPMIAdaptor::mNumberUpgrade() {
+    const OSAL_LOCK l_Lock(m_Mutex);
+    return ++m_UpgradesBegun;
 }
 
-// An upgrade under way goes on, and keeps its thread and its status should the adaptor be freed.
-void IPMIAdaptor::mLeaveUpgrade() {
-    const auto l_Status = mUpgradeStatus();
-    l_Status->SetManager(nullptr);
-    if (l_Status->IsInProgress()) return;
-    mJoinUpgrade();
+// A thread belongs to the host thread that starts it until its Start has come back, and to the adaptor from then on.
+// Meanwhile it may have ended and a later one may have been kept. Of two the older one has ended, for the later one
+// could begin: its thread does nothing more and is joined.
+void IPMIAdaptor::mKeepUpgrade(std::unique_ptr<UPGRADETHREAD> a_Thread, uint32_t a_Number) {
+    {
+        const OSAL_LOCK l_Lock(m_Mutex);
+        if (m_UpgradeKept < a_Number) {
+            m_UpgradeThread.swap(a_Thread);
+            m_UpgradeKept = a_Number;
+        }
+    }
+    if (a_Thread != nullptr) a_Thread->Join();
+}
+
+// Of an upgrade that is under way.
+void IPMIAdaptor::mSendUpgradeEventTo(IBMAdaptorMgr* a_Manager) {
     const OSAL_LOCK l_Lock(m_Mutex);
-    m_UpgradeStatus.reset();
+    if (m_UpgradeStatus != nullptr) m_UpgradeStatus->SetManager(a_Manager);
 }
 
 } // namespace BM_ADAPTOR

@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 class CBaseOsLog;
@@ -26,18 +25,20 @@ enum UPGRADETARGET : int32_t {
 enum UPGRADE_STATE_e : int32_t { UPGRADE_REQUESTED = 0, UPGRADE_DONE = 2, UPGRADE_FAILED = 3 };
 
 /// The last upgrade, or the one under way. The adaptor shares it with the upgrade's thread, which may outlive the
-/// adaptor.
+/// adaptor. Any thread; nothing in it waits.
 class UPGRADE_STATUS {
 public:
-    /// Who gets the event, null for nobody. Waits for an event that another thread is sending: once the outcome has
-    /// been seen, the upgrade is no longer in progress when this returns, unless it is called out of the event itself.
-    void SetManager(IBMAdaptorMgr* a_Manager);
+    /// Who gets the event, null for nobody. An event that another thread has begun to send is not waited for.
+    void SetManager(IBMAdaptorMgr* a_Manager) { m_Manager = a_Manager; }
     /// Claims the next upgrade. False when one is under way: then nothing changes.
     bool Begin(UPGRADETARGET a_Target, int32_t a_Bay);
-    /// Enters the outcome and sends the event, then lets the next upgrade begin.
-    void Finish(UPGRADE_STATE_e a_Outcome);
+    /// Enters the outcome.
+    void SetOutcome(UPGRADE_STATE_e a_Outcome) { m_State = a_Outcome; }
+    /// Sends the event with what stands here. Whatever the manager throws is logged.
+    void SendEvent() const;
+    /// Lets the next upgrade begin; one without an outcome has failed.
+    void End();
 
-    bool IsInProgress() const { return m_bInProgress; }
     /// Adds target, bay and state to a row.
     void AddTo(CBMIParams& a_Row) const;
 
@@ -46,11 +47,27 @@ private:
     std::atomic<int32_t> m_Target = UPGRADETARGET_BASEBOARD;
     std::atomic<int32_t> m_Bay = 0;
     std::atomic<int32_t> m_State = UPGRADE_DONE; ///< before the first upgrade too
-    std::recursive_mutex m_ManagerLock;          ///< a host may end the adaptor while it takes the event
-    IBMAdaptorMgr* m_Manager = nullptr;
+    std::atomic<IBMAdaptorMgr*> m_Manager = nullptr;
 };
 
-/// One upgrade: runs the firmware tool once. Whoever started it joins it before he deletes it, or never deletes it.
+/// Ends a begun upgrade with its scope, whatever happens there, unless the upgrade has been left to its thread.
+class UPGRADE_END {
+public:
+    explicit UPGRADE_END(UPGRADE_STATUS& a_Status) : m_Status(&a_Status) {}
+    UPGRADE_END(const UPGRADE_END&) = delete;
+    UPGRADE_END& operator=(const UPGRADE_END&) = delete;
+    ~UPGRADE_END() {
+        if (m_Status != nullptr) m_Status->End();
+    }
+
+    void LeaveToThread() { m_Status = nullptr; }
+
+private:
+    UPGRADE_STATUS* m_Status;
+};
+
+/// One upgrade: runs the firmware tool once, and ends the upgrade whatever happens. Whoever started it joins it before
+/// he deletes it, or never deletes it.
 class UPGRADETHREAD : public OSAL::OSALThread, public OSAL::OSALMonitor {
 public:
     /// Takes from the adaptor what it needs; the adaptor may be gone when it runs.

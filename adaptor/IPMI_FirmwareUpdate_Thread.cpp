@@ -38,22 +38,27 @@ UPGRADETHREAD::UPGRADETHREAD(IPMIAdaptor* a_Adaptor, CBaseOsLog* a_Logger, UPGRA
       m_Bay(a_Bay),
       m_ImagePath(a_ImagePath) {}
 
+// Who reads the state when he sees the line of the event, or takes the event, finds the outcome; the next upgrade
+// begins when the event has come back.
 void UPGRADETHREAD::run() {
+    const UPGRADE_END l_End(*m_Status);
     LogTrace(m_Logger, "UPGRADE THREAD STARTING\n");
     const int l_Outcome = Guarded("Firmware_Update", [&] { return mRunTool(); });
+    m_Status->SetOutcome(l_Outcome == UPGRADE_DONE ? UPGRADE_DONE : UPGRADE_FAILED);
     LogTrace(m_Logger, "UPGRADETHEAD :: run - sending event");
-    m_Status->Finish(l_Outcome == UPGRADE_DONE ? UPGRADE_DONE : UPGRADE_FAILED);
+    m_Status->SendEvent();
 }
 
-// A tool that a signal ended has exit status 0, and has failed.
+// A tool that a signal ended has exit status 0, and has failed. The line of one that passed is a trace.
 int UPGRADETHREAD::mRunTool() const {
     const int l_Result = system(mCommand().c_str());
     const int l_ExitStatus = (l_Result >> 8) & 0xFF;
     const bool l_bExited = WIFEXITED(l_Result);
-    // Always written: upgrades are rare, and how one went is asked for later.
-    LogError(m_Logger, "UPGRADETHEAD :: run - update returned %i WEXITSTATUS=%i WIFEXITED=%i", l_ExitStatus, l_Result,
-             l_bExited ? 1 : 0);
-    return l_bExited && l_ExitStatus == 0 ? UPGRADE_DONE : UPGRADE_FAILED;
+    const bool l_bPassed = l_bExited && l_ExitStatus == 0;
+    const auto l_Write = l_bPassed ? LogTrace : LogError;
+    l_Write(m_Logger, "UPGRADETHEAD :: run - update returned %i WEXITSTATUS=%i WIFEXITED=%i", l_ExitStatus, l_Result,
+            l_bExited ? 1 : 0);
+    return l_bPassed ? UPGRADE_DONE : UPGRADE_FAILED;
 }
 
 std::string UPGRADETHREAD::mCommand() const {

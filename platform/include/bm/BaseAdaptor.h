@@ -19,8 +19,13 @@ class CBaseAdaptor;
 /// Describes the device that is started or stopped; the host's own, null is allowed.
 struct structBmiDeviceInfoType;
 
-/// The manager: what a host offers to its adaptors. The host owns it and keeps it until after Fin. Its operations are
-/// called from host threads within a call to the adaptor, SendEvent from the adaptor's own threads as well.
+/// The manager: what a host offers to its adaptors. The host owns manager, storage and logger and keeps them until it
+/// has destroyed the adaptor and every event has returned; the logger, see there, for longer. The operations are called
+/// from host threads within a call to the adaptor, SendEvent from the adaptor's own threads as well. No lock of the
+/// adaptor is held meanwhile: they may call any operation of the adaptor, or wait for another thread that does. Two
+/// such calls do not come through: a second LED command out of a log line of an LED command, and Init out of a line
+/// that is written while the inventory is taken; both would wait for the caller. The storage refuses the adaptor inside
+/// a transaction of the host's own thread.
 class IBMAdaptorMgr {
 public:
     /// Announces that `adaptor` serves `group`. 1 on success.
@@ -42,12 +47,15 @@ protected:
 };
 
 /// The operations of an adaptor. ReadParams, WriteParams and GetParamTable may be called by several host threads at
-/// once after Init has returned; the lifecycle calls come one at a time. 1 means success.
+/// once after Init has returned; the lifecycle calls (Init, Start, Stop, Fin) come one at a time. Where a host does not
+/// keep to that, none of them waits for a tool, a reply or an event of another one, and nothing is freed under a
+/// running thread; what the blade ends up as is then the host's to know. 1 means success.
 class CBaseAdaptor {
 public:
     /// Learns the hardware and registers the groups. May block until the hardware has answered.
     virtual int Init(IBMAdaptorMgr* manager) = 0;
-    /// Releases what Init made. The manager is not used any more afterwards.
+    /// Removes the groups, deletes the switch ports and closes the board driver; 1, whatever the manager throws. An
+    /// upgrade under way goes on, and begins no event any more unless there is another Init. Waits for no event.
     virtual int Fin() = 0;
     virtual int Start(structBmiDeviceInfoType* device) = 0;
     virtual int Stop(structBmiDeviceInfoType* device) = 0;

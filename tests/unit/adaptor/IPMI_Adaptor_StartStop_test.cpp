@@ -10,7 +10,9 @@
 #include <cstdlib>
 #include <functional>
 #include <latch>
+#include <string>
 #include <thread>
+#include <utility>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -130,54 +132,67 @@ TEST_F(StartedMonitor, IsStoppedThoughTheMediaServerIsNot) {
     EXPECT_THAT(Lines(), Contains(MediaError("Fail to stop MEDIA SERVER ")));
 }
 
-// ---- two threads, and calls out of events
+// ---- two threads, and calls out of events and lines
+
+void OnAnotherThread(const std::function<void()>& a_Call) {
+    std::thread(a_Call).join();
+}
 
 class StartMeets : public START_TEST {
 protected:
-    /// Start on one thread; `a_Other` on another one as soon as the first tool runs, which goes on until that other
-    /// thread has had its chance.
-    void WhileStartRuns(const std::function<void()>& a_Other) {
+    /// Start on one thread; `a_Other` here, while its first tool hangs.
+    void WhileStartHangs(const std::function<void()>& a_Other) {
         std::latch l_Runs(1);
-        std::latch l_Other(1);
+        std::latch l_GoOn(1);
         std::atomic<int> l_Tools = 0;
         FakeSystem().m_OnCall = [&](const std::string&) {
             if (l_Tools++ != 0) return;
             l_Runs.count_down();
-            l_Other.wait();
-            for (int i = 0; i < 100; ++i)
-                std::this_thread::yield();
+            l_GoOn.wait();
         };
         std::thread l_Start([this] { EXPECT_EQ(Start(), 1); });
         l_Runs.wait();
-        l_Other.count_down();
         a_Other();
+        l_GoOn.count_down();
         l_Start.join();
     }
 };
 
-TEST_F(StartMeets, AnotherStartThatWaitsForIt) {
-    WhileStartRuns([this] { EXPECT_EQ(Start(), 1); });
+TEST_F(StartMeets, AnotherStartThatDoesNotWaitForIt) {
+    WhileStartHangs([this] { EXPECT_EQ(Start(), 1); });
     EXPECT_THAT(FakeSystem().Commands(),
-                ElementsAre(INIT, Boot(), Diag(), MEDIA_START, INIT, Boot(), Diag(), MEDIA_START));
-    EXPECT_THAT(Statuses(), ElementsAre(3, 4, 3, 4));
+                ElementsAre(INIT, INIT, Boot(), Diag(), MEDIA_START, Boot(), Diag(), MEDIA_START));
+    EXPECT_THAT(Statuses(), ElementsAre(3, 3, 4, 4));
 }
 
-TEST_F(StartMeets, AStopThatWaitsForIt) {
-    WhileStartRuns([this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); });
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, Boot(), Diag(), MEDIA_START, MEDIA_STOP));
+TEST_F(StartMeets, AStopThatDoesNotWaitForIt) {
+    WhileStartHangs([this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); });
+    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, MEDIA_STOP, Boot(), Diag(), MEDIA_START));
 }
 
-TEST_F(StartMeets, AFinThatWaitsForIt) {
-    TEXTS l_Commands;
-    WhileStartRuns([&] {
-        EXPECT_EQ(m_Adaptor.Fin(), 1);
-        l_Commands = FakeSystem().Commands();
-    });
-    EXPECT_THAT(l_Commands, ElementsAre(INIT, Boot(), Diag(), MEDIA_START));
+TEST_F(StartMeets, AFinThatDoesNotWaitForIt) {
+    WhileStartHangs([this] { EXPECT_EQ(m_Adaptor.Fin(), 1); });
+    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, Boot(), Diag(), MEDIA_START));
     EXPECT_THAT(Statuses(), ElementsAre(3, 4));
 }
 
-/// A host that acts when it is told of a run status.
+TEST_F(StartMeets, AStopThatHangsAndAFinBesidesIt) {
+    std::latch l_Runs(1);
+    std::latch l_GoOn(1);
+    FakeSystem().m_OnCall = [&](const std::string& a_Command) {
+        if (a_Command != MEDIA_STOP) return;
+        l_Runs.count_down();
+        l_GoOn.wait();
+    };
+    std::thread l_Stop([this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); });
+    l_Runs.wait();
+    EXPECT_EQ(Start(), 1);
+    EXPECT_EQ(m_Adaptor.Fin(), 1);
+    l_GoOn.count_down();
+    l_Stop.join();
+}
+
+/// A host that acts when it is told of a run status or of an upgrade.
 class StartWithinItsEvent : public START_TEST {
 protected:
     StartWithinItsEvent() { Access::Manager(m_Adaptor) = &m_Host; }
@@ -197,8 +212,87 @@ TEST_F(StartWithinItsEvent, HostMayStopTheMediaServer) {
 
 TEST_F(StartWithinItsEvent, HostMayFinishTheAdaptor) {
     m_Host.m_OnEvent = [this] { EXPECT_EQ(m_Adaptor.Fin(), 1); };
-    EXPECT_EQ(Start(), 0x30012);
-    EXPECT_EQ(m_Host.Events().size(), 1U);
+    EXPECT_EQ(Start(), 1);
+    EXPECT_EQ(m_Host.Events().size(), 2U);
+}
+
+TEST_F(StartWithinItsEvent, HostMayWaitForAnotherThreadThatStops) {
+    m_Host.m_OnEvent = [this] { OnAnotherThread([this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); }); };
+    EXPECT_EQ(Start(), 1);
+    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(MEDIA_STOP, INIT, Boot(), Diag(), MEDIA_STOP, MEDIA_START));
+}
+
+TEST_F(StartWithinItsEvent, HostMayWaitForAnotherThreadThatFinishesTheAdaptor) {
+    m_Host.m_OnEvent = [this] { OnAnotherThread([this] { EXPECT_EQ(m_Adaptor.Fin(), 1); }); };
+    EXPECT_EQ(Start(), 1);
+    EXPECT_EQ(m_Host.Events().size(), 2U);
+}
+
+// Each handler calls what the other one's operation would have to be waited for.
+TEST_F(StartWithinItsEvent, HandlersOfARunStatusAndOfAnUpgradeMayCrossEachOther) {
+    std::latch l_Both(2);
+    std::atomic<int> l_Told = 0;
+    const auto l_Starter = std::this_thread::get_id();
+    m_Host.m_OnEvent = [&] {
+        if (l_Told++ >= 2) return;
+        l_Both.arrive_and_wait();
+        if (std::this_thread::get_id() != l_Starter) {
+            EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
+            EXPECT_EQ(m_Adaptor.Fin(), 1);
+        } else {
+            EXPECT_EQ(m_Adaptor.Fin(), 1);
+            EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
+        }
+    };
+    CBMIParams l_Row = UPGRADE_REQUEST().Row();
+    EXPECT_EQ(m_Adaptor.WriteParams(BMI_GROUP_FIRMWARE_UPDATE, nullptr, &l_Row), 1);
+    EXPECT_EQ(Start(), 1);
+    Access::UpgradeThread(m_Adaptor)->Join();
+    EXPECT_EQ(m_Host.Events().size(), 3U);
+}
+
+// ---- out of a line of the monitor
+
+/// Acts within one line.
+class ACTING_LOG final : public RECORDING_LOG {
+public:
+    ACTING_LOG(std::string a_Line, std::function<void()> a_Act) : m_Line(std::move(a_Line)), m_Act(std::move(a_Act)) {
+        RecordBmiLogTo(this);
+    }
+    ~ACTING_LOG() override { RecordBmiLogTo(nullptr); }
+
+    void Log(int a_Level, const char* a_Component, const char* a_Text) override {
+        RECORDING_LOG::Log(a_Level, a_Component, a_Text);
+        if (m_Line == a_Text && !m_bDone.exchange(true)) m_Act();
+    }
+
+private:
+    std::string m_Line;
+    std::function<void()> m_Act;
+    std::atomic<bool> m_bDone = false;
+};
+
+TEST_F(StartedMonitor, ItsLineMayWaitForAnotherThreadThatStopsTheBlade) {
+    FakeSystem().m_Results = {0, 0, 0, 0, Exited(16), 0};
+    ACTING_LOG l_Log("AMC failed", [this] { OnAnotherThread([this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); }); });
+    EXPECT_EQ(Start(), 1);
+    while (!l_Log.Has("Monitor Thread stopped"))
+        std::this_thread::yield();
+    EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
+}
+
+TEST_F(StartedMonitor, ItsLineMayRestartTheBlade) {
+    FakeSystem().m_Results = {0, 0, 0, 0, Exited(16), 0};
+    ACTING_LOG l_Log("AMC failed", [this] {
+        EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
+        EXPECT_EQ(Start(), 1);
+    });
+    EXPECT_EQ(Start(), 1);
+    FakeWait().WaitForBegun(1);
+    EXPECT_EQ(Monitor().GetLastErr(), 1);
+    EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
+    EXPECT_EQ(l_Log.Count("Monitor Thread started"), 2U);
+    EXPECT_EQ(l_Log.Count("Monitor Thread stopped"), 2U);
 }
 
 } // namespace

@@ -2,13 +2,17 @@
 #include "adaptor/LifecycleTest.h"
 
 #include "adaptor/IPMI_Adaptor_Switch.h"
+#include "fake/FakeQueue.h"
 #include "ipmi/FRUImage.h"
 #include "ipmi/IPMI_Probe.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
+#include <latch>
 #include <thread>
 #include <utility>
 
@@ -359,16 +363,174 @@ TEST_F(AdaptorInit, TouchesTheBoardUnderTheCompleteSimulationAndGives0AllTheSame
     EXPECT_EQ(Access::SwitchPortMap(m_Adaptor).size(), 4U);
 }
 
-TEST_F(InitOverIpmi, LetsGoOfTheMonitorAndTheOpenHandleOfAnEarlierOne) {
+TEST_F(InitOverIpmi, KeepsTheMonitorAndClosesTheOpenHandleOfAnEarlierOne) {
     int l_Destroyed = 0;
     Init(1);
-    delete std::exchange(Access::Monitor(m_Adaptor), new COUNTED_MONITOR(l_Destroyed));
+    COUNTED_MONITOR l_Monitor(l_Destroyed);
+    delete Access::Monitor(m_Adaptor).exchange(&l_Monitor);
     void* const l_Handle = Access::PCIHandle(m_Adaptor);
     Init(2);
-    EXPECT_EQ(l_Destroyed, 1);
+    EXPECT_EQ(l_Destroyed, 0);
     EXPECT_EQ(Access::Monitor(m_Adaptor), nullptr);
     EXPECT_THAT(BoardDriver().m_Closed, ElementsAre(l_Handle));
     EXPECT_EQ(Access::PCIHandle(m_Adaptor), nullptr);
+}
+
+TEST_F(InitOverIpmi, StopsTheMonitorOfAnEarlierOne) {
+    Init(1);
+    const std::unique_ptr<IPMI_MonitorThread> l_Before(Access::Monitor(m_Adaptor));
+    FakeQueue().Reset();
+    ASSERT_EQ(l_Before->InitDriver(), 1); // its queue is open, as after a check that failed
+    Init(1);
+    EXPECT_NE(Access::Monitor(m_Adaptor), l_Before.get());
+    EXPECT_THAT(FakeQueue().m_Calls, Contains("qQueueClose"));
+    EXPECT_EQ(FakeQueue().m_Descriptor, -1);
+    FakeQueue().Reset();
+}
+
+TEST_F(InitOverIpmi, AsksForTheModeBeforeAnythingOfAnEarlierOneGoes) {
+    GiveDSPs();
+    Init(1);
+    std::vector<std::size_t> l_Closed;
+    std::vector<int> l_Ports;
+    m_Host.m_OnMode = [&] {
+        l_Closed.push_back(BoardDriver().m_Closed.size());
+        l_Ports.push_back(Rows(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE));
+    };
+    Init(1);
+    m_Host.m_OnMode = nullptr;
+    EXPECT_THAT(l_Closed, ElementsAre(0U, 1U));
+    EXPECT_THAT(l_Ports, ElementsAre(4, 0));
+    EXPECT_EQ(BoardDriver().m_Closed.size(), 1U);
+}
+
+TEST_F(InitOverIpmi, ReplacesTheDspsAndThePortsOfAnEarlierOne) {
+    GiveDSPs();
+    Init(1);
+    EXPECT_EQ(Rows(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), 4);
+    setenv("MAVK_AMC", "x312", 1); // two of them
+    Init(1);
+    EXPECT_EQ(Rows(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), 2);
+    unsetenv("MAVK_AMC");
+    Init(3);
+    EXPECT_EQ(Rows(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), 0);
+    EXPECT_EQ(Rows(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE), 0);
+    CBMIParams l_Row;
+    const CBMIKeys l_Port = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 1);
+    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_ReadParams(&l_Port, &l_Row), 4);
+}
+
+TEST_F(InitOverIpmi, InAModeThatDoesNotTouchTheBoardThereAreNoDspsAndNoPorts) {
+    GiveDSPs();
+    Init(1);
+    Init(2);
+    EXPECT_EQ(Rows(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), 0);
+    CBMIParams l_Row;
+    const CBMIKeys l_Port = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 1);
+    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_ReadParams(&l_Port, &l_Row), 4);
+}
+
+TEST_F(AdaptorInit, DomainThreadAndProbeLogWhereTheLatestOneLogs) {
+    WithoutOpenIPMI();
+    Init(2);
+    EXPECT_EQ(g_Logger2, &m_Log);
+    RECORDING_LOG l_Later;
+    m_Host.m_Logger = &l_Later;
+    Init(2);
+    EXPECT_EQ(g_Logger2, &l_Later);
+    m_Host.m_Logger = nullptr;
+    Init(2);
+    EXPECT_EQ(g_Logger2, nullptr);
+}
+
+// ---- while its lines are written
+
+/// Does something at each line.
+class ACTING_LOG final : public RECORDING_LOG {
+public:
+    void Log(int a_Level, const char* a_Component, const char* a_Text) override {
+        if (m_OnLine) m_OnLine(a_Text);
+        RECORDING_LOG::Log(a_Level, a_Component, a_Text);
+    }
+
+    std::function<void(const std::string& a_Text)> m_OnLine{};
+};
+
+TEST_F(InitOverIpmi, StateIs1WhileTheDriverFileIsWritten) {
+    ACTING_LOG l_Log;
+    m_Host.m_Logger = &l_Log;
+    std::vector<int> l_States;
+    l_Log.m_OnLine = [&](const std::string& a_Text) {
+        if (a_Text.starts_with("IPMIAdaptor :: WriteProcFile")) l_States.push_back(Access::State(m_Adaptor));
+    };
+    Init(1);
+    EXPECT_THAT(l_States, ElementsAre(1));
+    g_Logger2 = nullptr;
+}
+
+TEST_F(InitOverIpmi, AnnouncesTheSwitchBeforeTheFirstOpening) {
+    GiveDSPs();
+    ACTING_LOG l_Log;
+    RecordBmiLogTo(&l_Log);
+    std::size_t l_Opened = 99;
+    l_Log.m_OnLine = [&](const std::string& a_Text) {
+        if (a_Text == "Entering CSwitchIfPortMgr Init") l_Opened = BoardDriver().m_Opened.size();
+    };
+    Init(1);
+    RecordBmiLogTo(&m_Log);
+    EXPECT_EQ(l_Opened, 0U);
+    EXPECT_EQ(BoardDriver().m_Opened.size(), 2U);
+}
+
+TEST_F(InitOverIpmi, FirstOpeningMayFail) {
+    GiveDSPs();
+    BoardDriver().m_OpenResults = {6};
+    EXPECT_EQ(Init(1), 1);
+    EXPECT_EQ(Rows(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE), 4);
+}
+
+// ---- two of them
+
+TEST_F(AdaptorInit, SecondOneOnAnotherThreadWaitsForTheModelOfTheFirst) {
+    std::latch l_Asked(1);
+    std::latch l_GoOn(1);
+    Fake().OnRequest({0x2C, 0x00}, [&](const SENT_REQUEST&) -> std::optional<BYTES> {
+        l_Asked.count_down();
+        l_GoOn.wait();
+        return BYTES{0xC1};
+    });
+    m_Host.m_Mode = 2;
+    std::thread l_First([&] { EXPECT_EQ(m_Adaptor.Init(&m_Host), 1); });
+    l_Asked.wait();
+    IPMIAdaptor l_Other;
+    std::atomic<bool> l_bBack = false;
+    std::thread l_Second([&] {
+        EXPECT_EQ(l_Other.Init(&m_Host), 1);
+        l_bBack = true;
+    });
+    while (m_Log.Count("Hooking up OS Handler") < 2)
+        std::this_thread::yield();
+    EXPECT_FALSE(l_bBack);
+    EXPECT_FALSE(m_Log.Has("Startup Mutex fired"));
+    l_GoOn.count_down();
+    l_First.join();
+    l_Second.join();
+    EXPECT_EQ(m_Log.Count("Startup Mutex fired"), 2U);
+}
+
+TEST_F(AdaptorInit, OutOfALineOfItsStartupAnotherThreadsIsWaitedFor) {
+    WithoutOpenIPMI();
+    ACTING_LOG l_Log;
+    m_Host.m_Logger = &l_Log;
+    IPMIAdaptor l_Other;
+    int l_Result = -1;
+    bool l_bDone = false;
+    l_Log.m_OnLine = [&](const std::string& a_Text) {
+        if (a_Text != "Startup Mutex fired" || std::exchange(l_bDone, true)) return;
+        std::thread([&] { l_Result = l_Other.Init(&m_Host); }).join();
+    };
+    EXPECT_EQ(Init(2), 1);
+    EXPECT_EQ(l_Result, 1);
 }
 
 TEST_F(InitOverIpmi, RefusedEventRegistrationDoesNotCountWhereTheBoardIsTouched) {

@@ -16,12 +16,12 @@ using testing::IsEmpty;
 
 namespace {
 
-LOG_LINE Returned(const std::string& a_Numbers) {
-    return Error("UPGRADETHEAD :: run - update returned " + a_Numbers);
+std::string Returned(const std::string& a_Numbers) {
+    return "UPGRADETHEAD :: run - update returned " + a_Numbers;
 }
 
 const LOG_LINE g_Starting = Trace("UPGRADE THREAD STARTING\n");
-const LOG_LINE g_Passed = Returned("0 WEXITSTATUS=0 WIFEXITED=1");
+const LOG_LINE g_Passed = Trace(Returned("0 WEXITSTATUS=0 WIFEXITED=1"));
 const LOG_LINE g_Sending = Trace("UPGRADETHEAD :: run - sending event");
 
 class UpgradeThread : public UPGRADE_TEST {
@@ -143,7 +143,7 @@ TEST_F(UpgradeThread, OnlyAToolThatExitsWith0HasPassed) {
         FakeSystem().m_Results = {l_Result};
         Upgrade();
         EXPECT_EQ(Row(), UpgradeRow(1, 3, l_State)) << l_Result;
-        EXPECT_THAT(Lines(), testing::Contains(Returned(l_Numbers)));
+        EXPECT_THAT(Lines(), testing::Contains(l_State == 2 ? Trace(Returned(l_Numbers)) : Error(Returned(l_Numbers))));
     }
 }
 
@@ -158,10 +158,38 @@ TEST_F(UpgradeThread, LogsItsSteps) {
     EXPECT_THAT(Lines(), ElementsAre(g_Starting, g_Passed, g_Sending));
 }
 
-TEST_F(UpgradeThread, ItsOutcomeIsLoggedWhateverTheLogLevel) {
+TEST_F(UpgradeThread, OnlyAToolThatFailedIsLoggedWhateverTheLogLevel) {
     BM_LOG_LEVEL = 0;
-    Run(1, 3, "x");
-    EXPECT_THAT(Lines(), ElementsAre(g_Passed));
+    Upgrade();
+    EXPECT_THAT(Lines(), IsEmpty());
+    FakeSystem().m_Results = {Exited(4)};
+    Upgrade();
+    EXPECT_THAT(Lines(), ElementsAre(Error(Returned("4 WEXITSTATUS=1024 WIFEXITED=1"))));
+}
+
+/// Reads the upgrade's state at each of its lines.
+class READING_LOG final : public RECORDING_LOG {
+public:
+    void Log(int a_Level, const char* a_Component, const char* a_Text) override {
+        m_Read.push_back(a_Text + std::string(": ") + m_Row().back());
+        RECORDING_LOG::Log(a_Level, a_Component, a_Text);
+    }
+
+    std::function<TEXTS()> m_Row{};
+    TEXTS m_Read{};
+};
+
+TEST_F(UpgradeThread, OutcomeCanBeReadWhenTheEventIsAnnounced) {
+    READING_LOG l_Log;
+    l_Log.m_Row = [this] { return Row(); };
+    IPMI_TEST_ACCESS::Logger(m_Adaptor) = &l_Log;
+    FakeSystem().m_Results = {Exited(4)};
+    Upgrade();
+    EXPECT_THAT(l_Log.m_Read,
+                ElementsAre("UPGRADE THREAD STARTING\n: 0x602 u:0", "UPGRADETHREAD :: run - upgrading AMC 3: 0x602 u:0",
+                            Returned("4 WEXITSTATUS=1024 WIFEXITED=1: 0x602 u:0"),
+                            "UPGRADETHEAD :: run - sending event: 0x602 u:3"));
+    IPMI_TEST_ACCESS::Logger(m_Adaptor) = &m_Log;
 }
 
 TEST_F(UpgradeThread, WithoutALoggerItRuns) {

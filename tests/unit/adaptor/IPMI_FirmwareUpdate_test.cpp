@@ -80,7 +80,7 @@ TEST_F(FirmwareWrite, WithoutABayUsesBay0) {
     Upgrade({.m_Bay = {}});
     EXPECT_EQ(Row(), UpgradeRow(1, 0, 2));
     EXPECT_THAT(FakeSystem().Commands(), ElementsAre("fwburn -i KCS -M direct --target amc0 /images/amc.img"));
-    EXPECT_EQ(Lines().front(), Trace("AMC BAY NOT SPECIFIED IN UPGRADE - defaulting to 0"));
+    EXPECT_EQ(Lines().front(), Error("AMC BAY NOT SPECIFIED IN UPGRADE - defaulting to 0"));
 }
 
 struct REFUSED_REQUEST {
@@ -140,6 +140,16 @@ TEST_F(FirmwareWrite, ThreadThatIsNotToBeHadIsAFailedUpgrade) {
     EXPECT_EQ(Write(), 1);
 }
 
+TEST_F(FirmwareWrite, ExceptionBeforeTheThreadRunsIsAFailedUpgradeAndTheNextOneStarts) {
+    BeforeNextThreadStart([] { throw std::runtime_error("no thread"); });
+    CBMIParams l_Row = UPGRADE_REQUEST().Row();
+    EXPECT_EQ(m_Adaptor.WriteParams(0x600, nullptr, &l_Row), 0);
+    EXPECT_THAT(Lines(), ElementsAre(LOG_LINE{3, "IPMI Adaptor", "IPMIAdaptor::WriteParams() - no thread"}));
+    EXPECT_EQ(Row(), UpgradeRow(1, 3, 3));
+    Upgrade();
+    EXPECT_EQ(Row(), UpgradeRow(1, 3, 2));
+}
+
 // ---- one upgrade at a time
 
 using FirmwareUpgrade = UPGRADE_TEST;
@@ -193,6 +203,40 @@ TEST_F(FirmwareUpgrade, OfSeveralHostThreadsOneStartsIt) {
     EXPECT_THAT(FakeSystem().Commands(), SizeIs(1));
 }
 
+// The first host thread is still in its start when its upgrade has ended and the second one's begins.
+TEST_F(FirmwareUpgrade, NextOneOfAnotherThreadLeavesTheStartOfTheLastAlone) {
+    for (int i = 0; i < 100; ++i) {
+        std::latch l_Ended(1);
+        m_Host.m_OnEvent = [&] { l_Ended.count_down(); };
+        WithinNextThreadStart([&] {
+            l_Ended.wait();
+            m_Host.m_OnEvent = nullptr;
+            std::thread([this] {
+                while (Write({.m_Bay = 4}) == 0) // refused until the event has come back
+                    std::this_thread::yield();
+            }).join();
+        });
+        EXPECT_EQ(Write(), 1);
+        WaitForEnd();
+        EXPECT_EQ(Row(), UpgradeRow(1, 4, 2));
+    }
+    EXPECT_THAT(FakeSystem().Commands(), SizeIs(200));
+}
+
+TEST_F(FirmwareUpgrade, ThreadsThatUpgradeOneAfterTheOtherAllGetTheirTurn) {
+    std::vector<std::jthread> l_Hosts;
+    for (int i = 0; i < 4; ++i) {
+        l_Hosts.emplace_back([this] {
+            for (int l_Done = 0; l_Done < 50;)
+                l_Done += Write();
+        });
+    }
+    l_Hosts.clear();
+    WaitForEnd();
+    EXPECT_THAT(FakeSystem().Commands(), SizeIs(200));
+    EXPECT_THAT(m_Host.Events(), SizeIs(200));
+}
+
 // ---- its event
 
 using FirmwareEvent = UPGRADE_TEST;
@@ -219,6 +263,13 @@ TEST_F(FirmwareEvent, ComesWhenTheOutcomeCanBeReadAndTheNextUpgradeCannotStartYe
     EXPECT_EQ(l_Second, 0);
 }
 
+TEST_F(FirmwareEvent, IsAnnouncedBefore) {
+    bool l_bAnnounced = false;
+    m_Host.m_OnEvent = [&] { l_bAnnounced = m_Log.Has("UPGRADETHEAD :: run - sending event"); };
+    Upgrade();
+    EXPECT_TRUE(l_bAnnounced);
+}
+
 TEST_F(FirmwareEvent, ExceptionOfTheManagerIsLoggedAndTheNextUpgradeCanStart) {
     m_Host.m_OnEvent = [] { throw std::runtime_error("no room"); };
     Upgrade();
@@ -243,23 +294,55 @@ TEST_F(FirmwareLeft, WithoutAnUpgradeNothingHappens) {
     EXPECT_EQ(Row(), UpgradeRow(0, 0, 2));
 }
 
-TEST_F(FirmwareLeft, EndedUpgradeIsForgotten) {
+TEST_F(FirmwareLeft, EndedUpgradeCanStillBeRead) {
     FakeSystem().m_Results = {Exited(1)};
     Upgrade();
     EXPECT_EQ(m_Adaptor.Fin(), 1);
-    EXPECT_EQ(Access::UpgradeThread(m_Adaptor), nullptr);
-    EXPECT_EQ(Row(), UpgradeRow(0, 0, 2));
+    EXPECT_EQ(Row(), UpgradeRow(1, 3, 3));
 }
 
-TEST_F(FirmwareLeft, UpgradeIsOverForTheHostThatHasItsEvent) {
+TEST_F(FirmwareLeft, AnEventThatIsBeingTakenIsNotWaitedFor) {
+    std::latch l_Taken(1);
+    std::latch l_Fin(1);
+    m_Host.m_OnEvent = [&] {
+        l_Taken.count_down();
+        l_Fin.wait();
+    };
+    Write();
+    l_Taken.wait();
+    EXPECT_EQ(m_Adaptor.Fin(), 1);
+    l_Fin.count_down();
+    WaitForEnd();
+    EXPECT_THAT(m_Host.Events(), SizeIs(1));
+}
+
+TEST_F(FirmwareLeft, EventGoesToTheManagerOfALaterInit) {
+    g_bCompleteIPMISimulation = true;
+    HELD_TOOL l_Tool;
+    Write();
+    l_Tool.WaitUntilItRuns();
+    EXPECT_EQ(m_Adaptor.Fin(), 1);
+    // Of Init's steps the one that counts: the manager is taken before it is asked for anything.
+    class STOPPED_INIT final : public FAKE_MANAGER {
+    public:
+        int GetMode() override { throw std::runtime_error("enough"); }
+    } l_Manager;
+    EXPECT_EQ(m_Adaptor.Init(&l_Manager), 0);
+    l_Tool.LetGo();
+    WaitForEnd();
+    EXPECT_THAT(m_Host.Events(), IsEmpty());
+    EXPECT_THAT(l_Manager.Events(), SizeIs(1));
+}
+
+TEST_F(FirmwareLeft, ItsThreadMayBeStartedWhileItIsLeft) {
     for (int i = 0; i < 100; ++i) {
-        std::latch l_Sent{1};
-        m_Host.m_OnEvent = [&] { l_Sent.count_down(); };
-        Access::Manager(m_Adaptor) = &m_Host;
-        ASSERT_EQ(Write(), 1);
-        l_Sent.wait();
-        EXPECT_EQ(m_Adaptor.Fin(), 1);
-        ASSERT_EQ(Access::UpgradeThread(m_Adaptor), nullptr) << i;
+        std::jthread l_Fin([this] { EXPECT_EQ(m_Adaptor.Fin(), 1); });
+        std::jthread l_Write([this] { EXPECT_EQ(Write(), 1); });
+        l_Fin.join();
+        l_Write.join();
+        WaitForEnd();
+        while (Row() != UpgradeRow(1, 3, 2))
+            std::this_thread::yield();
     }
 }
 

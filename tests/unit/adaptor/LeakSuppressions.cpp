@@ -5,6 +5,6 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
            "leak:NewMonitor\n"
            "leak:NewPCIHandle\n"
            "leak:mKeepDSPMacs\n"
-           "leak:mMakeDSPInfo\n"
+           "leak:mPublishDSPInfo\n"
            "leak:mCreateSwitchPortObjects\n";
 }

@@ -44,6 +44,14 @@ void LIFECYCLE_TEST::GiveDSPs() {
     Kernel().m_Interfaces = {{"eth6", "192.168.0.1", {0x02, 0, 0, 0, 0, 0x10}}};
 }
 
+int LIFECYCLE_TEST::Rows(BMIGroup_e a_Group) {
+    CBMITable* l_Made = nullptr;
+    m_Adaptor.GetParamTable(a_Group, l_Made);
+    const std::unique_ptr<CBMITable> l_Table(l_Made);
+    return l_Table->GetSize();
+}
+
+// A monitor that Init puts another one in the place of is the test's to delete.
 int LIFECYCLE_TEST::Init(int a_Mode) {
     m_Host.m_Mode = a_Mode;
     const int l_Result = m_Adaptor.Init(&m_Host);

@@ -10,6 +10,7 @@
 #include "fake/FakeStorage.h"
 #include "fake/StdoutCapture.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -31,6 +32,12 @@ class LIFECYCLE_MANAGER : public FAKE_MANAGER {
 public:
     int RegisterEventClass(unsigned a_Class, CBaseAdaptor* a_Adaptor) override;
 
+    int GetMode() override {
+        if (m_OnMode) m_OnMode();
+        return FAKE_MANAGER::GetMode();
+    }
+
+    std::function<void()> m_OnMode{}; ///< what it does when it is asked for the mode
     IPMI_MonitorThread* m_MonitorAtRegistration = nullptr;
     int m_StateAtRegistration = -1;
 };
@@ -51,6 +58,8 @@ protected:
     static void GiveDSPs();
 
     int Init(int a_Mode);
+    /// How many rows the group's table has.
+    int Rows(BMIGroup_e a_Group);
 
     STDOUT_CAPTURE m_Output;
     FAKE_STORAGE m_Storage;

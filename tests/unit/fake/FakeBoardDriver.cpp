@@ -43,13 +43,18 @@ FAKE_BOARD_DRIVER& BoardDriver() {
 }
 
 int uPCIMemOpen(void* a_Handle, int a_First, int a_Second) {
+    const std::lock_guard l_Lock(Guard());
     auto& l_Call = BoardDriver().m_Opened.emplace_back();
     l_Call = {a_Handle, {}, a_First, a_Second};
     std::copy_n(static_cast<unsigned char*>(a_Handle), l_Call.m_Content.size(), l_Call.m_Content.begin());
-    return BoardDriver().m_OpenResult;
+    if (BoardDriver().m_OpenResults.empty()) return BoardDriver().m_OpenResult;
+    const int l_Result = BoardDriver().m_OpenResults.front();
+    BoardDriver().m_OpenResults.pop_front();
+    return l_Result;
 }
 
 int uPCIMemClose(void* a_Handle) {
+    const std::lock_guard l_Lock(Guard());
     BoardDriver().m_Closed.push_back(a_Handle);
     return 0;
 }
@@ -74,9 +79,11 @@ int mavkAmcSwitchPortCheckLink(int a_Backend, int* a_Out) {
 }
 
 int mavkAmcSwitchMACLearn(int a_Port, const unsigned char* a_Mac) {
+    const std::lock_guard l_Lock(Guard());
     return Called("Learn " + std::to_string(a_Port) + " " + TextOf(a_Mac));
 }
 
 int mavkAmcSwitchMACLearnByDSP(int a_Dsp, const unsigned char* a_Mac) {
+    const std::lock_guard l_Lock(Guard());
     return Called("LearnByDSP " + std::to_string(a_Dsp) + " " + TextOf(a_Mac));
 }

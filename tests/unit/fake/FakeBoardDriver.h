@@ -3,6 +3,7 @@
 
 #include <array>
 #include <functional>
+#include <deque>
 #include <map>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@ struct FAKE_BOARD_DRIVER {
     };
 
     int m_OpenResult = 0;
+    std::deque<int> m_OpenResults{}; ///< of the next calls, before m_OpenResult
     std::vector<OPEN_CALL> m_Opened{};
     std::vector<void*> m_Closed{};
 

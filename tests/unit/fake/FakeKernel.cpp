@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 #include <set>
 #include <string_view>
 
@@ -22,6 +23,12 @@ namespace {
 
 constexpr std::string_view DRIVER_FILE = "/proc/mavkpcidrv/pstn.cfg";
 constexpr std::string_view OVERRIDE_FILE = "/usr/korvel/cfg/rtmdata.cfg";
+
+// Of what the adaptor's calls note, on whichever thread; the test's own accesses are for the time when none runs.
+std::recursive_mutex& KernelGuard() {
+    static std::recursive_mutex& s_Guard = *new std::recursive_mutex;
+    return s_Guard;
+}
 
 std::set<int> g_Sockets;
 std::map<int, int> g_DriverFiles; // descriptor, number of the opening
@@ -89,6 +96,7 @@ FILE* __real_fopen(const char* a_Path, const char* a_Mode);
 long __real_syscall(long a_Number, ...);
 
 int __wrap_socket(int a_Domain, int a_Type, int a_Protocol) {
+    const std::lock_guard l_Lock(KernelGuard());
     if (Kernel().m_bNoSocket) return Fails(EMFILE);
     const int l_Socket = __real_socket(a_Domain, a_Type, a_Protocol);
     g_Sockets.insert(l_Socket);
@@ -97,6 +105,7 @@ int __wrap_socket(int a_Domain, int a_Type, int a_Protocol) {
 }
 
 int __wrap_ioctl(int a_Descriptor, unsigned long a_Request, ...) {
+    const std::lock_guard l_Lock(KernelGuard());
     va_list l_Arguments;
     va_start(l_Arguments, a_Request);
     void* const l_Argument = va_arg(l_Arguments, void*);
@@ -110,6 +119,7 @@ int __wrap_ioctl(int a_Descriptor, unsigned long a_Request, ...) {
 }
 
 int __wrap_open(const char* a_Path, int a_Flags, ...) {
+    const std::lock_guard l_Lock(KernelGuard());
     va_list l_Arguments;
     va_start(l_Arguments, a_Flags);
     const unsigned l_Mode = (a_Flags & O_CREAT) != 0 ? va_arg(l_Arguments, unsigned) : 0;
@@ -126,6 +136,7 @@ int __wrap_open(const char* a_Path, int a_Flags, ...) {
 }
 
 ssize_t __wrap_write(int a_Descriptor, const void* a_Bytes, size_t a_Size) {
+    const std::lock_guard l_Lock(KernelGuard());
     const auto l_File = g_DriverFiles.find(a_Descriptor);
     if (l_File == g_DriverFiles.end()) return __real_write(a_Descriptor, a_Bytes, a_Size);
     const std::string l_Record =
@@ -137,12 +148,14 @@ ssize_t __wrap_write(int a_Descriptor, const void* a_Bytes, size_t a_Size) {
 }
 
 int __wrap_close(int a_Descriptor) {
+    const std::lock_guard l_Lock(KernelGuard());
     if (g_Sockets.erase(a_Descriptor) != 0) --Kernel().m_Sockets;
     if (g_DriverFiles.erase(a_Descriptor) != 0) --Kernel().m_OpenFiles;
     return __real_close(a_Descriptor);
 }
 
 FILE* __wrap_fopen(const char* a_Path, const char* a_Mode) {
+    const std::lock_guard l_Lock(KernelGuard());
     if (a_Path != OVERRIDE_FILE) return __real_fopen(a_Path, a_Mode);
     auto& l_Content = Kernel().m_OverrideFile;
     if (!l_Content) return nullptr;
@@ -160,6 +173,7 @@ long __wrap_syscall(long a_Number, ...) {
     if (a_Number != SYS__sysctl) {
         return __real_syscall(a_Number, l_Words[0], l_Words[1], l_Words[2], l_Words[3], l_Words[4], l_Words[5]);
     }
+    const std::lock_guard l_Lock(KernelGuard());
     if (Kernel().m_bNoParameter) return Fails(ENOSYS);
     const auto& l_Request = *reinterpret_cast<__sysctl_args*>(l_Words[0]);
     Kernel().m_ParameterName.assign(l_Request.name, l_Request.name + l_Request.nlen);

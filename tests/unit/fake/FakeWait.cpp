@@ -6,8 +6,10 @@
 #include <dlfcn.h>
 
 #include <atomic>
+#include <cerrno>
 #include <condition_variable>
 #include <mutex>
+#include <utility>
 
 namespace {
 
@@ -16,6 +18,17 @@ std::condition_variable& g_Begun = *new std::condition_variable;
 std::vector<int>& g_Asked = *new std::vector<int>;
 int g_TimeOuts = 0;
 std::atomic<int> g_StartError = 0;
+std::function<void()>& g_BeforeStart = *new std::function<void()>;
+std::function<void()>& g_WithinStart = *new std::function<void()>;
+
+void CallOnce(std::function<void()>& a_Call) {
+    std::function<void()> l_Call;
+    {
+        const std::lock_guard l_Guard(g_Lock);
+        l_Call.swap(a_Call);
+    }
+    if (l_Call) l_Call();
+}
 
 // True when this wait times out.
 bool Begin(int a_Milliseconds) {
@@ -67,9 +80,22 @@ void FailNextThreadStart(int a_Error) {
     g_StartError = a_Error;
 }
 
+void BeforeNextThreadStart(std::function<void()> a_Call) {
+    const std::lock_guard l_Guard(g_Lock);
+    g_BeforeStart = std::move(a_Call);
+}
+
+void WithinNextThreadStart(std::function<void()> a_Call) {
+    const std::lock_guard l_Guard(g_Lock);
+    g_WithinStart = std::move(a_Call);
+}
+
 int OSAL::OSALThread::Start() {
+    CallOnce(g_BeforeStart);
     using START = int (*)(OSALThread*); // how the compiler calls a member function
     static const auto s_Real = reinterpret_cast<START>(dlsym(RTLD_NEXT, "_ZN4OSAL10OSALThread5StartEv"));
-    const int l_Error = g_StartError.exchange(0);
-    return l_Error != 0 ? l_Error : s_Real(this);
+    if (const int l_Error = g_StartError.exchange(0); l_Error != 0) return l_Error;
+    const int l_Error = s_Real(this);
+    CallOnce(g_WithinStart);
+    return l_Error == 0 && !m_Thread.joinable() ? ESRCH : l_Error;
 }

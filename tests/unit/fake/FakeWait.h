@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 /// For the whole test program. No time passes: a wait that is told to time out does so at once, any other one ends only
@@ -22,3 +23,8 @@ FAKE_WAIT& FakeWait();
 
 /// The next OSALThread::Start of the test program gives this error and starts nothing.
 void FailNextThreadStart(int a_Error);
+/// What the next OSALThread::Start does before anything else, on its caller's thread; it may throw.
+void BeforeNextThreadStart(std::function<void()> a_Call);
+/// What the next OSALThread::Start does when the thread runs and it has not come back yet: it looks at its object after
+/// that.
+void WithinNextThreadStart(std::function<void()> a_Call);
