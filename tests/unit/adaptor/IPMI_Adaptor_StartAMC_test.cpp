@@ -88,6 +88,16 @@ TEST_F(DspStartup, WritesEachStepDown) {
                             Ipmi("MAVK_DIAG: " + Diag()), Ipmi("DSPs Post Test Pass")));
 }
 
+TEST_F(DspStartup, WritesACommandDownWhenItHasRun) {
+    std::vector<std::size_t> l_Lines;
+    FakeSystem().m_OnCall = [&](const std::string&) {
+        for (const char* l_Tool : {"MAVK_INIT: ", "MAVK_BOOT: ", "MAVK_DIAG: "})
+            l_Lines.push_back(m_Log.Texts(l_Tool).size());
+    };
+    EXPECT_EQ(Start(), 1);
+    EXPECT_THAT(l_Lines, ElementsAre(0, 0, 0, /**/ 1, 0, 0, /**/ 1, 1, 0, /**/ 1, 1, 1));
+}
+
 TEST_F(DspStartup, TellsTheHostOfItsBeginningBeforeTheFirstToolAndOfItsEndBeforeTheMediaServer) {
     std::vector<std::size_t> l_Told;
     FakeSystem().m_OnCall = [&](const std::string&) { l_Told.push_back(Statuses().size()); };

@@ -2,6 +2,7 @@
 #include "adaptor/BoardTest.h"
 
 #include "adaptor/IPMI_Adaptor_Rows.h"
+#include "fake/FakeParams.h"
 
 #include <cstdlib>
 
@@ -50,6 +51,14 @@ TEST_F(RtmInfo, OfASimulatedRtmWithoutDigitsIsMinusOne) {
 TEST_F(RtmInfo, OfAMissingRowFails) {
     EXPECT_EQ(Access::mKeepRTMInfo(m_Adaptor, static_cast<const CBMIParams*>(nullptr)), 0x30011);
     EXPECT_THAT(Lines(), ElementsAre(IpmiError("Fail to get Row[0] of RTM Table in GetAmcRtmInfo()")));
+}
+
+TEST_F(RtmInfo, SaysThatThereIsAnRtmThoughItsRowIsMissing) {
+    setenv("MAVK_RTM", "2184", 1);
+    FakeParams().m_bHidesRows = true;
+    EXPECT_EQ(Access::mInitRTMInfo(m_Adaptor), 0x30011);
+    FakeParams() = {};
+    EXPECT_THAT(Info(), ElementsAre(1, 0, 0, 0));
 }
 
 TEST_F(RtmInfo, OfARowWithoutFramersFails) {
