@@ -154,8 +154,8 @@ public:
     int AMC_SwitchPort_ReadTable(CBMITable*& a_Table);
     int AMC_SwitchPort_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values);
 
-    // Look-ups in the model, null when there is no such record. Each takes the model's lock for itself, shared; a record
-    // is never removed, and what it says is read under the lock.
+    // Look-ups in the model, null when there is no such record. Each takes the model's lock for itself, shared; a
+    // record is never removed, and what it says is read under the lock.
     IPMI_ENTITY* FindEntitybyEntityID(int a_EntityID) const;
     IPMI_ENTITY* FindEntitybyEntityIDBayLocation(int a_EntityID, int a_Location) const;
     /// @param a_LEDID  the host's LED id: 1 hot swap, 2 out of service, 3 health; others have no control
