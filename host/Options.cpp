@@ -19,12 +19,16 @@ namespace {
 // What more its help tells.
 enum class MORE { Nothing, Parameters, ParametersAndLife };
 
+// Where it can be given.
+enum class PLACE { Everywhere, CommandLine, Prompt };
+
 struct COMMAND {
     const char* m_Name;
     const char* m_Usage;
     const char* m_Summary;
     const char* m_Details;
     MORE m_More;
+    PLACE m_Place = PLACE::Everywhere;
 };
 
 constexpr const char* PARAMETER_HELP =
@@ -53,7 +57,7 @@ constexpr COMMAND COMMANDS[] = {
      "event, or says that none came). '#' begins a comment; '…' or \"…\" keep blanks in a value. A line that cannot be\n"
      "meant ends the script with status 2; a call that does not return 1 does not end it.\n"
      "Example: printf 'init\\ntable HARDWARE_BOARD\\nfin\\n' | bmhost script -\n",
-     MORE::Parameters},
+     MORE::Parameters, PLACE::CommandLine},
     {"inventory", "inventory", "show the blade's hardware",
      "Board, modules and what they carry, as tables for people; status 1 when the board's table cannot be read.\n",
      MORE::Nothing},
@@ -88,52 +92,65 @@ constexpr COMMAND COMMANDS[] = {
     {"status", "status", "show run status and LEDs of the blade",
      "Run status, out-of-service and health LED of baseboard, AMCs and RTM, and the last firmware upgrade. The run status\n"
      "is what this process's adaptor gave: `status` alone knows none, in a `shell` it follows `start`. The LEDs are the\n"
-     "hardware's. With --json one line. Status 0 when all could be read and nothing has failed.\n",
+     "hardware's. With --json one line.\n"
+     "Status 0 when board, modules and upgrade could be read, no module has failed (5), and the last upgrade has not. LEDs\n"
+     "do not count.\n",
      MORE::Nothing},
     {"firmware", "firmware update --target T [--bay N] FILE [--dry-run]", "upgrade firmware; firmware show: its state",
      "--target is board, amc (with --bay, 1 to 8) or rtm. FILE has to be a regular file that is not empty; the adaptor is\n"
      "given its absolute path. Follows the upgrade to its end and shows for how long it runs; when it fails, standard error\n"
      "has what the firmware tool said. Status 0 when it passed. A signal does not end bmhost before the tool has ended;\n"
-     "the third one does, and leaves the tool alone with it.\n"
+     "the third one does, and leaves the tool alone with it. Ctrl-C and the hangup of the terminal reach the tool as well.\n"
      "--dry-run checks the words and the file, and shows what would be written.\n"
      "firmware show shows target and state of the last upgrade of this process's adaptor.\n"
-     "Example: bmhost firmware update --target amc --bay 3 /tmp/image.bin\n",
+     "Example: bmhost firmware update --target amc --bay 3 image.bin\n",
      MORE::Nothing},
     {"run", "run", "be a resident host until Ctrl-C or SIGTERM",
      "Calls init and start, tells events and health as they happen, one line each (with --json a JSON line), and at SIGINT,\n"
      "SIGTERM or SIGHUP calls stop and fin. A tool that runs is let end first; Ctrl-C reaches it as well, as in a shell.\n"
-     "The third signal ends bmhost at once. What adaptor and tools print is shown when something fails.\n"
+     "The third signal ends bmhost at once. What the tools printed is shown when start or stop fails, or a fault is found;\n"
+     "the log is not: --log FILE keeps it, --log-level 3 shows both.\n"
      "Status 0 when every call returned 1 and no fault of the health was found. Ends by itself when init or start fails.\n",
-     MORE::Nothing},
+     MORE::Nothing, PLACE::CommandLine},
     {"shell", "shell", "make calls and give commands at a prompt",
      "The calls of a script and the commands for people, in one process; help [COMMAND] lists or explains them, quit or\n"
-     "Ctrl-D ends. On a terminal with history and completion (Tab). init is called when something needs it; at the end\n"
-     "what was started is stopped, and fin called. Errors end nothing. Without a terminal: plain lines, no prompt.\n"
-     "Status 0 when nothing went wrong.\n"
-     "Example: printf 'start\\nstatus\\n' | bmhost shell\n",
-     MORE::Parameters},
+     "Ctrl-D ends. On a terminal with history and completion (Tab). init is called when a command, a read, a table or a\n"
+     "write needs it; start does not. At the end what was started is stopped, and fin called. Errors end nothing.\n"
+     "Without a terminal: plain lines, no prompt. Status 0 when nothing went wrong.\n"
+     "Example: printf 'init\\nstart\\nstatus\\n' | bmhost shell\n",
+     MORE::Parameters, PLACE::CommandLine},
     {"groups", "groups", "list the parameter groups and their parameters", "Needs no adaptor.\n", MORE::Nothing},
     {"completions", "completions WORD ...", "list what the last word may become",
      "For the completion of a shell. WORD ... is the command and its words, the last one begun or empty.\n"
      "Example: bmhost completions write amc_table run\n",
-     MORE::Nothing},
+     MORE::Nothing, PLACE::CommandLine},
+    {"sleep", "sleep MS", "wait", "Shows nothing.\n", MORE::Nothing, PLACE::Prompt},
+    {"wait-event", "wait-event MS", "show the oldest event not yet shown",
+     "Waits up to that long for one, and says it when none came.\n", MORE::Nothing, PLACE::Prompt},
+    {"help", "help [COMMAND]", "list the commands, or explain one", "", MORE::Nothing, PLACE::Prompt},
+    {"quit", "quit", "end the shell", "So do exit, and Ctrl-D. What was started is stopped, and fin called.\n",
+     MORE::Nothing, PLACE::Prompt},
 };
 
-const COMMAND* FindCommand(const std::string& a_Name) {
-    const auto* l_Found = std::find_if(std::begin(COMMANDS), std::end(COMMANDS),
-                                       [&](const COMMAND& a_Command) { return a_Name == a_Command.m_Name; });
+const COMMAND* FindCommand(const std::string& a_Name, PLACE a_NotIn) {
+    const auto* l_Found = std::find_if(std::begin(COMMANDS), std::end(COMMANDS), [&](const COMMAND& a_Command) {
+        return a_Name == a_Command.m_Name && a_Command.m_Place != a_NotIn;
+    });
     return l_Found != std::end(COMMANDS) ? l_Found : nullptr;
 }
 
 std::string CommandHelp(const COMMAND& a_Command) {
-    return std::string("Usage: bmhost [OPTIONS] ") + a_Command.m_Usage + "\n\n" + a_Command.m_Summary + "\n\n" +
-           a_Command.m_Details + (a_Command.m_More != MORE::Nothing ? PARAMETER_HELP : "") +
+    return std::string("Usage: ") + (a_Command.m_Place != PLACE::Prompt ? "bmhost [OPTIONS] " : "") +
+           a_Command.m_Usage + "\n\n" + a_Command.m_Summary + "\n\n" + a_Command.m_Details +
+           (a_Command.m_More != MORE::Nothing ? PARAMETER_HELP : "") +
            (a_Command.m_More == MORE::ParametersAndLife ? LIFE_HELP : "");
 }
 
-std::string CommandList() {
+// All but those that can only be given elsewhere.
+std::string CommandList(PLACE a_NotIn) {
     std::string l_Text;
     for (const COMMAND& l_Command : COMMANDS) {
+        if (l_Command.m_Place == a_NotIn) continue;
         const std::string l_Usage = l_Command.m_Usage;
         l_Text += "  " + l_Usage + std::string(l_Usage.size() < 46 ? 46 - l_Usage.size() : 1, ' ') +
                   l_Command.m_Summary + "\n";
@@ -142,7 +159,7 @@ std::string CommandList() {
 }
 
 std::string Footer() {
-    return "Commands (bmhost COMMAND --help tells more):\n" + CommandList() +
+    return "Commands (bmhost COMMAND --help tells more):\n" + CommandList(PLACE::Prompt) +
            "\nExit status: 0 every call returned 1, 1 some call did not, 2 bad usage, 3 the adaptor could not be loaded.\n";
 }
 
@@ -155,16 +172,17 @@ std::string CheckFolder(const std::string& a_Path) {
 
 } // namespace
 
-std::vector<std::string> CommandNames() {
+std::vector<std::string> PromptCommands() {
     std::vector<std::string> l_Names;
-    for (const COMMAND& l_Command : COMMANDS)
-        l_Names.emplace_back(l_Command.m_Name);
+    for (const COMMAND& l_Command : COMMANDS) {
+        if (l_Command.m_Place != PLACE::CommandLine) l_Names.emplace_back(l_Command.m_Name);
+    }
     return l_Names;
 }
 
 std::string HelpText(const std::string& a_Command) {
-    if (a_Command.empty()) return CommandList();
-    if (const COMMAND* const l_Command = FindCommand(a_Command)) return CommandHelp(*l_Command);
+    if (a_Command.empty()) return CommandList(PLACE::CommandLine);
+    if (const COMMAND* const l_Command = FindCommand(a_Command, PLACE::CommandLine)) return CommandHelp(*l_Command);
     throw USAGE_ERROR("no help for '" + a_Command + "': expected a command that `help` lists");
 }
 
@@ -219,7 +237,7 @@ OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
     }
     l_Options.m_Command = l_App.remaining();
     if (l_Options.m_Command.empty()) throw USAGE_ERROR("no command: expected one of those that `bmhost --help` lists");
-    const COMMAND* l_Command = FindCommand(l_Options.m_Command[0]);
+    const COMMAND* l_Command = FindCommand(l_Options.m_Command[0], PLACE::Prompt);
     if (l_Command == nullptr) {
         throw USAGE_ERROR((l_Options.m_Command[0].starts_with("-") ? "unknown option '" : "unknown command '") +
                           l_Options.m_Command[0] + "': expected one of those that `bmhost --help` lists");

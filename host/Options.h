@@ -26,8 +26,8 @@ struct OPTIONS {
 /// Reads the command line. Throws USAGE_ERROR.
 OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv);
 
-/// Every command's first word.
-std::vector<std::string> CommandNames();
+/// The first word of every command that the shell takes.
+std::vector<std::string> PromptCommands();
 /// The help of the shell: a command's, or with an empty name the list. Throws USAGE_ERROR for an unknown one.
 std::string HelpText(const std::string& a_Command);
 /// A file of bmhost's own in the user's state folder.

@@ -54,14 +54,6 @@ WORDS Parameters(const std::string& a_Group) {
     return l_Words;
 }
 
-WORDS Commands() {
-    WORDS l_Words = CommandNames();
-    for (const char* const l_NotAtAPrompt : {"run", "shell", "script", "completions"})
-        std::erase(l_Words, l_NotAtAPrompt);
-    l_Words.insert(l_Words.end(), {"sleep", "wait-event", "help", "quit"});
-    return l_Words;
-}
-
 struct OWN_WORDS {
     std::string_view m_Command;
     std::string_view m_Words;
@@ -87,9 +79,9 @@ WORDS OwnWords(const std::string& a_Command) {
 
 // By the words before the one that is completed.
 WORDS Candidates(const WORDS& a_Before) {
-    if (a_Before.empty()) return Commands();
+    if (a_Before.empty()) return PromptCommands();
     const std::string& l_Command = a_Before[0];
-    if (l_Command == "help") return Commands();
+    if (l_Command == "help") return PromptCommands();
     if (l_Command != "read" && l_Command != "table" && l_Command != "write") return OwnWords(l_Command);
     if (a_Before.size() == 1) return Groups();
     return l_Command == "table" ? WORDS{} : Parameters(a_Before[1]);

@@ -4,10 +4,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace {
 
+using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsSupersetOf;
+using testing::Not;
+using testing::StartsWith;
 
 ENDED RunShell(const std::string& a_Lines, const std::string& a_Stub = "good") {
     return RunStub(a_Stub, {"--json", "shell"}, a_Lines);
@@ -78,6 +86,23 @@ TEST(BmhostShell, Helps) {
     EXPECT_THAT(l_Ended.m_Err, HasSubstr("\n  inventory"));
     EXPECT_THAT(l_Ended.m_Err, HasSubstr("Usage: bmhost [OPTIONS] led set BAY"));
     EXPECT_THAT(l_Ended.m_Err, HasSubstr("no help for 'nothing'"));
+}
+
+TEST(BmhostShell, HelpListsWhatItTakesAndNothingElse) {
+    std::vector<std::string> l_Listed;
+    for (const std::string& l_Line : RunShell("help\n").ErrorLines())
+        l_Listed.push_back(l_Line.substr(2, l_Line.find(' ', 2) - 2));
+    EXPECT_THAT(l_Listed, IsSupersetOf({"init", "read", "led", "status", "sleep", "wait-event", "help", "quit"}));
+    for (const std::string& l_Word : l_Listed) {
+        EXPECT_THAT(RunShell(l_Word + " too much\n").m_Err,
+                    AllOf(Not(HasSubstr("unknown call")), Not(HasSubstr("not in a shell"))))
+            << l_Word;
+        EXPECT_THAT(RunShell("help " + l_Word + "\n").m_Err, StartsWith("Usage: ")) << l_Word;
+    }
+    for (const char* l_Refused : {"run", "script", "shell"}) {
+        EXPECT_THAT(l_Listed, Not(Contains(l_Refused)));
+        EXPECT_THAT(RunShell(std::string("help ") + l_Refused + "\n").m_Err, HasSubstr("no help for"));
+    }
 }
 
 TEST(BmhostShell, CallsFinWhenNobodyReads) {
