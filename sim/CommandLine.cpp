@@ -29,7 +29,7 @@ constexpr char g_Usage[] =
 constexpr char g_Description[] =
     "Brings a simulated blade up, runs COMMAND in it and takes it down.\n\n"
     "The blade has a controller that answers through /dev/ipmi0 and over the network, and ends with COMMAND: nothing of it is\n"
-    "left. Needs root.";
+    "left. What COMMAND writes elsewhere stays, as bmhost's storage does. Needs root.";
 
 constexpr char g_WhoHelp[] =
     "Who works the controller's system interface:\n"

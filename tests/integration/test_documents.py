@@ -1,0 +1,210 @@
+"""Every command line of README.md and docs/ is run, and what a page shows of its output is compared with what came."""
+
+import difflib
+import json
+import re
+import shutil
+import subprocess
+import sys
+from functools import lru_cache
+from pathlib import Path
+
+import pytest
+from conftest import SECONDS, bin_folder
+from documents import FOLDER, PAGES, Command, code_blocks, commands_in_sentences, examples, is_shown
+
+# Code blocks without a command line: page, how the block begins, what it is.
+NO_EXAMPLES = [
+    ("README.md", "board-manager host", "a drawing"),
+    ("architecture.md", "board-manager host", "a drawing"),
+    ("architecture.md", "host thread ", "a drawing"),
+    ("bladesim.md", "host     bladesim", "two machines side by side, which ./dev vm starts"),
+    ("bladesim.md", '{"open":1', "a part of a file"),
+    ("bladesim.md", "bladesim switch 1", "a file"),
+    ("bladesim.md", "$BLADESIM_RUN_DIR/tools.json", "files"),
+    ("bladesim.md", "bladesim (outside)", "a drawing"),
+    ("bladesim.md", "blade.json:14:", "the error of a file that is not here"),
+    ("bladesim.md", '"faults": [', "a part of a file"),
+    ("bladesim.md", '"ethernet": {', "a part of a file"),
+    ("bmhost.md", "bmhost: the adaptor ended the process", "happens on a machine that OpenIPMI cannot use"),
+    ("bmhost.md", "bmhost: `init` has not returned", "what Integration.waiting sees after ten seconds"),
+    ("operations.md", "  ENTITYCAPTURE :: ReceivedFRUChunk", "traces that Integration.lost_late sees"),
+    ("packaging.md", "find_package(", "a part of a CMakeLists.txt, which Integration.example_host builds"),
+    ("storage.md", "<?xml", "a file"),
+    ("storage.md", "<3> [Storage]", "the form of a log line"),
+    ("vm.md", "bladesim --ipmi guest (outside)", "a drawing"),
+]
+
+# Command lines that cannot be run here: how they begin, and why.
+NOT_RUN = [
+    ("apt-get install ", "changes the machine; ./dev package does it in a Debian of its own"),
+    ("apt-get purge ", "the same"),
+    ("bladesim --blade odd-area -- bmhost init", "does not return; Integration.endless runs it"),
+    ("bladesim --blade lost-late -- bmhost --log-level 3 init", "does not return; Integration.lost_late runs it"),
+    ("bladesim --blade typical --ipmi guest -- qemu-system-i386", "a whole machine; ./dev vm runs it"),
+    ("bladesim --blade typical --ipmi machine -- bash", "within that machine"),
+]
+
+
+@lru_cache
+def found(page):
+    return examples(page, [begin for name, begin, _ in NO_EXAMPLES if name == page.name])
+
+
+def is_run(command):
+    return not any(command.text.startswith(begin) for begin, _ in NOT_RUN)
+
+
+def all_commands():
+    for page in PAGES:
+        for example in found(page)[0]:
+            yield from example.commands
+        yield from commands_in_sentences(page)
+
+
+@pytest.fixture
+def desk(blade, tmp_path):
+    """Where a reader sits: a folder with what the pages speak of, and a home of his own."""
+    (tmp_path / "home").mkdir()
+    (tmp_path / "image.bin").write_text("an image")
+    (tmp_path / "build").mkdir()
+    (tmp_path / "build" / "release").symlink_to(bin_folder().parent)
+    shutil.copytree(FOLDER / "docs" / "example-host", tmp_path / "example-host")
+
+    def run(commands, options):
+        """Runs them one after the other in one blade, or outside of any; gives {"status", "output"} of each."""
+        around = [] if options is None else [bin_folder() / "bladesim", *options, "--"]
+        orders = [{"command": command.text, "interrupt": command.interrupt} for command in commands]
+        done = subprocess.run(
+            [*around, sys.executable, "-B", Path(__file__).with_name("transcript.py")],
+            cwd=tmp_path,
+            env=blade.environment({"HOME": str(tmp_path / "home")}),
+            input=json.dumps(orders),
+            capture_output=True,
+            text=True,
+            timeout=SECONDS,
+        )
+        assert done.returncode == 0, done.stderr
+        return json.loads(done.stdout)
+
+    return run
+
+
+@lru_cache
+def help_of(*words):
+    done = subprocess.run([bin_folder() / words[0], *words[1:], "--help"], capture_output=True, text=True, timeout=SECONDS)
+    return done.stdout if done.returncode == 0 else ""
+
+
+def check_form(command):
+    """The words of a form stand in the program's help."""
+    assert command.program in ("bmhost", "bladesim"), f"{command.text}: whose help has it?"
+    form = re.sub(r"#.*|(?<=--blade) [a-z-]+", "", command.text)
+    words = re.findall(r"(?:^|(?<=[\s|\[]))-{0,2}[a-z][a-z-]+(?=$|[\s|\]])", form)[1:]
+    heads = re.match(r"\S+((?: [a-z][a-z-]+(?![\w|]))*)", form)[1].split()
+    text = "".join(help_of(command.program, *heads[:count]) for count in range(len(heads) + 1))
+    unknown = [word for word in words if not re.search(rf"(?<![\w-]){re.escape(word)}(?![\w-])", text)]
+    assert not unknown, f"{command.text}: {command.program} --help knows nothing of {unknown}"
+
+
+def check_dev(command):
+    """./dev's commands are tiers of the gate, or need another machine: that there is such a one is all that is looked at."""
+    name = command.text.split()[1]
+    assert name == "help" or (FOLDER / "tools" / "commands" / name).is_file(), f"no {command.text}"
+
+
+def check_output(command, came):
+    if command.shown is None:
+        assert came["status"] == 0, f"{command.text}: status {came['status']}\n{came['output']}"
+    elif not is_shown(command.shown, came["output"]):
+        difference = difflib.unified_diff(command.shown, came["output"].splitlines(), "the page", "what came", lineterm="")
+        pytest.fail(f"$ {command.text}\n" + "\n".join(difference))
+
+
+def batches(commands):
+    """Neighbours that run in the same blade, together."""
+    result = []
+    for command in commands:
+        if not result or result[-1][0].blade != command.blade:
+            result.append([])
+        result[-1].append(command)
+    return result
+
+
+@pytest.mark.parametrize("example", [example for page in PAGES for example in found(page)[0]], ids=str)
+def test_an_example_gives_what_the_page_shows(example, desk):
+    runnable = []
+    for command in example.commands:
+        if command.is_form:
+            check_form(command)
+        elif command.text == "./dev run" and command.shown:
+            pass  # below
+        elif command.program == "./dev":
+            check_dev(command)
+        elif is_run(command):
+            runnable.append(command)
+    for batch in batches(runnable):
+        for command, came in zip(batch, desk(batch, batch[0].blade)):
+            check_output(command, came)
+
+
+@pytest.mark.parametrize("text", sorted({command.text for page in PAGES for command in commands_in_sentences(page)}))
+def test_a_command_within_a_sentence_works(text, desk):
+    command = next(command for page in PAGES for command in commands_in_sentences(page) if command.text == text)
+    if command.program == "./dev":
+        check_dev(command)
+    elif command.is_form:
+        check_form(command)
+    elif is_run(command):
+        blades = [command.blade] if command.blade is None else [("--blade", "typical"), ("--blade", "full")]
+        came = [desk([command], blade)[0] for blade in blades]
+        if all(each["status"] == 2 for each in came):
+            check_form(command)  # the beginning of a command
+        else:
+            assert any(each["status"] == 0 for each in came), f"{text}: {came}"
+
+
+def test_dev_run_shows_what_readme_shows(blade, tmp_path):
+    command = next(command for command in all_commands() if command.text == "./dev run" and command.shown)
+    environment = blade.environment({"SCRATCH": str(tmp_path)})
+    done = subprocess.run(["bash", "tools/run/blades"], cwd=FOLDER, env=environment, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=SECONDS)
+    check_output(command, {"status": done.returncode, "output": done.stdout})
+    assert done.returncode == 0
+
+
+def helps():
+    for program in ("bmhost", "bladesim"):
+        for head in re.findall(r"^  ([a-z]+)\b", help_of(program), re.MULTILINE):
+            yield from re.findall(r"^Example: (.*)", help_of(program, head), re.MULTILINE)
+
+
+@pytest.mark.parametrize("example", [*helps()])
+def test_the_example_of_a_help_works(example, desk):
+    came = [desk([Command(example)], ("--blade", blade))[0] for blade in ("typical", "full")]
+    assert any(each["status"] == 0 for each in came), came
+
+
+def test_every_code_block_is_an_example_or_known_to_be_none():
+    unknown = [f"{page.name}: {begin}" for page in PAGES for begin in found(page)[1]]
+    assert not unknown, "a code block that is not run, and that NO_EXAMPLES does not name"
+
+
+def test_the_lists_name_nothing_that_no_page_has():
+    begins = {page.name: [lines[0] for _, lines in code_blocks(page)[0]] for page in PAGES}
+    stale = [f"{page}: {begin}" for page, begin, _ in NO_EXAMPLES if not any(line.startswith(begin) for line in begins[page])]
+    texts = [command.text for command in all_commands()]
+    stale += [begin for begin, _ in NOT_RUN if not any(text.startswith(begin) for text in texts)]
+    assert not stale
+
+
+def test_readme_counts_no_tests():
+    """A number of tests is wrong with the next commit."""
+    assert not re.search(r"\b\d+ (unit |integration )?tests\b|\|\s*(unit|integration) tests[^|]*\|\s*\d", (FOLDER / "README.md").read_text())
+
+
+@pytest.mark.parametrize("header", sorted((FOLDER / "platform" / "include" / "bm").glob("*.h")), ids=lambda header: header.name)
+def test_a_host_in_cpp17_can_include(header):
+    assert "C++17" in (FOLDER / "docs" / "packaging.md").read_text()
+    words = ["g++", "-std=c++17", "-Wall", "-Wextra", "-pedantic", "-Werror", "-fsyntax-only", "-I", header.parents[1], "-x", "c++", "-"]
+    done = subprocess.run(words, input=f"#include <bm/{header.name}>\n", capture_output=True, text=True, timeout=SECONDS)
+    assert (done.returncode, done.stderr) == (0, "")

@@ -1,0 +1,41 @@
+"""Runs command lines and tells what a terminal would show of each: JSON on standard input, JSON on standard output.
+
+In: a list of {"command", "interrupt"}, the latter a text or null: when a line has it, the command gets a Ctrl-C.
+What one exports those after it have, and they are where one has gone to.
+Out: a list of {"status", "output"}, standard output and standard error in one, and ^C on a line of its own.
+"""
+
+import json
+import select
+import signal
+import subprocess
+import sys
+
+# A Ctrl-C that comes in the instant in which a tool begins is lost, and has to be given again; docs/bmhost.md says so.
+AGAIN_SECONDS = 5
+
+
+def shown(command, interrupt):
+    process = subprocess.Popen(["bash", "-c", command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, bufsize=0)
+    output = b""
+    while data := process.stdout.read(65536):
+        output += data
+        if interrupt is not None and interrupt.encode() in output and output.endswith(b"\n"):
+            interrupt = None
+            output += b"^C\n"
+            process.send_signal(signal.SIGINT)
+            if not select.select([process.stdout], [], [], AGAIN_SECONDS)[0]:
+                process.send_signal(signal.SIGINT)
+    return {"status": process.wait(), "output": output.decode(errors="backslashreplace")}
+
+
+def main():
+    before, results = "", []
+    for each in json.load(sys.stdin):
+        results.append(shown(before + each["command"], each["interrupt"]))
+        if each["command"].startswith(("export ", "cd ")):
+            before += each["command"] + "\n"
+    print(json.dumps(results))
+
+
+main()
