@@ -41,7 +41,7 @@ class Mission(LiveHost):
             if match:
                 lines.append((int(match[1]), match[2], match[3]))
             else:
-                lines[-1] = (*lines[-1][:2], lines[-1][2] + "\n" + line)
+                lines[-1] = (*lines[-1][:2], lines[-1][2] + "\n" + line.removeprefix("    | "))
         return lines
 
     def texts(self, component):
