@@ -43,6 +43,7 @@ void Send(const UNIQUE_FD& a_Socket, const std::string& a_Line) {
     size_t l_Sent = 0;
     while (l_Sent < a_Line.size()) {
         const ssize_t l_Size = ::send(a_Socket.Get(), a_Line.data() + l_Sent, a_Line.size() - l_Sent, MSG_NOSIGNAL);
+        if (l_Size < 0 && errno == EPIPE) return; // refused: the answer is there already, and says why
         if (l_Size < 0) ThrowErrno("the blade takes no order");
         l_Sent += static_cast<size_t>(l_Size);
     }

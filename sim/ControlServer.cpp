@@ -6,9 +6,11 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <utility>
 
 namespace BLADESIM {
@@ -17,8 +19,21 @@ namespace {
 // No order comes near it.
 constexpr size_t g_MaxLine = 64 * 1024;
 
+constexpr char g_Refusal[] = "{\"error\":\"only the blade's user and root may give it orders\"}\n";
+
 bool IsForLater() {
     return errno == EAGAIN || errno == EINTR;
+}
+
+/// The address is free to everybody in the blade's network, whatever user he is.
+bool MayGiveOrders(int a_Client) {
+    ucred l_Peer{};
+    socklen_t l_Size = sizeof(l_Peer);
+    if (::getsockopt(a_Client, SOL_SOCKET, SO_PEERCRED, &l_Peer, &l_Size) != 0) return false;
+    if (l_Peer.uid == ::geteuid() || l_Peer.uid == 0) return true;
+    std::fprintf(stderr, "bladesim: refused the orders of process %d of user %u: this is the blade of user %u\n",
+                 l_Peer.pid, l_Peer.uid, ::geteuid());
+    return false;
 }
 
 } // namespace
@@ -72,7 +87,12 @@ void CONTROL_SERVER::Answer(CLIENT_ID a_Client, const std::string& a_Line) {
 
 void CONTROL_SERVER::TakeClient() {
     UNIQUE_FD l_Socket(::accept4(m_Listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-    if (l_Socket) m_Clients[++m_LastId].m_Socket = std::move(l_Socket);
+    if (!l_Socket) return;
+    if (MayGiveOrders(l_Socket.Get())) {
+        m_Clients[++m_LastId].m_Socket = std::move(l_Socket);
+    } else {
+        ::send(l_Socket.Get(), g_Refusal, sizeof(g_Refusal) - 1, MSG_NOSIGNAL);
+    }
 }
 
 void CONTROL_SERVER::Read(CLIENTS::iterator a_Client) {

@@ -16,6 +16,7 @@ namespace BLADESIM {
 /// The socket on which orders come; clients may come before anybody serves it. Throws a BLADE_ERROR.
 UNIQUE_FD ListenForOrders();
 
+/// Who is neither the user of this process nor root is answered once, with an error, and told on standard error.
 class CONTROL_SERVER {
 public:
     /// Names a client for as long as it is connected, and nobody afterwards.
