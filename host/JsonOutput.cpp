@@ -78,7 +78,9 @@ public:
 
 private:
     // Whole lines at once: whoever reads them through a pipe follows call by call.
-    void Line(const ordered_json& a_Json) const { WriteAll(m_Descriptor, a_Json.dump() + "\n"); }
+    void Line(const ordered_json& a_Json) const {
+        WriteAll(m_Descriptor, BM_PLATFORM::EscapedJson(a_Json.dump()) + "\n");
+    }
 
     int m_Descriptor;
 };

@@ -1,9 +1,9 @@
 // The standard descriptors: what of them is bmhost's, and where the adaptor's own prints go.
 #include "host/Redirect.h"
 
-#include <algorithm>
+#include "ByteText.h"
+
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <string>
@@ -38,12 +38,14 @@ void ForEachWithheld(const TAKER& a_Taker) {
     off_t l_Offset = 0;
     ssize_t l_Read = 0;
     while (g_Withheld >= 0 && (l_Read = pread(g_Withheld, l_Buffer.data(), l_Buffer.size(), l_Offset)) > 0) {
-        // Texts of the hardware are among them: none of their bytes may steer a terminal.
-        std::replace_if(
-            l_Buffer.begin(), l_Buffer.begin() + l_Read,
-            [](unsigned char a_Byte) { return iscntrl(a_Byte) && a_Byte != '\n' && a_Byte != '\t'; }, '?');
-        if (!a_Taker(std::string_view(l_Buffer.data(), static_cast<std::size_t>(l_Read)))) return;
-        l_Offset += l_Read;
+        // Texts of the hardware are among them: none of their bytes may steer a terminal. A character that the buffer
+        // cuts is read once more with its rest; when it comes first, there is none.
+        const auto l_Size = static_cast<std::size_t>(l_Read);
+        constexpr std::string_view KEPT = "\n\t";
+        std::size_t l_Whole = BM_PLATFORM::HideControls(l_Buffer.data(), l_Size, KEPT, false);
+        if (l_Whole == 0) l_Whole = BM_PLATFORM::HideControls(l_Buffer.data(), l_Size, KEPT, true);
+        if (!a_Taker(std::string_view(l_Buffer.data(), l_Whole))) return;
+        l_Offset += static_cast<off_t>(l_Whole);
     }
 }
 

@@ -98,7 +98,7 @@ public:
             l_Reasons.push_back(BM_PLATFORM::Utf8OfBytes(l_Reason));
         const nlohmann::ordered_json l_Line = {
             {"op", "health"}, {"state", HealthName(a_Change.m_Health)}, {"reasons", l_Reasons}};
-        WriteAll(m_Descriptor, l_Line.dump() + "\n");
+        WriteAll(m_Descriptor, BM_PLATFORM::EscapedJson(l_Line.dump()) + "\n");
     }
 
 private:

@@ -132,7 +132,7 @@ bool StatusJson(SESSION& a_Session, std::string& a_Text) {
                                     {"state_name", UpgradeStateName(l_Status.m_Upgrade.m_State)}};
     const bool l_Good = IsGood(l_Status);
     const ordered_json l_Line = {{"op", "status"}, {"good", l_Good}, {"modules", l_Modules}, {"upgrade", l_Upgrade}};
-    a_Text += l_Line.dump() + "\n";
+    a_Text += BM_PLATFORM::EscapedJson(l_Line.dump()) + "\n";
     return l_Good;
 }
 

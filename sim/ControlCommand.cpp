@@ -64,7 +64,7 @@ constexpr char g_Stopped[] = "the controller is stopped";
 void ShowOne(const VIEW& a_View, bool a_Json) {
     const json l_Data = a_View.m_Get();
     if (l_Data.is_null()) throw BLADE_ERROR(g_Stopped);
-    Print(a_Json ? l_Data.dump() + "\n" : a_View.m_Format(l_Data));
+    Print(a_Json ? JsonLine(l_Data) : a_View.m_Format(l_Data));
 }
 
 /// What only the controller knows is missing while it is stopped.
@@ -78,7 +78,7 @@ void ShowAll(bool a_Json) {
         json l_All;
         for (const VIEW& l_View : g_Views)
             l_All[l_View.m_Name] = l_View.m_Get();
-        Print(l_All.dump() + "\n");
+        Print(JsonLine(l_All));
         return;
     }
     for (const VIEW& l_View : g_Views)
@@ -107,7 +107,7 @@ private:
         l_Add->add_option("--count", m_Fault.m_Count, "How many it hits; 0: all")->type_name("N");
         l_Add->callback([this] {
             const json l_Fault = FaultOfWords();
-            m_Do = [l_Fault] { Print(GiveOrder("fault add", {{"fault", l_Fault}}).dump() + "\n"); };
+            m_Do = [l_Fault] { Print(JsonLine(GiveOrder("fault add", {{"fault", l_Fault}}))); };
         });
 
         CLI::App* const l_List = a_Fault.add_subcommand("list", "Show the faults and what they have hit");
@@ -120,7 +120,7 @@ private:
 
         CLI::App* const l_Release =
             a_Fault.add_subcommand("release", "Let lost replies come after all; prints how many were kept");
-        Does(*l_Release, [] { Print(GiveOrder("fault release").dump() + "\n"); });
+        Does(*l_Release, [] { Print(JsonLine(GiveOrder("fault release"))); });
     }
 
     void AddControllerCommands(CLI::App& a_Controller) {

@@ -78,7 +78,7 @@ public:
         AddJson(*l_Show);
         Does(*l_Show, [this] {
             const ordered_json l_State = MediaState();
-            Print(m_Json ? l_State.dump() + "\n" : FormatMedia(l_State));
+            Print(m_Json ? JsonLine(l_State) : FormatMedia(l_State));
         });
         AddSet(*l_Media.add_subcommand("set", "Order how it behaves, from now on and when it is started again"));
     }

@@ -22,7 +22,7 @@ int ORDER_COMMAND::Run(int a_Count, char** a_Arguments) {
     } catch (const CLI::ParseError& l_Error) {
         return m_App.exit(l_Error) == 0 ? 0 : g_BadUsage;
     } catch (const std::exception& l_Error) {
-        std::fprintf(stderr, "bladesim: %s\n", l_Error.what());
+        std::fprintf(stderr, "bladesim: %s\n", BM_PLATFORM::Printable(l_Error.what(), "\n").c_str());
         return g_NotBroughtUp;
     }
 }

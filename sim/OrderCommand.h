@@ -1,6 +1,8 @@
 // What bladesim's commands for a blade that runs have in common: a command line is read whole before anything is done.
 #pragma once
 
+#include "platform/src/ByteText.h"
+
 #include <CLI/CLI.hpp>
 
 #include <functional>
@@ -31,5 +33,11 @@ private:
 
 /// To standard output.
 void Print(const std::string& a_Text);
+
+/// A line of JSON that steers no terminal.
+template <typename JSON>
+std::string JsonLine(const JSON& a_Json) {
+    return BM_PLATFORM::EscapedJson(a_Json.dump()) + "\n";
+}
 
 } // namespace BLADESIM

@@ -58,7 +58,7 @@ private:
         AddJson(a_Show);
         Does(a_Show, [this] {
             const SWITCH_STATE l_State = ReadSwitch(File());
-            Print(m_Json ? JsonOfSwitch(l_State).dump() + "\n" : FormatSwitch(l_State));
+            Print(m_Json ? JsonLine(JsonOfSwitch(l_State)) : FormatSwitch(l_State));
         });
     }
 

@@ -1,7 +1,10 @@
 // Tables for people: columns as wide as their widest text.
 #include "sim/Table.h"
 
+#include "platform/src/ByteText.h"
+
 #include <algorithm>
+#include <utility>
 
 namespace BLADESIM {
 namespace {
@@ -16,12 +19,15 @@ size_t Width(const std::string& a_Text) {
 
 } // namespace
 
-std::string FormatTable(const std::vector<std::vector<CELL>>& a_Rows, bool a_Colors) {
+std::string FormatTable(std::vector<std::vector<CELL>> a_Rows, bool a_Colors) {
     std::vector<size_t> l_Widths;
-    for (const auto& l_Row : a_Rows) {
+    for (auto& l_Row : a_Rows) {
         l_Widths.resize(std::max(l_Widths.size(), l_Row.size()));
-        for (size_t l_Column = 0; l_Column < l_Row.size(); ++l_Column)
-            l_Widths[l_Column] = std::max(l_Widths[l_Column], Width(l_Row[l_Column].m_Text));
+        for (size_t l_Column = 0; l_Column < l_Row.size(); ++l_Column) {
+            std::string& l_Text = l_Row[l_Column].m_Text;
+            l_Text = BM_PLATFORM::Printable(std::move(l_Text));
+            l_Widths[l_Column] = std::max(l_Widths[l_Column], Width(l_Text));
+        }
     }
     std::string l_Table;
     for (const auto& l_Row : a_Rows) {

@@ -11,7 +11,8 @@ struct CELL {
     const char* m_Color = nullptr; ///< the number of an escape sequence ("31"); null: as it is
 };
 
-/// The first row is the heading. Every column but the last is filled up with blanks; lines end with a line end.
-std::string FormatTable(const std::vector<std::vector<CELL>>& a_Rows, bool a_Colors);
+/// The first row is the heading. Every column but the last is filled up with blanks; lines end with a line end. What a
+/// terminal would take for a command is shown as '?', line ends in a text too.
+std::string FormatTable(std::vector<std::vector<CELL>> a_Rows, bool a_Colors);
 
 } // namespace BLADESIM

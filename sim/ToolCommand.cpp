@@ -97,7 +97,7 @@ private:
     }
 
     void ShowAs(const ordered_json& a_Data, std::string (*a_Format)(const ordered_json&)) const {
-        Print(m_Json ? a_Data.dump() + "\n" : a_Format(a_Data));
+        Print(m_Json ? JsonLine(a_Data) : a_Format(a_Data));
     }
 
     std::string m_Tool;

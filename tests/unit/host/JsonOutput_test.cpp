@@ -134,12 +134,17 @@ TEST_F(JsonOutput, QuotesBackslashesAndControlBytesAreEscaped) {
 }
 
 TEST_F(JsonOutput, BytesAboveSevenBitsAreTheCodePointsOfTheirNumbers) {
-    EXPECT_EQ("\"\xC2\x80\"", WrittenText("\x80"));
+    EXPECT_EQ("\"\xC2\xA0\"", WrittenText("\xA0"));
     EXPECT_EQ("\"\xC2\xBF\"", WrittenText("\xBF"));
     EXPECT_EQ("\"\xC3\x80\"", WrittenText("\xC0"));
     EXPECT_EQ("\"\xC3\xBF\"", WrittenText("\xFF"));
-    EXPECT_EQ("\"\x7F\"", WrittenText("\x7F"));
     EXPECT_EQ("\"\xC3\x83\xC2\xA9\"", WrittenText("\xC3\xA9")) << "two bytes of the hardware, not one letter";
+}
+
+TEST_F(JsonOutput, WhatSteersATerminalIsEscaped) {
+    EXPECT_EQ(R"("\u007f\u0080\u009b31m\u009f")", WrittenText("\x7F\x80\x9B"
+                                                              "31m\x9F"));
+    EXPECT_EQ("\"\u00E2\\u0080\u00A8\"", WrittenText("\u2028")) << "three bytes of the hardware";
 }
 
 TEST_F(JsonOutput, LongTextIsWrittenWhole) {

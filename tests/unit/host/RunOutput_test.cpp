@@ -5,6 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+
 namespace {
 
 using namespace BMHOST;
@@ -37,6 +42,16 @@ TEST(EventLine, SaysByNameWhatHappened) {
     };
     for (const OUTPUT_CASE& l_Case : l_Cases)
         EXPECT_EQ(l_Case.m_Line, EventLine(l_Case.m_Event));
+}
+
+TEST(RunJson, HealthHasReasonsThatSteerNoTerminal) {
+    const int l_File = memfd_create("health", MFD_CLOEXEC);
+    MakeRunJson(l_File)->Health({HEALTH::Fault, {"AMC\n\x9B\x7F failed"}});
+    std::array<char, 256> l_Bytes{};
+    const ssize_t l_Size = pread(l_File, l_Bytes.data(), l_Bytes.size(), 0);
+    close(l_File);
+    EXPECT_EQ("{\"op\":\"health\",\"state\":\"fault\",\"reasons\":[\"AMC\\n\\u009b\\u007f failed\"]}\n",
+              std::string(l_Bytes.data(), static_cast<std::size_t>(l_Size)));
 }
 
 } // namespace

@@ -49,6 +49,13 @@ TEST(Show, ShowsLampsAsTheyLookAndInTheirColor) {
     EXPECT_NE(FormatLeds(l_Leds, true).find("\033[91m● on\033[0m "), std::string::npos);
 }
 
+TEST(Show, HidesWhatSteersATerminalAndKeepsTheColumns) {
+    const auto l_Log = json::parse(R"([{"number":1,"opener":"a\u001b[2J\u009b\nb","code":0,"request":"\u20ac"}])");
+    EXPECT_EQ("NUMBER  OPENER     CODE  FAULT  IPMB  REQUEST\n"
+              "1       a?[2J???b  0x00               \u20ac\n",
+              FormatLog(l_Log));
+}
+
 TEST(Show, NamesTheOptionsOfFruControl) {
     EXPECT_EQ(
         FormatControls(json::parse(R"([{"fru": 2, "option": 0, "count": 1}, {"fru": 3, "option": 9, "count": 2}])")),
