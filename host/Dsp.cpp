@@ -24,29 +24,42 @@ using LINES = std::vector<std::vector<std::string>>;
 
 const std::vector<std::string> HEADING = {"DSP", "AMC bay", "DSP of AMC", "MAC address", "IP address"};
 
+constexpr const char* NONE = "none";
+constexpr const char* NOT_READ = "not read";
+
 // The address of a DSP, or why there is none. DSPs are numbered by the rows of the AMCs' table.
 std::string AddressOf(SESSION& a_Session, int a_Dsp, bool& a_Good) {
+    const std::size_t l_Told = a_Session.StorageLog().Count();
     int l_Result = 0;
     const auto l_Row =
         a_Session.Row(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, KeyOf(BMI_HW_AMC_DSP_EX_NUM, a_Dsp), l_Result);
     a_Good = l_Result == SUCCESS && l_Row != nullptr;
     if (a_Good) return TextOf(*l_Row, BMI_HW_AMC_DSP_EX_IP);
-    return l_Result == NO_ROW ? "not in service" : "none";
+    if (l_Result == NO_ROW) return "not in service";
+    return a_Session.StorageLog().Count() == l_Told ? NONE : NOT_READ;
 }
 
-LINES DspLines(SESSION& a_Session, bool& a_AllGood) {
+// The adaptor's results do not tell a refusal of the storage from an address that nobody has given.
+void AddStorageRemark(const SESSION& a_Session, std::string& a_Remarks) {
+    if (a_Session.StorageLog().Count() != 0) a_Remarks += "the storage said: " + a_Session.StorageLog().Last() + "\n";
+}
+
+LINES DspLines(SESSION& a_Session, bool& a_AllGood, std::string& a_Remarks) {
     int l_Result = 0;
     const auto l_Table = a_Session.Table(BMI_GROUP_HARDWARE_AMC_DSP_TABLE, l_Result);
     LINES l_Lines = {HEADING};
+    bool l_Lacks = false;
     a_AllGood = l_Result == SUCCESS && l_Table != nullptr && l_Table->GetSize() > 0;
     for (int i = 0; l_Table != nullptr && i < l_Table->GetSize(); ++i) {
         const CBMIParams& l_Row = *l_Table->Get(i);
         bool l_Good = false;
         const std::string l_Address = AddressOf(a_Session, i + 1, l_Good);
         a_AllGood = a_AllGood && l_Good;
+        l_Lacks = l_Lacks || l_Address == NONE || l_Address == NOT_READ;
         l_Lines.push_back({std::to_string(i + 1), TextOf(l_Row, BMI_HW_AMC_DSP_BAY), TextOf(l_Row, BMI_HW_AMC_DSP_NUM),
                            TextOf(l_Row, BMI_HW_AMC_DSP_MAC), l_Address});
     }
+    if (l_Lacks) AddStorageRemark(a_Session, a_Remarks);
     return l_Lines;
 }
 
@@ -66,9 +79,9 @@ DSP_ORDER ParseDspOrder(const std::vector<std::string>& a_Words) {
     return {static_cast<int>(*l_Dsp), a_Words[3]};
 }
 
-bool DspTable(SESSION& a_Session, bool a_Color, std::string& a_Text) {
+bool DspTable(SESSION& a_Session, bool a_Color, std::string& a_Text, std::string& a_Remarks) {
     bool l_AllGood = false;
-    const LINES l_Lines = DspLines(a_Session, l_AllGood);
+    const LINES l_Lines = DspLines(a_Session, l_AllGood, a_Remarks);
     a_Text += l_Lines.size() > 1 ? AlignedTable(l_Lines, a_Color) : "no DSP\n";
     return l_AllGood;
 }
@@ -86,10 +99,12 @@ bool SetDspAddress(SESSION& a_Session, const DSP_ORDER& a_Order, bool a_Color, s
                      (l_Result == NO_ROW ? std::string("there is no such DSP, or it is not in service")
                                          : "the address was not stored") +
                      "; the adaptor answered " + ResultText(l_Result) + "\n";
+        if (l_Result != NO_ROW) AddStorageRemark(a_Session, a_Remarks);
         return false;
     }
     bool l_AllGood = false;
-    const LINES l_Lines = DspLines(a_Session, l_AllGood);
+    std::string l_OfOthers;
+    const LINES l_Lines = DspLines(a_Session, l_AllGood, l_OfOthers);
     const auto l_Line = static_cast<std::size_t>(a_Order.m_Dsp);
     if (l_Line < l_Lines.size()) a_Text += AlignedTable({HEADING, l_Lines[l_Line]}, a_Color);
     return true;

@@ -5,6 +5,7 @@
 #include "host/Manager.h"
 #include "host/Output.h"
 #include "host/Plugin.h"
+#include "host/StorageLog.h"
 
 namespace BMHOST {
 
@@ -35,12 +36,15 @@ public:
 
     /// The host's side: where the adaptor's events arrive. It is never destroyed.
     MANAGER& Manager() { return m_Manager; }
+    /// What the storage has told since this was made.
+    const STORAGE_LOG& StorageLog() const { return m_StorageLog; }
 
 private:
     bool Read(CALL& a_Call);
     bool Write(CALL& a_Call);
     void WaitEvent(int a_Milliseconds);
 
+    STORAGE_LOG m_StorageLog;
     MANAGER& m_Manager;
     PLUGIN m_Plugin;
     OUTPUT& m_Output;

@@ -20,6 +20,7 @@
 #include "host/Switch.h"
 #include "host/TextOutput.h"
 
+#include "ByteText.h"
 #include "HostLog.h"
 #include "bm/Log.h"
 
@@ -118,11 +119,12 @@ bool RunLeds(const OPTIONS& a_Options) {
 template <typename ORDER>
 using CARRY_OUT = bool (*)(SESSION&, const ORDER&, bool a_Color, std::string& a_Text, std::string& a_Remarks);
 
-template <typename ORDER>
-bool RunOrder(const OPTIONS& a_Options, const ORDER& a_Order, CARRY_OUT<ORDER> a_CarryOut) {
+using WITH_REMARKS = std::function<bool(SESSION&, bool a_Color, std::string& a_Text, std::string& a_Remarks)>;
+
+bool RunWithRemarks(const OPTIONS& a_Options, const WITH_REMARKS& a_Command) {
     std::string l_Remarks;
     const bool l_Good = RunForPeople(a_Options, [&](SESSION& a_Session, bool a_Color, std::string& a_Text) {
-        return a_CarryOut(a_Session, a_Order, a_Color, a_Text, l_Remarks);
+        return a_Command(a_Session, a_Color, a_Text, l_Remarks);
     });
     for (std::size_t l_Begin = 0; l_Begin < l_Remarks.size();) {
         const std::size_t l_End = l_Remarks.find('\n', l_Begin);
@@ -130,6 +132,14 @@ bool RunOrder(const OPTIONS& a_Options, const ORDER& a_Order, CARRY_OUT<ORDER> a
         l_Begin = l_End + 1;
     }
     return l_Good;
+}
+
+template <typename ORDER>
+bool RunOrder(const OPTIONS& a_Options, const ORDER& a_Order, CARRY_OUT<ORDER> a_CarryOut) {
+    return RunWithRemarks(a_Options,
+                          [&](SESSION& a_Session, bool a_Color, std::string& a_Text, std::string& a_Remarks) {
+                              return a_CarryOut(a_Session, a_Order, a_Color, a_Text, a_Remarks);
+                          });
 }
 
 bool RunLedSet(const OPTIONS& a_Options) {
@@ -140,7 +150,7 @@ bool RunLedSet(const OPTIONS& a_Options) {
 
 bool RunDsp(const OPTIONS& a_Options) {
     RefuseJson(a_Options);
-    if (a_Options.m_Command.size() == 1) return RunForPeople(a_Options, DspTable);
+    if (a_Options.m_Command.size() == 1) return RunWithRemarks(a_Options, DspTable);
     const DSP_ORDER l_Order = ParseDspOrder(a_Options.m_Command);
     return RunOrder(a_Options, l_Order, SetDspAddress);
 }
@@ -295,16 +305,17 @@ int Run(int a_Argc, const char* const* a_Argv) {
 
 int Fail(const std::exception& a_Error, int a_Status) {
     fflush(stdout);
-    fprintf(stderr, "bmhost: %s\n", a_Error.what());
+    fprintf(stderr, "bmhost: %s\n", BM_PLATFORM::Printable(a_Error.what(), "\n\t").c_str());
     return a_Status;
 }
 
 } // namespace
 
 int main(int a_Argc, char** a_Argv) {
-    // A reader that goes away is an error of the output, not the end of a host that holds hardware. A handler, because
-    // tools that the adaptor starts get the default back.
+    // A reader that goes away, and a file that may not grow any more, are errors of the output or of the storage, not
+    // the end of a host that holds hardware. Handlers, because tools that the adaptor starts get the default back.
     signal(SIGPIPE, [](int) {});
+    signal(SIGXFSZ, [](int) {});
     int l_Status = EXIT_ALL_OK;
     try {
         KeepStandardDescriptors();

@@ -26,6 +26,25 @@ TEST(BmhostDsp, ShowsEachDspWithItsAddressesOrThatItHasNone) {
               l_Ended.m_Out);
 }
 
+TEST(BmhostDsp, ThatHasNoAddressComesWithWhatTheStorageSaid) {
+    const ENDED l_Unseeded = RunStub("board_unseeded", {"dsp"});
+    EXPECT_EQ(1, l_Unseeded.m_Status);
+    EXPECT_THAT(l_Unseeded.m_Out, HasSubstr("  2    3        2           02:00:00:00:00:02  none\n"));
+    EXPECT_THAT(l_Unseeded.ErrorLines(),
+                ElementsAre("bmhost: the storage said: EndTransaction - /x/.new.addresses: Read-only file system"));
+    const ENDED l_Unread = RunStub("board_unread", {"dsp"});
+    EXPECT_EQ(1, l_Unread.m_Status);
+    EXPECT_THAT(l_Unread.m_Out, HasSubstr("  2    3        2           02:00:00:00:00:02  not read\n"));
+    EXPECT_THAT(l_Unread.ErrorLines(),
+                ElementsAre("bmhost: the storage said: StartTransaction - /x: Permission denied"));
+    EXPECT_THAT(RunStub("board", {"dsp"}).ErrorLines(), IsEmpty()) << "it said nothing";
+}
+
+TEST(BmhostDsp, InAShellHasWhatTheStorageSaidBefore) {
+    const ENDED l_Ended = RunStub("board_unseeded", {"shell"}, "status\ndsp\n");
+    EXPECT_THAT(l_Ended.m_Err, HasSubstr("bmhost: the storage said: EndTransaction - /x/.new.addresses"));
+}
+
 TEST(BmhostDsp, IsAllRightWhenEachDspHasItsAddresses) {
     EXPECT_EQ(0, RunStub("board_good", {"dsp"}).m_Status);
 }
@@ -56,6 +75,9 @@ TEST(BmhostDspSetIp, TellsWhatTheAdaptorAnsweredToARefusal) {
     EXPECT_EQ(1, l_NotStored.m_Status);
     EXPECT_THAT(l_NotStored.ErrorLines(),
                 ElementsAre("bmhost: DSP 1: the address was not stored; the adaptor answered 0 (nothing done)"));
+    EXPECT_THAT(RunStub("board_unseeded", {"dsp", "set-ip", "1", "10.0.0.1"}).ErrorLines(),
+                ElementsAre("bmhost: DSP 1: the address was not stored; the adaptor answered 0 (nothing done)",
+                            "bmhost: the storage said: EndTransaction - /x/.new.addresses: Read-only file system"));
 }
 
 TEST(BmhostSwitch, ShowsEachPortAndThatALinkIsUnknown) {

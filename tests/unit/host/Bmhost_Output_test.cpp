@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -69,6 +70,51 @@ TEST(BmhostOutput, ThatIsClosedIsNotTakenForTheLogFile) {
     std::remove(l_File.c_str());
     EXPECT_THAT(l_Text, HasSubstr("[stub] Init"));
     EXPECT_THAT(l_Text, Not(HasSubstr("\"op\"")));
+}
+
+// Files of the processes that are started in its life may not grow beyond this.
+class SIZE_LIMIT {
+public:
+    explicit SIZE_LIMIT(rlim_t a_Bytes) {
+        getrlimit(RLIMIT_FSIZE, &m_Before);
+        const rlimit l_Limit{a_Bytes, m_Before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &l_Limit);
+    }
+    SIZE_LIMIT(const SIZE_LIMIT&) = delete;
+    SIZE_LIMIT& operator=(const SIZE_LIMIT&) = delete;
+    ~SIZE_LIMIT() { setrlimit(RLIMIT_FSIZE, &m_Before); }
+
+private:
+    rlimit m_Before{};
+};
+
+TEST(BmhostOutput, OfALogThatMayNotGrowAnyMoreIsToldOnceAndDoesNotEndTheHost) {
+    const std::string l_File = testing::TempDir() + "bmhost-outgrown-" + std::to_string(getpid());
+    const auto l_Start = [&] {
+        const SIZE_LIMIT l_Limit(64);
+        return HOST_PROCESS({"--adaptor", StubFile("good"), "--log", l_File, "init"});
+    };
+    HOST_PROCESS l_Host = l_Start();
+    const ENDED l_Ended = l_Host.End();
+    std::remove(l_File.c_str());
+    EXPECT_EQ(0, l_Ended.m_Signal);
+    EXPECT_EQ(0, l_Ended.m_Status);
+    EXPECT_EQ("init: 1 (success)\n", l_Ended.m_Out);
+    EXPECT_EQ("Init Destroy", l_Ended.StubCalls()) << "on the console";
+    EXPECT_THAT(l_Ended.ErrorLines(),
+                ElementsAre("log: Failed flush to file " + l_File + ": File too large; this is told once"));
+}
+
+TEST(BmhostOutput, OfALogOnAFullDeviceIsToldOnceAndTheHostGoesOn) {
+    const ENDED l_Ended = RunStub("good", {"--log", "/dev/full", "init"});
+    EXPECT_EQ(0, l_Ended.m_Status);
+    EXPECT_EQ("init: 1 (success)\n", l_Ended.m_Out);
+    EXPECT_THAT(l_Ended.ErrorLines(),
+                ElementsAre("log: Failed flush to file /dev/full: No space left on device; this is told once"));
+}
+
+TEST(BmhostOutput, OfAToolThatOutgrowsItsFileEndsTheToolAsWithoutThisHost) {
+    EXPECT_EQ("init: 1 (success)\n", RunStub("tool_outgrows", {"init"}).m_Out);
 }
 
 TEST(BmhostOutput, ThatNobodyReadsDoesNotEndAnAdaptorThatPrints) {

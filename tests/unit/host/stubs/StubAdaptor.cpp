@@ -46,6 +46,7 @@ enum class ACT {
     RunTool,
     ToolInterrupts,
     ToolFails,
+    ToolOutgrows,
     SendAndFault
 };
 
@@ -106,6 +107,12 @@ int Do(ACT a_Act, IBMAdaptorMgr* a_Manager = nullptr) {
         return WTERMSIG(system("sleep 0.3; kill -INT $PPID; sleep 0.3; kill -TERM $$; exit 7")) == SIGTERM ? 1 : 0;
     case ACT::ToolFails:
         return system("echo the tool says why; exit 2") == 0 ? 1 : 0;
+    case ACT::ToolOutgrows: // a file that may not grow: SIGXFSZ has to end the tool, as without this host
+        return WEXITSTATUS(
+                   system("f=$(mktemp) || exit; (ulimit -c 0; ulimit -f 0; echo x >$f); s=$?; rm $f; exit $s")) ==
+                       128 + SIGXFSZ
+                   ? 1
+                   : 0;
     case ACT::SendAndFault:
         return SendAndFault(a_Manager);
     }

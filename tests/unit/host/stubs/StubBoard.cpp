@@ -1,8 +1,10 @@
 // An adaptor with DSPs and switch ports and nothing else: two DSPs in AMC bay 3 and one in bay 5, the second without an
 // address, the third not in service; ports 1 and 2. The storage refuses the address 10.0.0.1, the switch port 2, whose
-// link is unknown. STUB_EMPTY: none at all. STUB_GOOD: everything has its address and works.
+// link is unknown. STUB_EMPTY: none at all. STUB_GOOD: everything has its address and works. STUB_STORAGE_REFUSES: the
+// storage tells of it in Init, or at each look for an address.
 #include "adaptor/IPMI_Adaptor_Groups.h"
 #include "bm/BaseAdaptor.h"
+#include "bm/Log.h"
 
 #include <map>
 #include <string>
@@ -24,6 +26,16 @@ constexpr bool GOOD = true;
 constexpr bool GOOD = false;
 #endif
 
+#ifndef STUB_STORAGE_REFUSES
+#define STUB_STORAGE_REFUSES NOTHING
+#endif
+enum class REFUSED { NOTHING, SEEDING, READING };
+constexpr REFUSED STORAGE_REFUSES = REFUSED::STUB_STORAGE_REFUSES;
+
+void RefuseIf(REFUSED a_What, const char* a_Text) {
+    if (STORAGE_REFUSES == a_What) bmiLog(BM_LOG_ERROR, "Storage", "CDataStorage :: %s", a_Text);
+}
+
 void AddNumber(CBMIParams& a_Row, unsigned a_Id, int a_Value) {
     CBMIParam l_Param(BMI_PARAM_INT, a_Id, false);
     l_Param.SetInt(a_Value);
@@ -43,7 +55,10 @@ int Number(const CBMIParams& a_Row, unsigned a_Id) {
 
 class STUB_BOARD final : public CBaseAdaptor {
 public:
-    int Init(IBMAdaptorMgr*) override { return 1; }
+    int Init(IBMAdaptorMgr*) override {
+        RefuseIf(REFUSED::SEEDING, "EndTransaction - /x/.new.addresses: Read-only file system");
+        return 1;
+    }
     int Fin() override { return 1; }
     int Start(structBmiDeviceInfoType*) override { return 1; }
     int Stop(structBmiDeviceInfoType*) override { return 1; }
@@ -57,7 +72,10 @@ public:
         const int l_Dsp = Number(*a_Keys, BMI_HW_AMC_DSP_EX_NUM);
         if (!GOOD && l_Dsp == DSPS) return 4;
         const auto l_Found = m_Addresses.find(l_Dsp);
-        if (l_Found == m_Addresses.end()) return 21;
+        if (l_Found == m_Addresses.end()) {
+            RefuseIf(REFUSED::READING, "StartTransaction - /x: Permission denied");
+            return 21;
+        }
         AddText(*a_Row, BMI_HW_AMC_DSP_EX_IP, l_Found->second);
         return 1;
     }
