@@ -100,8 +100,8 @@ namespace BM_ADAPTOR {
 ENTITY_MAP& g_EntityMap = *new ENTITY_MAP;
 SDR_MAP& g_SDRMAP = *new SDR_MAP;
 MODEL_LOCK& g_EntityMapLock = *new MODEL_LOCK;
-std::atomic<ENTITYCAPTURE*> g_ENTITYCapture = nullptr;
-std::atomic<CBaseOsLog*> g_Logger2 = nullptr;
+PUBLISHED<ENTITYCAPTURE> g_ENTITYCapture;
+PUBLISHED<CBaseOsLog> g_Logger2;
 
 const char* TranslateControlType(int a_Type) {
     static constexpr std::array<const char*, 11> l_Names = {

@@ -172,6 +172,21 @@ extern std::atomic<bool> g_bAMCRTMOnlySimulation; ///< the baseboard is real, AM
 namespace BM_ADAPTOR {
 
 using ENTITY_MAP = std::map<IPMI_ENTITY_ADDRESS, IPMI_ENTITY*>;
+/// A pointer that one thread sets while others read it; used as the pointer that it is. Null at first.
+template <typename OBJECT>
+class PUBLISHED {
+public:
+    PUBLISHED() = default;
+    PUBLISHED(const PUBLISHED&) = delete;
+    PUBLISHED& operator=(const PUBLISHED&) = delete;
+    OBJECT* operator=(OBJECT* a_Object) { return m_Object = a_Object; }
+    operator OBJECT*() const { return m_Object; } // NOLINT(google-explicit-constructor): it is the pointer
+    OBJECT* operator->() const { return m_Object; }
+
+private:
+    std::atomic<OBJECT*> m_Object = nullptr;
+};
+
 using SDR_MAP = std::map<uint16_t, SDR*>;
 
 /// The model's lock: shared by readers, whom a waiting writer does not let pass. std::shared_mutex would let them, and
@@ -197,11 +212,11 @@ private:
 };
 
 // Never destroyed: the domain thread uses them until the process has ended.
-extern ENTITY_MAP& g_EntityMap;                     ///< owns the entities; an entry may hold null
-extern SDR_MAP& g_SDRMAP;                           ///< owns the records
-extern MODEL_LOCK& g_EntityMapLock;                 ///< see MODEL_READER and MODEL_WRITER
-extern std::atomic<ENTITYCAPTURE*> g_ENTITYCapture; ///< the probe, made when the domain opens; null before
-extern std::atomic<CBaseOsLog*> g_Logger2;          ///< where the domain thread and the probe log; null is harmless
+extern ENTITY_MAP& g_EntityMap;                  ///< owns the entities; an entry may hold null
+extern SDR_MAP& g_SDRMAP;                        ///< owns the records
+extern MODEL_LOCK& g_EntityMapLock;              ///< see MODEL_READER and MODEL_WRITER
+extern PUBLISHED<ENTITYCAPTURE> g_ENTITYCapture; ///< the probe, made when the domain opens; null before
+extern PUBLISHED<CBaseOsLog> g_Logger2;          ///< where the domain thread and the probe log; null is harmless
 
 /// The one is held by a host thread while it reads the model, the other while something in it is changed: its structure
 /// by the domain thread, what is known of an LED's colours by a host thread that writes an LED.
