@@ -259,10 +259,10 @@ private:
     // never while the host, the board driver or a tool is called, nor while anything is waited for.
     std::atomic<IBMAdaptorMgr*> m_Manager = nullptr;
     std::atomic<CBaseOsLog*> m_Logger = nullptr;
-    OSAL::OSALMutex m_Mutex;                ///< of the DSP table, and of what belongs to upgrades
-    static IPMITHREAD* s_DomainThread;      ///< the process's one; never deleted
-    SNAPSHOT<DSP_MACS> m_DspMacMap;         ///< as the last Init found them
-    std::atomic<int32_t> m_RTMPresent = 0;  ///< the two start-up values
+    OSAL::OSALMutex m_Mutex;               ///< of the DSP table, and of what belongs to upgrades
+    static IPMITHREAD* s_DomainThread;     ///< the process's one; never deleted
+    SNAPSHOT<DSP_MACS> m_DspMacMap;        ///< as the last Init found them
+    std::atomic<int32_t> m_RTMPresent = 0; ///< the two start-up values
     std::atomic<int32_t> m_NumFramers = 0;
     std::atomic<int32_t> m_TrunksPerFramer = 0;
     std::atomic<int32_t> m_TrunkTotal = 0;

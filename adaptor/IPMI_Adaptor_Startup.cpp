@@ -28,7 +28,7 @@ constexpr unsigned REGISTERED_GROUPS[] = {
 
 // The lines that Init gives to the logger are written whatever the log level.
 void LogAlways(CBaseOsLog* a_Logger, const char* a_Text) {
-    if (a_Logger != nullptr) a_Logger->Log(BM_LOG_DEBUG, g_ComponentName, a_Text);
+    LogLine(a_Logger, BM_LOG_DEBUG, a_Text);
 }
 
 // Whoever destroys the adaptor frees its memory and nothing else, so this one outlives it when it is still there: by

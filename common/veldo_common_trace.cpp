@@ -28,19 +28,24 @@ Write(CBaseOsLog& a_Logger, int a_Level, const char* a_Format, va_list a_Argumen
         if (l_Long) vsnprintf(l_Long.get(), l_Size, a_Format, l_Again);
     }
     va_end(l_Again);
-    try {
-        a_Logger.Log(a_Level, g_ComponentName, l_Long ? l_Long.get() : l_Line.data());
-    } catch (const abi::__forced_unwind&) {
-        throw; // a cancelled thread of the host's
-    } catch (...) {
-        // a line that could not be written must not undo what it tells of
-    }
+    LogLine(&a_Logger, a_Level, l_Long ? l_Long.get() : l_Line.data());
 }
 
 } // namespace
 
 unsigned ThreadId() {
     return static_cast<unsigned>(pthread_self());
+}
+
+void LogLine(CBaseOsLog* a_Logger, int a_Level, const char* a_Text) {
+    if (a_Logger == nullptr) return;
+    try {
+        a_Logger->Log(a_Level, g_ComponentName, a_Text);
+    } catch (const abi::__forced_unwind&) {
+        throw; // a cancelled thread of the host's
+    } catch (...) {
+        // a line that could not be written must not undo what it tells of
+    }
 }
 
 void LogTrace(CBaseOsLog* a_Logger, const char* a_Format, ...) {

@@ -24,5 +24,7 @@ unsigned ThreadId();
 /// arguments: nothing is formatted and nothing allocated.
 void LogTrace(CBaseOsLog* a_Logger, const char* a_Format, ...) __attribute__((format(printf, 2, 3)));
 void LogError(CBaseOsLog* a_Logger, const char* a_Format, ...) __attribute__((format(printf, 2, 3)));
+/// The same for a finished text, at the level that it is given and whatever the host's log level.
+void LogLine(CBaseOsLog* a_Logger, int a_Level, const char* a_Text);
 
 } // namespace BM_ADAPTOR

@@ -3,6 +3,7 @@
 
 #include "fake/FakeAllocation.h"
 #include "fake/FakeParams.h"
+#include "fake/ThrowingLog.h"
 
 #include <algorithm>
 #include <ranges>
@@ -285,11 +286,6 @@ TEST_F(Dispatch, EverythingIsAnsweredBeforeInit) {
 }
 
 // ---- exceptions stay inside
-
-class THROWING_LOG final : public CBaseOsLog {
-public:
-    void Log(int, const char*, const char*) override { throw std::runtime_error("the host's logger failed"); }
-};
 
 TEST_F(Dispatch, HostsLoggerThatThrowsChangesNoResult) {
     static THROWING_LOG l_Log; // outlives the adaptor, as a host's logger does

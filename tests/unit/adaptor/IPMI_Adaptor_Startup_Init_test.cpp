@@ -3,6 +3,7 @@
 
 #include "adaptor/IPMI_Adaptor_Switch.h"
 #include "fake/FakeQueue.h"
+#include "fake/ThrowingLog.h"
 #include "ipmi/FRUImage.h"
 #include "ipmi/IPMI_Probe.h"
 
@@ -54,6 +55,15 @@ TEST_F(AdaptorInit, ItsOwnLinesAreWrittenWhateverTheLogLevel) {
     Init(2);
     EXPECT_THAT(Lines(), ElementsAre(Always("WITHIN INIT-2"), Always("Hooking up OS Handler"),
                                      Error("IPMI Posix setup failed"), Always("Startup Mutex fired")));
+}
+
+TEST_F(AdaptorInit, GoesOnWhenTheHostsLoggerThrows) {
+    WithoutOpenIPMI();
+    static THROWING_LOG l_Log; // outlives the domain thread
+    m_Host.m_Logger = &l_Log;
+    m_Host.m_Mode = 2;
+    EXPECT_EQ(m_Adaptor.Init(&m_Host), 1);
+    EXPECT_EQ(Access::State(m_Adaptor), 2);
 }
 
 TEST_F(AdaptorInit, PrintsItsSteps) {

@@ -3,9 +3,9 @@
 
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
+#include "fake/ThrowingLog.h"
 
 #include <limits>
-#include <stdexcept>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -361,11 +361,6 @@ TEST_P(LedRead, AsksTheControllerForTheLedOneBelow) {
 
 // On either thread, from the command's first line to its last.
 TEST_P(LedRead, EndsWithItsRowWhenEveryLineThrows) {
-    class THROWING_LOG : public CBaseOsLog {
-    public:
-        virtual ~THROWING_LOG() = default;
-        void Log(int, const char*, const char*) override { throw std::runtime_error("disk full"); }
-    };
     THROWING_LOG l_Log;
     g_Logger2 = &l_Log;
     IPMI_TEST_ACCESS::Logger(m_Adaptor) = &l_Log;

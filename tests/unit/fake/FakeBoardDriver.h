@@ -2,8 +2,8 @@
 #pragma once
 
 #include <array>
-#include <functional>
 #include <deque>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>

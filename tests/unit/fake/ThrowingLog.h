@@ -1,4 +1,4 @@
-// A host's logger that throws at one of the lines.
+// A host's logger that throws.
 #pragma once
 
 #include "bm/Log.h"
@@ -10,8 +10,8 @@
 
 class THROWING_LOG : public CBaseOsLog {
 public:
-    /// Throws at every line that begins so.
-    explicit THROWING_LOG(std::string a_Beginning) : m_Beginning(std::move(a_Beginning)) {}
+    /// Throws at every line that begins so; at every line without an argument.
+    explicit THROWING_LOG(std::string a_Beginning = "") : m_Beginning(std::move(a_Beginning)) {}
     virtual ~THROWING_LOG() = default;
 
     void Log(int, const char*, const char* a_Text) override {
