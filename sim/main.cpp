@@ -1,13 +1,13 @@
 // bladesim: brings a simulated blade up, runs a command in it and takes it down; and speaks with a blade that runs.
-#include "sim/BladeFile.h"
-#include "sim/CommandLine.h"
-#include "sim/ControlCommand.h"
-#include "sim/DumpFru.h"
-#include "sim/ExitStatus.h"
-#include "sim/MediaCommand.h"
-#include "sim/Outside.h"
-#include "sim/SwitchCommand.h"
-#include "sim/ToolCommand.h"
+#include "sim/base/ExitStatus.h"
+#include "sim/blade/BladeFile.h"
+#include "sim/blade/DumpFru.h"
+#include "sim/life/Outside.h"
+#include "sim/orders/CommandLine.h"
+#include "sim/orders/ControlCommand.h"
+#include "sim/orders/MediaCommand.h"
+#include "sim/orders/SwitchCommand.h"
+#include "sim/orders/ToolCommand.h"
 
 #include <algorithm>
 #include <cstdio>

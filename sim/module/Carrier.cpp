@@ -1,7 +1,7 @@
 // The controller of a carrier: what it answers to PICMG commands and to Get Device ID, and what it remembers of them.
 #include "sim/module/Carrier.h"
 
-#include "sim/SimulatorConfig.h"
+#include "sim/controller/SimulatorConfig.h"
 
 #include <OpenIPMI/ipmi_err.h>
 #include <OpenIPMI/ipmi_picmg.h>

@@ -1,7 +1,7 @@
 // The controller of a carrier: what it answers to PICMG commands and to Get Device ID, and what it remembers of them.
 #pragma once
 
-#include "sim/Blade.h"
+#include "sim/blade/Blade.h"
 #include "sim/module/LedPanel.h"
 #include "sim/module/Message.h"
 

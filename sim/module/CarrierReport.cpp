@@ -1,7 +1,7 @@
 // The controller's own view of its carrier, as JSON for tests and people.
 #include "sim/module/CarrierReport.h"
 
-#include "sim/LedColors.h"
+#include "sim/blade/LedColors.h"
 
 #include <nlohmann/json.hpp>
 

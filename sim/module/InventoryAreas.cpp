@@ -1,7 +1,7 @@
 // The FRU inventory areas of a blade and the commands that read and write them.
 #include "sim/module/InventoryAreas.h"
 
-#include "sim/FruImage.h"
+#include "sim/blade/FruImage.h"
 
 #include <OpenIPMI/ipmi_err.h>
 #include <OpenIPMI/ipmi_msgbits.h>

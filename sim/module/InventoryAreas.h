@@ -1,7 +1,7 @@
 // The FRU inventory areas of a blade and the commands that read and write them.
 #pragma once
 
-#include "sim/Blade.h"
+#include "sim/blade/Blade.h"
 #include "sim/module/Message.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // The LEDs of one FRU as PICMG 3.0 has them: local control, override on top of it, a lamp test on top of both.
 #pragma once
 
-#include "sim/Blade.h"
+#include "sim/blade/Blade.h"
 
 #include <chrono>
 #include <cstdint>

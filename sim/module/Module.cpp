@@ -1,6 +1,6 @@
 // The carrier as a module of ipmi_sim: loadlib "bladesim_carrier.so" "BLADE FILE" makes it answer for every FRU of the
 // blade.
-#include "sim/BladeFile.h"
+#include "sim/blade/BladeFile.h"
 #include "sim/module/CarrierReport.h"
 #include "sim/module/InventoryAreas.h"
 

@@ -2,10 +2,10 @@
 // Goes into the preload library: nothing of the C++ runtime in it.
 #include "sim/preload/DeviceCalls.h"
 
-#include "sim/BridgePacket.h"
-#include "sim/DriverAddress.h"
-#include "sim/KernelRules.h"
-#include "sim/PassedFd.h"
+#include "sim/base/BridgePacket.h"
+#include "sim/base/DriverAddress.h"
+#include "sim/base/PassedFd.h"
+#include "sim/driver/KernelRules.h"
 
 #include <fcntl.h>
 #include <linux/ipmi.h>

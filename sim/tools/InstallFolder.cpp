@@ -4,8 +4,8 @@
 // one has is mounted again, and the install folder is made beside it.
 #include "sim/tools/InstallFolder.h"
 
-#include "sim/Error.h"
-#include "sim/UniqueFd.h"
+#include "sim/base/Error.h"
+#include "sim/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>

@@ -1,9 +1,9 @@
 // The process of the media software: starting it, finding it, ending it. There is one in a blade at most.
 #include "sim/tools/MediaProcess.h"
 
-#include "sim/Error.h"
-#include "sim/Paths.h"
-#include "sim/Process.h"
+#include "sim/base/Error.h"
+#include "sim/base/Paths.h"
+#include "sim/base/Process.h"
 #include "sim/tools/RunFiles.h"
 
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 // The process of the media software: starting it, finding it, ending it. There is one in a blade at most.
 #pragma once
 
-#include "sim/UniqueFd.h"
+#include "sim/base/UniqueFd.h"
 
 #include <optional>
 #include <string>

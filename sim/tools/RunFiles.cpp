@@ -2,7 +2,7 @@
 // change them, a person with an editor too.
 #include "sim/tools/RunFiles.h"
 
-#include "sim/Error.h"
+#include "sim/base/Error.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

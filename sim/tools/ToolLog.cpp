@@ -2,7 +2,7 @@
 #include "sim/tools/ToolLog.h"
 
 #include "platform/src/ByteText.h"
-#include "sim/Error.h"
+#include "sim/base/Error.h"
 #include "sim/tools/RunFiles.h"
 
 #include <unistd.h>

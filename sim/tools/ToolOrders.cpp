@@ -1,7 +1,7 @@
 // What the tools are told to do: a file of the run folder, with what bladesim tool set orders.
 #include "sim/tools/ToolOrders.h"
 
-#include "sim/JsonReader.h"
+#include "sim/base/JsonReader.h"
 #include "sim/tools/InstallFolder.h"
 #include "sim/tools/RunFiles.h"
 

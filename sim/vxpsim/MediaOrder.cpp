@@ -1,7 +1,7 @@
 // How the media software is told to behave: a file of the run folder, with what bladesim media set orders.
 #include "sim/vxpsim/MediaOrder.h"
 
-#include "sim/JsonReader.h"
+#include "sim/base/JsonReader.h"
 #include "sim/tools/RunFiles.h"
 
 #include <unistd.h>

@@ -1,7 +1,7 @@
 // The media software's loop: takes requests from its queue and answers them when their time has come.
 #include "sim/vxpsim/Server.h"
 
-#include "sim/Error.h"
+#include "sim/base/Error.h"
 #include "sim/tools/RunFiles.h"
 
 #include <nlohmann/json.hpp>

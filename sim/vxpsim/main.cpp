@@ -1,5 +1,5 @@
 // vxpsim: the media software's stand-in, which answers the health monitor's questions on the message queue.
-#include "sim/Error.h"
+#include "sim/base/Error.h"
 #include "sim/tools/MediaProcess.h"
 #include "sim/tools/RunFiles.h"
 #include "sim/vxpsim/Server.h"

@@ -1,0 +1,14 @@
+// Writes the inventory image of one FRU of a blade into a file.
+#pragma once
+
+#include "sim/blade/Blade.h"
+
+#include <string>
+
+namespace BLADESIM {
+
+/// The file is replaced as a whole or, when something fails, left as it was; a device or a pipe is written to. Throws a
+/// BLADE_ERROR: the blade has no such FRU, the FRU has no inventory, the file cannot be written.
+void DumpFru(const BLADE& a_Blade, unsigned a_Id, const std::string& a_File);
+
+} // namespace BLADESIM

@@ -1,0 +1,16 @@
+// The SDR repository of a carrier's controller: where it and its FRUs are to be found, and their names.
+#pragma once
+
+#include "sim/blade/Blade.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace BLADESIM {
+
+using SDR_RECORD = std::vector<uint8_t>; ///< with its header; the repository gives the record ids
+
+/// A locator of the controller, and one of each FRU.
+std::vector<SDR_RECORD> LocatorRecords(const BLADE& a_Blade);
+
+} // namespace BLADESIM

@@ -1,0 +1,31 @@
+// The two files from which ipmi_sim makes the controller of a blade.
+#pragma once
+
+#include "sim/blade/Blade.h"
+
+#include <cstdint>
+#include <string>
+
+namespace BLADESIM {
+
+// The ports are fixed: every blade has a network namespace of its own.
+constexpr uint16_t g_LanPort = 9001;
+constexpr uint16_t g_VMPort = 9002;
+constexpr uint16_t g_ConsolePort = 9003;
+constexpr char g_LanUser[] = "ipmiusr";
+constexpr char g_LanPassword[] = "test";
+
+/// The name under which ipmi_sim keeps its state, below "ipmi_sim" in its state folder.
+constexpr char g_SimulatorName[] = "bladesim";
+
+/// Byte "additional device support" of Get Device ID: sensors, SDR repository, SEL, FRU inventory, event receiver,
+/// chassis.
+constexpr uint8_t g_DeviceSupport = 0x9F;
+
+/// The interfaces: LAN for ipmitool, VM port for the driver, console; and the carrier module with its blade file.
+std::string SimulatorInterfaces(const BLADE& a_Blade, const std::string& a_ModuleFile);
+
+/// The commands that make the controller. Its FRUs are the carrier module's.
+std::string SimulatorCommands(const BLADE& a_Blade);
+
+} // namespace BLADESIM

@@ -1,0 +1,20 @@
+// The file through which the PCI driver is told of the PSTN: /proc/mavkpcidrv/pstn.cfg, and around it the whole of
+// /proc.
+#pragma once
+
+#include "sim/blade/Board.h"
+
+#include <string>
+#include <sys/types.h>
+
+namespace BLADESIM {
+
+inline constexpr char g_DriverFile[] = "/proc/mavkpcidrv/pstn.cfg";
+/// In the run folder: what the driver was told, one call a line.
+inline constexpr char g_DriverRecords[] = "pstn.jsonl";
+
+/// Makes the file, for the mount namespace of the caller, in which no mount is shared; returns the process that serves
+/// it until it is killed. The rest of /proc is seen as before. Throws a BLADE_ERROR.
+pid_t StartDriverFile(const DRIVER_FILE& a_File, const std::string& a_RunFolder);
+
+} // namespace BLADESIM

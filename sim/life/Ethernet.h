@@ -1,0 +1,15 @@
+// The blade's network interfaces: ends of virtual cables, whose other ends nobody in the blade sees.
+#pragma once
+
+#include "sim/base/UniqueFd.h"
+#include "sim/blade/Board.h"
+
+#include <vector>
+
+namespace BLADESIM {
+
+/// Makes them in the network namespace of the caller, in this order, up and with a carrier. They are there for as long
+/// as the descriptor, which is none when there are none. Throws a BLADE_ERROR.
+UNIQUE_FD MakeInterfaces(const std::vector<ETHERNET_INTERFACE>& a_Interfaces);
+
+} // namespace BLADESIM

@@ -1,0 +1,12 @@
+// The outside of a simulated blade: the process that the user started. It makes the inside, passes signals to it and
+// returns its status; nothing of the blade is left when it has ended.
+#pragma once
+
+#include "sim/life/Inside.h"
+
+namespace BLADESIM {
+
+/// Returns the status to exit with. Throws a BLADE_ERROR when there is no inside to be had.
+int RunBlade(const OPTIONS& a_Options);
+
+} // namespace BLADESIM

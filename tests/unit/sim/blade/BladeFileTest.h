@@ -1,0 +1,92 @@
+// A sample blade file to spoil, and what the reader says of it.
+#pragma once
+
+#include "sim/base/Error.h"
+#include "sim/blade/BladeFile.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+
+namespace BLADESIM {
+
+inline nlohmann::json SampleJson() {
+    return nlohmann::json::parse(R"({
+        "controller": { "address": "0x20", "device_id": 53, "device_revision": 1, "manufacturer_id": 32473,
+                        "product_id": "0x0B1A", "firmware": { "major": 3, "minor": "0x12" } },
+        "frus": [
+            { "id": 0, "site": { "hardware_address": 16, "type": 0, "number": 5 }, "leds": 2,
+              "inventory": {
+                  "board": { "manufacturer": "Maker", "product_name": "Board", "serial_number": "S-1", "part_number": "P-1" },
+                  "product": { "manufacturer": "Seller", "name": "Product", "part_number": "Model", "version": "V1",
+                               "serial_number": "S-2", "asset_tag": "Tag" },
+                  "dsps": [ { "type": 1, "mac": "02:00:5e:10:00:01" }, { "type": 2, "mac": "02:00:5E:10:00:02" } ],
+                  "framers": { "count": 2, "type": 1, "trunks_per_framer": 4 },
+                  "multirecords": [ { "type": "0xD1", "data": "01 a2 FF" } ] } },
+            { "id": 3, "site": { "type": 7, "number": 1 },
+              "leds": [ { "id": 0, "colors": ["blue"] },
+                        { "id": 2, "colors": ["red", "white"], "local_color": "red", "override_color": "white",
+                          "local_control": false } ] } ],
+        "faults": [ { "request": "2c 02 ?? 03", "do": "completion-code", "argument": "0xC1" } ]
+    })");
+}
+
+class BLADE_FILE_TEST : public testing::Test {
+protected:
+    void TearDown() override { std::filesystem::remove(m_File); }
+
+    BLADE Read(const std::string& a_Text) {
+        std::ofstream(m_File, std::ios::binary) << a_Text;
+        return ReadBladeFile(m_File);
+    }
+
+    BLADE ReadSample() { return Read(SampleJson().dump()); }
+
+    /// The sample with another value at this place.
+    BLADE ReadWith(const char* a_Pointer, const nlohmann::json& a_Value) {
+        nlohmann::json l_Json = SampleJson();
+        l_Json[nlohmann::json::json_pointer(a_Pointer)] = a_Value;
+        return Read(l_Json.dump());
+    }
+
+    /// What is said about the sample with another value at this place.
+    std::string ErrorWith(const char* a_Pointer, const nlohmann::json& a_Value) {
+        nlohmann::json l_Json = SampleJson();
+        l_Json[nlohmann::json::json_pointer(a_Pointer)] = a_Value;
+        return ErrorOf(l_Json.dump());
+    }
+
+    std::string ErrorOf(const std::string& a_Text) {
+        try {
+            Read(a_Text);
+        } catch (const BLADE_ERROR& l_Error) {
+            return l_Error.what();
+        }
+        return "no error";
+    }
+
+    std::string m_File = testing::TempDir() + "blade-" + std::to_string(::getpid()) + ".json";
+};
+
+struct BAD_VALUE {
+    const char* m_Pointer;
+    nlohmann::json m_Value;
+    const char* m_Key;
+    const char* m_Reason;
+};
+
+/// Tables of values that are refused with the key and what was expected.
+class BLADE_FILE_VALUE_TEST : public BLADE_FILE_TEST, public testing::WithParamInterface<BAD_VALUE> {
+protected:
+    void ExpectRefusal() {
+        EXPECT_THAT(ErrorWith(GetParam().m_Pointer, GetParam().m_Value),
+                    testing::AllOf(testing::StartsWith(m_File + ":1: " + GetParam().m_Key + ": "),
+                                   testing::HasSubstr(GetParam().m_Reason)));
+    }
+};
+
+} // namespace BLADESIM
