@@ -16,46 +16,45 @@
 #include <iterator>
 #include <string_view>
 
-using namespace BLADESIM;
+using namespace bladesim;
 
 namespace {
 
 /// What is done in a blade that runs, by the first word of the command line.
-struct BLADE_COMMAND {
-    std::string_view m_Word;
-    int (*m_Run)(int a_Count, char** a_Arguments);
+struct BladeCommand {
+    std::string_view m_word;
+    int (*m_run)(int count, char** arguments);
 };
 
-constexpr BLADE_COMMAND g_Commands[] = {
+constexpr BladeCommand Commands[] = {
     {"fault", RunControlCommand}, {"controller", RunControlCommand}, {"show", RunControlCommand},
     {"tool", RunToolCommand},     {"media", RunMediaCommand},        {"switch", RunSwitchCommand},
 };
 
 /// The blade's name or file is looked up here: whatever is wrong with it is said before anything is set up.
-int Run(COMMAND_LINE a_Line) {
-    OPTIONS& l_Options = a_Line.m_Options;
-    l_Options.m_Paths = FindPaths();
-    l_Options.m_Blade = ReadBladeFile(FindBlade(l_Options.m_Paths, a_Line.m_Blade));
-    if (!a_Line.m_DumpFru) return RunBlade(l_Options);
-    DumpFru(l_Options.m_Blade, a_Line.m_DumpFru->first, a_Line.m_DumpFru->second);
+int Run(CommandLine line) {
+    Options& options = line.m_options;
+    options.m_paths = FindPaths();
+    options.m_blade = ReadBladeFile(FindBlade(options.m_paths, line.m_blade));
+    if (!line.m_dumpFru) return RunBlade(options);
+    DumpFru(options.m_blade, line.m_dumpFru->first, line.m_dumpFru->second);
     return 0;
 }
 
 } // namespace
 
-int main(int a_Count, char** a_Arguments) {
-    if (a_Count > 1) {
-        const auto* const l_Command =
-            std::ranges::find(g_Commands, std::string_view(a_Arguments[1]), &BLADE_COMMAND::m_Word);
-        if (l_Command != std::end(g_Commands)) return l_Command->m_Run(a_Count, a_Arguments);
+int main(int count, char** arguments) {
+    if (count > 1) {
+        const auto* const command = std::ranges::find(Commands, std::string_view(arguments[1]), &BladeCommand::m_word);
+        if (command != std::end(Commands)) return command->m_run(count, arguments);
     }
-    COMMAND_LINE l_Line;
-    if (const auto l_Status = ParseCommandLine(a_Count, a_Arguments, l_Line)) return *l_Status;
+    CommandLine line;
+    if (const auto status = ParseCommandLine(count, arguments, line)) return *status;
     try {
         // Not by return: the leak check of a sanitizer needs a /proc, which a bare chroot has for the inside only.
-        std::_Exit(Run(std::move(l_Line)));
-    } catch (const std::exception& l_Error) {
-        std::fprintf(stderr, "bladesim: %s\n", l_Error.what());
-        return g_NotBroughtUp;
+        std::_Exit(Run(std::move(line)));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bladesim: %s\n", error.what());
+        return NotBroughtUp;
     }
 }

@@ -7,35 +7,35 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// Takes who opens /dev/ipmi0. Where nobody listens, there is no device.
-inline constexpr char g_DriverSocket[] = "bladesim/ipmi0";
+inline constexpr char DriverSocket[] = "bladesim/ipmi0";
 /// Takes orders: one line of JSON each, answered by one line of JSON.
-inline constexpr char g_ControlSocket[] = "bladesim/control";
+inline constexpr char ControlSocket[] = "bladesim/control";
 
-struct SOCKET_ADDRESS {
-    sockaddr_un m_Address;
-    socklen_t m_Length;
+struct SocketAddress {
+    sockaddr_un m_address;
+    socklen_t m_length;
 
-    const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&m_Address); }
+    const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&m_address); }
 };
 
-template <size_t SIZE>
-SOCKET_ADDRESS AbstractAddress(const char (&a_Name)[SIZE]) {
-    SOCKET_ADDRESS l_Address{{}, static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + SIZE)};
-    l_Address.m_Address.sun_family = AF_UNIX;
+template <size_t Size>
+SocketAddress AbstractAddress(const char (&name)[Size]) {
+    SocketAddress address{{}, static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + Size)};
+    address.m_address.sun_family = AF_UNIX;
     // The first byte of the path stays 0, which makes the name an abstract one.
-    std::memcpy(l_Address.m_Address.sun_path + 1, a_Name, SIZE - 1);
-    return l_Address;
+    std::memcpy(address.m_address.sun_path + 1, name, Size - 1);
+    return address;
 }
 
-inline SOCKET_ADDRESS DriverAddress() {
-    return AbstractAddress(g_DriverSocket);
+inline SocketAddress DriverAddress() {
+    return AbstractAddress(DriverSocket);
 }
 
-inline SOCKET_ADDRESS ControlAddress() {
-    return AbstractAddress(g_ControlSocket);
+inline SocketAddress ControlAddress() {
+    return AbstractAddress(ControlSocket);
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -6,16 +6,16 @@
 #include <string>
 #include <system_error>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct BLADE_ERROR : std::runtime_error {
+struct BladeError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Throws a BLADE_ERROR that says what could not be done and why; the error number is read first.
-[[noreturn]] inline void ThrowErrno(const std::string& a_What) {
-    const int l_Error = errno;
-    throw BLADE_ERROR(a_What + ": " + std::generic_category().message(l_Error));
+/// Throws a BladeError that says what could not be done and why; the error number is read first.
+[[noreturn]] inline void ThrowErrno(const std::string& what) {
+    const int error = errno;
+    throw BladeError(what + ": " + std::generic_category().message(error));
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -1,10 +1,10 @@
 // What bladesim exits with when it is not the command's own status.
 #pragma once
 
-namespace BLADESIM {
+namespace bladesim {
 
-constexpr int g_BadUsage = 2;
+constexpr int BadUsage = 2;
 /// The blade could not be brought up, or could not do what was asked of it.
-constexpr int g_NotBroughtUp = 3;
+constexpr int NotBroughtUp = 3;
 
-} // namespace BLADESIM
+} // namespace bladesim

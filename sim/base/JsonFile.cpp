@@ -9,23 +9,23 @@
 #include <utility>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using nlohmann::json;
 
 // Far beyond any blade, and little enough to be read at once and walked recursively.
-constexpr size_t g_MaxFile = 1024 * 1024;
-constexpr size_t g_MaxDepth = 32;
-constexpr size_t g_MaxReason = 300;
+constexpr size_t MaxFile = 1024 * 1024;
+constexpr size_t MaxDepth = 32;
+constexpr size_t MaxReason = 300;
 
-[[noreturn]] void Fail(const std::string& a_File, unsigned a_Line, const std::string& a_Reason) {
-    throw BLADE_ERROR(a_File + ":" + std::to_string(a_Line) + ": " + a_Reason);
+[[noreturn]] void Fail(const std::string& file, unsigned line, const std::string& reason) {
+    throw BladeError(file + ":" + std::to_string(line) + ": " + reason);
 }
 
 /// Counts lines while the parser reads. The parser may have read one byte more than what it reports: a line end counts
 /// when something behind it is read.
-class LINE_COUNTER {
+class LineCounter {
 public:
     using iterator_category = std::input_iterator_tag;
     using value_type = char;
@@ -33,28 +33,28 @@ public:
     using pointer = const char*;
     using reference = const char&;
 
-    LINE_COUNTER(const char* a_Position, unsigned* a_Line) : m_Position(a_Position), m_Line(a_Line) {}
+    LineCounter(const char* position, unsigned* line) : m_position(position), m_line(line) {}
 
-    reference operator*() const { return *m_Position; }
-    LINE_COUNTER& operator++() {
-        if (m_AfterLineEnd) ++*m_Line;
-        m_AfterLineEnd = *m_Position == '\n';
-        ++m_Position;
+    reference operator*() const { return *m_position; }
+    LineCounter& operator++() {
+        if (m_afterLineEnd) ++*m_line;
+        m_afterLineEnd = *m_position == '\n';
+        ++m_position;
         return *this;
     }
-    bool operator==(const LINE_COUNTER& a_Other) const { return m_Position == a_Other.m_Position; }
-    bool operator!=(const LINE_COUNTER& a_Other) const { return m_Position != a_Other.m_Position; }
+    bool operator==(const LineCounter& other) const { return m_position == other.m_position; }
+    bool operator!=(const LineCounter& other) const { return m_position != other.m_position; }
 
 private:
-    const char* m_Position;
-    unsigned* m_Line;
-    bool m_AfterLineEnd = false;
+    const char* m_position;
+    unsigned* m_line;
+    bool m_afterLineEnd = false;
 };
 
 /// Hears what the parser comes upon, and notes the lines.
-class LINE_NOTER : public nlohmann::json_sax<json> {
+class LineNoter : public nlohmann::json_sax<json> {
 public:
-    LINE_NOTER(JSON_FILE& a_File, const unsigned& a_Line) : m_File(a_File), m_Line(a_Line) {}
+    LineNoter(JsonFile& file, const unsigned& line) : m_file(file), m_line(line) {}
 
     bool null() override { return Value(); }
     bool boolean(bool) override { return Value(); }
@@ -68,92 +68,91 @@ public:
     bool end_object() override { return Close(); }
     bool end_array() override { return Close(); }
 
-    bool key(string_t& a_Key) override {
-        m_Path = JsonPath(m_Open.back().m_Path, a_Key);
-        if (!m_Open.back().m_Keys.insert(a_Key).second) Fail(m_File.m_Name, m_Line, m_Path + ": stands twice");
-        m_File.m_Lines.emplace(m_Path, m_Line);
+    bool key(string_t& key) override {
+        m_path = JsonPath(m_open.back().m_path, key);
+        if (!m_open.back().m_keys.insert(key).second) Fail(m_file.m_name, m_line, m_path + ": stands twice");
+        m_file.m_lines.emplace(m_path, m_line);
         return true;
     }
 
-    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& a_Error) override {
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& error) override {
         // "[json.exception…] parse error at line…: reason", or without the middle one.
-        std::string l_Reason = a_Error.what();
-        for (const char* l_End : {"] ", ": "}) {
-            const auto l_Found = l_Reason.find(l_End);
-            if (l_Found != std::string::npos) l_Reason.erase(0, l_Found + 2);
+        std::string reason = error.what();
+        for (const char* end : {"] ", ": "}) {
+            const auto found = reason.find(end);
+            if (found != std::string::npos) reason.erase(0, found + 2);
         }
-        Fail(m_File.m_Name, m_Line, l_Reason.substr(0, g_MaxReason));
+        Fail(m_file.m_name, m_line, reason.substr(0, MaxReason));
     }
 
 private:
-    struct CONTAINER {
-        std::string m_Path;
-        bool m_List;
-        size_t m_Items = 0;
-        std::set<std::string> m_Keys{};
+    struct Container {
+        std::string m_path;
+        bool m_list;
+        size_t m_items = 0;
+        std::set<std::string> m_keys{};
     };
 
     /// A value begins: that of the key just heard, an item of the list, or the whole file.
     bool Value() {
-        if (m_Open.empty()) {
-            m_Path.clear();
-        } else if (m_Open.back().m_List) {
-            m_Path = JsonPath(m_Open.back().m_Path, m_Open.back().m_Items++);
+        if (m_open.empty()) {
+            m_path.clear();
+        } else if (m_open.back().m_list) {
+            m_path = JsonPath(m_open.back().m_path, m_open.back().m_items++);
         } else {
             return true;
         }
-        m_File.m_Lines.emplace(m_Path, m_Line);
+        m_file.m_lines.emplace(m_path, m_line);
         return true;
     }
 
-    bool Open(bool a_List) {
+    bool Open(bool list) {
         Value();
-        if (m_Open.size() == g_MaxDepth) Fail(m_File.m_Name, m_Line, m_Path + ": stands too deep in lists and objects");
-        m_Open.push_back({m_Path, a_List});
+        if (m_open.size() == MaxDepth) Fail(m_file.m_name, m_line, m_path + ": stands too deep in lists and objects");
+        m_open.push_back({m_path, list});
         return true;
     }
 
     bool Close() {
-        m_Open.pop_back();
+        m_open.pop_back();
         return true;
     }
 
-    JSON_FILE& m_File;
-    const unsigned& m_Line;
-    std::vector<CONTAINER> m_Open;
-    std::string m_Path; ///< of the value that comes
+    JsonFile& m_file;
+    const unsigned& m_line;
+    std::vector<Container> m_open;
+    std::string m_path; ///< of the value that comes
 };
 
-std::string ReadWhole(const std::string& a_File) {
-    std::ifstream l_Stream(a_File, std::ios::binary);
-    if (!l_Stream) ThrowErrno(a_File + ": cannot be read");
-    std::string l_Text(g_MaxFile + 1, '\0');
-    l_Stream.read(l_Text.data(), static_cast<std::streamsize>(l_Text.size()));
-    l_Text.resize(static_cast<size_t>(l_Stream.gcount()));
-    if (l_Stream.bad() || l_Text.empty()) throw BLADE_ERROR(a_File + ": there is nothing in it to read");
-    if (l_Text.size() > g_MaxFile) throw BLADE_ERROR(a_File + ": is larger than 1 MiB, which no blade file is");
-    return l_Text;
+std::string ReadWhole(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) ThrowErrno(file + ": cannot be read");
+    std::string text(MaxFile + 1, '\0');
+    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<size_t>(stream.gcount()));
+    if (stream.bad() || text.empty()) throw BladeError(file + ": there is nothing in it to read");
+    if (text.size() > MaxFile) throw BladeError(file + ": is larger than 1 MiB, which no blade file is");
+    return text;
 }
 
 } // namespace
 
-std::string JsonPath(const std::string& a_Object, const std::string& a_Key) {
-    return a_Object.empty() ? a_Key : a_Object + "." + a_Key;
+std::string JsonPath(const std::string& object, const std::string& key) {
+    return object.empty() ? key : object + "." + key;
 }
 
-std::string JsonPath(const std::string& a_List, size_t a_Index) {
-    return a_List + "[" + std::to_string(a_Index) + "]";
+std::string JsonPath(const std::string& list, size_t index) {
+    return list + "[" + std::to_string(index) + "]";
 }
 
-JSON_FILE ReadJsonFile(const std::string& a_File) {
-    const std::string l_Text = ReadWhole(a_File);
-    JSON_FILE l_File{a_File, {}, {}};
-    unsigned l_Line = 1;
-    LINE_NOTER l_Noter(l_File, l_Line);
-    json::sax_parse(LINE_COUNTER(l_Text.data(), &l_Line), LINE_COUNTER(l_Text.data() + l_Text.size(), &l_Line),
-                    &l_Noter);
-    l_File.m_Root = json::parse(l_Text);
-    return l_File;
+JsonFile ReadJsonFile(const std::string& file) {
+    const std::string text = ReadWhole(file);
+    JsonFile result{file, {}, {}};
+    unsigned line = 1;
+    LineNoter noter(result, line);
+    json::sax_parse(LineCounter(text.data(), &line), LineCounter(text.data() + text.size(), &line), &noter);
+    result.m_root = json::parse(text);
+    return result;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

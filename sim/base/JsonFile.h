@@ -6,24 +6,24 @@
 #include <map>
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct JSON_FILE {
-    std::string m_Name;
-    nlohmann::json m_Root;
+struct JsonFile {
+    std::string m_name;
+    nlohmann::json m_root;
     /// Line of each key and list item, counted from 1, by its whole path ("frus[0].site.number"); the root's path is
     /// empty.
-    std::map<std::string, unsigned> m_Lines;
+    std::map<std::string, unsigned> m_lines;
 };
 
-/// Throws a BLADE_ERROR that names the file and the line: for a file that cannot be read or is larger than 1 MiB, for
+/// Throws a BladeError that names the file and the line: for a file that cannot be read or is larger than 1 MiB, for
 /// bad syntax, for a key that stands twice in one object, for values within values within values beyond any use.
-JSON_FILE ReadJsonFile(const std::string& a_File);
+JsonFile ReadJsonFile(const std::string& file);
 
 /// A key of an object, as paths have it.
-std::string JsonPath(const std::string& a_Object, const std::string& a_Key);
+std::string JsonPath(const std::string& object, const std::string& key);
 
 /// An item of a list, as paths have it.
-std::string JsonPath(const std::string& a_List, size_t a_Index);
+std::string JsonPath(const std::string& list, size_t index);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -9,141 +9,140 @@
 #include <optional>
 #include <utility>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using nlohmann::json;
 
-std::optional<int64_t> NumberIn(const std::string& a_Text) {
-    const bool l_Hex = a_Text.starts_with("0x") || a_Text.starts_with("0X");
-    const char* const l_Begin = a_Text.data() + (l_Hex ? 2 : 0);
-    const char* const l_End = a_Text.data() + a_Text.size();
-    if (l_Hex && a_Text.size() > 2 && *l_Begin == '-') return std::nullopt;
-    int64_t l_Number = 0;
-    const auto l_Result = std::from_chars(l_Begin, l_End, l_Number, l_Hex ? 16 : 10);
-    if (l_Result.ec != std::errc() || l_Result.ptr != l_End) return std::nullopt;
-    return l_Number;
+std::optional<int64_t> NumberIn(const std::string& text) {
+    const bool hex = text.starts_with("0x") || text.starts_with("0X");
+    const char* const begin = text.data() + (hex ? 2 : 0);
+    const char* const end = text.data() + text.size();
+    if (hex && text.size() > 2 && *begin == '-') return std::nullopt;
+    int64_t number = 0;
+    const auto result = std::from_chars(begin, end, number, hex ? 16 : 10);
+    if (result.ec != std::errc() || result.ptr != end) return std::nullopt;
+    return number;
 }
 
-std::optional<int64_t> NumberOf(const json& a_Value) {
-    if (a_Value.is_number_unsigned() && a_Value.get<uint64_t>() > INT64_MAX) return std::nullopt;
-    if (a_Value.is_number_integer()) return a_Value.get<int64_t>();
-    if (a_Value.is_string()) return NumberIn(a_Value.get<std::string>());
+std::optional<int64_t> NumberOf(const json& value) {
+    if (value.is_number_unsigned() && value.get<uint64_t>() > INT64_MAX) return std::nullopt;
+    if (value.is_number_integer()) return value.get<int64_t>();
+    if (value.is_string()) return NumberIn(value.get<std::string>());
     return std::nullopt;
 }
 
 /// A value for a message: the beginning of it is enough.
-std::string Shown(const json& a_Value) {
-    constexpr size_t l_Most = 60;
-    const std::string l_Text = a_Value.dump(-1, ' ', true);
-    return l_Text.size() <= l_Most ? l_Text : l_Text.substr(0, l_Most) + "…";
+std::string Shown(const json& value) {
+    constexpr size_t most = 60;
+    const std::string text = value.dump(-1, ' ', true);
+    return text.size() <= most ? text : text.substr(0, most) + "…";
 }
 
 } // namespace
 
-JSON_OBJECT::JSON_OBJECT(const JSON_FILE& a_File) : JSON_OBJECT(a_File, {}, a_File.m_Root) {}
+JsonObject::JsonObject(const JsonFile& file) : JsonObject(file, {}, file.m_root) {}
 
-JSON_OBJECT::JSON_OBJECT(const JSON_FILE& a_File, std::string a_Path, const json& a_Value)
-    : m_File(a_File),
-      m_Path(std::move(a_Path)),
-      m_Value(a_Value) {
-    if (!m_Value.is_object()) FailAt(m_Path, "expected an object {…}, found " + Shown(m_Value));
+JsonObject::JsonObject(const JsonFile& file, std::string path, const json& value)
+    : m_file(file),
+      m_path(std::move(path)),
+      m_value(value) {
+    if (!m_value.is_object()) FailAt(m_path, "expected an object {…}, found " + Shown(m_value));
 }
 
-void JSON_OBJECT::FailAt(const std::string& a_Path, const std::string& a_Reason) const {
-    const auto l_Found = m_File.m_Lines.find(a_Path);
-    const unsigned l_Line = (l_Found != m_File.m_Lines.end() ? l_Found : m_File.m_Lines.find(m_Path))->second;
-    throw BLADE_ERROR(m_File.m_Name + ":" + std::to_string(l_Line) + ": " + (a_Path.empty() ? "" : a_Path + ": ") +
-                      a_Reason);
+void JsonObject::FailAt(const std::string& path, const std::string& reason) const {
+    const auto found = m_file.m_lines.find(path);
+    const unsigned line = (found != m_file.m_lines.end() ? found : m_file.m_lines.find(m_path))->second;
+    throw BladeError(m_file.m_name + ":" + std::to_string(line) + ": " + (path.empty() ? "" : path + ": ") + reason);
 }
 
-void JSON_OBJECT::Fail(const std::string& a_Key, const std::string& a_Reason) const {
-    FailAt(JsonPath(m_Path, a_Key), a_Reason);
+void JsonObject::Fail(const std::string& key, const std::string& reason) const {
+    FailAt(JsonPath(m_path, key), reason);
 }
 
-bool JSON_OBJECT::Has(const std::string& a_Key) const {
-    return m_Value.contains(a_Key);
+bool JsonObject::Has(const std::string& key) const {
+    return m_value.contains(key);
 }
 
-bool JSON_OBJECT::HasList(const std::string& a_Key) const {
-    return Has(a_Key) && m_Value.at(a_Key).is_array();
+bool JsonObject::HasList(const std::string& key) const {
+    return Has(key) && m_value.at(key).is_array();
 }
 
-const json& JSON_OBJECT::Get(const std::string& a_Key) {
-    m_Asked.insert(a_Key);
-    const auto l_Found = m_Value.find(a_Key);
-    if (l_Found == m_Value.end()) Fail(a_Key, "is missing");
-    return *l_Found;
+const json& JsonObject::Get(const std::string& key) {
+    m_asked.insert(key);
+    const auto found = m_value.find(key);
+    if (found == m_value.end()) Fail(key, "is missing");
+    return *found;
 }
 
-const json& JSON_OBJECT::GetList(const std::string& a_Key) {
-    const json& l_Value = Get(a_Key);
-    if (!l_Value.is_array()) Fail(a_Key, "expected a list […], found " + Shown(l_Value));
-    return l_Value;
+const json& JsonObject::GetList(const std::string& key) {
+    const json& value = Get(key);
+    if (!value.is_array()) Fail(key, "expected a list […], found " + Shown(value));
+    return value;
 }
 
-int64_t JSON_OBJECT::Integer(const std::string& a_Key, int64_t a_Min, int64_t a_Max) {
-    const json& l_Value = Get(a_Key);
-    const auto l_Number = NumberOf(l_Value);
-    if (!l_Number || *l_Number < a_Min || *l_Number > a_Max) {
-        Fail(a_Key, "expected a number from " + std::to_string(a_Min) + " to " + std::to_string(a_Max) + ", found " +
-                        Shown(l_Value));
+int64_t JsonObject::Integer(const std::string& key, int64_t min, int64_t max) {
+    const json& value = Get(key);
+    const auto number = NumberOf(value);
+    if (!number || *number < min || *number > max) {
+        Fail(key, "expected a number from " + std::to_string(min) + " to " + std::to_string(max) + ", found " +
+                      Shown(value));
     }
-    return *l_Number;
+    return *number;
 }
 
-int64_t JSON_OBJECT::Integer(const std::string& a_Key, int64_t a_Min, int64_t a_Max, int64_t a_Default) {
-    return Has(a_Key) ? Integer(a_Key, a_Min, a_Max) : a_Default;
+int64_t JsonObject::Integer(const std::string& key, int64_t min, int64_t max, int64_t fallback) {
+    return Has(key) ? Integer(key, min, max) : fallback;
 }
 
-uint8_t JSON_OBJECT::Byte(const std::string& a_Key) {
-    return static_cast<uint8_t>(Integer(a_Key, 0, std::numeric_limits<uint8_t>::max()));
+uint8_t JsonObject::Byte(const std::string& key) {
+    return static_cast<uint8_t>(Integer(key, 0, std::numeric_limits<uint8_t>::max()));
 }
 
-unsigned JSON_OBJECT::Count(const std::string& a_Key, unsigned a_Min, unsigned a_Default) {
-    return static_cast<unsigned>(Integer(a_Key, a_Min, std::numeric_limits<int32_t>::max(), a_Default));
+unsigned JsonObject::Count(const std::string& key, unsigned min, unsigned fallback) {
+    return static_cast<unsigned>(Integer(key, min, std::numeric_limits<int32_t>::max(), fallback));
 }
 
-bool JSON_OBJECT::Boolean(const std::string& a_Key, bool a_Default) {
-    if (!Has(a_Key)) return a_Default;
-    const json& l_Value = Get(a_Key);
-    if (!l_Value.is_boolean()) Fail(a_Key, "expected true or false, found " + Shown(l_Value));
-    return l_Value.get<bool>();
+bool JsonObject::Boolean(const std::string& key, bool fallback) {
+    if (!Has(key)) return fallback;
+    const json& value = Get(key);
+    if (!value.is_boolean()) Fail(key, "expected true or false, found " + Shown(value));
+    return value.get<bool>();
 }
 
-std::string JSON_OBJECT::TextOf(const std::string& a_Path, const json& a_Value) const {
-    if (!a_Value.is_string()) FailAt(a_Path, "expected a text, found " + Shown(a_Value));
-    return a_Value.get<std::string>();
+std::string JsonObject::TextOf(const std::string& path, const json& value) const {
+    if (!value.is_string()) FailAt(path, "expected a text, found " + Shown(value));
+    return value.get<std::string>();
 }
 
-std::string JSON_OBJECT::Text(const std::string& a_Key) {
-    return TextOf(JsonPath(m_Path, a_Key), Get(a_Key));
+std::string JsonObject::Text(const std::string& key) {
+    return TextOf(JsonPath(m_path, key), Get(key));
 }
 
-std::vector<std::string> JSON_OBJECT::Texts(const std::string& a_Key) {
-    std::vector<std::string> l_Texts;
-    for (const json& l_Item : GetList(a_Key)) {
-        l_Texts.push_back(TextOf(JsonPath(JsonPath(m_Path, a_Key), l_Texts.size()), l_Item));
+std::vector<std::string> JsonObject::Texts(const std::string& key) {
+    std::vector<std::string> texts;
+    for (const json& item : GetList(key)) {
+        texts.push_back(TextOf(JsonPath(JsonPath(m_path, key), texts.size()), item));
     }
-    return l_Texts;
+    return texts;
 }
 
-JSON_OBJECT JSON_OBJECT::Object(const std::string& a_Key) {
-    return {m_File, JsonPath(m_Path, a_Key), Get(a_Key)};
+JsonObject JsonObject::Object(const std::string& key) {
+    return {m_file, JsonPath(m_path, key), Get(key)};
 }
 
-std::vector<JSON_OBJECT> JSON_OBJECT::Objects(const std::string& a_Key) {
-    std::vector<JSON_OBJECT> l_Objects;
-    for (const json& l_Item : GetList(a_Key)) {
-        l_Objects.push_back({m_File, JsonPath(JsonPath(m_Path, a_Key), l_Objects.size()), l_Item});
+std::vector<JsonObject> JsonObject::Objects(const std::string& key) {
+    std::vector<JsonObject> objects;
+    for (const json& item : GetList(key)) {
+        objects.push_back({m_file, JsonPath(JsonPath(m_path, key), objects.size()), item});
     }
-    return l_Objects;
+    return objects;
 }
 
-void JSON_OBJECT::RejectOthers(const std::string& a_Reason) const {
-    for (const auto& l_Item : m_Value.items()) {
-        if (!m_Asked.contains(l_Item.key())) Fail(l_Item.key(), a_Reason);
+void JsonObject::RejectOthers(const std::string& reason) const {
+    for (const auto& item : m_value.items()) {
+        if (!m_asked.contains(item.key())) Fail(item.key(), reason);
     }
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -9,46 +9,46 @@
 #include <string>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// One object of a file. The getters throw a BLADE_ERROR when the key is missing or its value is no good.
-class JSON_OBJECT {
+/// One object of a file. The getters throw a BladeError when the key is missing or its value is no good.
+class JsonObject {
 public:
     /// The whole file; it must outlive the object.
-    explicit JSON_OBJECT(const JSON_FILE& a_File);
+    explicit JsonObject(const JsonFile& file);
 
-    bool Has(const std::string& a_Key) const;
-    bool HasList(const std::string& a_Key) const;
+    bool Has(const std::string& key) const;
+    bool HasList(const std::string& key) const;
     /// A number, or a text with a number in C notation ("0x20").
-    int64_t Integer(const std::string& a_Key, int64_t a_Min, int64_t a_Max);
-    int64_t Integer(const std::string& a_Key, int64_t a_Min, int64_t a_Max, int64_t a_Default);
+    int64_t Integer(const std::string& key, int64_t min, int64_t max);
+    int64_t Integer(const std::string& key, int64_t min, int64_t max, int64_t fallback);
     /// A number from 0 to 255.
-    uint8_t Byte(const std::string& a_Key);
-    /// A number from `a_Min` to 2147483647.
-    unsigned Count(const std::string& a_Key, unsigned a_Min, unsigned a_Default);
-    bool Boolean(const std::string& a_Key, bool a_Default);
+    uint8_t Byte(const std::string& key);
+    /// A number from `min` to 2147483647.
+    unsigned Count(const std::string& key, unsigned min, unsigned fallback);
+    bool Boolean(const std::string& key, bool fallback);
     /// UTF-8 as the file has it.
-    std::string Text(const std::string& a_Key);
-    std::vector<std::string> Texts(const std::string& a_Key);
-    JSON_OBJECT Object(const std::string& a_Key);
-    std::vector<JSON_OBJECT> Objects(const std::string& a_Key);
+    std::string Text(const std::string& key);
+    std::vector<std::string> Texts(const std::string& key);
+    JsonObject Object(const std::string& key);
+    std::vector<JsonObject> Objects(const std::string& key);
     /// Reports a key that nobody asked for: a misspelt one, most likely.
-    void RejectOthers(const std::string& a_Reason = "nothing is known by this name") const;
+    void RejectOthers(const std::string& reason = "nothing is known by this name") const;
 
-    [[noreturn]] void Fail(const std::string& a_Key, const std::string& a_Reason) const;
+    [[noreturn]] void Fail(const std::string& key, const std::string& reason) const;
 
 private:
-    JSON_OBJECT(const JSON_FILE& a_File, std::string a_Path, const nlohmann::json& a_Value);
+    JsonObject(const JsonFile& file, std::string path, const nlohmann::json& value);
 
-    const nlohmann::json& Get(const std::string& a_Key);
-    const nlohmann::json& GetList(const std::string& a_Key);
-    [[noreturn]] void FailAt(const std::string& a_Path, const std::string& a_Reason) const;
-    std::string TextOf(const std::string& a_Path, const nlohmann::json& a_Value) const;
+    const nlohmann::json& Get(const std::string& key);
+    const nlohmann::json& GetList(const std::string& key);
+    [[noreturn]] void FailAt(const std::string& path, const std::string& reason) const;
+    std::string TextOf(const std::string& path, const nlohmann::json& value) const;
 
-    const JSON_FILE& m_File;
-    std::string m_Path;
-    const nlohmann::json& m_Value;
-    std::set<std::string> m_Asked;
+    const JsonFile& m_file;
+    std::string m_path;
+    const nlohmann::json& m_value;
+    std::set<std::string> m_asked;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

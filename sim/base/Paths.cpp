@@ -7,50 +7,50 @@
 
 #include <filesystem>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string Existing(const fs::path& a_Path) {
-    std::error_code l_Error;
-    const fs::path l_Path = fs::canonical(a_Path, l_Error);
-    if (l_Error)
-        throw BLADE_ERROR(a_Path.lexically_normal().string() + ": " + l_Error.message() + " (it belongs to bladesim)");
-    return l_Path;
+std::string Existing(const fs::path& path) {
+    std::error_code error;
+    const fs::path existing = fs::canonical(path, error);
+    if (error)
+        throw BladeError(path.lexically_normal().string() + ": " + error.message() + " (it belongs to bladesim)");
+    return existing;
 }
 
 } // namespace
 
 std::string ProgramFolder() {
     // The program's own path as the kernel was given it.
-    const auto* l_Path = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
-    std::error_code l_Error;
-    const fs::path l_Program = fs::canonical(l_Path == nullptr ? "" : l_Path, l_Error);
-    if (l_Error) throw BLADE_ERROR("cannot find out where this program is: " + l_Error.message());
-    return l_Program.parent_path();
+    const auto* existing = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
+    std::error_code error;
+    const fs::path program = fs::canonical(existing == nullptr ? "" : existing, error);
+    if (error) throw BladeError("cannot find out where this program is: " + error.message());
+    return program.parent_path();
 }
 
-PATHS FindPaths() {
-    const fs::path l_Folder = ProgramFolder();
-    PATHS l_Paths;
-    l_Paths.m_Blades = Existing(l_Folder / BLADESIM_DATA_FOLDER "/blades");
-    l_Paths.m_Preload = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/libbladesim_ipmi.so");
-    l_Paths.m_Module = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/bladesim_carrier.so");
-    l_Paths.m_Tool = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/bladesim_tool");
-    l_Paths.m_Run = Existing(l_Folder / BLADESIM_LIBRARY_FOLDER "/run");
-    if (l_Paths.m_Preload.find_first_of(" :") != std::string::npos) {
-        throw BLADE_ERROR(l_Paths.m_Preload + ": a path with a blank or a colon cannot be preloaded");
+Paths FindPaths() {
+    const fs::path folder = ProgramFolder();
+    Paths paths;
+    paths.m_blades = Existing(folder / BLADESIM_DATA_FOLDER "/blades");
+    paths.m_preload = Existing(folder / BLADESIM_LIBRARY_FOLDER "/libbladesim_ipmi.so");
+    paths.m_module = Existing(folder / BLADESIM_LIBRARY_FOLDER "/bladesim_carrier.so");
+    paths.m_tool = Existing(folder / BLADESIM_LIBRARY_FOLDER "/bladesim_tool");
+    paths.m_run = Existing(folder / BLADESIM_LIBRARY_FOLDER "/run");
+    if (paths.m_preload.find_first_of(" :") != std::string::npos) {
+        throw BladeError(paths.m_preload + ": a path with a blank or a colon cannot be preloaded");
     }
-    return l_Paths;
+    return paths;
 }
 
-std::string FindBlade(const PATHS& a_Paths, const std::string& a_Blade) {
-    std::error_code l_Error;
-    const bool l_IsName = a_Blade.find('/') == std::string::npos && !fs::exists(a_Blade, l_Error);
-    if (!l_IsName) return a_Blade;
-    const fs::path l_File = fs::path(a_Paths.m_Blades) / (a_Blade + ".json");
-    return fs::exists(l_File, l_Error) ? l_File.string() : a_Blade;
+std::string FindBlade(const Paths& paths, const std::string& blade) {
+    std::error_code error;
+    const bool isName = blade.find('/') == std::string::npos && !fs::exists(blade, error);
+    if (!isName) return blade;
+    const fs::path file = fs::path(paths.m_blades) / (blade + ".json");
+    return fs::exists(file, error) ? file.string() : blade;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

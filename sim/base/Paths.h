@@ -3,23 +3,23 @@
 
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct PATHS {
-    std::string m_Blades;  ///< folder of the blade files
-    std::string m_Preload; ///< the library that makes /dev/ipmi0
-    std::string m_Module;  ///< the carrier, a module of ipmi_sim
-    std::string m_Tool;    ///< the stand-in of the board's tools
-    std::string m_Run;     ///< empty folder, on which every blade mounts its run folder
+struct Paths {
+    std::string m_blades;  ///< folder of the blade files
+    std::string m_preload; ///< the library that makes /dev/ipmi0
+    std::string m_module;  ///< the carrier, a module of ipmi_sim
+    std::string m_tool;    ///< the stand-in of the board's tools
+    std::string m_run;     ///< empty folder, on which every blade mounts its run folder
 };
 
 /// The folder of the program that runs, links resolved; works without /proc.
 std::string ProgramFolder();
 
-/// Throws a BLADE_ERROR when something is missing.
-PATHS FindPaths();
+/// Throws a BladeError when something is missing.
+Paths FindPaths();
 
 /// The file of `--blade`: a path, or the name of one of the blades that came with the program.
-std::string FindBlade(const PATHS& a_Paths, const std::string& a_Blade);
+std::string FindBlade(const Paths& paths, const std::string& blade);
 
-} // namespace BLADESIM
+} // namespace bladesim

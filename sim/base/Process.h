@@ -7,22 +7,22 @@
 #include <sys/types.h>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 // What a shell reports for a program that cannot be started.
-constexpr int g_CommandNotExecutable = 126;
-constexpr int g_CommandNotFound = 127;
-constexpr int g_SignalBase = 128;
+constexpr int CommandNotExecutable = 126;
+constexpr int CommandNotFound = 127;
+constexpr int SignalBase = 128;
 
 /// Starts a program, looked for in PATH, with these descriptors for standard input, output and error. It gets default
 /// signal handling, with nothing blocked. When it cannot be executed, the child says so on standard error and ends with
 /// 126 or 127.
-pid_t Spawn(const std::vector<std::string>& a_Command, const std::array<int, 3>& a_StandardFds = {0, 1, 2});
+pid_t Spawn(const std::vector<std::string>& command, const std::array<int, 3>& standardFds = {0, 1, 2});
 
 /// The status of a program as a shell gives it: its own, or 128 and the number of the signal that ended it.
-int ExitStatus(int a_WaitStatus);
+int ExitStatus(int waitStatus);
 
 /// "status 1", "signal 11 (Segmentation fault)".
-std::string DescribeEnd(int a_WaitStatus);
+std::string DescribeEnd(int waitStatus);
 
-} // namespace BLADESIM
+} // namespace bladesim

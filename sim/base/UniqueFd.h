@@ -4,29 +4,29 @@
 #include <unistd.h>
 #include <utility>
 
-namespace BLADESIM {
+namespace bladesim {
 
-class UNIQUE_FD {
+class UniqueFd {
 public:
-    explicit UNIQUE_FD(int a_Fd = -1) : m_Fd(a_Fd) {}
-    UNIQUE_FD(UNIQUE_FD&& a_Other) noexcept : m_Fd(std::exchange(a_Other.m_Fd, -1)) {}
-    UNIQUE_FD(const UNIQUE_FD&) = delete;
-    UNIQUE_FD& operator=(const UNIQUE_FD&) = delete;
-    UNIQUE_FD& operator=(UNIQUE_FD&& a_Other) noexcept {
-        std::swap(m_Fd, a_Other.m_Fd);
+    explicit UniqueFd(int fd = -1) : m_fd(fd) {}
+    UniqueFd(UniqueFd&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
+    UniqueFd(const UniqueFd&) = delete;
+    UniqueFd& operator=(const UniqueFd&) = delete;
+    UniqueFd& operator=(UniqueFd&& other) noexcept {
+        std::swap(m_fd, other.m_fd);
         return *this;
     }
-    ~UNIQUE_FD() {
-        if (m_Fd >= 0) ::close(m_Fd);
+    ~UniqueFd() {
+        if (m_fd >= 0) ::close(m_fd);
     }
 
-    int Get() const { return m_Fd; }
-    explicit operator bool() const { return m_Fd >= 0; }
-    void Reset() { UNIQUE_FD().swap(*this); }
-    void swap(UNIQUE_FD& a_Other) noexcept { std::swap(m_Fd, a_Other.m_Fd); }
+    int Get() const { return m_fd; }
+    explicit operator bool() const { return m_fd >= 0; }
+    void Reset() { UniqueFd().swap(*this); }
+    void swap(UniqueFd& other) noexcept { std::swap(m_fd, other.m_fd); }
 
 private:
-    int m_Fd;
+    int m_fd;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -9,120 +9,120 @@
 #include <string>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// The answer to Get Device ID; the revisions are the bytes as they go over the wire.
-struct CONTROLLER {
-    uint8_t m_Address = 0;
-    uint8_t m_DeviceId = 0;
-    uint8_t m_DeviceRevision = 0;
-    uint8_t m_FirmwareMajor = 0;
-    uint8_t m_FirmwareMinor = 0;
-    uint32_t m_ManufacturerId = 0;
-    uint16_t m_ProductId = 0;
-    std::optional<std::array<uint8_t, 4>> m_AuxiliaryFirmware; ///< absent: the answer has no such bytes
-    bool m_PICMG = true;                                       ///< false: a controller that knows no PICMG command
+struct Controller {
+    uint8_t m_address = 0;
+    uint8_t m_deviceId = 0;
+    uint8_t m_deviceRevision = 0;
+    uint8_t m_firmwareMajor = 0;
+    uint8_t m_firmwareMinor = 0;
+    uint32_t m_manufacturerId = 0;
+    uint16_t m_productId = 0;
+    std::optional<std::array<uint8_t, 4>> m_auxiliaryFirmware; ///< absent: the answer has no such bytes
+    bool m_picmg = true;                                       ///< false: a controller that knows no PICMG command
 };
 
 /// The answer to Get Address Info.
-struct SITE {
-    uint8_t m_HardwareAddress = 0;
-    uint8_t m_Type = 0;
-    uint8_t m_Number = 0;
+struct Site {
+    uint8_t m_hardwareAddress = 0;
+    uint8_t m_type = 0;
+    uint8_t m_number = 0;
 };
 
 /// LED colours as PICMG 3.0 numbers them in LED commands (table "Get LED Color Capabilities").
-enum class LED_COLOR : uint8_t { BLUE = 1, RED = 2, GREEN = 3, AMBER = 4, ORANGE = 5, WHITE = 6 };
+enum class LedColor : uint8_t { Blue = 1, Red = 2, Green = 3, Amber = 4, Orange = 5, White = 6 };
 
 /// One LED of a FRU. Ids 0 to 3 are the blue LED and LED 1 to 3, 4 and up are the application's.
-struct LED {
-    uint8_t m_Id = 0;
-    uint8_t m_Colors = 0; ///< bit n: colour n is supported
-    LED_COLOR m_DefaultLocalColor = LED_COLOR::BLUE;
-    LED_COLOR m_DefaultOverrideColor = LED_COLOR::BLUE;
-    bool m_LocalControl = true; ///< the FRU drives it when nobody overrides it
+struct Led {
+    uint8_t m_id = 0;
+    uint8_t m_colors = 0; ///< bit n: colour n is supported
+    LedColor m_defaultLocalColor = LedColor::Blue;
+    LedColor m_defaultOverrideColor = LedColor::Blue;
+    bool m_localControl = true; ///< the FRU drives it when nobody overrides it
 };
 
 /// Texts are kept as the bytes of the image: ISO 8859-1, at most 63 of them.
-struct BOARD_TEXTS {
-    std::string m_Manufacturer;
-    std::string m_ProductName;
-    std::string m_SerialNumber;
-    std::string m_PartNumber;
+struct BoardTexts {
+    std::string m_manufacturer;
+    std::string m_productName;
+    std::string m_serialNumber;
+    std::string m_partNumber;
 };
 
-struct PRODUCT_TEXTS {
-    std::string m_Manufacturer;
-    std::string m_Name;
-    std::string m_PartNumber;
-    std::string m_Version;
-    std::string m_SerialNumber;
-    std::string m_AssetTag;
+struct ProductTexts {
+    std::string m_manufacturer;
+    std::string m_name;
+    std::string m_partNumber;
+    std::string m_version;
+    std::string m_serialNumber;
+    std::string m_assetTag;
 };
 
-struct RAW_MULTIRECORD {
-    uint8_t m_Type = 0;
-    std::vector<uint8_t> m_Data;
+struct RawMultirecord {
+    uint8_t m_type = 0;
+    std::vector<uint8_t> m_data;
 };
 
 /// Which checksums of an image are one off.
-struct BAD_CHECKSUMS {
-    bool m_Header = false;        ///< of the common header
-    bool m_Areas = false;         ///< of the board and product info areas
-    bool m_RecordHeaders = false; ///< of every multirecord's header
-    bool m_RecordData = false;    ///< of every multirecord's data
+struct BadChecksums {
+    bool m_header = false;        ///< of the common header
+    bool m_areas = false;         ///< of the board and product info areas
+    bool m_recordHeaders = false; ///< of every multirecord's header
+    bool m_recordData = false;    ///< of every multirecord's data
 };
 
 /// What the image of an inventory area is made of.
-struct INVENTORY {
-    std::optional<BOARD_TEXTS> m_Board;          ///< absent: no such area
-    std::optional<PRODUCT_TEXTS> m_Product;      ///< absent: no such area
-    std::vector<RAW_MULTIRECORD> m_MultiRecords; ///< in this order; those of DSPs and framers included
-    BAD_CHECKSUMS m_BadChecksums;
-    std::optional<size_t> m_Size; ///< of the area in bytes, when it is not the next multiple of 16
+struct Inventory {
+    std::optional<BoardTexts> m_board;          ///< absent: no such area
+    std::optional<ProductTexts> m_product;      ///< absent: no such area
+    std::vector<RawMultirecord> m_multiRecords; ///< in this order; those of DSPs and framers included
+    BadChecksums m_badChecksums;
+    std::optional<size_t> m_size; ///< of the area in bytes, when it is not the next multiple of 16
     /// The image as it stands instead of all of the above.
-    std::optional<std::vector<uint8_t>> m_Raw;
+    std::optional<std::vector<uint8_t>> m_raw;
 };
 
-struct FRU {
-    uint8_t m_Id = 0;
-    SITE m_Site;
-    std::vector<LED> m_LEDs; ///< by rising id
+struct Fru {
+    uint8_t m_id = 0;
+    Site m_site;
+    std::vector<Led> m_leds; ///< by rising id
     /// Absent: the controller answers 0xCB (not present) when asked for the area.
-    std::optional<INVENTORY> m_Inventory;
+    std::optional<Inventory> m_inventory;
 };
 
 /// What happens to a request.
-enum class FAULT_KIND {
-    COMPLETION_CODE, ///< answered with m_Argument as completion code, without data
-    REPLY,           ///< answered with m_Reply: completion code and data
-    LOST,            ///< no reply comes
-    LATE,            ///< the reply comes m_Argument milliseconds late
-    SHORT,           ///< the reply has its first m_Argument bytes only, the completion code included
-    DOUBLED,         ///< the reply comes twice
-    OTHER_FRU,       ///< the reply is that of the same request for FRU m_Argument
-    GONE,          ///< the controller goes away at this request and comes back m_Argument milliseconds later; 0: never
-    ANSWERED_TWICE ///< the driver hands the answer out twice, which a sound one never does
+enum class FaultKind {
+    CompletionCode, ///< answered with m_argument as completion code, without data
+    Reply,          ///< answered with m_reply: completion code and data
+    Lost,           ///< no reply comes
+    Late,           ///< the reply comes m_argument milliseconds late
+    Short,          ///< the reply has its first m_argument bytes only, the completion code included
+    Doubled,        ///< the reply comes twice
+    OtherFru,       ///< the reply is that of the same request for FRU m_argument
+    Gone,           ///< the controller goes away at this request and comes back m_argument milliseconds later; 0: never
+    AnsweredTwice   ///< the driver hands the answer out twice, which a sound one never does
 };
 
 /// A fault: which requests of the host it hits, and what it does to them.
-struct FAULT {
+struct Fault {
     /// First bytes of the request: network function, command, data; nothing stands for any byte.
-    std::vector<std::optional<uint8_t>> m_Request;
-    unsigned m_First = 1; ///< hits the n-th such request
-    unsigned m_Count = 0; ///< and as many in all; 0: all that follow
-    FAULT_KIND m_Kind = FAULT_KIND::LOST;
-    unsigned m_Argument = 0;
-    std::vector<uint8_t> m_Reply;
+    std::vector<std::optional<uint8_t>> m_request;
+    unsigned m_first = 1; ///< hits the n-th such request
+    unsigned m_count = 0; ///< and as many in all; 0: all that follow
+    FaultKind m_kind = FaultKind::Lost;
+    unsigned m_argument = 0;
+    std::vector<uint8_t> m_reply;
 };
 
-struct BLADE {
-    std::string m_Name;
-    std::string m_File; ///< absolute path
-    CONTROLLER m_Controller;
-    std::vector<FRU> m_FRUs; ///< at least FRU 0, by rising id
-    std::vector<FAULT> m_Faults;
-    BOARD m_Board;
+struct Blade {
+    std::string m_name;
+    std::string m_file; ///< absolute path
+    Controller m_controller;
+    std::vector<Fru> m_frus; ///< at least FRU 0, by rising id
+    std::vector<Fault> m_faults;
+    Board m_board;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

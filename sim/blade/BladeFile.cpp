@@ -11,154 +11,154 @@
 #include <algorithm>
 #include <filesystem>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-constexpr int64_t g_MaxByte = 0xFF;
+constexpr int64_t MaxByte = 0xFF;
 // In PICMG commands 0xFF stands for all LEDs, and for no FRU.
-constexpr int64_t g_MaxId = 0xFE;
+constexpr int64_t MaxId = 0xFE;
 
 // The LEDs that every FRU may have, in their usual colours.
-constexpr LED_COLOR g_UsualColors[] = {LED_COLOR::BLUE, LED_COLOR::RED, LED_COLOR::GREEN, LED_COLOR::AMBER};
+constexpr LedColor UsualColors[] = {LedColor::Blue, LedColor::Red, LedColor::Green, LedColor::Amber};
 
-uint8_t ColorBit(LED_COLOR a_Color) {
-    return static_cast<uint8_t>(1U << static_cast<unsigned>(a_Color));
+uint8_t ColorBit(LedColor color) {
+    return static_cast<uint8_t>(1U << static_cast<unsigned>(color));
 }
 
 /// The id of the next item of a list in which ids rise.
-uint8_t RisingId(JSON_OBJECT& a_Object, int a_Before) {
-    const auto l_Id = static_cast<uint8_t>(a_Object.Integer("id", 0, g_MaxId));
-    if (l_Id <= a_Before) a_Object.Fail("id", "expected more than " + std::to_string(a_Before) + ", the id before it");
-    return l_Id;
+uint8_t RisingId(JsonObject& object, int before) {
+    const auto id = static_cast<uint8_t>(object.Integer("id", 0, MaxId));
+    if (id <= before) object.Fail("id", "expected more than " + std::to_string(before) + ", the id before it");
+    return id;
 }
 
-std::array<uint8_t, 4> ReadAuxiliary(JSON_OBJECT& a_Object) {
-    std::array<uint8_t, 4> l_Auxiliary{};
-    const auto l_Bytes = HexBytes(a_Object.Text("auxiliary_firmware"));
-    if (!l_Bytes || l_Bytes->size() != l_Auxiliary.size()) {
-        a_Object.Fail("auxiliary_firmware", "expected four bytes as pairs of hexadecimal digits with blanks between");
+std::array<uint8_t, 4> ReadAuxiliary(JsonObject& object) {
+    std::array<uint8_t, 4> auxiliary{};
+    const auto bytes = HexBytes(object.Text("auxiliary_firmware"));
+    if (!bytes || bytes->size() != auxiliary.size()) {
+        object.Fail("auxiliary_firmware", "expected four bytes as pairs of hexadecimal digits with blanks between");
     }
-    std::copy(l_Bytes->begin(), l_Bytes->end(), l_Auxiliary.begin());
-    return l_Auxiliary;
+    std::copy(bytes->begin(), bytes->end(), auxiliary.begin());
+    return auxiliary;
 }
 
-CONTROLLER ReadController(JSON_OBJECT a_Object) {
-    CONTROLLER l_Controller;
-    l_Controller.m_Address = a_Object.Byte("address");
-    if (l_Controller.m_Address % 2 != 0 || l_Controller.m_Address == 0) {
-        a_Object.Fail("address", "expected an IPMB address, which is even and not 0");
+Controller ReadController(JsonObject object) {
+    Controller controller;
+    controller.m_address = object.Byte("address");
+    if (controller.m_address % 2 != 0 || controller.m_address == 0) {
+        object.Fail("address", "expected an IPMB address, which is even and not 0");
     }
-    l_Controller.m_DeviceId = a_Object.Byte("device_id");
-    l_Controller.m_DeviceRevision = static_cast<uint8_t>(a_Object.Integer("device_revision", 0, 0x0F));
-    l_Controller.m_ManufacturerId = static_cast<uint32_t>(a_Object.Integer("manufacturer_id", 0, 0xFFFFF));
-    l_Controller.m_ProductId = static_cast<uint16_t>(a_Object.Integer("product_id", 0, 0xFFFF));
-    JSON_OBJECT l_Firmware = a_Object.Object("firmware");
-    l_Controller.m_FirmwareMajor = static_cast<uint8_t>(l_Firmware.Integer("major", 0, 0x7F));
-    l_Controller.m_FirmwareMinor = l_Firmware.Byte("minor");
-    l_Firmware.RejectOthers();
-    if (a_Object.Has("auxiliary_firmware")) l_Controller.m_AuxiliaryFirmware = ReadAuxiliary(a_Object);
-    l_Controller.m_PICMG = a_Object.Boolean("picmg", l_Controller.m_PICMG);
-    a_Object.RejectOthers();
-    return l_Controller;
+    controller.m_deviceId = object.Byte("device_id");
+    controller.m_deviceRevision = static_cast<uint8_t>(object.Integer("device_revision", 0, 0x0F));
+    controller.m_manufacturerId = static_cast<uint32_t>(object.Integer("manufacturer_id", 0, 0xFFFFF));
+    controller.m_productId = static_cast<uint16_t>(object.Integer("product_id", 0, 0xFFFF));
+    JsonObject firmware = object.Object("firmware");
+    controller.m_firmwareMajor = static_cast<uint8_t>(firmware.Integer("major", 0, 0x7F));
+    controller.m_firmwareMinor = firmware.Byte("minor");
+    firmware.RejectOthers();
+    if (object.Has("auxiliary_firmware")) controller.m_auxiliaryFirmware = ReadAuxiliary(object);
+    controller.m_picmg = object.Boolean("picmg", controller.m_picmg);
+    object.RejectOthers();
+    return controller;
 }
 
-SITE ReadSite(JSON_OBJECT a_Object, const CONTROLLER& a_Controller) {
-    SITE l_Site;
-    const int l_Own = a_Controller.m_Address / 2;
-    l_Site.m_HardwareAddress = static_cast<uint8_t>(a_Object.Integer("hardware_address", 0, g_MaxByte, l_Own));
-    if (l_Site.m_HardwareAddress != l_Own) {
-        a_Object.Fail("hardware_address", "expected " + std::to_string(l_Own) + ", half of controller.address, found " +
-                                              std::to_string(l_Site.m_HardwareAddress));
+Site ReadSite(JsonObject object, const Controller& controller) {
+    Site site;
+    const int own = controller.m_address / 2;
+    site.m_hardwareAddress = static_cast<uint8_t>(object.Integer("hardware_address", 0, MaxByte, own));
+    if (site.m_hardwareAddress != own) {
+        object.Fail("hardware_address", "expected " + std::to_string(own) + ", half of controller.address, found " +
+                                            std::to_string(site.m_hardwareAddress));
     }
-    l_Site.m_Type = a_Object.Byte("type");
-    l_Site.m_Number = a_Object.Byte("number");
-    a_Object.RejectOthers();
-    return l_Site;
+    site.m_type = object.Byte("type");
+    site.m_number = object.Byte("number");
+    object.RejectOthers();
+    return site;
 }
 
-LED_COLOR ReadColor(const JSON_OBJECT& a_Object, const char* a_Key, const std::string& a_Name) {
-    const auto* const l_Found = std::find_if(std::begin(g_LedColors), std::end(g_LedColors),
-                                             [&](const LED_COLOR_TEXT& a_Color) { return a_Color.m_Name == a_Name; });
-    if (l_Found == std::end(g_LedColors)) {
-        a_Object.Fail(a_Key, "expected blue, red, green, amber, orange or white, found \"" + a_Name + "\"");
+LedColor ReadColor(const JsonObject& object, const char* key, const std::string& name) {
+    const auto* const found = std::find_if(std::begin(LedColors), std::end(LedColors),
+                                           [&](const LedColorText& color) { return color.m_name == name; });
+    if (found == std::end(LedColors)) {
+        object.Fail(key, "expected blue, red, green, amber, orange or white, found \"" + name + "\"");
     }
-    return l_Found->m_Color;
+    return found->m_color;
 }
 
-LED_COLOR ReadDefaultColor(JSON_OBJECT& a_Object, const char* a_Key, const LED& a_LED, LED_COLOR a_Default) {
-    if (!a_Object.Has(a_Key)) return a_Default;
-    const LED_COLOR l_Color = ReadColor(a_Object, a_Key, a_Object.Text(a_Key));
-    if ((a_LED.m_Colors & ColorBit(l_Color)) == 0) a_Object.Fail(a_Key, "is not one of the colors of this LED");
-    return l_Color;
+LedColor ReadDefaultColor(JsonObject& object, const char* key, const Led& led, LedColor fallback) {
+    if (!object.Has(key)) return fallback;
+    const LedColor color = ReadColor(object, key, object.Text(key));
+    if ((led.m_colors & ColorBit(color)) == 0) object.Fail(key, "is not one of the colors of this LED");
+    return color;
 }
 
-LED ReadLED(JSON_OBJECT a_Object, int a_IdBefore) {
-    LED l_LED;
-    l_LED.m_Id = RisingId(a_Object, a_IdBefore);
-    const auto l_Colors = a_Object.Texts("colors");
-    if (l_Colors.empty()) a_Object.Fail("colors", "expected one color at least");
-    for (const std::string& l_Name : l_Colors)
-        l_LED.m_Colors |= ColorBit(ReadColor(a_Object, "colors", l_Name));
-    const LED_COLOR l_First = ReadColor(a_Object, "colors", l_Colors.front());
-    l_LED.m_DefaultLocalColor = ReadDefaultColor(a_Object, "local_color", l_LED, l_First);
-    l_LED.m_DefaultOverrideColor = ReadDefaultColor(a_Object, "override_color", l_LED, l_First);
-    l_LED.m_LocalControl = a_Object.Boolean("local_control", l_LED.m_LocalControl);
-    a_Object.RejectOthers();
-    return l_LED;
+Led ReadLED(JsonObject object, int idBefore) {
+    Led led;
+    led.m_id = RisingId(object, idBefore);
+    const auto colors = object.Texts("colors");
+    if (colors.empty()) object.Fail("colors", "expected one color at least");
+    for (const std::string& name : colors)
+        led.m_colors |= ColorBit(ReadColor(object, "colors", name));
+    const LedColor first = ReadColor(object, "colors", colors.front());
+    led.m_defaultLocalColor = ReadDefaultColor(object, "local_color", led, first);
+    led.m_defaultOverrideColor = ReadDefaultColor(object, "override_color", led, first);
+    led.m_localControl = object.Boolean("local_control", led.m_localControl);
+    object.RejectOthers();
+    return led;
 }
 
 /// A list of LEDs, or how many of the usual ones there are.
-std::vector<LED> ReadLEDs(JSON_OBJECT& a_FRU) {
-    std::vector<LED> l_LEDs;
-    if (a_FRU.HasList("leds")) {
-        for (const JSON_OBJECT& l_LED : a_FRU.Objects("leds"))
-            l_LEDs.push_back(ReadLED(l_LED, l_LEDs.empty() ? -1 : l_LEDs.back().m_Id));
-        return l_LEDs;
+std::vector<Led> ReadLEDs(JsonObject& fru) {
+    std::vector<Led> leds;
+    if (fru.HasList("leds")) {
+        for (const JsonObject& led : fru.Objects("leds"))
+            leds.push_back(ReadLED(led, leds.empty() ? -1 : leds.back().m_id));
+        return leds;
     }
-    const auto l_Count = static_cast<size_t>(a_FRU.Integer("leds", 0, std::size(g_UsualColors)));
-    while (l_LEDs.size() < l_Count) {
-        const LED_COLOR l_Color = g_UsualColors[l_LEDs.size()];
-        l_LEDs.push_back({static_cast<uint8_t>(l_LEDs.size()), ColorBit(l_Color), l_Color, l_Color, true});
+    const auto count = static_cast<size_t>(fru.Integer("leds", 0, std::size(UsualColors)));
+    while (leds.size() < count) {
+        const LedColor color = UsualColors[leds.size()];
+        leds.push_back({static_cast<uint8_t>(leds.size()), ColorBit(color), color, color, true});
     }
-    return l_LEDs;
+    return leds;
 }
 
-FRU ReadFRU(JSON_OBJECT a_Object, int a_IdBefore, const CONTROLLER& a_Controller) {
-    FRU l_FRU;
-    l_FRU.m_Id = RisingId(a_Object, a_IdBefore);
-    if (a_IdBefore < 0 && l_FRU.m_Id != 0) a_Object.Fail("id", "expected 0, the front board, as the first FRU");
-    if (a_Object.Has("description")) a_Object.Text("description");
-    l_FRU.m_Site = ReadSite(a_Object.Object("site"), a_Controller);
-    l_FRU.m_LEDs = ReadLEDs(a_Object);
-    if (a_Object.Has("inventory")) l_FRU.m_Inventory = ReadInventory(a_Object.Object("inventory"));
-    a_Object.RejectOthers();
-    return l_FRU;
+Fru ReadFRU(JsonObject object, int idBefore, const Controller& controller) {
+    Fru fru;
+    fru.m_id = RisingId(object, idBefore);
+    if (idBefore < 0 && fru.m_id != 0) object.Fail("id", "expected 0, the front board, as the first FRU");
+    if (object.Has("description")) object.Text("description");
+    fru.m_site = ReadSite(object.Object("site"), controller);
+    fru.m_leds = ReadLEDs(object);
+    if (object.Has("inventory")) fru.m_inventory = ReadInventory(object.Object("inventory"));
+    object.RejectOthers();
+    return fru;
 }
 
 } // namespace
 
-BLADE ReadBladeFile(const std::string& a_File) {
-    const JSON_FILE l_Json = ReadJsonFile(a_File);
-    JSON_OBJECT l_Root(l_Json);
-    BLADE l_Blade;
-    l_Blade.m_Name = std::filesystem::path(a_File).stem();
-    l_Blade.m_File = std::filesystem::absolute(a_File);
-    for (const char* l_ForPeople : {"$schema", "description"}) {
-        if (l_Root.Has(l_ForPeople)) l_Root.Text(l_ForPeople);
+Blade ReadBladeFile(const std::string& file) {
+    const JsonFile json = ReadJsonFile(file);
+    JsonObject root(json);
+    Blade blade;
+    blade.m_name = std::filesystem::path(file).stem();
+    blade.m_file = std::filesystem::absolute(file);
+    for (const char* forPeople : {"$schema", "description"}) {
+        if (root.Has(forPeople)) root.Text(forPeople);
     }
-    l_Blade.m_Controller = ReadController(l_Root.Object("controller"));
-    for (const JSON_OBJECT& l_FRU : l_Root.Objects("frus")) {
-        const int l_IdBefore = l_Blade.m_FRUs.empty() ? -1 : l_Blade.m_FRUs.back().m_Id;
-        l_Blade.m_FRUs.push_back(ReadFRU(l_FRU, l_IdBefore, l_Blade.m_Controller));
+    blade.m_controller = ReadController(root.Object("controller"));
+    for (const JsonObject& fru : root.Objects("frus")) {
+        const int idBefore = blade.m_frus.empty() ? -1 : blade.m_frus.back().m_id;
+        blade.m_frus.push_back(ReadFRU(fru, idBefore, blade.m_controller));
     }
-    if (l_Blade.m_FRUs.empty()) l_Root.Fail("frus", "expected FRU 0, the front board, at least");
-    if (l_Root.Has("faults")) {
-        for (const JSON_OBJECT& l_Fault : l_Root.Objects("faults"))
-            l_Blade.m_Faults.push_back(ReadFault(l_Fault));
+    if (blade.m_frus.empty()) root.Fail("frus", "expected FRU 0, the front board, at least");
+    if (root.Has("faults")) {
+        for (const JsonObject& fault : root.Objects("faults"))
+            blade.m_faults.push_back(ReadFault(fault));
     }
-    l_Blade.m_Board = ReadBoard(l_Root);
-    l_Root.RejectOthers();
-    return l_Blade;
+    blade.m_board = ReadBoard(root);
+    root.RejectOthers();
+    return blade;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

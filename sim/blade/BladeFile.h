@@ -5,9 +5,9 @@
 
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// Throws a BLADE_ERROR that names the file, and the line and the key of what is wrong in it.
-BLADE ReadBladeFile(const std::string& a_File);
+/// Throws a BladeError that names the file, and the line and the key of what is wrong in it.
+Blade ReadBladeFile(const std::string& file);
 
-} // namespace BLADESIM
+} // namespace bladesim

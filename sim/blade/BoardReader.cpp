@@ -10,120 +10,119 @@
 #include <algorithm>
 #include <cstring>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-constexpr uint8_t g_GroupMac = 0x01; // bit of the first byte: an address of many, which no interface has
+constexpr uint8_t GroupMac = 0x01; // bit of the first byte: an address of many, which no interface has
 // Linux has no error number above.
-constexpr int g_MaxErrno = 4095;
+constexpr int MaxErrno = 4095;
 
 /// What the kernel takes as a name, without those that only confuse.
-bool IsInterfaceName(const std::string& a_Name) {
-    const auto l_IsGood = [](char a_Char) {
-        return (a_Char >= 'a' && a_Char <= 'z') || (a_Char >= 'A' && a_Char <= 'Z') ||
-               (a_Char >= '0' && a_Char <= '9') || a_Char == '.' || a_Char == '-' || a_Char == '_';
+bool IsInterfaceName(const std::string& name) {
+    const auto isGood = [](char character) {
+        return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+               (character >= '0' && character <= '9') || character == '.' || character == '-' || character == '_';
     };
-    return !a_Name.empty() && a_Name.size() < IFNAMSIZ && std::all_of(a_Name.begin(), a_Name.end(), l_IsGood) &&
-           a_Name != "lo" && a_Name != "." && a_Name != "..";
+    return !name.empty() && name.size() < IFNAMSIZ && std::all_of(name.begin(), name.end(), isGood) && name != "lo" &&
+           name != "." && name != "..";
 }
 
-in_addr ReadAddress(JSON_OBJECT& a_Interface, const char* a_Key) {
-    in_addr l_Address{};
-    if (::inet_pton(AF_INET, a_Interface.Text(a_Key).c_str(), &l_Address) != 1) {
-        a_Interface.Fail(a_Key, "expected four numbers from 0 to 255 as in 10.0.0.6");
+in_addr ReadAddress(JsonObject& interface, const char* key) {
+    in_addr address{};
+    if (::inet_pton(AF_INET, interface.Text(key).c_str(), &address) != 1) {
+        interface.Fail(key, "expected four numbers from 0 to 255 as in 10.0.0.6");
     }
-    return l_Address;
+    return address;
 }
 
 /// Ones, then zeros.
-bool IsMask(in_addr a_Mask) {
-    const uint32_t l_HostBits = ~ntohl(a_Mask.s_addr);
-    return a_Mask.s_addr != 0 && (l_HostBits & (l_HostBits + 1)) == 0;
+bool IsMask(in_addr mask) {
+    const uint32_t hostBits = ~ntohl(mask.s_addr);
+    return mask.s_addr != 0 && (hostBits & (hostBits + 1)) == 0;
 }
 
-INTERNET_ADDRESS ReadInternetAddress(JSON_OBJECT& a_Interface) {
-    const INTERNET_ADDRESS l_Address{ReadAddress(a_Interface, "address"), ReadAddress(a_Interface, "mask")};
-    if (l_Address.m_Address.s_addr == 0)
-        a_Interface.Fail("address", "is none; leave the key out for an interface without");
-    if (!IsMask(l_Address.m_Mask)) a_Interface.Fail("mask", "expected ones followed by zeros, as in 255.255.255.0");
-    return l_Address;
+InternetAddress ReadInternetAddress(JsonObject& interface) {
+    const InternetAddress address{ReadAddress(interface, "address"), ReadAddress(interface, "mask")};
+    if (address.m_address.s_addr == 0) interface.Fail("address", "is none; leave the key out for an interface without");
+    if (!IsMask(address.m_mask)) interface.Fail("mask", "expected ones followed by zeros, as in 255.255.255.0");
+    return address;
 }
 
-ETHERNET_INTERFACE ReadInterface(JSON_OBJECT a_Object, const std::vector<ETHERNET_INTERFACE>& a_Before) {
-    ETHERNET_INTERFACE l_Interface;
-    l_Interface.m_Name = a_Object.Text("name");
-    if (!IsInterfaceName(l_Interface.m_Name)) {
-        a_Object.Fail("name", "expected 1 to 15 letters, digits, dots, dashes and underscores, other than lo");
+EthernetInterface ReadInterface(JsonObject object, const std::vector<EthernetInterface>& before) {
+    EthernetInterface interface;
+    interface.m_name = object.Text("name");
+    if (!IsInterfaceName(interface.m_name)) {
+        object.Fail("name", "expected 1 to 15 letters, digits, dots, dashes and underscores, other than lo");
     }
-    const auto l_IsSame = [&](const ETHERNET_INTERFACE& a_Other) { return a_Other.m_Name == l_Interface.m_Name; };
-    if (std::any_of(a_Before.begin(), a_Before.end(), l_IsSame)) a_Object.Fail("name", "stands here twice");
-    const auto l_Mac = MacBytes(a_Object.Text("mac"));
-    if (!l_Mac) a_Object.Fail("mac", "expected six bytes as in 02:00:5e:10:00:01");
-    if ((l_Mac->front() & g_GroupMac) != 0 || *l_Mac == MAC_ADDRESS{}) {
-        a_Object.Fail("mac", "is not the address of an interface");
+    const auto isSame = [&](const EthernetInterface& other) { return other.m_name == interface.m_name; };
+    if (std::any_of(before.begin(), before.end(), isSame)) object.Fail("name", "stands here twice");
+    const auto mac = MacBytes(object.Text("mac"));
+    if (!mac) object.Fail("mac", "expected six bytes as in 02:00:5e:10:00:01");
+    if ((mac->front() & GroupMac) != 0 || *mac == MacAddress{}) {
+        object.Fail("mac", "is not the address of an interface");
     }
-    l_Interface.m_Mac = *l_Mac;
-    if (a_Object.Has("address")) l_Interface.m_Address = ReadInternetAddress(a_Object);
-    a_Object.RejectOthers();
-    return l_Interface;
+    interface.m_mac = *mac;
+    if (object.Has("address")) interface.m_address = ReadInternetAddress(object);
+    object.RejectOthers();
+    return interface;
 }
 
-std::vector<ETHERNET_INTERFACE> ReadInterfaces(JSON_OBJECT a_Ethernet) {
-    std::vector<ETHERNET_INTERFACE> l_Interfaces;
-    for (const JSON_OBJECT& l_Interface : a_Ethernet.Objects("interfaces"))
-        l_Interfaces.push_back(ReadInterface(l_Interface, l_Interfaces));
-    a_Ethernet.RejectOthers();
-    return l_Interfaces;
+std::vector<EthernetInterface> ReadInterfaces(JsonObject ethernet) {
+    std::vector<EthernetInterface> interfaces;
+    for (const JsonObject& interface : ethernet.Objects("interfaces"))
+        interfaces.push_back(ReadInterface(interface, interfaces));
+    ethernet.RejectOthers();
+    return interfaces;
 }
 
-DRIVER_FILE_CALL ReadCall(JSON_OBJECT& a_Fault) {
-    const std::string l_Call = a_Fault.Text("call");
-    if (l_Call != "open" && l_Call != "write") a_Fault.Fail("call", "expected open or write");
-    return l_Call == "open" ? DRIVER_FILE_CALL::OPEN : DRIVER_FILE_CALL::WRITE;
+DriverFileCall ReadCall(JsonObject& fault) {
+    const std::string call = fault.Text("call");
+    if (call != "open" && call != "write") fault.Fail("call", "expected open or write");
+    return call == "open" ? DriverFileCall::Open : DriverFileCall::Write;
 }
 
-int ReadErrno(JSON_OBJECT& a_Fault) {
-    const std::string l_Name = a_Fault.Text("error");
-    for (int l_Error = 1; l_Error <= g_MaxErrno; ++l_Error) {
-        const char* const l_Known = ::strerrorname_np(l_Error);
-        if (l_Known != nullptr && l_Name == l_Known) return l_Error;
+int ReadErrno(JsonObject& fault) {
+    const std::string name = fault.Text("error");
+    for (int error = 1; error <= MaxErrno; ++error) {
+        const char* const known = ::strerrorname_np(error);
+        if (known != nullptr && name == known) return error;
     }
-    a_Fault.Fail("error", "expected the name of an error number, as in EIO");
+    fault.Fail("error", "expected the name of an error number, as in EIO");
 }
 
-DRIVER_FILE_FAULT ReadDriverFileFault(JSON_OBJECT a_Object) {
-    DRIVER_FILE_FAULT l_Fault;
-    l_Fault.m_Call = ReadCall(a_Object);
-    l_Fault.m_First = a_Object.Count("first", 1, l_Fault.m_First);
-    l_Fault.m_Count = a_Object.Count("count", 0, l_Fault.m_Count);
-    if (l_Fault.m_Call == DRIVER_FILE_CALL::WRITE && a_Object.Has("bytes")) {
-        l_Fault.m_Bytes = static_cast<size_t>(a_Object.Integer("bytes", 0, g_MaxDriverRecord));
-        a_Object.RejectOthers("means nothing to a write that is cut");
-        return l_Fault;
+DriverFileFault ReadDriverFileFault(JsonObject object) {
+    DriverFileFault fault;
+    fault.m_call = ReadCall(object);
+    fault.m_first = object.Count("first", 1, fault.m_first);
+    fault.m_count = object.Count("count", 0, fault.m_count);
+    if (fault.m_call == DriverFileCall::Write && object.Has("bytes")) {
+        fault.m_bytes = static_cast<size_t>(object.Integer("bytes", 0, MaxDriverRecord));
+        object.RejectOthers("means nothing to a write that is cut");
+        return fault;
     }
-    l_Fault.m_Error = ReadErrno(a_Object);
-    a_Object.RejectOthers("means nothing to a call that fails");
-    return l_Fault;
+    fault.m_error = ReadErrno(object);
+    object.RejectOthers("means nothing to a call that fails");
+    return fault;
 }
 
-std::optional<DRIVER_FILE> ReadDriverFile(JSON_OBJECT a_Driver) {
-    DRIVER_FILE l_File;
-    const bool l_Present = a_Driver.Boolean("present", true);
-    if (a_Driver.Has("faults")) {
-        for (const JSON_OBJECT& l_Fault : a_Driver.Objects("faults"))
-            l_File.m_Faults.push_back(ReadDriverFileFault(l_Fault));
+std::optional<DriverFile> ReadDriverFile(JsonObject driver) {
+    DriverFile file;
+    const bool present = driver.Boolean("present", true);
+    if (driver.Has("faults")) {
+        for (const JsonObject& fault : driver.Objects("faults"))
+            file.m_faults.push_back(ReadDriverFileFault(fault));
     }
-    a_Driver.RejectOthers();
-    return l_Present ? std::optional(l_File) : std::nullopt;
+    driver.RejectOthers();
+    return present ? std::optional(file) : std::nullopt;
 }
 
 } // namespace
 
-BOARD ReadBoard(JSON_OBJECT& a_Blade) {
-    BOARD l_Board;
-    if (a_Blade.Has("ethernet")) l_Board.m_Interfaces = ReadInterfaces(a_Blade.Object("ethernet"));
-    if (a_Blade.Has("pstn_driver")) l_Board.m_DriverFile = ReadDriverFile(a_Blade.Object("pstn_driver"));
-    return l_Board;
+Board ReadBoard(JsonObject& blade) {
+    Board board;
+    if (blade.Has("ethernet")) board.m_interfaces = ReadInterfaces(blade.Object("ethernet"));
+    if (blade.Has("pstn_driver")) board.m_driverFile = ReadDriverFile(blade.Object("pstn_driver"));
+    return board;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -4,9 +4,9 @@
 #include "sim/base/JsonReader.h"
 #include "sim/blade/Board.h"
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// `a_Blade` is the whole blade file. Throws a BLADE_ERROR.
-BOARD ReadBoard(JSON_OBJECT& a_Blade);
+/// `blade` is the whole blade file. Throws a BladeError.
+Board ReadBoard(JsonObject& blade);
 
-} // namespace BLADESIM
+} // namespace bladesim

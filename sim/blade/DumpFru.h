@@ -5,10 +5,10 @@
 
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// The file is replaced as a whole or, when something fails, left as it was; a device or a pipe is written to. Throws a
-/// BLADE_ERROR: the blade has no such FRU, the FRU has no inventory, the file cannot be written.
-void DumpFru(const BLADE& a_Blade, unsigned a_Id, const std::string& a_File);
+/// BladeError: the blade has no such FRU, the FRU has no inventory, the file cannot be written.
+void DumpFru(const Blade& blade, unsigned id, const std::string& file);
 
-} // namespace BLADESIM
+} // namespace bladesim

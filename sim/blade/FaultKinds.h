@@ -7,32 +7,32 @@
 #include <string>
 #include <string_view>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct FAULT_KIND_TEXT {
-    FAULT_KIND m_Kind;
-    const char* m_Name;
-    std::optional<unsigned> m_MaxArgument; ///< nothing: it takes no argument
+struct FaultKindText {
+    FaultKind m_kind;
+    const char* m_name;
+    std::optional<unsigned> m_maxArgument; ///< nothing: it takes no argument
 };
 
-constexpr unsigned g_MaxFaultMilliseconds = 600'000;
+constexpr unsigned MaxFaultMilliseconds = 600'000;
 
-constexpr FAULT_KIND_TEXT g_FaultKinds[] = {
-    {FAULT_KIND::COMPLETION_CODE, "completion-code", 0xFF},
-    {FAULT_KIND::REPLY, "reply", std::nullopt},
-    {FAULT_KIND::LOST, "lost", std::nullopt},
-    {FAULT_KIND::LATE, "late", g_MaxFaultMilliseconds},
-    {FAULT_KIND::SHORT, "short", 0xFF},
-    {FAULT_KIND::DOUBLED, "doubled", std::nullopt},
-    {FAULT_KIND::OTHER_FRU, "other-fru", 0xFE},
-    {FAULT_KIND::GONE, "gone", g_MaxFaultMilliseconds},
-    {FAULT_KIND::ANSWERED_TWICE, "answered-twice", std::nullopt},
+constexpr FaultKindText FaultKinds[] = {
+    {FaultKind::CompletionCode, "completion-code", 0xFF},
+    {FaultKind::Reply, "reply", std::nullopt},
+    {FaultKind::Lost, "lost", std::nullopt},
+    {FaultKind::Late, "late", MaxFaultMilliseconds},
+    {FaultKind::Short, "short", 0xFF},
+    {FaultKind::Doubled, "doubled", std::nullopt},
+    {FaultKind::OtherFru, "other-fru", 0xFE},
+    {FaultKind::Gone, "gone", MaxFaultMilliseconds},
+    {FaultKind::AnsweredTwice, "answered-twice", std::nullopt},
 };
 
 /// Null when there is no such kind.
-constexpr const FAULT_KIND_TEXT* FindFaultKind(std::string_view a_Name) {
-    for (const FAULT_KIND_TEXT& l_Kind : g_FaultKinds) {
-        if (a_Name == l_Kind.m_Name) return &l_Kind;
+constexpr const FaultKindText* FindFaultKind(std::string_view name) {
+    for (const FaultKindText& kind : FaultKinds) {
+        if (name == kind.m_name) return &kind;
     }
     return nullptr;
 }
@@ -40,4 +40,4 @@ constexpr const FAULT_KIND_TEXT* FindFaultKind(std::string_view a_Name) {
 /// "completion-code, reply, …": what may stand there.
 std::string FaultKindNames();
 
-} // namespace BLADESIM
+} // namespace bladesim

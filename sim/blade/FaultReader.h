@@ -4,9 +4,9 @@
 #include "sim/base/JsonReader.h"
 #include "sim/blade/Blade.h"
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// One object of "faults". Throws a BLADE_ERROR.
-FAULT ReadFault(JSON_OBJECT a_Object);
+/// One object of "faults". Throws a BladeError.
+Fault ReadFault(JsonObject object);
 
-} // namespace BLADESIM
+} // namespace bladesim

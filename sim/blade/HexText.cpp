@@ -4,38 +4,38 @@
 #include <charconv>
 #include <sstream>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-std::optional<uint8_t> HexByte(const std::string& a_Word) {
-    uint8_t l_Byte = 0;
-    const char* const l_End = a_Word.data() + a_Word.size();
-    const auto l_Result = std::from_chars(a_Word.data(), l_End, l_Byte, 16);
-    if (a_Word.size() != 2 || l_Result.ec != std::errc() || l_Result.ptr != l_End) return std::nullopt;
-    return l_Byte;
+std::optional<uint8_t> HexByte(const std::string& word) {
+    uint8_t byte = 0;
+    const char* const end = word.data() + word.size();
+    const auto result = std::from_chars(word.data(), end, byte, 16);
+    if (word.size() != 2 || result.ec != std::errc() || result.ptr != end) return std::nullopt;
+    return byte;
 }
 
 } // namespace
 
-std::optional<std::vector<uint8_t>> HexBytes(const std::string& a_Text) {
-    std::vector<uint8_t> l_Bytes;
-    std::istringstream l_Words(a_Text);
-    for (std::string l_Word; l_Words >> l_Word;) {
-        const auto l_Byte = HexByte(l_Word);
-        if (!l_Byte) return std::nullopt;
-        l_Bytes.push_back(*l_Byte);
+std::optional<std::vector<uint8_t>> HexBytes(const std::string& text) {
+    std::vector<uint8_t> bytes;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        const auto byte = HexByte(word);
+        if (!byte) return std::nullopt;
+        bytes.push_back(*byte);
     }
-    return l_Bytes;
+    return bytes;
 }
 
-std::optional<std::vector<std::optional<uint8_t>>> HexPattern(const std::string& a_Text) {
-    std::vector<std::optional<uint8_t>> l_Pattern;
-    std::istringstream l_Words(a_Text);
-    for (std::string l_Word; l_Words >> l_Word;) {
-        l_Pattern.push_back(HexByte(l_Word));
-        if (!l_Pattern.back() && l_Word != "??") return std::nullopt;
+std::optional<std::vector<std::optional<uint8_t>>> HexPattern(const std::string& text) {
+    std::vector<std::optional<uint8_t>> pattern;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        pattern.push_back(HexByte(word));
+        if (!pattern.back() && word != "??") return std::nullopt;
     }
-    return l_Pattern;
+    return pattern;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

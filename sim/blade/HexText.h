@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// Nothing when the text is anything else; an empty text is no bytes.
-std::optional<std::vector<uint8_t>> HexBytes(const std::string& a_Text);
+std::optional<std::vector<uint8_t>> HexBytes(const std::string& text);
 
 /// The same, where "??" stands for any byte.
-std::optional<std::vector<std::optional<uint8_t>>> HexPattern(const std::string& a_Text);
+std::optional<std::vector<std::optional<uint8_t>>> HexPattern(const std::string& text);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -4,9 +4,9 @@
 #include "sim/base/JsonReader.h"
 #include "sim/blade/Blade.h"
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// The object "inventory" of a FRU. Throws a BLADE_ERROR.
-INVENTORY ReadInventory(JSON_OBJECT a_Object);
+/// The object "inventory" of a FRU. Throws a BladeError.
+Inventory ReadInventory(JsonObject object);
 
-} // namespace BLADESIM
+} // namespace bladesim

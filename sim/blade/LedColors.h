@@ -5,23 +5,23 @@
 
 #include <string_view>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct LED_COLOR_TEXT {
-    LED_COLOR m_Color;
-    const char* m_Name;
+struct LedColorText {
+    LedColor m_color;
+    const char* m_name;
 };
 
-constexpr LED_COLOR_TEXT g_LedColors[] = {
-    {LED_COLOR::BLUE, "blue"},   {LED_COLOR::RED, "red"},       {LED_COLOR::GREEN, "green"},
-    {LED_COLOR::AMBER, "amber"}, {LED_COLOR::ORANGE, "orange"}, {LED_COLOR::WHITE, "white"},
+constexpr LedColorText LedColors[] = {
+    {LedColor::Blue, "blue"},   {LedColor::Red, "red"},       {LedColor::Green, "green"},
+    {LedColor::Amber, "amber"}, {LedColor::Orange, "orange"}, {LedColor::White, "white"},
 };
 
-constexpr const char* LEDColorName(LED_COLOR a_Color) {
-    for (const LED_COLOR_TEXT& l_Color : g_LedColors) {
-        if (l_Color.m_Color == a_Color) return l_Color.m_Name;
+constexpr const char* LEDColorName(LedColor color) {
+    for (const LedColorText& known : LedColors) {
+        if (known.m_color == color) return known.m_name;
     }
     return "";
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -5,19 +5,19 @@
 
 #include <algorithm>
 
-namespace BLADESIM {
+namespace bladesim {
 
-std::optional<MAC_ADDRESS> MacBytes(std::string a_Text) {
-    MAC_ADDRESS l_Mac{};
-    if (a_Text.size() != 3 * l_Mac.size() - 1) return std::nullopt;
-    for (size_t l_Index = 2; l_Index < a_Text.size(); l_Index += 3) {
-        if (a_Text[l_Index] != ':') return std::nullopt;
-        a_Text[l_Index] = ' ';
+std::optional<MacAddress> MacBytes(std::string text) {
+    MacAddress mac{};
+    if (text.size() != 3 * mac.size() - 1) return std::nullopt;
+    for (size_t index = 2; index < text.size(); index += 3) {
+        if (text[index] != ':') return std::nullopt;
+        text[index] = ' ';
     }
-    const auto l_Bytes = HexBytes(a_Text);
-    if (!l_Bytes || l_Bytes->size() != l_Mac.size()) return std::nullopt;
-    std::copy(l_Bytes->begin(), l_Bytes->end(), l_Mac.begin());
-    return l_Mac;
+    const auto bytes = HexBytes(text);
+    if (!bytes || bytes->size() != mac.size()) return std::nullopt;
+    std::copy(bytes->begin(), bytes->end(), mac.begin());
+    return mac;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

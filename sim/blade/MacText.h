@@ -6,11 +6,11 @@
 #include <optional>
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
-using MAC_ADDRESS = std::array<uint8_t, 6>;
+using MacAddress = std::array<uint8_t, 6>;
 
 /// Nothing when the text is anything else.
-std::optional<MAC_ADDRESS> MacBytes(std::string a_Text);
+std::optional<MacAddress> MacBytes(std::string text);
 
-} // namespace BLADESIM
+} // namespace bladesim

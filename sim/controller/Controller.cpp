@@ -24,156 +24,153 @@
 #include <optional>
 #include <utility>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-using CLOCK = std::chrono::steady_clock;
+using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds g_BringUpTime{10};
-constexpr std::chrono::milliseconds g_ConnectPause{2};
-constexpr size_t g_LogTail = 1500;
+constexpr std::chrono::seconds BringUpTime{10};
+constexpr std::chrono::milliseconds ConnectPause{2};
+constexpr size_t LogTail = 1500;
 
-void WriteFile(const std::string& a_File, const std::string& a_Text) {
-    std::ofstream l_File(a_File, std::ios::binary);
-    l_File << a_Text;
-    if (!l_File.flush()) ThrowErrno(a_File + ": cannot be written");
+void WriteFile(const std::string& file, const std::string& text) {
+    std::ofstream stream(file, std::ios::binary);
+    stream << text;
+    if (!stream.flush()) ThrowErrno(file + ": cannot be written");
 }
 
-std::string ReadTail(const std::string& a_File) {
-    std::ifstream l_File(a_File, std::ios::binary);
-    std::string l_Text{std::istreambuf_iterator<char>(l_File), {}};
-    std::erase(l_Text, '\r');
-    return l_Text.size() > g_LogTail ? l_Text.substr(l_Text.size() - g_LogTail) : l_Text;
+std::string ReadTail(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(stream), {}};
+    std::erase(text, '\r');
+    return text.size() > LogTail ? text.substr(text.size() - LogTail) : text;
 }
 
-class BRING_UP {
+class BringUp {
 public:
-    BRING_UP(const BLADE& a_Blade, const PATHS& a_Paths)
-        : m_Blade(a_Blade),
-          m_Folder(a_Paths.m_Run),
-          m_Module(a_Paths.m_Module) {}
+    BringUp(const Blade& blade, const Paths& paths) : m_blade(blade), m_folder(paths.m_run), m_module(paths.m_module) {}
 
-    RUNNING_CONTROLLER Run() {
+    RunningController Run() {
         WriteFiles();
         Start();
         Connect();
         AskDeviceId();
-        return std::move(m_Running);
+        return std::move(m_running);
     }
 
 private:
-    [[noreturn]] void Fail(const std::string& a_Reason) const {
-        throw BLADE_ERROR("the controller does not come up: " + a_Reason + "; the end of ipmi_sim's log:\n" +
-                          ReadTail(LogFile()));
+    [[noreturn]] void Fail(const std::string& reason) const {
+        throw BladeError("the controller does not come up: " + reason + "; the end of ipmi_sim's log:\n" +
+                         ReadTail(LogFile()));
     }
 
-    std::string LogFile() const { return m_Folder + "/ipmi_sim.log"; }
-    std::string InterfaceFile() const { return m_Folder + "/lan.conf"; }
-    std::string CommandFile() const { return m_Folder + "/controller.cmd"; }
-    std::string StateFolder() const { return m_Folder + "/state"; }
+    std::string LogFile() const { return m_folder + "/ipmi_sim.log"; }
+    std::string InterfaceFile() const { return m_folder + "/lan.conf"; }
+    std::string CommandFile() const { return m_folder + "/controller.cmd"; }
+    std::string StateFolder() const { return m_folder + "/state"; }
 
     /// A controller remembers nothing of one before it.
     void WriteFiles() const {
         std::filesystem::remove_all(StateFolder());
-        std::filesystem::create_directories(StateFolder() + "/ipmi_sim/" + g_SimulatorName);
-        WriteFile(InterfaceFile(), SimulatorInterfaces(m_Blade, m_Module));
-        WriteFile(CommandFile(), SimulatorCommands(m_Blade));
+        std::filesystem::create_directories(StateFolder() + "/ipmi_sim/" + SimulatorName);
+        WriteFile(InterfaceFile(), SimulatorInterfaces(m_blade, m_module));
+        WriteFile(CommandFile(), SimulatorCommands(m_blade));
     }
 
     /// Not with -n: then its errors would go to the system's log only. Without it, it wants a standard input that stays
     /// open.
     void Start() {
-        std::array<int, 2> l_Pipe{};
-        if (::pipe2(l_Pipe.data(), O_CLOEXEC) != 0) ThrowErrno("no pipe for ipmi_sim");
-        const UNIQUE_FD l_Input(l_Pipe[0]);
-        m_Running.m_Input = UNIQUE_FD(l_Pipe[1]);
-        const UNIQUE_FD l_Log(::open(LogFile().c_str(), O_CREAT | O_WRONLY | O_APPEND | O_CLOEXEC, 0600));
-        if (!l_Log) ThrowErrno(LogFile() + ": cannot be written");
-        m_Running.m_Process = Spawn({"ipmi_sim", "-c", InterfaceFile(), "-f", CommandFile(), "-s", StateFolder()},
-                                    {l_Input.Get(), l_Log.Get(), l_Log.Get()});
+        std::array<int, 2> pipe{};
+        if (::pipe2(pipe.data(), O_CLOEXEC) != 0) ThrowErrno("no pipe for ipmi_sim");
+        const UniqueFd input(pipe[0]);
+        m_running.m_input = UniqueFd(pipe[1]);
+        const UniqueFd log(::open(LogFile().c_str(), O_CREAT | O_WRONLY | O_APPEND | O_CLOEXEC, 0600));
+        if (!log) ThrowErrno(LogFile() + ": cannot be written");
+        m_running.m_process = Spawn({"ipmi_sim", "-c", InterfaceFile(), "-f", CommandFile(), "-s", StateFolder()},
+                                    {input.Get(), log.Get(), log.Get()});
     }
 
     void FailIfEnded() const {
-        int l_Status = 0;
-        if (::waitpid(m_Running.m_Process, &l_Status, WNOHANG) != m_Running.m_Process) return;
-        if (WIFEXITED(l_Status) && WEXITSTATUS(l_Status) == g_CommandNotFound) {
+        int status = 0;
+        if (::waitpid(m_running.m_process, &status, WNOHANG) != m_running.m_process) return;
+        if (WIFEXITED(status) && WEXITSTATUS(status) == CommandNotFound) {
             Fail("ipmi_sim is not installed (Debian's package openipmi)");
         }
-        Fail("ipmi_sim ended, " + DescribeEnd(l_Status));
+        Fail("ipmi_sim ended, " + DescribeEnd(status));
     }
 
     void Connect() {
-        sockaddr_in l_Address{};
-        l_Address.sin_family = AF_INET;
-        l_Address.sin_port = htons(g_VMPort);
-        l_Address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(VMPort);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         for (;;) {
-            UNIQUE_FD l_Socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-            if (!l_Socket) ThrowErrno("no socket for the VM port");
-            if (::connect(l_Socket.Get(), reinterpret_cast<const sockaddr*>(&l_Address), sizeof(l_Address)) == 0) {
-                const int l_On = 1;
-                ::setsockopt(l_Socket.Get(), IPPROTO_TCP, TCP_NODELAY, &l_On, sizeof(l_On));
-                m_Running.m_VMPort = std::move(l_Socket);
+            UniqueFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+            if (!socket) ThrowErrno("no socket for the VM port");
+            if (::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
+                const int on = 1;
+                ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+                m_running.m_vmPort = std::move(socket);
                 return;
             }
             FailIfEnded();
-            if (CLOCK::now() > m_Deadline) Fail("nobody listens on its VM port");
-            ::poll(nullptr, 0, static_cast<int>(g_ConnectPause.count()));
+            if (Clock::now() > m_deadline) Fail("nobody listens on its VM port");
+            ::poll(nullptr, 0, static_cast<int>(ConnectPause.count()));
         }
     }
 
-    void Send(const std::vector<uint8_t>& a_Bytes) const {
-        if (::send(m_Running.m_VMPort.Get(), a_Bytes.data(), a_Bytes.size(), MSG_NOSIGNAL) < 0)
+    void Send(const std::vector<uint8_t>& bytes) const {
+        if (::send(m_running.m_vmPort.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) < 0)
             Fail("it closed its VM port");
     }
 
     /// A reply without an error says that the commands were carried out; after an error in them there is no controller.
     void AskDeviceId() {
-        constexpr uint8_t l_App = 0x06;
-        constexpr uint8_t l_GetDeviceId = 0x01;
+        constexpr uint8_t app = 0x06;
+        constexpr uint8_t getDeviceId = 0x01;
         Send(VMGreeting());
-        Send(Encode(VM_MESSAGE{0, l_App, 0, l_GetDeviceId, {}}));
-        VM_DECODER l_Decoder;
+        Send(Encode(VmMessage{0, app, 0, getDeviceId, {}}));
+        VmDecoder decoder;
         for (;;) {
-            const auto l_Frame = l_Decoder.Feed(ReceiveByte());
-            const auto* l_Reply = l_Frame ? std::get_if<VM_MESSAGE>(&*l_Frame) : nullptr;
-            if (l_Reply == nullptr) continue;
-            if (l_Reply->m_Data.empty() || l_Reply->m_Data[0] != 0) Fail("it refuses to tell its device id");
+            const auto frame = decoder.Feed(ReceiveByte());
+            const auto* reply = frame ? std::get_if<VmMessage>(&*frame) : nullptr;
+            if (reply == nullptr) continue;
+            if (reply->m_data.empty() || reply->m_data[0] != 0) Fail("it refuses to tell its device id");
             return;
         }
     }
 
     uint8_t ReceiveByte() const {
-        pollfd l_Event{m_Running.m_VMPort.Get(), POLLIN, 0};
-        const auto l_Left = std::chrono::ceil<std::chrono::milliseconds>(m_Deadline - CLOCK::now()).count();
-        if (::poll(&l_Event, 1, static_cast<int>(std::max<int64_t>(l_Left, 0))) <= 0) Fail("it does not answer");
-        uint8_t l_Byte = 0;
-        if (::recv(m_Running.m_VMPort.Get(), &l_Byte, 1, 0) != 1) {
+        pollfd event{m_running.m_vmPort.Get(), POLLIN, 0};
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_deadline - Clock::now()).count();
+        if (::poll(&event, 1, static_cast<int>(std::max<int64_t>(left, 0))) <= 0) Fail("it does not answer");
+        uint8_t byte = 0;
+        if (::recv(m_running.m_vmPort.Get(), &byte, 1, 0) != 1) {
             FailIfEnded();
             Fail("it closed its VM port");
         }
-        return l_Byte;
+        return byte;
     }
 
-    const BLADE& m_Blade;
-    std::string m_Folder;
-    std::string m_Module;
-    CLOCK::time_point m_Deadline = CLOCK::now() + g_BringUpTime;
-    RUNNING_CONTROLLER m_Running;
+    const Blade& m_blade;
+    std::string m_folder;
+    std::string m_module;
+    Clock::time_point m_deadline = Clock::now() + BringUpTime;
+    RunningController m_running;
 };
 
 } // namespace
 
-RUNNING_CONTROLLER StartController(const BLADE& a_Blade, const PATHS& a_Paths) {
-    return BRING_UP(a_Blade, a_Paths).Run();
+RunningController StartController(const Blade& blade, const Paths& paths) {
+    return BringUp(blade, paths).Run();
 }
 
-void StopController(RUNNING_CONTROLLER& a_Controller) {
-    if (a_Controller.m_Process > 0) {
-        ::kill(a_Controller.m_Process, SIGKILL);
-        ::waitpid(a_Controller.m_Process, nullptr, 0);
+void StopController(RunningController& controller) {
+    if (controller.m_process > 0) {
+        ::kill(controller.m_process, SIGKILL);
+        ::waitpid(controller.m_process, nullptr, 0);
     }
-    a_Controller = RUNNING_CONTROLLER();
+    controller = RunningController();
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -8,19 +8,19 @@
 #include <string>
 #include <sys/types.h>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct RUNNING_CONTROLLER {
-    pid_t m_Process = -1; ///< child of the caller
-    UNIQUE_FD m_Input;    ///< its standard input, which it wants open
-    UNIQUE_FD m_VMPort;   ///< connected, greeted, and it has answered
+struct RunningController {
+    pid_t m_process = -1; ///< child of the caller
+    UniqueFd m_input;     ///< its standard input, which it wants open
+    UniqueFd m_vmPort;    ///< connected, greeted, and it has answered
 };
 
-/// Throws a BLADE_ERROR with the end of ipmi_sim's log when it does not come up. The run folder gets its files; those
+/// Throws a BladeError with the end of ipmi_sim's log when it does not come up. The run folder gets its files; those
 /// of a controller before it are replaced.
-RUNNING_CONTROLLER StartController(const BLADE& a_Blade, const PATHS& a_Paths);
+RunningController StartController(const Blade& blade, const Paths& paths);
 
 /// Kills it, as a controller that loses its power; it has ended when this returns.
-void StopController(RUNNING_CONTROLLER& a_Controller);
+void StopController(RunningController& controller);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -6,37 +6,37 @@
 #include <algorithm>
 #include <array>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 // The first byte of an answer; the text of an error follows.
-constexpr char g_Done = 'd';
-constexpr char g_Failed = 'f';
-constexpr size_t g_MaxAnswer = 4096;
+constexpr char Done = 'd';
+constexpr char Failed = 'f';
+constexpr size_t MaxAnswer = 4096;
 
 } // namespace
 
-void SendOrder(int a_Socket, CONTROLLER_ORDER a_Order) {
-    ::send(a_Socket, &a_Order, sizeof(a_Order), MSG_NOSIGNAL);
+void SendOrder(int socket, ControllerOrder order) {
+    ::send(socket, &order, sizeof(order), MSG_NOSIGNAL);
 }
 
-std::optional<CONTROLLER_ORDER> ReceiveOrder(int a_Socket) {
-    CONTROLLER_ORDER l_Order{};
-    if (::recv(a_Socket, &l_Order, sizeof(l_Order), 0) != sizeof(l_Order)) return std::nullopt;
-    return l_Order;
+std::optional<ControllerOrder> ReceiveOrder(int socket) {
+    ControllerOrder order{};
+    if (::recv(socket, &order, sizeof(order), 0) != sizeof(order)) return std::nullopt;
+    return order;
 }
 
-void SendAnswer(int a_Socket, const CONTROLLER_ANSWER& a_Answer) {
-    const std::string l_Packet = (a_Answer.m_Error.empty() ? g_Done : g_Failed) + a_Answer.m_Error;
-    SendWithFd(a_Socket, l_Packet.data(), std::min(l_Packet.size(), g_MaxAnswer), a_Answer.m_VMPort.Get());
+void SendAnswer(int socket, const ControllerAnswer& answer) {
+    const std::string packet = (answer.m_error.empty() ? Done : Failed) + answer.m_error;
+    SendWithFd(socket, packet.data(), std::min(packet.size(), MaxAnswer), answer.m_vmPort.Get());
 }
 
-std::optional<CONTROLLER_ANSWER> ReceiveAnswer(int a_Socket) {
-    std::array<char, g_MaxAnswer> l_Packet;
-    int l_VMPort = -1;
-    const ssize_t l_Size = ReceiveWithFd(a_Socket, l_Packet.data(), l_Packet.size(), l_VMPort);
-    if (l_Size <= 0) return std::nullopt;
-    return CONTROLLER_ANSWER{{l_Packet.begin() + 1, l_Packet.begin() + l_Size}, UNIQUE_FD(l_VMPort)};
+std::optional<ControllerAnswer> ReceiveAnswer(int socket) {
+    std::array<char, MaxAnswer> packet;
+    int vmPort = -1;
+    const ssize_t size = ReceiveWithFd(socket, packet.data(), packet.size(), vmPort);
+    if (size <= 0) return std::nullopt;
+    return ControllerAnswer{{packet.begin() + 1, packet.begin() + size}, UniqueFd(vmPort)};
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -6,11 +6,11 @@
 #include <cstdint>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
-using SDR_RECORD = std::vector<uint8_t>; ///< with its header; the repository gives the record ids
+using SdrRecord = std::vector<uint8_t>; ///< with its header; the repository gives the record ids
 
 /// A locator of the controller, and one of each FRU.
-std::vector<SDR_RECORD> LocatorRecords(const BLADE& a_Blade);
+std::vector<SdrRecord> LocatorRecords(const Blade& blade);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -6,65 +6,65 @@
 
 #include <sstream>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 /// Numbers are written in hexadecimal with 0x, which ipmi_sim takes everywhere.
 std::ostringstream Script() {
-    std::ostringstream l_Script;
-    l_Script << std::hex << std::showbase << std::internal;
-    return l_Script;
+    std::ostringstream script;
+    script << std::hex << std::showbase << std::internal;
+    return script;
 }
 
 /// ipmi_sim knows no way to write a quotation mark into a text, and a line ends where it ends.
-std::string Quoted(const std::string& a_File) {
-    if (a_File.find_first_of("\"\n") != std::string::npos) {
-        throw BLADE_ERROR(a_File + ": a path with a quotation mark or a line break cannot be given to ipmi_sim");
+std::string Quoted(const std::string& file) {
+    if (file.find_first_of("\"\n") != std::string::npos) {
+        throw BladeError(file + ": a path with a quotation mark or a line break cannot be given to ipmi_sim");
     }
-    return '"' + a_File + '"';
+    return '"' + file + '"';
 }
 
 } // namespace
 
-std::string SimulatorInterfaces(const BLADE& a_Blade, const std::string& a_ModuleFile) {
-    std::ostringstream l_Script;
-    l_Script << "name \"" << g_SimulatorName << "\"\n"
-             << "set_working_mc " << int{a_Blade.m_Controller.m_Address} << "\n"
-             << "startlan 1\n"
-             << "  addr 127.0.0.1 " << g_LanPort << "\n"
-             << "  priv_limit admin\n"
-             << "  allowed_auths_callback none md2 md5 straight\n"
-             << "  allowed_auths_user none md2 md5 straight\n"
-             << "  allowed_auths_operator none md2 md5 straight\n"
-             << "  allowed_auths_admin none md2 md5 straight\n"
-             << "  guid a123456789abcdefa123456789abcdef\n"
-             << "endlan\n"
-             << "serial 15 127.0.0.1 " << g_VMPort << " codec VM\n"
-             << "console 127.0.0.1 " << g_ConsolePort << "\n"
-             << "loadlib " << Quoted(a_ModuleFile) << " " << Quoted(a_Blade.m_File) << "\n"
-             << "user 1 true \"\" \"" << g_LanPassword << "\" user 10 none md2 md5 straight\n"
-             << "user 2 true \"" << g_LanUser << "\" \"" << g_LanPassword << "\" admin 10 none md2 md5 straight\n";
-    return l_Script.str();
+std::string SimulatorInterfaces(const Blade& blade, const std::string& moduleFile) {
+    std::ostringstream script;
+    script << "name \"" << SimulatorName << "\"\n"
+           << "set_working_mc " << int{blade.m_controller.m_address} << "\n"
+           << "startlan 1\n"
+           << "  addr 127.0.0.1 " << LanPort << "\n"
+           << "  priv_limit admin\n"
+           << "  allowed_auths_callback none md2 md5 straight\n"
+           << "  allowed_auths_user none md2 md5 straight\n"
+           << "  allowed_auths_operator none md2 md5 straight\n"
+           << "  allowed_auths_admin none md2 md5 straight\n"
+           << "  guid a123456789abcdefa123456789abcdef\n"
+           << "endlan\n"
+           << "serial 15 127.0.0.1 " << VMPort << " codec VM\n"
+           << "console 127.0.0.1 " << ConsolePort << "\n"
+           << "loadlib " << Quoted(moduleFile) << " " << Quoted(blade.m_file) << "\n"
+           << "user 1 true \"\" \"" << LanPassword << "\" user 10 none md2 md5 straight\n"
+           << "user 2 true \"" << LanUser << "\" \"" << LanPassword << "\" admin 10 none md2 md5 straight\n";
+    return script.str();
 }
 
-std::string SimulatorCommands(const BLADE& a_Blade) {
-    const CONTROLLER& l_Controller = a_Blade.m_Controller;
-    const int l_Address = l_Controller.m_Address;
-    std::ostringstream l_Script = Script();
-    l_Script << "mc_add " << l_Address << " " << int{l_Controller.m_DeviceId} << " no-device-sdrs "
-             << int{l_Controller.m_DeviceRevision} << " " << int{l_Controller.m_FirmwareMajor} << " "
-             << int{l_Controller.m_FirmwareMinor} << " " << int{g_DeviceSupport} << " " << l_Controller.m_ManufacturerId
-             << " " << l_Controller.m_ProductId << "\n"
-             << "sel_enable " << l_Address << " 0x100 0x0a\n";
-    for (const SDR_RECORD& l_Record : LocatorRecords(a_Blade)) {
-        l_Script << "main_sdr_add " << l_Address;
-        for (const int l_Byte : l_Record)
-            l_Script << " " << l_Byte;
-        l_Script << "\n";
+std::string SimulatorCommands(const Blade& blade) {
+    const Controller& controller = blade.m_controller;
+    const int address = controller.m_address;
+    std::ostringstream script = Script();
+    script << "mc_add " << address << " " << int{controller.m_deviceId} << " no-device-sdrs "
+           << int{controller.m_deviceRevision} << " " << int{controller.m_firmwareMajor} << " "
+           << int{controller.m_firmwareMinor} << " " << int{DeviceSupport} << " " << controller.m_manufacturerId << " "
+           << controller.m_productId << "\n"
+           << "sel_enable " << address << " 0x100 0x0a\n";
+    for (const SdrRecord& record : LocatorRecords(blade)) {
+        script << "main_sdr_add " << address;
+        for (const int byte : record)
+            script << " " << byte;
+        script << "\n";
     }
-    l_Script << "mc_setbmc " << l_Address << "\n"
-             << "mc_enable " << l_Address << "\n";
-    return l_Script.str();
+    script << "mc_setbmc " << address << "\n"
+           << "mc_enable " << address << "\n";
+    return script.str();
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

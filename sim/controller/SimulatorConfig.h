@@ -6,26 +6,26 @@
 #include <cstdint>
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
 // The ports are fixed: every blade has a network namespace of its own.
-constexpr uint16_t g_LanPort = 9001;
-constexpr uint16_t g_VMPort = 9002;
-constexpr uint16_t g_ConsolePort = 9003;
-constexpr char g_LanUser[] = "ipmiusr";
-constexpr char g_LanPassword[] = "test";
+constexpr uint16_t LanPort = 9001;
+constexpr uint16_t VMPort = 9002;
+constexpr uint16_t ConsolePort = 9003;
+constexpr char LanUser[] = "ipmiusr";
+constexpr char LanPassword[] = "test";
 
 /// The name under which ipmi_sim keeps its state, below "ipmi_sim" in its state folder.
-constexpr char g_SimulatorName[] = "bladesim";
+constexpr char SimulatorName[] = "bladesim";
 
 /// Byte "additional device support" of Get Device ID: sensors, SDR repository, SEL, FRU inventory, event receiver,
 /// chassis.
-constexpr uint8_t g_DeviceSupport = 0x9F;
+constexpr uint8_t DeviceSupport = 0x9F;
 
 /// The interfaces: LAN for ipmitool, VM port for the driver, console; and the carrier module with its blade file.
-std::string SimulatorInterfaces(const BLADE& a_Blade, const std::string& a_ModuleFile);
+std::string SimulatorInterfaces(const Blade& blade, const std::string& moduleFile);
 
 /// The commands that make the controller. Its FRUs are the carrier module's.
-std::string SimulatorCommands(const BLADE& a_Blade);
+std::string SimulatorCommands(const Blade& blade);
 
-} // namespace BLADESIM
+} // namespace bladesim

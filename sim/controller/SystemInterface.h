@@ -6,37 +6,37 @@
 #include <string>
 #include <string_view>
 
-namespace BLADESIM {
+namespace bladesim {
 
-enum class SYSTEM_INTERFACE : uint8_t {
-    BRIDGE,  ///< bladesim's driver: COMMAND has a /dev/ipmi0 of the blade's own
-    NONE,    ///< nobody: there is neither a controller nor a /dev/ipmi0
-    MACHINE, ///< this machine's kernel: its /dev/ipmi0 is COMMAND's, and the controller behind it is none of bladesim's
-    GUEST,   ///< a virtual machine that COMMAND starts, and to which the controller's port is left
+enum class SystemInterface : uint8_t {
+    Bridge,  ///< bladesim's driver: COMMAND has a /dev/ipmi0 of the blade's own
+    None,    ///< nobody: there is neither a controller nor a /dev/ipmi0
+    Machine, ///< this machine's kernel: its /dev/ipmi0 is COMMAND's, and the controller behind it is none of bladesim's
+    Guest,   ///< a virtual machine that COMMAND starts, and to which the controller's port is left
 };
 
-struct SYSTEM_INTERFACE_NAME {
-    std::string_view m_Name; ///< as on the command line
-    SYSTEM_INTERFACE m_Interface;
+struct SystemInterfaceName {
+    std::string_view m_name; ///< as on the command line
+    SystemInterface m_interface;
 };
 
-constexpr SYSTEM_INTERFACE_NAME g_SystemInterfaces[] = {
-    {"bridge", SYSTEM_INTERFACE::BRIDGE},
-    {"none", SYSTEM_INTERFACE::NONE},
-    {"machine", SYSTEM_INTERFACE::MACHINE},
-    {"guest", SYSTEM_INTERFACE::GUEST},
+constexpr SystemInterfaceName SystemInterfaces[] = {
+    {"bridge", SystemInterface::Bridge},
+    {"none", SystemInterface::None},
+    {"machine", SystemInterface::Machine},
+    {"guest", SystemInterface::Guest},
 };
 
 /// The variable in COMMAND's environment that has the name.
-constexpr char g_SystemInterfaceVariable[] = "BLADESIM_IPMI";
+constexpr char SystemInterfaceVariable[] = "BLADESIM_IPMI";
 
-inline std::string NameOf(SYSTEM_INTERFACE a_Interface) {
-    return std::string(std::ranges::find(g_SystemInterfaces, a_Interface, &SYSTEM_INTERFACE_NAME::m_Interface)->m_Name);
+inline std::string NameOf(SystemInterface interface) {
+    return std::string(std::ranges::find(SystemInterfaces, interface, &SystemInterfaceName::m_interface)->m_name);
 }
 
 /// The blade has a controller of its own.
-constexpr bool HasController(SYSTEM_INTERFACE a_Interface) {
-    return a_Interface == SYSTEM_INTERFACE::BRIDGE || a_Interface == SYSTEM_INTERFACE::GUEST;
+constexpr bool HasController(SystemInterface interface) {
+    return interface == SystemInterface::Bridge || interface == SystemInterface::Guest;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -11,45 +11,45 @@
 #include <variant>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct VM_MESSAGE {
-    uint8_t m_Sequence = 0;
-    uint8_t m_NetFn = 0;
-    uint8_t m_Lun = 0;
-    uint8_t m_Command = 0;
-    std::vector<uint8_t> m_Data; ///< of a reply: the completion code first
+struct VmMessage {
+    uint8_t m_sequence = 0;
+    uint8_t m_netFn = 0;
+    uint8_t m_lun = 0;
+    uint8_t m_command = 0;
+    std::vector<uint8_t> m_data; ///< of a reply: the completion code first
 
-    bool operator==(const VM_MESSAGE&) const = default;
+    bool operator==(const VmMessage&) const = default;
 };
 
-struct VM_CONTROL {
-    std::vector<uint8_t> m_Bytes;
+struct VmControl {
+    std::vector<uint8_t> m_bytes;
 
-    bool operator==(const VM_CONTROL&) const = default;
+    bool operator==(const VmControl&) const = default;
 };
 
-using VM_FRAME = std::variant<VM_MESSAGE, VM_CONTROL>;
+using VmFrame = std::variant<VmMessage, VmControl>;
 
-std::vector<uint8_t> Encode(const VM_MESSAGE& a_Message);
-std::vector<uint8_t> Encode(const VM_CONTROL& a_Control);
+std::vector<uint8_t> Encode(const VmMessage& message);
+std::vector<uint8_t> Encode(const VmControl& control);
 
 /// What a host says when it connects: protocol version 1, none of the power and reset capabilities.
 std::vector<uint8_t> VMGreeting();
 
 /// Takes the stream byte by byte. What is no frame (bad checksum, too short, too long, ended within an escape) is
 /// dropped.
-class VM_DECODER {
+class VmDecoder {
 public:
     /// The frame that this byte completes, if any.
-    std::optional<VM_FRAME> Feed(uint8_t a_Byte);
+    std::optional<VmFrame> Feed(uint8_t byte);
 
 private:
-    std::optional<VM_FRAME> Finish(bool a_Control);
+    std::optional<VmFrame> Finish(bool control);
 
-    std::vector<uint8_t> m_Bytes;
-    bool m_Escaped = false;
-    bool m_TooLong = false;
+    std::vector<uint8_t> m_bytes;
+    bool m_escaped = false;
+    bool m_tooLong = false;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -4,16 +4,16 @@
 #include <algorithm>
 #include <iterator>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-struct COMMAND_NAME {
-    uint8_t m_NetFn;
-    uint8_t m_Command;
-    const char* m_Name;
+struct NamedCommand {
+    uint8_t m_netFn;
+    uint8_t m_command;
+    const char* m_name;
 };
 
-constexpr COMMAND_NAME g_Names[] = {
+constexpr NamedCommand CommandNames[] = {
     {0x00, 0x01, "Get Chassis Status"},
     {0x04, 0x01, "Get Event Receiver"},
     {0x04, 0x20, "Get Device SDR Info"},
@@ -57,11 +57,11 @@ constexpr COMMAND_NAME g_Names[] = {
 
 } // namespace
 
-const char* CommandName(uint8_t a_NetFn, uint8_t a_Command) {
-    const auto* const l_Found = std::find_if(std::begin(g_Names), std::end(g_Names), [=](const COMMAND_NAME& a_Name) {
-        return a_Name.m_NetFn == a_NetFn && a_Name.m_Command == a_Command;
-    });
-    return l_Found == std::end(g_Names) ? "" : l_Found->m_Name;
+const char* CommandName(uint8_t netFn, uint8_t command) {
+    const auto* const found =
+        std::find_if(std::begin(CommandNames), std::end(CommandNames),
+                     [=](const NamedCommand& name) { return name.m_netFn == netFn && name.m_command == command; });
+    return found == std::end(CommandNames) ? "" : found->m_name;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

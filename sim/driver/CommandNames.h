@@ -3,10 +3,10 @@
 
 #include <cstdint>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// The name in the standards; empty for a command that nobody asks of a carrier's controller. What is in the group
 /// extension is taken for PICMG's.
-const char* CommandName(uint8_t a_NetFn, uint8_t a_Command);
+const char* CommandName(uint8_t netFn, uint8_t command);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -13,111 +13,109 @@
 #include <cstdio>
 #include <utility>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 // No order comes near it.
-constexpr size_t g_MaxLine = 64 * 1024;
+constexpr size_t MaxLine = 64 * 1024;
 
-constexpr char g_Refusal[] = "{\"error\":\"only the blade's user and root may give it orders\"}\n";
+constexpr char Refusal[] = "{\"error\":\"only the blade's user and root may give it orders\"}\n";
 
 bool IsForLater() {
     return errno == EAGAIN || errno == EINTR;
 }
 
 /// The address is free to everybody in the blade's network, whatever user he is.
-bool MayGiveOrders(int a_Client) {
-    ucred l_Peer{};
-    socklen_t l_Size = sizeof(l_Peer);
-    if (::getsockopt(a_Client, SOL_SOCKET, SO_PEERCRED, &l_Peer, &l_Size) != 0) return false;
-    if (l_Peer.uid == ::geteuid() || l_Peer.uid == 0) return true;
+bool MayGiveOrders(int client) {
+    ucred peer{};
+    socklen_t size = sizeof(peer);
+    if (::getsockopt(client, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return false;
+    if (peer.uid == ::geteuid() || peer.uid == 0) return true;
     std::fprintf(stderr, "bladesim: refused the orders of process %d of user %u: this is the blade of user %u\n",
-                 l_Peer.pid, l_Peer.uid, ::geteuid());
+                 peer.pid, peer.uid, ::geteuid());
     return false;
 }
 
 } // namespace
 
-UNIQUE_FD ListenForOrders() {
-    UNIQUE_FD l_Listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!l_Listener) ThrowErrno("no socket for orders");
-    const SOCKET_ADDRESS l_Address = ControlAddress();
-    if (::bind(l_Listener.Get(), l_Address.Get(), l_Address.m_Length) != 0 ||
-        ::listen(l_Listener.Get(), SOMAXCONN) != 0) {
+UniqueFd ListenForOrders() {
+    UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!listener) ThrowErrno("no socket for orders");
+    const SocketAddress address = ControlAddress();
+    if (::bind(listener.Get(), address.Get(), address.m_length) != 0 || ::listen(listener.Get(), SOMAXCONN) != 0) {
         ThrowErrno("the socket for orders cannot be bound");
     }
-    return l_Listener;
+    return listener;
 }
 
-CONTROL_SERVER::CONTROL_SERVER(UNIQUE_FD a_Listener, TAKE_ORDER a_TakeOrder)
-    : m_Listener(std::move(a_Listener)),
-      m_TakeOrder(std::move(a_TakeOrder)) {}
+ControlServer::ControlServer(UniqueFd listener, TakeOrder takeOrder)
+    : m_listener(std::move(listener)),
+      m_takeOrder(std::move(takeOrder)) {}
 
-void CONTROL_SERVER::AddEvents(std::vector<pollfd>& a_Events) const {
-    a_Events.push_back({m_Listener.Get(), POLLIN, 0});
-    for (const auto& l_Client : m_Clients) {
-        const short l_Wanted = l_Client.second.m_Out.empty() ? POLLIN : POLLIN | POLLOUT;
-        a_Events.push_back({l_Client.second.m_Socket.Get(), l_Wanted, 0});
+void ControlServer::AddEvents(std::vector<pollfd>& events) const {
+    events.push_back({m_listener.Get(), POLLIN, 0});
+    for (const auto& client : m_clients) {
+        const short wanted = client.second.m_out.empty() ? POLLIN : POLLIN | POLLOUT;
+        events.push_back({client.second.m_socket.Get(), wanted, 0});
     }
 }
 
-bool CONTROL_SERVER::Handle(const pollfd& a_Event) {
-    if (a_Event.fd == m_Listener.Get()) {
+bool ControlServer::Handle(const pollfd& event) {
+    if (event.fd == m_listener.Get()) {
         TakeClient();
         return true;
     }
-    const auto l_Found = std::find_if(m_Clients.begin(), m_Clients.end(), [&](const auto& a_Client) {
-        return a_Client.second.m_Socket.Get() == a_Event.fd;
-    });
-    if (l_Found == m_Clients.end()) return false;
-    if ((a_Event.revents & POLLOUT) != 0 && !Write(l_Found->second))
-        m_Clients.erase(l_Found);
-    else if ((a_Event.revents & ~POLLOUT) != 0)
-        Read(l_Found);
+    const auto found = std::find_if(m_clients.begin(), m_clients.end(),
+                                    [&](const auto& client) { return client.second.m_socket.Get() == event.fd; });
+    if (found == m_clients.end()) return false;
+    if ((event.revents & POLLOUT) != 0 && !Write(found->second))
+        m_clients.erase(found);
+    else if ((event.revents & ~POLLOUT) != 0)
+        Read(found);
     return true;
 }
 
-void CONTROL_SERVER::Answer(CLIENT_ID a_Client, const std::string& a_Line) {
-    const auto l_Found = m_Clients.find(a_Client);
-    if (l_Found == m_Clients.end()) return;
-    l_Found->second.m_Out += a_Line + "\n";
+void ControlServer::Answer(ClientId client, const std::string& line) {
+    const auto found = m_clients.find(client);
+    if (found == m_clients.end()) return;
+    found->second.m_out += line + "\n";
     // A client that cannot be written to is noticed by its end of file.
-    Write(l_Found->second);
+    Write(found->second);
 }
 
-void CONTROL_SERVER::TakeClient() {
-    UNIQUE_FD l_Socket(::accept4(m_Listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-    if (!l_Socket) return;
-    if (MayGiveOrders(l_Socket.Get())) {
-        m_Clients[++m_LastId].m_Socket = std::move(l_Socket);
+void ControlServer::TakeClient() {
+    UniqueFd socket(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!socket) return;
+    if (MayGiveOrders(socket.Get())) {
+        m_clients[++m_lastId].m_socket = std::move(socket);
     } else {
-        ::send(l_Socket.Get(), g_Refusal, sizeof(g_Refusal) - 1, MSG_NOSIGNAL);
+        ::send(socket.Get(), Refusal, sizeof(Refusal) - 1, MSG_NOSIGNAL);
     }
 }
 
-void CONTROL_SERVER::Read(CLIENTS::iterator a_Client) {
-    std::array<char, 4096> l_Bytes;
-    const ssize_t l_Size = ::recv(a_Client->second.m_Socket.Get(), l_Bytes.data(), l_Bytes.size(), 0);
-    if (l_Size < 0 && IsForLater()) return;
-    std::string& l_In = a_Client->second.m_In;
-    if (l_Size > 0) l_In.append(l_Bytes.data(), static_cast<size_t>(l_Size));
-    if (l_Size <= 0 || l_In.size() > g_MaxLine) {
-        m_Clients.erase(a_Client);
+void ControlServer::Read(Clients::iterator client) {
+    std::array<char, 4096> bytes;
+    const ssize_t size = ::recv(client->second.m_socket.Get(), bytes.data(), bytes.size(), 0);
+    if (size < 0 && IsForLater()) return;
+    std::string& in = client->second.m_in;
+    if (size > 0) in.append(bytes.data(), static_cast<size_t>(size));
+    if (size <= 0 || in.size() > MaxLine) {
+        m_clients.erase(client);
         return;
     }
-    for (size_t l_End = 0; (l_End = l_In.find('\n')) != std::string::npos;) {
-        const std::string l_Line = l_In.substr(0, l_End);
-        l_In.erase(0, l_End + 1);
-        m_TakeOrder(a_Client->first, l_Line);
+    for (size_t end = 0; (end = in.find('\n')) != std::string::npos;) {
+        const std::string line = in.substr(0, end);
+        in.erase(0, end + 1);
+        m_takeOrder(client->first, line);
     }
 }
 
 /// False when the client has gone.
-bool CONTROL_SERVER::Write(CLIENT& a_Client) const {
-    const ssize_t l_Size = ::send(a_Client.m_Socket.Get(), a_Client.m_Out.data(), a_Client.m_Out.size(), MSG_NOSIGNAL);
-    if (l_Size < 0) return IsForLater();
-    a_Client.m_Out.erase(0, static_cast<size_t>(l_Size));
+bool ControlServer::Write(Client& client) const {
+    const ssize_t size = ::send(client.m_socket.Get(), client.m_out.data(), client.m_out.size(), MSG_NOSIGNAL);
+    if (size < 0) return IsForLater();
+    client.m_out.erase(0, static_cast<size_t>(size));
     return true;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -11,42 +11,42 @@
 
 struct pollfd;
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// The socket on which orders come; clients may come before anybody serves it. Throws a BLADE_ERROR.
-UNIQUE_FD ListenForOrders();
+/// The socket on which orders come; clients may come before anybody serves it. Throws a BladeError.
+UniqueFd ListenForOrders();
 
 /// Who is neither the user of this process nor root is answered once, with an error, and told on standard error.
-class CONTROL_SERVER {
+class ControlServer {
 public:
     /// Names a client for as long as it is connected, and nobody afterwards.
-    using CLIENT_ID = uint64_t;
-    using TAKE_ORDER = std::function<void(CLIENT_ID, const std::string&)>;
+    using ClientId = uint64_t;
+    using TakeOrder = std::function<void(ClientId, const std::string&)>;
 
-    CONTROL_SERVER(UNIQUE_FD a_Listener, TAKE_ORDER a_TakeOrder);
+    ControlServer(UniqueFd listener, TakeOrder takeOrder);
 
-    void AddEvents(std::vector<pollfd>& a_Events) const;
+    void AddEvents(std::vector<pollfd>& events) const;
     /// False when the event's descriptor is none of this server's.
-    bool Handle(const pollfd& a_Event);
+    bool Handle(const pollfd& event);
     /// Sends a line, as fast as the client reads. A client that has gone misses nothing.
-    void Answer(CLIENT_ID a_Client, const std::string& a_Line);
+    void Answer(ClientId client, const std::string& line);
 
 private:
-    struct CLIENT {
-        UNIQUE_FD m_Socket;
-        std::string m_In;  ///< not yet a line
-        std::string m_Out; ///< not yet taken
+    struct Client {
+        UniqueFd m_socket;
+        std::string m_in;  ///< not yet a line
+        std::string m_out; ///< not yet taken
     };
-    using CLIENTS = std::map<CLIENT_ID, CLIENT>;
+    using Clients = std::map<ClientId, Client>;
 
     void TakeClient();
-    void Read(CLIENTS::iterator a_Client);
-    bool Write(CLIENT& a_Client) const;
+    void Read(Clients::iterator client);
+    bool Write(Client& client) const;
 
-    UNIQUE_FD m_Listener;
-    TAKE_ORDER m_TakeOrder;
-    CLIENTS m_Clients;
-    CLIENT_ID m_LastId = 0;
+    UniqueFd m_listener;
+    TakeOrder m_takeOrder;
+    Clients m_clients;
+    ClientId m_lastId = 0;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

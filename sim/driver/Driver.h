@@ -25,93 +25,93 @@
 
 struct pollfd;
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// The socket on which the driver takes openers; openers may come before it runs. Throws a BLADE_ERROR.
-UNIQUE_FD ListenForOpeners();
+/// The socket on which the driver takes openers; openers may come before it runs. Throws a BladeError.
+UniqueFd ListenForOpeners();
 
 /// What a driver works on; all of it is closed with the driver. Where a guest works the system interface, it has
 /// neither a connection nor openers, and only takes the orders for the controller's coming and going.
-struct DRIVER_SETUP {
-    UNIQUE_FD m_VMPort;     ///< a connection to the controller
-    UNIQUE_FD m_Openers;    ///< as from ListenForOpeners
-    UNIQUE_FD m_Orders;     ///< as from ListenForOrders
-    UNIQUE_FD m_Controller; ///< takes CONTROLLER_ORDERs
-    SYSTEM_INTERFACE m_IPMI = SYSTEM_INTERFACE::BRIDGE;
-    std::vector<FAULT> m_Faults;
-    std::chrono::milliseconds m_TimeOut = g_DriverTimeOut;
-    bool m_Verbose = false;
+struct DriverSetup {
+    UniqueFd m_vmPort;     ///< a connection to the controller
+    UniqueFd m_openers;    ///< as from ListenForOpeners
+    UniqueFd m_orders;     ///< as from ListenForOrders
+    UniqueFd m_controller; ///< takes each ControllerOrder
+    SystemInterface m_ipmi = SystemInterface::Bridge;
+    std::vector<Fault> m_faults;
+    std::chrono::milliseconds m_timeOut = DriverTimeOut;
+    bool m_verbose = false;
 };
 
-class DRIVER {
+class Driver {
 public:
-    explicit DRIVER(DRIVER_SETUP a_Setup);
+    explicit Driver(DriverSetup setup);
 
     /// Serves for ever; the process ends with the blade.
     [[noreturn]] void Run();
 
 private:
-    using CLOCK = REQUEST_QUEUE::CLOCK;
-    using CLIENT_ID = CONTROL_SERVER::CLIENT_ID;
+    using Clock = RequestQueue::Clock;
+    using ClientId = ControlServer::ClientId;
 
-    struct ORDERED {
-        CLIENT_ID m_Client; ///< who gets the answer; 0: nobody
-        CONTROLLER_ORDER m_Order;
+    struct Ordered {
+        ClientId m_client; ///< who gets the answer; 0: nobody
+        ControllerOrder m_order;
     };
 
-    struct OPENER {
-        UNIQUE_FD m_Socket;
-        unsigned m_Number = 0; ///< counted from 1 in the order of open
+    struct Opener {
+        UniqueFd m_socket;
+        unsigned m_number = 0; ///< counted from 1 in the order of open
     };
 
-    void WaitForEvents(std::vector<pollfd>& a_Events) const;
-    void Handle(const pollfd& a_Event);
-    std::optional<CLOCK::time_point> NextDeadline() const;
+    void WaitForEvents(std::vector<pollfd>& events) const;
+    void Handle(const pollfd& event);
+    std::optional<Clock::time_point> NextDeadline() const;
     void DoWhatIsDue();
 
     void TakeOpener();
-    void ReadOpener(int a_Opener);
-    void TakeRequest(int a_Opener, const BRIDGE_PACKET& a_Request);
-    void Call(int a_Opener, const BRIDGE_PACKET& a_Call, int a_AnswerSocket);
+    void ReadOpener(int opener);
+    void TakeRequest(int opener, const BridgePacket& request);
+    void Call(int opener, const BridgePacket& call, int answerSocket);
 
     void SendNext();
-    void SendToController(const VM_MESSAGE& a_Request);
+    void SendToController(const VmMessage& request);
     void ReadVMPort();
-    void Accept(const WIRE_REPLY& a_Reply);
-    void Deliver(const ANSWER& a_Answer);
-    void Trace(const char* a_What, const BRIDGE_PACKET& a_Packet) const;
+    void Accept(const WireReply& reply);
+    void Deliver(const Answer& answer);
+    void Trace(const char* what, const BridgePacket& packet) const;
 
     // DriverOrders.cpp
-    void TakeOrder(CLIENT_ID a_Client, const std::string& a_Line);
-    nlohmann::json AddFault(const nlohmann::json& a_Order);
-    nlohmann::json ListFaults(const nlohmann::json& a_Order);
-    nlohmann::json ClearFaults(const nlohmann::json& a_Order);
-    nlohmann::json ReleaseReplies(const nlohmann::json& a_Order);
-    nlohmann::json ShowRequests(const nlohmann::json& a_Order);
-    nlohmann::json ShowLog(const nlohmann::json& a_Order);
-    nlohmann::json ClearLog(const nlohmann::json& a_Order);
-    nlohmann::json ControllerState(const nlohmann::json& a_Order);
-    void OrderController(CONTROLLER_ORDER a_Order, CLIENT_ID a_Client);
+    void TakeOrder(ClientId client, const std::string& line);
+    nlohmann::json AddFault(const nlohmann::json& order);
+    nlohmann::json ListFaults(const nlohmann::json& order);
+    nlohmann::json ClearFaults(const nlohmann::json& order);
+    nlohmann::json ReleaseReplies(const nlohmann::json& order);
+    nlohmann::json ShowRequests(const nlohmann::json& order);
+    nlohmann::json ShowLog(const nlohmann::json& order);
+    nlohmann::json ClearLog(const nlohmann::json& order);
+    nlohmann::json ControllerState(const nlohmann::json& order);
+    void OrderController(ControllerOrder order, ClientId client);
     void ReadControllerAnswer();
 
-    UNIQUE_FD m_VMPort;
-    UNIQUE_FD m_Listener;
-    UNIQUE_FD m_Controller;
-    bool m_Guest;
-    bool m_Verbose;
-    CONTROL_SERVER m_Control;
-    std::map<int, OPENER> m_Openers;
-    unsigned m_LastOpener = 0;
-    INTERFACE_CALLS m_Calls;
-    REQUEST_QUEUE m_Queue;
-    FAULT_TABLE m_Faults;
-    FAULTY_WIRE m_Wire;
-    VM_DECODER m_Decoder;
-    REQUEST_LOG m_Log;
-    std::array<uint64_t, 256> m_EntryOf{};       ///< by sequence number
-    std::deque<ORDERED> m_AwaitingController;    ///< what is to be answered next
-    bool m_ControllerIsUp = true;                ///< as its connection and the orders tell
-    std::optional<CLOCK::time_point> m_ComeBack; ///< when the controller is to be started again
+    UniqueFd m_vmPort;
+    UniqueFd m_listener;
+    UniqueFd m_controller;
+    bool m_guest;
+    bool m_verbose;
+    ControlServer m_control;
+    std::map<int, Opener> m_openers;
+    unsigned m_lastOpener = 0;
+    InterfaceCalls m_calls;
+    RequestQueue m_queue;
+    FaultTable m_faults;
+    FaultyWire m_wire;
+    VmDecoder m_decoder;
+    RequestLog m_log;
+    std::array<uint64_t, 256> m_entryOf{};       ///< by sequence number
+    std::deque<Ordered> m_awaitingController;    ///< what is to be answered next
+    bool m_controllerIsUp = true;                ///< as its connection and the orders tell
+    std::optional<Clock::time_point> m_comeBack; ///< when the controller is to be started again
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -10,150 +10,149 @@
 #include <cstdio>
 #include <iterator>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using nlohmann::json;
 
-struct CONTROLLER_ORDER_NAME {
-    const char* m_Name;
-    CONTROLLER_ORDER m_Order;
+struct ControllerOrderName {
+    const char* m_name;
+    ControllerOrder m_order;
 };
 
-constexpr CONTROLLER_ORDER_NAME g_ControllerOrders[] = {
-    {"controller stop", CONTROLLER_ORDER::STOP},
-    {"controller start", CONTROLLER_ORDER::START},
-    {"controller restart", CONTROLLER_ORDER::RESTART},
+constexpr ControllerOrderName ControllerOrders[] = {
+    {"controller stop", ControllerOrder::Stop},
+    {"controller start", ControllerOrder::Start},
+    {"controller restart", ControllerOrder::Restart},
 };
 
-constexpr char g_RequestsOfGuest[] =
+constexpr char RequestsOfGuest[] =
     "the requests of a virtual machine do not pass here: show leds, show controls and controller work, the rest does not";
 
-json ErrorAnswer(const std::string& a_Reason) {
-    return {{"error", a_Reason}};
+json ErrorAnswer(const std::string& reason) {
+    return {{"error", reason}};
 }
 
-json ResultAnswer(json a_Result) {
-    return {{"result", std::move(a_Result)}};
+json ResultAnswer(json result) {
+    return {{"result", std::move(result)}};
 }
 
 /// The other side is gone, and with it the connections: without waiting for what is still under way.
-void CloseAtOnce(UNIQUE_FD& a_Socket) {
-    const linger l_Reset{1, 0};
-    ::setsockopt(a_Socket.Get(), SOL_SOCKET, SO_LINGER, &l_Reset, sizeof(l_Reset));
-    a_Socket.Reset();
+void CloseAtOnce(UniqueFd& socket) {
+    const linger reset{1, 0};
+    ::setsockopt(socket.Get(), SOL_SOCKET, SO_LINGER, &reset, sizeof(reset));
+    socket.Reset();
 }
 
 } // namespace
 
 /// An order is {"order": NAME, …}, its answer {"result": …} or {"error": REASON}.
-void DRIVER::TakeOrder(CLIENT_ID a_Client, const std::string& a_Line) {
-    struct ORDER {
-        const char* m_Name;
-        json (DRIVER::*m_Do)(const json&);
-        bool m_OfRequests = true; ///< wants requests that pass here, which those of a guest do not
+void Driver::TakeOrder(ClientId client, const std::string& line) {
+    struct Order {
+        const char* m_name;
+        json (Driver::*m_do)(const json&);
+        bool m_ofRequests = true; ///< wants requests that pass here, which those of a guest do not
     };
-    static constexpr ORDER l_Orders[] = {
-        {"fault add", &DRIVER::AddFault},         {"fault list", &DRIVER::ListFaults},
-        {"fault clear", &DRIVER::ClearFaults},    {"fault release", &DRIVER::ReleaseReplies},
-        {"show requests", &DRIVER::ShowRequests}, {"show log", &DRIVER::ShowLog},
-        {"show clear", &DRIVER::ClearLog},        {"controller state", &DRIVER::ControllerState, false},
+    static constexpr Order orders[] = {
+        {"fault add", &Driver::AddFault},         {"fault list", &Driver::ListFaults},
+        {"fault clear", &Driver::ClearFaults},    {"fault release", &Driver::ReleaseReplies},
+        {"show requests", &Driver::ShowRequests}, {"show log", &Driver::ShowLog},
+        {"show clear", &Driver::ClearLog},        {"controller state", &Driver::ControllerState, false},
     };
     try {
-        const json l_Order = json::parse(a_Line);
-        const auto l_Name = l_Order.at("order").get<std::string>();
-        for (const ORDER& l_Known : l_Orders) {
-            if (l_Name == l_Known.m_Name) {
-                if (m_Guest && l_Known.m_OfRequests) throw BLADE_ERROR(g_RequestsOfGuest);
-                m_Control.Answer(a_Client, ResultAnswer((this->*l_Known.m_Do)(l_Order)).dump());
+        const json order = json::parse(line);
+        const auto name = order.at("order").get<std::string>();
+        for (const Order& known : orders) {
+            if (name == known.m_name) {
+                if (m_guest && known.m_ofRequests) throw BladeError(RequestsOfGuest);
+                m_control.Answer(client, ResultAnswer((this->*known.m_do)(order)).dump());
                 return;
             }
         }
-        for (const CONTROLLER_ORDER_NAME& l_Known : g_ControllerOrders) {
-            if (l_Name == l_Known.m_Name) {
-                OrderController(l_Known.m_Order, a_Client);
+        for (const ControllerOrderName& known : ControllerOrders) {
+            if (name == known.m_name) {
+                OrderController(known.m_order, client);
                 return;
             }
         }
-        throw BLADE_ERROR("no such order: " + l_Name);
-    } catch (const std::exception& l_Error) {
+        throw BladeError("no such order: " + name);
+    } catch (const std::exception& error) {
         // What is no UTF-8 in the order is shown as such.
-        m_Control.Answer(a_Client, ErrorAnswer(l_Error.what()).dump(-1, ' ', false, json::error_handler_t::replace));
+        m_control.Answer(client, ErrorAnswer(error.what()).dump(-1, ' ', false, json::error_handler_t::replace));
     }
 }
 
-json DRIVER::AddFault(const json& a_Order) {
-    return m_Faults.Add(FaultFromJson(a_Order.at("fault")));
+json Driver::AddFault(const json& order) {
+    return m_faults.Add(FaultFromJson(order.at("fault")));
 }
 
-json DRIVER::ListFaults(const json& /*a_Order*/) {
-    json l_Faults = json::array();
-    for (const ORDERED_FAULT& l_Fault : m_Faults.List())
-        l_Faults.push_back(FaultToJson(l_Fault));
-    return l_Faults;
+json Driver::ListFaults(const json& /*order*/) {
+    json faults = json::array();
+    for (const OrderedFault& fault : m_faults.List())
+        faults.push_back(FaultToJson(fault));
+    return faults;
 }
 
 /// One by its number, or all.
-json DRIVER::ClearFaults(const json& a_Order) {
-    if (!a_Order.contains("number")) {
-        m_Faults.Clear();
-    } else if (!m_Faults.Remove(a_Order["number"].get<unsigned>())) {
-        throw BLADE_ERROR("there is no fault " + a_Order["number"].dump());
+json Driver::ClearFaults(const json& order) {
+    if (!order.contains("number")) {
+        m_faults.Clear();
+    } else if (!m_faults.Remove(order["number"].get<unsigned>())) {
+        throw BladeError("there is no fault " + order["number"].dump());
     }
     return json();
 }
 
 /// The result is how many replies were kept.
-json DRIVER::ReleaseReplies(const json& /*a_Order*/) {
-    const auto l_Replies = m_Wire.Release();
-    for (const WIRE_REPLY& l_Reply : l_Replies)
-        Accept(l_Reply);
-    return l_Replies.size();
+json Driver::ReleaseReplies(const json& /*order*/) {
+    const auto replies = m_wire.Release();
+    for (const WireReply& reply : replies)
+        Accept(reply);
+    return replies.size();
 }
 
-json DRIVER::ShowRequests(const json& /*a_Order*/) {
-    return m_Log.Counts();
+json Driver::ShowRequests(const json& /*order*/) {
+    return m_log.Counts();
 }
 
-json DRIVER::ShowLog(const json& /*a_Order*/) {
-    return m_Log.Entries();
+json Driver::ShowLog(const json& /*order*/) {
+    return m_log.Entries();
 }
 
-json DRIVER::ClearLog(const json& /*a_Order*/) {
-    m_Log.Clear();
+json Driver::ClearLog(const json& /*order*/) {
+    m_log.Clear();
     return json();
 }
 
 /// Whether it is there.
-json DRIVER::ControllerState(const json& /*a_Order*/) {
-    return m_ControllerIsUp;
+json Driver::ControllerState(const json& /*order*/) {
+    return m_controllerIsUp;
 }
 
-void DRIVER::OrderController(CONTROLLER_ORDER a_Order, CLIENT_ID a_Client) {
-    m_ComeBack.reset();
-    if (a_Order != CONTROLLER_ORDER::START) m_ControllerIsUp = false;
-    if (a_Order != CONTROLLER_ORDER::START && m_VMPort) {
-        CloseAtOnce(m_VMPort);
-        m_Wire.ForgetController();
+void Driver::OrderController(ControllerOrder order, ClientId client) {
+    m_comeBack.reset();
+    if (order != ControllerOrder::Start) m_controllerIsUp = false;
+    if (order != ControllerOrder::Start && m_vmPort) {
+        CloseAtOnce(m_vmPort);
+        m_wire.ForgetController();
     }
-    SendOrder(m_Controller.Get(), a_Order);
-    m_AwaitingController.push_back({a_Client, a_Order});
+    SendOrder(m_controller.Get(), order);
+    m_awaitingController.push_back({client, order});
 }
 
-void DRIVER::ReadControllerAnswer() {
-    auto l_Answer = ReceiveAnswer(m_Controller.Get());
+void Driver::ReadControllerAnswer() {
+    auto answer = ReceiveAnswer(m_controller.Get());
     // Whoever does the orders ends with the blade.
-    if (!l_Answer || m_AwaitingController.empty()) ::_exit(EXIT_FAILURE);
-    const auto [l_Client, l_Order] = m_AwaitingController.front();
-    m_AwaitingController.pop_front();
-    if (l_Order != CONTROLLER_ORDER::STOP && l_Answer->m_Error.empty()) m_ControllerIsUp = true;
-    if (l_Answer->m_VMPort) {
-        m_VMPort = std::move(l_Answer->m_VMPort);
-        m_Decoder = VM_DECODER();
+    if (!answer || m_awaitingController.empty()) ::_exit(EXIT_FAILURE);
+    const auto [client, order] = m_awaitingController.front();
+    m_awaitingController.pop_front();
+    if (order != ControllerOrder::Stop && answer->m_error.empty()) m_controllerIsUp = true;
+    if (answer->m_vmPort) {
+        m_vmPort = std::move(answer->m_vmPort);
+        m_decoder = VmDecoder();
     }
-    if (l_Client == 0 && !l_Answer->m_Error.empty()) std::fprintf(stderr, "bladesim: %s\n", l_Answer->m_Error.c_str());
-    m_Control.Answer(l_Client,
-                     (l_Answer->m_Error.empty() ? ResultAnswer(json()) : ErrorAnswer(l_Answer->m_Error)).dump());
+    if (client == 0 && !answer->m_error.empty()) std::fprintf(stderr, "bladesim: %s\n", answer->m_error.c_str());
+    m_control.Answer(client, (answer->m_error.empty() ? ResultAnswer(json()) : ErrorAnswer(answer->m_error)).dump());
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

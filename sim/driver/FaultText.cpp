@@ -10,76 +10,76 @@
 #include <iterator>
 #include <string_view>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using nlohmann::json;
 
-std::string HexByte(uint8_t a_Byte) {
-    char l_Text[3];
-    std::snprintf(l_Text, sizeof(l_Text), "%02x", a_Byte);
-    return l_Text;
+std::string HexByte(uint8_t byte) {
+    char text[3];
+    std::snprintf(text, sizeof(text), "%02x", byte);
+    return text;
 }
 
-const FAULT_KIND_TEXT& TextOf(FAULT_KIND a_Kind) {
-    return *std::find_if(std::begin(g_FaultKinds), std::end(g_FaultKinds),
-                         [=](const FAULT_KIND_TEXT& a_Text) { return a_Text.m_Kind == a_Kind; });
+const FaultKindText& TextOf(FaultKind kind) {
+    return *std::find_if(std::begin(FaultKinds), std::end(FaultKinds),
+                         [=](const FaultKindText& text) { return text.m_kind == kind; });
 }
 
-std::string PatternText(const std::vector<std::optional<uint8_t>>& a_Pattern) {
-    std::string l_Text;
-    for (const auto& l_Byte : a_Pattern)
-        l_Text += (l_Text.empty() ? "" : " ") + (l_Byte ? HexByte(*l_Byte) : "??");
-    return l_Text;
+std::string PatternText(const std::vector<std::optional<uint8_t>>& pattern) {
+    std::string text;
+    for (const auto& byte : pattern)
+        text += (text.empty() ? "" : " ") + (byte ? HexByte(*byte) : "??");
+    return text;
 }
 
 } // namespace
 
-std::string HexText(const std::vector<uint8_t>& a_Bytes) {
-    return PatternText({a_Bytes.begin(), a_Bytes.end()});
+std::string HexText(const std::vector<uint8_t>& bytes) {
+    return PatternText({bytes.begin(), bytes.end()});
 }
 
-const char* FaultKindName(FAULT_KIND a_Kind) {
-    return TextOf(a_Kind).m_Name;
+const char* FaultKindName(FaultKind kind) {
+    return TextOf(kind).m_name;
 }
 
-FAULT FaultFromJson(const json& a_Fault) {
+Fault FaultFromJson(const json& fault) {
     // The reader's messages begin with file and line, which there are none of here.
-    constexpr std::string_view l_Place = "fault:1: ";
-    const JSON_FILE l_File{"fault", a_Fault, {{"", 1}}};
+    constexpr std::string_view place = "fault:1: ";
+    const JsonFile file{"fault", fault, {{"", 1}}};
     try {
-        return ReadFault(JSON_OBJECT(l_File));
-    } catch (const BLADE_ERROR& l_Error) {
-        const std::string_view l_Reason = l_Error.what();
-        throw BLADE_ERROR(std::string(l_Reason.substr(l_Reason.starts_with(l_Place) ? l_Place.size() : 0)));
+        return ReadFault(JsonObject(file));
+    } catch (const BladeError& error) {
+        const std::string_view reason = error.what();
+        throw BladeError(std::string(reason.substr(reason.starts_with(place) ? place.size() : 0)));
     }
 }
 
-json FaultToJson(const FAULT& a_Fault) {
-    const FAULT_KIND_TEXT& l_Kind = TextOf(a_Fault.m_Kind);
-    json l_Fault = {{"request", PatternText(a_Fault.m_Request)},
-                    {"first", a_Fault.m_First},
-                    {"count", a_Fault.m_Count},
-                    {"do", l_Kind.m_Name}};
-    if (l_Kind.m_MaxArgument) l_Fault["argument"] = a_Fault.m_Argument;
-    if (a_Fault.m_Kind == FAULT_KIND::REPLY) l_Fault["reply"] = HexText(a_Fault.m_Reply);
-    return l_Fault;
+json FaultToJson(const Fault& fault) {
+    const FaultKindText& kind = TextOf(fault.m_kind);
+    json result = {{"request", PatternText(fault.m_request)},
+                   {"first", fault.m_first},
+                   {"count", fault.m_count},
+                   {"do", kind.m_name}};
+    if (kind.m_maxArgument) result["argument"] = fault.m_argument;
+    if (fault.m_kind == FaultKind::Reply) result["reply"] = HexText(fault.m_reply);
+    return result;
 }
 
-json FaultToJson(const ORDERED_FAULT& a_Fault) {
-    json l_Fault = FaultToJson(a_Fault.m_Fault);
-    l_Fault["number"] = a_Fault.m_Number;
-    l_Fault["seen"] = a_Fault.m_Seen;
-    l_Fault["hits"] = a_Fault.m_Hits;
-    return l_Fault;
+json FaultToJson(const OrderedFault& fault) {
+    json result = FaultToJson(fault.m_fault);
+    result["number"] = fault.m_number;
+    result["seen"] = fault.m_seen;
+    result["hits"] = fault.m_hits;
+    return result;
 }
 
-void AddFaultWords(json& a_Fault, const std::vector<std::string>& a_Words) {
-    a_Fault["do"] = a_Words.at(0);
-    std::string l_Rest;
-    for (size_t l_Index = 1; l_Index < a_Words.size(); ++l_Index)
-        l_Rest += (l_Rest.empty() ? "" : " ") + a_Words[l_Index];
-    if (!l_Rest.empty()) a_Fault[a_Words[0] == TextOf(FAULT_KIND::REPLY).m_Name ? "reply" : "argument"] = l_Rest;
+void AddFaultWords(json& fault, const std::vector<std::string>& words) {
+    fault["do"] = words.at(0);
+    std::string rest;
+    for (size_t index = 1; index < words.size(); ++index)
+        rest += (rest.empty() ? "" : " ") + words[index];
+    if (!rest.empty()) fault[words[0] == TextOf(FaultKind::Reply).m_name ? "reply" : "argument"] = rest;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

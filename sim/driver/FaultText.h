@@ -9,22 +9,22 @@
 #include <string>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// "2c 02 00 ff".
-std::string HexText(const std::vector<uint8_t>& a_Bytes);
+std::string HexText(const std::vector<uint8_t>& bytes);
 
-const char* FaultKindName(FAULT_KIND a_Kind);
+const char* FaultKindName(FaultKind kind);
 
-/// An object of "faults" in a blade file. Throws a BLADE_ERROR that says which key is wrong.
-FAULT FaultFromJson(const nlohmann::json& a_Fault);
+/// An object of "faults" in a blade file. Throws a BladeError that says which key is wrong.
+Fault FaultFromJson(const nlohmann::json& fault);
 /// The other way round: FaultFromJson makes the same fault of it.
-nlohmann::json FaultToJson(const FAULT& a_Fault);
+nlohmann::json FaultToJson(const Fault& fault);
 /// The same with its number and what it has hit.
-nlohmann::json FaultToJson(const ORDERED_FAULT& a_Fault);
+nlohmann::json FaultToJson(const OrderedFault& fault);
 
 /// What a fault does, as words: the kind, then its argument or the bytes of its reply, in one word or several
 /// ("reply", "00", "00 01").
-void AddFaultWords(nlohmann::json& a_Fault, const std::vector<std::string>& a_Words);
+void AddFaultWords(nlohmann::json& fault, const std::vector<std::string>& words);
 
-} // namespace BLADESIM
+} // namespace bladesim

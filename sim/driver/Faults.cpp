@@ -3,47 +3,46 @@
 
 #include <algorithm>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-bool LooksLike(const std::vector<std::optional<uint8_t>>& a_Pattern, const std::vector<uint8_t>& a_Request) {
-    return a_Pattern.size() <= a_Request.size() &&
-           std::equal(a_Pattern.begin(), a_Pattern.end(), a_Request.begin(),
-                      [](const std::optional<uint8_t>& a_Expected, uint8_t a_Byte) {
-                          return !a_Expected || *a_Expected == a_Byte;
-                      });
+bool LooksLike(const std::vector<std::optional<uint8_t>>& pattern, const std::vector<uint8_t>& request) {
+    return pattern.size() <= request.size() && std::equal(pattern.begin(), pattern.end(), request.begin(),
+                                                          [](const std::optional<uint8_t>& expected, uint8_t byte) {
+                                                              return !expected || *expected == byte;
+                                                          });
 }
 
-bool IsDue(const ORDERED_FAULT& a_Fault) {
-    const FAULT& l_Fault = a_Fault.m_Fault;
-    return a_Fault.m_Seen >= l_Fault.m_First && (l_Fault.m_Count == 0 || a_Fault.m_Hits < l_Fault.m_Count);
+bool IsDue(const OrderedFault& fault) {
+    const Fault& wanted = fault.m_fault;
+    return fault.m_seen >= wanted.m_first && (wanted.m_count == 0 || fault.m_hits < wanted.m_count);
 }
 
 } // namespace
 
-unsigned FAULT_TABLE::Add(const FAULT& a_Fault) {
-    m_Faults.push_back({++m_LastNumber, a_Fault});
-    return m_LastNumber;
+unsigned FaultTable::Add(const Fault& fault) {
+    m_faults.push_back({++m_lastNumber, fault});
+    return m_lastNumber;
 }
 
-bool FAULT_TABLE::Remove(unsigned a_Number) {
-    return std::erase_if(m_Faults, [=](const ORDERED_FAULT& a_Fault) { return a_Fault.m_Number == a_Number; }) != 0;
+bool FaultTable::Remove(unsigned number) {
+    return std::erase_if(m_faults, [=](const OrderedFault& fault) { return fault.m_number == number; }) != 0;
 }
 
-void FAULT_TABLE::Clear() {
-    m_Faults.clear();
+void FaultTable::Clear() {
+    m_faults.clear();
 }
 
-const FAULT* FAULT_TABLE::Hit(const std::vector<uint8_t>& a_Request) {
-    const FAULT* l_Hit = nullptr;
-    for (ORDERED_FAULT& l_Fault : m_Faults) {
-        if (!LooksLike(l_Fault.m_Fault.m_Request, a_Request)) continue;
-        ++l_Fault.m_Seen;
-        if (l_Hit != nullptr || !IsDue(l_Fault)) continue;
-        ++l_Fault.m_Hits;
-        l_Hit = &l_Fault.m_Fault;
+const Fault* FaultTable::Hit(const std::vector<uint8_t>& request) {
+    const Fault* hit = nullptr;
+    for (OrderedFault& wanted : m_faults) {
+        if (!LooksLike(wanted.m_fault.m_request, request)) continue;
+        ++wanted.m_seen;
+        if (hit != nullptr || !IsDue(wanted)) continue;
+        ++wanted.m_hits;
+        hit = &wanted.m_fault;
     }
-    return l_Hit;
+    return hit;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -6,32 +6,32 @@
 #include <cstdint>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// A fault that was ordered, and what has become of it.
-struct ORDERED_FAULT {
-    unsigned m_Number = 0; ///< counted from 1 in the order of Add; never given again
-    FAULT m_Fault;
-    unsigned m_Seen = 0; ///< requests that looked like its own
-    unsigned m_Hits = 0; ///< those of them that it hit
+struct OrderedFault {
+    unsigned m_number = 0; ///< counted from 1 in the order of Add; never given again
+    Fault m_fault;
+    unsigned m_seen = 0; ///< requests that looked like its own
+    unsigned m_hits = 0; ///< those of them that it hit
 };
 
-class FAULT_TABLE {
+class FaultTable {
 public:
     /// Returns the fault's number. It counts requests from now on.
-    unsigned Add(const FAULT& a_Fault);
+    unsigned Add(const Fault& fault);
     /// False when there is no such fault.
-    bool Remove(unsigned a_Number);
+    bool Remove(unsigned number);
     void Clear();
-    const std::vector<ORDERED_FAULT>& List() const { return m_Faults; }
+    const std::vector<OrderedFault>& List() const { return m_faults; }
 
     /// To be called once with each request: network function, command, data. All faults count it; of those that would
     /// hit it the one ordered first does. Null when none does; otherwise valid until the table is changed.
-    const FAULT* Hit(const std::vector<uint8_t>& a_Request);
+    const Fault* Hit(const std::vector<uint8_t>& request);
 
 private:
-    std::vector<ORDERED_FAULT> m_Faults;
-    unsigned m_LastNumber = 0;
+    std::vector<OrderedFault> m_faults;
+    unsigned m_lastNumber = 0;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

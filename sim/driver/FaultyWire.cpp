@@ -4,113 +4,112 @@
 
 #include <algorithm>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-constexpr uint8_t g_Storage = 0x0A;
-constexpr uint8_t g_GroupExtension = 0x2C;
+constexpr uint8_t Storage = 0x0A;
+constexpr uint8_t GroupExtension = 0x2C;
 
-std::vector<uint8_t> BytesOf(const VM_MESSAGE& a_Request) {
-    std::vector<uint8_t> l_Bytes(2 + a_Request.m_Data.size());
-    l_Bytes[0] = a_Request.m_NetFn;
-    l_Bytes[1] = a_Request.m_Command;
-    std::copy(a_Request.m_Data.begin(), a_Request.m_Data.end(), l_Bytes.begin() + 2);
-    return l_Bytes;
+std::vector<uint8_t> BytesOf(const VmMessage& request) {
+    std::vector<uint8_t> bytes(2 + request.m_data.size());
+    bytes[0] = request.m_netFn;
+    bytes[1] = request.m_command;
+    std::copy(request.m_data.begin(), request.m_data.end(), bytes.begin() + 2);
+    return bytes;
 }
 
-VM_MESSAGE ReplyTo(const VM_MESSAGE& a_Request, const std::vector<uint8_t>& a_Data) {
-    return {a_Request.m_Sequence, static_cast<uint8_t>(a_Request.m_NetFn | 1), a_Request.m_Lun, a_Request.m_Command,
-            a_Data};
+VmMessage ReplyTo(const VmMessage& request, const std::vector<uint8_t>& data) {
+    return {request.m_sequence, static_cast<uint8_t>(request.m_netFn | 1), request.m_lun, request.m_command, data};
 }
 
 /// FRU inventory commands name the FRU first, those of PICMG behind the group's id. A request without one stays as it
 /// is.
-VM_MESSAGE ForOtherFru(VM_MESSAGE a_Request, unsigned a_Fru) {
-    const bool l_Named = a_Request.m_NetFn == g_Storage || a_Request.m_NetFn == g_GroupExtension;
-    const size_t l_Place = a_Request.m_NetFn == g_Storage ? 0 : 1;
-    if (l_Named && l_Place < a_Request.m_Data.size()) a_Request.m_Data[l_Place] = static_cast<uint8_t>(a_Fru);
-    return a_Request;
+VmMessage ForOtherFru(VmMessage request, unsigned fru) {
+    const bool named = request.m_netFn == Storage || request.m_netFn == GroupExtension;
+    const size_t place = request.m_netFn == Storage ? 0 : 1;
+    if (named && place < request.m_data.size()) request.m_data[place] = static_cast<uint8_t>(fru);
+    return request;
 }
 
 } // namespace
 
-WIRE_REQUEST FAULTY_WIRE::Send(const VM_MESSAGE& a_Request) {
+WireRequest FaultyWire::Send(const VmMessage& request) {
     // Sequence numbers come round: what an older request of this number left must not pass for the new one's.
-    m_Owed.erase(a_Request.m_Sequence);
-    std::erase_if(m_Held, [&](const HELD& a_Held) { return a_Held.m_Reply.m_Sequence == a_Request.m_Sequence; });
+    m_owed.erase(request.m_sequence);
+    std::erase_if(m_held, [&](const Held& held) { return held.m_reply.m_sequence == request.m_sequence; });
 
-    const FAULT* const l_Fault = m_Faults.Hit(BytesOf(a_Request));
-    if (l_Fault == nullptr) return {a_Request, {}, {}, {}};
-    switch (l_Fault->m_Kind) {
-    case FAULT_KIND::COMPLETION_CODE:
-        return {{}, ReplyTo(a_Request, {static_cast<uint8_t>(l_Fault->m_Argument)}), {}, l_Fault->m_Kind};
-    case FAULT_KIND::REPLY:
-        return {{}, ReplyTo(a_Request, l_Fault->m_Reply), {}, l_Fault->m_Kind};
-    case FAULT_KIND::GONE:
-        return {{}, {}, std::chrono::milliseconds(l_Fault->m_Argument), l_Fault->m_Kind};
-    case FAULT_KIND::OTHER_FRU:
-        return {ForOtherFru(a_Request, l_Fault->m_Argument), {}, {}, l_Fault->m_Kind};
+    const Fault* const fault = m_faults.Hit(BytesOf(request));
+    if (fault == nullptr) return {request, {}, {}, {}};
+    switch (fault->m_kind) {
+    case FaultKind::CompletionCode:
+        return {{}, ReplyTo(request, {static_cast<uint8_t>(fault->m_argument)}), {}, fault->m_kind};
+    case FaultKind::Reply:
+        return {{}, ReplyTo(request, fault->m_reply), {}, fault->m_kind};
+    case FaultKind::Gone:
+        return {{}, {}, std::chrono::milliseconds(fault->m_argument), fault->m_kind};
+    case FaultKind::OtherFru:
+        return {ForOtherFru(request, fault->m_argument), {}, {}, fault->m_kind};
     default:
-        m_Owed.emplace(a_Request.m_Sequence, *l_Fault);
-        return {a_Request, {}, {}, l_Fault->m_Kind};
+        m_owed.emplace(request.m_sequence, *fault);
+        return {request, {}, {}, fault->m_kind};
     }
 }
 
-std::vector<WIRE_REPLY> FAULTY_WIRE::Receive(const VM_MESSAGE& a_Reply, CLOCK::time_point a_Now) {
-    const auto l_Found = m_Owed.find(a_Reply.m_Sequence);
-    if (l_Found == m_Owed.end()) return {{a_Reply}};
-    const FAULT l_Fault = l_Found->second;
-    m_Owed.erase(l_Found);
-    VM_MESSAGE l_Reply = a_Reply;
-    switch (l_Fault.m_Kind) {
-    case FAULT_KIND::LOST:
-        m_Held.push_back({a_Reply, {}});
+std::vector<WireReply> FaultyWire::Receive(const VmMessage& reply, Clock::time_point now) {
+    const auto found = m_owed.find(reply.m_sequence);
+    if (found == m_owed.end()) return {{reply}};
+    const Fault fault = found->second;
+    m_owed.erase(found);
+    VmMessage changed = reply;
+    switch (fault.m_kind) {
+    case FaultKind::Lost:
+        m_held.push_back({reply, {}});
         return {};
-    case FAULT_KIND::LATE:
-        m_Held.push_back({a_Reply, a_Now + std::chrono::milliseconds(l_Fault.m_Argument)});
+    case FaultKind::Late:
+        m_held.push_back({reply, now + std::chrono::milliseconds(fault.m_argument)});
         return {};
-    case FAULT_KIND::SHORT:
-        l_Reply.m_Data.resize(std::min<size_t>(l_Reply.m_Data.size(), l_Fault.m_Argument));
-        return {{l_Reply}};
-    case FAULT_KIND::DOUBLED:
-        return {{a_Reply}, {a_Reply}};
-    case FAULT_KIND::ANSWERED_TWICE:
-        return {{a_Reply, true}};
+    case FaultKind::Short:
+        changed.m_data.resize(std::min<size_t>(changed.m_data.size(), fault.m_argument));
+        return {{changed}};
+    case FaultKind::Doubled:
+        return {{reply}, {reply}};
+    case FaultKind::AnsweredTwice:
+        return {{reply, true}};
     default:
-        return {{a_Reply}};
+        return {{reply}};
     }
 }
 
-std::vector<WIRE_REPLY> FAULTY_WIRE::Due(CLOCK::time_point a_Now) {
-    std::vector<WIRE_REPLY> l_Replies;
-    std::erase_if(m_Held, [&](const HELD& a_Held) {
-        const bool l_Due = a_Held.m_Due && *a_Held.m_Due <= a_Now;
-        if (l_Due) l_Replies.push_back({a_Held.m_Reply});
-        return l_Due;
+std::vector<WireReply> FaultyWire::Due(Clock::time_point now) {
+    std::vector<WireReply> replies;
+    std::erase_if(m_held, [&](const Held& held) {
+        const bool due = held.m_due && *held.m_due <= now;
+        if (due) replies.push_back({held.m_reply});
+        return due;
     });
-    return l_Replies;
+    return replies;
 }
 
-std::optional<FAULTY_WIRE::CLOCK::time_point> FAULTY_WIRE::Deadline() const {
-    std::optional<CLOCK::time_point> l_First;
-    for (const HELD& l_Held : m_Held) {
-        if (l_Held.m_Due && (!l_First || *l_Held.m_Due < *l_First)) l_First = l_Held.m_Due;
+std::optional<FaultyWire::Clock::time_point> FaultyWire::Deadline() const {
+    std::optional<Clock::time_point> first;
+    for (const Held& held : m_held) {
+        if (held.m_due && (!first || *held.m_due < *first)) first = held.m_due;
     }
-    return l_First;
+    return first;
 }
 
-std::vector<WIRE_REPLY> FAULTY_WIRE::Release() {
-    std::erase_if(m_Owed, [](const auto& a_Owed) { return a_Owed.second.m_Kind == FAULT_KIND::LOST; });
-    std::vector<WIRE_REPLY> l_Replies;
-    std::erase_if(m_Held, [&](const HELD& a_Held) {
-        if (!a_Held.m_Due) l_Replies.push_back({a_Held.m_Reply});
-        return !a_Held.m_Due;
+std::vector<WireReply> FaultyWire::Release() {
+    std::erase_if(m_owed, [](const auto& owed) { return owed.second.m_kind == FaultKind::Lost; });
+    std::vector<WireReply> replies;
+    std::erase_if(m_held, [&](const Held& held) {
+        if (!held.m_due) replies.push_back({held.m_reply});
+        return !held.m_due;
     });
-    return l_Replies;
+    return replies;
 }
 
-void FAULTY_WIRE::ForgetController() {
-    m_Owed.clear();
+void FaultyWire::ForgetController() {
+    m_owed.clear();
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

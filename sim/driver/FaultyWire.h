@@ -11,50 +11,50 @@
 #include <optional>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// What becomes of a request.
-struct WIRE_REQUEST {
-    std::optional<VM_MESSAGE> m_ForController;
-    std::optional<VM_MESSAGE> m_Reply;               ///< comes instead of the controller's
-    std::optional<std::chrono::milliseconds> m_Gone; ///< the controller goes away for so long; 0: for good
-    std::optional<FAULT_KIND> m_Fault;               ///< what hit it
+struct WireRequest {
+    std::optional<VmMessage> m_forController;
+    std::optional<VmMessage> m_reply;                ///< comes instead of the controller's
+    std::optional<std::chrono::milliseconds> m_gone; ///< the controller goes away for so long; 0: for good
+    std::optional<FaultKind> m_fault;                ///< what hit it
 };
 
 /// A reply that reaches the driver.
-struct WIRE_REPLY {
-    VM_MESSAGE m_Message;
-    bool m_Twice = false; ///< the driver is to hand its answer out twice, which a sound driver never does
+struct WireReply {
+    VmMessage m_message;
+    bool m_twice = false; ///< the driver is to hand its answer out twice, which a sound driver never does
 };
 
-class FAULTY_WIRE {
+class FaultyWire {
 public:
-    using CLOCK = std::chrono::steady_clock;
+    using Clock = std::chrono::steady_clock;
 
     /// The table must outlive the wire.
-    explicit FAULTY_WIRE(FAULT_TABLE& a_Faults) : m_Faults(a_Faults) {}
+    explicit FaultyWire(FaultTable& faults) : m_faults(faults) {}
 
-    WIRE_REQUEST Send(const VM_MESSAGE& a_Request);
+    WireRequest Send(const VmMessage& request);
     /// A reply of the controller: what of it arrives at once.
-    std::vector<WIRE_REPLY> Receive(const VM_MESSAGE& a_Reply, CLOCK::time_point a_Now);
+    std::vector<WireReply> Receive(const VmMessage& reply, Clock::time_point now);
     /// Late replies whose time has come.
-    std::vector<WIRE_REPLY> Due(CLOCK::time_point a_Now);
+    std::vector<WireReply> Due(Clock::time_point now);
     /// When the next of them comes; nothing when none is on its way.
-    std::optional<CLOCK::time_point> Deadline() const;
+    std::optional<Clock::time_point> Deadline() const;
     /// Lets go of what was kept as lost: replies that are here arrive, one that the controller still owes will.
-    std::vector<WIRE_REPLY> Release();
+    std::vector<WireReply> Release();
     /// The controller has gone: it owes no reply any more.
     void ForgetController();
 
 private:
-    struct HELD {
-        VM_MESSAGE m_Reply;
-        std::optional<CLOCK::time_point> m_Due; ///< nothing: kept until Release
+    struct Held {
+        VmMessage m_reply;
+        std::optional<Clock::time_point> m_due; ///< nothing: kept until Release
     };
 
-    FAULT_TABLE& m_Faults;
-    std::map<uint8_t, FAULT> m_Owed; ///< by sequence number: what is to happen to a reply when it comes
-    std::vector<HELD> m_Held;
+    FaultTable& m_faults;
+    std::map<uint8_t, Fault> m_owed; ///< by sequence number: what is to happen to a reply when it comes
+    std::vector<Held> m_held;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -6,77 +6,77 @@
 #include <cstring>
 #include <sys/ioctl.h>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 // "Whatever the interface's own default is", for an opener that has set nothing.
-constexpr ipmi_timing_parms g_DefaultTiming = {-1, 0};
+constexpr ipmi_timing_parms DefaultTiming = {-1, 0};
 
-constexpr auto g_AllChannels = static_cast<unsigned>(IPMI_CHAN_ALL);
+constexpr auto AllChannels = static_cast<unsigned>(IPMI_CHAN_ALL);
 
 /// The argument's size was compared with that of the request.
-template <typename VALUE>
-VALUE Read(const std::vector<uint8_t>& a_Argument) {
-    VALUE l_Value;
-    std::memcpy(&l_Value, a_Argument.data(), sizeof(l_Value));
-    return l_Value;
+template <typename Value>
+Value Read(const std::vector<uint8_t>& argument) {
+    Value value;
+    std::memcpy(&value, argument.data(), sizeof(value));
+    return value;
 }
 
-template <typename VALUE>
-CALL_RESULT Tell(const VALUE& a_Value) {
-    CALL_RESULT l_Result;
-    l_Result.m_Data.resize(sizeof(a_Value));
-    std::memcpy(l_Result.m_Data.data(), &a_Value, sizeof(a_Value));
-    return l_Result;
+template <typename Value>
+CallResult Tell(const Value& value) {
+    CallResult result;
+    result.m_data.resize(sizeof(value));
+    std::memcpy(result.m_data.data(), &value, sizeof(value));
+    return result;
 }
 
-constexpr CALL_RESULT Fail(int a_Error) {
-    return {a_Error, {}};
+constexpr CallResult Fail(int error) {
+    return {error, {}};
 }
 
 } // namespace
 
-INTERFACE_CALLS::INTERFACE_CALLS() : m_Channels{} {}
+InterfaceCalls::InterfaceCalls() : m_channels{} {}
 
-CALL_RESULT INTERFACE_CALLS::Do(int a_Opener, uint32_t a_Request, const std::vector<uint8_t>& a_Argument) {
-    if (_IOC_SIZE(a_Request) != a_Argument.size()) return Fail(EINVAL);
-    switch (a_Request) {
+CallResult InterfaceCalls::Do(int opener, uint32_t request, const std::vector<uint8_t>& argument) {
+    if (_IOC_SIZE(request) != argument.size()) return Fail(EINVAL);
+    switch (request) {
     case IPMICTL_SET_MY_CHANNEL_ADDRESS_CMD:
     case IPMICTL_GET_MY_CHANNEL_ADDRESS_CMD:
     case IPMICTL_SET_MY_CHANNEL_LUN_CMD:
     case IPMICTL_GET_MY_CHANNEL_LUN_CMD:
-        return Channel(a_Request, Read<ipmi_channel_lun_address_set>(a_Argument));
+        return Channel(request, Read<ipmi_channel_lun_address_set>(argument));
     case IPMICTL_SET_MY_ADDRESS_CMD:
-        return ChannelZero(IPMICTL_SET_MY_CHANNEL_ADDRESS_CMD, Read<unsigned>(a_Argument));
+        return ChannelZero(IPMICTL_SET_MY_CHANNEL_ADDRESS_CMD, Read<unsigned>(argument));
     case IPMICTL_GET_MY_ADDRESS_CMD:
         return ChannelZero(IPMICTL_GET_MY_CHANNEL_ADDRESS_CMD, 0);
     case IPMICTL_SET_MY_LUN_CMD:
-        return ChannelZero(IPMICTL_SET_MY_CHANNEL_LUN_CMD, Read<unsigned>(a_Argument));
+        return ChannelZero(IPMICTL_SET_MY_CHANNEL_LUN_CMD, Read<unsigned>(argument));
     case IPMICTL_GET_MY_LUN_CMD:
         return ChannelZero(IPMICTL_GET_MY_CHANNEL_LUN_CMD, 0);
 
     case IPMICTL_SET_TIMING_PARMS_CMD:
-        m_Timing[a_Opener] = Read<ipmi_timing_parms>(a_Argument);
+        m_timing[opener] = Read<ipmi_timing_parms>(argument);
         return {};
     case IPMICTL_GET_TIMING_PARMS_CMD:
-        return Tell(m_Timing.contains(a_Opener) ? m_Timing[a_Opener] : g_DefaultTiming);
+        return Tell(m_timing.contains(opener) ? m_timing[opener] : DefaultTiming);
     case IPMICTL_GET_MAINTENANCE_MODE_CMD:
-        return Tell(m_MaintenanceMode);
+        return Tell(m_maintenanceMode);
     case IPMICTL_SET_MAINTENANCE_MODE_CMD:
-        return MaintenanceMode(Read<int>(a_Argument));
+        return MaintenanceMode(Read<int>(argument));
 
     case IPMICTL_REGISTER_FOR_CMD:
     case IPMICTL_UNREGISTER_FOR_CMD: {
-        const auto l_Command = Read<ipmi_cmdspec>(a_Argument);
-        const REGISTRATION l_Registration{a_Opener, l_Command.netfn, l_Command.cmd, g_AllChannels};
-        return a_Request == IPMICTL_REGISTER_FOR_CMD ? Register(l_Registration) : Unregister(l_Registration);
+        const auto command = Read<ipmi_cmdspec>(argument);
+        const Registration registration{opener, command.netfn, command.cmd, AllChannels};
+        return request == IPMICTL_REGISTER_FOR_CMD ? Register(registration) : Unregister(registration);
     }
     case IPMICTL_REGISTER_FOR_CMD_CHANS:
     case IPMICTL_UNREGISTER_FOR_CMD_CHANS: {
-        const auto l_Command = Read<ipmi_cmdspec_chans>(a_Argument);
-        const REGISTRATION l_Registration{a_Opener, static_cast<uint8_t>(l_Command.netfn),
-                                          static_cast<uint8_t>(l_Command.cmd), l_Command.chans};
-        return a_Request == IPMICTL_REGISTER_FOR_CMD_CHANS ? Register(l_Registration) : Unregister(l_Registration);
+        const auto command = Read<ipmi_cmdspec_chans>(argument);
+        const Registration registration{opener, static_cast<uint8_t>(command.netfn), static_cast<uint8_t>(command.cmd),
+                                        command.chans};
+        return request == IPMICTL_REGISTER_FOR_CMD_CHANS ? Register(registration) : Unregister(registration);
     }
     // No event ever comes from this controller: whoever asks for them waits as on a quiet one.
     case IPMICTL_SET_GETS_EVENTS_CMD:
@@ -86,66 +86,66 @@ CALL_RESULT INTERFACE_CALLS::Do(int a_Opener, uint32_t a_Request, const std::vec
     }
 }
 
-void INTERFACE_CALLS::Forget(int a_Opener) {
-    m_Timing.erase(a_Opener);
-    std::erase_if(m_Registrations, [=](const REGISTRATION& a_Known) { return a_Known.m_Opener == a_Opener; });
+void InterfaceCalls::Forget(int opener) {
+    m_timing.erase(opener);
+    std::erase_if(m_registrations, [=](const Registration& registered) { return registered.m_opener == opener; });
 }
 
-CALL_RESULT INTERFACE_CALLS::Channel(uint32_t a_Request, const ipmi_channel_lun_address_set& a_Value) {
-    if (a_Value.channel >= m_Channels.size()) return Fail(EINVAL);
-    CHANNEL& l_Channel = m_Channels[a_Value.channel];
-    ipmi_channel_lun_address_set l_Told = a_Value;
-    switch (a_Request) {
+CallResult InterfaceCalls::Channel(uint32_t request, const ipmi_channel_lun_address_set& value) {
+    if (value.channel >= m_channels.size()) return Fail(EINVAL);
+    ChannelUse& channel = m_channels[value.channel];
+    ipmi_channel_lun_address_set told = value;
+    switch (request) {
     case IPMICTL_SET_MY_CHANNEL_ADDRESS_CMD:
-        l_Channel.m_Address = a_Value.value;
+        channel.m_address = value.value;
         return {};
     case IPMICTL_SET_MY_CHANNEL_LUN_CMD:
-        l_Channel.m_Lun = a_Value.value & 3;
+        channel.m_lun = value.value & 3;
         return {};
     case IPMICTL_GET_MY_CHANNEL_ADDRESS_CMD:
-        l_Told.value = l_Channel.m_Address;
-        return Tell(l_Told);
+        told.value = channel.m_address;
+        return Tell(told);
     default:
-        l_Told.value = l_Channel.m_Lun;
-        return Tell(l_Told);
+        told.value = channel.m_lun;
+        return Tell(told);
     }
 }
 
 /// The older calls know channel 0 only, and have an unsigned for the value.
-CALL_RESULT INTERFACE_CALLS::ChannelZero(uint32_t a_Request, unsigned a_Value) {
-    CALL_RESULT l_Result = Channel(a_Request, {0, static_cast<uint8_t>(a_Value)});
-    if (l_Result.m_Data.empty()) return l_Result;
-    return Tell(unsigned{Read<ipmi_channel_lun_address_set>(l_Result.m_Data).value});
+CallResult InterfaceCalls::ChannelZero(uint32_t request, unsigned value) {
+    CallResult result = Channel(request, {0, static_cast<uint8_t>(value)});
+    if (result.m_data.empty()) return result;
+    return Tell(unsigned{Read<ipmi_channel_lun_address_set>(result.m_data).value});
 }
 
-CALL_RESULT INTERFACE_CALLS::MaintenanceMode(int a_Mode) {
-    if (a_Mode < IPMI_MAINTENANCE_MODE_AUTO || a_Mode > IPMI_MAINTENANCE_MODE_ON) return Fail(EINVAL);
-    m_MaintenanceMode = a_Mode;
+CallResult InterfaceCalls::MaintenanceMode(int mode) {
+    if (mode < IPMI_MAINTENANCE_MODE_AUTO || mode > IPMI_MAINTENANCE_MODE_ON) return Fail(EINVAL);
+    m_maintenanceMode = mode;
     return {};
 }
 
 /// A command goes to one opener only.
-CALL_RESULT INTERFACE_CALLS::Register(const REGISTRATION& a_New) {
-    const bool l_Taken = std::any_of(m_Registrations.begin(), m_Registrations.end(), [&](const REGISTRATION& a_Known) {
-        return a_Known.m_NetFn == a_New.m_NetFn && a_Known.m_Command == a_New.m_Command &&
-               (a_Known.m_Channels & a_New.m_Channels) != 0;
+CallResult InterfaceCalls::Register(const Registration& added) {
+    const bool taken = std::any_of(m_registrations.begin(), m_registrations.end(), [&](const Registration& registered) {
+        return registered.m_netFn == added.m_netFn && registered.m_command == added.m_command &&
+               (registered.m_channels & added.m_channels) != 0;
     });
-    if (l_Taken) return Fail(EBUSY);
-    m_Registrations.push_back(a_New);
+    if (taken) return Fail(EBUSY);
+    m_registrations.push_back(added);
     return {};
 }
 
-CALL_RESULT INTERFACE_CALLS::Unregister(const REGISTRATION& a_Old) {
-    bool l_Found = false;
-    for (REGISTRATION& l_Known : m_Registrations) {
-        const bool l_Meant = l_Known.m_Opener == a_Old.m_Opener && l_Known.m_NetFn == a_Old.m_NetFn &&
-                             l_Known.m_Command == a_Old.m_Command && (l_Known.m_Channels & a_Old.m_Channels) != 0;
-        if (!l_Meant) continue;
-        l_Found = true;
-        l_Known.m_Channels &= ~a_Old.m_Channels;
+CallResult InterfaceCalls::Unregister(const Registration& old) {
+    bool found = false;
+    for (Registration& known : m_registrations) {
+        const bool meant = known.m_opener == old.m_opener && known.m_netFn == old.m_netFn &&
+                           known.m_command == old.m_command && (known.m_channels & old.m_channels) != 0;
+        if (!meant) continue;
+        found = true;
+        known.m_channels &= ~old.m_channels;
     }
-    std::erase_if(m_Registrations, [](const REGISTRATION& a_Known) { return a_Known.m_Channels == 0; });
-    return l_Found ? CALL_RESULT{} : Fail(ENOENT);
+    std::erase_if(m_registrations, [](const Registration& registered) { return registered.m_channels == 0; });
+    return found ? CallResult{} : Fail(ENOENT);
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

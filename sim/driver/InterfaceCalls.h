@@ -8,47 +8,47 @@
 #include <map>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct CALL_RESULT {
-    int m_Error = 0;             ///< the error number of the ioctl
-    std::vector<uint8_t> m_Data; ///< what it writes back, if anything
+struct CallResult {
+    int m_error = 0;             ///< the error number of the ioctl
+    std::vector<uint8_t> m_data; ///< what it writes back, if anything
 };
 
 /// The settings and registrations of one interface.
-class INTERFACE_CALLS {
+class InterfaceCalls {
 public:
-    INTERFACE_CALLS();
+    InterfaceCalls();
 
-    /// `a_Request` is the ioctl's number, `a_Argument` what its argument points to.
-    CALL_RESULT Do(int a_Opener, uint32_t a_Request, const std::vector<uint8_t>& a_Argument);
+    /// `request` is the ioctl's number, `argument` what its argument points to.
+    CallResult Do(int opener, uint32_t request, const std::vector<uint8_t>& argument);
     /// An opener has closed: what it registered for and set for itself goes with it.
-    void Forget(int a_Opener);
+    void Forget(int opener);
 
 private:
-    struct CHANNEL {
-        uint8_t m_Address = 0x20;
+    struct ChannelUse {
+        uint8_t m_address = 0x20;
         // The kernel starts with this one, too: the SMS LUN.
-        uint8_t m_Lun = 2;
+        uint8_t m_lun = 2;
     };
 
-    struct REGISTRATION {
-        int m_Opener;
-        uint8_t m_NetFn;
-        uint8_t m_Command;
-        unsigned m_Channels; ///< one bit each
+    struct Registration {
+        int m_opener;
+        uint8_t m_netFn;
+        uint8_t m_command;
+        unsigned m_channels; ///< one bit each
     };
 
-    CALL_RESULT Channel(uint32_t a_Request, const ipmi_channel_lun_address_set& a_Value);
-    CALL_RESULT ChannelZero(uint32_t a_Request, unsigned a_Value);
-    CALL_RESULT MaintenanceMode(int a_Mode);
-    CALL_RESULT Register(const REGISTRATION& a_New);
-    CALL_RESULT Unregister(const REGISTRATION& a_Old);
+    CallResult Channel(uint32_t request, const ipmi_channel_lun_address_set& value);
+    CallResult ChannelZero(uint32_t request, unsigned value);
+    CallResult MaintenanceMode(int mode);
+    CallResult Register(const Registration& added);
+    CallResult Unregister(const Registration& old);
 
-    std::array<CHANNEL, IPMI_NUM_CHANNELS> m_Channels;
-    int m_MaintenanceMode = IPMI_MAINTENANCE_MODE_AUTO;
-    std::map<int, ipmi_timing_parms> m_Timing; ///< by opener
-    std::vector<REGISTRATION> m_Registrations;
+    std::array<ChannelUse, IPMI_NUM_CHANNELS> m_channels;
+    int m_maintenanceMode = IPMI_MAINTENANCE_MODE_AUTO;
+    std::map<int, ipmi_timing_parms> m_timing; ///< by opener
+    std::vector<Registration> m_registrations;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -7,51 +7,51 @@
 #include <cerrno>
 #include <cstring>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-constexpr unsigned char g_AppNetFn = 0x06;
+constexpr unsigned char AppNetFn = 0x06;
 // These are the driver's own business: it manages the sequence numbers of bridged messages.
-constexpr unsigned char g_GetMessage = 0x33;
-constexpr unsigned char g_SendMessage = 0x34;
-constexpr unsigned char g_ReadEventMessageBuffer = 0x35;
+constexpr unsigned char GetMessage = 0x33;
+constexpr unsigned char SendMessage = 0x34;
+constexpr unsigned char ReadEventMessageBuffer = 0x35;
 
-constexpr unsigned char g_MaxLun = 3;
+constexpr unsigned char MaxLun = 3;
 // Bytes around the data of a request: netfn and command; the header of a bridged message.
-constexpr size_t g_SystemInterfaceOverhead = 2;
-constexpr size_t g_IPMBOverhead = 9;
+constexpr size_t SystemInterfaceOverhead = 2;
+constexpr size_t IPMBOverhead = 9;
 
-template <typename ADDRESS>
-ADDRESS ReadAddress(const ipmi_req& a_Request) {
-    ADDRESS l_Address;
-    std::memcpy(&l_Address, a_Request.addr, sizeof(l_Address));
-    return l_Address;
+template <typename Address>
+Address ReadAddress(const ipmi_req& request) {
+    Address address;
+    std::memcpy(&address, request.addr, sizeof(address));
+    return address;
 }
 
-bool IsForDriverOnly(const ipmi_msg& a_Message) {
-    return a_Message.netfn == g_AppNetFn && (a_Message.cmd == g_GetMessage || a_Message.cmd == g_SendMessage ||
-                                             a_Message.cmd == g_ReadEventMessageBuffer);
+bool IsForDriverOnly(const ipmi_msg& message) {
+    return message.netfn == AppNetFn &&
+           (message.cmd == GetMessage || message.cmd == SendMessage || message.cmd == ReadEventMessageBuffer);
 }
 
-int CheckSystemInterface(const ipmi_req& a_Request) {
-    const auto l_Address = ReadAddress<ipmi_system_interface_addr>(a_Request);
-    const bool l_Response = (a_Request.msg.netfn & 1) != 0;
-    if (l_Address.channel != IPMI_BMC_CHANNEL || l_Address.lun > g_MaxLun) return EINVAL;
-    if (l_Response || IsForDriverOnly(a_Request.msg)) return EINVAL;
-    return a_Request.msg.data_len + g_SystemInterfaceOverhead > g_MaxMessage ? EMSGSIZE : 0;
+int CheckSystemInterface(const ipmi_req& request) {
+    const auto address = ReadAddress<ipmi_system_interface_addr>(request);
+    const bool response = (request.msg.netfn & 1) != 0;
+    if (address.channel != IPMI_BMC_CHANNEL || address.lun > MaxLun) return EINVAL;
+    if (response || IsForDriverOnly(request.msg)) return EINVAL;
+    return request.msg.data_len + SystemInterfaceOverhead > MaxMessage ? EMSGSIZE : 0;
 }
 
-int CheckIPMB(const ipmi_req& a_Request) {
-    const auto l_Address = ReadAddress<ipmi_ipmb_addr>(a_Request);
+int CheckIPMB(const ipmi_req& request) {
+    const auto address = ReadAddress<ipmi_ipmb_addr>(request);
     // The only IPMB of the blade is channel 0.
-    if (l_Address.channel != 0 || l_Address.lun > g_MaxLun) return EINVAL;
-    return a_Request.msg.data_len + g_IPMBOverhead > g_MaxMessage ? EMSGSIZE : 0;
+    if (address.channel != 0 || address.lun > MaxLun) return EINVAL;
+    return request.msg.data_len + IPMBOverhead > MaxMessage ? EMSGSIZE : 0;
 }
 
 } // namespace
 
-size_t AddressLength(int a_AddressType) {
-    switch (a_AddressType) {
+size_t AddressLength(int addressType) {
+    switch (addressType) {
     case IPMI_SYSTEM_INTERFACE_ADDR_TYPE:
         return sizeof(ipmi_system_interface_addr);
     case IPMI_IPMB_ADDR_TYPE:
@@ -62,20 +62,19 @@ size_t AddressLength(int a_AddressType) {
     }
 }
 
-int CheckRequest(const ipmi_req& a_Request) {
-    if (a_Request.addr_len > sizeof(ipmi_addr) || a_Request.addr_len < sizeof(ipmi_system_interface_addr))
-        return EINVAL;
-    if (a_Request.addr == nullptr) return EFAULT;
-    if (a_Request.msg.data != nullptr && a_Request.msg.data_len > g_MaxMessage) return EMSGSIZE;
-    switch (ReadAddress<ipmi_system_interface_addr>(a_Request).addr_type) {
+int CheckRequest(const ipmi_req& request) {
+    if (request.addr_len > sizeof(ipmi_addr) || request.addr_len < sizeof(ipmi_system_interface_addr)) return EINVAL;
+    if (request.addr == nullptr) return EFAULT;
+    if (request.msg.data != nullptr && request.msg.data_len > MaxMessage) return EMSGSIZE;
+    switch (ReadAddress<ipmi_system_interface_addr>(request).addr_type) {
     case IPMI_SYSTEM_INTERFACE_ADDR_TYPE:
-        return CheckSystemInterface(a_Request);
+        return CheckSystemInterface(request);
     case IPMI_IPMB_ADDR_TYPE:
     case IPMI_IPMB_BROADCAST_ADDR_TYPE:
-        return CheckIPMB(a_Request);
+        return CheckIPMB(request);
     default:
         return EINVAL;
     }
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

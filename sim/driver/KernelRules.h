@@ -5,13 +5,13 @@
 
 #include <cstddef>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// 0 when the driver takes the request, or the error number of the ioctl. The address and data pointers must be
 /// readable.
-int CheckRequest(const ipmi_req& a_Request);
+int CheckRequest(const ipmi_req& request);
 
 /// The bytes that an address of this type has; 0 for an unknown type.
-size_t AddressLength(int a_AddressType);
+size_t AddressLength(int addressType);
 
-} // namespace BLADESIM
+} // namespace bladesim

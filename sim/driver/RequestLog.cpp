@@ -4,66 +4,66 @@
 #include "sim/driver/CommandNames.h"
 #include "sim/driver/FaultText.h"
 
-namespace BLADESIM {
+namespace bladesim {
 
 using nlohmann::json;
 
-uint64_t REQUEST_LOG::Add(unsigned a_Opener, const std::vector<uint8_t>& a_Request, std::optional<uint8_t> a_IPMB) {
-    ++m_Counts[{a_Request.at(0), a_Request.at(1)}];
-    m_Entries.push_back({a_Opener, a_Request, a_IPMB});
-    if (m_Entries.size() > m_Bound) {
-        m_Entries.pop_front();
-        ++m_First;
+uint64_t RequestLog::Add(unsigned opener, const std::vector<uint8_t>& request, std::optional<uint8_t> ipmb) {
+    ++m_counts[{request.at(0), request.at(1)}];
+    m_entries.push_back({opener, request, ipmb});
+    if (m_entries.size() > m_bound) {
+        m_entries.pop_front();
+        ++m_first;
     }
-    return m_First + m_Entries.size() - 1;
+    return m_first + m_entries.size() - 1;
 }
 
-void REQUEST_LOG::Hit(uint64_t a_Entry, FAULT_KIND a_Fault) {
-    if (ENTRY* const l_Entry = Find(a_Entry)) l_Entry->m_Fault = a_Fault;
+void RequestLog::Hit(uint64_t number, FaultKind fault) {
+    if (Entry* const entry = Find(number)) entry->m_fault = fault;
 }
 
-void REQUEST_LOG::Answer(uint64_t a_Entry, uint8_t a_CompletionCode) {
-    if (ENTRY* const l_Entry = Find(a_Entry)) l_Entry->m_CompletionCode = a_CompletionCode;
+void RequestLog::Answer(uint64_t number, uint8_t completionCode) {
+    if (Entry* const entry = Find(number)) entry->m_completionCode = completionCode;
 }
 
-void REQUEST_LOG::Drop(uint64_t a_Entry) {
-    if (ENTRY* const l_Entry = Find(a_Entry)) ++l_Entry->m_Dropped;
+void RequestLog::Drop(uint64_t number) {
+    if (Entry* const entry = Find(number)) ++entry->m_dropped;
 }
 
-void REQUEST_LOG::Clear() {
-    m_First += m_Entries.size();
-    m_Entries.clear();
-    m_Counts.clear();
+void RequestLog::Clear() {
+    m_first += m_entries.size();
+    m_entries.clear();
+    m_counts.clear();
 }
 
-REQUEST_LOG::ENTRY* REQUEST_LOG::Find(uint64_t a_Entry) {
-    const bool l_Kept = a_Entry >= m_First && a_Entry - m_First < m_Entries.size();
-    return l_Kept ? &m_Entries[static_cast<size_t>(a_Entry - m_First)] : nullptr;
+RequestLog::Entry* RequestLog::Find(uint64_t number) {
+    const bool kept = number >= m_first && number - m_first < m_entries.size();
+    return kept ? &m_entries[static_cast<size_t>(number - m_first)] : nullptr;
 }
 
-json REQUEST_LOG::Counts() const {
-    json l_Counts = json::array();
-    for (const auto& [l_Command, l_Count] : m_Counts) {
-        l_Counts.push_back({{"netfn", l_Command.first},
-                            {"command", l_Command.second},
-                            {"name", CommandName(l_Command.first, l_Command.second)},
-                            {"count", l_Count}});
+json RequestLog::Counts() const {
+    json counts = json::array();
+    for (const auto& [command, count] : m_counts) {
+        counts.push_back({{"netfn", command.first},
+                          {"command", command.second},
+                          {"name", CommandName(command.first, command.second)},
+                          {"count", count}});
     }
-    return l_Counts;
+    return counts;
 }
 
-json REQUEST_LOG::Entries() const {
-    json l_Entries = json::array();
-    uint64_t l_Number = m_First;
-    for (const ENTRY& l_Entry : m_Entries) {
-        json l_Line = {{"number", l_Number++}, {"opener", l_Entry.m_Opener}, {"request", HexText(l_Entry.m_Request)}};
-        l_Line["code"] = l_Entry.m_CompletionCode ? json(*l_Entry.m_CompletionCode) : json();
-        if (l_Entry.m_IPMB) l_Line["ipmb"] = *l_Entry.m_IPMB;
-        if (l_Entry.m_Fault) l_Line["fault"] = FaultKindName(*l_Entry.m_Fault);
-        if (l_Entry.m_Dropped != 0) l_Line["dropped"] = l_Entry.m_Dropped;
-        l_Entries.push_back(std::move(l_Line));
+json RequestLog::Entries() const {
+    json entries = json::array();
+    uint64_t number = m_first;
+    for (const Entry& entry : m_entries) {
+        json line = {{"number", number++}, {"opener", entry.m_opener}, {"request", HexText(entry.m_request)}};
+        line["code"] = entry.m_completionCode ? json(*entry.m_completionCode) : json();
+        if (entry.m_ipmb) line["ipmb"] = *entry.m_ipmb;
+        if (entry.m_fault) line["fault"] = FaultKindName(*entry.m_fault);
+        if (entry.m_dropped != 0) line["dropped"] = entry.m_dropped;
+        entries.push_back(std::move(line));
     }
-    return l_Entries;
+    return entries;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

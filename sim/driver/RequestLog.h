@@ -13,22 +13,22 @@
 #include <utility>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
-class REQUEST_LOG {
+class RequestLog {
 public:
     /// Remembers the order of so many requests, the last ones; the counts are of all.
-    explicit REQUEST_LOG(size_t a_Bound = 100'000) : m_Bound(a_Bound) {}
+    explicit RequestLog(size_t bound = 100'000) : m_bound(bound) {}
 
-    /// A request came: network function, command, data. The opener is a number of the caller's, `a_IPMB` the address on
+    /// A request came: network function, command, data. The opener is a number of the caller's, `ipmb` the address on
     /// the IPMB that it is for, if it is for none of the controller itself. Returns the entry's number, counted from 1.
-    uint64_t Add(unsigned a_Opener, const std::vector<uint8_t>& a_Request, std::optional<uint8_t> a_IPMB = {});
+    uint64_t Add(unsigned opener, const std::vector<uint8_t>& request, std::optional<uint8_t> ipmb = {});
     // For an entry that is forgotten meanwhile, these do nothing.
-    void Hit(uint64_t a_Entry, FAULT_KIND a_Fault);
+    void Hit(uint64_t entry, FaultKind fault);
     /// It was answered with this completion code.
-    void Answer(uint64_t a_Entry, uint8_t a_CompletionCode);
+    void Answer(uint64_t entry, uint8_t completionCode);
     /// A reply to it came when it was outstanding no more, and was dropped.
-    void Drop(uint64_t a_Entry);
+    void Drop(uint64_t entry);
     /// Forgets everything; numbers go on.
     void Clear();
 
@@ -39,21 +39,21 @@ public:
     nlohmann::json Entries() const;
 
 private:
-    struct ENTRY {
-        unsigned m_Opener;
-        std::vector<uint8_t> m_Request;
-        std::optional<uint8_t> m_IPMB;
-        std::optional<uint8_t> m_CompletionCode{};
-        std::optional<FAULT_KIND> m_Fault{};
-        unsigned m_Dropped = 0;
+    struct Entry {
+        unsigned m_opener;
+        std::vector<uint8_t> m_request;
+        std::optional<uint8_t> m_ipmb;
+        std::optional<uint8_t> m_completionCode{};
+        std::optional<FaultKind> m_fault{};
+        unsigned m_dropped = 0;
     };
 
-    ENTRY* Find(uint64_t a_Entry);
+    Entry* Find(uint64_t entry);
 
-    size_t m_Bound;
-    std::deque<ENTRY> m_Entries;
-    uint64_t m_First = 1; ///< number of the first entry that is kept
-    std::map<std::pair<uint8_t, uint8_t>, uint64_t> m_Counts;
+    size_t m_bound;
+    std::deque<Entry> m_entries;
+    uint64_t m_first = 1; ///< number of the first entry that is kept
+    std::map<std::pair<uint8_t, uint8_t>, uint64_t> m_counts;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -8,91 +8,91 @@
 #include <algorithm>
 #include <cstring>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 /// An answer to a request from the address that was asked, as yet without data.
-BRIDGE_PACKET AnswerTo(const BRIDGE_PACKET& a_Request) {
-    BRIDGE_PACKET l_Answer = a_Request;
+BridgePacket AnswerTo(const BridgePacket& request) {
+    BridgePacket answer = request;
     // An answer to what was an answer itself only says whether it could be sent.
-    const bool l_Response = (a_Request.m_NetFn & 1) != 0;
-    l_Answer.m_ReceiveType = l_Response ? IPMI_RESPONSE_RESPONSE_TYPE : IPMI_RESPONSE_RECV_TYPE;
-    l_Answer.m_NetFn |= 1;
-    l_Answer.m_DataLength = 0;
-    return l_Answer;
+    const bool response = (request.m_netFn & 1) != 0;
+    answer.m_receiveType = response ? IPMI_RESPONSE_RESPONSE_TYPE : IPMI_RESPONSE_RECV_TYPE;
+    answer.m_netFn |= 1;
+    answer.m_dataLength = 0;
+    return answer;
 }
 
-uint8_t LunOf(const BRIDGE_PACKET& a_Request) {
-    ipmi_system_interface_addr l_Address{};
-    std::memcpy(&l_Address, a_Request.m_Address, std::min(sizeof(l_Address), sizeof(a_Request.m_Address)));
-    return l_Address.lun;
+uint8_t LunOf(const BridgePacket& request) {
+    ipmi_system_interface_addr address{};
+    std::memcpy(&address, request.m_address, std::min(sizeof(address), sizeof(request.m_address)));
+    return address.lun;
 }
 
 } // namespace
 
-BRIDGE_PACKET TimeOutAnswer(const BRIDGE_PACKET& a_Request) {
-    BRIDGE_PACKET l_Answer = AnswerTo(a_Request);
-    l_Answer.m_Data[0] = IPMI_TIMEOUT_COMPLETION_CODE;
-    l_Answer.m_DataLength = 1;
-    return l_Answer;
+BridgePacket TimeOutAnswer(const BridgePacket& request) {
+    BridgePacket answer = AnswerTo(request);
+    answer.m_data[0] = IPMI_TIMEOUT_COMPLETION_CODE;
+    answer.m_dataLength = 1;
+    return answer;
 }
 
-void REQUEST_QUEUE::Add(int a_Opener, const BRIDGE_PACKET& a_Request, uint64_t a_Entry) {
-    m_Requests.push_back({a_Opener, a_Entry, a_Request});
+void RequestQueue::Add(int opener, const BridgePacket& request, uint64_t entry) {
+    m_requests.push_back({opener, entry, request});
 }
 
-std::optional<STARTED_REQUEST> REQUEST_QUEUE::Start(CLOCK::time_point a_Now) {
-    if (m_Outstanding || m_Requests.empty()) return std::nullopt;
-    m_Outstanding = true;
-    if (m_TimeOut.count() != 0) m_Deadline = a_Now + m_TimeOut;
-    const BRIDGE_PACKET& l_Packet = m_Requests.front().m_Packet;
-    return STARTED_REQUEST{m_Requests.front().m_Entry,
-                           {++m_Sequence,
-                            l_Packet.m_NetFn,
-                            LunOf(l_Packet),
-                            l_Packet.m_Command,
-                            {l_Packet.m_Data, l_Packet.m_Data + l_Packet.m_DataLength}}};
+std::optional<StartedRequest> RequestQueue::Start(Clock::time_point now) {
+    if (m_outstanding || m_requests.empty()) return std::nullopt;
+    m_outstanding = true;
+    if (m_timeOut.count() != 0) m_deadline = now + m_timeOut;
+    const BridgePacket& packet = m_requests.front().m_packet;
+    return StartedRequest{m_requests.front().m_entry,
+                          {++m_sequence,
+                           packet.m_netFn,
+                           LunOf(packet),
+                           packet.m_command,
+                           {packet.m_data, packet.m_data + packet.m_dataLength}}};
 }
 
-std::optional<ANSWER> REQUEST_QUEUE::Accept(const VM_MESSAGE& a_Reply) {
-    if (!m_Outstanding) return std::nullopt;
-    const BRIDGE_PACKET& l_Request = m_Requests.front().m_Packet;
+std::optional<Answer> RequestQueue::Accept(const VmMessage& reply) {
+    if (!m_outstanding) return std::nullopt;
+    const BridgePacket& request = m_requests.front().m_packet;
     // A reply that comes after its time-out, or twice, finds another number here.
-    const bool l_Ours = a_Reply.m_Sequence == m_Sequence && a_Reply.m_NetFn == (l_Request.m_NetFn | 1) &&
-                        a_Reply.m_Command == l_Request.m_Command;
-    if (!l_Ours) return std::nullopt;
-    BRIDGE_PACKET l_Answer = AnswerTo(l_Request);
-    l_Answer.m_DataLength = static_cast<uint16_t>(std::min(a_Reply.m_Data.size(), sizeof(l_Answer.m_Data)));
-    std::copy_n(a_Reply.m_Data.begin(), l_Answer.m_DataLength, l_Answer.m_Data);
+    const bool ours = reply.m_sequence == m_sequence && reply.m_netFn == (request.m_netFn | 1) &&
+                      reply.m_command == request.m_command;
+    if (!ours) return std::nullopt;
+    BridgePacket answer = AnswerTo(request);
+    answer.m_dataLength = static_cast<uint16_t>(std::min(reply.m_data.size(), sizeof(answer.m_data)));
+    std::copy_n(reply.m_data.begin(), answer.m_dataLength, answer.m_data);
     // The kernel's driver vouches for a completion code in every answer.
-    if (l_Answer.m_DataLength == 0) l_Answer.m_Data[l_Answer.m_DataLength++] = IPMI_ERR_UNSPECIFIED;
-    return Finish(l_Answer);
+    if (answer.m_dataLength == 0) answer.m_data[answer.m_dataLength++] = IPMI_ERR_UNSPECIFIED;
+    return Finish(answer);
 }
 
-std::optional<REQUEST_QUEUE::CLOCK::time_point> REQUEST_QUEUE::Deadline() const {
-    return m_Deadline;
+std::optional<RequestQueue::Clock::time_point> RequestQueue::Deadline() const {
+    return m_deadline;
 }
 
-std::optional<ANSWER> REQUEST_QUEUE::Expire(CLOCK::time_point a_Now) {
-    if (!m_Deadline || a_Now < *m_Deadline) return std::nullopt;
-    return Finish(TimeOutAnswer(m_Requests.front().m_Packet));
+std::optional<Answer> RequestQueue::Expire(Clock::time_point now) {
+    if (!m_deadline || now < *m_deadline) return std::nullopt;
+    return Finish(TimeOutAnswer(m_requests.front().m_packet));
 }
 
-void REQUEST_QUEUE::Forget(int a_Opener) {
-    const auto l_FirstWaiting = m_Requests.begin() + (m_Outstanding ? 1 : 0);
-    if (m_Outstanding && m_Requests.front().m_Opener == a_Opener) m_Requests.front().m_Opener = g_Nobody;
-    m_Requests.erase(std::remove_if(l_FirstWaiting, m_Requests.end(),
-                                    [=](const REQUEST& a_Request) { return a_Request.m_Opener == a_Opener; }),
-                     m_Requests.end());
+void RequestQueue::Forget(int opener) {
+    const auto firstWaiting = m_requests.begin() + (m_outstanding ? 1 : 0);
+    if (m_outstanding && m_requests.front().m_opener == opener) m_requests.front().m_opener = Nobody;
+    m_requests.erase(std::remove_if(firstWaiting, m_requests.end(),
+                                    [=](const Request& request) { return request.m_opener == opener; }),
+                     m_requests.end());
 }
 
-ANSWER REQUEST_QUEUE::Finish(const BRIDGE_PACKET& a_Answer) {
-    const REQUEST& l_Request = m_Requests.front();
-    const ANSWER l_Result{l_Request.m_Opener, l_Request.m_Entry, a_Answer};
-    m_Requests.pop_front();
-    m_Outstanding = false;
-    m_Deadline.reset();
-    return l_Result;
+Answer RequestQueue::Finish(const BridgePacket& answer) {
+    const Request& request = m_requests.front();
+    const Answer result{request.m_opener, request.m_entry, answer};
+    m_requests.pop_front();
+    m_outstanding = false;
+    m_deadline.reset();
+    return result;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

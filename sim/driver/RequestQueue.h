@@ -10,62 +10,62 @@
 #include <deque>
 #include <optional>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// How long a controller may take, where nothing else is said.
-constexpr std::chrono::milliseconds g_DriverTimeOut{5000};
+constexpr std::chrono::milliseconds DriverTimeOut{5000};
 
 /// The opener of an answer when he has closed; descriptors are never negative.
-constexpr int g_Nobody = -1;
+constexpr int Nobody = -1;
 
-struct ANSWER {
-    int m_Opener = g_Nobody;
-    uint64_t m_Entry = 0; ///< as in Add
-    BRIDGE_PACKET m_Packet{};
+struct Answer {
+    int m_opener = Nobody;
+    uint64_t m_entry = 0; ///< as in Add
+    BridgePacket m_packet{};
 };
 
-struct STARTED_REQUEST {
-    uint64_t m_Entry; ///< as in Add
-    VM_MESSAGE m_Message;
+struct StartedRequest {
+    uint64_t m_entry; ///< as in Add
+    VmMessage m_message;
 };
 
-class REQUEST_QUEUE {
+class RequestQueue {
 public:
-    using CLOCK = std::chrono::steady_clock;
+    using Clock = std::chrono::steady_clock;
 
-    /// `a_TimeOut` is how long a controller may take; 0: a driver that waits for ever.
-    explicit REQUEST_QUEUE(std::chrono::milliseconds a_TimeOut = g_DriverTimeOut) : m_TimeOut(a_TimeOut) {}
+    /// `timeOut` is how long a controller may take; 0: a driver that waits for ever.
+    explicit RequestQueue(std::chrono::milliseconds timeOut = DriverTimeOut) : m_timeOut(timeOut) {}
 
     /// Queues a request for the controller. The entry is a number of the caller's by which he knows it again.
-    void Add(int a_Opener, const BRIDGE_PACKET& a_Request, uint64_t a_Entry = 0);
+    void Add(int opener, const BridgePacket& request, uint64_t entry = 0);
     /// The next request to send, with its sequence number; nothing while one is outstanding.
-    std::optional<STARTED_REQUEST> Start(CLOCK::time_point a_Now);
+    std::optional<StartedRequest> Start(Clock::time_point now);
     /// What a message of the controller means; nothing when it answers nothing that is outstanding.
-    std::optional<ANSWER> Accept(const VM_MESSAGE& a_Reply);
+    std::optional<Answer> Accept(const VmMessage& reply);
     /// When the outstanding request runs out; nothing when none is outstanding or the driver waits for ever.
-    std::optional<CLOCK::time_point> Deadline() const;
+    std::optional<Clock::time_point> Deadline() const;
     /// The time-out answer, when the outstanding request has run out.
-    std::optional<ANSWER> Expire(CLOCK::time_point a_Now);
+    std::optional<Answer> Expire(Clock::time_point now);
     /// An opener has closed: his waiting requests are dropped, a reply to the outstanding one goes nowhere.
-    void Forget(int a_Opener);
+    void Forget(int opener);
 
 private:
-    struct REQUEST {
-        int m_Opener;
-        uint64_t m_Entry;
-        BRIDGE_PACKET m_Packet;
+    struct Request {
+        int m_opener;
+        uint64_t m_entry;
+        BridgePacket m_packet;
     };
 
-    ANSWER Finish(const BRIDGE_PACKET& a_Answer);
+    Answer Finish(const BridgePacket& answer);
 
-    std::chrono::milliseconds m_TimeOut;
-    std::deque<REQUEST> m_Requests;
-    bool m_Outstanding = false; // the first one is
-    std::optional<CLOCK::time_point> m_Deadline;
-    uint8_t m_Sequence = 0;
+    std::chrono::milliseconds m_timeOut;
+    std::deque<Request> m_requests;
+    bool m_outstanding = false; // the first one is
+    std::optional<Clock::time_point> m_deadline;
+    uint8_t m_sequence = 0;
 };
 
 /// The driver's own answer to a request that cannot be delivered: a time-out, from the address that was asked.
-BRIDGE_PACKET TimeOutAnswer(const BRIDGE_PACKET& a_Request);
+BridgePacket TimeOutAnswer(const BridgePacket& request);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -7,14 +7,14 @@
 #include <string>
 #include <sys/types.h>
 
-namespace BLADESIM {
+namespace bladesim {
 
-inline constexpr char g_DriverFile[] = "/proc/mavkpcidrv/pstn.cfg";
+inline constexpr char DriverFilePath[] = "/proc/mavkpcidrv/pstn.cfg";
 /// In the run folder: what the driver was told, one call a line.
-inline constexpr char g_DriverRecords[] = "pstn.jsonl";
+inline constexpr char DriverRecords[] = "pstn.jsonl";
 
 /// Makes the file, for the mount namespace of the caller, in which no mount is shared; returns the process that serves
-/// it until it is killed. The rest of /proc is seen as before. Throws a BLADE_ERROR.
-pid_t StartDriverFile(const DRIVER_FILE& a_File, const std::string& a_RunFolder);
+/// it until it is killed. The rest of /proc is seen as before. Throws a BladeError.
+pid_t StartDriverFile(const DriverFile& file, const std::string& runFolder);
 
-} // namespace BLADESIM
+} // namespace bladesim

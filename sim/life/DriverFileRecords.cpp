@@ -9,47 +9,45 @@
 #include <cerrno>
 #include <cstring>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 // Keys in the order in which they are set.
-using LINE = nlohmann::ordered_json;
+using RecordLine = nlohmann::ordered_json;
 
-DRIVER_FILE_ANSWER Refused(int a_Error, LINE a_Line) {
-    a_Line["error"] = ::strerrorname_np(a_Error);
-    return {-a_Error, a_Line.dump()};
+DriverFileAnswer Refused(int error, RecordLine line) {
+    line["error"] = ::strerrorname_np(error);
+    return {-error, line.dump()};
 }
 
 } // namespace
 
-const DRIVER_FILE_FAULT* DRIVER_FILE_RECORDS::FaultOf(DRIVER_FILE_CALL a_Call, unsigned a_Number) const {
-    const auto l_Hits = [&](const DRIVER_FILE_FAULT& a_Fault) {
-        return a_Fault.m_Call == a_Call && a_Number >= a_Fault.m_First &&
-               (a_Fault.m_Count == 0 || a_Number - a_Fault.m_First < a_Fault.m_Count);
+const DriverFileFault* DriverFileRecords::FaultOf(DriverFileCall call, unsigned number) const {
+    const auto hits = [&](const DriverFileFault& fault) {
+        return fault.m_call == call && number >= fault.m_first &&
+               (fault.m_count == 0 || number - fault.m_first < fault.m_count);
     };
-    const auto l_Found = std::find_if(m_File.m_Faults.begin(), m_File.m_Faults.end(), l_Hits);
-    return l_Found == m_File.m_Faults.end() ? nullptr : &*l_Found;
+    const auto found = std::find_if(m_file.m_faults.begin(), m_file.m_faults.end(), hits);
+    return found == m_file.m_faults.end() ? nullptr : &*found;
 }
 
-DRIVER_FILE_ANSWER DRIVER_FILE_RECORDS::Open() {
-    const unsigned l_Number = ++m_Opens;
-    const DRIVER_FILE_FAULT* const l_Fault = FaultOf(DRIVER_FILE_CALL::OPEN, l_Number);
-    if (l_Fault != nullptr) return Refused(l_Fault->m_Error, {{"open", l_Number}});
-    return {static_cast<int>(l_Number), ""};
+DriverFileAnswer DriverFileRecords::Open() {
+    const unsigned number = ++m_opens;
+    const DriverFileFault* const fault = FaultOf(DriverFileCall::Open, number);
+    if (fault != nullptr) return Refused(fault->m_error, {{"open", number}});
+    return {static_cast<int>(number), ""};
 }
 
-DRIVER_FILE_ANSWER DRIVER_FILE_RECORDS::Write(unsigned a_Open, std::string_view a_Record) {
-    const unsigned l_Number = ++m_Writes;
-    const DRIVER_FILE_FAULT* const l_Fault = FaultOf(DRIVER_FILE_CALL::WRITE, l_Number);
-    LINE l_Line = {{"open", a_Open},
-                   {"write", l_Number},
-                   {"text", BM_PLATFORM::Utf8OfBytes(a_Record.substr(0, g_MaxDriverRecord))}};
-    if (l_Fault != nullptr && !l_Fault->m_Bytes) return Refused(l_Fault->m_Error, l_Line);
-    if (a_Record.size() > g_MaxDriverRecord) return Refused(EINVAL, l_Line);
-    if (l_Fault == nullptr || *l_Fault->m_Bytes >= a_Record.size())
-        return {static_cast<int>(a_Record.size()), l_Line.dump()};
-    l_Line["taken"] = *l_Fault->m_Bytes;
-    return {static_cast<int>(*l_Fault->m_Bytes), l_Line.dump()};
+DriverFileAnswer DriverFileRecords::Write(unsigned open, std::string_view record) {
+    const unsigned number = ++m_writes;
+    const DriverFileFault* const fault = FaultOf(DriverFileCall::Write, number);
+    RecordLine line = {
+        {"open", open}, {"write", number}, {"text", BM_PLATFORM::Utf8OfBytes(record.substr(0, MaxDriverRecord))}};
+    if (fault != nullptr && !fault->m_bytes) return Refused(fault->m_error, line);
+    if (record.size() > MaxDriverRecord) return Refused(EINVAL, line);
+    if (fault == nullptr || *fault->m_bytes >= record.size()) return {static_cast<int>(record.size()), line.dump()};
+    line["taken"] = *fault->m_bytes;
+    return {static_cast<int>(*fault->m_bytes), line.dump()};
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

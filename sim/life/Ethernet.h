@@ -6,10 +6,10 @@
 
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// Makes them in the network namespace of the caller, in this order, up and with a carrier. They are there for as long
-/// as the descriptor, which is none when there are none. Throws a BLADE_ERROR.
-UNIQUE_FD MakeInterfaces(const std::vector<ETHERNET_INTERFACE>& a_Interfaces);
+/// as the descriptor, which is none when there are none. Throws a BladeError.
+UniqueFd MakeInterfaces(const std::vector<EthernetInterface>& interfaces);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -28,188 +28,187 @@
 #include <optional>
 #include <utility>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-class INSIDE {
+class Inside {
 public:
-    INSIDE(const OPTIONS& a_Options, UNIQUE_FD a_Outside) : m_Options(a_Options), m_Outside(std::move(a_Outside)) {}
+    Inside(const Options& options, UniqueFd outside) : m_options(options), m_outside(std::move(outside)) {}
 
     int Run() {
         BringUp();
-        m_CommandProcess = Spawn(m_Options.m_Command);
+        m_commandProcess = Spawn(m_options.m_command);
         return Supervise();
     }
 
 private:
     void BringUp() {
-        const auto l_Start = std::chrono::steady_clock::now();
+        const auto start = std::chrono::steady_clock::now();
         EnterBladeNamespaces();
-        MakeInstallFolder(m_Options.m_Paths.m_Tool);
-        MountRunFolder(m_Options.m_Paths.m_Run);
-        MakeBoard(m_Options.m_Blade.m_Board);
-        if (HasController(m_Options.m_IPMI)) {
+        MakeInstallFolder(m_options.m_paths.m_tool);
+        MountRunFolder(m_options.m_paths.m_run);
+        MakeBoard(m_options.m_blade.m_board);
+        if (HasController(m_options.m_ipmi)) {
             BringControllerUp();
             StartDriver();
         }
         SetEnvironment();
-        if (!m_Options.m_Verbose) return;
-        const std::chrono::duration<double, std::milli> l_Time = std::chrono::steady_clock::now() - l_Start;
-        std::fprintf(stderr, "bladesim: blade \"%s\"%s is up, %.0f ms\n", m_Options.m_Blade.m_Name.c_str(),
-                     HasController(m_Options.m_IPMI) ? "" : " without a controller", l_Time.count());
+        if (!m_options.m_verbose) return;
+        const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
+        std::fprintf(stderr, "bladesim: blade \"%s\"%s is up, %.0f ms\n", m_options.m_blade.m_name.c_str(),
+                     HasController(m_options.m_ipmi) ? "" : " without a controller", time.count());
     }
 
     /// A guest finds the port free, on which the controller has been tried: it takes one connection at a time.
     void BringControllerUp() {
-        m_Controller = StartController(m_Options.m_Blade, m_Options.m_Paths);
-        if (m_Options.m_IPMI == SYSTEM_INTERFACE::GUEST) m_Controller.m_VMPort.Reset();
+        m_controller = StartController(m_options.m_blade, m_options.m_paths);
+        if (m_options.m_ipmi == SystemInterface::Guest) m_controller.m_vmPort.Reset();
     }
 
-    void MakeBoard(const BOARD& a_Board) {
-        m_Cables = MakeInterfaces(a_Board.m_Interfaces);
-        if (a_Board.m_DriverFile) m_DriverFileProcess = StartDriverFile(*a_Board.m_DriverFile, m_Options.m_Paths.m_Run);
+    void MakeBoard(const Board& board) {
+        m_cables = MakeInterfaces(board.m_interfaces);
+        if (board.m_driverFile) m_driverFileProcess = StartDriverFile(*board.m_driverFile, m_options.m_paths.m_run);
     }
 
     /// The sockets are there before the command starts, so that its first open finds one. For a guest there is only
     /// the one for orders.
     void StartDriver() {
-        UNIQUE_FD l_Openers;
-        if (m_Options.m_IPMI == SYSTEM_INTERFACE::BRIDGE) l_Openers = ListenForOpeners();
-        UNIQUE_FD l_Orders = ListenForOrders();
-        std::array<int, 2> l_Pair{};
-        if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, l_Pair.data()) != 0)
+        UniqueFd openers;
+        if (m_options.m_ipmi == SystemInterface::Bridge) openers = ListenForOpeners();
+        UniqueFd orders = ListenForOrders();
+        std::array<int, 2> pair{};
+        if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair.data()) != 0)
             ThrowErrno("no socket to the driver");
-        m_Driver = UNIQUE_FD(l_Pair[0]);
-        UNIQUE_FD l_Controller(l_Pair[1]);
-        m_DriverProcess = ::fork();
-        if (m_DriverProcess < 0) ThrowErrno("the driver cannot be started");
-        if (m_DriverProcess == 0) {
-            m_Driver.Reset();
-            DRIVER({std::move(m_Controller.m_VMPort), std::move(l_Openers), std::move(l_Orders),
-                    std::move(l_Controller), m_Options.m_IPMI, m_Options.m_Blade.m_Faults, m_Options.m_TimeOut,
-                    m_Options.m_Verbose})
+        m_driver = UniqueFd(pair[0]);
+        UniqueFd controller(pair[1]);
+        m_driverProcess = ::fork();
+        if (m_driverProcess < 0) ThrowErrno("the driver cannot be started");
+        if (m_driverProcess == 0) {
+            m_driver.Reset();
+            Driver({std::move(m_controller.m_vmPort), std::move(openers), std::move(orders), std::move(controller),
+                    m_options.m_ipmi, m_options.m_blade.m_faults, m_options.m_timeOut, m_options.m_verbose})
                 .Run();
         }
-        m_Controller.m_VMPort.Reset();
+        m_controller.m_vmPort.Reset();
     }
 
     void SetEnvironment() const {
         SetPreload();
-        const char* const l_Path = std::getenv("PATH");
-        Set("PATH", PathWithTools(l_Path == nullptr ? "" : l_Path));
-        Set("BLADESIM_RUN_DIR", m_Options.m_Paths.m_Run);
-        Set(g_SystemInterfaceVariable, NameOf(m_Options.m_IPMI));
-        if (m_Options.m_IPMI == SYSTEM_INTERFACE::GUEST) Set("BLADESIM_VM_PORT", std::to_string(g_VMPort));
-        if (!HasController(m_Options.m_IPMI)) return;
+        const char* const path = std::getenv("PATH");
+        Set("PATH", PathWithTools(path == nullptr ? "" : path));
+        Set("BLADESIM_RUN_DIR", m_options.m_paths.m_run);
+        Set(SystemInterfaceVariable, NameOf(m_options.m_ipmi));
+        if (m_options.m_ipmi == SystemInterface::Guest) Set("BLADESIM_VM_PORT", std::to_string(VMPort));
+        if (!HasController(m_options.m_ipmi)) return;
         Set("BLADESIM_LAN_HOST", "127.0.0.1");
-        Set("BLADESIM_LAN_PORT", std::to_string(g_LanPort));
-        Set("BLADESIM_LAN_USER", g_LanUser);
-        Set("BLADESIM_LAN_PASSWORD", g_LanPassword);
-        Set("BLADESIM_CONSOLE_PORT", std::to_string(g_ConsolePort));
+        Set("BLADESIM_LAN_PORT", std::to_string(LanPort));
+        Set("BLADESIM_LAN_USER", LanUser);
+        Set("BLADESIM_LAN_PASSWORD", LanPassword);
+        Set("BLADESIM_CONSOLE_PORT", std::to_string(ConsolePort));
     }
 
     /// Where nobody works the interface the library is loaded all the same: it keeps a real device of this machine out
     /// of sight. A virtual machine, or who uses the real device, is not bothered with it.
     void SetPreload() const {
-        if (m_Options.m_IPMI == SYSTEM_INTERFACE::MACHINE || m_Options.m_IPMI == SYSTEM_INTERFACE::GUEST) return;
-        const char* const l_Others = std::getenv("LD_PRELOAD");
-        Set("LD_PRELOAD", m_Options.m_Paths.m_Preload + (l_Others == nullptr ? "" : std::string(":") + l_Others));
+        if (m_options.m_ipmi == SystemInterface::Machine || m_options.m_ipmi == SystemInterface::Guest) return;
+        const char* const others = std::getenv("LD_PRELOAD");
+        Set("LD_PRELOAD", m_options.m_paths.m_preload + (others == nullptr ? "" : std::string(":") + others));
     }
 
-    static void Set(const char* a_Name, const std::string& a_Value) { ::setenv(a_Name, a_Value.c_str(), 1); }
+    static void Set(const char* name, const std::string& value) { ::setenv(name, value.c_str(), 1); }
 
     /// Until the command has ended: passes signals on and buries whoever ended, orphans of the command included.
     int Supervise() {
-        sigset_t l_Child;
-        sigemptyset(&l_Child);
-        sigaddset(&l_Child, SIGCHLD);
-        const UNIQUE_FD l_Ended(::signalfd(-1, &l_Child, SFD_CLOEXEC | SFD_NONBLOCK));
-        if (!l_Ended) ThrowErrno("no descriptor for SIGCHLD");
+        sigset_t child;
+        sigemptyset(&child);
+        sigaddset(&child, SIGCHLD);
+        const UniqueFd ended(::signalfd(-1, &child, SFD_CLOEXEC | SFD_NONBLOCK));
+        if (!ended) ThrowErrno("no descriptor for SIGCHLD");
         for (;;) {
-            if (const auto l_Status = Bury()) return *l_Status;
-            std::array<pollfd, 3> l_Events{
-                {{m_Outside.Get(), POLLIN, 0}, {l_Ended.Get(), POLLIN, 0}, {m_Driver.Get(), POLLIN, 0}}};
-            ::poll(l_Events.data(), l_Events.size(), -1);
-            signalfd_siginfo l_Info;
-            while (::read(l_Ended.Get(), &l_Info, sizeof(l_Info)) > 0) {
+            if (const auto status = Bury()) return *status;
+            std::array<pollfd, 3> events{
+                {{m_outside.Get(), POLLIN, 0}, {ended.Get(), POLLIN, 0}, {m_driver.Get(), POLLIN, 0}}};
+            ::poll(events.data(), events.size(), -1);
+            signalfd_siginfo info;
+            while (::read(ended.Get(), &info, sizeof(info)) > 0) {
             }
-            if (l_Events[0].revents != 0 && !PassSignal()) return g_NotBroughtUp;
-            if (l_Events[2].revents != 0) DoOrder();
+            if (events[0].revents != 0 && !PassSignal()) return NotBroughtUp;
+            if (events[2].revents != 0) DoOrder();
         }
     }
 
     /// Whatever the driver wants of the controller.
     void DoOrder() {
-        const auto l_Order = ReceiveOrder(m_Driver.Get());
-        if (!l_Order) {
-            m_Driver.Reset();
+        const auto order = ReceiveOrder(m_driver.Get());
+        if (!order) {
+            m_driver.Reset();
             return;
         }
-        CONTROLLER_ANSWER l_Answer;
+        ControllerAnswer answer;
         try {
-            if (*l_Order != CONTROLLER_ORDER::START) StopController(m_Controller);
-            if (*l_Order != CONTROLLER_ORDER::STOP && m_Controller.m_Process < 0) {
+            if (*order != ControllerOrder::Start) StopController(m_controller);
+            if (*order != ControllerOrder::Stop && m_controller.m_process < 0) {
                 BringControllerUp();
-                l_Answer.m_VMPort = std::move(m_Controller.m_VMPort);
+                answer.m_vmPort = std::move(m_controller.m_vmPort);
             }
-        } catch (const std::exception& l_Error) {
-            l_Answer.m_Error = l_Error.what();
+        } catch (const std::exception& error) {
+            answer.m_error = error.what();
         }
-        SendAnswer(m_Driver.Get(), l_Answer);
+        SendAnswer(m_driver.Get(), answer);
     }
 
     /// False when nobody is outside any more.
     bool PassSignal() const {
-        unsigned char l_Signal = 0;
-        const ssize_t l_Size = ::recv(m_Outside.Get(), &l_Signal, sizeof(l_Signal), MSG_DONTWAIT);
-        if (l_Size > 0) ::kill(m_CommandProcess, l_Signal);
-        return l_Size != 0;
+        unsigned char signal = 0;
+        const ssize_t size = ::recv(m_outside.Get(), &signal, sizeof(signal), MSG_DONTWAIT);
+        if (size > 0) ::kill(m_commandProcess, signal);
+        return size != 0;
     }
 
     /// The exit status, when the command is among the dead.
     std::optional<int> Bury() {
-        int l_Status = 0;
-        pid_t l_Process = 0;
-        while ((l_Process = ::waitpid(-1, &l_Status, WNOHANG)) > 0) {
-            if (l_Process == m_CommandProcess) {
-                if (WIFSIGNALED(l_Status)) Report(m_Options.m_Command.front().c_str(), l_Status);
-                return ExitStatus(l_Status);
+        int status = 0;
+        pid_t process = 0;
+        while ((process = ::waitpid(-1, &status, WNOHANG)) > 0) {
+            if (process == m_commandProcess) {
+                if (WIFSIGNALED(status)) Report(m_options.m_command.front().c_str(), status);
+                return ExitStatus(status);
             }
-            if (l_Process == m_Controller.m_Process) {
-                Report("ipmi_sim", l_Status);
-                m_Controller = RUNNING_CONTROLLER();
+            if (process == m_controller.m_process) {
+                Report("ipmi_sim", status);
+                m_controller = RunningController();
             }
-            if (l_Process == m_DriverProcess) Report("the driver of /dev/ipmi0", l_Status);
-            if (l_Process == m_DriverFileProcess) Report(g_DriverFile, l_Status);
+            if (process == m_driverProcess) Report("the driver of /dev/ipmi0", status);
+            if (process == m_driverFileProcess) Report(DriverFilePath, status);
         }
         return std::nullopt;
     }
 
-    static void Report(const char* a_Name, int a_Status) {
-        std::fprintf(stderr, "bladesim: %s ended, %s\n", a_Name, DescribeEnd(a_Status).c_str());
+    static void Report(const char* name, int status) {
+        std::fprintf(stderr, "bladesim: %s ended, %s\n", name, DescribeEnd(status).c_str());
     }
 
-    const OPTIONS& m_Options;
-    UNIQUE_FD m_Outside;
-    RUNNING_CONTROLLER m_Controller;
-    UNIQUE_FD m_Cables; ///< the network interfaces are there while it is open
-    UNIQUE_FD m_Driver; ///< its orders for the controller
-    pid_t m_DriverProcess = -1;
-    pid_t m_DriverFileProcess = -1;
-    pid_t m_CommandProcess = -1;
+    const Options& m_options;
+    UniqueFd m_outside;
+    RunningController m_controller;
+    UniqueFd m_cables; ///< the network interfaces are there while it is open
+    UniqueFd m_driver; ///< its orders for the controller
+    pid_t m_driverProcess = -1;
+    pid_t m_driverFileProcess = -1;
+    pid_t m_commandProcess = -1;
 };
 
 } // namespace
 
-int RunInside(const OPTIONS& a_Options, UNIQUE_FD a_Outside) {
+int RunInside(const Options& options, UniqueFd outside) {
     try {
         // Should the one outside be killed, all of this goes with it, and by the end of this process everything else.
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        return INSIDE(a_Options, std::move(a_Outside)).Run();
-    } catch (const std::exception& l_Error) {
-        std::fprintf(stderr, "bladesim: %s\n", l_Error.what());
-        return g_NotBroughtUp;
+        return Inside(options, std::move(outside)).Run();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bladesim: %s\n", error.what());
+        return NotBroughtUp;
     }
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

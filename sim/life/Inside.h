@@ -13,20 +13,20 @@
 #include <string>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct OPTIONS {
-    BLADE m_Blade;
-    PATHS m_Paths;
-    std::vector<std::string> m_Command;
-    std::chrono::milliseconds m_TimeOut = g_DriverTimeOut; ///< of the driver; 0: it waits for ever
-    SYSTEM_INTERFACE m_IPMI = SYSTEM_INTERFACE::BRIDGE;
-    bool m_Verbose = false;
+struct Options {
+    Blade m_blade;
+    Paths m_paths;
+    std::vector<std::string> m_command;
+    std::chrono::milliseconds m_timeOut = DriverTimeOut; ///< of the driver; 0: it waits for ever
+    SystemInterface m_ipmi = SystemInterface::Bridge;
+    bool m_verbose = false;
 };
 
-/// Runs as process 1, with SIGCHLD blocked. `a_Outside` is a socket to the process that was started by the user: each
+/// Runs as process 1, with SIGCHLD blocked. `outside` is a socket to the process that was started by the user: each
 /// byte that comes is a signal number for the command, its end means that nobody is there any more. Returns the status
 /// to exit with.
-int RunInside(const OPTIONS& a_Options, UNIQUE_FD a_Outside);
+int RunInside(const Options& options, UniqueFd outside);
 
-} // namespace BLADESIM
+} // namespace bladesim

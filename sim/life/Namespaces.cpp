@@ -17,7 +17,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 bool MakeAllMountsPrivate() {
@@ -27,18 +27,18 @@ bool MakeAllMountsPrivate() {
 /// The same from within a changed root that is no mount point: joining the namespace that one is in leads to its real
 /// root, where all mounts are below "/"; then back to the root and the folder that were.
 void MakeAllMountsPrivateFromChroot() {
-    const UNIQUE_FD l_Root(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
-    const UNIQUE_FD l_Folder(::open(".", O_PATH | O_DIRECTORY | O_CLOEXEC));
-    const UNIQUE_FD l_Self(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)));
-    if (!l_Root || !l_Folder || !l_Self) ThrowErrno("the root folder cannot be opened");
-    if (::setns(l_Self.Get(), CLONE_NEWNS) != 0) ThrowErrno("the mount namespace cannot be joined");
-    const bool l_Private = MakeAllMountsPrivate();
-    const int l_Error = errno;
-    if (::fchdir(l_Root.Get()) != 0 || ::chroot(".") != 0 || ::fchdir(l_Folder.Get()) != 0) {
+    const UniqueFd root(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const UniqueFd folder(::open(".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const UniqueFd self(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)));
+    if (!root || !folder || !self) ThrowErrno("the root folder cannot be opened");
+    if (::setns(self.Get(), CLONE_NEWNS) != 0) ThrowErrno("the mount namespace cannot be joined");
+    const bool isPrivate = MakeAllMountsPrivate();
+    const int error = errno;
+    if (::fchdir(root.Get()) != 0 || ::chroot(".") != 0 || ::fchdir(folder.Get()) != 0) {
         ThrowErrno("the root folder cannot be entered again");
     }
-    errno = l_Error;
-    if (!l_Private) ThrowErrno("the mounts cannot be made private");
+    errno = error;
+    if (!isPrivate) ThrowErrno("the mounts cannot be made private");
 }
 
 /// The old /proc would show other processes under the ids of ours. Without one (no such folder, or the surroundings
@@ -50,11 +50,11 @@ void MountProc() {
 }
 
 void BringLoopbackUp() {
-    const UNIQUE_FD l_Socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    ifreq l_Request{};
-    std::strcpy(l_Request.ifr_name, "lo");
-    l_Request.ifr_flags = IFF_UP | IFF_RUNNING;
-    if (!l_Socket || ::ioctl(l_Socket.Get(), SIOCSIFFLAGS, &l_Request) != 0)
+    const UniqueFd socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    ifreq request{};
+    std::strcpy(request.ifr_name, "lo");
+    request.ifr_flags = IFF_UP | IFF_RUNNING;
+    if (!socket || ::ioctl(socket.Get(), SIOCSIFFLAGS, &request) != 0)
         ThrowErrno("the loopback interface cannot be brought up");
 }
 
@@ -70,10 +70,10 @@ void EnterBladeNamespaces() {
     BringLoopbackUp();
 }
 
-void MountRunFolder(const std::string& a_Folder) {
-    if (::mount("bladesim", a_Folder.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "mode=0700") != 0) {
-        ThrowErrno(a_Folder + ": the run folder cannot be mounted here");
+void MountRunFolder(const std::string& folder) {
+    if (::mount("bladesim", folder.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "mode=0700") != 0) {
+        ThrowErrno(folder + ": the run folder cannot be mounted here");
     }
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -4,9 +4,9 @@
 
 #include "sim/life/Inside.h"
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// Returns the status to exit with. Throws a BLADE_ERROR when there is no inside to be had.
-int RunBlade(const OPTIONS& a_Options);
+/// Returns the status to exit with. Throws a BladeError when there is no inside to be had.
+int RunBlade(const Options& options);
 
-} // namespace BLADESIM
+} // namespace bladesim

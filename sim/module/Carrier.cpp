@@ -11,126 +11,126 @@
 #include <ratio>
 #include <utility>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-constexpr uint8_t g_PICMGVersion = 0x22; // 2.2, the minor digit in the high half: PICMG 3.0 revision 2.0
-constexpr uint8_t g_IPMIVersion = 0x02;  // 2.0, written alike
-constexpr uint8_t g_OwnFRU = 0;          // the controller sits on the front board
-constexpr uint8_t g_Reserved = 0xFF;
-constexpr uint8_t g_MaxControlOption = 4; // quiesce
-constexpr uint8_t g_FirstApplicationLED = 4;
+constexpr uint8_t PICMGVersion = 0x22; // 2.2, the minor digit in the high half: PICMG 3.0 revision 2.0
+constexpr uint8_t IPMIVersion = 0x02;  // 2.0, written alike
+constexpr uint8_t OwnFRU = 0;          // the controller sits on the front board
+constexpr uint8_t Reserved = 0xFF;
+constexpr uint8_t MaxControlOption = 4; // quiesce
+constexpr uint8_t FirstApplicationLED = 4;
 
 // What the address key of Get Address Info is.
-enum ADDRESS_KEY : uint8_t { HARDWARE_ADDRESS = 0, IPMB_ADDRESS = 1, PHYSICAL_ADDRESS = 3 };
+enum AddressKey : uint8_t { HardwareAddress = 0, IpmbAddress = 1, PhysicalAddress = 3 };
 
 /// The reply without an error: completion code, group extension, and this.
-REPLY Accept(std::initializer_list<uint8_t> a_Data = {}) {
-    REPLY l_Reply = {0, IPMI_PICMG_GRP_EXT};
-    l_Reply.insert(l_Reply.end(), a_Data);
-    return l_Reply;
+Reply Accept(std::initializer_list<uint8_t> data = {}) {
+    Reply reply = {0, IPMI_PICMG_GRP_EXT};
+    reply.insert(reply.end(), data);
+    return reply;
 }
 
-void Append(REPLY& a_Reply, const LED_ACTION& a_Action) {
-    a_Reply.insert(a_Reply.end(), {a_Action.m_Function, a_Action.m_OnDuration, static_cast<uint8_t>(a_Action.m_Color)});
+void Append(Reply& reply, const LedAction& action) {
+    reply.insert(reply.end(), {action.m_function, action.m_onDuration, static_cast<uint8_t>(action.m_color)});
 }
 
-REPLY AddressOf(const FRU& a_FRU) {
-    const SITE& l_Site = a_FRU.m_Site;
-    const auto l_IPMBAddress = static_cast<uint8_t>(l_Site.m_HardwareAddress << 1);
-    return Accept({l_Site.m_HardwareAddress, l_IPMBAddress, g_Reserved, a_FRU.m_Id, l_Site.m_Number, l_Site.m_Type});
+Reply AddressOf(const Fru& fru) {
+    const Site& site = fru.m_site;
+    const auto ipmbAddress = static_cast<uint8_t>(site.m_hardwareAddress << 1);
+    return Accept({site.m_hardwareAddress, ipmbAddress, Reserved, fru.m_id, site.m_number, site.m_type});
 }
 
 } // namespace
 
 // With how many data bytes each command is understood.
-struct CARRIER::COMMAND {
-    uint8_t m_Command;
-    size_t m_Shortest;
-    size_t m_Longest;
-    REPLY (CARRIER::*m_Answer)(REQUEST, LED_CLOCK::time_point);
+struct Carrier::Command {
+    uint8_t m_command;
+    size_t m_shortest;
+    size_t m_longest;
+    Reply (Carrier::*m_answer)(Request, LedClock::time_point);
 };
 
-const CARRIER::COMMAND CARRIER::g_Commands[] = {
-    {IPMI_PICMG_CMD_GET_PROPERTIES, 1, 1, &CARRIER::Properties},
-    {IPMI_PICMG_CMD_GET_ADDRESS_INFO, 1, 5, &CARRIER::AddressInfo},
-    {IPMI_PICMG_CMD_FRU_CONTROL, 3, 3, &CARRIER::FRUControl},
-    {IPMI_PICMG_CMD_GET_FRU_LED_PROPERTIES, 2, 2, &CARRIER::LEDProperties},
-    {IPMI_PICMG_CMD_GET_LED_COLOR_CAPABILITIES, 3, 3, &CARRIER::LEDColors},
-    {IPMI_PICMG_CMD_SET_FRU_LED_STATE, 6, 6, &CARRIER::SetLEDState},
-    {IPMI_PICMG_CMD_GET_FRU_LED_STATE, 3, 3, &CARRIER::GetLEDState},
+const Carrier::Command Carrier::Commands[] = {
+    {IPMI_PICMG_CMD_GET_PROPERTIES, 1, 1, &Carrier::Properties},
+    {IPMI_PICMG_CMD_GET_ADDRESS_INFO, 1, 5, &Carrier::AddressInfo},
+    {IPMI_PICMG_CMD_FRU_CONTROL, 3, 3, &Carrier::FRUControl},
+    {IPMI_PICMG_CMD_GET_FRU_LED_PROPERTIES, 2, 2, &Carrier::LEDProperties},
+    {IPMI_PICMG_CMD_GET_LED_COLOR_CAPABILITIES, 3, 3, &Carrier::LEDColors},
+    {IPMI_PICMG_CMD_SET_FRU_LED_STATE, 6, 6, &Carrier::SetLEDState},
+    {IPMI_PICMG_CMD_GET_FRU_LED_STATE, 3, 3, &Carrier::GetLEDState},
 };
 
-CARRIER::CARRIER(BLADE a_Blade) : m_Blade(std::move(a_Blade)) {
-    assert(FindFRU(g_OwnFRU) != nullptr);
-    for (const FRU& l_FRU : m_Blade.m_FRUs)
-        m_Panels.emplace(l_FRU.m_Id, LED_PANEL(l_FRU.m_LEDs));
+Carrier::Carrier(Blade blade) : m_blade(std::move(blade)) {
+    assert(FindFRU(OwnFRU) != nullptr);
+    for (const Fru& fru : m_blade.m_frus)
+        m_panels.emplace(fru.m_id, LedPanel(fru.m_leds));
 }
 
-REPLY CARRIER::Answer(uint8_t a_Command, REQUEST a_Request, LED_CLOCK::time_point a_Now) {
-    if (!m_Blade.m_Controller.m_PICMG) return Refuse(IPMI_INVALID_CMD_CC);
-    if (a_Request.empty()) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
-    if (a_Request[0] != IPMI_PICMG_GRP_EXT) return Refuse(IPMI_INVALID_CMD_CC);
-    for (const COMMAND& l_Command : g_Commands) {
-        if (l_Command.m_Command != a_Command) continue;
-        if (a_Request.size() < l_Command.m_Shortest || a_Request.size() > l_Command.m_Longest) {
+Reply Carrier::Answer(uint8_t command, Request request, LedClock::time_point now) {
+    if (!m_blade.m_controller.m_picmg) return Refuse(IPMI_INVALID_CMD_CC);
+    if (request.empty()) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
+    if (request[0] != IPMI_PICMG_GRP_EXT) return Refuse(IPMI_INVALID_CMD_CC);
+    for (const Command& known : Commands) {
+        if (known.m_command != command) continue;
+        if (request.size() < known.m_shortest || request.size() > known.m_longest) {
             return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
         }
         // Wherever there is a second byte it is a FRU id.
-        if (a_Request.size() > 1 && FindFRU(a_Request[1]) == nullptr) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
-        return (this->*l_Command.m_Answer)(a_Request, a_Now);
+        if (request.size() > 1 && FindFRU(request[1]) == nullptr) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
+        return (this->*known.m_answer)(request, now);
     }
     return Refuse(IPMI_INVALID_CMD_CC);
 }
 
-REPLY CARRIER::DeviceId() const {
-    const CONTROLLER& l_Controller = m_Blade.m_Controller;
-    const uint32_t l_Manufacturer = l_Controller.m_ManufacturerId;
-    REPLY l_Reply = {0,
-                     l_Controller.m_DeviceId,
-                     l_Controller.m_DeviceRevision,
-                     l_Controller.m_FirmwareMajor,
-                     l_Controller.m_FirmwareMinor,
-                     g_IPMIVersion,
-                     g_DeviceSupport,
-                     static_cast<uint8_t>(l_Manufacturer),
-                     static_cast<uint8_t>(l_Manufacturer >> 8),
-                     static_cast<uint8_t>(l_Manufacturer >> 16),
-                     static_cast<uint8_t>(l_Controller.m_ProductId),
-                     static_cast<uint8_t>(l_Controller.m_ProductId >> 8)};
-    if (const auto& l_Auxiliary = l_Controller.m_AuxiliaryFirmware) {
-        l_Reply.insert(l_Reply.end(), l_Auxiliary->begin(), l_Auxiliary->end());
+Reply Carrier::DeviceId() const {
+    const Controller& controller = m_blade.m_controller;
+    const uint32_t manufacturer = controller.m_manufacturerId;
+    Reply reply = {0,
+                   controller.m_deviceId,
+                   controller.m_deviceRevision,
+                   controller.m_firmwareMajor,
+                   controller.m_firmwareMinor,
+                   IPMIVersion,
+                   DeviceSupport,
+                   static_cast<uint8_t>(manufacturer),
+                   static_cast<uint8_t>(manufacturer >> 8),
+                   static_cast<uint8_t>(manufacturer >> 16),
+                   static_cast<uint8_t>(controller.m_productId),
+                   static_cast<uint8_t>(controller.m_productId >> 8)};
+    if (const auto& auxiliary = controller.m_auxiliaryFirmware) {
+        reply.insert(reply.end(), auxiliary->begin(), auxiliary->end());
     }
-    return l_Reply;
+    return reply;
 }
 
-const FRU* CARRIER::FindFRU(uint8_t a_Id) const {
-    for (const FRU& l_FRU : m_Blade.m_FRUs) {
-        if (l_FRU.m_Id == a_Id) return &l_FRU;
+const Fru* Carrier::FindFRU(uint8_t id) const {
+    for (const Fru& fru : m_blade.m_frus) {
+        if (fru.m_id == id) return &fru;
     }
     return nullptr;
 }
 
-REPLY CARRIER::Properties(REQUEST /*a_Request*/, LED_CLOCK::time_point /*a_Now*/) {
-    return Accept({g_PICMGVersion, m_Blade.m_FRUs.back().m_Id, g_OwnFRU});
+Reply Carrier::Properties(Request /*request*/, LedClock::time_point /*now*/) {
+    return Accept({PICMGVersion, m_blade.m_frus.back().m_id, OwnFRU});
 }
 
 // Without a FRU id it is about the controller's own FRU; with an address key about whatever has that address.
-REPLY CARRIER::AddressInfo(REQUEST a_Request, LED_CLOCK::time_point /*a_Now*/) {
-    const FRU& l_FRU = *FindFRU(a_Request.size() > 1 ? a_Request[1] : g_OwnFRU);
-    if (a_Request.size() <= 2) return AddressOf(l_FRU);
-    if (a_Request.size() == 3) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
-    const uint8_t l_Key = a_Request[3];
-    const uint8_t l_HardwareAddress = l_FRU.m_Site.m_HardwareAddress;
-    switch (a_Request[2]) {
-    case HARDWARE_ADDRESS:
-        return l_Key == l_HardwareAddress ? AddressOf(l_FRU) : Refuse(IPMI_DESTINATION_UNAVAILABLE_CC);
-    case IPMB_ADDRESS:
-        return l_Key == l_HardwareAddress << 1 ? AddressOf(l_FRU) : Refuse(IPMI_DESTINATION_UNAVAILABLE_CC);
-    case PHYSICAL_ADDRESS:
-        if (a_Request.size() < 5) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
-        for (const FRU& l_Other : m_Blade.m_FRUs) {
-            if (l_Other.m_Site.m_Number == l_Key && l_Other.m_Site.m_Type == a_Request[4]) return AddressOf(l_Other);
+Reply Carrier::AddressInfo(Request request, LedClock::time_point /*now*/) {
+    const Fru& fru = *FindFRU(request.size() > 1 ? request[1] : OwnFRU);
+    if (request.size() <= 2) return AddressOf(fru);
+    if (request.size() == 3) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
+    const uint8_t key = request[3];
+    const uint8_t hardwareAddress = fru.m_site.m_hardwareAddress;
+    switch (request[2]) {
+    case HardwareAddress:
+        return key == hardwareAddress ? AddressOf(fru) : Refuse(IPMI_DESTINATION_UNAVAILABLE_CC);
+    case IpmbAddress:
+        return key == hardwareAddress << 1 ? AddressOf(fru) : Refuse(IPMI_DESTINATION_UNAVAILABLE_CC);
+    case PhysicalAddress:
+        if (request.size() < 5) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
+        for (const Fru& other : m_blade.m_frus) {
+            if (other.m_site.m_number == key && other.m_site.m_type == request[4]) return AddressOf(other);
         }
         return Refuse(IPMI_DESTINATION_UNAVAILABLE_CC);
     default:
@@ -138,68 +138,68 @@ REPLY CARRIER::AddressInfo(REQUEST a_Request, LED_CLOCK::time_point /*a_Now*/) {
     }
 }
 
-REPLY CARRIER::FRUControl(REQUEST a_Request, LED_CLOCK::time_point /*a_Now*/) {
-    const uint8_t l_FRU = a_Request[1];
-    const uint8_t l_Option = a_Request[2];
-    if (l_Option > g_MaxControlOption) return Refuse(IPMI_INVALID_DATA_FIELD_CC);
-    if (!m_Controls.empty() && m_Controls.back().m_FRU == l_FRU && m_Controls.back().m_Option == l_Option) {
-        ++m_Controls.back().m_Count;
+Reply Carrier::FRUControl(Request request, LedClock::time_point /*now*/) {
+    const uint8_t fru = request[1];
+    const uint8_t option = request[2];
+    if (option > MaxControlOption) return Refuse(IPMI_INVALID_DATA_FIELD_CC);
+    if (!m_controls.empty() && m_controls.back().m_fru == fru && m_controls.back().m_option == option) {
+        ++m_controls.back().m_count;
         return Accept();
     }
-    m_Controls.push_back({l_FRU, l_Option, 1});
-    if (m_Controls.size() > g_MaxControls) m_Controls.pop_front();
+    m_controls.push_back({fru, option, 1});
+    if (m_controls.size() > MaxControls) m_controls.pop_front();
     return Accept();
 }
 
-REPLY CARRIER::LEDProperties(REQUEST a_Request, LED_CLOCK::time_point /*a_Now*/) {
-    uint8_t l_General = 0;
-    uint8_t l_Application = 0;
-    for (const auto& [l_Id, l_State] : LEDs(a_Request[1]).LEDs()) {
-        if (l_Id < g_FirstApplicationLED) {
-            l_General |= static_cast<uint8_t>(1U << l_Id);
+Reply Carrier::LEDProperties(Request request, LedClock::time_point /*now*/) {
+    uint8_t general = 0;
+    uint8_t application = 0;
+    for (const auto& [id, state] : LEDs(request[1]).LEDs()) {
+        if (id < FirstApplicationLED) {
+            general |= static_cast<uint8_t>(1U << id);
         } else {
-            ++l_Application;
+            ++application;
         }
     }
-    return Accept({l_General, l_Application});
+    return Accept({general, application});
 }
 
-REPLY CARRIER::LEDColors(REQUEST a_Request, LED_CLOCK::time_point /*a_Now*/) {
-    const auto& l_LEDs = LEDs(a_Request[1]).LEDs();
-    const auto l_Found = l_LEDs.find(a_Request[2]);
-    if (l_Found == l_LEDs.end()) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
-    const LED& l_LED = l_Found->second.m_LED;
-    return Accept({l_LED.m_Colors, static_cast<uint8_t>(l_LED.m_DefaultLocalColor),
-                   static_cast<uint8_t>(l_LED.m_DefaultOverrideColor)});
+Reply Carrier::LEDColors(Request request, LedClock::time_point /*now*/) {
+    const auto& leds = LEDs(request[1]).LEDs();
+    const auto found = leds.find(request[2]);
+    if (found == leds.end()) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
+    const Led& led = found->second.m_led;
+    return Accept({led.m_colors, static_cast<uint8_t>(led.m_defaultLocalColor),
+                   static_cast<uint8_t>(led.m_defaultOverrideColor)});
 }
 
-REPLY CARRIER::SetLEDState(REQUEST a_Request, LED_CLOCK::time_point a_Now) {
-    LED_PANEL& l_Panel = m_Panels.at(a_Request[1]);
-    const uint8_t l_Code = l_Panel.Set(a_Request[2], a_Request[3], a_Request[4], a_Request[5], a_Now);
-    return l_Code == 0 ? Accept() : Refuse(l_Code);
+Reply Carrier::SetLEDState(Request request, LedClock::time_point now) {
+    LedPanel& panel = m_panels.at(request[1]);
+    const uint8_t code = panel.Set(request[2], request[3], request[4], request[5], now);
+    return code == 0 ? Accept() : Refuse(code);
 }
 
 // The states of lower priority are always told, those of higher priority only while they are in effect. A lamp test
 // without an override is told with the override that there would be: off.
-REPLY CARRIER::GetLEDState(REQUEST a_Request, LED_CLOCK::time_point a_Now) {
-    const auto& l_LEDs = LEDs(a_Request[1]).LEDs();
-    const auto l_Found = l_LEDs.find(a_Request[2]);
-    if (l_Found == l_LEDs.end()) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
-    const LED_STATE& l_State = l_Found->second;
-    const bool l_LampTest = l_State.IsLampTest(a_Now);
-    const auto l_Flags = static_cast<uint8_t>(int{l_State.m_LED.m_LocalControl} |
-                                              int{l_State.m_Override.has_value()} << 1 | int{l_LampTest} << 2);
-    REPLY l_Reply = Accept({l_Flags});
-    Append(l_Reply, l_State.m_Local);
-    if (l_State.m_Override || l_LampTest) {
-        Append(l_Reply, l_State.m_Override.value_or(LED_ACTION{g_LedOff, 0, l_State.m_OverrideColor}));
+Reply Carrier::GetLEDState(Request request, LedClock::time_point now) {
+    const auto& leds = LEDs(request[1]).LEDs();
+    const auto found = leds.find(request[2]);
+    if (found == leds.end()) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
+    const LedState& state = found->second;
+    const bool lampTest = state.IsLampTest(now);
+    const auto flags = static_cast<uint8_t>(int{state.m_led.m_localControl} | int{state.m_override.has_value()} << 1 |
+                                            int{lampTest} << 2);
+    Reply reply = Accept({flags});
+    Append(reply, state.m_local);
+    if (state.m_override || lampTest) {
+        Append(reply, state.m_override.value_or(LedAction{LedOff, 0, state.m_overrideColor}));
     }
-    if (l_LampTest) {
-        using TENTHS = std::chrono::duration<int, std::deci>;
-        const auto l_Left = std::chrono::ceil<TENTHS>(l_State.m_LampTestEnd - a_Now);
-        l_Reply.push_back(static_cast<uint8_t>(l_Left.count()));
+    if (lampTest) {
+        using Tenths = std::chrono::duration<int, std::deci>;
+        const auto left = std::chrono::ceil<Tenths>(state.m_lampTestEnd - now);
+        reply.push_back(static_cast<uint8_t>(left.count()));
     }
-    return l_Reply;
+    return reply;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

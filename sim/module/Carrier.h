@@ -10,50 +10,50 @@
 #include <deque>
 #include <map>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// A FRU Control that was accepted, or several of the same kind one after the other.
-struct FRU_CONTROL {
-    uint8_t m_FRU = 0;
-    uint8_t m_Option = 0;
-    unsigned m_Count = 1;
+struct FruControl {
+    uint8_t m_fru = 0;
+    uint8_t m_option = 0;
+    unsigned m_count = 1;
 };
 
-constexpr size_t g_MaxControls = 1000;
+constexpr size_t MaxControls = 1000;
 
-class CARRIER {
+class Carrier {
 public:
-    explicit CARRIER(BLADE a_Blade);
+    explicit Carrier(Blade blade);
 
     /// A request of the network function of group extensions; its first data byte says which.
-    REPLY Answer(uint8_t a_Command, REQUEST a_Request, LED_CLOCK::time_point a_Now);
+    Reply Answer(uint8_t command, Request request, LedClock::time_point now);
 
-    REPLY DeviceId() const;
+    Reply DeviceId() const;
 
-    const BLADE& Blade() const { return m_Blade; }
-    const LED_PANEL& LEDs(uint8_t a_FRU) const { return m_Panels.at(a_FRU); }
+    const Blade& Served() const { return m_blade; }
+    const LedPanel& LEDs(uint8_t fru) const { return m_panels.at(fru); }
 
     /// The last ones, in the order of arrival.
-    const std::deque<FRU_CONTROL>& Controls() const { return m_Controls; }
+    const std::deque<FruControl>& Controls() const { return m_controls; }
 
 private:
-    struct COMMAND;
-    static const COMMAND g_Commands[];
+    struct Command;
+    static const Command Commands[];
 
     /// Null when there is no such FRU.
-    const FRU* FindFRU(uint8_t a_Id) const;
+    const Fru* FindFRU(uint8_t id) const;
 
-    REPLY Properties(REQUEST a_Request, LED_CLOCK::time_point a_Now);
-    REPLY AddressInfo(REQUEST a_Request, LED_CLOCK::time_point a_Now);
-    REPLY FRUControl(REQUEST a_Request, LED_CLOCK::time_point a_Now);
-    REPLY LEDProperties(REQUEST a_Request, LED_CLOCK::time_point a_Now);
-    REPLY LEDColors(REQUEST a_Request, LED_CLOCK::time_point a_Now);
-    REPLY SetLEDState(REQUEST a_Request, LED_CLOCK::time_point a_Now);
-    REPLY GetLEDState(REQUEST a_Request, LED_CLOCK::time_point a_Now);
+    Reply Properties(Request request, LedClock::time_point now);
+    Reply AddressInfo(Request request, LedClock::time_point now);
+    Reply FRUControl(Request request, LedClock::time_point now);
+    Reply LEDProperties(Request request, LedClock::time_point now);
+    Reply LEDColors(Request request, LedClock::time_point now);
+    Reply SetLEDState(Request request, LedClock::time_point now);
+    Reply GetLEDState(Request request, LedClock::time_point now);
 
-    BLADE m_Blade;
-    std::map<uint8_t, LED_PANEL> m_Panels; ///< by FRU id
-    std::deque<FRU_CONTROL> m_Controls;
+    Blade m_blade;
+    std::map<uint8_t, LedPanel> m_panels; ///< by FRU id
+    std::deque<FruControl> m_controls;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

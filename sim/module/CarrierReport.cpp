@@ -7,72 +7,72 @@
 
 #include <iterator>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-using JSON = nlohmann::ordered_json;
+using Json = nlohmann::ordered_json;
 using std::chrono::milliseconds;
 
-constexpr int g_DurationUnit = 10; // milliseconds
+constexpr int DurationUnit = 10; // milliseconds
 
 // PICMG 3.0, site types in their order; 7 and 9 are AMC and rear transition module.
-constexpr const char* g_SiteTypes[] = {"board",      "power-entry", "shelf-fru", "shelf-manager", "fan-tray",
-                                       "fan-filter", "alarm",       "amc",       "pmc",           "rtm"};
+constexpr const char* SiteTypes[] = {"board",      "power-entry", "shelf-fru", "shelf-manager", "fan-tray",
+                                     "fan-filter", "alarm",       "amc",       "pmc",           "rtm"};
 
-const char* SiteName(const SITE& a_Site) {
-    return a_Site.m_Type < std::size(g_SiteTypes) ? g_SiteTypes[a_Site.m_Type] : "other";
+const char* SiteName(const Site& site) {
+    return site.m_type < std::size(SiteTypes) ? SiteTypes[site.m_type] : "other";
 }
 
-JSON Describe(const LED_ACTION& a_Action) {
-    const bool l_Steady = a_Action.m_Function == g_LedOff || a_Action.m_Function == g_LedOn;
-    const char* const l_Lit = l_Steady ? "on" : "blink";
-    return {{"state", a_Action.m_Function == g_LedOff ? "off" : l_Lit},
-            {"on_ms", a_Action.m_OnDuration * g_DurationUnit},
-            {"off_ms", l_Steady ? 0 : a_Action.m_Function * g_DurationUnit},
-            {"color", LEDColorName(a_Action.m_Color)}};
+Json Describe(const LedAction& action) {
+    const bool steady = action.m_function == LedOff || action.m_function == LedOn;
+    const char* const lit = steady ? "on" : "blink";
+    return {{"state", action.m_function == LedOff ? "off" : lit},
+            {"on_ms", action.m_onDuration * DurationUnit},
+            {"off_ms", steady ? 0 : action.m_function * DurationUnit},
+            {"color", LEDColorName(action.m_color)}};
 }
 
-const char* ModeOf(const LED_STATE& a_State, LED_CLOCK::time_point a_Now) {
-    if (a_State.IsLampTest(a_Now)) return "lamp-test";
-    return a_State.m_Override ? "override" : "local";
+const char* ModeOf(const LedState& state, LedClock::time_point now) {
+    if (state.IsLampTest(now)) return "lamp-test";
+    return state.m_override ? "override" : "local";
 }
 
-milliseconds::rep LampTestLeft(const LED_STATE& a_State, LED_CLOCK::time_point a_Now) {
-    if (!a_State.IsLampTest(a_Now)) return 0;
-    return std::chrono::ceil<milliseconds>(a_State.m_LampTestEnd - a_Now).count();
+milliseconds::rep LampTestLeft(const LedState& state, LedClock::time_point now) {
+    if (!state.IsLampTest(now)) return 0;
+    return std::chrono::ceil<milliseconds>(state.m_lampTestEnd - now).count();
 }
 
-JSON Describe(const FRU& a_FRU, const LED_STATE& a_State, LED_CLOCK::time_point a_Now) {
-    JSON l_LED = {{"fru", a_FRU.m_Id},
-                  {"led", a_State.m_LED.m_Id},
-                  {"site", SiteName(a_FRU.m_Site)},
-                  {"number", a_FRU.m_Site.m_Number},
-                  {"mode", ModeOf(a_State, a_Now)}};
-    l_LED.update(Describe(a_State.Shown(a_Now)));
-    l_LED["local"] = a_State.m_LED.m_LocalControl ? Describe(a_State.m_Local) : JSON();
-    l_LED["override"] = a_State.m_Override ? Describe(*a_State.m_Override) : JSON();
-    l_LED["lamp_test_left_ms"] = LampTestLeft(a_State, a_Now);
-    return l_LED;
+Json Describe(const Fru& fru, const LedState& state, LedClock::time_point now) {
+    Json led = {{"fru", fru.m_id},
+                {"led", state.m_led.m_id},
+                {"site", SiteName(fru.m_site)},
+                {"number", fru.m_site.m_number},
+                {"mode", ModeOf(state, now)}};
+    led.update(Describe(state.Shown(now)));
+    led["local"] = state.m_led.m_localControl ? Describe(state.m_local) : Json();
+    led["override"] = state.m_override ? Describe(*state.m_override) : Json();
+    led["lamp_test_left_ms"] = LampTestLeft(state, now);
+    return led;
 }
 
 } // namespace
 
-std::vector<std::string> DescribeLEDs(const CARRIER& a_Carrier, LED_CLOCK::time_point a_Now) {
-    std::vector<std::string> l_LEDs;
-    for (const FRU& l_FRU : a_Carrier.Blade().m_FRUs) {
-        for (const auto& [l_Id, l_State] : a_Carrier.LEDs(l_FRU.m_Id).LEDs())
-            l_LEDs.push_back(Describe(l_FRU, l_State, a_Now).dump());
+std::vector<std::string> DescribeLEDs(const Carrier& carrier, LedClock::time_point now) {
+    std::vector<std::string> leds;
+    for (const Fru& fru : carrier.Served().m_frus) {
+        for (const auto& [id, state] : carrier.LEDs(fru.m_id).LEDs())
+            leds.push_back(Describe(fru, state, now).dump());
     }
-    return l_LEDs;
+    return leds;
 }
 
-std::vector<std::string> DescribeControls(const CARRIER& a_Carrier) {
-    std::vector<std::string> l_Controls;
-    for (const FRU_CONTROL& l_Control : a_Carrier.Controls()) {
-        const JSON l_Json = {{"fru", l_Control.m_FRU}, {"option", l_Control.m_Option}, {"count", l_Control.m_Count}};
-        l_Controls.push_back(l_Json.dump());
+std::vector<std::string> DescribeControls(const Carrier& carrier) {
+    std::vector<std::string> controls;
+    for (const FruControl& control : carrier.Controls()) {
+        const Json json = {{"fru", control.m_fru}, {"option", control.m_option}, {"count", control.m_count}};
+        controls.push_back(json.dump());
     }
-    return l_Controls;
+    return controls;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

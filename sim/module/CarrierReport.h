@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// The objects of a list, one text each: of every LED of the carrier what it shows and why.
-std::vector<std::string> DescribeLEDs(const CARRIER& a_Carrier, LED_CLOCK::time_point a_Now);
+std::vector<std::string> DescribeLEDs(const Carrier& carrier, LedClock::time_point now);
 
 /// Likewise the FRU Controls that were accepted.
-std::vector<std::string> DescribeControls(const CARRIER& a_Carrier);
+std::vector<std::string> DescribeControls(const Carrier& carrier);
 
-} // namespace BLADESIM
+} // namespace bladesim

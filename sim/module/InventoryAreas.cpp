@@ -8,65 +8,65 @@
 
 #include <algorithm>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-constexpr size_t g_ReplyHead = 2; // completion code and count
-constexpr size_t g_WriteHead = 3; // FRU id and offset
+constexpr size_t ReplyHead = 2; // completion code and count
+constexpr size_t WriteHead = 3; // FRU id and offset
 
-size_t Offset(REQUEST a_Request) {
-    return a_Request[1] | static_cast<size_t>(a_Request[2]) << 8;
+size_t Offset(Request request) {
+    return request[1] | static_cast<size_t>(request[2]) << 8;
 }
 
 } // namespace
 
-INVENTORY_AREAS::INVENTORY_AREAS(const BLADE& a_Blade) {
-    for (const FRU& l_FRU : a_Blade.m_FRUs) {
-        if (l_FRU.m_Inventory) m_Areas.emplace(l_FRU.m_Id, BuildFruImage(*l_FRU.m_Inventory));
+InventoryAreas::InventoryAreas(const Blade& blade) {
+    for (const Fru& fru : blade.m_frus) {
+        if (fru.m_inventory) m_areas.emplace(fru.m_id, BuildFruImage(*fru.m_inventory));
     }
 }
 
-REPLY INVENTORY_AREAS::Answer(uint8_t a_Command, REQUEST a_Request) {
-    if (a_Request.empty()) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
-    const auto l_Found = m_Areas.find(a_Request[0]);
-    if (l_Found == m_Areas.end()) return Refuse(IPMI_NOT_PRESENT_CC);
-    AREA& l_Area = l_Found->second;
-    switch (a_Command) {
+Reply InventoryAreas::Answer(uint8_t command, Request request) {
+    if (request.empty()) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
+    const auto found = m_areas.find(request[0]);
+    if (found == m_areas.end()) return Refuse(IPMI_NOT_PRESENT_CC);
+    Area& area = found->second;
+    switch (command) {
     case IPMI_GET_FRU_INVENTORY_AREA_INFO_CMD:
-        if (a_Request.size() != 1) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
-        return Info(l_Area);
+        if (request.size() != 1) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
+        return Info(area);
     case IPMI_READ_FRU_DATA_CMD:
-        if (a_Request.size() != 4) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
-        return Read(l_Area, Offset(a_Request), a_Request[3]);
+        if (request.size() != 4) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
+        return Read(area, Offset(request), request[3]);
     case IPMI_WRITE_FRU_DATA_CMD:
-        if (a_Request.size() <= g_WriteHead) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
-        return Write(l_Area, Offset(a_Request), a_Request.subspan(g_WriteHead));
+        if (request.size() <= WriteHead) return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
+        return Write(area, Offset(request), request.subspan(WriteHead));
     default:
         return Refuse(IPMI_INVALID_CMD_CC);
     }
 }
 
-REPLY INVENTORY_AREAS::Info(const AREA& a_Area) {
-    constexpr uint8_t l_AccessedByBytes = 0;
-    return {0, static_cast<uint8_t>(a_Area.size()), static_cast<uint8_t>(a_Area.size() >> 8), l_AccessedByBytes};
+Reply InventoryAreas::Info(const Area& area) {
+    constexpr uint8_t accessedByBytes = 0;
+    return {0, static_cast<uint8_t>(area.size()), static_cast<uint8_t>(area.size() >> 8), accessedByBytes};
 }
 
 // Clients find out from the refusal how much they may read at a time.
-REPLY INVENTORY_AREAS::Read(const AREA& a_Area, size_t a_Offset, size_t a_Count) {
-    if (a_Count > g_MaxReply - g_ReplyHead) return Refuse(IPMI_REQUESTED_DATA_LENGTH_EXCEEDED_CC);
-    if (a_Offset >= a_Area.size() || a_Count == 0) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
-    const REQUEST l_Rest = REQUEST(a_Area).subspan(a_Offset);
-    const REQUEST l_Data = l_Rest.first(std::min(a_Count, l_Rest.size()));
-    REPLY l_Reply = {0, static_cast<uint8_t>(l_Data.size())};
-    l_Reply.insert(l_Reply.end(), l_Data.begin(), l_Data.end());
-    return l_Reply;
+Reply InventoryAreas::Read(const Area& area, size_t offset, size_t count) {
+    if (count > MaxReply - ReplyHead) return Refuse(IPMI_REQUESTED_DATA_LENGTH_EXCEEDED_CC);
+    if (offset >= area.size() || count == 0) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
+    const Request rest = Request(area).subspan(offset);
+    const Request data = rest.first(std::min(count, rest.size()));
+    Reply reply = {0, static_cast<uint8_t>(data.size())};
+    reply.insert(reply.end(), data.begin(), data.end());
+    return reply;
 }
 
-REPLY INVENTORY_AREAS::Write(AREA& a_Area, size_t a_Offset, REQUEST a_Data) {
-    if (a_Offset >= a_Area.size()) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
-    if (a_Data.size() > a_Area.size() - a_Offset) return Refuse(IPMI_REQUESTED_DATA_LENGTH_EXCEEDED_CC);
-    std::copy(a_Data.begin(), a_Data.end(), a_Area.begin() + static_cast<std::ptrdiff_t>(a_Offset));
-    return {0, static_cast<uint8_t>(a_Data.size())};
+Reply InventoryAreas::Write(Area& area, size_t offset, Request data) {
+    if (offset >= area.size()) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
+    if (data.size() > area.size() - offset) return Refuse(IPMI_REQUESTED_DATA_LENGTH_EXCEEDED_CC);
+    std::copy(data.begin(), data.end(), area.begin() + static_cast<std::ptrdiff_t>(offset));
+    return {0, static_cast<uint8_t>(data.size())};
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

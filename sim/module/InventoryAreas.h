@@ -8,24 +8,24 @@
 #include <map>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// What is written lasts as long as the controller.
-class INVENTORY_AREAS {
+class InventoryAreas {
 public:
-    explicit INVENTORY_AREAS(const BLADE& a_Blade);
+    explicit InventoryAreas(const Blade& blade);
 
     /// A request of the storage network function: area info, read, write. A FRU without an area is "not present".
-    REPLY Answer(uint8_t a_Command, REQUEST a_Request);
+    Reply Answer(uint8_t command, Request request);
 
 private:
-    using AREA = std::vector<uint8_t>;
+    using Area = std::vector<uint8_t>;
 
-    static REPLY Info(const AREA& a_Area);
-    static REPLY Read(const AREA& a_Area, size_t a_Offset, size_t a_Count);
-    static REPLY Write(AREA& a_Area, size_t a_Offset, REQUEST a_Data);
+    static Reply Info(const Area& area);
+    static Reply Read(const Area& area, size_t offset, size_t count);
+    static Reply Write(Area& area, size_t offset, Request data);
 
-    std::map<uint8_t, AREA> m_Areas; ///< by FRU id
+    std::map<uint8_t, Area> m_areas; ///< by FRU id
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

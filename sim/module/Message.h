@@ -6,19 +6,19 @@
 #include <span>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// The data bytes of a request.
-using REQUEST = std::span<const uint8_t>;
+using Request = std::span<const uint8_t>;
 
 /// Completion code and data; there are no data unless the code is 0.
-using REPLY = std::vector<uint8_t>;
+using Reply = std::vector<uint8_t>;
 
 /// What ipmi_sim has room for.
-constexpr size_t g_MaxReply = 36;
+constexpr size_t MaxReply = 36;
 
-inline REPLY Refuse(uint8_t a_CompletionCode) {
-    return {a_CompletionCode};
+inline Reply Refuse(uint8_t completionCode) {
+    return {completionCode};
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -23,56 +23,56 @@ extern "C" {
 #include <memory>
 #include <string_view>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 // From the module's start to the end of the process; ipmi_sim is one thread.
-std::unique_ptr<CARRIER> g_Carrier;
-std::unique_ptr<INVENTORY_AREAS> g_Inventory;
+std::unique_ptr<Carrier> loadedCarrier;
+std::unique_ptr<InventoryAreas> loadedInventory;
 
-void Log(const char* a_Text) {
-    std::fprintf(stderr, "bladesim_carrier: %s\n", a_Text);
+void Log(const char* text) {
+    std::fprintf(stderr, "bladesim_carrier: %s\n", text);
 }
 
 /// ipmi_sim is C: no exception may go there.
-template <typename ANSWER>
-void Reply(unsigned char* a_Reply, unsigned int* a_Length, ANSWER a_Answer) {
+template <typename Answer>
+void WriteReply(unsigned char* reply, unsigned int* length, Answer answer) {
     try {
-        const REPLY l_Reply = a_Answer();
-        assert(!l_Reply.empty() && l_Reply.size() <= g_MaxReply);
-        std::copy(l_Reply.begin(), l_Reply.end(), a_Reply);
-        *a_Length = static_cast<unsigned int>(l_Reply.size());
-    } catch (const std::exception& l_Error) {
-        Log(l_Error.what());
-        a_Reply[0] = IPMI_UNKNOWN_ERR_CC;
-        *a_Length = 1;
+        const Reply bytes = answer();
+        assert(!bytes.empty() && bytes.size() <= MaxReply);
+        std::copy(bytes.begin(), bytes.end(), reply);
+        *length = static_cast<unsigned int>(bytes.size());
+    } catch (const std::exception& error) {
+        Log(error.what());
+        reply[0] = IPMI_UNKNOWN_ERR_CC;
+        *length = 1;
     }
 }
 
-void AnswerPICMG(lmc_data_t* /*a_Controller*/, msg_t* a_Request, unsigned char* a_Reply, unsigned int* a_Length,
-                 void* /*a_Data*/) {
-    Reply(a_Reply, a_Length, [&] {
-        return g_Carrier->Answer(a_Request->cmd, {a_Request->data, a_Request->len}, LED_CLOCK::now());
+void AnswerPICMG(lmc_data_t* /*controller*/, msg_t* request, unsigned char* reply, unsigned int* length,
+                 void* /*data*/) {
+    WriteReply(reply, length, [&] {
+        return loadedCarrier->Answer(request->cmd, {request->data, request->len}, LedClock::now());
     });
 }
 
-void AnswerInventory(lmc_data_t* /*a_Controller*/, msg_t* a_Request, unsigned char* a_Reply, unsigned int* a_Length,
-                     void* /*a_Data*/) {
-    Reply(a_Reply, a_Length, [&] { return g_Inventory->Answer(a_Request->cmd, {a_Request->data, a_Request->len}); });
+void AnswerInventory(lmc_data_t* /*controller*/, msg_t* request, unsigned char* reply, unsigned int* length,
+                     void* /*data*/) {
+    WriteReply(reply, length, [&] { return loadedInventory->Answer(request->cmd, {request->data, request->len}); });
 }
 
-void AnswerDeviceId(lmc_data_t* /*a_Controller*/, msg_t* /*a_Request*/, unsigned char* a_Reply, unsigned int* a_Length,
-                    void* /*a_Data*/) {
-    Reply(a_Reply, a_Length, [] { return g_Carrier->DeviceId(); });
+void AnswerDeviceId(lmc_data_t* /*controller*/, msg_t* /*request*/, unsigned char* reply, unsigned int* length,
+                    void* /*data*/) {
+    WriteReply(reply, length, [] { return loadedCarrier->DeviceId(); });
 }
 
-struct COMMAND_HANDLER {
-    uint8_t m_NetFn;
-    uint8_t m_Command;
-    cmd_handler_f m_Handler;
+struct CommandHandler {
+    uint8_t m_netFn;
+    uint8_t m_command;
+    cmd_handler_f m_handler;
 };
 
-constexpr COMMAND_HANDLER g_Handlers[] = {
+constexpr CommandHandler Handlers[] = {
     {IPMI_APP_NETFN, IPMI_GET_DEVICE_ID_CMD, AnswerDeviceId},
     {IPMI_STORAGE_NETFN, IPMI_GET_FRU_INVENTORY_AREA_INFO_CMD, AnswerInventory},
     {IPMI_STORAGE_NETFN, IPMI_READ_FRU_DATA_CMD, AnswerInventory},
@@ -80,76 +80,76 @@ constexpr COMMAND_HANDLER g_Handlers[] = {
 };
 
 /// A list of any length on one line: ipmi_sim prints only so much at a time.
-void Print(emu_out_t* a_Out, const std::vector<std::string>& a_Objects) {
-    static char s_Text[] = "%s%s";
-    const char* l_Before = "[";
-    for (const std::string& l_Object : a_Objects) {
-        a_Out->eprintf(a_Out, s_Text, l_Before, l_Object.c_str());
-        l_Before = ",";
+void Print(emu_out_t* out, const std::vector<std::string>& objects) {
+    static char text[] = "%s%s";
+    const char* before = "[";
+    for (const std::string& object : objects) {
+        out->eprintf(out, text, before, object.c_str());
+        before = ",";
     }
-    a_Out->eprintf(a_Out, s_Text, a_Objects.empty() ? "[" : "", "]\n");
+    out->eprintf(out, text, objects.empty() ? "[" : "", "]\n");
 }
 
 /// The console command: `blade leds`, `blade controls`.
-int BladeCommand(emu_out_t* a_Out, emu_data_t* /*a_Simulator*/, lmc_data_t* /*a_Controller*/, char** a_Words) {
+int BladeCommand(emu_out_t* out, emu_data_t* /*simulator*/, lmc_data_t* /*controller*/, char** words) {
     try {
-        const char* const l_Word = mystrtok(nullptr, " \t\r\n", a_Words);
-        const std::string_view l_What = l_Word == nullptr ? "" : l_Word;
-        if (l_What == "leds") {
-            Print(a_Out, DescribeLEDs(*g_Carrier, LED_CLOCK::now()));
-        } else if (l_What == "controls") {
-            Print(a_Out, DescribeControls(*g_Carrier));
+        const char* const word = mystrtok(nullptr, " \t\r\n", words);
+        const std::string_view what = word == nullptr ? "" : word;
+        if (what == "leds") {
+            Print(out, DescribeLEDs(*loadedCarrier, LedClock::now()));
+        } else if (what == "controls") {
+            Print(out, DescribeControls(*loadedCarrier));
         } else {
-            static char s_Usage[] = "usage: blade leds|controls\n";
-            a_Out->eprintf(a_Out, s_Usage);
+            static char usage[] = "usage: blade leds|controls\n";
+            out->eprintf(out, usage);
             return EINVAL;
         }
         return 0;
-    } catch (const std::exception& l_Error) {
-        Log(l_Error.what());
+    } catch (const std::exception& error) {
+        Log(error.what());
         return EIO;
     }
 }
 
 } // namespace
-} // namespace BLADESIM
+} // namespace bladesim
 
 #define BLADESIM_EXPORT __attribute__((visibility("default")))
 
 extern "C" {
 
-BLADESIM_EXPORT int ipmi_sim_module_print_version(sys_data_t* /*a_System*/, const char* /*a_Options*/) {
+BLADESIM_EXPORT int ipmi_sim_module_print_version(sys_data_t* /*system*/, const char* /*options*/) {
     std::printf("bladesim_carrier %s\n", BLADESIM_VERSION);
     return 0;
 }
 
 /// Reads the blade; what is wrong with it goes to ipmi_sim's log, and ipmi_sim does not start.
-BLADESIM_EXPORT int ipmi_sim_module_init(sys_data_t* /*a_System*/, const char* a_Options) {
-    using namespace BLADESIM;
+BLADESIM_EXPORT int ipmi_sim_module_init(sys_data_t* /*system*/, const char* options) {
+    using namespace bladesim;
     try {
-        const BLADE l_Blade = ReadBladeFile(a_Options == nullptr ? "" : a_Options);
-        g_Carrier = std::make_unique<CARRIER>(l_Blade);
-        g_Inventory = std::make_unique<INVENTORY_AREAS>(l_Blade);
+        const Blade blade = ReadBladeFile(options == nullptr ? "" : options);
+        loadedCarrier = std::make_unique<Carrier>(blade);
+        loadedInventory = std::make_unique<InventoryAreas>(blade);
         // Else ipmi_sim ends when somebody leaves its console before the prompt has come.
         std::signal(SIGPIPE, SIG_IGN);
         return 0;
-    } catch (const std::exception& l_Error) {
-        Log(l_Error.what());
+    } catch (const std::exception& error) {
+        Log(error.what());
         return EINVAL;
     }
 }
 
 /// After the commands that make the controller: handlers of ipmi_sim's own are replaced here. Nobody looks at the
 /// result.
-BLADESIM_EXPORT int ipmi_sim_module_post_init(sys_data_t* /*a_System*/) {
-    using namespace BLADESIM;
+BLADESIM_EXPORT int ipmi_sim_module_post_init(sys_data_t* /*system*/) {
+    using namespace bladesim;
     ipmi_emu_register_group_extension_handler(IPMI_PICMG_GRP_EXT, AnswerPICMG, nullptr);
-    int l_Error = ipmi_emu_add_cmd("blade", NOMC, BladeCommand);
-    for (const COMMAND_HANDLER& l_Handler : g_Handlers) {
-        if (l_Error != 0) break;
-        l_Error = ipmi_emu_register_cmd_handler(l_Handler.m_NetFn, l_Handler.m_Command, l_Handler.m_Handler, nullptr);
+    int error = ipmi_emu_add_cmd("blade", NOMC, BladeCommand);
+    for (const CommandHandler& handler : Handlers) {
+        if (error != 0) break;
+        error = ipmi_emu_register_cmd_handler(handler.m_netFn, handler.m_command, handler.m_handler, nullptr);
     }
-    if (l_Error != 0) Log(std::strerror(l_Error));
-    return l_Error;
+    if (error != 0) Log(std::strerror(error));
+    return error;
 }
 }

@@ -7,15 +7,15 @@
 #include <string>
 #include <utility>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct COMMAND_LINE {
-    std::string m_Blade = "front-board-only";                  ///< name or file
-    std::optional<std::pair<unsigned, std::string>> m_DumpFru; ///< only write this FRU's image to that file
-    OPTIONS m_Options;                                         ///< but for blade and paths
+struct CommandLine {
+    std::string m_blade = "front-board-only";                  ///< name or file
+    std::optional<std::pair<unsigned, std::string>> m_dumpFru; ///< only write this FRU's image to that file
+    Options m_options;                                         ///< but for blade and paths
 };
 
 /// Returns the status to exit with, when there is nothing to be done: bad usage, help, version.
-std::optional<int> ParseCommandLine(int a_Count, char** a_Arguments, COMMAND_LINE& a_Line);
+std::optional<int> ParseCommandLine(int count, char** arguments, CommandLine& line);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -5,19 +5,19 @@
 
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// Sends an order by its name, with what else belongs to it, and returns the result. Throws a BLADE_ERROR: there is no
+/// Sends an order by its name, with what else belongs to it, and returns the result. Throws a BladeError: there is no
 /// controller to be spoken of here, or what the driver has against the order.
-nlohmann::json GiveOrder(const std::string& a_Name, nlohmann::json a_Order = nlohmann::json::object());
+nlohmann::json GiveOrder(const std::string& name, nlohmann::json order = nlohmann::json::object());
 
 /// What ipmi_sim answers to a command on its console, a line of JSON; null while the controller is stopped. Throws a
-/// BLADE_ERROR.
-nlohmann::json AskConsole(const std::string& a_Command);
+/// BladeError.
+nlohmann::json AskConsole(const std::string& command);
 
 /// The line of JSON in what the console has sent so far, without what else there is on a console (telnet options, the
-/// echo of the command, the prompt). Empty until the line is whole. Throws a BLADE_ERROR when the console has refused
+/// echo of the command, the prompt). Empty until the line is whole. Throws a BladeError when the console has refused
 /// the command.
-std::string ConsoleAnswer(const std::string& a_Received);
+std::string ConsoleAnswer(const std::string& received);
 
-} // namespace BLADESIM
+} // namespace bladesim

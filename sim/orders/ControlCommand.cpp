@@ -16,12 +16,12 @@
 #include <optional>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using nlohmann::json;
 
-constexpr char g_FaultHelp[] =
+constexpr char FaultHelp[] =
     "What DO may be, with its argument:\n"
     "  completion-code CODE   answered with this completion code, without data\n"
     "  reply CODE [DATA…]     answered with these bytes\n"
@@ -40,149 +40,149 @@ bool IsTerminal() {
 }
 
 /// What can be shown: where it comes from and how it looks.
-struct VIEW {
-    const char* m_Name;
-    const char* m_Description;
-    std::function<json()> m_Get;
-    std::function<std::string(const json&)> m_Format;
+struct View {
+    const char* m_name;
+    const char* m_description;
+    std::function<json()> m_get;
+    std::function<std::string(const json&)> m_format;
 };
 
-const VIEW g_Views[] = {
+const View Views[] = {
     {"requests", "How often each command was asked of /dev/ipmi0", [] { return GiveOrder("show requests"); },
      FormatRequests},
     {"log", "All requests of /dev/ipmi0 in their order, the last 100000", [] { return GiveOrder("show log"); },
      FormatLog},
     {"leds", "The LEDs as the controller has them", [] { return AskConsole("blade leds"); },
-     [](const json& a_Leds) { return FormatLeds(a_Leds, IsTerminal()); }},
+     [](const json& leds) { return FormatLeds(leds, IsTerminal()); }},
     {"controls", "The FRU Controls that the controller has received", [] { return AskConsole("blade controls"); },
      FormatControls},
     {"faults", "The faults that are ordered", [] { return GiveOrder("fault list"); }, FormatFaults},
 };
 
-constexpr char g_Stopped[] = "the controller is stopped";
+constexpr char Stopped[] = "the controller is stopped";
 
-void ShowOne(const VIEW& a_View, bool a_Json) {
-    const json l_Data = a_View.m_Get();
-    if (l_Data.is_null()) throw BLADE_ERROR(g_Stopped);
-    Print(a_Json ? JsonLine(l_Data) : a_View.m_Format(l_Data));
+void ShowOne(const View& view, bool asJson) {
+    const json data = view.m_get();
+    if (data.is_null()) throw BladeError(Stopped);
+    Print(asJson ? JsonLine(data) : view.m_format(data));
 }
 
 /// What only the controller knows is missing while it is stopped.
-std::string FormatOrStopped(const VIEW& a_View) {
-    const json l_Data = a_View.m_Get();
-    return l_Data.is_null() ? std::string(g_Stopped) + "\n" : a_View.m_Format(l_Data);
+std::string FormatOrStopped(const View& view) {
+    const json data = view.m_get();
+    return data.is_null() ? std::string(Stopped) + "\n" : view.m_format(data);
 }
 
-void ShowAll(bool a_Json) {
-    if (a_Json) {
-        json l_All;
-        for (const VIEW& l_View : g_Views)
-            l_All[l_View.m_Name] = l_View.m_Get();
-        Print(JsonLine(l_All));
+void ShowAll(bool asJson) {
+    if (asJson) {
+        json all;
+        for (const View& view : Views)
+            all[view.m_name] = view.m_get();
+        Print(JsonLine(all));
         return;
     }
-    for (const VIEW& l_View : g_Views)
-        Print(std::string(&l_View == g_Views ? "" : "\n") + l_View.m_Name + "\n" + FormatOrStopped(l_View));
+    for (const View& view : Views)
+        Print(std::string(&view == Views ? "" : "\n") + view.m_name + "\n" + FormatOrStopped(view));
 }
 
-class CONTROL_COMMAND : public ORDER_COMMAND {
+class ControlCommand : public OrderCommand {
 public:
-    CONTROL_COMMAND() {
+    ControlCommand() {
         AddFaultCommands(AddCommand("fault", "Order misbehaviour of the controller"));
         AddControllerCommands(AddCommand("controller", "Stop and start the controller"));
         AddShowCommands(AddCommand("show", "Show what the controller was asked and what it knows"));
     }
 
 private:
-    void AddFaultCommands(CLI::App& a_Fault) {
-        a_Fault.require_subcommand(1);
-        CLI::App* const l_Add = a_Fault.add_subcommand("add", "Order a fault; prints its number");
-        l_Add->footer(g_FaultHelp);
-        l_Add->add_option("REQUEST", m_Fault.m_Request, "Network function, command and data in hexadecimal")
+    void AddFaultCommands(CLI::App& faultCommand) {
+        faultCommand.require_subcommand(1);
+        CLI::App* const add = faultCommand.add_subcommand("add", "Order a fault; prints its number");
+        add->footer(FaultHelp);
+        add->add_option("REQUEST", m_fault.m_request, "Network function, command and data in hexadecimal")
             ->required()
             ->type_name("");
-        l_Add->add_option("DO", m_Fault.m_Do, "What happens to such a request")->required()->type_name("");
-        l_Add->add_option("--first", m_Fault.m_First, "The first such request that it hits, counted from 1")
+        add->add_option("DO", m_fault.m_do, "What happens to such a request")->required()->type_name("");
+        add->add_option("--first", m_fault.m_first, "The first such request that it hits, counted from 1")
             ->type_name("N");
-        l_Add->add_option("--count", m_Fault.m_Count, "How many it hits; 0: all")->type_name("N");
-        l_Add->callback([this] {
-            const json l_Fault = FaultOfWords();
-            m_Do = [l_Fault] { Print(JsonLine(GiveOrder("fault add", {{"fault", l_Fault}}))); };
+        add->add_option("--count", m_fault.m_count, "How many it hits; 0: all")->type_name("N");
+        add->callback([this] {
+            const json fault = FaultOfWords();
+            m_do = [fault] { Print(JsonLine(GiveOrder("fault add", {{"fault", fault}}))); };
         });
 
-        CLI::App* const l_List = a_Fault.add_subcommand("list", "Show the faults and what they have hit");
-        AddJson(*l_List);
-        Does(*l_List, [this] { ShowOne(*std::prev(std::end(g_Views)), m_Json); });
+        CLI::App* const list = faultCommand.add_subcommand("list", "Show the faults and what they have hit");
+        AddJson(*list);
+        Does(*list, [this] { ShowOne(*std::prev(std::end(Views)), m_json); });
 
-        CLI::App* const l_Clear = a_Fault.add_subcommand("clear", "Take a fault back, or all of them");
-        l_Clear->add_option("NUMBER", m_Number, "As add and list have printed it")->type_name("");
-        Does(*l_Clear, [this] { GiveOrder("fault clear", m_Number ? json{{"number", *m_Number}} : json::object()); });
+        CLI::App* const clear = faultCommand.add_subcommand("clear", "Take a fault back, or all of them");
+        clear->add_option("NUMBER", m_number, "As add and list have printed it")->type_name("");
+        Does(*clear, [this] { GiveOrder("fault clear", m_number ? json{{"number", *m_number}} : json::object()); });
 
-        CLI::App* const l_Release =
-            a_Fault.add_subcommand("release", "Let lost replies come after all; prints how many were kept");
-        Does(*l_Release, [] { Print(JsonLine(GiveOrder("fault release"))); });
+        CLI::App* const release =
+            faultCommand.add_subcommand("release", "Let lost replies come after all; prints how many were kept");
+        Does(*release, [] { Print(JsonLine(GiveOrder("fault release"))); });
     }
 
-    void AddControllerCommands(CLI::App& a_Controller) {
-        struct COMMAND {
-            const char* m_Name;
-            const char* m_Description;
+    void AddControllerCommands(CLI::App& controller) {
+        struct Command {
+            const char* m_name;
+            const char* m_description;
         };
-        static constexpr COMMAND l_Commands[] = {
+        static constexpr Command commands[] = {
             {"stop", "Take the controller away, as if it had lost its power"},
             {"start", "Have it back, with nothing of what was set in it"},
             {"restart", "Both"},
         };
-        a_Controller.require_subcommand(1);
-        for (const COMMAND& l_Command : l_Commands) {
-            CLI::App* const l_Sub = a_Controller.add_subcommand(l_Command.m_Name, l_Command.m_Description);
-            Does(*l_Sub, [&l_Command] { GiveOrder(std::string("controller ") + l_Command.m_Name); });
+        controller.require_subcommand(1);
+        for (const Command& command : commands) {
+            CLI::App* const sub = controller.add_subcommand(command.m_name, command.m_description);
+            Does(*sub, [&command] { GiveOrder(std::string("controller ") + command.m_name); });
         }
     }
 
-    void AddShowCommands(CLI::App& a_Show) {
-        AddJson(a_Show);
-        a_Show.require_subcommand(0, 1);
-        a_Show.footer("Without a subcommand: all of it.");
+    void AddShowCommands(CLI::App& show) {
+        AddJson(show);
+        show.require_subcommand(0, 1);
+        show.footer("Without a subcommand: all of it.");
         // The callbacks of the subcommands come behind this one, and have the last word.
-        a_Show.preparse_callback([this](size_t) { m_Do = [this] { ShowAll(m_Json); }; });
-        for (const VIEW& l_View : g_Views) {
-            CLI::App* const l_Sub = a_Show.add_subcommand(l_View.m_Name, l_View.m_Description);
-            AddJson(*l_Sub);
-            Does(*l_Sub, [this, &l_View] { ShowOne(l_View, m_Json); });
+        show.preparse_callback([this](size_t) { m_do = [this] { ShowAll(m_json); }; });
+        for (const View& view : Views) {
+            CLI::App* const sub = show.add_subcommand(view.m_name, view.m_description);
+            AddJson(*sub);
+            Does(*sub, [this, &view] { ShowOne(view, m_json); });
         }
-        CLI::App* const l_Clear = a_Show.add_subcommand("clear", "Forget requests and log, and count from here");
-        Does(*l_Clear, [] { GiveOrder("show clear"); });
+        CLI::App* const clear = show.add_subcommand("clear", "Forget requests and log, and count from here");
+        Does(*clear, [] { GiveOrder("show clear"); });
     }
 
     /// The same reader as for blade files says what is wrong with it.
     json FaultOfWords() const {
-        json l_Fault = {{"request", m_Fault.m_Request}};
-        if (m_Fault.m_First) l_Fault["first"] = *m_Fault.m_First;
-        if (m_Fault.m_Count) l_Fault["count"] = *m_Fault.m_Count;
-        AddFaultWords(l_Fault, m_Fault.m_Do);
+        json fault = {{"request", m_fault.m_request}};
+        if (m_fault.m_first) fault["first"] = *m_fault.m_first;
+        if (m_fault.m_count) fault["count"] = *m_fault.m_count;
+        AddFaultWords(fault, m_fault.m_do);
         try {
-            return FaultToJson(FaultFromJson(l_Fault));
-        } catch (const BLADE_ERROR& l_Error) {
-            throw CLI::ValidationError(l_Error.what());
+            return FaultToJson(FaultFromJson(fault));
+        } catch (const BladeError& error) {
+            throw CLI::ValidationError(error.what());
         }
     }
 
-    struct FAULT_WORDS {
-        std::string m_Request;
-        std::optional<std::string> m_First;
-        std::optional<std::string> m_Count;
-        std::vector<std::string> m_Do;
+    struct FaultWords {
+        std::string m_request;
+        std::optional<std::string> m_first;
+        std::optional<std::string> m_count;
+        std::vector<std::string> m_do;
     };
 
-    FAULT_WORDS m_Fault;
-    std::optional<unsigned> m_Number;
+    FaultWords m_fault;
+    std::optional<unsigned> m_number;
 };
 
 } // namespace
 
-int RunControlCommand(int a_Count, char** a_Arguments) {
-    return CONTROL_COMMAND().Run(a_Count, a_Arguments);
+int RunControlCommand(int count, char** arguments) {
+    return ControlCommand().Run(count, arguments);
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

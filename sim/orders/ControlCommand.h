@@ -1,9 +1,9 @@
 // bladesim's commands for a blade that runs: fault, controller, show.
 #pragma once
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// Does such a command line; returns the status to exit with.
-int RunControlCommand(int a_Count, char** a_Arguments);
+int RunControlCommand(int count, char** arguments);
 
-} // namespace BLADESIM
+} // namespace bladesim

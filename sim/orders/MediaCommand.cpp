@@ -10,47 +10,47 @@
 #include <limits>
 #include <optional>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using nlohmann::json;
 using nlohmann::ordered_json;
 
 std::string ModesHelp() {
-    std::string l_Text = "MODE is one of:\n";
-    for (const MEDIA_MODE& l_Mode : g_MediaModes) {
-        std::string l_Line = "  " + std::string(l_Mode.m_Name);
-        l_Line.resize(20, ' ');
-        l_Text += l_Line + std::string(l_Mode.m_Description) + "\n";
+    std::string text = "MODE is one of:\n";
+    for (const MediaMode& mode : MediaModes) {
+        std::string line = "  " + std::string(mode.m_name);
+        line.resize(20, ' ');
+        text += line + std::string(mode.m_description) + "\n";
     }
-    return l_Text + "\nExample: bladesim media set faulty --processor 7 --error-file boot.c";
+    return text + "\nExample: bladesim media set faulty --processor 7 --error-file boot.c";
 }
 
 ordered_json MediaState() {
-    const std::string l_RunFolder = RunFolder();
-    const MEDIA_ORDER l_Order = ReadMediaOrder(l_RunFolder);
-    const auto l_Process = RunningMedia(l_RunFolder);
-    const std::string l_Counts = ReadFile(l_RunFolder + "/" + g_MediaCountsFile);
-    ordered_json l_State = {{"running", l_Process.has_value()},
-                            {"process", l_Process ? ordered_json(*l_Process) : ordered_json()},
-                            {"mode", l_Order.m_Mode->m_Name},
-                            {"delay_ms", l_Order.m_Delay},
-                            {"board_requests", 0},
-                            {"processor_requests", 0}};
-    if (!l_Counts.empty()) l_State.update(ordered_json::parse(l_Counts));
-    return l_State;
+    const std::string runFolder = RunFolder();
+    const MediaOrder order = ReadMediaOrder(runFolder);
+    const auto process = RunningMedia(runFolder);
+    const std::string counts = ReadFile(runFolder + "/" + MediaCountsFile);
+    ordered_json state = {{"running", process.has_value()},
+                          {"process", process ? ordered_json(*process) : ordered_json()},
+                          {"mode", order.m_mode->m_name},
+                          {"delay_ms", order.m_delay},
+                          {"board_requests", 0},
+                          {"processor_requests", 0}};
+    if (!counts.empty()) state.update(ordered_json::parse(counts));
+    return state;
 }
 
 /// An option of `media set`, which becomes a key of the order.
-struct NUMBER_OPTION {
-    const char* m_Option;
-    const char* m_Key;
-    const char* m_Description;
-    uint32_t m_Max = std::numeric_limits<uint32_t>::max();
+struct NumberOption {
+    const char* m_option;
+    const char* m_key;
+    const char* m_description;
+    uint32_t m_max = std::numeric_limits<uint32_t>::max();
 };
 
-constexpr NUMBER_OPTION g_Numbers[] = {
-    {"--delay", "delay_ms", "Milliseconds before each answer", g_MaxMediaDelay},
+constexpr NumberOption NumberOptions[] = {
+    {"--delay", "delay_ms", "Milliseconds before each answer", MaxMediaDelay},
     {"--board-state", "board_state", "State of the board; live: 1, or 0 with a sub-state of 4 or more"},
     {"--sub-state", "sub_state", "Sub-state of the board; live: 4 or more, or 0 in state 1"},
     {"--processor-state", "processor_state", "State of the processor; below 2 it has a fault"},
@@ -58,75 +58,73 @@ constexpr NUMBER_OPTION g_Numbers[] = {
     {"--severity", "severity", "Severity of its fault"},
 };
 
-struct TEXT_OPTION {
-    const char* m_Option;
-    const char* m_Key;
-    const char* m_Description;
+struct TextOption {
+    const char* m_option;
+    const char* m_key;
+    const char* m_description;
 };
 
-constexpr TEXT_OPTION g_Texts[] = {
+constexpr TextOption TextOptions[] = {
     {"--error-file", "error_file", "Source file in which the fault was found"},
     {"--cause-file", "cause_file", "Source file of its cause"},
 };
 
-class MEDIA_COMMAND : public ORDER_COMMAND {
+class MediaCommand : public OrderCommand {
 public:
-    MEDIA_COMMAND() {
-        CLI::App& l_Media = AddCommand("media", "The media software: how it answers the health monitor");
-        l_Media.require_subcommand(1);
-        CLI::App* const l_Show = l_Media.add_subcommand("show", "Show whether it runs, and what it was asked");
-        AddJson(*l_Show);
-        Does(*l_Show, [this] {
-            const ordered_json l_State = MediaState();
-            Print(m_Json ? JsonLine(l_State) : FormatMedia(l_State));
+    MediaCommand() {
+        CLI::App& media = AddCommand("media", "The media software: how it answers the health monitor");
+        media.require_subcommand(1);
+        CLI::App* const show = media.add_subcommand("show", "Show whether it runs, and what it was asked");
+        AddJson(*show);
+        Does(*show, [this] {
+            const ordered_json state = MediaState();
+            Print(m_json ? JsonLine(state) : FormatMedia(state));
         });
-        AddSet(*l_Media.add_subcommand("set", "Order how it behaves, from now on and when it is started again"));
+        AddSet(*media.add_subcommand("set", "Order how it behaves, from now on and when it is started again"));
     }
 
 private:
-    void AddSet(CLI::App& a_Set) {
-        a_Set.footer(ModesHelp());
-        a_Set.add_option("MODE", m_Mode, "What it does with a request")
+    void AddSet(CLI::App& set) {
+        set.footer(ModesHelp());
+        set.add_option("MODE", m_mode, "What it does with a request")
             ->required()
             ->type_name("")
-            ->check([](const std::string& a_Mode) { return FindMediaMode(a_Mode) ? "" : a_Mode + " is no mode"; });
-        for (const NUMBER_OPTION& l_Number : g_Numbers) {
-            a_Set
-                .add_option_function<uint32_t>(
-                    l_Number.m_Option, [this, &l_Number](uint32_t a_Value) { m_Order[l_Number.m_Key] = a_Value; },
-                    l_Number.m_Description)
+            ->check([](const std::string& mode) { return FindMediaMode(mode) ? "" : mode + " is no mode"; });
+        for (const NumberOption& number : NumberOptions) {
+            set.add_option_function<uint32_t>(
+                   number.m_option, [this, &number](uint32_t value) { m_order[number.m_key] = value; },
+                   number.m_description)
                 ->type_name("N")
-                ->check(CLI::Range(uint32_t{0}, l_Number.m_Max));
+                ->check(CLI::Range(uint32_t{0}, number.m_max));
         }
-        for (const TEXT_OPTION& l_Text : g_Texts) {
-            a_Set
-                .add_option_function<std::string>(
-                    l_Text.m_Option, [this, &l_Text](const std::string& a_Value) { m_Order[l_Text.m_Key] = a_Value; },
-                    l_Text.m_Description)
+        for (const TextOption& text : TextOptions) {
+            set.add_option_function<std::string>(
+                   text.m_option, [this, &text](const std::string& value) { m_order[text.m_key] = value; },
+                   text.m_description)
                 ->type_name("TEXT");
         }
-        a_Set.add_flag_callback(
-            "--at-processor", [this] { m_Order["at_processor"] = true; },
+        set.add_flag_callback(
+            "--at-processor", [this] { m_order["at_processor"] = true; },
             "The board is answered as not live; the mode befalls the question for a processor");
-        Does(a_Set, [this] { Set(); });
+        Does(set, [this] { Set(); });
     }
 
     /// What is dead does not read what it is told.
     void Set() {
-        const std::string l_RunFolder = RunFolder();
-        m_Order["mode"] = m_Mode;
-        WriteMediaOrder(l_RunFolder, m_Order);
-        if (m_Mode == g_MediaDead) EndMedia(l_RunFolder, MEDIA_END::KILL);
+        const std::string runFolder = RunFolder();
+        m_order["mode"] = m_mode;
+        WriteMediaOrder(runFolder, m_order);
+        if (m_mode == MediaDead) EndMedia(runFolder, MediaEnd::Kill);
     }
 
-    std::string m_Mode;
-    json m_Order = json::object();
+    std::string m_mode;
+    json m_order = json::object();
 };
 
 } // namespace
 
-int RunMediaCommand(int a_Count, char** a_Arguments) {
-    return MEDIA_COMMAND().Run(a_Count, a_Arguments);
+int RunMediaCommand(int count, char** arguments) {
+    return MediaCommand().Run(count, arguments);
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

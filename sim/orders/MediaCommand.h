@@ -1,9 +1,9 @@
 // bladesim's command for the media software: how it behaves towards the health monitor.
 #pragma once
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// Does such a command line; returns the status to exit with.
-int RunMediaCommand(int a_Count, char** a_Arguments);
+int RunMediaCommand(int count, char** arguments);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -7,36 +7,36 @@
 #include <exception>
 #include <utility>
 
-namespace BLADESIM {
+namespace bladesim {
 
-ORDER_COMMAND::ORDER_COMMAND() : m_App("Speaks with the blade in which it runs.", "bladesim") {
-    m_App.require_subcommand(1);
+OrderCommand::OrderCommand() : m_app("Speaks with the blade in which it runs.", "bladesim") {
+    m_app.require_subcommand(1);
 }
 
-int ORDER_COMMAND::Run(int a_Count, char** a_Arguments) {
+int OrderCommand::Run(int count, char** arguments) {
     try {
-        m_App.parse(a_Count, a_Arguments);
+        m_app.parse(count, arguments);
         // Only now that the whole line has turned out right.
-        m_Do();
+        m_do();
         return 0;
-    } catch (const CLI::ParseError& l_Error) {
-        return m_App.exit(l_Error) == 0 ? 0 : g_BadUsage;
-    } catch (const std::exception& l_Error) {
-        std::fprintf(stderr, "bladesim: %s\n", BM_PLATFORM::Printable(l_Error.what(), "\n").c_str());
-        return g_NotBroughtUp;
+    } catch (const CLI::ParseError& error) {
+        return m_app.exit(error) == 0 ? 0 : BadUsage;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bladesim: %s\n", BM_PLATFORM::Printable(error.what(), "\n").c_str());
+        return NotBroughtUp;
     }
 }
 
-CLI::App& ORDER_COMMAND::AddCommand(const std::string& a_Word, const std::string& a_Description) {
-    return *m_App.add_subcommand(a_Word, a_Description);
+CLI::App& OrderCommand::AddCommand(const std::string& word, const std::string& description) {
+    return *m_app.add_subcommand(word, description);
 }
 
-void ORDER_COMMAND::Does(CLI::App& a_Command, std::function<void()> a_Do) {
-    a_Command.callback([this, l_Do = std::move(a_Do)] { m_Do = l_Do; });
+void OrderCommand::Does(CLI::App& command, std::function<void()> deed) {
+    command.callback([this, action = std::move(deed)] { m_do = action; });
 }
 
-void Print(const std::string& a_Text) {
-    std::fwrite(a_Text.data(), 1, a_Text.size(), stdout);
+void Print(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -8,36 +8,36 @@
 #include <functional>
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// One command line: CLI11 fills members of the derived class in, the callbacks note what is to be done.
-class ORDER_COMMAND {
+class OrderCommand {
 public:
     /// Returns the status to exit with; what goes wrong is said on standard error.
-    int Run(int a_Count, char** a_Arguments);
+    int Run(int count, char** arguments);
 
 protected:
-    /// `a_Word` is the command's first word on the command line; its subcommands are added to what this returns.
-    CLI::App& AddCommand(const std::string& a_Word, const std::string& a_Description);
-    void Does(CLI::App& a_Command, std::function<void()> a_Do);
-    void AddJson(CLI::App& a_Command) { a_Command.add_flag("--json", m_Json, "One line of JSON"); }
+    /// `word` is the command's first word on the command line; its subcommands are added to what this returns.
+    CLI::App& AddCommand(const std::string& word, const std::string& description);
+    void Does(CLI::App& command, std::function<void()> deed);
+    void AddJson(CLI::App& command) { command.add_flag("--json", m_json, "One line of JSON"); }
 
-    ORDER_COMMAND();
+    OrderCommand();
 
-    bool m_Json = false;
-    std::function<void()> m_Do;
+    bool m_json = false;
+    std::function<void()> m_do;
 
 private:
-    CLI::App m_App;
+    CLI::App m_app;
 };
 
 /// To standard output.
-void Print(const std::string& a_Text);
+void Print(const std::string& text);
 
 /// A line of JSON that steers no terminal.
-template <typename JSON>
-std::string JsonLine(const JSON& a_Json) {
-    return BM_PLATFORM::EscapedJson(a_Json.dump()) + "\n";
+template <typename Json>
+std::string JsonLine(const Json& json) {
+    return BM_PLATFORM::EscapedJson(json.dump()) + "\n";
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -5,13 +5,13 @@
 
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
 // Each takes what the blade answers, and makes a table of it.
-std::string FormatRequests(const nlohmann::json& a_Requests);
-std::string FormatLog(const nlohmann::json& a_Log);
-std::string FormatFaults(const nlohmann::json& a_Faults);
-std::string FormatLeds(const nlohmann::json& a_Leds, bool a_Colors);
-std::string FormatControls(const nlohmann::json& a_Controls);
+std::string FormatRequests(const nlohmann::json& requests);
+std::string FormatLog(const nlohmann::json& log);
+std::string FormatFaults(const nlohmann::json& faults);
+std::string FormatLeds(const nlohmann::json& leds, bool colors);
+std::string FormatControls(const nlohmann::json& controls);
 
-} // namespace BLADESIM
+} // namespace bladesim

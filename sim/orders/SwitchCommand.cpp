@@ -10,114 +10,114 @@
 #include <string>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using namespace BM_PLATFORM;
 
-constexpr char g_FailHelp[] = "The call answers CODE from now on, until it is cleared.\n"
-                              "Example: bladesim switch fail mavkAmcSwitchPortEnable 5 3";
+constexpr char FailHelp[] = "The call answers CODE from now on, until it is cleared.\n"
+                            "Example: bladesim switch fail mavkAmcSwitchPortEnable 5 3";
 
 std::string File() {
-    const auto l_File = SwitchFile();
-    if (!l_File) throw BLADE_ERROR("this is not the inside of a blade");
-    return *l_File;
+    const auto file = SwitchFile();
+    if (!file) throw BladeError("this is not the inside of a blade");
+    return *file;
 }
 
-void SetCable(SWITCH_STATE& a_State, int a_Port, bool a_Up) {
-    const auto l_Port = a_State.m_Ports.find(a_Port);
-    if (l_Port == a_State.m_Ports.end()) throw BLADE_ERROR("the switch has no port " + std::to_string(a_Port));
-    l_Port->second.m_Cable = a_Up;
+void SetCable(SWITCH_STATE& state, int port, bool up) {
+    const auto found = state.m_Ports.find(port);
+    if (found == state.m_Ports.end()) throw BladeError("the switch has no port " + std::to_string(port));
+    found->second.m_Cable = up;
 }
 
 // Without a call all failures are lifted, without a number all those of the call.
-void Clear(SWITCH_STATE& a_State, const std::optional<std::string>& a_Call, std::optional<int> a_Number) {
-    std::erase_if(a_State.m_Failures, [&](const auto& a_Failure) {
-        const auto& [l_Call, l_Number] = a_Failure.first;
-        return (!a_Call || l_Call == *a_Call) && (!a_Number || l_Number == a_Number);
+void Clear(SWITCH_STATE& state, const std::optional<std::string>& call, std::optional<int> number) {
+    std::erase_if(state.m_Failures, [&](const auto& failure) {
+        const auto& [failedCall, failedNumber] = failure.first;
+        return (!call || failedCall == *call) && (!number || failedNumber == number);
     });
 }
 
-std::string NotZero(const std::string& a_Text) {
-    return a_Text.find_first_not_of("+-0x") == std::string::npos ? "code 0 is success: clear lifts a failure" : "";
+std::string NotZero(const std::string& text) {
+    return text.find_first_not_of("+-0x") == std::string::npos ? "code 0 is success: clear lifts a failure" : "";
 }
 
-class SWITCH_COMMAND : public ORDER_COMMAND {
+class SwitchCommand : public OrderCommand {
 public:
-    SWITCH_COMMAND() {
-        CLI::App& l_Switch = AddCommand("switch", "The board's Ethernet switch: ports, learnt addresses, failures");
-        l_Switch.require_subcommand(1);
-        AddShow(*l_Switch.add_subcommand("show", "Show ports, learnt addresses and the calls that fail"));
-        AddLink(*l_Switch.add_subcommand("link", "Plug a port's cable in or out"));
-        AddFail(*l_Switch.add_subcommand("fail", "Let a call of the board driver fail"));
-        AddClear(*l_Switch.add_subcommand("clear", "Let a call work again, or all of them"));
+    SwitchCommand() {
+        CLI::App& switchCommand =
+            AddCommand("switch", "The board's Ethernet switch: ports, learnt addresses, failures");
+        switchCommand.require_subcommand(1);
+        AddShow(*switchCommand.add_subcommand("show", "Show ports, learnt addresses and the calls that fail"));
+        AddLink(*switchCommand.add_subcommand("link", "Plug a port's cable in or out"));
+        AddFail(*switchCommand.add_subcommand("fail", "Let a call of the board driver fail"));
+        AddClear(*switchCommand.add_subcommand("clear", "Let a call work again, or all of them"));
     }
 
 private:
-    void AddShow(CLI::App& a_Show) {
-        AddJson(a_Show);
-        Does(a_Show, [this] {
-            const SWITCH_STATE l_State = ReadSwitch(File());
-            Print(m_Json ? JsonLine(JsonOfSwitch(l_State)) : FormatSwitch(l_State));
+    void AddShow(CLI::App& show) {
+        AddJson(show);
+        Does(show, [this] {
+            const SWITCH_STATE state = ReadSwitch(File());
+            Print(m_json ? JsonLine(JsonOfSwitch(state)) : FormatSwitch(state));
         });
     }
 
-    void AddLink(CLI::App& a_Link) {
-        a_Link.add_option("PORT", m_Port, "The switch's own number of it: 3 and 4 fabric, 5 and 6 RTM, 7 and 8 CPUs")
+    void AddLink(CLI::App& link) {
+        link.add_option("PORT", m_port, "The switch's own number of it: 3 and 4 fabric, 5 and 6 RTM, 7 and 8 CPUs")
             ->required()
             ->type_name("");
-        a_Link.add_option("STATE", m_Cable, "up: it carries a link while the port is enabled; down: it does not")
+        link.add_option("STATE", m_cableState, "up: it carries a link while the port is enabled; down: it does not")
             ->required()
             ->type_name("")
             ->check(CLI::IsMember({"up", "down"}));
-        Does(a_Link, [this] {
-            ChangeSwitch(File(), [this](SWITCH_STATE& a_State) { SetCable(a_State, m_Port, m_Cable == "up"); });
+        Does(link, [this] {
+            ChangeSwitch(File(), [this](SWITCH_STATE& state) { SetCable(state, m_port, m_cableState == "up"); });
         });
     }
 
-    void AddFail(CLI::App& a_Fail) {
-        a_Fail.footer(g_FailHelp);
-        AddCall(a_Fail)->required();
-        a_Fail.add_option("CODE", m_Code, "What it answers; 0 would be success")
+    void AddFail(CLI::App& fail) {
+        fail.footer(FailHelp);
+        AddCall(fail)->required();
+        fail.add_option("CODE", m_code, "What it answers; 0 would be success")
             ->required()
             ->type_name("")
             ->check(NotZero);
-        AddNumber(a_Fail);
-        Does(a_Fail, [this] {
-            ChangeSwitch(File(), [this](SWITCH_STATE& a_State) { a_State.SetFailure(*m_Call, m_Number, m_Code); });
+        AddNumber(fail);
+        Does(fail, [this] {
+            ChangeSwitch(File(), [this](SWITCH_STATE& state) { state.SetFailure(*m_call, m_number, m_code); });
         });
     }
 
-    void AddClear(CLI::App& a_Clear) {
-        AddCall(a_Clear);
-        AddNumber(a_Clear);
-        Does(a_Clear,
-             [this] { ChangeSwitch(File(), [this](SWITCH_STATE& a_State) { Clear(a_State, m_Call, m_Number); }); });
+    void AddClear(CLI::App& clear) {
+        AddCall(clear);
+        AddNumber(clear);
+        Does(clear, [this] { ChangeSwitch(File(), [this](SWITCH_STATE& state) { Clear(state, m_call, m_number); }); });
     }
 
-    CLI::Option* AddCall(CLI::App& a_Command) {
-        const std::vector<std::string> l_Calls(SWITCH_CALLS.begin(), SWITCH_CALLS.end());
-        return a_Command.add_option("CALL", m_Call, "The board driver's call")
+    CLI::Option* AddCall(CLI::App& command) {
+        const std::vector<std::string> calls(SWITCH_CALLS.begin(), SWITCH_CALLS.end());
+        return command.add_option("CALL", m_call, "The board driver's call")
             ->type_name("")
-            ->check(CLI::IsMember(l_Calls));
+            ->check(CLI::IsMember(calls));
     }
 
-    void AddNumber(CLI::App& a_Command) {
-        a_Command.add_option("NUMBER", m_Number, "Only for this port of the switch, or this DSP (counted from 0)")
+    void AddNumber(CLI::App& command) {
+        command.add_option("NUMBER", m_number, "Only for this port of the switch, or this DSP (counted from 0)")
             ->type_name("");
     }
 
-    int m_Port = 0;
-    std::string m_Cable;
-    int m_Code = 0;
-    std::optional<std::string> m_Call;
-    std::optional<int> m_Number;
+    int m_port = 0;
+    std::string m_cableState;
+    int m_code = 0;
+    std::optional<std::string> m_call;
+    std::optional<int> m_number;
 };
 
 } // namespace
 
-int RunSwitchCommand(int a_Count, char** a_Arguments) {
-    return SWITCH_COMMAND().Run(a_Count, a_Arguments);
+int RunSwitchCommand(int count, char** arguments) {
+    return SwitchCommand().Run(count, arguments);
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

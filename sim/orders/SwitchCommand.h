@@ -1,9 +1,9 @@
 // bladesim's command for the board's Ethernet switch: its ports, its forwarding table, and calls that are to fail.
 #pragma once
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// Does such a command line; returns the status to exit with.
-int RunSwitchCommand(int a_Count, char** a_Arguments);
+int RunSwitchCommand(int count, char** arguments);
 
-} // namespace BLADESIM
+} // namespace bladesim

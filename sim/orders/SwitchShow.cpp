@@ -7,73 +7,73 @@
 #include <cstdio>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using namespace BM_PLATFORM;
 using nlohmann::ordered_json;
-using ROWS = std::vector<std::vector<CELL>>;
+using Rows = std::vector<std::vector<Cell>>;
 
-std::string MacText(const std::array<unsigned char, 6>& a_Mac) {
-    std::array<char, 18> l_Text{};
-    std::snprintf(l_Text.data(), l_Text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", a_Mac[0], a_Mac[1], a_Mac[2], a_Mac[3],
-                  a_Mac[4], a_Mac[5]);
-    return l_Text.data();
+std::string MacText(const std::array<unsigned char, 6>& mac) {
+    std::array<char, 18> text{};
+    std::snprintf(text.data(), text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3], mac[4],
+                  mac[5]);
+    return text.data();
 }
 
-const char* StateOf(const SWITCH_PORT& a_Port) {
-    return a_Port.m_Enabled ? "enabled" : "disabled";
+const char* StateOf(const SWITCH_PORT& port) {
+    return port.m_Enabled ? "enabled" : "disabled";
 }
 
-const char* UpOrDown(bool a_Up) {
-    return a_Up ? "up" : "down";
+const char* UpOrDown(bool up) {
+    return up ? "up" : "down";
 }
 
-bool HasLink(const SWITCH_PORT& a_Port) {
-    return a_Port.m_Enabled && a_Port.m_Cable;
+bool HasLink(const SWITCH_PORT& port) {
+    return port.m_Enabled && port.m_Cable;
 }
 
 } // namespace
 
-std::string FormatSwitch(const SWITCH_STATE& a_State) {
-    ROWS l_Ports{{{"PORT"}, {"STATE"}, {"CABLE"}, {"LINK"}}};
-    for (const auto& [l_Number, l_Port] : a_State.m_Ports) {
-        l_Ports.push_back(
-            {{std::to_string(l_Number)}, {StateOf(l_Port)}, {UpOrDown(l_Port.m_Cable)}, {UpOrDown(HasLink(l_Port))}});
+std::string FormatSwitch(const SWITCH_STATE& state) {
+    Rows ports{{{"PORT"}, {"STATE"}, {"CABLE"}, {"LINK"}}};
+    for (const auto& [number, port] : state.m_Ports) {
+        ports.push_back(
+            {{std::to_string(number)}, {StateOf(port)}, {UpOrDown(port.m_Cable)}, {UpOrDown(HasLink(port))}});
     }
-    std::string l_Text = FormatTable(l_Ports, false);
-    ROWS l_Learnt{{{"ADDRESS"}, {"BEHIND"}}};
-    for (const auto& [l_Mac, l_Destination] : a_State.m_Learnt) {
-        l_Learnt.push_back(
-            {{MacText(l_Mac)}, {(l_Destination.m_IsDSP ? "DSP " : "port ") + std::to_string(l_Destination.m_Number)}});
+    std::string text = FormatTable(ports, false);
+    Rows learnt{{{"ADDRESS"}, {"BEHIND"}}};
+    for (const auto& [mac, destination] : state.m_Learnt) {
+        learnt.push_back(
+            {{MacText(mac)}, {(destination.m_IsDSP ? "DSP " : "port ") + std::to_string(destination.m_Number)}});
     }
-    if (l_Learnt.size() > 1) l_Text += "\n" + FormatTable(l_Learnt, false);
-    ROWS l_Failures{{{"CALL"}, {"ANSWERS"}, {"FOR"}}};
-    for (const auto& [l_Where, l_Code] : a_State.m_Failures) {
-        l_Failures.push_back(
-            {{l_Where.first}, {std::to_string(l_Code)}, {l_Where.second ? std::to_string(*l_Where.second) : "all"}});
+    if (learnt.size() > 1) text += "\n" + FormatTable(learnt, false);
+    Rows failures{{{"CALL"}, {"ANSWERS"}, {"FOR"}}};
+    for (const auto& [where, code] : state.m_Failures) {
+        failures.push_back(
+            {{where.first}, {std::to_string(code)}, {where.second ? std::to_string(*where.second) : "all"}});
     }
-    if (l_Failures.size() > 1) l_Text += "\n" + FormatTable(l_Failures, false);
-    return l_Text;
+    if (failures.size() > 1) text += "\n" + FormatTable(failures, false);
+    return text;
 }
 
-ordered_json JsonOfSwitch(const SWITCH_STATE& a_State) {
-    ordered_json l_Ports = ordered_json::array();
-    for (const auto& [l_Number, l_Port] : a_State.m_Ports) {
-        l_Ports.push_back(
-            {{"port", l_Number}, {"enabled", l_Port.m_Enabled}, {"cable", l_Port.m_Cable}, {"link", HasLink(l_Port)}});
+ordered_json JsonOfSwitch(const SWITCH_STATE& state) {
+    ordered_json ports = ordered_json::array();
+    for (const auto& [number, port] : state.m_Ports) {
+        ports.push_back(
+            {{"port", number}, {"enabled", port.m_Enabled}, {"cable", port.m_Cable}, {"link", HasLink(port)}});
     }
-    ordered_json l_Learnt = ordered_json::array();
-    for (const auto& [l_Mac, l_Destination] : a_State.m_Learnt) {
-        l_Learnt.push_back({{"mac", MacText(l_Mac)}, {l_Destination.m_IsDSP ? "dsp" : "port", l_Destination.m_Number}});
+    ordered_json learnt = ordered_json::array();
+    for (const auto& [mac, destination] : state.m_Learnt) {
+        learnt.push_back({{"mac", MacText(mac)}, {destination.m_IsDSP ? "dsp" : "port", destination.m_Number}});
     }
-    ordered_json l_Failures = ordered_json::array();
-    for (const auto& [l_Where, l_Code] : a_State.m_Failures) {
-        ordered_json l_Failure = {{"call", l_Where.first}, {"code", l_Code}};
-        if (l_Where.second) l_Failure["number"] = *l_Where.second;
-        l_Failures.push_back(std::move(l_Failure));
+    ordered_json failures = ordered_json::array();
+    for (const auto& [where, code] : state.m_Failures) {
+        ordered_json failure = {{"call", where.first}, {"code", code}};
+        if (where.second) failure["number"] = *where.second;
+        failures.push_back(std::move(failure));
     }
-    return {{"ports", l_Ports}, {"learnt", l_Learnt}, {"failures", l_Failures}};
+    return {{"ports", ports}, {"learnt", learnt}, {"failures", failures}};
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -7,12 +7,12 @@
 
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// The ports, and where there are any the learnt addresses and the calls that fail, as tables for people.
-std::string FormatSwitch(const BM_PLATFORM::SWITCH_STATE& a_State);
+std::string FormatSwitch(const BM_PLATFORM::SWITCH_STATE& state);
 
 /// The same for programs: docs/bladesim.md describes it.
-nlohmann::ordered_json JsonOfSwitch(const BM_PLATFORM::SWITCH_STATE& a_State);
+nlohmann::ordered_json JsonOfSwitch(const BM_PLATFORM::SWITCH_STATE& state);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -4,15 +4,15 @@
 #include <string>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct CELL {
-    std::string m_Text;
-    const char* m_Color = nullptr; ///< the number of an escape sequence ("31"); null: as it is
+struct Cell {
+    std::string m_text;
+    const char* m_color = nullptr; ///< the number of an escape sequence ("31"); null: as it is
 };
 
 /// The first row is the heading. Every column but the last is filled up with blanks; lines end with a line end. What a
 /// terminal would take for a command is shown as '?', line ends in a text too.
-std::string FormatTable(std::vector<std::vector<CELL>> a_Rows, bool a_Colors);
+std::string FormatTable(std::vector<std::vector<Cell>> rows, bool colors);
 
-} // namespace BLADESIM
+} // namespace bladesim

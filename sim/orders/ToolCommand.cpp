@@ -12,102 +12,102 @@
 #include <cstdlib>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using nlohmann::ordered_json;
 
-constexpr char g_SetHelp[] = "Without an option the tool works as it should again: it ends at once, with status 0.\n"
-                             "Example: bladesim tool set mavk_diag --exit 16 --delay 2000 --times 1";
+constexpr char SetHelp[] = "Without an option the tool works as it should again: it ends at once, with status 0.\n"
+                           "Example: bladesim tool set mavk_diag --exit 16 --delay 2000 --times 1";
 
 std::vector<std::string> ToolNames() {
-    std::vector<std::string> l_Names;
-    for (const TOOL& l_Tool : g_Tools)
-        l_Names.emplace_back(l_Tool.m_Name);
-    return l_Names;
+    std::vector<std::string> names;
+    for (const Tool& tool : Tools)
+        names.emplace_back(tool.m_name);
+    return names;
 }
 
 /// Every tool with what is ordered of it; 0 is nothing.
 ordered_json ToolsAndOrders() {
-    TOOL_ORDERS l_Orders = ReadToolOrders(RunFolder());
-    ordered_json l_Tools = ordered_json::array();
-    for (const TOOL& l_Tool : g_Tools) {
-        const TOOL_ORDER& l_Order = l_Orders[std::string(l_Tool.m_Name)];
-        l_Tools.push_back({{"tool", l_Tool.m_Name},
-                           {"description", l_Tool.m_Description},
-                           {"exit", l_Order.m_Exit},
-                           {"signal", l_Order.m_Signal},
-                           {"delay_ms", l_Order.m_Delay},
-                           {"times", l_Order.m_Times}});
+    ToolOrders orders = ReadToolOrders(RunFolder());
+    ordered_json tools = ordered_json::array();
+    for (const Tool& tool : Tools) {
+        const ToolOrder& order = orders[std::string(tool.m_name)];
+        tools.push_back({{"tool", tool.m_name},
+                         {"description", tool.m_description},
+                         {"exit", order.m_exit},
+                         {"signal", order.m_signal},
+                         {"delay_ms", order.m_delay},
+                         {"times", order.m_times}});
     }
-    return l_Tools;
+    return tools;
 }
 
 /// An empty text is none that is wrong.
-std::string CheckSignal(const std::string& a_Signal) {
-    int l_Signal = -1;
-    std::from_chars(a_Signal.data(), a_Signal.data() + a_Signal.size(), l_Signal);
-    const bool l_Ends = l_Signal == 0 || SignalEnds(l_Signal);
-    return l_Ends ? "" : "signal " + a_Signal + " ends no process";
+std::string CheckSignal(const std::string& signal) {
+    int number = -1;
+    std::from_chars(signal.data(), signal.data() + signal.size(), number);
+    const bool ends = number == 0 || SignalEnds(number);
+    return ends ? "" : "signal " + signal + " ends no process";
 }
 
-class TOOL_COMMAND : public ORDER_COMMAND {
+class ToolCommand : public OrderCommand {
 public:
-    TOOL_COMMAND() {
-        CLI::App& l_Tool = AddCommand("tool", "The board's tools: their command lines, and how they end");
-        l_Tool.require_subcommand(1);
-        AddShow(*l_Tool.add_subcommand("show", "Show the command lines in their order, and how they ended"));
-        AddList(*l_Tool.add_subcommand("list", "Show the tools and what is ordered of them"));
-        AddSet(*l_Tool.add_subcommand("set", "Order how a tool ends, from its next run on"));
-        Does(*l_Tool.add_subcommand("clear", "Forget command lines and orders"), [] {
+    ToolCommand() {
+        CLI::App& tool = AddCommand("tool", "The board's tools: their command lines, and how they end");
+        tool.require_subcommand(1);
+        AddShow(*tool.add_subcommand("show", "Show the command lines in their order, and how they ended"));
+        AddList(*tool.add_subcommand("list", "Show the tools and what is ordered of them"));
+        AddSet(*tool.add_subcommand("set", "Order how a tool ends, from its next run on"));
+        Does(*tool.add_subcommand("clear", "Forget command lines and orders"), [] {
             ClearToolOrders(RunFolder());
             ClearToolLog(RunFolder());
         });
     }
 
 private:
-    void AddShow(CLI::App& a_Show) {
-        AddJson(a_Show);
-        Does(a_Show, [this] { ShowAs(ReadToolLog(RunFolder()), FormatToolRuns); });
+    void AddShow(CLI::App& show) {
+        AddJson(show);
+        Does(show, [this] { ShowAs(ReadToolLog(RunFolder()), FormatToolRuns); });
     }
 
-    void AddList(CLI::App& a_List) {
-        AddJson(a_List);
-        Does(a_List, [this] { ShowAs(ToolsAndOrders(), FormatTools); });
+    void AddList(CLI::App& list) {
+        AddJson(list);
+        Does(list, [this] { ShowAs(ToolsAndOrders(), FormatTools); });
     }
 
-    void AddSet(CLI::App& a_Set) {
-        a_Set.footer(g_SetHelp);
-        a_Set.add_option("NAME", m_Tool, "The tool")->required()->type_name("")->check(CLI::IsMember(ToolNames()));
-        CLI::Option* const l_Exit = a_Set.add_option("--exit", m_Order.m_Exit, "It ends with this status")
-                                        ->type_name("N")
-                                        ->check(CLI::Range(0, 255));
-        a_Set.add_option("--signal", m_Order.m_Signal, "It ends by this signal")
+    void AddSet(CLI::App& set) {
+        set.footer(SetHelp);
+        set.add_option("NAME", m_tool, "The tool")->required()->type_name("")->check(CLI::IsMember(ToolNames()));
+        CLI::Option* const exit = set.add_option("--exit", m_order.m_exit, "It ends with this status")
+                                      ->type_name("N")
+                                      ->check(CLI::Range(0, 255));
+        set.add_option("--signal", m_order.m_signal, "It ends by this signal")
             ->type_name("N")
-            ->check(CLI::Range(1, g_MaxToolSignal))
+            ->check(CLI::Range(1, MaxToolSignal))
             ->check(CheckSignal)
-            ->excludes(l_Exit);
-        a_Set.add_option("--delay", m_Order.m_Delay, "It takes so long")
+            ->excludes(exit);
+        set.add_option("--delay", m_order.m_delay, "It takes so long")
             ->type_name("MS")
-            ->check(CLI::Range(0U, g_MaxToolDelay));
-        a_Set.add_option("--times", m_Order.m_Times, "Its next N runs only; 0: all")
+            ->check(CLI::Range(0U, MaxToolDelay));
+        set.add_option("--times", m_order.m_times, "Its next N runs only; 0: all")
             ->type_name("N")
-            ->check(CLI::Range(0U, g_MaxToolTimes));
-        Does(a_Set, [this] { SetToolOrder(RunFolder(), m_Tool, m_Order); });
+            ->check(CLI::Range(0U, MaxToolTimes));
+        Does(set, [this] { SetToolOrder(RunFolder(), m_tool, m_order); });
     }
 
-    void ShowAs(const ordered_json& a_Data, std::string (*a_Format)(const ordered_json&)) const {
-        Print(m_Json ? JsonLine(a_Data) : a_Format(a_Data));
+    void ShowAs(const ordered_json& data, std::string (*format)(const ordered_json&)) const {
+        Print(m_json ? JsonLine(data) : format(data));
     }
 
-    std::string m_Tool;
-    TOOL_ORDER m_Order;
+    std::string m_tool;
+    ToolOrder m_order;
 };
 
 } // namespace
 
-int RunToolCommand(int a_Count, char** a_Arguments) {
-    return TOOL_COMMAND().Run(a_Count, a_Arguments);
+int RunToolCommand(int count, char** arguments) {
+    return ToolCommand().Run(count, arguments);
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -6,79 +6,79 @@
 #include <cstdio>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using nlohmann::ordered_json;
-using ROWS = std::vector<std::vector<CELL>>;
+using Rows = std::vector<std::vector<Cell>>;
 
-std::string Milliseconds(const ordered_json& a_Time) {
-    if (a_Time.is_null()) return "";
-    char l_Text[32];
-    std::snprintf(l_Text, sizeof(l_Text), "%.1f", a_Time.get<double>());
-    return l_Text;
+std::string Milliseconds(const ordered_json& time) {
+    if (time.is_null()) return "";
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.1f", time.get<double>());
+    return text;
 }
 
 /// A word as a shell would have to be given it; one of other than plain characters in JSON's quotes.
-std::string Word(const std::string& a_Word) {
-    constexpr char l_Plain[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._/+,:=@%-";
-    const bool l_IsPlain = !a_Word.empty() && a_Word.find_first_not_of(l_Plain) == std::string::npos;
-    return l_IsPlain ? a_Word : ordered_json(a_Word).dump(-1, ' ', true);
+std::string Word(const std::string& word) {
+    constexpr char plain[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._/+,:=@%-";
+    const bool isPlain = !word.empty() && word.find_first_not_of(plain) == std::string::npos;
+    return isPlain ? word : ordered_json(word).dump(-1, ' ', true);
 }
 
-std::string Words(const ordered_json& a_Arguments) {
-    std::string l_Text;
-    for (const ordered_json& l_Argument : a_Arguments)
-        l_Text += (l_Text.empty() ? "" : " ") + Word(l_Argument.get<std::string>());
-    return l_Text;
+std::string Words(const ordered_json& arguments) {
+    std::string text;
+    for (const ordered_json& argument : arguments)
+        text += (text.empty() ? "" : " ") + Word(argument.get<std::string>());
+    return text;
 }
 
-std::string EndOf(const ordered_json& a_Run) {
-    if (a_Run.at("end_ms").is_null()) return "not ended";
-    return a_Run.at("signal").is_null() ? "status " + a_Run.at("exit").dump() : "signal " + a_Run.at("signal").dump();
+std::string EndOf(const ordered_json& run) {
+    if (run.at("end_ms").is_null()) return "not ended";
+    return run.at("signal").is_null() ? "status " + run.at("exit").dump() : "signal " + run.at("signal").dump();
 }
 
-std::string TextOf(const ordered_json& a_Value) {
-    return a_Value.is_string() ? a_Value.get<std::string>() : a_Value.dump();
+std::string TextOf(const ordered_json& value) {
+    return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
 /// Nothing for 0: nothing is ordered.
-std::string Ordered(const ordered_json& a_Value) {
-    return a_Value == 0 ? "" : a_Value.dump();
+std::string Ordered(const ordered_json& value) {
+    return value == 0 ? "" : value.dump();
 }
 
 } // namespace
 
-std::string FormatToolRuns(const ordered_json& a_Runs) {
-    ROWS l_Rows{{{"NUMBER"}, {"START MS"}, {"END MS"}, {"ENDED BY"}, {"COMMAND LINE"}}};
-    for (const ordered_json& l_Run : a_Runs) {
-        l_Rows.push_back({{l_Run.at("number").dump()},
-                          {Milliseconds(l_Run.at("start_ms"))},
-                          {Milliseconds(l_Run.at("end_ms"))},
-                          {EndOf(l_Run)},
-                          {Words(l_Run.at("argv"))}});
+std::string FormatToolRuns(const ordered_json& runs) {
+    Rows rows{{{"NUMBER"}, {"START MS"}, {"END MS"}, {"ENDED BY"}, {"COMMAND LINE"}}};
+    for (const ordered_json& run : runs) {
+        rows.push_back({{run.at("number").dump()},
+                        {Milliseconds(run.at("start_ms"))},
+                        {Milliseconds(run.at("end_ms"))},
+                        {EndOf(run)},
+                        {Words(run.at("argv"))}});
     }
-    return FormatTable(l_Rows, false);
+    return FormatTable(rows, false);
 }
 
-std::string FormatTools(const ordered_json& a_Tools) {
-    ROWS l_Rows{{{"TOOL"}, {"EXIT"}, {"SIGNAL"}, {"DELAY MS"}, {"TIMES"}, {"WHAT IT DOES"}}};
-    for (const ordered_json& l_Tool : a_Tools) {
-        l_Rows.push_back({{TextOf(l_Tool.at("tool"))},
-                          {Ordered(l_Tool.at("exit"))},
-                          {Ordered(l_Tool.at("signal"))},
-                          {Ordered(l_Tool.at("delay_ms"))},
-                          {Ordered(l_Tool.at("times"))},
-                          {TextOf(l_Tool.at("description"))}});
+std::string FormatTools(const ordered_json& tools) {
+    Rows rows{{{"TOOL"}, {"EXIT"}, {"SIGNAL"}, {"DELAY MS"}, {"TIMES"}, {"WHAT IT DOES"}}};
+    for (const ordered_json& tool : tools) {
+        rows.push_back({{TextOf(tool.at("tool"))},
+                        {Ordered(tool.at("exit"))},
+                        {Ordered(tool.at("signal"))},
+                        {Ordered(tool.at("delay_ms"))},
+                        {Ordered(tool.at("times"))},
+                        {TextOf(tool.at("description"))}});
     }
-    return FormatTable(l_Rows, false);
+    return FormatTable(rows, false);
 }
 
-std::string FormatMedia(const ordered_json& a_Media) {
-    ROWS l_Rows;
-    for (const auto& [l_Name, l_Value] : a_Media.items())
-        l_Rows.push_back({{l_Name}, {TextOf(l_Value)}});
-    return FormatTable(l_Rows, false);
+std::string FormatMedia(const ordered_json& media) {
+    Rows rows;
+    for (const auto& [name, value] : media.items())
+        rows.push_back({{name}, {TextOf(value)}});
+    return FormatTable(rows, false);
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

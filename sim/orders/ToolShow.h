@@ -5,15 +5,15 @@
 
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// The runs of tools, as ReadToolLog gives them.
-std::string FormatToolRuns(const nlohmann::ordered_json& a_Runs);
+std::string FormatToolRuns(const nlohmann::ordered_json& runs);
 
 /// The tools with what is ordered of them: name, description, exit, signal, delay_ms, times.
-std::string FormatTools(const nlohmann::ordered_json& a_Tools);
+std::string FormatTools(const nlohmann::ordered_json& tools);
 
 /// One value a line.
-std::string FormatMedia(const nlohmann::ordered_json& a_Media);
+std::string FormatMedia(const nlohmann::ordered_json& media);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -19,204 +19,202 @@
 #include <cerrno>
 #include <cstring>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-int Fail(int a_Error) {
-    errno = a_Error;
+int Fail(int error) {
+    errno = error;
     return -1;
 }
 
 // Looking at a message and taking it are two steps.
-pthread_mutex_t g_ReceiveMutex = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t receiveMutex = PTHREAD_MUTEX_INITIALIZER;
 
-class LOCK {
+class Lock {
 public:
-    explicit LOCK(pthread_mutex_t& a_Mutex) : m_Mutex(a_Mutex) { pthread_mutex_lock(&m_Mutex); }
-    LOCK(const LOCK&) = delete;
-    LOCK& operator=(const LOCK&) = delete;
-    ~LOCK() { pthread_mutex_unlock(&m_Mutex); }
+    explicit Lock(pthread_mutex_t& mutex) : m_mutex(mutex) { pthread_mutex_lock(&m_mutex); }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+    ~Lock() { pthread_mutex_unlock(&m_mutex); }
 
 private:
-    pthread_mutex_t& m_Mutex;
+    pthread_mutex_t& m_mutex;
 };
 
 // Copies between the caller's memory and ours as the kernel does: a pointer that leads nowhere is an error number, no
 // end of the program. Both return 0 or that number.
 
-int CopyFromCaller(void* a_Ours, const void* a_Callers, size_t a_Size) {
-    if (a_Size == 0) return 0;
-    const iovec l_Ours{a_Ours, a_Size};
-    const iovec l_Callers{const_cast<void*>(a_Callers), a_Size};
-    const ssize_t l_Copied = ::process_vm_readv(::getpid(), &l_Ours, 1, &l_Callers, 1, 0);
-    return l_Copied == static_cast<ssize_t>(a_Size) ? 0 : EFAULT;
+int CopyFromCaller(void* ours, const void* callers, size_t size) {
+    if (size == 0) return 0;
+    const iovec local{ours, size};
+    const iovec remote{const_cast<void*>(callers), size};
+    const ssize_t copied = ::process_vm_readv(::getpid(), &local, 1, &remote, 1, 0);
+    return copied == static_cast<ssize_t>(size) ? 0 : EFAULT;
 }
 
-struct TO_CALLER {
-    void* m_Callers;
-    void* m_Ours;
-    size_t m_Size;
+struct ToCaller {
+    void* m_callers;
+    void* m_ours;
+    size_t m_size;
 };
 
 /// Several pieces with one system call.
-template <size_t COUNT>
-int CopyToCaller(const TO_CALLER (&a_Pieces)[COUNT]) {
-    iovec l_Ours[COUNT];
-    iovec l_Callers[COUNT];
-    size_t l_Size = 0;
-    for (size_t l_Index = 0; l_Index < COUNT; ++l_Index) {
-        const TO_CALLER& l_Piece = a_Pieces[l_Index];
-        l_Ours[l_Index] = {l_Piece.m_Ours, l_Piece.m_Size};
-        l_Callers[l_Index] = {l_Piece.m_Callers, l_Piece.m_Size};
-        l_Size += l_Piece.m_Size;
+template <size_t Count>
+int CopyToCaller(const ToCaller (&pieces)[Count]) {
+    iovec local[Count];
+    iovec remote[Count];
+    size_t size = 0;
+    for (size_t index = 0; index < Count; ++index) {
+        const ToCaller& piece = pieces[index];
+        local[index] = {piece.m_ours, piece.m_size};
+        remote[index] = {piece.m_callers, piece.m_size};
+        size += piece.m_size;
     }
-    const ssize_t l_Copied = ::process_vm_writev(::getpid(), l_Ours, COUNT, l_Callers, COUNT, 0);
-    return l_Copied == static_cast<ssize_t>(l_Size) ? 0 : EFAULT;
+    const ssize_t copied = ::process_vm_writev(::getpid(), local, Count, remote, Count, 0);
+    return copied == static_cast<ssize_t>(size) ? 0 : EFAULT;
 }
 
 /// A request never waits in the kernel, whatever flags its descriptor has; here the driver may need a moment.
-int SendPacket(int a_Fd, const BRIDGE_PACKET& a_Packet, int a_Passed) {
-    while (SendWithFd(a_Fd, &a_Packet, PacketSize(a_Packet), a_Passed) < 0) {
+int SendPacket(int fd, const BridgePacket& packet, int passed) {
+    while (SendWithFd(fd, &packet, PacketSize(packet), passed) < 0) {
         if (errno != EAGAIN && errno != EINTR) return Fail(ENODEV);
-        pollfd l_Room{a_Fd, POLLOUT, 0};
-        ::poll(&l_Room, 1, -1);
+        pollfd room{fd, POLLOUT, 0};
+        ::poll(&room, 1, -1);
     }
     return 0;
 }
 
-int Send(int a_Fd, ipmi_req a_Request) {
-    ipmi_addr l_Address{};
-    BRIDGE_PACKET l_Packet{};
-    if (a_Request.addr_len > sizeof(l_Address)) return Fail(EINVAL);
-    if (const int l_Error = CopyFromCaller(&l_Address, a_Request.addr, a_Request.addr_len)) return Fail(l_Error);
-    a_Request.addr = reinterpret_cast<unsigned char*>(&l_Address);
-    if (a_Request.msg.data == nullptr) a_Request.msg.data_len = 0;
-    if (const int l_Error = CheckRequest(a_Request)) return Fail(l_Error);
-    if (const int l_Error = CopyFromCaller(l_Packet.m_Data, a_Request.msg.data, a_Request.msg.data_len))
-        return Fail(l_Error);
-    l_Packet.m_MessageId = a_Request.msgid;
-    l_Packet.m_NetFn = a_Request.msg.netfn;
-    l_Packet.m_Command = a_Request.msg.cmd;
-    l_Packet.m_DataLength = a_Request.msg.data_len;
+int Send(int fd, ipmi_req request) {
+    ipmi_addr address{};
+    BridgePacket packet{};
+    if (request.addr_len > sizeof(address)) return Fail(EINVAL);
+    if (const int error = CopyFromCaller(&address, request.addr, request.addr_len)) return Fail(error);
+    request.addr = reinterpret_cast<unsigned char*>(&address);
+    if (request.msg.data == nullptr) request.msg.data_len = 0;
+    if (const int error = CheckRequest(request)) return Fail(error);
+    if (const int error = CopyFromCaller(packet.m_data, request.msg.data, request.msg.data_len)) return Fail(error);
+    packet.m_messageId = request.msgid;
+    packet.m_netFn = request.msg.netfn;
+    packet.m_command = request.msg.cmd;
+    packet.m_dataLength = request.msg.data_len;
     // Both kinds of address that the driver takes have this length, whatever the caller's buffer had.
-    l_Packet.m_AddressLength = static_cast<uint16_t>(AddressLength(l_Address.addr_type));
-    std::memcpy(l_Packet.m_Address, &l_Address, l_Packet.m_AddressLength);
-    return SendPacket(a_Fd, l_Packet, -1);
+    packet.m_addressLength = static_cast<uint16_t>(AddressLength(address.addr_type));
+    std::memcpy(packet.m_address, &address, packet.m_addressLength);
+    return SendPacket(fd, packet, -1);
 }
 
 /// The next message without taking it: 0, or the error number.
-int Peek(int a_Fd, BRIDGE_PACKET& a_Packet) {
-    const ssize_t l_Size = ::recv(a_Fd, &a_Packet, sizeof(a_Packet), MSG_PEEK | MSG_DONTWAIT);
-    if (l_Size < 0 && (errno == EAGAIN || errno == EINTR)) return EAGAIN;
-    return l_Size > 0 && IsWhole(a_Packet, static_cast<size_t>(l_Size)) ? 0 : ENODEV;
+int Peek(int fd, BridgePacket& packet) {
+    const ssize_t size = ::recv(fd, &packet, sizeof(packet), MSG_PEEK | MSG_DONTWAIT);
+    if (size < 0 && (errno == EAGAIN || errno == EINTR)) return EAGAIN;
+    return size > 0 && IsWhole(packet, static_cast<size_t>(size)) ? 0 : ENODEV;
 }
 
 /// As the kernel: what does not fit stays in the queue, or is cut and reported when the caller wants it truncated.
-int Receive(int a_Fd, ipmi_recv* a_Callers, bool a_Truncate) {
-    ipmi_recv l_Receive;
-    if (const int l_Error = CopyFromCaller(&l_Receive, a_Callers, sizeof(l_Receive))) return Fail(l_Error);
-    const LOCK l_Lock(g_ReceiveMutex);
-    BRIDGE_PACKET l_Packet;
-    if (const int l_Error = Peek(a_Fd, l_Packet)) return Fail(l_Error);
-    if (l_Receive.addr_len < l_Packet.m_AddressLength) return Fail(EINVAL);
-    const bool l_TooLong = l_Receive.msg.data_len < l_Packet.m_DataLength;
-    if (l_TooLong && !a_Truncate) return Fail(EMSGSIZE);
+int Receive(int fd, ipmi_recv* callers, bool truncate) {
+    ipmi_recv receive;
+    if (const int error = CopyFromCaller(&receive, callers, sizeof(receive))) return Fail(error);
+    const Lock lock(receiveMutex);
+    BridgePacket packet;
+    if (const int error = Peek(fd, packet)) return Fail(error);
+    if (receive.addr_len < packet.m_addressLength) return Fail(EINVAL);
+    const bool tooLong = receive.msg.data_len < packet.m_dataLength;
+    if (tooLong && !truncate) return Fail(EMSGSIZE);
 
-    l_Receive.addr_len = l_Packet.m_AddressLength;
-    if (!l_TooLong) l_Receive.msg.data_len = l_Packet.m_DataLength;
-    l_Receive.recv_type = static_cast<int>(l_Packet.m_ReceiveType);
-    l_Receive.msgid = static_cast<long>(l_Packet.m_MessageId);
-    l_Receive.msg.netfn = l_Packet.m_NetFn;
-    l_Receive.msg.cmd = l_Packet.m_Command;
-    const int l_Error = CopyToCaller({{l_Receive.addr, l_Packet.m_Address, l_Packet.m_AddressLength},
-                                      {l_Receive.msg.data, l_Packet.m_Data, l_Receive.msg.data_len},
-                                      {a_Callers, &l_Receive, sizeof(l_Receive)}});
-    if (l_Error != 0) return Fail(l_Error);
-    ::recv(a_Fd, nullptr, 0, MSG_DONTWAIT);
-    return l_TooLong ? Fail(EMSGSIZE) : 0;
+    receive.addr_len = packet.m_addressLength;
+    if (!tooLong) receive.msg.data_len = packet.m_dataLength;
+    receive.recv_type = static_cast<int>(packet.m_receiveType);
+    receive.msgid = static_cast<long>(packet.m_messageId);
+    receive.msg.netfn = packet.m_netFn;
+    receive.msg.cmd = packet.m_command;
+    const int error = CopyToCaller({{receive.addr, packet.m_address, packet.m_addressLength},
+                                    {receive.msg.data, packet.m_data, receive.msg.data_len},
+                                    {callers, &receive, sizeof(receive)}});
+    if (error != 0) return Fail(error);
+    ::recv(fd, nullptr, 0, MSG_DONTWAIT);
+    return tooLong ? Fail(EMSGSIZE) : 0;
 }
 
 /// What is kept per interface or opener is kept by the driver. Its answer comes on a socket of its own: it must not be
 /// seen among the messages of this opener.
-int AskDriver(int a_Fd, uint32_t a_Request, void* a_Argument) {
-    BRIDGE_PACKET l_Packet{};
-    l_Packet.m_ReceiveType = g_CallPacket;
-    l_Packet.m_MessageId = a_Request;
+int AskDriver(int fd, uint32_t request, void* argument) {
+    BridgePacket packet{};
+    packet.m_receiveType = CallPacket;
+    packet.m_messageId = request;
     // The driver knows the calls; all of them have small arguments.
-    const size_t l_Size = _IOC_SIZE(a_Request);
-    if (l_Size > sizeof(l_Packet.m_Data)) return Fail(ENOTTY);
-    l_Packet.m_DataLength = static_cast<uint16_t>(l_Size);
-    if (const int l_Error = CopyFromCaller(l_Packet.m_Data, a_Argument, l_Size)) return Fail(l_Error);
+    const size_t size = _IOC_SIZE(request);
+    if (size > sizeof(packet.m_data)) return Fail(ENOTTY);
+    packet.m_dataLength = static_cast<uint16_t>(size);
+    if (const int error = CopyFromCaller(packet.m_data, argument, size)) return Fail(error);
 
-    int l_Pair[2];
-    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, l_Pair) != 0) return Fail(ENOMEM);
-    int l_Result = SendPacket(a_Fd, l_Packet, l_Pair[1]);
-    ::close(l_Pair[1]);
-    if (l_Result == 0) {
-        ssize_t l_Answered = 0;
+    int pair[2];
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0) return Fail(ENOMEM);
+    int result = SendPacket(fd, packet, pair[1]);
+    ::close(pair[1]);
+    if (result == 0) {
+        ssize_t answered = 0;
         do {
-            l_Answered = ::recv(l_Pair[0], &l_Packet, sizeof(l_Packet), 0);
-        } while (l_Answered < 0 && errno == EINTR);
-        int l_Error = ENODEV;
-        if (l_Answered > 0 && IsWhole(l_Packet, static_cast<size_t>(l_Answered)))
-            l_Error = static_cast<int>(l_Packet.m_MessageId);
-        if (l_Error == 0) l_Error = CopyToCaller({{a_Argument, l_Packet.m_Data, l_Packet.m_DataLength}});
-        if (l_Error != 0) l_Result = Fail(l_Error);
+            answered = ::recv(pair[0], &packet, sizeof(packet), 0);
+        } while (answered < 0 && errno == EINTR);
+        int error = ENODEV;
+        if (answered > 0 && IsWhole(packet, static_cast<size_t>(answered)))
+            error = static_cast<int>(packet.m_messageId);
+        if (error == 0) error = CopyToCaller({{argument, packet.m_data, packet.m_dataLength}});
+        if (error != 0) result = Fail(error);
     }
-    const int l_Error = errno;
-    ::close(l_Pair[0]);
-    errno = l_Error;
-    return l_Result;
+    const int error = errno;
+    ::close(pair[0]);
+    errno = error;
+    return result;
 }
 
 } // namespace
 
-int OpenDevice(int a_Flags) {
-    const int l_Extra =
-        ((a_Flags & O_CLOEXEC) != 0 ? SOCK_CLOEXEC : 0) | ((a_Flags & O_NONBLOCK) != 0 ? SOCK_NONBLOCK : 0);
-    const int l_Fd = ::socket(AF_UNIX, SOCK_SEQPACKET | l_Extra, 0);
-    if (l_Fd < 0) return -1;
-    const SOCKET_ADDRESS l_Driver = DriverAddress();
-    if (::connect(l_Fd, l_Driver.Get(), l_Driver.m_Length) == 0) return l_Fd;
-    ::close(l_Fd);
+int OpenDevice(int flags) {
+    const int extra = ((flags & O_CLOEXEC) != 0 ? SOCK_CLOEXEC : 0) | ((flags & O_NONBLOCK) != 0 ? SOCK_NONBLOCK : 0);
+    const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET | extra, 0);
+    if (fd < 0) return -1;
+    const SocketAddress driver = DriverAddress();
+    if (::connect(fd, driver.Get(), driver.m_length) == 0) return fd;
+    ::close(fd);
     return Fail(ENOENT);
 }
 
-bool IsDevice(int a_Fd) {
-    const int l_Error = errno;
-    const SOCKET_ADDRESS l_Driver = DriverAddress();
-    sockaddr_un l_Peer{};
-    socklen_t l_Length = sizeof(l_Peer);
-    const bool l_Connected = ::getpeername(a_Fd, reinterpret_cast<sockaddr*>(&l_Peer), &l_Length) == 0;
-    errno = l_Error;
-    return l_Connected && l_Length == l_Driver.m_Length && std::memcmp(&l_Peer, &l_Driver.m_Address, l_Length) == 0;
+bool IsDevice(int fd) {
+    const int error = errno;
+    const SocketAddress driver = DriverAddress();
+    sockaddr_un peer{};
+    socklen_t length = sizeof(peer);
+    const bool connected = ::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &length) == 0;
+    errno = error;
+    return connected && length == driver.m_length && std::memcmp(&peer, &driver.m_address, length) == 0;
 }
 
-bool IsIPMIRequest(unsigned long a_Request) {
-    return _IOC_TYPE(a_Request) == IPMI_IOC_MAGIC;
+bool IsIPMIRequest(unsigned long request) {
+    return _IOC_TYPE(request) == IPMI_IOC_MAGIC;
 }
 
-int DeviceCall(int a_Fd, unsigned long a_Request, void* a_Argument) {
+int DeviceCall(int fd, unsigned long request, void* argument) {
     // The kernel sees 32 bits of the number, too; a caller may have kept it in an int.
-    const auto l_Request = static_cast<uint32_t>(a_Request);
-    switch (l_Request) {
+    const auto number = static_cast<uint32_t>(request);
+    switch (number) {
     case IPMICTL_SEND_COMMAND: {
-        ipmi_req l_Message;
-        const int l_Error = CopyFromCaller(&l_Message, a_Argument, sizeof(l_Message));
-        return l_Error != 0 ? Fail(l_Error) : Send(a_Fd, l_Message);
+        ipmi_req message;
+        const int error = CopyFromCaller(&message, argument, sizeof(message));
+        return error != 0 ? Fail(error) : Send(fd, message);
     }
     case IPMICTL_SEND_COMMAND_SETTIME: {
-        ipmi_req_settime l_Message;
-        const int l_Error = CopyFromCaller(&l_Message, a_Argument, sizeof(l_Message));
-        return l_Error != 0 ? Fail(l_Error) : Send(a_Fd, l_Message.req);
+        ipmi_req_settime message;
+        const int error = CopyFromCaller(&message, argument, sizeof(message));
+        return error != 0 ? Fail(error) : Send(fd, message.req);
     }
     case IPMICTL_RECEIVE_MSG:
-        return Receive(a_Fd, static_cast<ipmi_recv*>(a_Argument), false);
+        return Receive(fd, static_cast<ipmi_recv*>(argument), false);
     case IPMICTL_RECEIVE_MSG_TRUNC:
-        return Receive(a_Fd, static_cast<ipmi_recv*>(a_Argument), true);
+        return Receive(fd, static_cast<ipmi_recv*>(argument), true);
     default:
-        return AskDriver(a_Fd, l_Request, a_Argument);
+        return AskDriver(fd, number, argument);
     }
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

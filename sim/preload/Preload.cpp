@@ -13,35 +13,35 @@
 #include <cstdarg>
 #include <cstring>
 
-using BLADESIM::DeviceCall;
-using BLADESIM::IsDevice;
-using BLADESIM::IsIPMIRequest;
-using BLADESIM::OpenDevice;
+using bladesim::DeviceCall;
+using bladesim::IsDevice;
+using bladesim::IsIPMIRequest;
+using bladesim::OpenDevice;
 
 namespace {
 
 /// The next function of this name: the C library's, or that of another preload library.
-template <typename FUNCTION>
-FUNCTION Next(const char* a_Name) {
-    return reinterpret_cast<FUNCTION>(::dlsym(RTLD_NEXT, a_Name));
+template <typename Function>
+Function Next(const char* name) {
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
 /// Whether the path is one of the device's names, and if so its descriptor. Of the three that programs try only one
 /// exists; a real device of this machine must not be reached by any of them.
-bool OpenIfDevice(const char* a_Path, int a_Flags, int& a_Fd) {
-    if (a_Path == nullptr) return false;
-    if (std::strcmp(a_Path, "/dev/ipmi0") == 0) {
-        a_Fd = OpenDevice(a_Flags);
+bool OpenIfDevice(const char* path, int flags, int& fd) {
+    if (path == nullptr) return false;
+    if (std::strcmp(path, "/dev/ipmi0") == 0) {
+        fd = OpenDevice(flags);
         return true;
     }
-    if (std::strcmp(a_Path, "/dev/ipmi/0") != 0 && std::strcmp(a_Path, "/dev/ipmidev/0") != 0) return false;
+    if (std::strcmp(path, "/dev/ipmi/0") != 0 && std::strcmp(path, "/dev/ipmidev/0") != 0) return false;
     errno = ENOENT;
-    a_Fd = -1;
+    fd = -1;
     return true;
 }
 
-bool HasMode(int a_Flags) {
-    return (a_Flags & O_CREAT) != 0 || (a_Flags & O_TMPFILE) == O_TMPFILE;
+bool HasMode(int flags) {
+    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
 }
 
 } // namespace
@@ -55,36 +55,36 @@ extern "C" {
 
 // The eight ways of opening a file that a program may be linked to differ in the folder argument and in the mode.
 #define BLADESIM_OPEN(NAME)                                                                                            \
-    BLADESIM_EXPORT int NAME(const char* a_Path, int a_Flags, ...) {                                                   \
-        int l_Fd = -1;                                                                                                 \
-        if (OpenIfDevice(a_Path, a_Flags, l_Fd)) return l_Fd;                                                          \
-        va_list l_Arguments;                                                                                           \
-        va_start(l_Arguments, a_Flags);                                                                                \
-        const mode_t l_Mode = HasMode(a_Flags) ? va_arg(l_Arguments, mode_t) : 0;                                      \
-        va_end(l_Arguments);                                                                                           \
-        return Next<int (*)(const char*, int, ...)>(#NAME)(a_Path, a_Flags, l_Mode);                                   \
+    BLADESIM_EXPORT int NAME(const char* path, int flags, ...) {                                                       \
+        int fd = -1;                                                                                                   \
+        if (OpenIfDevice(path, flags, fd)) return fd;                                                                  \
+        va_list arguments;                                                                                             \
+        va_start(arguments, flags);                                                                                    \
+        const mode_t mode = HasMode(flags) ? va_arg(arguments, mode_t) : 0;                                            \
+        va_end(arguments);                                                                                             \
+        return Next<int (*)(const char*, int, ...)>(#NAME)(path, flags, mode);                                         \
     }
 #define BLADESIM_OPENAT(NAME)                                                                                          \
-    BLADESIM_EXPORT int NAME(int a_Folder, const char* a_Path, int a_Flags, ...) {                                     \
-        int l_Fd = -1;                                                                                                 \
-        if (OpenIfDevice(a_Path, a_Flags, l_Fd)) return l_Fd;                                                          \
-        va_list l_Arguments;                                                                                           \
-        va_start(l_Arguments, a_Flags);                                                                                \
-        const mode_t l_Mode = HasMode(a_Flags) ? va_arg(l_Arguments, mode_t) : 0;                                      \
-        va_end(l_Arguments);                                                                                           \
-        return Next<int (*)(int, const char*, int, ...)>(#NAME)(a_Folder, a_Path, a_Flags, l_Mode);                    \
+    BLADESIM_EXPORT int NAME(int folder, const char* path, int flags, ...) {                                           \
+        int fd = -1;                                                                                                   \
+        if (OpenIfDevice(path, flags, fd)) return fd;                                                                  \
+        va_list arguments;                                                                                             \
+        va_start(arguments, flags);                                                                                    \
+        const mode_t mode = HasMode(flags) ? va_arg(arguments, mode_t) : 0;                                            \
+        va_end(arguments);                                                                                             \
+        return Next<int (*)(int, const char*, int, ...)>(#NAME)(folder, path, flags, mode);                            \
     }
 #define BLADESIM_OPEN_2(NAME)                                                                                          \
-    BLADESIM_EXPORT int NAME(const char* a_Path, int a_Flags) {                                                        \
-        int l_Fd = -1;                                                                                                 \
-        if (OpenIfDevice(a_Path, a_Flags, l_Fd)) return l_Fd;                                                          \
-        return Next<int (*)(const char*, int)>(#NAME)(a_Path, a_Flags);                                                \
+    BLADESIM_EXPORT int NAME(const char* path, int flags) {                                                            \
+        int fd = -1;                                                                                                   \
+        if (OpenIfDevice(path, flags, fd)) return fd;                                                                  \
+        return Next<int (*)(const char*, int)>(#NAME)(path, flags);                                                    \
     }
 #define BLADESIM_OPENAT_2(NAME)                                                                                        \
-    BLADESIM_EXPORT int NAME(int a_Folder, const char* a_Path, int a_Flags) {                                          \
-        int l_Fd = -1;                                                                                                 \
-        if (OpenIfDevice(a_Path, a_Flags, l_Fd)) return l_Fd;                                                          \
-        return Next<int (*)(int, const char*, int)>(#NAME)(a_Folder, a_Path, a_Flags);                                 \
+    BLADESIM_EXPORT int NAME(int folder, const char* path, int flags) {                                                \
+        int fd = -1;                                                                                                   \
+        if (OpenIfDevice(path, flags, fd)) return fd;                                                                  \
+        return Next<int (*)(int, const char*, int)>(#NAME)(folder, path, flags);                                       \
     }
 
 BLADESIM_OPEN(open)
@@ -98,13 +98,13 @@ BLADESIM_OPENAT_2(__openat64_2)
 
 // The second is what 32-bit programs with 64-bit time are linked to.
 #define BLADESIM_IOCTL(NAME)                                                                                           \
-    BLADESIM_EXPORT int NAME(int a_Fd, unsigned long a_Request, ...) noexcept {                                        \
-        va_list l_Arguments;                                                                                           \
-        va_start(l_Arguments, a_Request);                                                                              \
-        void* const l_Argument = va_arg(l_Arguments, void*);                                                           \
-        va_end(l_Arguments);                                                                                           \
-        if (IsIPMIRequest(a_Request) && IsDevice(a_Fd)) return DeviceCall(a_Fd, a_Request, l_Argument);                \
-        return Next<int (*)(int, unsigned long, ...)>(#NAME)(a_Fd, a_Request, l_Argument);                             \
+    BLADESIM_EXPORT int NAME(int fd, unsigned long request, ...) noexcept {                                            \
+        va_list arguments;                                                                                             \
+        va_start(arguments, request);                                                                                  \
+        void* const argument = va_arg(arguments, void*);                                                               \
+        va_end(arguments);                                                                                             \
+        if (IsIPMIRequest(request) && IsDevice(fd)) return DeviceCall(fd, request, argument);                          \
+        return Next<int (*)(int, unsigned long, ...)>(#NAME)(fd, request, argument);                                   \
     }
 
 BLADESIM_IOCTL(ioctl)

@@ -4,29 +4,29 @@
 #include <string>
 #include <string_view>
 
-namespace BLADESIM {
+namespace bladesim {
 
-inline constexpr char g_InstallFolder[] = "/usr/korvel";
+inline constexpr char InstallFolder[] = "/usr/korvel";
 
-struct TOOL {
-    std::string_view m_Name;
-    std::string_view m_Folder; ///< below the install folder
-    std::string_view m_Description;
+struct Tool {
+    std::string_view m_name;
+    std::string_view m_folder; ///< below the install folder
+    std::string_view m_description;
 };
 
 /// The firmware tool has a folder of its own: it is called by its name alone, the others by their paths.
-inline constexpr TOOL g_Tools[] = {
+inline constexpr Tool Tools[] = {
     {"mavk_init", "bin", "initialises the DSPs"},     {"mavk_boot", "bin", "loads the DSPs' image"},
     {"mavk_diag", "bin", "tests DSPs, AMCs and RTM"}, {"mediaStart", "bin", "starts the media software"},
     {"mediaStop", "bin", "stops the media software"}, {"fwburn", "sbin", "loads firmware into board and modules"},
 };
 
 /// Makes the folder in the mount namespace of the caller, in which no mount is shared: each tool is a link to
-/// `a_StandIn`. The rest of /usr is seen as before. Throws a BLADE_ERROR.
-void MakeInstallFolder(const std::string& a_StandIn);
+/// `standIn`. The rest of /usr is seen as before. Throws a BladeError.
+void MakeInstallFolder(const std::string& standIn);
 
 /// A search path with the folder of the firmware tool before the first folder of the system: no tool of this machine
 /// is found first, one that the caller has put in front is.
-std::string PathWithTools(std::string_view a_Path);
+std::string PathWithTools(std::string_view path);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -7,31 +7,31 @@
 #include <string>
 #include <sys/types.h>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// In the run folder: its process id. The process holds a lock on it for as long as it lives, by which the file of one
 /// that has been killed is told.
-inline constexpr char g_MediaProcessFile[] = "media.pid";
+inline constexpr char MediaProcessFile[] = "media.pid";
 /// In the run folder: what it says on standard error.
-inline constexpr char g_MediaLog[] = "media.log";
+inline constexpr char MediaLog[] = "media.log";
 /// What it prints when it can be spoken with.
-inline constexpr char g_MediaReady[] = "ready\n";
+inline constexpr char MediaReady[] = "ready\n";
 
-enum class MEDIA_END {
-    STOP, ///< as it is stopped; killed, if it does not end within seconds
-    KILL  ///< at once
+enum class MediaEnd {
+    Stop, ///< as it is stopped; killed, if it does not end within seconds
+    Kill  ///< at once
 };
 
 /// Starts vxpsim and returns its process when it is ready; the one that runs already, if there is one. It goes on when
-/// the caller ends. Throws a BLADE_ERROR.
-pid_t StartMedia(const std::string& a_RunFolder);
+/// the caller ends. Throws a BladeError.
+pid_t StartMedia(const std::string& runFolder);
 
-/// False when it does not run. Throws a BLADE_ERROR.
-bool EndMedia(const std::string& a_RunFolder, MEDIA_END a_How);
+/// False when it does not run. Throws a BladeError.
+bool EndMedia(const std::string& runFolder, MediaEnd how);
 
-std::optional<pid_t> RunningMedia(const std::string& a_RunFolder);
+std::optional<pid_t> RunningMedia(const std::string& runFolder);
 
 /// Called by the software itself: makes the file, and returns the lock on it.
-[[nodiscard]] UNIQUE_FD EnterMediaProcess(const std::string& a_RunFolder);
+[[nodiscard]] UniqueFd EnterMediaProcess(const std::string& runFolder);
 
-} // namespace BLADESIM
+} // namespace bladesim

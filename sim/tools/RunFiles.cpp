@@ -12,69 +12,69 @@
 #include <cerrno>
 #include <cstdlib>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-constexpr mode_t g_Mode = 0644;
+constexpr mode_t Mode = 0644;
 
-UNIQUE_FD Open(const std::string& a_File, int a_Flags) {
-    UNIQUE_FD l_File(::open(a_File.c_str(), a_Flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, g_Mode));
-    if (!l_File) ThrowErrno(a_File);
-    return l_File;
+UniqueFd Open(const std::string& file, int flags) {
+    UniqueFd fd(::open(file.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, Mode));
+    if (!fd) ThrowErrno(file);
+    return fd;
 }
 
-void Write(const std::string& a_File, int a_Flags, const std::string& a_Text) {
-    const UNIQUE_FD l_File = Open(a_File, O_WRONLY | O_CREAT | a_Flags);
+void Write(const std::string& file, int flags, const std::string& text) {
+    const UniqueFd fd = Open(file, O_WRONLY | O_CREAT | flags);
     errno = ENOSPC; // of a short write
-    if (::write(l_File.Get(), a_Text.data(), a_Text.size()) != static_cast<ssize_t>(a_Text.size())) ThrowErrno(a_File);
+    if (::write(fd.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) ThrowErrno(file);
 }
 
 } // namespace
 
 std::string RunFolder() {
-    const char* const l_Folder = std::getenv("BLADESIM_RUN_DIR");
-    if (l_Folder == nullptr || *l_Folder == '\0') throw BLADE_ERROR("this is not the inside of a blade");
-    return l_Folder;
+    const char* const folder = std::getenv("BLADESIM_RUN_DIR");
+    if (folder == nullptr || *folder == '\0') throw BladeError("this is not the inside of a blade");
+    return folder;
 }
 
-bool FileExists(const std::string& a_File) {
-    return ::access(a_File.c_str(), F_OK) == 0;
+bool FileExists(const std::string& file) {
+    return ::access(file.c_str(), F_OK) == 0;
 }
 
-std::string ReadFile(const std::string& a_File) {
-    if (!FileExists(a_File)) return "";
-    const UNIQUE_FD l_File = Open(a_File, O_RDONLY);
-    std::string l_Text;
-    std::array<char, 16384> l_Part{};
-    ssize_t l_Size = 0;
-    while ((l_Size = ::read(l_File.Get(), l_Part.data(), l_Part.size())) > 0)
-        l_Text.append(l_Part.data(), static_cast<size_t>(l_Size));
-    if (l_Size < 0) ThrowErrno(a_File);
-    return l_Text;
+std::string ReadFile(const std::string& file) {
+    if (!FileExists(file)) return "";
+    const UniqueFd fd = Open(file, O_RDONLY);
+    std::string text;
+    std::array<char, 16384> part{};
+    ssize_t size = 0;
+    while ((size = ::read(fd.Get(), part.data(), part.size())) > 0)
+        text.append(part.data(), static_cast<size_t>(size));
+    if (size < 0) ThrowErrno(file);
+    return text;
 }
 
-void ReplaceFile(const std::string& a_File, const std::string& a_Text) {
-    const std::string l_New = a_File + "." + std::to_string(::getpid());
-    Write(l_New, O_TRUNC, a_Text);
-    MoveFile(l_New, a_File);
+void ReplaceFile(const std::string& file, const std::string& text) {
+    const std::string newFile = file + "." + std::to_string(::getpid());
+    Write(newFile, O_TRUNC, text);
+    MoveFile(newFile, file);
 }
 
-void MoveFile(const std::string& a_From, const std::string& a_To) {
-    if (::rename(a_From.c_str(), a_To.c_str()) != 0) ThrowErrno(a_To);
+void MoveFile(const std::string& from, const std::string& to) {
+    if (::rename(from.c_str(), to.c_str()) != 0) ThrowErrno(to);
 }
 
-void AppendLine(const std::string& a_File, const std::string& a_Line) {
-    Write(a_File, O_APPEND, a_Line + "\n");
+void AppendLine(const std::string& file, const std::string& line) {
+    Write(file, O_APPEND, line + "\n");
 }
 
-void RemoveFile(const std::string& a_File) {
-    if (::unlink(a_File.c_str()) != 0 && errno != ENOENT) ThrowErrno(a_File);
+void RemoveFile(const std::string& file) {
+    if (::unlink(file.c_str()) != 0 && errno != ENOENT) ThrowErrno(file);
 }
 
-FILE_LOCK::FILE_LOCK(const std::string& a_File) : m_File(Open(a_File, O_RDWR | O_CREAT)) {
-    while (::flock(m_File.Get(), LOCK_EX) != 0) {
-        if (errno != EINTR) ThrowErrno(a_File);
+FileLock::FileLock(const std::string& file) : m_file(Open(file, O_RDWR | O_CREAT)) {
+    while (::flock(m_file.Get(), LOCK_EX) != 0) {
+        if (errno != EINTR) ThrowErrno(file);
     }
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

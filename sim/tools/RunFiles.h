@@ -6,35 +6,35 @@
 
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// The run folder of the blade in which this process runs. Throws a BLADE_ERROR when it is in none.
+/// The run folder of the blade in which this process runs. Throws a BladeError when it is in none.
 std::string RunFolder();
 
-bool FileExists(const std::string& a_File);
+bool FileExists(const std::string& file);
 
-/// All of a file; empty when it is not there. Throws a BLADE_ERROR.
-std::string ReadFile(const std::string& a_File);
+/// All of a file; empty when it is not there. Throws a BladeError.
+std::string ReadFile(const std::string& file);
 
-/// Readers find what was there before, or this. Throws a BLADE_ERROR.
-void ReplaceFile(const std::string& a_File, const std::string& a_Text);
+/// Readers find what was there before, or this. Throws a BladeError.
+void ReplaceFile(const std::string& file, const std::string& text);
 
-/// Adds a line, of which readers find all or nothing. Throws a BLADE_ERROR.
-void AppendLine(const std::string& a_File, const std::string& a_Line);
+/// Adds a line, of which readers find all or nothing. Throws a BladeError.
+void AppendLine(const std::string& file, const std::string& line);
 
-/// Readers find one or the other file. Throws a BLADE_ERROR.
-void MoveFile(const std::string& a_From, const std::string& a_To);
+/// Readers find one or the other file. Throws a BladeError.
+void MoveFile(const std::string& from, const std::string& to);
 
 /// No error when it is not there.
-void RemoveFile(const std::string& a_File);
+void RemoveFile(const std::string& file);
 
 /// Held by one process at a time; the others wait. The end of a process gives it back.
-class FILE_LOCK {
+class FileLock {
 public:
-    explicit FILE_LOCK(const std::string& a_File);
+    explicit FileLock(const std::string& file);
 
 private:
-    UNIQUE_FD m_File;
+    UniqueFd m_file;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
-/// Does a tool's work and returns what it prints. Throws a BLADE_ERROR. The arguments begin with the tool's own path.
-std::string DoToolsWork(const std::string& a_RunFolder, const std::string& a_Tool,
-                        const std::vector<std::string>& a_Arguments);
+/// Does a tool's work and returns what it prints. Throws a BladeError. The arguments begin with the tool's own path.
+std::string DoToolsWork(const std::string& runFolder, const std::string& tool,
+                        const std::vector<std::string>& arguments);
 
 /// What a tool prints that ends with a status other than 0.
-std::string ToolsComplaint(const std::string& a_Tool, int a_Exit);
+std::string ToolsComplaint(const std::string& tool, int exit);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -16,121 +16,121 @@
 #include <string_view>
 #include <utility>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 using nlohmann::ordered_json;
 
-std::string LogFile(const std::string& a_RunFolder) {
-    return a_RunFolder + "/tools.jsonl";
+std::string LogFile(const std::string& runFolder) {
+    return runFolder + "/tools.jsonl";
 }
 
-FILE_LOCK LockLog(const std::string& a_RunFolder) {
-    return FILE_LOCK(a_RunFolder + "/tools.jsonl.lock");
+FileLock LockLog(const std::string& runFolder) {
+    return FileLock(runFolder + "/tools.jsonl.lock");
 }
 
 /// To the microsecond.
-double Rounded(double a_Milliseconds) {
-    return std::round(a_Milliseconds * 1000) / 1000;
+double Rounded(double time) {
+    return std::round(time * 1000) / 1000;
 }
 
 double ClockMilliseconds() {
-    const std::chrono::duration<double, std::milli> l_Time = std::chrono::steady_clock::now().time_since_epoch();
-    return Rounded(l_Time.count());
+    const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now().time_since_epoch();
+    return Rounded(time.count());
 }
 
-bool IsBeginning(const ordered_json& a_Line) {
-    return a_Line.contains("tool");
+bool IsBeginning(const ordered_json& line) {
+    return line.contains("tool");
 }
 
-void ForEachLine(const std::string& a_File, const std::function<void(const ordered_json&)>& a_Do) {
-    std::istringstream l_Lines(ReadFile(a_File));
-    unsigned l_Number = 1;
+void ForEachLine(const std::string& file, const std::function<void(const ordered_json&)>& visit) {
+    std::istringstream lines(ReadFile(file));
+    unsigned number = 1;
     try {
-        for (std::string l_Line; std::getline(l_Lines, l_Line); ++l_Number)
-            a_Do(ordered_json::parse(l_Line));
-    } catch (const nlohmann::json::exception& l_Error) {
-        throw BLADE_ERROR(a_File + ":" + std::to_string(l_Number) + ": " + l_Error.what());
+        for (std::string line; std::getline(lines, line); ++number)
+            visit(ordered_json::parse(line));
+    } catch (const nlohmann::json::exception& error) {
+        throw BladeError(file + ":" + std::to_string(number) + ": " + error.what());
     }
 }
 
 /// Without reading the lines as JSON, which takes its time when there are hundreds: within a text of JSON the quotes
 /// would have backslashes.
-unsigned CountBeginnings(const std::string& a_Log) {
-    constexpr std::string_view l_Key = "\"tool\":";
-    unsigned l_Count = 0;
-    for (size_t i = a_Log.find(l_Key); i != std::string::npos; i = a_Log.find(l_Key, i + l_Key.size()))
-        ++l_Count;
-    return l_Count;
+unsigned CountBeginnings(const std::string& log) {
+    constexpr std::string_view key = "\"tool\":";
+    unsigned count = 0;
+    for (size_t i = log.find(key); i != std::string::npos; i = log.find(key, i + key.size()))
+        ++count;
+    return count;
 }
 
-ordered_json Begun(const ordered_json& a_Line, double a_First) {
-    return {{"number", a_Line.at("number")},
-            {"tool", a_Line.at("tool")},
-            {"argv", a_Line.at("argv")},
-            {"process", a_Line.at("process")},
-            {"start_ms", Rounded(a_Line.at("clock_ms").get<double>() - a_First)},
+ordered_json Begun(const ordered_json& line, double first) {
+    return {{"number", line.at("number")},
+            {"tool", line.at("tool")},
+            {"argv", line.at("argv")},
+            {"process", line.at("process")},
+            {"start_ms", Rounded(line.at("clock_ms").get<double>() - first)},
             {"end_ms", nullptr},
             {"exit", nullptr},
             {"signal", nullptr}};
 }
 
-void Enter(ordered_json& a_Runs, const ordered_json& a_Line, double a_First) {
-    if (IsBeginning(a_Line)) {
-        a_Runs.push_back(Begun(a_Line, a_First));
+void Enter(ordered_json& runs, const ordered_json& line, double first) {
+    if (IsBeginning(line)) {
+        runs.push_back(Begun(line, first));
         return;
     }
     // Of a run that was forgotten while it was under way there is the end alone, perhaps with another run's number.
-    const auto l_Run = std::ranges::find_if(a_Runs, [&](const ordered_json& a_Run) {
-        return a_Run["number"] == a_Line.at("number") && a_Run["process"] == a_Line.at("process");
+    const auto found = std::ranges::find_if(runs, [&](const ordered_json& run) {
+        return run["number"] == line.at("number") && run["process"] == line.at("process");
     });
-    if (l_Run == a_Runs.end()) return;
-    (*l_Run)["end_ms"] = Rounded(a_Line.at("clock_ms").get<double>() - a_First);
-    (*l_Run)["exit"] = a_Line.at("exit");
-    (*l_Run)["signal"] = a_Line.at("signal");
+    if (found == runs.end()) return;
+    (*found)["end_ms"] = Rounded(line.at("clock_ms").get<double>() - first);
+    (*found)["exit"] = line.at("exit");
+    (*found)["signal"] = line.at("signal");
 }
 
 } // namespace
 
-TOOL_RUN::TOOL_RUN(std::string a_RunFolder, const std::string& a_Tool, const std::vector<std::string>& a_Arguments)
-    : m_RunFolder(std::move(a_RunFolder)) {
-    const FILE_LOCK l_Lock = LockLog(m_RunFolder);
-    m_Number = CountBeginnings(ReadFile(LogFile(m_RunFolder))) + 1;
-    ordered_json l_Arguments = ordered_json::array();
-    for (const std::string& l_Argument : a_Arguments)
-        l_Arguments.push_back(BM_PLATFORM::Utf8OfBytes(l_Argument));
-    const ordered_json l_Line = {{"number", m_Number},
-                                 {"tool", a_Tool},
-                                 {"argv", std::move(l_Arguments)},
-                                 {"process", ::getpid()},
-                                 {"clock_ms", ClockMilliseconds()}};
-    AppendLine(LogFile(m_RunFolder), l_Line.dump());
+ToolRun::ToolRun(std::string runFolder, const std::string& tool, const std::vector<std::string>& arguments)
+    : m_runFolder(std::move(runFolder)) {
+    const FileLock lock = LockLog(m_runFolder);
+    m_number = CountBeginnings(ReadFile(LogFile(m_runFolder))) + 1;
+    ordered_json words = ordered_json::array();
+    for (const std::string& argument : arguments)
+        words.push_back(BM_PLATFORM::Utf8OfBytes(argument));
+    const ordered_json line = {{"number", m_number},
+                               {"tool", tool},
+                               {"argv", std::move(words)},
+                               {"process", ::getpid()},
+                               {"clock_ms", ClockMilliseconds()}};
+    AppendLine(LogFile(m_runFolder), line.dump());
 }
 
-void TOOL_RUN::End(int a_Exit, int a_Signal) const {
-    const bool l_BySignal = a_Signal != 0;
-    const ordered_json l_Line = {{"number", m_Number},
-                                 {"process", ::getpid()},
-                                 {"exit", l_BySignal ? ordered_json() : ordered_json(a_Exit)},
-                                 {"signal", l_BySignal ? ordered_json(a_Signal) : ordered_json()},
-                                 {"clock_ms", ClockMilliseconds()}};
-    const FILE_LOCK l_Lock = LockLog(m_RunFolder);
-    AppendLine(LogFile(m_RunFolder), l_Line.dump());
+void ToolRun::End(int exit, int signal) const {
+    const bool bySignal = signal != 0;
+    const ordered_json line = {{"number", m_number},
+                               {"process", ::getpid()},
+                               {"exit", bySignal ? ordered_json() : ordered_json(exit)},
+                               {"signal", bySignal ? ordered_json(signal) : ordered_json()},
+                               {"clock_ms", ClockMilliseconds()}};
+    const FileLock lock = LockLog(m_runFolder);
+    AppendLine(LogFile(m_runFolder), line.dump());
 }
 
-ordered_json ReadToolLog(const std::string& a_RunFolder) {
-    ordered_json l_Runs = ordered_json::array();
-    std::optional<double> l_First;
-    ForEachLine(LogFile(a_RunFolder), [&](const ordered_json& a_Line) {
-        if (!l_First && IsBeginning(a_Line)) l_First = a_Line.at("clock_ms").get<double>();
-        Enter(l_Runs, a_Line, l_First.value_or(0));
+ordered_json ReadToolLog(const std::string& runFolder) {
+    ordered_json runs = ordered_json::array();
+    std::optional<double> first;
+    ForEachLine(LogFile(runFolder), [&](const ordered_json& line) {
+        if (!first && IsBeginning(line)) first = line.at("clock_ms").get<double>();
+        Enter(runs, line, first.value_or(0));
     });
-    return l_Runs;
+    return runs;
 }
 
-void ClearToolLog(const std::string& a_RunFolder) {
-    const FILE_LOCK l_Lock = LockLog(a_RunFolder);
-    RemoveFile(LogFile(a_RunFolder));
+void ClearToolLog(const std::string& runFolder) {
+    const FileLock lock = LockLog(runFolder);
+    RemoveFile(LogFile(runFolder));
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

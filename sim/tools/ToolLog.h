@@ -11,29 +11,29 @@
 #include <string>
 #include <vector>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// One run of a tool.
-class TOOL_RUN {
+class ToolRun {
 public:
-    /// Gives it the next number and enters its beginning; throws a BLADE_ERROR.
-    TOOL_RUN(std::string a_RunFolder, const std::string& a_Tool, const std::vector<std::string>& a_Arguments);
+    /// Gives it the next number and enters its beginning; throws a BladeError.
+    ToolRun(std::string runFolder, const std::string& tool, const std::vector<std::string>& arguments);
 
     /// Enters its end: by this signal, or with this status when there is none.
-    void End(int a_Exit, int a_Signal) const;
+    void End(int exit, int signal) const;
 
-    unsigned Number() const { return m_Number; }
+    unsigned Number() const { return m_number; }
 
 private:
-    std::string m_RunFolder;
-    unsigned m_Number = 0;
+    std::string m_runFolder;
+    unsigned m_number = 0;
 };
 
 /// All runs by their numbers, beginning and end together: number, tool, argv, process, start_ms, end_ms, exit, signal.
-/// Times count from the beginning of the first one; what is not known yet is null. Throws a BLADE_ERROR.
-nlohmann::ordered_json ReadToolLog(const std::string& a_RunFolder);
+/// Times count from the beginning of the first one; what is not known yet is null. Throws a BladeError.
+nlohmann::ordered_json ReadToolLog(const std::string& runFolder);
 
 /// Forgets all runs; the next one has number 1. One that is still under way is not entered any more.
-void ClearToolLog(const std::string& a_RunFolder);
+void ClearToolLog(const std::string& runFolder);
 
-} // namespace BLADESIM
+} // namespace bladesim

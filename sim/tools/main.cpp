@@ -17,80 +17,80 @@
 #include <iterator>
 #include <thread>
 
-using namespace BLADESIM;
+using namespace bladesim;
 
 namespace {
 
-constexpr int g_NoTool = 127;     // as a shell says that there is no such command
-constexpr int g_NotWorking = 126; // the stand-in itself has failed
+constexpr int NoTool = 127;     // as a shell says that there is no such command
+constexpr int NotWorking = 126; // the stand-in itself has failed
 
-std::string NameIn(const std::string& a_Path) {
-    return a_Path.substr(a_Path.rfind('/') + 1);
+std::string NameIn(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
 }
 
 /// Ends as if the signal had come from outside; leaves no memory image.
-void EndBySignal(int a_Signal) {
+void EndBySignal(int signal) {
     ::prctl(PR_SET_DUMPABLE, 0);
-    std::signal(a_Signal, SIG_DFL); // whatever a sanitizer has put there
-    sigset_t l_Signals;
-    sigemptyset(&l_Signals);
-    sigaddset(&l_Signals, a_Signal);
-    sigprocmask(SIG_UNBLOCK, &l_Signals, nullptr);
-    std::raise(a_Signal);
+    std::signal(signal, SIG_DFL); // whatever a sanitizer has put there
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, signal);
+    sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+    std::raise(signal);
 }
 
-void Print(std::FILE* a_File, const std::string& a_Text) {
-    std::fwrite(a_Text.data(), 1, a_Text.size(), a_File);
-    std::fflush(a_File);
+void Print(std::FILE* file, const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), file);
+    std::fflush(file);
 }
 
-int Fail(const std::string& a_Tool, const char* a_Reason) {
-    Print(stderr, a_Tool + ": " + a_Reason + "\n");
-    return g_NotWorking;
+int Fail(const std::string& tool, const char* reason) {
+    Print(stderr, tool + ": " + reason + "\n");
+    return NotWorking;
 }
 
 /// Returns the status to exit with; by a signal it does not return.
-int DoAsTold(const TOOL_RUN& a_Run, const std::string& a_RunFolder, const std::string& a_Tool,
-             const std::vector<std::string>& a_Arguments) {
-    const TOOL_ORDER l_Order = TakeToolOrder(a_RunFolder, a_Tool);
-    std::this_thread::sleep_for(std::chrono::milliseconds(l_Order.m_Delay));
-    if (l_Order.m_Signal != 0) {
-        a_Run.End(0, l_Order.m_Signal);
-        EndBySignal(l_Order.m_Signal);
+int DoAsTold(const ToolRun& run, const std::string& runFolder, const std::string& tool,
+             const std::vector<std::string>& words) {
+    const ToolOrder order = TakeToolOrder(runFolder, tool);
+    std::this_thread::sleep_for(std::chrono::milliseconds(order.m_delay));
+    if (order.m_signal != 0) {
+        run.End(0, order.m_signal);
+        EndBySignal(order.m_signal);
     }
-    if (l_Order.m_Exit != 0) {
-        Print(stderr, ToolsComplaint(a_Tool, l_Order.m_Exit));
-        return l_Order.m_Exit;
+    if (order.m_exit != 0) {
+        Print(stderr, ToolsComplaint(tool, order.m_exit));
+        return order.m_exit;
     }
-    Print(stdout, DoToolsWork(a_RunFolder, a_Tool, a_Arguments));
+    Print(stdout, DoToolsWork(runFolder, tool, words));
     return 0;
 }
 
-int Run(const std::string& a_Tool, const std::vector<std::string>& a_Arguments) {
-    const std::string l_RunFolder = RunFolder();
-    const TOOL_RUN l_Run(l_RunFolder, a_Tool, a_Arguments);
-    int l_Status = g_NotWorking;
+int Run(const std::string& tool, const std::vector<std::string>& words) {
+    const std::string runFolder = RunFolder();
+    const ToolRun run(runFolder, tool, words);
+    int status = NotWorking;
     try {
-        l_Status = DoAsTold(l_Run, l_RunFolder, a_Tool, a_Arguments);
-    } catch (const std::exception& l_Error) {
-        l_Status = Fail(a_Tool, l_Error.what());
+        status = DoAsTold(run, runFolder, tool, words);
+    } catch (const std::exception& error) {
+        status = Fail(tool, error.what());
     }
-    l_Run.End(l_Status, 0);
-    return l_Status;
+    run.End(status, 0);
+    return status;
 }
 
 } // namespace
 
-int main(int a_Count, char** a_Arguments) {
-    const std::vector<std::string> l_Arguments(a_Arguments, a_Arguments + a_Count);
-    const std::string l_Tool = NameIn(l_Arguments.empty() ? "" : l_Arguments.front());
-    if (std::ranges::find(g_Tools, l_Tool, &TOOL::m_Name) == std::end(g_Tools)) {
-        Fail(l_Tool, "no tool of the board has this name");
-        return g_NoTool;
+int main(int wordCount, char** words) {
+    const std::vector<std::string> arguments(words, words + wordCount);
+    const std::string tool = NameIn(arguments.empty() ? "" : arguments.front());
+    if (std::ranges::find(Tools, tool, &Tool::m_name) == std::end(Tools)) {
+        Fail(tool, "no tool of the board has this name");
+        return NoTool;
     }
     try {
-        return Run(l_Tool, l_Arguments);
-    } catch (const std::exception& l_Error) {
-        return Fail(l_Tool, l_Error.what());
+        return Run(tool, arguments);
+    } catch (const std::exception& error) {
+        return Fail(tool, error.what());
     }
 }

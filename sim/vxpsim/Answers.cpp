@@ -1,97 +1,96 @@
 // What the media software answers to the health monitor, as it is told to.
 #include "sim/vxpsim/Answers.h"
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
 // When a board that could be live has to give its processor away.
-constexpr uint32_t g_BoardNotLive = 2;
-constexpr uint32_t g_SubStateNotLive = 1;
+constexpr uint32_t BoardNotLive = 2;
+constexpr uint32_t SubStateNotLive = 1;
 
-MESSAGE Reply(const qMsg& a_Request, uint32_t a_Type) {
-    return MESSAGE(qMsgAllocate(a_Type, Q_ADDRESS_VXP, qMsgSource(&a_Request)));
+Message Reply(const qMsg& request, uint32_t type) {
+    return Message(qMsgAllocate(type, Q_ADDRESS_VXP, qMsgSource(&request)));
 }
 
-void Put(qMsg& a_Message, uint32_t a_Field, uint32_t a_Number) {
-    qMsgVarFieldPut(&a_Message, a_Field, &a_Number, sizeof(a_Number));
+void Put(qMsg& message, uint32_t field, uint32_t number) {
+    qMsgVarFieldPut(&message, field, &number, sizeof(number));
 }
 
 /// A text that does not fit into a message is left out.
-void Put(qMsg& a_Message, uint32_t a_Field, const std::string& a_Text) {
-    qMsgVarFieldPut(&a_Message, a_Field, a_Text.data(), a_Text.size());
+void Put(qMsg& message, uint32_t field, const std::string& text) {
+    qMsgVarFieldPut(&message, field, text.data(), text.size());
 }
 
-bool IsKnown(const qMsg& a_Request) {
-    return qMsgType(&a_Request) == Q_MSG_BOARD_STATUS || qMsgType(&a_Request) == Q_MSG_PROC_STATUS;
+bool IsKnown(const qMsg& request) {
+    return qMsgType(&request) == Q_MSG_BOARD_STATUS || qMsgType(&request) == Q_MSG_PROC_STATUS;
 }
 
-uint32_t AskedDetail(const qMsg& a_Request) {
-    uint32_t l_Detail = 0;
-    size_t l_Size = sizeof(l_Detail);
-    return qMsgVarFieldGet(&a_Request, Q_FIELD_ASKED_DETAIL, &l_Detail, &l_Size) == 0 ? l_Detail : 0;
+uint32_t AskedDetail(const qMsg& request) {
+    uint32_t detail = 0;
+    size_t size = sizeof(detail);
+    return qMsgVarFieldGet(&request, Q_FIELD_ASKED_DETAIL, &detail, &size) == 0 ? detail : 0;
 }
 
-MESSAGE BoardStatus(const qMsg& a_Request, const MEDIA_ORDER& a_Order) {
-    MESSAGE l_Reply = Reply(a_Request, Q_MSG_BOARD_STATUS_REPLY);
-    Put(*l_Reply, Q_FIELD_BOARD_STATE, a_Order.m_AtProcessor ? g_BoardNotLive : a_Order.m_BoardState);
-    Put(*l_Reply, Q_FIELD_BOARD_SUB_STATE, a_Order.m_AtProcessor ? g_SubStateNotLive : a_Order.m_SubState);
-    return l_Reply;
+Message BoardStatus(const qMsg& request, const MediaOrder& order) {
+    Message reply = Reply(request, Q_MSG_BOARD_STATUS_REPLY);
+    Put(*reply, Q_FIELD_BOARD_STATE, order.m_atProcessor ? BoardNotLive : order.m_boardState);
+    Put(*reply, Q_FIELD_BOARD_SUB_STATE, order.m_atProcessor ? SubStateNotLive : order.m_subState);
+    return reply;
 }
 
-MESSAGE ProcessorStatus(const qMsg& a_Request, const MEDIA_ORDER& a_Order) {
-    MESSAGE l_Reply = Reply(a_Request, Q_MSG_PROC_STATUS_REPLY);
-    for (uint32_t l_Field = Q_FIELD_PROCESSOR; l_Field < Q_FIELD_ERROR_FILE; ++l_Field)
-        Put(*l_Reply, l_Field, 0);
-    Put(*l_Reply, Q_FIELD_PROCESSOR, a_Order.m_Processor);
-    Put(*l_Reply, Q_FIELD_PROC_STATE, a_Order.m_ProcessorState);
-    Put(*l_Reply, Q_FIELD_USER_SEVERITY, a_Order.m_Severity);
-    if (AskedDetail(a_Request) == 0) return l_Reply;
-    Put(*l_Reply, Q_FIELD_ERROR_FILE, a_Order.m_ErrorFile);
-    Put(*l_Reply, Q_FIELD_CAUSE_FILE, a_Order.m_CauseFile);
-    return l_Reply;
+Message ProcessorStatus(const qMsg& request, const MediaOrder& order) {
+    Message reply = Reply(request, Q_MSG_PROC_STATUS_REPLY);
+    for (uint32_t field = Q_FIELD_PROCESSOR; field < Q_FIELD_ERROR_FILE; ++field)
+        Put(*reply, field, 0);
+    Put(*reply, Q_FIELD_PROCESSOR, order.m_processor);
+    Put(*reply, Q_FIELD_PROC_STATE, order.m_processorState);
+    Put(*reply, Q_FIELD_USER_SEVERITY, order.m_severity);
+    if (AskedDetail(request) == 0) return reply;
+    Put(*reply, Q_FIELD_ERROR_FILE, order.m_errorFile);
+    Put(*reply, Q_FIELD_CAUSE_FILE, order.m_causeFile);
+    return reply;
 }
 
-MESSAGE ResultError(const qMsg& a_Request) {
-    MESSAGE l_Reply = Reply(a_Request, Q_MSG_RESULT_ERROR);
-    Put(*l_Reply, Q_FIELD_RESULT_ERROR, g_ResultErrorCode);
-    return l_Reply;
+Message ResultError(const qMsg& request) {
+    Message reply = Reply(request, Q_MSG_RESULT_ERROR);
+    Put(*reply, Q_FIELD_RESULT_ERROR, ResultErrorCode);
+    return reply;
 }
 
-MESSAGE StandardError(const qMsg& a_Request) {
-    MESSAGE l_Reply = Reply(a_Request, Q_MSG_STANDARD_ERROR);
-    Put(*l_Reply, Q_FIELD_STANDARD_ERROR_MSG, qMsgType(&a_Request));
-    Put(*l_Reply, Q_FIELD_STANDARD_ERROR_CODE, g_StandardErrorCode);
+Message StandardError(const qMsg& request) {
+    Message reply = Reply(request, Q_MSG_STANDARD_ERROR);
+    Put(*reply, Q_FIELD_STANDARD_ERROR_MSG, qMsgType(&request));
+    Put(*reply, Q_FIELD_STANDARD_ERROR_CODE, StandardErrorCode);
     for (uint32_t i = 0; i < 4; ++i)
-        Put(*l_Reply, Q_FIELD_STANDARD_ERROR_DATA + i, i + 1);
-    return l_Reply;
+        Put(*reply, Q_FIELD_STANDARD_ERROR_DATA + i, i + 1);
+    return reply;
 }
 
 } // namespace
 
-MEDIA_DEED DeedFor(const qMsg& a_Request, const MEDIA_ORDER& a_Order) {
-    if (!IsKnown(a_Request)) return MEDIA_DEED::STANDARD_ERROR;
-    const bool l_Spared = a_Order.m_AtProcessor && qMsgType(&a_Request) == Q_MSG_BOARD_STATUS;
-    return l_Spared ? MEDIA_DEED::ANSWER : a_Order.m_Mode->m_Deed;
+MediaDeed DeedFor(const qMsg& request, const MediaOrder& order) {
+    if (!IsKnown(request)) return MediaDeed::StandardError;
+    const bool spared = order.m_atProcessor && qMsgType(&request) == Q_MSG_BOARD_STATUS;
+    return spared ? MediaDeed::Answer : order.m_mode->m_deed;
 }
 
-MESSAGE AnswerTo(const qMsg& a_Request, const MEDIA_ORDER& a_Order) {
-    switch (DeedFor(a_Request, a_Order)) {
-    case MEDIA_DEED::ANSWER:
-    case MEDIA_DEED::FLOOD:
-        return qMsgType(&a_Request) == Q_MSG_BOARD_STATUS ? BoardStatus(a_Request, a_Order)
-                                                          : ProcessorStatus(a_Request, a_Order);
-    case MEDIA_DEED::OTHER_TYPE:
-        return Reply(a_Request, g_UnknownType);
-    case MEDIA_DEED::RESULT_ERROR:
-        return ResultError(a_Request);
-    case MEDIA_DEED::STANDARD_ERROR:
-        return StandardError(a_Request);
-    case MEDIA_DEED::NOTHING:
-    case MEDIA_DEED::NOT_TAKEN:
-    case MEDIA_DEED::END:
+Message AnswerTo(const qMsg& request, const MediaOrder& order) {
+    switch (DeedFor(request, order)) {
+    case MediaDeed::Answer:
+    case MediaDeed::Flood:
+        return qMsgType(&request) == Q_MSG_BOARD_STATUS ? BoardStatus(request, order) : ProcessorStatus(request, order);
+    case MediaDeed::OtherType:
+        return Reply(request, UnknownType);
+    case MediaDeed::ResultError:
+        return ResultError(request);
+    case MediaDeed::StandardError:
+        return StandardError(request);
+    case MediaDeed::Nothing:
+    case MediaDeed::NotTaken:
+    case MediaDeed::End:
         break;
     }
     return nullptr;
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

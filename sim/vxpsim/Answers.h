@@ -6,23 +6,23 @@
 
 #include <memory>
 
-namespace BLADESIM {
+namespace bladesim {
 
-struct MESSAGE_FREE {
-    void operator()(qMsg* a_Message) const { qMsgFree(a_Message); }
+struct MessageFree {
+    void operator()(qMsg* message) const { qMsgFree(message); }
 };
-using MESSAGE = std::unique_ptr<qMsg, MESSAGE_FREE>;
+using Message = std::unique_ptr<qMsg, MessageFree>;
 
 /// A type that means nothing to anybody.
-inline constexpr uint32_t g_UnknownType = 0x800099;
+inline constexpr uint32_t UnknownType = 0x800099;
 /// The codes of both kinds of error.
-inline constexpr uint32_t g_ResultErrorCode = 0x5;
-inline constexpr uint32_t g_StandardErrorCode = 0x7;
+inline constexpr uint32_t ResultErrorCode = 0x5;
+inline constexpr uint32_t StandardErrorCode = 0x7;
 
 /// What befalls this request.
-MEDIA_DEED DeedFor(const qMsg& a_Request, const MEDIA_ORDER& a_Order);
+MediaDeed DeedFor(const qMsg& request, const MediaOrder& order);
 
 /// The message in return; null when there is none. Requests of a type that it does not know it does not understand.
-MESSAGE AnswerTo(const qMsg& a_Request, const MEDIA_ORDER& a_Order);
+Message AnswerTo(const qMsg& request, const MediaOrder& order);
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -10,75 +10,75 @@
 #include <iterator>
 #include <limits>
 
-namespace BLADESIM {
+namespace bladesim {
 namespace {
 
-std::string OrderFile(const std::string& a_RunFolder) {
-    return a_RunFolder + "/media.json";
+std::string OrderFile(const std::string& runFolder) {
+    return runFolder + "/media.json";
 }
 
-const MEDIA_MODE* ModeOf(JSON_OBJECT& a_Object) {
-    if (!a_Object.Has("mode")) return &g_MediaModes[0];
-    const std::string l_Name = a_Object.Text("mode");
-    const MEDIA_MODE* const l_Mode = FindMediaMode(l_Name);
-    if (l_Mode == nullptr) a_Object.Fail("mode", "\"" + l_Name.substr(0, 40) + "\" is no mode");
-    return l_Mode;
+const MediaMode* ModeOf(JsonObject& object) {
+    if (!object.Has("mode")) return &MediaModes[0];
+    const std::string name = object.Text("mode");
+    const MediaMode* const mode = FindMediaMode(name);
+    if (mode == nullptr) object.Fail("mode", "\"" + name.substr(0, 40) + "\" is no mode");
+    return mode;
 }
 
-uint32_t Number(JSON_OBJECT& a_Object, const char* a_Key, uint32_t a_Default) {
-    return static_cast<uint32_t>(a_Object.Integer(a_Key, 0, std::numeric_limits<uint32_t>::max(), a_Default));
+uint32_t Number(JsonObject& object, const char* key, uint32_t fallback) {
+    return static_cast<uint32_t>(object.Integer(key, 0, std::numeric_limits<uint32_t>::max(), fallback));
 }
 
-std::string Text(JSON_OBJECT& a_Object, const char* a_Key, const std::string& a_Default) {
-    return a_Object.Has(a_Key) ? a_Object.Text(a_Key) : a_Default;
+std::string Text(JsonObject& object, const char* key, const std::string& fallback) {
+    return object.Has(key) ? object.Text(key) : fallback;
 }
 
-MEDIA_ORDER OrderOf(const std::string& a_File) {
-    const JSON_FILE l_File = ReadJsonFile(a_File);
-    JSON_OBJECT l_Object(l_File);
-    MEDIA_ORDER l_Order;
-    l_Order.m_Mode = ModeOf(l_Object);
-    l_Order.m_AtProcessor = l_Object.Boolean("at_processor", false);
-    l_Order.m_Delay = static_cast<unsigned>(l_Object.Integer("delay_ms", 0, g_MaxMediaDelay, l_Order.m_Mode->m_Delay));
-    l_Order.m_BoardState = Number(l_Object, "board_state", l_Order.m_Mode->m_BoardState);
-    l_Order.m_SubState = Number(l_Object, "sub_state", l_Order.m_Mode->m_SubState);
-    l_Order.m_ProcessorState = Number(l_Object, "processor_state", l_Order.m_Mode->m_ProcessorState);
-    l_Order.m_Processor = Number(l_Object, "processor", l_Order.m_Processor);
-    l_Order.m_Severity = Number(l_Object, "severity", l_Order.m_Severity);
-    l_Order.m_ErrorFile = Text(l_Object, "error_file", l_Order.m_ErrorFile);
-    l_Order.m_CauseFile = Text(l_Object, "cause_file", l_Order.m_CauseFile);
-    l_Object.RejectOthers();
-    return l_Order;
+MediaOrder OrderOf(const std::string& file) {
+    const JsonFile path = ReadJsonFile(file);
+    JsonObject object(path);
+    MediaOrder order;
+    order.m_mode = ModeOf(object);
+    order.m_atProcessor = object.Boolean("at_processor", false);
+    order.m_delay = static_cast<unsigned>(object.Integer("delay_ms", 0, MaxMediaDelay, order.m_mode->m_delay));
+    order.m_boardState = Number(object, "board_state", order.m_mode->m_boardState);
+    order.m_subState = Number(object, "sub_state", order.m_mode->m_subState);
+    order.m_processorState = Number(object, "processor_state", order.m_mode->m_processorState);
+    order.m_processor = Number(object, "processor", order.m_processor);
+    order.m_severity = Number(object, "severity", order.m_severity);
+    order.m_errorFile = Text(object, "error_file", order.m_errorFile);
+    order.m_causeFile = Text(object, "cause_file", order.m_causeFile);
+    object.RejectOthers();
+    return order;
 }
 
 } // namespace
 
-const MEDIA_MODE* FindMediaMode(std::string_view a_Name) {
-    const auto* const l_Found = std::ranges::find(g_MediaModes, a_Name, &MEDIA_MODE::m_Name);
-    return l_Found == std::end(g_MediaModes) ? nullptr : l_Found;
+const MediaMode* FindMediaMode(std::string_view name) {
+    const auto* const found = std::ranges::find(MediaModes, name, &MediaMode::m_name);
+    return found == std::end(MediaModes) ? nullptr : found;
 }
 
-MEDIA_ORDER ReadMediaOrder(const std::string& a_RunFolder) {
-    const std::string l_File = OrderFile(a_RunFolder);
-    if (FileExists(l_File)) return OrderOf(l_File);
-    MEDIA_ORDER l_Sound;
-    l_Sound.m_SubState = l_Sound.m_Mode->m_SubState;
-    l_Sound.m_ProcessorState = l_Sound.m_Mode->m_ProcessorState;
-    return l_Sound;
+MediaOrder ReadMediaOrder(const std::string& runFolder) {
+    const std::string path = OrderFile(runFolder);
+    if (FileExists(path)) return OrderOf(path);
+    MediaOrder sound;
+    sound.m_subState = sound.m_mode->m_subState;
+    sound.m_processorState = sound.m_mode->m_processorState;
+    return sound;
 }
 
-void WriteMediaOrder(const std::string& a_RunFolder, const nlohmann::json& a_Order) {
-    const std::string l_File = OrderFile(a_RunFolder);
+void WriteMediaOrder(const std::string& runFolder, const nlohmann::json& order) {
+    const std::string path = OrderFile(runFolder);
     // Read again before it counts: the same reader finds what is wrong with it.
-    const std::string l_New = l_File + ".new." + std::to_string(::getpid());
-    ReplaceFile(l_New, a_Order.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+    const std::string newFile = path + ".new." + std::to_string(::getpid());
+    ReplaceFile(newFile, order.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
     try {
-        OrderOf(l_New);
+        OrderOf(newFile);
     } catch (...) {
-        RemoveFile(l_New);
+        RemoveFile(newFile);
         throw;
     }
-    MoveFile(l_New, l_File);
+    MoveFile(newFile, path);
 }
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -9,75 +9,75 @@
 #include <string>
 #include <string_view>
 
-namespace BLADESIM {
+namespace bladesim {
 
 /// What becomes of a request.
-enum class MEDIA_DEED {
-    ANSWER,
-    OTHER_TYPE,     ///< answered, with a message of another type
-    RESULT_ERROR,   ///< answered that it failed
-    STANDARD_ERROR, ///< answered that it was not understood
-    NOTHING,        ///< taken and not answered
-    NOT_TAKEN,      ///< left in the queue, until there is no room for more
-    END,            ///< the software ends at it
-    FLOOD           ///< answered again and again, until the asker has no room for more
+enum class MediaDeed {
+    Answer,
+    OtherType,     ///< answered, with a message of another type
+    ResultError,   ///< answered that it failed
+    StandardError, ///< answered that it was not understood
+    Nothing,       ///< taken and not answered
+    NotTaken,      ///< left in the queue, until there is no room for more
+    End,           ///< the software ends at it
+    Flood          ///< answered again and again, until the asker has no room for more
 };
 
-struct MEDIA_MODE {
-    std::string_view m_Name;
-    std::string_view m_Description;
-    MEDIA_DEED m_Deed = MEDIA_DEED::ANSWER;
-    uint32_t m_BoardState = 0;
-    uint32_t m_SubState = 4; ///< 0 and 4: the board is live
-    uint32_t m_ProcessorState = 5;
-    unsigned m_Delay = 0; ///< milliseconds, where the order has none
+struct MediaMode {
+    std::string_view m_name;
+    std::string_view m_description;
+    MediaDeed m_deed = MediaDeed::Answer;
+    uint32_t m_boardState = 0;
+    uint32_t m_subState = 4; ///< 0 and 4: the board is live
+    uint32_t m_processorState = 5;
+    unsigned m_delay = 0; ///< milliseconds, where the order has none
 };
 
 /// In the run folder: what it was asked since it was started, {"board_requests":2,"processor_requests":0}.
-inline constexpr char g_MediaCountsFile[] = "media.counts.json";
+inline constexpr char MediaCountsFile[] = "media.counts.json";
 
-inline constexpr unsigned g_MaxMediaDelay = 600000;
-inline constexpr std::string_view g_MediaSound = "sound";
+inline constexpr unsigned MaxMediaDelay = 600000;
+inline constexpr std::string_view MediaSound = "sound";
 /// It does not run, and ends at once when it is started.
-inline constexpr std::string_view g_MediaDead = "dead";
+inline constexpr std::string_view MediaDead = "dead";
 
-inline constexpr MEDIA_MODE g_MediaModes[] = {
-    {g_MediaSound, "the board is live"},
-    {"slow", "the same, but after 6 s, or --delay", MEDIA_DEED::ANSWER, 0, 4, 5, 6000},
-    {"degraded", "the board is not live, no processor has a fault", MEDIA_DEED::ANSWER, 2, 1, 5},
-    {"faulty", "the board is not live, a processor has a fault", MEDIA_DEED::ANSWER, 2, 1, 1},
-    {"wrong-type", "answers with a message of another type", MEDIA_DEED::OTHER_TYPE},
-    {"result-error", "answers that the request failed", MEDIA_DEED::RESULT_ERROR},
-    {"standard-error", "answers that the request was not understood", MEDIA_DEED::STANDARD_ERROR},
-    {"silent", "takes requests and does not answer", MEDIA_DEED::NOTHING},
-    {"deaf", "takes no request: its queue fills up", MEDIA_DEED::NOT_TAKEN},
-    {"dying", "ends at the next request", MEDIA_DEED::END},
-    {g_MediaDead, "is killed, and does not come up again", MEDIA_DEED::END},
-    {"flood", "answers, and repeats it until the asker has no room left", MEDIA_DEED::FLOOD},
+inline constexpr MediaMode MediaModes[] = {
+    {MediaSound, "the board is live"},
+    {"slow", "the same, but after 6 s, or --delay", MediaDeed::Answer, 0, 4, 5, 6000},
+    {"degraded", "the board is not live, no processor has a fault", MediaDeed::Answer, 2, 1, 5},
+    {"faulty", "the board is not live, a processor has a fault", MediaDeed::Answer, 2, 1, 1},
+    {"wrong-type", "answers with a message of another type", MediaDeed::OtherType},
+    {"result-error", "answers that the request failed", MediaDeed::ResultError},
+    {"standard-error", "answers that the request was not understood", MediaDeed::StandardError},
+    {"silent", "takes requests and does not answer", MediaDeed::Nothing},
+    {"deaf", "takes no request: its queue fills up", MediaDeed::NotTaken},
+    {"dying", "ends at the next request", MediaDeed::End},
+    {MediaDead, "is killed, and does not come up again", MediaDeed::End},
+    {"flood", "answers, and repeats it until the asker has no room left", MediaDeed::Flood},
 };
 
 /// Null for no mode.
-const MEDIA_MODE* FindMediaMode(std::string_view a_Name);
+const MediaMode* FindMediaMode(std::string_view name);
 
-struct MEDIA_ORDER {
-    const MEDIA_MODE* m_Mode = &g_MediaModes[0];
+struct MediaOrder {
+    const MediaMode* m_mode = &MediaModes[0];
     /// The board is not live and this is answered; what the mode does befalls the question for a processor.
-    bool m_AtProcessor = false;
-    unsigned m_Delay = 0; ///< milliseconds before each answer
-    uint32_t m_BoardState = 0;
-    uint32_t m_SubState = 0;
-    uint32_t m_ProcessorState = 0;
-    uint32_t m_Processor = 3;
-    uint32_t m_Severity = 2;
-    std::string m_ErrorFile = "dsp_task.c";
-    std::string m_CauseFile = "timer.c";
+    bool m_atProcessor = false;
+    unsigned m_delay = 0; ///< milliseconds before each answer
+    uint32_t m_boardState = 0;
+    uint32_t m_subState = 0;
+    uint32_t m_processorState = 0;
+    uint32_t m_processor = 3;
+    uint32_t m_severity = 2;
+    std::string m_errorFile = "dsp_task.c";
+    std::string m_causeFile = "timer.c";
 };
 
-/// The order in the file, or that of a sound software when there is none. Throws a BLADE_ERROR, for a file with errors
+/// The order in the file, or that of a sound software when there is none. Throws a BladeError, for a file with errors
 /// too, which it names with their line.
-MEDIA_ORDER ReadMediaOrder(const std::string& a_RunFolder);
+MediaOrder ReadMediaOrder(const std::string& runFolder);
 
-/// Replaces the order by these keys of such a file; throws a BLADE_ERROR and changes nothing when they are no good.
-void WriteMediaOrder(const std::string& a_RunFolder, const nlohmann::json& a_Order);
+/// Replaces the order by these keys of such a file; throws a BladeError and changes nothing when they are no good.
+void WriteMediaOrder(const std::string& runFolder, const nlohmann::json& order);
 
-} // namespace BLADESIM
+} // namespace bladesim

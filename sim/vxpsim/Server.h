@@ -9,43 +9,43 @@
 #include <optional>
 #include <string>
 
-namespace BLADESIM {
+namespace bladesim {
 
-class MEDIA_SERVER {
+class MediaServer {
 public:
-    /// `a_Queue` is bound to the software's address; SIGTERM and SIGINT are blocked. Throws a BLADE_ERROR, also for an
+    /// `queue` is bound to the software's address; SIGTERM and SIGINT are blocked. Throws a BladeError, also for an
     /// order by which it shall not run.
-    MEDIA_SERVER(std::string a_RunFolder, int a_Queue);
+    MediaServer(std::string runFolder, int queue);
 
     /// Returns when a signal ends it; an order that ends it ends the process.
     void Run();
 
 private:
-    using CLOCK = std::chrono::steady_clock;
+    using Clock = std::chrono::steady_clock;
 
-    struct ANSWER {
-        CLOCK::time_point m_Due;
-        MESSAGE m_Message;
-        bool m_Again = false; ///< until there is no room
+    struct Answer {
+        Clock::time_point m_due;
+        Message m_message;
+        bool m_again = false; ///< until there is no room
     };
 
     void TakeOrder();
     void TakeRequest();
-    void Count(const qMsg& a_Request);
+    void Count(const qMsg& request);
     void SendDue();
-    void Send(const ANSWER& a_Answer) const;
+    void Send(const Answer& answer) const;
     int MillisecondsLeft() const;
-    bool TakesRequests() const { return m_Order.m_Mode->m_Deed != MEDIA_DEED::NOT_TAKEN; }
+    bool TakesRequests() const { return m_order.m_mode->m_deed != MediaDeed::NotTaken; }
 
-    std::string m_RunFolder;
-    int m_Queue;
-    UNIQUE_FD m_Changes; ///< readable when something in the run folder was replaced
-    UNIQUE_FD m_Signals;
-    MEDIA_ORDER m_Order;
-    std::string m_Complaint; ///< what is wrong with the order
-    std::deque<ANSWER> m_Answers;
-    unsigned m_BoardRequests = 0;
-    unsigned m_ProcessorRequests = 0;
+    std::string m_runFolder;
+    int m_queue;
+    UniqueFd m_changes; ///< readable when something in the run folder was replaced
+    UniqueFd m_signals;
+    MediaOrder m_order;
+    std::string m_complaint; ///< what is wrong with the order
+    std::deque<Answer> m_answers;
+    unsigned m_boardRequests = 0;
+    unsigned m_processorRequests = 0;
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -14,45 +14,45 @@
 #include <exception>
 #include <thread>
 
-using namespace BLADESIM;
+using namespace bladesim;
 
 namespace {
 
-class QUEUE {
+class Queue {
 public:
-    QUEUE() : m_Queue(qDrvSetInterface(0, 0) == 0 ? qQueueOpen() : -1) {
+    Queue() : m_queue(qDrvSetInterface(0, 0) == 0 ? qQueueOpen() : -1) {
         // Who was killed gives its lock back before its queue: the one before may not be quite gone.
-        for (int l_Patience = 100; m_Queue >= 0; --l_Patience) {
-            if (qQueueBind(m_Queue, Q_ADDRESS_VXP) == 0) return;
-            if (qStatusErrorGet() != Q_ERROR_ADDRESS_TAKEN || l_Patience == 0) break;
+        for (int patience = 100; m_queue >= 0; --patience) {
+            if (qQueueBind(m_queue, Q_ADDRESS_VXP) == 0) return;
+            if (qStatusErrorGet() != Q_ERROR_ADDRESS_TAKEN || patience == 0) break;
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-        throw BLADE_ERROR(std::string("no queue: ") + qStatusErrorName(qStatusErrorGet()));
+        throw BladeError(std::string("no queue: ") + qStatusErrorName(qStatusErrorGet()));
     }
-    QUEUE(const QUEUE&) = delete;
-    QUEUE& operator=(const QUEUE&) = delete;
-    ~QUEUE() { qQueueClose(m_Queue); }
+    Queue(const Queue&) = delete;
+    Queue& operator=(const Queue&) = delete;
+    ~Queue() { qQueueClose(m_queue); }
 
-    int Get() const { return m_Queue; }
+    int Get() const { return m_queue; }
 
 private:
-    int m_Queue;
+    int m_queue;
 };
 
 void BlockEndSignals() {
-    sigset_t l_Signals;
-    sigemptyset(&l_Signals);
-    sigaddset(&l_Signals, SIGTERM);
-    sigaddset(&l_Signals, SIGINT);
-    sigprocmask(SIG_BLOCK, &l_Signals, nullptr);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
 /// Who waits for the word may go now: nobody shall wait for the end of this output.
 void SayReady() {
-    const UNIQUE_FD l_Null(::open("/dev/null", O_WRONLY | O_CLOEXEC));
-    std::fputs(g_MediaReady, stdout);
+    const UniqueFd null(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    std::fputs(MediaReady, stdout);
     std::fflush(stdout);
-    ::dup2(l_Null.Get(), STDOUT_FILENO);
+    ::dup2(null.Get(), STDOUT_FILENO);
 }
 
 } // namespace
@@ -62,15 +62,15 @@ int main() {
         ::setsid(); // Ctrl-C at the terminal of whoever started it is not meant for it
         BlockEndSignals();
         if (::chdir("/") != 0) ThrowErrno("/");
-        const std::string l_RunFolder = RunFolder();
-        const QUEUE l_Queue;
-        MEDIA_SERVER l_Server(l_RunFolder, l_Queue.Get());
-        const UNIQUE_FD l_Lock = EnterMediaProcess(l_RunFolder);
+        const std::string runFolder = RunFolder();
+        const Queue queue;
+        MediaServer server(runFolder, queue.Get());
+        const UniqueFd lock = EnterMediaProcess(runFolder);
         SayReady();
-        l_Server.Run();
+        server.Run();
         return EXIT_SUCCESS;
-    } catch (const std::exception& l_Error) {
-        std::fprintf(stderr, "vxpsim: %s\n", l_Error.what());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vxpsim: %s\n", error.what());
         return EXIT_FAILURE;
     }
 }

@@ -16,7 +16,7 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path.cwd()
-RULES = sorted(ROOT.glob(".clang-tidy")) + sorted(ROOT.glob("*/.clang-tidy"))
+RULES = sorted(path for depth in range(5) for path in ROOT.glob("*/" * depth + ".clang-tidy"))
 
 
 def digest(path):

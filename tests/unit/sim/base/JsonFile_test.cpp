@@ -3,28 +3,28 @@
 
 #include "sim/base/JsonFile.h"
 
-using namespace BLADESIM;
+using namespace bladesim;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
 namespace {
 
-class BladeFileJson : public BLADE_FILE_TEST {};
+class BladeFileJson : public BladeFileTest {};
 
-struct BAD_TEXT {
-    std::string m_Text;
-    const char* m_Start; ///< what follows the file's name
-    const char* m_Reason;
+struct BadText {
+    std::string m_text;
+    const char* m_start; ///< what follows the file's name
+    const char* m_reason;
 };
 
-class BladeFileBadJson : public BLADE_FILE_TEST, public testing::WithParamInterface<BAD_TEXT> {};
+class BladeFileBadJson : public BladeFileTest, public testing::WithParamInterface<BadText> {};
 
-std::string Repeated(const std::string& a_Text, size_t a_Times) {
-    std::string l_All;
-    for (size_t l_Count = 0; l_Count < a_Times; ++l_Count)
-        l_All += a_Text;
-    return l_All;
+std::string Repeated(const std::string& text, size_t times) {
+    std::string all;
+    for (size_t count = 0; count < times; ++count)
+        all += text;
+    return all;
 }
 
 } // namespace
@@ -33,8 +33,8 @@ TEST_F(BladeFileJson, SaysThatAFileCannotBeRead) {
     try {
         ReadBladeFile("/nowhere/blade.json");
         FAIL() << "no error";
-    } catch (const BLADE_ERROR& l_Error) {
-        EXPECT_STREQ(l_Error.what(), "/nowhere/blade.json: cannot be read: No such file or directory");
+    } catch (const BladeError& error) {
+        EXPECT_STREQ(error.what(), "/nowhere/blade.json: cannot be read: No such file or directory");
     }
 }
 
@@ -42,8 +42,8 @@ TEST_F(BladeFileJson, SaysThatAFolderIsNoFile) {
     try {
         ReadBladeFile("/");
         FAIL() << "no error";
-    } catch (const BLADE_ERROR& l_Error) {
-        EXPECT_STREQ(l_Error.what(), "/: there is nothing in it to read");
+    } catch (const BladeError& error) {
+        EXPECT_STREQ(error.what(), "/: there is nothing in it to read");
     }
 }
 
@@ -51,55 +51,55 @@ TEST_F(BladeFileJson, ReadsNoEndlessFile) {
     try {
         ReadBladeFile("/dev/zero");
         FAIL() << "no error";
-    } catch (const BLADE_ERROR& l_Error) {
-        EXPECT_STREQ(l_Error.what(), "/dev/zero: is larger than 1 MiB, which no blade file is");
+    } catch (const BladeError& error) {
+        EXPECT_STREQ(error.what(), "/dev/zero: is larger than 1 MiB, which no blade file is");
     }
 }
 
 TEST_F(BladeFileJson, GivesTheLineOfEachKeyAndItem) {
-    std::ofstream(m_File) << "\n{\n\"a\": 1\n,\"b\":\n[ 7,\n8\n,\n{ \"c\":\n\"x\" }\n]}\n";
-    const auto l_Lines = ReadJsonFile(m_File).m_Lines;
-    const std::map<std::string, unsigned> l_Wanted = {{"", 2},     {"a", 3},    {"b", 4},     {"b[0]", 5},
-                                                      {"b[1]", 6}, {"b[2]", 8}, {"b[2].c", 8}};
-    EXPECT_EQ(l_Lines, l_Wanted);
+    std::ofstream(m_file) << "\n{\n\"a\": 1\n,\"b\":\n[ 7,\n8\n,\n{ \"c\":\n\"x\" }\n]}\n";
+    const auto lines = ReadJsonFile(m_file).m_lines;
+    const std::map<std::string, unsigned> wanted = {{"", 2},     {"a", 3},    {"b", 4},     {"b[0]", 5},
+                                                    {"b[1]", 6}, {"b[2]", 8}, {"b[2].c", 8}};
+    EXPECT_EQ(lines, wanted);
 }
 
 TEST_F(BladeFileJson, IsRefusedWhereverItIsCutShort) {
-    const std::string l_Text = SampleJson().dump(1);
-    for (size_t l_Length = 0; l_Length < l_Text.size(); l_Length += 7)
-        EXPECT_THAT(ErrorOf(l_Text.substr(0, l_Length)), StartsWith(m_File + ":")) << l_Length;
+    const std::string text = SampleJson().dump(1);
+    for (size_t length = 0; length < text.size(); length += 7)
+        EXPECT_THAT(ErrorOf(text.substr(0, length)), StartsWith(m_file + ":")) << length;
 }
 
 TEST_F(BladeFileJson, IsReadOrRefusedWhateverByteOfItIsSpoilt) {
-    const std::string l_Text = SampleJson().dump(1);
-    for (size_t l_Place = 0; l_Place < l_Text.size(); l_Place += 7) {
-        for (const char l_Byte : {'\0', '"', '[', '}', '\xff', '9'}) {
-            std::string l_Spoilt = l_Text;
-            l_Spoilt[l_Place] = l_Byte;
-            EXPECT_THAT(ErrorOf(l_Spoilt), testing::AnyOf("no error", StartsWith(m_File + ":")));
+    const std::string text = SampleJson().dump(1);
+    for (size_t place = 0; place < text.size(); place += 7) {
+        for (const char byte : {'\0', '"', '[', '}', '\xff', '9'}) {
+            std::string spoilt = text;
+            spoilt[place] = byte;
+            EXPECT_THAT(ErrorOf(spoilt), testing::AnyOf("no error", StartsWith(m_file + ":")));
         }
     }
 }
 
 TEST_P(BladeFileBadJson, IsRefusedWithTheLine) {
-    EXPECT_THAT(ErrorOf(GetParam().m_Text),
-                AllOf(StartsWith(m_File + GetParam().m_Start), HasSubstr(GetParam().m_Reason)));
+    EXPECT_THAT(ErrorOf(GetParam().m_text),
+                AllOf(StartsWith(m_file + GetParam().m_start), HasSubstr(GetParam().m_reason)));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, BladeFileBadJson,
-    testing::Values(BAD_TEXT{"", ": ", "nothing in it to read"},
-                    BAD_TEXT{"{\n  \"controller\": {},\n  \"frus\": [,]\n}\n", ":3: ", "unexpected ','"},
-                    BAD_TEXT{"{\n\"controller\": NaN }", ":2: ", "invalid literal"},
-                    BAD_TEXT{"{\n\"controller\": 1e999 }", ":2: ", "number overflow"},
-                    BAD_TEXT{"{\n\n\"controller\": \"abc", ":3: ", "missing closing quote"},
-                    BAD_TEXT{"{\n\"controller\": \"\xc3\x28\" }", ":2: ", "ill-formed UTF-8"},
-                    BAD_TEXT{"[\n1 ]", ":1: ", "expected an object"},
-                    BAD_TEXT{"5", ":1: ", "expected an object {…}, found 5"},
-                    BAD_TEXT{"{} {}", ":1: ", "expected end of input"},
-                    BAD_TEXT{"{ \"frus\": 1,\n \"x\": { \"frus\": 2 },\n\"frus\": 3 }", ":3: frus: ", "stands twice"},
-                    BAD_TEXT{"{ \"\": 1, \"controller\": 5 }", ":1: controller: ", "expected an object"},
-                    BAD_TEXT{Repeated("[", 500000), ":1: ", "too deep"},
-                    BAD_TEXT{Repeated("{\"a\":\n", 100000), ":33: ", "too deep"},
-                    BAD_TEXT{Repeated(" ", 1024 * 1024) + "{}", ": ", "is larger than 1 MiB"},
-                    BAD_TEXT{"{\"" + std::string(1000000, 'x'), ":1: ", "missing closing quote"}));
+    testing::Values(BadText{"", ": ", "nothing in it to read"},
+                    BadText{"{\n  \"controller\": {},\n  \"frus\": [,]\n}\n", ":3: ", "unexpected ','"},
+                    BadText{"{\n\"controller\": NaN }", ":2: ", "invalid literal"},
+                    BadText{"{\n\"controller\": 1e999 }", ":2: ", "number overflow"},
+                    BadText{"{\n\n\"controller\": \"abc", ":3: ", "missing closing quote"},
+                    BadText{"{\n\"controller\": \"\xc3\x28\" }", ":2: ", "ill-formed UTF-8"},
+                    BadText{"[\n1 ]", ":1: ", "expected an object"},
+                    BadText{"5", ":1: ", "expected an object {…}, found 5"},
+                    BadText{"{} {}", ":1: ", "expected end of input"},
+                    BadText{"{ \"frus\": 1,\n \"x\": { \"frus\": 2 },\n\"frus\": 3 }", ":3: frus: ", "stands twice"},
+                    BadText{"{ \"\": 1, \"controller\": 5 }", ":1: controller: ", "expected an object"},
+                    BadText{Repeated("[", 500000), ":1: ", "too deep"},
+                    BadText{Repeated("{\"a\":\n", 100000), ":33: ", "too deep"},
+                    BadText{Repeated(" ", 1024 * 1024) + "{}", ": ", "is larger than 1 MiB"},
+                    BadText{"{\"" + std::string(1000000, 'x'), ":1: ", "missing closing quote"}));

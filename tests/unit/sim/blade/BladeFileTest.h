@@ -12,7 +12,7 @@
 #include <string>
 #include <unistd.h>
 
-namespace BLADESIM {
+namespace bladesim {
 
 inline nlohmann::json SampleJson() {
     return nlohmann::json::parse(R"({
@@ -35,58 +35,58 @@ inline nlohmann::json SampleJson() {
     })");
 }
 
-class BLADE_FILE_TEST : public testing::Test {
+class BladeFileTest : public testing::Test {
 protected:
-    void TearDown() override { std::filesystem::remove(m_File); }
+    void TearDown() override { std::filesystem::remove(m_file); }
 
-    BLADE Read(const std::string& a_Text) {
-        std::ofstream(m_File, std::ios::binary) << a_Text;
-        return ReadBladeFile(m_File);
+    Blade Read(const std::string& text) {
+        std::ofstream(m_file, std::ios::binary) << text;
+        return ReadBladeFile(m_file);
     }
 
-    BLADE ReadSample() { return Read(SampleJson().dump()); }
+    Blade ReadSample() { return Read(SampleJson().dump()); }
 
     /// The sample with another value at this place.
-    BLADE ReadWith(const char* a_Pointer, const nlohmann::json& a_Value) {
-        nlohmann::json l_Json = SampleJson();
-        l_Json[nlohmann::json::json_pointer(a_Pointer)] = a_Value;
-        return Read(l_Json.dump());
+    Blade ReadWith(const char* pointer, const nlohmann::json& value) {
+        nlohmann::json json = SampleJson();
+        json[nlohmann::json::json_pointer(pointer)] = value;
+        return Read(json.dump());
     }
 
     /// What is said about the sample with another value at this place.
-    std::string ErrorWith(const char* a_Pointer, const nlohmann::json& a_Value) {
-        nlohmann::json l_Json = SampleJson();
-        l_Json[nlohmann::json::json_pointer(a_Pointer)] = a_Value;
-        return ErrorOf(l_Json.dump());
+    std::string ErrorWith(const char* pointer, const nlohmann::json& value) {
+        nlohmann::json json = SampleJson();
+        json[nlohmann::json::json_pointer(pointer)] = value;
+        return ErrorOf(json.dump());
     }
 
-    std::string ErrorOf(const std::string& a_Text) {
+    std::string ErrorOf(const std::string& text) {
         try {
-            Read(a_Text);
-        } catch (const BLADE_ERROR& l_Error) {
-            return l_Error.what();
+            Read(text);
+        } catch (const BladeError& error) {
+            return error.what();
         }
         return "no error";
     }
 
-    std::string m_File = testing::TempDir() + "blade-" + std::to_string(::getpid()) + ".json";
+    std::string m_file = testing::TempDir() + "blade-" + std::to_string(::getpid()) + ".json";
 };
 
-struct BAD_VALUE {
-    const char* m_Pointer;
-    nlohmann::json m_Value;
-    const char* m_Key;
-    const char* m_Reason;
+struct BadValue {
+    const char* m_pointer;
+    nlohmann::json m_value;
+    const char* m_key;
+    const char* m_reason;
 };
 
 /// Tables of values that are refused with the key and what was expected.
-class BLADE_FILE_VALUE_TEST : public BLADE_FILE_TEST, public testing::WithParamInterface<BAD_VALUE> {
+class BladeFileValueTest : public BladeFileTest, public testing::WithParamInterface<BadValue> {
 protected:
     void ExpectRefusal() {
-        EXPECT_THAT(ErrorWith(GetParam().m_Pointer, GetParam().m_Value),
-                    testing::AllOf(testing::StartsWith(m_File + ":1: " + GetParam().m_Key + ": "),
-                                   testing::HasSubstr(GetParam().m_Reason)));
+        EXPECT_THAT(ErrorWith(GetParam().m_pointer, GetParam().m_value),
+                    testing::AllOf(testing::StartsWith(m_file + ":1: " + GetParam().m_key + ": "),
+                                   testing::HasSubstr(GetParam().m_reason)));
     }
 };
 
-} // namespace BLADESIM
+} // namespace bladesim

@@ -11,89 +11,89 @@
 #include <iterator>
 #include <unistd.h>
 
-using namespace BLADESIM;
+using namespace bladesim;
 
 namespace {
 
 class DumpFruTest : public testing::Test {
 protected:
     void SetUp() override {
-        std::filesystem::create_directory(m_Folder);
-        m_Blade.m_File = "/blades/sample.json";
-        m_Blade.m_FRUs.resize(2);
-        m_Blade.m_FRUs[0].m_Inventory.emplace().m_Board = {"Maker", "Board", "S-1", "P-1"};
-        m_Blade.m_FRUs[1].m_Id = 4;
+        std::filesystem::create_directory(m_folder);
+        m_blade.m_file = "/blades/sample.json";
+        m_blade.m_frus.resize(2);
+        m_blade.m_frus[0].m_inventory.emplace().m_board = {"Maker", "Board", "S-1", "P-1"};
+        m_blade.m_frus[1].m_id = 4;
     }
-    void TearDown() override { std::filesystem::remove_all(m_Folder); }
+    void TearDown() override { std::filesystem::remove_all(m_folder); }
 
-    std::string ErrorOf(unsigned a_Id, const std::string& a_File) {
+    std::string ErrorOf(unsigned id, const std::string& file) {
         try {
-            DumpFru(m_Blade, a_Id, a_File);
-        } catch (const BLADE_ERROR& l_Error) {
-            return l_Error.what();
+            DumpFru(m_blade, id, file);
+        } catch (const BladeError& error) {
+            return error.what();
         }
         return "no error";
     }
 
-    std::vector<uint8_t> Image() const { return BuildFruImage(*m_Blade.m_FRUs[0].m_Inventory); }
+    std::vector<uint8_t> Image() const { return BuildFruImage(*m_blade.m_frus[0].m_inventory); }
 
-    static std::vector<uint8_t> Contents(const std::string& a_File) {
-        std::ifstream l_Stream(a_File, std::ios::binary);
-        return {std::istreambuf_iterator<char>(l_Stream), {}};
+    static std::vector<uint8_t> Contents(const std::string& file) {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
     }
 
     size_t Files() const {
-        return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(m_Folder), {}));
+        return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(m_folder), {}));
     }
 
-    std::string m_Folder = testing::TempDir() + "dump-fru-" + std::to_string(::getpid());
-    std::string m_File = m_Folder + "/fru.bin";
-    BLADE m_Blade;
+    std::string m_folder = testing::TempDir() + "dump-fru-" + std::to_string(::getpid());
+    std::string m_file = m_folder + "/fru.bin";
+    Blade m_blade;
 };
 
 } // namespace
 
 TEST_F(DumpFruTest, WritesTheImageAndLeavesNothingElse) {
-    DumpFru(m_Blade, 0, m_File);
-    EXPECT_EQ(Contents(m_File), Image());
+    DumpFru(m_blade, 0, m_file);
+    EXPECT_EQ(Contents(m_file), Image());
     EXPECT_EQ(Files(), 1U);
 }
 
 TEST_F(DumpFruTest, ReplacesALongerFileWhole) {
-    std::ofstream(m_File) << std::string(1000, 'x');
-    DumpFru(m_Blade, 0, m_File);
-    EXPECT_EQ(Contents(m_File), Image());
+    std::ofstream(m_file) << std::string(1000, 'x');
+    DumpFru(m_blade, 0, m_file);
+    EXPECT_EQ(Contents(m_file), Image());
 }
 
 TEST_F(DumpFruTest, WritesWhereASymbolicLinkPoints) {
-    std::filesystem::create_symlink("fru.bin", m_Folder + "/link");
-    std::ofstream(m_File) << "old";
-    DumpFru(m_Blade, 0, m_Folder + "/link");
-    EXPECT_TRUE(std::filesystem::is_symlink(m_Folder + "/link"));
-    EXPECT_EQ(Contents(m_File), Image());
+    std::filesystem::create_symlink("fru.bin", m_folder + "/link");
+    std::ofstream(m_file) << "old";
+    DumpFru(m_blade, 0, m_folder + "/link");
+    EXPECT_TRUE(std::filesystem::is_symlink(m_folder + "/link"));
+    EXPECT_EQ(Contents(m_file), Image());
 }
 
 TEST_F(DumpFruTest, WritesIntoADeviceWithoutReplacingIt) {
-    std::filesystem::create_symlink("/dev/null", m_File);
-    DumpFru(m_Blade, 0, m_File);
+    std::filesystem::create_symlink("/dev/null", m_file);
+    DumpFru(m_blade, 0, m_file);
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
-    EXPECT_TRUE(std::filesystem::is_symlink(m_File));
+    EXPECT_TRUE(std::filesystem::is_symlink(m_file));
 }
 
 TEST_F(DumpFruTest, NamesAFRUThatIsNotThere) {
-    EXPECT_EQ(ErrorOf(1, m_File), "/blades/sample.json: FRU 1 is not in this blade");
-    EXPECT_EQ(ErrorOf(256, m_File), "/blades/sample.json: FRU 256 is not in this blade");
+    EXPECT_EQ(ErrorOf(1, m_file), "/blades/sample.json: FRU 1 is not in this blade");
+    EXPECT_EQ(ErrorOf(256, m_file), "/blades/sample.json: FRU 256 is not in this blade");
     EXPECT_EQ(Files(), 0U);
 }
 
 TEST_F(DumpFruTest, NamesAFRUWithoutInventory) {
-    EXPECT_EQ(ErrorOf(4, m_File), "/blades/sample.json: FRU 4 has no inventory");
+    EXPECT_EQ(ErrorOf(4, m_file), "/blades/sample.json: FRU 4 has no inventory");
     EXPECT_EQ(Files(), 0U);
 }
 
 TEST_F(DumpFruTest, SaysThatTheFileCannotBeWrittenAndLeavesNothingBehind) {
     EXPECT_EQ(ErrorOf(0, "/nowhere/fru.bin"), "/nowhere/fru.bin: cannot be written: No such file or directory");
-    EXPECT_EQ(ErrorOf(0, m_Folder), m_Folder + ": cannot be written: Is a directory");
+    EXPECT_EQ(ErrorOf(0, m_folder), m_folder + ": cannot be written: Is a directory");
     EXPECT_EQ(ErrorOf(0, "/dev/full"), "/dev/full: cannot be written: No space left on device");
     EXPECT_EQ(Files(), 0U);
 }

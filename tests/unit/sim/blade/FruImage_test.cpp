@@ -5,53 +5,52 @@
 
 #include <numeric>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using testing::ElementsAre;
 
 namespace {
 
-using BYTES = std::vector<uint8_t>;
+using Bytes = std::vector<uint8_t>;
 
-INVENTORY SampleInventory() {
-    INVENTORY l_Inventory;
-    l_Inventory.m_Board = {"Maker", "Board", "S-1", "P-1"};
-    l_Inventory.m_Product = {"Seller", "Product", "Model", "V1", "S-2", "Tag"};
-    return l_Inventory;
+Inventory SampleInventory() {
+    Inventory inventory;
+    inventory.m_board = {"Maker", "Board", "S-1", "P-1"};
+    inventory.m_product = {"Seller", "Product", "Model", "V1", "S-2", "Tag"};
+    return inventory;
 }
 
-BYTES Slice(const BYTES& a_Image, size_t a_Offset, size_t a_Length) {
-    return {a_Image.begin() + static_cast<ptrdiff_t>(a_Offset),
-            a_Image.begin() + static_cast<ptrdiff_t>(a_Offset + a_Length)};
+Bytes Slice(const Bytes& image, size_t offset, size_t length) {
+    return {image.begin() + static_cast<ptrdiff_t>(offset), image.begin() + static_cast<ptrdiff_t>(offset + length)};
 }
 
-uint8_t Sum(const BYTES& a_Bytes) {
-    return static_cast<uint8_t>(std::accumulate(a_Bytes.begin(), a_Bytes.end(), 0U));
+uint8_t Sum(const Bytes& bytes) {
+    return static_cast<uint8_t>(std::accumulate(bytes.begin(), bytes.end(), 0U));
 }
 
 /// The texts of an info area, up to its end marker.
-std::vector<std::string> Texts(const BYTES& a_Image, size_t a_Cursor) {
-    std::vector<std::string> l_Texts;
-    while (a_Image.at(a_Cursor) != 0xC1) {
-        EXPECT_EQ(a_Image[a_Cursor] >> 6, 3) << "not 8-bit text";
-        const size_t l_Length = a_Image[a_Cursor] & 0x3F;
-        const BYTES l_Text = Slice(a_Image, a_Cursor + 1, l_Length);
-        l_Texts.emplace_back(l_Text.begin(), l_Text.end());
-        a_Cursor += l_Length + 1;
+std::vector<std::string> Texts(const Bytes& image, size_t cursor) {
+    std::vector<std::string> texts;
+    while (image.at(cursor) != 0xC1) {
+        EXPECT_EQ(image[cursor] >> 6, 3) << "not 8-bit text";
+        const size_t length = image[cursor] & 0x3F;
+        const Bytes text = Slice(image, cursor + 1, length);
+        texts.emplace_back(text.begin(), text.end());
+        cursor += length + 1;
     }
-    return l_Texts;
+    return texts;
 }
 
 } // namespace
 
 TEST(FruImage, BeginsWithACommonHeaderThatSumsToZero) {
-    const BYTES l_Header = Slice(BuildFruImage(SampleInventory()), 0, 8);
-    EXPECT_EQ(l_Header[0], 1);
-    EXPECT_EQ(l_Header[1], 0) << "internal use area";
-    EXPECT_EQ(l_Header[2], 0) << "chassis info area";
-    EXPECT_EQ(l_Header[3], 1) << "board info area right behind the header";
-    EXPECT_EQ(l_Header[5], 0) << "no multirecords";
-    EXPECT_EQ(l_Header[6], 0) << "pad";
-    EXPECT_EQ(Sum(l_Header), 0);
+    const Bytes header = Slice(BuildFruImage(SampleInventory()), 0, 8);
+    EXPECT_EQ(header[0], 1);
+    EXPECT_EQ(header[1], 0) << "internal use area";
+    EXPECT_EQ(header[2], 0) << "chassis info area";
+    EXPECT_EQ(header[3], 1) << "board info area right behind the header";
+    EXPECT_EQ(header[5], 0) << "no multirecords";
+    EXPECT_EQ(header[6], 0) << "pad";
+    EXPECT_EQ(Sum(header), 0);
 }
 
 TEST(FruImage, HoldsTheTextsOfTheBoardInTheOrderOfTheFormat) {
@@ -59,103 +58,103 @@ TEST(FruImage, HoldsTheTextsOfTheBoardInTheOrderOfTheFormat) {
 }
 
 TEST(FruImage, HoldsTheTextsOfTheProductInTheOrderOfTheFormat) {
-    const BYTES l_Image = BuildFruImage(SampleInventory());
-    EXPECT_THAT(Texts(l_Image, l_Image[4] * 8U + 3), ElementsAre("Seller", "Product", "Model", "V1", "S-2", "Tag", ""));
+    const Bytes image = BuildFruImage(SampleInventory());
+    EXPECT_THAT(Texts(image, image[4] * 8U + 3), ElementsAre("Seller", "Product", "Model", "V1", "S-2", "Tag", ""));
 }
 
 TEST(FruImage, HasInfoAreasThatSumToZeroOverTheirOwnLength) {
-    const BYTES l_Image = BuildFruImage(SampleInventory());
-    for (const size_t l_HeaderByte : {3U, 4U}) {
-        const size_t l_Offset = l_Image[l_HeaderByte] * 8U;
-        EXPECT_EQ(l_Image[l_Offset], 1) << "version";
-        EXPECT_EQ(Sum(Slice(l_Image, l_Offset, l_Image[l_Offset + 1] * 8U)), 0);
+    const Bytes image = BuildFruImage(SampleInventory());
+    for (const size_t headerByte : {3U, 4U}) {
+        const size_t offset = image[headerByte] * 8U;
+        EXPECT_EQ(image[offset], 1) << "version";
+        EXPECT_EQ(Sum(Slice(image, offset, image[offset + 1] * 8U)), 0);
     }
 }
 
 TEST(FruImage, HasASizeThatIsAMultipleOfSixteenWhateverTheTexts) {
-    INVENTORY l_Inventory = SampleInventory();
-    for (size_t l_Length = 2; l_Length <= g_MaxFruText; ++l_Length) {
-        l_Inventory.m_Product->m_AssetTag.assign(l_Length, 'x');
-        EXPECT_EQ(BuildFruImage(l_Inventory).size() % 16, 0U) << l_Length;
+    Inventory inventory = SampleInventory();
+    for (size_t length = 2; length <= MaxFruText; ++length) {
+        inventory.m_product->m_assetTag.assign(length, 'x');
+        EXPECT_EQ(BuildFruImage(inventory).size() % 16, 0U) << length;
     }
 }
 
 TEST(FruImage, WritesAnEmptyTextAsAFieldOfLengthZero) {
-    INVENTORY l_Inventory = SampleInventory();
-    l_Inventory.m_Board->m_Manufacturer.clear();
-    EXPECT_EQ(BuildFruImage(l_Inventory)[8 + 6], 0xC0);
+    Inventory inventory = SampleInventory();
+    inventory.m_board->m_manufacturer.clear();
+    EXPECT_EQ(BuildFruImage(inventory)[8 + 6], 0xC0);
 }
 
 TEST(FruImage, HoldsTextsOfTheGreatestLength) {
-    INVENTORY l_Inventory = SampleInventory();
-    const std::string l_Longest(g_MaxFruText, 'm');
-    l_Inventory.m_Board = {l_Longest, l_Longest, l_Longest, l_Longest};
-    EXPECT_THAT(Texts(BuildFruImage(l_Inventory), 8 + 6), ElementsAre(l_Longest, l_Longest, l_Longest, l_Longest, ""));
+    Inventory inventory = SampleInventory();
+    const std::string longest(MaxFruText, 'm');
+    inventory.m_board = {longest, longest, longest, longest};
+    EXPECT_THAT(Texts(BuildFruImage(inventory), 8 + 6), ElementsAre(longest, longest, longest, longest, ""));
 }
 
 TEST(FruImage, PutsTheMultirecordsBehindTheInfoAreasAndMarksTheLast) {
-    INVENTORY l_Inventory = SampleInventory();
-    l_Inventory.m_MultiRecords = {{0xC0, {0x57, 0x01}}, {0xD1, {}}};
-    const BYTES l_Image = BuildFruImage(l_Inventory);
-    const size_t l_Offset = l_Image[5] * 8U;
-    ASSERT_NE(l_Offset, 0U);
-    EXPECT_THAT(Slice(l_Image, l_Offset, 7), ElementsAre(0xC0, 0x02, 0x02, 0xA8, 0x94, 0x57, 0x01));
-    EXPECT_THAT(Slice(l_Image, l_Offset + 7, 5), ElementsAre(0xD1, 0x82, 0x00, 0x00, 0xAD));
+    Inventory inventory = SampleInventory();
+    inventory.m_multiRecords = {{0xC0, {0x57, 0x01}}, {0xD1, {}}};
+    const Bytes image = BuildFruImage(inventory);
+    const size_t offset = image[5] * 8U;
+    ASSERT_NE(offset, 0U);
+    EXPECT_THAT(Slice(image, offset, 7), ElementsAre(0xC0, 0x02, 0x02, 0xA8, 0x94, 0x57, 0x01));
+    EXPECT_THAT(Slice(image, offset + 7, 5), ElementsAre(0xD1, 0x82, 0x00, 0x00, 0xAD));
 }
 
 TEST(FruImage, HasNoAreaThatNobodyNamed) {
     EXPECT_THAT(BuildFruImage({}), ElementsAre(1, 0, 0, 0, 0, 0, 0, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0));
-    INVENTORY l_Inventory = SampleInventory();
-    l_Inventory.m_Board.reset();
-    const BYTES l_Image = BuildFruImage(l_Inventory);
-    EXPECT_EQ(l_Image[3], 0);
-    EXPECT_EQ(l_Image[4], 1) << "product info area right behind the header";
+    Inventory inventory = SampleInventory();
+    inventory.m_board.reset();
+    const Bytes image = BuildFruImage(inventory);
+    EXPECT_EQ(image[3], 0);
+    EXPECT_EQ(image[4], 1) << "product info area right behind the header";
 }
 
 TEST(FruImage, HasTheSizeWantedUnlessThatIsTooSmall) {
-    INVENTORY l_Inventory;
-    l_Inventory.m_Board = {"Maker", "Board", "S-1", "P-1"};
-    l_Inventory.m_Size = 41;
-    EXPECT_EQ(BuildFruImage(l_Inventory).size(), 41U);
-    l_Inventory.m_Size = 0;
-    EXPECT_EQ(BuildFruImage(l_Inventory).size(), 8U + 32);
+    Inventory inventory;
+    inventory.m_board = {"Maker", "Board", "S-1", "P-1"};
+    inventory.m_size = 41;
+    EXPECT_EQ(BuildFruImage(inventory).size(), 41U);
+    inventory.m_size = 0;
+    EXPECT_EQ(BuildFruImage(inventory).size(), 8U + 32);
 }
 
 TEST(FruImage, IsARawImageAsItStands) {
-    INVENTORY l_Inventory = SampleInventory();
-    l_Inventory.m_Raw = BYTES{1, 2, 3};
-    EXPECT_THAT(BuildFruImage(l_Inventory), ElementsAre(1, 2, 3));
-    l_Inventory.m_Raw = BYTES{};
-    EXPECT_TRUE(BuildFruImage(l_Inventory).empty());
+    Inventory inventory = SampleInventory();
+    inventory.m_raw = Bytes{1, 2, 3};
+    EXPECT_THAT(BuildFruImage(inventory), ElementsAre(1, 2, 3));
+    inventory.m_raw = Bytes{};
+    EXPECT_TRUE(BuildFruImage(inventory).empty());
 }
 
 TEST(FruImage, HasExactlyTheBadChecksumsThatAreWanted) {
-    INVENTORY l_Inventory = SampleInventory();
-    l_Inventory.m_MultiRecords = {{0xC0, {0x57, 0x01}}, {0xD1, {0x01}}};
-    const BYTES l_Good = BuildFruImage(l_Inventory);
-    const size_t l_Board = l_Good[3] * 8U;
-    const size_t l_Product = l_Good[4] * 8U;
-    const size_t l_Records = l_Good[5] * 8U;
-    struct ROW {
-        BAD_CHECKSUMS m_Bad;
-        std::vector<size_t> m_Places;
+    Inventory inventory = SampleInventory();
+    inventory.m_multiRecords = {{0xC0, {0x57, 0x01}}, {0xD1, {0x01}}};
+    const Bytes good = BuildFruImage(inventory);
+    const size_t board = good[3] * 8U;
+    const size_t product = good[4] * 8U;
+    const size_t records = good[5] * 8U;
+    struct Row {
+        BadChecksums m_bad;
+        std::vector<size_t> m_places;
     };
-    const ROW l_Rows[] = {
+    const Row rows[] = {
         {{true, false, false, false}, {7}},
-        {{false, true, false, false}, {l_Product - 1, l_Records - 1}},
-        {{false, false, true, false}, {l_Records + 4, l_Records + 7 + 4}},
+        {{false, true, false, false}, {product - 1, records - 1}},
+        {{false, false, true, false}, {records + 4, records + 7 + 4}},
         // A data checksum stands in the header, which must sum to zero with it.
-        {{false, false, false, true}, {l_Records + 3, l_Records + 4, l_Records + 7 + 3, l_Records + 7 + 4}},
+        {{false, false, false, true}, {records + 3, records + 4, records + 7 + 3, records + 7 + 4}},
     };
-    ASSERT_GT(l_Board, 0U);
-    for (const ROW& l_Row : l_Rows) {
-        l_Inventory.m_BadChecksums = l_Row.m_Bad;
-        const BYTES l_Image = BuildFruImage(l_Inventory);
-        ASSERT_EQ(l_Image.size(), l_Good.size());
-        std::vector<size_t> l_Differ;
-        for (size_t l_Index = 0; l_Index < l_Image.size(); ++l_Index) {
-            if (l_Image[l_Index] != l_Good[l_Index]) l_Differ.push_back(l_Index);
+    ASSERT_GT(board, 0U);
+    for (const Row& row : rows) {
+        inventory.m_badChecksums = row.m_bad;
+        const Bytes image = BuildFruImage(inventory);
+        ASSERT_EQ(image.size(), good.size());
+        std::vector<size_t> differ;
+        for (size_t index = 0; index < image.size(); ++index) {
+            if (image[index] != good[index]) differ.push_back(index);
         }
-        EXPECT_EQ(l_Differ, l_Row.m_Places);
+        EXPECT_EQ(differ, row.m_places);
     }
 }

@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using testing::ElementsAre;
 using testing::Optional;
 
@@ -12,8 +12,8 @@ TEST(MacText, IsSixBytesInHexadecimalWithColonsBetween) {
 }
 
 TEST(MacText, IsNothingElse) {
-    for (const char* l_Text : {"", "02:4d:71:00:00", "02:4d:71:00:00:06:07", "02-4d-71-00-00-06", "02 4d 71 00 00 06",
-                               "0g:4d:71:00:00:06", "2:4d:71:00:00:006", "02:4d:71:00:00:06 "}) {
-        EXPECT_EQ(MacBytes(l_Text), std::nullopt) << l_Text;
+    for (const char* text : {"", "02:4d:71:00:00", "02:4d:71:00:00:06:07", "02-4d-71-00-00-06", "02 4d 71 00 00 06",
+                             "0g:4d:71:00:00:06", "2:4d:71:00:00:006", "02:4d:71:00:00:06 "}) {
+        EXPECT_EQ(MacBytes(text), std::nullopt) << text;
     }
 }

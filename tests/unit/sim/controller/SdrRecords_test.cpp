@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using testing::ElementsAre;
 using testing::SizeIs;
 
@@ -27,15 +27,15 @@ TEST(SdrRecords, LocateAnAMCWithoutInventoryUnderItsFRUId) {
 }
 
 TEST(SdrRecords, NameAFRUByItsBoardWhenTheProductHasNoName) {
-    BLADE l_Blade = SampleCarrier();
-    l_Blade.m_FRUs[2].m_Inventory->m_Product.emplace();
-    l_Blade.m_FRUs[2].m_Inventory->m_Board.emplace().m_ProductName = "RTM";
-    EXPECT_THAT(LocatorRecords(l_Blade).at(3),
+    Blade blade = SampleCarrier();
+    blade.m_frus[2].m_inventory->m_product.emplace();
+    blade.m_frus[2].m_inventory->m_board.emplace().m_productName = "RTM";
+    EXPECT_THAT(LocatorRecords(blade).at(3),
                 ElementsAre(0, 0, 0x51, 0x11, 14, 0x82, 7, 0x80, 0, 0, 0x10, 0, 0xC0, 0x61, 0, 0xC3, 'R', 'T', 'M'));
 }
 
 TEST(SdrRecords, HaveNoEntityForSitesOfOtherKinds) {
-    BLADE l_Blade = SampleCarrier();
-    l_Blade.m_FRUs[1].m_Site.m_Type = 3;
-    EXPECT_EQ(LocatorRecords(l_Blade).at(2).at(12), 0);
+    Blade blade = SampleCarrier();
+    blade.m_frus[1].m_site.m_type = 3;
+    EXPECT_EQ(LocatorRecords(blade).at(2).at(12), 0);
 }

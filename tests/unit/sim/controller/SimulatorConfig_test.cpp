@@ -6,13 +6,13 @@
 
 #include <gmock/gmock.h>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using testing::HasSubstr;
 
 TEST(SimulatorConfig, MakesTheControllerInTheOrderThatTheSimulatorNeeds) {
-    BLADE l_Blade = SampleCarrier();
-    l_Blade.m_FRUs = {{0, {0x41, 0, 5}, {}, {}}};
-    EXPECT_EQ(SimulatorCommands(l_Blade),
+    Blade blade = SampleCarrier();
+    blade.m_frus = {{0, {0x41, 0, 5}, {}, {}}};
+    EXPECT_EQ(SimulatorCommands(blade),
               "mc_add 0x82 0x35 no-device-sdrs 0x1 0x3 0x12 0x9f 0x17ed9 0xb1a\n"
               "sel_enable 0x82 0x100 0x0a\n"
               "main_sdr_add 0x82 0 0 0x51 0x12 0x10 0x82 0 0 0x9f 0 0 0 0xa0 0x60 0 0xc5 0x46 0x52 0x55 0x20 0x30\n"
@@ -31,9 +31,9 @@ TEST(SimulatorConfig, LoadsTheCarrierWithItsBladeFile) {
 }
 
 TEST(SimulatorConfig, RefusesAPathThatCannotBeWrittenDown) {
-    BLADE l_Blade = SampleCarrier();
-    for (const char* const l_File : {"/a\"b.json", "/a\nb.json"}) {
-        l_Blade.m_File = l_File;
-        EXPECT_THROW(SimulatorInterfaces(l_Blade, "/module.so"), BLADE_ERROR) << l_File;
+    Blade blade = SampleCarrier();
+    for (const char* const file : {"/a\"b.json", "/a\nb.json"}) {
+        blade.m_file = file;
+        EXPECT_THROW(SimulatorInterfaces(blade, "/module.so"), BladeError) << file;
     }
 }

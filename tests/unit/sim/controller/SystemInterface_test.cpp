@@ -3,31 +3,31 @@
 
 #include <gtest/gtest.h>
 
-using namespace BLADESIM;
+using namespace bladesim;
 
 namespace {
 
-struct SAMPLE {
-    SYSTEM_INTERFACE m_Interface;
-    const char* m_Name;
-    bool m_HasController;
+struct Sample {
+    SystemInterface m_interface;
+    const char* m_name;
+    bool m_hasController;
 };
 
-constexpr SAMPLE g_Samples[] = {
-    {SYSTEM_INTERFACE::BRIDGE, "bridge", true},
-    {SYSTEM_INTERFACE::NONE, "none", false},
-    {SYSTEM_INTERFACE::MACHINE, "machine", false},
-    {SYSTEM_INTERFACE::GUEST, "guest", true},
+constexpr Sample Samples[] = {
+    {SystemInterface::Bridge, "bridge", true},
+    {SystemInterface::None, "none", false},
+    {SystemInterface::Machine, "machine", false},
+    {SystemInterface::Guest, "guest", true},
 };
 
 } // namespace
 
 TEST(SystemInterface, HasTheNameThatTheCommandLineHasForIt) {
-    for (const SAMPLE& l_Sample : g_Samples)
-        EXPECT_EQ(NameOf(l_Sample.m_Interface), l_Sample.m_Name);
+    for (const Sample& sample : Samples)
+        EXPECT_EQ(NameOf(sample.m_interface), sample.m_name);
 }
 
 TEST(SystemInterface, NeedsAControllerWhereBladesimOrAGuestWorksIt) {
-    for (const SAMPLE& l_Sample : g_Samples)
-        EXPECT_EQ(HasController(l_Sample.m_Interface), l_Sample.m_HasController) << l_Sample.m_Name;
+    for (const Sample& sample : Samples)
+        EXPECT_EQ(HasController(sample.m_interface), sample.m_hasController) << sample.m_name;
 }

@@ -6,95 +6,95 @@
 #include <cerrno>
 #include <vector>
 
-using namespace BLADESIM;
+using namespace bladesim;
 
 namespace {
 
-constexpr unsigned char g_App = 0x06;
+constexpr unsigned char App = 0x06;
 
-struct CASE {
-    const char* m_Name;
-    int m_Type;
-    short m_Channel;
-    unsigned char m_Lun;
-    unsigned char m_NetFn;
-    unsigned char m_Command;
-    unsigned short m_Length;
-    int m_Expected;
+struct Case {
+    const char* m_name;
+    int m_type;
+    short m_channel;
+    unsigned char m_lun;
+    unsigned char m_netFn;
+    unsigned char m_command;
+    unsigned short m_length;
+    int m_expected;
 };
 
-void PrintTo(const CASE& a_Case, std::ostream* a_Out) {
-    *a_Out << a_Case.m_Name;
+void PrintTo(const Case& testCase, std::ostream* out) {
+    *out << testCase.m_name;
 }
 
-constexpr int g_SI = IPMI_SYSTEM_INTERFACE_ADDR_TYPE;
-constexpr short g_BMC = IPMI_BMC_CHANNEL;
+constexpr int SystemInterfaceType = IPMI_SYSTEM_INTERFACE_ADDR_TYPE;
+constexpr short BmcChannel = IPMI_BMC_CHANNEL;
 
-constexpr CASE g_Cases[] = {
-    {"ARequest", g_SI, g_BMC, 0, g_App, 0x01, 0, 0},
-    {"ALun", g_SI, g_BMC, 3, g_App, 0x01, 0, 0},
-    {"ALunTooLarge", g_SI, g_BMC, 4, g_App, 0x01, 0, EINVAL},
-    {"AnotherChannel", g_SI, 0, 0, g_App, 0x01, 0, EINVAL},
-    {"AResponse", g_SI, g_BMC, 0, g_App | 1, 0x01, 1, EINVAL},
-    {"GetMessage", g_SI, g_BMC, 0, g_App, 0x33, 0, EINVAL},
-    {"SendMessage", g_SI, g_BMC, 0, g_App, 0x34, 7, EINVAL},
-    {"ReadEventMessageBuffer", g_SI, g_BMC, 0, g_App, 0x35, 0, EINVAL},
-    {"TheSameNumberOfAnotherNetFn", g_SI, g_BMC, 0, 0x0A, 0x34, 0, 0},
-    {"TheLongest", g_SI, g_BMC, 0, g_App, 0x01, 270, 0},
-    {"OneByteTooLong", g_SI, g_BMC, 0, g_App, 0x01, 271, EMSGSIZE},
-    {"IPMB", IPMI_IPMB_ADDR_TYPE, 0, 0, g_App, 0x01, 0, 0},
-    {"IPMBBroadcast", IPMI_IPMB_BROADCAST_ADDR_TYPE, 0, 0, g_App, 0x01, 0, 0},
-    {"IPMBResponse", IPMI_IPMB_ADDR_TYPE, 0, 0, g_App | 1, 0x01, 1, 0},
-    {"IPMBOfAnotherChannel", IPMI_IPMB_ADDR_TYPE, 7, 0, g_App, 0x01, 0, EINVAL},
-    {"IPMBTooLong", IPMI_IPMB_ADDR_TYPE, 0, 0, g_App, 0x01, 264, EMSGSIZE},
-    {"Lan", IPMI_LAN_ADDR_TYPE, 1, 0, g_App, 0x01, 0, EINVAL},
-    {"UnknownKind", 0x33, 0, 0, g_App, 0x01, 0, EINVAL},
+constexpr Case Cases[] = {
+    {"ARequest", SystemInterfaceType, BmcChannel, 0, App, 0x01, 0, 0},
+    {"ALun", SystemInterfaceType, BmcChannel, 3, App, 0x01, 0, 0},
+    {"ALunTooLarge", SystemInterfaceType, BmcChannel, 4, App, 0x01, 0, EINVAL},
+    {"AnotherChannel", SystemInterfaceType, 0, 0, App, 0x01, 0, EINVAL},
+    {"AResponse", SystemInterfaceType, BmcChannel, 0, App | 1, 0x01, 1, EINVAL},
+    {"GetMessage", SystemInterfaceType, BmcChannel, 0, App, 0x33, 0, EINVAL},
+    {"SendMessage", SystemInterfaceType, BmcChannel, 0, App, 0x34, 7, EINVAL},
+    {"ReadEventMessageBuffer", SystemInterfaceType, BmcChannel, 0, App, 0x35, 0, EINVAL},
+    {"TheSameNumberOfAnotherNetFn", SystemInterfaceType, BmcChannel, 0, 0x0A, 0x34, 0, 0},
+    {"TheLongest", SystemInterfaceType, BmcChannel, 0, App, 0x01, 270, 0},
+    {"OneByteTooLong", SystemInterfaceType, BmcChannel, 0, App, 0x01, 271, EMSGSIZE},
+    {"IPMB", IPMI_IPMB_ADDR_TYPE, 0, 0, App, 0x01, 0, 0},
+    {"IPMBBroadcast", IPMI_IPMB_BROADCAST_ADDR_TYPE, 0, 0, App, 0x01, 0, 0},
+    {"IPMBResponse", IPMI_IPMB_ADDR_TYPE, 0, 0, App | 1, 0x01, 1, 0},
+    {"IPMBOfAnotherChannel", IPMI_IPMB_ADDR_TYPE, 7, 0, App, 0x01, 0, EINVAL},
+    {"IPMBTooLong", IPMI_IPMB_ADDR_TYPE, 0, 0, App, 0x01, 264, EMSGSIZE},
+    {"Lan", IPMI_LAN_ADDR_TYPE, 1, 0, App, 0x01, 0, EINVAL},
+    {"UnknownKind", 0x33, 0, 0, App, 0x01, 0, EINVAL},
 };
 
-ipmi_req Request(ipmi_system_interface_addr& a_Address, std::vector<unsigned char>& a_Data, unsigned char a_Command) {
-    ipmi_req l_Request{};
-    l_Request.addr = reinterpret_cast<unsigned char*>(&a_Address);
-    l_Request.addr_len = sizeof(a_Address);
-    l_Request.msg = {g_App, a_Command, static_cast<unsigned short>(a_Data.size()), a_Data.data()};
-    return l_Request;
+ipmi_req Request(ipmi_system_interface_addr& address, std::vector<unsigned char>& data, unsigned char command) {
+    ipmi_req request{};
+    request.addr = reinterpret_cast<unsigned char*>(&address);
+    request.addr_len = sizeof(address);
+    request.msg = {App, command, static_cast<unsigned short>(data.size()), data.data()};
+    return request;
 }
 
 } // namespace
 
-class KernelRules : public testing::TestWithParam<CASE> {};
+class KernelRules : public testing::TestWithParam<Case> {};
 
 TEST_P(KernelRules, TakeOrRefuse) {
-    const CASE& l_Case = GetParam();
-    std::vector<unsigned char> l_Data(l_Case.m_Length);
+    const Case& testCase = GetParam();
+    std::vector<unsigned char> data(testCase.m_length);
     // The bytes of both kinds: type, channel, then the LUN, or the slave address and the LUN.
-    ipmi_addr l_Address{};
-    l_Address.addr_type = l_Case.m_Type;
-    l_Address.channel = l_Case.m_Channel;
-    l_Address.data[l_Case.m_Type == g_SI ? 0 : 1] = static_cast<char>(l_Case.m_Lun);
-    ipmi_req l_Request{};
-    l_Request.addr = reinterpret_cast<unsigned char*>(&l_Address);
-    l_Request.addr_len = sizeof(l_Address);
-    l_Request.msg = {l_Case.m_NetFn, l_Case.m_Command, l_Case.m_Length, l_Data.data()};
-    EXPECT_EQ(CheckRequest(l_Request), l_Case.m_Expected);
+    ipmi_addr address{};
+    address.addr_type = testCase.m_type;
+    address.channel = testCase.m_channel;
+    address.data[testCase.m_type == SystemInterfaceType ? 0 : 1] = static_cast<char>(testCase.m_lun);
+    ipmi_req request{};
+    request.addr = reinterpret_cast<unsigned char*>(&address);
+    request.addr_len = sizeof(address);
+    request.msg = {testCase.m_netFn, testCase.m_command, testCase.m_length, data.data()};
+    EXPECT_EQ(CheckRequest(request), testCase.m_expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Requests, KernelRules, testing::ValuesIn(g_Cases),
-                         [](const auto& a_Info) { return std::string(a_Info.param.m_Name); });
+INSTANTIATE_TEST_SUITE_P(Requests, KernelRules, testing::ValuesIn(Cases),
+                         [](const auto& testInfo) { return std::string(testInfo.param.m_name); });
 
 TEST(KernelRulesForAddresses, RefuseALengthThatNoAddressHas) {
-    ipmi_system_interface_addr l_Address{g_SI, g_BMC, 0};
-    std::vector<unsigned char> l_Data;
-    ipmi_req l_Request = Request(l_Address, l_Data, 0x01);
-    for (const unsigned int l_Length : {0U, 7U, 41U}) {
-        l_Request.addr_len = l_Length;
-        EXPECT_EQ(CheckRequest(l_Request), EINVAL) << l_Length;
+    ipmi_system_interface_addr address{SystemInterfaceType, BmcChannel, 0};
+    std::vector<unsigned char> data;
+    ipmi_req request = Request(address, data, 0x01);
+    for (const unsigned int length : {0U, 7U, 41U}) {
+        request.addr_len = length;
+        EXPECT_EQ(CheckRequest(request), EINVAL) << length;
     }
 }
 
 TEST(KernelRulesForAddresses, RefuseANullPointerAsAFault) {
-    ipmi_system_interface_addr l_Address{g_SI, g_BMC, 0};
-    std::vector<unsigned char> l_Data;
-    ipmi_req l_Request = Request(l_Address, l_Data, 0x01);
-    l_Request.addr = nullptr;
-    EXPECT_EQ(CheckRequest(l_Request), EFAULT);
+    ipmi_system_interface_addr address{SystemInterfaceType, BmcChannel, 0};
+    std::vector<unsigned char> data;
+    ipmi_req request = Request(address, data, 0x01);
+    request.addr = nullptr;
+    EXPECT_EQ(CheckRequest(request), EFAULT);
 }

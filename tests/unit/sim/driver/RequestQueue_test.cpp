@@ -7,175 +7,175 @@
 #include <cstring>
 #include <vector>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 
 namespace {
 
-using BYTES = std::vector<uint8_t>;
+using Bytes = std::vector<uint8_t>;
 
-constexpr int g_Opener = 5;
-constexpr int g_Other = 6;
-const REQUEST_QUEUE::CLOCK::time_point g_QueueNow{};
+constexpr int Opener = 5;
+constexpr int Other = 6;
+const RequestQueue::Clock::time_point QueueNow{};
 
-BRIDGE_PACKET Request(int64_t a_Id, uint8_t a_NetFn = 0x06, uint8_t a_Command = 0x01, const BYTES& a_Data = {},
-                      uint8_t a_Lun = 0) {
-    BRIDGE_PACKET l_Packet{};
-    const ipmi_system_interface_addr l_Address{IPMI_SYSTEM_INTERFACE_ADDR_TYPE, IPMI_BMC_CHANNEL, a_Lun};
-    l_Packet.m_AddressLength = sizeof(l_Address);
-    std::memcpy(l_Packet.m_Address, &l_Address, sizeof(l_Address));
-    l_Packet.m_MessageId = a_Id;
-    l_Packet.m_NetFn = a_NetFn;
-    l_Packet.m_Command = a_Command;
-    l_Packet.m_DataLength = static_cast<uint16_t>(a_Data.size());
-    std::copy(a_Data.begin(), a_Data.end(), l_Packet.m_Data);
-    return l_Packet;
+BridgePacket Request(int64_t id, uint8_t netFn = 0x06, uint8_t command = 0x01, const Bytes& data = {},
+                     uint8_t lun = 0) {
+    BridgePacket packet{};
+    const ipmi_system_interface_addr address{IPMI_SYSTEM_INTERFACE_ADDR_TYPE, IPMI_BMC_CHANNEL, lun};
+    packet.m_addressLength = sizeof(address);
+    std::memcpy(packet.m_address, &address, sizeof(address));
+    packet.m_messageId = id;
+    packet.m_netFn = netFn;
+    packet.m_command = command;
+    packet.m_dataLength = static_cast<uint16_t>(data.size());
+    std::copy(data.begin(), data.end(), packet.m_data);
+    return packet;
 }
 
-VM_MESSAGE ReplyTo(const STARTED_REQUEST& a_Request, const BYTES& a_Data) {
-    const VM_MESSAGE& l_Request = a_Request.m_Message;
-    return {l_Request.m_Sequence, static_cast<uint8_t>(l_Request.m_NetFn | 1), 0, l_Request.m_Command, a_Data};
+VmMessage ReplyTo(const StartedRequest& started, const Bytes& data) {
+    const VmMessage& request = started.m_message;
+    return {request.m_sequence, static_cast<uint8_t>(request.m_netFn | 1), 0, request.m_command, data};
 }
 
-BYTES DataOf(const BRIDGE_PACKET& a_Packet) {
-    return {a_Packet.m_Data, a_Packet.m_Data + a_Packet.m_DataLength};
+Bytes DataOf(const BridgePacket& packet) {
+    return {packet.m_data, packet.m_data + packet.m_dataLength};
 }
 
 } // namespace
 
 TEST(RequestQueue, SendsTheRequestWithItsBytesAndLun) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(1, 0x2C, 0x05, {0x00, 0x07}, 2));
-    const auto l_Sent = l_Queue.Start(g_QueueNow);
-    ASSERT_TRUE(l_Sent);
-    EXPECT_EQ(l_Sent->m_Message.m_NetFn, 0x2C);
-    EXPECT_EQ(l_Sent->m_Message.m_Lun, 2);
-    EXPECT_EQ(l_Sent->m_Message.m_Command, 0x05);
-    EXPECT_THAT(l_Sent->m_Message.m_Data, ElementsAre(0x00, 0x07));
+    RequestQueue queue;
+    queue.Add(Opener, Request(1, 0x2C, 0x05, {0x00, 0x07}, 2));
+    const auto sent = queue.Start(QueueNow);
+    ASSERT_TRUE(sent);
+    EXPECT_EQ(sent->m_message.m_netFn, 0x2C);
+    EXPECT_EQ(sent->m_message.m_lun, 2);
+    EXPECT_EQ(sent->m_message.m_command, 0x05);
+    EXPECT_THAT(sent->m_message.m_data, ElementsAre(0x00, 0x07));
 }
 
 TEST(RequestQueue, GivesTheReplyToTheOpenerWithItsMessageIdAndAddress) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(0x123456789A));
-    const auto l_Answer = l_Queue.Accept(ReplyTo(*l_Queue.Start(g_QueueNow), {0x00, 0x35}));
-    ASSERT_TRUE(l_Answer);
-    EXPECT_EQ(l_Answer->m_Opener, g_Opener);
-    EXPECT_EQ(l_Answer->m_Packet.m_MessageId, 0x123456789A);
-    EXPECT_EQ(l_Answer->m_Packet.m_ReceiveType, uint32_t{IPMI_RESPONSE_RECV_TYPE});
-    EXPECT_EQ(l_Answer->m_Packet.m_NetFn, 0x07);
-    EXPECT_EQ(l_Answer->m_Packet.m_AddressLength, sizeof(ipmi_system_interface_addr));
-    EXPECT_EQ(l_Answer->m_Packet.m_Address[0], IPMI_SYSTEM_INTERFACE_ADDR_TYPE);
-    EXPECT_THAT(DataOf(l_Answer->m_Packet), ElementsAre(0x00, 0x35));
+    RequestQueue queue;
+    queue.Add(Opener, Request(0x123456789A));
+    const auto answer = queue.Accept(ReplyTo(*queue.Start(QueueNow), {0x00, 0x35}));
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->m_opener, Opener);
+    EXPECT_EQ(answer->m_packet.m_messageId, 0x123456789A);
+    EXPECT_EQ(answer->m_packet.m_receiveType, uint32_t{IPMI_RESPONSE_RECV_TYPE});
+    EXPECT_EQ(answer->m_packet.m_netFn, 0x07);
+    EXPECT_EQ(answer->m_packet.m_addressLength, sizeof(ipmi_system_interface_addr));
+    EXPECT_EQ(answer->m_packet.m_address[0], IPMI_SYSTEM_INTERFACE_ADDR_TYPE);
+    EXPECT_THAT(DataOf(answer->m_packet), ElementsAre(0x00, 0x35));
 }
 
 TEST(RequestQueue, HasOneRequestOutstandingAndKeepsTheOrderOfArrival) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(1, 0x06, 0x01));
-    l_Queue.Add(g_Other, Request(2, 0x06, 0x02));
-    const auto l_First = l_Queue.Start(g_QueueNow);
-    EXPECT_EQ(l_First->m_Message.m_Command, 0x01);
-    EXPECT_FALSE(l_Queue.Start(g_QueueNow));
-    EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_First, {0x00}))->m_Opener, g_Opener);
-    const auto l_Second = l_Queue.Start(g_QueueNow);
-    EXPECT_EQ(l_Second->m_Message.m_Command, 0x02);
-    EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Second, {0x00}))->m_Opener, g_Other);
+    RequestQueue queue;
+    queue.Add(Opener, Request(1, 0x06, 0x01));
+    queue.Add(Other, Request(2, 0x06, 0x02));
+    const auto first = queue.Start(QueueNow);
+    EXPECT_EQ(first->m_message.m_command, 0x01);
+    EXPECT_FALSE(queue.Start(QueueNow));
+    EXPECT_EQ(queue.Accept(ReplyTo(*first, {0x00}))->m_opener, Opener);
+    const auto second = queue.Start(QueueNow);
+    EXPECT_EQ(second->m_message.m_command, 0x02);
+    EXPECT_EQ(queue.Accept(ReplyTo(*second, {0x00}))->m_opener, Other);
 }
 
 TEST(RequestQueue, AnswersATimeOutWhenTheControllerGivesNoReply) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(1));
-    l_Queue.Start(g_QueueNow);
-    EXPECT_EQ(l_Queue.Deadline(), g_QueueNow + g_DriverTimeOut);
-    EXPECT_FALSE(l_Queue.Expire(g_QueueNow + g_DriverTimeOut - 1ms));
-    const auto l_Answer = l_Queue.Expire(g_QueueNow + g_DriverTimeOut);
-    ASSERT_TRUE(l_Answer);
-    EXPECT_EQ(l_Answer->m_Packet.m_NetFn, 0x07);
-    EXPECT_THAT(DataOf(l_Answer->m_Packet), ElementsAre(IPMI_TIMEOUT_COMPLETION_CODE));
-    EXPECT_FALSE(l_Queue.Deadline());
+    RequestQueue queue;
+    queue.Add(Opener, Request(1));
+    queue.Start(QueueNow);
+    EXPECT_EQ(queue.Deadline(), QueueNow + DriverTimeOut);
+    EXPECT_FALSE(queue.Expire(QueueNow + DriverTimeOut - 1ms));
+    const auto answer = queue.Expire(QueueNow + DriverTimeOut);
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->m_packet.m_netFn, 0x07);
+    EXPECT_THAT(DataOf(answer->m_packet), ElementsAre(IPMI_TIMEOUT_COMPLETION_CODE));
+    EXPECT_FALSE(queue.Deadline());
 }
 
 TEST(RequestQueue, WaitsAsLongAsItIsTold) {
-    REQUEST_QUEUE l_Queue(20ms);
-    l_Queue.Add(g_Opener, Request(1));
-    l_Queue.Start(g_QueueNow);
-    EXPECT_FALSE(l_Queue.Expire(g_QueueNow + 19ms));
-    EXPECT_TRUE(l_Queue.Expire(g_QueueNow + 20ms));
+    RequestQueue queue(20ms);
+    queue.Add(Opener, Request(1));
+    queue.Start(QueueNow);
+    EXPECT_FALSE(queue.Expire(QueueNow + 19ms));
+    EXPECT_TRUE(queue.Expire(QueueNow + 20ms));
 }
 
 TEST(RequestQueue, WaitsForEverWithoutATimeOut) {
-    REQUEST_QUEUE l_Queue(0ms);
-    l_Queue.Add(g_Opener, Request(1));
-    l_Queue.Add(g_Opener, Request(2));
-    const auto l_Sent = l_Queue.Start(g_QueueNow);
-    EXPECT_FALSE(l_Queue.Deadline());
-    EXPECT_FALSE(l_Queue.Expire(g_QueueNow + 24h));
-    EXPECT_FALSE(l_Queue.Start(g_QueueNow + 24h));
-    EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Sent, {0x00}))->m_Packet.m_MessageId, 1);
+    RequestQueue queue(0ms);
+    queue.Add(Opener, Request(1));
+    queue.Add(Opener, Request(2));
+    const auto sent = queue.Start(QueueNow);
+    EXPECT_FALSE(queue.Deadline());
+    EXPECT_FALSE(queue.Expire(QueueNow + 24h));
+    EXPECT_FALSE(queue.Start(QueueNow + 24h));
+    EXPECT_EQ(queue.Accept(ReplyTo(*sent, {0x00}))->m_packet.m_messageId, 1);
 }
 
 TEST(RequestQueue, KnowsARequestAgainByItsEntry) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(1), 17);
-    const auto l_Sent = l_Queue.Start(g_QueueNow);
-    EXPECT_EQ(l_Sent->m_Entry, 17U);
-    EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Sent, {0x00}))->m_Entry, 17U);
+    RequestQueue queue;
+    queue.Add(Opener, Request(1), 17);
+    const auto sent = queue.Start(QueueNow);
+    EXPECT_EQ(sent->m_entry, 17U);
+    EXPECT_EQ(queue.Accept(ReplyTo(*sent, {0x00}))->m_entry, 17U);
 }
 
 TEST(RequestQueue, MakesACompletionCodeWhereTheReplyHasNone) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(1));
-    const auto l_Answer = l_Queue.Accept(ReplyTo(*l_Queue.Start(g_QueueNow), {}));
-    EXPECT_THAT(DataOf(l_Answer->m_Packet), ElementsAre(0xFF));
+    RequestQueue queue;
+    queue.Add(Opener, Request(1));
+    const auto answer = queue.Accept(ReplyTo(*queue.Start(QueueNow), {}));
+    EXPECT_THAT(DataOf(answer->m_packet), ElementsAre(0xFF));
 }
 
 TEST(RequestQueue, IgnoresAReplyThatComesAfterItsTimeOut) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(1));
-    l_Queue.Add(g_Opener, Request(2));
-    const auto l_Late = l_Queue.Start(g_QueueNow);
-    ASSERT_TRUE(l_Queue.Expire(g_QueueNow + g_DriverTimeOut));
-    const auto l_Next = l_Queue.Start(g_QueueNow);
-    EXPECT_FALSE(l_Queue.Accept(ReplyTo(*l_Late, {0x00})));
-    EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Next, {0x00}))->m_Packet.m_MessageId, 2);
+    RequestQueue queue;
+    queue.Add(Opener, Request(1));
+    queue.Add(Opener, Request(2));
+    const auto late = queue.Start(QueueNow);
+    ASSERT_TRUE(queue.Expire(QueueNow + DriverTimeOut));
+    const auto next = queue.Start(QueueNow);
+    EXPECT_FALSE(queue.Accept(ReplyTo(*late, {0x00})));
+    EXPECT_EQ(queue.Accept(ReplyTo(*next, {0x00}))->m_packet.m_messageId, 2);
 }
 
 TEST(RequestQueue, IgnoresASecondReplyToTheSameRequest) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(1));
-    const auto l_Sent = l_Queue.Start(g_QueueNow);
-    ASSERT_TRUE(l_Queue.Accept(ReplyTo(*l_Sent, {0x00})));
-    EXPECT_FALSE(l_Queue.Accept(ReplyTo(*l_Sent, {0x00})));
+    RequestQueue queue;
+    queue.Add(Opener, Request(1));
+    const auto sent = queue.Start(QueueNow);
+    ASSERT_TRUE(queue.Accept(ReplyTo(*sent, {0x00})));
+    EXPECT_FALSE(queue.Accept(ReplyTo(*sent, {0x00})));
 }
 
 TEST(RequestQueue, IgnoresAReplyToAnotherCommand) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(1));
-    VM_MESSAGE l_Other = ReplyTo(*l_Queue.Start(g_QueueNow), {0x00});
-    l_Other.m_Command = 0x02;
-    EXPECT_FALSE(l_Queue.Accept(l_Other));
+    RequestQueue queue;
+    queue.Add(Opener, Request(1));
+    VmMessage other = ReplyTo(*queue.Start(QueueNow), {0x00});
+    other.m_command = 0x02;
+    EXPECT_FALSE(queue.Accept(other));
 }
 
 TEST(RequestQueue, CutsAReplyThatIsLongerThanTheDriversMessages) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(1));
-    const auto l_Answer = l_Queue.Accept(ReplyTo(*l_Queue.Start(g_QueueNow), BYTES(300, 0x11)));
-    EXPECT_EQ(l_Answer->m_Packet.m_DataLength, g_MaxMessage);
+    RequestQueue queue;
+    queue.Add(Opener, Request(1));
+    const auto answer = queue.Accept(ReplyTo(*queue.Start(QueueNow), Bytes(300, 0x11)));
+    EXPECT_EQ(answer->m_packet.m_dataLength, MaxMessage);
 }
 
 TEST(RequestQueue, ForgetsWhatAClosedOpenerStillWaitedFor) {
-    REQUEST_QUEUE l_Queue;
-    l_Queue.Add(g_Opener, Request(1, 0x06, 0x01));
-    l_Queue.Add(g_Opener, Request(2, 0x06, 0x02));
-    l_Queue.Add(g_Other, Request(3, 0x06, 0x03));
-    const auto l_Outstanding = l_Queue.Start(g_QueueNow);
-    l_Queue.Forget(g_Opener);
-    EXPECT_EQ(l_Queue.Accept(ReplyTo(*l_Outstanding, {0x00}))->m_Opener, g_Nobody);
-    EXPECT_EQ(l_Queue.Start(g_QueueNow)->m_Message.m_Command, 0x03);
+    RequestQueue queue;
+    queue.Add(Opener, Request(1, 0x06, 0x01));
+    queue.Add(Opener, Request(2, 0x06, 0x02));
+    queue.Add(Other, Request(3, 0x06, 0x03));
+    const auto outstanding = queue.Start(QueueNow);
+    queue.Forget(Opener);
+    EXPECT_EQ(queue.Accept(ReplyTo(*outstanding, {0x00}))->m_opener, Nobody);
+    EXPECT_EQ(queue.Start(QueueNow)->m_message.m_command, 0x03);
 }
 
 TEST(RequestQueue, AnswersAResponseThatCannotBeSentWithTheKindForResponses) {
-    const BRIDGE_PACKET l_Answer = TimeOutAnswer(Request(1, 0x07));
-    EXPECT_EQ(l_Answer.m_ReceiveType, uint32_t{IPMI_RESPONSE_RESPONSE_TYPE});
-    EXPECT_EQ(l_Answer.m_NetFn, 0x07);
+    const BridgePacket answer = TimeOutAnswer(Request(1, 0x07));
+    EXPECT_EQ(answer.m_receiveType, uint32_t{IPMI_RESPONSE_RESPONSE_TYPE});
+    EXPECT_EQ(answer.m_netFn, 0x07);
 }

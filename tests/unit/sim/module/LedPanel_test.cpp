@@ -5,171 +5,171 @@
 
 #include <gtest/gtest.h>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using namespace std::chrono_literals;
 
 namespace {
 
-constexpr uint8_t g_Ok = 0;
-constexpr uint8_t g_OutOfRange = 0xC9;
-constexpr uint8_t g_InvalidField = 0xCC;
-constexpr uint8_t g_SameColor = 0x0E;
-constexpr uint8_t g_DefaultColor = 0x0F;
-constexpr uint8_t g_Amber = 4;
-constexpr uint8_t g_Red = 2;
+constexpr uint8_t Ok = 0;
+constexpr uint8_t OutOfRange = 0xC9;
+constexpr uint8_t InvalidField = 0xCC;
+constexpr uint8_t SameColor = 0x0E;
+constexpr uint8_t DefaultColor = 0x0F;
+constexpr uint8_t Amber = 4;
+constexpr uint8_t Red = 2;
 
-class LedPanel : public testing::Test {
+class LedPanelTest : public testing::Test {
 protected:
-    uint8_t Set(uint8_t a_Id, uint8_t a_Function, uint8_t a_OnDuration, uint8_t a_Color) {
-        return m_Panel.Set(a_Id, a_Function, a_OnDuration, a_Color, m_Now);
+    uint8_t Set(uint8_t id, uint8_t function, uint8_t onDuration, uint8_t color) {
+        return m_panel.Set(id, function, onDuration, color, m_now);
     }
 
-    const LED_STATE& State(uint8_t a_Id) const { return m_Panel.LEDs().at(a_Id); }
-    LED_ACTION Shown(uint8_t a_Id) const { return State(a_Id).Shown(m_Now); }
+    const LedState& State(uint8_t id) const { return m_panel.LEDs().at(id); }
+    LedAction Shown(uint8_t id) const { return State(id).Shown(m_now); }
 
-    LED_PANEL m_Panel{{g_Blue, g_RedAmber, g_GreenNoLocal}};
-    LED_CLOCK::time_point m_Now{1h};
+    LedPanel m_panel{{Blue, RedAmber, GreenNoLocal}};
+    LedClock::time_point m_now{1h};
 };
 
-void ExpectAction(const LED_ACTION& a_Action, uint8_t a_Function, uint8_t a_OnDuration, LED_COLOR a_Color) {
-    EXPECT_EQ(a_Action.m_Function, a_Function);
-    EXPECT_EQ(a_Action.m_OnDuration, a_OnDuration);
-    EXPECT_EQ(a_Action.m_Color, a_Color);
+void ExpectAction(const LedAction& action, uint8_t function, uint8_t onDuration, LedColor color) {
+    EXPECT_EQ(action.m_function, function);
+    EXPECT_EQ(action.m_onDuration, onDuration);
+    EXPECT_EQ(action.m_color, color);
 }
 
 } // namespace
 
-TEST_F(LedPanel, BeginsWithEveryLEDOffInItsLocalColor) {
-    ExpectAction(Shown(1), 0, 0, LED_COLOR::RED);
-    EXPECT_FALSE(State(1).m_Override);
-    EXPECT_FALSE(State(1).IsLampTest(m_Now));
+TEST_F(LedPanelTest, BeginsWithEveryLEDOffInItsLocalColor) {
+    ExpectAction(Shown(1), 0, 0, LedColor::Red);
+    EXPECT_FALSE(State(1).m_override);
+    EXPECT_FALSE(State(1).IsLampTest(m_now));
 }
 
-TEST_F(LedPanel, ShowsAnOverrideUntilLocalControlIsRestored) {
-    EXPECT_EQ(Set(1, 0xFF, 0, g_Amber), g_Ok);
-    ExpectAction(Shown(1), 0xFF, 0, LED_COLOR::AMBER);
-    EXPECT_EQ(Set(1, 0xFC, 0, g_SameColor), g_Ok);
-    ExpectAction(Shown(1), 0, 0, LED_COLOR::RED);
-    EXPECT_FALSE(State(1).m_Override);
+TEST_F(LedPanelTest, ShowsAnOverrideUntilLocalControlIsRestored) {
+    EXPECT_EQ(Set(1, 0xFF, 0, Amber), Ok);
+    ExpectAction(Shown(1), 0xFF, 0, LedColor::Amber);
+    EXPECT_EQ(Set(1, 0xFC, 0, SameColor), Ok);
+    ExpectAction(Shown(1), 0, 0, LedColor::Red);
+    EXPECT_FALSE(State(1).m_override);
 }
 
-TEST_F(LedPanel, BlinksWithTheDurationsGiven) {
-    EXPECT_EQ(Set(1, 50, 30, g_Red), g_Ok);
-    ExpectAction(Shown(1), 50, 30, LED_COLOR::RED);
-    EXPECT_EQ(Set(1, 0xFA, 0xFA, g_Red), g_Ok);
-    ExpectAction(Shown(1), 0xFA, 0xFA, LED_COLOR::RED);
+TEST_F(LedPanelTest, BlinksWithTheDurationsGiven) {
+    EXPECT_EQ(Set(1, 50, 30, Red), Ok);
+    ExpectAction(Shown(1), 50, 30, LedColor::Red);
+    EXPECT_EQ(Set(1, 0xFA, 0xFA, Red), Ok);
+    ExpectAction(Shown(1), 0xFA, 0xFA, LedColor::Red);
 }
 
-TEST_F(LedPanel, IgnoresTheOnDurationOfASteadyLED) {
-    EXPECT_EQ(Set(1, 0xFF, 99, g_Red), g_Ok);
-    ExpectAction(Shown(1), 0xFF, 0, LED_COLOR::RED);
+TEST_F(LedPanelTest, IgnoresTheOnDurationOfASteadyLED) {
+    EXPECT_EQ(Set(1, 0xFF, 99, Red), Ok);
+    ExpectAction(Shown(1), 0xFF, 0, LedColor::Red);
 }
 
-TEST_F(LedPanel, TakesTheDefaultOverrideColorOrTheOneBefore) {
-    EXPECT_EQ(Set(1, 0xFF, 0, g_Red), g_Ok);
-    EXPECT_EQ(Set(1, 0xFF, 0, g_SameColor), g_Ok);
-    ExpectAction(Shown(1), 0xFF, 0, LED_COLOR::RED);
-    EXPECT_EQ(Set(1, 0xFF, 0, g_DefaultColor), g_Ok);
-    ExpectAction(Shown(1), 0xFF, 0, LED_COLOR::AMBER);
+TEST_F(LedPanelTest, TakesTheDefaultOverrideColorOrTheOneBefore) {
+    EXPECT_EQ(Set(1, 0xFF, 0, Red), Ok);
+    EXPECT_EQ(Set(1, 0xFF, 0, SameColor), Ok);
+    ExpectAction(Shown(1), 0xFF, 0, LedColor::Red);
+    EXPECT_EQ(Set(1, 0xFF, 0, DefaultColor), Ok);
+    ExpectAction(Shown(1), 0xFF, 0, LedColor::Amber);
 }
 
-TEST_F(LedPanel, KeepsTheOverrideColorOverLocalControl) {
-    EXPECT_EQ(Set(1, 0xFF, 0, g_Red), g_Ok);
-    EXPECT_EQ(Set(1, 0xFC, 0, g_SameColor), g_Ok);
-    EXPECT_EQ(Set(1, 0xFF, 0, g_SameColor), g_Ok);
-    ExpectAction(Shown(1), 0xFF, 0, LED_COLOR::RED);
+TEST_F(LedPanelTest, KeepsTheOverrideColorOverLocalControl) {
+    EXPECT_EQ(Set(1, 0xFF, 0, Red), Ok);
+    EXPECT_EQ(Set(1, 0xFC, 0, SameColor), Ok);
+    EXPECT_EQ(Set(1, 0xFF, 0, SameColor), Ok);
+    ExpectAction(Shown(1), 0xFF, 0, LedColor::Red);
 }
 
-TEST_F(LedPanel, RestoresLocalControlWhateverColorTheRequestHas) {
-    for (const uint8_t l_Color : {uint8_t{0}, uint8_t{3}, g_Amber, g_SameColor, g_DefaultColor}) {
-        EXPECT_EQ(Set(1, 0xFF, 0, g_Amber), g_Ok);
-        EXPECT_EQ(Set(1, 0xFC, 0, l_Color), g_Ok);
-        ExpectAction(Shown(1), 0, 0, LED_COLOR::RED);
+TEST_F(LedPanelTest, RestoresLocalControlWhateverColorTheRequestHas) {
+    for (const uint8_t color : {uint8_t{0}, uint8_t{3}, Amber, SameColor, DefaultColor}) {
+        EXPECT_EQ(Set(1, 0xFF, 0, Amber), Ok);
+        EXPECT_EQ(Set(1, 0xFC, 0, color), Ok);
+        ExpectAction(Shown(1), 0, 0, LedColor::Red);
     }
 }
 
-TEST_F(LedPanel, IgnoresTheReservedHalfOfTheColor) {
-    EXPECT_EQ(Set(1, 0xFF, 0, 0xA0 | g_Amber), g_Ok);
-    ExpectAction(Shown(1), 0xFF, 0, LED_COLOR::AMBER);
+TEST_F(LedPanelTest, IgnoresTheReservedHalfOfTheColor) {
+    EXPECT_EQ(Set(1, 0xFF, 0, 0xA0 | Amber), Ok);
+    ExpectAction(Shown(1), 0xFF, 0, LedColor::Amber);
 }
 
-TEST_F(LedPanel, DoesNotAskForAColorThatItHasWhenItIsToBeOff) {
-    EXPECT_EQ(Set(0, 0, 0, g_Red), g_Ok);
-    ExpectAction(Shown(0), 0, 0, LED_COLOR::BLUE);
+TEST_F(LedPanelTest, DoesNotAskForAColorThatItHasWhenItIsToBeOff) {
+    EXPECT_EQ(Set(0, 0, 0, Red), Ok);
+    ExpectAction(Shown(0), 0, 0, LedColor::Blue);
 }
 
-struct REFUSAL {
-    const char* m_Name;
-    uint8_t m_Id, m_Function, m_OnDuration, m_Color, m_Code;
+struct Refusal {
+    const char* m_name;
+    uint8_t m_id, m_function, m_onDuration, m_color, m_code;
 };
 
-class LedPanelRefusal : public LedPanel, public testing::WithParamInterface<REFUSAL> {};
+class LedPanelRefusal : public LedPanelTest, public testing::WithParamInterface<Refusal> {};
 
 TEST_P(LedPanelRefusal, ChangesNothing) {
-    ASSERT_EQ(Set(1, 20, 10, g_Red), g_Ok);
-    const REFUSAL& l_Row = GetParam();
-    EXPECT_EQ(Set(l_Row.m_Id, l_Row.m_Function, l_Row.m_OnDuration, l_Row.m_Color), l_Row.m_Code);
-    ExpectAction(Shown(0), 0, 0, LED_COLOR::BLUE);
-    ExpectAction(Shown(1), 20, 10, LED_COLOR::RED);
-    ExpectAction(State(1).m_Local, 0, 0, LED_COLOR::RED);
-    ExpectAction(Shown(5), 0, 0, LED_COLOR::GREEN);
+    ASSERT_EQ(Set(1, 20, 10, Red), Ok);
+    const Refusal& row = GetParam();
+    EXPECT_EQ(Set(row.m_id, row.m_function, row.m_onDuration, row.m_color), row.m_code);
+    ExpectAction(Shown(0), 0, 0, LedColor::Blue);
+    ExpectAction(Shown(1), 20, 10, LedColor::Red);
+    ExpectAction(State(1).m_local, 0, 0, LedColor::Red);
+    ExpectAction(Shown(5), 0, 0, LedColor::Green);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, LedPanelRefusal,
-                         testing::Values(REFUSAL{"UnknownLED", 2, 0xFF, 0, g_Red, g_OutOfRange},
-                                         REFUSAL{"UnknownLEDInALampTest", 2, 0xFB, 10, g_Red, g_OutOfRange},
-                                         REFUSAL{"AllLEDsOutsideOfALampTest", 0xFF, 0xFF, 0, g_DefaultColor,
-                                                 g_InvalidField},
-                                         REFUSAL{"UnsupportedColor", 1, 0xFF, 0, 3, g_InvalidField},
-                                         REFUSAL{"UnsupportedColorOfABlinkingLED", 1, 50, 50, 1, g_InvalidField},
-                                         REFUSAL{"ColorZero", 1, 0xFF, 0, 0, g_InvalidField},
-                                         REFUSAL{"ReservedColor", 1, 0xFF, 0, 0x0D, g_InvalidField},
-                                         REFUSAL{"ReservedFunctionFD", 1, 0xFD, 0, g_Red, g_InvalidField},
-                                         REFUSAL{"ReservedFunctionFE", 1, 0xFE, 0, g_Red, g_InvalidField},
-                                         REFUSAL{"BlinkingWithoutOnDuration", 1, 50, 0, g_Red, g_OutOfRange},
-                                         REFUSAL{"BlinkingWithTooLongAnOnDuration", 1, 50, 0xFB, g_Red, g_OutOfRange},
-                                         REFUSAL{"LampTestTooLong", 1, 0xFB, 128, g_Red, g_OutOfRange},
-                                         REFUSAL{"NoLocalControlToRestore", 5, 0xFC, 0, g_SameColor, g_InvalidField}),
-                         [](const auto& a_Info) { return a_Info.param.m_Name; });
+                         testing::Values(Refusal{"UnknownLED", 2, 0xFF, 0, Red, OutOfRange},
+                                         Refusal{"UnknownLEDInALampTest", 2, 0xFB, 10, Red, OutOfRange},
+                                         Refusal{"AllLEDsOutsideOfALampTest", 0xFF, 0xFF, 0, DefaultColor,
+                                                 InvalidField},
+                                         Refusal{"UnsupportedColor", 1, 0xFF, 0, 3, InvalidField},
+                                         Refusal{"UnsupportedColorOfABlinkingLED", 1, 50, 50, 1, InvalidField},
+                                         Refusal{"ColorZero", 1, 0xFF, 0, 0, InvalidField},
+                                         Refusal{"ReservedColor", 1, 0xFF, 0, 0x0D, InvalidField},
+                                         Refusal{"ReservedFunctionFD", 1, 0xFD, 0, Red, InvalidField},
+                                         Refusal{"ReservedFunctionFE", 1, 0xFE, 0, Red, InvalidField},
+                                         Refusal{"BlinkingWithoutOnDuration", 1, 50, 0, Red, OutOfRange},
+                                         Refusal{"BlinkingWithTooLongAnOnDuration", 1, 50, 0xFB, Red, OutOfRange},
+                                         Refusal{"LampTestTooLong", 1, 0xFB, 128, Red, OutOfRange},
+                                         Refusal{"NoLocalControlToRestore", 5, 0xFC, 0, SameColor, InvalidField}),
+                         [](const auto& testInfo) { return testInfo.param.m_name; });
 
-TEST_F(LedPanel, LightsALampTestAndGoesBackToTheStateBelow) {
-    ASSERT_EQ(Set(1, 20, 10, g_Red), g_Ok);
-    EXPECT_EQ(Set(1, 0xFB, 20, g_DefaultColor), g_Ok);
-    ExpectAction(Shown(1), 0xFF, 0, LED_COLOR::AMBER);
-    m_Now += 1999ms;
-    EXPECT_TRUE(State(1).IsLampTest(m_Now));
-    m_Now += 1ms;
-    EXPECT_FALSE(State(1).IsLampTest(m_Now));
-    ExpectAction(Shown(1), 20, 10, LED_COLOR::RED);
+TEST_F(LedPanelTest, LightsALampTestAndGoesBackToTheStateBelow) {
+    ASSERT_EQ(Set(1, 20, 10, Red), Ok);
+    EXPECT_EQ(Set(1, 0xFB, 20, DefaultColor), Ok);
+    ExpectAction(Shown(1), 0xFF, 0, LedColor::Amber);
+    m_now += 1999ms;
+    EXPECT_TRUE(State(1).IsLampTest(m_now));
+    m_now += 1ms;
+    EXPECT_FALSE(State(1).IsLampTest(m_now));
+    ExpectAction(Shown(1), 20, 10, LedColor::Red);
 }
 
-TEST_F(LedPanel, KeepsAnOverrideThatComesDuringALampTestForLater) {
-    ASSERT_EQ(Set(1, 0xFB, 127, g_Red), g_Ok);
-    EXPECT_EQ(Set(1, 50, 50, g_Amber), g_Ok);
-    ExpectAction(Shown(1), 0xFF, 0, LED_COLOR::RED);
-    m_Now += 12700ms;
-    ExpectAction(Shown(1), 50, 50, LED_COLOR::AMBER);
+TEST_F(LedPanelTest, KeepsAnOverrideThatComesDuringALampTestForLater) {
+    ASSERT_EQ(Set(1, 0xFB, 127, Red), Ok);
+    EXPECT_EQ(Set(1, 50, 50, Amber), Ok);
+    ExpectAction(Shown(1), 0xFF, 0, LedColor::Red);
+    m_now += 12700ms;
+    ExpectAction(Shown(1), 50, 50, LedColor::Amber);
 }
 
-TEST_F(LedPanel, EndsALampTestByOneOfNoDuration) {
-    ASSERT_EQ(Set(1, 0xFB, 127, g_Red), g_Ok);
-    EXPECT_EQ(Set(1, 0xFB, 0, g_Red), g_Ok);
-    EXPECT_FALSE(State(1).IsLampTest(m_Now));
+TEST_F(LedPanelTest, EndsALampTestByOneOfNoDuration) {
+    ASSERT_EQ(Set(1, 0xFB, 127, Red), Ok);
+    EXPECT_EQ(Set(1, 0xFB, 0, Red), Ok);
+    EXPECT_FALSE(State(1).IsLampTest(m_now));
 }
 
-TEST_F(LedPanel, TestsAllLampsEachInAColorThatItHas) {
-    EXPECT_EQ(Set(0xFF, 0xFB, 10, g_Red), g_Ok);
-    ExpectAction(Shown(0), 0xFF, 0, LED_COLOR::BLUE);
-    ExpectAction(Shown(1), 0xFF, 0, LED_COLOR::RED);
-    ExpectAction(Shown(5), 0xFF, 0, LED_COLOR::GREEN);
+TEST_F(LedPanelTest, TestsAllLampsEachInAColorThatItHas) {
+    EXPECT_EQ(Set(0xFF, 0xFB, 10, Red), Ok);
+    ExpectAction(Shown(0), 0xFF, 0, LedColor::Blue);
+    ExpectAction(Shown(1), 0xFF, 0, LedColor::Red);
+    ExpectAction(Shown(5), 0xFF, 0, LedColor::Green);
 }
 
-TEST_F(LedPanel, TestsOneLampAlone) {
-    EXPECT_EQ(Set(1, 0xFB, 10, g_Red), g_Ok);
-    EXPECT_FALSE(State(0).IsLampTest(m_Now));
-    EXPECT_FALSE(State(5).IsLampTest(m_Now));
+TEST_F(LedPanelTest, TestsOneLampAlone) {
+    EXPECT_EQ(Set(1, 0xFB, 10, Red), Ok);
+    EXPECT_FALSE(State(0).IsLampTest(m_now));
+    EXPECT_FALSE(State(5).IsLampTest(m_now));
 }
 
 TEST(LedPanelWithoutLEDs, RefusesALampTestOfAll) {
-    EXPECT_EQ(LED_PANEL({}).Set(0xFF, 0xFB, 10, 0x0F, LED_CLOCK::time_point()), g_OutOfRange);
+    EXPECT_EQ(LedPanel({}).Set(0xFF, 0xFB, 10, 0x0F, LedClock::time_point()), OutOfRange);
 }

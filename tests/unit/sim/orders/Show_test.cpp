@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using nlohmann::json;
 
 TEST(Show, AlignsTheColumnsOfRequests) {
@@ -36,17 +36,17 @@ TEST(Show, TellsWhatFaultsDo) {
 }
 
 TEST(Show, ShowsLampsAsTheyLookAndInTheirColor) {
-    const json l_Leds = json::parse(R"([
+    const json leds = json::parse(R"([
         {"fru": 0, "led": 0, "site": "board", "number": 5, "mode": "local", "state": "off", "color": "blue"},
         {"fru": 2, "led": 1, "site": "amc", "number": 1, "mode": "lamp-test", "lamp_test_left_ms": 900, "state": "on",
          "color": "red"},
         {"fru": 2, "led": 2, "site": "amc", "number": 1, "mode": "override", "state": "blink", "on_ms": 100,
          "off_ms": 200, "color": "green"}])");
-    EXPECT_EQ(FormatLeds(l_Leds, false), "FRU  SITE     LED  COLOR  LAMP                MODE\n"
-                                         "0    board 5  0    blue   ○ off               local\n"
-                                         "2    amc 1    1    red    ● on                lamp-test, 900 ms left\n"
-                                         "2    amc 1    2    green  ◐ blink 100/200 ms  override\n");
-    EXPECT_NE(FormatLeds(l_Leds, true).find("\033[91m● on\033[0m "), std::string::npos);
+    EXPECT_EQ(FormatLeds(leds, false), "FRU  SITE     LED  COLOR  LAMP                MODE\n"
+                                       "0    board 5  0    blue   ○ off               local\n"
+                                       "2    amc 1    1    red    ● on                lamp-test, 900 ms left\n"
+                                       "2    amc 1    2    green  ◐ blink 100/200 ms  override\n");
+    EXPECT_NE(FormatLeds(leds, true).find("\033[91m● on\033[0m "), std::string::npos);
 }
 
 TEST(Show, HidesWhatSteersATerminalAndKeepsTheColumns) {

@@ -3,17 +3,17 @@
 
 #include <gtest/gtest.h>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using BM_PLATFORM::SWITCH_STATE;
 
 namespace {
 
 SWITCH_STATE Busy() {
-    SWITCH_STATE l_State;
-    l_State.m_Ports = {{3, {true, true}}, {4, {true, false}}, {5, {false, true}}};
-    l_State.m_Learnt = {{{2, 0, 0x5E, 0x10, 0, 2}, {true, 0}}, {{2, 0, 0x5E, 0x10, 0, 3}, {false, 7}}};
-    l_State.m_Failures = {{{"mavkAmcSwitchPortEnable", std::nullopt}, 5}, {{"uPCIMemOpen", 3}, -2}};
-    return l_State;
+    SWITCH_STATE state;
+    state.m_Ports = {{3, {true, true}}, {4, {true, false}}, {5, {false, true}}};
+    state.m_Learnt = {{{2, 0, 0x5E, 0x10, 0, 2}, {true, 0}}, {{2, 0, 0x5E, 0x10, 0, 3}, {false, 7}}};
+    state.m_Failures = {{{"mavkAmcSwitchPortEnable", std::nullopt}, 5}, {{"uPCIMemOpen", 3}, -2}};
+    return state;
 }
 
 } // namespace
@@ -35,13 +35,13 @@ TEST(SwitchShow, AlignsPortsAddressesAndFailures) {
 }
 
 TEST(SwitchShow, LeavesOutWhatThereIsNot) {
-    SWITCH_STATE l_State;
-    l_State.m_Ports = {{3, {}}};
+    SWITCH_STATE state;
+    state.m_Ports = {{3, {}}};
     EXPECT_EQ("PORT  STATE    CABLE  LINK\n"
               "3     enabled  up     up\n",
-              FormatSwitch(l_State));
+              FormatSwitch(state));
     EXPECT_EQ(R"({"ports":[{"port":3,"enabled":true,"cable":true,"link":true}],"learnt":[],"failures":[]})",
-              JsonOfSwitch(l_State).dump());
+              JsonOfSwitch(state).dump());
 }
 
 TEST(SwitchShow, HasTheSameForPrograms) {

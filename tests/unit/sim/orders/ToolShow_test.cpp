@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using nlohmann::ordered_json;
 
 TEST(ToolShow, TellsHowRunsEnded) {
@@ -18,11 +18,11 @@ TEST(ToolShow, TellsHowRunsEnded) {
 }
 
 TEST(ToolShow, QuotesArgumentsThatAreNoPlainWords) {
-    const ordered_json l_Run = {{"number", 1},     {"argv", {"", "a b", "\x1B[31m", "\u00C3", "/0/a:b/1.2"}},
-                                {"start_ms", 0.0}, {"end_ms", 1.0},
-                                {"exit", 0},       {"signal", nullptr}};
-    const std::string l_Text = FormatToolRuns(ordered_json::array({l_Run}));
-    EXPECT_NE(l_Text.find(R"("" "a b" "\u001b[31m" "\u00c3" /0/a:b/1.2)"), std::string::npos) << l_Text;
+    const ordered_json run = {{"number", 1},     {"argv", {"", "a b", "\x1B[31m", "\u00C3", "/0/a:b/1.2"}},
+                              {"start_ms", 0.0}, {"end_ms", 1.0},
+                              {"exit", 0},       {"signal", nullptr}};
+    const std::string text = FormatToolRuns(ordered_json::array({run}));
+    EXPECT_NE(text.find(R"("" "a b" "\u001b[31m" "\u00c3" /0/a:b/1.2)"), std::string::npos) << text;
 }
 
 TEST(ToolShow, LeavesOutWhatIsNotOrdered) {

@@ -5,10 +5,10 @@
 
 #include <utility>
 
-using namespace BLADESIM;
+using namespace bladesim;
 
 TEST(PathWithTools, FindsTheFirmwareToolBeforeThatOfTheSystemAndAfterTheCallersOwn) {
-    const std::pair<const char*, const char*> l_Cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"", "/usr/korvel/sbin"},
         {"/usr/bin", "/usr/korvel/sbin:/usr/bin"},
         {"/bin", "/usr/korvel/sbin:/bin"},
@@ -18,6 +18,6 @@ TEST(PathWithTools, FindsTheFirmwareToolBeforeThatOfTheSystemAndAfterTheCallersO
         {"/binary:/usrlocal", "/binary:/usrlocal:/usr/korvel/sbin"},
         {"/binary:/usr", "/binary:/usr/korvel/sbin:/usr"},
     };
-    for (const auto& [l_Path, l_Expected] : l_Cases)
-        EXPECT_EQ(PathWithTools(l_Path), l_Expected);
+    for (const auto& [path, expected] : cases)
+        EXPECT_EQ(PathWithTools(path), expected);
 }

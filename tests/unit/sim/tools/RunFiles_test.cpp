@@ -7,7 +7,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using testing::EndsWith;
 
 using RunFiles = ToolTest;
@@ -25,10 +25,10 @@ TEST_F(RunFiles, HoldWhatTheyWereReplacedBy) {
 
 TEST_F(RunFiles, LeaveNothingBesideThemselvesWhenTheyAreReplaced) {
     ReplaceFile(File("a"), "x");
-    size_t l_Files = 0;
-    for ([[maybe_unused]] const auto& l_Entry : std::filesystem::directory_iterator(m_Folder))
-        ++l_Files;
-    EXPECT_EQ(l_Files, 1U);
+    size_t files = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(m_folder))
+        ++files;
+    EXPECT_EQ(files, 1U);
 }
 
 TEST_F(RunFiles, TakeLinesAtTheirEnd) {
@@ -56,17 +56,17 @@ TEST_F(RunFiles, AreNotReachedThroughLinks) {
 }
 
 TEST_F(RunFiles, AreLockedAsLongAsTheLockIsThere) {
-    const UNIQUE_FD l_File(::open(File("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    const UniqueFd file(::open(File("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     {
-        const FILE_LOCK l_Lock(File("lock"));
-        EXPECT_NE(::flock(l_File.Get(), LOCK_EX | LOCK_NB), 0);
+        const FileLock lock(File("lock"));
+        EXPECT_NE(::flock(file.Get(), LOCK_EX | LOCK_NB), 0);
     }
-    EXPECT_EQ(::flock(l_File.Get(), LOCK_EX | LOCK_NB), 0);
+    EXPECT_EQ(::flock(file.Get(), LOCK_EX | LOCK_NB), 0);
 }
 
 TEST_F(RunFiles, AreInTheFolderThatTheEnvironmentNames) {
-    ::setenv("BLADESIM_RUN_DIR", m_Folder.c_str(), 1);
-    EXPECT_EQ(RunFolder(), m_Folder);
+    ::setenv("BLADESIM_RUN_DIR", m_folder.c_str(), 1);
+    EXPECT_EQ(RunFolder(), m_folder);
     ::setenv("BLADESIM_RUN_DIR", "", 1);
     EXPECT_EQ(ErrorOf([] { RunFolder(); }), "this is not the inside of a blade");
     ::unsetenv("BLADESIM_RUN_DIR");

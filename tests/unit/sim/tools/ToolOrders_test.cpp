@@ -6,61 +6,61 @@
 #include <csignal>
 #include <utility>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using testing::Eq;
 using testing::StartsWith;
 
-using ToolOrders = ToolTest;
+using ToolOrdersTest = ToolTest;
 
-TEST_F(ToolOrders, AreNoneAtFirst) {
-    EXPECT_TRUE(ReadToolOrders(m_Folder).empty());
-    EXPECT_THAT(TakeToolOrder(m_Folder, "mavk_diag"), Eq(TOOL_ORDER{}));
+TEST_F(ToolOrdersTest, AreNoneAtFirst) {
+    EXPECT_TRUE(ReadToolOrders(m_folder).empty());
+    EXPECT_THAT(TakeToolOrder(m_folder, "mavk_diag"), Eq(ToolOrder{}));
 }
 
-TEST_F(ToolOrders, HoldForAllRunsOfTheirTool) {
-    SetToolOrder(m_Folder, "mavk_diag", {16, 0, 20, 0});
+TEST_F(ToolOrdersTest, HoldForAllRunsOfTheirTool) {
+    SetToolOrder(m_folder, "mavk_diag", {16, 0, 20, 0});
     for (int i = 0; i < 3; ++i)
-        EXPECT_THAT(TakeToolOrder(m_Folder, "mavk_diag"), Eq(TOOL_ORDER{16, 0, 20, 0}));
-    EXPECT_THAT(TakeToolOrder(m_Folder, "mavk_init"), Eq(TOOL_ORDER{}));
+        EXPECT_THAT(TakeToolOrder(m_folder, "mavk_diag"), Eq(ToolOrder{16, 0, 20, 0}));
+    EXPECT_THAT(TakeToolOrder(m_folder, "mavk_init"), Eq(ToolOrder{}));
 }
 
-TEST_F(ToolOrders, EndAfterAsManyRunsAsTheyAreFor) {
-    SetToolOrder(m_Folder, "fwburn", {0, SIGKILL, 0, 2});
-    EXPECT_EQ(TakeToolOrder(m_Folder, "fwburn").m_Signal, SIGKILL);
-    EXPECT_EQ(TakeToolOrder(m_Folder, "fwburn").m_Signal, SIGKILL);
-    EXPECT_THAT(TakeToolOrder(m_Folder, "fwburn"), Eq(TOOL_ORDER{}));
-    EXPECT_TRUE(ReadToolOrders(m_Folder).empty());
+TEST_F(ToolOrdersTest, EndAfterAsManyRunsAsTheyAreFor) {
+    SetToolOrder(m_folder, "fwburn", {0, SIGKILL, 0, 2});
+    EXPECT_EQ(TakeToolOrder(m_folder, "fwburn").m_signal, SIGKILL);
+    EXPECT_EQ(TakeToolOrder(m_folder, "fwburn").m_signal, SIGKILL);
+    EXPECT_THAT(TakeToolOrder(m_folder, "fwburn"), Eq(ToolOrder{}));
+    EXPECT_TRUE(ReadToolOrders(m_folder).empty());
 }
 
-TEST_F(ToolOrders, AreReplacedByTheNextOneForTheSameTool) {
-    SetToolOrder(m_Folder, "mavk_init", {1, 0, 0, 0});
-    SetToolOrder(m_Folder, "mavk_boot", {2, 0, 0, 0});
-    SetToolOrder(m_Folder, "mavk_init", {0, SIGTERM, 5, 1});
-    const TOOL_ORDERS l_Expected = {{"mavk_init", {0, SIGTERM, 5, 1}}, {"mavk_boot", {2, 0, 0, 0}}};
-    EXPECT_EQ(ReadToolOrders(m_Folder), l_Expected);
+TEST_F(ToolOrdersTest, AreReplacedByTheNextOneForTheSameTool) {
+    SetToolOrder(m_folder, "mavk_init", {1, 0, 0, 0});
+    SetToolOrder(m_folder, "mavk_boot", {2, 0, 0, 0});
+    SetToolOrder(m_folder, "mavk_init", {0, SIGTERM, 5, 1});
+    const ToolOrders expected = {{"mavk_init", {0, SIGTERM, 5, 1}}, {"mavk_boot", {2, 0, 0, 0}}};
+    EXPECT_EQ(ReadToolOrders(m_folder), expected);
 }
 
-TEST_F(ToolOrders, AreTakenBackByOneThatChangesNothing) {
-    SetToolOrder(m_Folder, "mavk_init", {1, 0, 0, 0});
-    SetToolOrder(m_Folder, "mavk_init", {0, 0, 0, 3});
-    EXPECT_TRUE(ReadToolOrders(m_Folder).empty());
+TEST_F(ToolOrdersTest, AreTakenBackByOneThatChangesNothing) {
+    SetToolOrder(m_folder, "mavk_init", {1, 0, 0, 0});
+    SetToolOrder(m_folder, "mavk_init", {0, 0, 0, 3});
+    EXPECT_TRUE(ReadToolOrders(m_folder).empty());
 }
 
-TEST_F(ToolOrders, AreForgottenAtOnce) {
-    SetToolOrder(m_Folder, "mavk_init", {1, 0, 0, 0});
-    ClearToolOrders(m_Folder);
-    ClearToolOrders(m_Folder);
-    EXPECT_TRUE(ReadToolOrders(m_Folder).empty());
+TEST_F(ToolOrdersTest, AreForgottenAtOnce) {
+    SetToolOrder(m_folder, "mavk_init", {1, 0, 0, 0});
+    ClearToolOrders(m_folder);
+    ClearToolOrders(m_folder);
+    EXPECT_TRUE(ReadToolOrders(m_folder).empty());
 }
 
-TEST_F(ToolOrders, CanBeWrittenByHand) {
+TEST_F(ToolOrdersTest, CanBeWrittenByHand) {
     Write("tools.json", R"({"mediaStart": {"exit": "0x05", "times": 2}})");
-    EXPECT_THAT(TakeToolOrder(m_Folder, "mediaStart"), Eq(TOOL_ORDER{5, 0, 0, 2}));
+    EXPECT_THAT(TakeToolOrder(m_folder, "mediaStart"), Eq(ToolOrder{5, 0, 0, 2}));
     EXPECT_EQ(Read("tools.json"), "{\"mediaStart\":{\"exit\":5,\"times\":1}}\n");
 }
 
-TEST_F(ToolOrders, ThatAreWrongAreNamedWithTheirLineAndLeftAlone) {
-    const std::pair<const char*, const char*> l_Cases[] = {
+TEST_F(ToolOrdersTest, ThatAreWrongAreNamedWithTheirLineAndLeftAlone) {
+    const std::pair<const char*, const char*> cases[] = {
         {"{", "tools.json:1: "},
         {"{\n\"mavk_dig\": {}}", "tools.json:2: mavk_dig: there is no such tool"},
         {R"({"mavk_diag": 16})", "tools.json:1: mavk_diag: "},
@@ -71,18 +71,17 @@ TEST_F(ToolOrders, ThatAreWrongAreNamedWithTheirLineAndLeftAlone) {
         {R"({"mavk_diag": {"delay_ms": -1}})", "tools.json:1: mavk_diag.delay_ms: expected a number from 0 to 600000"},
         {R"({"mavk_diag": {"delay": 1}})", "tools.json:1: mavk_diag.delay: nothing is known by this name"},
     };
-    for (const auto& [l_Text, l_Error] : l_Cases) {
-        Write("tools.json", l_Text);
-        EXPECT_THAT(ErrorOf([&] { TakeToolOrder(m_Folder, "mavk_diag"); }), StartsWith(l_Error));
-        EXPECT_THAT(ErrorOf([&] { SetToolOrder(m_Folder, "fwburn", {1, 0, 0, 0}); }), StartsWith(l_Error));
-        EXPECT_EQ(Read("tools.json"), l_Text);
+    for (const auto& [text, error] : cases) {
+        Write("tools.json", text);
+        EXPECT_THAT(ErrorOf([&] { TakeToolOrder(m_folder, "mavk_diag"); }), StartsWith(error));
+        EXPECT_THAT(ErrorOf([&] { SetToolOrder(m_folder, "fwburn", {1, 0, 0, 0}); }), StartsWith(error));
+        EXPECT_EQ(Read("tools.json"), text);
     }
 }
 
 TEST(ToolSignal, EndsAProcessOrIsRefused) {
-    for (const int l_Signal : {SIGHUP, SIGINT, SIGKILL, SIGSEGV, SIGTERM, SIGUSR1, SIGRTMIN, SIGRTMAX})
-        EXPECT_TRUE(SignalEnds(l_Signal)) << l_Signal;
-    for (const int l_Signal :
-         {-1, 0, 32, 33, 65, SIGCHLD, SIGCONT, SIGSTOP, SIGTSTP, SIGTTIN, SIGTTOU, SIGURG, SIGWINCH})
-        EXPECT_FALSE(SignalEnds(l_Signal)) << l_Signal;
+    for (const int signal : {SIGHUP, SIGINT, SIGKILL, SIGSEGV, SIGTERM, SIGUSR1, SIGRTMIN, SIGRTMAX})
+        EXPECT_TRUE(SignalEnds(signal)) << signal;
+    for (const int signal : {-1, 0, 32, 33, 65, SIGCHLD, SIGCONT, SIGSTOP, SIGTSTP, SIGTTIN, SIGTTOU, SIGURG, SIGWINCH})
+        EXPECT_FALSE(SignalEnds(signal)) << signal;
 }

@@ -13,25 +13,23 @@
 
 class ToolTest : public testing::Test {
 protected:
-    ToolTest() { EXPECT_NE(::mkdtemp(m_Folder.data()), nullptr); }
-    ~ToolTest() override { std::filesystem::remove_all(m_Folder); }
+    ToolTest() { EXPECT_NE(::mkdtemp(m_folder.data()), nullptr); }
+    ~ToolTest() override { std::filesystem::remove_all(m_folder); }
 
-    std::string File(const std::string& a_Name) const { return m_Folder + "/" + a_Name; }
-    void Write(const std::string& a_Name, const std::string& a_Text) const {
-        BLADESIM::ReplaceFile(File(a_Name), a_Text);
-    }
-    std::string Read(const std::string& a_Name) const { return BLADESIM::ReadFile(File(a_Name)); }
+    std::string File(const std::string& name) const { return m_folder + "/" + name; }
+    void Write(const std::string& name, const std::string& text) const { bladesim::ReplaceFile(File(name), text); }
+    std::string Read(const std::string& name) const { return bladesim::ReadFile(File(name)); }
 
     /// What is thrown, without the folder.
-    std::string ErrorOf(const std::function<void()>& a_Call) const {
+    std::string ErrorOf(const std::function<void()>& call) const {
         try {
-            a_Call();
-        } catch (const BLADESIM::BLADE_ERROR& l_Error) {
-            const std::string l_Text = l_Error.what();
-            return l_Text.starts_with(m_Folder + "/") ? l_Text.substr(m_Folder.size() + 1) : l_Text;
+            call();
+        } catch (const bladesim::BladeError& error) {
+            const std::string text = error.what();
+            return text.starts_with(m_folder + "/") ? text.substr(m_folder.size() + 1) : text;
         }
         return "no error";
     }
 
-    std::string m_Folder = (std::filesystem::temp_directory_path() / "bladesim-XXXXXX").string();
+    std::string m_folder = (std::filesystem::temp_directory_path() / "bladesim-XXXXXX").string();
 };

@@ -5,31 +5,31 @@
 
 #include <utility>
 
-using namespace BLADESIM;
+using namespace bladesim;
 using testing::StartsWith;
 
-using MediaOrder = ToolTest;
+using MediaOrderTest = ToolTest;
 
-TEST_F(MediaOrder, IsThatOfASoundSoftwareWhenNothingIsOrdered) {
-    const MEDIA_ORDER l_Order = ReadMediaOrder(m_Folder);
-    EXPECT_EQ(l_Order.m_Mode->m_Name, g_MediaSound);
-    EXPECT_EQ(l_Order.m_BoardState, 0U);
-    EXPECT_EQ(l_Order.m_SubState, 4U);
-    EXPECT_EQ(l_Order.m_Delay, 0U);
+TEST_F(MediaOrderTest, IsThatOfASoundSoftwareWhenNothingIsOrdered) {
+    const MediaOrder order = ReadMediaOrder(m_folder);
+    EXPECT_EQ(order.m_mode->m_name, MediaSound);
+    EXPECT_EQ(order.m_boardState, 0U);
+    EXPECT_EQ(order.m_subState, 4U);
+    EXPECT_EQ(order.m_delay, 0U);
 }
 
-TEST_F(MediaOrder, TakesFromItsModeWhatItDoesNotSay) {
-    WriteMediaOrder(m_Folder, {{"mode", "slow"}});
-    EXPECT_EQ(ReadMediaOrder(m_Folder).m_Delay, 6000U);
-    WriteMediaOrder(m_Folder, {{"mode", "faulty"}, {"sub_state", 3}});
-    const MEDIA_ORDER l_Order = ReadMediaOrder(m_Folder);
-    EXPECT_EQ(l_Order.m_BoardState, 2U);
-    EXPECT_EQ(l_Order.m_SubState, 3U);
-    EXPECT_EQ(l_Order.m_ProcessorState, 1U);
+TEST_F(MediaOrderTest, TakesFromItsModeWhatItDoesNotSay) {
+    WriteMediaOrder(m_folder, {{"mode", "slow"}});
+    EXPECT_EQ(ReadMediaOrder(m_folder).m_delay, 6000U);
+    WriteMediaOrder(m_folder, {{"mode", "faulty"}, {"sub_state", 3}});
+    const MediaOrder order = ReadMediaOrder(m_folder);
+    EXPECT_EQ(order.m_boardState, 2U);
+    EXPECT_EQ(order.m_subState, 3U);
+    EXPECT_EQ(order.m_processorState, 1U);
 }
 
-TEST_F(MediaOrder, KeepsAllThatItSays) {
-    WriteMediaOrder(m_Folder, {{"mode", "slow"},
+TEST_F(MediaOrderTest, KeepsAllThatItSays) {
+    WriteMediaOrder(m_folder, {{"mode", "slow"},
                                {"at_processor", true},
                                {"delay_ms", 5},
                                {"board_state", 1},
@@ -39,20 +39,20 @@ TEST_F(MediaOrder, KeepsAllThatItSays) {
                                {"severity", 9},
                                {"error_file", "a"},
                                {"cause_file", ""}});
-    const MEDIA_ORDER l_Order = ReadMediaOrder(m_Folder);
-    EXPECT_TRUE(l_Order.m_AtProcessor);
-    EXPECT_EQ(l_Order.m_Delay, 5U);
-    EXPECT_EQ(l_Order.m_BoardState, 1U);
-    EXPECT_EQ(l_Order.m_SubState, 0U);
-    EXPECT_EQ(l_Order.m_ProcessorState, 0xFFFFFFFFU);
-    EXPECT_EQ(l_Order.m_Processor, 7U);
-    EXPECT_EQ(l_Order.m_Severity, 9U);
-    EXPECT_EQ(l_Order.m_ErrorFile, "a");
-    EXPECT_EQ(l_Order.m_CauseFile, "");
+    const MediaOrder order = ReadMediaOrder(m_folder);
+    EXPECT_TRUE(order.m_atProcessor);
+    EXPECT_EQ(order.m_delay, 5U);
+    EXPECT_EQ(order.m_boardState, 1U);
+    EXPECT_EQ(order.m_subState, 0U);
+    EXPECT_EQ(order.m_processorState, 0xFFFFFFFFU);
+    EXPECT_EQ(order.m_processor, 7U);
+    EXPECT_EQ(order.m_severity, 9U);
+    EXPECT_EQ(order.m_errorFile, "a");
+    EXPECT_EQ(order.m_causeFile, "");
 }
 
-TEST_F(MediaOrder, ThatIsWrongIsNamedWithItsLine) {
-    const std::pair<const char*, const char*> l_Cases[] = {
+TEST_F(MediaOrderTest, ThatIsWrongIsNamedWithItsLine) {
+    const std::pair<const char*, const char*> cases[] = {
         {"{", "media.json:1: "},
         {"{\n\"mode\": \"fast\"}", "media.json:2: mode: \"fast\" is no mode"},
         {R"({"mode": 3})", "media.json:1: mode: expected a text"},
@@ -61,22 +61,22 @@ TEST_F(MediaOrder, ThatIsWrongIsNamedWithItsLine) {
         {R"({"at_processor": 1})", "media.json:1: at_processor: expected true or false"},
         {R"({"colour": 1})", "media.json:1: colour: nothing is known by this name"},
     };
-    for (const auto& [l_Text, l_Error] : l_Cases) {
-        Write("media.json", l_Text);
-        EXPECT_THAT(ErrorOf([&] { ReadMediaOrder(m_Folder); }), StartsWith(l_Error));
+    for (const auto& [text, error] : cases) {
+        Write("media.json", text);
+        EXPECT_THAT(ErrorOf([&] { ReadMediaOrder(m_folder); }), StartsWith(error));
     }
 }
 
-TEST_F(MediaOrder, StaysWhenTheNextOneIsWrong) {
-    WriteMediaOrder(m_Folder, {{"mode", "silent"}});
-    EXPECT_NE(ErrorOf([&] { WriteMediaOrder(m_Folder, {{"mode", "fast"}}); }), "no error");
-    EXPECT_EQ(ReadMediaOrder(m_Folder).m_Mode->m_Name, "silent");
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_Folder), {}), 1);
+TEST_F(MediaOrderTest, StaysWhenTheNextOneIsWrong) {
+    WriteMediaOrder(m_folder, {{"mode", "silent"}});
+    EXPECT_NE(ErrorOf([&] { WriteMediaOrder(m_folder, {{"mode", "fast"}}); }), "no error");
+    EXPECT_EQ(ReadMediaOrder(m_folder).m_mode->m_name, "silent");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_folder), {}), 1);
 }
 
 TEST(MediaMode, IsFoundByItsNameOnly) {
-    for (const MEDIA_MODE& l_Mode : g_MediaModes)
-        EXPECT_EQ(FindMediaMode(l_Mode.m_Name), &l_Mode);
+    for (const MediaMode& mode : MediaModes)
+        EXPECT_EQ(FindMediaMode(mode.m_name), &mode);
     EXPECT_EQ(FindMediaMode(""), nullptr);
     EXPECT_EQ(FindMediaMode("Sound"), nullptr);
 }
