@@ -1,4 +1,4 @@
-// bladesim: brings a simulated blade up, runs a command in it and takes it down; and speaks with a blade that runs.
+// bladesim: brings a simulated blade up, runs a command in it and takes it down; gives orders to a running blade.
 #include "sim/base/ExitStatus.h"
 #include "sim/blade/BladeFile.h"
 #include "sim/blade/DumpFru.h"
@@ -20,7 +20,7 @@ using namespace bladesim;
 
 namespace {
 
-/// What is done in a blade that runs, by the first word of the command line.
+/// The commands for a running blade, by the first word of the command line.
 struct BladeCommand {
     std::string_view m_word;
     int (*m_run)(int count, char** arguments);
@@ -31,7 +31,7 @@ constexpr BladeCommand Commands[] = {
     {"tool", RunToolCommand},     {"media", RunMediaCommand},        {"switch", RunSwitchCommand},
 };
 
-/// The blade's name or file is looked up here: whatever is wrong with it is said before anything is set up.
+/// Looks up the blade's name or file first: its errors are reported before anything is set up.
 int Run(CommandLine line) {
     Options& options = line.m_options;
     options.m_paths = FindPaths();
@@ -51,7 +51,7 @@ int main(int count, char** arguments) {
     CommandLine line;
     if (const auto status = ParseCommandLine(count, arguments, line)) return *status;
     try {
-        // Not by return: the leak check of a sanitizer needs a /proc, which a bare chroot has for the inside only.
+        // Not by return: a sanitizer's leak check needs a /proc, which in a bare chroot only the inside has.
         std::_Exit(Run(std::move(line)));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bladesim: %s\n", error.what());

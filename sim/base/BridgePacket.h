@@ -1,5 +1,5 @@
-// What goes over the socket between a program that opened /dev/ipmi0 and the driver of the simulated blade. One packet
-// is one message; the layout is the same for 32-bit and 64-bit programs.
+// The packets on the socket between a program that opened /dev/ipmi0 and the simulated blade's driver. One packet is
+// one message, laid out alike for 32-bit and 64-bit programs.
 #pragma once
 
 #include <cstddef>
@@ -11,14 +11,14 @@ namespace bladesim {
 constexpr size_t MaxAddress = 40;
 constexpr size_t MaxMessage = 272;
 
-// What a packet to the driver is.
+// The kinds of packet to the driver.
 constexpr uint32_t RequestPacket = 0;
-/// A call of the device that is no message: its ioctl number stands for the message id, what its argument points to for
-/// the data. A socket comes along, which takes the answer: a packet with the error number for the message id and what
-/// is written back for the data.
+/// An ioctl that sends or receives no message: the message id holds its number, the data hold what its argument points
+/// to. The packet brings a socket for the answer: a packet with the error number as its message id and the bytes to
+/// write back as its data.
 constexpr uint32_t CallPacket = 1;
 
-/// A request on its way to the driver, or what the driver has for the reader. The bytes behind m_dataLength are not
+/// A request to the driver, or what the driver has for the reader. Only the first m_dataLength bytes of the data are
 /// sent.
 struct BridgePacket {
     int64_t m_messageId;
@@ -38,7 +38,7 @@ inline size_t PacketSize(const BridgePacket& packet) {
     return PacketHeader + packet.m_dataLength;
 }
 
-/// Whether a packet that arrived with so many bytes holds what it announces.
+/// Whether a packet that arrived with `size` bytes holds all that its lengths announce.
 inline bool IsWhole(const BridgePacket& packet, size_t size) {
     return size >= PacketHeader && packet.m_addressLength <= MaxAddress && packet.m_dataLength <= MaxMessage &&
            size == PacketSize(packet);

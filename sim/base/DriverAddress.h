@@ -1,5 +1,5 @@
-// The addresses of the simulated driver's sockets, the same for those who connect and for the one who listens. They are
-// abstract ones, private to the blade's network namespace.
+// The addresses of the simulated driver's sockets, for listener and clients. They are abstract: private to the blade's
+// network namespace.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,9 @@
 
 namespace bladesim {
 
-/// Takes who opens /dev/ipmi0. Where nobody listens, there is no device.
+/// Every connection is an open /dev/ipmi0. When nobody listens there is no device.
 inline constexpr char DriverSocket[] = "bladesim/ipmi0";
-/// Takes orders: one line of JSON each, answered by one line of JSON.
+/// Takes orders: a line of JSON each, answered by a line of JSON.
 inline constexpr char ControlSocket[] = "bladesim/control";
 
 struct SocketAddress {
@@ -25,7 +25,7 @@ template <size_t Size>
 SocketAddress AbstractAddress(const char (&name)[Size]) {
     SocketAddress address{{}, static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + Size)};
     address.m_address.sun_family = AF_UNIX;
-    // The first byte of the path stays 0, which makes the name an abstract one.
+    // The first byte of the path stays 0, which makes the name abstract.
     std::memcpy(address.m_address.sun_path + 1, name, Size - 1);
     return address;
 }

@@ -1,4 +1,4 @@
-// What keeps the blade from coming up, in words for the person who started it.
+// Errors, in words for the person who runs bladesim.
 #pragma once
 
 #include <cerrno>
@@ -12,7 +12,7 @@ struct BladeError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Throws a BladeError that says what could not be done and why; the error number is read first.
+/// Throws a BladeError that says what could not be done and, from errno, why.
 [[noreturn]] inline void ThrowErrno(const std::string& what) {
     const int error = errno;
     throw BladeError(what + ": " + std::generic_category().message(error));

@@ -1,4 +1,4 @@
-// What bladesim exits with when it is not the command's own status.
+// The statuses that bladesim exits with when it does not pass the command's on.
 #pragma once
 
 namespace bladesim {

@@ -14,7 +14,7 @@ namespace {
 
 using nlohmann::json;
 
-// Far beyond any blade, and little enough to be read at once and walked recursively.
+// More than any blade needs, and little enough to read at once and to walk recursively.
 constexpr size_t MaxFile = 1024 * 1024;
 constexpr size_t MaxDepth = 32;
 constexpr size_t MaxReason = 300;
@@ -23,8 +23,8 @@ constexpr size_t MaxReason = 300;
     throw BladeError(file + ":" + std::to_string(line) + ": " + reason);
 }
 
-/// Counts lines while the parser reads. The parser may have read one byte more than what it reports: a line end counts
-/// when something behind it is read.
+/// Counts lines while the parser reads. The parser may be one byte ahead of what it reports, so a line end counts once
+/// the byte after it is read.
 class LineCounter {
 public:
     using iterator_category = std::input_iterator_tag;
@@ -51,7 +51,7 @@ private:
     bool m_afterLineEnd = false;
 };
 
-/// Hears what the parser comes upon, and notes the lines.
+/// Listens to the parser and notes on which line each value stands.
 class LineNoter : public nlohmann::json_sax<json> {
 public:
     LineNoter(JsonFile& file, const unsigned& line) : m_file(file), m_line(line) {}
@@ -93,7 +93,7 @@ private:
         std::set<std::string> m_keys{};
     };
 
-    /// A value begins: that of the key just heard, an item of the list, or the whole file.
+    /// A value begins: the value of the last key, an item of the list, or the whole file.
     bool Value() {
         if (m_open.empty()) {
             m_path.clear();
@@ -121,7 +121,7 @@ private:
     JsonFile& m_file;
     const unsigned& m_line;
     std::vector<Container> m_open;
-    std::string m_path; ///< of the value that comes
+    std::string m_path; ///< path of the next value
 };
 
 std::string ReadWhole(const std::string& file) {

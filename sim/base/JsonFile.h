@@ -16,14 +16,14 @@ struct JsonFile {
     std::map<std::string, unsigned> m_lines;
 };
 
-/// Throws a BladeError that names the file and the line: for a file that cannot be read or is larger than 1 MiB, for
-/// bad syntax, for a key that stands twice in one object, for values within values within values beyond any use.
+/// Throws a BladeError with file and line when the file cannot be read, is larger than 1 MiB, is not JSON, has a key
+/// twice in one object, or is nested too deeply.
 JsonFile ReadJsonFile(const std::string& file);
 
-/// A key of an object, as paths have it.
+/// The path of a key in an object.
 std::string JsonPath(const std::string& object, const std::string& key);
 
-/// An item of a list, as paths have it.
+/// The path of an item in a list.
 std::string JsonPath(const std::string& list, size_t index);
 
 } // namespace bladesim

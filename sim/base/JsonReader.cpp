@@ -1,5 +1,4 @@
-// Reads a JSON object key by key; whatever is wrong with it is reported with the file, the line and the whole path of
-// the key.
+// Reads a JSON object key by key and reports errors with the file, the line and the whole path of the key.
 #include "sim/base/JsonReader.h"
 
 #include "sim/base/Error.h"
@@ -32,7 +31,7 @@ std::optional<int64_t> NumberOf(const json& value) {
     return std::nullopt;
 }
 
-/// A value for a message: the beginning of it is enough.
+/// A value for an error message, cut when it is long.
 std::string Shown(const json& value) {
     constexpr size_t most = 60;
     const std::string text = value.dump(-1, ' ', true);

@@ -1,5 +1,4 @@
-// Reads a JSON object key by key; whatever is wrong with it is reported with the file, the line and the whole path of
-// the key.
+// Reads a JSON object key by key and reports errors with the file, the line and the whole path of the key.
 #pragma once
 
 #include "sim/base/JsonFile.h"
@@ -11,7 +10,7 @@
 
 namespace bladesim {
 
-/// One object of a file. The getters throw a BladeError when the key is missing or its value is no good.
+/// One object of a file. The getters throw a BladeError when the key is missing or its value is wrong.
 class JsonObject {
 public:
     /// The whole file; it must outlive the object.
@@ -27,12 +26,12 @@ public:
     /// A number from `min` to 2147483647.
     unsigned Count(const std::string& key, unsigned min, unsigned fallback);
     bool Boolean(const std::string& key, bool fallback);
-    /// UTF-8 as the file has it.
+    /// UTF-8, as in the file.
     std::string Text(const std::string& key);
     std::vector<std::string> Texts(const std::string& key);
     JsonObject Object(const std::string& key);
     std::vector<JsonObject> Objects(const std::string& key);
-    /// Reports a key that nobody asked for: a misspelt one, most likely.
+    /// Reports a key that nobody asked for, most likely a misspelt one.
     void RejectOthers(const std::string& reason = "nothing is known by this name") const;
 
     [[noreturn]] void Fail(const std::string& key, const std::string& reason) const;

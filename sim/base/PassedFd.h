@@ -1,5 +1,5 @@
-// Packets between processes that bring a descriptor along. Used by the preload library as well: nothing of the C++
-// runtime in it.
+// Packets between processes that carry a descriptor. The preload library uses them too, so nothing here needs the C++
+// runtime.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace bladesim {
 
-/// Sends one packet with a descriptor, which stays the sender's own; -1: without one. As sendmsg.
+/// Sends one packet with a descriptor, which the sender keeps; -1: without one. Returns what sendmsg returns.
 inline ssize_t SendWithFd(int socket, const void* data, size_t size, int fd, int flags = 0) {
     iovec bytes{const_cast<void*>(data), size};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
@@ -29,7 +29,8 @@ inline ssize_t SendWithFd(int socket, const void* data, size_t size, int fd, int
     return ::sendmsg(socket, &message, flags | MSG_NOSIGNAL);
 }
 
-/// Receives one packet; `fd` is the descriptor that came along, closed on exec, or -1. As recvmsg.
+/// Receives one packet; `fd` becomes the descriptor that came with it, close-on-exec, or -1. Returns what recvmsg
+/// returns.
 inline ssize_t ReceiveWithFd(int socket, void* data, size_t size, int& fd, int flags = 0) {
     iovec bytes{data, size};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};

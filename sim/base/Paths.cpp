@@ -1,4 +1,4 @@
-// Where bladesim finds its own files: the same places beside the program in the build tree and where it is installed.
+// Where bladesim finds its own files: at the same places relative to the program, whether built or installed.
 #include "sim/base/Paths.h"
 
 #include "sim/base/Error.h"
@@ -23,7 +23,7 @@ std::string Existing(const fs::path& path) {
 } // namespace
 
 std::string ProgramFolder() {
-    // The program's own path as the kernel was given it.
+    // The path by which the kernel was told to run this program.
     const auto* existing = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
     std::error_code error;
     const fs::path program = fs::canonical(existing == nullptr ? "" : existing, error);

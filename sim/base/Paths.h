@@ -1,4 +1,4 @@
-// Where bladesim finds its own files: the same places beside the program in the build tree and where it is installed.
+// Where bladesim finds its own files: at the same places relative to the program, whether built or installed.
 #pragma once
 
 #include <string>
@@ -10,10 +10,10 @@ struct Paths {
     std::string m_preload; ///< the library that makes /dev/ipmi0
     std::string m_module;  ///< the carrier, a module of ipmi_sim
     std::string m_tool;    ///< the stand-in of the board's tools
-    std::string m_run;     ///< empty folder, on which every blade mounts its run folder
+    std::string m_run;     ///< an empty folder on which every blade mounts its run folder
 };
 
-/// The folder of the program that runs, links resolved; works without /proc.
+/// The folder of this program, with links resolved; works without /proc.
 std::string ProgramFolder();
 
 /// Throws a BladeError when something is missing.

@@ -19,7 +19,7 @@ constexpr int SignalBase = 128;
 /// 126 or 127.
 pid_t Spawn(const std::vector<std::string>& command, const std::array<int, 3>& standardFds = {0, 1, 2});
 
-/// The status of a program as a shell gives it: its own, or 128 and the number of the signal that ended it.
+/// A program's status as a shell reports it: its own, or 128 plus the number of the signal that ended it.
 int ExitStatus(int waitStatus);
 
 /// "status 1", "signal 11 (Segmentation fault)".

@@ -1,4 +1,4 @@
-// A descriptor that is closed with its owner.
+// A descriptor that closes with its owner.
 #pragma once
 
 #include <unistd.h>

@@ -65,7 +65,7 @@ struct RawMultirecord {
     std::vector<uint8_t> m_data;
 };
 
-/// Which checksums of an image are one off.
+/// Which checksums of an image are off by one.
 struct BadChecksums {
     bool m_header = false;        ///< of the common header
     bool m_areas = false;         ///< of the board and product info areas
@@ -77,10 +77,10 @@ struct BadChecksums {
 struct Inventory {
     std::optional<BoardTexts> m_board;          ///< absent: no such area
     std::optional<ProductTexts> m_product;      ///< absent: no such area
-    std::vector<RawMultirecord> m_multiRecords; ///< in this order; those of DSPs and framers included
+    std::vector<RawMultirecord> m_multiRecords; ///< in this order, including those of DSPs and framers
     BadChecksums m_badChecksums;
     std::optional<size_t> m_size; ///< of the area in bytes, when it is not the next multiple of 16
-    /// The image as it stands instead of all of the above.
+    /// The whole image, instead of all the above.
     std::optional<std::vector<uint8_t>> m_raw;
 };
 
@@ -102,15 +102,15 @@ enum class FaultKind {
     Doubled,        ///< the reply comes twice
     OtherFru,       ///< the reply is that of the same request for FRU m_argument
     Gone,           ///< the controller goes away at this request and comes back m_argument milliseconds later; 0: never
-    AnsweredTwice   ///< the driver hands the answer out twice, which a sound one never does
+    AnsweredTwice   ///< the opener gets the answer twice, which a correct driver never does
 };
 
 /// A fault: which requests of the host it hits, and what it does to them.
 struct Fault {
-    /// First bytes of the request: network function, command, data; nothing stands for any byte.
+    /// First bytes of the request: network function, command, data; nullopt matches any byte.
     std::vector<std::optional<uint8_t>> m_request;
-    unsigned m_first = 1; ///< hits the n-th such request
-    unsigned m_count = 0; ///< and as many in all; 0: all that follow
+    unsigned m_first = 1; ///< the first such request that it hits, counted from 1
+    unsigned m_count = 0; ///< how many it hits in all; 0: all that follow
     FaultKind m_kind = FaultKind::Lost;
     unsigned m_argument = 0;
     std::vector<uint8_t> m_reply;

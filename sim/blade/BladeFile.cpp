@@ -15,7 +15,7 @@ namespace bladesim {
 namespace {
 
 constexpr int64_t MaxByte = 0xFF;
-// In PICMG commands 0xFF stands for all LEDs, and for no FRU.
+// In PICMG commands 0xFF means all LEDs, and no FRU.
 constexpr int64_t MaxId = 0xFE;
 
 // The LEDs that every FRU may have, in their usual colours.
@@ -25,7 +25,7 @@ uint8_t ColorBit(LedColor color) {
     return static_cast<uint8_t>(1U << static_cast<unsigned>(color));
 }
 
-/// The id of the next item of a list in which ids rise.
+/// The id of a list's next item; ids must rise.
 uint8_t RisingId(JsonObject& object, int before) {
     const auto id = static_cast<uint8_t>(object.Integer("id", 0, MaxId));
     if (id <= before) object.Fail("id", "expected more than " + std::to_string(before) + ", the id before it");

@@ -7,7 +7,7 @@
 
 namespace bladesim {
 
-/// Throws a BladeError that names the file, and the line and the key of what is wrong in it.
+/// Throws a BladeError that names file, line and key of an error.
 Blade ReadBladeFile(const std::string& file);
 
 } // namespace bladesim

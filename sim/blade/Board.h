@@ -1,5 +1,5 @@
-// What a blade file says of the board beside its controller: network interfaces, and the driver that is told of the
-// PSTN.
+// What a blade file says about the board besides its controller: network interfaces, and the driver that is told about
+// the PSTN.
 #pragma once
 
 #include "sim/blade/MacText.h"
@@ -26,13 +26,13 @@ struct EthernetInterface {
 
 enum class DriverFileCall { Open, Write };
 
-/// Which calls of a kind fail, or are cut.
+/// Which calls of a kind fail, or are cut short.
 struct DriverFileFault {
     DriverFileCall m_call = DriverFileCall::Open;
-    unsigned m_first = 1;          ///< hits the n-th such call of the blade's life
-    unsigned m_count = 0;          ///< and as many in all; 0: all that follow
+    unsigned m_first = 1;          ///< the first such call of the blade's life that it hits, counted from 1
+    unsigned m_count = 0;          ///< how many it hits in all; 0: all that follow
     int m_error = 0;               ///< the error number that it fails with
-    std::optional<size_t> m_bytes; ///< instead: a write takes this many bytes and leaves the rest
+    std::optional<size_t> m_bytes; ///< instead of an error: a write takes this many bytes and leaves the rest
 };
 
 struct DriverFile {

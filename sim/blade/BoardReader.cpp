@@ -1,4 +1,4 @@
-// Reads what a blade file says of the board: the keys "ethernet" and "pstn_driver".
+// Reads what a blade file says about the board: the keys "ethernet" and "pstn_driver".
 #include "sim/blade/BoardReader.h"
 
 #include "sim/blade/MacText.h"
@@ -13,11 +13,11 @@
 namespace bladesim {
 namespace {
 
-constexpr uint8_t GroupMac = 0x01; // bit of the first byte: an address of many, which no interface has
-// Linux has no error number above.
+constexpr uint8_t GroupMac = 0x01; // bit of the first byte: a group's address, which no interface has
+// The largest error number of Linux.
 constexpr int MaxErrno = 4095;
 
-/// What the kernel takes as a name, without those that only confuse.
+/// The names that the kernel takes, except confusing ones.
 bool IsInterfaceName(const std::string& name) {
     const auto isGood = [](char character) {
         return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||

@@ -1,4 +1,4 @@
-// Reads what a blade file says of the board: the keys "ethernet" and "pstn_driver".
+// Reads what a blade file says about the board: the keys "ethernet" and "pstn_driver".
 #pragma once
 
 #include "sim/base/JsonReader.h"

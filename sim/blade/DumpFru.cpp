@@ -39,7 +39,7 @@ void WriteInto(const std::string& file, const Bytes& bytes) {
     WriteAll(fd.Get(), bytes, file);
 }
 
-/// A file beside the one that it replaces in the end; removed when it comes to nothing.
+/// A temporary file that replaces the real one in the end, or is removed.
 class Replacement {
 public:
     explicit Replacement(const std::string& file)

@@ -7,8 +7,8 @@
 
 namespace bladesim {
 
-/// The file is replaced as a whole or, when something fails, left as it was; a device or a pipe is written to. Throws a
-/// BladeError: the blade has no such FRU, the FRU has no inventory, the file cannot be written.
+/// Replaces the file as a whole or, when something fails, leaves it as it was; writes straight to a device or a pipe.
+/// Throws a BladeError when the blade has no such FRU, the FRU has no inventory or the file cannot be written.
 void DumpFru(const Blade& blade, unsigned id, const std::string& file);
 
 } // namespace bladesim

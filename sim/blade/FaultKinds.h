@@ -1,4 +1,4 @@
-// The kinds of fault by name, as blade files and command lines have them.
+// The names of the kinds of fault, in blade files and on command lines.
 #pragma once
 
 #include "sim/blade/Blade.h"
@@ -12,7 +12,7 @@ namespace bladesim {
 struct FaultKindText {
     FaultKind m_kind;
     const char* m_name;
-    std::optional<unsigned> m_maxArgument; ///< nothing: it takes no argument
+    std::optional<unsigned> m_maxArgument; ///< nullopt: it takes no argument
 };
 
 constexpr unsigned MaxFaultMilliseconds = 600'000;
@@ -37,7 +37,7 @@ constexpr const FaultKindText* FindFaultKind(std::string_view name) {
     return nullptr;
 }
 
-/// "completion-code, reply, …": what may stand there.
+/// "completion-code, reply, …": every name, for messages.
 std::string FaultKindNames();
 
 } // namespace bladesim

@@ -8,7 +8,7 @@
 namespace bladesim {
 namespace {
 
-// Network function and command: with less every request would be hit.
+// Network function and command; anything shorter would hit too much.
 constexpr size_t MinRequest = 2;
 
 std::vector<std::optional<uint8_t>> ReadRequest(JsonObject& object) {

@@ -20,7 +20,7 @@ constexpr uint8_t MultiRecordVersion = 2;
 constexpr uint8_t EndOfList = 0x80;
 constexpr size_t AreaUnit = 8;
 
-/// What makes the bytes sum to zero, or to one when it shall be bad.
+/// The byte that makes the sum zero, or one when it is to be wrong.
 template <typename Iterator>
 uint8_t Checksum(Iterator begin, Iterator end, bool bad) {
     return static_cast<uint8_t>((bad ? 1U : 0U) - std::accumulate(begin, end, 0U));
@@ -44,13 +44,13 @@ void FinishArea(Bytes& area, bool badChecksum) {
 Bytes InfoArea(Bytes area, std::initializer_list<const std::string*> texts, bool badChecksum) {
     for (const auto* text : texts)
         AddText(area, *text);
-    AddText(area, {}); // the FRU file id, which nobody uses
+    AddText(area, {}); // the FRU file id, unused
     FinishArea(area, badChecksum);
     return area;
 }
 
 Bytes BoardArea(const BoardTexts& board, bool badChecksum) {
-    // The three zeros are the manufacturing date: unspecified.
+    // The three zeros are an unspecified manufacturing date.
     return InfoArea({FormatVersion, 0, LanguageEnglish, 0, 0, 0},
                     {&board.m_manufacturer, &board.m_productName, &board.m_serialNumber, &board.m_partNumber},
                     badChecksum);

@@ -1,4 +1,4 @@
-// Bytes as people write them: pairs of hexadecimal digits with blanks between ("2c 02 00 ff").
+// Bytes as people write them: pairs of hexadecimal digits separated by blanks ("2c 02 00 ff").
 #include "sim/blade/HexText.h"
 
 #include <charconv>

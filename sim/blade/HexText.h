@@ -1,4 +1,4 @@
-// Bytes as people write them: pairs of hexadecimal digits with blanks between ("2c 02 00 ff").
+// Bytes as people write them: pairs of hexadecimal digits separated by blanks ("2c 02 00 ff").
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace bladesim {
 
-/// Nothing when the text is anything else; an empty text is no bytes.
+/// nullopt when the text is anything else; an empty text means no bytes.
 std::optional<std::vector<uint8_t>> HexBytes(const std::string& text);
 
 /// The same, where "??" stands for any byte.

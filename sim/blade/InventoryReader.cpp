@@ -1,4 +1,4 @@
-// Reads what a blade file says of one inventory area.
+// Reads the inventory of one FRU from a blade file.
 #include "sim/blade/InventoryReader.h"
 
 #include "sim/blade/FruImage.h"
@@ -10,7 +10,7 @@
 namespace bladesim {
 namespace {
 
-// The vendor records of this system: type of the multirecord, manufacturer, kind and a byte that nobody reads.
+// The vendor records of this system: type of the multirecord, manufacturer, kind and an unused byte.
 constexpr uint8_t VendorRecordType = 0xC0;
 constexpr uint8_t KindAMC = 2;
 constexpr uint8_t KindRTM = 3;
@@ -28,8 +28,8 @@ std::vector<uint8_t> ReadBytes(JsonObject& object, const char* key, const std::s
     return *bytes;
 }
 
-/// UTF-8 to the bytes of an image, ISO 8859-1; nothing when a character has no such byte. The parser has seen to it
-/// that no sequence is cut short.
+/// UTF-8 to the bytes of an image, ISO 8859-1; nullopt when a character has no such byte. The parser has checked that
+/// every sequence is whole.
 std::optional<std::string> Latin1(const std::string& text) {
     std::string bytes;
     for (size_t index = 0; index < text.size(); ++index) {
@@ -97,7 +97,7 @@ RawMultirecord ReadDSPs(JsonObject& inventory) {
         record.m_data.push_back(dsp.Byte("type"));
         const auto mac = ReadMac(dsp);
         record.m_data.insert(record.m_data.end(), mac.begin(), mac.end());
-        record.m_data.push_back(0); // nobody reads it
+        record.m_data.push_back(0); // unused
         dsp.RejectOthers();
     }
     return record;
@@ -137,7 +137,7 @@ BadChecksums ReadBadChecksums(JsonObject& object) {
     return bad;
 }
 
-/// Lines of bytes, or all in one.
+/// Bytes as one text, or as a list of texts.
 std::vector<uint8_t> ReadRaw(JsonObject& object) {
     std::string text;
     if (object.HasList("raw")) {

@@ -1,4 +1,4 @@
-// Reads what a blade file says of one inventory area.
+// Reads the inventory of one FRU from a blade file.
 #pragma once
 
 #include "sim/base/JsonReader.h"

@@ -1,4 +1,4 @@
-// The LED colours by name, as blade files and reports have them.
+// The names of the LED colours, in blade files and reports.
 #pragma once
 
 #include "sim/blade/Blade.h"

@@ -10,7 +10,7 @@ namespace bladesim {
 
 using MacAddress = std::array<uint8_t, 6>;
 
-/// Nothing when the text is anything else.
+/// nullopt when the text is anything else.
 std::optional<MacAddress> MacBytes(std::string text);
 
 } // namespace bladesim

@@ -69,7 +69,7 @@ private:
     std::string CommandFile() const { return m_folder + "/controller.cmd"; }
     std::string StateFolder() const { return m_folder + "/state"; }
 
-    /// A controller remembers nothing of one before it.
+    /// A new controller remembers nothing of the one before it.
     void WriteFiles() const {
         std::filesystem::remove_all(StateFolder());
         std::filesystem::create_directories(StateFolder() + "/ipmi_sim/" + SimulatorName);
@@ -77,7 +77,7 @@ private:
         WriteFile(CommandFile(), SimulatorCommands(m_blade));
     }
 
-    /// Not with -n: then its errors would go to the system's log only. Without it, it wants a standard input that stays
+    /// Not with -n, which would send its errors to the system log only. Without -n it needs a standard input that stays
     /// open.
     void Start() {
         std::array<int, 2> pipe{};
@@ -124,7 +124,8 @@ private:
             Fail("it closed its VM port");
     }
 
-    /// A reply without an error says that the commands were carried out; after an error in them there is no controller.
+    /// A reply without an error means that ipmi_sim has carried the commands out; after an error in them there is no
+    /// controller.
     void AskDeviceId() {
         constexpr uint8_t app = 0x06;
         constexpr uint8_t getDeviceId = 0x01;

@@ -12,15 +12,15 @@ namespace bladesim {
 
 struct RunningController {
     pid_t m_process = -1; ///< child of the caller
-    UniqueFd m_input;     ///< its standard input, which it wants open
+    UniqueFd m_input;     ///< its standard input, which must stay open
     UniqueFd m_vmPort;    ///< connected, greeted, and it has answered
 };
 
-/// Throws a BladeError with the end of ipmi_sim's log when it does not come up. The run folder gets its files; those
-/// of a controller before it are replaced.
+/// Writes its files to the run folder, over those of a controller before it. Throws a BladeError with the end of
+/// ipmi_sim's log when it does not come up.
 RunningController StartController(const Blade& blade, const Paths& paths);
 
-/// Kills it, as a controller that loses its power; it has ended when this returns.
+/// Kills it, as a loss of power would; it has ended when this returns.
 void StopController(RunningController& controller);
 
 } // namespace bladesim

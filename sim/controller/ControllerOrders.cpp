@@ -1,4 +1,4 @@
-// How the driver has the controller stopped and started by the process whose child it is.
+// How the driver has the controller's parent process stop and start it.
 #include "sim/controller/ControllerOrders.h"
 
 #include "sim/base/PassedFd.h"

@@ -1,4 +1,4 @@
-// How the driver has the controller stopped and started by the process whose child it is.
+// How the driver has the controller's parent process stop and start it.
 #pragma once
 
 #include "sim/base/UniqueFd.h"
@@ -11,13 +11,13 @@ namespace bladesim {
 
 enum class ControllerOrder : uint8_t { Stop, Start, Restart };
 
-/// Each order has one answer, in the order of the orders.
+/// Each order gets one answer; answers come in the order of the orders.
 struct ControllerAnswer {
-    std::string m_error; ///< empty: it is done
+    std::string m_error; ///< empty: done
     UniqueFd m_vmPort;   ///< of a controller that was started: connected, greeted, and it has answered
 };
 
-// Packets on a socket pair of type SOCK_SEQPACKET. What is received is nothing when the other side has ended.
+// Packets on a socket pair of type SOCK_SEQPACKET. Receiving gives nullopt when the other side has ended.
 void SendOrder(int socket, ControllerOrder order);
 std::optional<ControllerOrder> ReceiveOrder(int socket);
 void SendAnswer(int socket, const ControllerAnswer& answer);

@@ -1,4 +1,4 @@
-// The SDR repository of a carrier's controller: where it and its FRUs are to be found, and their names.
+// The SDR repository of a carrier's controller: locators and names of the controller and its FRUs.
 #include "sim/controller/SdrRecords.h"
 
 #include "sim/controller/SimulatorConfig.h"
@@ -27,7 +27,7 @@ struct EntityOfSite {
 // PICMG 3.0 and AMC.0: front board, AMC, rear transition module.
 constexpr EntityOfSite Entities[] = {{0, 0xA0}, {7, 0xC1}, {9, 0xC0}};
 constexpr uint8_t UnknownEntity = 0;
-constexpr uint8_t DeviceRelative = 0x60; // first entity instance that counts for this controller alone
+constexpr uint8_t DeviceRelative = 0x60; // the first device-relative entity instance
 
 uint8_t EntityId(const Site& site) {
     for (const EntityOfSite& entity : Entities) {
@@ -42,7 +42,7 @@ uint8_t EntityInstance(const Fru& fru) {
     return static_cast<uint8_t>(DeviceRelative + number);
 }
 
-/// A text of one character would read as the end of the fields; blade files have none.
+/// A text of one character would read as the end of the fields; blade files cannot hold one.
 std::string NameOf(const Fru& fru) {
     const Inventory inventory = fru.m_inventory.value_or(Inventory());
     std::string name = inventory.m_product.value_or(ProductTexts()).m_name;
@@ -50,7 +50,7 @@ std::string NameOf(const Fru& fru) {
     return name.empty() ? "FRU " + std::to_string(fru.m_id) : name;
 }
 
-/// Puts header and name around the key and body bytes of a locator, which both kinds have alike.
+/// Puts header and name, which both kinds share, around the key and body bytes of a locator.
 SdrRecord Locator(uint8_t type, const std::vector<uint8_t>& body, const Fru& fru) {
     const std::string name = NameOf(fru).substr(0, MaxName);
     const std::array tail = {EntityId(fru.m_site), EntityInstance(fru), uint8_t{0},

@@ -1,4 +1,4 @@
-// The SDR repository of a carrier's controller: where it and its FRUs are to be found, and their names.
+// The SDR repository of a carrier's controller: locators and names of the controller and its FRUs.
 #pragma once
 
 #include "sim/blade/Blade.h"

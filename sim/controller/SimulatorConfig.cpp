@@ -16,7 +16,7 @@ std::ostringstream Script() {
     return script;
 }
 
-/// ipmi_sim knows no way to write a quotation mark into a text, and a line ends where it ends.
+/// ipmi_sim's files have no way to quote a quotation mark or a line break.
 std::string Quoted(const std::string& file) {
     if (file.find_first_of("\"\n") != std::string::npos) {
         throw BladeError(file + ": a path with a quotation mark or a line break cannot be given to ipmi_sim");

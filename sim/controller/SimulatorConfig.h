@@ -25,7 +25,7 @@ constexpr uint8_t DeviceSupport = 0x9F;
 /// The interfaces: LAN for ipmitool, VM port for the driver, console; and the carrier module with its blade file.
 std::string SimulatorInterfaces(const Blade& blade, const std::string& moduleFile);
 
-/// The commands that make the controller. Its FRUs are the carrier module's.
+/// The commands that make the controller. The carrier module adds its FRUs.
 std::string SimulatorCommands(const Blade& blade);
 
 } // namespace bladesim

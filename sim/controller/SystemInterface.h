@@ -1,4 +1,4 @@
-// Who works the system interface of a blade's controller. Everything else of the blade is there in any case.
+// Who serves the system interface of a blade's controller. The rest of the blade is the same in each case.
 #pragma once
 
 #include <algorithm>
@@ -9,10 +9,10 @@
 namespace bladesim {
 
 enum class SystemInterface : uint8_t {
-    Bridge,  ///< bladesim's driver: COMMAND has a /dev/ipmi0 of the blade's own
-    None,    ///< nobody: there is neither a controller nor a /dev/ipmi0
-    Machine, ///< this machine's kernel: its /dev/ipmi0 is COMMAND's, and the controller behind it is none of bladesim's
-    Guest,   ///< a virtual machine that COMMAND starts, and to which the controller's port is left
+    Bridge,  ///< bladesim's driver: COMMAND finds the blade's own /dev/ipmi0
+    None,    ///< nobody: no controller, no /dev/ipmi0
+    Machine, ///< this machine's kernel: COMMAND uses its /dev/ipmi0, whatever controller that has
+    Guest,   ///< a virtual machine that COMMAND starts: it connects to the controller's port
 };
 
 struct SystemInterfaceName {
@@ -27,14 +27,14 @@ constexpr SystemInterfaceName SystemInterfaces[] = {
     {"guest", SystemInterface::Guest},
 };
 
-/// The variable in COMMAND's environment that has the name.
+/// The variable in COMMAND's environment that holds the name.
 constexpr char SystemInterfaceVariable[] = "BLADESIM_IPMI";
 
 inline std::string NameOf(SystemInterface interface) {
     return std::string(std::ranges::find(SystemInterfaces, interface, &SystemInterfaceName::m_interface)->m_name);
 }
 
-/// The blade has a controller of its own.
+/// Whether the blade has its own controller.
 constexpr bool HasController(SystemInterface interface) {
     return interface == SystemInterface::Bridge || interface == SystemInterface::Guest;
 }

@@ -34,11 +34,10 @@ using VmFrame = std::variant<VmMessage, VmControl>;
 std::vector<uint8_t> Encode(const VmMessage& message);
 std::vector<uint8_t> Encode(const VmControl& control);
 
-/// What a host says when it connects: protocol version 1, none of the power and reset capabilities.
+/// A host's greeting: protocol version 1, no power or reset capabilities.
 std::vector<uint8_t> VMGreeting();
 
-/// Takes the stream byte by byte. What is no frame (bad checksum, too short, too long, ended within an escape) is
-/// dropped.
+/// Takes the stream byte by byte. Drops bad frames: wrong checksum, too short, too long, ended within an escape.
 class VmDecoder {
 public:
     /// The frame that this byte completes, if any.

@@ -1,4 +1,4 @@
-// The names of IPMI commands, for people who read what was asked.
+// The names of IPMI commands, for people who read the log.
 #include "sim/driver/CommandNames.h"
 
 #include <algorithm>

@@ -1,12 +1,12 @@
-// The names of IPMI commands, for people who read what was asked.
+// The names of IPMI commands, for people who read the log.
 #pragma once
 
 #include <cstdint>
 
 namespace bladesim {
 
-/// The name in the standards; empty for a command that nobody asks of a carrier's controller. What is in the group
-/// extension is taken for PICMG's.
+/// The name in the standards; empty for a command that nobody sends to a carrier's controller. Group extension commands
+/// are taken to be PICMG's.
 const char* CommandName(uint8_t netFn, uint8_t command);
 
 } // namespace bladesim

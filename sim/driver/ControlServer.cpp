@@ -16,7 +16,7 @@
 namespace bladesim {
 namespace {
 
-// No order comes near it.
+// Far longer than any order.
 constexpr size_t MaxLine = 64 * 1024;
 
 constexpr char Refusal[] = "{\"error\":\"only the blade's user and root may give it orders\"}\n";
@@ -79,7 +79,7 @@ void ControlServer::Answer(ClientId client, const std::string& line) {
     const auto found = m_clients.find(client);
     if (found == m_clients.end()) return;
     found->second.m_out += line + "\n";
-    // A client that cannot be written to is noticed by its end of file.
+    // A client that cannot be written to shows up as end of file.
     Write(found->second);
 }
 

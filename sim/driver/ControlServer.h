@@ -13,29 +13,29 @@ struct pollfd;
 
 namespace bladesim {
 
-/// The socket on which orders come; clients may come before anybody serves it. Throws a BladeError.
+/// The socket for orders; clients may connect before anybody serves it. Throws a BladeError.
 UniqueFd ListenForOrders();
 
 /// Who is neither the user of this process nor root is answered once, with an error, and told on standard error.
 class ControlServer {
 public:
-    /// Names a client for as long as it is connected, and nobody afterwards.
+    /// Identifies a client while it is connected; never given again.
     using ClientId = uint64_t;
     using TakeOrder = std::function<void(ClientId, const std::string&)>;
 
     ControlServer(UniqueFd listener, TakeOrder takeOrder);
 
     void AddEvents(std::vector<pollfd>& events) const;
-    /// False when the event's descriptor is none of this server's.
+    /// False when the event's descriptor is not one of this server's.
     bool Handle(const pollfd& event);
-    /// Sends a line, as fast as the client reads. A client that has gone misses nothing.
+    /// Sends a line, as fast as the client reads. Does nothing when the client has gone.
     void Answer(ClientId client, const std::string& line);
 
 private:
     struct Client {
         UniqueFd m_socket;
-        std::string m_in;  ///< not yet a line
-        std::string m_out; ///< not yet taken
+        std::string m_in;  ///< received, not yet a whole line
+        std::string m_out; ///< not yet sent
     };
     using Clients = std::map<ClientId, Client>;
 

@@ -1,5 +1,4 @@
-// The part of the kernel's IPMI driver: stands between the programs that opened /dev/ipmi0 and the controller's VM
-// port.
+// Plays the kernel's IPMI driver, between the programs that opened /dev/ipmi0 and the controller's VM port.
 #include "sim/driver/Driver.h"
 
 #include "sim/base/DriverAddress.h"
@@ -18,7 +17,7 @@
 namespace bladesim {
 namespace {
 
-// The kernel keeps as many answers for an opener as there are. This is room for more than anybody leaves unread.
+// The kernel keeps any number of answers for an opener. This is room for more than anybody leaves unread.
 constexpr int OpenerQueue = 16 * 1024 * 1024;
 
 int AddressTypeOf(const BridgePacket& packet) {
@@ -116,7 +115,7 @@ std::optional<Driver::Clock::time_point> Driver::NextDeadline() const {
     return next;
 }
 
-/// In the order of time, however late it has become.
+/// In order of their times, even when several are overdue.
 void Driver::DoWhatIsDue() {
     const Clock::time_point now = Clock::now();
     for (auto next = NextDeadline(); next && *next <= now; next = NextDeadline()) {
@@ -147,7 +146,7 @@ void Driver::ReadOpener(int opener) {
         m_openers.erase(opener);
         return;
     }
-    // Something else than a packet of the preload library was written to the descriptor by hand.
+    // Somebody wrote to the descriptor; this is not a packet of the preload library.
     if (!IsWhole(packet, static_cast<size_t>(size))) return;
     if (packet.m_receiveType == CallPacket)
         Call(opener, packet, answerSocket.Get());
@@ -161,7 +160,7 @@ void Driver::TakeRequest(int opener, const BridgePacket& request) {
     const uint64_t entry = m_log.Add(m_openers.at(opener).m_number, BytesOf(request), ipmb);
     if (!ipmb)
         m_queue.Add(opener, request, entry);
-    else // Nobody else is on the IPMB; the kernel says so after its retries, here there is no need to wait.
+    else // Nobody else is on the IPMB. The kernel says so after its retries; here there is no need to wait.
         Deliver({opener, entry, TimeOutAnswer(request)});
 }
 
@@ -175,7 +174,7 @@ void Driver::Call(int opener, const BridgePacket& call, int answerSocket) {
     ::send(answerSocket, &answer, PacketSize(answer), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
-/// Requests go out one at a time; those that a fault answers make room for the next at once.
+/// Requests go out one at a time; one that a fault answers makes room for the next at once.
 void Driver::SendNext() {
     while (const auto started = m_queue.Start(Clock::now())) {
         m_entryOf[started->m_message.m_sequence] = started->m_entry;
@@ -193,7 +192,7 @@ void Driver::SendNext() {
 void Driver::SendToController(const VmMessage& request) {
     if (!m_vmPort) return;
     const std::vector<uint8_t> bytes = Encode(request);
-    // What cannot be sent gets no reply: the time-out answers.
+    // A request that cannot be sent gets no reply; the time-out answers it.
     if (::send(m_vmPort.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) < 0) {
         m_vmPort.Reset();
         m_controllerIsUp = false;
@@ -213,7 +212,7 @@ void Driver::ReadVMPort() {
     }
     for (ssize_t index = 0; index < size; ++index) {
         const auto frame = m_decoder.Feed(bytes[static_cast<size_t>(index)]);
-        // Control commands of the controller (attention, power, reset) have no meaning for this host.
+        // The controller's control commands (attention, power, reset) mean nothing to this host.
         const auto* const message = frame ? std::get_if<VmMessage>(&*frame) : nullptr;
         if (message == nullptr) continue;
         for (const WireReply& reply : m_wire.Receive(*message, Clock::now()))
@@ -236,8 +235,7 @@ void Driver::Deliver(const Answer& answer) {
     m_log.Answer(answer.m_entry, answer.m_packet.m_data[0]);
     if (answer.m_opener == Nobody) return;
     Trace("answer ", answer.m_packet);
-    // An opener that does not read loses what does not fit into its queue; one that has closed is noticed by its end of
-    // file.
+    // An opener that does not read loses what does not fit into its queue; one that has closed shows up as end of file.
     if (::send(answer.m_opener, &answer.m_packet, PacketSize(answer.m_packet), MSG_NOSIGNAL | MSG_DONTWAIT) < 0)
         Trace("lost   ", answer.m_packet);
 }

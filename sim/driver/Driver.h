@@ -1,5 +1,5 @@
-// The part of the kernel's IPMI driver: stands between the programs that opened /dev/ipmi0 and the controller's VM
-// port. What goes wrong on the way and what is told about it is ordered through a control socket.
+// Plays the kernel's IPMI driver, between the programs that opened /dev/ipmi0 and the controller's VM port. Faults and
+// reports are ordered through a control socket.
 #pragma once
 
 #include "sim/base/UniqueFd.h"
@@ -27,11 +27,11 @@ struct pollfd;
 
 namespace bladesim {
 
-/// The socket on which the driver takes openers; openers may come before it runs. Throws a BladeError.
+/// The socket for openers, who may connect before the driver runs. Throws a BladeError.
 UniqueFd ListenForOpeners();
 
-/// What a driver works on; all of it is closed with the driver. Where a guest works the system interface, it has
-/// neither a connection nor openers, and only takes the orders for the controller's coming and going.
+/// What a driver works with; it closes all of it when it ends. When a guest serves the system interface there are no
+/// connection and no openers, only the orders to stop and start the controller.
 struct DriverSetup {
     UniqueFd m_vmPort;     ///< a connection to the controller
     UniqueFd m_openers;    ///< as from ListenForOpeners
@@ -47,7 +47,7 @@ class Driver {
 public:
     explicit Driver(DriverSetup setup);
 
-    /// Serves for ever; the process ends with the blade.
+    /// Never returns; the process ends with the blade.
     [[noreturn]] void Run();
 
 private:
@@ -61,7 +61,7 @@ private:
 
     struct Opener {
         UniqueFd m_socket;
-        unsigned m_number = 0; ///< counted from 1 in the order of open
+        unsigned m_number = 0; ///< counted from 1 in the order of opening
     };
 
     void WaitForEvents(std::vector<pollfd>& events) const;
@@ -109,9 +109,9 @@ private:
     VmDecoder m_decoder;
     RequestLog m_log;
     std::array<uint64_t, 256> m_entryOf{};       ///< by sequence number
-    std::deque<Ordered> m_awaitingController;    ///< what is to be answered next
-    bool m_controllerIsUp = true;                ///< as its connection and the orders tell
-    std::optional<Clock::time_point> m_comeBack; ///< when the controller is to be started again
+    std::deque<Ordered> m_awaitingController;    ///< who waits for the controller's answers, in order
+    bool m_controllerIsUp = true;                ///< as far as its connection and the orders show
+    std::optional<Clock::time_point> m_comeBack; ///< when to start the controller again
 };
 
 } // namespace bladesim

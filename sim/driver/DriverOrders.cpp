@@ -1,4 +1,4 @@
-// The driver's orders: faults, the log, and the controller's coming and going.
+// The driver's orders: faults, the log, and stopping and starting the controller.
 #include "sim/driver/Driver.h"
 
 #include "sim/base/Error.h"
@@ -51,7 +51,7 @@ void Driver::TakeOrder(ClientId client, const std::string& line) {
     struct Order {
         const char* m_name;
         json (Driver::*m_do)(const json&);
-        bool m_ofRequests = true; ///< wants requests that pass here, which those of a guest do not
+        bool m_ofRequests = true; ///< needs requests to pass through the driver, which a guest's do not
     };
     static constexpr Order orders[] = {
         {"fault add", &Driver::AddFault},         {"fault list", &Driver::ListFaults},
@@ -103,7 +103,7 @@ json Driver::ClearFaults(const json& order) {
     return json();
 }
 
-/// The result is how many replies were kept.
+/// The result is how many replies had been kept.
 json Driver::ReleaseReplies(const json& /*order*/) {
     const auto replies = m_wire.Release();
     for (const WireReply& reply : replies)
@@ -142,7 +142,7 @@ void Driver::OrderController(ControllerOrder order, ClientId client) {
 
 void Driver::ReadControllerAnswer() {
     auto answer = ReceiveAnswer(m_controller.Get());
-    // Whoever does the orders ends with the blade.
+    // The process that carries the orders out ends with the blade.
     if (!answer || m_awaitingController.empty()) ::_exit(EXIT_FAILURE);
     const auto [client, order] = m_awaitingController.front();
     m_awaitingController.pop_front();

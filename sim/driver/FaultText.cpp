@@ -1,4 +1,4 @@
-// Faults as orders have them: JSON with the keys of the blade file, and the words of a command line.
+// Faults in orders: as JSON with the keys of the blade file, and as words of a command line.
 #include "sim/driver/FaultText.h"
 
 #include "sim/base/Error.h"
@@ -44,7 +44,7 @@ const char* FaultKindName(FaultKind kind) {
 }
 
 Fault FaultFromJson(const json& fault) {
-    // The reader's messages begin with file and line, which there are none of here.
+    // The reader's messages begin with file and line; an order has neither.
     constexpr std::string_view place = "fault:1: ";
     const JsonFile file{"fault", fault, {{"", 1}}};
     try {

@@ -1,4 +1,4 @@
-// Faults as orders have them: JSON with the keys of the blade file, and the words of a command line.
+// Faults in orders: as JSON with the keys of the blade file, and as words of a command line.
 #pragma once
 
 #include "sim/driver/Faults.h"
@@ -18,7 +18,7 @@ const char* FaultKindName(FaultKind kind);
 
 /// An object of "faults" in a blade file. Throws a BladeError that says which key is wrong.
 Fault FaultFromJson(const nlohmann::json& fault);
-/// The other way round: FaultFromJson makes the same fault of it.
+/// The inverse of FaultFromJson.
 nlohmann::json FaultToJson(const Fault& fault);
 /// The same with its number and what it has hit.
 nlohmann::json FaultToJson(const OrderedFault& fault);

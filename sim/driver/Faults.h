@@ -12,7 +12,7 @@ namespace bladesim {
 struct OrderedFault {
     unsigned m_number = 0; ///< counted from 1 in the order of Add; never given again
     Fault m_fault;
-    unsigned m_seen = 0; ///< requests that looked like its own
+    unsigned m_seen = 0; ///< requests that matched
     unsigned m_hits = 0; ///< those of them that it hit
 };
 
@@ -25,8 +25,8 @@ public:
     void Clear();
     const std::vector<OrderedFault>& List() const { return m_faults; }
 
-    /// To be called once with each request: network function, command, data. All faults count it; of those that would
-    /// hit it the one ordered first does. Null when none does; otherwise valid until the table is changed.
+    /// Call it once with each request: network function, command, data. Every fault that matches counts the request; of
+    /// those that are due the one ordered first hits it. Null when none does; otherwise valid until the table changes.
     const Fault* Hit(const std::vector<uint8_t>& request);
 
 private:

@@ -22,8 +22,8 @@ VmMessage ReplyTo(const VmMessage& request, const std::vector<uint8_t>& data) {
     return {request.m_sequence, static_cast<uint8_t>(request.m_netFn | 1), request.m_lun, request.m_command, data};
 }
 
-/// FRU inventory commands name the FRU first, those of PICMG behind the group's id. A request without one stays as it
-/// is.
+/// FRU inventory commands name the FRU first, those of PICMG after the group's id. A request that names none stays as
+/// it is.
 VmMessage ForOtherFru(VmMessage request, unsigned fru) {
     const bool named = request.m_netFn == Storage || request.m_netFn == GroupExtension;
     const size_t place = request.m_netFn == Storage ? 0 : 1;
@@ -34,7 +34,7 @@ VmMessage ForOtherFru(VmMessage request, unsigned fru) {
 } // namespace
 
 WireRequest FaultyWire::Send(const VmMessage& request) {
-    // Sequence numbers come round: what an older request of this number left must not pass for the new one's.
+    // Sequence numbers wrap around: what an older request of this number left must not count as the new one's.
     m_owed.erase(request.m_sequence);
     std::erase_if(m_held, [&](const Held& held) { return held.m_reply.m_sequence == request.m_sequence; });
 

@@ -13,7 +13,7 @@
 
 namespace bladesim {
 
-/// What becomes of a request.
+/// What happens to a request.
 struct WireRequest {
     std::optional<VmMessage> m_forController;
     std::optional<VmMessage> m_reply;                ///< comes instead of the controller's
@@ -24,7 +24,7 @@ struct WireRequest {
 /// A reply that reaches the driver.
 struct WireReply {
     VmMessage m_message;
-    bool m_twice = false; ///< the driver is to hand its answer out twice, which a sound driver never does
+    bool m_twice = false; ///< the opener is to get its answer twice, which a correct driver never does
 };
 
 class FaultyWire {
@@ -35,25 +35,25 @@ public:
     explicit FaultyWire(FaultTable& faults) : m_faults(faults) {}
 
     WireRequest Send(const VmMessage& request);
-    /// A reply of the controller: what of it arrives at once.
+    /// Takes a reply of the controller and returns what arrives at once.
     std::vector<WireReply> Receive(const VmMessage& reply, Clock::time_point now);
     /// Late replies whose time has come.
     std::vector<WireReply> Due(Clock::time_point now);
-    /// When the next of them comes; nothing when none is on its way.
+    /// When the next of them is due; nullopt when there is none.
     std::optional<Clock::time_point> Deadline() const;
-    /// Lets go of what was kept as lost: replies that are here arrive, one that the controller still owes will.
+    /// Releases what was kept as lost: replies that are here arrive, and so will one that the controller still owes.
     std::vector<WireReply> Release();
-    /// The controller has gone: it owes no reply any more.
+    /// The controller has gone and owes no more replies.
     void ForgetController();
 
 private:
     struct Held {
         VmMessage m_reply;
-        std::optional<Clock::time_point> m_due; ///< nothing: kept until Release
+        std::optional<Clock::time_point> m_due; ///< nullopt: kept until Release
     };
 
     FaultTable& m_faults;
-    std::map<uint8_t, Fault> m_owed; ///< by sequence number: what is to happen to a reply when it comes
+    std::map<uint8_t, Fault> m_owed; ///< by sequence number: what will happen to the reply
     std::vector<Held> m_held;
 };
 

@@ -1,4 +1,4 @@
-// The calls of the kernel's device that are no messages: what they set and tell, per interface and per opener.
+// The calls of the kernel's device other than messages: what they set and report, per interface and per opener.
 #include "sim/driver/InterfaceCalls.h"
 
 #include <algorithm>
@@ -9,12 +9,12 @@
 namespace bladesim {
 namespace {
 
-// "Whatever the interface's own default is", for an opener that has set nothing.
+// "The interface's own default", for an opener that has set nothing.
 constexpr ipmi_timing_parms DefaultTiming = {-1, 0};
 
 constexpr auto AllChannels = static_cast<unsigned>(IPMI_CHAN_ALL);
 
-/// The argument's size was compared with that of the request.
+/// The caller has checked the argument's size.
 template <typename Value>
 Value Read(const std::vector<uint8_t>& argument) {
     Value value;
@@ -78,7 +78,7 @@ CallResult InterfaceCalls::Do(int opener, uint32_t request, const std::vector<ui
                                         command.chans};
         return request == IPMICTL_REGISTER_FOR_CMD_CHANS ? Register(registration) : Unregister(registration);
     }
-    // No event ever comes from this controller: whoever asks for them waits as on a quiet one.
+    // This controller sends no events: whoever asks for them waits as for those of a quiet one.
     case IPMICTL_SET_GETS_EVENTS_CMD:
         return {};
     default:
@@ -111,7 +111,7 @@ CallResult InterfaceCalls::Channel(uint32_t request, const ipmi_channel_lun_addr
     }
 }
 
-/// The older calls know channel 0 only, and have an unsigned for the value.
+/// The older calls know channel 0 only, and pass the value as an unsigned.
 CallResult InterfaceCalls::ChannelZero(uint32_t request, unsigned value) {
     CallResult result = Channel(request, {0, static_cast<uint8_t>(value)});
     if (result.m_data.empty()) return result;

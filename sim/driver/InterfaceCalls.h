@@ -1,4 +1,4 @@
-// The calls of the kernel's device that are no messages: what they set and tell, per interface and per opener.
+// The calls of the kernel's device other than messages: what they set and report, per interface and per opener.
 #pragma once
 
 #include <linux/ipmi.h>
@@ -22,13 +22,13 @@ public:
 
     /// `request` is the ioctl's number, `argument` what its argument points to.
     CallResult Do(int opener, uint32_t request, const std::vector<uint8_t>& argument);
-    /// An opener has closed: what it registered for and set for itself goes with it.
+    /// An opener has closed: its registrations and settings go with it.
     void Forget(int opener);
 
 private:
     struct ChannelUse {
         uint8_t m_address = 0x20;
-        // The kernel starts with this one, too: the SMS LUN.
+        // The SMS LUN, with which the kernel starts too.
         uint8_t m_lun = 2;
     };
 

@@ -1,5 +1,5 @@
-// The rules by which the kernel's IPMI driver takes or refuses a request before any of it reaches a controller.
-// This file goes into the preload library as well: nothing of the C++ runtime in it.
+// The rules by which the kernel's IPMI driver takes or refuses a request before it reaches a controller. The preload
+// library uses this file too, so nothing here needs the C++ runtime.
 #include "sim/driver/KernelRules.h"
 
 #include "sim/base/BridgePacket.h"
@@ -11,7 +11,7 @@ namespace bladesim {
 namespace {
 
 constexpr unsigned char AppNetFn = 0x06;
-// These are the driver's own business: it manages the sequence numbers of bridged messages.
+// These belong to the driver, which manages the sequence numbers of bridged messages.
 constexpr unsigned char GetMessage = 0x33;
 constexpr unsigned char SendMessage = 0x34;
 constexpr unsigned char ReadEventMessageBuffer = 0x35;

@@ -1,4 +1,4 @@
-// The rules by which the kernel's IPMI driver takes or refuses a request before any of it reaches a controller.
+// The rules by which the kernel's IPMI driver takes or refuses a request before it reaches a controller.
 #pragma once
 
 #include <linux/ipmi.h>

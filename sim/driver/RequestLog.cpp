@@ -1,4 +1,4 @@
-// What was asked of /dev/ipmi0: how often each command, and all requests in their order with how they ended.
+// The requests to /dev/ipmi0: how often each command came, and all requests in order with their outcomes.
 #include "sim/driver/RequestLog.h"
 
 #include "sim/driver/CommandNames.h"

@@ -1,4 +1,4 @@
-// What was asked of /dev/ipmi0: how often each command, and all requests in their order with how they ended.
+// The requests to /dev/ipmi0: how often each command came, and all requests in order with their outcomes.
 #pragma once
 
 #include "sim/blade/Blade.h"
@@ -17,19 +17,20 @@ namespace bladesim {
 
 class RequestLog {
 public:
-    /// Remembers the order of so many requests, the last ones; the counts are of all.
+    /// Keeps the last so many requests; the counts are of all.
     explicit RequestLog(size_t bound = 100'000) : m_bound(bound) {}
 
-    /// A request came: network function, command, data. The opener is a number of the caller's, `ipmb` the address on
-    /// the IPMB that it is for, if it is for none of the controller itself. Returns the entry's number, counted from 1.
+    /// A request came: network function, command, data. `opener` is a number of the caller's, `ipmb` the address on the
+    /// IPMB that the request is for, unless it is for the controller itself. Returns the entry's number, counted from
+    /// 1.
     uint64_t Add(unsigned opener, const std::vector<uint8_t>& request, std::optional<uint8_t> ipmb = {});
-    // For an entry that is forgotten meanwhile, these do nothing.
+    // These do nothing when the entry has been forgotten.
     void Hit(uint64_t entry, FaultKind fault);
-    /// It was answered with this completion code.
+    /// The request was answered with this completion code.
     void Answer(uint64_t entry, uint8_t completionCode);
-    /// A reply to it came when it was outstanding no more, and was dropped.
+    /// A reply came when the request was no longer outstanding, and was dropped.
     void Drop(uint64_t entry);
-    /// Forgets everything; numbers go on.
+    /// Forgets everything, but goes on numbering.
     void Clear();
 
     /// [{"netfn": 6, "command": 1, "name": "Get Device ID", "count": 3}, …] by rising numbers.

@@ -1,5 +1,5 @@
-// What the kernel's driver does with the requests of all who opened /dev/ipmi0: one at a time to the controller, in the
-// order of arrival, each reply to the opener it belongs to, and an answer of its own when the controller gives none.
+// What the kernel's driver does with the requests of all who opened /dev/ipmi0: it sends one at a time to the
+// controller, in order of arrival, passes each reply to its opener, and answers itself when the controller does not.
 #include "sim/driver/RequestQueue.h"
 
 #include <linux/ipmi.h>
@@ -11,10 +11,10 @@
 namespace bladesim {
 namespace {
 
-/// An answer to a request from the address that was asked, as yet without data.
+/// An answer from the address that was asked, still without data.
 BridgePacket AnswerTo(const BridgePacket& request) {
     BridgePacket answer = request;
-    // An answer to what was an answer itself only says whether it could be sent.
+    // The answer to a response only says whether it could be sent.
     const bool response = (request.m_netFn & 1) != 0;
     answer.m_receiveType = response ? IPMI_RESPONSE_RESPONSE_TYPE : IPMI_RESPONSE_RECV_TYPE;
     answer.m_netFn |= 1;
@@ -57,7 +57,7 @@ std::optional<StartedRequest> RequestQueue::Start(Clock::time_point now) {
 std::optional<Answer> RequestQueue::Accept(const VmMessage& reply) {
     if (!m_outstanding) return std::nullopt;
     const BridgePacket& request = m_requests.front().m_packet;
-    // A reply that comes after its time-out, or twice, finds another number here.
+    // A reply that comes too late, or twice, finds another number here.
     const bool ours = reply.m_sequence == m_sequence && reply.m_netFn == (request.m_netFn | 1) &&
                       reply.m_command == request.m_command;
     if (!ours) return std::nullopt;

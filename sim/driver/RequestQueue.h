@@ -1,5 +1,5 @@
-// What the kernel's driver does with the requests of all who opened /dev/ipmi0: one at a time to the controller, in the
-// order of arrival, each reply to the opener it belongs to, and an answer of its own when the controller gives none.
+// What the kernel's driver does with the requests of all who opened /dev/ipmi0: it sends one at a time to the
+// controller, in order of arrival, passes each reply to its opener, and answers itself when the controller does not.
 #pragma once
 
 #include "sim/base/BridgePacket.h"
@@ -12,10 +12,10 @@
 
 namespace bladesim {
 
-/// How long a controller may take, where nothing else is said.
+/// How long a controller may take, by default.
 constexpr std::chrono::milliseconds DriverTimeOut{5000};
 
-/// The opener of an answer when he has closed; descriptors are never negative.
+/// The opener of an answer when the opener has closed; descriptors are never negative.
 constexpr int Nobody = -1;
 
 struct Answer {
@@ -33,20 +33,20 @@ class RequestQueue {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `timeOut` is how long a controller may take; 0: a driver that waits for ever.
+    /// `timeOut` is how long a controller may take; 0: the driver waits for ever.
     explicit RequestQueue(std::chrono::milliseconds timeOut = DriverTimeOut) : m_timeOut(timeOut) {}
 
-    /// Queues a request for the controller. The entry is a number of the caller's by which he knows it again.
+    /// Queues a request for the controller. `entry` is the caller's own number for it.
     void Add(int opener, const BridgePacket& request, uint64_t entry = 0);
-    /// The next request to send, with its sequence number; nothing while one is outstanding.
+    /// The next request to send, with its sequence number; nullopt while one is outstanding.
     std::optional<StartedRequest> Start(Clock::time_point now);
-    /// What a message of the controller means; nothing when it answers nothing that is outstanding.
+    /// The answer in a message of the controller; nullopt when it answers no outstanding request.
     std::optional<Answer> Accept(const VmMessage& reply);
-    /// When the outstanding request runs out; nothing when none is outstanding or the driver waits for ever.
+    /// When the outstanding request times out; nullopt when none is outstanding or the driver waits for ever.
     std::optional<Clock::time_point> Deadline() const;
-    /// The time-out answer, when the outstanding request has run out.
+    /// The time-out's answer, when the outstanding request has timed out.
     std::optional<Answer> Expire(Clock::time_point now);
-    /// An opener has closed: his waiting requests are dropped, a reply to the outstanding one goes nowhere.
+    /// An opener has closed: its waiting requests and the reply to its outstanding one are dropped.
     void Forget(int opener);
 
 private:

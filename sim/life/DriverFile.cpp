@@ -1,9 +1,8 @@
-// The file through which the PCI driver is told of the PSTN: /proc/mavkpcidrv/pstn.cfg, and around it the whole of
-// /proc.
+// The file that tells the PCI driver about the PSTN, /proc/mavkpcidrv/pstn.cfg, and around it the whole of /proc.
 //
 // Nothing can be added to the kernel's own /proc, so it moves to /proc/.procfs, and a file system of ours takes its
-// place. That has the driver's file and, for whatever the kernel's has at the moment, a link to it: processes come and
-// go, which links made beforehand could not follow.
+// place. That has the driver's file, and a link to each entry of the kernel's /proc. Processes come and go, so it makes
+// the links when they are asked for.
 #include "sim/life/DriverFile.h"
 
 #include "sim/base/Error.h"
@@ -34,8 +33,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char Proc[] = "/proc";
-constexpr char ProcFs[] = "/proc/.procfs"; // where the kernel's own is
-// As seen from the root of our file system, and the names in it.
+constexpr char ProcFs[] = "/proc/.procfs"; // the kernel's own /proc
+// Paths from the root of our file system, and the names in it.
 constexpr const char* OurProcFs = ProcFs + sizeof(Proc) - 1;
 constexpr const char* OurFile = DriverFilePath + sizeof(Proc) - 1;
 constexpr char OurFolder[] = "/mavkpcidrv";
@@ -89,7 +88,7 @@ private:
     int Keep(const DriverFileAnswer& answer) const {
         if (answer.m_line.empty()) return answer.m_result;
         const std::string line = answer.m_line + "\n";
-        // At once, so that a reader has the line whole or not at all.
+        // In one write, so that readers see the whole line or nothing.
         const ssize_t written = ::write(m_log.Get(), line.data(), line.size());
         return written == static_cast<ssize_t>(line.size()) ? answer.m_result : -EIO;
     }
@@ -102,7 +101,7 @@ DriverFileSystem& Self() {
     return *static_cast<DriverFileSystem*>(::fuse_get_context()->private_data);
 }
 
-/// No exception gets into the library.
+/// No exception may reach the library.
 template <typename Call>
 int Guarded(Call call) {
     try {
@@ -132,7 +131,7 @@ int OnOpen(const char* /*path*/, fuse_file_info* info) {
     const int result = Guarded([](DriverFileSystem& self) { return self.Open(); });
     if (result < 0) return result;
     info->fh = static_cast<uint64_t>(result);
-    info->direct_io = 1; // each write comes as it is
+    info->direct_io = 1; // pass on each write as it is
     info->nonseekable = 1;
     return 0;
 }
@@ -141,12 +140,12 @@ int OnWrite(const char* /*path*/, const char* bytes, size_t size, off_t /*offset
     return Guarded([&](DriverFileSystem& self) { return self.Write(info->fh, {bytes, size}); });
 }
 
-/// The driver has nothing to say.
+/// Reading gives nothing.
 int OnRead(const char* /*path*/, char* /*buffer*/, size_t /*size*/, off_t /*offset*/, fuse_file_info* /*info*/) {
     return 0;
 }
 
-/// A shell's ">" truncates first, which changes nothing.
+/// A shell's ">" truncates first; there is nothing to do.
 int OnTruncate(const char* /*path*/, off_t /*size*/, fuse_file_info* /*info*/) {
     return 0;
 }
@@ -180,7 +179,7 @@ fuse_operations Operations() {
     fuse_args fuseArguments = FUSE_ARGS_INIT(1, arguments);
     const fuse_operations operations = Operations();
     fuse* const session = ::fuse_new(&fuseArguments, &operations, sizeof(operations), &fileSystem);
-    // The library's word for what is mounted already.
+    // How the library names a file system that is mounted already.
     const std::string mountPoint = "/dev/fd/" + std::to_string(device.Get());
     if (session == nullptr || ::fuse_mount(session, mountPoint.c_str()) != 0) ::_exit(EXIT_FAILURE);
     ::fuse_loop(session);
@@ -194,7 +193,7 @@ UniqueFd OpenLog(const std::string& runFolder) {
     return log;
 }
 
-/// The mount that is seen in a folder now, with all below it.
+/// The mount that is visible at a folder now, with all below it.
 UniqueFd CopyMount(const char* folder) {
     UniqueFd mount(::open_tree(AT_FDCWD, folder, OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC | AT_RECURSIVE));
     if (!mount) ThrowErrno(std::string(folder) + ": cannot be moved aside for " + DriverFilePath);
@@ -220,7 +219,7 @@ pid_t StartDriverFile(const DriverFile& file, const std::string& runFolder) {
     const pid_t process = ::fork();
     if (process < 0) ThrowErrno(std::string(DriverFilePath) + ": cannot be served");
     if (process == 0) Serve(DriverFileSystem(file, std::move(log)), device);
-    // With the other descriptor gone, what is asked of a process that has ended is an error and no endless wait.
+    // With the other descriptor closed, a call fails when the serving process has ended; it does not wait for ever.
     device.Reset();
     if (::move_mount(procFs.Get(), "", AT_FDCWD, ProcFs, MOVE_MOUNT_F_EMPTY_PATH) != 0)
         ThrowErrno(std::string(ProcFs) + ": the kernel's /proc cannot be mounted here");

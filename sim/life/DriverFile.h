@@ -1,5 +1,4 @@
-// The file through which the PCI driver is told of the PSTN: /proc/mavkpcidrv/pstn.cfg, and around it the whole of
-// /proc.
+// The file that tells the PCI driver about the PSTN, /proc/mavkpcidrv/pstn.cfg, and around it the whole of /proc.
 #pragma once
 
 #include "sim/blade/Board.h"

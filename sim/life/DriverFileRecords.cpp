@@ -1,4 +1,4 @@
-// What the PCI driver is told through its file, call by call: each write is one record.
+// What the PCI driver is told through its file: each write is one record.
 #include "sim/life/DriverFileRecords.h"
 
 #include "platform/src/ByteText.h"

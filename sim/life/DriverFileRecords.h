@@ -1,4 +1,4 @@
-// What the PCI driver is told through its file, call by call: each write is one record.
+// What the PCI driver is told through its file: each write is one record.
 #pragma once
 
 #include "sim/blade/Board.h"
@@ -9,13 +9,13 @@
 
 namespace bladesim {
 
-/// The driver takes a record of so many bytes at most.
+/// The driver takes at most so many bytes a record.
 constexpr size_t MaxDriverRecord = 4096;
 
-/// What becomes of a call.
+/// The outcome of a call.
 struct DriverFileAnswer {
     int m_result = 0;   ///< the open's number, the bytes that a write took, or a negative error number
-    std::string m_line; ///< what to keep of it: a line of JSON without its end, described in docs/bladesim.md; or none
+    std::string m_line; ///< the line of JSON to log, described in docs/bladesim.md, without its end; may be empty
 };
 
 /// Numbers opens and writes from 1, the refused ones included, and lets faults hit them.
@@ -24,7 +24,7 @@ public:
     explicit DriverFileRecords(DriverFile file) : m_file(std::move(file)) {}
 
     DriverFileAnswer Open();
-    /// `open` is the number that the open was given.
+    /// `open` is the number that Open returned.
     DriverFileAnswer Write(unsigned open, std::string_view record);
 
 private:

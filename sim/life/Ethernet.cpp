@@ -1,4 +1,4 @@
-// The blade's network interfaces: ends of virtual cables, whose other ends nobody in the blade sees.
+// The blade's network interfaces: ends of virtual cables, whose other ends are hidden from the blade.
 #include "sim/life/Ethernet.h"
 
 #include "sim/base/Error.h"
@@ -23,7 +23,7 @@
 namespace bladesim {
 namespace {
 
-/// A netlink message that grows; attributes may have further ones in them.
+/// A netlink message under construction; attributes may contain attributes.
 class NetlinkRequest {
 public:
     NetlinkRequest(uint16_t type, uint16_t flags) {
@@ -44,7 +44,7 @@ public:
         End(begin);
     }
 
-    /// Up to End everything that is added is in this attribute.
+    /// Everything added before End is part of this attribute.
     size_t Begin(uint16_t type) {
         const size_t begin = m_bytes.size();
         rtattr attribute{};
@@ -53,7 +53,7 @@ public:
         return begin;
     }
 
-    /// The length of an attribute is that without the padding behind its value.
+    /// The length of an attribute does not include the padding after its value.
     void End(size_t begin) {
         const auto length = static_cast<uint16_t>(m_unpadded - begin);
         std::memcpy(m_bytes.data() + begin + offsetof(rtattr, rta_len), &length, sizeof(length));
@@ -76,7 +76,7 @@ private:
     size_t m_unpadded = 0;
 };
 
-/// The name with its end, as the kernel wants it.
+/// The name with its terminating zero, which the kernel wants.
 std::string_view WithEnd(const std::string& name) {
     return {name.c_str(), name.size() + 1};
 }
@@ -100,12 +100,12 @@ std::string CableRequest(const EthernetInterface& interface, int farNamespace) {
     return request.Finish();
 }
 
-/// Sends a request and takes the kernel's word for it; false with errno when it was refused.
+/// Sends a request and reads the kernel's verdict; false with errno when it was refused.
 bool Ask(const UniqueFd& socket, const std::string& request) {
     struct {
         nlmsghdr m_header;
         nlmsgerr m_error;
-        std::array<char, 1024> m_rest; // the request once more
+        std::array<char, 1024> m_rest; // the kernel's copy of the request
     } answer{};
     if (::send(socket.Get(), request.data(), request.size(), 0) < 0) return false;
     const ssize_t size = ::recv(socket.Get(), &answer, sizeof(answer), 0);
@@ -143,7 +143,7 @@ UniqueFd OpenSocket(int domain, int type, int protocol) {
     return socket;
 }
 
-/// Unlike /proc a socket tells it everywhere.
+/// A socket tells it even where there is no /proc.
 UniqueFd NamespaceOf(const UniqueFd& socket) {
     UniqueFd networkNamespace(::ioctl(socket.Get(), SIOCGSKNS));
     if (!networkNamespace) ThrowErrno("the network namespace cannot be opened");

@@ -1,4 +1,4 @@
-// The blade's network interfaces: ends of virtual cables, whose other ends nobody in the blade sees.
+// The blade's network interfaces: ends of virtual cables, whose other ends are hidden from the blade.
 #pragma once
 
 #include "sim/base/UniqueFd.h"

@@ -59,7 +59,7 @@ private:
                      HasController(m_options.m_ipmi) ? "" : " without a controller", time.count());
     }
 
-    /// A guest finds the port free, on which the controller has been tried: it takes one connection at a time.
+    /// The controller has been tried; now its port is freed for the guest, since it takes one connection at a time.
     void BringControllerUp() {
         m_controller = StartController(m_options.m_blade, m_options.m_paths);
         if (m_options.m_ipmi == SystemInterface::Guest) m_controller.m_vmPort.Reset();
@@ -70,8 +70,8 @@ private:
         if (board.m_driverFile) m_driverFileProcess = StartDriverFile(*board.m_driverFile, m_options.m_paths.m_run);
     }
 
-    /// The sockets are there before the command starts, so that its first open finds one. For a guest there is only
-    /// the one for orders.
+    /// The sockets exist before the command starts, so that its first open finds one. A guest gets only the one for
+    /// orders.
     void StartDriver() {
         UniqueFd openers;
         if (m_options.m_ipmi == SystemInterface::Bridge) openers = ListenForOpeners();
@@ -107,8 +107,8 @@ private:
         Set("BLADESIM_CONSOLE_PORT", std::to_string(ConsolePort));
     }
 
-    /// Where nobody works the interface the library is loaded all the same: it keeps a real device of this machine out
-    /// of sight. A virtual machine, or who uses the real device, is not bothered with it.
+    /// The library is loaded even without a controller: it hides a real device of this machine. It is not loaded for a
+    /// virtual machine, nor where COMMAND uses the real device.
     void SetPreload() const {
         if (m_options.m_ipmi == SystemInterface::Machine || m_options.m_ipmi == SystemInterface::Guest) return;
         const char* const others = std::getenv("LD_PRELOAD");
@@ -117,7 +117,7 @@ private:
 
     static void Set(const char* name, const std::string& value) { ::setenv(name, value.c_str(), 1); }
 
-    /// Until the command has ended: passes signals on and buries whoever ended, orphans of the command included.
+    /// Passes signals on and reaps children, the command's orphans included, until the command has ended.
     int Supervise() {
         sigset_t child;
         sigemptyset(&child);
@@ -137,7 +137,7 @@ private:
         }
     }
 
-    /// Whatever the driver wants of the controller.
+    /// Carries out the driver's orders for the controller.
     void DoOrder() {
         const auto order = ReceiveOrder(m_driver.Get());
         if (!order) {
@@ -157,7 +157,7 @@ private:
         SendAnswer(m_driver.Get(), answer);
     }
 
-    /// False when nobody is outside any more.
+    /// False when the outside has gone.
     bool PassSignal() const {
         unsigned char signal = 0;
         const ssize_t size = ::recv(m_outside.Get(), &signal, sizeof(signal), MSG_DONTWAIT);
@@ -165,7 +165,7 @@ private:
         return size != 0;
     }
 
-    /// The exit status, when the command is among the dead.
+    /// The exit status, once the command has ended.
     std::optional<int> Bury() {
         int status = 0;
         pid_t process = 0;
@@ -191,7 +191,7 @@ private:
     const Options& m_options;
     UniqueFd m_outside;
     RunningController m_controller;
-    UniqueFd m_cables; ///< the network interfaces are there while it is open
+    UniqueFd m_cables; ///< the network interfaces exist while it is open
     UniqueFd m_driver; ///< its orders for the controller
     pid_t m_driverProcess = -1;
     pid_t m_driverFileProcess = -1;
@@ -202,7 +202,7 @@ private:
 
 int RunInside(const Options& options, UniqueFd outside) {
     try {
-        // Should the one outside be killed, all of this goes with it, and by the end of this process everything else.
+        // When the outside is killed this process ends with it, and everything in the blade with this process.
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         return Inside(options, std::move(outside)).Run();
     } catch (const std::exception& error) {

@@ -1,4 +1,4 @@
-// Makes the surroundings of a blade: mounts and network of its own, which vanish with the last process in them.
+// Gives a blade mounts and a network of its own, which vanish with the last process in them.
 #include "sim/life/Namespaces.h"
 
 #include "sim/base/Error.h"
@@ -24,8 +24,8 @@ bool MakeAllMountsPrivate() {
     return ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
-/// The same from within a changed root that is no mount point: joining the namespace that one is in leads to its real
-/// root, where all mounts are below "/"; then back to the root and the folder that were.
+/// The same in a chroot that is not a mount point: joining the current namespace again leads to its real root, where
+/// all mounts are below "/"; then it goes back to the former root and folder.
 void MakeAllMountsPrivateFromChroot() {
     const UniqueFd root(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
     const UniqueFd folder(::open(".", O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -41,8 +41,8 @@ void MakeAllMountsPrivateFromChroot() {
     if (!isPrivate) ThrowErrno("the mounts cannot be made private");
 }
 
-/// The old /proc would show other processes under the ids of ours. Without one (no such folder, or the surroundings
-/// forbid it) a blade still works; what reads /proc does not.
+/// The old /proc would show other processes under our ids. Without a /proc (no such folder, or not permitted) a blade
+/// still works; programs that read /proc do not.
 void MountProc() {
     if (::mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
         std::fprintf(stderr, "bladesim: no /proc for the blade's own processes: %s\n", std::strerror(errno));

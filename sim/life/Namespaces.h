@@ -1,4 +1,4 @@
-// Makes the surroundings of a blade: mounts and network of its own, which vanish with the last process in them.
+// Gives a blade mounts and a network of its own, which vanish with the last process in them.
 #pragma once
 
 #include <string>

@@ -57,8 +57,8 @@ private:
         return ::sigtimedwait(&m_signals, &info, &time);
     }
 
-    /// Ctrl-C at the terminal reaches the command by itself, and what it makes of it is its own affair: a shell goes
-    /// on. A signal sent to bladesim means that the blade has to end, sooner or later.
+    /// Ctrl-C at the terminal reaches the command directly, which may ignore it: a shell goes on. A signal sent to
+    /// bladesim means that the blade must end, sooner or later.
     void Pass(int signal, const siginfo_t& info) {
         if (signal == SIGINT && info.si_code == SI_KERNEL) return;
         const auto byte = static_cast<unsigned char>(signal);
@@ -107,7 +107,7 @@ pid_t ForkIntoNewProcessNamespace() {
 int RunBlade(const Options& options) {
     if (::geteuid() != 0) throw BladeError("needs root: it makes namespaces, mounts and a network of its own");
     const sigset_t signals = BlockSignals();
-    // When whoever started bladesim is killed, nobody waits for the command any more.
+    // When the process that started bladesim is killed, nobody waits for the command any more.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     std::array<int, 2> sockets{};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets.data()) != 0)

@@ -6,7 +6,7 @@
 
 namespace bladesim {
 
-/// Returns the status to exit with. Throws a BladeError when there is no inside to be had.
+/// Returns the status to exit with. Throws a BladeError when the inside cannot be made.
 int RunBlade(const Options& options);
 
 } // namespace bladesim

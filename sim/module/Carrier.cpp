@@ -15,16 +15,16 @@ namespace bladesim {
 namespace {
 
 constexpr uint8_t PICMGVersion = 0x22; // 2.2, the minor digit in the high half: PICMG 3.0 revision 2.0
-constexpr uint8_t IPMIVersion = 0x02;  // 2.0, written alike
+constexpr uint8_t IPMIVersion = 0x02;  // 2.0, in the same notation
 constexpr uint8_t OwnFRU = 0;          // the controller sits on the front board
 constexpr uint8_t Reserved = 0xFF;
 constexpr uint8_t MaxControlOption = 4; // quiesce
 constexpr uint8_t FirstApplicationLED = 4;
 
-// What the address key of Get Address Info is.
+// The kinds of address key in Get Address Info.
 enum AddressKey : uint8_t { HardwareAddress = 0, IpmbAddress = 1, PhysicalAddress = 3 };
 
-/// The reply without an error: completion code, group extension, and this.
+/// A reply without an error: completion code, group extension, and this.
 Reply Accept(std::initializer_list<uint8_t> data = {}) {
     Reply reply = {0, IPMI_PICMG_GRP_EXT};
     reply.insert(reply.end(), data);
@@ -43,7 +43,7 @@ Reply AddressOf(const Fru& fru) {
 
 } // namespace
 
-// With how many data bytes each command is understood.
+// How many data bytes each command takes.
 struct Carrier::Command {
     uint8_t m_command;
     size_t m_shortest;
@@ -76,7 +76,7 @@ Reply Carrier::Answer(uint8_t command, Request request, LedClock::time_point now
         if (request.size() < known.m_shortest || request.size() > known.m_longest) {
             return Refuse(IPMI_REQUEST_DATA_LENGTH_INVALID_CC);
         }
-        // Wherever there is a second byte it is a FRU id.
+        // A second byte is always a FRU id.
         if (request.size() > 1 && FindFRU(request[1]) == nullptr) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);
         return (this->*known.m_answer)(request, now);
     }
@@ -115,7 +115,7 @@ Reply Carrier::Properties(Request /*request*/, LedClock::time_point /*now*/) {
     return Accept({PICMGVersion, m_blade.m_frus.back().m_id, OwnFRU});
 }
 
-// Without a FRU id it is about the controller's own FRU; with an address key about whatever has that address.
+// Without a FRU id it means the controller's own FRU; with an address key, whatever has that address.
 Reply Carrier::AddressInfo(Request request, LedClock::time_point /*now*/) {
     const Fru& fru = *FindFRU(request.size() > 1 ? request[1] : OwnFRU);
     if (request.size() <= 2) return AddressOf(fru);
@@ -179,8 +179,8 @@ Reply Carrier::SetLEDState(Request request, LedClock::time_point now) {
     return code == 0 ? Accept() : Refuse(code);
 }
 
-// The states of lower priority are always told, those of higher priority only while they are in effect. A lamp test
-// without an override is told with the override that there would be: off.
+// States of lower priority are always reported, those of higher priority only while they are in effect. A lamp test
+// without an override is reported with an override of "off".
 Reply Carrier::GetLEDState(Request request, LedClock::time_point now) {
     const auto& leds = LEDs(request[1]).LEDs();
     const auto found = leds.find(request[2]);

@@ -12,7 +12,7 @@
 
 namespace bladesim {
 
-/// A FRU Control that was accepted, or several of the same kind one after the other.
+/// An accepted FRU Control, or several of the same kind in a row.
 struct FruControl {
     uint8_t m_fru = 0;
     uint8_t m_option = 0;
@@ -25,7 +25,7 @@ class Carrier {
 public:
     explicit Carrier(Blade blade);
 
-    /// A request of the network function of group extensions; its first data byte says which.
+    /// A request with the network function for group extensions; its first data byte names the group.
     Reply Answer(uint8_t command, Request request, LedClock::time_point now);
 
     Reply DeviceId() const;

@@ -8,10 +8,10 @@
 
 namespace bladesim {
 
-/// The objects of a list, one text each: of every LED of the carrier what it shows and why.
+/// The objects of a list, one text each: for every LED of the carrier, what it shows and why.
 std::vector<std::string> DescribeLEDs(const Carrier& carrier, LedClock::time_point now);
 
-/// Likewise the FRU Controls that were accepted.
+/// Likewise for the accepted FRU Controls.
 std::vector<std::string> DescribeControls(const Carrier& carrier);
 
 } // namespace bladesim

@@ -51,7 +51,7 @@ Reply InventoryAreas::Info(const Area& area) {
     return {0, static_cast<uint8_t>(area.size()), static_cast<uint8_t>(area.size() >> 8), accessedByBytes};
 }
 
-// Clients find out from the refusal how much they may read at a time.
+// Clients learn from the refusal how much they may read at a time.
 Reply InventoryAreas::Read(const Area& area, size_t offset, size_t count) {
     if (count > MaxReply - ReplyHead) return Refuse(IPMI_REQUESTED_DATA_LENGTH_EXCEEDED_CC);
     if (offset >= area.size() || count == 0) return Refuse(IPMI_PARAMETER_OUT_OF_RANGE_CC);

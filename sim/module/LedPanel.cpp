@@ -14,7 +14,7 @@ constexpr uint8_t ColorMask = 0x0F;
 constexpr uint8_t SameColor = 0x0E;
 constexpr uint8_t DefaultColor = 0x0F;
 
-/// The colour that the byte asks for; nothing when this LED does not have it.
+/// The colour that the byte asks for; nullopt when this LED does not have it.
 std::optional<LedColor> WantedColor(const Led& led, uint8_t byte, LedColor present, LedColor fallback) {
     const uint8_t wanted = byte & ColorMask;
     if (wanted == SameColor) return present;
@@ -27,7 +27,7 @@ bool IsBlinking(uint8_t function) {
     return function > LedOff && function <= LedMaxBlink;
 }
 
-// The FRU shows what it wants to show: neither on-duration nor colour of the request is looked at.
+// The FRU decides what it shows: on-duration and colour of the request are ignored.
 uint8_t RestoreLocalControl(LedState& state) {
     if (!state.m_led.m_localControl) return IPMI_INVALID_DATA_FIELD_CC;
     state.m_override.reset();
@@ -35,7 +35,7 @@ uint8_t RestoreLocalControl(LedState& state) {
 }
 
 uint8_t Override(LedState& state, LedAction action, uint8_t color) {
-    // What an LED that is off would look like is nobody's business: that byte is not even looked at.
+    // The colour of an LED that is off does not matter: that byte is not even checked.
     if (action.m_function != LedOff) {
         const auto wanted = WantedColor(state.m_led, color, state.m_overrideColor, state.m_led.m_defaultOverrideColor);
         if (!wanted) return IPMI_INVALID_DATA_FIELD_CC;
@@ -81,7 +81,7 @@ uint8_t LedPanel::TestLamps(uint8_t id, uint8_t duration, uint8_t color, LedCloc
     if (duration > MaxLampTest) return IPMI_PARAMETER_OUT_OF_RANGE_CC;
     for (auto& [ledId, state] : m_leds) {
         if (id != AllLEDs && id != ledId) continue;
-        // A test of all LEDs names one colour for LEDs of many: a colour that this one does not have is no error here.
+        // A test of all LEDs names one colour for all; an LED that does not have it shows its default.
         const LedColor fallback = state.m_led.m_defaultOverrideColor;
         state.m_lampTestColor = WantedColor(state.m_led, color, fallback, fallback).value_or(fallback);
         state.m_lampTestEnd = now + duration * LampTestUnit;

@@ -11,11 +11,10 @@
 
 namespace bladesim {
 
-/// The clock that lamp tests run out by; whoever asks brings the time along.
+/// The clock of lamp tests; callers pass the time in.
 using LedClock = std::chrono::steady_clock;
 
-/// LED functions of Set and Get FRU LED State. Between off and lamp test the byte is the off-duration of a blinking
-/// LED.
+/// LED functions of Set and Get FRU LED State. A byte between off and lamp test is the off-duration of a blinking LED.
 constexpr uint8_t LedOff = 0x00;
 constexpr uint8_t LedMaxBlink = 0xFA;
 constexpr uint8_t LedLampTest = 0xFB;
@@ -24,7 +23,7 @@ constexpr uint8_t LedOn = 0xFF;
 /// In Set FRU LED State the id of all LEDs of the FRU.
 constexpr uint8_t AllLEDs = 0xFF;
 
-/// What an LED does, as the bytes of the commands have it: durations in tens of milliseconds.
+/// What an LED does, in the bytes of the commands: durations in tens of milliseconds.
 struct LedAction {
     uint8_t m_function = LedOff;
     uint8_t m_onDuration = 0; ///< 0 unless it blinks
@@ -36,7 +35,7 @@ struct LedState {
     Led m_led;
     LedAction m_local;
     std::optional<LedAction> m_override;
-    LedColor m_overrideColor = LedColor::Blue; ///< the one that "do not change" stands for, kept without an override
+    LedColor m_overrideColor = LedColor::Blue; ///< what "do not change" means; kept without an override, too
     LedColor m_lampTestColor = LedColor::Blue;
     LedClock::time_point m_lampTestEnd = LedClock::time_point::min(); ///< in the past: no lamp test
 
@@ -46,10 +45,10 @@ struct LedState {
 
 class LedPanel {
 public:
-    /// All LEDs are off, in the local control of the FRU as far as they have one.
+    /// All LEDs are off, under local control where they have it.
     explicit LedPanel(const std::vector<Led>& leds);
 
-    /// Set FRU LED State, the bytes behind the FRU id. The completion code; nothing has changed unless it is 0.
+    /// Set FRU LED State: the bytes after the FRU id. Returns the completion code; unless it is 0, nothing has changed.
     uint8_t Set(uint8_t id, uint8_t function, uint8_t onDuration, uint8_t color, LedClock::time_point now);
 
     /// By id.

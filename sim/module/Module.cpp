@@ -8,7 +8,7 @@
 #include <OpenIPMI/ipmi_msgbits.h>
 #include <OpenIPMI/ipmi_picmg.h>
 
-// These do not say of themselves that they are C.
+// These headers do not declare themselves as C.
 extern "C" {
 #include <OpenIPMI/mcserv.h>
 }
@@ -34,7 +34,7 @@ void Log(const char* text) {
     std::fprintf(stderr, "bladesim_carrier: %s\n", text);
 }
 
-/// ipmi_sim is C: no exception may go there.
+/// ipmi_sim is C: no exception may reach it.
 template <typename Answer>
 void WriteReply(unsigned char* reply, unsigned int* length, Answer answer) {
     try {
@@ -79,7 +79,7 @@ constexpr CommandHandler Handlers[] = {
     {IPMI_STORAGE_NETFN, IPMI_WRITE_FRU_DATA_CMD, AnswerInventory},
 };
 
-/// A list of any length on one line: ipmi_sim prints only so much at a time.
+/// A list of any length on one line, in pieces: ipmi_sim prints only so much at a time.
 void Print(emu_out_t* out, const std::vector<std::string>& objects) {
     static char text[] = "%s%s";
     const char* before = "[";
@@ -123,14 +123,14 @@ BLADESIM_EXPORT int ipmi_sim_module_print_version(sys_data_t* /*system*/, const 
     return 0;
 }
 
-/// Reads the blade; what is wrong with it goes to ipmi_sim's log, and ipmi_sim does not start.
+/// Reads the blade; an error goes to ipmi_sim's log, and ipmi_sim does not start.
 BLADESIM_EXPORT int ipmi_sim_module_init(sys_data_t* /*system*/, const char* options) {
     using namespace bladesim;
     try {
         const Blade blade = ReadBladeFile(options == nullptr ? "" : options);
         loadedCarrier = std::make_unique<Carrier>(blade);
         loadedInventory = std::make_unique<InventoryAreas>(blade);
-        // Else ipmi_sim ends when somebody leaves its console before the prompt has come.
+        // Without this ipmi_sim ends when somebody leaves its console before the prompt.
         std::signal(SIGPIPE, SIG_IGN);
         return 0;
     } catch (const std::exception& error) {
@@ -139,8 +139,7 @@ BLADESIM_EXPORT int ipmi_sim_module_init(sys_data_t* /*system*/, const char* opt
     }
 }
 
-/// After the commands that make the controller: handlers of ipmi_sim's own are replaced here. Nobody looks at the
-/// result.
+/// Called after the commands that make the controller, to replace ipmi_sim's own handlers. ipmi_sim ignores the result.
 BLADESIM_EXPORT int ipmi_sim_module_post_init(sys_data_t* /*system*/) {
     using namespace bladesim;
     ipmi_emu_register_group_extension_handler(IPMI_PICMG_GRP_EXT, AnswerPICMG, nullptr);

@@ -92,7 +92,7 @@ std::optional<int> ParseCommandLine(int count, char** arguments, CommandLine& li
         app.add_option("--dump-fru", line.m_dumpFru, "Write the inventory of FRU ID to FILE, and bring nothing up")
             ->type_name("ID FILE");
     app.add_option("COMMAND", options.m_command, "What to run, with its arguments")->type_name("");
-    // Words behind "--" are COMMAND's own: the parser would take "[a,b]" for a list.
+    // Words after "--" are COMMAND's own: the parser would take "[a,b]" for a list.
     char** const end = arguments + count;
     char** const own = std::find_if(arguments, end, [](const char* word) { return word == std::string_view("--"); });
     try {

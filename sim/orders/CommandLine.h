@@ -12,10 +12,10 @@ namespace bladesim {
 struct CommandLine {
     std::string m_blade = "front-board-only";                  ///< name or file
     std::optional<std::pair<unsigned, std::string>> m_dumpFru; ///< only write this FRU's image to that file
-    Options m_options;                                         ///< but for blade and paths
+    Options m_options;                                         ///< except blade and paths
 };
 
-/// Returns the status to exit with, when there is nothing to be done: bad usage, help, version.
+/// Returns the status to exit with when there is nothing to do: bad usage, help, version.
 std::optional<int> ParseCommandLine(int count, char** arguments, CommandLine& line);
 
 } // namespace bladesim

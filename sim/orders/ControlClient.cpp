@@ -49,7 +49,7 @@ void Send(const UniqueFd& socket, const std::string& line) {
     }
 }
 
-/// Reads until there is something in it; what that is the caller knows.
+/// Reads until `find` finds something in what has come.
 std::string ReadUntil(const UniqueFd& socket, const std::function<std::string(const std::string&)>& find) {
     std::string received;
     std::array<char, 64 * 1024> bytes;
@@ -93,7 +93,7 @@ json GiveOrder(const std::string& name, json order) {
 }
 
 json AskConsole(const std::string& command) {
-    // Outside of a blade, whoever listens on this port is not to be bothered.
+    // Outside a blade this port may be somebody else's.
     if (!GiveOrder("controller state").get<bool>()) return {};
     sockaddr_in address{};
     address.sin_family = AF_INET;

@@ -7,17 +7,16 @@
 
 namespace bladesim {
 
-/// Sends an order by its name, with what else belongs to it, and returns the result. Throws a BladeError: there is no
-/// controller to be spoken of here, or what the driver has against the order.
+/// Sends an order with its arguments and returns the result. Throws a BladeError when there is no controller here, or
+/// with the driver's reason for a refusal.
 nlohmann::json GiveOrder(const std::string& name, nlohmann::json order = nlohmann::json::object());
 
-/// What ipmi_sim answers to a command on its console, a line of JSON; null while the controller is stopped. Throws a
+/// ipmi_sim's answer to a command on its console, a line of JSON; null while the controller is stopped. Throws a
 /// BladeError.
 nlohmann::json AskConsole(const std::string& command);
 
-/// The line of JSON in what the console has sent so far, without what else there is on a console (telnet options, the
-/// echo of the command, the prompt). Empty until the line is whole. Throws a BladeError when the console has refused
-/// the command.
+/// The line of JSON in what the console has sent so far, without telnet options, echo and prompt. Empty until the line
+/// is whole. Throws a BladeError when the console has refused the command.
 std::string ConsoleAnswer(const std::string& received);
 
 } // namespace bladesim

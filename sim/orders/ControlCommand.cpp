@@ -1,4 +1,4 @@
-// bladesim's commands for a blade that runs: fault, controller, show.
+// bladesim's commands for a running blade: fault, controller, show.
 #include "sim/orders/ControlCommand.h"
 
 #include "sim/base/Error.h"
@@ -39,7 +39,7 @@ bool IsTerminal() {
     return ::isatty(STDOUT_FILENO) != 0;
 }
 
-/// What can be shown: where it comes from and how it looks.
+/// What can be shown: where it comes from and its format.
 struct View {
     const char* m_name;
     const char* m_description;
@@ -67,7 +67,7 @@ void ShowOne(const View& view, bool asJson) {
     Print(asJson ? JsonLine(data) : view.m_format(data));
 }
 
-/// What only the controller knows is missing while it is stopped.
+/// While the controller is stopped, what only it knows is missing.
 std::string FormatOrStopped(const View& view) {
     const json data = view.m_get();
     return data.is_null() ? std::string(Stopped) + "\n" : view.m_format(data);
@@ -144,7 +144,7 @@ private:
         AddJson(show);
         show.require_subcommand(0, 1);
         show.footer("Without a subcommand: all of it.");
-        // The callbacks of the subcommands come behind this one, and have the last word.
+        // The callbacks of the subcommands come after this one and override it.
         show.preparse_callback([this](size_t) { m_do = [this] { ShowAll(m_json); }; });
         for (const View& view : Views) {
             CLI::App* const sub = show.add_subcommand(view.m_name, view.m_description);
@@ -155,7 +155,7 @@ private:
         Does(*clear, [] { GiveOrder("show clear"); });
     }
 
-    /// The same reader as for blade files says what is wrong with it.
+    /// The reader of blade files checks it.
     json FaultOfWords() const {
         json fault = {{"request", m_fault.m_request}};
         if (m_fault.m_first) fault["first"] = *m_fault.m_first;

@@ -109,7 +109,7 @@ private:
         Does(set, [this] { Set(); });
     }
 
-    /// What is dead does not read what it is told.
+    /// Dead software does not read its orders.
     void Set() {
         const std::string runFolder = RunFolder();
         m_order["mode"] = m_mode;

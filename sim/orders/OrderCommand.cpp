@@ -1,4 +1,4 @@
-// What bladesim's commands for a blade that runs have in common: a command line is read whole before anything is done.
+// What bladesim's commands for a running blade have in common: the whole command line is read before anything is done.
 #include "sim/orders/OrderCommand.h"
 
 #include "sim/base/ExitStatus.h"
@@ -16,7 +16,7 @@ OrderCommand::OrderCommand() : m_app("Speaks with the blade in which it runs.", 
 int OrderCommand::Run(int count, char** arguments) {
     try {
         m_app.parse(count, arguments);
-        // Only now that the whole line has turned out right.
+        // Only now is the whole line known to be right.
         m_do();
         return 0;
     } catch (const CLI::ParseError& error) {

@@ -1,4 +1,4 @@
-// What bladesim's commands for a blade that runs have in common: a command line is read whole before anything is done.
+// What bladesim's commands for a running blade have in common: the whole command line is read before anything is done.
 #pragma once
 
 #include "platform/src/ByteText.h"
@@ -10,10 +10,10 @@
 
 namespace bladesim {
 
-/// One command line: CLI11 fills members of the derived class in, the callbacks note what is to be done.
+/// One command line: CLI11 fills in members of the derived class, and the callbacks note what to do.
 class OrderCommand {
 public:
-    /// Returns the status to exit with; what goes wrong is said on standard error.
+    /// Returns the status to exit with; errors go to standard error.
     int Run(int count, char** arguments);
 
 protected:

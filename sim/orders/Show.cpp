@@ -18,7 +18,7 @@ std::string Hex(const json& byte) {
     return text;
 }
 
-/// A text as it is, anything else as JSON writes it; nothing when it is not there.
+/// A text as it is, anything else as JSON; empty when it is missing.
 std::string Text(const json& object, const char* key) {
     const auto found = object.find(key);
     if (found == object.end() || found->is_null()) return "";
@@ -57,7 +57,7 @@ std::string SiteOf(const json& led) {
     return Text(led, "site") + " " + Text(led, "number");
 }
 
-/// What is known as FRU Control's options in PICMG 3.0.
+/// FRU Control's options in PICMG 3.0.
 std::string ControlOption(const json& option) {
     static constexpr const char* names[] = {"cold reset", "warm reset", "graceful reboot", "diagnostic interrupt",
                                             "quiesce"};
@@ -65,7 +65,7 @@ std::string ControlOption(const json& option) {
     return Hex(option) + (number < std::size(names) ? std::string(" ") + names[number] : "");
 }
 
-/// What a fault does, as it is ordered.
+/// What a fault does, as in an order.
 std::string DeedOf(const json& fault) {
     std::string deed = Text(fault, "do");
     if (fault.contains("reply")) return deed + " " + Text(fault, "reply");

@@ -30,7 +30,7 @@ void SetCable(SWITCH_STATE& state, int port, bool up) {
     found->second.m_Cable = up;
 }
 
-// Without a call all failures are lifted, without a number all those of the call.
+// Without a call it clears all failures, without a number all those of the call.
 void Clear(SWITCH_STATE& state, const std::optional<std::string>& call, std::optional<int> number) {
     std::erase_if(state.m_Failures, [&](const auto& failure) {
         const auto& [failedCall, failedNumber] = failure.first;

@@ -3,7 +3,7 @@
 
 namespace bladesim {
 
-/// Does such a command line; returns the status to exit with.
+/// Runs such a command line; returns the status to exit with.
 int RunSwitchCommand(int count, char** arguments);
 
 } // namespace bladesim

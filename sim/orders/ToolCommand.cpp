@@ -1,4 +1,4 @@
-// bladesim's command for the board's tools: what they were called with, and what they are told to do.
+// bladesim's command for the board's tools: how they were called, and what they are ordered to do.
 #include "sim/orders/ToolCommand.h"
 
 #include "sim/orders/OrderCommand.h"
@@ -27,7 +27,7 @@ std::vector<std::string> ToolNames() {
     return names;
 }
 
-/// Every tool with what is ordered of it; 0 is nothing.
+/// Every tool with its order; 0 means none.
 ordered_json ToolsAndOrders() {
     ToolOrders orders = ReadToolOrders(RunFolder());
     ordered_json tools = ordered_json::array();
@@ -43,7 +43,7 @@ ordered_json ToolsAndOrders() {
     return tools;
 }
 
-/// An empty text is none that is wrong.
+/// Empty when the text is right.
 std::string CheckSignal(const std::string& signal) {
     int number = -1;
     std::from_chars(signal.data(), signal.data() + signal.size(), number);

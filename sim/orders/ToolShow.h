@@ -10,7 +10,7 @@ namespace bladesim {
 /// The runs of tools, as ReadToolLog gives them.
 std::string FormatToolRuns(const nlohmann::ordered_json& runs);
 
-/// The tools with what is ordered of them: name, description, exit, signal, delay_ms, times.
+/// The tools with their orders: name, description, exit, signal, delay_ms, times.
 std::string FormatTools(const nlohmann::ordered_json& tools);
 
 /// One value a line.

@@ -1,5 +1,5 @@
-// What the ioctls of the kernel's IPMI device do, on a socket to the driver of the simulated blade.
-// Goes into the preload library: nothing of the C++ runtime in it.
+// What the ioctls of the kernel's IPMI device do, on a socket to the simulated blade's driver. Part of the preload
+// library, so nothing here needs the C++ runtime.
 #include "sim/preload/DeviceCalls.h"
 
 #include "sim/base/BridgePacket.h"
@@ -41,8 +41,8 @@ private:
     pthread_mutex_t& m_mutex;
 };
 
-// Copies between the caller's memory and ours as the kernel does: a pointer that leads nowhere is an error number, no
-// end of the program. Both return 0 or that number.
+// Copies between the caller's memory and ours as the kernel does: a bad pointer gives an error number and does not end
+// the program. Both return 0 or that number.
 
 int CopyFromCaller(void* ours, const void* callers, size_t size) {
     if (size == 0) return 0;
@@ -103,14 +103,15 @@ int Send(int fd, ipmi_req request) {
     return SendPacket(fd, packet, -1);
 }
 
-/// The next message without taking it: 0, or the error number.
+/// Looks at the next message without taking it: 0, or the error number.
 int Peek(int fd, BridgePacket& packet) {
     const ssize_t size = ::recv(fd, &packet, sizeof(packet), MSG_PEEK | MSG_DONTWAIT);
     if (size < 0 && (errno == EAGAIN || errno == EINTR)) return EAGAIN;
     return size > 0 && IsWhole(packet, static_cast<size_t>(size)) ? 0 : ENODEV;
 }
 
-/// As the kernel: what does not fit stays in the queue, or is cut and reported when the caller wants it truncated.
+/// As in the kernel: a message that does not fit stays in the queue or, when the caller wants it truncated, is cut and
+/// reported.
 int Receive(int fd, ipmi_recv* callers, bool truncate) {
     ipmi_recv receive;
     if (const int error = CopyFromCaller(&receive, callers, sizeof(receive))) return Fail(error);
@@ -135,8 +136,8 @@ int Receive(int fd, ipmi_recv* callers, bool truncate) {
     return tooLong ? Fail(EMSGSIZE) : 0;
 }
 
-/// What is kept per interface or opener is kept by the driver. Its answer comes on a socket of its own: it must not be
-/// seen among the messages of this opener.
+/// The driver keeps the settings of interface and openers. Its answer comes on a socket of its own, so that it does not
+/// mix with the opener's messages.
 int AskDriver(int fd, uint32_t request, void* argument) {
     BridgePacket packet{};
     packet.m_receiveType = CallPacket;
@@ -195,7 +196,7 @@ bool IsIPMIRequest(unsigned long request) {
 }
 
 int DeviceCall(int fd, unsigned long request, void* argument) {
-    // The kernel sees 32 bits of the number, too; a caller may have kept it in an int.
+    // Like the kernel, look at 32 bits of the number: a caller may have kept it in an int.
     const auto number = static_cast<uint32_t>(request);
     switch (number) {
     case IPMICTL_SEND_COMMAND: {

@@ -1,5 +1,5 @@
-// What the ioctls of the kernel's IPMI device do, on a socket to the driver of the simulated blade.
-// Goes into the preload library: nothing of the C++ runtime in it.
+// What the ioctls of the kernel's IPMI device do, on a socket to the simulated blade's driver. Part of the preload
+// library, so nothing here needs the C++ runtime.
 #pragma once
 
 namespace bladesim {
@@ -14,7 +14,7 @@ bool IsDevice(int fd);
 /// Whether the request is one of linux/ipmi.h, judged by its magic letter.
 bool IsIPMIRequest(unsigned long request);
 
-/// Does an ioctl as the kernel does: 0, or -1 with errno.
+/// An ioctl as the kernel does it: 0, or -1 with errno.
 int DeviceCall(int fd, unsigned long request, void* argument);
 
 } // namespace bladesim

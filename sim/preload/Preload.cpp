@@ -1,7 +1,6 @@
 // Loaded before the C library: gives a program a /dev/ipmi0 that is a socket to the driver of the simulated blade. The
-// socket is the descriptor, so select, poll, dup and fork work by themselves; which descriptor is the device is seen
-// from its peer, so nothing has to be remembered. Nothing of the C++ runtime in it: it goes into programs that have
-// none.
+// socket is the descriptor, so select, poll, dup and fork just work; the name of its peer tells that it is the device,
+// so nothing has to be remembered. It needs nothing of the C++ runtime: it is loaded into programs that have none.
 #include "sim/preload/DeviceCalls.h"
 
 #include <dlfcn.h>

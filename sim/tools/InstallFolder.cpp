@@ -1,7 +1,7 @@
-// The blade's install folder, /usr/korvel, with its tools: it is there inside a blade only.
+// The blade's install folder, /usr/korvel, with its tools: it exists inside a blade only.
 //
-// Nothing may be made in the machine's own /usr. So a file system in memory takes its place, in which whatever the real
-// one has is mounted again, and the install folder is made beside it.
+// Nothing may be made in the machine's own /usr. So a file system in memory takes its place, in which everything from
+// the real one is mounted again beside the install folder.
 #include "sim/tools/InstallFolder.h"
 
 #include "sim/base/Error.h"
@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 constexpr char Usr[] = "/usr";
 
-/// One entry of /usr, to be had again elsewhere.
+/// One entry of /usr, to be restored in the new one.
 struct Entry {
     fs::path m_path;
     fs::path m_target; ///< of a symbolic link

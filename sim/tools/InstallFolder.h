@@ -1,4 +1,4 @@
-// The blade's install folder, /usr/korvel, with its tools: it is there inside a blade only.
+// The blade's install folder, /usr/korvel, with its tools: it exists inside a blade only.
 #pragma once
 
 #include <string>

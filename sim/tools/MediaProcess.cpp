@@ -1,4 +1,4 @@
-// The process of the media software: starting it, finding it, ending it. There is one in a blade at most.
+// The process of the media software: starting it, finding it, ending it. A blade has at most one.
 #include "sim/tools/MediaProcess.h"
 
 #include "sim/base/Error.h"
@@ -23,11 +23,11 @@
 namespace bladesim {
 namespace {
 
-// Far more than either takes.
+// Far longer than either takes.
 constexpr int StartMilliseconds = 10000;
 constexpr int StopMilliseconds = 5000;
 
-/// Of those that start and stop it.
+/// Held by whoever starts or stops it.
 FileLock LockMedia(const std::string& runFolder) {
     return FileLock(runFolder + "/media.lock");
 }
@@ -57,7 +57,7 @@ std::string ReadUntilReady(int pipe) {
     return text;
 }
 
-/// Nothing but these descriptors gets into it, so that nobody waits for its end who reads what the starter prints.
+/// It inherits these descriptors only, so that nobody who reads the starter's output waits for its end.
 pid_t SpawnMedia(int ready, const std::string& runFolder) {
     const UniqueFd null(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     const std::string logFile = runFolder + "/" + MediaLog;
@@ -81,7 +81,7 @@ struct Process {
     UniqueFd m_fd; ///< readable when it has ended
 };
 
-/// Whether the one who made this file is alive.
+/// Whether the process that made this file is alive.
 bool IsLocked(const UniqueFd& file) {
     return file && ::flock(file.Get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
@@ -93,7 +93,7 @@ std::optional<Process> FindMedia(const std::string& runFolder) {
     if (!IsLocked(held) || ::read(held.Get(), text.data(), text.size() - 1) <= 0) return std::nullopt;
     Process process{static_cast<pid_t>(std::strtol(text.data(), nullptr, 10)), UniqueFd()};
     process.m_fd = UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, process.m_id, 0)));
-    // Still held: so the descriptor is that of the holder, not of one who has got his number.
+    // The lock is still held: so the descriptor is the holder's, not that of a process that got the same number.
     if (!process.m_fd || !IsLocked(held)) return std::nullopt;
     return process;
 }

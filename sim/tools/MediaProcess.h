@@ -1,4 +1,4 @@
-// The process of the media software: starting it, finding it, ending it. There is one in a blade at most.
+// The process of the media software: starting it, finding it, ending it. A blade has at most one.
 #pragma once
 
 #include "sim/base/UniqueFd.h"
@@ -9,21 +9,21 @@
 
 namespace bladesim {
 
-/// In the run folder: its process id. The process holds a lock on it for as long as it lives, by which the file of one
-/// that has been killed is told.
+/// In the run folder: its process id. The process holds a lock on it while it lives; the file of one that was killed is
+/// not locked.
 inline constexpr char MediaProcessFile[] = "media.pid";
 /// In the run folder: what it says on standard error.
 inline constexpr char MediaLog[] = "media.log";
-/// What it prints when it can be spoken with.
+/// What it prints when it is ready.
 inline constexpr char MediaReady[] = "ready\n";
 
 enum class MediaEnd {
-    Stop, ///< as it is stopped; killed, if it does not end within seconds
+    Stop, ///< asks it to end; kills it when it does not within seconds
     Kill  ///< at once
 };
 
-/// Starts vxpsim and returns its process when it is ready; the one that runs already, if there is one. It goes on when
-/// the caller ends. Throws a BladeError.
+/// Starts vxpsim and returns its process when it is ready; when one runs already, returns that. It outlives the caller.
+/// Throws a BladeError.
 pid_t StartMedia(const std::string& runFolder);
 
 /// False when it does not run. Throws a BladeError.

@@ -8,27 +8,27 @@
 
 namespace bladesim {
 
-/// The run folder of the blade in which this process runs. Throws a BladeError when it is in none.
+/// The run folder of the blade in which this process runs. Throws a BladeError outside a blade.
 std::string RunFolder();
 
 bool FileExists(const std::string& file);
 
-/// All of a file; empty when it is not there. Throws a BladeError.
+/// The whole file; empty when there is none. Throws a BladeError.
 std::string ReadFile(const std::string& file);
 
-/// Readers find what was there before, or this. Throws a BladeError.
+/// Readers see the old text or the new one. Throws a BladeError.
 void ReplaceFile(const std::string& file, const std::string& text);
 
-/// Adds a line, of which readers find all or nothing. Throws a BladeError.
+/// Adds a line, of which readers see all or nothing. Throws a BladeError.
 void AppendLine(const std::string& file, const std::string& line);
 
-/// Readers find one or the other file. Throws a BladeError.
+/// Readers see the one file or the other. Throws a BladeError.
 void MoveFile(const std::string& from, const std::string& to);
 
-/// No error when it is not there.
+/// Not an error when there is none.
 void RemoveFile(const std::string& file);
 
-/// Held by one process at a time; the others wait. The end of a process gives it back.
+/// Held by one process at a time; the others wait. The end of a process releases it.
 class FileLock {
 public:
     explicit FileLock(const std::string& file);

@@ -18,12 +18,12 @@ std::string Stop(const std::string& runFolder) {
     return EndMedia(runFolder, MediaEnd::Stop) ? "media software stopped" : "media software does not run";
 }
 
-/// The arguments are entered in the log and not looked at, but for the DSPs: "/0/02:4d:71:00:01:10/192.168.0.20".
+/// The arguments are logged and otherwise ignored, except for the DSPs: "/0/02:4d:71:00:01:10/192.168.0.20".
 struct StandIn {
     std::string_view m_tool;
-    const char* m_ofDSP;                     ///< printed for each DSP with "-v"; null: it is not told of any
+    const char* m_ofDSP;                     ///< printed for each DSP with "-v"; null: it takes none
     const char* m_done;                      ///< printed at the end
-    std::string (*m_do)(const std::string&); ///< given the run folder, returns what is printed at the end instead
+    std::string (*m_do)(const std::string&); ///< gets the run folder; what it returns is printed at the end instead
 };
 
 constexpr StandIn StandIns[] = {
@@ -51,7 +51,7 @@ bool IsNumber(std::string_view text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-/// The DSP's number in an argument that tells of one; empty in any other.
+/// The DSP's number in an argument that names one; empty in any other.
 std::string NumberOfDSP(std::string_view argument) {
     if (!argument.starts_with('/')) return "";
     const std::string_view number = argument.substr(1, argument.find('/', 1) - 1);

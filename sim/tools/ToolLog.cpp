@@ -29,7 +29,7 @@ FileLock LockLog(const std::string& runFolder) {
     return FileLock(runFolder + "/tools.jsonl.lock");
 }
 
-/// To the microsecond.
+/// Rounded to the microsecond.
 double Rounded(double time) {
     return std::round(time * 1000) / 1000;
 }
@@ -54,8 +54,8 @@ void ForEachLine(const std::string& file, const std::function<void(const ordered
     }
 }
 
-/// Without reading the lines as JSON, which takes its time when there are hundreds: within a text of JSON the quotes
-/// would have backslashes.
+/// Without parsing the lines, which is slow when there are hundreds: within a JSON text the quotes would have
+/// backslashes.
 unsigned CountBeginnings(const std::string& log) {
     constexpr std::string_view key = "\"tool\":";
     unsigned count = 0;
@@ -80,7 +80,7 @@ void Enter(ordered_json& runs, const ordered_json& line, double first) {
         runs.push_back(Begun(line, first));
         return;
     }
-    // Of a run that was forgotten while it was under way there is the end alone, perhaps with another run's number.
+    // A run that was forgotten while it was under way has an end only, perhaps with another run's number.
     const auto found = std::ranges::find_if(runs, [&](const ordered_json& run) {
         return run["number"] == line.at("number") && run["process"] == line.at("process");
     });

@@ -29,11 +29,11 @@ private:
     unsigned m_number = 0;
 };
 
-/// All runs by their numbers, beginning and end together: number, tool, argv, process, start_ms, end_ms, exit, signal.
-/// Times count from the beginning of the first one; what is not known yet is null. Throws a BladeError.
+/// All runs by their numbers, with beginning and end joined: number, tool, argv, process, start_ms, end_ms, exit,
+/// signal. Times count from the beginning of the first run; what is not known yet is null. Throws a BladeError.
 nlohmann::ordered_json ReadToolLog(const std::string& runFolder);
 
-/// Forgets all runs; the next one has number 1. One that is still under way is not entered any more.
+/// Forgets all runs; the next one has number 1. The end of one that is still under way is ignored.
 void ClearToolLog(const std::string& runFolder);
 
 } // namespace bladesim

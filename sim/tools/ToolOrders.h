@@ -15,24 +15,24 @@ constexpr int MaxToolSignal = 64;
 
 struct ToolOrder {
     int m_exit = 0;       ///< 0 to 255
-    int m_signal = 0;     ///< it ends by this one; 0: by itself
-    unsigned m_delay = 0; ///< it takes so many milliseconds
+    int m_signal = 0;     ///< ends by this signal; 0: by itself
+    unsigned m_delay = 0; ///< takes so many milliseconds
     unsigned m_times = 0; ///< for so many runs; 0: for all
 
     bool operator==(const ToolOrder&) const = default;
 };
 
-/// By tool; those that nothing is ordered of are not in it.
+/// By tool; tools without an order are not in it.
 using ToolOrders = std::map<std::string, ToolOrder>;
 
-/// Whether a process ends of this signal when it does nothing about it.
+/// Whether this signal ends a process that does not handle it.
 bool SignalEnds(int signal);
 
-/// All of these throw a BladeError, also for a file with errors, which they name with their line.
+/// All of these throw a BladeError; for an error in the file it names the line.
 ToolOrders ReadToolOrders(const std::string& runFolder);
-/// An order that changes nothing takes the former one back.
+/// An order that changes nothing removes the former one.
 void SetToolOrder(const std::string& runFolder, const std::string& tool, const ToolOrder& order);
-/// What a run of this tool that begins now has to do; counts it.
+/// The order for a run of this tool that begins now; counts the run.
 ToolOrder TakeToolOrder(const std::string& runFolder, const std::string& tool);
 void ClearToolOrders(const std::string& runFolder);
 

@@ -1,5 +1,5 @@
-// bladesim_tool: the stand-in of all tools of the board; which one it is it knows from the name it is called by. It
-// enters its command line in the log of the blade, and does as it is told.
+// bladesim_tool: the stand-in for all tools of the board; the name it is called by tells it which one it is. It enters
+// its command line in the blade's log and does as ordered.
 #include "sim/tools/InstallFolder.h"
 #include "sim/tools/RunFiles.h"
 #include "sim/tools/StandIns.h"
@@ -21,17 +21,17 @@ using namespace bladesim;
 
 namespace {
 
-constexpr int NoTool = 127;     // as a shell says that there is no such command
+constexpr int NoTool = 127;     // what a shell returns when there is no such command
 constexpr int NotWorking = 126; // the stand-in itself has failed
 
 std::string NameIn(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-/// Ends as if the signal had come from outside; leaves no memory image.
+/// Ends as if the signal had come from outside; leaves no core.
 void EndBySignal(int signal) {
     ::prctl(PR_SET_DUMPABLE, 0);
-    std::signal(signal, SIG_DFL); // whatever a sanitizer has put there
+    std::signal(signal, SIG_DFL); // removes a sanitizer's handler
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, signal);
@@ -49,7 +49,7 @@ int Fail(const std::string& tool, const char* reason) {
     return NotWorking;
 }
 
-/// Returns the status to exit with; by a signal it does not return.
+/// Returns the status to exit with; does not return when it ends by a signal.
 int DoAsTold(const ToolRun& run, const std::string& runFolder, const std::string& tool,
              const std::vector<std::string>& words) {
     const ToolOrder order = TakeToolOrder(runFolder, tool);

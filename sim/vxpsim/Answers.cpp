@@ -1,4 +1,4 @@
-// What the media software answers to the health monitor, as it is told to.
+// What the media software answers to the health monitor, as ordered.
 #include "sim/vxpsim/Answers.h"
 
 namespace bladesim {

@@ -1,4 +1,4 @@
-// What the media software answers to the health monitor, as it is told to.
+// What the media software answers to the health monitor, as ordered.
 #pragma once
 
 #include "bm/MsgQueue.h"
@@ -13,16 +13,16 @@ struct MessageFree {
 };
 using Message = std::unique_ptr<qMsg, MessageFree>;
 
-/// A type that means nothing to anybody.
+/// A type that means nothing.
 inline constexpr uint32_t UnknownType = 0x800099;
 /// The codes of both kinds of error.
 inline constexpr uint32_t ResultErrorCode = 0x5;
 inline constexpr uint32_t StandardErrorCode = 0x7;
 
-/// What befalls this request.
+/// What happens to this request.
 MediaDeed DeedFor(const qMsg& request, const MediaOrder& order);
 
-/// The message in return; null when there is none. Requests of a type that it does not know it does not understand.
+/// The answer; null when there is none. A request of an unknown type is answered as not understood.
 Message AnswerTo(const qMsg& request, const MediaOrder& order);
 
 } // namespace bladesim

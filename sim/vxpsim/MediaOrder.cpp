@@ -1,4 +1,4 @@
-// How the media software is told to behave: a file of the run folder, with what bladesim media set orders.
+// How the media software is ordered to behave: a file of the run folder, with what bladesim media set orders.
 #include "sim/vxpsim/MediaOrder.h"
 
 #include "sim/base/JsonReader.h"
@@ -69,7 +69,7 @@ MediaOrder ReadMediaOrder(const std::string& runFolder) {
 
 void WriteMediaOrder(const std::string& runFolder, const nlohmann::json& order) {
     const std::string path = OrderFile(runFolder);
-    // Read again before it counts: the same reader finds what is wrong with it.
+    // Read back before it counts: the same reader finds its errors.
     const std::string newFile = path + ".new." + std::to_string(::getpid());
     ReplaceFile(newFile, order.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
     try {

@@ -1,4 +1,4 @@
-// How the media software is told to behave: a file of the run folder, with what bladesim media set orders.
+// How the media software is ordered to behave: a file of the run folder, with what bladesim media set orders.
 //
 //     {"mode": "faulty", "processor": 3, "severity": 2, "error_file": "dsp.c", "cause_file": "timer.c"}
 #pragma once
@@ -11,7 +11,7 @@
 
 namespace bladesim {
 
-/// What becomes of a request.
+/// What happens to a request.
 enum class MediaDeed {
     Answer,
     OtherType,     ///< answered, with a message of another type
@@ -19,7 +19,7 @@ enum class MediaDeed {
     StandardError, ///< answered that it was not understood
     Nothing,       ///< taken and not answered
     NotTaken,      ///< left in the queue, until there is no room for more
-    End,           ///< the software ends at it
+    End,           ///< the software ends
     Flood          ///< answered again and again, until the asker has no room for more
 };
 
@@ -30,10 +30,10 @@ struct MediaMode {
     uint32_t m_boardState = 0;
     uint32_t m_subState = 4; ///< 0 and 4: the board is live
     uint32_t m_processorState = 5;
-    unsigned m_delay = 0; ///< milliseconds, where the order has none
+    unsigned m_delay = 0; ///< in milliseconds, unless the order says otherwise
 };
 
-/// In the run folder: what it was asked since it was started, {"board_requests":2,"processor_requests":0}.
+/// In the run folder: the requests since its start, {"board_requests":2,"processor_requests":0}.
 inline constexpr char MediaCountsFile[] = "media.counts.json";
 
 inline constexpr unsigned MaxMediaDelay = 600000;
@@ -56,12 +56,12 @@ inline constexpr MediaMode MediaModes[] = {
     {"flood", "answers, and repeats it until the asker has no room left", MediaDeed::Flood},
 };
 
-/// Null for no mode.
+/// Null when there is no such mode.
 const MediaMode* FindMediaMode(std::string_view name);
 
 struct MediaOrder {
     const MediaMode* m_mode = &MediaModes[0];
-    /// The board is not live and this is answered; what the mode does befalls the question for a processor.
+    /// The board is answered as not live, and the mode applies to the question about a processor.
     bool m_atProcessor = false;
     unsigned m_delay = 0; ///< milliseconds before each answer
     uint32_t m_boardState = 0;
@@ -73,11 +73,11 @@ struct MediaOrder {
     std::string m_causeFile = "timer.c";
 };
 
-/// The order in the file, or that of a sound software when there is none. Throws a BladeError, for a file with errors
-/// too, which it names with their line.
+/// The order in the file, or that of healthy software when there is none. Throws a BladeError; for an error in the file
+/// it names the line.
 MediaOrder ReadMediaOrder(const std::string& runFolder);
 
-/// Replaces the order by these keys of such a file; throws a BladeError and changes nothing when they are no good.
+/// Replaces the order by these keys of such a file; throws a BladeError and changes nothing when they are wrong.
 void WriteMediaOrder(const std::string& runFolder, const nlohmann::json& order);
 
 } // namespace bladesim

@@ -37,7 +37,7 @@ UniqueFd EndSignals() {
     return fd;
 }
 
-/// What happened is not asked; the order is read again in any case.
+/// Whatever has happened, the order is read again.
 void Drain(int changes) {
     std::array<char, 4096> events;
     while (::read(changes, events.data(), events.size()) > 0) {
@@ -83,7 +83,7 @@ void MediaServer::TakeOrder() {
 
 void MediaServer::TakeRequest() {
     qMsg* read = nullptr;
-    if (qMsgRead(m_queue, &read) != 0) return; // what came was no message
+    if (qMsgRead(m_queue, &read) != 0) return; // what came was not a message
     const Message request(read);
     TakeOrder(); // it may be newer than the one that was read before the request was sent
     Count(*request);
@@ -102,7 +102,7 @@ void MediaServer::Count(const qMsg& request) {
     ReplaceFile(m_runFolder + "/" + MediaCountsFile, counts.dump() + "\n");
 }
 
-/// In the order of their requests, unless a later one's time comes first.
+/// In the order of their requests, unless a later one is due first.
 void MediaServer::SendDue() {
     const auto now = Clock::now();
     for (const Answer& waiting : m_answers) {
@@ -111,7 +111,7 @@ void MediaServer::SendDue() {
     std::erase_if(m_answers, [&](const Answer& answer) { return answer.m_due <= now; });
 }
 
-/// Whoever is gone, or takes nothing, gets nothing.
+/// An asker that has gone, or takes nothing, gets nothing.
 void MediaServer::Send(const Answer& answer) const {
     bool sent = false;
     do

@@ -21,7 +21,7 @@ namespace {
 class Queue {
 public:
     Queue() : m_queue(qDrvSetInterface(0, 0) == 0 ? qQueueOpen() : -1) {
-        // Who was killed gives its lock back before its queue: the one before may not be quite gone.
+        // A killed process releases its lock before its queue: the one before may not be quite gone.
         for (int patience = 100; m_queue >= 0; --patience) {
             if (qQueueBind(m_queue, Q_ADDRESS_VXP) == 0) return;
             if (qStatusErrorGet() != Q_ERROR_ADDRESS_TAKEN || patience == 0) break;
@@ -47,7 +47,7 @@ void BlockEndSignals() {
     sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
-/// Who waits for the word may go now: nobody shall wait for the end of this output.
+/// Whoever waits for the word may go now: nobody should wait for the end of this output.
 void SayReady() {
     const UniqueFd null(::open("/dev/null", O_WRONLY | O_CLOEXEC));
     std::fputs(MediaReady, stdout);
@@ -59,7 +59,7 @@ void SayReady() {
 
 int main() {
     try {
-        ::setsid(); // Ctrl-C at the terminal of whoever started it is not meant for it
+        ::setsid(); // Ctrl-C at the starter's terminal is not meant for it
         BlockEndSignals();
         if (::chdir("/") != 0) ThrowErrno("/");
         const std::string runFolder = RunFolder();
