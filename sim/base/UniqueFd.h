@@ -22,8 +22,7 @@ public:
 
     int Get() const { return m_fd; }
     explicit operator bool() const { return m_fd >= 0; }
-    void Reset() { UniqueFd().swap(*this); }
-    void swap(UniqueFd& other) noexcept { std::swap(m_fd, other.m_fd); }
+    void Reset() { UniqueFd(std::exchange(m_fd, -1)); }
 
 private:
     int m_fd;

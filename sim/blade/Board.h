@@ -26,6 +26,9 @@ struct EthernetInterface {
 
 enum class DriverFileCall { Open, Write };
 
+/// The driver takes at most so many bytes a record.
+constexpr size_t MaxDriverRecord = 4096;
+
 /// Which calls of a kind fail, or are cut short.
 struct DriverFileFault {
     DriverFileCall m_call = DriverFileCall::Open;

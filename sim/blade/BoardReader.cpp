@@ -2,7 +2,6 @@
 #include "sim/blade/BoardReader.h"
 
 #include "sim/blade/MacText.h"
-#include "sim/life/DriverFileRecords.h"
 
 #include <arpa/inet.h>
 #include <net/if.h>

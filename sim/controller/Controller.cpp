@@ -3,10 +3,10 @@
 
 #include "sim/base/Error.h"
 #include "sim/base/Process.h"
+#include "sim/base/Sockets.h"
 #include "sim/controller/SimulatorConfig.h"
 #include "sim/controller/VMCodec.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -93,21 +93,13 @@ private:
     void FailIfEnded() const {
         int status = 0;
         if (::waitpid(m_running.m_process, &status, WNOHANG) != m_running.m_process) return;
-        if (WIFEXITED(status) && WEXITSTATUS(status) == CommandNotFound) {
-            Fail("ipmi_sim is not installed (Debian's package openipmi)");
-        }
+        if (ExitStatus(status) == CommandNotFound) Fail("ipmi_sim is not installed (Debian's package openipmi)");
         Fail("ipmi_sim ended, " + DescribeEnd(status));
     }
 
     void Connect() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(VMPort);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         for (;;) {
-            UniqueFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-            if (!socket) ThrowErrno("no socket for the VM port");
-            if (::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
+            if (UniqueFd socket = ConnectToPort(VMPort, "for the VM port")) {
                 const int on = 1;
                 ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
                 m_running.m_vmPort = std::move(socket);

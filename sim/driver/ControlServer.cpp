@@ -1,8 +1,7 @@
 // Takes orders from bladesim commands that run in the blade: lines of text on a Unix socket, answered by lines.
 #include "sim/driver/ControlServer.h"
 
-#include "sim/base/DriverAddress.h"
-#include "sim/base/Error.h"
+#include "sim/base/Sockets.h"
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -39,13 +38,7 @@ bool MayGiveOrders(int client) {
 } // namespace
 
 UniqueFd ListenForOrders() {
-    UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!listener) ThrowErrno("no socket for orders");
-    const SocketAddress address = ControlAddress();
-    if (::bind(listener.Get(), address.Get(), address.m_length) != 0 || ::listen(listener.Get(), SOMAXCONN) != 0) {
-        ThrowErrno("the socket for orders cannot be bound");
-    }
-    return listener;
+    return ListenAt(ControlAddress(), SOCK_STREAM, "orders");
 }
 
 ControlServer::ControlServer(UniqueFd listener, TakeOrder takeOrder)

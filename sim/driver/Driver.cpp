@@ -1,9 +1,8 @@
 // Plays the kernel's IPMI driver, between the programs that opened /dev/ipmi0 and the controller's VM port.
 #include "sim/driver/Driver.h"
 
-#include "sim/base/DriverAddress.h"
-#include "sim/base/Error.h"
 #include "sim/base/PassedFd.h"
+#include "sim/base/Sockets.h"
 
 #include <linux/ipmi.h>
 #include <poll.h>
@@ -48,13 +47,7 @@ int MillisecondsUntil(const std::optional<RequestQueue::Clock::time_point>& dead
 } // namespace
 
 UniqueFd ListenForOpeners() {
-    UniqueFd listener(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!listener) ThrowErrno("no socket for /dev/ipmi0");
-    const SocketAddress address = DriverAddress();
-    if (::bind(listener.Get(), address.Get(), address.m_length) != 0 || ::listen(listener.Get(), SOMAXCONN) != 0) {
-        ThrowErrno("the socket for /dev/ipmi0 cannot be bound");
-    }
-    return listener;
+    return ListenAt(DriverAddress(), SOCK_SEQPACKET, "/dev/ipmi0");
 }
 
 Driver::Driver(DriverSetup setup)

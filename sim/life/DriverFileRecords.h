@@ -9,9 +9,6 @@
 
 namespace bladesim {
 
-/// The driver takes at most so many bytes a record.
-constexpr size_t MaxDriverRecord = 4096;
-
 /// The outcome of a call.
 struct DriverFileAnswer {
     int m_result = 0;   ///< the open's number, the bytes that a write took, or a negative error number

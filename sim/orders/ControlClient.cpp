@@ -1,14 +1,11 @@
 // Gives an order to the blade in which this process runs.
 #include "sim/orders/ControlClient.h"
 
-#include "sim/base/DriverAddress.h"
 #include "sim/base/Error.h"
-#include "sim/base/UniqueFd.h"
+#include "sim/base/Sockets.h"
 #include "sim/controller/SimulatorConfig.h"
 #include "sim/controller/SystemInterface.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
@@ -30,13 +27,6 @@ const char* WhyNobodyListens() {
     if (interface != nullptr && NameOf(SystemInterface::Machine) == interface)
         return "the controller is not here: this blade uses the machine's own /dev/ipmi0";
     return "this is not the inside of a blade with a controller";
-}
-
-UniqueFd Connect(const sockaddr* address, socklen_t length) {
-    UniqueFd socket(::socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!socket) ThrowErrno("no socket to the blade");
-    if (::connect(socket.Get(), address, length) != 0) socket.Reset();
-    return socket;
 }
 
 void Send(const UniqueFd& socket, const std::string& line) {
@@ -83,8 +73,7 @@ std::string WithoutTelnetOptions(const std::string& received) {
 
 json GiveOrder(const std::string& name, json order) {
     order["order"] = name;
-    const SocketAddress address = ControlAddress();
-    const UniqueFd socket = Connect(address.Get(), address.m_length);
+    const UniqueFd socket = ConnectTo(ControlAddress(), "to the blade");
     if (!socket) throw BladeError(WhyNobodyListens());
     Send(socket, order.dump(-1, ' ', false, json::error_handler_t::replace) + "\n");
     json answer = json::parse(ReadUntil(socket, FirstLine));
@@ -95,11 +84,7 @@ json GiveOrder(const std::string& name, json order) {
 json AskConsole(const std::string& command) {
     // Outside a blade this port may be somebody else's.
     if (!GiveOrder("controller state").get<bool>()) return {};
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(ConsolePort);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const UniqueFd socket = Connect(reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    const UniqueFd socket = ConnectToPort(ConsolePort, "to the blade");
     if (!socket) ThrowErrno("the controller's console does not answer");
     ::setsockopt(socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &ConsoleTime, sizeof(ConsoleTime));
     Send(socket, command + "\n");
