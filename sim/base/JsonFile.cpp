@@ -130,8 +130,8 @@ std::string ReadWhole(const std::string& file) {
     std::string text(MaxFile + 1, '\0');
     stream.read(text.data(), static_cast<std::streamsize>(text.size()));
     text.resize(static_cast<size_t>(stream.gcount()));
-    if (stream.bad() || text.empty()) throw BladeError(file + ": there is nothing in it to read");
-    if (text.size() > MaxFile) throw BladeError(file + ": is larger than 1 MiB, which no blade file is");
+    if (stream.bad() || text.empty()) throw BladeError(file + ": is empty or cannot be read");
+    if (text.size() > MaxFile) throw BladeError(file + ": is larger than 1 MiB");
     return text;
 }
 

@@ -42,7 +42,8 @@ bool IsMask(in_addr mask) {
 
 InternetAddress ReadInternetAddress(JsonObject& interface) {
     const InternetAddress address{ReadAddress(interface, "address"), ReadAddress(interface, "mask")};
-    if (address.m_address.s_addr == 0) interface.Fail("address", "is none; leave the key out for an interface without");
+    if (address.m_address.s_addr == 0)
+        interface.Fail("address", "is not an address; leave the key out for an interface without one");
     if (!IsMask(address.m_mask)) interface.Fail("mask", "expected ones followed by zeros, as in 255.255.255.0");
     return address;
 }

@@ -167,7 +167,7 @@ Inventory ReadInventory(JsonObject object) {
     Inventory inventory;
     if (object.Has("raw")) {
         inventory.m_raw = ReadRaw(object);
-        object.RejectOthers("cannot stand beside raw, which is the whole image");
+        object.RejectOthers("cannot be given with raw, which is the whole image");
         return inventory;
     }
     if (object.Has("board")) inventory.m_board = ReadBoard(object.Object("board"));

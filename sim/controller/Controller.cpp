@@ -128,7 +128,7 @@ private:
             const auto frame = decoder.Feed(ReceiveByte());
             const auto* reply = frame ? std::get_if<VmMessage>(&*frame) : nullptr;
             if (reply == nullptr) continue;
-            if (reply->m_data.empty() || reply->m_data[0] != 0) Fail("it refuses to tell its device id");
+            if (reply->m_data.empty() || reply->m_data[0] != 0) Fail("it does not give its device id");
             return;
         }
     }

@@ -118,6 +118,8 @@ int BladeCommand(emu_out_t* out, emu_data_t* /*simulator*/, lmc_data_t* /*contro
 
 extern "C" {
 
+// NOLINTBEGIN(readability-identifier-naming): ipmi_sim looks these three up by name.
+
 BLADESIM_EXPORT int ipmi_sim_module_print_version(sys_data_t* /*system*/, const char* /*options*/) {
     std::printf("bladesim_carrier %s\n", BLADESIM_VERSION);
     return 0;
@@ -151,4 +153,6 @@ BLADESIM_EXPORT int ipmi_sim_module_post_init(sys_data_t* /*system*/) {
     if (error != 0) Log(std::strerror(error));
     return error;
 }
+
+// NOLINTEND(readability-identifier-naming)
 }

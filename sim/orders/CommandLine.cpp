@@ -28,23 +28,23 @@ constexpr char Usage[] =
 
 constexpr char Description[] =
     "Brings a simulated blade up, runs COMMAND in it and takes it down.\n\n"
-    "The blade has a controller that answers through /dev/ipmi0 and over the network, and ends with COMMAND: nothing of it is\n"
+    "The blade's controller answers through /dev/ipmi0 and over the network. When COMMAND ends, nothing of the blade is\n"
     "left. What COMMAND writes elsewhere stays, as bmhost's storage does. Needs root.";
 
 constexpr char WhoHelp[] =
-    "Who works the controller's system interface:\n"
-    "bridge   bladesim: /dev/ipmi0 in COMMAND is the blade's\n"
+    "Who serves the controller's system interface:\n"
+    "bridge   bladesim: COMMAND finds the blade's /dev/ipmi0\n"
     "none     nobody: no controller, no /dev/ipmi0\n"
-    "machine  this machine: its own /dev/ipmi0, and the controller that it has; all of the blade but the controller\n"
+    "machine  this machine: COMMAND uses its /dev/ipmi0; all of the blade comes up but the controller\n"
     "guest    a virtual machine that COMMAND starts: it connects to BLADESIM_VM_PORT";
 
 constexpr char Footer[] =
     "In COMMAND's environment:\n"
-    "  BLADESIM_RUN_DIR        folder of this run, gone with it\n"
+    "  BLADESIM_RUN_DIR        folder of this run, removed after it\n"
     "  BLADESIM_LAN_HOST, BLADESIM_LAN_PORT, BLADESIM_LAN_USER, BLADESIM_LAN_PASSWORD, BLADESIM_CONSOLE_PORT\n"
     "  BLADESIM_IPMI           WHO of --ipmi\n"
     "  BLADESIM_VM_PORT        where a virtual machine finds the controller, with --ipmi guest\n\n"
-    "Asking the controller beside COMMAND, from within:\n"
+    "To ask the controller over the network, from within COMMAND:\n"
     "  ipmitool -I lan -H 127.0.0.1 -p 9001 -U ipmiusr -P test fru print\n\n"
     "Exit status: that of COMMAND (128 and the signal's number when a signal ended it), 2 bad usage, 3 the blade could not be\n"
     "brought up, or could not do what was asked of it.";
@@ -80,7 +80,7 @@ std::optional<int> ParseCommandLine(int count, char** arguments, CommandLine& li
                                   ->capture_default_str();
     app.add_flag_callback(
            "--no-ipmi", [&who] { who = NameOf(SystemInterface::None); },
-           "Leave /dev/ipmi0 and the controller out: --ipmi none")
+           "Without /dev/ipmi0 and controller: --ipmi none")
         ->excludes(ipmi);
     app.add_option("--timeout", timeOut,
                    "How long the driver of /dev/ipmi0 waits for a reply before it answers 0xC3; 0: for ever")

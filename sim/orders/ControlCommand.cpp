@@ -26,12 +26,12 @@ constexpr char FaultHelp[] =
     "  completion-code CODE   answered with this completion code, without data\n"
     "  reply CODE [DATA…]     answered with these bytes\n"
     "  lost                   no reply comes; the driver answers 0xC3 after its time-out (bladesim --timeout)\n"
-    "  late MS                the reply comes so much later; after the time-out it is dropped\n"
+    "  late MS                the reply comes that much later; after the time-out it is dropped\n"
     "  short COUNT            the reply has its first COUNT bytes only, the completion code included\n"
     "  doubled                the reply comes twice; the driver drops the second\n"
-    "  answered-twice         the opener gets the answer twice, which no sound driver does\n"
+    "  answered-twice         the opener gets the answer twice, which no correct driver does\n"
     "  other-fru FRU          answered as if FRU had been asked\n"
-    "  gone MS                the controller goes away, and comes back so much later; 0: not by itself\n\n"
+    "  gone MS                the controller goes away and comes back that much later; 0: not by itself\n\n"
     "REQUEST is one word: \"2c 02 00 ??\" is any request that begins with these bytes.\n"
     "Example: bladesim fault add \"0a 11 02\" --first 3 --count 1 completion-code 0xC1\n";
 
@@ -56,7 +56,7 @@ const View Views[] = {
      [](const json& leds) { return FormatLeds(leds, IsTerminal()); }},
     {"controls", "The FRU Controls that the controller has received", [] { return AskConsole("blade controls"); },
      FormatControls},
-    {"faults", "The faults that are ordered", [] { return GiveOrder("fault list"); }, FormatFaults},
+    {"faults", "The faults and what they have hit", [] { return GiveOrder("fault list"); }, FormatFaults},
 };
 
 constexpr char Stopped[] = "the controller is stopped";
@@ -88,7 +88,7 @@ void ShowAll(bool asJson) {
 class ControlCommand : public OrderCommand {
 public:
     ControlCommand() {
-        AddFaultCommands(AddCommand("fault", "Order misbehaviour of the controller"));
+        AddFaultCommands(AddCommand("fault", "Make the controller misbehave"));
         AddControllerCommands(AddCommand("controller", "Stop and start the controller"));
         AddShowCommands(AddCommand("show", "Show what the controller was asked and what it knows"));
     }
@@ -96,7 +96,7 @@ public:
 private:
     void AddFaultCommands(CLI::App& faultCommand) {
         faultCommand.require_subcommand(1);
-        CLI::App* const add = faultCommand.add_subcommand("add", "Order a fault; prints its number");
+        CLI::App* const add = faultCommand.add_subcommand("add", "Add a fault; prints its number");
         add->footer(FaultHelp);
         add->add_option("REQUEST", m_fault.m_request, "Network function, command and data in hexadecimal")
             ->required()
@@ -114,12 +114,12 @@ private:
         AddJson(*list);
         Does(*list, [this] { ShowOne(*std::prev(std::end(Views)), m_json); });
 
-        CLI::App* const clear = faultCommand.add_subcommand("clear", "Take a fault back, or all of them");
-        clear->add_option("NUMBER", m_number, "As add and list have printed it")->type_name("");
+        CLI::App* const clear = faultCommand.add_subcommand("clear", "Remove a fault, or all of them");
+        clear->add_option("NUMBER", m_number, "As printed by add and list")->type_name("");
         Does(*clear, [this] { GiveOrder("fault clear", m_number ? json{{"number", *m_number}} : json::object()); });
 
         CLI::App* const release =
-            faultCommand.add_subcommand("release", "Let lost replies come after all; prints how many were kept");
+            faultCommand.add_subcommand("release", "Let lost replies arrive after all; prints how many were kept");
         Does(*release, [] { Print(JsonLine(GiveOrder("fault release"))); });
     }
 
@@ -130,7 +130,7 @@ private:
         };
         static constexpr Command commands[] = {
             {"stop", "Take the controller away, as if it had lost its power"},
-            {"start", "Have it back, with nothing of what was set in it"},
+            {"start", "Bring it back, without anything that was set in it"},
             {"restart", "Both"},
         };
         controller.require_subcommand(1);
@@ -143,7 +143,7 @@ private:
     void AddShowCommands(CLI::App& show) {
         AddJson(show);
         show.require_subcommand(0, 1);
-        show.footer("Without a subcommand: all of it.");
+        show.footer("Without a subcommand it shows all of it.");
         // The callbacks of the subcommands come after this one and override it.
         show.preparse_callback([this](size_t) { m_do = [this] { ShowAll(m_json); }; });
         for (const View& view : Views) {

@@ -54,7 +54,7 @@ constexpr NumberOption NumberOptions[] = {
     {"--board-state", "board_state", "State of the board; live: 1, or 0 with a sub-state of 4 or more"},
     {"--sub-state", "sub_state", "Sub-state of the board; live: 4 or more, or 0 in state 1"},
     {"--processor-state", "processor_state", "State of the processor; below 2 it has a fault"},
-    {"--processor", "processor", "Number of the processor that is told of"},
+    {"--processor", "processor", "Number of the faulty processor"},
     {"--severity", "severity", "Severity of its fault"},
 };
 
@@ -80,7 +80,7 @@ public:
             const ordered_json state = MediaState();
             Print(m_json ? JsonLine(state) : FormatMedia(state));
         });
-        AddSet(*media.add_subcommand("set", "Order how it behaves, from now on and when it is started again"));
+        AddSet(*media.add_subcommand("set", "Set how it behaves, from now on and after a restart"));
     }
 
 private:
@@ -89,7 +89,7 @@ private:
         set.add_option("MODE", m_mode, "What it does with a request")
             ->required()
             ->type_name("")
-            ->check([](const std::string& mode) { return FindMediaMode(mode) ? "" : mode + " is no mode"; });
+            ->check([](const std::string& mode) { return FindMediaMode(mode) ? "" : mode + " is not a mode"; });
         for (const NumberOption& number : NumberOptions) {
             set.add_option_function<uint32_t>(
                    number.m_option, [this, &number](uint32_t value) { m_order[number.m_key] = value; },
@@ -105,7 +105,7 @@ private:
         }
         set.add_flag_callback(
             "--at-processor", [this] { m_order["at_processor"] = true; },
-            "The board is answered as not live; the mode befalls the question for a processor");
+            "Answer the board as not live; the mode applies to the question about a processor");
         Does(set, [this] { Set(); });
     }
 

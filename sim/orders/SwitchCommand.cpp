@@ -50,8 +50,8 @@ public:
         switchCommand.require_subcommand(1);
         AddShow(*switchCommand.add_subcommand("show", "Show ports, learnt addresses and the calls that fail"));
         AddLink(*switchCommand.add_subcommand("link", "Plug a port's cable in or out"));
-        AddFail(*switchCommand.add_subcommand("fail", "Let a call of the board driver fail"));
-        AddClear(*switchCommand.add_subcommand("clear", "Let a call work again, or all of them"));
+        AddFail(*switchCommand.add_subcommand("fail", "Make a call of the board driver fail"));
+        AddClear(*switchCommand.add_subcommand("clear", "Make a call work again, or all of them"));
     }
 
 private:
@@ -64,7 +64,7 @@ private:
     }
 
     void AddLink(CLI::App& link) {
-        link.add_option("PORT", m_port, "The switch's own number of it: 3 and 4 fabric, 5 and 6 RTM, 7 and 8 CPUs")
+        link.add_option("PORT", m_port, "The switch's own port number: 3 and 4 fabric, 5 and 6 RTM, 7 and 8 CPUs")
             ->required()
             ->type_name("");
         link.add_option("STATE", m_cableState, "up: it carries a link while the port is enabled; down: it does not")

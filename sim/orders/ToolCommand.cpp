@@ -48,7 +48,7 @@ std::string CheckSignal(const std::string& signal) {
     int number = -1;
     std::from_chars(signal.data(), signal.data() + signal.size(), number);
     const bool ends = number == 0 || SignalEnds(number);
-    return ends ? "" : "signal " + signal + " ends no process";
+    return ends ? "" : "signal " + signal + " does not end a process";
 }
 
 class ToolCommand : public OrderCommand {
@@ -57,8 +57,8 @@ public:
         CLI::App& tool = AddCommand("tool", "The board's tools: their command lines, and how they end");
         tool.require_subcommand(1);
         AddShow(*tool.add_subcommand("show", "Show the command lines in their order, and how they ended"));
-        AddList(*tool.add_subcommand("list", "Show the tools and what is ordered of them"));
-        AddSet(*tool.add_subcommand("set", "Order how a tool ends, from its next run on"));
+        AddList(*tool.add_subcommand("list", "Show the tools and their orders"));
+        AddSet(*tool.add_subcommand("set", "Set how a tool ends, from its next run on"));
         Does(*tool.add_subcommand("clear", "Forget command lines and orders"), [] {
             ClearToolOrders(RunFolder());
             ClearToolLog(RunFolder());
@@ -87,7 +87,7 @@ private:
             ->check(CLI::Range(1, MaxToolSignal))
             ->check(CheckSignal)
             ->excludes(exit);
-        set.add_option("--delay", m_order.m_delay, "It takes so long")
+        set.add_option("--delay", m_order.m_delay, "How long it takes")
             ->type_name("MS")
             ->check(CLI::Range(0U, MaxToolDelay));
         set.add_option("--times", m_order.m_times, "Its next N runs only; 0: all")

@@ -29,7 +29,8 @@ ToolOrder OrderOf(JsonObject object) {
     result.m_delay = static_cast<unsigned>(object.Integer("delay_ms", 0, MaxToolDelay, 0));
     result.m_times = static_cast<unsigned>(object.Integer("times", 0, MaxToolTimes, 0));
     if (result.m_signal != 0 && result.m_exit != 0) object.Fail("signal", "a tool ends by a signal or with a status");
-    if (result.m_signal != 0 && !SignalEnds(result.m_signal)) object.Fail("signal", "this one ends no process");
+    if (result.m_signal != 0 && !SignalEnds(result.m_signal))
+        object.Fail("signal", "this signal does not end a process");
     object.RejectOthers();
     return result;
 }

@@ -21,7 +21,7 @@ const MediaMode* ModeOf(JsonObject& object) {
     if (!object.Has("mode")) return &MediaModes[0];
     const std::string name = object.Text("mode");
     const MediaMode* const mode = FindMediaMode(name);
-    if (mode == nullptr) object.Fail("mode", "\"" + name.substr(0, 40) + "\" is no mode");
+    if (mode == nullptr) object.Fail("mode", "\"" + name.substr(0, 40) + "\" is not a mode");
     return mode;
 }
 

@@ -489,7 +489,7 @@ def test_an_order_that_it_cannot_read_leaves_it_as_it_was(software, queue):
     (run_folder() / "media.json").write_text('{"mode": "fast"}')
     queue.send(BOARD_STATUS)
     assert queue.receive(SOON) == (BOARD_STATUS_REPLY, LIVE)
-    assert 'media.json:1: mode: "fast" is no mode' in (run_folder() / "media.log").read_text()
+    assert 'media.json:1: mode: "fast" is not a mode' in (run_folder() / "media.log").read_text()
 
 
 def test_the_order_is_kept_for_the_next_start(queue):

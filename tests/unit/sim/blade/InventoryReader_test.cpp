@@ -130,6 +130,6 @@ INSTANTIATE_TEST_SUITE_P(
         BadValue{"/frus/0/inventory/multirecords",
                  nlohmann::json(5000, {{"type", 0}, {"data", "00 00 00 00 00 00 00 00 00"}}),
                  INVENTORY_KEY ".multirecords", "65535 are the most"},
-        BadValue{"/frus/0/inventory/raw", "00", INVENTORY_KEY ".board", "cannot stand beside raw"},
+        BadValue{"/frus/0/inventory/raw", "00", INVENTORY_KEY ".board", "cannot be given with raw"},
         BadValue{"/frus/0/inventory", {{"raw", "0"}}, INVENTORY_KEY ".raw", "pairs of"},
         BadValue{"/frus/0/inventory", {{"raw", {"00", 1}}}, INVENTORY_KEY ".raw[1]", "expected a text"}));

@@ -66,7 +66,7 @@ TEST_F(ToolOrdersTest, ThatAreWrongAreNamedWithTheirLineAndLeftAlone) {
         {R"({"mavk_diag": 16})", "tools.json:1: mavk_diag: "},
         {R"({"mavk_diag": {"exit": 256}})", "tools.json:1: mavk_diag.exit: expected a number from 0 to 255, found 256"},
         {R"({"mavk_diag": {"signal": 65}})", "tools.json:1: mavk_diag.signal: expected a number from 0 to 64"},
-        {R"({"mavk_diag": {"signal": 19}})", "tools.json:1: mavk_diag.signal: this one ends no process"},
+        {R"({"mavk_diag": {"signal": 19}})", "tools.json:1: mavk_diag.signal: this signal does not end a process"},
         {R"({"mavk_diag": {"exit": 1, "signal": 9}})", "tools.json:1: mavk_diag.signal: a tool ends by a signal or"},
         {R"({"mavk_diag": {"delay_ms": -1}})", "tools.json:1: mavk_diag.delay_ms: expected a number from 0 to 600000"},
         {R"({"mavk_diag": {"delay": 1}})", "tools.json:1: mavk_diag.delay: nothing is known by this name"},

@@ -54,7 +54,7 @@ TEST_F(MediaOrderTest, KeepsAllThatItSays) {
 TEST_F(MediaOrderTest, ThatIsWrongIsNamedWithItsLine) {
     const std::pair<const char*, const char*> cases[] = {
         {"{", "media.json:1: "},
-        {"{\n\"mode\": \"fast\"}", "media.json:2: mode: \"fast\" is no mode"},
+        {"{\n\"mode\": \"fast\"}", "media.json:2: mode: \"fast\" is not a mode"},
         {R"({"mode": 3})", "media.json:1: mode: expected a text"},
         {R"({"delay_ms": 600001})", "media.json:1: delay_ms: expected a number from 0 to 600000"},
         {R"({"processor": -1})", "media.json:1: processor: expected a number from 0 to 4294967295"},
