@@ -37,7 +37,7 @@ json ResultAnswer(json result) {
     return {{"result", std::move(result)}};
 }
 
-/// The other side is gone, and with it the connections: without waiting for what is still under way.
+/// Closes like a lost peer: without waiting for data still under way.
 void CloseAtOnce(UniqueFd& socket) {
     const linger reset{1, 0};
     ::setsockopt(socket.Get(), SOL_SOCKET, SO_LINGER, &reset, sizeof(reset));

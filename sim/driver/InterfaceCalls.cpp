@@ -78,7 +78,7 @@ CallResult InterfaceCalls::Do(int opener, uint32_t request, const std::vector<ui
                                         command.chans};
         return request == IPMICTL_REGISTER_FOR_CMD_CHANS ? Register(registration) : Unregister(registration);
     }
-    // This controller sends no events: whoever asks for them waits as for those of a quiet one.
+    // This controller sends no events: an opener that asks for them waits, as with a quiet controller.
     case IPMICTL_SET_GETS_EVENTS_CMD:
         return {};
     default:

@@ -60,7 +60,7 @@ private:
 
     std::chrono::milliseconds m_timeOut;
     std::deque<Request> m_requests;
-    bool m_outstanding = false; // the first one is
+    bool m_outstanding = false; // whether the first one is outstanding
     std::optional<Clock::time_point> m_deadline;
     uint8_t m_sequence = 0;
 };

@@ -167,8 +167,8 @@ fuse_operations Operations() {
     return operations;
 }
 
-/// Never returns. In a mount namespace of its own this process keeps the kernel's /proc: whatever it may want of it, a
-/// sanitizer's report for instance, must not wait for itself.
+/// Never returns. In a mount namespace of its own this process keeps the kernel's /proc: reading /proc, for a
+/// sanitizer's report for instance, must not make it wait for itself.
 [[noreturn]] void Serve(DriverFileSystem fileSystem, const UniqueFd& device) {
     if (::unshare(CLONE_NEWNS) != 0 || ::umount2(Proc, MNT_DETACH) != 0) {
         std::fprintf(stderr, "bladesim: %s: no mounts of its own: %s\n", DriverFilePath, std::strerror(errno));

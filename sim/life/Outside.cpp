@@ -91,8 +91,8 @@ sigset_t BlockSignals() {
     return signals;
 }
 
-/// The child is process 1 of the namespace. The caller has further children in its own again: once process 1 has ended,
-/// none can be had in the new one, not even the helper thread of a sanitizer.
+/// The child is process 1 of the new namespace. The caller's later children belong to its own namespace again: once
+/// process 1 has ended the new one takes none, not even a sanitizer's helper thread.
 pid_t ForkIntoNewProcessNamespace() {
     const UniqueFd self(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)));
     if (!self || ::unshare(CLONE_NEWPID) != 0) ThrowErrno("no process namespace of its own");

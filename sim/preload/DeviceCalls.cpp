@@ -27,7 +27,7 @@ int Fail(int error) {
     return -1;
 }
 
-// Looking at a message and taking it are two steps.
+// Held from looking at a message until it is taken.
 pthread_mutex_t receiveMutex = PTHREAD_MUTEX_INITIALIZER;
 
 class Lock {

@@ -36,7 +36,7 @@ struct Entry {
 std::vector<Entry> EntriesOfUsr() {
     std::vector<Entry> entries;
     for (const fs::directory_entry& entry : fs::directory_iterator(Usr)) {
-        if (entry.path() == InstallFolder) continue; // of a real blade
+        if (entry.path() == InstallFolder) continue; // that of a real blade
         Entry fresh{entry.path(), {}, UniqueFd(), entry.is_directory()};
         if (entry.is_symlink()) {
             fresh.m_target = fs::read_symlink(entry.path());

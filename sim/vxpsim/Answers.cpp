@@ -4,7 +4,7 @@
 namespace bladesim {
 namespace {
 
-// When a board that could be live has to give its processor away.
+// A board that is not live: the monitor then asks about its processor.
 constexpr uint32_t BoardNotLive = 2;
 constexpr uint32_t SubStateNotLive = 1;
 

@@ -1,4 +1,4 @@
-// Blade files that are no good JSON: each is refused with its line, none does any harm.
+// Blade files with bad JSON: each is refused with its line, and none does harm.
 #include "sim/blade/BladeFileTest.h"
 
 #include "sim/base/JsonFile.h"

@@ -1,4 +1,4 @@
-// Sockets: who listens can be connected to, and what is wrong is said in the words of the purpose.
+// Sockets: clients reach a listener, and errors name the purpose.
 #include "sim/base/Sockets.h"
 
 #include "sim/base/Error.h"

@@ -1,4 +1,4 @@
-// A sample blade file to spoil, and what the reader says of it.
+// A sample blade file to spoil, and the reader's errors.
 #pragma once
 
 #include "sim/base/Error.h"
@@ -53,7 +53,7 @@ protected:
         return Read(json.dump());
     }
 
-    /// What is said about the sample with another value at this place.
+    /// The error for the sample with another value at this place.
     std::string ErrorWith(const char* pointer, const nlohmann::json& value) {
         nlohmann::json json = SampleJson();
         json[nlohmann::json::json_pointer(pointer)] = value;

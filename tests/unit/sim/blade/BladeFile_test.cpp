@@ -1,4 +1,4 @@
-// Blade files: the controller, its FRUs and their LEDs, and what is said about bad ones.
+// Blade files: the controller, its FRUs and their LEDs, and the errors of bad ones.
 #include "BladeFileTest.h"
 
 using namespace bladesim;

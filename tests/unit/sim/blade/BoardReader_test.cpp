@@ -1,4 +1,4 @@
-// Blade files: network interfaces and the PCI driver, and what is said about bad ones.
+// Blade files: network interfaces and the PCI driver, and the errors of bad ones.
 #include "BladeFileTest.h"
 
 #include <arpa/inet.h>

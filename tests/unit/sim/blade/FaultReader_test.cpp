@@ -1,4 +1,4 @@
-// Blade files: faults, and what is said about bad ones.
+// Blade files: faults, and the errors of bad ones.
 #include "BladeFileTest.h"
 
 #include "sim/blade/FaultKinds.h"

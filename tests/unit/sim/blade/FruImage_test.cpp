@@ -143,7 +143,7 @@ TEST(FruImage, HasExactlyTheBadChecksumsThatAreWanted) {
         {{true, false, false, false}, {7}},
         {{false, true, false, false}, {product - 1, records - 1}},
         {{false, false, true, false}, {records + 4, records + 7 + 4}},
-        // A data checksum stands in the header, which must sum to zero with it.
+        // The data checksum is part of the header, whose sum must be zero.
         {{false, false, false, true}, {records + 3, records + 4, records + 7 + 3, records + 7 + 4}},
     };
     ASSERT_GT(board, 0U);

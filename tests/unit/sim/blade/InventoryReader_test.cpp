@@ -1,4 +1,4 @@
-// Blade files: what stands in an inventory area, and what is said about bad ones.
+// Blade files: inventory areas, and the errors of bad ones.
 #include "BladeFileTest.h"
 
 using namespace bladesim;

@@ -1,5 +1,5 @@
-// The blade files that come with bladesim: each can be read, and the plug-in's own parser finds in the images what the
-// files say.
+// The blade files that come with bladesim: each can be read, and the plug-in's own parser reads from the images what
+// the files say.
 #include "sim/blade/BladeFile.h"
 #include "sim/blade/FruImage.h"
 
@@ -211,7 +211,7 @@ TEST(Blades, CostThePlugInWhatTheirBadChecksumsProtect) {
         bool m_texts;
         size_t m_records;
     };
-    // The plug-in looks at the checksums of header and records, not at those of the info areas.
+    // The plug-in checks the checksums of header and records, not those of the info areas.
     constexpr Row rows[] = {
         {0, BM_ADAPTOR::FRU_PARSE_OK, true, 0},
         {1, BM_ADAPTOR::FRU_PARSE_OK, true, 0},

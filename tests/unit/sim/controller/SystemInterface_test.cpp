@@ -1,4 +1,4 @@
-// Who works the system interface: by name, and whether the blade has a controller then.
+// Who serves the system interface: names, and which of them have a controller.
 #include "sim/controller/SystemInterface.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The calls of the device that are no messages.
+// The calls of the device other than messages.
 #include "sim/driver/InterfaceCalls.h"
 
 #include <gtest/gtest.h>

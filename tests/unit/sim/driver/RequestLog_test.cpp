@@ -1,4 +1,4 @@
-// Counts and order of what was asked.
+// Counts and order of the requests.
 #include "sim/driver/RequestLog.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// What the PCI driver is told through its file: what becomes of each call, and what is kept of it.
+// What the PCI driver is told through its file: the outcome of each call, and its line in the log.
 #include "sim/life/DriverFileRecords.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The controller's own view as JSON: the texts that tests and people get.
+// The controller's own view as JSON, for tests and people.
 #include "sim/module/CarrierReport.h"
 
 #include "SampleCarrier.h"

@@ -160,12 +160,12 @@ TEST(CarrierWithAuxiliaryFirmware, TellsItBehindTheDeviceId) {
 }
 
 TEST_F(CarrierTest, AnswersWhateverComesWithACodeAndWithinBounds) {
-    constexpr uint8_t telling[] = {0, 1, 2, 3, 5, 7, 0x0F, 0xFB, 0xFF}; // many of them mean something somewhere
+    constexpr uint8_t telling[] = {0, 1, 2, 3, 5, 7, 0x0F, 0xFB, 0xFF}; // many of them are real commands
     std::mt19937 random(20);
     const auto below = [&](size_t limit) { return std::uniform_int_distribution<size_t>(0, limit - 1)(random); };
     size_t good = 0;
     for (int round = 0; round < 20'000; ++round) {
-        // As long as it says and no longer: a byte read behind it is the sanitizer's to find.
+        // Exactly as long as it says: a sanitizer finds a read past its end.
         Bytes request(below(8));
         for (uint8_t& value : request)
             value = below(4) == 0 ? static_cast<uint8_t>(below(0x100)) : telling[below(std::size(telling))];

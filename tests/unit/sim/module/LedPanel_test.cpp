@@ -1,4 +1,4 @@
-// The LEDs of a FRU: which state is on top, what is refused, and lamp tests that run out.
+// The LEDs of a FRU: which state shows, what is refused, and lamp tests that run out.
 #include "sim/module/LedPanel.h"
 
 #include "SampleCarrier.h"

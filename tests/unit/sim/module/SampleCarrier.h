@@ -9,10 +9,10 @@ constexpr uint8_t ColorBit(LedColor color) {
     return static_cast<uint8_t>(1U << static_cast<unsigned>(color));
 }
 
-/// Supports red and amber; its local colour is red, that of an override amber.
+/// Supports red and amber; its local colour is red, its override colour amber.
 constexpr Led RedAmber{1, ColorBit(LedColor::Red) | ColorBit(LedColor::Amber), LedColor::Red, LedColor::Amber, true};
 constexpr Led Blue{0, ColorBit(LedColor::Blue), LedColor::Blue, LedColor::Blue, true};
-/// Only ever shows what an override says.
+/// Shows overrides only.
 constexpr Led GreenNoLocal{5, ColorBit(LedColor::Green), LedColor::Green, LedColor::Green, false};
 
 inline Blade SampleCarrier() {

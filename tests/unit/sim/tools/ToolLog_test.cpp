@@ -1,4 +1,4 @@
-// How the tools were called: numbers, arguments as they are, beginnings and ends, what cannot be read.
+// How the tools were called: numbers, arguments, beginnings and ends, and unreadable logs.
 #include "sim/tools/ToolLog.h"
 
 #include "ToolTest.h"

@@ -1,4 +1,4 @@
-// What the tools are told to do: set, taken by runs, counted, written by hand.
+// The tools' orders: set, used by runs, counted, written by hand.
 #include "sim/tools/ToolOrders.h"
 
 #include "ToolTest.h"

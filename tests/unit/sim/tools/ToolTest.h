@@ -1,4 +1,4 @@
-// A run folder for the tests of tools and media software, gone with its test.
+// A run folder for the tests of tools and media software, removed after each test.
 #pragma once
 
 #include "sim/base/Error.h"
@@ -20,7 +20,7 @@ protected:
     void Write(const std::string& name, const std::string& text) const { bladesim::ReplaceFile(File(name), text); }
     std::string Read(const std::string& name) const { return bladesim::ReadFile(File(name)); }
 
-    /// What is thrown, without the folder.
+    /// The thrown error, without the folder.
     std::string ErrorOf(const std::function<void()>& call) const {
         try {
             call();

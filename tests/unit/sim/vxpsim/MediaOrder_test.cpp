@@ -1,4 +1,4 @@
-// How the media software is told to behave: the file of its order.
+// How the media software is ordered to behave: the file with its order.
 #include "sim/vxpsim/MediaOrder.h"
 
 #include "sim/tools/ToolTest.h"
