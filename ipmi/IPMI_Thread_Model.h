@@ -179,7 +179,10 @@ public:
     PUBLISHED() = default;
     PUBLISHED(const PUBLISHED&) = delete;
     PUBLISHED& operator=(const PUBLISHED&) = delete;
-    OBJECT* operator=(OBJECT* a_Object) { return m_Object = a_Object; }
+    PUBLISHED& operator=(OBJECT* a_Object) {
+        m_Object = a_Object;
+        return *this;
+    }
     operator OBJECT*() const { return m_Object; } // NOLINT(google-explicit-constructor): it is the pointer
     OBJECT* operator->() const { return m_Object; }
 
