@@ -16,11 +16,11 @@ namespace {
 
 struct GROUP_HANDLERS {
     BMIGroup_e m_Group;
+    HANDLER_RESULT_e m_Failure; // the result of a handler that ended by an exception
     int (IPMIAdaptor::*m_Read)(const CBMIKeys*, CBMIParams*);
     int (IPMIAdaptor::*m_Table)(CBMITable*&);
     int (IPMIAdaptor::*m_Write)(CBMIKeys*, CBMIParams*);
-    HANDLER_RESULT_e m_Failure; // the result of a handler that ended by an exception
-    const char* m_WriteLine;    // logged before a write
+    const char* m_WriteLine; // logged before a write
 };
 
 // Writes to both host-facing LED groups go to the AMC LEDs' handler, and 0x100 logs the name of the other baseboard
@@ -29,33 +29,32 @@ constexpr const char* BASEBOARD_LED_WRITE_LINE = "IPMIAdaptor::WriteParams() on 
 constexpr const char* AMC_LED_WRITE_LINE =
     "IPMIAdaptor::WriteParams() on BMI_GROUP_HARDWARE_AMC_LED_TABLE, calling AMC_LED_WriteParams()";
 
-// One row a group. A group whose handlers are not built yet, and a group that is only read, answers 0.
+// One row a group. A write to a group that is only read answers 0.
 constexpr GROUP_HANDLERS g_Groups[] = {
-    {BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL, &IPMIAdaptor::Baseboard_LED_Internal_ReadParams,
-     &IPMIAdaptor::Baseboard_LED_Internal_ReadTable, &IPMIAdaptor::Baseboard_LED_WriteParams, RESULT_NOT_FOUND,
-     BASEBOARD_LED_WRITE_LINE},
-    {BMI_GROUP_HARDWARE_AMC_LED_INTERNAL, &IPMIAdaptor::AMC_LED_Internal_ReadParams,
-     &IPMIAdaptor::AMC_LED_Internal_ReadTable, &IPMIAdaptor::AMC_LED_WriteParams, RESULT_NOT_FOUND, nullptr},
-    {BMI_GROUP_HARDWARE_AMC_FRU_TABLE, &IPMIAdaptor::AMC_FRU_ReadParams, &IPMIAdaptor::AMC_FRU_ReadTable, nullptr,
-     RESULT_NOT_FOUND, nullptr},
-    {BMI_GROUP_HARDWARE_RTM_FRU_TABLE, &IPMIAdaptor::RTM_FRU_ReadParams, &IPMIAdaptor::RTM_FRU_ReadTable, nullptr,
-     RESULT_NOT_FOUND, nullptr},
-    {BMI_GROUP_FIRMWARE_UPDATE, &IPMIAdaptor::Firmware_Update_ReadParams, &IPMIAdaptor::Firmware_Update_ReadTable,
-     &IPMIAdaptor::Firmware_Update_WriteParams, RESULT_NOTHING_DONE, nullptr},
-    {BMI_GROUP_HARDWARE_AMC_DSP_TABLE, &IPMIAdaptor::AMC_DSP_ReadParams, &IPMIAdaptor::AMC_DSP_ReadTable, nullptr,
-     RESULT_NO_ROW, nullptr},
-    {BMI_GROUP_HARDWARE_BOARD, &IPMIAdaptor::Board_Hardware_ReadParams, &IPMIAdaptor::Board_Hardware_ReadTable,
-     &IPMIAdaptor::Board_Hardware_WriteParams, RESULT_NOT_FOUND, nullptr},
-    {BMI_GROUP_BM_IPMI_BASEBOARD_LED, &IPMIAdaptor::Baseboard_LED_ReadParams, &IPMIAdaptor::Baseboard_LED_ReadTable,
-     &IPMIAdaptor::AMC_LED_WriteParams, RESULT_NOT_FOUND, AMC_LED_WRITE_LINE},
-    {BMI_GROUP_HARDWARE_AMC_TABLE, &IPMIAdaptor::AMC_HW_ReadParams, &IPMIAdaptor::AMC_HW_ReadTable,
-     &IPMIAdaptor::AMC_HW_WriteParams, RESULT_NOT_FOUND, nullptr},
-    {BMI_GROUP_HARDWARE_AMC_LED_TABLE, &IPMIAdaptor::AMC_LED_ReadParams, &IPMIAdaptor::AMC_LED_ReadTable,
-     &IPMIAdaptor::AMC_LED_WriteParams, RESULT_NOT_FOUND, AMC_LED_WRITE_LINE},
-    {BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, &IPMIAdaptor::AMC_DSP_ReadParamsEx, &IPMIAdaptor::AMC_DSP_ReadTableEx,
-     &IPMIAdaptor::AMC_DSP_WriteParams, RESULT_NO_ROW, nullptr},
-    {BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, &IPMIAdaptor::AMC_SwitchPort_ReadParams,
-     &IPMIAdaptor::AMC_SwitchPort_ReadTable, &IPMIAdaptor::AMC_SwitchPort_WriteParams, RESULT_NO_ROW, nullptr},
+    {BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL, RESULT_NOT_FOUND, &IPMIAdaptor::Baseboard_LED_Internal_ReadParams,
+     &IPMIAdaptor::Baseboard_LED_Internal_ReadTable, &IPMIAdaptor::Baseboard_LED_WriteParams, BASEBOARD_LED_WRITE_LINE},
+    {BMI_GROUP_HARDWARE_AMC_LED_INTERNAL, RESULT_NOT_FOUND, &IPMIAdaptor::AMC_LED_Internal_ReadParams,
+     &IPMIAdaptor::AMC_LED_Internal_ReadTable, &IPMIAdaptor::AMC_LED_WriteParams, nullptr},
+    {BMI_GROUP_HARDWARE_AMC_FRU_TABLE, RESULT_NOT_FOUND, &IPMIAdaptor::AMC_FRU_ReadParams,
+     &IPMIAdaptor::AMC_FRU_ReadTable, nullptr, nullptr},
+    {BMI_GROUP_HARDWARE_RTM_FRU_TABLE, RESULT_NOT_FOUND, &IPMIAdaptor::RTM_FRU_ReadParams,
+     &IPMIAdaptor::RTM_FRU_ReadTable, nullptr, nullptr},
+    {BMI_GROUP_FIRMWARE_UPDATE, RESULT_NOTHING_DONE, &IPMIAdaptor::Firmware_Update_ReadParams,
+     &IPMIAdaptor::Firmware_Update_ReadTable, &IPMIAdaptor::Firmware_Update_WriteParams, nullptr},
+    {BMI_GROUP_HARDWARE_AMC_DSP_TABLE, RESULT_NO_ROW, &IPMIAdaptor::AMC_DSP_ReadParams, &IPMIAdaptor::AMC_DSP_ReadTable,
+     nullptr, nullptr},
+    {BMI_GROUP_HARDWARE_BOARD, RESULT_NOT_FOUND, &IPMIAdaptor::Board_Hardware_ReadParams,
+     &IPMIAdaptor::Board_Hardware_ReadTable, &IPMIAdaptor::Board_Hardware_WriteParams, nullptr},
+    {BMI_GROUP_BM_IPMI_BASEBOARD_LED, RESULT_NOT_FOUND, &IPMIAdaptor::Baseboard_LED_ReadParams,
+     &IPMIAdaptor::Baseboard_LED_ReadTable, &IPMIAdaptor::AMC_LED_WriteParams, AMC_LED_WRITE_LINE},
+    {BMI_GROUP_HARDWARE_AMC_TABLE, RESULT_NOT_FOUND, &IPMIAdaptor::AMC_HW_ReadParams, &IPMIAdaptor::AMC_HW_ReadTable,
+     &IPMIAdaptor::AMC_HW_WriteParams, nullptr},
+    {BMI_GROUP_HARDWARE_AMC_LED_TABLE, RESULT_NOT_FOUND, &IPMIAdaptor::AMC_LED_ReadParams,
+     &IPMIAdaptor::AMC_LED_ReadTable, &IPMIAdaptor::AMC_LED_WriteParams, AMC_LED_WRITE_LINE},
+    {BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, RESULT_NO_ROW, &IPMIAdaptor::AMC_DSP_ReadParamsEx,
+     &IPMIAdaptor::AMC_DSP_ReadTableEx, &IPMIAdaptor::AMC_DSP_WriteParams, nullptr},
+    {BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, RESULT_NO_ROW, &IPMIAdaptor::AMC_SwitchPort_ReadParams,
+     &IPMIAdaptor::AMC_SwitchPort_ReadTable, &IPMIAdaptor::AMC_SwitchPort_WriteParams, nullptr},
 };
 
 // Answers 0 in every column.

@@ -194,9 +194,10 @@ protected:
         for (const auto l_State : {ADAPTOR_STARTED, ADAPTOR_INITIALISING}) {
             BeInState(l_State);
             for (const CALL& l_Call : AllCalls()) {
-                TEXTS& l_Texts = l_All.emplace_back(Make(l_Call));
+                TEXTS l_Texts = Make(l_Call);
                 l_Texts.insert(l_Texts.begin(), FormatText("call %i of 0x%x", l_Call.m_Kind, l_Call.m_Group));
                 TakeLines(l_Texts);
+                l_All.push_back(std::move(l_Texts));
             }
         }
         TakeLines(l_All.emplace_back(TEXTS{FormatText("PCI driver told: %i", m_Adaptor.WriteProcFile())}));

@@ -295,12 +295,13 @@ TEST_F(Dispatch, HostsLoggerThatThrowsChangesNoResult) {
             IPMI_TEST_ACCESS::Logger(m_Adaptor) = l_Logger;
             CBMIParams* l_Row = nullptr;
             CBMITable* l_Table = nullptr;
-            std::vector<int>& l_Codes = l_Results.emplace_back();
+            std::vector<int> l_Codes;
             EXPECT_NO_THROW(l_Codes.push_back(m_Adaptor.ReadParams(l_Group, &m_NoKeys, l_Row))) << l_Group;
             EXPECT_NO_THROW(l_Codes.push_back(m_Adaptor.GetParamTable(l_Group, l_Table))) << l_Group;
             EXPECT_NO_THROW(l_Codes.push_back(m_Adaptor.WriteParams(l_Group, &m_NoKeys, &m_Row))) << l_Group;
             delete l_Row;
             delete l_Table;
+            l_Results.push_back(l_Codes);
         }
         EXPECT_EQ(l_Results[0], l_Results[1]) << l_Group;
     }
