@@ -17,6 +17,7 @@
 #include <set>
 #include <string_view>
 #include <thread>
+#include <utility>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
