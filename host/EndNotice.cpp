@@ -3,7 +3,7 @@
 
 #include "host/Redirect.h"
 
-#include "HostLog.h"
+#include "bm_dev/HostLog.h"
 
 #include <array>
 #include <condition_variable>

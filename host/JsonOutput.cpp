@@ -4,7 +4,7 @@
 #include "host/Names.h"
 #include "host/Redirect.h"
 
-#include "ByteText.h"
+#include "bm_dev/ByteText.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,8 +1,8 @@
 // The host's side of the interface: registrations, events, mode, logger, storage.
 #include "host/Manager.h"
 
-#include "HostLog.h"
-#include "HostStorage.h"
+#include "bm_dev/HostLog.h"
+#include "bm_dev/HostStorage.h"
 
 namespace BMHOST {
 

@@ -1,7 +1,7 @@
 // The standard descriptors: what of them is bmhost's, and where the adaptor's own prints go.
 #include "host/Redirect.h"
 
-#include "ByteText.h"
+#include "bm_dev/ByteText.h"
 
 #include <array>
 #include <cerrno>

@@ -6,7 +6,7 @@
 #include "host/Session.h"
 #include "host/Signals.h"
 
-#include "HostLog.h"
+#include "bm_dev/HostLog.h"
 
 #include <condition_variable>
 #include <cstdio>

@@ -9,7 +9,7 @@
 #include "host/StatusNames.h"
 #include "host/TextOutput.h"
 
-#include "ByteText.h"
+#include "bm_dev/ByteText.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,8 +1,8 @@
 // What the storage tells in the log when it refuses something.
 #include "host/StorageLog.h"
 
-#include "HostLog.h"
 #include "bm/Log.h"
+#include "bm_dev/HostLog.h"
 
 #include <string_view>
 

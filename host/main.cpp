@@ -20,9 +20,9 @@
 #include "host/Switch.h"
 #include "host/TextOutput.h"
 
-#include "ByteText.h"
-#include "HostLog.h"
 #include "bm/Log.h"
+#include "bm_dev/ByteText.h"
+#include "bm_dev/HostLog.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
 // What the PCI driver is told through its file: each write is one record.
 #include "sim/life/DriverFileRecords.h"
 
-#include "platform/src/ByteText.h"
+#include "bm_dev/ByteText.h"
 
 #include <nlohmann/json.hpp>
 

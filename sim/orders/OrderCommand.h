@@ -1,7 +1,7 @@
 // What bladesim's commands for a running blade have in common: the whole command line is read before anything is done.
 #pragma once
 
-#include "platform/src/ByteText.h"
+#include "bm_dev/ByteText.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
 // What bladesim shows of the board's Ethernet switch.
 #pragma once
 
-#include "platform/src/SimulatedSwitch.h"
+#include "bm_dev/SimulatedSwitch.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 // Tables for people: columns as wide as their widest text.
 #include "sim/orders/Table.h"
 
-#include "platform/src/ByteText.h"
+#include "bm_dev/ByteText.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 // How the tools were called, in a file of the run folder: a line of JSON when a tool begins, and one when it ends.
 #include "sim/tools/ToolLog.h"
 
-#include "platform/src/ByteText.h"
+#include "bm_dev/ByteText.h"
 #include "sim/base/Error.h"
 #include "sim/tools/RunFiles.h"
 

@@ -3,8 +3,8 @@
 // usage: storage_client FOLDER
 //
 //     start | end | set FILE NUMBER TEXT | create FILE NUMBER TEXT | get FILE NUMBER [FORCE] | table FILE
-#include "HostStorage.h"
 #include "bm/DataStorage.h"
+#include "bm_dev/HostStorage.h"
 
 #include <iostream>
 #include <sstream>

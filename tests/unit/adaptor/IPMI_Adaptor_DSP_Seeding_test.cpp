@@ -2,7 +2,7 @@
 // are there or none, and the next Init finds all.
 #include "adaptor/LifecycleTest.h"
 
-#include "HostStorage.h"
+#include "bm_dev/HostStorage.h"
 #include "fake/TracedChild.h"
 
 #include <sys/wait.h>

@@ -2,7 +2,7 @@
 #include "adaptor/IPMI_MonitorThread.h"
 
 #include "adaptor/MonitorTest.h"
-#include "platform/Blocked.h"
+#include "platform/osal/Blocked.h"
 
 #include <sys/select.h>
 #include <unistd.h>

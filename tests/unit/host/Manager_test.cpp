@@ -1,8 +1,8 @@
 // The host's side of the interface.
 #include "host/Manager.h"
 
-#include "HostLog.h"
 #include "bm/DataStorage.h"
+#include "bm_dev/HostLog.h"
 #include "host/HostParams.h"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,152 @@
+// The host's log on spdlog: bmiLog and the logger object write the same lines to the same sinks.
+#include "bm_dev/HostLog.h"
+
+#include "bm_dev/ByteText.h"
+
+#include "bm/Log.h"
+
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/spdlog.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <mutex>
+#include <stdexcept>
+#include <utility>
+
+int BM_LOG_LEVEL = 0;
+
+namespace BM_PLATFORM {
+
+namespace {
+
+constexpr const char* PATTERN = "%Y-%m-%d %H:%M:%S.%e %v";
+
+// The text without line ends at its end. Bytes of the hardware may be in it: none of them may steer a terminal.
+std::string LinesOf(const char* text) {
+    std::string lines = text != nullptr ? text : "";
+    lines.erase(lines.find_last_not_of('\n') + 1);
+    return Printable(std::move(lines), "\n\t");
+}
+
+// In log and console every line but the first is marked, so that no text passes for a line of its own.
+std::string WithMarks(const std::string& lines) {
+    constexpr const char* MARK = "\n    | ";
+    std::string marked;
+    for (const char byte : lines) {
+        if (byte == '\n') {
+            marked += MARK;
+        } else {
+            marked += byte;
+        }
+    }
+    return marked;
+}
+
+// Tools that an adaptor starts inherit no log file.
+void CloseOnExec(const spdlog::filename_t&, std::FILE* file) {
+    fcntl(fileno(file), F_SETFD, FD_CLOEXEC);
+}
+
+// Never destroyed: an adaptor's threads may log while the process ends.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final, and never destroyed
+class LOG final : public CBaseOsLog {
+public:
+    LOG() : m_Logger("host", m_Console) {
+        m_Logger.set_level(spdlog::level::trace);
+        m_Logger.set_pattern(PATTERN);
+        m_Logger.flush_on(spdlog::level::trace);
+        // Once: the disk stays full for every line that follows.
+        m_Logger.set_error_handler([this](const std::string& error) {
+            if (!m_Told.exchange(true)) std::fprintf(stderr, "log: %s; this is told once\n", error.c_str());
+        });
+    }
+
+    void Log(int level, const char* component, const char* text) override {
+        try {
+            const std::string lines = LinesOf(text);
+            const std::string name = Printable(component != nullptr ? component : "");
+            const std::lock_guard<std::mutex> lock(m_Guard);
+            m_Logger.log(level <= BM_LOG_ERROR ? spdlog::level::err : spdlog::level::debug, "<{}> [{}] {}", level, name,
+                         WithMarks(lines));
+            if (m_Listener) m_Listener(level, name, lines);
+        } catch (...) { // a log that cannot be written must not end the caller
+        }
+    }
+
+    void ToConsole(bool on) { m_Console->set_level(on ? spdlog::level::trace : spdlog::level::off); }
+
+    void ToFile(const std::string& path) {
+        try {
+            // The file sink would make missing folders: a mistyped path has to be an error.
+            if (std::FILE* probe = std::fopen(path.c_str(), "ae"); probe != nullptr) {
+                std::fclose(probe);
+            } else {
+                throw spdlog::spdlog_ex(std::strerror(errno));
+            }
+            spdlog::file_event_handlers handlers;
+            handlers.after_open = CloseOnExec;
+            auto file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path, false, handlers);
+            file->set_pattern(PATTERN);
+            const std::lock_guard<std::mutex> lock(m_Guard);
+            m_Logger.sinks().push_back(file);
+        } catch (const spdlog::spdlog_ex& error) {
+            throw std::runtime_error("log file " + path + ": " + error.what());
+        }
+    }
+
+    void ToListener(LOG_LISTENER listener) {
+        const std::lock_guard<std::mutex> lock(m_Guard);
+        m_Listener = std::move(listener);
+    }
+
+private:
+    std::shared_ptr<spdlog::sinks::stderr_sink_mt> m_Console = std::make_shared<spdlog::sinks::stderr_sink_mt>();
+    spdlog::logger m_Logger;
+    std::mutex m_Guard;
+    std::atomic<bool> m_Told = false;
+    LOG_LISTENER m_Listener;
+};
+
+LOG& TheLog() {
+    static LOG& log = *new LOG;
+    return log;
+}
+
+} // namespace
+
+void LogToConsole(bool on) {
+    TheLog().ToConsole(on);
+}
+
+void LogToFile(const std::string& path) {
+    TheLog().ToFile(path);
+}
+
+void LogToListener(LOG_LISTENER listener) {
+    TheLog().ToListener(std::move(listener));
+}
+
+CBaseOsLog& HostLog() {
+    return TheLog();
+}
+
+} // namespace BM_PLATFORM
+
+void bmiLog(int level, const char* component, const char* format, ...) {
+    if (format == nullptr) return;
+    va_list arguments;
+    va_start(arguments, format);
+    char* text = nullptr;
+    const int length = vasprintf(&text, format, arguments);
+    va_end(arguments);
+    if (length < 0) return; // no memory, no line
+    BM_PLATFORM::HostLog().Log(level, component, text);
+    free(text);
+}

@@ -1,0 +1,78 @@
+// Locks of files (flock) that are waited for within bounds, and who holds one.
+#include "platform/src/osal/FileLock.h"
+
+#include "bm_dev/ByteText.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <fstream>
+#include <poll.h>
+#include <sstream>
+#include <sys/file.h>
+
+namespace BM_PLATFORM {
+
+namespace {
+
+constexpr int PAUSE_MS = 2; // between two attempts: flock itself waits without end
+
+// A line of /proc/locks: "12: FLOCK  ADVISORY  WRITE 4711 08:01:131 0 EOF".
+struct LOCK_LINE {
+    std::string m_Type;
+    long m_Process = 0;
+    std::string m_Place; ///< device and inode
+};
+
+LOCK_LINE Parse(const std::string& line) {
+    std::istringstream words(line);
+    std::string number, mandatory, access;
+    LOCK_LINE lock;
+    words >> number >> lock.m_Type >> mandatory >> access >> lock.m_Process >> lock.m_Place;
+    return words ? lock : LOCK_LINE{};
+}
+
+// How the kernel names the file among the locks. Its device and inode are not everywhere those of fstat (btrfs,
+// overlayfs), so a lock of another kind, which is in nobody's way, shows it. It goes with the descriptor.
+std::string PlaceOf(int number) {
+    struct flock mark {};
+    mark.l_type = F_RDLCK;
+    if (fcntl(number, F_OFD_SETLK, &mark) != 0) return "";
+    std::ifstream lines("/proc/self/fdinfo/" + std::to_string(number));
+    for (std::string line; std::getline(lines, line);) {
+        constexpr const char* TITLE = "lock:";
+        if (line.starts_with(TITLE)) return Parse(line.substr(std::char_traits<char>::length(TITLE))).m_Place;
+    }
+    return "";
+}
+
+} // namespace
+
+bool LockWithin(int number, std::chrono::milliseconds wait) {
+    const auto end = std::chrono::steady_clock::now() + wait;
+    while (flock(number, LOCK_EX | LOCK_NB) != 0) {
+        if (errno == EINTR) continue;
+        if (errno != EWOULDBLOCK) return false;
+        if (std::chrono::steady_clock::now() >= end) {
+            errno = EWOULDBLOCK;
+            return false;
+        }
+        poll(nullptr, 0, PAUSE_MS);
+    }
+    return true;
+}
+
+std::string LockHolder(int number) {
+    const std::string place = PlaceOf(number);
+    std::ifstream locks("/proc/locks");
+    for (std::string line; !place.empty() && std::getline(locks, line);) {
+        const LOCK_LINE lock = Parse(line);
+        if (lock.m_Type != "FLOCK" || lock.m_Place != place || lock.m_Process <= 0) continue;
+        const std::string process = std::to_string(lock.m_Process);
+        std::string command;
+        std::getline(std::ifstream("/proc/" + process + "/comm"), command);
+        return "process " + process + (command.empty() ? "" : " (" + Printable(command) + ")");
+    }
+    return "another process";
+}
+
+} // namespace BM_PLATFORM
