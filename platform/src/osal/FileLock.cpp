@@ -10,7 +10,7 @@
 #include <sstream>
 #include <sys/file.h>
 
-namespace BM_PLATFORM {
+namespace bm_osal {
 
 namespace {
 
@@ -75,4 +75,4 @@ std::string LockHolder(int number) {
     return "another process";
 }
 
-} // namespace BM_PLATFORM
+} // namespace bm_osal

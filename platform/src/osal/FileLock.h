@@ -4,7 +4,7 @@
 #include <chrono>
 #include <string>
 
-namespace BM_PLATFORM {
+namespace bm_osal {
 
 /// Takes the lock of an open file. False when the operating system refuses it: errno tells why, EWOULDBLOCK that
 /// somebody else has held it all the time.
@@ -13,4 +13,4 @@ bool LockWithin(int number, std::chrono::milliseconds wait);
 /// Who holds a lock of this open folder or file, for people: "process 4711 (vi)".
 std::string LockHolder(int number);
 
-} // namespace BM_PLATFORM
+} // namespace bm_osal

@@ -81,7 +81,7 @@ qError_e ErrorOfSend(int a_Errno) {
 
 int qDrvSetInterface(int a_Driver, int a_Interface) {
     if (a_Driver != 0 || a_Interface != 0) return Fail(Q_ERROR_INTERFACE);
-    return BM_PLATFORM::QueueFolder(true) ? 0 : Fail(Q_ERROR_FOLDER);
+    return bm_queue::QueueFolder(true) ? 0 : Fail(Q_ERROR_FOLDER);
 }
 
 int qQueueOpen(void) {
@@ -91,10 +91,10 @@ int qQueueOpen(void) {
 }
 
 int qQueueBind(int a_Queue, uint32_t a_Address) {
-    const auto l_Folder = BM_PLATFORM::QueueFolder(true);
+    const auto l_Folder = bm_queue::QueueFolder(true);
     SOCKET_NAME l_Name;
     if (!l_Folder || !l_Name.Set(FileOf(*l_Folder, a_Address))) return Fail(Q_ERROR_FOLDER);
-    const BM_PLATFORM::QUEUE_FOLDER_LOCK l_Lock(*l_Folder);
+    const bm_queue::QUEUE_FOLDER_LOCK l_Lock(*l_Folder);
     if (!l_Lock.IsHeld()) return Fail(Q_ERROR_LOCKED);
     if (::bind(a_Queue, l_Name.Get(), sizeof(l_Name.m_Address)) != 0) {
         if (errno != EADDRINUSE) return Fail(ErrorOfSend(errno));
@@ -131,7 +131,7 @@ qMsg* qMsgAllocate(uint32_t a_Type, uint32_t a_Source, uint32_t a_Destination) {
 
 int qMsgWrite(int a_Queue, const qMsg* a_Message) {
     if (a_Message == nullptr) return Fail(Q_ERROR_ARGUMENT);
-    const auto l_Folder = BM_PLATFORM::QueueFolder(false);
+    const auto l_Folder = bm_queue::QueueFolder(false);
     SOCKET_NAME l_Name;
     if (!l_Folder || !l_Name.Set(FileOf(*l_Folder, a_Message->m_Destination))) return Fail(Q_ERROR_FOLDER);
     const auto l_Bytes = a_Message->Encode();
@@ -143,11 +143,11 @@ int qMsgWrite(int a_Queue, const qMsg* a_Message) {
 int qMsgRead(int a_Queue, qMsg** a_Message) {
     if (a_Message == nullptr) return Fail(Q_ERROR_ARGUMENT);
     *a_Message = nullptr;
-    std::vector<uint8_t> l_Bytes(BM_PLATFORM::g_MaxQueueMessage + 1);
+    std::vector<uint8_t> l_Bytes(bm_queue::g_MaxQueueMessage + 1);
     const ssize_t l_Size = ::recv(a_Queue, l_Bytes.data(), l_Bytes.size(), MSG_DONTWAIT);
     if (l_Size < 0) return Fail(errno == EAGAIN ? Q_ERROR_EMPTY : ErrorOfSend(errno));
     l_Bytes.resize(static_cast<size_t>(l_Size));
-    auto l_Message = l_Bytes.size() > BM_PLATFORM::g_MaxQueueMessage ? nullptr : qMsg::Decode(l_Bytes);
+    auto l_Message = l_Bytes.size() > bm_queue::g_MaxQueueMessage ? nullptr : qMsg::Decode(l_Bytes);
     if (!l_Message) return Fail(Q_ERROR_MALFORMED);
     *a_Message = l_Message.release();
     return 0;
@@ -176,11 +176,11 @@ int qMsgVarFieldGet(const qMsg* a_Message, uint32_t a_Field, void* a_Value, size
 
 int qMsgVarFieldPut(qMsg* a_Message, uint32_t a_Field, const void* a_Value, size_t a_Size) {
     if (a_Message == nullptr || (a_Value == nullptr && a_Size > 0)) return Fail(Q_ERROR_ARGUMENT);
-    if (a_Size > BM_PLATFORM::g_MaxQueueMessage) return Fail(Q_ERROR_TOO_LONG);
+    if (a_Size > bm_queue::g_MaxQueueMessage) return Fail(Q_ERROR_TOO_LONG);
     const auto* const l_First = static_cast<const uint8_t*>(a_Value);
     auto l_Fields = a_Message->m_Fields;
     a_Message->m_Fields[a_Field].assign(l_First, l_First + a_Size);
-    if (a_Message->EncodedSize() <= BM_PLATFORM::g_MaxQueueMessage) return 0;
+    if (a_Message->EncodedSize() <= bm_queue::g_MaxQueueMessage) return 0;
     a_Message->m_Fields = std::move(l_Fields);
     return Fail(Q_ERROR_TOO_LONG);
 }

@@ -13,7 +13,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace BM_PLATFORM {
+namespace bm_queue {
 
 namespace {
 
@@ -90,10 +90,10 @@ std::optional<std::string> QueueFolder(bool a_Tell) {
 
 QUEUE_FOLDER_LOCK::QUEUE_FOLDER_LOCK(const std::string& a_Folder)
     : m_File(::open((a_Folder + "/lock").c_str(), O_CREAT | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600)) {
-    m_IsHeld = m_File >= 0 && LockWithin(m_File, g_QueueLockWait);
+    m_IsHeld = m_File >= 0 && bm_osal::LockWithin(m_File, g_QueueLockWait);
     if (m_IsHeld) return;
     const bool l_InTime = m_File < 0 || errno != EWOULDBLOCK;
-    const std::string l_Why = l_InTime ? std::strerror(errno) : "is locked by " + LockHolder(m_File);
+    const std::string l_Why = l_InTime ? std::strerror(errno) : "is locked by " + bm_osal::LockHolder(m_File);
     bmiLog(BM_LOG_ERROR, COMPONENT, "%s/lock: %s", a_Folder.c_str(), l_Why.c_str());
 }
 
@@ -101,4 +101,4 @@ QUEUE_FOLDER_LOCK::~QUEUE_FOLDER_LOCK() {
     if (m_File >= 0) ::close(m_File);
 }
 
-} // namespace BM_PLATFORM
+} // namespace bm_queue

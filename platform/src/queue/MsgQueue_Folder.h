@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace BM_PLATFORM {
+namespace bm_queue {
 
 /// Where the folder is: in a simulated blade's run folder, else in XDG_RUNTIME_DIR when that is the user's own, else in
 /// /run for root and in /run/user/UID for others.
@@ -34,4 +34,4 @@ private:
     bool m_IsHeld = false;
 };
 
-} // namespace BM_PLATFORM
+} // namespace bm_queue

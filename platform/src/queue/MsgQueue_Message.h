@@ -23,9 +23,9 @@ struct qMsg {
     static std::unique_ptr<qMsg> Decode(const std::vector<uint8_t>& a_Bytes);
 };
 
-namespace BM_PLATFORM {
+namespace bm_queue {
 
 /// What a message may have in bytes, encoded.
 constexpr size_t g_MaxQueueMessage = 16384;
 
-} // namespace BM_PLATFORM
+} // namespace bm_queue

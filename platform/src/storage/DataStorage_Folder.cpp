@@ -72,14 +72,14 @@ int OpenFolder(const std::string& path) {
 }
 
 void Lock(int number, const std::string& path, std::chrono::milliseconds wait) {
-    using BM_PLATFORM::LockWithin;
+    using bm_osal::LockWithin;
     if (LockWithin(number, std::chrono::milliseconds(0))) return;
     if (errno != EWOULDBLOCK) throw SystemError(NOTHING_DONE, path);
     bmiLog(BM_LOG_DEBUG, "Storage", "CDataStorage :: %s: waiting for another process", path.c_str());
     if (LockWithin(number, wait)) return;
     if (errno != EWOULDBLOCK) throw SystemError(NOTHING_DONE, path);
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(wait).count();
-    throw STORAGE_ERROR(NOTHING_DONE, path + ": is locked by " + BM_PLATFORM::LockHolder(number) + ", waited " +
+    throw STORAGE_ERROR(NOTHING_DONE, path + ": is locked by " + bm_osal::LockHolder(number) + ", waited " +
                                           std::to_string(seconds) + " s");
 }
 

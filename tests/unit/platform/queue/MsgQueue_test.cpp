@@ -199,7 +199,7 @@ TEST_F(MsgQueue, FolderThatOthersMayWriteToIsRefused) {
 
 TEST_F(MsgQueue, FolderThatABinderDoesNotLetGoIsWaitedForWithinBoundsAndHasAnErrorOfItsOwn) {
     const LOG_FILE l_Log;
-    const auto l_Wait = std::exchange(BM_PLATFORM::g_QueueLockWait, std::chrono::milliseconds(0));
+    const auto l_Wait = std::exchange(bm_queue::g_QueueLockWait, std::chrono::milliseconds(0));
     const int l_Lock = ::open(FileOf("lock").c_str(), O_RDWR | O_CLOEXEC);
     EXPECT_EQ(0, ::flock(l_Lock, LOCK_EX));
     const int l_Queue = qQueueOpen();
@@ -212,7 +212,7 @@ TEST_F(MsgQueue, FolderThatABinderDoesNotLetGoIsWaitedForWithinBoundsAndHasAnErr
     ::close(l_Lock);
     EXPECT_EQ(0, qQueueBind(l_Queue, 0x77));
     qQueueClose(l_Queue);
-    BM_PLATFORM::g_QueueLockWait = l_Wait;
+    bm_queue::g_QueueLockWait = l_Wait;
 }
 
 TEST_F(MsgQueue, FolderWhoseLockCannotBeHadIsNotUsed) {
@@ -316,17 +316,17 @@ TEST_F(MsgQueueFolder, IsInTheUsersRuntimeFolderAndHisAlone) {
 }
 
 TEST_F(MsgQueueFolder, WithoutARuntimeFolderOfTheUsersOwnIsInTheSystemsOne) {
-    EXPECT_EQ(m_Folder, BM_PLATFORM::QueueFolderName());
+    EXPECT_EQ(m_Folder, bm_queue::QueueFolderName());
     for (const char* l_Value : {"", "relative", "/not/there", "/etc/passwd"}) {
         ::setenv("XDG_RUNTIME_DIR", l_Value, 1);
-        EXPECT_EQ(OfTheSystem(), BM_PLATFORM::QueueFolderName()) << l_Value;
+        EXPECT_EQ(OfTheSystem(), bm_queue::QueueFolderName()) << l_Value;
     }
     ::unsetenv("XDG_RUNTIME_DIR");
-    EXPECT_EQ(OfTheSystem(), BM_PLATFORM::QueueFolderName());
+    EXPECT_EQ(OfTheSystem(), bm_queue::QueueFolderName());
     if (::geteuid() != 0) return; // only root can give folders away
     ::setenv("XDG_RUNTIME_DIR", m_Around.c_str(), 1);
     ASSERT_EQ(0, ::chown(m_Around.c_str(), 65534, 65534));
-    EXPECT_EQ(OfTheSystem(), BM_PLATFORM::QueueFolderName()) << "another user's";
+    EXPECT_EQ(OfTheSystem(), bm_queue::QueueFolderName()) << "another user's";
 }
 
 TEST_F(MsgQueueFolder, ThatAnotherUserMadeFirstIsRefusedWithItsOwner) {

@@ -1,0 +1,135 @@
+// The built platform as a linker sees it: it exports what its public headers declare. PLATFORM_FILE is its path,
+// PLATFORM_HEADERS the folder of the headers.
+#include "common/ElfFile.h"
+
+#include <cxxabi.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <regex>
+#include <set>
+#include <string>
+
+namespace {
+
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+
+/// Without parameters, and without what the compiler makes of a class: "BM_ADAPTOR::CBMITable::Get".
+std::string DeclaredName(const std::string& symbol) {
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> text(
+        abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status), &std::free);
+    if (status != 0) return symbol;
+    return std::regex_replace(std::string(text.get()), std::regex("^.* for |[(\\[].*$|~"), "");
+}
+
+std::set<std::string> ExportedNames() {
+    std::set<std::string> names;
+    for (const std::string& symbol : ELF_FILE(PLATFORM_FILE).Exports())
+        names.insert(DeclaredName(symbol));
+    return names;
+}
+
+/// The words of the headers' code.
+std::set<std::string> DeclaredWords() {
+    std::set<std::string> words;
+    const std::regex word("operator *[^\\w\\s(]+|\\w+");
+    for (const auto& header : std::filesystem::recursive_directory_iterator(PLATFORM_HEADERS)) {
+        std::ifstream file(header.path());
+        for (std::string line; std::getline(file, line);) {
+            line.erase(std::min(line.find("//"), line.size()));
+            for (std::sregex_iterator found(line.begin(), line.end(), word), none; found != none; ++found)
+                words.insert(found->str());
+        }
+    }
+    return words;
+}
+
+TEST(PlatformExports, AreDeclaredInItsPublicHeaders) {
+    const auto words = DeclaredWords();
+    std::set<std::string> undeclared;
+    for (const std::string& name : ExportedNames()) {
+        for (std::size_t begin = 0; begin < name.size();) {
+            const std::size_t end = std::min(name.find("::", begin), name.size());
+            if (!words.contains(name.substr(begin, end - begin))) undeclared.insert(name);
+            begin = end + 2;
+        }
+    }
+    EXPECT_THAT(undeclared, IsEmpty());
+}
+
+TEST(PlatformExports, HaveWhatHostsAndAdaptorsCall) {
+    EXPECT_THAT(ExportedNames(), IsSupersetOf({"BM_ADAPTOR::CBMIParam::CBMIParam",
+                                               "BM_ADAPTOR::CBMIParam::GetBool",
+                                               "BM_ADAPTOR::CBMIParam::GetId",
+                                               "BM_ADAPTOR::CBMIParam::GetInt",
+                                               "BM_ADAPTOR::CBMIParam::GetString",
+                                               "BM_ADAPTOR::CBMIParam::GetType",
+                                               "BM_ADAPTOR::CBMIParam::IsKey",
+                                               "BM_ADAPTOR::CBMIParam::SetBool",
+                                               "BM_ADAPTOR::CBMIParam::SetInt",
+                                               "BM_ADAPTOR::CBMIParam::SetString",
+                                               "BM_ADAPTOR::CBMIParams::Add",
+                                               "BM_ADAPTOR::CBMIParams::CBMIParams",
+                                               "BM_ADAPTOR::CBMIParams::Get",
+                                               "BM_ADAPTOR::CBMIParams::GetParam",
+                                               "BM_ADAPTOR::CBMIParams::GetParamById",
+                                               "BM_ADAPTOR::CBMIParams::GetSize",
+                                               "BM_ADAPTOR::CBMIParams::operator=",
+                                               "BM_ADAPTOR::CBMITable::AddRow",
+                                               "BM_ADAPTOR::CBMITable::CBMITable",
+                                               "BM_ADAPTOR::CBMITable::Get",
+                                               "BM_ADAPTOR::CBMITable::GetSize",
+                                               "BM_ADAPTOR::CBMITable::operator=",
+                                               "BM_LOG_LEVEL",
+                                               "BM_PLATFORM::ChangeSwitch",
+                                               "BM_PLATFORM::HostLog",
+                                               "BM_PLATFORM::LogToConsole",
+                                               "BM_PLATFORM::LogToFile",
+                                               "BM_PLATFORM::LogToListener",
+                                               "BM_PLATFORM::MakeStorage",
+                                               "BM_PLATFORM::ReadSwitch",
+                                               "BM_PLATFORM::SWITCH_STATE::FailureOf",
+                                               "BM_PLATFORM::SWITCH_STATE::SetFailure",
+                                               "BM_PLATFORM::SwitchFile",
+                                               "BM_PLATFORM::SwitchOfText",
+                                               "BM_PLATFORM::TextOfSwitch",
+                                               "OSAL::OSALMonitor::Lock",
+                                               "OSAL::OSALMonitor::Notify",
+                                               "OSAL::OSALMonitor::Unlock",
+                                               "OSAL::OSALMonitor::Wait",
+                                               "OSAL::OSALMutex::Lock",
+                                               "OSAL::OSALMutex::Unlock",
+                                               "OSAL::OSALThread::Join",
+                                               "OSAL::OSALThread::Start",
+                                               "bmiLog",
+                                               "mavkAmcSwitchMACLearn",
+                                               "mavkAmcSwitchMACLearnByDSP",
+                                               "mavkAmcSwitchPortCheckLink",
+                                               "mavkAmcSwitchPortEnable",
+                                               "qDrvSetInterface",
+                                               "qMsgAllocate",
+                                               "qMsgFree",
+                                               "qMsgRead",
+                                               "qMsgSource",
+                                               "qMsgType",
+                                               "qMsgVarFieldGet",
+                                               "qMsgVarFieldPut",
+                                               "qMsgWrite",
+                                               "qQueueBind",
+                                               "qQueueClose",
+                                               "qQueueOpen",
+                                               "qStatusErrorGet",
+                                               "qStatusErrorName",
+                                               "uPCIMemClose",
+                                               "uPCIMemOpen"}));
+}
+
+} // namespace
