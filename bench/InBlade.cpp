@@ -7,33 +7,33 @@
 #include <cstdio>
 #include <filesystem>
 
-namespace BENCH {
+namespace bench {
 
 namespace {
 
 /// The argument by which the program knows that it runs inside.
-constexpr char g_Inside[] = "--inside";
-constexpr unsigned g_MostSeconds = 300;
+constexpr char Inside[] = "--inside";
+constexpr unsigned MostSeconds = 300;
 
 } // namespace
 
-bool RunInBlade(const std::string& a_Blade) {
-    const std::string l_Self = std::filesystem::read_symlink("/proc/self/exe");
+bool RunInBlade(const std::string& blade) {
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
     std::fflush(stdout);
-    const pid_t l_Child = ::fork();
-    if (l_Child == 0) {
-        ::execl(BM_BIN_DIR "/bladesim", "bladesim", "--blade", a_Blade.c_str(), "--", l_Self.c_str(), g_Inside,
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::execl(BM_BIN_DIR "/bladesim", "bladesim", "--blade", blade.c_str(), "--", self.c_str(), Inside,
                 static_cast<char*>(nullptr));
         ::_exit(127);
     }
-    int l_Status = 0;
-    return ::waitpid(l_Child, &l_Status, 0) == l_Child && WIFEXITED(l_Status) && WEXITSTATUS(l_Status) == 0;
+    int status = 0;
+    return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-bool IsInBlade(int a_Count, char** a_Arguments) {
-    if (a_Count < 2 || std::string(a_Arguments[1]) != g_Inside) return false;
-    ::alarm(g_MostSeconds);
+bool IsInBlade(int count, char** arguments) {
+    if (count < 2 || std::string(arguments[1]) != Inside) return false;
+    ::alarm(MostSeconds);
     return true;
 }
 
-} // namespace BENCH
+} // namespace bench

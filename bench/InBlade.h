@@ -3,14 +3,14 @@
 
 #include <string>
 
-namespace BENCH {
+namespace bench {
 
 /// A blade file, or the name of one that came with bladesim. What the inner program prints comes on standard output.
 /// False when it did not end with status 0.
-bool RunInBlade(const std::string& a_Blade);
+bool RunInBlade(const std::string& blade);
 
 /// Whether this is the inner program, by the arguments of main. It is ended by SIGALRM when it takes more than five
 /// minutes.
-bool IsInBlade(int a_Count, char** a_Arguments);
+bool IsInBlade(int count, char** arguments);
 
-} // namespace BENCH
+} // namespace bench

@@ -6,25 +6,25 @@
 
 #include <vector>
 
-namespace BENCH {
+namespace bench {
 
-struct BARE_REQUEST {
-    ipmi_addr_t m_Address{};
-    unsigned m_AddressLength = 0;
-    unsigned char m_NetFn = 0;
-    unsigned char m_Command = 0;
-    std::vector<unsigned char> m_Data{};
+struct BareRequest {
+    ipmi_addr_t m_address{};
+    unsigned m_addressLength = 0;
+    unsigned char m_netFn = 0;
+    unsigned char m_command = 0;
+    std::vector<unsigned char> m_data{};
 };
 
 /// While set, what is sent is appended to the list. Both are for one thread at a time.
-extern bool g_Recording;
-extern std::vector<BARE_REQUEST> g_Recorded;
+extern bool recording;
+extern std::vector<BareRequest> recorded;
 /// The domain through which the last recorded request went.
-extern ipmi_domain_t* g_RecordedDomain;
+extern ipmi_domain_t* recordedDomain;
 
 /// Sends without recording. 0 on success.
-int SendBare(ipmi_domain_t* a_Domain, BARE_REQUEST& a_Request, ipmi_addr_response_handler_t a_Handler, void* a_Datum);
+int SendBare(ipmi_domain_t* domain, BareRequest& request, ipmi_addr_response_handler_t handler, void* datum);
 
-double MedianOf(std::vector<double> a_Values);
+double MedianOf(std::vector<double> values);
 
-} // namespace BENCH
+} // namespace bench

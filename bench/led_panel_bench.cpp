@@ -18,82 +18,81 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-using CLOCK = std::chrono::steady_clock;
+using Clock = std::chrono::steady_clock;
 
-constexpr size_t g_Rounds = 51;
-constexpr int g_LastBay = 9;
-constexpr int g_LEDs = 4;
+constexpr size_t Rounds = 51;
+constexpr int LastBay = 9;
+constexpr int Leds = 4;
 
-[[noreturn]] void Fail(const char* a_Reason) {
-    std::fprintf(stderr, "led_panel_bench: %s\n", a_Reason);
+[[noreturn]] void Fail(const char* reason) {
+    std::fprintf(stderr, "led_panel_bench: %s\n", reason);
     std::_Exit(1);
 }
 
-void AddKey(CBMIKeys& a_Keys, unsigned a_Id, int a_Value) {
-    CBMIParam l_Key(BMI_PARAM_INT, a_Id, true);
-    l_Key.SetInt(a_Value);
-    a_Keys.Add(l_Key);
+void AddKey(CBMIKeys& keys, unsigned id, int value) {
+    CBMIParam key(BMI_PARAM_INT, id, true);
+    key.SetInt(value);
+    keys.Add(key);
 }
 
 /// Reads every LED of baseboard, AMCs and RTM, as a host does.
-void ReadPanel(CBaseAdaptor& a_Adaptor) {
-    for (int l_Bay = 0; l_Bay <= g_LastBay; ++l_Bay) {
-        for (int l_LED = 1; l_LED <= g_LEDs; ++l_LED) {
-            CBMIKeys l_Keys;
-            AddKey(l_Keys, l_Bay == 0 ? BMI_HW_BB_LED_ID : BMI_HW_AMC_LED_ID, l_LED);
-            if (l_Bay != 0) AddKey(l_Keys, BMI_HW_AMC_LED_BAY, l_Bay);
-            CBMIParams* l_Row = nullptr;
-            const unsigned l_Group =
-                l_Bay == 0 ? BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL : BMI_GROUP_HARDWARE_AMC_LED_INTERNAL;
-            if (a_Adaptor.ReadParams(l_Group, &l_Keys, l_Row) != 1) Fail("an LED cannot be read");
-            delete l_Row;
+void ReadPanel(CBaseAdaptor& adaptor) {
+    for (int bay = 0; bay <= LastBay; ++bay) {
+        for (int led = 1; led <= Leds; ++led) {
+            CBMIKeys keys;
+            AddKey(keys, bay == 0 ? BMI_HW_BB_LED_ID : BMI_HW_AMC_LED_ID, led);
+            if (bay != 0) AddKey(keys, BMI_HW_AMC_LED_BAY, bay);
+            CBMIParams* row = nullptr;
+            const unsigned group =
+                bay == 0 ? BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL : BMI_GROUP_HARDWARE_AMC_LED_INTERNAL;
+            if (adaptor.ReadParams(group, &keys, row) != 1) Fail("an LED cannot be read");
+            delete row;
         }
     }
 }
 
-int Received(ipmi_domain_t*, ipmi_msgi_t* a_Item) {
-    static_cast<OSAL::OSALMutex*>(a_Item->data1)->Unlock();
+int Received(ipmi_domain_t*, ipmi_msgi_t* item) {
+    static_cast<OSAL::OSALMutex*>(item->data1)->Unlock();
     return IPMI_MSG_ITEM_NOT_USED;
 }
 
 void SendAllBare() {
-    for (auto& l_Request : BENCH::g_Recorded) {
-        OSAL::OSALMutex l_Reply;
-        l_Reply.Lock();
-        if (BENCH::SendBare(BENCH::g_RecordedDomain, l_Request, Received, &l_Reply) != 0)
-            Fail("a request cannot be sent");
-        l_Reply.Lock();
+    for (auto& request : bench::recorded) {
+        OSAL::OSALMutex reply;
+        reply.Lock();
+        if (bench::SendBare(bench::recordedDomain, request, Received, &reply) != 0) Fail("a request cannot be sent");
+        reply.Lock();
     }
 }
 
-template <typename WORK>
-double SecondsOf(const WORK& a_Work) {
-    const auto l_Start = CLOCK::now();
-    a_Work();
-    return std::chrono::duration<double>(CLOCK::now() - l_Start).count();
+template <typename Work>
+double SecondsOf(const Work& work) {
+    const auto start = Clock::now();
+    work();
+    return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
 [[noreturn]] void Measure() {
     // Never destroyed: the domain thread uses them as long as the process lives.
-    auto& l_Host = *new SILENT_HOST;
-    auto& l_Adaptor = *new IPMIAdaptor;
-    l_Adaptor.Init(&l_Host);
-    BENCH::g_Recording = true;
-    ReadPanel(l_Adaptor);
-    BENCH::g_Recording = false;
-    std::vector<double> l_Panels;
-    std::vector<double> l_Bare;
-    std::vector<double> l_Ratios;
-    for (size_t i = 0; i < g_Rounds; ++i) {
-        l_Panels.push_back(SecondsOf([&] { ReadPanel(l_Adaptor); }));
-        l_Bare.push_back(SecondsOf(SendAllBare));
-        l_Ratios.push_back(l_Panels.back() / l_Bare.back());
+    auto& host = *new SILENT_HOST;
+    auto& adaptor = *new IPMIAdaptor;
+    adaptor.Init(&host);
+    bench::recording = true;
+    ReadPanel(adaptor);
+    bench::recording = false;
+    std::vector<double> panels;
+    std::vector<double> bare;
+    std::vector<double> ratios;
+    for (size_t i = 0; i < Rounds; ++i) {
+        panels.push_back(SecondsOf([&] { ReadPanel(adaptor); }));
+        bare.push_back(SecondsOf(SendAllBare));
+        ratios.push_back(panels.back() / bare.back());
     }
-    const auto l_Requests = static_cast<double>(BENCH::g_Recorded.size());
-    std::printf("\nLEDs of a full blade, %zu requests, medians of %zu rounds\n", BENCH::g_Recorded.size(), g_Rounds);
-    std::printf("panel: %.2f ms, a bare round trip: %.1f us\n", BENCH::MedianOf(l_Panels) * 1e3,
-                BENCH::MedianOf(l_Bare) / l_Requests * 1e6);
-    std::printf("ratio: %.3f\n", BENCH::MedianOf(l_Ratios));
+    const auto requests = static_cast<double>(bench::recorded.size());
+    std::printf("\nLEDs of a full blade, %zu requests, medians of %zu rounds\n", bench::recorded.size(), Rounds);
+    std::printf("panel: %.2f ms, a bare round trip: %.1f us\n", bench::MedianOf(panels) * 1e3,
+                bench::MedianOf(bare) / requests * 1e6);
+    std::printf("ratio: %.3f\n", bench::MedianOf(ratios));
     std::fflush(stdout);
     std::_Exit(0);
 }
@@ -101,7 +100,7 @@ double SecondsOf(const WORK& a_Work) {
 } // namespace
 
 // Arguments of other benchmark programs are of no meaning here.
-int main(int a_Count, char** a_Arguments) {
-    if (BENCH::IsInBlade(a_Count, a_Arguments)) Measure();
-    return BENCH::RunInBlade("full") ? 0 : 1;
+int main(int count, char** arguments) {
+    if (bench::IsInBlade(count, arguments)) Measure();
+    return bench::RunInBlade("full") ? 0 : 1;
 }

@@ -21,142 +21,142 @@
 #include <vector>
 
 using namespace BM_ADAPTOR;
-using BENCH::g_Recorded;
-using BENCH::MedianOf;
+using bench::MedianOf;
+using bench::recorded;
 
 namespace {
 
-using CLOCK = std::chrono::steady_clock;
+using Clock = std::chrono::steady_clock;
 
-constexpr size_t g_Rounds = 15;
-constexpr int g_BladeSizes[] = {1, 10, 100};
+constexpr size_t Rounds = 15;
+constexpr int BladeSizes[] = {1, 10, 100};
 
 /// Runs within a blade: probe and bare requests in turn, on OpenIPMI's thread.
-class MEASUREMENT {
+class Measurement {
 public:
     [[noreturn]] void Run() {
-        m_OsHandler = ipmi_posix_thread_setup_os_handler(SIGUSR2);
-        ipmi_init(m_OsHandler);
-        ipmi_con_t* l_Connection = nullptr;
-        if (ipmi_smi_setup_con(0, m_OsHandler, nullptr, &l_Connection) != 0) Fail("there is no /dev/ipmi0");
-        char l_Name[] = "";
-        ipmi_open_option_t l_Nothing{};
-        l_Nothing.option = IPMI_OPEN_OPTION_ALL;
-        if (ipmi_open_domain(l_Name, &l_Connection, 1, s_Open, this, nullptr, nullptr, &l_Nothing, 1, nullptr) != 0)
+        m_osHandler = ipmi_posix_thread_setup_os_handler(SIGUSR2);
+        ipmi_init(m_osHandler);
+        ipmi_con_t* connection = nullptr;
+        if (ipmi_smi_setup_con(0, m_osHandler, nullptr, &connection) != 0) Fail("there is no /dev/ipmi0");
+        char name[] = "";
+        ipmi_open_option_t nothing{};
+        nothing.option = IPMI_OPEN_OPTION_ALL;
+        if (ipmi_open_domain(name, &connection, 1, Open, this, nullptr, nullptr, &nothing, 1, nullptr) != 0)
             Fail("the domain cannot be opened");
         for (;;)
-            m_OsHandler->perform_one_op(m_OsHandler, nullptr);
+            m_osHandler->perform_one_op(m_osHandler, nullptr);
     }
 
     /// The domain's thread unlocked a mutex: the one that it was given says that the model is usable.
-    void Unlocked(const OSAL::OSALMutex* a_Mutex) {
-        if (a_Mutex != &m_ModelUsable) return;
-        BENCH::g_Recording = false; // the first probe's requests are all there is to know
-        m_Probes.push_back(SecondsSinceStart());
-        m_Next = 0;
-        m_Start = CLOCK::now();
+    void Unlocked(const OSAL::OSALMutex* mutex) {
+        if (mutex != &m_modelUsable) return;
+        bench::recording = false; // the first probe's requests are all there is to know
+        m_probes.push_back(SecondsSinceStart());
+        m_next = 0;
+        m_start = Clock::now();
         SendNextBare();
     }
 
-    [[noreturn]] static void Fail(const char* a_Reason) {
-        std::fprintf(stderr, "probe_bench: %s\n", a_Reason);
+    [[noreturn]] static void Fail(const char* reason) {
+        std::fprintf(stderr, "probe_bench: %s\n", reason);
         std::_Exit(1);
     }
 
 private:
-    static void s_Open(ipmi_domain_t* a_Domain, int a_Error, unsigned, unsigned, int, void* a_Self) {
-        if (a_Error != 0) Fail("the domain did not open");
-        auto& l_Self = *static_cast<MEASUREMENT*>(a_Self);
-        if (std::exchange(l_Self.m_Domain, a_Domain) == nullptr) l_Self.StartProbe();
+    static void Open(ipmi_domain_t* domain, int error, unsigned, unsigned, int, void* context) {
+        if (error != 0) Fail("the domain did not open");
+        auto& self = *static_cast<Measurement*>(context);
+        if (std::exchange(self.m_domain, domain) == nullptr) self.StartProbe();
     }
 
-    static int s_BareReply(ipmi_domain_t*, ipmi_msgi_t* a_Item) {
-        auto& l_Self = *static_cast<MEASUREMENT*>(a_Item->data1);
-        ++l_Self.m_Next;
-        if (l_Self.m_Next < g_Recorded.size())
-            l_Self.SendNextBare();
+    static int BareReply(ipmi_domain_t*, ipmi_msgi_t* item) {
+        auto& self = *static_cast<Measurement*>(item->data1);
+        ++self.m_next;
+        if (self.m_next < recorded.size())
+            self.SendNextBare();
         else
-            l_Self.BareEnded();
+            self.BareEnded();
         return IPMI_MSG_ITEM_NOT_USED;
     }
 
-    double SecondsSinceStart() const { return std::chrono::duration<double>(CLOCK::now() - m_Start).count(); }
+    double SecondsSinceStart() const { return std::chrono::duration<double>(Clock::now() - m_start).count(); }
 
     // The objects stay: a probe is never deleted in the adaptor either.
     void StartProbe() {
-        m_ModelUsable.Lock();
-        auto* const l_Capture = new ENTITYCAPTURE(m_Domain, new IPMITHREAD(nullptr, &m_ModelUsable), nullptr);
-        BENCH::g_Recording = g_Recorded.empty();
-        m_Start = CLOCK::now();
-        l_Capture->StartCapture();
+        m_modelUsable.Lock();
+        auto* const capture = new ENTITYCAPTURE(m_domain, new IPMITHREAD(nullptr, &m_modelUsable), nullptr);
+        bench::recording = recorded.empty();
+        m_start = Clock::now();
+        capture->StartCapture();
     }
 
     void SendNextBare() {
-        if (BENCH::SendBare(m_Domain, g_Recorded[m_Next], s_BareReply, this) != 0) Fail("a request cannot be sent");
+        if (bench::SendBare(m_domain, recorded[m_next], BareReply, this) != 0) Fail("a request cannot be sent");
     }
 
     void BareEnded() {
-        m_Bare.push_back(SecondsSinceStart());
-        if (m_Bare.size() < g_Rounds) return StartProbe();
+        m_bare.push_back(SecondsSinceStart());
+        if (m_bare.size() < Rounds) return StartProbe();
         Report();
         std::fflush(stdout);
         std::_Exit(0);
     }
 
     void Report() const {
-        std::vector<double> l_Ratios;
-        for (size_t i = 0; i < g_Rounds; ++i)
-            l_Ratios.push_back(m_Probes[i] / m_Bare[i]);
-        const auto l_Requests = static_cast<double>(g_Recorded.size());
-        std::printf("%8zu %12.1f %14.1f %12.1f %10.3f\n", g_Recorded.size(), MedianOf(m_Probes) * 1e3,
-                    MedianOf(m_Bare) / l_Requests * 1e6, MedianOf(m_Probes) / l_Requests * 1e6, MedianOf(l_Ratios));
+        std::vector<double> ratios;
+        for (size_t i = 0; i < Rounds; ++i)
+            ratios.push_back(m_probes[i] / m_bare[i]);
+        const auto requests = static_cast<double>(recorded.size());
+        std::printf("%8zu %12.1f %14.1f %12.1f %10.3f\n", recorded.size(), MedianOf(m_probes) * 1e3,
+                    MedianOf(m_bare) / requests * 1e6, MedianOf(m_probes) / requests * 1e6, MedianOf(ratios));
     }
 
-    os_handler_t* m_OsHandler = nullptr;
-    ipmi_domain_t* m_Domain = nullptr;
-    OSAL::OSALMutex m_ModelUsable;
-    CLOCK::time_point m_Start;
-    size_t m_Next = 0;
-    std::vector<double> m_Probes; // seconds
-    std::vector<double> m_Bare;
+    os_handler_t* m_osHandler = nullptr;
+    ipmi_domain_t* m_domain = nullptr;
+    OSAL::OSALMutex m_modelUsable;
+    Clock::time_point m_start;
+    size_t m_next = 0;
+    std::vector<double> m_probes; // seconds
+    std::vector<double> m_bare;
 };
 
-MEASUREMENT g_Measurement;
+Measurement measurement;
 
-nlohmann::json FRUOf(int a_Id) {
-    const bool l_Board = a_Id == 0;
-    const std::string l_Number = std::to_string(1000 + a_Id);
-    return {{"id", a_Id},
-            {"site", {{"hardware_address", 0x10}, {"type", l_Board ? 0 : 7}, {"number", l_Board ? 5 : a_Id}}},
+nlohmann::json FRUOf(int id) {
+    const bool board = id == 0;
+    const std::string number = std::to_string(1000 + id);
+    return {{"id", id},
+            {"site", {{"hardware_address", 0x10}, {"type", board ? 0 : 7}, {"number", board ? 5 : id}}},
             {"leds", 4},
             {"inventory",
              {{"board",
                {{"manufacturer", "Harrow Blade Works"},
-                {"product_name", "Module " + l_Number},
-                {"serial_number", "SN-" + l_Number},
-                {"part_number", "PN-" + l_Number}}},
+                {"product_name", "Module " + number},
+                {"serial_number", "SN-" + number},
+                {"part_number", "PN-" + number}}},
               {"product",
                {{"manufacturer", "Harrow Systems"},
-                {"name", "Bench " + l_Number},
-                {"part_number", "BP-" + l_Number},
+                {"name", "Bench " + number},
+                {"part_number", "BP-" + number},
                 {"version", "Rev. A"},
-                {"serial_number", "BS-" + l_Number},
-                {"asset_tag", "AT-" + l_Number}}}}}};
+                {"serial_number", "BS-" + number},
+                {"asset_tag", "AT-" + number}}}}}};
 }
 
-std::string WriteBlade(const std::string& a_Folder, int a_FRUs) {
-    nlohmann::json l_Blade = {{"controller",
-                               {{"address", 0x20},
-                                {"device_id", 1},
-                                {"device_revision", 1},
-                                {"manufacturer_id", 32473},
-                                {"product_id", 1},
-                                {"firmware", {{"major", 1}, {"minor", 0}}}}}};
-    for (int i = 0; i < a_FRUs; ++i)
-        l_Blade["frus"].push_back(FRUOf(i));
-    std::string l_File = a_Folder + "/bench-" + std::to_string(a_FRUs) + ".json";
-    std::ofstream(l_File) << l_Blade;
-    return l_File;
+std::string WriteBlade(const std::string& folder, int frus) {
+    nlohmann::json blade = {{"controller",
+                             {{"address", 0x20},
+                              {"device_id", 1},
+                              {"device_revision", 1},
+                              {"manufacturer_id", 32473},
+                              {"product_id", 1},
+                              {"firmware", {{"major", 1}, {"minor", 0}}}}}};
+    for (int i = 0; i < frus; ++i)
+        blade["frus"].push_back(FRUOf(i));
+    std::string file = folder + "/bench-" + std::to_string(frus) + ".json";
+    std::ofstream(file) << blade;
+    return file;
 }
 
 } // namespace
@@ -167,25 +167,25 @@ extern "C" {
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
 void __real__ZN4OSAL9OSALMutex6UnlockEv(OSAL::OSALMutex*);
 
-void __wrap__ZN4OSAL9OSALMutex6UnlockEv(OSAL::OSALMutex* a_Mutex) {
-    __real__ZN4OSAL9OSALMutex6UnlockEv(a_Mutex);
-    g_Measurement.Unlocked(a_Mutex);
+void __wrap__ZN4OSAL9OSALMutex6UnlockEv(OSAL::OSALMutex* mutex) {
+    __real__ZN4OSAL9OSALMutex6UnlockEv(mutex);
+    measurement.Unlocked(mutex);
 }
 // NOLINTEND(bugprone-reserved-identifier)
 }
 
 // Arguments of other benchmark programs are of no meaning here.
-int main(int a_Count, char** a_Arguments) {
-    if (BENCH::IsInBlade(a_Count, a_Arguments)) g_Measurement.Run();
-    char l_Folder[] = "/tmp/probe_bench.XXXXXX";
-    if (::mkdtemp(l_Folder) == nullptr) MEASUREMENT::Fail("no folder for the blade files");
-    std::printf("Probe against its own requests sent bare, medians of %zu rounds\n\n", g_Rounds);
+int main(int count, char** arguments) {
+    if (bench::IsInBlade(count, arguments)) measurement.Run();
+    char folder[] = "/tmp/probe_bench.XXXXXX";
+    if (::mkdtemp(folder) == nullptr) Measurement::Fail("no folder for the blade files");
+    std::printf("Probe against its own requests sent bare, medians of %zu rounds\n\n", Rounds);
     std::printf("%5s %8s %12s %14s %12s %10s\n", "FRUs", "requests", "probe ms", "bare us/req", "us/request", "ratio");
-    bool l_Good = true;
-    for (const int l_FRUs : g_BladeSizes) {
-        std::printf("%5d ", l_FRUs);
-        l_Good = BENCH::RunInBlade(WriteBlade(l_Folder, l_FRUs)) && l_Good;
+    bool good = true;
+    for (const int frus : BladeSizes) {
+        std::printf("%5d ", frus);
+        good = bench::RunInBlade(WriteBlade(folder, frus)) && good;
     }
-    std::filesystem::remove_all(l_Folder);
-    return l_Good ? 0 : 1;
+    std::filesystem::remove_all(folder);
+    return good ? 0 : 1;
 }

@@ -10,170 +10,169 @@ namespace BM_PLATFORM {
 
 namespace {
 
-constexpr const char* FIRST_LINE = "bladesim switch 1";
-constexpr const char* LAST_LINE = "end";
+constexpr const char* FirstLine = "bladesim switch 1";
+constexpr const char* LastLine = "end";
 
-std::string TextOf(const std::array<unsigned char, 6>& a_Mac) {
-    std::array<char, 18> l_Text{};
-    std::snprintf(l_Text.data(), l_Text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", a_Mac[0], a_Mac[1], a_Mac[2], a_Mac[3],
-                  a_Mac[4], a_Mac[5]);
-    return l_Text.data();
+std::string TextOf(const std::array<unsigned char, 6>& mac) {
+    std::array<char, 18> text{};
+    std::snprintf(text.data(), text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3], mac[4],
+                  mac[5]);
+    return text.data();
 }
 
 // Whether the whole text is one.
-template <typename NUMBER>
-bool IsNumber(const std::string& a_Text, NUMBER& a_Number, int a_Base) {
-    const char* const l_End = a_Text.data() + a_Text.size();
-    const auto [l_Rest, l_Error] = std::from_chars(a_Text.data(), l_End, a_Number, a_Base);
-    return l_Error == std::errc() && l_Rest == l_End;
+template <typename Number>
+bool IsNumber(const std::string& content, Number& number, int base) {
+    const char* const end = content.data() + content.size();
+    const auto [rest, error] = std::from_chars(content.data(), end, number, base);
+    return error == std::errc() && rest == end;
 }
 
 // The words of one line, taken one after the other; a word that does not fit is an error with its reason.
-class LINE {
+class Line {
 public:
-    explicit LINE(const std::string& a_Line) : m_Words(a_Line.substr(0, a_Line.find('#'))) {}
+    explicit Line(const std::string& line) : m_words(line.substr(0, line.find('#'))) {}
 
-    bool IsEmpty() { return (m_Words >> std::ws).eof(); }
+    bool IsEmpty() { return (m_words >> std::ws).eof(); }
 
-    std::string Word(const char* a_What) {
-        std::string l_Word;
-        if (!(m_Words >> l_Word)) throw SWITCH_STATE_ERROR(std::string("no ") + a_What);
-        return l_Word;
+    std::string Word(const char* what) {
+        std::string word;
+        if (!(m_words >> word)) throw SWITCH_STATE_ERROR(std::string("no ") + what);
+        return word;
     }
 
-    int Number(const char* a_What) {
-        const std::string l_Word = Word(a_What);
-        int l_Number = 0;
-        if (!IsNumber(l_Word, l_Number, 10)) Refuse(a_What, l_Word);
-        return l_Number;
+    int Number(const char* what) {
+        const std::string word = Word(what);
+        int number = 0;
+        if (!IsNumber(word, number, 10)) Refuse(what, word);
+        return number;
     }
 
     // True for the first word, false for the second.
-    bool Either(const char* a_First, const char* a_Second, const char* a_What) {
-        const std::string l_Word = Word(a_What);
-        if (l_Word != a_First && l_Word != a_Second) Refuse(a_What, l_Word);
-        return l_Word == a_First;
+    bool Either(const char* first, const char* second, const char* what) {
+        const std::string word = Word(what);
+        if (word != first && word != second) Refuse(what, word);
+        return word == first;
     }
 
     std::array<unsigned char, 6> Mac() {
-        const std::string l_Word = Word("address");
-        std::array<unsigned char, 6> l_Mac{};
-        bool l_IsMac = l_Word.size() == 17;
-        for (std::size_t i = 0; l_IsMac && i < l_Mac.size(); ++i) {
-            const std::size_t l_Digits = 3 * i;
-            l_IsMac = IsNumber(l_Word.substr(l_Digits, 2), l_Mac[i], 16) && (i == 0 || l_Word[l_Digits - 1] == ':');
+        const std::string word = Word("address");
+        std::array<unsigned char, 6> mac{};
+        bool isMac = word.size() == 17;
+        for (std::size_t i = 0; isMac && i < mac.size(); ++i) {
+            const std::size_t digits = 3 * i;
+            isMac = IsNumber(word.substr(digits, 2), mac[i], 16) && (i == 0 || word[digits - 1] == ':');
         }
-        if (!l_IsMac) Refuse("address", l_Word);
-        return l_Mac;
+        if (!isMac) Refuse("address", word);
+        return mac;
     }
 
     void End() {
         if (!IsEmpty()) throw SWITCH_STATE_ERROR("\"" + Word("word") + "\" is one word too many");
     }
 
-    [[noreturn]] static void Refuse(const char* a_What, const std::string& a_Word) {
-        throw SWITCH_STATE_ERROR("\"" + a_Word.substr(0, 40) + "\" is no " + a_What);
+    [[noreturn]] static void Refuse(const char* what, const std::string& word) {
+        throw SWITCH_STATE_ERROR("\"" + word.substr(0, 40) + "\" is no " + what);
     }
 
 private:
-    std::istringstream m_Words;
+    std::istringstream m_words;
 };
 
-void TakePort(LINE& a_Line, SWITCH_STATE& a_State) {
-    const int l_Number = a_Line.Number("port");
-    const bool l_Enabled = a_Line.Either("enabled", "disabled", "administrative state");
-    const bool l_Cable = a_Line.Either("up", "down", "link state");
-    if (!a_State.m_Ports.insert({l_Number, {l_Enabled, l_Cable}}).second)
-        throw SWITCH_STATE_ERROR("a second port " + std::to_string(l_Number));
+void TakePort(Line& line, SWITCH_STATE& state) {
+    const int number = line.Number("port");
+    const bool enabled = line.Either("enabled", "disabled", "administrative state");
+    const bool cable = line.Either("up", "down", "link state");
+    if (!state.m_Ports.insert({number, {enabled, cable}}).second)
+        throw SWITCH_STATE_ERROR("a second port " + std::to_string(number));
 }
 
-void TakeLearnt(LINE& a_Line, SWITCH_STATE& a_State) {
-    const auto l_Mac = a_Line.Mac();
-    const bool l_IsDSP = a_Line.Either("dsp", "port", "destination");
-    const int l_Number = a_Line.Number("number");
-    if (a_State.m_Learnt.size() >= SWITCH_TABLE_SIZE) throw SWITCH_STATE_ERROR("too many addresses");
-    if (!a_State.m_Learnt.insert({l_Mac, {l_IsDSP, l_Number}}).second)
-        throw SWITCH_STATE_ERROR("a second entry for " + TextOf(l_Mac));
+void TakeLearnt(Line& line, SWITCH_STATE& state) {
+    const auto mac = line.Mac();
+    const bool isDSP = line.Either("dsp", "port", "destination");
+    const int number = line.Number("number");
+    if (state.m_Learnt.size() >= SWITCH_TABLE_SIZE) throw SWITCH_STATE_ERROR("too many addresses");
+    if (!state.m_Learnt.insert({mac, {isDSP, number}}).second)
+        throw SWITCH_STATE_ERROR("a second entry for " + TextOf(mac));
 }
 
-void TakeFailure(LINE& a_Line, SWITCH_STATE& a_State) {
-    const std::string l_Call = a_Line.Word("call");
-    if (std::ranges::find(SWITCH_CALLS, l_Call) == SWITCH_CALLS.end()) LINE::Refuse("call", l_Call);
-    const int l_Code = a_Line.Number("code");
-    a_State.SetFailure(l_Call, a_Line.IsEmpty() ? std::nullopt : std::optional(a_Line.Number("port or DSP")), l_Code);
+void TakeFailure(Line& line, SWITCH_STATE& state) {
+    const std::string call = line.Word("call");
+    if (std::ranges::find(SWITCH_CALLS, call) == SWITCH_CALLS.end()) Line::Refuse("call", call);
+    const int code = line.Number("code");
+    state.SetFailure(call, line.IsEmpty() ? std::nullopt : std::optional(line.Number("port or DSP")), code);
 }
 
 // False at the last line.
-bool TakeLine(LINE& a_Line, SWITCH_STATE& a_State) {
-    if (a_Line.IsEmpty()) return true;
-    const std::string l_Kind = a_Line.Word("word");
-    if (l_Kind == "port") {
-        TakePort(a_Line, a_State);
-    } else if (l_Kind == "learnt") {
-        TakeLearnt(a_Line, a_State);
-    } else if (l_Kind == "fail") {
-        TakeFailure(a_Line, a_State);
-    } else if (l_Kind != LAST_LINE) {
-        LINE::Refuse("line of a switch", l_Kind);
+bool TakeLine(Line& line, SWITCH_STATE& state) {
+    if (line.IsEmpty()) return true;
+    const std::string kind = line.Word("word");
+    if (kind == "port") {
+        TakePort(line, state);
+    } else if (kind == "learnt") {
+        TakeLearnt(line, state);
+    } else if (kind == "fail") {
+        TakeFailure(line, state);
+    } else if (kind != LastLine) {
+        Line::Refuse("line of a switch", kind);
     }
-    a_Line.End();
-    return l_Kind != LAST_LINE;
+    line.End();
+    return kind != LastLine;
 }
 
 } // namespace
 
-int SWITCH_STATE::FailureOf(std::string_view a_Call, std::optional<int> a_Number) const {
-    for (const auto& l_Number : {a_Number, std::optional<int>()}) {
-        const auto l_Found = m_Failures.find({std::string(a_Call), l_Number});
-        if (l_Found != m_Failures.end()) return l_Found->second;
+int SWITCH_STATE::FailureOf(std::string_view call, std::optional<int> number) const {
+    for (const auto& each : {number, std::optional<int>()}) {
+        const auto found = m_Failures.find({std::string(call), each});
+        if (found != m_Failures.end()) return found->second;
     }
     return 0;
 }
 
-void SWITCH_STATE::SetFailure(const std::string& a_Call, std::optional<int> a_Number, int a_Code) {
-    m_Failures.erase({a_Call, a_Number});
-    if (a_Code != 0) m_Failures[{a_Call, a_Number}] = a_Code;
+void SWITCH_STATE::SetFailure(const std::string& call, std::optional<int> number, int code) {
+    m_Failures.erase({call, number});
+    if (code != 0) m_Failures[{call, number}] = code;
 }
 
-std::string TextOfSwitch(const SWITCH_STATE& a_State) {
-    std::ostringstream l_Text;
-    l_Text << FIRST_LINE << '\n';
-    for (const auto& [l_Number, l_Port] : a_State.m_Ports) {
-        l_Text << "port " << l_Number << (l_Port.m_Enabled ? " enabled" : " disabled")
-               << (l_Port.m_Cable ? " up\n" : " down\n");
+std::string TextOfSwitch(const SWITCH_STATE& state) {
+    std::ostringstream text;
+    text << FirstLine << '\n';
+    for (const auto& [number, port] : state.m_Ports) {
+        text << "port " << number << (port.m_Enabled ? " enabled" : " disabled")
+             << (port.m_Cable ? " up\n" : " down\n");
     }
-    for (const auto& [l_Mac, l_Destination] : a_State.m_Learnt) {
-        l_Text << "learnt " << TextOf(l_Mac) << (l_Destination.m_IsDSP ? " dsp " : " port ") << l_Destination.m_Number
-               << '\n';
+    for (const auto& [mac, destination] : state.m_Learnt) {
+        text << "learnt " << TextOf(mac) << (destination.m_IsDSP ? " dsp " : " port ") << destination.m_Number << '\n';
     }
-    for (const auto& [l_Where, l_Code] : a_State.m_Failures) {
-        l_Text << "fail " << l_Where.first << ' ' << l_Code;
-        if (l_Where.second) l_Text << ' ' << *l_Where.second;
-        l_Text << '\n';
+    for (const auto& [where, code] : state.m_Failures) {
+        text << "fail " << where.first << ' ' << code;
+        if (where.second) text << ' ' << *where.second;
+        text << '\n';
     }
-    l_Text << LAST_LINE << '\n';
-    return l_Text.str();
+    text << LastLine << '\n';
+    return text.str();
 }
 
-SWITCH_STATE SwitchOfText(const std::string& a_Text, const std::string& a_Name) {
-    SWITCH_STATE l_State;
-    l_State.m_Ports.clear();
-    std::istringstream l_Lines(a_Text);
-    std::string l_Text;
-    int l_Number = 1;
+SWITCH_STATE SwitchOfText(const std::string& content, const std::string& name) {
+    SWITCH_STATE state;
+    state.m_Ports.clear();
+    std::istringstream lines(content);
+    std::string text;
+    int number = 1;
     try {
-        if (!std::getline(l_Lines, l_Text) || l_Text != FIRST_LINE)
-            throw SWITCH_STATE_ERROR(std::string("does not begin with \"") + FIRST_LINE + "\"");
-        for (bool l_HasMore = true; l_HasMore;) {
-            ++l_Number;
-            if (!std::getline(l_Lines, l_Text)) throw SWITCH_STATE_ERROR("incomplete: no \"end\"");
-            LINE l_Line(l_Text);
-            l_HasMore = TakeLine(l_Line, l_State);
+        if (!std::getline(lines, text) || text != FirstLine)
+            throw SWITCH_STATE_ERROR(std::string("does not begin with \"") + FirstLine + "\"");
+        for (bool hasMore = true; hasMore;) {
+            ++number;
+            if (!std::getline(lines, text)) throw SWITCH_STATE_ERROR("incomplete: no \"end\"");
+            Line line(text);
+            hasMore = TakeLine(line, state);
         }
-    } catch (const SWITCH_STATE_ERROR& l_Error) {
-        throw SWITCH_STATE_ERROR(a_Name + ":" + std::to_string(l_Number) + ": " + l_Error.what());
+    } catch (const SWITCH_STATE_ERROR& error) {
+        throw SWITCH_STATE_ERROR(name + ":" + std::to_string(number) + ": " + error.what());
     }
-    return l_State;
+    return state;
 }
 
 } // namespace BM_PLATFORM

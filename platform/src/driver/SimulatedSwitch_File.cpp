@@ -16,91 +16,90 @@ namespace BM_PLATFORM {
 
 namespace {
 
-constexpr std::size_t MOST_BYTES = std::size_t{64} * 1024;
-constexpr mode_t MODE = 0644;
+constexpr std::size_t MostBytes = std::size_t{64} * 1024;
+constexpr mode_t Mode = 0644;
 
-[[noreturn]] void ThrowErrno(const std::string& a_What) {
-    throw SWITCH_STATE_ERROR(a_What + ": " + std::generic_category().message(errno));
+[[noreturn]] void ThrowErrno(const std::string& what) {
+    throw SWITCH_STATE_ERROR(what + ": " + std::generic_category().message(errno));
 }
 
-class DESCRIPTOR {
+class Descriptor {
 public:
-    DESCRIPTOR(const std::string& a_Path, int a_Flags)
-        : m_Number(open(a_Path.c_str(), a_Flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, MODE)) {}
-    DESCRIPTOR(const DESCRIPTOR&) = delete;
-    DESCRIPTOR& operator=(const DESCRIPTOR&) = delete;
-    ~DESCRIPTOR() {
-        if (IsOpen()) close(m_Number);
+    Descriptor(const std::string& path, int flags)
+        : m_number(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, Mode)) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (IsOpen()) close(m_number);
     }
 
-    bool IsOpen() const { return m_Number >= 0; }
-    int Number() const { return m_Number; }
+    bool IsOpen() const { return m_number >= 0; }
+    int Number() const { return m_number; }
 
 private:
-    int m_Number;
+    int m_number;
 };
 
 // Nothing when there is no file.
-std::optional<std::string> Read(const std::string& a_Path) {
-    const DESCRIPTOR l_File(a_Path, O_RDONLY);
-    if (!l_File.IsOpen() && errno == ENOENT) return std::nullopt;
-    struct stat l_Status {};
-    if (!l_File.IsOpen() || fstat(l_File.Number(), &l_Status) != 0) ThrowErrno(a_Path);
-    if (!S_ISREG(l_Status.st_mode)) throw SWITCH_STATE_ERROR(a_Path + ": no file");
-    std::string l_Text;
+std::optional<std::string> Read(const std::string& path) {
+    const Descriptor file(path, O_RDONLY);
+    if (!file.IsOpen() && errno == ENOENT) return std::nullopt;
+    struct stat status {};
+    if (!file.IsOpen() || fstat(file.Number(), &status) != 0) ThrowErrno(path);
+    if (!S_ISREG(status.st_mode)) throw SWITCH_STATE_ERROR(path + ": no file");
+    std::string text;
     for (;;) {
-        std::array<char, 4096> l_Part{};
-        const ssize_t l_Length = read(l_File.Number(), l_Part.data(), l_Part.size());
-        if (l_Length < 0 && errno == EINTR) continue;
-        if (l_Length < 0) ThrowErrno(a_Path);
-        if (l_Length == 0) return l_Text;
-        l_Text.append(l_Part.data(), static_cast<std::size_t>(l_Length));
-        if (l_Text.size() > MOST_BYTES) throw SWITCH_STATE_ERROR(a_Path + ": larger than 64 KiB");
+        std::array<char, 4096> part{};
+        const ssize_t length = read(file.Number(), part.data(), part.size());
+        if (length < 0 && errno == EINTR) continue;
+        if (length < 0) ThrowErrno(path);
+        if (length == 0) return text;
+        text.append(part.data(), static_cast<std::size_t>(length));
+        if (text.size() > MostBytes) throw SWITCH_STATE_ERROR(path + ": larger than 64 KiB");
     }
 }
 
-SWITCH_STATE StateOf(const std::string& a_Path) {
-    const auto l_Text = Read(a_Path);
-    return l_Text ? SwitchOfText(*l_Text, a_Path) : SWITCH_STATE{};
+SWITCH_STATE StateOf(const std::string& path) {
+    const auto text = Read(path);
+    return text ? SwitchOfText(*text, path) : SWITCH_STATE{};
 }
 
 // Readers find the old file or the new one. It stands in memory: nothing is gained by waiting for a disk.
-void Replace(const std::string& a_Path, const std::string& a_Text) {
-    const std::string l_New = a_Path + ".new";
-    if (unlink(l_New.c_str()) != 0 && errno != ENOENT) ThrowErrno(l_New); // of a process that was killed
+void Replace(const std::string& path, const std::string& text) {
+    const std::string newFile = path + ".new";
+    if (unlink(newFile.c_str()) != 0 && errno != ENOENT) ThrowErrno(newFile); // of a process that was killed
     {
-        const DESCRIPTOR l_File(l_New, O_WRONLY | O_CREAT | O_EXCL);
-        if (!l_File.IsOpen()) ThrowErrno(l_New);
+        const Descriptor file(newFile, O_WRONLY | O_CREAT | O_EXCL);
+        if (!file.IsOpen()) ThrowErrno(newFile);
         errno = ENOSPC; // of a short write
-        if (write(l_File.Number(), a_Text.data(), a_Text.size()) != static_cast<ssize_t>(a_Text.size()))
-            ThrowErrno(l_New);
+        if (write(file.Number(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) ThrowErrno(newFile);
     }
-    if (rename(l_New.c_str(), a_Path.c_str()) != 0) ThrowErrno(a_Path);
+    if (rename(newFile.c_str(), path.c_str()) != 0) ThrowErrno(path);
 }
 
 } // namespace
 
 std::optional<std::string> SwitchFile() {
-    const char* l_Folder = std::getenv("BLADESIM_RUN_DIR");
-    if (l_Folder == nullptr || *l_Folder == '\0') return std::nullopt;
-    return std::string(l_Folder) + "/switch";
+    const char* folder = std::getenv("BLADESIM_RUN_DIR");
+    if (folder == nullptr || *folder == '\0') return std::nullopt;
+    return std::string(folder) + "/switch";
 }
 
-SWITCH_STATE ReadSwitch(const std::string& a_Path) {
-    return StateOf(a_Path);
+SWITCH_STATE ReadSwitch(const std::string& path) {
+    return StateOf(path);
 }
 
-void ChangeSwitch(const std::string& a_Path, const std::function<void(SWITCH_STATE&)>& a_Change) {
-    const std::string l_LockPath = a_Path + ".lock";
-    const DESCRIPTOR l_Lock(l_LockPath, O_RDWR | O_CREAT); // held until it is closed
-    if (!l_Lock.IsOpen()) ThrowErrno(l_LockPath);
-    while (flock(l_Lock.Number(), LOCK_EX) != 0) {
-        if (errno != EINTR) ThrowErrno(l_LockPath);
+void ChangeSwitch(const std::string& path, const std::function<void(SWITCH_STATE&)>& change) {
+    const std::string lockPath = path + ".lock";
+    const Descriptor lock(lockPath, O_RDWR | O_CREAT); // held until it is closed
+    if (!lock.IsOpen()) ThrowErrno(lockPath);
+    while (flock(lock.Number(), LOCK_EX) != 0) {
+        if (errno != EINTR) ThrowErrno(lockPath);
     }
-    const SWITCH_STATE l_Before = StateOf(a_Path);
-    SWITCH_STATE l_State = l_Before;
-    a_Change(l_State);
-    if (l_State != l_Before) Replace(a_Path, TextOfSwitch(l_State));
+    const SWITCH_STATE before = StateOf(path);
+    SWITCH_STATE state = before;
+    change(state);
+    if (state != before) Replace(path, TextOfSwitch(state));
 }
 
 } // namespace BM_PLATFORM

@@ -26,7 +26,7 @@ namespace BM_PLATFORM {
 
 namespace {
 
-constexpr const char* PATTERN = "%Y-%m-%d %H:%M:%S.%e %v";
+constexpr const char* Pattern = "%Y-%m-%d %H:%M:%S.%e %v";
 
 // The text without line ends at its end. Bytes of the hardware may be in it: none of them may steer a terminal.
 std::string LinesOf(const char* text) {
@@ -37,11 +37,11 @@ std::string LinesOf(const char* text) {
 
 // In log and console every line but the first is marked, so that no text passes for a line of its own.
 std::string WithMarks(const std::string& lines) {
-    constexpr const char* MARK = "\n    | ";
+    constexpr const char* Mark = "\n    | ";
     std::string marked;
     for (const char byte : lines) {
         if (byte == '\n') {
-            marked += MARK;
+            marked += Mark;
         } else {
             marked += byte;
         }
@@ -56,15 +56,15 @@ void CloseOnExec(const spdlog::filename_t&, std::FILE* file) {
 
 // Never destroyed: an adaptor's threads may log while the process ends.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final, and never destroyed
-class LOG final : public CBaseOsLog {
+class LogWriter final : public CBaseOsLog {
 public:
-    LOG() : m_Logger("host", m_Console) {
-        m_Logger.set_level(spdlog::level::trace);
-        m_Logger.set_pattern(PATTERN);
-        m_Logger.flush_on(spdlog::level::trace);
+    LogWriter() : m_logger("host", m_console) {
+        m_logger.set_level(spdlog::level::trace);
+        m_logger.set_pattern(Pattern);
+        m_logger.flush_on(spdlog::level::trace);
         // Once: the disk stays full for every line that follows.
-        m_Logger.set_error_handler([this](const std::string& error) {
-            if (!m_Told.exchange(true)) std::fprintf(stderr, "log: %s; this is told once\n", error.c_str());
+        m_logger.set_error_handler([this](const std::string& error) {
+            if (!m_told.exchange(true)) std::fprintf(stderr, "log: %s; this is told once\n", error.c_str());
         });
     }
 
@@ -72,15 +72,15 @@ public:
         try {
             const std::string lines = LinesOf(text);
             const std::string name = Printable(component != nullptr ? component : "");
-            const std::lock_guard<std::mutex> lock(m_Guard);
-            m_Logger.log(level <= BM_LOG_ERROR ? spdlog::level::err : spdlog::level::debug, "<{}> [{}] {}", level, name,
+            const std::lock_guard<std::mutex> lock(m_guard);
+            m_logger.log(level <= BM_LOG_ERROR ? spdlog::level::err : spdlog::level::debug, "<{}> [{}] {}", level, name,
                          WithMarks(lines));
-            if (m_Listener) m_Listener(level, name, lines);
+            if (m_listener) m_listener(level, name, lines);
         } catch (...) { // a log that cannot be written must not end the caller
         }
     }
 
-    void ToConsole(bool on) { m_Console->set_level(on ? spdlog::level::trace : spdlog::level::off); }
+    void ToConsole(bool on) { m_console->set_level(on ? spdlog::level::trace : spdlog::level::off); }
 
     void ToFile(const std::string& path) {
         try {
@@ -93,29 +93,29 @@ public:
             spdlog::file_event_handlers handlers;
             handlers.after_open = CloseOnExec;
             auto file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path, false, handlers);
-            file->set_pattern(PATTERN);
-            const std::lock_guard<std::mutex> lock(m_Guard);
-            m_Logger.sinks().push_back(file);
+            file->set_pattern(Pattern);
+            const std::lock_guard<std::mutex> lock(m_guard);
+            m_logger.sinks().push_back(file);
         } catch (const spdlog::spdlog_ex& error) {
             throw std::runtime_error("log file " + path + ": " + error.what());
         }
     }
 
     void ToListener(LOG_LISTENER listener) {
-        const std::lock_guard<std::mutex> lock(m_Guard);
-        m_Listener = std::move(listener);
+        const std::lock_guard<std::mutex> lock(m_guard);
+        m_listener = std::move(listener);
     }
 
 private:
-    std::shared_ptr<spdlog::sinks::stderr_sink_mt> m_Console = std::make_shared<spdlog::sinks::stderr_sink_mt>();
-    spdlog::logger m_Logger;
-    std::mutex m_Guard;
-    std::atomic<bool> m_Told = false;
-    LOG_LISTENER m_Listener;
+    std::shared_ptr<spdlog::sinks::stderr_sink_mt> m_console = std::make_shared<spdlog::sinks::stderr_sink_mt>();
+    spdlog::logger m_logger;
+    std::mutex m_guard;
+    std::atomic<bool> m_told = false;
+    LOG_LISTENER m_listener;
 };
 
-LOG& TheLog() {
-    static LOG& log = *new LOG;
+LogWriter& TheLog() {
+    static LogWriter& log = *new LogWriter;
     return log;
 }
 

@@ -14,21 +14,21 @@ namespace bm_osal {
 
 namespace {
 
-constexpr int PAUSE_MS = 2; // between two attempts: flock itself waits without end
+constexpr int PauseMs = 2; // between two attempts: flock itself waits without end
 
 // A line of /proc/locks: "12: FLOCK  ADVISORY  WRITE 4711 08:01:131 0 EOF".
-struct LOCK_LINE {
-    std::string m_Type;
-    long m_Process = 0;
-    std::string m_Place; ///< device and inode
+struct LockLine {
+    std::string m_type;
+    long m_process = 0;
+    std::string m_place; ///< device and inode
 };
 
-LOCK_LINE Parse(const std::string& line) {
+LockLine Parse(const std::string& line) {
     std::istringstream words(line);
     std::string number, mandatory, access;
-    LOCK_LINE lock;
-    words >> number >> lock.m_Type >> mandatory >> access >> lock.m_Process >> lock.m_Place;
-    return words ? lock : LOCK_LINE{};
+    LockLine lock;
+    words >> number >> lock.m_type >> mandatory >> access >> lock.m_process >> lock.m_place;
+    return words ? lock : LockLine{};
 }
 
 // How the kernel names the file among the locks. Its device and inode are not everywhere those of fstat (btrfs,
@@ -39,8 +39,8 @@ std::string PlaceOf(int number) {
     if (fcntl(number, F_OFD_SETLK, &mark) != 0) return "";
     std::ifstream lines("/proc/self/fdinfo/" + std::to_string(number));
     for (std::string line; std::getline(lines, line);) {
-        constexpr const char* TITLE = "lock:";
-        if (line.starts_with(TITLE)) return Parse(line.substr(std::char_traits<char>::length(TITLE))).m_Place;
+        constexpr const char* Title = "lock:";
+        if (line.starts_with(Title)) return Parse(line.substr(std::char_traits<char>::length(Title))).m_place;
     }
     return "";
 }
@@ -56,7 +56,7 @@ bool LockWithin(int number, std::chrono::milliseconds wait) {
             errno = EWOULDBLOCK;
             return false;
         }
-        poll(nullptr, 0, PAUSE_MS);
+        poll(nullptr, 0, PauseMs);
     }
     return true;
 }
@@ -65,9 +65,9 @@ std::string LockHolder(int number) {
     const std::string place = PlaceOf(number);
     std::ifstream locks("/proc/locks");
     for (std::string line; !place.empty() && std::getline(locks, line);) {
-        const LOCK_LINE lock = Parse(line);
-        if (lock.m_Type != "FLOCK" || lock.m_Place != place || lock.m_Process <= 0) continue;
-        const std::string process = std::to_string(lock.m_Process);
+        const LockLine lock = Parse(line);
+        if (lock.m_type != "FLOCK" || lock.m_place != place || lock.m_process <= 0) continue;
+        const std::string process = std::to_string(lock.m_process);
         std::string command;
         std::getline(std::ifstream("/proc/" + process + "/comm"), command);
         return "process " + process + (command.empty() ? "" : " (" + Printable(command) + ")");

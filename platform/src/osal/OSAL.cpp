@@ -14,7 +14,7 @@ namespace OSAL {
 namespace {
 
 // The object whose body the calling thread runs.
-thread_local const OSALThread* g_Running = nullptr;
+thread_local const OSALThread* running = nullptr;
 
 } // namespace
 
@@ -36,10 +36,10 @@ OSALThread::~OSALThread() {
 }
 
 int OSALThread::Start() {
-    if (g_Running == this || m_Thread.joinable()) return EBUSY;
+    if (running == this || m_Thread.joinable()) return EBUSY;
     try {
         m_Thread = std::thread([this] {
-            g_Running = this;
+            running = this;
             try {
                 run();
             } catch (const abi::__forced_unwind&) { // the thread is cancelled
@@ -57,7 +57,7 @@ int OSALThread::Start() {
 }
 
 int OSALThread::Join() {
-    if (g_Running == this) return EDEADLK; // asked first: Start may not have come back yet
+    if (running == this) return EDEADLK; // asked first: Start may not have come back yet
     if (!m_Thread.joinable()) return ESRCH;
     m_Thread.join();
     return 0;

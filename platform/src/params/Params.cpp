@@ -7,19 +7,19 @@ namespace BM_ADAPTOR {
 
 namespace {
 
-template <typename ITEM>
-std::vector<std::unique_ptr<ITEM>> DeepCopy(const std::vector<std::unique_ptr<ITEM>>& a_Items) {
-    std::vector<std::unique_ptr<ITEM>> l_Copy;
-    l_Copy.reserve(a_Items.size());
-    for (const auto& l_Item : a_Items)
-        l_Copy.push_back(std::make_unique<ITEM>(*l_Item));
-    return l_Copy;
+template <typename Item>
+std::vector<std::unique_ptr<Item>> DeepCopy(const std::vector<std::unique_ptr<Item>>& items) {
+    std::vector<std::unique_ptr<Item>> copy;
+    copy.reserve(items.size());
+    for (const auto& item : items)
+        copy.push_back(std::make_unique<Item>(*item));
+    return copy;
 }
 
-template <typename ITEM>
-ITEM* At(const std::vector<std::unique_ptr<ITEM>>& a_Items, int a_Index) {
-    if (a_Index < 0 || a_Index >= static_cast<int>(a_Items.size())) return nullptr;
-    return a_Items[static_cast<std::size_t>(a_Index)].get();
+template <typename Item>
+Item* At(const std::vector<std::unique_ptr<Item>>& items, int index) {
+    if (index < 0 || index >= static_cast<int>(items.size())) return nullptr;
+    return items[static_cast<std::size_t>(index)].get();
 }
 
 } // namespace

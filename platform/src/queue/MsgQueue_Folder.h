@@ -11,27 +11,27 @@ namespace bm_queue {
 /// /run for root and in /run/user/UID for others.
 std::string QueueFolderName();
 
-/// The same, made when it is not there. Nothing when another user could have made it, or may write to it: with `a_Tell`
+/// The same, made when it is not there. Nothing when another user could have made it, or may write to it: with `tell`
 /// the log says so.
-std::optional<std::string> QueueFolder(bool a_Tell);
+std::optional<std::string> QueueFolder(bool tell);
 
 /// How long a binder waits for another one's lock of the folder.
-extern std::chrono::milliseconds g_QueueLockWait;
+extern std::chrono::milliseconds queueLockWait;
 
 /// Keeps two binders apart: what is left of a dead process is found and removed by one of them only.
-class QUEUE_FOLDER_LOCK {
+class QueueFolderLock {
 public:
-    explicit QUEUE_FOLDER_LOCK(const std::string& a_Folder);
-    QUEUE_FOLDER_LOCK(const QUEUE_FOLDER_LOCK&) = delete;
-    QUEUE_FOLDER_LOCK& operator=(const QUEUE_FOLDER_LOCK&) = delete;
-    ~QUEUE_FOLDER_LOCK();
+    explicit QueueFolderLock(const std::string& folder);
+    QueueFolderLock(const QueueFolderLock&) = delete;
+    QueueFolderLock& operator=(const QueueFolderLock&) = delete;
+    ~QueueFolderLock();
 
     /// False when it could not be had in time, or at all: the log says why.
-    bool IsHeld() const { return m_IsHeld; }
+    bool IsHeld() const { return m_isHeld; }
 
 private:
-    int m_File;
-    bool m_IsHeld = false;
+    int m_file;
+    bool m_isHeld = false;
 };
 
 } // namespace bm_queue

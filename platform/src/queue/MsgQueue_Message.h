@@ -11,21 +11,21 @@
 ///
 ///     signature, type, source, destination, number of fields, then of each field: id, size, bytes
 struct qMsg {
-    uint32_t m_Type = 0;
-    uint32_t m_Source = 0;
-    uint32_t m_Destination = 0;
-    std::map<uint32_t, std::vector<uint8_t>> m_Fields{};
+    uint32_t m_type = 0;
+    uint32_t m_source = 0;
+    uint32_t m_destination = 0;
+    std::map<uint32_t, std::vector<uint8_t>> m_fields{};
 
     /// What Encode would make, in bytes.
     size_t EncodedSize() const;
     std::vector<uint8_t> Encode() const;
     /// Null when the bytes are no whole message: too short, too long, a field that does not fit, a field twice.
-    static std::unique_ptr<qMsg> Decode(const std::vector<uint8_t>& a_Bytes);
+    static std::unique_ptr<qMsg> Decode(const std::vector<uint8_t>& bytes);
 };
 
 namespace bm_queue {
 
 /// What a message may have in bytes, encoded.
-constexpr size_t g_MaxQueueMessage = 16384;
+constexpr size_t MaxQueueMessage = 16384;
 
 } // namespace bm_queue

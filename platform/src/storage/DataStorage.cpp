@@ -25,7 +25,7 @@
 #include <utility>
 #include <vector>
 
-namespace BM_STORAGE {
+namespace bm_storage {
 
 namespace {
 
@@ -35,52 +35,52 @@ using BM_ADAPTOR::CBMIParams;
 using BM_ADAPTOR::CBMITable;
 
 // One transaction at a time in the process, whatever the folder.
-class TURN {
+class Turn {
 public:
-    TURN() {
-        std::unique_lock lock(State().m_Guard);
-        State().m_Given.wait(lock, [] { return State().m_Owner == std::thread::id(); });
-        State().m_Owner = std::this_thread::get_id();
+    Turn() {
+        std::unique_lock lock(State().m_guard);
+        State().m_given.wait(lock, [] { return State().m_owner == std::thread::id(); });
+        State().m_owner = std::this_thread::get_id();
     }
-    TURN(const TURN&) = delete;
-    TURN& operator=(const TURN&) = delete;
-    ~TURN() {
-        const std::lock_guard lock(State().m_Guard);
-        State().m_Owner = std::thread::id();
-        State().m_Given.notify_one();
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() {
+        const std::lock_guard lock(State().m_guard);
+        State().m_owner = std::thread::id();
+        State().m_given.notify_one();
     }
 
     static bool IsMine() {
-        const std::lock_guard lock(State().m_Guard);
-        return State().m_Owner == std::this_thread::get_id();
+        const std::lock_guard lock(State().m_guard);
+        return State().m_owner == std::this_thread::get_id();
     }
 
 private:
-    struct STATE {
-        std::mutex m_Guard;
-        std::condition_variable m_Given;
-        std::thread::id m_Owner;
+    struct SharedState {
+        std::mutex m_guard;
+        std::condition_variable m_given;
+        std::thread::id m_owner;
     };
 
     // Never destroyed: threads may wait for their turn while the process ends.
-    static STATE& State() {
-        static STATE& state = *new STATE;
+    static SharedState& State() {
+        static SharedState& state = *new SharedState;
         return state;
     }
 };
 
-struct TRANSACTION {
-    TRANSACTION(const std::string& path, std::chrono::milliseconds lock_wait) : m_Folder(path, lock_wait) {}
+struct Transaction {
+    Transaction(const std::string& path, std::chrono::milliseconds lockWait) : m_folder(path, lockWait) {}
 
-    TURN m_Turn;
-    FOLDER m_Folder;
+    Turn m_turn;
+    Folder m_folder;
 };
 
 // A file as it was read, with the changes of the transaction.
-struct COPY {
-    std::optional<STAMP> m_Stamp;
-    ROWS m_Rows;
-    bool m_IsChanged = false;
+struct Copy {
+    std::optional<FileStamp> m_stamp;
+    Rows m_rows;
+    bool m_isChanged = false;
 };
 
 // Adds the row's parameters; those that are there already get its values.
@@ -95,16 +95,16 @@ void Fill(CBMIParams& target, const CBMIParams& row) {
 }
 
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
-class DATA_STORAGE final : public QUB_STORAGE::CDataStorage {
+class DataStorage final : public QUB_STORAGE::CDataStorage {
 public:
-    DATA_STORAGE(std::string folder, std::chrono::milliseconds lock_wait)
-        : m_Path(std::move(folder)),
-          m_LockWait(lock_wait) {}
+    DataStorage(std::string folder, std::chrono::milliseconds lockWait)
+        : m_path(std::move(folder)),
+          m_lockWait(lockWait) {}
 
     int StartTransaction() override {
         return Guarded("StartTransaction", [&] {
-            if (TURN::IsMine()) throw STORAGE_ERROR(NOTHING_DONE, m_Path + ": this thread has a transaction already");
-            m_Transaction = std::make_unique<TRANSACTION>(m_Path, m_LockWait);
+            if (Turn::IsMine()) throw StorageError(NothingDone, m_path + ": this thread has a transaction already");
+            m_transaction = std::make_unique<Transaction>(m_path, m_lockWait);
         });
     }
 
@@ -112,10 +112,10 @@ public:
     int EndTransaction() override {
         std::string doubt;
         const int result = Guarded("EndTransaction", [&] {
-            Current(m_Path);
-            const auto transaction = std::move(m_Transaction); // it ends, whatever the result
+            Current(m_path);
+            const auto transaction = std::move(m_transaction); // it ends, whatever the result
             const auto files = TakeChanges();
-            doubt = transaction->m_Folder.Replace(files);
+            doubt = transaction->m_folder.Replace(files);
         });
         if (!doubt.empty()) Tell("EndTransaction", doubt.c_str());
         return result;
@@ -123,16 +123,16 @@ public:
 
     int RetrieveRow(const std::string& file, const CBMIKeys& keys, CBMIParams& row, int force) override {
         return Guarded("RetrieveRow", [&] {
-            const ROWS& rows = Load(file, force != 0).m_Rows;
+            const Rows& rows = Load(file, force != 0).m_rows;
             const CBMIParams* const found = rows.Find(About(file, [&] { return KeyOf(keys); }));
-            if (found == nullptr) throw NO_ROW();
+            if (found == nullptr) throw NoRow();
             Fill(row, *found);
         });
     }
 
     int RetrieveTable(const std::string& file, CBMITable& table, int force) override {
         return Guarded("RetrieveTable", [&] {
-            for (const CBMIParams& row : Load(file, force != 0).m_Rows.All()) {
+            for (const CBMIParams& row : Load(file, force != 0).m_rows.All()) {
                 CBMIParams copy = row;
                 table.AddRow(copy);
             }
@@ -141,115 +141,115 @@ public:
 
     int CreateRow(const std::string& file, const CBMIKeys& keys, const CBMIParams& row) override {
         return Guarded("CreateRow", [&] {
-            COPY& copy = Load(file, false);
-            if (!copy.m_Rows.Add(About(file, [&] { return MakeRow(keys, row); }))) {
-                throw STORAGE_ERROR(NOTHING_DONE, PathOf(file) + ": there is a row with these keys");
+            Copy& copy = Load(file, false);
+            if (!copy.m_rows.Add(About(file, [&] { return MakeRow(keys, row); }))) {
+                throw StorageError(NothingDone, PathOf(file) + ": there is a row with these keys");
             }
-            copy.m_IsChanged = true;
+            copy.m_isChanged = true;
         });
     }
 
     int SetRow(const std::string& file, const CBMIKeys& keys, const CBMIParams& row) override {
         return Guarded("SetRow", [&] {
-            COPY& copy = Load(file, false);
-            copy.m_Rows.Set(About(file, [&] { return MakeRow(keys, row); }));
-            copy.m_IsChanged = true;
+            Copy& copy = Load(file, false);
+            copy.m_rows.Set(About(file, [&] { return MakeRow(keys, row); }));
+            copy.m_isChanged = true;
         });
     }
 
 private:
     // A row that is not there is an answer, and nothing to log.
-    struct NO_ROW {};
+    struct NoRow {};
 
     static void Tell(const char* operation, const char* reason) {
         bmiLog(BM_LOG_ERROR, "Storage", "CDataStorage :: %s - %s", operation, reason);
     }
 
-    template <typename WORK>
-    static int Guarded(const char* operation, const WORK& work) {
-        const auto failed = [&](RESULT_e result, const char* reason) {
+    template <typename Work>
+    static int Guarded(const char* operation, const Work& work) {
+        const auto failed = [&](ResultCode result, const char* reason) {
             Tell(operation, reason);
             return result;
         };
         try {
             work();
-            return SUCCESS;
-        } catch (const NO_ROW&) {
-            return NO_SUCH_ROW;
-        } catch (const STORAGE_ERROR& error) {
+            return Success;
+        } catch (const NoRow&) {
+            return NoSuchRow;
+        } catch (const StorageError& error) {
             return failed(error.Result(), error.what());
         } catch (const std::exception& error) {
-            return failed(NOTHING_DONE, error.what());
+            return failed(NothingDone, error.what());
         }
     }
 
-    TRANSACTION& Current(const std::string& path) const {
+    Transaction& Current(const std::string& path) const {
         // Only the thread whose turn it is looks at the member: it is the one that writes it.
-        if (!TURN::IsMine() || m_Transaction == nullptr) {
-            throw STORAGE_ERROR(NOTHING_DONE, path + ": this thread has no transaction");
+        if (!Turn::IsMine() || m_transaction == nullptr) {
+            throw StorageError(NothingDone, path + ": this thread has no transaction");
         }
-        return *m_Transaction;
+        return *m_transaction;
     }
 
     // An earlier copy when the file is still the same; always one that this transaction has changed.
-    COPY& Load(const std::string& file, bool again) {
-        const FOLDER& folder = Current(PathOf(Shown(file))).m_Folder;
+    Copy& Load(const std::string& file, bool again) {
+        const Folder& folder = Current(PathOf(Shown(file))).m_folder;
         folder.CheckName(file);
-        const auto known = m_Copies.find(file);
-        if (known != m_Copies.end() &&
-            (known->second.m_IsChanged || (!again && known->second.m_Stamp == folder.Stamp(file)))) {
+        const auto known = m_copies.find(file);
+        if (known != m_copies.end() &&
+            (known->second.m_isChanged || (!again && known->second.m_stamp == folder.Stamp(file)))) {
             return known->second;
         }
-        const CONTENT content = folder.Read(file);
-        COPY copy{content.m_Stamp, {}};
+        const Content content = folder.Read(file);
+        Copy copy{content.m_stamp, {}};
         try {
-            if (content.m_Stamp) copy.m_Rows = RowsFromXml(content.m_Text);
-        } catch (const XML_ERROR& error) {
-            throw STORAGE_ERROR(NOT_READABLE, PathOf(file) + ":" + std::to_string(error.Line()) + ": " + error.what());
+            if (content.m_stamp) copy.m_rows = RowsFromXml(content.m_text);
+        } catch (const XmlError& error) {
+            throw StorageError(NotReadable, PathOf(file) + ":" + std::to_string(error.Line()) + ": " + error.what());
         }
-        return m_Copies.insert_or_assign(file, std::move(copy)).first->second;
+        return m_copies.insert_or_assign(file, std::move(copy)).first->second;
     }
 
     // The changed files with their new texts. The copies go with them: what was written is read again.
-    std::vector<REPLACEMENT> TakeChanges() {
-        std::vector<REPLACEMENT> files;
-        auto copies = std::exchange(m_Copies, {});
+    std::vector<Replacement> TakeChanges() {
+        std::vector<Replacement> files;
+        auto copies = std::exchange(m_copies, {});
         for (const auto& [name, copy] : copies) {
-            if (!copy.m_IsChanged) continue;
-            files.push_back({name, copy.m_Stamp, XmlFromRows(copy.m_Rows)});
-            if (files.back().m_Text.size() > MOST_BYTES) {
-                throw STORAGE_ERROR(NOTHING_DONE,
-                                    PathOf(name) + ": would have more than " + std::to_string(MOST_BYTES) + " bytes");
+            if (!copy.m_isChanged) continue;
+            files.push_back({name, copy.m_stamp, XmlFromRows(copy.m_rows)});
+            if (files.back().m_text.size() > MostBytes) {
+                throw StorageError(NothingDone,
+                                   PathOf(name) + ": would have more than " + std::to_string(MostBytes) + " bytes");
             }
         }
-        if (files.empty()) m_Copies = std::move(copies);
+        if (files.empty()) m_copies = std::move(copies);
         return files;
     }
 
     // What is refused for its parameters tells of the file, too.
-    template <typename CALL>
-    std::invoke_result_t<CALL> About(const std::string& file, const CALL& call) const {
+    template <typename Call>
+    std::invoke_result_t<Call> About(const std::string& file, const Call& call) const {
         try {
             return call();
-        } catch (const STORAGE_ERROR& error) {
-            throw STORAGE_ERROR(error.Result(), PathOf(file) + ": " + error.what());
+        } catch (const StorageError& error) {
+            throw StorageError(error.Result(), PathOf(file) + ": " + error.what());
         }
     }
 
-    std::string PathOf(const std::string& file) const { return m_Path + "/" + file; }
+    std::string PathOf(const std::string& file) const { return m_path + "/" + file; }
 
-    const std::string m_Path;
-    const std::chrono::milliseconds m_LockWait;
-    std::unique_ptr<TRANSACTION> m_Transaction;
-    std::map<std::string, COPY> m_Copies;
+    const std::string m_path;
+    const std::chrono::milliseconds m_lockWait;
+    std::unique_ptr<Transaction> m_transaction;
+    std::map<std::string, Copy> m_copies;
 };
 
 } // namespace
 
-} // namespace BM_STORAGE
+} // namespace bm_storage
 
 std::shared_ptr<QUB_STORAGE::CDataStorage> BM_PLATFORM::MakeStorage(const std::string& folder,
-                                                                    std::chrono::milliseconds lock_wait) {
-    return std::make_shared<BM_STORAGE::DATA_STORAGE>(
-        folder.empty() ? folder : std::filesystem::absolute(folder).string(), lock_wait);
+                                                                    std::chrono::milliseconds lockWait) {
+    return std::make_shared<bm_storage::DataStorage>(
+        folder.empty() ? folder : std::filesystem::absolute(folder).string(), lockWait);
 }

@@ -7,7 +7,7 @@
 #include <set>
 #include <utility>
 
-namespace BM_STORAGE {
+namespace bm_storage {
 
 namespace {
 
@@ -15,13 +15,13 @@ using BM_ADAPTOR::CBMIKeys;
 using BM_ADAPTOR::CBMIParam;
 using BM_ADAPTOR::CBMIParams;
 
-STORAGE_ERROR Refused(const CBMIParam& param, const char* reason) {
+StorageError Refused(const CBMIParam& param, const char* reason) {
     char id[16];
     std::snprintf(id, sizeof id, "0x%x", param.GetId());
-    return {NOTHING_DONE, std::string("parameter ") + id + " " + reason};
+    return {NothingDone, std::string("parameter ") + id + " " + reason};
 }
 
-VALUE ValueOf(const CBMIParam& param) {
+Value ValueOf(const CBMIParam& param) {
     switch (param.GetType()) {
     case BM_ADAPTOR::BMI_PARAM_BOOL:
         return param.GetBool();
@@ -42,8 +42,8 @@ CBMIParam WithKeyFlag(const CBMIParam& param) {
     return flagged;
 }
 
-KEY KeyOfRow(const CBMIParams& row) {
-    KEY key;
+Key KeyOfRow(const CBMIParams& row) {
+    Key key;
     for (int i = 0; i < row.GetSize(); ++i)
         if (row.Get(i)->IsKey()) key.emplace(row.Get(i)->GetId(), ValueOf(*row.Get(i)));
     return key;
@@ -51,8 +51,8 @@ KEY KeyOfRow(const CBMIParams& row) {
 
 } // namespace
 
-KEY KeyOf(const CBMIParams& keys) {
-    KEY key;
+Key KeyOf(const CBMIParams& keys) {
+    Key key;
     for (int i = 0; i < keys.GetSize(); ++i)
         if (!key.emplace(keys.Get(i)->GetId(), ValueOf(*keys.Get(i))).second) {
             throw Refused(*keys.Get(i), "is there twice");
@@ -61,14 +61,14 @@ KEY KeyOf(const CBMIParams& keys) {
 }
 
 CBMIParams MakeRow(const CBMIKeys& keys, const CBMIParams& values) {
-    const KEY key = KeyOf(keys);
+    const Key key = KeyOf(keys);
     CBMIParams row;
     std::set<unsigned> seen;
     for (int i = 0; i < keys.GetSize(); ++i)
         row.Add(WithKeyFlag(*keys.Get(i)));
     for (int i = 0; i < values.GetSize(); ++i) {
         const CBMIParam& param = *values.Get(i);
-        const VALUE value = ValueOf(param);
+        const Value value = ValueOf(param);
         if (!seen.insert(param.GetId()).second) throw Refused(param, "is there twice");
         if (const auto same = key.find(param.GetId()); same != key.end()) {
             if (same->second != value) throw Refused(param, "has one value as a key and another in the row");
@@ -78,29 +78,29 @@ CBMIParams MakeRow(const CBMIKeys& keys, const CBMIParams& values) {
             row.Add(param);
         }
     }
-    if (key.empty()) throw STORAGE_ERROR(MISSING_PARAM, "no keys");
-    if (row.GetSize() == keys.GetSize()) throw STORAGE_ERROR(MISSING_PARAM, "no value beside the keys");
+    if (key.empty()) throw StorageError(MissingParam, "no keys");
+    if (row.GetSize() == keys.GetSize()) throw StorageError(MissingParam, "no value beside the keys");
     return row;
 }
 
-const CBMIParams* ROWS::Find(const KEY& key) const {
-    const auto found = m_Index.find(key);
-    return found != m_Index.end() ? &m_Rows[found->second] : nullptr;
+const CBMIParams* Rows::Find(const Key& key) const {
+    const auto found = m_index.find(key);
+    return found != m_index.end() ? &m_rows[found->second] : nullptr;
 }
 
-void ROWS::Set(CBMIParams row) {
-    if (const auto found = m_Index.find(KeyOfRow(row)); found != m_Index.end()) {
-        m_Rows[found->second] = std::move(row);
+void Rows::Set(CBMIParams row) {
+    if (const auto found = m_index.find(KeyOfRow(row)); found != m_index.end()) {
+        m_rows[found->second] = std::move(row);
     } else {
         Add(std::move(row));
     }
 }
 
-bool ROWS::Add(CBMIParams row) {
-    m_Rows.push_back(std::move(row));
-    if (m_Index.emplace(KeyOfRow(m_Rows.back()), m_Rows.size() - 1).second) return true;
-    m_Rows.pop_back();
+bool Rows::Add(CBMIParams row) {
+    m_rows.push_back(std::move(row));
+    if (m_index.emplace(KeyOfRow(m_rows.back()), m_rows.size() - 1).second) return true;
+    m_rows.pop_back();
     return false;
 }
 
-} // namespace BM_STORAGE
+} // namespace bm_storage

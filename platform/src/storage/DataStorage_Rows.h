@@ -9,34 +9,34 @@
 #include <variant>
 #include <vector>
 
-namespace BM_STORAGE {
+namespace bm_storage {
 
 /// A parameter's value; both integer types carry the same 32 bits.
-using VALUE = std::variant<bool, int32_t, std::string>;
+using Value = std::variant<bool, int32_t, std::string>;
 /// What selects a row: its key parameters by id.
-using KEY = std::map<unsigned, VALUE>;
+using Key = std::map<unsigned, Value>;
 
-/// Throws STORAGE_ERROR when a parameter has an unknown type, or an id is there twice.
-KEY KeyOf(const BM_ADAPTOR::CBMIParams& keys);
+/// Throws StorageError when a parameter has an unknown type, or an id is there twice.
+Key KeyOf(const BM_ADAPTOR::CBMIParams& keys);
 
 /// The row that is stored for these keys and values: the keys first and flagged as such, each once. Values that repeat
-/// a key are left out when they are equal. Throws STORAGE_ERROR when the two cannot make a row.
+/// a key are left out when they are equal. Throws StorageError when the two cannot make a row.
 BM_ADAPTOR::CBMIParams MakeRow(const BM_ADAPTOR::CBMIKeys& keys, const BM_ADAPTOR::CBMIParams& values);
 
-class ROWS {
+class Rows {
 public:
     /// The row with exactly these keys, or null.
-    const BM_ADAPTOR::CBMIParams* Find(const KEY& key) const;
+    const BM_ADAPTOR::CBMIParams* Find(const Key& key) const;
     /// Replaces the row with these keys in its place, or appends one. Keys are the parameters flagged so.
     void Set(BM_ADAPTOR::CBMIParams row);
     /// Appends the row; false, and unchanged, when there is one with its keys.
     bool Add(BM_ADAPTOR::CBMIParams row);
     /// In the order of their creation.
-    const std::vector<BM_ADAPTOR::CBMIParams>& All() const { return m_Rows; }
+    const std::vector<BM_ADAPTOR::CBMIParams>& All() const { return m_rows; }
 
 private:
-    std::vector<BM_ADAPTOR::CBMIParams> m_Rows;
-    std::map<KEY, std::size_t> m_Index;
+    std::vector<BM_ADAPTOR::CBMIParams> m_rows;
+    std::map<Key, std::size_t> m_index;
 };
 
-} // namespace BM_STORAGE
+} // namespace bm_storage

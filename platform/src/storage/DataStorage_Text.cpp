@@ -6,28 +6,28 @@
 #include <limits>
 #include <string_view>
 
-namespace BM_STORAGE {
+namespace bm_storage {
 
 namespace {
 
 using BM_ADAPTOR::BMIParamType_e;
 using BM_ADAPTOR::CBMIParam;
 
-struct TYPE_NAME {
-    BMIParamType_e m_Type;
-    const char* m_Name;
+struct TypeName {
+    BMIParamType_e m_type;
+    const char* m_name;
 };
 
-constexpr TYPE_NAME TYPES[] = {
+constexpr TypeName Types[] = {
     {BM_ADAPTOR::BMI_PARAM_BOOL, "bool"},
     {BM_ADAPTOR::BMI_PARAM_INT, "int"},
     {BM_ADAPTOR::BMI_PARAM_UINT, "uint"},
     {BM_ADAPTOR::BMI_PARAM_STRING, "string"},
 };
 
-template <typename NUMBER>
-std::optional<NUMBER> NumberFromText(std::string_view text, int base = 10) {
-    NUMBER number = 0;
+template <typename Number>
+std::optional<Number> NumberFromText(std::string_view text, int base = 10) {
+    Number number = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number, base);
     if (error != std::errc() || stop != end) return std::nullopt;
@@ -68,8 +68,8 @@ std::optional<std::string> StringFromText(const std::string& text) {
     return value;
 }
 
-template <typename NUMBER>
-bool SetNumber(CBMIParam& param, const std::optional<NUMBER>& number) {
+template <typename Number>
+bool SetNumber(CBMIParam& param, const std::optional<Number>& number) {
     if (number) param.SetInt(static_cast<int32_t>(*number));
     return number.has_value();
 }
@@ -92,14 +92,14 @@ std::string IdToText(unsigned id) {
 }
 
 std::optional<BMIParamType_e> TypeFromText(const std::string& text) {
-    for (const TYPE_NAME& type : TYPES)
-        if (text == type.m_Name) return type.m_Type;
+    for (const TypeName& type : Types)
+        if (text == type.m_name) return type.m_type;
     return std::nullopt;
 }
 
 const char* TypeToText(BMIParamType_e type) {
-    for (const TYPE_NAME& known : TYPES)
-        if (type == known.m_Type) return known.m_Name;
+    for (const TypeName& known : Types)
+        if (type == known.m_type) return known.m_name;
     return nullptr;
 }
 
@@ -143,8 +143,8 @@ std::string ValueToText(const CBMIParam& param) {
 }
 
 std::string Shown(const std::string& text) {
-    constexpr std::size_t MOST = 80;
-    return text.size() <= MOST ? StringToText(text) : StringToText(text.substr(0, MOST)) + "…";
+    constexpr std::size_t Most = 80;
+    return text.size() <= Most ? StringToText(text) : StringToText(text.substr(0, Most)) + "…";
 }
 
-} // namespace BM_STORAGE
+} // namespace bm_storage

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-namespace BM_STORAGE {
+namespace bm_storage {
 
 /// Bytes below a blank, and 0x7F.
 bool IsControl(char byte);
@@ -29,4 +29,4 @@ std::string ValueToText(const BM_ADAPTOR::CBMIParam& param);
 /// The beginning of a text, as it may stand in a log line.
 std::string Shown(const std::string& text);
 
-} // namespace BM_STORAGE
+} // namespace bm_storage

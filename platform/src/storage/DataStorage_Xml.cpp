@@ -12,31 +12,31 @@
 #include <string_view>
 #include <utility>
 
-namespace BM_STORAGE {
+namespace bm_storage {
 
 namespace {
 
 using BM_ADAPTOR::CBMIParam;
 using BM_ADAPTOR::CBMIParams;
 
-constexpr const char* ROOT = "storage";
-constexpr const char* VERSION = "1";
+constexpr const char* Root = "storage";
+constexpr const char* Version = "1";
 
 // Everything becomes a node, so that everything is looked at.
-constexpr unsigned FLAGS = pugi::parse_full | pugi::parse_fragment;
+constexpr unsigned Flags = pugi::parse_full | pugi::parse_fragment;
 
-class READER {
+class Reader {
 public:
-    explicit READER(const std::string& text) : m_Text(text) {}
+    explicit Reader(const std::string& text) : m_text(text) {}
 
-    ROWS Read() {
+    Rows Read() {
         CheckBytes();
-        const auto result = m_Document.load_buffer(m_Text.data(), m_Text.size(), FLAGS, pugi::encoding_utf8);
+        const auto result = m_document.load_buffer(m_text.data(), m_text.size(), Flags, pugi::encoding_utf8);
         if (!result) Fail(result.offset, result.description());
-        const auto roots = Elements(m_Document, ROOT);
-        if (roots.size() != 1) Fail(Offset(m_Text.size()), "expected one <storage> element");
-        if (Attributes(roots[0], {"version"}).at("version") != VERSION) Fail(roots[0], "expected version=\"1\"");
-        ROWS rows;
+        const auto roots = Elements(m_document, Root);
+        if (roots.size() != 1) Fail(Offset(m_text.size()), "expected one <storage> element");
+        if (Attributes(roots[0], {"version"}).at("version") != Version) Fail(roots[0], "expected version=\"1\"");
+        Rows rows;
         for (const pugi::xml_node& node : Elements(roots[0], "row")) {
             Attributes(node, {});
             if (!rows.Add(Row(node))) Fail(node, "a row with these keys stands above");
@@ -46,28 +46,28 @@ public:
 
 private:
     [[noreturn]] void Fail(std::ptrdiff_t offset, const std::string& reason) const {
-        const auto end = m_Text.begin() + std::clamp<std::ptrdiff_t>(offset, 0, Offset(m_Text.size()));
-        throw XML_ERROR(1 + static_cast<int>(std::count(m_Text.begin(), end, '\n')), reason);
+        const auto end = m_text.begin() + std::clamp<std::ptrdiff_t>(offset, 0, Offset(m_text.size()));
+        throw XmlError(1 + static_cast<int>(std::count(m_text.begin(), end, '\n')), reason);
     }
 
     [[noreturn]] void Fail(const pugi::xml_node& node, const std::string& reason) const {
         // A text's place is that of the blanks before it.
-        const auto offset = m_Text.find_first_not_of(" \t\r\n", static_cast<std::size_t>(node.offset_debug()));
+        const auto offset = m_text.find_first_not_of(" \t\r\n", static_cast<std::size_t>(node.offset_debug()));
         Fail(Offset(offset), reason);
     }
 
     // What XML forbids and the parser lets pass, or cuts a value at.
     void CheckBytes() const {
-        for (std::size_t i = 0; i < m_Text.size(); ++i) {
-            const char byte = m_Text[i];
+        for (std::size_t i = 0; i < m_text.size(); ++i) {
+            const char byte = m_text[i];
             if (IsControl(byte) && byte != '\t' && byte != '\n' && byte != '\r') Fail(Offset(i), "a control character");
             if (byte == '&' && !IsEntity(i)) Fail(Offset(i), "expected &lt; &gt; &amp; &quot; or &apos; after '&'");
         }
     }
 
     bool IsEntity(std::size_t at) const {
-        const auto rest = std::string_view(m_Text).substr(at);
-        return std::any_of(std::begin(ENTITIES), std::end(ENTITIES),
+        const auto rest = std::string_view(m_text).substr(at);
+        return std::any_of(std::begin(Entities), std::end(Entities),
                            [&](std::string_view entity) { return rest.starts_with(entity); });
     }
 
@@ -134,28 +134,28 @@ private:
         return param;
     }
 
-    static constexpr std::string_view ENTITIES[] = {"&lt;", "&gt;", "&amp;", "&quot;", "&apos;"};
+    static constexpr std::string_view Entities[] = {"&lt;", "&gt;", "&amp;", "&quot;", "&apos;"};
 
-    const std::string& m_Text;
-    pugi::xml_document m_Document;
+    const std::string& m_text;
+    pugi::xml_document m_document;
 };
 
-class STRING_WRITER final : public pugi::xml_writer {
+class StringWriter final : public pugi::xml_writer {
 public:
-    void write(const void* data, std::size_t size) override { m_Text.append(static_cast<const char*>(data), size); }
-    std::string m_Text;
+    void write(const void* data, std::size_t size) override { m_text.append(static_cast<const char*>(data), size); }
+    std::string m_text;
 };
 
 } // namespace
 
-ROWS RowsFromXml(const std::string& text) {
-    return READER(text).Read();
+Rows RowsFromXml(const std::string& text) {
+    return Reader(text).Read();
 }
 
-std::string XmlFromRows(const ROWS& rows) {
+std::string XmlFromRows(const Rows& rows) {
     pugi::xml_document document;
-    pugi::xml_node root = document.append_child(ROOT);
-    root.append_attribute("version") = VERSION;
+    pugi::xml_node root = document.append_child(Root);
+    root.append_attribute("version") = Version;
     for (const CBMIParams& row : rows.All()) {
         pugi::xml_node node = root.append_child("row");
         for (int i = 0; i < row.GetSize(); ++i) {
@@ -167,9 +167,9 @@ std::string XmlFromRows(const ROWS& rows) {
             child.append_attribute("value") = ValueToText(param).c_str();
         }
     }
-    STRING_WRITER writer;
+    StringWriter writer;
     document.save(writer, "  ", pugi::format_default, pugi::encoding_utf8);
-    return writer.m_Text;
+    return writer.m_text;
 }
 
-} // namespace BM_STORAGE
+} // namespace bm_storage

@@ -6,24 +6,24 @@
 #include <stdexcept>
 #include <string>
 
-namespace BM_STORAGE {
+namespace bm_storage {
 
 /// The text is not a storage file's.
-class XML_ERROR : public std::runtime_error {
+class XmlError : public std::runtime_error {
 public:
-    XML_ERROR(int line, const std::string& reason) : std::runtime_error(reason), m_Line(line) {}
+    XmlError(int line, const std::string& reason) : std::runtime_error(reason), m_line(line) {}
     /// Counted from 1.
-    int Line() const { return m_Line; }
+    int Line() const { return m_line; }
 
 private:
-    int m_Line;
+    int m_line;
 };
 
 /// Takes nothing that the layout does not know: what is not understood here would be lost with the next write. Throws
-/// XML_ERROR. Time and memory grow with the text's length only, whatever it holds.
-ROWS RowsFromXml(const std::string& text);
+/// XmlError. Time and memory grow with the text's length only, whatever it holds.
+Rows RowsFromXml(const std::string& text);
 
 /// ASCII, with a line end at its end; what RowsFromXml reads back equal.
-std::string XmlFromRows(const ROWS& rows);
+std::string XmlFromRows(const Rows& rows);
 
-} // namespace BM_STORAGE
+} // namespace bm_storage

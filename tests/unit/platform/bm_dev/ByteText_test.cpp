@@ -32,15 +32,15 @@ TEST(ByteText, TakesNothingForACharacterThatIsNone) {
 }
 
 TEST(ByteText, LeavesACutCharacterToTheNextPiece) {
-    std::string l_Text = "\x9B\U0001F600";
-    for (std::size_t l_Cut = 2; l_Cut < l_Text.size(); ++l_Cut) {
-        std::string l_Piece = l_Text.substr(0, l_Cut);
-        EXPECT_EQ(HideControls(l_Piece.data(), l_Piece.size(), "", false), 1U) << l_Cut;
-        EXPECT_EQ(l_Piece, "?" + l_Text.substr(1, l_Cut - 1)) << l_Cut;
-        EXPECT_EQ(HideControls(l_Piece.data(), l_Piece.size(), "", true), l_Cut) << l_Cut;
+    std::string text = "\x9B\U0001F600";
+    for (std::size_t cut = 2; cut < text.size(); ++cut) {
+        std::string piece = text.substr(0, cut);
+        EXPECT_EQ(HideControls(piece.data(), piece.size(), "", false), 1U) << cut;
+        EXPECT_EQ(piece, "?" + text.substr(1, cut - 1)) << cut;
+        EXPECT_EQ(HideControls(piece.data(), piece.size(), "", true), cut) << cut;
     }
-    EXPECT_EQ(HideControls(l_Text.data(), l_Text.size(), "", false), l_Text.size());
-    EXPECT_EQ(l_Text, "?\U0001F600");
+    EXPECT_EQ(HideControls(text.data(), text.size(), "", false), text.size());
+    EXPECT_EQ(text, "?\U0001F600");
 }
 
 TEST(ByteText, JsonHasEscapesForWhatSteersATerminalOrEndsALine) {

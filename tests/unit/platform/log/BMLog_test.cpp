@@ -24,15 +24,15 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
-void Log(const char* a_Text) {
-    BM_PLATFORM::HostLog().Log(BM_LOG_DEBUG, "IPMI-Adaptor", a_Text);
+void Log(const char* text) {
+    BM_PLATFORM::HostLog().Log(BM_LOG_DEBUG, "IPMI-Adaptor", text);
 }
 
 // What follows the time: "<3> [component] text".
-std::vector<std::string> WithoutTime(std::vector<std::string> a_Lines) {
-    for (std::string& l_Line : a_Lines)
-        l_Line.erase(0, std::string("2026-11-21 05:53:45.123 ").size());
-    return a_Lines;
+std::vector<std::string> WithoutTime(std::vector<std::string> lines) {
+    for (std::string& line : lines)
+        line.erase(0, std::string("2026-11-21 05:53:45.123 ").size());
+    return lines;
 }
 
 TEST(LogLevel, IsZeroUntilTheHostSetsIt) {
@@ -40,135 +40,134 @@ TEST(LogLevel, IsZeroUntilTheHostSetsIt) {
 }
 
 TEST(Log, LineHasTimeLevelComponentAndText) {
-    const LOG_FILE l_File;
+    const LogFile file;
     bmiLog(BM_LOG_ERROR, "IPMI Adaptor", "%s is %d", "bay", 3);
-    EXPECT_THAT(l_File.Lines(),
+    EXPECT_THAT(file.Lines(),
                 ElementsAre(MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} "
                                          "<3> \\[IPMI Adaptor\\] bay is 3")));
 }
 
 TEST(Log, TimeIsTheLocalTimeOfTheMessage) {
-    const LOG_FILE l_File;
+    const LogFile file;
     // Not time(): its coarse clock may still be in the second before.
-    const std::time_t l_Before = system_clock::to_time_t(system_clock::now());
+    const std::time_t before = system_clock::to_time_t(system_clock::now());
     Log("now");
-    const std::time_t l_After = system_clock::to_time_t(system_clock::now());
-    std::tm l_Time{};
-    ASSERT_NE(nullptr, strptime(l_File.Lines().at(0).c_str(), "%Y-%m-%d %H:%M:%S", &l_Time));
-    l_Time.tm_isdst = -1;
-    const std::time_t l_Logged = std::mktime(&l_Time);
-    EXPECT_LE(l_Before, l_Logged);
-    EXPECT_LE(l_Logged, l_After);
+    const std::time_t after = system_clock::to_time_t(system_clock::now());
+    std::tm time{};
+    ASSERT_NE(nullptr, strptime(file.Lines().at(0).c_str(), "%Y-%m-%d %H:%M:%S", &time));
+    time.tm_isdst = -1;
+    const std::time_t logged = std::mktime(&time);
+    EXPECT_LE(before, logged);
+    EXPECT_LE(logged, after);
 }
 
 TEST(Log, LoggerObjectAndBmiLogWriteTheSameLines) {
-    const LOG_FILE l_File;
+    const LogFile file;
     bmiLog(BM_LOG_DEBUG, "IPMI-Adaptor", "text");
     Log("text");
-    EXPECT_THAT(WithoutTime(l_File.Lines()), ElementsAre("<7> [IPMI-Adaptor] text", "<7> [IPMI-Adaptor] text"));
+    EXPECT_THAT(WithoutTime(file.Lines()), ElementsAre("<7> [IPMI-Adaptor] text", "<7> [IPMI-Adaptor] text"));
 }
 
 TEST(Log, EveryLevelIsWrittenWithItsNumber) {
-    const LOG_FILE l_File;
-    for (const int l_Level : {-1, 0, 3, 4, 7, 99})
-        bmiLog(l_Level, "c", "t");
-    EXPECT_THAT(WithoutTime(l_File.Lines()),
+    const LogFile file;
+    for (const int level : {-1, 0, 3, 4, 7, 99})
+        bmiLog(level, "c", "t");
+    EXPECT_THAT(WithoutTime(file.Lines()),
                 ElementsAre("<-1> [c] t", "<0> [c] t", "<3> [c] t", "<4> [c] t", "<7> [c] t", "<99> [c] t"));
 }
 
 TEST(Log, LineEndsAtTheEndOfATextAreNotDoubled) {
-    const LOG_FILE l_File;
-    for (const char* l_Text : {"one\n", "two\n\n", "\n", ""})
-        Log(l_Text);
-    EXPECT_THAT(WithoutTime(l_File.Lines()), ElementsAre("<7> [IPMI-Adaptor] one", "<7> [IPMI-Adaptor] two",
-                                                         "<7> [IPMI-Adaptor] ", "<7> [IPMI-Adaptor] "));
+    const LogFile file;
+    for (const char* text : {"one\n", "two\n\n", "\n", ""})
+        Log(text);
+    EXPECT_THAT(WithoutTime(file.Lines()), ElementsAre("<7> [IPMI-Adaptor] one", "<7> [IPMI-Adaptor] two",
+                                                       "<7> [IPMI-Adaptor] ", "<7> [IPMI-Adaptor] "));
 }
 
 TEST(Log, TrailingBlanksStay) {
-    const LOG_FILE l_File;
+    const LogFile file;
     Log("Fail to start MEDIA SERVER ");
-    EXPECT_THAT(WithoutTime(l_File.Lines()), ElementsAre("<7> [IPMI-Adaptor] Fail to start MEDIA SERVER "));
+    EXPECT_THAT(WithoutTime(file.Lines()), ElementsAre("<7> [IPMI-Adaptor] Fail to start MEDIA SERVER "));
 }
 
 TEST(Log, PercentSignsAndBracesAreText) {
-    const LOG_FILE l_File;
+    const LogFile file;
     Log("%s %n 100% {} {0} {");
     bmiLog(BM_LOG_DEBUG, "%s {}", "%s", "%d {}");
-    EXPECT_THAT(WithoutTime(l_File.Lines()),
-                ElementsAre("<7> [IPMI-Adaptor] %s %n 100% {} {0} {", "<7> [%s {}] %d {}"));
+    EXPECT_THAT(WithoutTime(file.Lines()), ElementsAre("<7> [IPMI-Adaptor] %s %n 100% {} {0} {", "<7> [%s {}] %d {}"));
 }
 
 TEST(Log, LongTextStaysWhole) {
-    const LOG_FILE l_File;
-    const std::string l_Text = std::string(100'000, 'x') + "end";
-    Log(l_Text.c_str());
-    bmiLog(BM_LOG_DEBUG, "IPMI-Adaptor", "%s", l_Text.c_str());
-    const std::string l_Line = "<7> [IPMI-Adaptor] " + l_Text;
-    EXPECT_EQ((std::vector<std::string>{l_Line, l_Line}), WithoutTime(l_File.Lines()));
+    const LogFile file;
+    const std::string text = std::string(100'000, 'x') + "end";
+    Log(text.c_str());
+    bmiLog(BM_LOG_DEBUG, "IPMI-Adaptor", "%s", text.c_str());
+    const std::string line = "<7> [IPMI-Adaptor] " + text;
+    EXPECT_EQ((std::vector<std::string>{line, line}), WithoutTime(file.Lines()));
 }
 
 TEST(Log, NullComponentAndNullTextAreEmpty) {
-    const LOG_FILE l_File;
+    const LogFile file;
     bmiLog(BM_LOG_ERROR, nullptr, "text");
     Log(nullptr);
-    EXPECT_THAT(WithoutTime(l_File.Lines()), ElementsAre("<3> [] text", "<7> [IPMI-Adaptor] "));
+    EXPECT_THAT(WithoutTime(file.Lines()), ElementsAre("<3> [] text", "<7> [IPMI-Adaptor] "));
 }
 
 TEST(Log, ControlBytesAreShownAsQuestionMarks) {
-    const LOG_FILE l_File;
+    const LogFile file;
     Log("\x1B[31mred\x07\r\x7F tab\t");
-    EXPECT_THAT(WithoutTime(l_File.Lines()), ElementsAre("<7> [IPMI-Adaptor] ?[31mred??? tab\t"));
+    EXPECT_THAT(WithoutTime(file.Lines()), ElementsAre("<7> [IPMI-Adaptor] ?[31mred??? tab\t"));
 }
 
 TEST(Log, BytesThatATerminalTakesForControlsAreShownAsQuestionMarksAndOtherTextStays) {
-    const LOG_FILE l_File;
+    const LogFile file;
     Log("\x9B"
         "31m \u009B31m \x80\x9F \u00E9 \u20AC \U0001F600 \xE9 \xFF \xE2\x82");
     bmiLog(BM_LOG_DEBUG, "c\n\x9B", "t");
     EXPECT_THAT(
-        WithoutTime(l_File.Lines()),
+        WithoutTime(file.Lines()),
         ElementsAre("<7> [IPMI-Adaptor] ?31m ??31m ?? \u00E9 \u20AC \U0001F600 \xE9 \xFF \xE2?", "<7> [c??] t"));
 }
 
 TEST(Log, LinesOfATextAfterTheFirstAreMarkedSoThatNoneIsForged) {
-    const LOG_FILE l_File;
+    const LogFile file;
     Log("serial A\n2026-11-21 05:53:45.123 <3> [IPMI-Adaptor] forged\n\nend\n");
-    const auto l_Lines = l_File.Lines();
-    ASSERT_EQ(4U, l_Lines.size());
-    EXPECT_THAT(l_Lines[0], EndsWith("<7> [IPMI-Adaptor] serial A"));
-    EXPECT_THAT(std::vector(l_Lines.begin() + 1, l_Lines.end()),
+    const auto lines = file.Lines();
+    ASSERT_EQ(4U, lines.size());
+    EXPECT_THAT(lines[0], EndsWith("<7> [IPMI-Adaptor] serial A"));
+    EXPECT_THAT(std::vector(lines.begin() + 1, lines.end()),
                 ElementsAre("    | 2026-11-21 05:53:45.123 <3> [IPMI-Adaptor] forged", "    | ", "    | end"));
 }
 
 TEST(Log, ListenerIsToldPrintableTextsWithTheirLineEnds) {
-    const LOG_FILE l_File;
-    std::vector<std::string> l_Told;
-    BM_PLATFORM::LogToListener([&](int, const std::string& a_Component, const std::string& a_Text) {
-        l_Told = {a_Component, a_Text};
+    const LogFile file;
+    std::vector<std::string> told;
+    BM_PLATFORM::LogToListener([&](int, const std::string& component, const std::string& text) {
+        told = {component, text};
     });
     bmiLog(BM_LOG_ERROR, "c\x9B", "\x9Bone\ntwo\n");
     BM_PLATFORM::LogToListener({});
-    EXPECT_THAT(l_Told, ElementsAre("c?", "?one\ntwo"));
+    EXPECT_THAT(told, ElementsAre("c?", "?one\ntwo"));
 }
 
 TEST(Log, LinesOfManyThreadsStayWhole) {
-    constexpr int THREADS = 8;
-    constexpr int LINES = 100;
-    const LOG_FILE l_File;
-    std::vector<std::thread> l_Threads;
-    std::vector<std::string> l_Expected;
-    for (int i = 0; i < THREADS; ++i) {
-        l_Threads.emplace_back([i] {
-            for (int j = 0; j < LINES; ++j)
+    constexpr int Threads = 8;
+    constexpr int Lines = 100;
+    const LogFile file;
+    std::vector<std::thread> threads;
+    std::vector<std::string> expected;
+    for (int i = 0; i < Threads; ++i) {
+        threads.emplace_back([i] {
+            for (int j = 0; j < Lines; ++j)
                 bmiLog(BM_LOG_DEBUG, "t", "%d of %d %s", j, i, std::string(200, 'x').c_str());
         });
-        for (int j = 0; j < LINES; ++j)
-            l_Expected.push_back("<7> [t] " + std::to_string(j) + " of " + std::to_string(i) + " " +
-                                 std::string(200, 'x'));
+        for (int j = 0; j < Lines; ++j)
+            expected.push_back("<7> [t] " + std::to_string(j) + " of " + std::to_string(i) + " " +
+                               std::string(200, 'x'));
     }
-    for (std::thread& l_Thread : l_Threads)
-        l_Thread.join();
-    EXPECT_THAT(WithoutTime(l_File.Lines()), testing::UnorderedElementsAreArray(l_Expected));
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_THAT(WithoutTime(file.Lines()), testing::UnorderedElementsAreArray(expected));
 }
 
 TEST(Log, ConsoleIsStandardErrorUntilItIsTurnedOff) {
@@ -184,11 +183,11 @@ TEST(Log, ConsoleIsStandardErrorUntilItIsTurnedOff) {
 }
 
 TEST(LogFile, IsAppendedTo) {
-    const LOG_FILE l_File;
+    const LogFile file;
     Log("first");
-    BM_PLATFORM::LogToFile(l_File.Path()); // a second host with the same file
+    BM_PLATFORM::LogToFile(file.Path()); // a second host with the same file
     Log("second");
-    EXPECT_THAT(WithoutTime(l_File.Lines()),
+    EXPECT_THAT(WithoutTime(file.Lines()),
                 ElementsAre("<7> [IPMI-Adaptor] first", "<7> [IPMI-Adaptor] second", "<7> [IPMI-Adaptor] second"));
 }
 
@@ -196,15 +195,15 @@ TEST(LogFile, ThatCannotBeOpenedIsNamedWithTheReason) {
     try {
         BM_PLATFORM::LogToFile("/dev/null/log");
         FAIL() << "opened a file below a device";
-    } catch (const std::runtime_error& l_Error) {
-        EXPECT_THAT(l_Error.what(), AllOf(HasSubstr("/dev/null/log"), HasSubstr("Not a directory")));
+    } catch (const std::runtime_error& error) {
+        EXPECT_THAT(error.what(), AllOf(HasSubstr("/dev/null/log"), HasSubstr("Not a directory")));
     }
 }
 
 TEST(LogFile, InAFolderThatIsNotThereIsRefusedAndMakesNoFolder) {
-    const std::filesystem::path l_Folder = testing::TempDir() + "bm-log-no-folder-" + std::to_string(getpid());
-    EXPECT_THROW(BM_PLATFORM::LogToFile(l_Folder / "log"), std::runtime_error);
-    EXPECT_FALSE(std::filesystem::exists(l_Folder));
+    const std::filesystem::path folder = testing::TempDir() + "bm-log-no-folder-" + std::to_string(getpid());
+    EXPECT_THROW(BM_PLATFORM::LogToFile(folder / "log"), std::runtime_error);
+    EXPECT_FALSE(std::filesystem::exists(folder));
 }
 
 // The log is the process's: a child has it for itself.
@@ -214,8 +213,8 @@ TEST(LogFileDeathTest, OnAFullDeviceIsToldOnceAndTheOtherSinksGoOn) {
         {
             BM_PLATFORM::LogToConsole(true);
             BM_PLATFORM::LogToFile("/dev/full");
-            for (const char* l_Text : {"first", "second", "third"})
-                Log(l_Text);
+            for (const char* text : {"first", "second", "third"})
+                Log(text);
             _exit(7);
         },
         testing::ExitedWithCode(7),
@@ -224,15 +223,15 @@ TEST(LogFileDeathTest, OnAFullDeviceIsToldOnceAndTheOtherSinksGoOn) {
 }
 
 TEST(LogFile, IsNotInheritedByTools) {
-    const LOG_FILE l_File;
-    int l_Found = 0;
-    for (const auto& l_Entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code l_Gone;
-        if (std::filesystem::read_symlink(l_Entry, l_Gone) != l_File.Path()) continue;
-        ++l_Found;
-        EXPECT_NE(0, fcntl(std::stoi(l_Entry.path().filename()), F_GETFD) & FD_CLOEXEC);
+    const LogFile file;
+    int found = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(entry, gone) != file.Path()) continue;
+        ++found;
+        EXPECT_NE(0, fcntl(std::stoi(entry.path().filename()), F_GETFD) & FD_CLOEXEC);
     }
-    EXPECT_EQ(1, l_Found);
+    EXPECT_EQ(1, found);
 }
 
 } // namespace

@@ -11,27 +11,27 @@
 #include <unistd.h>
 #include <vector>
 
-class LOG_FILE {
+class LogFile {
 public:
-    LOG_FILE() {
+    LogFile() {
         BM_PLATFORM::LogToConsole(false);
-        BM_PLATFORM::LogToFile(m_Path);
+        BM_PLATFORM::LogToFile(m_path);
     }
-    LOG_FILE(const LOG_FILE&) = delete;
-    LOG_FILE& operator=(const LOG_FILE&) = delete;
-    ~LOG_FILE() { std::remove(m_Path.c_str()); }
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+    ~LogFile() { std::remove(m_path.c_str()); }
 
-    const std::string& Path() const { return m_Path; }
+    const std::string& Path() const { return m_path; }
 
     std::vector<std::string> Lines() const {
-        std::ifstream l_File(m_Path);
-        std::vector<std::string> l_Lines;
-        for (std::string l_Line; std::getline(l_File, l_Line);)
-            l_Lines.push_back(l_Line);
-        return l_Lines;
+        std::ifstream file(m_path);
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(file, line);)
+            lines.push_back(line);
+        return lines;
     }
 
 private:
-    const std::string m_Path = testing::TempDir() + "bm-log-" + std::to_string(getpid()) + "-" +
+    const std::string m_path = testing::TempDir() + "bm-log-" + std::to_string(getpid()) + "-" +
                                testing::UnitTest::GetInstance()->current_test_info()->name();
 };

@@ -5,10 +5,10 @@
 #include <string>
 #include <unistd.h>
 
-inline bool IsBlocked(pid_t a_Thread) {
-    std::ifstream l_File("/proc/self/task/" + std::to_string(a_Thread) + "/stat");
-    std::string l_Line;
-    std::getline(l_File, l_Line);
-    const auto l_Name = l_Line.rfind(") "); // the name before may hold anything
-    return l_Name != std::string::npos && l_Line.compare(l_Name + 2, 1, "S") == 0;
+inline bool IsBlocked(pid_t thread) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    const auto name = line.rfind(") "); // the name before may hold anything
+    return name != std::string::npos && line.compare(name + 2, 1, "S") == 0;
 }

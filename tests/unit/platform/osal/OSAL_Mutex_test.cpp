@@ -12,100 +12,100 @@ namespace {
 
 using OSAL::OSALMutex;
 
-// Unlocks when `a_Waiter` sleeps. A waiter that got past its Lock sets `a_Passed` instead, and finds it not unlocked.
-void UnlockWhenBlocked(OSALMutex& a_Mutex, pid_t a_Waiter, const std::atomic<bool>& a_Passed, bool& a_Unlocked) {
-    while (!a_Passed && !IsBlocked(a_Waiter))
+// Unlocks when `waiter` sleeps. A waiter that got past its Lock sets `passed` instead, and finds it not unlocked.
+void UnlockWhenBlocked(OSALMutex& mutex, pid_t waiter, const std::atomic<bool>& passed, bool& unlocked) {
+    while (!passed && !IsBlocked(waiter))
         std::this_thread::yield();
-    a_Unlocked = true;
-    a_Mutex.Unlock();
+    unlocked = true;
+    mutex.Unlock();
 }
 
 TEST(Mutex, SecondLockOfOneThreadBlocksUntilAnotherUnlocks) {
-    OSALMutex l_Mutex;
-    std::atomic<bool> l_Passed = false;
-    bool l_Unlocked = false;
-    l_Mutex.Lock();
-    std::thread l_Other(UnlockWhenBlocked, std::ref(l_Mutex), gettid(), std::cref(l_Passed), std::ref(l_Unlocked));
-    l_Mutex.Lock();
-    const bool l_UnlockedBefore = l_Unlocked;
-    l_Passed = true;
-    l_Other.join();
-    EXPECT_TRUE(l_UnlockedBefore);
+    OSALMutex mutex;
+    std::atomic<bool> passed = false;
+    bool unlocked = false;
+    mutex.Lock();
+    std::thread other(UnlockWhenBlocked, std::ref(mutex), gettid(), std::cref(passed), std::ref(unlocked));
+    mutex.Lock();
+    const bool unlockedBefore = unlocked;
+    passed = true;
+    other.join();
+    EXPECT_TRUE(unlockedBefore);
 }
 
 TEST(Mutex, LockOfAnotherThreadBlocksUntilUnlock) {
-    OSALMutex l_Mutex;
-    std::atomic<bool> l_Passed = false;
-    std::atomic<pid_t> l_Waiter = 0;
-    bool l_Unlocked = false;
-    bool l_UnlockedBefore = false;
-    l_Mutex.Lock();
-    std::thread l_Other([&] {
-        l_Waiter = gettid();
-        l_Waiter.notify_one();
-        l_Mutex.Lock();
-        l_UnlockedBefore = l_Unlocked;
-        l_Passed = true;
+    OSALMutex mutex;
+    std::atomic<bool> passed = false;
+    std::atomic<pid_t> waiter = 0;
+    bool unlocked = false;
+    bool unlockedBefore = false;
+    mutex.Lock();
+    std::thread other([&] {
+        waiter = gettid();
+        waiter.notify_one();
+        mutex.Lock();
+        unlockedBefore = unlocked;
+        passed = true;
     });
-    l_Waiter.wait(0);
-    UnlockWhenBlocked(l_Mutex, l_Waiter, l_Passed, l_Unlocked);
-    l_Other.join();
-    EXPECT_TRUE(l_UnlockedBefore);
+    waiter.wait(0);
+    UnlockWhenBlocked(mutex, waiter, passed, unlocked);
+    other.join();
+    EXPECT_TRUE(unlockedBefore);
 }
 
 TEST(Mutex, UnlockOfAnUnlockedOneIsNotKept) {
-    OSALMutex l_Mutex;
-    std::atomic<bool> l_Passed = false;
-    bool l_Unlocked = false;
-    l_Mutex.Unlock();
-    l_Mutex.Unlock();
-    l_Mutex.Lock();
-    std::thread l_Other(UnlockWhenBlocked, std::ref(l_Mutex), gettid(), std::cref(l_Passed), std::ref(l_Unlocked));
-    l_Mutex.Lock(); // had an unlock been kept, this would pass at once
-    const bool l_UnlockedBefore = l_Unlocked;
-    l_Passed = true;
-    l_Other.join();
-    EXPECT_TRUE(l_UnlockedBefore);
+    OSALMutex mutex;
+    std::atomic<bool> passed = false;
+    bool unlocked = false;
+    mutex.Unlock();
+    mutex.Unlock();
+    mutex.Lock();
+    std::thread other(UnlockWhenBlocked, std::ref(mutex), gettid(), std::cref(passed), std::ref(unlocked));
+    mutex.Lock(); // had an unlock been kept, this would pass at once
+    const bool unlockedBefore = unlocked;
+    passed = true;
+    other.join();
+    EXPECT_TRUE(unlockedBefore);
 }
 
 TEST(Mutex, OneUnlockLetsOneWaiterThrough) {
-    OSALMutex l_Mutex;
-    int l_Count = 0; // guarded by the mutex
-    const auto l_CountUp = [&] {
+    OSALMutex mutex;
+    int count = 0; // guarded by the mutex
+    const auto countUp = [&] {
         for (int i = 0; i < 1000; ++i) {
-            l_Mutex.Lock();
-            ++l_Count;
-            l_Mutex.Unlock();
+            mutex.Lock();
+            ++count;
+            mutex.Unlock();
         }
     };
-    std::thread l_First(l_CountUp);
-    std::thread l_Second(l_CountUp);
-    l_CountUp();
-    l_First.join();
-    l_Second.join();
-    EXPECT_EQ(3000, l_Count);
+    std::thread first(countUp);
+    std::thread second(countUp);
+    countUp();
+    first.join();
+    second.join();
+    EXPECT_EQ(3000, count);
 }
 
 // What is seen here is seen by the sanitizers: an Unlock that still touches the object.
 TEST(Mutex, MayBeDestroyedByWhoeverJustLockedIt) {
-    constexpr int ROUNDS = 5000;
-    std::atomic<OSALMutex*> l_ToUnlock = nullptr;
-    std::thread l_Other([&] {
-        for (int i = 0; i < ROUNDS; ++i) {
-            l_ToUnlock.wait(nullptr);
-            l_ToUnlock.exchange(nullptr)->Unlock();
+    constexpr int Rounds = 5000;
+    std::atomic<OSALMutex*> toUnlock = nullptr;
+    std::thread other([&] {
+        for (int i = 0; i < Rounds; ++i) {
+            toUnlock.wait(nullptr);
+            toUnlock.exchange(nullptr)->Unlock();
         }
     });
-    int l_Destroyed = 0;
-    for (; l_Destroyed < ROUNDS; ++l_Destroyed) {
-        auto l_Mutex = std::make_unique<OSALMutex>();
-        l_Mutex->Lock();
-        l_ToUnlock = l_Mutex.get();
-        l_ToUnlock.notify_one();
-        l_Mutex->Lock();
+    int destroyed = 0;
+    for (; destroyed < Rounds; ++destroyed) {
+        auto mutex = std::make_unique<OSALMutex>();
+        mutex->Lock();
+        toUnlock = mutex.get();
+        toUnlock.notify_one();
+        mutex->Lock();
     }
-    l_Other.join();
-    EXPECT_EQ(ROUNDS, l_Destroyed);
+    other.join();
+    EXPECT_EQ(Rounds, destroyed);
 }
 
 } // namespace

@@ -16,107 +16,107 @@ namespace {
 using testing::ElementsAre;
 using testing::EndsWith;
 
-class BODY final : public OSAL::OSALThread {
+class Body final : public OSAL::OSALThread {
 public:
-    explicit BODY(std::function<void(BODY&)> a_Body) : m_Body(std::move(a_Body)) {}
-    void run() override { m_Body(*this); }
+    explicit Body(std::function<void(Body&)> body) : m_body(std::move(body)) {}
+    void run() override { m_body(*this); }
 
 private:
-    std::function<void(BODY&)> m_Body;
+    std::function<void(Body&)> m_body;
 };
 
 TEST(Thread, RunsItsBodyOnAThreadOfItsOwn) {
-    std::thread::id l_Id;
-    BODY l_Thread([&](BODY&) { l_Id = std::this_thread::get_id(); });
-    EXPECT_EQ(0, l_Thread.Start());
-    EXPECT_EQ(0, l_Thread.Join());
-    EXPECT_NE(std::thread::id(), l_Id);
-    EXPECT_NE(std::this_thread::get_id(), l_Id);
+    std::thread::id id;
+    Body thread([&](Body&) { id = std::this_thread::get_id(); });
+    EXPECT_EQ(0, thread.Start());
+    EXPECT_EQ(0, thread.Join());
+    EXPECT_NE(std::thread::id(), id);
+    EXPECT_NE(std::this_thread::get_id(), id);
 }
 
 TEST(Thread, CannotBeStartedTwiceBeforeItIsJoined) {
-    int l_Runs = 0;
-    BODY l_Thread([&](BODY&) { ++l_Runs; });
-    EXPECT_EQ(0, l_Thread.Start());
-    EXPECT_EQ(EBUSY, l_Thread.Start());
-    EXPECT_EQ(0, l_Thread.Join());
-    EXPECT_EQ(1, l_Runs);
+    int runs = 0;
+    Body thread([&](Body&) { ++runs; });
+    EXPECT_EQ(0, thread.Start());
+    EXPECT_EQ(EBUSY, thread.Start());
+    EXPECT_EQ(0, thread.Join());
+    EXPECT_EQ(1, runs);
 }
 
 TEST(Thread, CanBeStartedAgainAfterItWasJoined) {
-    int l_Runs = 0;
-    BODY l_Thread([&](BODY&) { ++l_Runs; });
+    int runs = 0;
+    Body thread([&](Body&) { ++runs; });
     for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(0, l_Thread.Start());
-        EXPECT_EQ(0, l_Thread.Join());
+        EXPECT_EQ(0, thread.Start());
+        EXPECT_EQ(0, thread.Join());
     }
-    EXPECT_EQ(3, l_Runs);
+    EXPECT_EQ(3, runs);
 }
 
 TEST(Thread, JoinWithoutStartHasNothingToJoin) {
-    BODY l_Thread([](BODY&) {});
-    EXPECT_EQ(ESRCH, l_Thread.Join());
+    Body thread([](Body&) {});
+    EXPECT_EQ(ESRCH, thread.Join());
 }
 
 TEST(Thread, SecondJoinHasNothingToJoin) {
-    BODY l_Thread([](BODY&) {});
-    l_Thread.Start();
-    EXPECT_EQ(0, l_Thread.Join());
-    EXPECT_EQ(ESRCH, l_Thread.Join());
+    Body thread([](Body&) {});
+    thread.Start();
+    EXPECT_EQ(0, thread.Join());
+    EXPECT_EQ(ESRCH, thread.Join());
 }
 
 // At once, too, while Start is still on its way back: hence the rounds.
 TEST(Thread, CannotJoinOrStartItself) {
     for (int i = 0; i < 500; ++i) {
-        int l_Joined = 0;
-        int l_Started = 0;
-        BODY l_Thread([&](BODY& a_Self) {
-            l_Joined = a_Self.Join();
-            l_Started = a_Self.Start();
+        int joined = 0;
+        int started = 0;
+        Body thread([&](Body& self) {
+            joined = self.Join();
+            started = self.Start();
         });
-        EXPECT_EQ(0, l_Thread.Start());
-        EXPECT_EQ(0, l_Thread.Join());
-        ASSERT_EQ(EDEADLK, l_Joined);
-        ASSERT_EQ(EBUSY, l_Started);
+        EXPECT_EQ(0, thread.Start());
+        EXPECT_EQ(0, thread.Join());
+        ASSERT_EQ(EDEADLK, joined);
+        ASSERT_EQ(EBUSY, started);
     }
 }
 
 TEST(Thread, ObjectMayGoWithoutAJoinOnceItsBodyHasEnded) {
-    std::binary_semaphore l_Ended(0);
-    bool l_Ran = false;
+    std::binary_semaphore ended(0);
+    bool ran = false;
     {
-        BODY l_Thread([&](BODY&) {
-            l_Ran = true;
-            l_Ended.release();
+        Body thread([&](Body&) {
+            ran = true;
+            ended.release();
         });
-        EXPECT_EQ(0, l_Thread.Start());
-        l_Ended.acquire();
+        EXPECT_EQ(0, thread.Start());
+        ended.acquire();
     }
-    EXPECT_TRUE(l_Ran);
+    EXPECT_TRUE(ran);
 }
 
 TEST(Thread, ObjectMayGoWithoutAStart) {
-    bool l_Ran = false;
+    bool ran = false;
     {
-        const BODY l_Thread([&](BODY&) { l_Ran = true; });
+        const Body thread([&](Body&) { ran = true; });
     }
-    EXPECT_FALSE(l_Ran);
+    EXPECT_FALSE(ran);
 }
 
 TEST(Thread, ExceptionOutOfItsBodyIsLoggedAndSwallowed) {
-    LOG_FILE l_Log;
-    BODY l_Thread([](BODY&) { throw std::runtime_error("no more FRUs"); });
-    EXPECT_EQ(0, l_Thread.Start());
-    EXPECT_EQ(0, l_Thread.Join());
-    EXPECT_THAT(l_Log.Lines(), ElementsAre(EndsWith(" <3> [OSAL] a thread ended by an exception: no more FRUs")));
+    LogFile log;
+    Body thread([](Body&) { throw std::runtime_error("no more FRUs"); });
+    EXPECT_EQ(0, thread.Start());
+    EXPECT_EQ(0, thread.Join());
+    EXPECT_THAT(log.Lines(), ElementsAre(EndsWith(" <3> [OSAL] a thread ended by an exception: no more FRUs")));
 }
 
 TEST(Thread, ExceptionOfAnyTypeIsLoggedAndSwallowed) {
-    LOG_FILE l_Log;
-    BODY l_Thread([](BODY&) { throw 5; });
-    EXPECT_EQ(0, l_Thread.Start());
-    EXPECT_EQ(0, l_Thread.Join());
-    EXPECT_THAT(l_Log.Lines(), ElementsAre(EndsWith(" <3> [OSAL] a thread ended by an exception of an unknown type")));
+    LogFile log;
+    Body thread([](Body&) { throw 5; });
+    EXPECT_EQ(0, thread.Start());
+    EXPECT_EQ(0, thread.Join());
+    EXPECT_THAT(log.Lines(), ElementsAre(EndsWith(" <3> [OSAL] a thread ended by an exception of an unknown type")));
 }
 
 } // namespace

@@ -13,20 +13,20 @@ namespace {
 
 using namespace BM_ADAPTOR;
 
-std::vector<unsigned> Ids(const CBMIParams& a_Row) {
-    std::vector<unsigned> l_Ids;
-    for (int i = 0; i < a_Row.GetSize(); ++i)
-        l_Ids.push_back(a_Row.Get(i)->GetId());
-    return l_Ids;
+std::vector<unsigned> Ids(const CBMIParams& row) {
+    std::vector<unsigned> ids;
+    for (int i = 0; i < row.GetSize(); ++i)
+        ids.push_back(row.Get(i)->GetId());
+    return ids;
 }
 
 TEST(Param, KeepsTypeIdAndKey) {
-    for (const BMIParamType_e l_Type : {BMI_PARAM_BOOL, BMI_PARAM_INT, BMI_PARAM_UINT, BMI_PARAM_STRING}) {
-        for (const bool l_Key : {false, true}) {
-            const CBMIParam l_Param(l_Type, 0xFFFFFFFF, l_Key);
-            EXPECT_EQ(l_Type, l_Param.GetType());
-            EXPECT_EQ(0xFFFFFFFF, l_Param.GetId());
-            EXPECT_EQ(l_Key, l_Param.IsKey());
+    for (const BMIParamType_e type : {BMI_PARAM_BOOL, BMI_PARAM_INT, BMI_PARAM_UINT, BMI_PARAM_STRING}) {
+        for (const bool key : {false, true}) {
+            const CBMIParam param(type, 0xFFFFFFFF, key);
+            EXPECT_EQ(type, param.GetType());
+            EXPECT_EQ(0xFFFFFFFF, param.GetId());
+            EXPECT_EQ(key, param.IsKey());
         }
     }
 }
@@ -39,190 +39,190 @@ TEST(Param, TypesHaveTheProtocolsNumbers) {
 }
 
 TEST(Param, BeginsWithZeroOfEveryType) {
-    const CBMIParam l_Param(BMI_PARAM_INT, 1, false);
-    EXPECT_FALSE(l_Param.GetBool());
-    EXPECT_EQ(0, l_Param.GetInt());
-    EXPECT_EQ("", l_Param.GetString());
+    const CBMIParam param(BMI_PARAM_INT, 1, false);
+    EXPECT_FALSE(param.GetBool());
+    EXPECT_EQ(0, param.GetInt());
+    EXPECT_EQ("", param.GetString());
 }
 
 TEST(Param, CarriesEveryValueOfItsType) {
-    CBMIParam l_Param(BMI_PARAM_INT, 1, false);
-    for (const int32_t l_Value : {std::numeric_limits<int32_t>::min(), -1, 0, std::numeric_limits<int32_t>::max()}) {
-        l_Param.SetInt(l_Value);
-        EXPECT_EQ(l_Value, l_Param.GetInt());
+    CBMIParam param(BMI_PARAM_INT, 1, false);
+    for (const int32_t value : {std::numeric_limits<int32_t>::min(), -1, 0, std::numeric_limits<int32_t>::max()}) {
+        param.SetInt(value);
+        EXPECT_EQ(value, param.GetInt());
     }
-    const std::string l_Bytes("a\0\xFF", 3);
-    l_Param.SetString(l_Bytes);
-    EXPECT_EQ(l_Bytes, l_Param.GetString());
-    l_Param.SetBool(true);
-    EXPECT_TRUE(l_Param.GetBool());
-    l_Param.SetBool(false);
-    EXPECT_FALSE(l_Param.GetBool());
+    const std::string bytes("a\0\xFF", 3);
+    param.SetString(bytes);
+    EXPECT_EQ(bytes, param.GetString());
+    param.SetBool(true);
+    EXPECT_TRUE(param.GetBool());
+    param.SetBool(false);
+    EXPECT_FALSE(param.GetBool());
 }
 
 TEST(Param, ReadAsAnotherTypeIsThatTypesZero) {
-    CBMIParam l_Param(BMI_PARAM_INT, 1, false);
-    l_Param.SetInt(7);
-    EXPECT_EQ("", l_Param.GetString());
-    EXPECT_FALSE(l_Param.GetBool());
+    CBMIParam param(BMI_PARAM_INT, 1, false);
+    param.SetInt(7);
+    EXPECT_EQ("", param.GetString());
+    EXPECT_FALSE(param.GetBool());
 }
 
 TEST(Params, KeepTheOrderOfAdditionWhicheverWayTheyCame) {
-    CBMIParams l_Row;
-    l_Row.Add(Int(3, 0));
-    l_Row.Add(new CBMIParam(BMI_PARAM_STRING, 1, false));
-    l_Row.Add(Int(2, 0));
-    EXPECT_EQ((std::vector<unsigned>{3, 1, 2}), Ids(l_Row));
+    CBMIParams row;
+    row.Add(Int(3, 0));
+    row.Add(new CBMIParam(BMI_PARAM_STRING, 1, false));
+    row.Add(Int(2, 0));
+    EXPECT_EQ((std::vector<unsigned>{3, 1, 2}), Ids(row));
 }
 
 TEST(Params, OwnAParameterMadeWithNew) { // the leak checker sees a row that does not delete it
-    auto* l_Param = new CBMIParam(BMI_PARAM_STRING, 1, true);
-    l_Param->SetString(std::string(1000, 'x'));
-    CBMIParams l_Row;
-    l_Row.Add(l_Param);
-    EXPECT_EQ(l_Param, l_Row.Get(0));
+    auto* param = new CBMIParam(BMI_PARAM_STRING, 1, true);
+    param->SetString(std::string(1000, 'x'));
+    CBMIParams row;
+    row.Add(param);
+    EXPECT_EQ(param, row.Get(0));
 }
 
 TEST(Params, CopyAParameterGivenByReference) {
-    CBMIParam l_Param = Int(1, 5, true);
-    CBMIParams l_Row;
-    l_Row.Add(l_Param);
-    l_Param.SetInt(6);
-    EXPECT_EQ(5, l_Row.Get(0)->GetInt());
-    EXPECT_TRUE(l_Row.Get(0)->IsKey());
+    CBMIParam param = Int(1, 5, true);
+    CBMIParams row;
+    row.Add(param);
+    param.SetInt(6);
+    EXPECT_EQ(5, row.Get(0)->GetInt());
+    EXPECT_TRUE(row.Get(0)->IsKey());
 }
 
 TEST(Params, IgnoreANullParameter) {
-    CBMIParams l_Row;
-    l_Row.Add(nullptr);
-    EXPECT_EQ(0, l_Row.GetSize());
+    CBMIParams row;
+    row.Add(nullptr);
+    EXPECT_EQ(0, row.GetSize());
 }
 
 TEST(Params, TakeACopyOfTheirOwnParameter) {
-    CBMIParams l_Row;
-    l_Row.Add(Int(1, 5));
+    CBMIParams row;
+    row.Add(Int(1, 5));
     for (int i = 0; i < 100; ++i)
-        l_Row.Add(*l_Row.Get(0));
-    EXPECT_EQ(101, l_Row.GetSize());
-    EXPECT_EQ(5, l_Row.Get(100)->GetInt());
+        row.Add(*row.Get(0));
+    EXPECT_EQ(101, row.GetSize());
+    EXPECT_EQ(5, row.Get(100)->GetInt());
 }
 
 TEST(Params, GetOutOfRangeIsNull) {
-    CBMIParams l_Row;
-    EXPECT_EQ(nullptr, l_Row.Get(0));
-    l_Row.Add(Int(1, 5));
-    for (const int l_Index : {-1, 1, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
-        EXPECT_EQ(nullptr, l_Row.Get(l_Index)) << l_Index;
+    CBMIParams row;
+    EXPECT_EQ(nullptr, row.Get(0));
+    row.Add(Int(1, 5));
+    for (const int index : {-1, 1, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
+        EXPECT_EQ(nullptr, row.Get(index)) << index;
 }
 
 TEST(Params, GiveTheFirstOfTwoWithOneId) {
-    CBMIParams l_Row;
-    l_Row.Add(Int(1, 5));
-    l_Row.Add(Int(1, 6));
-    EXPECT_EQ(2, l_Row.GetSize());
-    EXPECT_EQ(5, l_Row.GetParamById(1)->GetInt());
-    CBMIParam l_Param(BMI_PARAM_INT, 1, false);
-    EXPECT_TRUE(l_Row.GetParam(l_Param));
-    EXPECT_EQ(5, l_Param.GetInt());
+    CBMIParams row;
+    row.Add(Int(1, 5));
+    row.Add(Int(1, 6));
+    EXPECT_EQ(2, row.GetSize());
+    EXPECT_EQ(5, row.GetParamById(1)->GetInt());
+    CBMIParam param(BMI_PARAM_INT, 1, false);
+    EXPECT_TRUE(row.GetParam(param));
+    EXPECT_EQ(5, param.GetInt());
 }
 
 TEST(Params, GetParamByIdOfAMissingIdIsNull) {
-    CBMIParams l_Row;
-    l_Row.Add(Int(1, 5));
-    EXPECT_EQ(nullptr, l_Row.GetParamById(2));
+    CBMIParams row;
+    row.Add(Int(1, 5));
+    EXPECT_EQ(nullptr, row.GetParamById(2));
 }
 
 TEST(Params, GetParamFillsTypeKeyAndValue) {
-    CBMIParams l_Row;
-    l_Row.Add(Int(1, 5, true));
-    CBMIParam l_Param(BMI_PARAM_STRING, 1, false);
-    ASSERT_TRUE(l_Row.GetParam(l_Param));
-    EXPECT_EQ(BMI_PARAM_INT, l_Param.GetType());
-    EXPECT_TRUE(l_Param.IsKey());
-    EXPECT_EQ(5, l_Param.GetInt());
+    CBMIParams row;
+    row.Add(Int(1, 5, true));
+    CBMIParam param(BMI_PARAM_STRING, 1, false);
+    ASSERT_TRUE(row.GetParam(param));
+    EXPECT_EQ(BMI_PARAM_INT, param.GetType());
+    EXPECT_TRUE(param.IsKey());
+    EXPECT_EQ(5, param.GetInt());
 }
 
 TEST(Params, GetParamOfAMissingIdChangesNothing) {
-    const CBMIParams l_Row;
-    CBMIParam l_Param = Int(1, 5, true);
-    EXPECT_FALSE(l_Row.GetParam(l_Param));
-    EXPECT_EQ(5, l_Param.GetInt());
-    EXPECT_TRUE(l_Param.IsKey());
+    const CBMIParams row;
+    CBMIParam param = Int(1, 5, true);
+    EXPECT_FALSE(row.GetParam(param));
+    EXPECT_EQ(5, param.GetInt());
+    EXPECT_TRUE(param.IsKey());
 }
 
 TEST(Params, CopiesAreDeep) {
-    CBMIParams l_Row;
-    l_Row.Add(Int(1, 5));
-    const CBMIParams l_Copy(l_Row);
-    CBMIParams l_Assigned;
-    l_Assigned.Add(Int(9, 9));
-    l_Assigned = l_Row;
-    l_Row.Get(0)->SetInt(6);
-    l_Row.Add(Int(2, 0));
-    for (const CBMIParams* l_Other : {&l_Copy, static_cast<const CBMIParams*>(&l_Assigned)}) {
-        EXPECT_EQ((std::vector<unsigned>{1}), Ids(*l_Other));
-        EXPECT_EQ(5, l_Other->Get(0)->GetInt());
+    CBMIParams row;
+    row.Add(Int(1, 5));
+    const CBMIParams copy(row);
+    CBMIParams assigned;
+    assigned.Add(Int(9, 9));
+    assigned = row;
+    row.Get(0)->SetInt(6);
+    row.Add(Int(2, 0));
+    for (const CBMIParams* other : {&copy, static_cast<const CBMIParams*>(&assigned)}) {
+        EXPECT_EQ((std::vector<unsigned>{1}), Ids(*other));
+        EXPECT_EQ(5, other->Get(0)->GetInt());
     }
 }
 
 TEST(Params, SurviveAssignmentToThemselves) {
-    CBMIParams l_Row;
-    l_Row.Add(Int(1, 5));
-    const CBMIParams& l_Same = l_Row;
-    l_Row = l_Same;
-    ASSERT_EQ(1, l_Row.GetSize());
-    EXPECT_EQ(5, l_Row.Get(0)->GetInt());
+    CBMIParams row;
+    row.Add(Int(1, 5));
+    const CBMIParams& same = row;
+    row = same;
+    ASSERT_EQ(1, row.GetSize());
+    EXPECT_EQ(5, row.Get(0)->GetInt());
 }
 
 TEST(Params, KeysAndEventParamsAreRows) {
-    CBMIKeys l_Keys;
-    l_Keys.Add(Int(1, 5, true));
-    CBMIEvParams l_Event;
-    l_Event.Add(Int(2, 6));
-    EXPECT_EQ(5, static_cast<CBMIParams&>(l_Keys).GetParamById(1)->GetInt());
-    EXPECT_EQ(6, static_cast<CBMIParams&>(l_Event).GetParamById(2)->GetInt());
+    CBMIKeys keys;
+    keys.Add(Int(1, 5, true));
+    CBMIEvParams event;
+    event.Add(Int(2, 6));
+    EXPECT_EQ(5, static_cast<CBMIParams&>(keys).GetParamById(1)->GetInt());
+    EXPECT_EQ(6, static_cast<CBMIParams&>(event).GetParamById(2)->GetInt());
 }
 
 TEST(Table, CopiesRowsAndLeavesTheCallersOwn) {
-    auto l_Row = std::make_unique<CBMIParams>();
-    l_Row->Add(Int(1, 5));
-    CBMITable l_Table;
-    l_Table.AddRow(l_Row.get());
-    l_Table.AddRow(*l_Row);
-    l_Row->Get(0)->SetInt(6);
-    l_Row.reset();
-    ASSERT_EQ(2, l_Table.GetSize());
-    EXPECT_EQ(5, l_Table.Get(0)->Get(0)->GetInt());
-    EXPECT_EQ(5, l_Table.Get(1)->Get(0)->GetInt());
+    auto row = std::make_unique<CBMIParams>();
+    row->Add(Int(1, 5));
+    CBMITable table;
+    table.AddRow(row.get());
+    table.AddRow(*row);
+    row->Get(0)->SetInt(6);
+    row.reset();
+    ASSERT_EQ(2, table.GetSize());
+    EXPECT_EQ(5, table.Get(0)->Get(0)->GetInt());
+    EXPECT_EQ(5, table.Get(1)->Get(0)->GetInt());
 }
 
 TEST(Table, IgnoresANullRow) {
-    CBMITable l_Table;
-    l_Table.AddRow(nullptr);
-    EXPECT_EQ(0, l_Table.GetSize());
+    CBMITable table;
+    table.AddRow(nullptr);
+    EXPECT_EQ(0, table.GetSize());
 }
 
 TEST(Table, GetOutOfRangeIsNull) {
-    CBMITable l_Table;
-    CBMIParams l_Row;
-    l_Table.AddRow(l_Row);
-    for (const int l_Index : {-1, 1, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
-        EXPECT_EQ(nullptr, l_Table.Get(l_Index)) << l_Index;
+    CBMITable table;
+    CBMIParams row;
+    table.AddRow(row);
+    for (const int index : {-1, 1, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
+        EXPECT_EQ(nullptr, table.Get(index)) << index;
 }
 
 TEST(Table, CopiesAreDeep) {
-    CBMIParams l_Row;
-    l_Row.Add(Int(1, 5));
-    CBMITable l_Table;
-    l_Table.AddRow(l_Row);
-    const CBMITable l_Copy(l_Table);
-    CBMITable l_Assigned;
-    l_Assigned = l_Table;
-    l_Table.Get(0)->Get(0)->SetInt(6);
-    l_Table.AddRow(l_Row);
-    for (const CBMITable* l_Other : {&l_Copy, static_cast<const CBMITable*>(&l_Assigned)}) {
-        ASSERT_EQ(1, l_Other->GetSize());
-        EXPECT_EQ(5, l_Other->Get(0)->Get(0)->GetInt());
+    CBMIParams row;
+    row.Add(Int(1, 5));
+    CBMITable table;
+    table.AddRow(row);
+    const CBMITable copy(table);
+    CBMITable assigned;
+    assigned = table;
+    table.Get(0)->Get(0)->SetInt(6);
+    table.AddRow(row);
+    for (const CBMITable* other : {&copy, static_cast<const CBMITable*>(&assigned)}) {
+        ASSERT_EQ(1, other->GetSize());
+        EXPECT_EQ(5, other->Get(0)->Get(0)->GetInt());
     }
 }
 

@@ -25,162 +25,162 @@
 
 namespace {
 
-constexpr uint32_t HERE = 0x60;
-constexpr uint32_t THERE = 0x40;
-constexpr uint32_t NUMBER_FIELD = 0x300000;
-constexpr uint32_t TEXT_FIELD = 0x28000C;
+constexpr uint32_t Here = 0x60;
+constexpr uint32_t There = 0x40;
+constexpr uint32_t NumberField = 0x300000;
+constexpr uint32_t TextField = 0x28000C;
 
-struct FREE_MESSAGE {
-    void operator()(qMsg* a_Message) const { qMsgFree(a_Message); }
+struct FreeMessage {
+    void operator()(qMsg* message) const { qMsgFree(message); }
 };
-using MESSAGE = std::unique_ptr<qMsg, FREE_MESSAGE>;
+using Message = std::unique_ptr<qMsg, FreeMessage>;
 
 class MsgQueue : public testing::Test {
 protected:
     MsgQueue() {
-        ::mkdtemp(m_Folder.data());
-        ::setenv("BLADESIM_RUN_DIR", m_Folder.c_str(), 1);
-        m_Here = Bound(HERE);
-        m_There = Bound(THERE);
+        ::mkdtemp(m_folder.data());
+        ::setenv("BLADESIM_RUN_DIR", m_folder.c_str(), 1);
+        m_here = Bound(Here);
+        m_there = Bound(There);
     }
     ~MsgQueue() override {
-        qQueueClose(m_Here);
-        qQueueClose(m_There);
+        qQueueClose(m_here);
+        qQueueClose(m_there);
         ::unsetenv("BLADESIM_RUN_DIR");
-        std::filesystem::remove_all(m_Folder);
+        std::filesystem::remove_all(m_folder);
     }
 
-    static int Bound(uint32_t a_Address) {
+    static int Bound(uint32_t address) {
         EXPECT_EQ(0, qDrvSetInterface(0, 0));
-        const int l_Queue = qQueueOpen();
-        EXPECT_GE(l_Queue, 0);
-        EXPECT_EQ(0, qQueueBind(l_Queue, a_Address)) << qStatusErrorName(qStatusErrorGet());
-        return l_Queue;
+        const int queue = qQueueOpen();
+        EXPECT_GE(queue, 0);
+        EXPECT_EQ(0, qQueueBind(queue, address)) << qStatusErrorName(qStatusErrorGet());
+        return queue;
     }
 
-    static MESSAGE NewMessage(uint32_t a_Type = 0x800071) { return MESSAGE(qMsgAllocate(a_Type, HERE, THERE)); }
+    static Message NewMessage(uint32_t type = 0x800071) { return Message(qMsgAllocate(type, Here, There)); }
 
-    static MESSAGE Read(int a_Queue) {
-        qMsg* l_Message = nullptr;
-        qMsgRead(a_Queue, &l_Message);
-        return MESSAGE(l_Message);
+    static Message Read(int queue) {
+        qMsg* message = nullptr;
+        qMsgRead(queue, &message);
+        return Message(message);
     }
 
-    static bool IsReadable(int a_Queue) {
-        fd_set l_Set;
-        FD_ZERO(&l_Set);
-        FD_SET(a_Queue, &l_Set);
-        timeval l_Now{};
-        return ::select(a_Queue + 1, &l_Set, nullptr, nullptr, &l_Now) == 1;
+    static bool IsReadable(int queue) {
+        fd_set set;
+        FD_ZERO(&set);
+        FD_SET(queue, &set);
+        timeval now{};
+        return ::select(queue + 1, &set, nullptr, nullptr, &now) == 1;
     }
 
-    std::string FileOf(const char* a_Address) const { return m_Folder + "/queues/" + a_Address; }
+    std::string FileOf(const char* address) const { return m_folder + "/queues/" + address; }
 
     /// A stranger's bytes for the queue of THERE.
-    void SendRaw(const std::vector<uint8_t>& a_Bytes) const {
-        sockaddr_un l_Name{};
-        l_Name.sun_family = AF_UNIX;
-        FileOf("0x40").copy(l_Name.sun_path, sizeof(l_Name.sun_path) - 1);
-        ASSERT_EQ(static_cast<ssize_t>(a_Bytes.size()), ::sendto(m_Here, a_Bytes.data(), a_Bytes.size(), 0,
-                                                                 reinterpret_cast<sockaddr*>(&l_Name), sizeof(l_Name)));
+    void SendRaw(const std::vector<uint8_t>& bytes) const {
+        sockaddr_un name{};
+        name.sun_family = AF_UNIX;
+        FileOf("0x40").copy(name.sun_path, sizeof(name.sun_path) - 1);
+        ASSERT_EQ(static_cast<ssize_t>(bytes.size()),
+                  ::sendto(m_here, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&name), sizeof(name)));
     }
 
-    std::string m_Folder = testing::TempDir() + "queues-XXXXXX";
-    int m_Here = -1;
-    int m_There = -1;
+    std::string m_folder = testing::TempDir() + "queues-XXXXXX";
+    int m_here = -1;
+    int m_there = -1;
 };
 
 TEST_F(MsgQueue, MessageArrivesWithItsTypeSourceAndFields) {
-    const MESSAGE l_Sent = NewMessage();
-    const uint32_t l_Number = 0xCAFEBABE;
-    ASSERT_EQ(0, qMsgVarFieldPut(l_Sent.get(), NUMBER_FIELD, &l_Number, sizeof(l_Number)));
-    ASSERT_EQ(0, qMsgVarFieldPut(l_Sent.get(), TEXT_FIELD, "main.c", 6));
-    EXPECT_FALSE(IsReadable(m_There));
-    ASSERT_EQ(0, qMsgWrite(m_Here, l_Sent.get()));
-    EXPECT_TRUE(IsReadable(m_There));
+    const Message sent = NewMessage();
+    const uint32_t number = 0xCAFEBABE;
+    ASSERT_EQ(0, qMsgVarFieldPut(sent.get(), NumberField, &number, sizeof(number)));
+    ASSERT_EQ(0, qMsgVarFieldPut(sent.get(), TextField, "main.c", 6));
+    EXPECT_FALSE(IsReadable(m_there));
+    ASSERT_EQ(0, qMsgWrite(m_here, sent.get()));
+    EXPECT_TRUE(IsReadable(m_there));
 
-    const MESSAGE l_Read = Read(m_There);
-    ASSERT_TRUE(l_Read);
-    EXPECT_EQ(0x800071U, qMsgType(l_Read.get()));
-    EXPECT_EQ(HERE, qMsgSource(l_Read.get()));
-    uint32_t l_Value = 0;
-    size_t l_Size = sizeof(l_Value);
-    ASSERT_EQ(0, qMsgVarFieldGet(l_Read.get(), NUMBER_FIELD, &l_Value, &l_Size));
-    EXPECT_EQ(l_Number, l_Value);
-    EXPECT_EQ(sizeof(l_Value), l_Size);
-    std::array<char, 16> l_Text{};
-    l_Size = 4;
-    ASSERT_EQ(0, qMsgVarFieldGet(l_Read.get(), TEXT_FIELD, l_Text.data(), &l_Size));
-    EXPECT_STREQ("main", l_Text.data());
-    EXPECT_EQ(6U, l_Size);
+    const Message read = Read(m_there);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(0x800071U, qMsgType(read.get()));
+    EXPECT_EQ(Here, qMsgSource(read.get()));
+    uint32_t value = 0;
+    size_t size = sizeof(value);
+    ASSERT_EQ(0, qMsgVarFieldGet(read.get(), NumberField, &value, &size));
+    EXPECT_EQ(number, value);
+    EXPECT_EQ(sizeof(value), size);
+    std::array<char, 16> text{};
+    size = 4;
+    ASSERT_EQ(0, qMsgVarFieldGet(read.get(), TextField, text.data(), &size));
+    EXPECT_STREQ("main", text.data());
+    EXPECT_EQ(6U, size);
 }
 
 TEST_F(MsgQueue, MessagesComeInTheirOrder) {
-    for (uint32_t l_Type = 1; l_Type <= 5; ++l_Type)
-        ASSERT_EQ(0, qMsgWrite(m_Here, NewMessage(l_Type).get()));
-    for (uint32_t l_Type = 1; l_Type <= 5; ++l_Type)
-        EXPECT_EQ(l_Type, qMsgType(Read(m_There).get()));
+    for (uint32_t type = 1; type <= 5; ++type)
+        ASSERT_EQ(0, qMsgWrite(m_here, NewMessage(type).get()));
+    for (uint32_t type = 1; type <= 5; ++type)
+        EXPECT_EQ(type, qMsgType(Read(m_there).get()));
 }
 
 TEST_F(MsgQueue, FieldThatIsPutAgainIsReplaced) {
-    const MESSAGE l_Message = NewMessage();
-    qMsgVarFieldPut(l_Message.get(), TEXT_FIELD, "first", 5);
-    qMsgVarFieldPut(l_Message.get(), TEXT_FIELD, "2nd", 3);
-    std::array<char, 8> l_Text{};
-    size_t l_Size = l_Text.size();
-    ASSERT_EQ(0, qMsgVarFieldGet(l_Message.get(), TEXT_FIELD, l_Text.data(), &l_Size));
-    EXPECT_STREQ("2nd", l_Text.data());
-    EXPECT_EQ(3U, l_Size);
+    const Message message = NewMessage();
+    qMsgVarFieldPut(message.get(), TextField, "first", 5);
+    qMsgVarFieldPut(message.get(), TextField, "2nd", 3);
+    std::array<char, 8> text{};
+    size_t size = text.size();
+    ASSERT_EQ(0, qMsgVarFieldGet(message.get(), TextField, text.data(), &size));
+    EXPECT_STREQ("2nd", text.data());
+    EXPECT_EQ(3U, size);
 }
 
 TEST_F(MsgQueue, EmptyQueueGivesAnErrorAndNoMessage) {
-    qMsg* l_Message = NewMessage().release();
-    const MESSAGE l_Owned(l_Message);
-    EXPECT_NE(0, qMsgRead(m_There, &l_Message));
-    EXPECT_EQ(nullptr, l_Message);
+    qMsg* message = NewMessage().release();
+    const Message owned(message);
+    EXPECT_NE(0, qMsgRead(m_there, &message));
+    EXPECT_EQ(nullptr, message);
     EXPECT_EQ(Q_ERROR_EMPTY, qStatusErrorGet());
 }
 
 TEST_F(MsgQueue, DestinationThatIsGoneGivesAnError) {
-    qQueueClose(m_There);
-    EXPECT_NE(0, qMsgWrite(m_Here, NewMessage().get()));
+    qQueueClose(m_there);
+    EXPECT_NE(0, qMsgWrite(m_here, NewMessage().get()));
     EXPECT_EQ(Q_ERROR_NO_DESTINATION, qStatusErrorGet());
-    m_There = Bound(THERE);
-    EXPECT_EQ(0, qMsgWrite(m_Here, NewMessage().get()));
+    m_there = Bound(There);
+    EXPECT_EQ(0, qMsgWrite(m_here, NewMessage().get()));
 }
 
 TEST_F(MsgQueue, DestinationThatDoesNotReadGivesAnErrorAndKeepsWhatItHas) {
-    constexpr int l_Many = 100000;
-    int l_Sent = 0;
-    while (l_Sent < l_Many && qMsgWrite(m_Here, NewMessage(static_cast<uint32_t>(l_Sent) + 1).get()) == 0)
-        ++l_Sent;
-    ASSERT_LT(l_Sent, l_Many);
+    constexpr int many = 100000;
+    int sent = 0;
+    while (sent < many && qMsgWrite(m_here, NewMessage(static_cast<uint32_t>(sent) + 1).get()) == 0)
+        ++sent;
+    ASSERT_LT(sent, many);
     EXPECT_EQ(Q_ERROR_FULL, qStatusErrorGet());
-    for (int i = 0; i < l_Sent; ++i)
-        ASSERT_EQ(static_cast<uint32_t>(i) + 1, qMsgType(Read(m_There).get()));
-    EXPECT_FALSE(Read(m_There));
-    EXPECT_EQ(0, qMsgWrite(m_Here, NewMessage().get()));
+    for (int i = 0; i < sent; ++i)
+        ASSERT_EQ(static_cast<uint32_t>(i) + 1, qMsgType(Read(m_there).get()));
+    EXPECT_FALSE(Read(m_there));
+    EXPECT_EQ(0, qMsgWrite(m_here, NewMessage().get()));
 }
 
 TEST_F(MsgQueue, AddressIsHeldByOneQueueAtATime) {
-    const int l_Second = qQueueOpen();
-    EXPECT_NE(0, qQueueBind(l_Second, THERE));
+    const int second = qQueueOpen();
+    EXPECT_NE(0, qQueueBind(second, There));
     EXPECT_EQ(Q_ERROR_ADDRESS_TAKEN, qStatusErrorGet());
-    ASSERT_EQ(0, qQueueClose(m_There));
-    EXPECT_EQ(0, qQueueBind(l_Second, THERE));
-    m_There = l_Second;
+    ASSERT_EQ(0, qQueueClose(m_there));
+    EXPECT_EQ(0, qQueueBind(second, There));
+    m_there = second;
 }
 
 TEST_F(MsgQueue, AddressOfADeadProcessIsFree) {
-    const pid_t l_Child = ::fork();
-    if (l_Child == 0) {
+    const pid_t child = ::fork();
+    if (child == 0) {
         Bound(0x77);
         ::_exit(0); // without closing: the socket's file stays
     }
-    ASSERT_EQ(l_Child, ::waitpid(l_Child, nullptr, 0));
+    ASSERT_EQ(child, ::waitpid(child, nullptr, 0));
     ASSERT_TRUE(std::filesystem::exists(FileOf("0x77")));
-    const int l_Queue = Bound(0x77);
-    EXPECT_EQ(0, qQueueClose(l_Queue));
+    const int queue = Bound(0x77);
+    EXPECT_EQ(0, qQueueClose(queue));
     EXPECT_FALSE(std::filesystem::exists(FileOf("0x77")));
 }
 
@@ -191,64 +191,64 @@ TEST_F(MsgQueue, OtherInterfacesAreRefused) {
 }
 
 TEST_F(MsgQueue, FolderThatOthersMayWriteToIsRefused) {
-    std::filesystem::permissions(m_Folder + "/queues", std::filesystem::perms::others_write,
+    std::filesystem::permissions(m_folder + "/queues", std::filesystem::perms::others_write,
                                  std::filesystem::perm_options::add);
     EXPECT_NE(0, qDrvSetInterface(0, 0));
     EXPECT_EQ(Q_ERROR_FOLDER, qStatusErrorGet());
 }
 
 TEST_F(MsgQueue, FolderThatABinderDoesNotLetGoIsWaitedForWithinBoundsAndHasAnErrorOfItsOwn) {
-    const LOG_FILE l_Log;
-    const auto l_Wait = std::exchange(bm_queue::g_QueueLockWait, std::chrono::milliseconds(0));
-    const int l_Lock = ::open(FileOf("lock").c_str(), O_RDWR | O_CLOEXEC);
-    EXPECT_EQ(0, ::flock(l_Lock, LOCK_EX));
-    const int l_Queue = qQueueOpen();
-    EXPECT_NE(0, qQueueBind(l_Queue, 0x77));
+    const LogFile log;
+    const auto wait = std::exchange(bm_queue::queueLockWait, std::chrono::milliseconds(0));
+    const int lock = ::open(FileOf("lock").c_str(), O_RDWR | O_CLOEXEC);
+    EXPECT_EQ(0, ::flock(lock, LOCK_EX));
+    const int queue = qQueueOpen();
+    EXPECT_NE(0, qQueueBind(queue, 0x77));
     EXPECT_EQ(Q_ERROR_LOCKED, qStatusErrorGet());
     EXPECT_FALSE(std::filesystem::exists(FileOf("0x77")));
-    EXPECT_THAT(l_Log.Lines(), testing::ElementsAre(testing::EndsWith(
-                                   "<3> [Message Queue] " + FileOf("lock") + ": is locked by process " +
-                                   std::to_string(::getpid()) + " (platform_tests)")));
-    ::close(l_Lock);
-    EXPECT_EQ(0, qQueueBind(l_Queue, 0x77));
-    qQueueClose(l_Queue);
-    bm_queue::g_QueueLockWait = l_Wait;
+    EXPECT_THAT(log.Lines(), testing::ElementsAre(testing::EndsWith("<3> [Message Queue] " + FileOf("lock") +
+                                                                    ": is locked by process " +
+                                                                    std::to_string(::getpid()) + " (platform_tests)")));
+    ::close(lock);
+    EXPECT_EQ(0, qQueueBind(queue, 0x77));
+    qQueueClose(queue);
+    bm_queue::queueLockWait = wait;
 }
 
 TEST_F(MsgQueue, FolderWhoseLockCannotBeHadIsNotUsed) {
     std::filesystem::remove(FileOf("lock"));
     std::filesystem::create_symlink("elsewhere", FileOf("lock"));
-    const int l_Queue = qQueueOpen();
-    EXPECT_NE(0, qQueueBind(l_Queue, 0x77));
+    const int queue = qQueueOpen();
+    EXPECT_NE(0, qQueueBind(queue, 0x77));
     EXPECT_EQ(Q_ERROR_LOCKED, qStatusErrorGet());
-    qQueueClose(l_Queue);
+    qQueueClose(queue);
 }
 
 TEST_F(MsgQueue, MissingFieldIsAnErrorAndLeavesTheSize) {
-    size_t l_Size = 4;
-    uint32_t l_Value = 0;
-    EXPECT_NE(0, qMsgVarFieldGet(NewMessage().get(), NUMBER_FIELD, &l_Value, &l_Size));
+    size_t size = 4;
+    uint32_t value = 0;
+    EXPECT_NE(0, qMsgVarFieldGet(NewMessage().get(), NumberField, &value, &size));
     EXPECT_EQ(Q_ERROR_NO_FIELD, qStatusErrorGet());
-    EXPECT_EQ(4U, l_Size);
+    EXPECT_EQ(4U, size);
 }
 
 TEST_F(MsgQueue, MessageHasSixteenKilobytesAtMost) {
-    const MESSAGE l_Message = NewMessage();
-    const std::vector<uint8_t> l_Bytes(16384 - 28, 7);
-    EXPECT_EQ(0, qMsgVarFieldPut(l_Message.get(), 1, l_Bytes.data(), l_Bytes.size()));
-    EXPECT_NE(0, qMsgVarFieldPut(l_Message.get(), 2, l_Bytes.data(), 1));
+    const Message message = NewMessage();
+    const std::vector<uint8_t> bytes(16384 - 28, 7);
+    EXPECT_EQ(0, qMsgVarFieldPut(message.get(), 1, bytes.data(), bytes.size()));
+    EXPECT_NE(0, qMsgVarFieldPut(message.get(), 2, bytes.data(), 1));
     EXPECT_EQ(Q_ERROR_TOO_LONG, qStatusErrorGet());
-    EXPECT_EQ(0, qMsgWrite(m_Here, l_Message.get()));
-    EXPECT_TRUE(Read(m_There));
+    EXPECT_EQ(0, qMsgWrite(m_here, message.get()));
+    EXPECT_TRUE(Read(m_there));
 }
 
 TEST_F(MsgQueue, NullArgumentsAreErrors) {
-    EXPECT_NE(0, qMsgWrite(m_Here, nullptr));
-    EXPECT_NE(0, qMsgRead(m_Here, nullptr));
-    size_t l_Size = 1;
-    EXPECT_NE(0, qMsgVarFieldGet(nullptr, 1, &l_Size, &l_Size));
-    EXPECT_NE(0, qMsgVarFieldGet(NewMessage().get(), 1, nullptr, &l_Size));
-    EXPECT_NE(0, qMsgVarFieldPut(nullptr, 1, &l_Size, 1));
+    EXPECT_NE(0, qMsgWrite(m_here, nullptr));
+    EXPECT_NE(0, qMsgRead(m_here, nullptr));
+    size_t size = 1;
+    EXPECT_NE(0, qMsgVarFieldGet(nullptr, 1, &size, &size));
+    EXPECT_NE(0, qMsgVarFieldGet(NewMessage().get(), 1, nullptr, &size));
+    EXPECT_NE(0, qMsgVarFieldPut(nullptr, 1, &size, 1));
     EXPECT_NE(0, qMsgVarFieldPut(NewMessage().get(), 1, nullptr, 1));
     EXPECT_EQ(0U, qMsgType(nullptr));
     EXPECT_EQ(0U, qMsgSource(nullptr));
@@ -256,7 +256,7 @@ TEST_F(MsgQueue, NullArgumentsAreErrors) {
 }
 
 TEST_F(MsgQueue, BytesThatAreNoMessageAreDropped) {
-    const std::vector<std::vector<uint8_t>> l_Datagrams = {
+    const std::vector<std::vector<uint8_t>> datagrams = {
         {},
         {1, 2, 3},
         std::vector<uint8_t>(20, 0),
@@ -265,25 +265,25 @@ TEST_F(MsgQueue, BytesThatAreNoMessageAreDropped) {
         {0x31, 0x53, 0x4D, 0x51, 1, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}, // 2^32 - 1 fields
         {0x31, 0x53, 0x4D, 0x51, 1, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 9},          // one byte too many
         {0x31, 0x53, 0x4D, 0x51, 1, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0, 1, 0, 0, 0, 5, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}};
-    for (const auto& l_Bytes : l_Datagrams) {
-        SendRaw(l_Bytes);
-        EXPECT_FALSE(Read(m_There)) << testing::PrintToString(l_Bytes);
+    for (const auto& bytes : datagrams) {
+        SendRaw(bytes);
+        EXPECT_FALSE(Read(m_there)) << testing::PrintToString(bytes);
         EXPECT_EQ(Q_ERROR_MALFORMED, qStatusErrorGet());
     }
-    EXPECT_FALSE(IsReadable(m_There));
+    EXPECT_FALSE(IsReadable(m_there));
 }
 
 /// Outside of a blade.
 class MsgQueueFolder : public testing::Test {
 protected:
     MsgQueueFolder() {
-        ::mkdtemp(m_Around.data());
-        m_Folder = m_Around + "/bm_platform";
-        ::setenv("XDG_RUNTIME_DIR", m_Around.c_str(), 1);
+        ::mkdtemp(m_around.data());
+        m_folder = m_around + "/bm_platform";
+        ::setenv("XDG_RUNTIME_DIR", m_around.c_str(), 1);
     }
     ~MsgQueueFolder() override {
         ::unsetenv("XDG_RUNTIME_DIR");
-        std::filesystem::remove_all(m_Around);
+        std::filesystem::remove_all(m_around);
     }
 
     static std::string OfTheSystem() {
@@ -291,77 +291,77 @@ protected:
     }
 
     /// It is refused, with this reason in the one line.
-    void IsRefused(const std::string& a_Reason) const {
-        const LOG_FILE l_Log;
+    void IsRefused(const std::string& reason) const {
+        const LogFile log;
         EXPECT_NE(0, qDrvSetInterface(0, 0));
         EXPECT_EQ(Q_ERROR_FOLDER, qStatusErrorGet());
-        const std::string l_Before = "<3> [Message Queue] no message queues in " + m_Folder + ": ";
-        EXPECT_THAT(l_Log.Lines(),
-                    testing::ElementsAre(testing::EndsWith(l_Before + a_Reason +
+        const std::string before = "<3> [Message Queue] no message queues in " + m_folder + ": ";
+        EXPECT_THAT(log.Lines(),
+                    testing::ElementsAre(testing::EndsWith(before + reason +
                                                            "; remove it or give it to this user with mode 0700, or set "
                                                            "XDG_RUNTIME_DIR to such a folder")));
     }
 
-    std::string m_Around = testing::TempDir() + "runtime-XXXXXX";
-    std::string m_Folder;
+    std::string m_around = testing::TempDir() + "runtime-XXXXXX";
+    std::string m_folder;
 };
 
 TEST_F(MsgQueueFolder, IsInTheUsersRuntimeFolderAndHisAlone) {
     ASSERT_EQ(0, qDrvSetInterface(0, 0));
-    EXPECT_EQ(std::filesystem::perms::owner_all, std::filesystem::status(m_Folder).permissions());
-    const int l_Queue = qQueueOpen();
-    ASSERT_EQ(0, qQueueBind(l_Queue, 0x60));
-    EXPECT_TRUE(std::filesystem::exists(m_Folder + "/0x60"));
-    EXPECT_EQ(0, qQueueClose(l_Queue));
+    EXPECT_EQ(std::filesystem::perms::owner_all, std::filesystem::status(m_folder).permissions());
+    const int queue = qQueueOpen();
+    ASSERT_EQ(0, qQueueBind(queue, 0x60));
+    EXPECT_TRUE(std::filesystem::exists(m_folder + "/0x60"));
+    EXPECT_EQ(0, qQueueClose(queue));
 }
 
 TEST_F(MsgQueueFolder, WithoutARuntimeFolderOfTheUsersOwnIsInTheSystemsOne) {
-    EXPECT_EQ(m_Folder, bm_queue::QueueFolderName());
-    for (const char* l_Value : {"", "relative", "/not/there", "/etc/passwd"}) {
-        ::setenv("XDG_RUNTIME_DIR", l_Value, 1);
-        EXPECT_EQ(OfTheSystem(), bm_queue::QueueFolderName()) << l_Value;
+    EXPECT_EQ(m_folder, bm_queue::QueueFolderName());
+    for (const char* value : {"", "relative", "/not/there", "/etc/passwd"}) {
+        ::setenv("XDG_RUNTIME_DIR", value, 1);
+        EXPECT_EQ(OfTheSystem(), bm_queue::QueueFolderName()) << value;
     }
     ::unsetenv("XDG_RUNTIME_DIR");
     EXPECT_EQ(OfTheSystem(), bm_queue::QueueFolderName());
     if (::geteuid() != 0) return; // only root can give folders away
-    ::setenv("XDG_RUNTIME_DIR", m_Around.c_str(), 1);
-    ASSERT_EQ(0, ::chown(m_Around.c_str(), 65534, 65534));
+    ::setenv("XDG_RUNTIME_DIR", m_around.c_str(), 1);
+    ASSERT_EQ(0, ::chown(m_around.c_str(), 65534, 65534));
     EXPECT_EQ(OfTheSystem(), bm_queue::QueueFolderName()) << "another user's";
 }
 
 TEST_F(MsgQueueFolder, ThatAnotherUserMadeFirstIsRefusedWithItsOwner) {
     if (::geteuid() != 0) GTEST_SKIP() << "only root can give folders away";
-    ASSERT_EQ(0, ::mkdir(m_Folder.c_str(), 0700));
-    ASSERT_EQ(0, ::chown(m_Folder.c_str(), 65534, 65534));
-    IsRefused(m_Folder + " belongs to user 65534, and this is user 0");
+    ASSERT_EQ(0, ::mkdir(m_folder.c_str(), 0700));
+    ASSERT_EQ(0, ::chown(m_folder.c_str(), 65534, 65534));
+    IsRefused(m_folder + " belongs to user 65534, and this is user 0");
 }
 
 TEST_F(MsgQueueFolder, ThatIsALinkIsRefused) {
-    std::filesystem::create_symlink("/tmp", m_Folder);
-    IsRefused(m_Folder + " is no folder");
+    std::filesystem::create_symlink("/tmp", m_folder);
+    IsRefused(m_folder + " is no folder");
 }
 
 TEST_F(MsgQueueFolder, ThatOthersMayWriteToOrReplaceIsRefused) {
-    const std::string l_Owner = std::to_string(::geteuid());
-    ASSERT_EQ(0, ::mkdir(m_Folder.c_str(), 0700));
-    ASSERT_EQ(0, ::chmod(m_Folder.c_str(), 0770));
-    IsRefused(m_Folder + " belongs to user " + l_Owner + ", but others may write to it");
-    ASSERT_EQ(0, ::chmod(m_Folder.c_str(), 0700));
-    ASSERT_EQ(0, ::chmod(m_Around.c_str(), 01777));
-    IsRefused(m_Around + " belongs to user " + l_Owner + ", but others may write to it");
+    const std::string owner = std::to_string(::geteuid());
+    ASSERT_EQ(0, ::mkdir(m_folder.c_str(), 0700));
+    ASSERT_EQ(0, ::chmod(m_folder.c_str(), 0770));
+    IsRefused(m_folder + " belongs to user " + owner + ", but others may write to it");
+    ASSERT_EQ(0, ::chmod(m_folder.c_str(), 0700));
+    ASSERT_EQ(0, ::chmod(m_around.c_str(), 01777));
+    IsRefused(m_around + " belongs to user " + owner + ", but others may write to it");
 }
 
 TEST_F(MsgQueueFolder, WithALongerPathThanASocketCanHaveIsRefused) {
-    const std::string l_Long = m_Around + "/" + std::string(80, 'x');
-    ASSERT_EQ(0, ::mkdir(l_Long.c_str(), 0700));
-    ::setenv("XDG_RUNTIME_DIR", l_Long.c_str(), 1);
-    m_Folder = l_Long + "/bm_platform";
+    const std::string longFolder = m_around + "/" + std::string(80, 'x');
+    ASSERT_EQ(0, ::mkdir(longFolder.c_str(), 0700));
+    ::setenv("XDG_RUNTIME_DIR", longFolder.c_str(), 1);
+    m_folder = longFolder + "/bm_platform";
     IsRefused("the path is too long for a socket");
 }
 
 TEST(MsgQueueError, HasAName) {
-    for (uint32_t l_Error = Q_ERROR_NONE; l_Error <= Q_ERROR_LOCKED; ++l_Error)
-        EXPECT_STRNE("unknown error", qStatusErrorName(l_Error)) << l_Error;
+    for (uint32_t error = Q_ERROR_NONE; error <= Q_ERROR_LOCKED; ++error)
+        EXPECT_STRNE("unknown error", qStatusErrorName(error)) << error;
     EXPECT_STREQ("unknown error", qStatusErrorName(Q_ERROR_LOCKED + 1));
     EXPECT_STREQ("no message", qStatusErrorName(Q_ERROR_EMPTY));
 }

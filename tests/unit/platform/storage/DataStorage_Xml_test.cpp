@@ -7,9 +7,9 @@ using BM_ADAPTOR::CBMIParams;
 using BM_ADAPTOR::CBMITable;
 using testing::ElementsAre;
 
-using StorageFile = STORAGE_TEST;
+using StorageFile = StorageTest;
 
-constexpr const char* LAYOUT = R"(<?xml version="1.0"?>
+constexpr const char* Layout = R"(<?xml version="1.0"?>
 <storage version="1">
   <row>
     <param id="0x30d12" type="int" key="true" value="1" />
@@ -22,27 +22,27 @@ constexpr const char* LAYOUT = R"(<?xml version="1.0"?>
 )";
 
 CBMIParams EveryType() {
-    BM_ADAPTOR::CBMIParam l_Uint(BM_ADAPTOR::BMI_PARAM_UINT, 0xffffffff, false);
-    l_Uint.SetInt(-1);
-    return Row(Text(ADDRESS, "192.168.0.23"), Bool(2, true), l_Uint, Int(0, INT32_MIN));
+    BM_ADAPTOR::CBMIParam uint(BM_ADAPTOR::BMI_PARAM_UINT, 0xffffffff, false);
+    uint.SetInt(-1);
+    return Row(Text(Address, "192.168.0.23"), Bool(2, true), uint, Int(0, INT32_MIN));
 }
 
 TEST_F(StorageFile, HasTheDocumentedLayout) {
-    Transaction([&] { m_Storage->SetRow(FILE_NAME, Keys(1), EveryType()); });
-    EXPECT_EQ(LAYOUT, Read());
+    Transaction([&] { m_storage->SetRow(FileName, Keys(1), EveryType()); });
+    EXPECT_EQ(Layout, Read());
 }
 
 TEST_F(StorageFile, OfTheDocumentedLayoutIsRead) {
-    Write(LAYOUT);
-    CBMIParams l_Row;
-    Transaction([&] { EXPECT_EQ(SUCCESS, m_Storage->RetrieveRow(FILE_NAME, Keys(1), l_Row, 0)); });
-    ASSERT_EQ(5, l_Row.GetSize());
-    EXPECT_EQ("192.168.0.23", l_Row.GetParamById(ADDRESS)->GetString());
-    EXPECT_TRUE(l_Row.GetParamById(2)->GetBool());
-    EXPECT_EQ(-1, l_Row.GetParamById(0xffffffff)->GetInt());
-    EXPECT_EQ(INT32_MIN, l_Row.GetParamById(0)->GetInt());
-    EXPECT_TRUE(l_Row.GetParamById(NUMBER)->IsKey());
-    EXPECT_FALSE(l_Row.GetParamById(ADDRESS)->IsKey());
+    Write(Layout);
+    CBMIParams row;
+    Transaction([&] { EXPECT_EQ(Success, m_storage->RetrieveRow(FileName, Keys(1), row, 0)); });
+    ASSERT_EQ(5, row.GetSize());
+    EXPECT_EQ("192.168.0.23", row.GetParamById(Address)->GetString());
+    EXPECT_TRUE(row.GetParamById(2)->GetBool());
+    EXPECT_EQ(-1, row.GetParamById(0xffffffff)->GetInt());
+    EXPECT_EQ(INT32_MIN, row.GetParamById(0)->GetInt());
+    EXPECT_TRUE(row.GetParamById(Number)->IsKey());
+    EXPECT_FALSE(row.GetParamById(Address)->IsKey());
 }
 
 TEST_F(StorageFile, MayBeEditedFreelyWithinXml) {
@@ -55,16 +55,15 @@ TEST_F(StorageFile, MayBeEditedFreelyWithinXml) {
 // --- texts ---
 
 TEST_F(StorageFile, KeepsEveryByteOfAText) {
-    std::string l_All;
+    std::string all;
     for (int i = 0; i < 256; ++i)
-        l_All += static_cast<char>(i);
-    const std::string l_Texts[] = {
-        l_All, l_All + l_All,       " \t\n blanks \r\n ", "\\x41 \\ \\\\", "<&>\"'&#0;&amp;]]>", "--> ",
-        "",    std::string(1, '\0')};
-    for (const std::string& l_Text : l_Texts) {
-        SetNow(1, l_Text);
-        m_Storage = BM_PLATFORM::MakeStorage(m_Folder);
-        EXPECT_EQ(l_Text, GetNow(1));
+        all += static_cast<char>(i);
+    const std::string texts[] = {all,    all + all, " \t\n blanks \r\n ", "\\x41 \\ \\\\", "<&>\"'&#0;&amp;]]>",
+                                 "--> ", "",        std::string(1, '\0')};
+    for (const std::string& text : texts) {
+        SetNow(1, text);
+        m_storage = BM_PLATFORM::MakeStorage(m_folder);
+        EXPECT_EQ(text, GetNow(1));
     }
 }
 
@@ -81,23 +80,23 @@ TEST_F(StorageFile, MayHoldBytesAboveAsciiAsTheyAre) {
 
 // --- what is refused ---
 
-struct BAD_FILE {
-    const char* m_Name;
-    std::string m_Text;
-    const char* m_LineAndReason;
+struct BadFile {
+    const char* m_name;
+    std::string m_text;
+    const char* m_lineAndReason;
 };
 
-std::string WithRow(const std::string& a_Row) {
-    return "<storage version=\"1\">\n  <row>\n" + a_Row + "\n  </row>\n</storage>\n";
+std::string WithRow(const std::string& row) {
+    return "<storage version=\"1\">\n  <row>\n" + row + "\n  </row>\n</storage>\n";
 }
-const std::string KEY_PARAM = "<param id=\"0x1\" type=\"int\" key=\"true\" value=\"1\"/>";
+const std::string KeyParam = "<param id=\"0x1\" type=\"int\" key=\"true\" value=\"1\"/>";
 
-std::string WithParam(const std::string& a_Param) {
-    return WithRow(KEY_PARAM + "\n" + a_Param);
+std::string WithParam(const std::string& param) {
+    return WithRow(KeyParam + "\n" + param);
 }
 
-std::vector<BAD_FILE> BadFiles() {
-    const std::string l_Row = "<row>" + KEY_PARAM + "</row>\n";
+std::vector<BadFile> BadFiles() {
+    const std::string row = "<row>" + KeyParam + "</row>\n";
     return {
         {"empty", "", "1: expected one <storage> element"},
         {"not XML", "port=1\n", "1: expected only <storage> elements here"},
@@ -134,9 +133,9 @@ std::vector<BAD_FILE> BadFiles() {
         {"UTF-16", std::string("<\0s\0t\0", 6), "1: a control character"},
         {"no key", WithRow("<param id=\"0x1\" type=\"int\" key=\"false\" value=\"1\"/>"), "2: a row without a key"},
         {"an empty row", WithRow(""), "2: a row without a key"},
-        {"the same keys twice", "<storage version=\"1\">\n" + l_Row + l_Row + "</storage>",
+        {"the same keys twice", "<storage version=\"1\">\n" + row + row + "</storage>",
          "3: a row with these keys stands above"},
-        {"an id twice", WithParam(KEY_PARAM), "4: the row has this id twice"},
+        {"an id twice", WithParam(KeyParam), "4: the row has this id twice"},
         {"an attribute twice", WithRow("<param id=\"1\" id=\"2\"/>"), "3: attribute id is there twice"},
         {"an unknown attribute", WithRow("<param name=\"x\"/>"), "3: unknown attribute name"},
         {"a row with attributes", "<storage version=\"1\"><row x=\"1\"/></storage>", "1: unknown attribute x"},
@@ -153,70 +152,70 @@ std::vector<BAD_FILE> BadFiles() {
 }
 
 TEST_F(StorageFile, ThatIsNotOfTheLayoutIsRefusedWithLineAndReasonAndLeftAsItIs) {
-    for (const BAD_FILE& l_Case : BadFiles()) {
-        SCOPED_TRACE(l_Case.m_Name);
-        Write(l_Case.m_Text);
-        CBMITable l_Table;
-        CBMIParams l_Row;
-        EXPECT_EQ(SUCCESS, Transaction([&] {
-                      EXPECT_EQ(NOT_READABLE, m_Storage->RetrieveTable(FILE_NAME, l_Table, 0));
-                      EXPECT_EQ(NOT_READABLE, m_Storage->RetrieveRow(FILE_NAME, Keys(1), l_Row, 0));
-                      EXPECT_EQ(NOT_READABLE, Set(1, "x"));
-                      EXPECT_EQ(NOT_READABLE, Create(2, "x"));
+    for (const BadFile& testCase : BadFiles()) {
+        SCOPED_TRACE(testCase.m_name);
+        Write(testCase.m_text);
+        CBMITable table;
+        CBMIParams row;
+        EXPECT_EQ(Success, Transaction([&] {
+                      EXPECT_EQ(NotReadable, m_storage->RetrieveTable(FileName, table, 0));
+                      EXPECT_EQ(NotReadable, m_storage->RetrieveRow(FileName, Keys(1), row, 0));
+                      EXPECT_EQ(NotReadable, Set(1, "x"));
+                      EXPECT_EQ(NotReadable, Create(2, "x"));
                   }));
-        EXPECT_EQ(0, l_Table.GetSize());
-        const auto l_Logged = Logged();
-        EXPECT_EQ("CreateRow - " + PathOf(FILE_NAME) + ":" + l_Case.m_LineAndReason, l_Logged.back());
-        EXPECT_EQ(l_Case.m_Text, Read());
+        EXPECT_EQ(0, table.GetSize());
+        const auto logged = Logged();
+        EXPECT_EQ("CreateRow - " + PathOf(FileName) + ":" + testCase.m_lineAndReason, logged.back());
+        EXPECT_EQ(testCase.m_text, Read());
     }
 }
 
 TEST_F(StorageFile, ValuesOfAnotherTypeAreRefused) {
     const struct {
-        const char* m_Type;
-        std::vector<const char*> m_Values;
-    } l_Cases[] = {{"int", {"", "x", "1x", " 1", "1 ", "+1", "0x10", "2147483648", "-2147483649", "1.0"}},
-                   {"uint", {"", "-1", "4294967296"}},
-                   {"bool", {"", "1", "TRUE", "yes"}},
-                   {"string", {"\\", "\\x", "\\x4", "\\xgg", "\\x-1", "\\n", "a\\"}}};
-    for (const auto& [l_Type, l_Values] : l_Cases) {
-        for (const std::string l_Value : l_Values) {
-            Write(WithParam("<param id=\"2\" key=\"false\" type=\"" + std::string(l_Type) + "\" value=\"" + l_Value +
+        const char* m_type;
+        std::vector<const char*> m_values;
+    } cases[] = {{"int", {"", "x", "1x", " 1", "1 ", "+1", "0x10", "2147483648", "-2147483649", "1.0"}},
+                 {"uint", {"", "-1", "4294967296"}},
+                 {"bool", {"", "1", "TRUE", "yes"}},
+                 {"string", {"\\", "\\x", "\\x4", "\\xgg", "\\x-1", "\\n", "a\\"}}};
+    for (const auto& [type, values] : cases) {
+        for (const std::string value : values) {
+            Write(WithParam("<param id=\"2\" key=\"false\" type=\"" + std::string(type) + "\" value=\"" + value +
                             "\"/>"));
-            EXPECT_EQ("21", GetNow(1)) << l_Type << " " << l_Value;
-            EXPECT_THAT(Logged().back(), testing::EndsWith(std::string("\" is none of the type ") + l_Type));
+            EXPECT_EQ("21", GetNow(1)) << type << " " << value;
+            EXPECT_THAT(Logged().back(), testing::EndsWith(std::string("\" is none of the type ") + type));
             EXPECT_THAT(Logged().back(), testing::HasSubstr(".xml:4: value=\""));
         }
     }
 }
 
 TEST_F(StorageFile, CutAtAnyPlaceIsRefusedAndLeftAsItIs) {
-    const std::string l_Whole = LAYOUT;
-    for (std::size_t l_Size = 0; l_Size + 1 < l_Whole.size(); ++l_Size) {
-        Write(l_Whole.substr(0, l_Size));
-        Transaction([&] { EXPECT_EQ(NOT_READABLE, Set(1, "x")) << l_Size; });
-        EXPECT_EQ(l_Whole.substr(0, l_Size), Read());
+    const std::string whole = Layout;
+    for (std::size_t size = 0; size + 1 < whole.size(); ++size) {
+        Write(whole.substr(0, size));
+        Transaction([&] { EXPECT_EQ(NotReadable, Set(1, "x")) << size; });
+        EXPECT_EQ(whole.substr(0, size), Read());
     }
 }
 
 // Whatever it is, it is answered; under the sanitizers this looks for more.
 TEST_F(StorageFile, WithAnyByteChangedIsReadOrRefused) {
-    const std::string l_Whole = LAYOUT;
-    std::size_t l_Refused = 0;
-    for (std::size_t i = 0; i < l_Whole.size(); ++i) {
-        for (const char l_Byte : {'<', '>', '&', '"', '\0', '\xFF'}) {
-            std::string l_Text = l_Whole;
-            l_Text[i] = l_Byte;
-            Write(l_Text);
-            CBMITable l_Table;
+    const std::string whole = Layout;
+    std::size_t refused = 0;
+    for (std::size_t i = 0; i < whole.size(); ++i) {
+        for (const char byte : {'<', '>', '&', '"', '\0', '\xFF'}) {
+            std::string text = whole;
+            text[i] = byte;
+            Write(text);
+            CBMITable table;
             Transaction([&] {
-                const int l_Result = m_Storage->RetrieveTable(FILE_NAME, l_Table, 1);
-                EXPECT_TRUE(l_Result == NOT_READABLE || (l_Result == SUCCESS && l_Table.GetSize() <= 1));
-                l_Refused += l_Result == NOT_READABLE;
+                const int result = m_storage->RetrieveTable(FileName, table, 1);
+                EXPECT_TRUE(result == NotReadable || (result == Success && table.GetSize() <= 1));
+                refused += result == NotReadable;
             });
         }
     }
-    EXPECT_GT(l_Refused, l_Whole.size() * 5);
+    EXPECT_GT(refused, whole.size() * 5);
 }
 
 // --- size ---
@@ -224,48 +223,47 @@ TEST_F(StorageFile, WithAnyByteChangedIsReadOrRefused) {
 TEST_F(StorageFile, OfMoreThanAMebibyteIsRefusedUnread) {
     Write(std::string(1024 * 1024 + 1, ' '));
     EXPECT_EQ("21", GetNow(1));
-    EXPECT_THAT(Logged(), ElementsAre("RetrieveRow - " + PathOf(FILE_NAME) + ": has more than 1048576 bytes"));
+    EXPECT_THAT(Logged(), ElementsAre("RetrieveRow - " + PathOf(FileName) + ": has more than 1048576 bytes"));
 }
 
 TEST_F(StorageFile, ThatWouldGrowBeyondAMebibyteStaysAsItWas) {
     SetNow(1, "old");
-    const std::string l_Before = Read();
-    EXPECT_EQ(NOTHING_DONE, Transaction([&] {
-                  EXPECT_EQ(SUCCESS, Set(2, "x"));
-                  EXPECT_EQ(SUCCESS, Set(1, std::string(1024 * 1024, 'x')));
+    const std::string before = Read();
+    EXPECT_EQ(NothingDone, Transaction([&] {
+                  EXPECT_EQ(Success, Set(2, "x"));
+                  EXPECT_EQ(Success, Set(1, std::string(1024 * 1024, 'x')));
               }));
-    EXPECT_THAT(Logged(),
-                ElementsAre("EndTransaction - " + PathOf(FILE_NAME) + ": would have more than 1048576 bytes"));
-    EXPECT_EQ(l_Before, Read());
+    EXPECT_THAT(Logged(), ElementsAre("EndTransaction - " + PathOf(FileName) + ": would have more than 1048576 bytes"));
+    EXPECT_EQ(before, Read());
     EXPECT_EQ("4", GetNow(2)) << "no change of the failed transaction is left";
 }
 
 TEST_F(StorageFile, OfAMebibyteIsAnsweredWhateverItHolds) {
-    const auto l_Filled = [](const std::string& a_Begin, const std::string& a_Part) {
-        std::string l_Text = a_Begin;
-        while (l_Text.size() + a_Part.size() < 1024 * 1024)
-            l_Text += a_Part;
-        return l_Text;
+    const auto filled = [](const std::string& begin, const std::string& part) {
+        std::string text = begin;
+        while (text.size() + part.size() < 1024 * 1024)
+            text += part;
+        return text;
     };
-    const std::string l_Cases[] = {
-        l_Filled("", "<a>"),                                         // deep
-        l_Filled("<storage version=\"1\"><row><param ", "a='' "),    // many attributes
-        l_Filled("<storage version=\"1\">", "<row/>"),               // many rows
-        l_Filled("<storage version=\"1\"><row>", "<param id='1'/>"), // many parameters
-        l_Filled("", "&amp;"),
-        l_Filled("<!DOCTYPE a [", "<!ENTITY a 'b'>"),
-        l_Filled("", "<!--"),
+    const std::string cases[] = {
+        filled("", "<a>"),                                         // deep
+        filled("<storage version=\"1\"><row><param ", "a='' "),    // many attributes
+        filled("<storage version=\"1\">", "<row/>"),               // many rows
+        filled("<storage version=\"1\"><row>", "<param id='1'/>"), // many parameters
+        filled("", "&amp;"),
+        filled("<!DOCTYPE a [", "<!ENTITY a 'b'>"),
+        filled("", "<!--"),
     };
-    for (const std::string& l_Text : l_Cases) {
-        Write(l_Text);
-        EXPECT_EQ("21", GetNow(1)) << l_Text.substr(0, 60);
+    for (const std::string& text : cases) {
+        Write(text);
+        EXPECT_EQ("21", GetNow(1)) << text.substr(0, 60);
     }
 }
 
 TEST_F(StorageFile, WithThousandsOfRowsIsQuick) {
     Transaction([&] {
         for (int i = 0; i < 5000; ++i)
-            ASSERT_EQ(SUCCESS, Create(i, "192.168.0.1"));
+            ASSERT_EQ(Success, Create(i, "192.168.0.1"));
     });
     EXPECT_EQ("192.168.0.1", GetNow(4999));
 }

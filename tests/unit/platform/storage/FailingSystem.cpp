@@ -8,13 +8,13 @@
 
 namespace {
 
-std::string g_Name;
-std::atomic<int> g_Left = 0; // calls until the one that fails; 0: none does, or one has
-std::atomic<bool> g_Failed = false;
+std::string failingName;
+std::atomic<int> callsLeft = 0; // calls until the one that fails; 0: none does, or one has
+std::atomic<bool> hasFailed = false;
 
-bool IsToFail(const char* a_Name) {
-    if (g_Left == 0 || g_Name != a_Name || --g_Left != 0) return false;
-    g_Failed = true;
+bool IsToFail(const char* name) {
+    if (callsLeft == 0 || failingName != name || --callsLeft != 0) return false;
+    hasFailed = true;
     errno = EIO;
     return true;
 }
@@ -26,27 +26,27 @@ extern "C" {
 // Seen from the libraries, too, whose calls these are.
 #pragma GCC visibility push(default)
 
-int fsync(int a_File) {
-    return IsToFail("fsync") ? -1 : static_cast<int>(syscall(SYS_fsync, a_File));
+int fsync(int file) {
+    return IsToFail("fsync") ? -1 : static_cast<int>(syscall(SYS_fsync, file));
 }
 
-int renameat(int a_Folder, const char* a_From, int a_NewFolder, const char* a_To) noexcept {
-    return IsToFail("renameat") ? -1 : static_cast<int>(syscall(SYS_renameat, a_Folder, a_From, a_NewFolder, a_To));
+int renameat(int folder, const char* from, int newFolder, const char* to) noexcept {
+    return IsToFail("renameat") ? -1 : static_cast<int>(syscall(SYS_renameat, folder, from, newFolder, to));
 }
 
 #pragma GCC visibility pop
 }
 
-FAILING_CALL::FAILING_CALL(const std::string& a_Name, int a_Which) {
-    g_Name = a_Name;
-    g_Failed = false;
-    g_Left = a_Which;
+FailingCall::FailingCall(const std::string& name, int which) {
+    failingName = name;
+    hasFailed = false;
+    callsLeft = which;
 }
 
-FAILING_CALL::~FAILING_CALL() {
-    g_Left = 0;
+FailingCall::~FailingCall() {
+    callsLeft = 0;
 }
 
-bool FAILING_CALL::HasFailed() {
-    return g_Failed;
+bool FailingCall::HasFailed() {
+    return hasFailed;
 }

@@ -5,12 +5,12 @@
 
 /// While it lives, one call of this process fails with EIO: the given one, counted from its making.
 /// The calls are "fsync" and "renameat".
-class FAILING_CALL {
+class FailingCall {
 public:
-    FAILING_CALL(const std::string& a_Name, int a_Which);
-    FAILING_CALL(const FAILING_CALL&) = delete;
-    FAILING_CALL& operator=(const FAILING_CALL&) = delete;
-    ~FAILING_CALL();
+    FailingCall(const std::string& name, int which);
+    FailingCall(const FailingCall&) = delete;
+    FailingCall& operator=(const FailingCall&) = delete;
+    ~FailingCall();
 
     /// Whether it has come to that call.
     static bool HasFailed();

@@ -19,101 +19,101 @@
 #include <vector>
 
 // The results.
-constexpr int NOTHING_DONE = 0;
-constexpr int SUCCESS = 1;
-constexpr int NO_SUCH_ROW = 4;
-constexpr int NOT_READABLE = 21;
-constexpr int MISSING_PARAM = 23;
+constexpr int NothingDone = 0;
+constexpr int Success = 1;
+constexpr int NoSuchRow = 4;
+constexpr int NotReadable = 21;
+constexpr int MissingParam = 23;
 
-constexpr unsigned NUMBER = 0x30d12;
-constexpr unsigned ADDRESS = 0x30d14;
-constexpr const char* FILE_NAME = "addresses.xml";
+constexpr unsigned Number = 0x30d12;
+constexpr unsigned Address = 0x30d14;
+constexpr const char* FileName = "addresses.xml";
 
-inline BM_ADAPTOR::CBMIKeys Keys(int32_t a_Number) {
-    return Row<BM_ADAPTOR::CBMIKeys>(Int(NUMBER, a_Number, true));
+inline BM_ADAPTOR::CBMIKeys Keys(int32_t number) {
+    return Row<BM_ADAPTOR::CBMIKeys>(Int(Number, number, true));
 }
 
-class STORAGE_TEST : public testing::Test {
+class StorageTest : public testing::Test {
 protected:
-    explicit STORAGE_TEST(const std::string& a_Around = testing::TempDir())
-        : m_Root(MakeFolder(a_Around)),
-          m_Folder(m_Root + "/storage"),
-          m_Storage(BM_PLATFORM::MakeStorage(m_Folder)) {}
-    ~STORAGE_TEST() override { std::filesystem::remove_all(m_Root); }
+    explicit StorageTest(const std::string& around = testing::TempDir())
+        : m_root(MakeFolder(around)),
+          m_folder(m_root + "/storage"),
+          m_storage(BM_PLATFORM::MakeStorage(m_folder)) {}
+    ~StorageTest() override { std::filesystem::remove_all(m_root); }
 
-    int Set(int32_t a_Number, const std::string& a_Address, const std::string& a_File = FILE_NAME) {
-        return m_Storage->SetRow(a_File, Keys(a_Number), Row(Text(ADDRESS, a_Address)));
+    int Set(int32_t number, const std::string& address, const std::string& file = FileName) {
+        return m_storage->SetRow(file, Keys(number), Row(Text(Address, address)));
     }
 
-    int Create(int32_t a_Number, const std::string& a_Address) {
-        return m_Storage->CreateRow(FILE_NAME, Keys(a_Number), Row(Text(ADDRESS, a_Address)));
+    int Create(int32_t number, const std::string& address) {
+        return m_storage->CreateRow(FileName, Keys(number), Row(Text(Address, address)));
     }
 
     // The address that is stored for the number, or the result of the failed call.
-    std::string Get(int32_t a_Number, int a_Force = 0) {
-        BM_ADAPTOR::CBMIParams l_Row;
-        const int l_Result = m_Storage->RetrieveRow(FILE_NAME, Keys(a_Number), l_Row, a_Force);
-        return l_Result == SUCCESS ? l_Row.GetParamById(ADDRESS)->GetString() : std::to_string(l_Result);
+    std::string Get(int32_t number, int force = 0) {
+        BM_ADAPTOR::CBMIParams row;
+        const int result = m_storage->RetrieveRow(FileName, Keys(number), row, force);
+        return result == Success ? row.GetParamById(Address)->GetString() : std::to_string(result);
     }
 
-    // Runs `a_Calls` in a transaction; the result of its end.
-    template <typename CALLS>
-    int Transaction(const CALLS& a_Calls) {
-        EXPECT_EQ(SUCCESS, m_Storage->StartTransaction());
-        a_Calls();
-        return m_Storage->EndTransaction();
+    // Runs `calls` in a transaction; the result of its end.
+    template <typename Calls>
+    int Transaction(const Calls& calls) {
+        EXPECT_EQ(Success, m_storage->StartTransaction());
+        calls();
+        return m_storage->EndTransaction();
     }
 
     // The same out of any transaction.
-    void SetNow(int32_t a_Number, const std::string& a_Address) {
-        EXPECT_EQ(SUCCESS, Transaction([&] { EXPECT_EQ(SUCCESS, Set(a_Number, a_Address)); }));
+    void SetNow(int32_t number, const std::string& address) {
+        EXPECT_EQ(Success, Transaction([&] { EXPECT_EQ(Success, Set(number, address)); }));
     }
-    std::string GetNow(int32_t a_Number, int a_Force = 0) {
-        std::string l_Address;
-        EXPECT_EQ(SUCCESS, Transaction([&] { l_Address = Get(a_Number, a_Force); }));
-        return l_Address;
-    }
-
-    std::string PathOf(const std::string& a_File) const { return m_Folder + "/" + a_File; }
-
-    void Write(const std::string& a_Text, const std::string& a_File = FILE_NAME) const {
-        std::filesystem::create_directories(m_Folder);
-        std::filesystem::remove(PathOf(a_File)); // the disk would be waited for when it were cut
-        std::ofstream(PathOf(a_File), std::ios::binary) << a_Text;
+    std::string GetNow(int32_t number, int force = 0) {
+        std::string address;
+        EXPECT_EQ(Success, Transaction([&] { address = Get(number, force); }));
+        return address;
     }
 
-    std::string Read(const std::string& a_File = FILE_NAME) const {
-        std::ostringstream l_Text;
-        l_Text << std::ifstream(PathOf(a_File), std::ios::binary).rdbuf();
-        return l_Text.str();
+    std::string PathOf(const std::string& file) const { return m_folder + "/" + file; }
+
+    void Write(const std::string& text, const std::string& file = FileName) const {
+        std::filesystem::create_directories(m_folder);
+        std::filesystem::remove(PathOf(file)); // the disk would be waited for when it were cut
+        std::ofstream(PathOf(file), std::ios::binary) << text;
+    }
+
+    std::string Read(const std::string& file = FileName) const {
+        std::ostringstream text;
+        text << std::ifstream(PathOf(file), std::ios::binary).rdbuf();
+        return text.str();
     }
 
     std::vector<std::string> Names() const {
-        std::vector<std::string> l_Names;
-        for (const auto& l_Entry : std::filesystem::directory_iterator(m_Folder))
-            l_Names.push_back(l_Entry.path().filename());
-        return l_Names;
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder))
+            names.push_back(entry.path().filename());
+        return names;
     }
 
     // What the storage logged, without time and level: "StartTransaction - …".
     std::vector<std::string> Logged() const {
-        const std::string l_Before = "<3> [Storage] CDataStorage :: ";
-        std::vector<std::string> l_Texts;
-        for (const std::string& l_Line : m_Log.Lines()) {
-            const auto l_Found = l_Line.find(l_Before);
-            l_Texts.push_back(l_Found == std::string::npos ? l_Line : l_Line.substr(l_Found + l_Before.size()));
+        const std::string before = "<3> [Storage] CDataStorage :: ";
+        std::vector<std::string> texts;
+        for (const std::string& line : m_log.Lines()) {
+            const auto found = line.find(before);
+            texts.push_back(found == std::string::npos ? line : line.substr(found + before.size()));
         }
-        return l_Texts;
+        return texts;
     }
 
-    const std::string m_Root;
-    const std::string m_Folder;
-    std::shared_ptr<QUB_STORAGE::CDataStorage> m_Storage;
-    const LOG_FILE m_Log;
+    const std::string m_root;
+    const std::string m_folder;
+    std::shared_ptr<QUB_STORAGE::CDataStorage> m_storage;
+    const LogFile m_log;
 
 private:
-    static std::string MakeFolder(const std::string& a_Around) {
-        std::string l_Folder = a_Around + "storage-XXXXXX";
-        return mkdtemp(l_Folder.data());
+    static std::string MakeFolder(const std::string& around) {
+        std::string folder = around + "storage-XXXXXX";
+        return mkdtemp(folder.data());
     }
 };
