@@ -17,12 +17,11 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr int NO_ROW = 4;
 constexpr int MOST_DSPS = 32; // 4 on each of 8 AMCs
 
 using LINES = std::vector<std::vector<std::string>>;
 
-const std::vector<std::string> HEADING = {"DSP", "AMC bay", "DSP of AMC", "MAC address", "IP address"};
+const std::vector<std::string> DSP_HEADING = {"DSP", "AMC bay", "DSP of AMC", "MAC address", "IP address"};
 
 constexpr const char* NONE = "none";
 constexpr const char* NOT_READ = "not read";
@@ -47,7 +46,7 @@ void AddStorageRemark(const SESSION& a_Session, std::string& a_Remarks) {
 LINES DspLines(SESSION& a_Session, bool& a_AllGood, std::string& a_Remarks) {
     int l_Result = 0;
     const auto l_Table = a_Session.Table(BMI_GROUP_HARDWARE_AMC_DSP_TABLE, l_Result);
-    LINES l_Lines = {HEADING};
+    LINES l_Lines = {DSP_HEADING};
     bool l_Lacks = false;
     a_AllGood = l_Result == SUCCESS && l_Table != nullptr && l_Table->GetSize() > 0;
     for (int i = 0; l_Table != nullptr && i < l_Table->GetSize(); ++i) {
@@ -106,7 +105,7 @@ bool SetDspAddress(SESSION& a_Session, const DSP_ORDER& a_Order, bool a_Color, s
     std::string l_OfOthers;
     const LINES l_Lines = DspLines(a_Session, l_AllGood, l_OfOthers);
     const auto l_Line = static_cast<std::size_t>(a_Order.m_Dsp);
-    if (l_Line < l_Lines.size()) a_Text += AlignedTable({HEADING, l_Lines[l_Line]}, a_Color);
+    if (l_Line < l_Lines.size()) a_Text += AlignedTable({DSP_HEADING, l_Lines[l_Line]}, a_Color);
     return true;
 }
 

@@ -7,6 +7,9 @@
 
 namespace BMHOST {
 
+/// A call's result: the group has no such row.
+constexpr int NO_ROW = 4;
+
 /// The row's value as people read it; "-" without it.
 std::string TextOf(const BM_ADAPTOR::CBMIParams& a_Row, unsigned a_Id);
 /// The row's integer; 0 without it.

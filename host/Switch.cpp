@@ -15,14 +15,13 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr int NO_ROW = 4;
 constexpr int LAST_PORT = 4;
 constexpr int ENABLED = 1;
 constexpr int DISABLED = 0;
 constexpr int LINK_DOWN = 0;
 constexpr int LINK_UP = 1;
 
-const std::vector<std::string> HEADING = {"port", "name", "leads to", "state", "link"};
+const std::vector<std::string> PORT_HEADING = {"port", "name", "leads to", "state", "link"};
 
 // Any stored number but 1 disables the port, and is kept.
 std::string StateText(int32_t a_Admin) {
@@ -63,7 +62,7 @@ SWITCH_ORDER ParseSwitchOrder(const std::vector<std::string>& a_Words) {
 bool SwitchTable(SESSION& a_Session, bool a_Color, std::string& a_Text) {
     int l_Result = 0;
     const auto l_Table = a_Session.Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, l_Result);
-    std::vector<std::vector<std::string>> l_Lines = {HEADING};
+    std::vector<std::vector<std::string>> l_Lines = {PORT_HEADING};
     bool l_AllKnown = l_Result == SUCCESS;
     for (int i = 0; l_Table != nullptr && i < l_Table->GetSize(); ++i) {
         const CBMIParams& l_Row = *l_Table->Get(i);
@@ -91,7 +90,7 @@ bool SetSwitchPort(SESSION& a_Session, const SWITCH_ORDER& a_Order, bool a_Color
     int l_ReadResult = 0;
     if (const auto l_Row = a_Session.Row(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, l_Keys, l_ReadResult);
         l_Row != nullptr && l_ReadResult == SUCCESS)
-        a_Text += AlignedTable({HEADING, PortLine(*l_Row)}, a_Color);
+        a_Text += AlignedTable({PORT_HEADING, PortLine(*l_Row)}, a_Color);
     return true;
 }
 
