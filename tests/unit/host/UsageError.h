@@ -1,7 +1,7 @@
 // What bmhost says of input that cannot be meant.
 #pragma once
 
-#include "host/Error.h"
+#include "host/words/Error.h"
 
 #include <string>
 

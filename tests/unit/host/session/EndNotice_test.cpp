@@ -1,0 +1,50 @@
+// The notice of an end that bmhost did not mean.
+#include "host/session/EndNotice.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace {
+
+using namespace BMHOST;
+using testing::ExitedWithCode;
+
+constexpr std::chrono::hours NEVER(1);
+
+class EndNoticeDeathTest : public testing::Test {
+protected:
+    EndNoticeDeathTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
+};
+
+TEST_F(EndNoticeDeathTest, NamesTheCallThatEndedTheProcess) {
+    EXPECT_EXIT(
+        {
+            ArmEndNotice(NEVER);
+            const CALL_UNDER_WAY l_Call("table 0x300");
+            exit(1);
+        },
+        ExitedWithCode(1), "^bmhost: the adaptor ended the process during `table 0x300` \\(exit status 1\\)\n$");
+}
+
+TEST_F(EndNoticeDeathTest, SaysWhenNoCallWasUnderWay) {
+    EXPECT_EXIT(
+        {
+            ArmEndNotice(NEVER);
+            { const CALL_UNDER_WAY l_Call("init"); }
+            exit(7);
+        },
+        ExitedWithCode(7), "^bmhost: the adaptor ended the process between two calls \\(exit status 7\\)\n$");
+}
+
+TEST_F(EndNoticeDeathTest, IsSilentWhenBmhostEndsByItself) {
+    EXPECT_EXIT(
+        {
+            ArmEndNotice(NEVER);
+            DisarmEndNotice();
+            exit(2);
+        },
+        ExitedWithCode(2), "^$");
+}
+
+} // namespace
