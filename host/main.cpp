@@ -37,296 +37,293 @@
 
 namespace {
 
-using namespace BMHOST;
+using namespace bmhost;
 
-void SetUpLog(const OPTIONS& a_Options) {
-    BM_LOG_LEVEL = a_Options.m_LogLevel;
-    if (a_Options.m_LogFile.empty()) return;
+void SetUpLog(const Options& options) {
+    BM_LOG_LEVEL = options.m_logLevel;
+    if (options.m_logFile.empty()) return;
     try {
-        BM_PLATFORM::LogToFile(a_Options.m_LogFile);
-    } catch (const std::runtime_error& l_Error) {
-        throw USAGE_ERROR(l_Error.what());
+        BM_PLATFORM::LogToFile(options.m_logFile);
+    } catch (const std::runtime_error& error) {
+        throw UsageError(error.what());
     }
 }
 
-void ExpectWords(const OPTIONS& a_Options, std::size_t a_Count, const char* a_Usage) {
-    if (a_Options.m_Command.size() != a_Count) throw USAGE_ERROR(a_Options.m_Command[0] + ": expected " + a_Usage);
+void ExpectWords(const Options& options, std::size_t count, const char* usage) {
+    if (options.m_command.size() != count) throw UsageError(options.m_command[0] + ": expected " + usage);
 }
 
-void RefuseJson(const OPTIONS& a_Options) {
-    if (a_Options.m_Json) throw USAGE_ERROR(a_Options.m_Command[0] + " is for people: expected it without --json");
+void RefuseJson(const Options& options) {
+    if (options.m_json) throw UsageError(options.m_command[0] + " is for people: expected it without --json");
 }
 
-void ExpectForPeople(const OPTIONS& a_Options) {
-    ExpectWords(a_Options, 1, a_Options.m_Command[0].c_str());
-    RefuseJson(a_Options);
+void ExpectForPeople(const Options& options) {
+    ExpectWords(options, 1, options.m_command[0].c_str());
+    RefuseJson(options);
 }
 
 // What a command for people makes of a session: the text for standard output, and whether it is all right.
-using FOR_PEOPLE = std::function<bool(SESSION&, bool a_Color, std::string& a_Text)>;
+using ForPeople = std::function<bool(Session&, bool color, std::string& text)>;
 
 // Where a command's own output goes. The adaptor's prints would stand between its lines: they are withheld, and shown
 // when the adaptor ends the process. To the adaptor an empty bay is an error, and it logs eight of them; who wants to
 // see that asks for traces.
-int OutputForPeople(const OPTIONS& a_Options) {
-    if (a_Options.m_Json) return PrintsToStandardError();
-    BM_PLATFORM::LogToConsole(a_Options.m_LogLevel == BM_LOG_ERROR);
+int OutputForPeople(const Options& options) {
+    if (options.m_json) return PrintsToStandardError();
+    BM_PLATFORM::LogToConsole(options.m_logLevel == BM_LOG_ERROR);
     return PrintsWithheld();
 }
 
 // Does the work on a session: the shell's, or one of its own between init and fin.
-bool WithSession(const OPTIONS& a_Options, const std::function<bool(SESSION&, int a_Output)>& a_Work) {
-    if (a_Options.m_Shell) return a_Work(a_Options.m_Shell(), a_Options.m_Output);
-    const int l_RealOutput = OutputForPeople(a_Options);
-    const auto l_Output = MakeTextOutput(l_RealOutput);
-    ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
-    SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, a_Options.m_Storage, *l_Output);
-    l_Session.Lifecycle(OPERATION::Init);
-    bool l_Good = false;
+bool WithSession(const Options& options, const std::function<bool(Session&, int descriptor)>& work) {
+    if (options.m_shell) return work(options.m_shell(), options.m_output);
+    const int realOutput = OutputForPeople(options);
+    const auto output = MakeTextOutput(realOutput);
+    ArmEndNotice(std::chrono::milliseconds(options.m_noticeAfter));
+    Session session(options.m_adaptor, options.m_mode, options.m_storage, *output);
+    session.Lifecycle(Operation::Init);
+    bool good = false;
     try {
-        l_Good = a_Work(l_Session, l_RealOutput);
+        good = work(session, realOutput);
     } catch (...) { // nobody reads the output any more, say: the hardware is let go all the same
-        l_Session.Lifecycle(OPERATION::Fin);
+        session.Lifecycle(Operation::Fin);
         throw;
     }
-    l_Session.Lifecycle(OPERATION::Fin);
-    return l_Good;
+    session.Lifecycle(Operation::Fin);
+    return good;
 }
 
-bool RunForPeople(const OPTIONS& a_Options, const FOR_PEOPLE& a_Command) {
-    int l_Output = a_Options.m_Output;
-    std::string l_Text;
-    const bool l_Good = WithSession(a_Options, [&](SESSION& a_Session, int a_Output) {
-        l_Output = a_Output;
-        return a_Command(a_Session, ColorWanted(a_Output), l_Text);
+bool RunForPeople(const Options& options, const ForPeople& command) {
+    int output = options.m_output;
+    std::string text;
+    const bool good = WithSession(options, [&](Session& session, int descriptor) {
+        output = descriptor;
+        return command(session, ColorWanted(descriptor), text);
     });
     fflush(stdout);
-    WriteAll(l_Output, l_Text);
-    return l_Good;
+    WriteAll(output, text);
+    return good;
 }
 
-bool RunInventory(const OPTIONS& a_Options) {
-    ExpectForPeople(a_Options);
-    return RunForPeople(a_Options, Inventory);
+bool RunInventory(const Options& options) {
+    ExpectForPeople(options);
+    return RunForPeople(options, Inventory);
 }
 
-bool RunLeds(const OPTIONS& a_Options) {
-    ExpectForPeople(a_Options);
-    return RunForPeople(a_Options, LedPanel);
+bool RunLeds(const Options& options) {
+    ExpectForPeople(options);
+    return RunForPeople(options, LedPanel);
 }
 
 // What an order makes of a session: besides the text, lines for standard error, which are shown after it.
-template <typename ORDER>
-using CARRY_OUT = bool (*)(SESSION&, const ORDER&, bool a_Color, std::string& a_Text, std::string& a_Remarks);
+template <typename Order>
+using CarryOut = bool (*)(Session&, const Order&, bool color, std::string& text, std::string& remarks);
 
-using WITH_REMARKS = std::function<bool(SESSION&, bool a_Color, std::string& a_Text, std::string& a_Remarks)>;
+using WithRemarks = std::function<bool(Session&, bool color, std::string& text, std::string& remarks)>;
 
-bool RunWithRemarks(const OPTIONS& a_Options, const WITH_REMARKS& a_Command) {
-    std::string l_Remarks;
-    const bool l_Good = RunForPeople(a_Options, [&](SESSION& a_Session, bool a_Color, std::string& a_Text) {
-        return a_Command(a_Session, a_Color, a_Text, l_Remarks);
+bool RunWithRemarks(const Options& options, const WithRemarks& command) {
+    std::string remarks;
+    const bool good = RunForPeople(options, [&](Session& session, bool color, std::string& text) {
+        return command(session, color, text, remarks);
     });
-    for (std::size_t l_Begin = 0; l_Begin < l_Remarks.size();) {
-        const std::size_t l_End = l_Remarks.find('\n', l_Begin);
-        fprintf(stderr, "bmhost: %s\n", l_Remarks.substr(l_Begin, l_End - l_Begin).c_str());
-        l_Begin = l_End + 1;
+    for (std::size_t begin = 0; begin < remarks.size();) {
+        const std::size_t end = remarks.find('\n', begin);
+        fprintf(stderr, "bmhost: %s\n", remarks.substr(begin, end - begin).c_str());
+        begin = end + 1;
     }
-    return l_Good;
+    return good;
 }
 
-template <typename ORDER>
-bool RunOrder(const OPTIONS& a_Options, const ORDER& a_Order, CARRY_OUT<ORDER> a_CarryOut) {
-    return RunWithRemarks(a_Options,
-                          [&](SESSION& a_Session, bool a_Color, std::string& a_Text, std::string& a_Remarks) {
-                              return a_CarryOut(a_Session, a_Order, a_Color, a_Text, a_Remarks);
-                          });
+template <typename Order>
+bool RunOrder(const Options& options, const Order& order, CarryOut<Order> carryOut) {
+    return RunWithRemarks(options, [&](Session& session, bool color, std::string& text, std::string& remarks) {
+        return carryOut(session, order, color, text, remarks);
+    });
 }
 
-bool RunLedSet(const OPTIONS& a_Options) {
-    if (a_Options.m_Json) throw USAGE_ERROR("led set is for people: expected it without --json");
-    const LED_ORDER l_Order = ParseLedOrder(a_Options.m_Command);
-    return RunOrder(a_Options, l_Order, SetLed);
+bool RunLedSet(const Options& options) {
+    if (options.m_json) throw UsageError("led set is for people: expected it without --json");
+    const LedOrder order = ParseLedOrder(options.m_command);
+    return RunOrder(options, order, SetLed);
 }
 
-bool RunDsp(const OPTIONS& a_Options) {
-    RefuseJson(a_Options);
-    if (a_Options.m_Command.size() == 1) return RunWithRemarks(a_Options, DspTable);
-    const DSP_ORDER l_Order = ParseDspOrder(a_Options.m_Command);
-    return RunOrder(a_Options, l_Order, SetDspAddress);
+bool RunDsp(const Options& options) {
+    RefuseJson(options);
+    if (options.m_command.size() == 1) return RunWithRemarks(options, DspTable);
+    const DspOrder order = ParseDspOrder(options.m_command);
+    return RunOrder(options, order, SetDspAddress);
 }
 
-bool RunSwitch(const OPTIONS& a_Options) {
-    RefuseJson(a_Options);
-    if (a_Options.m_Command.size() == 1) return RunForPeople(a_Options, SwitchTable);
-    const SWITCH_ORDER l_Order = ParseSwitchOrder(a_Options.m_Command);
-    return RunOrder(a_Options, l_Order, SetSwitchPort);
+bool RunSwitch(const Options& options) {
+    RefuseJson(options);
+    if (options.m_command.size() == 1) return RunForPeople(options, SwitchTable);
+    const SwitchOrder order = ParseSwitchOrder(options.m_command);
+    return RunOrder(options, order, SetSwitchPort);
 }
 
-bool RunGroups(const OPTIONS& a_Options) {
-    ExpectForPeople(a_Options);
-    WriteAll(a_Options.m_Output, ListGroups());
+bool RunGroups(const Options& options) {
+    ExpectForPeople(options);
+    WriteAll(options.m_output, ListGroups());
     return true;
 }
 
-bool RunPstn(const OPTIONS& a_Options) {
-    ExpectForPeople(a_Options);
-    std::string l_Text;
-    const bool l_Good = PstnTable(getenv("BLADESIM_RUN_DIR"), ColorWanted(a_Options.m_Output), l_Text);
-    WriteAll(a_Options.m_Output, l_Text);
-    return l_Good;
+bool RunPstn(const Options& options) {
+    ExpectForPeople(options);
+    std::string text;
+    const bool good = PstnTable(getenv("BLADESIM_RUN_DIR"), ColorWanted(options.m_output), text);
+    WriteAll(options.m_output, text);
+    return good;
 }
 
-bool RunStatus(const OPTIONS& a_Options) {
-    ExpectWords(a_Options, 1, "status");
-    if (!a_Options.m_Json) return RunForPeople(a_Options, Status);
-    return RunForPeople(a_Options,
-                        [](SESSION& a_Session, bool, std::string& a_Text) { return StatusJson(a_Session, a_Text); });
+bool RunStatus(const Options& options) {
+    ExpectWords(options, 1, "status");
+    if (!options.m_json) return RunForPeople(options, Status);
+    return RunForPeople(options, [](Session& session, bool, std::string& text) { return StatusJson(session, text); });
 }
 
-bool RunFirmware(const OPTIONS& a_Options) {
-    RefuseJson(a_Options);
-    const FIRMWARE_ORDER l_Order = ParseFirmwareOrder(a_Options.m_Command);
-    if (l_Order.m_Show) {
-        return RunForPeople(
-            a_Options, [](SESSION& a_Session, bool, std::string& a_Text) { return ShowFirmware(a_Session, a_Text); });
+bool RunFirmware(const Options& options) {
+    RefuseJson(options);
+    const FirmwareOrder order = ParseFirmwareOrder(options.m_command);
+    if (order.m_show) {
+        return RunForPeople(options,
+                            [](Session& session, bool, std::string& text) { return ShowFirmware(session, text); });
     }
-    if (l_Order.m_DryRun) {
-        WriteAll(a_Options.m_Output, FirmwareDryRun(l_Order));
+    if (order.m_dryRun) {
+        WriteAll(options.m_output, FirmwareDryRun(order));
         return true;
     }
-    const auto l_Update = [&] {
+    const auto update = [&] {
         return WithSession(
-            a_Options, [&](SESSION& a_Session, int a_Output) { return UpdateFirmware(a_Session, l_Order, a_Output); });
+            options, [&](Session& session, int descriptor) { return UpdateFirmware(session, order, descriptor); });
     };
-    if (a_Options.m_Shell) return l_Update();
-    STOP_REQUEST l_NotGranted;
-    return WithSignals(l_NotGranted, "waiting for the end of the upgrade", l_Update);
+    if (options.m_shell) return update();
+    StopRequest notGranted;
+    return WithSignals(notGranted, "waiting for the end of the upgrade", update);
 }
 
-bool RunResident(const OPTIONS& a_Options) {
-    ExpectWords(a_Options, 1, "run");
-    STOP_REQUEST l_Stop;
-    return WithSignals(l_Stop, "stop and fin follow", [&] {
+bool RunResident(const Options& options) {
+    ExpectWords(options, 1, "run");
+    StopRequest stop;
+    return WithSignals(stop, "stop and fin follow", [&] {
         // Who asks for traces wants to see the prints as they come, too.
-        const bool l_Prompt = a_Options.m_Json || a_Options.m_LogLevel == BM_LOG_ERROR;
-        const int l_Output = l_Prompt ? PrintsToStandardError() : OutputForPeople(a_Options);
-        const auto l_Unused = MakeTextOutput(l_Output);
-        const auto l_News = a_Options.m_Json ? MakeRunJson(l_Output) : MakeRunText(l_Output);
-        ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
-        SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, a_Options.m_Storage, *l_Unused);
-        return RunHost(l_Session, *l_News, l_Stop);
+        const bool prompt = options.m_json || options.m_logLevel == BM_LOG_ERROR;
+        const int output = prompt ? PrintsToStandardError() : OutputForPeople(options);
+        const auto unused = MakeTextOutput(output);
+        const auto news = options.m_json ? MakeRunJson(output) : MakeRunText(output);
+        ArmEndNotice(std::chrono::milliseconds(options.m_noticeAfter));
+        Session session(options.m_adaptor, options.m_mode, options.m_storage, *unused);
+        return RunHost(session, *news, stop);
     });
 }
 
-bool RunCompletions(const OPTIONS& a_Options) {
-    std::string l_Before;
-    for (auto l_Word = a_Options.m_Command.begin() + 1; l_Word != a_Options.m_Command.end(); ++l_Word)
-        l_Before += (l_Before.empty() ? "" : " ") + *l_Word;
-    std::string l_Text;
-    for (const std::string& l_Completion : ShellCompletions(l_Before))
-        l_Text += l_Completion + "\n";
-    WriteAll(a_Options.m_Output, l_Text);
+bool RunCompletions(const Options& options) {
+    std::string before;
+    for (auto word = options.m_command.begin() + 1; word != options.m_command.end(); ++word)
+        before += (before.empty() ? "" : " ") + *word;
+    std::string text;
+    for (const std::string& completion : ShellCompletions(before))
+        text += completion + "\n";
+    WriteAll(options.m_output, text);
     return true;
 }
 
 // `shell` and what it does with a command are below the table of commands.
-bool RunShell(const OPTIONS& a_Options);
+bool RunShell(const Options& options);
 
-bool RunCalls(const OPTIONS& a_Options) {
-    const auto& l_Words = a_Options.m_Command;
-    std::optional<SCRIPT> l_Script;
-    CALL l_Call;
+bool RunCalls(const Options& options) {
+    const auto& words = options.m_command;
+    std::optional<Script> script;
+    Call call;
     // A file that is not there and bad words are found before the adaptor is touched.
-    if (l_Words[0] == "script") {
-        ExpectWords(a_Options, 2, "script FILE|-");
-        l_Script.emplace(l_Words[1]);
+    if (words[0] == "script") {
+        ExpectWords(options, 2, "script FILE|-");
+        script.emplace(words[1]);
     } else {
-        l_Call = ParseCall(l_Words);
+        call = ParseCall(words);
     }
     // The init and fin around a call alone show nothing, their prints neither.
-    const bool l_Silent = !l_Script && NeedsLife(l_Call.m_Operation);
-    const auto l_Output = a_Options.m_Json ? MakeJsonOutput(PrintsToStandardError())
-                                           : MakeTextOutput(l_Silent ? PrintsWithheld() : STDOUT_FILENO);
-    ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
-    SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, a_Options.m_Storage, *l_Output);
-    return l_Script ? l_Script->Run(l_Session) : l_Session.RunAlone(l_Call);
+    const bool silent = !script && NeedsLife(call.m_operation);
+    const auto output = options.m_json ? MakeJsonOutput(PrintsToStandardError())
+                                       : MakeTextOutput(silent ? PrintsWithheld() : STDOUT_FILENO);
+    ArmEndNotice(std::chrono::milliseconds(options.m_noticeAfter));
+    Session session(options.m_adaptor, options.m_mode, options.m_storage, *output);
+    return script ? script->Run(session) : session.RunAlone(call);
 }
 
-struct COMMAND_FOR_PEOPLE {
-    const char* m_Word;
-    bool (*m_Run)(const OPTIONS&);
+struct CommandForPeople {
+    const char* m_word;
+    bool (*m_run)(const Options&);
 };
 
-constexpr COMMAND_FOR_PEOPLE COMMANDS_FOR_PEOPLE[] = {
+constexpr CommandForPeople CommandsForPeople[] = {
     {"inventory", RunInventory}, {"leds", RunLeds},   {"led", RunLedSet},    {"dsp", RunDsp},
     {"switch", RunSwitch},       {"pstn", RunPstn},   {"status", RunStatus}, {"firmware", RunFirmware},
     {"run", RunResident},        {"shell", RunShell}, {"groups", RunGroups}, {"completions", RunCompletions}};
 
-const COMMAND_FOR_PEOPLE* FindForPeople(const std::string& a_Word) {
-    const auto* const l_Found =
-        std::find_if(std::begin(COMMANDS_FOR_PEOPLE), std::end(COMMANDS_FOR_PEOPLE),
-                     [&](const COMMAND_FOR_PEOPLE& a_Command) { return a_Word == a_Command.m_Word; });
-    return l_Found != std::end(COMMANDS_FOR_PEOPLE) ? l_Found : nullptr;
+const CommandForPeople* FindForPeople(const std::string& word) {
+    const auto* const found = std::find_if(std::begin(CommandsForPeople), std::end(CommandsForPeople),
+                                           [&](const CommandForPeople& command) { return word == command.m_word; });
+    return found != std::end(CommandsForPeople) ? found : nullptr;
 }
 
-bool RunShell(const OPTIONS& a_Options) {
-    ExpectWords(a_Options, 1, "shell");
-    const auto l_Lines = MakeShellLines();
-    const int l_RealOutput = OutputForPeople(a_Options);
-    const auto l_Output = a_Options.m_Json ? MakeJsonOutput(l_RealOutput) : MakeTextOutput(l_RealOutput);
-    ArmEndNotice(std::chrono::milliseconds(a_Options.m_NoticeAfter));
-    SESSION l_Session(a_Options.m_Adaptor, a_Options.m_Mode, a_Options.m_Storage, *l_Output);
-    SHELL l_Shell(l_Session);
-    OPTIONS l_Typed = a_Options;
-    l_Typed.m_Output = l_RealOutput;
-    l_Typed.m_Shell = [&]() -> SESSION& { return l_Shell.Opened(); };
-    return l_Shell.Run(*l_Lines, [&](const std::vector<std::string>& a_Words, bool& a_Good) {
-        const COMMAND_FOR_PEOPLE* const l_Command = FindForPeople(a_Words[0]);
-        if (l_Command == nullptr) return false;
-        if (l_Command->m_Run == RunShell || l_Command->m_Run == RunResident)
-            throw USAGE_ERROR(a_Words[0] + ": not in a shell");
-        l_Typed.m_Command = a_Words;
-        a_Good = l_Command->m_Run(l_Typed);
+bool RunShell(const Options& options) {
+    ExpectWords(options, 1, "shell");
+    const auto lines = MakeShellLines();
+    const int realOutput = OutputForPeople(options);
+    const auto output = options.m_json ? MakeJsonOutput(realOutput) : MakeTextOutput(realOutput);
+    ArmEndNotice(std::chrono::milliseconds(options.m_noticeAfter));
+    Session session(options.m_adaptor, options.m_mode, options.m_storage, *output);
+    Shell shell(session);
+    Options typed = options;
+    typed.m_output = realOutput;
+    typed.m_shell = [&]() -> Session& { return shell.Opened(); };
+    return shell.Run(*lines, [&](const std::vector<std::string>& words, bool& good) {
+        const CommandForPeople* const command = FindForPeople(words[0]);
+        if (command == nullptr) return false;
+        if (command->m_run == RunShell || command->m_run == RunResident)
+            throw UsageError(words[0] + ": not in a shell");
+        typed.m_command = words;
+        good = command->m_run(typed);
         return true;
     });
 }
 
-int Run(int a_Argc, const char* const* a_Argv) {
-    const OPTIONS l_Options = ParseOptions(a_Argc, a_Argv);
-    if (!l_Options.m_Answer.empty()) {
-        WriteAll(STDOUT_FILENO, l_Options.m_Answer);
-        return EXIT_ALL_OK;
+int Run(int argc, const char* const* argv) {
+    const Options options = ParseOptions(argc, argv);
+    if (!options.m_answer.empty()) {
+        WriteAll(STDOUT_FILENO, options.m_answer);
+        return ExitAllOk;
     }
-    SetUpLog(l_Options);
-    const COMMAND_FOR_PEOPLE* const l_ForPeople = FindForPeople(l_Options.m_Command[0]);
-    const bool l_Good = l_ForPeople != nullptr ? l_ForPeople->m_Run(l_Options) : RunCalls(l_Options);
-    return l_Good ? EXIT_ALL_OK : EXIT_SOME_FAILED;
+    SetUpLog(options);
+    const CommandForPeople* const forPeople = FindForPeople(options.m_command[0]);
+    const bool good = forPeople != nullptr ? forPeople->m_run(options) : RunCalls(options);
+    return good ? ExitAllOk : ExitSomeFailed;
 }
 
-int Fail(const std::exception& a_Error, int a_Status) {
+int Fail(const std::exception& error, int status) {
     fflush(stdout);
-    fprintf(stderr, "bmhost: %s\n", BM_PLATFORM::Printable(a_Error.what(), "\n\t").c_str());
-    return a_Status;
+    fprintf(stderr, "bmhost: %s\n", BM_PLATFORM::Printable(error.what(), "\n\t").c_str());
+    return status;
 }
 
 } // namespace
 
-int main(int a_Argc, char** a_Argv) {
+int main(int argc, char** argv) {
     // A reader that goes away, and a file that may not grow any more, are errors of the output or of the storage, not
     // the end of a host that holds hardware. Handlers, because tools that the adaptor starts get the default back.
     signal(SIGPIPE, [](int) {});
     signal(SIGXFSZ, [](int) {});
-    int l_Status = EXIT_ALL_OK;
+    int status = ExitAllOk;
     try {
         KeepStandardDescriptors();
-        l_Status = Run(a_Argc, a_Argv);
-    } catch (const USAGE_ERROR& l_Error) {
-        l_Status = Fail(l_Error, EXIT_USAGE);
-    } catch (const LOAD_ERROR& l_Error) {
-        l_Status = Fail(l_Error, EXIT_NO_ADAPTOR);
-    } catch (const std::exception& l_Error) {
-        l_Status = Fail(l_Error, EXIT_SOME_FAILED);
+        status = Run(argc, argv);
+    } catch (const UsageError& error) {
+        status = Fail(error, ExitUsage);
+    } catch (const LoadError& error) {
+        status = Fail(error, ExitNoAdaptor);
+    } catch (const std::exception& error) {
+        status = Fail(error, ExitSomeFailed);
     }
     DisarmEndNotice();
-    return l_Status;
+    return status;
 }

@@ -11,102 +11,100 @@
 
 #include <arpa/inet.h>
 
-namespace BMHOST {
+namespace bmhost {
 
 using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr int MOST_DSPS = 32; // 4 on each of 8 AMCs
+constexpr int MostDsps = 32; // 4 on each of 8 AMCs
 
-using LINES = std::vector<std::vector<std::string>>;
+using Lines = std::vector<std::vector<std::string>>;
 
-const std::vector<std::string> DSP_HEADING = {"DSP", "AMC bay", "DSP of AMC", "MAC address", "IP address"};
+const std::vector<std::string> DspHeading = {"DSP", "AMC bay", "DSP of AMC", "MAC address", "IP address"};
 
-constexpr const char* NONE = "none";
-constexpr const char* NOT_READ = "not read";
+constexpr const char* None = "none";
+constexpr const char* NotRead = "not read";
 
 // The address of a DSP, or why there is none. DSPs are numbered by the rows of the AMCs' table.
-std::string AddressOf(SESSION& a_Session, int a_Dsp, bool& a_Good) {
-    const std::size_t l_Told = a_Session.StorageLog().Count();
-    int l_Result = 0;
-    const auto l_Row =
-        a_Session.Row(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, KeyOf(BMI_HW_AMC_DSP_EX_NUM, a_Dsp), l_Result);
-    a_Good = l_Result == SUCCESS && l_Row != nullptr;
-    if (a_Good) return TextOf(*l_Row, BMI_HW_AMC_DSP_EX_IP);
-    if (l_Result == NO_ROW) return "not in service";
-    return a_Session.StorageLog().Count() == l_Told ? NONE : NOT_READ;
+std::string AddressOf(Session& session, int dsp, bool& good) {
+    const std::size_t told = session.Complaints().Count();
+    int result = 0;
+    const auto row = session.Row(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, KeyOf(BMI_HW_AMC_DSP_EX_NUM, dsp), result);
+    good = result == Success && row != nullptr;
+    if (good) return TextOf(*row, BMI_HW_AMC_DSP_EX_IP);
+    if (result == NoRow) return "not in service";
+    return session.Complaints().Count() == told ? None : NotRead;
 }
 
 // The adaptor's results do not tell a refusal of the storage from an address that nobody has given.
-void AddStorageRemark(const SESSION& a_Session, std::string& a_Remarks) {
-    if (a_Session.StorageLog().Count() != 0) a_Remarks += "the storage said: " + a_Session.StorageLog().Last() + "\n";
+void AddStorageRemark(const Session& session, std::string& remarks) {
+    if (session.Complaints().Count() != 0) remarks += "the storage said: " + session.Complaints().Last() + "\n";
 }
 
-LINES DspLines(SESSION& a_Session, bool& a_AllGood, std::string& a_Remarks) {
-    int l_Result = 0;
-    const auto l_Table = a_Session.Table(BMI_GROUP_HARDWARE_AMC_DSP_TABLE, l_Result);
-    LINES l_Lines = {DSP_HEADING};
-    bool l_Lacks = false;
-    a_AllGood = l_Result == SUCCESS && l_Table != nullptr && l_Table->GetSize() > 0;
-    for (int i = 0; l_Table != nullptr && i < l_Table->GetSize(); ++i) {
-        const CBMIParams& l_Row = *l_Table->Get(i);
-        bool l_Good = false;
-        const std::string l_Address = AddressOf(a_Session, i + 1, l_Good);
-        a_AllGood = a_AllGood && l_Good;
-        l_Lacks = l_Lacks || l_Address == NONE || l_Address == NOT_READ;
-        l_Lines.push_back({std::to_string(i + 1), TextOf(l_Row, BMI_HW_AMC_DSP_BAY), TextOf(l_Row, BMI_HW_AMC_DSP_NUM),
-                           TextOf(l_Row, BMI_HW_AMC_DSP_MAC), l_Address});
+Lines DspLines(Session& session, bool& allGood, std::string& remarks) {
+    int result = 0;
+    const auto table = session.Table(BMI_GROUP_HARDWARE_AMC_DSP_TABLE, result);
+    Lines lines = {DspHeading};
+    bool lacks = false;
+    allGood = result == Success && table != nullptr && table->GetSize() > 0;
+    for (int i = 0; table != nullptr && i < table->GetSize(); ++i) {
+        const CBMIParams& row = *table->Get(i);
+        bool good = false;
+        const std::string address = AddressOf(session, i + 1, good);
+        allGood = allGood && good;
+        lacks = lacks || address == None || address == NotRead;
+        lines.push_back({std::to_string(i + 1), TextOf(row, BMI_HW_AMC_DSP_BAY), TextOf(row, BMI_HW_AMC_DSP_NUM),
+                         TextOf(row, BMI_HW_AMC_DSP_MAC), address});
     }
-    if (l_Lacks) AddStorageRemark(a_Session, a_Remarks);
-    return l_Lines;
+    if (lacks) AddStorageRemark(session, remarks);
+    return lines;
 }
 
 } // namespace
 
-DSP_ORDER ParseDspOrder(const std::vector<std::string>& a_Words) {
-    if (a_Words.size() != 4 || a_Words[1] != "set-ip") throw USAGE_ERROR("dsp: expected dsp, or dsp set-ip N ADDRESS");
-    const auto l_Dsp = ParseNumber(a_Words[2]);
-    if (!l_Dsp || *l_Dsp < 1 || *l_Dsp > MOST_DSPS) {
-        throw USAGE_ERROR("dsp set-ip: N '" + a_Words[2] + "': expected a DSP from 1 to " + std::to_string(MOST_DSPS));
+DspOrder ParseDspOrder(const std::vector<std::string>& words) {
+    if (words.size() != 4 || words[1] != "set-ip") throw UsageError("dsp: expected dsp, or dsp set-ip N ADDRESS");
+    const auto dsp = ParseNumber(words[2]);
+    if (!dsp || *dsp < 1 || *dsp > MostDsps) {
+        throw UsageError("dsp set-ip: N '" + words[2] + "': expected a DSP from 1 to " + std::to_string(MostDsps));
     }
-    in_addr l_Address{};
-    if (inet_pton(AF_INET, a_Words[3].c_str(), &l_Address) != 1) {
-        throw USAGE_ERROR("dsp set-ip: ADDRESS '" + a_Words[3] +
-                          "': expected four numbers from 0 to 255 with dots between");
+    in_addr address{};
+    if (inet_pton(AF_INET, words[3].c_str(), &address) != 1) {
+        throw UsageError("dsp set-ip: ADDRESS '" + words[3] +
+                         "': expected four numbers from 0 to 255 with dots between");
     }
-    return {static_cast<int>(*l_Dsp), a_Words[3]};
+    return {static_cast<int>(*dsp), words[3]};
 }
 
-bool DspTable(SESSION& a_Session, bool a_Color, std::string& a_Text, std::string& a_Remarks) {
-    bool l_AllGood = false;
-    const LINES l_Lines = DspLines(a_Session, l_AllGood, a_Remarks);
-    a_Text += l_Lines.size() > 1 ? AlignedTable(l_Lines, a_Color) : "no DSP\n";
-    return l_AllGood;
+bool DspTable(Session& session, bool color, std::string& text, std::string& remarks) {
+    bool allGood = false;
+    const Lines lines = DspLines(session, allGood, remarks);
+    text += lines.size() > 1 ? AlignedTable(lines, color) : "no DSP\n";
+    return allGood;
 }
 
-bool SetDspAddress(SESSION& a_Session, const DSP_ORDER& a_Order, bool a_Color, std::string& a_Text,
-                   std::string& a_Remarks) {
-    CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_DSP_EX_NUM, a_Order.m_Dsp);
-    CBMIParam l_Address(BMI_PARAM_STRING, BMI_HW_AMC_DSP_EX_IP, false);
-    l_Address.SetString(a_Order.m_Address);
-    CBMIParams l_Values;
-    l_Values.Add(l_Address);
-    const int l_Result = a_Session.WriteRow(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, l_Keys, l_Values);
-    if (l_Result != SUCCESS) {
-        a_Remarks += "DSP " + std::to_string(a_Order.m_Dsp) + ": " +
-                     (l_Result == NO_ROW ? std::string("there is no such DSP, or it is not in service")
-                                         : "the address was not stored") +
-                     "; the adaptor answered " + ResultText(l_Result) + "\n";
-        if (l_Result != NO_ROW) AddStorageRemark(a_Session, a_Remarks);
+bool SetDspAddress(Session& session, const DspOrder& order, bool color, std::string& text, std::string& remarks) {
+    CBMIKeys keys = KeyOf(BMI_HW_AMC_DSP_EX_NUM, order.m_dsp);
+    CBMIParam address(BMI_PARAM_STRING, BMI_HW_AMC_DSP_EX_IP, false);
+    address.SetString(order.m_address);
+    CBMIParams values;
+    values.Add(address);
+    const int result = session.WriteRow(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, keys, values);
+    if (result != Success) {
+        remarks += "DSP " + std::to_string(order.m_dsp) + ": " +
+                   (result == NoRow ? std::string("there is no such DSP, or it is not in service")
+                                    : "the address was not stored") +
+                   "; the adaptor answered " + ResultText(result) + "\n";
+        if (result != NoRow) AddStorageRemark(session, remarks);
         return false;
     }
-    bool l_AllGood = false;
-    std::string l_OfOthers;
-    const LINES l_Lines = DspLines(a_Session, l_AllGood, l_OfOthers);
-    const auto l_Line = static_cast<std::size_t>(a_Order.m_Dsp);
-    if (l_Line < l_Lines.size()) a_Text += AlignedTable({DSP_HEADING, l_Lines[l_Line]}, a_Color);
+    bool allGood = false;
+    std::string ofOthers;
+    const Lines lines = DspLines(session, allGood, ofOthers);
+    const auto line = static_cast<std::size_t>(order.m_dsp);
+    if (line < lines.size()) text += AlignedTable({DspHeading, lines[line]}, color);
     return true;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

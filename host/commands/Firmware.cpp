@@ -21,186 +21,186 @@
 #include <optional>
 #include <unistd.h>
 
-namespace BMHOST {
+namespace bmhost {
 
 using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr const char* FIRMWARE_USAGE =
+constexpr const char* FirmwareUsage =
     "firmware update --target board|amc|rtm [--bay N] FILE [--dry-run], or firmware show";
-constexpr std::chrono::seconds TICK(1);
-constexpr int QUIET_SECONDS = 60; // between two lines where there is no terminal
+constexpr std::chrono::seconds Tick(1);
+constexpr int QuietSeconds = 60; // between two lines where there is no terminal
 
-[[noreturn]] void Refuse(const std::string& a_Reason) {
-    throw USAGE_ERROR("firmware update: " + a_Reason);
+[[noreturn]] void Refuse(const std::string& reason) {
+    throw UsageError("firmware update: " + reason);
 }
 
-UPGRADE_ROW PlaceOf(const std::string& a_Target, std::optional<int> a_Bay) {
-    if (a_Target == "amc") {
-        if (!a_Bay) Refuse("expected --bay N with --target amc, N from 1 to 8");
-        return {UPGRADE_OF_MODULE, *a_Bay, UPGRADE_IS_RUNNING};
+UpgradeRow PlaceOf(const std::string& target, std::optional<int> bay) {
+    if (target == "amc") {
+        if (!bay) Refuse("expected --bay N with --target amc, N from 1 to 8");
+        return {UpgradeOfModule, *bay, UpgradeIsRunning};
     }
-    if (a_Bay) Refuse("--bay goes with --target amc only");
-    if (a_Target == "rtm") return {UPGRADE_OF_MODULE, RTM_BAY, UPGRADE_IS_RUNNING};
-    if (a_Target == "board") return {UPGRADE_OF_BASEBOARD, BASEBOARD_BAY, UPGRADE_IS_RUNNING};
-    Refuse("--target '" + a_Target + "': expected board, amc or rtm");
+    if (bay) Refuse("--bay goes with --target amc only");
+    if (target == "rtm") return {UpgradeOfModule, RtmBay, UpgradeIsRunning};
+    if (target == "board") return {UpgradeOfBaseboard, BaseboardBay, UpgradeIsRunning};
+    Refuse("--target '" + target + "': expected board, amc or rtm");
 }
 
 // The firmware tool runs somewhere else: its file is told by an absolute path, which can look like no option either.
-std::string CheckedFile(const std::string& a_File) {
-    std::error_code l_Error;
-    const auto l_Path = std::filesystem::absolute(a_File, l_Error);
-    const std::string l_Name = PrintableText(l_Path.string());
-    if (l_Error || a_File.empty()) Refuse("FILE '" + PrintableText(a_File) + "': no path can be made of it");
-    std::string l_Text = l_Path.string();
-    if (std::any_of(l_Text.begin(), l_Text.end(), [](unsigned char a_Char) { return iscntrl(a_Char); }))
-        Refuse("FILE '" + l_Name + "': control characters in its path");
-    const auto l_Status = std::filesystem::status(l_Path, l_Error);
-    if (!std::filesystem::exists(l_Status)) Refuse("FILE " + l_Name + ": " + l_Error.message());
-    if (!std::filesystem::is_regular_file(l_Status)) Refuse("FILE " + l_Name + ": no regular file");
-    std::ifstream l_File(l_Path, std::ios::binary);
-    if (!l_File) Refuse("FILE " + l_Name + ": " + std::strerror(errno));
-    if (l_File.peek() == std::ifstream::traits_type::eof()) Refuse("FILE " + l_Name + ": it is empty");
-    return l_Text;
+std::string CheckedFile(const std::string& file) {
+    std::error_code error;
+    const auto path = std::filesystem::absolute(file, error);
+    const std::string name = PrintableText(path.string());
+    if (error || file.empty()) Refuse("FILE '" + PrintableText(file) + "': no path can be made of it");
+    std::string text = path.string();
+    if (std::any_of(text.begin(), text.end(), [](unsigned char letter) { return iscntrl(letter); }))
+        Refuse("FILE '" + name + "': control characters in its path");
+    const auto status = std::filesystem::status(path, error);
+    if (!std::filesystem::exists(status)) Refuse("FILE " + name + ": " + error.message());
+    if (!std::filesystem::is_regular_file(status)) Refuse("FILE " + name + ": no regular file");
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream) Refuse("FILE " + name + ": " + std::strerror(errno));
+    if (stream.peek() == std::ifstream::traits_type::eof()) Refuse("FILE " + name + ": it is empty");
+    return text;
 }
 
-CBMIParam Unsigned(unsigned a_Id, int a_Value) {
-    CBMIParam l_Param(BMI_PARAM_UINT, a_Id, false);
-    l_Param.SetInt(a_Value);
-    return l_Param;
+CBMIParam Unsigned(unsigned id, int value) {
+    CBMIParam param(BMI_PARAM_UINT, id, false);
+    param.SetInt(value);
+    return param;
 }
 
-CBMIParams ValuesOf(const FIRMWARE_ORDER& a_Order) {
-    CBMIParams l_Values;
-    l_Values.Add(Unsigned(BMI_FW_UPDATE_TARGET, a_Order.m_Place.m_Target));
-    l_Values.Add(Unsigned(BMI_FW_UPDATE_BAY, a_Order.m_Place.m_Bay));
-    l_Values.Add(Unsigned(BMI_FW_UPDATE_STATE, UPGRADE_IS_RUNNING));
-    CBMIParam l_File(BMI_PARAM_STRING, BMI_FW_UPDATE_FILE, false);
-    l_File.SetString(a_Order.m_File);
-    l_Values.Add(l_File);
-    return l_Values;
+CBMIParams ValuesOf(const FirmwareOrder& order) {
+    CBMIParams values;
+    values.Add(Unsigned(BMI_FW_UPDATE_TARGET, order.m_place.m_target));
+    values.Add(Unsigned(BMI_FW_UPDATE_BAY, order.m_place.m_bay));
+    values.Add(Unsigned(BMI_FW_UPDATE_STATE, UpgradeIsRunning));
+    CBMIParam stream(BMI_PARAM_STRING, BMI_FW_UPDATE_FILE, false);
+    stream.SetString(order.m_file);
+    values.Add(stream);
+    return values;
 }
 
 /// What is shown while the upgrade runs.
-class PROGRESS {
+class Progress {
 public:
-    PROGRESS(std::string a_Place, int a_Output)
-        : m_Place(std::move(a_Place)),
-          m_Output(a_Output),
-          m_Terminal(isatty(a_Output) == 1) {}
+    Progress(std::string place, int output)
+        : m_place(std::move(place)),
+          m_output(output),
+          m_terminal(isatty(output) == 1) {}
 
     void Tick() {
-        const auto l_Seconds = Seconds();
-        if (m_Terminal) {
-            WriteAll(m_Output, "\r" + m_Place + ": upgrade in progress, " + std::to_string(l_Seconds) + " s");
-        } else if (l_Seconds >= m_NextLine) {
-            m_NextLine = l_Seconds + QUIET_SECONDS;
-            WriteAll(m_Output, m_Place + ": upgrade in progress, " + std::to_string(l_Seconds) + " s\n");
+        const auto seconds = Seconds();
+        if (m_terminal) {
+            WriteAll(m_output, "\r" + m_place + ": upgrade in progress, " + std::to_string(seconds) + " s");
+        } else if (seconds >= m_nextLine) {
+            m_nextLine = seconds + QuietSeconds;
+            WriteAll(m_output, m_place + ": upgrade in progress, " + std::to_string(seconds) + " s\n");
         }
     }
-    void Line(const std::string& a_Text) const {
+    void Line(const std::string& text) const {
         // The line of the progress is longer: what is left of it goes.
-        WriteAll(m_Output, (m_Terminal ? "\r\033[K" : "") + a_Text + "\n");
+        WriteAll(m_output, (m_terminal ? "\r\033[K" : "") + text + "\n");
     }
-    void End(bool a_Good) const {
-        Line(m_Place + (a_Good ? ": upgraded, " : ": the upgrade failed, ") + std::to_string(Seconds()) + " s");
+    void End(bool good) const {
+        Line(m_place + (good ? ": upgraded, " : ": the upgrade failed, ") + std::to_string(Seconds()) + " s");
     }
 
 private:
     int64_t Seconds() const {
-        return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - m_Begin).count();
+        return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - m_begin).count();
     }
 
-    std::string m_Place;
-    int m_Output;
-    bool m_Terminal;
-    int64_t m_NextLine = 0;
-    std::chrono::steady_clock::time_point m_Begin = std::chrono::steady_clock::now();
+    std::string m_place;
+    int m_output;
+    bool m_terminal;
+    int64_t m_nextLine = 0;
+    std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
 };
 
 // The upgrade's event, or without one what the adaptor's row says: nothing while it is in progress.
-std::optional<int> Outcome(SESSION& a_Session, const PROGRESS& a_Progress) {
-    while (const auto l_Event = a_Session.Manager().TakeEvent(TICK)) {
-        if (l_Event->m_Event == BMI_GROUP_FIRMWARE_UPDATE) return UpgradeOf(l_Event->m_Params).m_State;
-        a_Progress.Line(EventLine(*l_Event));
+std::optional<int> Outcome(Session& session, const Progress& progress) {
+    while (const auto event = session.Manager().TakeEvent(Tick)) {
+        if (event->m_event == BMI_GROUP_FIRMWARE_UPDATE) return UpgradeOf(event->m_params).m_state;
+        progress.Line(EventLine(*event));
     }
-    int l_Result = 0;
-    const auto l_Row = a_Session.Row(BMI_GROUP_FIRMWARE_UPDATE, {}, l_Result);
-    if (l_Row == nullptr) return UPGRADE_HAS_FAILED;
-    const int l_State = UpgradeOf(*l_Row).m_State;
-    if (l_State == UPGRADE_IS_RUNNING) return std::nullopt;
-    a_Session.Manager().TakeEvent(std::chrono::milliseconds(0)); // it may have come in between
-    return l_State;
+    int result = 0;
+    const auto row = session.Row(BMI_GROUP_FIRMWARE_UPDATE, {}, result);
+    if (row == nullptr) return UpgradeHasFailed;
+    const int state = UpgradeOf(*row).m_state;
+    if (state == UpgradeIsRunning) return std::nullopt;
+    session.Manager().TakeEvent(std::chrono::milliseconds(0)); // it may have come in between
+    return state;
 }
 
 } // namespace
 
-FIRMWARE_ORDER ParseFirmwareOrder(const std::vector<std::string>& a_Words) {
-    CLI::App l_App("", "firmware");
-    std::vector<std::string> l_Words;
-    std::string l_Target;
-    int l_Bay = 0;
-    FIRMWARE_ORDER l_Order;
-    l_App.set_help_flag();
-    l_App.add_option("WORDS", l_Words);
-    l_App.add_option("--target", l_Target);
-    l_App.add_option("--bay", l_Bay)->check(CLI::Range(FIRST_AMC_BAY, LAST_AMC_BAY));
-    l_App.add_flag("--dry-run", l_Order.m_DryRun);
+FirmwareOrder ParseFirmwareOrder(const std::vector<std::string>& words) {
+    CLI::App app("", "firmware");
+    std::vector<std::string> positional;
+    std::string target;
+    int bay = 0;
+    FirmwareOrder order;
+    app.set_help_flag();
+    app.add_option("WORDS", positional);
+    app.add_option("--target", target);
+    app.add_option("--bay", bay)->check(CLI::Range(FirstAmcBay, LastAmcBay));
+    app.add_flag("--dry-run", order.m_dryRun);
     try {
-        l_App.parse(std::vector<std::string>(a_Words.rbegin(), a_Words.rend())); // as the library wants them
-    } catch (const CLI::ParseError& l_Error) {
-        throw USAGE_ERROR(std::string("firmware: ") + l_Error.what());
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend())); // as the library wants them
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(std::string("firmware: ") + error.what());
     }
-    if (l_Words.size() == 2 && l_Words[1] == "show" && a_Words.size() == 2) {
-        l_Order.m_Show = true;
-        return l_Order;
+    if (positional.size() == 2 && positional[1] == "show" && words.size() == 2) {
+        order.m_show = true;
+        return order;
     }
-    if (l_Words.size() != 3 || l_Words[1] != "update" || l_App.count("--target") == 0)
-        throw USAGE_ERROR(std::string("firmware: expected ") + FIRMWARE_USAGE);
-    l_Order.m_Place = PlaceOf(l_Target, l_App.count("--bay") > 0 ? std::optional(l_Bay) : std::nullopt);
-    l_Order.m_File = CheckedFile(l_Words[2]);
-    return l_Order;
+    if (positional.size() != 3 || positional[1] != "update" || app.count("--target") == 0)
+        throw UsageError(std::string("firmware: expected ") + FirmwareUsage);
+    order.m_place = PlaceOf(target, app.count("--bay") > 0 ? std::optional(bay) : std::nullopt);
+    order.m_file = CheckedFile(positional[2]);
+    return order;
 }
 
-std::string FirmwareDryRun(const FIRMWARE_ORDER& a_Order) {
-    CBMITable l_Table;
-    CBMIParams l_Values = ValuesOf(a_Order);
-    l_Table.AddRow(l_Values);
-    return UpgradeTargetText(a_Order.m_Place) + ": nothing is written; an upgrade would write to 0x600\n" +
-           AlignedTable(TableLines(l_Table), false);
+std::string FirmwareDryRun(const FirmwareOrder& order) {
+    CBMITable table;
+    CBMIParams values = ValuesOf(order);
+    table.AddRow(values);
+    return UpgradeTargetText(order.m_place) + ": nothing is written; an upgrade would write to 0x600\n" +
+           AlignedTable(TableLines(table), false);
 }
 
-bool ShowFirmware(SESSION& a_Session, std::string& a_Text) {
-    int l_Result = 0;
-    const auto l_Row = a_Session.Row(BMI_GROUP_FIRMWARE_UPDATE, {}, l_Result);
-    if (l_Result != SUCCESS || l_Row == nullptr) {
-        a_Text += "the state of firmware upgrades cannot be read: " + ResultText(l_Result) + "\n";
+bool ShowFirmware(Session& session, std::string& text) {
+    int result = 0;
+    const auto row = session.Row(BMI_GROUP_FIRMWARE_UPDATE, {}, result);
+    if (result != Success || row == nullptr) {
+        text += "the state of firmware upgrades cannot be read: " + ResultText(result) + "\n";
         return false;
     }
-    const UPGRADE_ROW l_Upgrade = UpgradeOf(*l_Row);
-    a_Text += UpgradeTargetText(l_Upgrade) + ": " + std::string(UpgradeStateName(l_Upgrade.m_State)) + "\n";
-    return l_Upgrade.m_State != UPGRADE_HAS_FAILED;
+    const UpgradeRow upgrade = UpgradeOf(*row);
+    text += UpgradeTargetText(upgrade) + ": " + std::string(UpgradeStateName(upgrade.m_state)) + "\n";
+    return upgrade.m_state != UpgradeHasFailed;
 }
 
-bool UpdateFirmware(SESSION& a_Session, const FIRMWARE_ORDER& a_Order, int a_Output) {
-    const std::string l_Place = UpgradeTargetText(a_Order.m_Place);
-    CBMIKeys l_Keys;
-    CBMIParams l_Values = ValuesOf(a_Order);
+bool UpdateFirmware(Session& session, const FirmwareOrder& order, int output) {
+    const std::string place = UpgradeTargetText(order.m_place);
+    CBMIKeys keys;
+    CBMIParams values = ValuesOf(order);
     fflush(stdout);
     ForgetWithheld(); // what init printed is not the tool's
-    if (const int l_Result = a_Session.WriteRow(BMI_GROUP_FIRMWARE_UPDATE, l_Keys, l_Values); l_Result != SUCCESS) {
-        WriteAll(a_Output, l_Place + ": the adaptor did not begin the upgrade: " + ResultText(l_Result) + "\n");
+    if (const int result = session.WriteRow(BMI_GROUP_FIRMWARE_UPDATE, keys, values); result != Success) {
+        WriteAll(output, place + ": the adaptor did not begin the upgrade: " + ResultText(result) + "\n");
         return false;
     }
-    PROGRESS l_Progress(l_Place, a_Output);
-    std::optional<int> l_State;
-    for (l_Progress.Tick(); !(l_State = Outcome(a_Session, l_Progress));)
-        l_Progress.Tick();
-    l_Progress.End(l_State == UPGRADE_IS_DONE);
+    Progress progress(place, output);
+    std::optional<int> state;
+    for (progress.Tick(); !(state = Outcome(session, progress));)
+        progress.Tick();
+    progress.End(state == UpgradeIsDone);
     fflush(stdout);
-    if (l_State != UPGRADE_IS_DONE) ShowWithheld(); // the tool's report
-    return l_State == UPGRADE_IS_DONE;
+    if (state != UpgradeIsDone) ShowWithheld(); // the tool's report
+    return state == UpgradeIsDone;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -6,23 +6,23 @@
 #include <string>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
-enum class LED_ACTION { On, Off, Blink, Local };
+enum class LedAction { On, Off, Blink, Local };
 
-struct LED_ORDER {
-    LED_PLACE m_Place{};
-    LED_ACTION m_Action = LED_ACTION::On;
-    int m_Color = LED_NO_COLOR; ///< none: the adaptor chooses
-    int m_OnTime = 0;           ///< milliseconds, for blinking
-    int m_OffTime = 0;
+struct LedOrder {
+    LedPlace m_place{};
+    LedAction m_action = LedAction::On;
+    int m_color = LedNoColor; ///< none: the adaptor chooses
+    int m_onTime = 0;         ///< milliseconds, for blinking
+    int m_offTime = 0;
 };
 
-/// From the words `led set BAY LED on|off|blink|local …`. Throws USAGE_ERROR saying what was expected.
-LED_ORDER ParseLedOrder(const std::vector<std::string>& a_Words);
+/// From the words `led set BAY LED on|off|blink|local …`. Throws UsageError saying what was expected.
+LedOrder ParseLedOrder(const std::vector<std::string>& words);
 
-/// Between init and fin. Appends the LED as it is read afterwards to `a_Text`, and to `a_Remarks` one line each for
+/// Between init and fin. Appends the LED as it is read afterwards to `text`, and to `remarks` one line each for
 /// what will not be as it was asked for, and for a refusal. True when the LED was set.
-bool SetLed(SESSION& a_Session, const LED_ORDER& a_Order, bool a_Color, std::string& a_Text, std::string& a_Remarks);
+bool SetLed(Session& session, const LedOrder& order, bool color, std::string& text, std::string& remarks);
 
-} // namespace BMHOST
+} // namespace bmhost

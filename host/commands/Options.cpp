@@ -12,59 +12,59 @@
 #include <limits>
 #include <system_error>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
 // What more its help tells.
-enum class MORE { Nothing, Parameters, ParametersAndLife };
+enum class More { Nothing, Parameters, ParametersAndLife };
 
 // Where it can be given.
-enum class PLACE { Everywhere, CommandLine, Prompt };
+enum class Place { Everywhere, CommandLine, Prompt };
 
-struct COMMAND {
-    const char* m_Name;
-    const char* m_Usage;
-    const char* m_Summary;
-    const char* m_Details;
-    MORE m_More;
-    PLACE m_Place = PLACE::Everywhere;
+struct Command {
+    const char* m_name;
+    const char* m_usage;
+    const char* m_summary;
+    const char* m_details;
+    More m_more;
+    Place m_place = Place::Everywhere;
 };
 
-constexpr const char* PARAMETER_HELP =
+constexpr const char* ParameterHelp =
     "\nGROUP and ID are numbers (0x30200) or names, with or without their prefix, in any case (`bmhost groups`). An ID of\n"
     "the group's own may also be written as its column is shown: bay, run_status.\n"
     "VALUE is an integer (decimal or 0x…), true or false, or text; i: u: s: b: before it force the type 1, 2, 4 or 0.\n";
 
-constexpr const char* LIFE_HELP =
+constexpr const char* LifeHelp =
     "\n`init` is called before and `fin` after; they show nothing and do not count for the exit status.\n";
 
-constexpr COMMAND COMMANDS[] = {
-    {"init", "init", "call Init", "The adaptor learns the hardware. Shows the result; 1 is success.\n", MORE::Nothing},
+constexpr Command Commands[] = {
+    {"init", "init", "call Init", "The adaptor learns the hardware. Shows the result; 1 is success.\n", More::Nothing},
     {"start", "start", "call Start", "The adaptor brings the blade into service. Useful in a script, after init.\n",
-     MORE::Nothing},
+     More::Nothing},
     {"stop", "stop", "call Stop", "The adaptor stops the media software. Useful in a script, after start.\n",
-     MORE::Nothing},
-    {"fin", "fin", "call Fin", "The adaptor releases what Init made. Useful in a script, at its end.\n", MORE::Nothing},
+     More::Nothing},
+    {"fin", "fin", "call Fin", "The adaptor releases what Init made. Useful in a script, at its end.\n", More::Nothing},
     {"read", "read GROUP [ID=VALUE ...]", "read one row", "Example: bmhost read AMC_TABLE bay=9\n",
-     MORE::ParametersAndLife},
+     More::ParametersAndLife},
     {"table", "table GROUP", "read a whole table", "Example: bmhost --json table HARDWARE_BOARD\n",
-     MORE::ParametersAndLife},
+     More::ParametersAndLife},
     {"write", "write GROUP [ID=VALUE ...] -- [ID=VALUE ...]", "write values; keys before --, values after",
-     "Example: bmhost write AMC_TABLE bay=3 -- run_status=4\n", MORE::ParametersAndLife},
+     "Example: bmhost write AMC_TABLE bay=3 -- run_status=4\n", More::ParametersAndLife},
     {"script", "script FILE|-", "make the calls of a file, or of standard input, in one process",
      "One call a line: init, start, stop, fin, read ..., table ..., write ..., `sleep MS`, `wait-event MS` (shows the next\n"
      "event, or says that none came). '#' begins a comment; '…' or \"…\" keep blanks in a value. A line that cannot be\n"
      "meant ends the script with status 2; a call that does not return 1 does not end it.\n"
      "Example: printf 'init\\ntable HARDWARE_BOARD\\nfin\\n' | bmhost script -\n",
-     MORE::Parameters, PLACE::CommandLine},
+     More::Parameters, Place::CommandLine},
     {"inventory", "inventory", "show the blade's hardware",
      "Board, modules and what they carry, as tables for people; status 1 when the board's table cannot be read.\n",
-     MORE::Nothing},
+     More::Nothing},
     {"leds", "leds", "show the blade's LEDs",
      "Every LED of baseboard, AMCs and RTM, read one by one: an LED that cannot be read does not hide the others, but makes\n"
      "the status 1.\n",
-     MORE::Nothing},
+     More::Nothing},
     {"led", "led set BAY LED ACTION [--color C] ...", "set one LED",
      "BAY is board, rtm or a bay from 1 to 9. LED is hot-swap (1), out-of-service (2), health (3) or 4.\n"
      "ACTION is on, off, blink or local: back under local control. Blinking is 500 ms on and 500 ms off unless --on MS and\n"
@@ -73,29 +73,29 @@ constexpr COMMAND COMMANDS[] = {
      "Of the modules the adaptor sets the LEDs of the first AMC only, whatever the bay: standard error says so.\n"
      "Shows the LED as it is read afterwards. Status 0 when it was set.\n"
      "Example: bmhost led set 1 health blink --color amber --on 200 --off 800\n",
-     MORE::Nothing},
+     More::Nothing},
     {"dsp", "dsp [set-ip N ADDRESS]", "show the DSPs and their addresses",
      "Every DSP that the AMCs have: its number across the blade, where it is, MAC and IP address.\n"
      "dsp set-ip N ADDRESS gives DSP N (1 to 32) another IP address, and shows it as it is read afterwards.\n"
      "Status 0 when there are DSPs and each has its addresses; when the address was stored.\n"
      "Example: bmhost dsp set-ip 5 192.168.0.25\n",
-     MORE::Nothing},
+     More::Nothing},
     {"switch", "switch [enable|disable PORT]", "show the external ports of the Ethernet switch",
      "Their state as the adaptor keeps it, and the links as the switch has them.\n"
      "switch enable PORT and switch disable PORT set port 1 to 4, and show it as it is read afterwards.\n"
      "Status 0 when there are ports and every link is known; when the port was set and its state stored.\n"
      "Example: bmhost switch disable 2\n",
-     MORE::Nothing},
+     More::Nothing},
     {"pstn", "pstn", "show what the PCI driver was told of the PSTN",
      "The records of the simulated blade's driver file, in their order. Needs no adaptor, but a blade: bladesim -- ...\n",
-     MORE::Nothing},
+     More::Nothing},
     {"status", "status", "show run status and LEDs of the blade",
      "Run status, out-of-service and health LED of baseboard, AMCs and RTM, and the last firmware upgrade. The run status\n"
      "is what this process's adaptor gave: `status` alone knows none, in a `shell` it follows `start`. The LEDs are the\n"
      "hardware's. With --json one line.\n"
      "Status 0 when board, modules and upgrade could be read, no module has failed (5), and the last upgrade has not. LEDs\n"
      "do not count.\n",
-     MORE::Nothing},
+     More::Nothing},
     {"firmware", "firmware update --target T [--bay N] FILE [--dry-run]", "upgrade firmware; firmware show: its state",
      "--target is board, amc (with --bay, 1 to 8) or rtm. FILE has to be a regular file that is not empty; the adaptor is\n"
      "given its absolute path. Follows the upgrade to its end and shows for how long it runs; when it fails, standard error\n"
@@ -104,156 +104,154 @@ constexpr COMMAND COMMANDS[] = {
      "--dry-run checks the words and the file, and shows what would be written.\n"
      "firmware show shows target and state of the last upgrade of this process's adaptor.\n"
      "Example: bmhost firmware update --target amc --bay 3 image.bin\n",
-     MORE::Nothing},
+     More::Nothing},
     {"run", "run", "be a resident host until Ctrl-C or SIGTERM",
      "Calls init and start, tells events and health as they happen, one line each (with --json a JSON line), and at SIGINT,\n"
      "SIGTERM or SIGHUP calls stop and fin. A tool that runs is let end first; Ctrl-C reaches it as well, as in a shell.\n"
      "The third signal ends bmhost at once. What the tools printed is shown when start or stop fails, or a fault is found;\n"
      "the log is not: --log FILE keeps it, --log-level 3 shows both.\n"
      "Status 0 when every call returned 1 and no fault of the health was found. Ends by itself when init or start fails.\n",
-     MORE::Nothing, PLACE::CommandLine},
+     More::Nothing, Place::CommandLine},
     {"shell", "shell", "make calls and give commands at a prompt",
      "The calls of a script and the commands for people, in one process; help [COMMAND] lists or explains them, quit or\n"
      "Ctrl-D ends. On a terminal with history and completion (Tab). init is called when a command, a read, a table or a\n"
      "write needs it; start does not. At the end what was started is stopped, and fin called. Errors end nothing.\n"
      "Without a terminal: plain lines, no prompt. Status 0 when nothing went wrong.\n"
      "Example: printf 'init\\nstart\\nstatus\\n' | bmhost shell\n",
-     MORE::Parameters, PLACE::CommandLine},
-    {"groups", "groups", "list the parameter groups and their parameters", "Needs no adaptor.\n", MORE::Nothing},
+     More::Parameters, Place::CommandLine},
+    {"groups", "groups", "list the parameter groups and their parameters", "Needs no adaptor.\n", More::Nothing},
     {"completions", "completions WORD ...", "list what the last word may become",
      "For the completion of a shell. WORD ... is the command and its words, the last one begun or empty.\n"
      "Example: bmhost completions write amc_table run\n",
-     MORE::Nothing, PLACE::CommandLine},
-    {"sleep", "sleep MS", "wait", "Shows nothing.\n", MORE::Nothing, PLACE::Prompt},
+     More::Nothing, Place::CommandLine},
+    {"sleep", "sleep MS", "wait", "Shows nothing.\n", More::Nothing, Place::Prompt},
     {"wait-event", "wait-event MS", "show the oldest event not yet shown",
-     "Waits up to that long for one, and says it when none came.\n", MORE::Nothing, PLACE::Prompt},
-    {"help", "help [COMMAND]", "list the commands, or explain one", "", MORE::Nothing, PLACE::Prompt},
+     "Waits up to that long for one, and says it when none came.\n", More::Nothing, Place::Prompt},
+    {"help", "help [COMMAND]", "list the commands, or explain one", "", More::Nothing, Place::Prompt},
     {"quit", "quit", "end the shell", "So do exit, and Ctrl-D. What was started is stopped, and fin called.\n",
-     MORE::Nothing, PLACE::Prompt},
+     More::Nothing, Place::Prompt},
 };
 
-const COMMAND* FindCommand(const std::string& a_Name, PLACE a_NotIn) {
-    const auto* l_Found = std::find_if(std::begin(COMMANDS), std::end(COMMANDS), [&](const COMMAND& a_Command) {
-        return a_Name == a_Command.m_Name && a_Command.m_Place != a_NotIn;
+const Command* FindCommand(const std::string& name, Place notIn) {
+    const auto* found = std::find_if(std::begin(Commands), std::end(Commands), [&](const Command& command) {
+        return name == command.m_name && command.m_place != notIn;
     });
-    return l_Found != std::end(COMMANDS) ? l_Found : nullptr;
+    return found != std::end(Commands) ? found : nullptr;
 }
 
-std::string CommandHelp(const COMMAND& a_Command) {
-    return std::string("Usage: ") + (a_Command.m_Place != PLACE::Prompt ? "bmhost [OPTIONS] " : "") +
-           a_Command.m_Usage + "\n\n" + a_Command.m_Summary + "\n\n" + a_Command.m_Details +
-           (a_Command.m_More != MORE::Nothing ? PARAMETER_HELP : "") +
-           (a_Command.m_More == MORE::ParametersAndLife ? LIFE_HELP : "");
+std::string CommandHelp(const Command& command) {
+    return std::string("Usage: ") + (command.m_place != Place::Prompt ? "bmhost [OPTIONS] " : "") + command.m_usage +
+           "\n\n" + command.m_summary + "\n\n" + command.m_details +
+           (command.m_more != More::Nothing ? ParameterHelp : "") +
+           (command.m_more == More::ParametersAndLife ? LifeHelp : "");
 }
 
 // All but those that can only be given elsewhere.
-std::string CommandList(PLACE a_NotIn) {
-    std::string l_Text;
-    for (const COMMAND& l_Command : COMMANDS) {
-        if (l_Command.m_Place == a_NotIn) continue;
-        const std::string l_Usage = l_Command.m_Usage;
-        l_Text += "  " + l_Usage + std::string(l_Usage.size() < 46 ? 46 - l_Usage.size() : 1, ' ') +
-                  l_Command.m_Summary + "\n";
+std::string CommandList(Place notIn) {
+    std::string text;
+    for (const Command& found : Commands) {
+        if (found.m_place == notIn) continue;
+        const std::string usage = found.m_usage;
+        text += "  " + usage + std::string(usage.size() < 46 ? 46 - usage.size() : 1, ' ') + found.m_summary + "\n";
     }
-    return l_Text;
+    return text;
 }
 
 std::string Footer() {
-    return "Commands (bmhost COMMAND --help tells more):\n" + CommandList(PLACE::Prompt) +
+    return "Commands (bmhost COMMAND --help tells more):\n" + CommandList(Place::Prompt) +
            "\nExit status: 0 every call returned 1, 1 some call did not, 2 bad usage, 3 the adaptor could not be loaded.\n";
 }
 
 // What is not there yet will be made; what is no folder would silently keep nothing.
-std::string CheckFolder(const std::string& a_Path) {
-    std::error_code l_Unknown;
-    const bool l_Good = !std::filesystem::exists(a_Path, l_Unknown) || std::filesystem::is_directory(a_Path, l_Unknown);
-    return l_Good ? "" : "'" + a_Path + "' is no folder";
+std::string CheckFolder(const std::string& path) {
+    std::error_code unknown;
+    const bool good = !std::filesystem::exists(path, unknown) || std::filesystem::is_directory(path, unknown);
+    return good ? "" : "'" + path + "' is no folder";
 }
 
 } // namespace
 
 std::vector<std::string> PromptCommands() {
-    std::vector<std::string> l_Names;
-    for (const COMMAND& l_Command : COMMANDS) {
-        if (l_Command.m_Place != PLACE::CommandLine) l_Names.emplace_back(l_Command.m_Name);
+    std::vector<std::string> names;
+    for (const Command& found : Commands) {
+        if (found.m_place != Place::CommandLine) names.emplace_back(found.m_name);
     }
-    return l_Names;
+    return names;
 }
 
-std::string HelpText(const std::string& a_Command) {
-    if (a_Command.empty()) return CommandList(PLACE::CommandLine);
-    if (const COMMAND* const l_Command = FindCommand(a_Command, PLACE::CommandLine)) return CommandHelp(*l_Command);
-    throw USAGE_ERROR("no help for '" + a_Command + "': expected a command that `help` lists");
+std::string HelpText(const std::string& command) {
+    if (command.empty()) return CommandList(Place::CommandLine);
+    if (const Command* const found = FindCommand(command, Place::CommandLine)) return CommandHelp(*found);
+    throw UsageError("no help for '" + command + "': expected a command that `help` lists");
 }
 
 // In $XDG_STATE_HOME, or ~/.local/state.
-std::string StateFile(const std::string& a_Name) {
-    if (const char* l_State = getenv("XDG_STATE_HOME"); l_State != nullptr && l_State[0] != '\0') {
-        return std::string(l_State) + "/" + a_Name;
+std::string StateFile(const std::string& name) {
+    if (const char* state = getenv("XDG_STATE_HOME"); state != nullptr && state[0] != '\0') {
+        return std::string(state) + "/" + name;
     }
-    const char* l_Home = getenv("HOME");
-    return std::string(l_Home != nullptr ? l_Home : "") + "/.local/state/" + a_Name;
+    const char* home = getenv("HOME");
+    return std::string(home != nullptr ? home : "") + "/.local/state/" + name;
 }
 
-OPTIONS ParseOptions(int a_Argc, const char* const* a_Argv) {
-    OPTIONS l_Options;
-    l_Options.m_Storage = StateFile("bmhost");
-    CLI::App l_App("Loads an adaptor as a board manager does, and makes the calls that you give.", "bmhost");
-    l_App.footer(Footer());
-    l_App.set_version_flag("--version", "bmhost " BMHOST_VERSION);
-    l_App.add_option("--adaptor", l_Options.m_Adaptor, "the adaptor's library; default: the one installed with bmhost")
+Options ParseOptions(int argc, const char* const* argv) {
+    Options options;
+    options.m_storage = StateFile("bmhost");
+    CLI::App app("Loads an adaptor as a board manager does, and makes the calls that you give.", "bmhost");
+    app.footer(Footer());
+    app.set_version_flag("--version", "bmhost " BMHOST_VERSION);
+    app.add_option("--adaptor", options.m_adaptor, "the adaptor's library; default: the one installed with bmhost")
         ->type_name("FILE");
-    l_App.add_option("--mode", l_Options.m_Mode, "the host's mode; in modes 1 and 3 the adaptor touches the board")
+    app.add_option("--mode", options.m_mode, "the host's mode; in modes 1 and 3 the adaptor touches the board")
         ->type_name("N")
         ->capture_default_str();
-    l_App.add_option("--log-level", l_Options.m_LogLevel, "the global log level; 3 shows traces")
+    app.add_option("--log-level", options.m_logLevel, "the global log level; 3 shows traces")
         ->type_name("N")
         ->capture_default_str();
-    l_App.add_option("--log", l_Options.m_LogFile, "write the log to this file as well")->type_name("FILE");
-    l_App.add_option("--storage", l_Options.m_Storage, "the folder of the host's storage")
+    app.add_option("--log", options.m_logFile, "write the log to this file as well")->type_name("FILE");
+    app.add_option("--storage", options.m_storage, "the folder of the host's storage")
         ->type_name("DIR")
         ->check(CheckFolder)
         ->capture_default_str();
-    l_App.add_flag("--json", l_Options.m_Json, "one JSON line a call; what the adaptor prints goes to standard error");
-    l_App
-        .add_option("--notice-after", l_Options.m_NoticeAfter,
-                    "milliseconds after which standard error tells of a call that does not return")
+    app.add_flag("--json", options.m_json, "one JSON line a call; what the adaptor prints goes to standard error");
+    app.add_option("--notice-after", options.m_noticeAfter,
+                   "milliseconds after which standard error tells of a call that does not return")
         ->type_name("MS")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))
         ->capture_default_str();
-    l_App.prefix_command();
+    app.prefix_command();
     try {
-        l_App.parse(a_Argc, a_Argv);
+        app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
-        l_Options.m_Answer = l_App.help();
-        const std::string l_Usage = "[OPTIONS]"; // the library knows nothing of our commands
-        l_Options.m_Answer.replace(l_Options.m_Answer.find(l_Usage), l_Usage.size(), l_Usage + " COMMAND ...");
-        return l_Options;
-    } catch (const CLI::CallForVersion& l_Version) {
-        l_Options.m_Answer = std::string(l_Version.what()) + "\n";
-        return l_Options;
-    } catch (const CLI::ParseError& l_Error) {
-        throw USAGE_ERROR(l_Error.what());
+        options.m_answer = app.help();
+        const std::string usage = "[OPTIONS]"; // the library knows nothing of our commands
+        options.m_answer.replace(options.m_answer.find(usage), usage.size(), usage + " COMMAND ...");
+        return options;
+    } catch (const CLI::CallForVersion& version) {
+        options.m_answer = std::string(version.what()) + "\n";
+        return options;
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(error.what());
     }
-    l_Options.m_Command = l_App.remaining();
-    if (l_Options.m_Command.empty()) throw USAGE_ERROR("no command: expected one of those that `bmhost --help` lists");
-    const COMMAND* l_Command = FindCommand(l_Options.m_Command[0], PLACE::Prompt);
-    if (l_Command == nullptr) {
-        throw USAGE_ERROR((l_Options.m_Command[0].starts_with("-") ? "unknown option '" : "unknown command '") +
-                          l_Options.m_Command[0] + "': expected one of those that `bmhost --help` lists");
+    options.m_command = app.remaining();
+    if (options.m_command.empty()) throw UsageError("no command: expected one of those that `bmhost --help` lists");
+    const Command* found = FindCommand(options.m_command[0], Place::Prompt);
+    if (found == nullptr) {
+        throw UsageError((options.m_command[0].starts_with("-") ? "unknown option '" : "unknown command '") +
+                         options.m_command[0] + "': expected one of those that `bmhost --help` lists");
     }
     // Half a command line may have any words.
-    if (l_Options.m_Command[0] == "completions" && l_Options.m_Command.size() > 2) return l_Options;
+    if (options.m_command[0] == "completions" && options.m_command.size() > 2) return options;
     // No word of a command looks like an option, but for those with options of their own.
-    const bool l_OwnOptions = l_Options.m_Command[0] == "led" || l_Options.m_Command[0] == "firmware";
-    for (auto l_Word = l_Options.m_Command.begin() + 1; l_Word != l_Options.m_Command.end(); ++l_Word) {
-        if (*l_Word == "--help" || *l_Word == "-h") {
-            l_Options.m_Answer = CommandHelp(*l_Command);
-        } else if (!l_OwnOptions && l_Word->size() > 2 && l_Word->starts_with("--")) {
-            throw USAGE_ERROR("'" + *l_Word + "' after the command: options stand before it");
+    const bool ownOptions = options.m_command[0] == "led" || options.m_command[0] == "firmware";
+    for (auto word = options.m_command.begin() + 1; word != options.m_command.end(); ++word) {
+        if (*word == "--help" || *word == "-h") {
+            options.m_answer = CommandHelp(*found);
+        } else if (!ownOptions && word->size() > 2 && word->starts_with("--")) {
+            throw UsageError("'" + *word + "' after the command: options stand before it");
         }
     }
-    return l_Options;
+    return options;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -9,89 +9,88 @@
 #include "host/words/Names.h"
 #include "host/words/Value.h"
 
-namespace BMHOST {
+namespace bmhost {
 
 using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr int LAST_PORT = 4;
-constexpr int ENABLED = 1;
-constexpr int DISABLED = 0;
-constexpr int LINK_DOWN = 0;
-constexpr int LINK_UP = 1;
+constexpr int LastPort = 4;
+constexpr int Enabled = 1;
+constexpr int Disabled = 0;
+constexpr int LinkDown = 0;
+constexpr int LinkUp = 1;
 
-const std::vector<std::string> PORT_HEADING = {"port", "name", "leads to", "state", "link"};
+const std::vector<std::string> PortHeading = {"port", "name", "leads to", "state", "link"};
 
 // Any stored number but 1 disables the port, and is kept.
-std::string StateText(int32_t a_Admin) {
-    if (a_Admin == ENABLED) return "enabled";
-    return a_Admin == DISABLED ? "disabled" : "disabled (" + std::to_string(a_Admin) + ")";
+std::string StateText(int32_t admin) {
+    if (admin == Enabled) return "enabled";
+    return admin == Disabled ? "disabled" : "disabled (" + std::to_string(admin) + ")";
 }
 
-std::string LinkText(int32_t a_Oper) {
-    if (a_Oper == LINK_UP) return "up";
-    return a_Oper == LINK_DOWN ? "down" : "unknown";
+std::string LinkText(int32_t oper) {
+    if (oper == LinkUp) return "up";
+    return oper == LinkDown ? "down" : "unknown";
 }
 
-std::string TypeText(int32_t a_Type) {
-    constexpr int FABRIC = 2;
-    constexpr int RTM = 3;
-    if (a_Type == FABRIC) return "fabric";
-    return a_Type == RTM ? "RTM" : std::to_string(a_Type);
+std::string TypeText(int32_t type) {
+    constexpr int Fabric = 2;
+    constexpr int RtmBoard = 3;
+    if (type == Fabric) return "fabric";
+    return type == RtmBoard ? "RTM" : std::to_string(type);
 }
 
-std::vector<std::string> PortLine(const CBMIParams& a_Row) {
-    return {TextOf(a_Row, BMI_HW_AMC_SWITCHPORT_NUM), TextOf(a_Row, BMI_HW_AMC_SWITCHPORT_NAME),
-            TypeText(IntegerOf(a_Row, BMI_HW_AMC_SWITCHPORT_TYPE)),
-            StateText(IntegerOf(a_Row, BMI_HW_AMC_SWITCHPORT_ADMIN)),
-            LinkText(IntegerOf(a_Row, BMI_HW_AMC_SWITCHPORT_OPER))};
+std::vector<std::string> PortLine(const CBMIParams& row) {
+    return {TextOf(row, BMI_HW_AMC_SWITCHPORT_NUM), TextOf(row, BMI_HW_AMC_SWITCHPORT_NAME),
+            TypeText(IntegerOf(row, BMI_HW_AMC_SWITCHPORT_TYPE)),
+            StateText(IntegerOf(row, BMI_HW_AMC_SWITCHPORT_ADMIN)),
+            LinkText(IntegerOf(row, BMI_HW_AMC_SWITCHPORT_OPER))};
 }
 
 } // namespace
 
-SWITCH_ORDER ParseSwitchOrder(const std::vector<std::string>& a_Words) {
-    if (a_Words.size() != 3 || (a_Words[1] != "enable" && a_Words[1] != "disable"))
-        throw USAGE_ERROR("switch: expected switch, or switch enable|disable PORT");
-    const auto l_Port = ParseNumber(a_Words[2]);
-    if (!l_Port || *l_Port < 1 || *l_Port > LAST_PORT)
-        throw USAGE_ERROR("switch: PORT '" + a_Words[2] + "': expected a port from 1 to " + std::to_string(LAST_PORT));
-    return {static_cast<int>(*l_Port), a_Words[1] == "enable"};
+SwitchOrder ParseSwitchOrder(const std::vector<std::string>& words) {
+    if (words.size() != 3 || (words[1] != "enable" && words[1] != "disable"))
+        throw UsageError("switch: expected switch, or switch enable|disable PORT");
+    const auto port = ParseNumber(words[2]);
+    if (!port || *port < 1 || *port > LastPort)
+        throw UsageError("switch: PORT '" + words[2] + "': expected a port from 1 to " + std::to_string(LastPort));
+    return {static_cast<int>(*port), words[1] == "enable"};
 }
 
-bool SwitchTable(SESSION& a_Session, bool a_Color, std::string& a_Text) {
-    int l_Result = 0;
-    const auto l_Table = a_Session.Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, l_Result);
-    std::vector<std::vector<std::string>> l_Lines = {PORT_HEADING};
-    bool l_AllKnown = l_Result == SUCCESS;
-    for (int i = 0; l_Table != nullptr && i < l_Table->GetSize(); ++i) {
-        const CBMIParams& l_Row = *l_Table->Get(i);
-        const int32_t l_Link = IntegerOf(l_Row, BMI_HW_AMC_SWITCHPORT_OPER);
-        l_AllKnown = l_AllKnown && (l_Link == LINK_UP || l_Link == LINK_DOWN);
-        l_Lines.push_back(PortLine(l_Row));
+bool SwitchTable(Session& session, bool color, std::string& text) {
+    int result = 0;
+    const auto table = session.Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, result);
+    std::vector<std::vector<std::string>> lines = {PortHeading};
+    bool allKnown = result == Success;
+    for (int i = 0; table != nullptr && i < table->GetSize(); ++i) {
+        const CBMIParams& row = *table->Get(i);
+        const int32_t link = IntegerOf(row, BMI_HW_AMC_SWITCHPORT_OPER);
+        allKnown = allKnown && (link == LinkUp || link == LinkDown);
+        lines.push_back(PortLine(row));
     }
-    const bool l_HasPorts = l_Lines.size() > 1;
-    a_Text += l_HasPorts ? AlignedTable(l_Lines, a_Color) : "no switch port: a blade without DSPs serves none\n";
-    return l_HasPorts && l_AllKnown;
+    const bool hasPorts = lines.size() > 1;
+    text += hasPorts ? AlignedTable(lines, color) : "no switch port: a blade without DSPs serves none\n";
+    return hasPorts && allKnown;
 }
 
-bool SetSwitchPort(SESSION& a_Session, const SWITCH_ORDER& a_Order, bool a_Color, std::string& a_Text,
-                   std::string& a_Remarks) {
-    CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, a_Order.m_Port);
-    CBMIParams l_Values;
-    l_Values.Add(Integer(BMI_HW_AMC_SWITCHPORT_ADMIN, a_Order.m_Enable ? ENABLED : DISABLED, false));
-    const int l_Result = a_Session.WriteRow(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, l_Keys, l_Values);
-    if (l_Result != SUCCESS) {
-        a_Remarks += "port " + std::to_string(a_Order.m_Port) + ": " +
-                     (l_Result == NO_ROW ? "the blade serves no such port" : "the switch or the storage refused it") +
-                     "; the adaptor answered " + ResultText(l_Result) + "\n";
+bool SetSwitchPort(Session& session, const SwitchOrder& order, bool color, std::string& text, std::string& remarks) {
+    CBMIKeys keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, order.m_port);
+    CBMIParams values;
+    values.Add(Integer(BMI_HW_AMC_SWITCHPORT_ADMIN, order.m_enable ? Enabled : Disabled, false));
+    const int result = session.WriteRow(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, keys, values);
+    if (result != Success) {
+        remarks += "port " + std::to_string(order.m_port) + ": " +
+                   (result == NoRow ? "the blade serves no such port" : "the switch or the storage refused it") +
+                   "; the adaptor answered " + ResultText(result) + "\n";
         return false;
     }
-    int l_ReadResult = 0;
-    if (const auto l_Row = a_Session.Row(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, l_Keys, l_ReadResult);
-        l_Row != nullptr && l_ReadResult == SUCCESS)
-        a_Text += AlignedTable({PORT_HEADING, PortLine(*l_Row)}, a_Color);
+    int readResult = 0;
+    if (const auto row = session.Row(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, keys, readResult);
+        row != nullptr && readResult == Success)
+        text += AlignedTable({PortHeading, PortLine(*row)}, color);
     return true;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

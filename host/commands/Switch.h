@@ -4,24 +4,23 @@
 #include <string>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
-class SESSION;
+class Session;
 
-struct SWITCH_ORDER {
-    int m_Port = 0; ///< 1 to 4
-    bool m_Enable = false;
+struct SwitchOrder {
+    int m_port = 0; ///< 1 to 4
+    bool m_enable = false;
 };
 
-/// From the words `switch enable|disable PORT`. Throws USAGE_ERROR saying what was expected.
-SWITCH_ORDER ParseSwitchOrder(const std::vector<std::string>& a_Words);
+/// From the words `switch enable|disable PORT`. Throws UsageError saying what was expected.
+SwitchOrder ParseSwitchOrder(const std::vector<std::string>& words);
 
 /// Between init and fin: appends the ports as an aligned table. True when there are any and each one's link is known.
-bool SwitchTable(SESSION& a_Session, bool a_Color, std::string& a_Text);
+bool SwitchTable(Session& session, bool color, std::string& text);
 
-/// Between init and fin: appends the port as it is read afterwards to `a_Text`, or a line to `a_Remarks` that says why
+/// Between init and fin: appends the port as it is read afterwards to `text`, or a line to `remarks` that says why
 /// it was refused. True when the port was set and its state stored.
-bool SetSwitchPort(SESSION& a_Session, const SWITCH_ORDER& a_Order, bool a_Color, std::string& a_Text,
-                   std::string& a_Remarks);
+bool SetSwitchPort(Session& session, const SwitchOrder& order, bool color, std::string& text, std::string& remarks);
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace BMHOST {
+namespace bmhost {
 
 using BM_ADAPTOR::CBMIParam;
 using BM_ADAPTOR::CBMIParams;
@@ -16,79 +16,77 @@ using nlohmann::ordered_json;
 
 namespace {
 
-ordered_json Value(const CBMIParam& a_Param) {
-    switch (a_Param.GetType()) {
+ordered_json Value(const CBMIParam& param) {
+    switch (param.GetType()) {
     case BM_ADAPTOR::BMI_PARAM_BOOL:
-        return a_Param.GetBool();
+        return param.GetBool();
     case BM_ADAPTOR::BMI_PARAM_STRING:
-        return BM_PLATFORM::Utf8OfBytes(a_Param.GetString());
+        return BM_PLATFORM::Utf8OfBytes(param.GetString());
     case BM_ADAPTOR::BMI_PARAM_INT:
     case BM_ADAPTOR::BMI_PARAM_UINT:
         break;
     }
-    return a_Param.GetInt();
+    return param.GetInt();
 }
 
-ordered_json Row(const CBMIParams& a_Row) {
-    ordered_json l_Row = ordered_json::array();
-    for (int i = 0; i < a_Row.GetSize(); ++i) {
-        const CBMIParam& l_Param = *a_Row.Get(i);
-        l_Row.push_back({{"id", Hex(l_Param.GetId())},
-                         {"type", static_cast<int>(l_Param.GetType())},
-                         {"key", l_Param.IsKey()},
-                         {"value", Value(l_Param)}});
+ordered_json Row(const CBMIParams& row) {
+    ordered_json values = ordered_json::array();
+    for (int i = 0; i < row.GetSize(); ++i) {
+        const CBMIParam& param = *row.Get(i);
+        values.push_back({{"id", Hex(param.GetId())},
+                          {"type", static_cast<int>(param.GetType())},
+                          {"key", param.IsKey()},
+                          {"value", Value(param)}});
     }
-    return l_Row;
+    return values;
 }
 
-class JSON_OUTPUT final : public OUTPUT {
+class JsonOutput final : public Output {
 public:
-    explicit JSON_OUTPUT(int a_Descriptor) : m_Descriptor(a_Descriptor) {}
+    explicit JsonOutput(int descriptor) : m_descriptor(descriptor) {}
 
-    void Lifecycle(std::string_view a_Operation, int a_Result) override {
-        Line({{"op", a_Operation}, {"result", a_Result}});
-    }
+    void Lifecycle(std::string_view operation, int result) override { Line({{"op", operation}, {"result", result}}); }
 
-    void Read(unsigned a_Group, int a_Result, const CBMIParams* a_Row) override {
+    void Read(unsigned group, int result, const CBMIParams* row) override {
         Line({{"op", "read"},
-              {"group", Hex(a_Group)},
-              {"result", a_Result},
-              {"row", a_Row != nullptr ? Row(*a_Row) : ordered_json(nullptr)}});
+              {"group", Hex(group)},
+              {"result", result},
+              {"row", row != nullptr ? Row(*row) : ordered_json(nullptr)}});
     }
 
-    void Table(unsigned a_Group, int a_Result, const BM_ADAPTOR::CBMITable* a_Table) override {
-        ordered_json l_Rows = nullptr;
-        if (a_Table != nullptr) {
-            l_Rows = ordered_json::array();
-            for (int i = 0; i < a_Table->GetSize(); ++i)
-                l_Rows.push_back(Row(*a_Table->Get(i)));
+    void Table(unsigned group, int result, const BM_ADAPTOR::CBMITable* table) override {
+        ordered_json rows = nullptr;
+        if (table != nullptr) {
+            rows = ordered_json::array();
+            for (int i = 0; i < table->GetSize(); ++i)
+                rows.push_back(Row(*table->Get(i)));
         }
-        Line({{"op", "table"}, {"group", Hex(a_Group)}, {"result", a_Result}, {"rows", l_Rows}});
+        Line({{"op", "table"}, {"group", Hex(group)}, {"result", result}, {"rows", rows}});
     }
 
-    void Write(unsigned a_Group, int a_Result) override {
-        Line({{"op", "write"}, {"group", Hex(a_Group)}, {"result", a_Result}});
+    void Write(unsigned group, int result) override {
+        Line({{"op", "write"}, {"group", Hex(group)}, {"result", result}});
     }
 
-    void Event(unsigned a_Event, unsigned a_Number, const CBMIParams& a_Params) override {
-        Line({{"op", "event"}, {"event", Hex(a_Event)}, {"number", a_Number}, {"params", Row(a_Params)}});
+    void Event(unsigned event, unsigned number, const CBMIParams& params) override {
+        Line({{"op", "event"}, {"event", Hex(event)}, {"number", number}, {"params", Row(params)}});
     }
 
     void NoEvent() override { Line({{"op", "wait-event"}, {"result", 0}}); }
 
 private:
     // Whole lines at once: whoever reads them through a pipe follows call by call.
-    void Line(const ordered_json& a_Json) const {
-        WriteAll(m_Descriptor, BM_PLATFORM::EscapedJson(a_Json.dump()) + "\n");
+    void Line(const ordered_json& fields) const {
+        WriteAll(m_descriptor, BM_PLATFORM::EscapedJson(fields.dump()) + "\n");
     }
 
-    int m_Descriptor;
+    int m_descriptor;
 };
 
 } // namespace
 
-std::unique_ptr<OUTPUT> MakeJsonOutput(int a_Descriptor) {
-    return std::make_unique<JSON_OUTPUT>(a_Descriptor);
+std::unique_ptr<Output> MakeJsonOutput(int descriptor) {
+    return std::make_unique<JsonOutput>(descriptor);
 }
 
-} // namespace BMHOST
+} // namespace bmhost

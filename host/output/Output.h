@@ -7,27 +7,27 @@
 #include <string>
 #include <string_view>
 
-namespace BMHOST {
+namespace bmhost {
 
-class OUTPUT {
+class Output {
 public:
-    virtual ~OUTPUT() = default;
+    virtual ~Output() = default;
 
     /// init, start, stop, fin.
-    virtual void Lifecycle(std::string_view a_Operation, int a_Result) = 0;
-    /// @param a_Row  null when no row came back
-    virtual void Read(unsigned a_Group, int a_Result, const BM_ADAPTOR::CBMIParams* a_Row) = 0;
-    /// @param a_Table  null when the table was left untouched
-    virtual void Table(unsigned a_Group, int a_Result, const BM_ADAPTOR::CBMITable* a_Table) = 0;
-    virtual void Write(unsigned a_Group, int a_Result) = 0;
-    virtual void Event(unsigned a_Event, unsigned a_Number, const BM_ADAPTOR::CBMIParams& a_Params) = 0;
+    virtual void Lifecycle(std::string_view operation, int result) = 0;
+    /// @param row  null when no row came back
+    virtual void Read(unsigned group, int result, const BM_ADAPTOR::CBMIParams* row) = 0;
+    /// @param table  null when the table was left untouched
+    virtual void Table(unsigned group, int result, const BM_ADAPTOR::CBMITable* table) = 0;
+    virtual void Write(unsigned group, int result) = 0;
+    virtual void Event(unsigned event, unsigned number, const BM_ADAPTOR::CBMIParams& params) = 0;
     /// wait-event ended without an event.
     virtual void NoEvent() = 0;
 };
 
 /// One JSON line a call, on the given descriptor.
-std::unique_ptr<OUTPUT> MakeJsonOutput(int a_Descriptor);
+std::unique_ptr<Output> MakeJsonOutput(int descriptor);
 /// For people, on the given descriptor.
-std::unique_ptr<OUTPUT> MakeTextOutput(int a_Descriptor);
+std::unique_ptr<Output> MakeTextOutput(int descriptor);
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// Opens what the caller of bmhost has closed of standard input, output and error, in a way that its use still fails:
 /// no file that is opened later (a log, say) may take the number and get the output.
@@ -26,9 +26,9 @@ void ForgetWithheld();
 /// Instead of showing it: what was withheld up to now, as it would be shown. It is forgotten.
 std::string TakeWithheld();
 /// Shows on standard error what was taken; whether somebody reads it does not matter.
-void ShowTaken(std::string_view a_Prints);
+void ShowTaken(std::string_view prints);
 
 /// Writes the whole text to a descriptor of standard output. Throws std::system_error.
-void WriteAll(int a_Descriptor, std::string_view a_Text);
+void WriteAll(int descriptor, std::string_view text);
 
-} // namespace BMHOST
+} // namespace bmhost

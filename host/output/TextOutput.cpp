@@ -12,7 +12,7 @@
 #include <map>
 #include <unistd.h>
 
-namespace BMHOST {
+namespace bmhost {
 
 using BM_ADAPTOR::CBMIParam;
 using BM_ADAPTOR::CBMIParams;
@@ -20,142 +20,140 @@ using BM_ADAPTOR::CBMITable;
 
 namespace {
 
-std::string GroupText(unsigned a_Group) {
-    const std::string_view l_Name = GroupName(a_Group);
-    return l_Name.empty() ? Hex(a_Group) : Hex(a_Group) + " " + std::string(l_Name);
+std::string GroupText(unsigned group) {
+    const std::string_view name = GroupName(group);
+    return name.empty() ? Hex(group) : Hex(group) + " " + std::string(name);
 }
 
-std::string RowText(const CBMIParams& a_Row) {
-    std::vector<std::vector<std::string>> l_Lines;
-    for (int i = 0; i < a_Row.GetSize(); ++i) {
-        const CBMIParam& l_Param = *a_Row.Get(i);
-        l_Lines.push_back(
-            {Hex(l_Param.GetId()), l_Param.IsKey() ? "key" : "", ColumnName(l_Param.GetId()), ValueText(l_Param)});
+std::string RowText(const CBMIParams& row) {
+    std::vector<std::vector<std::string>> lines;
+    for (int i = 0; i < row.GetSize(); ++i) {
+        const CBMIParam& param = *row.Get(i);
+        lines.push_back({Hex(param.GetId()), param.IsKey() ? "key" : "", ColumnName(param.GetId()), ValueText(param)});
     }
-    return AlignedTable(l_Lines, false);
+    return AlignedTable(lines, false);
 }
 
-class TEXT_OUTPUT final : public OUTPUT {
+class TextOutput final : public Output {
 public:
-    explicit TEXT_OUTPUT(int a_Descriptor) : m_Descriptor(a_Descriptor) {}
+    explicit TextOutput(int descriptor) : m_descriptor(descriptor) {}
 
-    void Lifecycle(std::string_view a_Operation, int a_Result) override {
-        Show(std::string(a_Operation) + ": " + ResultText(a_Result) + "\n");
+    void Lifecycle(std::string_view operation, int result) override {
+        Show(std::string(operation) + ": " + ResultText(result) + "\n");
     }
 
-    void Read(unsigned a_Group, int a_Result, const CBMIParams* a_Row) override {
-        Show("read " + GroupText(a_Group) + ": " + ResultText(a_Result) + "\n" +
-             (a_Row != nullptr ? RowText(*a_Row) : std::string()));
+    void Read(unsigned group, int result, const CBMIParams* row) override {
+        Show("read " + GroupText(group) + ": " + ResultText(result) + "\n" +
+             (row != nullptr ? RowText(*row) : std::string()));
     }
 
-    void Table(unsigned a_Group, int a_Result, const CBMITable* a_Table) override {
-        const bool l_HasRows = a_Table != nullptr && a_Table->GetSize() > 0;
-        Show("table " + GroupText(a_Group) + ": " + ResultText(a_Result) + "\n" +
-             (l_HasRows ? AlignedTable(TableLines(*a_Table), ColorWanted(m_Descriptor)) : std::string()));
+    void Table(unsigned group, int result, const CBMITable* table) override {
+        const bool hasRows = table != nullptr && table->GetSize() > 0;
+        Show("table " + GroupText(group) + ": " + ResultText(result) + "\n" +
+             (hasRows ? AlignedTable(TableLines(*table), ColorWanted(m_descriptor)) : std::string()));
     }
 
-    void Write(unsigned a_Group, int a_Result) override {
-        Show("write " + GroupText(a_Group) + ": " + ResultText(a_Result) + "\n");
+    void Write(unsigned group, int result) override {
+        Show("write " + GroupText(group) + ": " + ResultText(result) + "\n");
     }
 
-    void Event(unsigned a_Event, unsigned a_Number, const CBMIParams& a_Params) override {
-        Show("event " + Hex(a_Event) + ", number " + std::to_string(a_Number) + "\n" + RowText(a_Params));
+    void Event(unsigned event, unsigned number, const CBMIParams& params) override {
+        Show("event " + Hex(event) + ", number " + std::to_string(number) + "\n" + RowText(params));
     }
 
     void NoEvent() override { Show("wait-event: no event came\n"); }
 
 private:
-    void Show(const std::string& a_Text) const {
+    void Show(const std::string& text) const {
         fflush(stdout); // what the adaptor printed comes before
-        WriteAll(m_Descriptor, a_Text);
+        WriteAll(m_descriptor, text);
     }
 
-    int m_Descriptor;
+    int m_descriptor;
 };
 
 } // namespace
 
-std::string ResultText(int a_Result) {
-    return (a_Result > 0xFFFF ? Hex(static_cast<unsigned>(a_Result)) : std::to_string(a_Result)) + " (" +
-           std::string(ResultMeaning(a_Result)) + ")";
+std::string ResultText(int result) {
+    return (result > 0xFFFF ? Hex(static_cast<unsigned>(result)) : std::to_string(result)) + " (" +
+           std::string(ResultMeaning(result)) + ")";
 }
 
 // Texts of the hardware may be anything.
-std::string PrintableText(std::string a_Text) {
+std::string PrintableText(std::string text) {
     std::replace_if(
-        a_Text.begin(), a_Text.end(), [](unsigned char a_Char) { return !isprint(a_Char); }, '?');
-    return a_Text;
+        text.begin(), text.end(), [](unsigned char letter) { return !isprint(letter); }, '?');
+    return text;
 }
 
-std::string ValueText(const CBMIParam& a_Param) {
-    switch (a_Param.GetType()) {
+std::string ValueText(const CBMIParam& param) {
+    switch (param.GetType()) {
     case BM_ADAPTOR::BMI_PARAM_BOOL:
-        return a_Param.GetBool() ? "true" : "false";
+        return param.GetBool() ? "true" : "false";
     case BM_ADAPTOR::BMI_PARAM_INT:
     case BM_ADAPTOR::BMI_PARAM_UINT:
-        return std::to_string(a_Param.GetInt());
+        return std::to_string(param.GetInt());
     case BM_ADAPTOR::BMI_PARAM_STRING:
         break;
     }
-    return PrintableText(a_Param.GetString());
+    return PrintableText(param.GetString());
 }
 
-std::vector<std::vector<std::string>> TableLines(const CBMITable& a_Table) {
-    std::vector<unsigned> l_Columns;
-    for (int i = 0; i < a_Table.GetSize(); ++i) {
-        const CBMIParams& l_Row = *a_Table.Get(i);
-        for (int j = 0; j < l_Row.GetSize(); ++j) {
-            const unsigned l_Id = l_Row.Get(j)->GetId();
-            if (std::find(l_Columns.begin(), l_Columns.end(), l_Id) == l_Columns.end()) l_Columns.push_back(l_Id);
+std::vector<std::vector<std::string>> TableLines(const CBMITable& table) {
+    std::vector<unsigned> columns;
+    for (int i = 0; i < table.GetSize(); ++i) {
+        const CBMIParams& row = *table.Get(i);
+        for (int j = 0; j < row.GetSize(); ++j) {
+            const unsigned id = row.Get(j)->GetId();
+            if (std::find(columns.begin(), columns.end(), id) == columns.end()) columns.push_back(id);
         }
     }
-    std::vector<std::vector<std::string>> l_Lines(1);
-    for (const unsigned l_Id : l_Columns)
-        l_Lines[0].push_back(ColumnName(l_Id));
-    for (int i = 0; i < a_Table.GetSize(); ++i) {
-        auto& l_Line = l_Lines.emplace_back();
-        for (const unsigned l_Id : l_Columns) {
-            const CBMIParam* l_Param = a_Table.Get(i)->GetParamById(l_Id);
-            l_Line.push_back(l_Param != nullptr ? ValueText(*l_Param) : "-");
+    std::vector<std::vector<std::string>> lines(1);
+    for (const unsigned id : columns)
+        lines[0].push_back(ColumnName(id));
+    for (int i = 0; i < table.GetSize(); ++i) {
+        auto& line = lines.emplace_back();
+        for (const unsigned id : columns) {
+            const CBMIParam* param = table.Get(i)->GetParamById(id);
+            line.push_back(param != nullptr ? ValueText(*param) : "-");
         }
     }
-    return l_Lines;
+    return lines;
 }
 
-std::string AlignedTable(const std::vector<std::vector<std::string>>& a_Lines, bool a_Color,
-                         const CELL_PAINTER& a_Painter) {
-    std::map<std::size_t, std::size_t> l_Widths;
-    for (const auto& l_Line : a_Lines) {
-        for (std::size_t i = 0; i < l_Line.size(); ++i)
-            l_Widths[i] = std::max(l_Widths[i], l_Line[i].size());
+std::string AlignedTable(const std::vector<std::vector<std::string>>& lines, bool color, const CellPainter& painter) {
+    std::map<std::size_t, std::size_t> widths;
+    for (const auto& line : lines) {
+        for (std::size_t i = 0; i < line.size(); ++i)
+            widths[i] = std::max(widths[i], line[i].size());
     }
-    const auto l_PaintOf = [&](std::size_t a_Line, std::size_t a_Column) -> const char* {
-        if (!a_Color) return nullptr;
-        if (a_Line == 0) return "\033[1m";
-        return a_Painter ? a_Painter(a_Line, a_Column) : nullptr;
+    const auto paintOf = [&](std::size_t lineNumber, std::size_t column) -> const char* {
+        if (!color) return nullptr;
+        if (lineNumber == 0) return "\033[1m";
+        return painter ? painter(lineNumber, column) : nullptr;
     };
-    std::string l_Text;
-    for (std::size_t l_Line = 0; l_Line < a_Lines.size(); ++l_Line) {
-        std::string l_Cells;
-        for (std::size_t i = 0; i < a_Lines[l_Line].size(); ++i) {
-            const std::string& l_Cell = a_Lines[l_Line][i];
-            const char* const l_Paint = l_Cell.empty() ? nullptr : l_PaintOf(l_Line, i);
-            l_Cells += "  " + (l_Paint != nullptr ? l_Paint + l_Cell + "\033[0m" : l_Cell);
-            l_Cells.append(l_Widths[i] - l_Cell.size(), ' ');
+    std::string text;
+    for (std::size_t line = 0; line < lines.size(); ++line) {
+        std::string cells;
+        for (std::size_t i = 0; i < lines[line].size(); ++i) {
+            const std::string& cell = lines[line][i];
+            const char* const paint = cell.empty() ? nullptr : paintOf(line, i);
+            cells += "  " + (paint != nullptr ? paint + cell + "\033[0m" : cell);
+            cells.append(widths[i] - cell.size(), ' ');
         }
-        l_Cells.erase(l_Cells.find_last_not_of(' ') + 1);
-        l_Text += l_Cells + "\n";
+        cells.erase(cells.find_last_not_of(' ') + 1);
+        text += cells + "\n";
     }
-    return l_Text;
+    return text;
 }
 
-bool ColorWanted(int a_Descriptor) {
-    const char* l_NoColor = getenv("NO_COLOR");
-    return isatty(a_Descriptor) == 1 && (l_NoColor == nullptr || l_NoColor[0] == '\0');
+bool ColorWanted(int descriptor) {
+    const char* noColor = getenv("NO_COLOR");
+    return isatty(descriptor) == 1 && (noColor == nullptr || noColor[0] == '\0');
 }
 
-std::unique_ptr<OUTPUT> MakeTextOutput(int a_Descriptor) {
-    return std::make_unique<TEXT_OUTPUT>(a_Descriptor);
+std::unique_ptr<Output> MakeTextOutput(int descriptor) {
+    return std::make_unique<TextOutput>(descriptor);
 }
 
-} // namespace BMHOST
+} // namespace bmhost

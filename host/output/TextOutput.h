@@ -7,27 +7,27 @@
 #include <string>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// "12 (not found)".
-std::string ResultText(int a_Result);
+std::string ResultText(int result);
 /// The text with '?' for every byte that might steer a terminal.
-std::string PrintableText(std::string a_Text);
+std::string PrintableText(std::string text);
 /// A value as people read it, printable.
-std::string ValueText(const BM_ADAPTOR::CBMIParam& a_Param);
+std::string ValueText(const BM_ADAPTOR::CBMIParam& param);
 
 /// The terminal's escape sequence that a cell begins with, or null; asked by line (0 is the header) and column.
-using CELL_PAINTER = std::function<const char*(std::size_t a_Line, std::size_t a_Column)>;
+using CellPainter = std::function<const char*(std::size_t line, std::size_t column)>;
 
-/// Columns as wide as their widest text; with `a_Color` the first line is the header, in bold, and the cells are
+/// Columns as wide as their widest text; with `color` the first line is the header, in bold, and the cells are
 /// painted.
-std::string AlignedTable(const std::vector<std::vector<std::string>>& a_Lines, bool a_Color,
-                         const CELL_PAINTER& a_Painter = {});
+std::string AlignedTable(const std::vector<std::vector<std::string>>& lines, bool color,
+                         const CellPainter& painter = {});
 
 /// The table's rows under column names, taken from the rows in order of appearance.
-std::vector<std::vector<std::string>> TableLines(const BM_ADAPTOR::CBMITable& a_Table);
+std::vector<std::vector<std::string>> TableLines(const BM_ADAPTOR::CBMITable& table);
 
 /// Whether the descriptor is a terminal that wants colour.
-bool ColorWanted(int a_Descriptor);
+bool ColorWanted(int descriptor);
 
-} // namespace BMHOST
+} // namespace bmhost

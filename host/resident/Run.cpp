@@ -17,153 +17,150 @@
 #include <string>
 #include <thread>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
 // How long the prints of tools that found nothing are kept.
-constexpr std::chrono::minutes KEPT_PRINTS(1);
+constexpr std::chrono::minutes KeptPrints(1);
 
 /// Tells on a thread of its own: threads of the adaptor that bring news never wait for whoever reads them.
-class TELLER {
+class Teller {
 public:
-    using NEWS = std::function<void(RUN_OUTPUT&)>;
+    using News = std::function<void(RunOutput&)>;
 
-    TELLER(RUN_OUTPUT& a_Output, STOP_REQUEST& a_Stop)
-        : m_Output(a_Output),
-          m_Stop(a_Stop),
-          m_Thread([this] { Run(); }) {}
-    TELLER(const TELLER&) = delete;
-    TELLER& operator=(const TELLER&) = delete;
-    ~TELLER() { End(); }
+    Teller(RunOutput& output, StopRequest& stop) : m_output(output), m_stop(stop), m_thread([this] { Run(); }) {}
+    Teller(const Teller&) = delete;
+    Teller& operator=(const Teller&) = delete;
+    ~Teller() { End(); }
 
-    void Tell(NEWS a_News) {
-        const std::lock_guard l_Lock(m_Guard);
-        m_News.push_back(std::move(a_News));
-        m_Changed.notify_one();
+    void Tell(News news) {
+        const std::lock_guard lock(m_guard);
+        m_news.push_back(std::move(news));
+        m_changed.notify_one();
     }
     /// After the last news were told. Throws what the output threw.
     void Finish() {
         End();
-        if (m_Error != nullptr) std::rethrow_exception(m_Error);
+        if (m_error != nullptr) std::rethrow_exception(m_error);
     }
 
 private:
     void End() {
-        if (!m_Thread.joinable()) return;
+        if (!m_thread.joinable()) return;
         Tell({});
-        m_Thread.join();
+        m_thread.join();
     }
 
     void Run() {
-        while (const NEWS l_News = Next()) {
-            if (m_Error != nullptr) continue;
+        while (const News news = Next()) {
+            if (m_error != nullptr) continue;
             try {
-                l_News(m_Output);
+                news(m_output);
             } catch (...) { // nobody reads any more: the host comes to its end
-                m_Error = std::current_exception();
-                m_Stop.Ask();
+                m_error = std::current_exception();
+                m_stop.Ask();
             }
         }
     }
 
-    NEWS Next() {
-        std::unique_lock l_Lock(m_Guard);
-        m_Changed.wait(l_Lock, [this] { return !m_News.empty(); });
-        NEWS l_News = std::move(m_News.front());
-        m_News.pop_front();
-        return l_News;
+    News Next() {
+        std::unique_lock lock(m_guard);
+        m_changed.wait(lock, [this] { return !m_news.empty(); });
+        News news = std::move(m_news.front());
+        m_news.pop_front();
+        return news;
     }
 
-    RUN_OUTPUT& m_Output;
-    STOP_REQUEST& m_Stop;
-    std::mutex m_Guard;
-    std::condition_variable m_Changed;
-    std::deque<NEWS> m_News; ///< an empty one is the last
-    std::exception_ptr m_Error;
-    std::thread m_Thread; // the last member: it uses the others
+    RunOutput& m_output;
+    StopRequest& m_stop;
+    std::mutex m_guard;
+    std::condition_variable m_changed;
+    std::deque<News> m_news; ///< an empty one is the last
+    std::exception_ptr m_error;
+    std::thread m_thread; // the last member: it uses the others
 };
 
 /// The adaptor's events and the lines of the log go to the teller for as long as this lives.
-class NEWS_SOURCES {
+class NewsSources {
 public:
-    NEWS_SOURCES(MANAGER& a_Manager, TELLER& a_Teller) : m_Manager(a_Manager), m_Teller(a_Teller) {
-        m_Manager.HandTo([this](EVENT a_Event) {
-            m_Teller.Tell([l_Event = std::move(a_Event)](RUN_OUTPUT& a_Output) { a_Output.Event(l_Event); });
+    NewsSources(HostManager& manager, Teller& teller) : m_manager(manager), m_teller(teller) {
+        m_manager.HandTo([this](AdaptorEvent event) {
+            m_teller.Tell([taken = std::move(event)](RunOutput& output) { output.Event(taken); });
         });
-        BM_PLATFORM::LogToListener([this](int a_Level, const std::string& a_Component, const std::string& a_Text) {
-            Listen(a_Level, a_Component, a_Text);
+        BM_PLATFORM::LogToListener([this](int level, const std::string& component, const std::string& text) {
+            Listen(level, component, text);
         });
     }
-    NEWS_SOURCES(const NEWS_SOURCES&) = delete;
-    NEWS_SOURCES& operator=(const NEWS_SOURCES&) = delete;
-    ~NEWS_SOURCES() {
+    NewsSources(const NewsSources&) = delete;
+    NewsSources& operator=(const NewsSources&) = delete;
+    ~NewsSources() {
         BM_PLATFORM::LogToListener({});
-        m_Manager.HandTo({});
+        m_manager.HandTo({});
     }
 
     bool HadFault() {
-        const std::lock_guard l_Lock(m_Guard);
-        return m_Fault;
+        const std::lock_guard lock(m_guard);
+        return m_fault;
     }
 
 private:
-    void Listen(int a_Level, const std::string& a_Component, const std::string& a_Text) {
-        const std::lock_guard l_Lock(m_Guard);
-        auto l_Change = m_Health.Take(a_Level, a_Component, a_Text);
-        if (!l_Change) return;
-        m_Fault = m_Fault || l_Change->m_Health == HEALTH::Fault;
+    void Listen(int level, const std::string& component, const std::string& text) {
+        const std::lock_guard lock(m_guard);
+        auto change = m_health.Take(level, component, text);
+        if (!change) return;
+        m_fault = m_fault || change->m_health == HealthState::Fault;
         // The diagnostic's report is among what was printed.
-        std::string l_Prints = l_Change->m_Health == HEALTH::Fault ? TakeWithheld() : "";
-        m_Teller.Tell([l_Told = std::move(*l_Change), l_Prints = std::move(l_Prints)](RUN_OUTPUT& a_Output) {
-            a_Output.Health(l_Told);
-            ShowTaken(l_Prints);
+        std::string prints = change->m_health == HealthState::Fault ? TakeWithheld() : "";
+        m_teller.Tell([told = std::move(*change), prints = std::move(prints)](RunOutput& output) {
+            output.Health(told);
+            ShowTaken(prints);
         });
     }
 
-    MANAGER& m_Manager;
-    TELLER& m_Teller;
-    std::mutex m_Guard;
-    HEALTH_LOG m_Health;
-    bool m_Fault = false;
+    HostManager& m_manager;
+    Teller& m_teller;
+    std::mutex m_guard;
+    HealthLog m_health;
+    bool m_fault = false;
 };
 
 // A start that failed is stopped only when somebody interrupted it: then the tools that it began may have run.
-bool Live(STOP_REQUEST& a_Stop, const std::function<bool(OPERATION)>& a_Call) {
-    const bool l_Begun = a_Call(OPERATION::Init);
-    bool l_Good = l_Begun;
-    if (l_Begun && !a_Stop.Asked()) {
-        l_Good = a_Call(OPERATION::Start);
-        while (l_Good && !a_Stop.WaitFor(KEPT_PRINTS))
+bool Live(StopRequest& stop, const std::function<bool(Operation)>& call) {
+    const bool begun = call(Operation::Init);
+    bool good = begun;
+    if (begun && !stop.Asked()) {
+        good = call(Operation::Start);
+        while (good && !stop.WaitFor(KeptPrints))
             ForgetWithheld();
-        if (a_Stop.Asked()) l_Good = a_Call(OPERATION::Stop) && l_Good;
+        if (stop.Asked()) good = call(Operation::Stop) && good;
     }
-    return a_Call(OPERATION::Fin) && l_Good;
+    return call(Operation::Fin) && good;
 }
 
 } // namespace
 
-bool RunHost(SESSION& a_Session, RUN_OUTPUT& a_Output, STOP_REQUEST& a_Stop) {
-    TELLER l_Teller(a_Output, a_Stop);
-    bool l_Good = false;
+bool RunHost(Session& session, RunOutput& output, StopRequest& stop) {
+    Teller teller(output, stop);
+    bool good = false;
     {
-        NEWS_SOURCES l_Sources(a_Session.Manager(), l_Teller);
-        l_Good = Live(a_Stop, [&](OPERATION a_Operation) {
-            const int l_Result = a_Session.Lifecycle(a_Operation);
+        NewsSources sources(session.Manager(), teller);
+        good = Live(stop, [&](Operation operation) {
+            const int result = session.Lifecycle(operation);
             fflush(stdout); // what the adaptor printed comes before
             // Init prints all that it has found, tools that found nothing their progress.
-            const std::string l_Prints = TakeWithheld();
-            const bool l_bShown = l_Result != SUCCESS && a_Operation != OPERATION::Init;
-            l_Teller.Tell([=](RUN_OUTPUT& a_Told) {
-                a_Told.Lifecycle(OperationName(a_Operation), l_Result);
-                if (l_bShown) ShowTaken(l_Prints);
+            const std::string prints = TakeWithheld();
+            const bool bShown = result != Success && operation != Operation::Init;
+            teller.Tell([=](RunOutput& told) {
+                told.Lifecycle(OperationName(operation), result);
+                if (bShown) ShowTaken(prints);
             });
-            return l_Result == SUCCESS;
+            return result == Success;
         });
-        l_Good = l_Good && !l_Sources.HadFault();
+        good = good && !sources.HadFault();
     }
-    l_Teller.Finish();
-    return l_Good;
+    teller.Finish();
+    return good;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

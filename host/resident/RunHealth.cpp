@@ -5,15 +5,15 @@
 
 #include <utility>
 
-namespace BMHOST {
+namespace bmhost {
 
-std::string_view HealthName(HEALTH a_Health) {
-    switch (a_Health) {
-    case HEALTH::Monitored:
+std::string_view HealthName(HealthState health) {
+    switch (health) {
+    case HealthState::Monitored:
         return "monitored";
-    case HEALTH::Fault:
+    case HealthState::Fault:
         return "fault";
-    case HEALTH::Ended:
+    case HealthState::Ended:
         break;
     }
     return "ended";
@@ -21,25 +21,25 @@ std::string_view HealthName(HEALTH a_Health) {
 
 // The monitor ends by itself after its first failed check, whose errors it has logged by then. It ends without any when
 // it is told to. One that cannot even begin logs an error while it does not run.
-std::optional<HEALTH_CHANGE> HEALTH_LOG::Take(int a_Level, const std::string& a_Component, const std::string& a_Text) {
-    if (a_Text == "Monitor Thread started") {
-        m_Monitored = true;
-        m_Reasons.clear();
-        return HEALTH_CHANGE{HEALTH::Monitored, {}};
+std::optional<HealthChange> HealthLog::Take(int level, const std::string& component, const std::string& text) {
+    if (text == "Monitor Thread started") {
+        m_monitored = true;
+        m_reasons.clear();
+        return HealthChange{HealthState::Monitored, {}};
     }
-    if (a_Text == "Monitor Thread stopped") {
-        m_Monitored = false;
-        auto l_Reasons = std::exchange(m_Reasons, {});
-        const HEALTH l_Health = l_Reasons.empty() ? HEALTH::Ended : HEALTH::Fault;
-        return HEALTH_CHANGE{l_Health, std::move(l_Reasons)};
+    if (text == "Monitor Thread stopped") {
+        m_monitored = false;
+        auto reasons = std::exchange(m_reasons, {});
+        const HealthState health = reasons.empty() ? HealthState::Ended : HealthState::Fault;
+        return HealthChange{health, std::move(reasons)};
     }
-    if (a_Level > BM_LOG_ERROR) return std::nullopt;
-    if (!m_Monitored) {
-        if (a_Component != "Monitor Thread") return std::nullopt;
-        return HEALTH_CHANGE{HEALTH::Fault, {a_Text}};
+    if (level > BM_LOG_ERROR) return std::nullopt;
+    if (!m_monitored) {
+        if (component != "Monitor Thread") return std::nullopt;
+        return HealthChange{HealthState::Fault, {text}};
     }
-    if (a_Component == "Monitor Thread" || a_Component == "Media Adaptor") m_Reasons.push_back(a_Text);
+    if (component == "Monitor Thread" || component == "Media Adaptor") m_reasons.push_back(text);
     return std::nullopt;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -6,27 +6,27 @@
 #include <string_view>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
-enum class HEALTH { Monitored, Fault, Ended };
+enum class HealthState { Monitored, Fault, Ended };
 
-struct HEALTH_CHANGE {
-    HEALTH m_Health = HEALTH::Ended;
-    std::vector<std::string> m_Reasons; ///< of a fault, as they were logged
+struct HealthChange {
+    HealthState m_health = HealthState::Ended;
+    std::vector<std::string> m_reasons; ///< of a fault, as they were logged
 };
 
 /// "monitored", "fault", "ended".
-std::string_view HealthName(HEALTH a_Health);
+std::string_view HealthName(HealthState health);
 
 /// Follows the log line by line.
-class HEALTH_LOG {
+class HealthLog {
 public:
     /// What this line of the log changes, if it does.
-    std::optional<HEALTH_CHANGE> Take(int a_Level, const std::string& a_Component, const std::string& a_Text);
+    std::optional<HealthChange> Take(int level, const std::string& component, const std::string& text);
 
 private:
-    bool m_Monitored = false;
-    std::vector<std::string> m_Reasons;
+    bool m_monitored = false;
+    std::vector<std::string> m_reasons;
 };
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -16,120 +16,119 @@
 #include <array>
 #include <ctime>
 
-namespace BMHOST {
+namespace bmhost {
 
 using namespace BM_ADAPTOR;
 
 namespace {
 
 std::string TimeOfDay() {
-    const std::time_t l_Now = std::time(nullptr);
-    std::tm l_Local{};
-    localtime_r(&l_Now, &l_Local);
-    std::array<char, 16> l_Text{};
-    return {l_Text.data(), std::strftime(l_Text.data(), l_Text.size(), "%H:%M:%S", &l_Local)};
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    std::array<char, 16> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%H:%M:%S", &local)};
 }
 
-std::string ReasonsText(const HEALTH_CHANGE& a_Change) {
-    std::string l_Text;
-    for (const std::string& l_Reason : a_Change.m_Reasons)
-        l_Text += (l_Text.empty() ? ": " : "; ") + l_Reason;
+std::string ReasonsText(const HealthChange& change) {
+    std::string text;
+    for (const std::string& reason : change.m_reasons)
+        text += (text.empty() ? ": " : "; ") + reason;
     // A log line may have several: here each change has one.
-    for (char& l_Char : l_Text) {
-        if (l_Char == '\n') l_Char = ' ';
+    for (char& next : text) {
+        if (next == '\n') next = ' ';
     }
-    return l_Text;
+    return text;
 }
 
-std::string ParamsLine(const CBMIParams& a_Params) {
-    std::string l_Line;
-    for (int i = 0; i < a_Params.GetSize(); ++i) {
-        const CBMIParam& l_Param = *a_Params.Get(i);
-        l_Line += (i == 0 ? ": " : ", ") + ColumnName(l_Param.GetId()) + " " + ValueText(l_Param);
+std::string ParamsLine(const CBMIParams& params) {
+    std::string line;
+    for (int i = 0; i < params.GetSize(); ++i) {
+        const CBMIParam& param = *params.Get(i);
+        line += (i == 0 ? ": " : ", ") + ColumnName(param.GetId()) + " " + ValueText(param);
     }
-    return l_Line;
+    return line;
 }
 
-class RUN_TEXT final : public RUN_OUTPUT {
+class RunText final : public RunOutput {
 public:
-    explicit RUN_TEXT(int a_Descriptor) : m_Descriptor(a_Descriptor), m_Color(ColorWanted(a_Descriptor)) {}
+    explicit RunText(int descriptor) : m_descriptor(descriptor), m_color(ColorWanted(descriptor)) {}
 
-    void Lifecycle(std::string_view a_Operation, int a_Result) override {
-        Line(std::string(a_Operation) + ": " + ResultText(a_Result), a_Result == 1 ? GREEN : RED);
+    void Lifecycle(std::string_view operation, int result) override {
+        Line(std::string(operation) + ": " + ResultText(result), result == 1 ? Green : Red);
     }
 
-    void Event(const EVENT& a_Event) override { Line(EventLine(a_Event), PLAIN); }
+    void Event(const AdaptorEvent& event) override { Line(EventLine(event), Plain); }
 
-    void Health(const HEALTH_CHANGE& a_Change) override {
-        switch (a_Change.m_Health) {
-        case HEALTH::Monitored:
-            return Line("health: monitored", GREEN);
-        case HEALTH::Fault:
-            return Line("health: fault" + ReasonsText(a_Change), RED);
-        case HEALTH::Ended:
-            return Line("health: no longer monitored", PLAIN);
+    void Health(const HealthChange& change) override {
+        switch (change.m_health) {
+        case HealthState::Monitored:
+            return Line("health: monitored", Green);
+        case HealthState::Fault:
+            return Line("health: fault" + ReasonsText(change), Red);
+        case HealthState::Ended:
+            return Line("health: no longer monitored", Plain);
         }
     }
 
 private:
-    static constexpr const char* PLAIN = "";
-    static constexpr const char* GREEN = "\033[32m";
-    static constexpr const char* RED = "\033[91m";
+    static constexpr const char* Plain = "";
+    static constexpr const char* Green = "\033[32m";
+    static constexpr const char* Red = "\033[91m";
 
-    void Line(const std::string& a_Text, std::string_view a_Paint) const {
-        const bool l_Painted = m_Color && !a_Paint.empty();
-        WriteAll(m_Descriptor,
-                 TimeOfDay() + "  " + (l_Painted ? std::string(a_Paint) + a_Text + "\033[0m" : a_Text) + "\n");
+    void Line(const std::string& text, std::string_view paint) const {
+        const bool painted = m_color && !paint.empty();
+        WriteAll(m_descriptor, TimeOfDay() + "  " + (painted ? std::string(paint) + text + "\033[0m" : text) + "\n");
     }
 
-    int m_Descriptor;
-    bool m_Color;
+    int m_descriptor;
+    bool m_color;
 };
 
-class RUN_JSON final : public RUN_OUTPUT {
+class RunJson final : public RunOutput {
 public:
-    explicit RUN_JSON(int a_Descriptor) : m_Descriptor(a_Descriptor), m_Calls(MakeJsonOutput(a_Descriptor)) {}
+    explicit RunJson(int descriptor) : m_descriptor(descriptor), m_calls(MakeJsonOutput(descriptor)) {}
 
-    void Lifecycle(std::string_view a_Operation, int a_Result) override { m_Calls->Lifecycle(a_Operation, a_Result); }
-    void Event(const EVENT& a_Event) override { m_Calls->Event(a_Event.m_Event, a_Event.m_Number, a_Event.m_Params); }
-    void Health(const HEALTH_CHANGE& a_Change) override {
-        nlohmann::ordered_json l_Reasons = nlohmann::ordered_json::array();
-        for (const std::string& l_Reason : a_Change.m_Reasons)
-            l_Reasons.push_back(BM_PLATFORM::Utf8OfBytes(l_Reason));
-        const nlohmann::ordered_json l_Line = {
-            {"op", "health"}, {"state", HealthName(a_Change.m_Health)}, {"reasons", l_Reasons}};
-        WriteAll(m_Descriptor, BM_PLATFORM::EscapedJson(l_Line.dump()) + "\n");
+    void Lifecycle(std::string_view operation, int result) override { m_calls->Lifecycle(operation, result); }
+    void Event(const AdaptorEvent& event) override { m_calls->Event(event.m_event, event.m_number, event.m_params); }
+    void Health(const HealthChange& change) override {
+        nlohmann::ordered_json reasons = nlohmann::ordered_json::array();
+        for (const std::string& reason : change.m_reasons)
+            reasons.push_back(BM_PLATFORM::Utf8OfBytes(reason));
+        const nlohmann::ordered_json line = {
+            {"op", "health"}, {"state", HealthName(change.m_health)}, {"reasons", reasons}};
+        WriteAll(m_descriptor, BM_PLATFORM::EscapedJson(line.dump()) + "\n");
     }
 
 private:
-    int m_Descriptor;
-    std::unique_ptr<OUTPUT> m_Calls;
+    int m_descriptor;
+    std::unique_ptr<Output> m_calls;
 };
 
 } // namespace
 
-std::string EventLine(const EVENT& a_Event) {
-    const CBMIParams& l_Params = a_Event.m_Params;
-    if (a_Event.m_Event == BMI_EVENT_AMC_RUN_STATUS) {
-        const CBMIParam* const l_Bay = l_Params.GetParamById(BMI_HW_AMC_BAY);
-        const CBMIParam* const l_Status = l_Params.GetParamById(BMI_HW_AMC_RUN_STATUS);
-        if (l_Bay != nullptr && l_Status != nullptr)
-            return "run status of " + LedBayText(l_Bay->GetInt()) + ": " + RunStatusText(l_Status->GetInt());
+std::string EventLine(const AdaptorEvent& event) {
+    const CBMIParams& params = event.m_params;
+    if (event.m_event == BMI_EVENT_AMC_RUN_STATUS) {
+        const CBMIParam* const bay = params.GetParamById(BMI_HW_AMC_BAY);
+        const CBMIParam* const status = params.GetParamById(BMI_HW_AMC_RUN_STATUS);
+        if (bay != nullptr && status != nullptr)
+            return "run status of " + LedBayText(bay->GetInt()) + ": " + RunStatusText(status->GetInt());
     }
-    if (a_Event.m_Event == BMI_GROUP_FIRMWARE_UPDATE && l_Params.GetParamById(BMI_FW_UPDATE_STATE) != nullptr) {
-        const UPGRADE_ROW l_Upgrade = UpgradeOf(l_Params);
-        return "firmware upgrade of " + UpgradeTargetText(l_Upgrade) + ": " +
-               std::string(UpgradeStateName(l_Upgrade.m_State));
+    if (event.m_event == BMI_GROUP_FIRMWARE_UPDATE && params.GetParamById(BMI_FW_UPDATE_STATE) != nullptr) {
+        const UpgradeRow upgrade = UpgradeOf(params);
+        return "firmware upgrade of " + UpgradeTargetText(upgrade) + ": " +
+               std::string(UpgradeStateName(upgrade.m_state));
     }
-    return "event " + Hex(a_Event.m_Event) + ", number " + std::to_string(a_Event.m_Number) + ParamsLine(l_Params);
+    return "event " + Hex(event.m_event) + ", number " + std::to_string(event.m_number) + ParamsLine(params);
 }
 
-std::unique_ptr<RUN_OUTPUT> MakeRunText(int a_Descriptor) {
-    return std::make_unique<RUN_TEXT>(a_Descriptor);
+std::unique_ptr<RunOutput> MakeRunText(int descriptor) {
+    return std::make_unique<RunText>(descriptor);
 }
 
-std::unique_ptr<RUN_OUTPUT> MakeRunJson(int a_Descriptor) {
-    return std::make_unique<RUN_JSON>(a_Descriptor);
+std::unique_ptr<RunOutput> MakeRunJson(int descriptor) {
+    return std::make_unique<RunJson>(descriptor);
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -7,23 +7,23 @@
 #include <memory>
 #include <string_view>
 
-namespace BMHOST {
+namespace bmhost {
 
-class RUN_OUTPUT {
+class RunOutput {
 public:
-    virtual ~RUN_OUTPUT() = default;
+    virtual ~RunOutput() = default;
 
-    virtual void Lifecycle(std::string_view a_Operation, int a_Result) = 0;
-    virtual void Event(const EVENT& a_Event) = 0;
-    virtual void Health(const HEALTH_CHANGE& a_Change) = 0;
+    virtual void Lifecycle(std::string_view operation, int result) = 0;
+    virtual void Event(const AdaptorEvent& event) = 0;
+    virtual void Health(const HealthChange& change) = 0;
 };
 
 /// For people, on the given descriptor, each line with its time.
-std::unique_ptr<RUN_OUTPUT> MakeRunText(int a_Descriptor);
+std::unique_ptr<RunOutput> MakeRunText(int descriptor);
 /// JSON: calls and events as everywhere.
-std::unique_ptr<RUN_OUTPUT> MakeRunJson(int a_Descriptor);
+std::unique_ptr<RunOutput> MakeRunJson(int descriptor);
 
 /// An event in one line: "run status of AMC bay 3: running (4)".
-std::string EventLine(const EVENT& a_Event);
+std::string EventLine(const AdaptorEvent& event);
 
-} // namespace BMHOST
+} // namespace bmhost

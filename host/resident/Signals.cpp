@@ -19,121 +19,121 @@
 #include <thread>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
-constexpr std::array STOP_SIGNALS = {SIGINT, SIGTERM, SIGHUP};
-constexpr int LAST_CHANCES = 3;
+constexpr std::array StopSignals = {SIGINT, SIGTERM, SIGHUP};
+constexpr int LastChances = 3;
 
-pthread_t g_Taker;
+pthread_t taker;
 
 // A signal that came while the taker was not waiting goes to another thread, which passes it on.
-void PassOn(int a_Signal) {
-    pthread_kill(g_Taker, a_Signal);
+void PassOn(int signal) {
+    pthread_kill(taker, signal);
 }
 
 // The calling thread's signals, as long as it takes them.
-class TAKEN_SIGNALS {
+class TakenSignals {
 public:
-    TAKEN_SIGNALS() {
-        g_Taker = pthread_self();
-        sigset_t l_Blocked;
-        sigemptyset(&l_Blocked);
-        sigaddset(&l_Blocked, m_Done);
-        struct sigaction l_PassOn = {};
-        l_PassOn.sa_handler = PassOn;
-        l_PassOn.sa_flags = SA_RESTART;
-        for (std::size_t i = 0; i < m_Before.size(); ++i) {
-            sigaction(STOP_SIGNALS[i], nullptr, &m_Before[i]);
-            if (m_Before[i].sa_handler == SIG_IGN) continue; // nohup, or in the background of a script
-            sigaddset(&l_Blocked, STOP_SIGNALS[i]);
-            sigaction(STOP_SIGNALS[i], &l_PassOn, nullptr);
+    TakenSignals() {
+        taker = pthread_self();
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        sigaddset(&blocked, m_done);
+        struct sigaction passOn = {};
+        passOn.sa_handler = PassOn;
+        passOn.sa_flags = SA_RESTART;
+        for (std::size_t i = 0; i < m_before.size(); ++i) {
+            sigaction(StopSignals[i], nullptr, &m_before[i]);
+            if (m_before[i].sa_handler == SIG_IGN) continue; // nohup, or in the background of a script
+            sigaddset(&blocked, StopSignals[i]);
+            sigaction(StopSignals[i], &passOn, nullptr);
         }
-        m_Set = l_Blocked;
-        pthread_sigmask(SIG_BLOCK, &l_Blocked, &m_MaskBefore);
+        m_set = blocked;
+        pthread_sigmask(SIG_BLOCK, &blocked, &m_maskBefore);
     }
-    TAKEN_SIGNALS(const TAKEN_SIGNALS&) = delete;
-    TAKEN_SIGNALS& operator=(const TAKEN_SIGNALS&) = delete;
+    TakenSignals(const TakenSignals&) = delete;
+    TakenSignals& operator=(const TakenSignals&) = delete;
     // One that came too late to be taken has found what it wants: the end.
-    ~TAKEN_SIGNALS() {
-        for (std::size_t i = 0; i < m_Before.size(); ++i) {
-            signal(STOP_SIGNALS[i], SIG_IGN);
-            sigaction(STOP_SIGNALS[i], &m_Before[i], nullptr);
+    ~TakenSignals() {
+        for (std::size_t i = 0; i < m_before.size(); ++i) {
+            signal(StopSignals[i], SIG_IGN);
+            sigaction(StopSignals[i], &m_before[i], nullptr);
         }
-        pthread_sigmask(SIG_SETMASK, &m_MaskBefore, nullptr);
+        pthread_sigmask(SIG_SETMASK, &m_maskBefore, nullptr);
     }
 
     /// For the thread that works, and those that it starts.
-    void LeaveThem() const { pthread_sigmask(SIG_SETMASK, &m_MaskBefore, nullptr); }
+    void LeaveThem() const { pthread_sigmask(SIG_SETMASK, &m_maskBefore, nullptr); }
     /// Ends the waiting.
-    void Done() const { pthread_kill(g_Taker, m_Done); }
+    void Done() const { pthread_kill(taker, m_done); }
     /// The next signal; 0 when it is done.
     int Next() const {
-        int l_Signal = 0;
-        sigwait(&m_Set, &l_Signal);
-        return l_Signal == m_Done ? 0 : l_Signal;
+        int signal = 0;
+        sigwait(&m_set, &signal);
+        return signal == m_done ? 0 : signal;
     }
-    [[noreturn]] static void EndBy(int a_Signal) {
-        signal(a_Signal, SIG_DFL);
-        sigset_t l_Set;
-        sigemptyset(&l_Set);
-        sigaddset(&l_Set, a_Signal);
-        pthread_sigmask(SIG_UNBLOCK, &l_Set, nullptr);
-        raise(a_Signal);
+    [[noreturn]] static void EndBy(int number) {
+        signal(number, SIG_DFL);
+        sigset_t set;
+        sigemptyset(&set);
+        sigaddset(&set, number);
+        pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+        raise(number);
         std::terminate(); // never: it ends the process
     }
 
 private:
-    int m_Done = SIGRTMIN;
-    sigset_t m_Set{};
-    sigset_t m_MaskBefore{};
-    std::array<struct sigaction, std::size(STOP_SIGNALS)> m_Before{};
+    int m_done = SIGRTMIN;
+    sigset_t m_set{};
+    sigset_t m_maskBefore{};
+    std::array<struct sigaction, std::size(StopSignals)> m_before{};
 };
 
-void Tell(int a_Signal, const std::string& a_Text) {
-    fprintf(stderr, "bmhost: SIG%s: %s\n", sigabbrev_np(a_Signal), a_Text.c_str());
+void Tell(int signal, const std::string& text) {
+    fprintf(stderr, "bmhost: SIG%s: %s\n", sigabbrev_np(signal), text.c_str());
 }
 
 } // namespace
 
-void STOP_REQUEST::Ask() {
-    const std::lock_guard l_Lock(m_Guard);
-    m_Asked = true;
-    m_Changed.notify_all();
+void StopRequest::Ask() {
+    const std::lock_guard lock(m_guard);
+    m_asked = true;
+    m_changed.notify_all();
 }
 
-bool STOP_REQUEST::Asked() {
+bool StopRequest::Asked() {
     return WaitFor(std::chrono::milliseconds(0));
 }
 
-bool STOP_REQUEST::WaitFor(std::chrono::milliseconds a_Time) {
-    std::unique_lock l_Lock(m_Guard);
-    return m_Changed.wait_for(l_Lock, a_Time, [this] { return m_Asked; });
+bool StopRequest::WaitFor(std::chrono::milliseconds time) {
+    std::unique_lock lock(m_guard);
+    return m_changed.wait_for(lock, time, [this] { return m_asked; });
 }
 
-bool WithSignals(STOP_REQUEST& a_Stop, const std::string& a_Promise, const std::function<bool()>& a_Work) {
-    const TAKEN_SIGNALS l_Signals;
-    bool l_Good = false;
-    std::exception_ptr l_Error;
-    std::thread l_Worker([&] {
-        l_Signals.LeaveThem();
+bool WithSignals(StopRequest& stop, const std::string& promise, const std::function<bool()>& work) {
+    const TakenSignals signals;
+    bool good = false;
+    std::exception_ptr error;
+    std::thread worker([&] {
+        signals.LeaveThem();
         try {
-            l_Good = a_Work();
+            good = work();
         } catch (...) {
-            l_Error = std::current_exception();
+            error = std::current_exception();
         }
-        l_Signals.Done();
+        signals.Done();
     });
-    int l_Count = 0;
-    for (int l_Signal = l_Signals.Next(); l_Signal != 0; l_Signal = l_Signals.Next()) {
-        if (++l_Count == LAST_CHANCES) TAKEN_SIGNALS::EndBy(l_Signal);
-        Tell(l_Signal, l_Count == 1 ? a_Promise : "one more ends bmhost at once");
-        a_Stop.Ask();
+    int count = 0;
+    for (int signal = signals.Next(); signal != 0; signal = signals.Next()) {
+        if (++count == LastChances) TakenSignals::EndBy(signal);
+        Tell(signal, count == 1 ? promise : "one more ends bmhost at once");
+        stop.Ask();
     }
-    l_Worker.join();
-    if (l_Error != nullptr) std::rethrow_exception(l_Error);
-    return l_Good;
+    worker.join();
+    if (error != nullptr) std::rethrow_exception(error);
+    return good;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

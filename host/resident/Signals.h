@@ -7,25 +7,25 @@
 #include <mutex>
 #include <string>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// The request to come to an end, from any thread. It stays.
-class STOP_REQUEST {
+class StopRequest {
 public:
     void Ask();
     bool Asked();
     /// True when it was asked; false when the time ran out.
-    bool WaitFor(std::chrono::milliseconds a_Time);
+    bool WaitFor(std::chrono::milliseconds time);
 
 private:
-    std::mutex m_Guard;
-    std::condition_variable m_Changed;
-    bool m_Asked = false;
+    std::mutex m_guard;
+    std::condition_variable m_changed;
+    bool m_asked = false;
 };
 
 /// Does the work on a thread of its own, and returns or throws what it does. Meanwhile the calling thread, which has to
 /// be the process's first, takes SIGINT, SIGTERM and SIGHUP: the first one asks for the stop, and standard error says
 /// what was promised; the third ends the process by that signal. A signal that was ignored stays ignored.
-bool WithSignals(STOP_REQUEST& a_Stop, const std::string& a_Promise, const std::function<bool()>& a_Work);
+bool WithSignals(StopRequest& stop, const std::string& promise, const std::function<bool()>& work);
 
-} // namespace BMHOST
+} // namespace bmhost

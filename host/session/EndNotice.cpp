@@ -13,97 +13,96 @@
 #include <thread>
 #include <unistd.h>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
 // Never destroyed: the adaptor may end the process on a thread of its own.
-struct NOTICE {
-    std::mutex m_Guard;
-    std::condition_variable m_Changed;
-    std::string m_Call;
-    unsigned m_Calls = 0; // counts beginnings and ends
-    bool m_Armed = false;
-    std::chrono::milliseconds m_FirstWait{};
+struct Notice {
+    std::mutex m_guard;
+    std::condition_variable m_changed;
+    std::string m_call;
+    unsigned m_calls = 0; // counts beginnings and ends
+    bool m_armed = false;
+    std::chrono::milliseconds m_firstWait{};
 };
 
-NOTICE& TheNotice() {
-    static NOTICE& l_Notice = *new NOTICE;
-    return l_Notice;
+Notice& TheNotice() {
+    static Notice& notice = *new Notice;
+    return notice;
 }
 
-void Tell(const std::string& a_Line) {
-    const std::string l_Line = "bmhost: " + a_Line + "\n";
-    [[maybe_unused]] const ssize_t l_Written = write(STDERR_FILENO, l_Line.data(), l_Line.size());
+void Tell(const std::string& line) {
+    const std::string whole = "bmhost: " + line + "\n";
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, whole.data(), whole.size());
 }
 
 // "10 s"; a fraction only when there is one.
-std::string Seconds(std::chrono::milliseconds a_Time) {
-    std::array<char, 32> l_Text{};
-    snprintf(l_Text.data(), l_Text.size(), "%g s", static_cast<double>(a_Time.count()) / 1000);
-    return l_Text.data();
+std::string Seconds(std::chrono::milliseconds time) {
+    std::array<char, 32> text{};
+    snprintf(text.data(), text.size(), "%g s", static_cast<double>(time.count()) / 1000);
+    return text.data();
 }
 
-void OnExit(int a_Status, void*) {
-    NOTICE& l_Notice = TheNotice();
-    const std::lock_guard l_Lock(l_Notice.m_Guard);
-    if (!l_Notice.m_Armed) return;
+void OnExit(int status, void*) {
+    Notice& notice = TheNotice();
+    const std::lock_guard lock(notice.m_guard);
+    if (!notice.m_armed) return;
     fflush(stdout); // what the adaptor printed comes before
     ShowWithheld();
     BM_PLATFORM::LogToConsole(false); // its other threads may log to the very end
-    const std::string l_Where = l_Notice.m_Call.empty() ? "between two calls" : "during `" + l_Notice.m_Call + "`";
-    Tell("the adaptor ended the process " + l_Where + " (exit status " + std::to_string(a_Status) + ")");
-    l_Notice.m_Armed = false; // that was the last line
+    const std::string where = notice.m_call.empty() ? "between two calls" : "during `" + notice.m_call + "`";
+    Tell("the adaptor ended the process " + where + " (exit status " + std::to_string(status) + ")");
+    notice.m_armed = false; // that was the last line
 }
 
 void Watch() {
-    NOTICE& l_Notice = TheNotice();
-    std::unique_lock l_Lock(l_Notice.m_Guard);
+    Notice& notice = TheNotice();
+    std::unique_lock lock(notice.m_guard);
     for (;;) {
-        l_Notice.m_Changed.wait(l_Lock, [&] { return !l_Notice.m_Call.empty(); });
-        const unsigned l_Call = l_Notice.m_Calls;
-        std::chrono::milliseconds l_Waited(0);
-        std::chrono::milliseconds l_Wait = l_Notice.m_FirstWait;
-        while (!l_Notice.m_Changed.wait_for(l_Lock, l_Wait, [&] { return l_Notice.m_Calls != l_Call; })) {
-            l_Waited += l_Wait;
-            l_Wait = 6 * l_Notice.m_FirstWait;
-            if (!l_Notice.m_Armed) continue;
-            Tell("`" + l_Notice.m_Call + "` has not returned for " + Seconds(l_Waited) +
-                 "; still waiting for the adaptor");
+        notice.m_changed.wait(lock, [&] { return !notice.m_call.empty(); });
+        const unsigned call = notice.m_calls;
+        std::chrono::milliseconds waited(0);
+        std::chrono::milliseconds wait = notice.m_firstWait;
+        while (!notice.m_changed.wait_for(lock, wait, [&] { return notice.m_calls != call; })) {
+            waited += wait;
+            wait = 6 * notice.m_firstWait;
+            if (!notice.m_armed) continue;
+            Tell("`" + notice.m_call + "` has not returned for " + Seconds(waited) + "; still waiting for the adaptor");
         }
     }
 }
 
 } // namespace
 
-void ArmEndNotice(std::chrono::milliseconds a_FirstWait) {
-    NOTICE& l_Notice = TheNotice();
-    const std::lock_guard l_Lock(l_Notice.m_Guard);
-    l_Notice.m_Armed = true;
-    l_Notice.m_FirstWait = a_FirstWait;
+void ArmEndNotice(std::chrono::milliseconds firstWait) {
+    Notice& notice = TheNotice();
+    const std::lock_guard lock(notice.m_guard);
+    notice.m_armed = true;
+    notice.m_firstWait = firstWait;
     on_exit(OnExit, nullptr);
     std::thread(Watch).detach();
 }
 
 void DisarmEndNotice() {
-    const std::lock_guard l_Lock(TheNotice().m_Guard);
-    TheNotice().m_Armed = false;
+    const std::lock_guard lock(TheNotice().m_guard);
+    TheNotice().m_armed = false;
 }
 
-CALL_UNDER_WAY::CALL_UNDER_WAY(std::string a_Name) {
-    NOTICE& l_Notice = TheNotice();
-    const std::lock_guard l_Lock(l_Notice.m_Guard);
-    l_Notice.m_Call = std::move(a_Name);
-    ++l_Notice.m_Calls;
-    l_Notice.m_Changed.notify_one();
+CallUnderWay::CallUnderWay(std::string name) {
+    Notice& notice = TheNotice();
+    const std::lock_guard lock(notice.m_guard);
+    notice.m_call = std::move(name);
+    ++notice.m_calls;
+    notice.m_changed.notify_one();
 }
 
-CALL_UNDER_WAY::~CALL_UNDER_WAY() {
-    NOTICE& l_Notice = TheNotice();
-    const std::lock_guard l_Lock(l_Notice.m_Guard);
-    l_Notice.m_Call.clear();
-    ++l_Notice.m_Calls;
-    l_Notice.m_Changed.notify_one();
+CallUnderWay::~CallUnderWay() {
+    Notice& notice = TheNotice();
+    const std::lock_guard lock(notice.m_guard);
+    notice.m_call.clear();
+    ++notice.m_calls;
+    notice.m_changed.notify_one();
 }
 
-} // namespace BMHOST
+} // namespace bmhost

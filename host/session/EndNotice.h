@@ -4,21 +4,21 @@
 #include <chrono>
 #include <string>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// From now on an end of the process that bmhost did not mean is announced as the last line on standard error, and so
-/// is a call that has not returned after `a_FirstWait`, again after each six times as long. Once a process.
-void ArmEndNotice(std::chrono::milliseconds a_FirstWait);
+/// is a call that has not returned after `firstWait`, again after each six times as long. Once a process.
+void ArmEndNotice(std::chrono::milliseconds firstWait);
 /// bmhost is about to end by itself.
 void DisarmEndNotice();
 
 /// Names the call under way for the notice.
-class CALL_UNDER_WAY {
+class CallUnderWay {
 public:
-    explicit CALL_UNDER_WAY(std::string a_Name);
-    CALL_UNDER_WAY(const CALL_UNDER_WAY&) = delete;
-    CALL_UNDER_WAY& operator=(const CALL_UNDER_WAY&) = delete;
-    ~CALL_UNDER_WAY();
+    explicit CallUnderWay(std::string name);
+    CallUnderWay(const CallUnderWay&) = delete;
+    CallUnderWay& operator=(const CallUnderWay&) = delete;
+    ~CallUnderWay();
 };
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -4,63 +4,63 @@
 #include "bm_dev/HostLog.h"
 #include "bm_dev/HostStorage.h"
 
-namespace BMHOST {
+namespace bmhost {
 
-MANAGER::MANAGER(int a_Mode, const std::string& a_Storage)
-    : m_Mode(a_Mode),
-      m_Storage(BM_PLATFORM::MakeStorage(a_Storage)) {}
+HostManager::HostManager(int mode, const std::string& storage)
+    : m_mode(mode),
+      m_storage(BM_PLATFORM::MakeStorage(storage)) {}
 
-int MANAGER::RegisterGroup(unsigned a_Group, BM_ADAPTOR::CBaseAdaptor*) {
-    const std::lock_guard l_Lock(m_Guard);
-    m_Groups.insert(a_Group);
+int HostManager::RegisterGroup(unsigned group, BM_ADAPTOR::CBaseAdaptor*) {
+    const std::lock_guard lock(m_guard);
+    m_groups.insert(group);
     return 1;
 }
 
-int MANAGER::UnregisterGroup(unsigned a_Group) {
-    const std::lock_guard l_Lock(m_Guard);
-    return m_Groups.erase(a_Group) != 0 ? 1 : 0;
+int HostManager::UnregisterGroup(unsigned group) {
+    const std::lock_guard lock(m_guard);
+    return m_groups.erase(group) != 0 ? 1 : 0;
 }
 
-int MANAGER::RegisterEventClass(unsigned a_Class, BM_ADAPTOR::CBaseAdaptor*) {
-    const std::lock_guard l_Lock(m_Guard);
-    m_EventClasses.insert(a_Class);
+int HostManager::RegisterEventClass(unsigned eventClass, BM_ADAPTOR::CBaseAdaptor*) {
+    const std::lock_guard lock(m_guard);
+    m_eventClasses.insert(eventClass);
     return 1;
 }
 
-int MANAGER::UnregisterEventClass(unsigned a_Class) {
-    const std::lock_guard l_Lock(m_Guard);
-    return m_EventClasses.erase(a_Class) != 0 ? 1 : 0;
+int HostManager::UnregisterEventClass(unsigned eventClass) {
+    const std::lock_guard lock(m_guard);
+    return m_eventClasses.erase(eventClass) != 0 ? 1 : 0;
 }
 
-CBaseOsLog* MANAGER::GetLogger() {
+CBaseOsLog* HostManager::GetLogger() {
     return &BM_PLATFORM::HostLog();
 }
 
-int MANAGER::SendEvent(unsigned a_Event, unsigned a_Number, BM_ADAPTOR::CBMIEvParams* a_Params) {
-    EVENT l_Event{a_Event, a_Number, a_Params != nullptr ? *a_Params : BM_ADAPTOR::CBMIEvParams{}};
-    const std::lock_guard l_Lock(m_Guard);
-    if (m_Taker) {
-        m_Taker(std::move(l_Event));
+int HostManager::SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvParams* params) {
+    AdaptorEvent arrived{event, number, params != nullptr ? *params : BM_ADAPTOR::CBMIEvParams{}};
+    const std::lock_guard lock(m_guard);
+    if (m_taker) {
+        m_taker(std::move(arrived));
         return 1;
     }
-    m_Events.push_back(std::move(l_Event));
-    m_Arrived.notify_one();
+    m_events.push_back(std::move(arrived));
+    m_arrived.notify_one();
     return 1;
 }
 
-std::optional<EVENT> MANAGER::TakeEvent(std::chrono::milliseconds a_Wait) {
-    std::unique_lock l_Lock(m_Guard);
-    if (!m_Arrived.wait_for(l_Lock, a_Wait, [this] { return !m_Events.empty(); })) return std::nullopt;
-    EVENT l_Event = std::move(m_Events.front());
-    m_Events.pop_front();
-    return l_Event;
+std::optional<AdaptorEvent> HostManager::TakeEvent(std::chrono::milliseconds wait) {
+    std::unique_lock lock(m_guard);
+    if (!m_arrived.wait_for(lock, wait, [this] { return !m_events.empty(); })) return std::nullopt;
+    AdaptorEvent arrived = std::move(m_events.front());
+    m_events.pop_front();
+    return arrived;
 }
 
-void MANAGER::HandTo(std::function<void(EVENT)> a_Taker) {
-    const std::lock_guard l_Lock(m_Guard);
-    m_Taker = std::move(a_Taker);
-    for (; m_Taker && !m_Events.empty(); m_Events.pop_front())
-        m_Taker(std::move(m_Events.front()));
+void HostManager::HandTo(std::function<void(AdaptorEvent)> taker) {
+    const std::lock_guard lock(m_guard);
+    m_taker = std::move(taker);
+    for (; m_taker && !m_events.empty(); m_events.pop_front())
+        m_taker(std::move(m_events.front()));
 }
 
-} // namespace BMHOST
+} // namespace bmhost

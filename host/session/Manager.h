@@ -13,46 +13,46 @@
 #include <set>
 #include <string>
 
-namespace BMHOST {
+namespace bmhost {
 
-struct EVENT {
-    unsigned m_Event = 0;
-    unsigned m_Number = 0;
-    BM_ADAPTOR::CBMIEvParams m_Params;
+struct AdaptorEvent {
+    unsigned m_event = 0;
+    unsigned m_number = 0;
+    BM_ADAPTOR::CBMIEvParams m_params;
 };
 
 /// Events come from any thread and wait in a queue.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
-class MANAGER final : public BM_ADAPTOR::IBMAdaptorMgr {
+class HostManager final : public BM_ADAPTOR::IBMAdaptorMgr {
 public:
-    /// @param a_Storage  the folder of the storage; made with the first transaction
-    MANAGER(int a_Mode, const std::string& a_Storage);
+    /// @param storage  the folder of the storage; made with the first transaction
+    HostManager(int mode, const std::string& storage);
 
-    int RegisterGroup(unsigned a_Group, BM_ADAPTOR::CBaseAdaptor* a_Adaptor) override;
-    int UnregisterGroup(unsigned a_Group) override;
-    int RegisterEventClass(unsigned a_Class, BM_ADAPTOR::CBaseAdaptor* a_Adaptor) override;
-    int UnregisterEventClass(unsigned a_Class) override;
-    QUB_STORAGE::CDataStorage* GetStorage() override { return m_Storage.get(); }
+    int RegisterGroup(unsigned group, BM_ADAPTOR::CBaseAdaptor* adaptor) override;
+    int UnregisterGroup(unsigned group) override;
+    int RegisterEventClass(unsigned eventClass, BM_ADAPTOR::CBaseAdaptor* adaptor) override;
+    int UnregisterEventClass(unsigned eventClass) override;
+    QUB_STORAGE::CDataStorage* GetStorage() override { return m_storage.get(); }
     CBaseOsLog* GetLogger() override;
-    int GetMode() override { return m_Mode; }
-    int SendEvent(unsigned a_Event, unsigned a_Number, BM_ADAPTOR::CBMIEvParams* a_Params) override;
+    int GetMode() override { return m_mode; }
+    int SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvParams* params) override;
 
     /// The oldest event not yet taken; waits for one.
-    std::optional<EVENT> TakeEvent(std::chrono::milliseconds a_Wait);
+    std::optional<AdaptorEvent> TakeEvent(std::chrono::milliseconds wait);
 
     /// From now on events go to the taker instead of the queue, one at a time, on the thread that sends them; null: to
     /// the queue again. Those that wait in the queue go first.
-    void HandTo(std::function<void(EVENT)> a_Taker);
+    void HandTo(std::function<void(AdaptorEvent)> taker);
 
 private:
-    int m_Mode;
-    std::shared_ptr<QUB_STORAGE::CDataStorage> m_Storage;
-    std::mutex m_Guard;
-    std::condition_variable m_Arrived;
-    std::set<unsigned> m_Groups;
-    std::set<unsigned> m_EventClasses;
-    std::deque<EVENT> m_Events;
-    std::function<void(EVENT)> m_Taker;
+    int m_mode;
+    std::shared_ptr<QUB_STORAGE::CDataStorage> m_storage;
+    std::mutex m_guard;
+    std::condition_variable m_arrived;
+    std::set<unsigned> m_groups;
+    std::set<unsigned> m_eventClasses;
+    std::deque<AdaptorEvent> m_events;
+    std::function<void(AdaptorEvent)> m_taker;
 };
 
-} // namespace BMHOST
+} // namespace bmhost

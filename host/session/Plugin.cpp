@@ -10,71 +10,71 @@
 #include <memory>
 #include <system_error>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
-constexpr const char* DEFAULT_LIBRARY = "libipmi_adaptor.so";
+constexpr const char* LibraryName = "libipmi_adaptor.so";
 
 // Beside this program: in a build folder's lib, or where it is installed under the same prefix; else the loader's own
 // way.
 std::string DefaultLibrary() {
-    std::error_code l_Error;
-    const auto l_Program = std::filesystem::read_symlink("/proc/self/exe", l_Error);
-    const auto l_Prefix = l_Program.parent_path().parent_path();
-    for (const char* const l_Folder : {"lib", BMHOST_PLUGIN_FOLDER}) {
-        const auto l_File = l_Prefix / l_Folder / DEFAULT_LIBRARY;
-        if (std::filesystem::exists(l_File, l_Error)) return l_File;
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const auto prefix = program.parent_path().parent_path();
+    for (const char* const folder : {"lib", BMHOST_PLUGIN_FOLDER}) {
+        const auto file = prefix / folder / LibraryName;
+        if (std::filesystem::exists(file, error)) return file;
     }
-    return DEFAULT_LIBRARY;
+    return LibraryName;
 }
 
 std::string LastError() {
-    const char* l_Text = dlerror();
-    return l_Text != nullptr ? l_Text : "unknown error";
+    const char* text = dlerror();
+    return text != nullptr ? text : "unknown error";
 }
 
-struct CLOSE_LIBRARY {
-    void operator()(void* a_Library) const { dlclose(a_Library); }
+struct CloseLibrary {
+    void operator()(void* library) const { dlclose(library); }
 };
 
 } // namespace
 
-PLUGIN::PLUGIN(std::string a_File) : m_File(a_File.empty() ? DefaultLibrary() : std::move(a_File)) {
+Plugin::Plugin(std::string file) : m_file(file.empty() ? DefaultLibrary() : std::move(file)) {
     // A file name without a folder is looked for here, not on the loader's path.
-    std::error_code l_Ignored;
-    const bool l_IsFile = std::filesystem::exists(m_File, l_Ignored);
-    if (!l_IsFile && m_File != DEFAULT_LIBRARY) throw LOAD_ERROR("adaptor " + m_File + ": no such file");
-    const std::string l_Path = l_IsFile ? std::filesystem::absolute(m_File).string() : m_File;
-    const CALL_UNDER_WAY l_Loading("loading");
-    m_Library = dlopen(l_Path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (m_Library == nullptr) throw LOAD_ERROR("adaptor " + m_File + ": not a loadable library: " + LastError());
-    std::unique_ptr<void, CLOSE_LIBRARY> l_Guard(m_Library);
-    auto* l_Create = reinterpret_cast<void* (*)()>(Symbol("CreateAdaptor"));
-    m_Destroy = reinterpret_cast<void (*)(void*)>(Symbol("DestroyAdaptor"));
+    std::error_code ignored;
+    const bool isFile = std::filesystem::exists(m_file, ignored);
+    if (!isFile && m_file != LibraryName) throw LoadError("adaptor " + m_file + ": no such file");
+    const std::string path = isFile ? std::filesystem::absolute(m_file).string() : m_file;
+    const CallUnderWay loading("loading");
+    m_library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (m_library == nullptr) throw LoadError("adaptor " + m_file + ": not a loadable library: " + LastError());
+    std::unique_ptr<void, CloseLibrary> guard(m_library);
+    auto* create = reinterpret_cast<void* (*)()>(Symbol("CreateAdaptor"));
+    m_destroy = reinterpret_cast<void (*)(void*)>(Symbol("DestroyAdaptor"));
     try {
-        m_Adaptor = static_cast<BM_ADAPTOR::CBaseAdaptor*>(l_Create());
-    } catch (const std::exception& l_Error) {
-        throw LOAD_ERROR("adaptor " + m_File + ": CreateAdaptor failed: " + l_Error.what());
+        m_adaptor = static_cast<BM_ADAPTOR::CBaseAdaptor*>(create());
+    } catch (const std::exception& error) {
+        throw LoadError("adaptor " + m_file + ": CreateAdaptor failed: " + error.what());
     } catch (...) {
-        throw LOAD_ERROR("adaptor " + m_File + ": CreateAdaptor failed");
+        throw LoadError("adaptor " + m_file + ": CreateAdaptor failed");
     }
-    if (m_Adaptor == nullptr) throw LOAD_ERROR("adaptor " + m_File + ": CreateAdaptor gave no adaptor");
-    l_Guard.release();
+    if (m_adaptor == nullptr) throw LoadError("adaptor " + m_file + ": CreateAdaptor gave no adaptor");
+    guard.release();
 }
 
-PLUGIN::~PLUGIN() {
-    const CALL_UNDER_WAY l_Destroying("DestroyAdaptor");
-    m_Destroy(m_Adaptor);
+Plugin::~Plugin() {
+    const CallUnderWay destroying("DestroyAdaptor");
+    m_destroy(m_adaptor);
 }
 
-void* PLUGIN::Symbol(const char* a_Name) {
+void* Plugin::Symbol(const char* name) {
     dlerror();
-    void* l_Symbol = dlsym(m_Library, a_Name);
-    if (l_Symbol == nullptr) {
-        throw LOAD_ERROR("adaptor " + m_File + ": no adaptor: it does not export " + a_Name);
+    void* symbol = dlsym(m_library, name);
+    if (symbol == nullptr) {
+        throw LoadError("adaptor " + m_file + ": no adaptor: it does not export " + name);
     }
-    return l_Symbol;
+    return symbol;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

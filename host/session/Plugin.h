@@ -5,26 +5,26 @@
 
 #include <string>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// Loads on construction, destroys the adaptor on destruction. The library stays: threads of the adaptor may be in it.
-class PLUGIN {
+class Plugin {
 public:
-    /// @param a_File  the library; empty: the one installed with this program. Throws LOAD_ERROR.
-    explicit PLUGIN(std::string a_File);
-    PLUGIN(const PLUGIN&) = delete;
-    PLUGIN& operator=(const PLUGIN&) = delete;
-    ~PLUGIN();
+    /// @param file  the library; empty: the one installed with this program. Throws LoadError.
+    explicit Plugin(std::string file);
+    Plugin(const Plugin&) = delete;
+    Plugin& operator=(const Plugin&) = delete;
+    ~Plugin();
 
-    BM_ADAPTOR::CBaseAdaptor& Adaptor() { return *m_Adaptor; }
+    BM_ADAPTOR::CBaseAdaptor& Adaptor() { return *m_adaptor; }
 
 private:
-    void* Symbol(const char* a_Name);
+    void* Symbol(const char* name);
 
-    std::string m_File;
-    void* m_Library = nullptr;
-    void (*m_Destroy)(void*) = nullptr;
-    BM_ADAPTOR::CBaseAdaptor* m_Adaptor = nullptr;
+    std::string m_file;
+    void* m_library = nullptr;
+    void (*m_destroy)(void*) = nullptr;
+    BM_ADAPTOR::CBaseAdaptor* m_adaptor = nullptr;
 };
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -3,30 +3,30 @@
 
 #include "host/output/TextOutput.h"
 
-namespace BMHOST {
+namespace bmhost {
 
 using namespace BM_ADAPTOR;
 
-std::string TextOf(const CBMIParams& a_Row, unsigned a_Id) {
-    const CBMIParam* const l_Param = a_Row.GetParamById(a_Id);
-    return l_Param != nullptr ? ValueText(*l_Param) : "-";
+std::string TextOf(const CBMIParams& row, unsigned id) {
+    const CBMIParam* const param = row.GetParamById(id);
+    return param != nullptr ? ValueText(*param) : "-";
 }
 
-int32_t IntegerOf(const CBMIParams& a_Row, unsigned a_Id) {
-    const CBMIParam* const l_Param = a_Row.GetParamById(a_Id);
-    return l_Param != nullptr ? l_Param->GetInt() : 0;
+int32_t IntegerOf(const CBMIParams& row, unsigned id) {
+    const CBMIParam* const param = row.GetParamById(id);
+    return param != nullptr ? param->GetInt() : 0;
 }
 
-CBMIParam Integer(unsigned a_Id, int32_t a_Value, bool a_Key) {
-    CBMIParam l_Param(BMI_PARAM_INT, a_Id, a_Key);
-    l_Param.SetInt(a_Value);
-    return l_Param;
+CBMIParam Integer(unsigned id, int32_t value, bool key) {
+    CBMIParam param(BMI_PARAM_INT, id, key);
+    param.SetInt(value);
+    return param;
 }
 
-CBMIKeys KeyOf(unsigned a_Id, int32_t a_Value) {
-    CBMIKeys l_Keys;
-    l_Keys.Add(Integer(a_Id, a_Value, true));
-    return l_Keys;
+CBMIKeys KeyOf(unsigned id, int32_t value) {
+    CBMIKeys keys;
+    keys.Add(Integer(id, value, true));
+    return keys;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

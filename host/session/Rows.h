@@ -5,18 +5,18 @@
 
 #include <string>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// A call's result: the group has no such row.
-constexpr int NO_ROW = 4;
+constexpr int NoRow = 4;
 
 /// The row's value as people read it; "-" without it.
-std::string TextOf(const BM_ADAPTOR::CBMIParams& a_Row, unsigned a_Id);
+std::string TextOf(const BM_ADAPTOR::CBMIParams& row, unsigned id);
 /// The row's integer; 0 without it.
-int32_t IntegerOf(const BM_ADAPTOR::CBMIParams& a_Row, unsigned a_Id);
+int32_t IntegerOf(const BM_ADAPTOR::CBMIParams& row, unsigned id);
 
-BM_ADAPTOR::CBMIParam Integer(unsigned a_Id, int32_t a_Value, bool a_Key);
+BM_ADAPTOR::CBMIParam Integer(unsigned id, int32_t value, bool key);
 /// Keys of one integer.
-BM_ADAPTOR::CBMIKeys KeyOf(unsigned a_Id, int32_t a_Value);
+BM_ADAPTOR::CBMIKeys KeyOf(unsigned id, int32_t value);
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -8,76 +8,76 @@
 #include <cerrno>
 #include <cstring>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
-bool IsBlank(char a_Char) {
-    return a_Char == ' ' || a_Char == '\t' || a_Char == '\r';
+bool IsBlank(char letter) {
+    return letter == ' ' || letter == '\t' || letter == '\r';
 }
 
 } // namespace
 
-std::vector<std::string> SplitWords(const std::string& a_Line) {
-    std::vector<std::string> l_Words;
-    bool l_InWord = false;
-    char l_Quote = '\0';
-    for (const char l_Char : a_Line) {
-        if (l_Quote != '\0') {
-            if (l_Char == l_Quote) {
-                l_Quote = '\0';
+std::vector<std::string> SplitWords(const std::string& line) {
+    std::vector<std::string> words;
+    bool inWord = false;
+    char quote = '\0';
+    for (const char next : line) {
+        if (quote != '\0') {
+            if (next == quote) {
+                quote = '\0';
             } else {
-                l_Words.back() += l_Char;
+                words.back() += next;
             }
             continue;
         }
-        if (IsBlank(l_Char)) {
-            l_InWord = false;
+        if (IsBlank(next)) {
+            inWord = false;
             continue;
         }
-        if (l_Char == '#' && !l_InWord) break;
-        if (!l_InWord) l_Words.emplace_back();
-        l_InWord = true;
-        if (l_Char == '\'' || l_Char == '"') {
-            l_Quote = l_Char;
+        if (next == '#' && !inWord) break;
+        if (!inWord) words.emplace_back();
+        inWord = true;
+        if (next == '\'' || next == '"') {
+            quote = next;
         } else {
-            l_Words.back() += l_Char;
+            words.back() += next;
         }
     }
-    if (l_Quote != '\0') throw USAGE_ERROR(std::string("a quote ") + l_Quote + " does not end");
-    return l_Words;
+    if (quote != '\0') throw UsageError(std::string("a quote ") + quote + " does not end");
+    return words;
 }
 
-SCRIPT::SCRIPT(const std::string& a_File)
-    : m_Name(a_File == "-" ? "standard input" : a_File),
-      m_File(a_File == "-" ? fdopen(TakeStandardInput(), "r") : fopen(a_File.c_str(), "re")) {
-    if (m_File == nullptr) throw USAGE_ERROR("script " + a_File + ": " + std::strerror(errno));
+Script::Script(const std::string& file)
+    : m_name(file == "-" ? "standard input" : file),
+      m_file(file == "-" ? fdopen(TakeStandardInput(), "r") : fopen(file.c_str(), "re")) {
+    if (m_file == nullptr) throw UsageError("script " + file + ": " + std::strerror(errno));
 }
 
-bool SCRIPT::NextLine(std::string& a_Line) {
-    a_Line.clear();
-    int l_Char = 0;
-    while ((l_Char = getc(m_File.get())) != EOF && l_Char != '\n')
-        a_Line += static_cast<char>(l_Char);
-    if (ferror(m_File.get()) != 0) throw USAGE_ERROR("script " + m_Name + ": " + std::strerror(errno));
-    return l_Char != EOF || !a_Line.empty();
+bool Script::NextLine(std::string& line) {
+    line.clear();
+    int next = 0;
+    while ((next = getc(m_file.get())) != EOF && next != '\n')
+        line += static_cast<char>(next);
+    if (ferror(m_file.get()) != 0) throw UsageError("script " + m_name + ": " + std::strerror(errno));
+    return next != EOF || !line.empty();
 }
 
-bool SCRIPT::Run(SESSION& a_Session) {
-    bool l_AllGood = true;
-    std::string l_Line;
-    for (int l_Number = 1; NextLine(l_Line); ++l_Number) {
-        CALL l_Call;
+bool Script::Run(Session& session) {
+    bool allGood = true;
+    std::string line;
+    for (int number = 1; NextLine(line); ++number) {
+        Call call;
         try {
-            const auto l_Words = SplitWords(l_Line);
-            if (l_Words.empty()) continue;
-            l_Call = ParseCall(l_Words);
-        } catch (const USAGE_ERROR& l_Error) {
-            throw USAGE_ERROR(m_Name + ":" + std::to_string(l_Number) + ": " + l_Error.what());
+            const auto words = SplitWords(line);
+            if (words.empty()) continue;
+            call = ParseCall(words);
+        } catch (const UsageError& error) {
+            throw UsageError(m_name + ":" + std::to_string(number) + ": " + error.what());
         }
-        l_AllGood = a_Session.Run(l_Call) && l_AllGood;
+        allGood = session.Run(call) && allGood;
     }
-    return l_AllGood;
+    return allGood;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -6,32 +6,32 @@
 #include <string>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
-class SESSION;
+class Session;
 
 /// Words of a line, separated by blanks; '…' and "…" keep blanks inside a word, '#' begins a comment. Throws
-/// USAGE_ERROR for a quote that does not end.
-std::vector<std::string> SplitWords(const std::string& a_Line);
+/// UsageError for a quote that does not end.
+std::vector<std::string> SplitWords(const std::string& line);
 
-class SCRIPT {
+class Script {
 public:
-    /// Opens the file; "-" is standard input. Throws USAGE_ERROR.
-    explicit SCRIPT(const std::string& a_File);
+    /// Opens the file; "-" is standard input. Throws UsageError.
+    explicit Script(const std::string& file);
 
     /// Makes every call of the script as its line is read, and returns whether all of them returned 1. Throws
-    /// USAGE_ERROR naming file and line where a line cannot be meant: the calls before it were made.
-    bool Run(SESSION& a_Session);
+    /// UsageError naming file and line where a line cannot be meant: the calls before it were made.
+    bool Run(Session& session);
 
 private:
-    bool NextLine(std::string& a_Line);
+    bool NextLine(std::string& line);
 
-    struct CLOSE_FILE {
-        void operator()(std::FILE* a_File) const { std::fclose(a_File); }
+    struct CloseFile {
+        void operator()(std::FILE* file) const { std::fclose(file); }
     };
 
-    std::string m_Name;
-    std::unique_ptr<std::FILE, CLOSE_FILE> m_File;
+    std::string m_name;
+    std::unique_ptr<std::FILE, CloseFile> m_file;
 };
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -10,132 +10,131 @@
 #include <stdexcept>
 #include <thread>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
 // Never destroyed: without a `fin` the adaptor's threads may send events until the process has ended.
-MANAGER& LastingManager(int a_Mode, const std::string& a_Storage) {
-    static std::list<MANAGER>& l_Managers = *new std::list<MANAGER>;
-    return l_Managers.emplace_back(a_Mode, a_Storage);
+HostManager& LastingManager(int mode, const std::string& storage) {
+    static std::list<HostManager>& managers = *new std::list<HostManager>;
+    return managers.emplace_back(mode, storage);
 }
 
 // Makes a call of the adaptor, named for the end notice and for what the adaptor throws.
-template <typename CALLED>
-int Made(const std::string& a_Name, const CALLED& a_Called) {
-    const CALL_UNDER_WAY l_UnderWay(a_Name);
+template <typename Called>
+int Made(const std::string& name, const Called& called) {
+    const CallUnderWay underWay(name);
     try {
-        return a_Called();
-    } catch (const std::exception& l_Error) {
-        throw std::runtime_error("the adaptor threw an exception out of `" + a_Name + "`: " + l_Error.what());
+        return called();
+    } catch (const std::exception& error) {
+        throw std::runtime_error("the adaptor threw an exception out of `" + name + "`: " + error.what());
     } catch (...) {
-        throw std::runtime_error("the adaptor threw an exception out of `" + a_Name + "`");
+        throw std::runtime_error("the adaptor threw an exception out of `" + name + "`");
     }
 }
 
 } // namespace
 
-SESSION::SESSION(const std::string& a_AdaptorFile, int a_Mode, const std::string& a_Storage, OUTPUT& a_Output)
-    : m_Manager(LastingManager(a_Mode, a_Storage)),
-      m_Plugin(a_AdaptorFile),
-      m_Output(a_Output) {}
+Session::Session(const std::string& adaptorFile, int mode, const std::string& storage, Output& output)
+    : m_manager(LastingManager(mode, storage)),
+      m_plugin(adaptorFile),
+      m_output(output) {}
 
-bool SESSION::Run(CALL& a_Call) {
-    switch (a_Call.m_Operation) {
-    case OPERATION::Read:
-        return Read(a_Call);
-    case OPERATION::Write:
-        return Write(a_Call);
-    case OPERATION::Table: {
-        int l_Result = 0;
-        const auto l_Table = Table(a_Call.m_Group, l_Result);
-        m_Output.Table(a_Call.m_Group, l_Result, l_Table.get());
-        return l_Result == SUCCESS;
+bool Session::Run(Call& call) {
+    switch (call.m_operation) {
+    case Operation::Read:
+        return Read(call);
+    case Operation::Write:
+        return Write(call);
+    case Operation::Table: {
+        int result = 0;
+        const auto table = Table(call.m_group, result);
+        m_output.Table(call.m_group, result, table.get());
+        return result == Success;
     }
-    case OPERATION::Sleep:
-        std::this_thread::sleep_for(std::chrono::milliseconds(a_Call.m_Milliseconds));
+    case Operation::Sleep:
+        std::this_thread::sleep_for(std::chrono::milliseconds(call.m_milliseconds));
         return true;
-    case OPERATION::WaitEvent:
-        WaitEvent(a_Call.m_Milliseconds);
+    case Operation::WaitEvent:
+        WaitEvent(call.m_milliseconds);
         return true;
-    case OPERATION::Init:
-    case OPERATION::Start:
-    case OPERATION::Stop:
-    case OPERATION::Fin:
+    case Operation::Init:
+    case Operation::Start:
+    case Operation::Stop:
+    case Operation::Fin:
         break;
     }
-    const int l_Result = Lifecycle(a_Call.m_Operation);
-    m_Output.Lifecycle(OperationName(a_Call.m_Operation), l_Result);
-    return l_Result == SUCCESS;
+    const int result = Lifecycle(call.m_operation);
+    m_output.Lifecycle(OperationName(call.m_operation), result);
+    return result == Success;
 }
 
-bool SESSION::RunAlone(CALL& a_Call) {
-    if (!NeedsLife(a_Call.m_Operation)) return Run(a_Call);
-    Lifecycle(OPERATION::Init);
-    bool l_Good = false;
+bool Session::RunAlone(Call& call) {
+    if (!NeedsLife(call.m_operation)) return Run(call);
+    Lifecycle(Operation::Init);
+    bool good = false;
     try {
-        l_Good = Run(a_Call);
+        good = Run(call);
     } catch (...) { // nobody reads the output any more, say: the hardware is let go all the same
-        Lifecycle(OPERATION::Fin);
+        Lifecycle(Operation::Fin);
         throw;
     }
-    Lifecycle(OPERATION::Fin);
-    return l_Good;
+    Lifecycle(Operation::Fin);
+    return good;
 }
 
-int SESSION::Lifecycle(OPERATION a_Operation) {
-    BM_ADAPTOR::CBaseAdaptor& l_Adaptor = m_Plugin.Adaptor();
-    return Made(std::string(OperationName(a_Operation)), [&] {
-        switch (a_Operation) {
-        case OPERATION::Init:
-            return l_Adaptor.Init(&m_Manager);
-        case OPERATION::Start:
-            return l_Adaptor.Start(nullptr);
-        case OPERATION::Stop:
-            return l_Adaptor.Stop(nullptr);
+int Session::Lifecycle(Operation operation) {
+    BM_ADAPTOR::CBaseAdaptor& adaptor = m_plugin.Adaptor();
+    return Made(std::string(OperationName(operation)), [&] {
+        switch (operation) {
+        case Operation::Init:
+            return adaptor.Init(&m_manager);
+        case Operation::Start:
+            return adaptor.Start(nullptr);
+        case Operation::Stop:
+            return adaptor.Stop(nullptr);
         default:
-            return l_Adaptor.Fin();
+            return adaptor.Fin();
         }
     });
 }
 
-std::unique_ptr<BM_ADAPTOR::CBMITable> SESSION::Table(unsigned a_Group, int& a_Result) {
-    BM_ADAPTOR::CBMITable* l_Table = nullptr;
-    a_Result = Made("table " + Hex(a_Group), [&] { return m_Plugin.Adaptor().GetParamTable(a_Group, l_Table); });
-    return std::unique_ptr<BM_ADAPTOR::CBMITable>(l_Table);
+std::unique_ptr<BM_ADAPTOR::CBMITable> Session::Table(unsigned group, int& result) {
+    BM_ADAPTOR::CBMITable* table = nullptr;
+    result = Made("table " + Hex(group), [&] { return m_plugin.Adaptor().GetParamTable(group, table); });
+    return std::unique_ptr<BM_ADAPTOR::CBMITable>(table);
 }
 
-std::unique_ptr<BM_ADAPTOR::CBMIParams> SESSION::Row(unsigned a_Group, const BM_ADAPTOR::CBMIKeys& a_Keys,
-                                                     int& a_Result) {
-    BM_ADAPTOR::CBMIParams* l_Row = nullptr;
-    a_Result = Made("read " + Hex(a_Group), [&] { return m_Plugin.Adaptor().ReadParams(a_Group, &a_Keys, l_Row); });
-    return std::unique_ptr<BM_ADAPTOR::CBMIParams>(l_Row);
+std::unique_ptr<BM_ADAPTOR::CBMIParams> Session::Row(unsigned group, const BM_ADAPTOR::CBMIKeys& keys, int& result) {
+    BM_ADAPTOR::CBMIParams* row = nullptr;
+    result = Made("read " + Hex(group), [&] { return m_plugin.Adaptor().ReadParams(group, &keys, row); });
+    return std::unique_ptr<BM_ADAPTOR::CBMIParams>(row);
 }
 
-int SESSION::WriteRow(unsigned a_Group, BM_ADAPTOR::CBMIKeys& a_Keys, BM_ADAPTOR::CBMIParams& a_Values) {
-    return Made("write " + Hex(a_Group), [&] { return m_Plugin.Adaptor().WriteParams(a_Group, &a_Keys, &a_Values); });
+int Session::WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPTOR::CBMIParams& values) {
+    return Made("write " + Hex(group), [&] { return m_plugin.Adaptor().WriteParams(group, &keys, &values); });
 }
 
-bool SESSION::Read(CALL& a_Call) {
-    int l_Result = 0;
-    const auto l_Row = Row(a_Call.m_Group, a_Call.m_Keys, l_Result);
-    m_Output.Read(a_Call.m_Group, l_Result, l_Row.get());
-    return l_Result == SUCCESS;
+bool Session::Read(Call& call) {
+    int result = 0;
+    const auto row = Row(call.m_group, call.m_keys, result);
+    m_output.Read(call.m_group, result, row.get());
+    return result == Success;
 }
 
-bool SESSION::Write(CALL& a_Call) {
-    const int l_Result = WriteRow(a_Call.m_Group, a_Call.m_Keys, a_Call.m_Values);
-    m_Output.Write(a_Call.m_Group, l_Result);
-    return l_Result == SUCCESS;
+bool Session::Write(Call& call) {
+    const int result = WriteRow(call.m_group, call.m_keys, call.m_values);
+    m_output.Write(call.m_group, result);
+    return result == Success;
 }
 
-void SESSION::WaitEvent(int a_Milliseconds) {
-    const auto l_Event = m_Manager.TakeEvent(std::chrono::milliseconds(a_Milliseconds));
-    if (!l_Event) {
-        m_Output.NoEvent();
+void Session::WaitEvent(int milliseconds) {
+    const auto event = m_manager.TakeEvent(std::chrono::milliseconds(milliseconds));
+    if (!event) {
+        m_output.NoEvent();
         return;
     }
-    m_Output.Event(l_Event->m_Event, l_Event->m_Number, l_Event->m_Params);
+    m_output.Event(event->m_event, event->m_number, event->m_params);
 }
 
-} // namespace BMHOST
+} // namespace bmhost

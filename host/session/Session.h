@@ -7,47 +7,47 @@
 #include "host/session/StorageLog.h"
 #include "host/words/Call.h"
 
-namespace BMHOST {
+namespace bmhost {
 
 // What the adaptor's calls return, as far as the host acts on it.
-constexpr int SUCCESS = 1;
-constexpr int NOT_FOUND = 12;
+constexpr int Success = 1;
+constexpr int NotFound = 12;
 
-class SESSION {
+class Session {
 public:
-    /// Throws LOAD_ERROR when the adaptor cannot be loaded.
-    /// @param a_Storage  the folder of the host's storage
-    SESSION(const std::string& a_AdaptorFile, int a_Mode, const std::string& a_Storage, OUTPUT& a_Output);
+    /// Throws LoadError when the adaptor cannot be loaded.
+    /// @param storage  the folder of the host's storage
+    Session(const std::string& adaptorFile, int mode, const std::string& storage, Output& output);
 
     /// Makes one call and shows it. True when it returned 1; sleep and wait-event always do. Throws std::runtime_error
     /// when an exception leaves the adaptor.
-    bool Run(CALL& a_Call);
+    bool Run(Call& call);
     /// A call alone on the command line: read, table and write have init before and fin after, which show nothing.
-    bool RunAlone(CALL& a_Call);
+    bool RunAlone(Call& call);
 
     /// The lifecycle call's result, shown to nobody.
-    int Lifecycle(OPERATION a_Operation);
-    /// The group's table, or null; `a_Result` becomes the call's result.
-    std::unique_ptr<BM_ADAPTOR::CBMITable> Table(unsigned a_Group, int& a_Result);
+    int Lifecycle(Operation operation);
+    /// The group's table, or null; `result` becomes the call's result.
+    std::unique_ptr<BM_ADAPTOR::CBMITable> Table(unsigned group, int& result);
     /// The row of these keys, or null; likewise.
-    std::unique_ptr<BM_ADAPTOR::CBMIParams> Row(unsigned a_Group, const BM_ADAPTOR::CBMIKeys& a_Keys, int& a_Result);
+    std::unique_ptr<BM_ADAPTOR::CBMIParams> Row(unsigned group, const BM_ADAPTOR::CBMIKeys& keys, int& result);
     /// Writes a row and returns the call's result.
-    int WriteRow(unsigned a_Group, BM_ADAPTOR::CBMIKeys& a_Keys, BM_ADAPTOR::CBMIParams& a_Values);
+    int WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPTOR::CBMIParams& values);
 
     /// The host's side: where the adaptor's events arrive. It is never destroyed.
-    MANAGER& Manager() { return m_Manager; }
+    HostManager& Manager() { return m_manager; }
     /// What the storage has told since this was made.
-    const STORAGE_LOG& StorageLog() const { return m_StorageLog; }
+    const StorageLog& Complaints() const { return m_storageLog; }
 
 private:
-    bool Read(CALL& a_Call);
-    bool Write(CALL& a_Call);
-    void WaitEvent(int a_Milliseconds);
+    bool Read(Call& call);
+    bool Write(Call& call);
+    void WaitEvent(int milliseconds);
 
-    STORAGE_LOG m_StorageLog;
-    MANAGER& m_Manager;
-    PLUGIN m_Plugin;
-    OUTPUT& m_Output;
+    StorageLog m_storageLog;
+    HostManager& m_manager;
+    Plugin m_plugin;
+    Output& m_output;
 };
 
-} // namespace BMHOST
+} // namespace bmhost

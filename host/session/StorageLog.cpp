@@ -6,30 +6,30 @@
 
 #include <string_view>
 
-namespace BMHOST {
+namespace bmhost {
 
-STORAGE_LOG::STORAGE_LOG() {
-    BM_PLATFORM::LogToListener([this](int a_Level, const std::string& a_Component, const std::string& a_Text) {
-        constexpr std::string_view TITLE = "CDataStorage :: ";
-        if (a_Level > BM_LOG_ERROR || a_Component != "Storage") return;
-        const std::lock_guard l_Lock(m_Guard);
-        ++m_Count;
-        m_Last = a_Text.starts_with(TITLE) ? a_Text.substr(TITLE.size()) : a_Text;
+StorageLog::StorageLog() {
+    BM_PLATFORM::LogToListener([this](int level, const std::string& component, const std::string& text) {
+        constexpr std::string_view Title = "CDataStorage :: ";
+        if (level > BM_LOG_ERROR || component != "Storage") return;
+        const std::lock_guard lock(m_guard);
+        ++m_count;
+        m_last = text.starts_with(Title) ? text.substr(Title.size()) : text;
     });
 }
 
-STORAGE_LOG::~STORAGE_LOG() {
+StorageLog::~StorageLog() {
     BM_PLATFORM::LogToListener({});
 }
 
-std::size_t STORAGE_LOG::Count() const {
-    const std::lock_guard l_Lock(m_Guard);
-    return m_Count;
+std::size_t StorageLog::Count() const {
+    const std::lock_guard lock(m_guard);
+    return m_count;
 }
 
-std::string STORAGE_LOG::Last() const {
-    const std::lock_guard l_Lock(m_Guard);
-    return m_Last;
+std::string StorageLog::Last() const {
+    const std::lock_guard lock(m_guard);
+    return m_last;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

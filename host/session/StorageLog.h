@@ -5,15 +5,15 @@
 #include <mutex>
 #include <string>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// Listens to the log for as long as it lives, or until somebody else does.
-class STORAGE_LOG {
+class StorageLog {
 public:
-    STORAGE_LOG();
-    STORAGE_LOG(const STORAGE_LOG&) = delete;
-    STORAGE_LOG& operator=(const STORAGE_LOG&) = delete;
-    ~STORAGE_LOG();
+    StorageLog();
+    StorageLog(const StorageLog&) = delete;
+    StorageLog& operator=(const StorageLog&) = delete;
+    ~StorageLog();
 
     /// How often it has told something.
     std::size_t Count() const;
@@ -21,9 +21,9 @@ public:
     std::string Last() const;
 
 private:
-    mutable std::mutex m_Guard;
-    std::size_t m_Count = 0;
-    std::string m_Last;
+    mutable std::mutex m_guard;
+    std::size_t m_count = 0;
+    std::string m_last;
 };
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -13,84 +13,84 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace BMHOST {
+namespace bmhost {
 
-bool SHELL::Run(SHELL_LINES& a_Lines, const SHELL_COMMAND& a_Command) {
-    for (bool l_More = true; l_More;) {
-        const std::optional<std::string> l_Line = a_Lines.Next();
-        if (!l_Line) break;
+bool Shell::Run(ShellLines& lines, const ShellCommand& command) {
+    for (bool more = true; more;) {
+        const std::optional<std::string> line = lines.Next();
+        if (!line) break;
         try {
-            l_More = Line(*l_Line, a_Command);
+            more = Line(*line, command);
         } catch (const std::system_error&) { // nobody reads the output any more
             Close();
             throw;
-        } catch (const std::exception& l_Error) {
-            m_Good = false;
+        } catch (const std::exception& error) {
+            m_good = false;
             fflush(stdout);
-            fprintf(stderr, "bmhost: %s\n", l_Error.what());
+            fprintf(stderr, "bmhost: %s\n", error.what());
         }
     }
     Close();
-    return m_Good;
+    return m_good;
 }
 
-bool SHELL::Line(const std::string& a_Line, const SHELL_COMMAND& a_Command) {
-    const auto l_Words = SplitWords(a_Line);
-    if (l_Words.empty()) return true;
-    if (l_Words[0] == "quit" || l_Words[0] == "exit") return false;
-    if (l_Words[0] == "help") {
-        if (l_Words.size() > 2) throw USAGE_ERROR("help: expected help [COMMAND]");
-        fprintf(stderr, "%s", HelpText(l_Words.size() == 2 ? l_Words[1] : "").c_str());
+bool Shell::Line(const std::string& line, const ShellCommand& command) {
+    const auto words = SplitWords(line);
+    if (words.empty()) return true;
+    if (words[0] == "quit" || words[0] == "exit") return false;
+    if (words[0] == "help") {
+        if (words.size() > 2) throw UsageError("help: expected help [COMMAND]");
+        fprintf(stderr, "%s", HelpText(words.size() == 2 ? words[1] : "").c_str());
         return true;
     }
-    bool l_Good = false;
-    if (!a_Command(l_Words, l_Good)) {
-        CALL l_Call = ParseCall(l_Words);
-        l_Good = Call(l_Call);
+    bool good = false;
+    if (!command(words, good)) {
+        Call call = ParseCall(words);
+        good = MakeCall(call);
     }
-    m_Good = m_Good && l_Good;
+    m_good = m_good && good;
     return true;
 }
 
-bool SHELL::Call(CALL& a_Call) {
-    if (NeedsLife(a_Call.m_Operation)) Opened();
-    switch (a_Call.m_Operation) {
-    case OPERATION::Init:
-        m_Open = true;
+bool Shell::MakeCall(Call& call) {
+    if (NeedsLife(call.m_operation)) Opened();
+    switch (call.m_operation) {
+    case Operation::Init:
+        m_open = true;
         break;
-    case OPERATION::Start:
-        m_Started = true;
+    case Operation::Start:
+        m_started = true;
         break;
-    case OPERATION::Stop:
-        m_Started = false;
+    case Operation::Stop:
+        m_started = false;
         break;
-    case OPERATION::Fin:
-        m_Open = false;
+    case Operation::Fin:
+        m_open = false;
         break;
     default:
         break;
     }
-    const bool l_Good = m_Session.Run(a_Call);
+    const bool good = m_session.Run(call);
     fflush(stdout);
-    const bool l_RunsTools = a_Call.m_Operation == OPERATION::Start || a_Call.m_Operation == OPERATION::Stop;
-    if (l_RunsTools && !l_Good) {
+    const bool runsTools = call.m_operation == Operation::Start || call.m_operation == Operation::Stop;
+    if (runsTools && !good) {
         ShowWithheld();
     } else {
         ForgetWithheld();
     }
-    return l_Good;
+    return good;
 }
 
-SESSION& SHELL::Opened() {
-    if (!m_Open) m_Session.Lifecycle(OPERATION::Init);
-    m_Open = true;
-    return m_Session;
+Session& Shell::Opened() {
+    if (!m_open) m_session.Lifecycle(Operation::Init);
+    m_open = true;
+    return m_session;
 }
 
-void SHELL::Close() {
-    if (m_Open && m_Started) m_Session.Lifecycle(OPERATION::Stop);
-    if (m_Open) m_Session.Lifecycle(OPERATION::Fin);
-    m_Open = m_Started = false;
+void Shell::Close() {
+    if (m_open && m_started) m_session.Lifecycle(Operation::Stop);
+    if (m_open) m_session.Lifecycle(Operation::Fin);
+    m_open = m_started = false;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

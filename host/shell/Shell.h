@@ -7,35 +7,35 @@
 #include <string>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
-class SESSION;
-class SHELL_LINES;
+class Session;
+class ShellLines;
 
-/// Does a command for people, given its words; false when there is no such command. Otherwise `a_Good` becomes whether
-/// all is right. Throws USAGE_ERROR for bad words.
-using SHELL_COMMAND = std::function<bool(const std::vector<std::string>& a_Words, bool& a_Good)>;
+/// Does a command for people, given its words; false when there is no such command. Otherwise `good` becomes whether
+/// all is right. Throws UsageError for bad words.
+using ShellCommand = std::function<bool(const std::vector<std::string>& words, bool& good)>;
 
-class SHELL {
+class Shell {
 public:
-    explicit SHELL(SESSION& a_Session) : m_Session(a_Session) {}
+    explicit Shell(Session& session) : m_session(session) {}
 
     /// Until `quit` or the end of the lines, which no error is; then stops what was started and calls fin, if init was
     /// called. True when nothing went wrong. Throws what the output throws, after fin.
-    bool Run(SHELL_LINES& a_Lines, const SHELL_COMMAND& a_Command);
+    bool Run(ShellLines& lines, const ShellCommand& command);
     /// The session after its init, which is called when it was not yet.
-    SESSION& Opened();
+    Session& Opened();
 
 private:
     /// False when it was the last one.
-    bool Line(const std::string& a_Line, const SHELL_COMMAND& a_Command);
-    bool Call(CALL& a_Call);
+    bool Line(const std::string& line, const ShellCommand& command);
+    bool MakeCall(Call& call);
     void Close();
 
-    SESSION& m_Session;
-    bool m_Open = false;
-    bool m_Started = false;
-    bool m_Good = true;
+    Session& m_session;
+    bool m_open = false;
+    bool m_started = false;
+    bool m_good = true;
 };
 
-} // namespace BMHOST
+} // namespace bmhost

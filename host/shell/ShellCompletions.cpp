@@ -11,95 +11,95 @@
 #include <sstream>
 #include <string_view>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
-using WORDS = std::vector<std::string>;
+using Words = std::vector<std::string>;
 
-std::string Lower(std::string_view a_Text) {
-    std::string l_Text(a_Text);
-    std::transform(l_Text.begin(), l_Text.end(), l_Text.begin(),
-                   [](unsigned char a_Char) { return static_cast<char>(std::tolower(a_Char)); });
-    return l_Text;
+std::string Lower(std::string_view text) {
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return lower;
 }
 
 // The shortest way to write each of them.
-WORDS Groups() {
-    WORDS l_Groups;
-    for (const auto& l_Group : BM_ADAPTOR::g_GroupNames) {
-        std::string_view l_Name = l_Group.m_Name;
-        for (const std::string_view l_Prefix : {"BMI_GROUP_", "HARDWARE_", "BM_IPMI_"}) {
-            if (l_Name.starts_with(l_Prefix)) l_Name.remove_prefix(l_Prefix.size());
+Words Groups() {
+    Words groups;
+    for (const auto& group : BM_ADAPTOR::g_GroupNames) {
+        std::string_view name = group.m_Name;
+        for (const std::string_view prefix : {"BMI_GROUP_", "HARDWARE_", "BM_IPMI_"}) {
+            if (name.starts_with(prefix)) name.remove_prefix(prefix.size());
         }
-        l_Groups.push_back(Lower(l_Name));
+        groups.push_back(Lower(name));
     }
-    return l_Groups;
+    return groups;
 }
 
-WORDS Parameters(const std::string& a_Group) {
-    WORDS l_Words;
-    unsigned l_Group = 0;
+Words Parameters(const std::string& groupName) {
+    Words words;
+    unsigned group = 0;
     try {
-        l_Group = GroupNumber(a_Group);
-    } catch (const USAGE_ERROR&) {
-        return l_Words;
+        group = GroupNumber(groupName);
+    } catch (const UsageError&) {
+        return words;
     }
-    for (const auto& l_Param : BM_ADAPTOR::g_ParameterNames) {
-        if (!IsParameterOf(l_Param.m_Id, l_Group)) continue;
-        std::string l_Word = ColumnName(l_Param.m_Id);
-        std::replace(l_Word.begin(), l_Word.end(), ' ', '_');
-        l_Words.push_back(l_Word + "=");
+    for (const auto& param : BM_ADAPTOR::g_ParameterNames) {
+        if (!IsParameterOf(param.m_Id, group)) continue;
+        std::string word = ColumnName(param.m_Id);
+        std::replace(word.begin(), word.end(), ' ', '_');
+        words.push_back(word + "=");
     }
-    return l_Words;
+    return words;
 }
 
-struct OWN_WORDS {
-    std::string_view m_Command;
-    std::string_view m_Words;
+struct CommandWords {
+    std::string_view m_command;
+    std::string_view m_words;
 };
 
-constexpr OWN_WORDS OWN[] = {
+constexpr CommandWords OwnWordsOf[] = {
     {"led", "set board rtm hot-swap out-of-service health on off blink local --color --on --off"},
     {"dsp", "set-ip"},
     {"switch", "enable disable"},
     {"firmware", "update show --target --bay --dry-run board amc rtm"},
 };
 
-WORDS OwnWords(const std::string& a_Command) {
-    WORDS l_Words;
-    for (const OWN_WORDS& l_Own : OWN) {
-        if (l_Own.m_Command != a_Command) continue;
-        std::istringstream l_Stream{std::string(l_Own.m_Words)};
-        for (std::string l_Word; l_Stream >> l_Word;)
-            l_Words.push_back(l_Word);
+Words OwnWords(const std::string& command) {
+    Words words;
+    for (const CommandWords& own : OwnWordsOf) {
+        if (own.m_command != command) continue;
+        std::istringstream stream{std::string(own.m_words)};
+        for (std::string word; stream >> word;)
+            words.push_back(word);
     }
-    return l_Words;
+    return words;
 }
 
 // By the words before the one that is completed.
-WORDS Candidates(const WORDS& a_Before) {
-    if (a_Before.empty()) return PromptCommands();
-    const std::string& l_Command = a_Before[0];
-    if (l_Command == "help") return PromptCommands();
-    if (l_Command != "read" && l_Command != "table" && l_Command != "write") return OwnWords(l_Command);
-    if (a_Before.size() == 1) return Groups();
-    return l_Command == "table" ? WORDS{} : Parameters(a_Before[1]);
+Words Candidates(const Words& before) {
+    if (before.empty()) return PromptCommands();
+    const std::string& command = before[0];
+    if (command == "help") return PromptCommands();
+    if (command != "read" && command != "table" && command != "write") return OwnWords(command);
+    if (before.size() == 1) return Groups();
+    return command == "table" ? Words{} : Parameters(before[1]);
 }
 
 } // namespace
 
-std::vector<std::string> ShellCompletions(const std::string& a_Before) {
-    const std::size_t l_Begin = a_Before.find_last_of(" \t") + 1;
-    const std::string l_Word = a_Before.substr(l_Begin);
-    std::istringstream l_Stream(a_Before.substr(0, l_Begin));
-    WORDS l_Before;
-    for (std::string l_Other; l_Stream >> l_Other;)
-        l_Before.push_back(l_Other);
-    WORDS l_Words = Candidates(l_Before);
-    std::erase_if(l_Words, [&](const std::string& a_Candidate) { return !a_Candidate.starts_with(l_Word); });
-    std::sort(l_Words.begin(), l_Words.end());
-    return l_Words;
+std::vector<std::string> ShellCompletions(const std::string& before) {
+    const std::size_t begin = before.find_last_of(" \t") + 1;
+    const std::string word = before.substr(begin);
+    std::istringstream stream(before.substr(0, begin));
+    Words earlier;
+    for (std::string other; stream >> other;)
+        earlier.push_back(other);
+    Words words = Candidates(earlier);
+    std::erase_if(words, [&](const std::string& candidate) { return !candidate.starts_with(word); });
+    std::sort(words.begin(), words.end());
+    return words;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -7,37 +7,37 @@
 #include <cstdio>
 #include <unistd.h>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
-class PLAIN_LINES final : public SHELL_LINES {
+class PlainLines final : public ShellLines {
 public:
-    explicit PLAIN_LINES(std::FILE* a_Input) : m_Input(a_Input) {}
-    PLAIN_LINES(const PLAIN_LINES&) = delete;
-    PLAIN_LINES& operator=(const PLAIN_LINES&) = delete;
-    ~PLAIN_LINES() override { std::fclose(m_Input); }
+    explicit PlainLines(std::FILE* input) : m_input(input) {}
+    PlainLines(const PlainLines&) = delete;
+    PlainLines& operator=(const PlainLines&) = delete;
+    ~PlainLines() override { std::fclose(m_input); }
 
     std::optional<std::string> Next() override {
-        std::string l_Line;
-        int l_Char = 0;
-        while ((l_Char = getc(m_Input)) != EOF && l_Char != '\n')
-            l_Line += static_cast<char>(l_Char);
-        if (l_Char == EOF && l_Line.empty()) return std::nullopt;
-        return l_Line;
+        std::string line;
+        int next = 0;
+        while ((next = getc(m_input)) != EOF && next != '\n')
+            line += static_cast<char>(next);
+        if (next == EOF && line.empty()) return std::nullopt;
+        return line;
     }
 
 private:
-    std::FILE* m_Input;
+    std::FILE* m_input;
 };
 
 } // namespace
 
-std::unique_ptr<SHELL_LINES> MakeShellLines() {
-    const bool l_Prompt = isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
-    std::FILE* const l_Input = fdopen(TakeStandardInput(), "r");
-    if (l_Prompt) return MakeShellPrompt(l_Input);
-    return std::make_unique<PLAIN_LINES>(l_Input);
+std::unique_ptr<ShellLines> MakeShellLines() {
+    const bool prompt = isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
+    std::FILE* const input = fdopen(TakeStandardInput(), "r");
+    if (prompt) return MakeShellPrompt(input);
+    return std::make_unique<PlainLines>(input);
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
-class SHELL_LINES {
+class ShellLines {
 public:
-    virtual ~SHELL_LINES() = default;
+    virtual ~ShellLines() = default;
 
     /// The next line without its end, or nothing after the last.
     virtual std::optional<std::string> Next() = 0;
@@ -18,9 +18,9 @@ public:
 
 /// From standard input, with a prompt when that and standard error are terminals. The adaptor finds its standard input
 /// empty from now on.
-std::unique_ptr<SHELL_LINES> MakeShellLines();
+std::unique_ptr<ShellLines> MakeShellLines();
 
 /// What may stand in place of the last word of this text, which is what stands before the cursor.
-std::vector<std::string> ShellCompletions(const std::string& a_Before);
+std::vector<std::string> ShellCompletions(const std::string& before);
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -11,98 +11,98 @@
 #include <clocale>
 #include <csignal>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
-constexpr int HISTORY_LINES = 1000;
+constexpr int HistoryLines = 1000;
 
 const char* Prompt(EditLine*) {
     return "bmhost> ";
 }
 
 // All that the possible words have in common is entered; where that is nothing new, they are listed.
-unsigned char Complete(EditLine* a_Edit, int) {
-    const LineInfo* const l_Line = el_line(a_Edit);
-    const std::string l_Before(l_Line->buffer, l_Line->cursor);
-    const auto l_Words = ShellCompletions(l_Before);
-    if (l_Words.empty()) return CC_ERROR;
-    std::string l_Common = l_Words[0];
-    for (const std::string& l_Word : l_Words) {
-        while (!l_Word.starts_with(l_Common))
-            l_Common.pop_back();
+unsigned char Complete(EditLine* edit, int) {
+    const LineInfo* const line = el_line(edit);
+    const std::string before(line->buffer, line->cursor);
+    const auto words = ShellCompletions(before);
+    if (words.empty()) return CC_ERROR;
+    std::string common = words[0];
+    for (const std::string& word : words) {
+        while (!word.starts_with(common))
+            common.pop_back();
     }
-    const std::size_t l_Typed = l_Before.size() - (l_Before.find_last_of(" \t") + 1);
-    const bool l_Whole = l_Words.size() == 1 && !l_Common.ends_with('=');
-    const std::string l_New = l_Common.substr(l_Typed) + (l_Whole ? " " : "");
-    if (!l_New.empty()) return el_insertstr(a_Edit, l_New.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+    const std::size_t typed = before.size() - (before.find_last_of(" \t") + 1);
+    const bool whole = words.size() == 1 && !common.ends_with('=');
+    const std::string addition = common.substr(typed) + (whole ? " " : "");
+    if (!addition.empty()) return el_insertstr(edit, addition.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
     fputc('\n', stderr);
-    for (const std::string& l_Word : l_Words)
-        fprintf(stderr, "%s  ", l_Word.c_str());
+    for (const std::string& word : words)
+        fprintf(stderr, "%s  ", word.c_str());
     fputc('\n', stderr);
     return CC_REDISPLAY;
 }
 
 // An interrupt that does not come from the keyboard drops the line too; while a call runs it ends the process as
 // everywhere.
-class INTERRUPTIBLE {
+class Interruptible {
 public:
-    INTERRUPTIBLE() {
-        struct sigaction l_Interrupt = {};
-        l_Interrupt.sa_handler = [](int) {}; // without SA_RESTART: the reading ends
-        sigaction(SIGINT, &l_Interrupt, &m_Before);
+    Interruptible() {
+        struct sigaction interrupt = {};
+        interrupt.sa_handler = [](int) {}; // without SA_RESTART: the reading ends
+        sigaction(SIGINT, &interrupt, &m_before);
     }
-    INTERRUPTIBLE(const INTERRUPTIBLE&) = delete;
-    INTERRUPTIBLE& operator=(const INTERRUPTIBLE&) = delete;
-    ~INTERRUPTIBLE() { sigaction(SIGINT, &m_Before, nullptr); }
+    Interruptible(const Interruptible&) = delete;
+    Interruptible& operator=(const Interruptible&) = delete;
+    ~Interruptible() { sigaction(SIGINT, &m_before, nullptr); }
 
 private:
-    struct sigaction m_Before {};
+    struct sigaction m_before {};
 };
 
-class SHELL_PROMPT final : public SHELL_LINES {
+class ShellPrompt final : public ShellLines {
 public:
-    explicit SHELL_PROMPT(std::FILE* a_Terminal)
-        : m_Terminal(a_Terminal),
-          m_History(history_init()),
-          m_HistoryFile(StateFile("bmhost_history")) {
+    explicit ShellPrompt(std::FILE* terminal)
+        : m_terminal(terminal),
+          m_history(history_init()),
+          m_historyFile(StateFile("bmhost_history")) {
         setlocale(LC_CTYPE, ""); // what is typed may be more than ASCII
-        m_Edit = el_init("bmhost", m_Terminal, stderr, stderr);
-        HistEvent l_Event{};
-        history(m_History, &l_Event, H_SETSIZE, HISTORY_LINES);
-        history(m_History, &l_Event, H_SETUNIQUE, 1);
-        history(m_History, &l_Event, H_LOAD, m_HistoryFile.c_str());
-        el_set(m_Edit, EL_PROMPT, Prompt);
-        el_set(m_Edit, EL_EDITOR, "emacs");
-        el_set(m_Edit, EL_HIST, history, m_History);
-        el_set(m_Edit, EL_ADDFN, "bmhost-complete", "Complete the word", Complete);
-        el_set(m_Edit, EL_BIND, "^I", "bmhost-complete", nullptr);
-        el_set(m_Edit, EL_CLIENTDATA, this);
-        el_set(m_Edit, EL_ADDFN, "bmhost-drop", "Drop the line", s_Drop);
-        el_set(m_Edit, EL_BIND, "^C", "bmhost-drop", nullptr);
+        m_edit = el_init("bmhost", m_terminal, stderr, stderr);
+        HistEvent event{};
+        history(m_history, &event, H_SETSIZE, HistoryLines);
+        history(m_history, &event, H_SETUNIQUE, 1);
+        history(m_history, &event, H_LOAD, m_historyFile.c_str());
+        el_set(m_edit, EL_PROMPT, Prompt);
+        el_set(m_edit, EL_EDITOR, "emacs");
+        el_set(m_edit, EL_HIST, history, m_history);
+        el_set(m_edit, EL_ADDFN, "bmhost-complete", "Complete the word", Complete);
+        el_set(m_edit, EL_BIND, "^I", "bmhost-complete", nullptr);
+        el_set(m_edit, EL_CLIENTDATA, this);
+        el_set(m_edit, EL_ADDFN, "bmhost-drop", "Drop the line", Drop);
+        el_set(m_edit, EL_BIND, "^C", "bmhost-drop", nullptr);
     }
-    SHELL_PROMPT(const SHELL_PROMPT&) = delete;
-    SHELL_PROMPT& operator=(const SHELL_PROMPT&) = delete;
-    ~SHELL_PROMPT() override {
-        HistEvent l_Event{};
-        history(m_History, &l_Event, H_SAVE, m_HistoryFile.c_str());
-        el_end(m_Edit);
-        history_end(m_History);
-        std::fclose(m_Terminal);
+    ShellPrompt(const ShellPrompt&) = delete;
+    ShellPrompt& operator=(const ShellPrompt&) = delete;
+    ~ShellPrompt() override {
+        HistEvent event{};
+        history(m_history, &event, H_SAVE, m_historyFile.c_str());
+        el_end(m_edit);
+        history_end(m_history);
+        std::fclose(m_terminal);
     }
 
     std::optional<std::string> Next() override {
-        const INTERRUPTIBLE l_Interruptible;
+        const Interruptible interruptible;
         for (;;) {
-            int l_Count = 0;
+            int count = 0;
             PrepareTerminal();
-            m_Dropped = false;
+            m_dropped = false;
             errno = 0;
-            const char* const l_Text = el_gets(m_Edit, &l_Count);
-            if (l_Text != nullptr && l_Count > 0 && !m_Dropped) return Remembered(l_Text);
+            const char* const text = el_gets(m_edit, &count);
+            if (text != nullptr && count > 0 && !m_dropped) return Remembered(text);
             fputc('\n', stderr);
-            if (errno != EINTR && !m_Dropped) return std::nullopt;
-            el_reset(m_Edit);
+            if (errno != EINTR && !m_dropped) return std::nullopt;
+            el_reset(m_edit);
         }
     }
 
@@ -110,38 +110,38 @@ private:
     // Before the prompt is there: a Ctrl-D that comes between the two would be lost in the terminal's own line. Ctrl-C
     // is a key like others until the line is read: as a signal it would be lost whenever it finds nobody reading.
     void PrepareTerminal() {
-        el_set(m_Edit, EL_PREP_TERM, 1);
-        termios l_Mode{};
-        if (tcgetattr(fileno(m_Terminal), &l_Mode) != 0) return;
-        l_Mode.c_cc[VINTR] = _POSIX_VDISABLE;
-        tcsetattr(fileno(m_Terminal), TCSADRAIN, &l_Mode);
+        el_set(m_edit, EL_PREP_TERM, 1);
+        termios mode{};
+        if (tcgetattr(fileno(m_terminal), &mode) != 0) return;
+        mode.c_cc[VINTR] = _POSIX_VDISABLE;
+        tcsetattr(fileno(m_terminal), TCSADRAIN, &mode);
     }
 
-    static unsigned char s_Drop(EditLine* a_Edit, int) {
-        SHELL_PROMPT* l_Self = nullptr;
-        el_get(a_Edit, EL_CLIENTDATA, &l_Self);
-        l_Self->m_Dropped = true;
+    static unsigned char Drop(EditLine* edit, int) {
+        ShellPrompt* self = nullptr;
+        el_get(edit, EL_CLIENTDATA, &self);
+        self->m_dropped = true;
         return CC_NEWLINE;
     }
 
-    std::string Remembered(std::string a_Line) {
-        a_Line.erase(a_Line.find_last_not_of("\r\n") + 1);
-        HistEvent l_Event{};
-        if (!a_Line.empty()) history(m_History, &l_Event, H_ENTER, a_Line.c_str());
-        return a_Line;
+    std::string Remembered(std::string line) {
+        line.erase(line.find_last_not_of("\r\n") + 1);
+        HistEvent event{};
+        if (!line.empty()) history(m_history, &event, H_ENTER, line.c_str());
+        return line;
     }
 
-    std::FILE* m_Terminal;
-    History* m_History;
-    std::string m_HistoryFile;
-    EditLine* m_Edit = nullptr;
-    bool m_Dropped = false;
+    std::FILE* m_terminal;
+    History* m_history;
+    std::string m_historyFile;
+    EditLine* m_edit = nullptr;
+    bool m_dropped = false;
 };
 
 } // namespace
 
-std::unique_ptr<SHELL_LINES> MakeShellPrompt(std::FILE* a_Terminal) {
-    return std::make_unique<SHELL_PROMPT>(a_Terminal);
+std::unique_ptr<ShellLines> MakeShellPrompt(std::FILE* terminal) {
+    return std::make_unique<ShellPrompt>(terminal);
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -5,9 +5,9 @@
 
 #include <cstdio>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// Takes the terminal, which it closes at its end. The history is kept in the user's state folder.
-std::unique_ptr<SHELL_LINES> MakeShellPrompt(std::FILE* a_Terminal);
+std::unique_ptr<ShellLines> MakeShellPrompt(std::FILE* terminal);
 
-} // namespace BMHOST
+} // namespace bmhost

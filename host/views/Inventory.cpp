@@ -6,17 +6,17 @@
 #include "host/session/Session.h"
 #include "host/words/Names.h"
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
-struct SECTION {
-    unsigned m_Group;
-    const char* m_Title;
-    const char* m_WhenEmpty;
+struct Section {
+    unsigned m_group;
+    const char* m_title;
+    const char* m_whenEmpty;
 };
 
-constexpr SECTION SECTIONS[] = {
+constexpr Section Sections[] = {
     {BM_ADAPTOR::BMI_GROUP_HARDWARE_BOARD, "Baseboard", "the baseboard's data cannot be read"},
     {BM_ADAPTOR::BMI_GROUP_HARDWARE_AMC_TABLE, "Modules (bay 9 is the RTM)", "no module"},
     {BM_ADAPTOR::BMI_GROUP_HARDWARE_AMC_FRU_TABLE, "AMCs with DSPs (field b: DSPs, field a: type of the first)",
@@ -24,8 +24,8 @@ constexpr SECTION SECTIONS[] = {
     {BM_ADAPTOR::BMI_GROUP_HARDWARE_RTM_FRU_TABLE, "RTM framers", "no RTM with framers"},
 };
 
-const char* TypeName(BM_ADAPTOR::BMIParamType_e a_Type) {
-    switch (a_Type) {
+const char* TypeName(BM_ADAPTOR::BMIParamType_e type) {
+    switch (type) {
     case BM_ADAPTOR::BMI_PARAM_BOOL:
         return "boolean";
     case BM_ADAPTOR::BMI_PARAM_STRING:
@@ -39,33 +39,32 @@ const char* TypeName(BM_ADAPTOR::BMIParamType_e a_Type) {
 
 } // namespace
 
-bool Inventory(SESSION& a_Session, bool a_Color, std::string& a_Text) {
-    bool l_BoardRead = false;
-    for (const SECTION& l_Section : SECTIONS) {
-        int l_Result = 0;
-        const auto l_Table = a_Session.Table(l_Section.m_Group, l_Result);
-        const bool l_HasRows = l_Table != nullptr && l_Table->GetSize() > 0;
-        if (l_Section.m_Group == BM_ADAPTOR::BMI_GROUP_HARDWARE_BOARD) l_BoardRead = l_Result == SUCCESS && l_HasRows;
-        a_Text += std::string(a_Text.empty() ? "" : "\n") + l_Section.m_Title + "\n";
-        a_Text +=
-            l_HasRows ? AlignedTable(TableLines(*l_Table), a_Color) : std::string("  ") + l_Section.m_WhenEmpty + "\n";
+bool Inventory(Session& session, bool color, std::string& text) {
+    bool boardRead = false;
+    for (const Section& section : Sections) {
+        int result = 0;
+        const auto table = session.Table(section.m_group, result);
+        const bool hasRows = table != nullptr && table->GetSize() > 0;
+        if (section.m_group == BM_ADAPTOR::BMI_GROUP_HARDWARE_BOARD) boardRead = result == Success && hasRows;
+        text += std::string(text.empty() ? "" : "\n") + section.m_title + "\n";
+        text += hasRows ? AlignedTable(TableLines(*table), color) : std::string("  ") + section.m_whenEmpty + "\n";
     }
-    return l_BoardRead;
+    return boardRead;
 }
 
 std::string ListGroups() {
-    std::string l_Text;
-    for (const auto& l_Group : BM_ADAPTOR::g_GroupNames) {
-        l_Text += Hex(l_Group.m_Group) + " " + std::string(l_Group.m_Name) + "\n";
-        std::vector<std::vector<std::string>> l_Lines = {{"id", "type", "key", "name"}};
-        for (const auto& l_Param : BM_ADAPTOR::g_ParameterNames) {
-            if (!IsParameterOf(l_Param.m_Id, l_Group.m_Group)) continue;
-            l_Lines.push_back(
-                {Hex(l_Param.m_Id), TypeName(l_Param.m_Type), l_Param.m_Key ? "key" : "", std::string(l_Param.m_Name)});
+    std::string text;
+    for (const auto& group : BM_ADAPTOR::g_GroupNames) {
+        text += Hex(group.m_Group) + " " + std::string(group.m_Name) + "\n";
+        std::vector<std::vector<std::string>> lines = {{"id", "type", "key", "name"}};
+        for (const auto& param : BM_ADAPTOR::g_ParameterNames) {
+            if (!IsParameterOf(param.m_Id, group.m_Group)) continue;
+            lines.push_back(
+                {Hex(param.m_Id), TypeName(param.m_Type), param.m_Key ? "key" : "", std::string(param.m_Name)});
         }
-        l_Text += AlignedTable(l_Lines, false) + "\n";
+        text += AlignedTable(lines, false) + "\n";
     }
-    return l_Text;
+    return text;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -3,15 +3,15 @@
 
 #include <string>
 
-namespace BMHOST {
+namespace bmhost {
 
-class SESSION;
+class Session;
 
 /// Between init and fin: board, modules, and what the modules carry, as aligned tables. True when the board's table
 /// could be read.
-bool Inventory(SESSION& a_Session, bool a_Color, std::string& a_Text);
+bool Inventory(Session& session, bool color, std::string& text);
 
 /// Every group and parameter with number, type and name.
 std::string ListGroups();
 
-} // namespace BMHOST
+} // namespace bmhost

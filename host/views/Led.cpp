@@ -9,98 +9,98 @@
 #include <array>
 #include <iterator>
 
-namespace BMHOST {
+namespace bmhost {
 
 using namespace BM_ADAPTOR;
 
 namespace {
 
 /// The ids of one LED group's keys and values.
-struct LED_GROUP {
-    unsigned m_Group;
-    unsigned m_LED;
-    unsigned m_Bay; ///< 0: the group has no such key
-    unsigned m_Local;
-    unsigned m_OnTime;
-    unsigned m_OffTime;
-    unsigned m_LampTest;
-    unsigned m_Color;
+struct LedGroup {
+    unsigned m_group;
+    unsigned m_led;
+    unsigned m_bay; ///< 0: the group has no such key
+    unsigned m_local;
+    unsigned m_onTime;
+    unsigned m_offTime;
+    unsigned m_lampTest;
+    unsigned m_color;
 };
 
-constexpr LED_GROUP BASEBOARD_LEDS = {BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL,
-                                      BMI_HW_BB_LED_ID,
-                                      0,
-                                      BMI_HW_BB_LED_LOCAL_CONTROL,
-                                      BMI_HW_BB_LED_ON_TIME,
-                                      BMI_HW_BB_LED_OFF_TIME,
-                                      BMI_HW_BB_LED_LAMP_TEST,
-                                      BMI_HW_BB_LED_COLOR};
-constexpr LED_GROUP MODULE_LEDS = {BMI_GROUP_HARDWARE_AMC_LED_INTERNAL,
-                                   BMI_HW_AMC_LED_ID,
-                                   BMI_HW_AMC_LED_BAY,
-                                   BMI_HW_AMC_LED_LOCAL_CONTROL,
-                                   BMI_HW_AMC_LED_ON_TIME,
-                                   BMI_HW_AMC_LED_OFF_TIME,
-                                   BMI_HW_AMC_LED_LAMP_TEST,
-                                   BMI_HW_AMC_LED_COLOR};
+constexpr LedGroup BaseboardLeds = {BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL,
+                                    BMI_HW_BB_LED_ID,
+                                    0,
+                                    BMI_HW_BB_LED_LOCAL_CONTROL,
+                                    BMI_HW_BB_LED_ON_TIME,
+                                    BMI_HW_BB_LED_OFF_TIME,
+                                    BMI_HW_BB_LED_LAMP_TEST,
+                                    BMI_HW_BB_LED_COLOR};
+constexpr LedGroup ModuleLeds = {BMI_GROUP_HARDWARE_AMC_LED_INTERNAL,
+                                 BMI_HW_AMC_LED_ID,
+                                 BMI_HW_AMC_LED_BAY,
+                                 BMI_HW_AMC_LED_LOCAL_CONTROL,
+                                 BMI_HW_AMC_LED_ON_TIME,
+                                 BMI_HW_AMC_LED_OFF_TIME,
+                                 BMI_HW_AMC_LED_LAMP_TEST,
+                                 BMI_HW_AMC_LED_COLOR};
 
 // By number: OpenIPMI's light colours.
-constexpr std::array<std::string_view, 7> COLORS = {"-", "white", "red", "green", "blue", "amber", "orange"};
-constexpr std::array<const char*, LAST_LED> LEDS = {"hot swap", "out of service", "health", "LED 3"};
+constexpr std::array<std::string_view, 7> Colors = {"-", "white", "red", "green", "blue", "amber", "orange"};
+constexpr std::array<const char*, LastLed> Leds = {"hot swap", "out of service", "health", "LED 3"};
 
-const LED_GROUP& GroupOf(LED_PLACE a_Place) {
-    return a_Place.m_Bay == BASEBOARD_BAY ? BASEBOARD_LEDS : MODULE_LEDS;
+const LedGroup& GroupOf(LedPlace place) {
+    return place.m_bay == BaseboardBay ? BaseboardLeds : ModuleLeds;
 }
 
-CBMIKeys KeysOf(LED_PLACE a_Place) {
-    const LED_GROUP& l_Group = GroupOf(a_Place);
-    CBMIKeys l_Keys;
-    l_Keys.Add(Integer(l_Group.m_LED, a_Place.m_LED, true));
-    if (l_Group.m_Bay != 0) l_Keys.Add(Integer(l_Group.m_Bay, a_Place.m_Bay, true));
-    return l_Keys;
+CBMIKeys KeysOf(LedPlace place) {
+    const LedGroup& group = GroupOf(place);
+    CBMIKeys keys;
+    keys.Add(Integer(group.m_led, place.m_led, true));
+    if (group.m_bay != 0) keys.Add(Integer(group.m_bay, place.m_bay, true));
+    return keys;
 }
 
 } // namespace
 
-std::string_view LedColorName(int a_Color) {
-    if (a_Color < 0 || a_Color >= static_cast<int>(COLORS.size())) return "unknown";
-    return COLORS[static_cast<std::size_t>(a_Color)];
+std::string_view LedColorName(int color) {
+    if (color < 0 || color >= static_cast<int>(Colors.size())) return "unknown";
+    return Colors[static_cast<std::size_t>(color)];
 }
 
-std::optional<int> LedColorNumber(std::string_view a_Name) {
-    const auto* const l_Found = std::find(std::next(COLORS.begin()), COLORS.end(), a_Name);
-    if (l_Found == COLORS.end()) return std::nullopt;
-    return static_cast<int>(l_Found - COLORS.begin());
+std::optional<int> LedColorNumber(std::string_view name) {
+    const auto* const found = std::find(std::next(Colors.begin()), Colors.end(), name);
+    if (found == Colors.end()) return std::nullopt;
+    return static_cast<int>(found - Colors.begin());
 }
 
-std::optional<LED_ROW> ReadLed(SESSION& a_Session, LED_PLACE a_Place, int& a_Result) {
-    const LED_GROUP& l_Group = GroupOf(a_Place);
-    const auto l_Row = a_Session.Row(l_Group.m_Group, KeysOf(a_Place), a_Result);
-    if (a_Result != SUCCESS || l_Row == nullptr) return std::nullopt;
-    const auto l_Value = [&](unsigned a_Id) { return IntegerOf(*l_Row, a_Id); };
-    return LED_ROW{l_Value(l_Group.m_Local), l_Value(l_Group.m_OnTime), l_Value(l_Group.m_OffTime),
-                   l_Value(l_Group.m_LampTest), l_Value(l_Group.m_Color)};
+std::optional<LedRow> ReadLed(Session& session, LedPlace place, int& result) {
+    const LedGroup& group = GroupOf(place);
+    const auto row = session.Row(group.m_group, KeysOf(place), result);
+    if (result != Success || row == nullptr) return std::nullopt;
+    const auto value = [&](unsigned id) { return IntegerOf(*row, id); };
+    return LedRow{value(group.m_local), value(group.m_onTime), value(group.m_offTime), value(group.m_lampTest),
+                  value(group.m_color)};
 }
 
-int WriteLed(SESSION& a_Session, LED_PLACE a_Place, const LED_ROW& a_Row) {
-    const LED_GROUP& l_Group = GroupOf(a_Place);
-    CBMIParams l_Values;
+int WriteLed(Session& session, LedPlace place, const LedRow& row) {
+    const LedGroup& group = GroupOf(place);
+    CBMIParams values;
     // The row says whether the LED is overridden.
-    l_Values.Add(Integer(l_Group.m_Local, a_Row.m_Local == 0 ? 1 : 0, false));
-    l_Values.Add(Integer(l_Group.m_OnTime, a_Row.m_OnTime, false));
-    l_Values.Add(Integer(l_Group.m_OffTime, a_Row.m_OffTime, false));
-    l_Values.Add(Integer(l_Group.m_Color, a_Row.m_Color, false));
-    CBMIKeys l_Keys = KeysOf(a_Place);
-    return a_Session.WriteRow(l_Group.m_Group, l_Keys, l_Values);
+    values.Add(Integer(group.m_local, row.m_local == 0 ? 1 : 0, false));
+    values.Add(Integer(group.m_onTime, row.m_onTime, false));
+    values.Add(Integer(group.m_offTime, row.m_offTime, false));
+    values.Add(Integer(group.m_color, row.m_color, false));
+    CBMIKeys keys = KeysOf(place);
+    return session.WriteRow(group.m_group, keys, values);
 }
 
-std::string LedBayText(int a_Bay) {
-    if (a_Bay == BASEBOARD_BAY) return "baseboard";
-    return a_Bay == RTM_BAY ? "RTM" : "AMC bay " + std::to_string(a_Bay);
+std::string LedBayText(int bay) {
+    if (bay == BaseboardBay) return "baseboard";
+    return bay == RtmBay ? "RTM" : "AMC bay " + std::to_string(bay);
 }
 
-std::string LedText(int a_LED) {
-    return std::to_string(a_LED) + " " + LEDS.at(static_cast<std::size_t>(a_LED - FIRST_LED));
+std::string LedText(int led) {
+    return std::to_string(led) + " " + Leds.at(static_cast<std::size_t>(led - FirstLed));
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// Appends every LED of the blade, read one by one, as an aligned table. True when there is one and all could be read.
-bool LedPanel(SESSION& a_Session, bool a_Color, std::string& a_Text);
+bool LedPanel(Session& session, bool color, std::string& text);
 
 /// The panel's line of an LED that was read.
-std::vector<std::string> LedLine(LED_PLACE a_Place, const LED_ROW& a_Row);
+std::vector<std::string> LedLine(LedPlace place, const LedRow& row);
 /// What the LED shows, in a few words: "off", "blink red", "lamp test".
-std::string LedShows(const LED_ROW& a_Row);
+std::string LedShows(const LedRow& row);
 /// Such lines as an aligned table, under the names of the columns.
-std::string LedTable(const std::vector<std::vector<std::string>>& a_Lines, bool a_Color);
+std::string LedTable(const std::vector<std::vector<std::string>>& lines, bool color);
 
-} // namespace BMHOST
+} // namespace bmhost

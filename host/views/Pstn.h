@@ -3,11 +3,11 @@
 
 #include <string>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// Appends each record and each refusal, in their order, as an aligned table, or one line that says why there are none.
 /// True when there is a driver to be told.
-/// @param a_RunFolder  that of the blade; null or empty outside of one
-bool PstnTable(const char* a_RunFolder, bool a_Color, std::string& a_Text);
+/// @param runFolder  that of the blade; null or empty outside of one
+bool PstnTable(const char* runFolder, bool color, std::string& text);
 
-} // namespace BMHOST
+} // namespace bmhost

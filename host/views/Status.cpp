@@ -16,124 +16,123 @@
 #include <optional>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
 using namespace BM_ADAPTOR;
 using nlohmann::ordered_json;
 
 namespace {
 
-constexpr int OUT_OF_SERVICE_LED = 2;
-constexpr int HEALTH_LED = 3;
-constexpr std::size_t RUN_STATUS_COLUMN = 2;
+constexpr int OutOfServiceLed = 2;
+constexpr int HealthLed = 3;
+constexpr std::size_t RunStatusColumn = 2;
 
-struct MODULE_STATUS {
-    int m_Bay = BASEBOARD_BAY;
-    std::string m_Name;
-    std::optional<int> m_RunStatus; ///< the baseboard has none
-    std::string m_OutOfService;     ///< what the LED shows: "on red"; "-" when there is none
-    std::string m_Health;
+struct ModuleStatus {
+    int m_bay = BaseboardBay;
+    std::string m_name;
+    std::optional<int> m_runStatus; ///< the baseboard has none
+    std::string m_outOfService;     ///< what the LED shows: "on red"; "-" when there is none
+    std::string m_health;
 };
 
-struct BLADE_STATUS {
-    bool m_Read = false; ///< every table could be
-    std::vector<MODULE_STATUS> m_Modules;
-    UPGRADE_ROW m_Upgrade;
+struct BladeStatus {
+    bool m_read = false; ///< every table could be
+    std::vector<ModuleStatus> m_modules;
+    UpgradeRow m_upgrade;
 };
 
-std::string LedShows(SESSION& a_Session, LED_PLACE a_Place) {
-    int l_Result = 0;
-    const auto l_Row = ReadLed(a_Session, a_Place, l_Result);
-    if (!l_Row) return "-";
-    return LedShows(*l_Row);
+std::string LedShows(Session& session, LedPlace place) {
+    int result = 0;
+    const auto row = ReadLed(session, place, result);
+    if (!row) return "-";
+    return LedShows(*row);
 }
 
-MODULE_STATUS ModuleOf(SESSION& a_Session, int a_Bay, std::string a_Name, std::optional<int> a_RunStatus) {
-    return {a_Bay, std::move(a_Name), a_RunStatus, LedShows(a_Session, {a_Bay, OUT_OF_SERVICE_LED}),
-            LedShows(a_Session, {a_Bay, HEALTH_LED})};
+ModuleStatus ModuleOf(Session& session, int bay, std::string name, std::optional<int> runStatus) {
+    return {bay, std::move(name), runStatus, LedShows(session, {bay, OutOfServiceLed}),
+            LedShows(session, {bay, HealthLed})};
 }
 
-BLADE_STATUS ReadStatus(SESSION& a_Session) {
-    BLADE_STATUS l_Status;
-    int l_BoardResult = 0;
-    if (const auto l_Board = a_Session.Table(BMI_GROUP_HARDWARE_BOARD, l_BoardResult);
-        l_Board != nullptr && l_Board->GetSize() > 0) {
-        l_Status.m_Modules.push_back(
-            ModuleOf(a_Session, BASEBOARD_BAY, TextOf(*l_Board->Get(0), BMI_HW_BOARD_PRODUCT_NAME), std::nullopt));
+BladeStatus ReadStatus(Session& session) {
+    BladeStatus status;
+    int boardResult = 0;
+    if (const auto board = session.Table(BMI_GROUP_HARDWARE_BOARD, boardResult);
+        board != nullptr && board->GetSize() > 0) {
+        status.m_modules.push_back(
+            ModuleOf(session, BaseboardBay, TextOf(*board->Get(0), BMI_HW_BOARD_PRODUCT_NAME), std::nullopt));
     }
-    int l_Result = 0;
-    const auto l_Table = a_Session.Table(BMI_GROUP_HARDWARE_AMC_TABLE, l_Result);
-    for (int i = 0; l_Table != nullptr && i < l_Table->GetSize(); ++i) {
-        const CBMIParams& l_Row = *l_Table->Get(i);
-        l_Status.m_Modules.push_back(ModuleOf(a_Session, IntegerOf(l_Row, BMI_HW_AMC_BAY),
-                                              TextOf(l_Row, BMI_HW_AMC_PRODUCT_NAME),
-                                              IntegerOf(l_Row, BMI_HW_AMC_RUN_STATUS)));
+    int result = 0;
+    const auto table = session.Table(BMI_GROUP_HARDWARE_AMC_TABLE, result);
+    for (int i = 0; table != nullptr && i < table->GetSize(); ++i) {
+        const CBMIParams& row = *table->Get(i);
+        status.m_modules.push_back(ModuleOf(session, IntegerOf(row, BMI_HW_AMC_BAY),
+                                            TextOf(row, BMI_HW_AMC_PRODUCT_NAME),
+                                            IntegerOf(row, BMI_HW_AMC_RUN_STATUS)));
     }
-    int l_UpgradeResult = 0;
-    const auto l_Upgrade = a_Session.Row(BMI_GROUP_FIRMWARE_UPDATE, {}, l_UpgradeResult);
-    if (l_Upgrade != nullptr) l_Status.m_Upgrade = UpgradeOf(*l_Upgrade);
-    l_Status.m_Read = l_BoardResult == SUCCESS && l_Result == SUCCESS && l_UpgradeResult == SUCCESS;
-    return l_Status;
+    int upgradeResult = 0;
+    const auto upgrade = session.Row(BMI_GROUP_FIRMWARE_UPDATE, {}, upgradeResult);
+    if (upgrade != nullptr) status.m_upgrade = UpgradeOf(*upgrade);
+    status.m_read = boardResult == Success && result == Success && upgradeResult == Success;
+    return status;
 }
 
-bool IsGood(const BLADE_STATUS& a_Status) {
-    for (const MODULE_STATUS& l_Module : a_Status.m_Modules) {
-        if (l_Module.m_RunStatus == RUN_STATUS_FAILED) return false;
+bool IsGood(const BladeStatus& status) {
+    for (const ModuleStatus& module : status.m_modules) {
+        if (module.m_runStatus == RunStatusFailed) return false;
     }
-    return a_Status.m_Read && a_Status.m_Upgrade.m_State != UPGRADE_HAS_FAILED;
+    return status.m_read && status.m_upgrade.m_state != UpgradeHasFailed;
 }
 
-std::string UpgradeText(const UPGRADE_ROW& a_Upgrade) {
-    return "last firmware upgrade: " + UpgradeTargetText(a_Upgrade) + ", " +
-           std::string(UpgradeStateName(a_Upgrade.m_State)) + "\n";
+std::string UpgradeText(const UpgradeRow& upgrade) {
+    return "last firmware upgrade: " + UpgradeTargetText(upgrade) + ", " +
+           std::string(UpgradeStateName(upgrade.m_state)) + "\n";
 }
 
-ordered_json ModuleJson(const MODULE_STATUS& a_Module) {
-    ordered_json l_Json = {{"place", LedBayText(a_Module.m_Bay)},
-                           {"bay", a_Module.m_Bay},
-                           {"name", BM_PLATFORM::Utf8OfBytes(a_Module.m_Name)}};
-    if (a_Module.m_RunStatus) {
-        l_Json["run_status"] = *a_Module.m_RunStatus;
-        l_Json["run_status_name"] = RunStatusName(*a_Module.m_RunStatus);
+ordered_json ModuleJson(const ModuleStatus& module) {
+    ordered_json fields = {
+        {"place", LedBayText(module.m_bay)}, {"bay", module.m_bay}, {"name", BM_PLATFORM::Utf8OfBytes(module.m_name)}};
+    if (module.m_runStatus) {
+        fields["run_status"] = *module.m_runStatus;
+        fields["run_status_name"] = RunStatusName(*module.m_runStatus);
     }
-    l_Json["out_of_service_led"] = a_Module.m_OutOfService;
-    l_Json["health_led"] = a_Module.m_Health;
-    return l_Json;
+    fields["out_of_service_led"] = module.m_outOfService;
+    fields["health_led"] = module.m_health;
+    return fields;
 }
 
 } // namespace
 
-bool Status(SESSION& a_Session, bool a_Color, std::string& a_Text) {
-    const BLADE_STATUS l_Status = ReadStatus(a_Session);
-    std::vector<std::vector<std::string>> l_Lines = {
+bool Status(Session& session, bool color, std::string& text) {
+    const BladeStatus status = ReadStatus(session);
+    std::vector<std::vector<std::string>> lines = {
         {"place", "product name", "run status", "out of service LED", "health LED"}};
-    for (const MODULE_STATUS& l_Module : l_Status.m_Modules) {
-        l_Lines.push_back({LedBayText(l_Module.m_Bay), l_Module.m_Name,
-                           l_Module.m_RunStatus ? RunStatusText(*l_Module.m_RunStatus) : "-", l_Module.m_OutOfService,
-                           l_Module.m_Health});
+    for (const ModuleStatus& module : status.m_modules) {
+        lines.push_back({LedBayText(module.m_bay), module.m_name,
+                         module.m_runStatus ? RunStatusText(*module.m_runStatus) : "-", module.m_outOfService,
+                         module.m_health});
     }
-    a_Text += AlignedTable(l_Lines, a_Color, [&](std::size_t a_Line, std::size_t a_Column) -> const char* {
-        if (a_Column != RUN_STATUS_COLUMN) return nullptr;
-        const auto l_RunStatus = l_Status.m_Modules[a_Line - 1].m_RunStatus;
-        if (l_RunStatus == RUN_STATUS_RUNNING) return "\033[92m";
-        return l_RunStatus == RUN_STATUS_FAILED ? "\033[91m" : nullptr;
+    text += AlignedTable(lines, color, [&](std::size_t line, std::size_t column) -> const char* {
+        if (column != RunStatusColumn) return nullptr;
+        const auto runStatus = status.m_modules[line - 1].m_runStatus;
+        if (runStatus == RunStatusRunning) return "\033[92m";
+        return runStatus == RunStatusFailed ? "\033[91m" : nullptr;
     });
-    a_Text += "\n" + UpgradeText(l_Status.m_Upgrade);
-    return IsGood(l_Status);
+    text += "\n" + UpgradeText(status.m_upgrade);
+    return IsGood(status);
 }
 
-bool StatusJson(SESSION& a_Session, std::string& a_Text) {
-    const BLADE_STATUS l_Status = ReadStatus(a_Session);
-    ordered_json l_Modules = ordered_json::array();
-    for (const MODULE_STATUS& l_Module : l_Status.m_Modules)
-        l_Modules.push_back(ModuleJson(l_Module));
-    const ordered_json l_Upgrade = {{"place", UpgradeTargetText(l_Status.m_Upgrade)},
-                                    {"state", l_Status.m_Upgrade.m_State},
-                                    {"state_name", UpgradeStateName(l_Status.m_Upgrade.m_State)}};
-    const bool l_Good = IsGood(l_Status);
-    const ordered_json l_Line = {{"op", "status"}, {"good", l_Good}, {"modules", l_Modules}, {"upgrade", l_Upgrade}};
-    a_Text += BM_PLATFORM::EscapedJson(l_Line.dump()) + "\n";
-    return l_Good;
+bool StatusJson(Session& session, std::string& text) {
+    const BladeStatus status = ReadStatus(session);
+    ordered_json modules = ordered_json::array();
+    for (const ModuleStatus& module : status.m_modules)
+        modules.push_back(ModuleJson(module));
+    const ordered_json upgrade = {{"place", UpgradeTargetText(status.m_upgrade)},
+                                  {"state", status.m_upgrade.m_state},
+                                  {"state_name", UpgradeStateName(status.m_upgrade.m_state)}};
+    const bool good = IsGood(status);
+    const ordered_json line = {{"op", "status"}, {"good", good}, {"modules", modules}, {"upgrade", upgrade}};
+    text += BM_PLATFORM::EscapedJson(line.dump()) + "\n";
+    return good;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -3,14 +3,14 @@
 
 #include <string>
 
-namespace BMHOST {
+namespace bmhost {
 
-class SESSION;
+class Session;
 
 /// Between init and fin. Appends the status as tables for people. True when what there is could be read and nothing has
 /// failed.
-bool Status(SESSION& a_Session, bool a_Color, std::string& a_Text);
+bool Status(Session& session, bool color, std::string& text);
 /// The same as one JSON line.
-bool StatusJson(SESSION& a_Session, std::string& a_Text);
+bool StatusJson(Session& session, std::string& text);
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -6,60 +6,60 @@
 
 #include <span>
 
-namespace BMHOST {
+namespace bmhost {
 
 using namespace BM_ADAPTOR;
 
 namespace {
 
-struct NAME {
-    int m_Number;
-    std::string_view m_Name;
+struct NumberName {
+    int m_number;
+    std::string_view m_name;
 };
 
 // 2 is nobody's today: the LEDs show it as they show 3.
-constexpr NAME RUN_STATUSES[] = {{RUN_STATUS_UNKNOWN, "not started"},
-                                 {2, "starting"},
-                                 {3, "initialising"},
-                                 {RUN_STATUS_RUNNING, "running"},
-                                 {RUN_STATUS_FAILED, "failed"}};
-constexpr NAME UPGRADE_STATES[] = {
-    {UPGRADE_IS_RUNNING, "in progress"}, {UPGRADE_IS_DONE, "done"}, {UPGRADE_HAS_FAILED, "failed"}};
+constexpr NumberName RunStatuses[] = {{RunStatusUnknown, "not started"},
+                                      {2, "starting"},
+                                      {3, "initialising"},
+                                      {RunStatusRunning, "running"},
+                                      {RunStatusFailed, "failed"}};
+constexpr NumberName UpgradeStates[] = {
+    {UpgradeIsRunning, "in progress"}, {UpgradeIsDone, "done"}, {UpgradeHasFailed, "failed"}};
 
-std::string_view NameOf(std::span<const NAME> a_Names, int a_Number) {
-    for (const NAME& l_Name : a_Names) {
-        if (l_Name.m_Number == a_Number) return l_Name.m_Name;
+std::string_view NameOf(std::span<const NumberName> names, int number) {
+    for (const NumberName& name : names) {
+        if (name.m_number == number) return name.m_name;
     }
     return "unknown";
 }
 
 } // namespace
 
-std::string_view RunStatusName(int a_Status) {
-    return NameOf(RUN_STATUSES, a_Status);
+std::string_view RunStatusName(int status) {
+    return NameOf(RunStatuses, status);
 }
 
-std::string RunStatusText(int a_Status) {
-    return std::string(RunStatusName(a_Status)) + " (" + std::to_string(a_Status) + ")";
+std::string RunStatusText(int status) {
+    return std::string(RunStatusName(status)) + " (" + std::to_string(status) + ")";
 }
 
-UPGRADE_ROW UpgradeOf(const CBMIParams& a_Row) {
-    UPGRADE_ROW l_Upgrade;
-    const auto l_Take = [&](unsigned a_Id, int& a_Value) {
-        if (const CBMIParam* const l_Param = a_Row.GetParamById(a_Id)) a_Value = l_Param->GetInt();
+UpgradeRow UpgradeOf(const CBMIParams& row) {
+    UpgradeRow upgrade;
+    const auto take = [&](unsigned id, int& value) {
+        if (const CBMIParam* const param = row.GetParamById(id)) value = param->GetInt();
     };
-    l_Take(BMI_FW_UPDATE_TARGET, l_Upgrade.m_Target);
-    l_Take(BMI_FW_UPDATE_BAY, l_Upgrade.m_Bay);
-    l_Take(BMI_FW_UPDATE_STATE, l_Upgrade.m_State);
-    return l_Upgrade;
+    take(BMI_FW_UPDATE_TARGET, upgrade.m_target);
+    take(BMI_FW_UPDATE_BAY, upgrade.m_bay);
+    take(BMI_FW_UPDATE_STATE, upgrade.m_state);
+    return upgrade;
 }
 
-std::string_view UpgradeStateName(int a_State) {
-    return NameOf(UPGRADE_STATES, a_State);
+std::string_view UpgradeStateName(int state) {
+    return NameOf(UpgradeStates, state);
 }
 
-std::string UpgradeTargetText(const UPGRADE_ROW& a_Row) {
-    return LedBayText(a_Row.m_Target == UPGRADE_OF_MODULE ? a_Row.m_Bay : BASEBOARD_BAY);
+std::string UpgradeTargetText(const UpgradeRow& row) {
+    return LedBayText(row.m_target == UpgradeOfModule ? row.m_bay : BaseboardBay);
 }
 
-} // namespace BMHOST
+} // namespace bmhost

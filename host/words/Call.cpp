@@ -9,94 +9,94 @@
 #include <iterator>
 #include <limits>
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
 // How the words after the operation's are read.
-enum class FORM { Alone, GroupAndKeys, GroupAlone, GroupKeysValues, Milliseconds };
+enum class Form { Alone, GroupAndKeys, GroupAlone, GroupKeysValues, Milliseconds };
 
-struct GRAMMAR {
-    std::string_view m_Word;
-    OPERATION m_Operation;
-    FORM m_Form;
-    const char* m_Usage;
+struct CallForm {
+    std::string_view m_word;
+    Operation m_operation;
+    Form m_form;
+    const char* m_usage;
 };
 
-constexpr GRAMMAR g_Grammar[] = {
-    {"init", OPERATION::Init, FORM::Alone, "init"},
-    {"start", OPERATION::Start, FORM::Alone, "start"},
-    {"stop", OPERATION::Stop, FORM::Alone, "stop"},
-    {"fin", OPERATION::Fin, FORM::Alone, "fin"},
-    {"read", OPERATION::Read, FORM::GroupAndKeys, "read GROUP [ID=VALUE ...]"},
-    {"table", OPERATION::Table, FORM::GroupAlone, "table GROUP"},
-    {"write", OPERATION::Write, FORM::GroupKeysValues, "write GROUP [ID=VALUE ...] -- [ID=VALUE ...]"},
-    {"sleep", OPERATION::Sleep, FORM::Milliseconds, "sleep MS"},
-    {"wait-event", OPERATION::WaitEvent, FORM::Milliseconds, "wait-event MS"},
+constexpr CallForm CallForms[] = {
+    {"init", Operation::Init, Form::Alone, "init"},
+    {"start", Operation::Start, Form::Alone, "start"},
+    {"stop", Operation::Stop, Form::Alone, "stop"},
+    {"fin", Operation::Fin, Form::Alone, "fin"},
+    {"read", Operation::Read, Form::GroupAndKeys, "read GROUP [ID=VALUE ...]"},
+    {"table", Operation::Table, Form::GroupAlone, "table GROUP"},
+    {"write", Operation::Write, Form::GroupKeysValues, "write GROUP [ID=VALUE ...] -- [ID=VALUE ...]"},
+    {"sleep", Operation::Sleep, Form::Milliseconds, "sleep MS"},
+    {"wait-event", Operation::WaitEvent, Form::Milliseconds, "wait-event MS"},
 };
 
-[[noreturn]] void WrongForm(const GRAMMAR& a_Grammar, const std::string& a_What) {
-    throw USAGE_ERROR(a_What + ": expected " + a_Grammar.m_Usage);
+[[noreturn]] void WrongForm(const CallForm& grammar, const std::string& what) {
+    throw UsageError(what + ": expected " + grammar.m_usage);
 }
 
-int ParseMilliseconds(const GRAMMAR& a_Grammar, const std::string& a_Text) {
-    const auto l_Number = ParseNumber(a_Text);
-    if (!l_Number || *l_Number < 0 || *l_Number > std::numeric_limits<int>::max()) {
-        WrongForm(a_Grammar, "'" + a_Text + "' is no number of milliseconds");
+int ParseMilliseconds(const CallForm& grammar, const std::string& text) {
+    const auto number = ParseNumber(text);
+    if (!number || *number < 0 || *number > std::numeric_limits<int>::max()) {
+        WrongForm(grammar, "'" + text + "' is no number of milliseconds");
     }
-    return static_cast<int>(*l_Number);
+    return static_cast<int>(*number);
 }
 
-void ParseKeysAndValues(const GRAMMAR& a_Grammar, const std::vector<std::string>& a_Words, CALL& a_Call) {
-    const auto l_First = a_Words.begin() + 2;
-    const auto l_Separator = std::find(l_First, a_Words.end(), "--");
-    for (auto l_Word = l_First; l_Word != l_Separator; ++l_Word)
-        a_Call.m_Keys.Add(ParseParam(*l_Word, true, a_Call.m_Group));
-    if (a_Grammar.m_Form == FORM::GroupAndKeys) {
-        if (l_Separator != a_Words.end()) WrongForm(a_Grammar, "'--' in a read");
+void ParseKeysAndValues(const CallForm& grammar, const std::vector<std::string>& words, Call& call) {
+    const auto first = words.begin() + 2;
+    const auto separator = std::find(first, words.end(), "--");
+    for (auto word = first; word != separator; ++word)
+        call.m_keys.Add(ParseParam(*word, true, call.m_group));
+    if (grammar.m_form == Form::GroupAndKeys) {
+        if (separator != words.end()) WrongForm(grammar, "'--' in a read");
         return;
     }
-    if (l_Separator == a_Words.end()) WrongForm(a_Grammar, "no '--' between keys and values");
-    for (auto l_Word = l_Separator + 1; l_Word != a_Words.end(); ++l_Word)
-        a_Call.m_Values.Add(ParseParam(*l_Word, false, a_Call.m_Group));
+    if (separator == words.end()) WrongForm(grammar, "no '--' between keys and values");
+    for (auto word = separator + 1; word != words.end(); ++word)
+        call.m_values.Add(ParseParam(*word, false, call.m_group));
 }
 
 } // namespace
 
-std::string_view OperationName(OPERATION a_Operation) {
-    return std::find_if(std::begin(g_Grammar), std::end(g_Grammar),
-                        [=](const GRAMMAR& a_Row) { return a_Row.m_Operation == a_Operation; })
-        ->m_Word;
+std::string_view OperationName(Operation operation) {
+    return std::find_if(std::begin(CallForms), std::end(CallForms),
+                        [=](const CallForm& row) { return row.m_operation == operation; })
+        ->m_word;
 }
 
-bool NeedsLife(OPERATION a_Operation) {
-    return a_Operation == OPERATION::Read || a_Operation == OPERATION::Table || a_Operation == OPERATION::Write;
+bool NeedsLife(Operation operation) {
+    return operation == Operation::Read || operation == Operation::Table || operation == Operation::Write;
 }
 
-CALL ParseCall(const std::vector<std::string>& a_Words) {
-    if (a_Words.empty()) throw USAGE_ERROR("no call: expected init, start, stop, fin, read, table or write");
-    const auto* l_Grammar = std::find_if(std::begin(g_Grammar), std::end(g_Grammar),
-                                         [&](const GRAMMAR& a_Row) { return a_Row.m_Word == a_Words[0]; });
-    if (l_Grammar == std::end(g_Grammar)) {
-        throw USAGE_ERROR("unknown call '" + a_Words[0] +
-                          "': expected init, start, stop, fin, read, table, write, sleep or wait-event");
+Call ParseCall(const std::vector<std::string>& words) {
+    if (words.empty()) throw UsageError("no call: expected init, start, stop, fin, read, table or write");
+    const auto* grammar = std::find_if(std::begin(CallForms), std::end(CallForms),
+                                       [&](const CallForm& row) { return row.m_word == words[0]; });
+    if (grammar == std::end(CallForms)) {
+        throw UsageError("unknown call '" + words[0] +
+                         "': expected init, start, stop, fin, read, table, write, sleep or wait-event");
     }
-    CALL l_Call;
-    l_Call.m_Operation = l_Grammar->m_Operation;
-    if (l_Grammar->m_Form == FORM::Alone) {
-        if (a_Words.size() != 1) WrongForm(*l_Grammar, "'" + a_Words[1] + "' is too much");
-        return l_Call;
+    Call call;
+    call.m_operation = grammar->m_operation;
+    if (grammar->m_form == Form::Alone) {
+        if (words.size() != 1) WrongForm(*grammar, "'" + words[1] + "' is too much");
+        return call;
     }
-    if (a_Words.size() < 2) WrongForm(*l_Grammar, "'" + a_Words[0] + "' is not enough");
-    const bool l_TakesOneWord = l_Grammar->m_Form == FORM::Milliseconds || l_Grammar->m_Form == FORM::GroupAlone;
-    if (l_TakesOneWord && a_Words.size() != 2) WrongForm(*l_Grammar, "'" + a_Words[2] + "' is too much");
-    if (l_Grammar->m_Form == FORM::Milliseconds) {
-        l_Call.m_Milliseconds = ParseMilliseconds(*l_Grammar, a_Words[1]);
-        return l_Call;
+    if (words.size() < 2) WrongForm(*grammar, "'" + words[0] + "' is not enough");
+    const bool takesOneWord = grammar->m_form == Form::Milliseconds || grammar->m_form == Form::GroupAlone;
+    if (takesOneWord && words.size() != 2) WrongForm(*grammar, "'" + words[2] + "' is too much");
+    if (grammar->m_form == Form::Milliseconds) {
+        call.m_milliseconds = ParseMilliseconds(*grammar, words[1]);
+        return call;
     }
-    l_Call.m_Group = GroupNumber(a_Words[1]);
-    if (!l_TakesOneWord) ParseKeysAndValues(*l_Grammar, a_Words, l_Call);
-    return l_Call;
+    call.m_group = GroupNumber(words[1]);
+    if (!takesOneWord) ParseKeysAndValues(*grammar, words, call);
+    return call;
 }
 
-} // namespace BMHOST
+} // namespace bmhost

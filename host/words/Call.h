@@ -7,25 +7,25 @@
 #include <string_view>
 #include <vector>
 
-namespace BMHOST {
+namespace bmhost {
 
-enum class OPERATION { Init, Start, Stop, Fin, Read, Table, Write, Sleep, WaitEvent };
+enum class Operation { Init, Start, Stop, Fin, Read, Table, Write, Sleep, WaitEvent };
 
-struct CALL {
-    OPERATION m_Operation = OPERATION::Init;
-    unsigned m_Group = 0;
-    BM_ADAPTOR::CBMIKeys m_Keys;
-    BM_ADAPTOR::CBMIParams m_Values;
-    int m_Milliseconds = 0;
+struct Call {
+    Operation m_operation = Operation::Init;
+    unsigned m_group = 0;
+    BM_ADAPTOR::CBMIKeys m_keys;
+    BM_ADAPTOR::CBMIParams m_values;
+    int m_milliseconds = 0;
 };
 
 /// The word of an operation: "init", "wait-event" …
-std::string_view OperationName(OPERATION a_Operation);
+std::string_view OperationName(Operation operation);
 
 /// Whether the operation is made between an init and a fin when it stands alone: read, table and write are.
-bool NeedsLife(OPERATION a_Operation);
+bool NeedsLife(Operation operation);
 
-/// Makes a call of its words. Throws USAGE_ERROR saying what was expected.
-CALL ParseCall(const std::vector<std::string>& a_Words);
+/// Makes a call of its words. Throws UsageError saying what was expected.
+Call ParseCall(const std::vector<std::string>& words);
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -3,16 +3,16 @@
 
 #include "host/words/Names.h"
 
-namespace BMHOST {
+namespace bmhost {
 
 namespace {
 
-struct CODE_NAME {
-    int m_Code;
-    const char* m_Name;
+struct CodeName {
+    int m_code;
+    const char* m_name;
 };
 
-constexpr CODE_NAME CODES[] = {
+constexpr CodeName Codes[] = {
     {0x00, "success"},
     {0xC0, "node busy"},
     {0xC1, "invalid command"},
@@ -40,19 +40,19 @@ constexpr CODE_NAME CODES[] = {
     {0xFF, "unspecified error"},
 };
 
-const char* NameOf(int a_Code) {
-    for (const CODE_NAME& l_Code : CODES) {
-        if (l_Code.m_Code == a_Code) return l_Code.m_Name;
+const char* NameOf(int code) {
+    for (const CodeName& known : Codes) {
+        if (known.m_code == code) return known.m_name;
     }
-    if (a_Code >= 0x01 && a_Code <= 0x7E) return "a code of the device's own";
-    if (a_Code >= 0x80 && a_Code <= 0xBE) return "a code of this command's own";
+    if (code >= 0x01 && code <= 0x7E) return "a code of the device's own";
+    if (code >= 0x80 && code <= 0xBE) return "a code of this command's own";
     return "a reserved code";
 }
 
 } // namespace
 
-std::string CompletionCodeText(int a_Code) {
-    return Hex(static_cast<unsigned>(a_Code)) + " (" + NameOf(a_Code) + ")";
+std::string CompletionCodeText(int code) {
+    return Hex(static_cast<unsigned>(code)) + " (" + NameOf(code) + ")";
 }
 
-} // namespace BMHOST
+} // namespace bmhost

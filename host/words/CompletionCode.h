@@ -3,9 +3,9 @@
 
 #include <string>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// "0xc1 (invalid command)": the generic codes of the IPMI specification, table 5-2; a code's range for any other.
-std::string CompletionCodeText(int a_Code);
+std::string CompletionCodeText(int code);
 
-} // namespace BMHOST
+} // namespace bmhost

@@ -4,26 +4,26 @@
 #include <string>
 #include <string_view>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// The group's number from a number or a name. An unknown number is passed on: the adaptor answers it. Throws
-/// USAGE_ERROR for an unknown name, with the nearest one.
-unsigned GroupNumber(std::string_view a_Text);
+/// UsageError for an unknown name, with the nearest one.
+unsigned GroupNumber(std::string_view text);
 /// The same for a parameter. The group's own parameters may be written as its columns are shown, with '_' for a blank.
-unsigned ParameterNumber(std::string_view a_Text, unsigned a_Group);
+unsigned ParameterNumber(std::string_view text, unsigned group);
 /// Whether the parameter is numbered among the group's own: from the group's number up to the next group's.
-bool IsParameterOf(unsigned a_Id, unsigned a_Group);
+bool IsParameterOf(unsigned id, unsigned group);
 
 /// The names, as the protocol writes them; empty for an unknown number.
-std::string_view GroupName(unsigned a_Group);
-std::string_view ParameterName(unsigned a_Id);
+std::string_view GroupName(unsigned group);
+std::string_view ParameterName(unsigned id);
 /// A parameter's name for people: without its table's prefix, in lower case with blanks. Its number when unknown.
-std::string ColumnName(unsigned a_Id);
+std::string ColumnName(unsigned id);
 
 /// "0x30200".
-std::string Hex(unsigned a_Number);
+std::string Hex(unsigned number);
 
 /// What a handler's result means, for people.
-std::string_view ResultMeaning(int a_Result);
+std::string_view ResultMeaning(int result);
 
-} // namespace BMHOST
+} // namespace bmhost

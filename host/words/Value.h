@@ -8,13 +8,13 @@
 #include <string>
 #include <string_view>
 
-namespace BMHOST {
+namespace bmhost {
 
 /// A whole number, decimal (with a sign) or 0x…; nothing when the text is no number.
-std::optional<int64_t> ParseNumber(std::string_view a_Text);
+std::optional<int64_t> ParseNumber(std::string_view text);
 
 /// A parameter from "ID=VALUE", for a call on the group. VALUE is an integer, true or false, or text; the prefix i:,
-/// u:, s: or b: forces type 1, 2, 4 or 0. Throws USAGE_ERROR saying what was expected.
-BM_ADAPTOR::CBMIParam ParseParam(std::string_view a_Text, bool a_Key, unsigned a_Group);
+/// u:, s: or b: forces type 1, 2, 4 or 0. Throws UsageError saying what was expected.
+BM_ADAPTOR::CBMIParam ParseParam(std::string_view text, bool key, unsigned group);
 
-} // namespace BMHOST
+} // namespace bmhost

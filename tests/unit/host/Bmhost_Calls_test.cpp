@@ -16,64 +16,64 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-constexpr const char* READ_LINE =
+constexpr const char* ReadLine =
     R"({"op":"read","group":"0x10","result":1,"row":[{"id":"0x1","type":1,"key":true,"value":3},)"
     R"({"id":"0x2","type":4,"key":true,"value":"é"}]})"
     "\n";
 
 TEST(Bmhost, ReadAloneCallsInitBeforeAndFinAfterInSilence) {
-    const ENDED l_Ended = RunStub("good", {"--json", "read", "0x10", "1=3", "2=\xE9"});
-    EXPECT_EQ(0, l_Ended.m_Status);
-    EXPECT_EQ(READ_LINE, l_Ended.m_Out);
-    EXPECT_EQ("Init Read Fin Destroy", l_Ended.StubCalls());
-    EXPECT_THAT(l_Ended.ErrorLines(), IsEmpty());
+    const Ended ended = RunStub("good", {"--json", "read", "0x10", "1=3", "2=\xE9"});
+    EXPECT_EQ(0, ended.m_status);
+    EXPECT_EQ(ReadLine, ended.m_out);
+    EXPECT_EQ("Init Read Fin Destroy", ended.StubCalls());
+    EXPECT_THAT(ended.ErrorLines(), IsEmpty());
 }
 
 TEST(Bmhost, TableAloneCallsInitBeforeAndFinAfterInSilence) {
-    const ENDED l_Ended = RunStub("good", {"--json", "table", "0x10"});
-    EXPECT_EQ(0, l_Ended.m_Status);
+    const Ended ended = RunStub("good", {"--json", "table", "0x10"});
+    EXPECT_EQ(0, ended.m_status);
     EXPECT_EQ(R"({"op":"table","group":"0x10","result":1,"rows":[[{"id":"0x13","type":4,"key":false,"value":"one"}],)"
               R"([{"id":"0x13","type":4,"key":false,"value":"\u001b[31mtwoé "}]]})"
               "\n",
-              l_Ended.m_Out);
-    EXPECT_EQ("Init Table Fin Destroy", l_Ended.StubCalls());
+              ended.m_out);
+    EXPECT_EQ("Init Table Fin Destroy", ended.StubCalls());
 }
 
 TEST(Bmhost, WriteAloneCallsInitBeforeAndFinAfterInSilence) {
-    const ENDED l_Ended = RunStub("good", {"--json", "write", "0x10", "1=3", "--", "2=4"});
-    EXPECT_EQ(0, l_Ended.m_Status);
-    EXPECT_EQ("{\"op\":\"write\",\"group\":\"0x10\",\"result\":1}\n", l_Ended.m_Out);
-    EXPECT_EQ("Init Write Fin Destroy", l_Ended.StubCalls());
+    const Ended ended = RunStub("good", {"--json", "write", "0x10", "1=3", "--", "2=4"});
+    EXPECT_EQ(0, ended.m_status);
+    EXPECT_EQ("{\"op\":\"write\",\"group\":\"0x10\",\"result\":1}\n", ended.m_out);
+    EXPECT_EQ("Init Write Fin Destroy", ended.StubCalls());
 }
 
 TEST(Bmhost, LifecycleCallAloneMakesNoOther) {
-    for (const auto& [l_Word, l_Call] :
+    for (const auto& [word, call] :
          {std::pair("init", "Init"), std::pair("start", "Start"), std::pair("stop", "Stop"), std::pair("fin", "Fin")}) {
-        const ENDED l_Ended = RunStub("good", {"--json", l_Word});
-        EXPECT_EQ(0, l_Ended.m_Status);
-        EXPECT_EQ(std::string(R"({"op":")") + l_Word + "\",\"result\":1}\n", l_Ended.m_Out);
-        EXPECT_EQ(std::string(l_Call) + " Destroy", l_Ended.StubCalls());
+        const Ended ended = RunStub("good", {"--json", word});
+        EXPECT_EQ(0, ended.m_status);
+        EXPECT_EQ(std::string(R"({"op":")") + word + "\",\"result\":1}\n", ended.m_out);
+        EXPECT_EQ(std::string(call) + " Destroy", ended.StubCalls());
     }
 }
 
 TEST(Bmhost, ResultThatIsNotOneIsStatusOne) {
-    EXPECT_EQ(1, RunStub("good", {"read", "0x12"}).m_Status);
-    EXPECT_EQ(1, RunStub("good", {"table", "0x12"}).m_Status);
-    EXPECT_EQ(1, RunStub("good", {"write", "0x12", "--"}).m_Status);
-    EXPECT_EQ(1, RunStub("init_fails", {"init"}).m_Status);
+    EXPECT_EQ(1, RunStub("good", {"read", "0x12"}).m_status);
+    EXPECT_EQ(1, RunStub("good", {"table", "0x12"}).m_status);
+    EXPECT_EQ(1, RunStub("good", {"write", "0x12", "--"}).m_status);
+    EXPECT_EQ(1, RunStub("init_fails", {"init"}).m_status);
 }
 
 TEST(Bmhost, InitThatFailsBeforeACallAloneDoesNotCount) {
-    const ENDED l_Ended = RunStub("init_fails", {"--json", "table", "0x12"});
-    EXPECT_EQ("{\"op\":\"table\",\"group\":\"0x12\",\"result\":12,\"rows\":[]}\n", l_Ended.m_Out);
-    EXPECT_EQ(0, RunStub("init_fails", {"table", "0x10"}).m_Status);
+    const Ended ended = RunStub("init_fails", {"--json", "table", "0x12"});
+    EXPECT_EQ("{\"op\":\"table\",\"group\":\"0x12\",\"result\":12,\"rows\":[]}\n", ended.m_out);
+    EXPECT_EQ(0, RunStub("init_fails", {"table", "0x10"}).m_status);
 }
 
 TEST(Bmhost, NullRowAndUntouchedTableAreNull) {
     EXPECT_EQ("{\"op\":\"read\",\"group\":\"0x99\",\"result\":0,\"row\":null}\n",
-              RunStub("good", {"--json", "read", "0x99"}).m_Out);
+              RunStub("good", {"--json", "read", "0x99"}).m_out);
     EXPECT_EQ("{\"op\":\"table\",\"group\":\"0x99\",\"result\":0,\"rows\":null}\n",
-              RunStub("good", {"--json", "table", "0x99"}).m_Out);
+              RunStub("good", {"--json", "table", "0x99"}).m_out);
 }
 
 TEST(Bmhost, TextOfATableKeepsControlBytesOffTheTerminal) {
@@ -81,11 +81,11 @@ TEST(Bmhost, TextOfATableKeepsControlBytesOffTheTerminal) {
               "  0x13\n"
               "  one\n"
               "  ?[31mtwo?\n",
-              RunStub("good", {"table", "0x10"}).m_Out);
+              RunStub("good", {"table", "0x10"}).m_out);
 }
 
 TEST(Bmhost, BadUsageIsStatusTwoWithOneLineAndNoAdaptor) {
-    const std::vector<std::vector<std::string>> l_Cases = {
+    const std::vector<std::vector<std::string>> cases = {
         {},
         {"inti"},
         {"--bogus", "init"},
@@ -103,40 +103,40 @@ TEST(Bmhost, BadUsageIsStatusTwoWithOneLineAndNoAdaptor) {
         {"inventory", "now"},
         {"--log", "/dev/null/log", "init"},
     };
-    for (const auto& l_Words : l_Cases) {
-        const ENDED l_Ended = RunStub("good", l_Words);
-        EXPECT_EQ(2, l_Ended.m_Status) << testing::PrintToString(l_Words);
-        EXPECT_EQ("", l_Ended.m_Out);
-        EXPECT_EQ("", l_Ended.StubCalls());
-        EXPECT_THAT(l_Ended.ErrorLines(), ElementsAre(StartsWith("bmhost: "))) << testing::PrintToString(l_Words);
+    for (const auto& words : cases) {
+        const Ended ended = RunStub("good", words);
+        EXPECT_EQ(2, ended.m_status) << testing::PrintToString(words);
+        EXPECT_EQ("", ended.m_out);
+        EXPECT_EQ("", ended.StubCalls());
+        EXPECT_THAT(ended.ErrorLines(), ElementsAre(StartsWith("bmhost: "))) << testing::PrintToString(words);
     }
 }
 
 TEST(Bmhost, LogFileThatCannotBeOpenedIsNamed) {
-    EXPECT_THAT(RunStub("good", {"--log", "/dev/null/log", "init"}).m_Err,
+    EXPECT_THAT(RunStub("good", {"--log", "/dev/null/log", "init"}).m_err,
                 StartsWith("bmhost: log file /dev/null/log: "));
 }
 
 TEST(Bmhost, LogGoesToTheFileAsWell) {
-    const std::string l_File = testing::TempDir() + "bmhost-log-" + std::to_string(getpid());
-    const ENDED l_Ended = RunStub("good", {"--log", l_File, "init"});
-    EXPECT_EQ(0, l_Ended.m_Status);
-    std::ifstream l_Stream(l_File);
-    std::string l_Text((std::istreambuf_iterator<char>(l_Stream)), {});
-    std::remove(l_File.c_str());
-    EXPECT_EQ(l_Ended.m_Err, l_Text);
-    EXPECT_THAT(l_Text, HasSubstr("<3> [stub] Init\n"));
+    const std::string file = testing::TempDir() + "bmhost-log-" + std::to_string(getpid());
+    const Ended ended = RunStub("good", {"--log", file, "init"});
+    EXPECT_EQ(0, ended.m_status);
+    std::ifstream stream(file);
+    std::string text((std::istreambuf_iterator<char>(stream)), {});
+    std::remove(file.c_str());
+    EXPECT_EQ(ended.m_err, text);
+    EXPECT_THAT(text, HasSubstr("<3> [stub] Init\n"));
 }
 
 TEST(Bmhost, HelpVersionAndGroupsNeedNoAdaptor) {
-    for (const std::vector<std::string>& l_Words :
+    for (const std::vector<std::string>& words :
          {std::vector<std::string>{"--help"}, {"table", "--help"}, {"--version"}, {"groups"}}) {
-        std::vector<std::string> l_All = {"--adaptor", "/no/such/file"};
-        l_All.insert(l_All.end(), l_Words.begin(), l_Words.end());
-        const ENDED l_Ended = RunHost(l_All);
-        EXPECT_EQ(0, l_Ended.m_Status);
-        EXPECT_NE("", l_Ended.m_Out);
-        EXPECT_EQ("", l_Ended.m_Err);
+        std::vector<std::string> all = {"--adaptor", "/no/such/file"};
+        all.insert(all.end(), words.begin(), words.end());
+        const Ended ended = RunHost(all);
+        EXPECT_EQ(0, ended.m_status);
+        EXPECT_NE("", ended.m_out);
+        EXPECT_EQ("", ended.m_err);
     }
 }
 

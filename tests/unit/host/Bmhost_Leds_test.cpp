@@ -11,8 +11,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 TEST(BmhostLeds, ShowsEveryLedAndThatOneCannotBeRead) {
-    const ENDED l_Ended = RunStub("leds", {"leds"});
-    EXPECT_EQ(1, l_Ended.m_Status);
+    const Ended ended = RunStub("leds", {"leds"});
+    EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("  place      LED               colour  state               times                  control\n"
               "  baseboard  1 hot swap        -       off                                        local\n"
               "  baseboard  2 out of service  red     blink               250 ms on, 500 ms off  override\n"
@@ -21,84 +21,83 @@ TEST(BmhostLeds, ShowsEveryLedAndThatOneCannotBeRead) {
               "  AMC bay 3  2 out of service  -       off                                        local\n"
               "  AMC bay 5  1 hot swap        -       off                                        local\n"
               "  AMC bay 5  2 out of service  ?       not read, result 0\n",
-              l_Ended.m_Out);
+              ended.m_out);
 }
 
 TEST(BmhostLeds, SaysThatThereIsNone) {
-    const ENDED l_Ended = RunStub("no_leds", {"leds"});
-    EXPECT_EQ(1, l_Ended.m_Status);
-    EXPECT_EQ("no LED\n", l_Ended.m_Out);
+    const Ended ended = RunStub("no_leds", {"leds"});
+    EXPECT_EQ(1, ended.m_status);
+    EXPECT_EQ("no LED\n", ended.m_out);
 }
 
 TEST(BmhostLeds, AreForPeople) {
-    EXPECT_EQ(2, RunStub("leds", {"--json", "leds"}).m_Status);
-    EXPECT_EQ(2, RunStub("leds", {"leds", "1"}).m_Status);
-    EXPECT_EQ(2, RunStub("leds", {"--json", "led", "set", "1", "1", "on"}).m_Status);
+    EXPECT_EQ(2, RunStub("leds", {"--json", "leds"}).m_status);
+    EXPECT_EQ(2, RunStub("leds", {"leds", "1"}).m_status);
+    EXPECT_EQ(2, RunStub("leds", {"--json", "led", "set", "1", "1", "on"}).m_status);
 }
 
 TEST(BmhostLedSet, ShowsTheLedAsItIsReadAfterwards) {
-    const ENDED l_Ended = RunStub("leds", {"led", "set", "board", "health", "on", "--color", "red"});
-    EXPECT_EQ(0, l_Ended.m_Status);
-    EXPECT_THAT(l_Ended.ErrorLines(), IsEmpty());
+    const Ended ended = RunStub("leds", {"led", "set", "board", "health", "on", "--color", "red"});
+    EXPECT_EQ(0, ended.m_status);
+    EXPECT_THAT(ended.ErrorLines(), IsEmpty());
     EXPECT_EQ("  place      LED       colour  state  times  control\n"
               "  baseboard  3 health  red     on            override\n",
-              l_Ended.m_Out);
+              ended.m_out);
 }
 
 TEST(BmhostLedSet, GivesAnLedBackToLocalControl) {
-    const ENDED l_Ended = RunStub("leds", {"led", "set", "3", "1", "local"});
-    EXPECT_EQ(0, l_Ended.m_Status);
-    EXPECT_THAT(l_Ended.m_Out, HasSubstr("  AMC bay 3  1 hot swap  -       off           local\n"));
+    const Ended ended = RunStub("leds", {"led", "set", "3", "1", "local"});
+    EXPECT_EQ(0, ended.m_status);
+    EXPECT_THAT(ended.m_out, HasSubstr("  AMC bay 3  1 hot swap  -       off           local\n"));
 }
 
 TEST(BmhostLedSet, WarnsThatTheFirstAmcGetsItAndShowsThatOne) {
-    const ENDED l_Ended = RunStub("leds", {"led", "set", "5", "2", "on", "--color", "green"});
-    EXPECT_EQ(0, l_Ended.m_Status);
+    const Ended ended = RunStub("leds", {"led", "set", "5", "2", "on", "--color", "green"});
+    EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(
-        l_Ended.ErrorLines(),
+        ended.ErrorLines(),
         ElementsAre("bmhost: the adaptor sets LEDs of the first AMC only: not AMC bay 5 but AMC bay 3 gets it"));
-    EXPECT_THAT(l_Ended.m_Out, HasSubstr("  AMC bay 3  2 out of service  green   on            override\n"));
+    EXPECT_THAT(ended.m_out, HasSubstr("  AMC bay 3  2 out of service  green   on            override\n"));
 }
 
 TEST(BmhostLedSet, WarnsOfTheColorThatTheAdaptorChooses) {
-    const ENDED l_Ended = RunStub("leds", {"led", "set", "board", "1", "on"});
-    EXPECT_EQ(0, l_Ended.m_Status);
-    EXPECT_THAT(l_Ended.ErrorLines(), ElementsAre(HasSubstr("no --color: the adaptor sends one of its own")));
+    const Ended ended = RunStub("leds", {"led", "set", "board", "1", "on"});
+    EXPECT_EQ(0, ended.m_status);
+    EXPECT_THAT(ended.ErrorLines(), ElementsAre(HasSubstr("no --color: the adaptor sends one of its own")));
 }
 
 TEST(BmhostLedSet, WarnsOfTimesThatAControllerCannotBeTold) {
-    const ENDED l_Ended =
+    const Ended ended =
         RunStub("leds", {"led", "set", "board", "1", "blink", "--color", "red", "--on", "205", "--off", "2600"});
-    EXPECT_EQ(0, l_Ended.m_Status);
-    EXPECT_THAT(l_Ended.ErrorLines(), ElementsAre(HasSubstr("--on 205: a controller is told 200 ms"),
-                                                  HasSubstr("--off 2600: a controller is told 2500 ms")));
+    EXPECT_EQ(0, ended.m_status);
+    EXPECT_THAT(ended.ErrorLines(), ElementsAre(HasSubstr("--on 205: a controller is told 200 ms"),
+                                                HasSubstr("--off 2600: a controller is told 2500 ms")));
 }
 
 TEST(BmhostLedSet, NamesTheCompletionCodeOfARefusal) {
-    const ENDED l_Ended = RunStub("leds", {"led", "set", "board", "1", "on", "--color", "white"});
-    EXPECT_EQ(1, l_Ended.m_Status);
-    EXPECT_EQ("", l_Ended.m_Out);
-    EXPECT_THAT(l_Ended.ErrorLines(),
-                ElementsAre("bmhost: LED 1 of baseboard: the controller refused it with completion "
-                            "code 0xcc (invalid data field in the request)"));
+    const Ended ended = RunStub("leds", {"led", "set", "board", "1", "on", "--color", "white"});
+    EXPECT_EQ(1, ended.m_status);
+    EXPECT_EQ("", ended.m_out);
+    EXPECT_THAT(ended.ErrorLines(), ElementsAre("bmhost: LED 1 of baseboard: the controller refused it with completion "
+                                                "code 0xcc (invalid data field in the request)"));
 }
 
 TEST(BmhostLedSet, SaysThatThereIsNoSuchLed) {
-    const ENDED l_Ended = RunStub("leds", {"led", "set", "board", "4", "off"});
-    EXPECT_EQ(1, l_Ended.m_Status);
-    EXPECT_THAT(l_Ended.ErrorLines(), ElementsAre("bmhost: LED 4 of baseboard: there is no such LED"));
+    const Ended ended = RunStub("leds", {"led", "set", "board", "4", "off"});
+    EXPECT_EQ(1, ended.m_status);
+    EXPECT_THAT(ended.ErrorLines(), ElementsAre("bmhost: LED 4 of baseboard: there is no such LED"));
 }
 
 TEST(BmhostLedSet, RefusesNonsenseBeforeTheAdaptorIsTouched) {
-    const ENDED l_Ended = RunStub("good", {"led", "set", "board", "7", "off"});
-    EXPECT_EQ(2, l_Ended.m_Status);
-    EXPECT_EQ("", l_Ended.StubCalls());
+    const Ended ended = RunStub("good", {"led", "set", "board", "7", "off"});
+    EXPECT_EQ(2, ended.m_status);
+    EXPECT_EQ("", ended.StubCalls());
 }
 
 TEST(BmhostLedSet, HasAHelp) {
-    const ENDED l_Ended = RunStub("good", {"led", "--help"});
-    EXPECT_EQ(0, l_Ended.m_Status);
-    EXPECT_THAT(l_Ended.m_Out, HasSubstr("Usage: bmhost [OPTIONS] led set BAY LED ACTION"));
+    const Ended ended = RunStub("good", {"led", "--help"});
+    EXPECT_EQ(0, ended.m_status);
+    EXPECT_THAT(ended.m_out, HasSubstr("Usage: bmhost [OPTIONS] led set BAY LED ACTION"));
 }
 
 } // namespace

@@ -17,16 +17,16 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 // One clear line that names the file, no call shown, status 3.
-void ExpectNotLoaded(const std::string& a_File, const std::string& a_Reason) {
-    for (const std::vector<std::string>& l_Words :
+void ExpectNotLoaded(const std::string& file, const std::string& reason) {
+    for (const std::vector<std::string>& words :
          {std::vector<std::string>{"init"}, {"--json", "table", "1"}, {"inventory"}}) {
-        std::vector<std::string> l_All = {"--adaptor", a_File};
-        l_All.insert(l_All.end(), l_Words.begin(), l_Words.end());
-        const ENDED l_Ended = RunHost(l_All);
-        EXPECT_EQ(3, l_Ended.m_Status) << l_Ended.m_Err;
-        EXPECT_EQ("", l_Ended.m_Out);
-        EXPECT_THAT(l_Ended.ErrorLines(),
-                    ElementsAre(AllOf(StartsWith("bmhost: adaptor " + a_File + ": "), HasSubstr(a_Reason))));
+        std::vector<std::string> all = {"--adaptor", file};
+        all.insert(all.end(), words.begin(), words.end());
+        const Ended ended = RunHost(all);
+        EXPECT_EQ(3, ended.m_status) << ended.m_err;
+        EXPECT_EQ("", ended.m_out);
+        EXPECT_THAT(ended.ErrorLines(),
+                    ElementsAre(AllOf(StartsWith("bmhost: adaptor " + file + ": "), HasSubstr(reason))));
     }
 }
 
@@ -38,12 +38,12 @@ TEST(BmhostLoad, MissingFileIsStatusThree) {
 }
 
 TEST(BmhostLoad, FileThatIsNoLibraryIsStatusThree) {
-    const std::string l_File = testing::TempDir() + "bmhost-no-library-" + std::to_string(getpid());
-    for (const std::string& l_Content : {std::string(), std::string(10'000, 'x')}) {
-        std::ofstream(l_File) << l_Content;
-        ExpectNotLoaded(l_File, "not a loadable library");
+    const std::string file = testing::TempDir() + "bmhost-no-library-" + std::to_string(getpid());
+    for (const std::string& content : {std::string(), std::string(10'000, 'x')}) {
+        std::ofstream(file) << content;
+        ExpectNotLoaded(file, "not a loadable library");
     }
-    std::remove(l_File.c_str());
+    std::remove(file.c_str());
     ExpectNotLoaded("/", "not a loadable library");
 }
 
@@ -59,11 +59,11 @@ TEST(BmhostLoad, CreateAdaptorThatFailsIsStatusThree) {
 }
 
 TEST(BmhostLoad, FileNameWithoutAFolderIsLookedForInTheWorkingFolder) {
-    const auto l_Before = std::filesystem::current_path();
+    const auto before = std::filesystem::current_path();
     std::filesystem::current_path(STUB_FOLDER);
-    const ENDED l_Ended = RunHost({"--adaptor", "stub_good.so", "--json", "init"});
-    std::filesystem::current_path(l_Before);
-    EXPECT_EQ(0, l_Ended.m_Status) << l_Ended.m_Err;
+    const Ended ended = RunHost({"--adaptor", "stub_good.so", "--json", "init"});
+    std::filesystem::current_path(before);
+    EXPECT_EQ(0, ended.m_status) << ended.m_err;
 }
 
 } // namespace

@@ -17,19 +17,19 @@ using testing::IsSupersetOf;
 using testing::Not;
 using testing::StartsWith;
 
-ENDED RunShell(const std::string& a_Lines, const std::string& a_Stub = "good") {
-    return RunStub(a_Stub, {"--json", "shell"}, a_Lines);
+Ended RunShell(const std::string& lines, const std::string& stub = "good") {
+    return RunStub(stub, {"--json", "shell"}, lines);
 }
 
 TEST(BmhostShell, CallsInitOnceWhenItIsNeededAndFinAtTheEnd) {
-    const ENDED l_Ended = RunShell("sleep 0\nread 0x10 1=2\ntable 0x12\n");
-    EXPECT_EQ("Init Read Table Fin Destroy", l_Ended.StubCalls());
-    EXPECT_EQ(1, l_Ended.m_Status) << "the table does not return 1";
+    const Ended ended = RunShell("sleep 0\nread 0x10 1=2\ntable 0x12\n");
+    EXPECT_EQ("Init Read Table Fin Destroy", ended.StubCalls());
+    EXPECT_EQ(1, ended.m_status) << "the table does not return 1";
     EXPECT_EQ(R"({"op":"read","group":"0x10","result":1,"row":[{"id":"0x1","type":1,"key":true,"value":2}]})"
               "\n"
               R"({"op":"table","group":"0x12","result":12,"rows":[]})"
               "\n",
-              l_Ended.m_Out);
+              ended.m_out);
 }
 
 TEST(BmhostShell, StopsWhatWasStarted) {
@@ -39,81 +39,81 @@ TEST(BmhostShell, StopsWhatWasStarted) {
 }
 
 TEST(BmhostShell, GoesOnAfterWhatCannotBeMeant) {
-    const ENDED l_Ended = RunShell("nonsense\nread 'x\nread\ninit\n");
-    EXPECT_EQ(1, l_Ended.m_Status);
-    EXPECT_EQ("Init Fin Destroy", l_Ended.StubCalls());
-    EXPECT_THAT(l_Ended.ErrorLines(), ElementsAre(HasSubstr("unknown call 'nonsense'"), HasSubstr("does not end"),
-                                                  HasSubstr("expected read GROUP")));
+    const Ended ended = RunShell("nonsense\nread 'x\nread\ninit\n");
+    EXPECT_EQ(1, ended.m_status);
+    EXPECT_EQ("Init Fin Destroy", ended.StubCalls());
+    EXPECT_THAT(ended.ErrorLines(), ElementsAre(HasSubstr("unknown call 'nonsense'"), HasSubstr("does not end"),
+                                                HasSubstr("expected read GROUP")));
 }
 
 TEST(BmhostShell, GoesOnAfterAnExceptionOfTheAdaptor) {
-    const ENDED l_Ended = RunShell("init\nread 0x10\n", "init_throws");
-    EXPECT_EQ(1, l_Ended.m_Status);
-    EXPECT_EQ("Init Read Fin Destroy", l_Ended.StubCalls());
+    const Ended ended = RunShell("init\nread 0x10\n", "init_throws");
+    EXPECT_EQ(1, ended.m_status);
+    EXPECT_EQ("Init Read Fin Destroy", ended.StubCalls());
 }
 
 TEST(BmhostShell, EndsAtQuit) {
-    for (const char* l_Lines : {"quit\ninit\n", "exit\ninit\n", ""}) {
-        const ENDED l_Ended = RunShell(l_Lines);
-        EXPECT_EQ(0, l_Ended.m_Status);
-        EXPECT_EQ("Destroy", l_Ended.StubCalls());
+    for (const char* lines : {"quit\ninit\n", "exit\ninit\n", ""}) {
+        const Ended ended = RunShell(lines);
+        EXPECT_EQ(0, ended.m_status);
+        EXPECT_EQ("Destroy", ended.StubCalls());
     }
 }
 
 TEST(BmhostShell, HasTheCommandsForPeople) {
-    const ENDED l_Ended = RunStub("leds", {"shell"}, "led set board health on --color red\nleds\n");
-    EXPECT_EQ(1, l_Ended.m_Status) << "one LED cannot be read";
-    EXPECT_THAT(l_Ended.m_Out, HasSubstr("  baseboard  3 health  red     on            override\n"));
-    EXPECT_THAT(l_Ended.m_Out, HasSubstr("  AMC bay 5  2 out of service  ?       not read, result 0\n"));
+    const Ended ended = RunStub("leds", {"shell"}, "led set board health on --color red\nleds\n");
+    EXPECT_EQ(1, ended.m_status) << "one LED cannot be read";
+    EXPECT_THAT(ended.m_out, HasSubstr("  baseboard  3 health  red     on            override\n"));
+    EXPECT_THAT(ended.m_out, HasSubstr("  AMC bay 5  2 out of service  ?       not read, result 0\n"));
 }
 
 TEST(BmhostShell, RefusesWhatHasItsOwnLife) {
-    for (const char* l_Line : {"run\n", "shell\n", "script -\n"}) {
-        const ENDED l_Ended = RunShell(l_Line);
-        EXPECT_EQ(1, l_Ended.m_Status);
-        EXPECT_EQ("Destroy", l_Ended.StubCalls());
+    for (const char* line : {"run\n", "shell\n", "script -\n"}) {
+        const Ended ended = RunShell(line);
+        EXPECT_EQ(1, ended.m_status);
+        EXPECT_EQ("Destroy", ended.StubCalls());
     }
 }
 
 TEST(BmhostShell, ShowsWhatTheToolsSaidWhenStartFailsAndNothingElseThatIsPrinted) {
-    const ENDED l_Ended = RunStub("start_fails", {"shell"}, "init\nstart\n");
-    EXPECT_EQ("init: 1 (success)\nstart: 0 (nothing done)\n", l_Ended.m_Out);
-    EXPECT_EQ("the tool says why\n", l_Ended.m_Err);
+    const Ended ended = RunStub("start_fails", {"shell"}, "init\nstart\n");
+    EXPECT_EQ("init: 1 (success)\nstart: 0 (nothing done)\n", ended.m_out);
+    EXPECT_EQ("the tool says why\n", ended.m_err);
 }
 
 TEST(BmhostShell, Helps) {
-    const ENDED l_Ended = RunShell("help\nhelp led\nhelp nothing\n");
-    EXPECT_THAT(l_Ended.m_Err, HasSubstr("\n  inventory"));
-    EXPECT_THAT(l_Ended.m_Err, HasSubstr("Usage: bmhost [OPTIONS] led set BAY"));
-    EXPECT_THAT(l_Ended.m_Err, HasSubstr("no help for 'nothing'"));
+    const Ended ended = RunShell("help\nhelp led\nhelp nothing\n");
+    EXPECT_THAT(ended.m_err, HasSubstr("\n  inventory"));
+    EXPECT_THAT(ended.m_err, HasSubstr("Usage: bmhost [OPTIONS] led set BAY"));
+    EXPECT_THAT(ended.m_err, HasSubstr("no help for 'nothing'"));
 }
 
 TEST(BmhostShell, HelpListsWhatItTakesAndNothingElse) {
-    std::vector<std::string> l_Listed;
-    for (const std::string& l_Line : RunShell("help\n").ErrorLines())
-        l_Listed.push_back(l_Line.substr(2, l_Line.find(' ', 2) - 2));
-    EXPECT_THAT(l_Listed, IsSupersetOf({"init", "read", "led", "status", "sleep", "wait-event", "help", "quit"}));
-    for (const std::string& l_Word : l_Listed) {
-        EXPECT_THAT(RunShell(l_Word + " too much\n").m_Err,
+    std::vector<std::string> listed;
+    for (const std::string& line : RunShell("help\n").ErrorLines())
+        listed.push_back(line.substr(2, line.find(' ', 2) - 2));
+    EXPECT_THAT(listed, IsSupersetOf({"init", "read", "led", "status", "sleep", "wait-event", "help", "quit"}));
+    for (const std::string& word : listed) {
+        EXPECT_THAT(RunShell(word + " too much\n").m_err,
                     AllOf(Not(HasSubstr("unknown call")), Not(HasSubstr("not in a shell"))))
-            << l_Word;
-        EXPECT_THAT(RunShell("help " + l_Word + "\n").m_Err, StartsWith("Usage: ")) << l_Word;
+            << word;
+        EXPECT_THAT(RunShell("help " + word + "\n").m_err, StartsWith("Usage: ")) << word;
     }
-    for (const char* l_Refused : {"run", "script", "shell"}) {
-        EXPECT_THAT(l_Listed, Not(Contains(l_Refused)));
-        EXPECT_THAT(RunShell(std::string("help ") + l_Refused + "\n").m_Err, HasSubstr("no help for"));
+    for (const char* refused : {"run", "script", "shell"}) {
+        EXPECT_THAT(listed, Not(Contains(refused)));
+        EXPECT_THAT(RunShell(std::string("help ") + refused + "\n").m_err, HasSubstr("no help for"));
     }
 }
 
 TEST(BmhostShell, CallsFinWhenNobodyReads) {
-    const ENDED l_Ended = RunStub("good", {"--json", "shell"}, "init\nread 0x10\n", OUT::BrokenPipe);
-    EXPECT_EQ(1, l_Ended.m_Status);
-    EXPECT_EQ("Init Fin Destroy", l_Ended.StubCalls());
+    const Ended ended = RunStub("good", {"--json", "shell"}, "init\nread 0x10\n", Out::BrokenPipe);
+    EXPECT_EQ(1, ended.m_status);
+    EXPECT_EQ("Init Fin Destroy", ended.StubCalls());
 }
 
 TEST(BmhostShell, ToolsDoNotEatItsLines) {
-    const ENDED l_Ended = RunShell("init\nfin\n", "runs_a_tool");
-    EXPECT_THAT(l_Ended.m_Out, HasSubstr("{\"op\":\"fin\",\"result\":1}\n"));
+    const Ended ended = RunShell("init\nfin\n", "runs_a_tool");
+    EXPECT_THAT(ended.m_out, HasSubstr("{\"op\":\"fin\",\"result\":1}\n"));
 }
 
 } // namespace

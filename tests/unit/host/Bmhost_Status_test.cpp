@@ -7,25 +7,25 @@
 namespace {
 
 TEST(BmhostStatus, IsNotGoodWhenTablesCannotBeRead) {
-    const ENDED l_Ended = RunStub("leds", {"status"});
-    EXPECT_EQ(1, l_Ended.m_Status);
+    const Ended ended = RunStub("leds", {"status"});
+    EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("  place  product name  run status  out of service LED  health LED\n"
               "\n"
               "last firmware upgrade: baseboard, done\n",
-              l_Ended.m_Out);
+              ended.m_out);
 }
 
 TEST(BmhostStatus, IsOneLineInJson) {
-    const ENDED l_Ended = RunStub("leds", {"--json", "status"});
-    EXPECT_EQ(1, l_Ended.m_Status);
+    const Ended ended = RunStub("leds", {"--json", "status"});
+    EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ(
         R"({"op":"status","good":false,"modules":[],"upgrade":{"place":"baseboard","state":2,"state_name":"done"}})"
         "\n",
-        l_Ended.m_Out);
+        ended.m_out);
 }
 
 TEST(BmhostStatus, TakesNoWords) {
-    EXPECT_EQ(2, RunStub("leds", {"status", "1"}).m_Status);
+    EXPECT_EQ(2, RunStub("leds", {"status", "1"}).m_status);
 }
 
 } // namespace

@@ -16,174 +16,174 @@
 
 namespace {
 
-int Checked(int a_Result, const char* a_What) {
-    if (a_Result < 0) throw std::system_error(errno, std::generic_category(), a_What);
-    return a_Result;
+int Checked(int result, const char* what) {
+    if (result < 0) throw std::system_error(errno, std::generic_category(), what);
+    return result;
 }
 
-class DESCRIPTOR {
+class Descriptor {
 public:
-    explicit DESCRIPTOR(int a_Descriptor) : m_Descriptor(a_Descriptor) {}
-    DESCRIPTOR(const DESCRIPTOR&) = delete;
-    DESCRIPTOR& operator=(const DESCRIPTOR&) = delete;
-    ~DESCRIPTOR() { close(m_Descriptor); }
-    int Get() const { return m_Descriptor; }
+    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { close(m_descriptor); }
+    int Get() const { return m_descriptor; }
 
 private:
-    int m_Descriptor;
+    int m_descriptor;
 };
 
-struct PIPE {
-    PIPE() { Checked(pipe2(m_Ends.data(), O_CLOEXEC), "pipe"); }
-    std::array<int, 2> m_Ends{}; // to read, to write
+struct Pipe {
+    Pipe() { Checked(pipe2(m_ends.data(), O_CLOEXEC), "pipe"); }
+    std::array<int, 2> m_ends{}; // to read, to write
 };
 
-int MemoryFile(const std::string& a_Text) {
-    const int l_File = Checked(memfd_create("bmhost-test", MFD_CLOEXEC), "memfd_create");
-    Checked(static_cast<int>(write(l_File, a_Text.data(), a_Text.size())), "write");
-    Checked(static_cast<int>(lseek(l_File, 0, SEEK_SET)), "lseek");
-    return l_File;
+int MemoryFile(const std::string& text) {
+    const int file = Checked(memfd_create("bmhost-test", MFD_CLOEXEC), "memfd_create");
+    Checked(static_cast<int>(write(file, text.data(), text.size())), "write");
+    Checked(static_cast<int>(lseek(file, 0, SEEK_SET)), "lseek");
+    return file;
 }
 
-std::string ReadAll(int a_Descriptor) {
-    std::string l_Text;
-    std::array<char, 65536> l_Bytes{};
-    for (ssize_t l_Count = 0;
-         (l_Count = pread(a_Descriptor, l_Bytes.data(), l_Bytes.size(), static_cast<off_t>(l_Text.size()))) > 0;)
-        l_Text.append(l_Bytes.data(), static_cast<std::size_t>(l_Count));
-    return l_Text;
+std::string ReadAll(int descriptor) {
+    std::string text;
+    std::array<char, 65536> bytes{};
+    for (ssize_t count = 0;
+         (count = pread(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(text.size()))) > 0;)
+        text.append(bytes.data(), static_cast<std::size_t>(count));
+    return text;
 }
 
 // Under the thread sanitizer every process stays for a second at its end, unless it is told not to.
 void LingerNot() {
-    static const bool s_Told = [] {
-        const char* l_Options = getenv("TSAN_OPTIONS");
-        return setenv("TSAN_OPTIONS",
-                      (std::string("atexit_sleep_ms=0:") + (l_Options != nullptr ? l_Options : "")).c_str(), 1) == 0;
+    static const bool told = [] {
+        const char* options = getenv("TSAN_OPTIONS");
+        return setenv("TSAN_OPTIONS", (std::string("atexit_sleep_ms=0:") + (options != nullptr ? options : "")).c_str(),
+                      1) == 0;
     }();
-    if (!s_Told) throw std::runtime_error("cannot set TSAN_OPTIONS");
+    if (!told) throw std::runtime_error("cannot set TSAN_OPTIONS");
 }
 
 // A log line's "<3> [component] text", or nothing.
-std::string LogPart(const std::string& a_Line) {
-    const auto l_Level = a_Line.find(" <");
-    return l_Level != std::string::npos && a_Line.starts_with("20") ? a_Line.substr(l_Level + 1) : "";
+std::string LogPart(const std::string& line) {
+    const auto level = line.find(" <");
+    return level != std::string::npos && line.starts_with("20") ? line.substr(level + 1) : "";
 }
 
-std::vector<std::string> Lines(const std::string& a_Text) {
-    std::istringstream l_Stream(a_Text);
-    std::vector<std::string> l_Lines;
-    for (std::string l_Line; std::getline(l_Stream, l_Line);)
-        l_Lines.push_back(l_Line);
-    return l_Lines;
+std::vector<std::string> Lines(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
 }
 
 } // namespace
 
-std::vector<std::string> ENDED::ErrorLines() const {
-    std::vector<std::string> l_Lines = Lines(m_Err);
-    std::erase_if(l_Lines, [](const std::string& a_Line) { return !LogPart(a_Line).empty(); });
-    return l_Lines;
+std::vector<std::string> Ended::ErrorLines() const {
+    std::vector<std::string> lines = Lines(m_err);
+    std::erase_if(lines, [](const std::string& line) { return !LogPart(line).empty(); });
+    return lines;
 }
 
-std::string ENDED::StubCalls() const {
-    const std::string l_Mark = "<3> [stub] ";
-    std::string l_Calls;
-    for (const std::string& l_Line : Lines(m_Err)) {
-        const std::string l_Part = LogPart(l_Line);
-        if (l_Part.starts_with(l_Mark)) l_Calls += (l_Calls.empty() ? "" : " ") + l_Part.substr(l_Mark.size());
+std::string Ended::StubCalls() const {
+    const std::string mark = "<3> [stub] ";
+    std::string calls;
+    for (const std::string& line : Lines(m_err)) {
+        const std::string part = LogPart(line);
+        if (part.starts_with(mark)) calls += (calls.empty() ? "" : " ") + part.substr(mark.size());
     }
-    return l_Calls;
+    return calls;
 }
 
-HOST_PROCESS::HOST_PROCESS(const std::vector<std::string>& a_Arguments, const std::string& a_Input, OUT a_Out)
-    : m_Out(MemoryFile("")) {
-    std::vector<std::string> l_Words = {BMHOST_FILE};
-    l_Words.insert(l_Words.end(), a_Arguments.begin(), a_Arguments.end());
-    std::vector<char*> l_Arguments;
-    for (std::string& l_Word : l_Words)
-        l_Arguments.push_back(l_Word.data());
-    l_Arguments.push_back(nullptr);
+HostProcess::HostProcess(const std::vector<std::string>& arguments, const std::string& input, Out out)
+    : m_out(MemoryFile("")) {
+    std::vector<std::string> words = {BMHOST_FILE};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
 
-    const DESCRIPTOR l_Input(MemoryFile(a_Input));
-    const PIPE l_ErrorPipe;
-    const PIPE l_BrokenPipe;
-    close(l_BrokenPipe.m_Ends[0]);
-    const DESCRIPTOR l_Broken(l_BrokenPipe.m_Ends[1]);
-    const DESCRIPTOR l_ErrorEnd(l_ErrorPipe.m_Ends[1]);
-    const DESCRIPTOR l_Full(Checked(open("/dev/full", O_WRONLY | O_CLOEXEC), "/dev/full"));
-    m_Err = l_ErrorPipe.m_Ends[0];
+    const Descriptor inputFile(MemoryFile(input));
+    const Pipe errorPipe;
+    const Pipe brokenPipe;
+    close(brokenPipe.m_ends[0]);
+    const Descriptor broken(brokenPipe.m_ends[1]);
+    const Descriptor errorEnd(errorPipe.m_ends[1]);
+    const Descriptor full(Checked(open("/dev/full", O_WRONLY | O_CLOEXEC), "/dev/full"));
+    m_err = errorPipe.m_ends[0];
 
     LingerNot();
-    posix_spawn_file_actions_t l_Actions;
-    posix_spawn_file_actions_init(&l_Actions);
-    posix_spawn_file_actions_adddup2(&l_Actions, l_Input.Get(), STDIN_FILENO);
-    const int l_Outs[] = {m_Out, -1, l_Broken.Get(), l_Full.Get()};
-    if (a_Out == OUT::Closed) {
-        posix_spawn_file_actions_addclose(&l_Actions, STDOUT_FILENO);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, inputFile.Get(), STDIN_FILENO);
+    const int outs[] = {m_out, -1, broken.Get(), full.Get()};
+    if (out == Out::Closed) {
+        posix_spawn_file_actions_addclose(&actions, STDOUT_FILENO);
     } else {
-        posix_spawn_file_actions_adddup2(&l_Actions, l_Outs[static_cast<std::size_t>(a_Out)], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, outs[static_cast<std::size_t>(out)], STDOUT_FILENO);
     }
-    posix_spawn_file_actions_adddup2(&l_Actions, l_ErrorEnd.Get(), STDERR_FILENO);
-    const int l_Error = posix_spawn(&m_Process, BMHOST_FILE, &l_Actions, nullptr, l_Arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&l_Actions);
-    if (l_Error != 0) throw std::system_error(l_Error, std::generic_category(), BMHOST_FILE);
+    posix_spawn_file_actions_adddup2(&actions, errorEnd.Get(), STDERR_FILENO);
+    const int error = posix_spawn(&m_process, BMHOST_FILE, &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0) throw std::system_error(error, std::generic_category(), BMHOST_FILE);
 }
 
-HOST_PROCESS::~HOST_PROCESS() {
-    if (m_Process > 0) {
+HostProcess::~HostProcess() {
+    if (m_process > 0) {
         Kill();
-        waitpid(m_Process, nullptr, 0);
+        waitpid(m_process, nullptr, 0);
     }
-    close(m_Out);
-    close(m_Err);
+    close(m_out);
+    close(m_err);
 }
 
-bool HOST_PROCESS::ReadSomeError() {
-    std::array<char, 4096> l_Bytes{};
-    const ssize_t l_Count = read(m_Err, l_Bytes.data(), l_Bytes.size());
-    if (l_Count > 0) m_ErrorText.append(l_Bytes.data(), static_cast<std::size_t>(l_Count));
-    return l_Count > 0;
+bool HostProcess::ReadSomeError() {
+    std::array<char, 4096> bytes{};
+    const ssize_t count = read(m_err, bytes.data(), bytes.size());
+    if (count > 0) m_errorText.append(bytes.data(), static_cast<std::size_t>(count));
+    return count > 0;
 }
 
-bool HOST_PROCESS::ErrorHas(const std::string& a_Text) {
-    while (m_ErrorText.find(a_Text) == std::string::npos) {
+bool HostProcess::ErrorHas(const std::string& text) {
+    while (m_errorText.find(text) == std::string::npos) {
         if (!ReadSomeError()) return false;
     }
     return true;
 }
 
-void HOST_PROCESS::Kill() {
+void HostProcess::Kill() {
     Signal(SIGKILL);
 }
 
-void HOST_PROCESS::Signal(int a_Signal) {
-    kill(m_Process, a_Signal);
+void HostProcess::Signal(int signal) {
+    kill(m_process, signal);
 }
 
-ENDED HOST_PROCESS::End() {
+Ended HostProcess::End() {
     while (ReadSomeError()) {
     }
-    int l_Status = 0;
-    Checked(waitpid(m_Process, &l_Status, 0), "waitpid");
-    m_Process = -1;
-    ENDED l_Ended;
-    if (WIFEXITED(l_Status)) l_Ended.m_Status = WEXITSTATUS(l_Status);
-    if (WIFSIGNALED(l_Status)) l_Ended.m_Signal = WTERMSIG(l_Status);
-    l_Ended.m_Out = ReadAll(m_Out);
-    l_Ended.m_Err = m_ErrorText;
-    return l_Ended;
+    int status = 0;
+    Checked(waitpid(m_process, &status, 0), "waitpid");
+    m_process = -1;
+    Ended ended;
+    if (WIFEXITED(status)) ended.m_status = WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) ended.m_signal = WTERMSIG(status);
+    ended.m_out = ReadAll(m_out);
+    ended.m_err = m_errorText;
+    return ended;
 }
 
-ENDED RunHost(const std::vector<std::string>& a_Arguments, const std::string& a_Input, OUT a_Out) {
-    return HOST_PROCESS(a_Arguments, a_Input, a_Out).End();
+Ended RunHost(const std::vector<std::string>& arguments, const std::string& input, Out out) {
+    return HostProcess(arguments, input, out).End();
 }
 
-ENDED RunStub(const std::string& a_Stub, std::vector<std::string> a_Arguments, const std::string& a_Input, OUT a_Out) {
-    a_Arguments.insert(a_Arguments.begin(), {"--adaptor", StubFile(a_Stub)});
-    return RunHost(a_Arguments, a_Input, a_Out);
+Ended RunStub(const std::string& stub, std::vector<std::string> arguments, const std::string& input, Out out) {
+    arguments.insert(arguments.begin(), {"--adaptor", StubFile(stub)});
+    return RunHost(arguments, input, out);
 }
 
-std::string StubFile(const std::string& a_Stub) {
-    return STUB_FOLDER "/stub_" + a_Stub + ".so";
+std::string StubFile(const std::string& stub) {
+    return STUB_FOLDER "/stub_" + stub + ".so";
 }

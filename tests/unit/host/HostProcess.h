@@ -5,11 +5,11 @@
 #include <sys/types.h>
 #include <vector>
 
-struct ENDED {
-    int m_Status = -1; ///< exit status, or -1 when a signal ended it
-    int m_Signal = 0;
-    std::string m_Out{};
-    std::string m_Err{};
+struct Ended {
+    int m_status = -1; ///< exit status, or -1 when a signal ended it
+    int m_signal = 0;
+    std::string m_out{};
+    std::string m_err{};
 
     /// Lines of standard error, without bmhost's log lines.
     std::vector<std::string> ErrorLines() const;
@@ -18,37 +18,36 @@ struct ENDED {
 };
 
 /// What standard output is.
-enum class OUT { Kept, Closed, BrokenPipe, Full };
+enum class Out { Kept, Closed, BrokenPipe, Full };
 
-class HOST_PROCESS {
+class HostProcess {
 public:
     /// Starts bmhost with these arguments.
-    explicit HOST_PROCESS(const std::vector<std::string>& a_Arguments, const std::string& a_Input = "",
-                          OUT a_Out = OUT::Kept);
-    HOST_PROCESS(const HOST_PROCESS&) = delete;
-    HOST_PROCESS& operator=(const HOST_PROCESS&) = delete;
-    ~HOST_PROCESS();
+    explicit HostProcess(const std::vector<std::string>& arguments, const std::string& input = "", Out out = Out::Kept);
+    HostProcess(const HostProcess&) = delete;
+    HostProcess& operator=(const HostProcess&) = delete;
+    ~HostProcess();
 
     /// Reads standard error until it has this text, or has ended.
-    bool ErrorHas(const std::string& a_Text);
+    bool ErrorHas(const std::string& text);
     void Kill();
-    void Signal(int a_Signal);
+    void Signal(int signal);
     /// Waits for the end.
-    ENDED End();
+    Ended End();
 
 private:
     bool ReadSomeError();
 
-    pid_t m_Process = -1;
-    int m_Out = -1; // a memory file
-    int m_Err = -1; // a pipe
-    std::string m_ErrorText{};
+    pid_t m_process = -1;
+    int m_out = -1; // a memory file
+    int m_err = -1; // a pipe
+    std::string m_errorText{};
 };
 
 /// Runs bmhost to its end.
-ENDED RunHost(const std::vector<std::string>& a_Arguments, const std::string& a_Input = "", OUT a_Out = OUT::Kept);
+Ended RunHost(const std::vector<std::string>& arguments, const std::string& input = "", Out out = Out::Kept);
 /// The same with a stub adaptor: RunStub("good", {"--json", "init"}).
-ENDED RunStub(const std::string& a_Stub, std::vector<std::string> a_Arguments, const std::string& a_Input = "",
-              OUT a_Out = OUT::Kept);
+Ended RunStub(const std::string& stub, std::vector<std::string> arguments, const std::string& input = "",
+              Out out = Out::Kept);
 /// The stub's library.
-std::string StubFile(const std::string& a_Stub);
+std::string StubFile(const std::string& stub);

@@ -5,13 +5,13 @@
 
 #include <string>
 
-/// The text of the USAGE_ERROR that the call throws; "no error" when it throws none.
-template <typename CALLED>
-std::string UsageErrorOf(CALLED a_Called) {
+/// The text of the UsageError that the call throws; "no error" when it throws none.
+template <typename Called>
+std::string UsageErrorOf(Called called) {
     try {
-        a_Called();
-    } catch (const BMHOST::USAGE_ERROR& l_Error) {
-        return l_Error.what();
+        called();
+    } catch (const bmhost::UsageError& error) {
+        return error.what();
     }
     return "no error";
 }

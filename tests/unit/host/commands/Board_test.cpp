@@ -15,34 +15,34 @@
 
 namespace {
 
-using namespace BMHOST;
+using namespace bmhost;
 using testing::HasSubstr;
 
-using WORDS = std::vector<std::string>;
+using Words = std::vector<std::string>;
 
 TEST(DspOrder, HasTheDspAndItsAddress) {
-    for (const char* l_Dsp : {"5", "0x5"}) {
-        const DSP_ORDER l_Order = ParseDspOrder({"dsp", "set-ip", l_Dsp, "192.168.0.25"});
-        EXPECT_EQ(5, l_Order.m_Dsp);
-        EXPECT_EQ("192.168.0.25", l_Order.m_Address);
+    for (const char* dsp : {"5", "0x5"}) {
+        const DspOrder order = ParseDspOrder({"dsp", "set-ip", dsp, "192.168.0.25"});
+        EXPECT_EQ(5, order.m_dsp);
+        EXPECT_EQ("192.168.0.25", order.m_address);
     }
-    EXPECT_EQ(32, ParseDspOrder({"dsp", "set-ip", "32", "1.2.3.4"}).m_Dsp);
+    EXPECT_EQ(32, ParseDspOrder({"dsp", "set-ip", "32", "1.2.3.4"}).m_dsp);
 }
 
 TEST(SwitchOrder, HasThePortAndItsState) {
-    EXPECT_EQ(1, ParseSwitchOrder({"switch", "enable", "1"}).m_Port);
-    EXPECT_TRUE(ParseSwitchOrder({"switch", "enable", "1"}).m_Enable);
-    EXPECT_EQ(4, ParseSwitchOrder({"switch", "disable", "4"}).m_Port);
-    EXPECT_FALSE(ParseSwitchOrder({"switch", "disable", "4"}).m_Enable);
+    EXPECT_EQ(1, ParseSwitchOrder({"switch", "enable", "1"}).m_port);
+    EXPECT_TRUE(ParseSwitchOrder({"switch", "enable", "1"}).m_enable);
+    EXPECT_EQ(4, ParseSwitchOrder({"switch", "disable", "4"}).m_port);
+    EXPECT_FALSE(ParseSwitchOrder({"switch", "disable", "4"}).m_enable);
 }
 
-struct REFUSAL_CASE {
-    WORDS m_Words;
-    const char* m_Reason;
+struct RefusalCase {
+    Words m_words;
+    const char* m_reason;
 };
 
 TEST(DspOrder, SaysWhatWasExpected) {
-    const REFUSAL_CASE l_Cases[] = {
+    const RefusalCase cases[] = {
         {{"dsp", "set-ip"}, "expected dsp, or dsp set-ip N ADDRESS"},
         {{"dsp", "set-ip", "1"}, "expected dsp, or dsp set-ip N ADDRESS"},
         {{"dsp", "set-ip", "1", "1.2.3.4", "5"}, "expected dsp, or dsp set-ip N ADDRESS"},
@@ -59,12 +59,12 @@ TEST(DspOrder, SaysWhatWasExpected) {
         {{"dsp", "set-ip", "1", "1.2.3.4 ;reboot"}, "ADDRESS '1.2.3.4 ;reboot'"},
         {{"dsp", "set-ip", "1", "fe80::1"}, "ADDRESS 'fe80::1'"},
     };
-    for (const REFUSAL_CASE& l_Case : l_Cases)
-        EXPECT_THAT(UsageErrorOf([&] { ParseDspOrder(l_Case.m_Words); }), HasSubstr(l_Case.m_Reason));
+    for (const RefusalCase& testCase : cases)
+        EXPECT_THAT(UsageErrorOf([&] { ParseDspOrder(testCase.m_words); }), HasSubstr(testCase.m_reason));
 }
 
 TEST(SwitchOrder, SaysWhatWasExpected) {
-    const REFUSAL_CASE l_Cases[] = {
+    const RefusalCase cases[] = {
         {{"switch", "enable"}, "expected switch, or switch enable|disable PORT"},
         {{"switch", "1", "enable"}, "expected switch, or switch enable|disable PORT"},
         {{"switch", "enable", "1", "2"}, "expected switch, or switch enable|disable PORT"},
@@ -72,19 +72,19 @@ TEST(SwitchOrder, SaysWhatWasExpected) {
         {{"switch", "disable", "5"}, "PORT '5'"},
         {{"switch", "disable", "all"}, "PORT 'all'"},
     };
-    for (const REFUSAL_CASE& l_Case : l_Cases)
-        EXPECT_THAT(UsageErrorOf([&] { ParseSwitchOrder(l_Case.m_Words); }), HasSubstr(l_Case.m_Reason));
+    for (const RefusalCase& testCase : cases)
+        EXPECT_THAT(UsageErrorOf([&] { ParseSwitchOrder(testCase.m_words); }), HasSubstr(testCase.m_reason));
 }
 
 class Pstn : public testing::Test {
 protected:
-    Pstn() { std::filesystem::create_directories(m_Folder); }
-    ~Pstn() override { std::filesystem::remove_all(m_Folder); }
+    Pstn() { std::filesystem::create_directories(m_folder); }
+    ~Pstn() override { std::filesystem::remove_all(m_folder); }
 
-    void Keep(const std::string& a_Lines) const { std::ofstream(m_Folder + "/pstn.jsonl") << a_Lines; }
+    void Keep(const std::string& lines) const { std::ofstream(m_folder + "/pstn.jsonl") << lines; }
 
-    const std::string m_Folder = testing::TempDir() + "pstn-records-" + std::to_string(getpid());
-    std::string m_Text;
+    const std::string m_folder = testing::TempDir() + "pstn-records-" + std::to_string(getpid());
+    std::string m_text;
 };
 
 TEST_F(Pstn, ShowsRecordsAndRefusalsInTheirOrder) {
@@ -93,41 +93,41 @@ TEST_F(Pstn, ShowsRecordsAndRefusalsInTheirOrder) {
 {"open":2,"write":2,"text":"RtmDetected=0","taken":4}
 {"open":3,"write":3,"text":"a\u001b[2J\n","error":"EIO"}
 )");
-    EXPECT_TRUE(PstnTable(m_Folder.c_str(), false, m_Text));
+    EXPECT_TRUE(PstnTable(m_folder.c_str(), false, m_text));
     EXPECT_EQ("  open  write  record         result\n"
               "  1                           refused: EACCES\n"
               "  2     1      DataValid=1    told\n"
               "  2     2      RtmDetected=0  cut after 4 bytes\n"
               "  3     3      a?[2J?         refused: EIO\n",
-              m_Text);
+              m_text);
 }
 
 TEST_F(Pstn, SaysThatTheDriverWasToldNothing) {
     Keep("");
-    EXPECT_TRUE(PstnTable(m_Folder.c_str(), false, m_Text));
-    EXPECT_EQ("the driver was told nothing\n", m_Text);
+    EXPECT_TRUE(PstnTable(m_folder.c_str(), false, m_text));
+    EXPECT_EQ("the driver was told nothing\n", m_text);
 }
 
 TEST_F(Pstn, SaysThatThereIsNoDriver) {
-    EXPECT_FALSE(PstnTable(m_Folder.c_str(), false, m_Text));
-    EXPECT_EQ("this blade has no PCI driver to be told of the PSTN\n", m_Text);
+    EXPECT_FALSE(PstnTable(m_folder.c_str(), false, m_text));
+    EXPECT_EQ("this blade has no PCI driver to be told of the PSTN\n", m_text);
 }
 
 TEST_F(Pstn, SaysThatThereIsNoBlade) {
-    for (const char* l_Folder : {"", static_cast<const char*>(nullptr)}) {
-        m_Text.clear();
-        EXPECT_FALSE(PstnTable(l_Folder, false, m_Text));
-        EXPECT_THAT(m_Text, HasSubstr("no simulated blade"));
+    for (const char* folder : {"", static_cast<const char*>(nullptr)}) {
+        m_text.clear();
+        EXPECT_FALSE(PstnTable(folder, false, m_text));
+        EXPECT_THAT(m_text, HasSubstr("no simulated blade"));
     }
 }
 
 TEST_F(Pstn, NamesTheLineThatIsNoRecord) {
     Keep("{\"open\":1,\"write\":1,\"text\":\"DataValid=1\"}\n{\"open\":\n");
     try {
-        PstnTable(m_Folder.c_str(), false, m_Text);
+        PstnTable(m_folder.c_str(), false, m_text);
         FAIL() << "it was taken";
-    } catch (const std::runtime_error& l_Error) {
-        EXPECT_THAT(l_Error.what(), HasSubstr("/pstn.jsonl:2: "));
+    } catch (const std::runtime_error& error) {
+        EXPECT_THAT(error.what(), HasSubstr("/pstn.jsonl:2: "));
     }
 }
 

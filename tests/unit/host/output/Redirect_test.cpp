@@ -6,14 +6,14 @@
 #include <string>
 #include <unistd.h>
 
-using namespace BMHOST;
+using namespace bmhost;
 
 namespace {
 
 // The standard descriptors are the process's: a child has them for itself.
-void ShowPrints(const std::string& a_Prints) {
+void ShowPrints(const std::string& prints) {
     PrintsWithheld();
-    WriteAll(STDOUT_FILENO, a_Prints);
+    WriteAll(STDOUT_FILENO, prints);
     ShowWithheld();
     _exit(0);
 }
@@ -28,9 +28,9 @@ TEST(RedirectDeathTest, WithheldPrintsAreShownWithoutWhatSteersATerminal) {
 // Wherever the pieces, in which they are read, end.
 TEST(RedirectDeathTest, WithheldPrintsKeepTheirCharactersWholeAndEndAsTheyDo) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
-    for (const std::size_t l_Before : {4092, 4093, 4094, 4095, 4096}) {
-        const std::string l_Filling(l_Before, 'x');
-        EXPECT_EXIT(ShowPrints(l_Filling + "\U0001F600\xF0\x9F\x98"), testing::ExitedWithCode(0),
+    for (const std::size_t before : {4092, 4093, 4094, 4095, 4096}) {
+        const std::string filling(before, 'x');
+        EXPECT_EXIT(ShowPrints(filling + "\U0001F600\xF0\x9F\x98"), testing::ExitedWithCode(0),
                     "^x+\U0001F600\xF0\\?\\?$");
     }
 }

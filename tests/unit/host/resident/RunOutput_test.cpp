@@ -12,16 +12,16 @@
 
 namespace {
 
-using namespace BMHOST;
+using namespace bmhost;
 using BM_ADAPTOR::CBMIEvParams;
 
-struct OUTPUT_CASE {
-    EVENT m_Event;
-    const char* m_Line;
+struct OutputCase {
+    AdaptorEvent m_event;
+    const char* m_line;
 };
 
 TEST(EventLine, SaysByNameWhatHappened) {
-    const OUTPUT_CASE l_Cases[] = {
+    const OutputCase cases[] = {
         {{0x70402, 5, Row<CBMIEvParams>(Int(0x30208, 1), Int(0x30201, 1, true))},
          "run status of AMC bay 1: not started (1)"},
         {{0x70402, 5, Row<CBMIEvParams>(Int(0x30208, 3), Int(0x30201, 9, true))},
@@ -40,18 +40,18 @@ TEST(EventLine, SaysByNameWhatHappened) {
         {{0x9, 4, Row<CBMIEvParams>(Int(0x77, 1), Text(0x30203, "a\x1B"))},
          "event 0x9, number 4: 0x77 1, manufacturer a?"},
     };
-    for (const OUTPUT_CASE& l_Case : l_Cases)
-        EXPECT_EQ(l_Case.m_Line, EventLine(l_Case.m_Event));
+    for (const OutputCase& testCase : cases)
+        EXPECT_EQ(testCase.m_line, EventLine(testCase.m_event));
 }
 
 TEST(RunJson, HealthHasReasonsThatSteerNoTerminal) {
-    const int l_File = memfd_create("health", MFD_CLOEXEC);
-    MakeRunJson(l_File)->Health({HEALTH::Fault, {"AMC\n\x9B\x7F failed"}});
-    std::array<char, 256> l_Bytes{};
-    const ssize_t l_Size = pread(l_File, l_Bytes.data(), l_Bytes.size(), 0);
-    close(l_File);
+    const int file = memfd_create("health", MFD_CLOEXEC);
+    MakeRunJson(file)->Health({HealthState::Fault, {"AMC\n\x9B\x7F failed"}});
+    std::array<char, 256> bytes{};
+    const ssize_t size = pread(file, bytes.data(), bytes.size(), 0);
+    close(file);
     EXPECT_EQ("{\"op\":\"health\",\"state\":\"fault\",\"reasons\":[\"AMC\\n\\u009b\\u007f failed\"]}\n",
-              std::string(l_Bytes.data(), static_cast<std::size_t>(l_Size)));
+              std::string(bytes.data(), static_cast<std::size_t>(size)));
 }
 
 } // namespace

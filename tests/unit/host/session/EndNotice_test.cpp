@@ -7,10 +7,10 @@
 
 namespace {
 
-using namespace BMHOST;
+using namespace bmhost;
 using testing::ExitedWithCode;
 
-constexpr std::chrono::hours NEVER(1);
+constexpr std::chrono::hours Never(1);
 
 class EndNoticeDeathTest : public testing::Test {
 protected:
@@ -20,8 +20,8 @@ protected:
 TEST_F(EndNoticeDeathTest, NamesTheCallThatEndedTheProcess) {
     EXPECT_EXIT(
         {
-            ArmEndNotice(NEVER);
-            const CALL_UNDER_WAY l_Call("table 0x300");
+            ArmEndNotice(Never);
+            const CallUnderWay call("table 0x300");
             exit(1);
         },
         ExitedWithCode(1), "^bmhost: the adaptor ended the process during `table 0x300` \\(exit status 1\\)\n$");
@@ -30,8 +30,8 @@ TEST_F(EndNoticeDeathTest, NamesTheCallThatEndedTheProcess) {
 TEST_F(EndNoticeDeathTest, SaysWhenNoCallWasUnderWay) {
     EXPECT_EXIT(
         {
-            ArmEndNotice(NEVER);
-            { const CALL_UNDER_WAY l_Call("init"); }
+            ArmEndNotice(Never);
+            { const CallUnderWay call("init"); }
             exit(7);
         },
         ExitedWithCode(7), "^bmhost: the adaptor ended the process between two calls \\(exit status 7\\)\n$");
@@ -40,7 +40,7 @@ TEST_F(EndNoticeDeathTest, SaysWhenNoCallWasUnderWay) {
 TEST_F(EndNoticeDeathTest, IsSilentWhenBmhostEndsByItself) {
     EXPECT_EXIT(
         {
-            ArmEndNotice(NEVER);
+            ArmEndNotice(Never);
             DisarmEndNotice();
             exit(2);
         },

@@ -7,17 +7,17 @@
 
 namespace {
 
-using BMHOST::SCRIPT;
-using BMHOST::SplitWords;
-using WORDS = std::vector<std::string>;
+using bmhost::Script;
+using bmhost::SplitWords;
+using Words = std::vector<std::string>;
 
-struct LINE_CASE {
-    const char* m_Line;
-    WORDS m_Words;
+struct LineCase {
+    const char* m_line;
+    Words m_words;
 };
 
 TEST(ScriptLine, IsSplitIntoWords) {
-    const LINE_CASE l_Cases[] = {
+    const LineCase cases[] = {
         {"", {}},
         {" \t ", {}},
         {"init", {"init"}},
@@ -38,8 +38,8 @@ TEST(ScriptLine, IsSplitIntoWords) {
         {"1=\\n", {"1=\\n"}},
         {"1=\xFFg", {"1=\xFFg"}},
     };
-    for (const LINE_CASE& l_Case : l_Cases)
-        EXPECT_EQ(l_Case.m_Words, SplitWords(l_Case.m_Line)) << l_Case.m_Line;
+    for (const LineCase& testCase : cases)
+        EXPECT_EQ(testCase.m_words, SplitWords(testCase.m_line)) << testCase.m_line;
 }
 
 TEST(ScriptLine, WithAQuoteThatDoesNotEndIsWrong) {
@@ -49,8 +49,7 @@ TEST(ScriptLine, WithAQuoteThatDoesNotEndIsWrong) {
 }
 
 TEST(Script, ThatIsNotThereIsBadUsage) {
-    EXPECT_EQ("script /no/such/file: No such file or directory",
-              UsageErrorOf([] { SCRIPT l_Script("/no/such/file"); }));
+    EXPECT_EQ("script /no/such/file: No such file or directory", UsageErrorOf([] { Script script("/no/such/file"); }));
 }
 
 } // namespace

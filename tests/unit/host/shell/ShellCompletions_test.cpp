@@ -6,7 +6,7 @@
 
 namespace {
 
-using namespace BMHOST;
+using namespace bmhost;
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;

@@ -32,7 +32,7 @@ namespace {
 
 using namespace BM_ADAPTOR;
 
-enum class ACT {
+enum class Act {
     Nothing,
     Fail,
     Print,
@@ -56,14 +56,14 @@ void Print() {
 }
 
 // An event, a fault that the health monitor finds, and the end.
-int SendAndFault(IBMAdaptorMgr* a_Manager) {
-    CBMIEvParams l_Params;
-    for (const auto& [l_Id, l_Value] : {std::pair{0x30208U, 4}, {0x30201U, 3}}) {
-        CBMIParam l_Param(BMI_PARAM_INT, l_Id, l_Id == 0x30201U);
-        l_Param.SetInt(l_Value);
-        l_Params.Add(l_Param);
+int SendAndFault(IBMAdaptorMgr* manager) {
+    CBMIEvParams params;
+    for (const auto& [id, value] : {std::pair{0x30208U, 4}, {0x30201U, 3}}) {
+        CBMIParam param(BMI_PARAM_INT, id, id == 0x30201U);
+        param.SetInt(value);
+        params.Add(param);
     }
-    a_Manager->SendEvent(0x70402, 5, &l_Params);
+    manager->SendEvent(0x70402, 5, &params);
     bmiLog(BM_LOG_ERROR, "IPMI Adaptor", "Monitor Thread started");
     printf("the report\n");
     bmiLog(BM_LOG_ERROR, "Monitor Thread", "AMC failed");
@@ -72,67 +72,67 @@ int SendAndFault(IBMAdaptorMgr* a_Manager) {
     return 1;
 }
 
-int Do(ACT a_Act, IBMAdaptorMgr* a_Manager = nullptr) {
-    switch (a_Act) {
-    case ACT::Nothing:
+int Do(Act act, IBMAdaptorMgr* manager = nullptr) {
+    switch (act) {
+    case Act::Nothing:
         return 1;
-    case ACT::Fail:
+    case Act::Fail:
         return 0;
-    case ACT::Print:
+    case Act::Print:
         Print();
         return 1;
-    case ACT::PrintAndExit:
+    case Act::PrintAndExit:
         Print();
         exit(1);
-    case ACT::Exit:
+    case Act::Exit:
         exit(1);
-    case ACT::ExitElsewhere:
+    case Act::ExitElsewhere:
         std::thread([] { exit(5); }).join();
         return 1;
-    case ACT::Hang: {
-        OSAL::OSALMutex l_Mutex;
-        l_Mutex.Lock();
-        l_Mutex.Lock();
+    case Act::Hang: {
+        OSAL::OSALMutex mutex;
+        mutex.Lock();
+        mutex.Lock();
         return 1;
     }
-    case ACT::Throw:
+    case Act::Throw:
         throw std::runtime_error("no controller");
-    case ACT::ThrowNumber:
+    case Act::ThrowNumber:
         throw 5;
-    case ACT::Abort:
+    case Act::Abort:
         abort();
-    case ACT::RunTool: // one that reads all of its input, and prints
+    case Act::RunTool: // one that reads all of its input, and prints
         return system("cat; echo printed by a tool") == 0 ? 1 : 0;
-    case ACT::ToolInterrupts: // the host, once it waits for the tool; then a signal has to end the tool
+    case Act::ToolInterrupts: // the host, once it waits for the tool; then a signal has to end the tool
         return WTERMSIG(system("sleep 0.3; kill -INT $PPID; sleep 0.3; kill -TERM $$; exit 7")) == SIGTERM ? 1 : 0;
-    case ACT::ToolFails:
+    case Act::ToolFails:
         return system("echo the tool says why; exit 2") == 0 ? 1 : 0;
-    case ACT::ToolOutgrows: // a file that may not grow: SIGXFSZ has to end the tool, as without this host
+    case Act::ToolOutgrows: // a file that may not grow: SIGXFSZ has to end the tool, as without this host
         return WEXITSTATUS(
                    system("f=$(mktemp) || exit; (ulimit -c 0; ulimit -f 0; echo x >$f); s=$?; rm $f; exit $s")) ==
                        128 + SIGXFSZ
                    ? 1
                    : 0;
-    case ACT::SendAndFault:
-        return SendAndFault(a_Manager);
+    case Act::SendAndFault:
+        return SendAndFault(manager);
     }
     return 0;
 }
 
-CBMIParam Text(unsigned a_Id, const std::string& a_Text) {
-    CBMIParam l_Param(BMI_PARAM_STRING, a_Id, false);
-    l_Param.SetString(a_Text);
-    return l_Param;
+CBMIParam Text(unsigned id, const std::string& text) {
+    CBMIParam param(BMI_PARAM_STRING, id, false);
+    param.SetString(text);
+    return param;
 }
 
-class STUB_ADAPTOR final : public CBaseAdaptor {
+class StubAdaptor final : public CBaseAdaptor {
 public:
-    int Init(IBMAdaptorMgr* a_Manager) override {
+    int Init(IBMAdaptorMgr* manager) override {
         Note("Init");
-        m_Manager = a_Manager;
-        m_Manager->RegisterGroup(STUB_ECHO, this);
-        m_Manager->RegisterEventClass(5, this);
-        return Do(ACT::STUB_INIT);
+        m_manager = manager;
+        m_manager->RegisterGroup(StubEcho, this);
+        m_manager->RegisterEventClass(5, this);
+        return Do(Act::STUB_INIT);
     }
 
     int Fin() override {
@@ -142,39 +142,39 @@ public:
 
     int Start(structBmiDeviceInfoType*) override {
         Note("Start");
-        return Do(ACT::STUB_START, m_Manager);
+        return Do(Act::STUB_START, m_manager);
     }
 
     int Stop(structBmiDeviceInfoType*) override {
         Note("Stop");
-        return Do(ACT::STUB_STOP);
+        return Do(Act::STUB_STOP);
     }
 
-    int ReadParams(unsigned a_Group, const CBMIKeys* a_Keys, CBMIParams*& a_Row) override {
+    int ReadParams(unsigned group, const CBMIKeys* keys, CBMIParams*& row) override {
         Note("Read");
-        a_Row = nullptr;
-        if (a_Group == STUB_NOT_FOUND) return 12;
-        if (a_Group != STUB_ECHO) return 0;
-        a_Row = new CBMIParams(*a_Keys);
+        row = nullptr;
+        if (group == StubNotFound) return 12;
+        if (group != StubEcho) return 0;
+        row = new CBMIParams(*keys);
         return 1;
     }
 
     // Every parameter becomes one of an event, keys first; from a thread of the adaptor when the group says so.
-    int WriteParams(unsigned a_Group, CBMIKeys* a_Keys, CBMIParams* a_Values) override {
+    int WriteParams(unsigned group, CBMIKeys* keys, CBMIParams* values) override {
         Note("Write");
-        if (a_Group == STUB_UPGRADE) return Upgrade(*a_Values);
-        if (a_Group != STUB_ECHO && a_Group != STUB_EVENT_LATER) return 23;
-        CBMIEvParams l_Params;
-        for (const CBMIParams* l_Row : {static_cast<CBMIParams*>(a_Keys), a_Values}) {
-            for (int i = 0; i < l_Row->GetSize(); ++i)
-                l_Params.Add(*l_Row->Get(i));
+        if (group == StubUpgrade) return Upgrade(*values);
+        if (group != StubEcho && group != StubEventLater) return 23;
+        CBMIEvParams params;
+        for (const CBMIParams* row : {static_cast<CBMIParams*>(keys), values}) {
+            for (int i = 0; i < row->GetSize(); ++i)
+                params.Add(*row->Get(i));
         }
-        if (m_Manager == nullptr) return 0;
-        auto l_Send = [l_Manager = m_Manager, l_Params]() mutable { l_Manager->SendEvent(0x70402, 5, &l_Params); };
-        if (a_Group == STUB_ECHO) {
-            l_Send();
+        if (m_manager == nullptr) return 0;
+        auto send = [manager = m_manager, params]() mutable { manager->SendEvent(0x70402, 5, &params); };
+        if (group == StubEcho) {
+            send();
         } else {
-            std::thread(l_Send).detach();
+            std::thread(send).detach();
         }
         return 1;
     }
@@ -182,15 +182,15 @@ public:
     int CreateParams(unsigned, const CBMIKeys*, CBMIParams*) override { return 0; }
     int DeleteParams(unsigned, const CBMIKeys*) override { return 1; }
 
-    int GetParamTable(unsigned a_Group, CBMITable*& a_Table) override {
+    int GetParamTable(unsigned group, CBMITable*& table) override {
         Note("Table");
-        if (a_Group != STUB_ECHO && a_Group != STUB_NOT_FOUND) return 0;
-        a_Table = new CBMITable;
-        if (a_Group == STUB_NOT_FOUND) return 12;
-        for (const char* l_Text : {"one", "\x1B[31mtwo\xE9 "}) {
-            CBMIParams l_Row;
-            l_Row.Add(Text(STUB_TEXT, l_Text));
-            a_Table->AddRow(l_Row);
+        if (group != StubEcho && group != StubNotFound) return 0;
+        table = new CBMITable;
+        if (group == StubNotFound) return 12;
+        for (const char* text : {"one", "\x1B[31mtwo\xE9 "}) {
+            CBMIParams row;
+            row.Add(Text(StubText, text));
+            table->AddRow(row);
         }
         return 1;
     }
@@ -198,25 +198,23 @@ public:
     int ProcessEvent(unsigned, CBMIEvParams*) override { return 1; }
 
 private:
-    int Upgrade(const CBMIParams& a_Values) {
-        const std::string l_File = a_Values.GetParamById(0x605)->GetString();
-        if (l_File.find("refused") != std::string::npos) return 0;
-        CBMIEvParams l_Params;
-        for (const unsigned l_Id : {0x601U, 0x606U})
-            l_Params.Add(*a_Values.GetParamById(l_Id));
-        CBMIParam l_State(BMI_PARAM_UINT, 0x602, false);
-        l_State.SetInt(l_File.find("bad") != std::string::npos ? 3 : 2);
-        l_Params.Add(l_State);
+    int Upgrade(const CBMIParams& values) {
+        const std::string file = values.GetParamById(0x605)->GetString();
+        if (file.find("refused") != std::string::npos) return 0;
+        CBMIEvParams params;
+        for (const unsigned id : {0x601U, 0x606U})
+            params.Add(*values.GetParamById(id));
+        CBMIParam state(BMI_PARAM_UINT, 0x602, false);
+        state.SetInt(file.find("bad") != std::string::npos ? 3 : 2);
+        params.Add(state);
         printf("the firmware tool's words\n");
-        std::thread([l_Manager = m_Manager, l_Params]() mutable {
-            l_Manager->SendEvent(STUB_UPGRADE, 5, &l_Params);
-        }).detach();
+        std::thread([manager = m_manager, params]() mutable { manager->SendEvent(StubUpgrade, 5, &params); }).detach();
         return 1;
     }
 
-    static void Note(const char* a_Call) { bmiLog(BM_LOG_ERROR, "stub", "%s", a_Call); }
+    static void Note(const char* call) { bmiLog(BM_LOG_ERROR, "stub", "%s", call); }
 
-    IBMAdaptorMgr* m_Manager = nullptr;
+    IBMAdaptorMgr* m_manager = nullptr;
 };
 
 } // namespace
@@ -225,18 +223,18 @@ private:
 
 #ifndef STUB_NO_CREATE
 STUB_EXPORT void* CreateAdaptor() {
-    Do(ACT::STUB_CREATE);
+    Do(Act::STUB_CREATE);
 #ifdef STUB_NO_ADAPTOR
     return nullptr;
 #else
-    return static_cast<CBaseAdaptor*>(new STUB_ADAPTOR);
+    return static_cast<CBaseAdaptor*>(new StubAdaptor);
 #endif
 }
 #endif
 
 #ifndef STUB_NO_DESTROY
-STUB_EXPORT void DestroyAdaptor(void* a_Adaptor) {
+STUB_EXPORT void DestroyAdaptor(void* adaptor) {
     bmiLog(BM_LOG_ERROR, "stub", "Destroy");
-    delete static_cast<STUB_ADAPTOR*>(static_cast<CBaseAdaptor*>(a_Adaptor));
+    delete static_cast<StubAdaptor*>(static_cast<CBaseAdaptor*>(adaptor));
 }
 #endif

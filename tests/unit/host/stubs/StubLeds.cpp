@@ -12,45 +12,45 @@ namespace {
 
 using namespace BM_ADAPTOR;
 
-constexpr int NOT_FOUND = 12;
-constexpr int ILLEGAL_FIELD = 0xCC;
-constexpr int WHITE = 1;
+constexpr int NotFound = 12;
+constexpr int IllegalField = 0xCC;
+constexpr int White = 1;
 
-struct STATE {
-    int m_Local = 1;
-    int m_On = 0;
-    int m_Off = 1;
-    int m_LampTest = 0;
-    int m_Color = 0;
+struct State {
+    int m_local = 1;
+    int m_on = 0;
+    int m_off = 1;
+    int m_lampTest = 0;
+    int m_color = 0;
 };
 
 /// The ids of a row's values: local control, on, off, lamp test, colour.
-using VALUE_IDS = std::array<unsigned, 5>;
-constexpr VALUE_IDS BOARD = {0x105, 0x102, 0x103, 0x104, 0x10C};
-constexpr VALUE_IDS MODULE = {0x205, 0x202, 0x203, 0x204, 0x20C};
+using ValueIds = std::array<unsigned, 5>;
+constexpr ValueIds Board = {0x105, 0x102, 0x103, 0x104, 0x10C};
+constexpr ValueIds Module = {0x205, 0x202, 0x203, 0x204, 0x20C};
 
-void Add(CBMIParams& a_Row, unsigned a_Id, int a_Value) {
-    CBMIParam l_Param(BMI_PARAM_INT, a_Id, false);
-    l_Param.SetInt(a_Value);
-    a_Row.Add(l_Param);
+void Add(CBMIParams& row, unsigned id, int value) {
+    CBMIParam param(BMI_PARAM_INT, id, false);
+    param.SetInt(value);
+    row.Add(param);
 }
 
-int Get(const CBMIParams& a_Row, unsigned a_Id) {
-    const CBMIParam* const l_Param = a_Row.GetParamById(a_Id);
-    return l_Param != nullptr ? l_Param->GetInt() : 0;
+int Get(const CBMIParams& row, unsigned id) {
+    const CBMIParam* const param = row.GetParamById(id);
+    return param != nullptr ? param->GetInt() : 0;
 }
 
-class STUB_LEDS final : public CBaseAdaptor {
+class StubLeds final : public CBaseAdaptor {
 public:
-    STUB_LEDS() {
+    StubLeds() {
 #ifndef STUB_NO_LEDS
-        for (const auto& [l_Bay, l_Count] : {std::pair{0, 3}, {3, 2}, {5, 2}}) {
-            for (int l_LED = 1; l_LED <= l_Count; ++l_LED)
-                m_LEDs[{l_Bay, l_LED}] = {};
+        for (const auto& [bay, count] : {std::pair{0, 3}, {3, 2}, {5, 2}}) {
+            for (int led = 1; led <= count; ++led)
+                m_leds[{bay, led}] = {};
         }
-        m_LEDs[{0, 2}] = {0, 25, 50, 0, 2};
-        m_LEDs[{0, 3}] = {0, 0, 0, 34, 0};
-        m_LEDs[{3, 1}] = {0, 1, 0, 0, 4};
+        m_leds[{0, 2}] = {0, 25, 50, 0, 2};
+        m_leds[{0, 3}] = {0, 0, 0, 34, 0};
+        m_leds[{3, 1}] = {0, 1, 0, 0, 4};
 #endif
     }
 
@@ -67,35 +67,35 @@ public:
         return 1;
     }
 
-    int ReadParams(unsigned a_Group, const CBMIKeys* a_Keys, CBMIParams*& a_Row) override {
-        a_Row = nullptr;
-        if (a_Group != 0x100 && a_Group != 0x200) return NOT_FOUND;
-        const auto l_Found = m_LEDs.find(PlaceOf(a_Group, *a_Keys));
-        if (l_Found == m_LEDs.end()) return NOT_FOUND;
-        if (l_Found->first == std::pair{5, 2}) return 0;
-        const VALUE_IDS& l_Ids = a_Group == 0x100 ? BOARD : MODULE;
-        const STATE& l_State = l_Found->second;
-        a_Row = new CBMIParams;
-        Add(*a_Row, l_Ids[0], l_State.m_Local);
-        Add(*a_Row, l_Ids[1], l_State.m_On);
-        Add(*a_Row, l_Ids[2], l_State.m_Off);
-        Add(*a_Row, l_Ids[3], l_State.m_LampTest);
-        Add(*a_Row, l_Ids[4], l_State.m_Color);
+    int ReadParams(unsigned group, const CBMIKeys* keys, CBMIParams*& row) override {
+        row = nullptr;
+        if (group != 0x100 && group != 0x200) return NotFound;
+        const auto found = m_leds.find(PlaceOf(group, *keys));
+        if (found == m_leds.end()) return NotFound;
+        if (found->first == std::pair{5, 2}) return 0;
+        const ValueIds& ids = group == 0x100 ? Board : Module;
+        const State& state = found->second;
+        row = new CBMIParams;
+        Add(*row, ids[0], state.m_local);
+        Add(*row, ids[1], state.m_on);
+        Add(*row, ids[2], state.m_off);
+        Add(*row, ids[3], state.m_lampTest);
+        Add(*row, ids[4], state.m_color);
         return 1;
     }
 
-    int WriteParams(unsigned a_Group, CBMIKeys* a_Keys, CBMIParams* a_Values) override {
-        auto l_Place = PlaceOf(a_Group, *a_Keys);
-        if (a_Group == 0x200) l_Place.first = 3;
-        const auto l_Found = m_LEDs.find(l_Place);
-        if (l_Found == m_LEDs.end()) return NOT_FOUND;
-        const VALUE_IDS& l_Ids = a_Group == 0x100 ? BOARD : MODULE;
-        if (Get(*a_Values, l_Ids[4]) == WHITE) return ILLEGAL_FIELD;
-        const bool l_Override = Get(*a_Values, l_Ids[0]) != 0;
-        const int l_On = Get(*a_Values, l_Ids[1]);
-        const bool l_Blink = l_On > 1;
-        l_Found->second = {l_Override ? 0 : 1, l_Blink ? l_On / 10 : l_On,
-                           Get(*a_Values, l_Ids[2]) / (l_Blink ? 10 : 1), 0, Get(*a_Values, l_Ids[4])};
+    int WriteParams(unsigned group, CBMIKeys* keys, CBMIParams* values) override {
+        auto place = PlaceOf(group, *keys);
+        if (group == 0x200) place.first = 3;
+        const auto found = m_leds.find(place);
+        if (found == m_leds.end()) return NotFound;
+        const ValueIds& ids = group == 0x100 ? Board : Module;
+        if (Get(*values, ids[4]) == White) return IllegalField;
+        const bool overridden = Get(*values, ids[0]) != 0;
+        const int on = Get(*values, ids[1]);
+        const bool blink = on > 1;
+        found->second = {overridden ? 0 : 1, blink ? on / 10 : on, Get(*values, ids[2]) / (blink ? 10 : 1), 0,
+                         Get(*values, ids[4])};
         return 0;
     }
 
@@ -113,20 +113,20 @@ public:
     }
 
 private:
-    static std::pair<int, int> PlaceOf(unsigned a_Group, const CBMIKeys& a_Keys) {
-        if (a_Group == 0x100) return {0, Get(a_Keys, BMI_HW_BB_LED_ID)};
-        return {Get(a_Keys, BMI_HW_AMC_LED_BAY), Get(a_Keys, BMI_HW_AMC_LED_ID)};
+    static std::pair<int, int> PlaceOf(unsigned group, const CBMIKeys& keys) {
+        if (group == 0x100) return {0, Get(keys, BMI_HW_BB_LED_ID)};
+        return {Get(keys, BMI_HW_AMC_LED_BAY), Get(keys, BMI_HW_AMC_LED_ID)};
     }
 
-    std::map<std::pair<int, int>, STATE> m_LEDs; // by bay, 0 being the baseboard, and LED
+    std::map<std::pair<int, int>, State> m_leds; // by bay, 0 being the baseboard, and LED
 };
 
 } // namespace
 
 extern "C" __attribute__((visibility("default"))) void* CreateAdaptor() {
-    return static_cast<CBaseAdaptor*>(new STUB_LEDS);
+    return static_cast<CBaseAdaptor*>(new StubLeds);
 }
 
-extern "C" __attribute__((visibility("default"))) void DestroyAdaptor(void* a_Adaptor) {
-    delete static_cast<STUB_LEDS*>(static_cast<CBaseAdaptor*>(a_Adaptor));
+extern "C" __attribute__((visibility("default"))) void DestroyAdaptor(void* adaptor) {
+    delete static_cast<StubLeds*>(static_cast<CBaseAdaptor*>(adaptor));
 }

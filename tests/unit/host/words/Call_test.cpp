@@ -8,71 +8,71 @@
 
 namespace {
 
-using namespace BMHOST;
+using namespace bmhost;
 using testing::HasSubstr;
 
 TEST(Call, LifecycleCallsStandAlone) {
-    constexpr std::pair<const char*, OPERATION> l_Cases[] = {
-        {"init", OPERATION::Init}, {"start", OPERATION::Start}, {"stop", OPERATION::Stop}, {"fin", OPERATION::Fin}};
-    for (const auto& [l_Word, l_Operation] : l_Cases) {
-        EXPECT_EQ(l_Operation, ParseCall({l_Word}).m_Operation);
-        EXPECT_EQ(l_Word, OperationName(l_Operation));
+    constexpr std::pair<const char*, Operation> cases[] = {
+        {"init", Operation::Init}, {"start", Operation::Start}, {"stop", Operation::Stop}, {"fin", Operation::Fin}};
+    for (const auto& [word, operation] : cases) {
+        EXPECT_EQ(operation, ParseCall({word}).m_operation);
+        EXPECT_EQ(word, OperationName(operation));
     }
 }
 
 TEST(Call, ReadTakesGroupAndKeys) {
-    const CALL l_Call = ParseCall({"read", "0x300", "0x303=3", "AMC_BAY=s:x"});
-    EXPECT_EQ(OPERATION::Read, l_Call.m_Operation);
-    EXPECT_EQ(0x300U, l_Call.m_Group);
-    ASSERT_EQ(2, l_Call.m_Keys.GetSize());
-    EXPECT_EQ(0x303U, l_Call.m_Keys.Get(0)->GetId());
-    EXPECT_TRUE(l_Call.m_Keys.Get(0)->IsKey());
-    EXPECT_EQ("x", l_Call.m_Keys.Get(1)->GetString());
-    EXPECT_EQ(0, l_Call.m_Values.GetSize());
+    const Call call = ParseCall({"read", "0x300", "0x303=3", "AMC_BAY=s:x"});
+    EXPECT_EQ(Operation::Read, call.m_operation);
+    EXPECT_EQ(0x300U, call.m_group);
+    ASSERT_EQ(2, call.m_keys.GetSize());
+    EXPECT_EQ(0x303U, call.m_keys.Get(0)->GetId());
+    EXPECT_TRUE(call.m_keys.Get(0)->IsKey());
+    EXPECT_EQ("x", call.m_keys.Get(1)->GetString());
+    EXPECT_EQ(0, call.m_values.GetSize());
 }
 
 TEST(Call, ReadNeedsNoKeys) {
-    EXPECT_EQ(0, ParseCall({"read", "HARDWARE_BOARD"}).m_Keys.GetSize());
+    EXPECT_EQ(0, ParseCall({"read", "HARDWARE_BOARD"}).m_keys.GetSize());
 }
 
 TEST(Call, WriteTakesKeysThenValues) {
-    const CALL l_Call = ParseCall({"write", "amc_table", "bay=3", "--", "run_status=4", "1=2"});
-    EXPECT_EQ(OPERATION::Write, l_Call.m_Operation);
-    EXPECT_EQ(0x30200U, l_Call.m_Group);
-    ASSERT_EQ(1, l_Call.m_Keys.GetSize());
-    EXPECT_TRUE(l_Call.m_Keys.Get(0)->IsKey());
-    ASSERT_EQ(2, l_Call.m_Values.GetSize());
-    EXPECT_EQ(0x30208U, l_Call.m_Values.Get(0)->GetId());
-    EXPECT_FALSE(l_Call.m_Values.Get(0)->IsKey());
+    const Call call = ParseCall({"write", "amc_table", "bay=3", "--", "run_status=4", "1=2"});
+    EXPECT_EQ(Operation::Write, call.m_operation);
+    EXPECT_EQ(0x30200U, call.m_group);
+    ASSERT_EQ(1, call.m_keys.GetSize());
+    EXPECT_TRUE(call.m_keys.Get(0)->IsKey());
+    ASSERT_EQ(2, call.m_values.GetSize());
+    EXPECT_EQ(0x30208U, call.m_values.Get(0)->GetId());
+    EXPECT_FALSE(call.m_values.Get(0)->IsKey());
 }
 
 TEST(Call, WriteMayHaveNoKeysOrNoValues) {
-    EXPECT_EQ(0, ParseCall({"write", "1", "--", "1=2"}).m_Keys.GetSize());
-    EXPECT_EQ(1, ParseCall({"write", "1", "--", "1=2"}).m_Values.GetSize());
-    EXPECT_EQ(0, ParseCall({"write", "1", "1=2", "--"}).m_Values.GetSize());
-    EXPECT_EQ(1, ParseCall({"write", "1", "1=2", "--"}).m_Keys.GetSize());
+    EXPECT_EQ(0, ParseCall({"write", "1", "--", "1=2"}).m_keys.GetSize());
+    EXPECT_EQ(1, ParseCall({"write", "1", "--", "1=2"}).m_values.GetSize());
+    EXPECT_EQ(0, ParseCall({"write", "1", "1=2", "--"}).m_values.GetSize());
+    EXPECT_EQ(1, ParseCall({"write", "1", "1=2", "--"}).m_keys.GetSize());
 }
 
 TEST(Call, TableTakesAGroup) {
-    const CALL l_Call = ParseCall({"table", "0x30200"});
-    EXPECT_EQ(OPERATION::Table, l_Call.m_Operation);
-    EXPECT_EQ(0x30200U, l_Call.m_Group);
+    const Call call = ParseCall({"table", "0x30200"});
+    EXPECT_EQ(Operation::Table, call.m_operation);
+    EXPECT_EQ(0x30200U, call.m_group);
 }
 
 TEST(Call, SleepAndWaitEventTakeMilliseconds) {
-    EXPECT_EQ(OPERATION::Sleep, ParseCall({"sleep", "5"}).m_Operation);
-    EXPECT_EQ(5, ParseCall({"sleep", "5"}).m_Milliseconds);
-    EXPECT_EQ(OPERATION::WaitEvent, ParseCall({"wait-event", "0"}).m_Operation);
-    EXPECT_EQ(2147483647, ParseCall({"wait-event", "2147483647"}).m_Milliseconds);
+    EXPECT_EQ(Operation::Sleep, ParseCall({"sleep", "5"}).m_operation);
+    EXPECT_EQ(5, ParseCall({"sleep", "5"}).m_milliseconds);
+    EXPECT_EQ(Operation::WaitEvent, ParseCall({"wait-event", "0"}).m_operation);
+    EXPECT_EQ(2147483647, ParseCall({"wait-event", "2147483647"}).m_milliseconds);
 }
 
-struct WRONG_CALL_CASE {
-    std::vector<std::string> m_Words;
-    const char* m_Expected;
+struct WrongCallCase {
+    std::vector<std::string> m_words;
+    const char* m_expected;
 };
 
 TEST(Call, WhatCannotBeMeantSaysWhatWasExpected) {
-    const WRONG_CALL_CASE l_Cases[] = {
+    const WrongCallCase cases[] = {
         {{}, "no call: expected init, start, stop, fin, read, table or write"},
         {{"Init"}, "unknown call 'Init': expected init, start, stop"},
         {{"init", "now"}, "'now' is too much: expected init"},
@@ -91,8 +91,8 @@ TEST(Call, WhatCannotBeMeantSaysWhatWasExpected) {
         {{"wait-event", "soon"}, "'soon' is no number of milliseconds: expected wait-event MS"},
         {{"wait-event", "1", "2"}, "'2' is too much"},
     };
-    for (const WRONG_CALL_CASE& l_Case : l_Cases)
-        EXPECT_THAT(UsageErrorOf([&] { ParseCall(l_Case.m_Words); }), HasSubstr(l_Case.m_Expected));
+    for (const WrongCallCase& testCase : cases)
+        EXPECT_THAT(UsageErrorOf([&] { ParseCall(testCase.m_words); }), HasSubstr(testCase.m_expected));
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 
 namespace {
 
-using BMHOST::CompletionCodeText;
+using bmhost::CompletionCodeText;
 
 TEST(CompletionCode, OfTheStandardHasItsName) {
     EXPECT_EQ("0xc1 (invalid command)", CompletionCodeText(0xC1));

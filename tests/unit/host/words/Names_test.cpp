@@ -11,83 +11,83 @@
 
 namespace {
 
-using namespace BMHOST;
+using namespace bmhost;
 using testing::HasSubstr;
 
-std::string Lower(std::string_view a_Text) {
-    std::string l_Text(a_Text);
-    std::transform(l_Text.begin(), l_Text.end(), l_Text.begin(),
-                   [](unsigned char a_Char) { return std::tolower(a_Char); });
-    return l_Text;
+std::string Lower(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](unsigned char letter) { return std::tolower(letter); });
+    return result;
 }
 
 TEST(Names, EveryGroupIsTakenByItsFullNameInAnyCase) {
-    for (const auto& l_Group : BM_ADAPTOR::g_GroupNames) {
-        EXPECT_EQ(l_Group.m_Group, GroupNumber(l_Group.m_Name));
-        EXPECT_EQ(l_Group.m_Group, GroupNumber(Lower(l_Group.m_Name)));
+    for (const auto& group : BM_ADAPTOR::g_GroupNames) {
+        EXPECT_EQ(group.m_Group, GroupNumber(group.m_Name));
+        EXPECT_EQ(group.m_Group, GroupNumber(Lower(group.m_Name)));
     }
 }
 
 TEST(Names, EveryParameterIsTakenByItsFullNameInAnyCase) {
-    for (const auto& l_Param : BM_ADAPTOR::g_ParameterNames) {
-        EXPECT_EQ(l_Param.m_Id, ParameterNumber(l_Param.m_Name, 0));
-        EXPECT_EQ(l_Param.m_Id, ParameterNumber(Lower(l_Param.m_Name), 0));
+    for (const auto& param : BM_ADAPTOR::g_ParameterNames) {
+        EXPECT_EQ(param.m_Id, ParameterNumber(param.m_Name, 0));
+        EXPECT_EQ(param.m_Id, ParameterNumber(Lower(param.m_Name), 0));
     }
 }
 
-struct NAME_CASE {
-    const char* m_Text;
-    unsigned m_Number;
+struct NameCase {
+    const char* m_text;
+    unsigned m_number;
 };
 
 TEST(Names, GroupsAreTakenWithoutTheirPrefixes) {
-    constexpr NAME_CASE CASES[] = {
+    constexpr NameCase Cases[] = {
         {"GROUP_HARDWARE_BOARD", 0x30000},  {"HARDWARE_BOARD", 0x30000}, {"board", 0x30000},
         {"BM_IPMI_BASEBOARD_LED", 0x30100}, {"baseboard_led", 0x30100},  {"AMC_FRU_TABLE", 0x300},
         {"Hardware_Rtm_Fru_Table", 0x400},  {"FIRMWARE_UPDATE", 0x600},  {"amc_table", 0x30200},
         {"AMC_SWITCHPORT_TABLE", 0x30e00},
     };
-    for (const auto& [l_Text, l_Number] : CASES)
-        EXPECT_EQ(l_Number, GroupNumber(l_Text)) << l_Text;
+    for (const auto& [result, number] : Cases)
+        EXPECT_EQ(number, GroupNumber(result)) << result;
 }
 
 TEST(Names, ParametersAreTakenWithoutTheirPrefixes) {
-    constexpr NAME_CASE CASES[] = {
+    constexpr NameCase Cases[] = {
         {"HW_AMC_BAY", 0x30201}, {"AMC_BAY", 0x30201},   {"amc_run_status", 0x30208},
         {"AMC_FRU_BAY", 0x303},  {"update_file", 0x605},
     };
-    for (const auto& [l_Text, l_Number] : CASES)
-        EXPECT_EQ(l_Number, ParameterNumber(l_Text, 0)) << l_Text;
+    for (const auto& [result, number] : Cases)
+        EXPECT_EQ(number, ParameterNumber(result, 0)) << result;
 }
 
 TEST(Names, ParametersOfTheGroupAreTakenAsTheirColumnsAreShown) {
-    int l_Seen = 0;
-    for (const auto& l_Group : BM_ADAPTOR::g_GroupNames) {
-        for (const auto& l_Param : BM_ADAPTOR::g_ParameterNames) {
-            if (!IsParameterOf(l_Param.m_Id, l_Group.m_Group)) continue;
-            ++l_Seen;
-            std::string l_Column = ColumnName(l_Param.m_Id);
-            std::replace(l_Column.begin(), l_Column.end(), ' ', '_');
-            EXPECT_EQ(l_Param.m_Id, ParameterNumber(l_Column, l_Group.m_Group)) << l_Column;
+    int seen = 0;
+    for (const auto& group : BM_ADAPTOR::g_GroupNames) {
+        for (const auto& param : BM_ADAPTOR::g_ParameterNames) {
+            if (!IsParameterOf(param.m_Id, group.m_Group)) continue;
+            ++seen;
+            std::string column = ColumnName(param.m_Id);
+            std::replace(column.begin(), column.end(), ' ', '_');
+            EXPECT_EQ(param.m_Id, ParameterNumber(column, group.m_Group)) << column;
         }
     }
-    EXPECT_EQ(static_cast<int>(BM_ADAPTOR::g_ParameterNames.size()), l_Seen) << "each parameter is one group's";
+    EXPECT_EQ(static_cast<int>(BM_ADAPTOR::g_ParameterNames.size()), seen) << "each parameter is one group's";
 }
 
 TEST(Names, NumbersPassWhetherKnownOrNot) {
-    constexpr NAME_CASE CASES[] = {{"0x30200", 0x30200}, {"197120", 0x30200},        {"0", 0},
-                                   {"0xabcd", 0xabcd},   {"4294967295", 0xFFFFFFFF}, {"0XFF", 0xFF}};
-    for (const auto& [l_Text, l_Number] : CASES) {
-        EXPECT_EQ(l_Number, GroupNumber(l_Text)) << l_Text;
-        EXPECT_EQ(l_Number, ParameterNumber(l_Text, 0x300)) << l_Text;
+    constexpr NameCase Cases[] = {{"0x30200", 0x30200}, {"197120", 0x30200},        {"0", 0},
+                                  {"0xabcd", 0xabcd},   {"4294967295", 0xFFFFFFFF}, {"0XFF", 0xFF}};
+    for (const auto& [result, number] : Cases) {
+        EXPECT_EQ(number, GroupNumber(result)) << result;
+        EXPECT_EQ(number, ParameterNumber(result, 0x300)) << result;
     }
 }
 
 TEST(Names, NumberOutOfRangeSaysTheRange) {
-    for (const char* l_Text : {"-1", "0x100000000", "99999999999999999999"}) {
-        const std::string l_Expected = std::string("'") + l_Text + "': expected a number from 0 to 0xffffffff";
-        EXPECT_EQ("group " + l_Expected, UsageErrorOf([&] { GroupNumber(l_Text); }));
-        EXPECT_EQ("parameter " + l_Expected, UsageErrorOf([&] { ParameterNumber(l_Text, 0); }));
+    for (const char* result : {"-1", "0x100000000", "99999999999999999999"}) {
+        const std::string expected = std::string("'") + result + "': expected a number from 0 to 0xffffffff";
+        EXPECT_EQ("group " + expected, UsageErrorOf([&] { GroupNumber(result); }));
+        EXPECT_EQ("parameter " + expected, UsageErrorOf([&] { ParameterNumber(result, 0); }));
     }
 }
 

@@ -11,19 +11,19 @@
 namespace {
 
 using namespace BM_ADAPTOR;
-using BMHOST::ParseNumber;
-using BMHOST::ParseParam;
+using bmhost::ParseNumber;
+using bmhost::ParseParam;
 using testing::HasSubstr;
 
-constexpr unsigned GROUP = 0x300;
+constexpr unsigned Group = 0x300;
 
-struct NUMBER_CASE {
-    const char* m_Text;
-    int32_t m_Value;
+struct NumberCase {
+    const char* m_text;
+    int32_t m_value;
 };
 
 TEST(Value, IntegerIsTypeOne) {
-    constexpr NUMBER_CASE CASES[] = {
+    constexpr NumberCase Cases[] = {
         {"0", 0},
         {"3", 3},
         {"-1", -1},
@@ -37,39 +37,39 @@ TEST(Value, IntegerIsTypeOne) {
         {"2147483647", 2147483647},
         {"-2147483648", std::numeric_limits<int32_t>::min()},
     };
-    for (const auto& [l_Text, l_Value] : CASES) {
-        const CBMIParam l_Param = ParseParam(std::string("0x303=") + l_Text, true, GROUP);
-        EXPECT_EQ(BMI_PARAM_INT, l_Param.GetType()) << l_Text;
-        EXPECT_EQ(l_Value, l_Param.GetInt()) << l_Text;
+    for (const auto& [text, value] : Cases) {
+        const CBMIParam param = ParseParam(std::string("0x303=") + text, true, Group);
+        EXPECT_EQ(BMI_PARAM_INT, param.GetType()) << text;
+        EXPECT_EQ(value, param.GetInt()) << text;
     }
 }
 
 TEST(Value, TrueAndFalseAreBooleans) {
-    EXPECT_EQ(BMI_PARAM_BOOL, ParseParam("1=true", false, GROUP).GetType());
-    EXPECT_TRUE(ParseParam("1=true", false, GROUP).GetBool());
-    EXPECT_EQ(BMI_PARAM_BOOL, ParseParam("1=false", false, GROUP).GetType());
-    EXPECT_FALSE(ParseParam("1=false", false, GROUP).GetBool());
+    EXPECT_EQ(BMI_PARAM_BOOL, ParseParam("1=true", false, Group).GetType());
+    EXPECT_TRUE(ParseParam("1=true", false, Group).GetBool());
+    EXPECT_EQ(BMI_PARAM_BOOL, ParseParam("1=false", false, Group).GetType());
+    EXPECT_FALSE(ParseParam("1=false", false, Group).GetBool());
 }
 
 TEST(Value, AnythingElseIsText) {
-    for (const std::string l_Text : {"", "a", "True", "FALSE", "0x", "-", "+5", "1.5", "12a", "0xg", " 1", "1 ", "a=b",
-                                     "=", "x:1", "i", "\xFF", "--1"}) {
-        const CBMIParam l_Param = ParseParam("1=" + l_Text, false, GROUP);
-        EXPECT_EQ(BMI_PARAM_STRING, l_Param.GetType()) << l_Text;
-        EXPECT_EQ(l_Text, l_Param.GetString());
+    for (const std::string text : {"", "a", "True", "FALSE", "0x", "-", "+5", "1.5", "12a", "0xg", " 1", "1 ", "a=b",
+                                   "=", "x:1", "i", "\xFF", "--1"}) {
+        const CBMIParam param = ParseParam("1=" + text, false, Group);
+        EXPECT_EQ(BMI_PARAM_STRING, param.GetType()) << text;
+        EXPECT_EQ(text, param.GetString());
     }
 }
 
-struct PREFIX_CASE {
-    const char* m_Text;
-    BMIParamType_e m_Type;
-    int32_t m_Int;
-    bool m_Bool;
-    const char* m_String;
+struct PrefixCase {
+    const char* m_text;
+    BMIParamType_e m_type;
+    int32_t m_int;
+    bool m_bool;
+    const char* m_string;
 };
 
 TEST(Value, PrefixForcesTheType) {
-    constexpr PREFIX_CASE CASES[] = {
+    constexpr PrefixCase Cases[] = {
         {"i:5", BMI_PARAM_INT, 5, false, ""},
         {"u:5", BMI_PARAM_UINT, 5, false, ""},
         {"u:0xffffffff", BMI_PARAM_UINT, -1, false, ""},
@@ -81,31 +81,31 @@ TEST(Value, PrefixForcesTheType) {
         {"s:i:5", BMI_PARAM_STRING, 0, false, "i:5"},
         {"s:99999999999", BMI_PARAM_STRING, 0, false, "99999999999"},
     };
-    for (const PREFIX_CASE& l_Case : CASES) {
-        const CBMIParam l_Param = ParseParam(std::string("1=") + l_Case.m_Text, false, GROUP);
-        EXPECT_EQ(l_Case.m_Type, l_Param.GetType()) << l_Case.m_Text;
-        EXPECT_EQ(l_Case.m_Int, l_Param.GetInt()) << l_Case.m_Text;
-        EXPECT_EQ(l_Case.m_Bool, l_Param.GetBool()) << l_Case.m_Text;
-        EXPECT_EQ(l_Case.m_String, l_Param.GetString()) << l_Case.m_Text;
+    for (const PrefixCase& testCase : Cases) {
+        const CBMIParam param = ParseParam(std::string("1=") + testCase.m_text, false, Group);
+        EXPECT_EQ(testCase.m_type, param.GetType()) << testCase.m_text;
+        EXPECT_EQ(testCase.m_int, param.GetInt()) << testCase.m_text;
+        EXPECT_EQ(testCase.m_bool, param.GetBool()) << testCase.m_text;
+        EXPECT_EQ(testCase.m_string, param.GetString()) << testCase.m_text;
     }
 }
 
 TEST(Value, IdAndKeyAreTaken) {
-    const CBMIParam l_Key = ParseParam("0x303=1", true, GROUP);
-    EXPECT_EQ(0x303U, l_Key.GetId());
-    EXPECT_TRUE(l_Key.IsKey());
-    EXPECT_FALSE(ParseParam("0x303=1", false, GROUP).IsKey());
-    EXPECT_EQ(0x30208U, ParseParam("amc_run_status=4", false, GROUP).GetId());
-    EXPECT_EQ(0x303U, ParseParam("bay=4", false, GROUP).GetId());
+    const CBMIParam key = ParseParam("0x303=1", true, Group);
+    EXPECT_EQ(0x303U, key.GetId());
+    EXPECT_TRUE(key.IsKey());
+    EXPECT_FALSE(ParseParam("0x303=1", false, Group).IsKey());
+    EXPECT_EQ(0x30208U, ParseParam("amc_run_status=4", false, Group).GetId());
+    EXPECT_EQ(0x303U, ParseParam("bay=4", false, Group).GetId());
 }
 
-struct WRONG_VALUE_CASE {
-    const char* m_Text;
-    const char* m_Expected;
+struct WrongValueCase {
+    const char* m_text;
+    const char* m_expected;
 };
 
 TEST(Value, WhatCannotBeMeantSaysWhatWasExpected) {
-    constexpr WRONG_VALUE_CASE CASES[] = {
+    constexpr WrongValueCase Cases[] = {
         {"", "'': expected ID=VALUE"},
         {"0x303", "'0x303': expected ID=VALUE"},
         {"=3", "'=3': expected ID=VALUE"},
@@ -121,15 +121,15 @@ TEST(Value, WhatCannotBeMeantSaysWhatWasExpected) {
         {"1=99999999999999999999", "expected an integer of 32 bits"},
         {"1=-99999999999999999999", "expected an integer of 32 bits"},
     };
-    for (const WRONG_VALUE_CASE& l_Case : CASES) {
-        EXPECT_THAT(UsageErrorOf([&] { ParseParam(l_Case.m_Text, true, GROUP); }), HasSubstr(l_Case.m_Expected))
-            << l_Case.m_Text;
+    for (const WrongValueCase& testCase : Cases) {
+        EXPECT_THAT(UsageErrorOf([&] { ParseParam(testCase.m_text, true, Group); }), HasSubstr(testCase.m_expected))
+            << testCase.m_text;
     }
 }
 
 TEST(Number, IsNothingForATextThatIsNone) {
-    for (const char* l_Text : {"", "-", "0x", "-0x", "abc", "1a", "0xfg", "--1", "+1", " 1", "1 "})
-        EXPECT_FALSE(ParseNumber(l_Text).has_value()) << l_Text;
+    for (const char* text : {"", "-", "0x", "-0x", "abc", "1a", "0xfg", "--1", "+1", " 1", "1 "})
+        EXPECT_FALSE(ParseNumber(text).has_value()) << text;
 }
 
 TEST(Number, TooLargeIsStillANumber) {
