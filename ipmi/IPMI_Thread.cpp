@@ -40,7 +40,8 @@ constexpr struct {
     {IPMI_OPEN_OPTION_SET_SEL_TIME, 0},
 };
 
-void s_Log(os_handler_t*, const char* a_Format, enum ipmi_log_type_e a_Level, va_list a_Arguments) {
+void __attribute__((format(printf, 2, 0)))
+s_Log(os_handler_t*, const char* a_Format, enum ipmi_log_type_e a_Level, va_list a_Arguments) {
     posix_vlog(a_Format, a_Level, a_Arguments);
 }
 
