@@ -35,10 +35,10 @@ std::string LinkText(int32_t oper) {
 }
 
 std::string TypeText(int32_t type) {
-    constexpr int Fabric = 2;
-    constexpr int RtmBoard = 3;
-    if (type == Fabric) return "fabric";
-    return type == RtmBoard ? "RTM" : std::to_string(type);
+    constexpr int fabric = 2;
+    constexpr int rtmBoard = 3;
+    if (type == fabric) return "fabric";
+    return type == rtmBoard ? "RTM" : std::to_string(type);
 }
 
 std::vector<std::string> PortLine(const CBMIParams& row) {

@@ -41,9 +41,9 @@ void ForEachWithheld(const Taker& taker) {
         // Texts of the hardware are among them: none of their bytes may steer a terminal. A character that the buffer
         // cuts is read once more with its rest; when it comes first, there is none.
         const auto size = static_cast<std::size_t>(read);
-        constexpr std::string_view KeptControls = "\n\t";
-        std::size_t whole = BM_PLATFORM::HideControls(buffer.data(), size, KeptControls, false);
-        if (whole == 0) whole = BM_PLATFORM::HideControls(buffer.data(), size, KeptControls, true);
+        constexpr std::string_view keptControls = "\n\t";
+        std::size_t whole = BM_PLATFORM::HideControls(buffer.data(), size, keptControls, false);
+        if (whole == 0) whole = BM_PLATFORM::HideControls(buffer.data(), size, keptControls, true);
         if (!taker(std::string_view(buffer.data(), whole))) return;
         offset += static_cast<off_t>(whole);
     }

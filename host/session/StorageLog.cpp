@@ -10,11 +10,11 @@ namespace bmhost {
 
 StorageLog::StorageLog() {
     BM_PLATFORM::LogToListener([this](int level, const std::string& component, const std::string& text) {
-        constexpr std::string_view Title = "CDataStorage :: ";
+        constexpr std::string_view title = "CDataStorage :: ";
         if (level > BM_LOG_ERROR || component != "Storage") return;
         const std::lock_guard lock(m_guard);
         ++m_count;
-        m_last = text.starts_with(Title) ? text.substr(Title.size()) : text;
+        m_last = text.starts_with(title) ? text.substr(title.size()) : text;
     });
 }
 

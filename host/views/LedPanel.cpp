@@ -37,9 +37,9 @@ const char* PaintOf(const std::string& color) {
         const char* m_color;
         const char* m_escape;
     };
-    constexpr Paint Paints[] = {{"white", "\033[97m"}, {"red", "\033[91m"},   {"green", "\033[92m"},
+    constexpr Paint paints[] = {{"white", "\033[97m"}, {"red", "\033[91m"},   {"green", "\033[92m"},
                                 {"blue", "\033[94m"},  {"amber", "\033[93m"}, {"orange", "\033[38;5;208m"}};
-    for (const Paint& paint : Paints) {
+    for (const Paint& paint : paints) {
         if (color == paint.m_color) return paint.m_escape;
     }
     return nullptr;
