@@ -6,7 +6,6 @@
 #include "fake/ThrowingLog.h"
 
 #include <algorithm>
-#include <ranges>
 #include <set>
 #include <stdexcept>
 #include <thread>
@@ -245,7 +244,7 @@ TEST_P(LedWriteLine, ComesBeforeTheHandlersOwn) {
     m_Adaptor.WriteParams(GetParam().m_Group, &m_NoKeys, &m_Row);
     const std::vector<LOG_LINE> l_Lines = Lines();
     ASSERT_GT(l_Lines.size(), GetParam().m_Lines.size());
-    EXPECT_TRUE(std::ranges::equal(GetParam().m_Lines, l_Lines | std::views::take(GetParam().m_Lines.size())));
+    EXPECT_TRUE(std::equal(GetParam().m_Lines.begin(), GetParam().m_Lines.end(), l_Lines.begin()));
 }
 
 TEST_P(LedWriteLine, IsNotWrittenAtAnyOtherLevel) {
