@@ -1,8 +1,8 @@
 // The LED commands: a host thread sets or reads one LED and waits; the reply's handler, on the domain thread, wakes it.
 #include "ipmi/IPMI_Probe.h"
 
-#include "adaptor/IPMI_LEDs.h"
 #include "common/veldo_common_trace.h"
+#include "ipmi/IPMI_LEDState.h"
 #include "ipmi/IPMI_Thread_Callback.h"
 
 #include <OpenIPMI/ipmi_msgbits.h>

@@ -1,9 +1,9 @@
 // LED commands that nothing answers: the caller stays blocked, by design. Each is made in a child process.
 #include "ProbeFixture.h"
 
-#include "adaptor/IPMI_LEDs.h"
 #include "fake/BlockedChild.h"
 #include "fake/ThrowingLog.h"
+#include "ipmi/IPMI_LEDState.h"
 
 using namespace BM_ADAPTOR;
 

@@ -1,8 +1,8 @@
 // LED commands of many host threads at once, answered from another thread by a controller that keeps each LED's state.
 #include "ProbeFixture.h"
 
-#include "adaptor/IPMI_LEDs.h"
 #include "fake/EventLoop.h"
+#include "ipmi/IPMI_LEDState.h"
 
 #include <array>
 #include <atomic>

@@ -1,9 +1,9 @@
 // The LED commands: bytes sent, replies decoded, what is refused unsent, and replies that nobody waits for.
 #include "ProbeFixture.h"
 
-#include "adaptor/IPMI_LEDs.h"
 #include "fake/EventLoop.h"
 #include "fake/ThrowingLog.h"
+#include "ipmi/IPMI_LEDState.h"
 #include "ipmi/IPMI_Thread_Callback.h"
 
 #include <functional>
