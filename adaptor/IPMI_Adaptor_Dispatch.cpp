@@ -1,8 +1,8 @@
 // Dispatch: which handlers serve which parameter group.
 #include "adaptor/IPMI_Adaptor.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
 #include "adaptor/IPMI_Adaptor_Guard.h"
+#include "common/veldo_common_protocol.h"
 #include "common/veldo_common_trace.h"
 
 #include <algorithm>

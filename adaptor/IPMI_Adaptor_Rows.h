@@ -1,7 +1,7 @@
 // Typed helpers for the host's rows and keys.
 #pragma once
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 
 #include <cstdint>
 #include <optional>

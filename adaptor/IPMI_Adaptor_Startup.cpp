@@ -1,9 +1,9 @@
 // Lifecycle: Init with the start-up handshake, Fin, Start and Stop.
 #include "adaptor/IPMI_Adaptor.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
 #include "adaptor/IPMI_Adaptor_Guard.h"
 #include "adaptor/IPMI_MonitorThread.h"
+#include "common/veldo_common_protocol.h"
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_Thread.h"
 

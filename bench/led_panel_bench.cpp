@@ -2,10 +2,10 @@
 // same requests sent bare, in one run, through the same OpenIPMI domain and with the same hand-over: a host thread
 // waits for what the domain thread receives.
 #include "adaptor/IPMI_Adaptor.h"
-#include "adaptor/IPMI_Adaptor_Groups.h"
 #include "bench/InBlade.h"
 #include "bench/Recorder.h"
 #include "bm/OSAL.h"
+#include "common/veldo_common_protocol.h"
 #include "tests/SilentHost.h"
 
 #include <chrono>

@@ -1,7 +1,7 @@
 // `bmhost dsp`: the DSPs of the blade with their addresses, and `dsp set-ip`: one of them given another.
 #include "host/commands/Dsp.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/output/TextOutput.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"

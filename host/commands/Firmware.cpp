@@ -1,7 +1,7 @@
 // `bmhost firmware`: an upgrade that is started and followed to its end.
 #include "host/commands/Firmware.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/resident/RunOutput.h"

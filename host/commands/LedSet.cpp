@@ -1,7 +1,7 @@
 // `bmhost led set`: one LED set, refused before it is sent when it makes no sense.
 #include "host/commands/LedSet.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/output/TextOutput.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"

@@ -1,7 +1,7 @@
 // `bmhost switch`: the external ports of the blade's Ethernet switch, and one of them enabled or disabled.
 #include "host/commands/Switch.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/output/TextOutput.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"

@@ -1,7 +1,7 @@
 // Where `run` tells what happens, a line each.
 #include "host/resident/RunOutput.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"

@@ -1,7 +1,7 @@
 // What the shell's completion knows: commands, groups and the parameters of a group.
 #include "host/shell/ShellLines.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/commands/Options.h"
 #include "host/words/Error.h"
 #include "host/words/Names.h"

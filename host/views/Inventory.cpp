@@ -1,7 +1,7 @@
 // The blade's inventory for people, and the list of what can be asked.
 #include "host/views/Inventory.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/output/TextOutput.h"
 #include "host/session/Session.h"
 #include "host/words/Names.h"

@@ -1,7 +1,7 @@
 // The blade's LEDs as the adaptor's LED groups show them: where they are, what they do.
 #include "host/views/Led.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
 

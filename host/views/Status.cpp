@@ -1,7 +1,7 @@
 // `bmhost status`: run status and LEDs of the blade, and its last firmware upgrade.
 #include "host/views/Status.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/output/Output.h"
 #include "host/output/TextOutput.h"
 #include "host/session/Rows.h"

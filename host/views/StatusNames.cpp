@@ -1,7 +1,7 @@
 // Run status, upgrade target and upgrade state by name.
 #include "host/views/StatusNames.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/views/Led.h"
 
 #include <span>

@@ -1,7 +1,7 @@
 // Groups and parameters by name: with or without their common prefix, in any case.
 #include "host/words/Names.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/words/Error.h"
 #include "host/words/Value.h"
 

@@ -1,7 +1,7 @@
 // Eight host threads on the LEDs of one blade, as long as the first argument says in seconds. Each owns one settable
 // LED: it writes it, reads it back, and reads all the others meanwhile. Prints what each wrote last, as JSON.
 #include "adaptor/IPMI_Adaptor.h"
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "tests/SilentHost.h"
 
 #include <array>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "adaptor/IPMI_Adaptor.h"
-#include "adaptor/IPMI_Adaptor_Groups.h"
 #include "adaptor/IPMI_FRUData.h"
+#include "common/veldo_common_protocol.h"
 #include "ipmi/IPMI_FRUParse.h"
 #include "ipmi/IPMI_Thread_Model.h"
 

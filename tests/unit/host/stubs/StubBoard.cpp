@@ -2,9 +2,9 @@
 // address, the third not in service; ports 1 and 2. The storage refuses the address 10.0.0.1, the switch port 2, whose
 // link is unknown. STUB_EMPTY: none at all. STUB_GOOD: everything has its address and works. STUB_STORAGE_REFUSES: the
 // storage tells of it in Init, or at each look for an address.
-#include "adaptor/IPMI_Adaptor_Groups.h"
 #include "bm/BaseAdaptor.h"
 #include "bm/Log.h"
+#include "common/veldo_common_protocol.h"
 
 #include <map>
 #include <string>

@@ -1,8 +1,8 @@
 // An adaptor with LEDs and nothing else: three of the baseboard, two each of the AMCs in bays 3 and 5. It writes as the
 // real one does: AMC LEDs of the first AMC only, 0 for success; a controller behind it refuses white with 0xCC, and LED
 // 2 of bay 5 cannot be read. STUB_NO_LEDS: none at all.
-#include "adaptor/IPMI_Adaptor_Groups.h"
 #include "bm/BaseAdaptor.h"
+#include "common/veldo_common_protocol.h"
 
 #include <array>
 #include <map>

@@ -1,7 +1,7 @@
 // The list of what can be asked.
 #include "host/views/Inventory.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/words/Names.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // Groups and parameters by number and name.
 #include "host/words/Names.h"
 
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 #include "host/UsageError.h"
 
 #include <gmock/gmock.h>

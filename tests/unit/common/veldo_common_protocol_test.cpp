@@ -1,5 +1,5 @@
 // The protocol's tables of names: what the adaptor and the host command look up in them must be unambiguous.
-#include "adaptor/IPMI_Adaptor_Groups.h"
+#include "common/veldo_common_protocol.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
