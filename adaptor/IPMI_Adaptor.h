@@ -5,6 +5,7 @@
 #include "adaptor/IPMI_Adaptor_Snapshot.h"
 #include "bm/BaseAdaptor.h"
 #include "bm/OSAL.h"
+#include "common/veldo_common_protocol.h"
 
 #include <atomic>
 #include <cstdint>
@@ -45,42 +46,12 @@ struct PSTN_DATA;
 struct TOOL_FORMS;
 class UPGRADE_STATUS;
 class UPGRADETHREAD;
-enum UPGRADETARGET : int32_t;
 
 /// The DSPs in the order of their numbers, from 1.
 using DSP_TABLE = std::vector<IPMI_DSP_Info_S>;
 
 /// Root of the board's tools and files: the environment variable TARSK_KORVEL_DIR, or its default.
 std::string InstallDir();
-
-/// Results of the handlers, as the host reads them.
-enum HANDLER_RESULT_e : int {
-    RESULT_NOTHING_DONE = 0,  ///< group not served, or the operation did nothing
-    RESULT_OK = 1,            ///< also for an empty table
-    RESULT_NO_ARGUMENT = 2,   ///< keys or values are null (LED writes)
-    RESULT_NO_ROW = 4,        ///< a key is missing or names no row (DSP and switch tables)
-    RESULT_NOT_FOUND = 12,    ///< not found or failed (hardware tables)
-    RESULT_NO_STATUS = 16,    ///< an AMC write without a run status
-    RESULT_NOT_OBTAINED = 21, ///< the row exists, its value could not be obtained
-    RESULT_NO_VALUE = 23      ///< a write without a value that it needs
-};
-
-/// Results of the start-up operations.
-enum STARTUP_RESULT_e : int {
-    STARTUP_MEDIA_START_FAILED = 0x30004,
-    STARTUP_MEDIA_STOP_FAILED = 0x30005,
-    STARTUP_FAILED = 0x30011,    ///< no host address, DSPs not initialised, or a row of the RTM that lacks something
-    STARTUP_DSP_FAILED = 0x30012 ///< the switch could not be taught, or the DSPs were not booted or failed their test
-};
-
-/// Run status of an AMC or the RTM, as the host is told.
-enum TELQ_HW_Device_RunStatus_e : int32_t {
-    RUN_STATUS_UNWRITTEN = 1, ///< of a bay that nobody gave one
-    RUN_STATUS_STARTING = 2,
-    RUN_STATUS_INITIALISING = 3,
-    RUN_STATUS_RUNNING = 4, ///< its DSPs passed their test
-    RUN_STATUS_FAILED = 5
-};
 
 /// By port number.
 using SWITCH_PORTS = std::map<int, std::shared_ptr<IPMI_SWITCHPORT>>;

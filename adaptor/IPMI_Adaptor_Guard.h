@@ -3,17 +3,12 @@
 
 #include "adaptor/IPMI_Adaptor.h"
 #include "bm/Log.h"
+#include "common/veldo_common_protocol.h"
 
 #include <cxxabi.h>
 #include <exception>
 
 namespace BM_ADAPTOR {
-
-/// Components of the host's log.
-inline constexpr const char* COMPONENT_IPMI_ADAPTOR = "IPMI Adaptor";
-inline constexpr const char* COMPONENT_IPMI = "IPMI"; ///< of start-up
-inline constexpr const char* COMPONENT_MEDIA_ADAPTOR = "Media Adaptor";
-inline constexpr const char* COMPONENT_MONITOR_THREAD = "Monitor Thread";
 
 /// Calls an operation; whatever it throws is logged, and `a_Failure` is the result.
 template <typename OPERATION>

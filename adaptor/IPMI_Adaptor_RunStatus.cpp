@@ -16,10 +16,6 @@ struct LED_TIMES {
 
 namespace {
 
-// The host's LED ids.
-constexpr int32_t LED_OUT_OF_SERVICE = 2;
-constexpr int32_t LED_HEALTH = 3;
-
 constexpr LED_TIMES LIGHT_ON = {1, 0};
 constexpr LED_TIMES LIGHT_OFF = {0, 1};
 constexpr LED_TIMES LIGHT_BLINKING = {500, 500}; // ms
@@ -57,11 +53,12 @@ int IPMIAdaptor::mSetAmcRTMStatus(int a_Status) {
                    static_cast<long>(l_Result));
             return l_Result;
         }
-        if (const int l_LED = mSetBayLED(*l_Bay, LED_OUT_OF_SERVICE, OutOfServiceLight(a_Status)); l_LED != RESULT_OK) {
+        if (const int l_LED = mSetBayLED(*l_Bay, HOST_LED_OUT_OF_SERVICE, OutOfServiceLight(a_Status));
+            l_LED != RESULT_OK) {
             bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "Fail to set AMC OOS LED on Bay Location = %d, Error Id = %ld", *l_Bay,
                    static_cast<long>(l_LED));
         }
-        l_Result = mSetBayLED(*l_Bay, LED_HEALTH, LIGHT_ON);
+        l_Result = mSetBayLED(*l_Bay, HOST_LED_HEALTH, LIGHT_ON);
         if (l_Result != RESULT_OK) {
             bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "Fail to set AMCs Health LED, Error Id = %ld",
                    static_cast<long>(l_Result));

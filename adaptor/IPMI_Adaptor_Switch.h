@@ -2,6 +2,7 @@
 #pragma once
 
 #include "adaptor/IPMI_Adaptor_Switch_Orders.h"
+#include "common/veldo_common_protocol.h"
 
 #include <atomic>
 #include <cstdint>
@@ -17,15 +18,6 @@ namespace BM_ADAPTOR {
 class CBMIKeys;
 class CBMIParams;
 class IPMIAdaptor;
-
-/// Where a port leads.
-enum TELQ_Ext_If_Types_e : int32_t { TELQ_EXT_IF_FABRIC = 2, TELQ_EXT_IF_RTM = 3 };
-
-/// Administrative states. A port is enabled by PORT_ENABLED and disabled by every other value; the value is kept as it
-/// came.
-enum PORT_ADMIN_e : int32_t { PORT_DISABLED = 0, PORT_ENABLED = 1 };
-/// Link states.
-enum PORT_OPER_e : int32_t { PORT_LINK_DOWN = 0, PORT_LINK_UP = 1, PORT_LINK_UNKNOWN = 2 };
 
 /// Storage file of the ports' states: a row for each port number.
 inline constexpr const char* SWITCH_PORT_FILE = "telq_qub_switchport_cfg.xml";

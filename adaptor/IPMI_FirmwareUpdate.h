@@ -4,6 +4,7 @@
 
 #include "bm/BaseAdaptor.h"
 #include "bm/OSAL.h"
+#include "common/veldo_common_protocol.h"
 
 #include <atomic>
 #include <cstdint>
@@ -15,14 +16,6 @@ class CBaseOsLog;
 namespace BM_ADAPTOR {
 
 class IPMIAdaptor;
-
-/// What is upgraded. The host's number as it came: every one but 1 means the baseboard.
-enum UPGRADETARGET : int32_t {
-    UPGRADETARGET_BASEBOARD = 0,
-    UPGRADETARGET_MODULE = 1 ///< an AMC, or the RTM in its bay
-};
-
-enum UPGRADE_STATE_e : int32_t { UPGRADE_REQUESTED = 0, UPGRADE_DONE = 2, UPGRADE_FAILED = 3 };
 
 /// The last upgrade, or the one under way. The adaptor shares it with the upgrade's thread, which may outlive the
 /// adaptor. Any thread; nothing in it waits.

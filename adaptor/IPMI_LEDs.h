@@ -4,6 +4,7 @@
 
 #include "bm/OSAL.h"
 #include "bm/Params.h"
+#include "common/veldo_common_protocol.h"
 #include "ipmi/IPMI_LEDState.h"
 #include "ipmi/IPMI_Thread_Model.h"
 
@@ -14,16 +15,6 @@
 struct IPMI_TEST_ACCESS;
 
 namespace BM_ADAPTOR {
-
-/// What the host's colour codes have beside PICMG's: an LED that is off.
-constexpr int32_t HOST_LED_OFF = 7;
-
-/// Blink modes of the host.
-enum HOST_LED_MODE_e : int32_t {
-    HOST_LED_STEADY = 1,
-    HOST_LED_BLINKS = 2,       ///< off time 2 to 125
-    HOST_LED_BLINKS_SLOWLY = 3 ///< off time above 125
-};
 
 /// Rows of the internal groups 0x100 (baseboard) and 0x200 (AMC) to a state. False, and the state is left alone, when
 /// the row is null or lacks on time, off time or local control; integers of either type count.

@@ -111,7 +111,7 @@ IPMI_LED* IPMIAdaptor::FindLEDbyLEDID(IPMI_ENTITY* a_Entity, int a_LEDID) const 
 LED_TARGET IPMIAdaptor::mLEDTarget(IPMI_ENTITY& a_Entity, int32_t a_LEDID) const {
     LED_TARGET l_Target;
     l_Target.m_HostLEDID = a_LEDID;
-    l_Target.m_PICMGLEDID = a_LEDID > 0 ? a_LEDID - 1 : -1; // no LED has a negative id
+    l_Target.m_PICMGLEDID = a_LEDID > 0 ? PICMGLEDOf(a_LEDID) : -1; // no LED has a negative id
     const IPMI_CONTROL* const l_Control = FindControlbyLEDID(&a_Entity, a_LEDID);
     l_Target.m_LED = FindLEDbyLEDID(&a_Entity, l_Target.m_PICMGLEDID);
     const MODEL_READER l_Model(g_EntityMapLock);

@@ -1,6 +1,7 @@
 // What the LED handlers share: the look-up's result, the simulation's rules, and log texts that stand in tables.
 #pragma once
 
+#include "common/veldo_common_protocol.h"
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_Thread_Model.h"
 
@@ -10,9 +11,6 @@
 #include <type_traits>
 
 namespace BM_ADAPTOR {
-
-/// LED ids of the host. PICMG's are one less.
-enum HOST_LED_e : int32_t { HOST_LED_HOT_SWAP = 1, HOST_LED_OUT_OF_SERVICE = 2, HOST_LED_HEALTH = 3 };
 
 /// Where one LED is reached: copied from the model, so that nothing holds the model's lock while a reply is awaited.
 struct LED_TARGET {

@@ -81,16 +81,16 @@ bool IsOff(const LED_STATE& a_State) {
 int32_t HostColor(int32_t a_Color) {
     switch (a_Color) {
     case IPMI_CONTROL_COLOR_RED:
-        return PICMG_LED_RED;
+        return HOST_LED_RED;
     case IPMI_CONTROL_COLOR_GREEN:
-        return PICMG_LED_GREEN;
+        return HOST_LED_GREEN;
     case IPMI_CONTROL_COLOR_BLUE:
-        return PICMG_LED_BLUE;
+        return HOST_LED_BLUE;
     case IPMI_CONTROL_COLOR_YELLOW:
     case IPMI_CONTROL_COLOR_ORANGE: // the host knows no orange
-        return PICMG_LED_AMBER;
+        return HOST_LED_AMBER;
     default:
-        return PICMG_LED_WHITE;
+        return HOST_LED_WHITE;
     }
 }
 

@@ -145,7 +145,7 @@ void IPMI_MonitorThread::run() {
 // One check in any case: the stop request is looked at after it. It is StartMonitor's to clear: cleared here, a stop
 // that comes before the thread runs would be lost.
 void IPMI_MonitorThread::mCheckUntilItEnds() {
-    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Monitor Thread started");
+    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "%s", MONITOR_STARTED_TEXT);
     do {
         m_LastErr = IsVXPLive();
         if (m_LastErr != MONITOR_LIVE) break;
@@ -153,7 +153,7 @@ void IPMI_MonitorThread::mCheckUntilItEnds() {
         if (m_LastErr != MONITOR_LIVE) break;
         mWaitForNextCheck();
     } while (m_bStop == 0);
-    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Monitor Thread stopped");
+    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "%s", MONITOR_STOPPED_TEXT);
 }
 
 // False at the end of the thread's body.

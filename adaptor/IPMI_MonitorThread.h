@@ -2,6 +2,7 @@
 #pragma once
 
 #include "bm/OSAL.h"
+#include "common/veldo_common_protocol.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -16,17 +17,6 @@ struct qMsg;
 namespace BM_ADAPTOR {
 
 struct IPMI_DSP_Info_S;
-
-/// Results of the checks.
-enum MONITOR_RESULT_e : int {
-    MONITOR_LIVE = 1,
-    MONITOR_FIRMWARE_FAILED = 0x30013,
-    MONITOR_RTM_FAILED = 0x30014,
-    MONITOR_AMC_FAILED = 0x30015,
-    MONITOR_NOT_RUN = 0x30016,         ///< the diagnostic could not be run
-    MONITOR_PROCESSOR_FAULT = 0x30017, ///< reported by the media software
-    MONITOR_NO_EXCHANGE = 0x30019      ///< no answer of the media software, or no queue
-};
 
 /// Checks every 5 seconds until a check fails or the monitor is stopped. The checks run on the monitor's own thread.
 /// Any thread may start and stop it, the monitor's own too: out of a line that the host takes. The destructor is the

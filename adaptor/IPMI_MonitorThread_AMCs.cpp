@@ -4,6 +4,7 @@
 #include "adaptor/IPMI_Adaptor_Guard.h"
 #include "adaptor/IPMI_MonitorThread_Wait.h"
 #include "bm/Log.h"
+#include "common/veldo_common_tools.h"
 #include "common/veldo_common_trace.h"
 
 #include <cstdlib>
@@ -11,15 +12,6 @@
 namespace BM_ADAPTOR {
 
 namespace {
-
-/// Exit statuses of the diagnostic. A larger one is the shell's: it could not run the tool.
-enum DIAGNOSTIC_STATUS_e : int {
-    DIAGNOSTIC_PASSED = 0,
-    DIAGNOSTIC_INVALID_PARAMETERS = 1,
-    DIAGNOSTIC_FIRMWARE_FAILED = 2,
-    DIAGNOSTIC_AMC_FAILED = 16,
-    DIAGNOSTIC_RTM_FAILED = 32
-};
 
 int Failed(MONITOR_RESULT_e a_Result, const char* a_Text) {
     bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "%s", a_Text);

@@ -1,5 +1,5 @@
-// The host protocol's numbers, each with its name and type, once: parameter groups, parameters, events.
-// The adaptor and the host command share this header.
+// What host and adaptor tell each other in numbers and texts, each with its name, once. The adaptor, its host, the
+// simulated blade and the tests share this header; hosts include it as ipmi_adaptor/Protocol.h, as C++17 too.
 #pragma once
 
 #include "bm/Params.h"
@@ -100,12 +100,12 @@ namespace BM_ADAPTOR {
     PARAMETER(BMI_HW_AMC_SWITCHPORT_NAME, 0x30e05, BMI_PARAM_STRING, false)                                            \
     PARAMETER(BMI_HW_AMC_SWITCHPORT_TYPE, 0x30e06, BMI_PARAM_INT, true)
 
-#define BMI_ENUMERATOR(name, number, ...) name = (number),
-
-enum BMIGroup_e : uint32_t { BMI_GROUP_LIST(BMI_ENUMERATOR) };
-enum BMIParamId_e : uint32_t { BMI_PARAMETER_LIST(BMI_ENUMERATOR) };
-
-#undef BMI_ENUMERATOR
+#define BMI_GROUP_ENUMERATOR(name, number) name = (number),
+#define BMI_PARAMETER_ENUMERATOR(name, number, type, key) name = (number),
+enum BMIGroup_e : uint32_t { BMI_GROUP_LIST(BMI_GROUP_ENUMERATOR) };
+enum BMIParamId_e : uint32_t { BMI_PARAMETER_LIST(BMI_PARAMETER_ENUMERATOR) };
+#undef BMI_GROUP_ENUMERATOR
+#undef BMI_PARAMETER_ENUMERATOR
 
 /// Registered with the host, though no handler answers them.
 constexpr uint32_t BMI_GROUP_UNSERVED_30D00 = 0x30d00;
@@ -116,6 +116,100 @@ constexpr uint32_t BMI_EVENT_CLASS = 5;
 constexpr uint32_t BMI_EVENT_NUMBER = 5;
 /// The run status of an AMC was written.
 constexpr uint32_t BMI_EVENT_AMC_RUN_STATUS = 0x70402;
+
+/// Results of the handlers.
+enum HANDLER_RESULT_e : int {
+    RESULT_NOTHING_DONE = 0,  ///< group not served, or the operation did nothing
+    RESULT_OK = 1,            ///< also for an empty table
+    RESULT_NO_ARGUMENT = 2,   ///< keys or values are null (LED writes)
+    RESULT_NO_ROW = 4,        ///< a key is missing or names no row (DSP and switch tables)
+    RESULT_NOT_FOUND = 12,    ///< not found or failed (hardware tables)
+    RESULT_NO_STATUS = 16,    ///< an AMC write without a run status
+    RESULT_NOT_OBTAINED = 21, ///< the row exists, its value could not be obtained
+    RESULT_NO_VALUE = 23      ///< a write without a value that it needs
+};
+
+/// Results of the start-up operations.
+enum STARTUP_RESULT_e : int {
+    STARTUP_MEDIA_START_FAILED = 0x30004,
+    STARTUP_MEDIA_STOP_FAILED = 0x30005,
+    STARTUP_FAILED = 0x30011,    ///< no host address, DSPs not initialised, or a row of the RTM that lacks something
+    STARTUP_DSP_FAILED = 0x30012 ///< the switch could not be taught, or the DSPs were not booted or failed their test
+};
+
+/// Results of the health monitor's checks.
+enum MONITOR_RESULT_e : int {
+    MONITOR_LIVE = 1,
+    MONITOR_FIRMWARE_FAILED = 0x30013,
+    MONITOR_RTM_FAILED = 0x30014,
+    MONITOR_AMC_FAILED = 0x30015,
+    MONITOR_NOT_RUN = 0x30016,         ///< the diagnostic could not be run
+    MONITOR_PROCESSOR_FAULT = 0x30017, ///< reported by the media software
+    MONITOR_NO_EXCHANGE = 0x30019      ///< no answer of the media software, or no queue
+};
+
+/// Run status of an AMC or the RTM.
+enum TELQ_HW_Device_RunStatus_e : int32_t {
+    RUN_STATUS_UNWRITTEN = 1, ///< of a bay that nobody gave one
+    RUN_STATUS_STARTING = 2,
+    RUN_STATUS_INITIALISING = 3,
+    RUN_STATUS_RUNNING = 4, ///< its DSPs passed their test
+    RUN_STATUS_FAILED = 5
+};
+
+/// What is upgraded. The host's number as it came: every one but 1 means the baseboard.
+enum UPGRADETARGET : int32_t {
+    UPGRADETARGET_BASEBOARD = 0,
+    UPGRADETARGET_MODULE = 1 ///< an AMC, or the RTM in its bay
+};
+
+enum UPGRADE_STATE_e : int32_t { UPGRADE_REQUESTED = 0, UPGRADE_DONE = 2, UPGRADE_FAILED = 3 };
+
+/// AMC bays are locations 1 to 8; the RTM is addressed as location 9.
+inline constexpr int32_t AMC_BAY_FIRST = 1;
+inline constexpr int32_t AMC_BAY_LAST = 8;
+inline constexpr int32_t RTM_BAY = 9;
+
+/// LED ids of the host. PICMG's are one less.
+enum HOST_LED_e : int32_t { HOST_LED_HOT_SWAP = 1, HOST_LED_OUT_OF_SERVICE = 2, HOST_LED_HEALTH = 3 };
+constexpr int32_t PICMGLEDOf(int32_t a_HostLED) {
+    return a_HostLED - 1;
+}
+
+/// LED colours of the host: PICMG's numbers, no orange, and one more.
+enum HOST_LED_COLOR_e : int32_t {
+    HOST_LED_BLUE = 1,
+    HOST_LED_RED = 2,
+    HOST_LED_GREEN = 3,
+    HOST_LED_AMBER = 4,
+    HOST_LED_WHITE = 6,
+    HOST_LED_OFF = 7
+};
+
+/// Blink modes of the host.
+enum HOST_LED_MODE_e : int32_t {
+    HOST_LED_STEADY = 1,
+    HOST_LED_BLINKS = 2,       ///< off time 2 to 125
+    HOST_LED_BLINKS_SLOWLY = 3 ///< off time above 125
+};
+
+/// Where a switch port leads.
+enum TELQ_Ext_If_Types_e : int32_t { TELQ_EXT_IF_FABRIC = 2, TELQ_EXT_IF_RTM = 3 };
+/// Administrative states. A port is enabled by PORT_ENABLED and disabled by every other value; the value is kept as it
+/// came.
+enum PORT_ADMIN_e : int32_t { PORT_DISABLED = 0, PORT_ENABLED = 1 };
+/// Link states.
+enum PORT_OPER_e : int32_t { PORT_LINK_DOWN = 0, PORT_LINK_UP = 1, PORT_LINK_UNKNOWN = 2 };
+
+/// Components of the host's log.
+inline constexpr const char* COMPONENT_IPMI_ADAPTOR = "IPMI Adaptor";
+inline constexpr const char* COMPONENT_IPMI = "IPMI"; ///< of start-up
+inline constexpr const char* COMPONENT_MEDIA_ADAPTOR = "Media Adaptor";
+inline constexpr const char* COMPONENT_MONITOR_THREAD = "Monitor Thread";
+
+/// Whole texts under COMPONENT_IPMI_ADAPTOR: the health monitor begins and ends. Nothing else tells a host of it.
+inline constexpr const char* MONITOR_STARTED_TEXT = "Monitor Thread started";
+inline constexpr const char* MONITOR_STOPPED_TEXT = "Monitor Thread stopped";
 
 struct GROUP_NAME {
     std::string_view m_Name;
@@ -132,8 +226,8 @@ struct PARAMETER_NAME {
 #define BMI_GROUP_ROW(name, number) GROUP_NAME{#name, number},
 #define BMI_PARAMETER_ROW(name, number, type, key) PARAMETER_NAME{#name, number, type, key},
 
-inline constexpr auto g_GroupNames = std::to_array<GROUP_NAME>({BMI_GROUP_LIST(BMI_GROUP_ROW)});
-inline constexpr auto g_ParameterNames = std::to_array<PARAMETER_NAME>({BMI_PARAMETER_LIST(BMI_PARAMETER_ROW)});
+inline constexpr auto g_GroupNames = std::array{BMI_GROUP_LIST(BMI_GROUP_ROW)};
+inline constexpr auto g_ParameterNames = std::array{BMI_PARAMETER_LIST(BMI_PARAMETER_ROW)};
 
 #undef BMI_GROUP_ROW
 #undef BMI_PARAMETER_ROW

@@ -6,6 +6,8 @@
 // awaited and nothing of the host's is called, not even its logger, while one of them is held.
 #pragma once
 
+#include "common/veldo_common_protocol.h"
+
 #include <OpenIPMI/ipmi_types.h>
 
 #include <atomic>
@@ -37,11 +39,6 @@ enum IPMI_ENTITY_ID_e : int32_t {
 
 /// First device-relative entity instance.
 inline constexpr int32_t ENTITY_INSTANCE_FIRST = 0x60;
-/// AMC bays are locations 1 to 8; the RTM is addressed as location 9.
-inline constexpr int32_t AMC_BAY_FIRST = 1;
-inline constexpr int32_t AMC_BAY_LAST = 8;
-inline constexpr int32_t RTM_BAY = 9;
-
 /// The key of an entity, ordered field by field.
 struct IPMI_ENTITY_ADDRESS {
     int32_t m_Channel = 0;        ///< IPMI channel of the controller; 0 for everything on this blade

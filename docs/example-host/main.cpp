@@ -2,6 +2,7 @@
 // usage: example_host BAY [PLUGIN]
 #include <bm/BaseAdaptor.h>
 #include <bm/Log.h>
+#include <ipmi_adaptor/Protocol.h> // every group, parameter and result; tables.md explains them
 
 #include <dlfcn.h>
 
@@ -19,12 +20,6 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-// Every group and parameter is listed in tables.md.
-constexpr unsigned g_BoardTable = 0x30000;
-constexpr unsigned g_AMCTable = 0x30200;
-constexpr unsigned g_AMCBay = 0x30201;
-
-constexpr int g_Success = 1;
 constexpr int g_LookOnly = 2; // in modes 1 and 3 the adaptor touches the board
 
 /// What the host offers to its adaptor. A board manager keeps the registrations and passes events on; it may give its
@@ -34,10 +29,10 @@ class HOST final : public IBMAdaptorMgr {
 public:
     explicit HOST(CBaseOsLog& a_Log) : m_Log(a_Log) {}
 
-    int RegisterGroup(unsigned, CBaseAdaptor*) override { return g_Success; }
-    int UnregisterGroup(unsigned) override { return g_Success; }
-    int RegisterEventClass(unsigned, CBaseAdaptor*) override { return g_Success; }
-    int UnregisterEventClass(unsigned) override { return g_Success; }
+    int RegisterGroup(unsigned, CBaseAdaptor*) override { return RESULT_OK; }
+    int UnregisterGroup(unsigned) override { return RESULT_OK; }
+    int RegisterEventClass(unsigned, CBaseAdaptor*) override { return RESULT_OK; }
+    int UnregisterEventClass(unsigned) override { return RESULT_OK; }
     QUB_STORAGE::CDataStorage* GetStorage() override { return nullptr; }
     CBaseOsLog* GetLogger() override { return &m_Log; }
     int GetMode() override { return g_LookOnly; }
@@ -45,7 +40,7 @@ public:
     /// Called from any thread; the parameters stay the adaptor's.
     int SendEvent(unsigned a_Event, unsigned a_Number, CBMIEvParams*) override {
         std::fprintf(stderr, "event 0x%x number %u\n", a_Event, a_Number);
-        return g_Success;
+        return RESULT_OK;
     }
 
 private:
@@ -73,7 +68,7 @@ public:
         if (!m_Adaptor) throw std::runtime_error("CreateAdaptor gave no adaptor");
         // Blocks until the hardware has answered.
         const int l_Result = m_Adaptor->Init(&a_Host);
-        if (l_Result != g_Success) throw std::runtime_error("Init: " + std::to_string(l_Result));
+        if (l_Result != RESULT_OK) throw std::runtime_error("Init: " + std::to_string(l_Result));
     }
     ADAPTOR(const ADAPTOR&) = delete;
     ADAPTOR& operator=(const ADAPTOR&) = delete;
@@ -119,22 +114,22 @@ bool PrintTable(const ADAPTOR& a_Adaptor, unsigned a_Group) {
     std::printf("table 0x%x: %d\n", a_Group, l_Result);
     for (int i = 0; l_Table && i < l_Table->GetSize(); ++i)
         Print(*l_Table->Get(i));
-    return l_Result == g_Success;
+    return l_Result == RESULT_OK;
 }
 
 /// The row of the module in a bay: the key selects it.
 bool PrintModule(const ADAPTOR& a_Adaptor, int a_Bay) {
-    CBMIParam l_Bay(BMI_PARAM_INT, g_AMCBay, true);
+    CBMIParam l_Bay(BMI_PARAM_INT, BMI_HW_AMC_BAY, true);
     l_Bay.SetInt(a_Bay);
     CBMIKeys l_Keys;
     l_Keys.Add(l_Bay);
 
     CBMIParams* l_Made = nullptr;
-    const int l_Result = a_Adaptor->ReadParams(g_AMCTable, &l_Keys, l_Made);
+    const int l_Result = a_Adaptor->ReadParams(BMI_GROUP_HARDWARE_AMC_TABLE, &l_Keys, l_Made);
     const std::unique_ptr<const CBMIParams> l_Row(l_Made);
     std::printf("AMC in bay %d: %d\n", a_Bay, l_Result);
     if (l_Row) Print(*l_Row);
-    return l_Result == g_Success;
+    return l_Result == RESULT_OK;
 }
 
 std::optional<int> Number(std::string_view a_Text) {
@@ -158,7 +153,7 @@ int main(int a_Count, char** a_Arguments) {
         static LOG s_Log;
         HOST l_Host(s_Log);
         const ADAPTOR l_Adaptor(a_Count == 3 ? a_Arguments[2] : PLUGIN_FILE, l_Host);
-        const bool l_BoardRead = PrintTable(l_Adaptor, g_BoardTable);
+        const bool l_BoardRead = PrintTable(l_Adaptor, BMI_GROUP_HARDWARE_BOARD);
         const bool l_ModuleRead = PrintModule(l_Adaptor, *l_Bay);
         return l_BoardRead && l_ModuleRead ? EXIT_SUCCESS : EXIT_FAILURE;
     } catch (const std::exception& l_Error) {

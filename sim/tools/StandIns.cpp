@@ -1,6 +1,7 @@
 // What each stand-in does when it is not told to fail, and what it prints.
 #include "sim/tools/StandIns.h"
 
+#include "common/veldo_common_tools.h"
 #include "sim/tools/MediaProcess.h"
 
 #include <algorithm>
@@ -40,8 +41,10 @@ struct Diagnosis {
     const char* m_text;
 };
 
-constexpr Diagnosis Diagnoses[] = {
-    {1, "invalid parameters"}, {2, "firmware failed"}, {16, "AMC failed"}, {32, "RTM failed"}};
+constexpr Diagnosis Diagnoses[] = {{BM_ADAPTOR::DIAGNOSTIC_INVALID_PARAMETERS, "invalid parameters"},
+                                   {BM_ADAPTOR::DIAGNOSTIC_FIRMWARE_FAILED, "firmware failed"},
+                                   {BM_ADAPTOR::DIAGNOSTIC_AMC_FAILED, "AMC failed"},
+                                   {BM_ADAPTOR::DIAGNOSTIC_RTM_FAILED, "RTM failed"}};
 
 std::string Line(const std::string& tool, const std::string& text) {
     return tool + ": " + text + "\n";

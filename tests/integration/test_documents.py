@@ -208,3 +208,11 @@ def test_a_host_in_cpp17_can_include(header):
     words = ["g++", "-std=c++17", "-Wall", "-Wextra", "-pedantic", "-Werror", "-fsyntax-only", "-I", header.parents[1], "-x", "c++", "-"]
     done = subprocess.run(words, input=f"#include <bm/{header.name}>\n", capture_output=True, text=True, timeout=SECONDS)
     assert (done.returncode, done.stderr) == (0, "")
+
+
+def test_a_host_in_cpp17_can_include_the_protocol():
+    words = ["g++", "-std=c++17", "-Wall", "-Wextra", "-pedantic", "-Werror", "-fsyntax-only"]
+    words += ["-I", FOLDER / "platform" / "include", "-I", FOLDER, "-x", "c++", "-"]
+    text = "#include <common/veldo_common_protocol.h>\nstatic_assert(BM_ADAPTOR::g_GroupNames.size() == 12);\n"
+    done = subprocess.run(words, input=text, capture_output=True, text=True, timeout=SECONDS)
+    assert (done.returncode, done.stderr) == (0, "")
