@@ -5,6 +5,7 @@
 #include "adaptor/IPMI_Adaptor_DSP.h"
 #include "adaptor/IPMI_Adaptor_Guard.h"
 #include "adaptor/IPMI_Adaptor_Network.h"
+#include "common/veldo_common_exit.h"
 #include "common/veldo_common_lock.h"
 
 #include <cstdlib>
@@ -28,7 +29,7 @@ constexpr TOOL_FORMS DIAG_FORMS = {"/bin/mavk_diag -v -a 30 -p -b amc", "/bin/ma
 
 // The tool's exit status; 255 when it could not be run. A tool that a signal ended has 0, and passes.
 int RunTool(const std::string& a_Command) {
-    return (system(a_Command.c_str()) >> 8) & 0xFF;
+    return ExitStatusOf(system(a_Command.c_str()));
 }
 
 } // namespace

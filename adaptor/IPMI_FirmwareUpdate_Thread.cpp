@@ -3,6 +3,7 @@
 
 #include "adaptor/IPMI_Adaptor.h"
 #include "adaptor/IPMI_Adaptor_Guard.h"
+#include "common/veldo_common_exit.h"
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_Thread_Model.h"
@@ -52,7 +53,7 @@ void UPGRADETHREAD::run() {
 // A tool that a signal ended has exit status 0, and has failed. The line of one that passed is a trace.
 int UPGRADETHREAD::mRunTool() const {
     const int l_Result = system(mCommand().c_str());
-    const int l_ExitStatus = (l_Result >> 8) & 0xFF;
+    const int l_ExitStatus = ExitStatusOf(l_Result);
     const bool l_bExited = WIFEXITED(l_Result);
     const bool l_bPassed = l_bExited && l_ExitStatus == 0;
     const auto l_Write = l_bPassed ? LogTrace : LogError;

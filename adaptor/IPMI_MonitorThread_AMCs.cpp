@@ -4,6 +4,7 @@
 #include "adaptor/IPMI_Adaptor_Guard.h"
 #include "adaptor/IPMI_MonitorThread_Wait.h"
 #include "bm/Log.h"
+#include "common/veldo_common_exit.h"
 #include "common/veldo_common_tools.h"
 #include "common/veldo_common_trace.h"
 
@@ -55,7 +56,7 @@ int IPMI_MonitorThread::IsAMCsLive() {
 int IPMI_MonitorThread::mRunDiagnostic(bool a_bVerbose) {
     const std::string l_Command = mDiagnostic(a_bVerbose);
     const OWN_WAIT l_Wait(*this);
-    return (system(l_Command.c_str()) >> 8) & 0xFF;
+    return ExitStatusOf(system(l_Command.c_str()));
 }
 
 std::string IPMI_MonitorThread::mDiagnostic(bool a_bVerbose) const {
