@@ -14,8 +14,8 @@ namespace BM_PLATFORM {
 /// The storage whose files stand in `folder`; a relative one is taken from the current folder of this moment. Nothing
 /// is touched before the first transaction, which makes the folder when it is missing. Layout and results:
 /// docs/storage.md. Keep the object as long as an adaptor may use it: a transaction that is still open at its end is
-/// dropped. A transaction waits for other processes no longer than `lock_wait`.
+/// dropped. A transaction waits for other processes no longer than `lockWait`.
 std::shared_ptr<QUB_STORAGE::CDataStorage> MakeStorage(const std::string& folder,
-                                                       std::chrono::milliseconds lock_wait = std::chrono::seconds(10));
+                                                       std::chrono::milliseconds lockWait = std::chrono::seconds(10));
 
 } // namespace BM_PLATFORM

@@ -82,16 +82,16 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The state as the file's text, and back; `a_Name` names the text in what is thrown: SWITCH_STATE_ERROR.
-std::string TextOfSwitch(const SWITCH_STATE& a_State);
-SWITCH_STATE SwitchOfText(const std::string& a_Text, const std::string& a_Name);
+/// The state as the file's text, and back; `name` names the text in what is thrown: SWITCH_STATE_ERROR.
+std::string TextOfSwitch(const SWITCH_STATE& state);
+SWITCH_STATE SwitchOfText(const std::string& content, const std::string& name);
 
 /// The state file of the simulated board: "switch" in the folder BLADESIM_RUN_DIR. Nothing when there is no such board.
 std::optional<std::string> SwitchFile();
 
 /// Both throw SWITCH_STATE_ERROR. A change is seen whole or not at all; one process changes the file at a time. A file
 /// that is refused is never overwritten.
-SWITCH_STATE ReadSwitch(const std::string& a_Path);
-void ChangeSwitch(const std::string& a_Path, const std::function<void(SWITCH_STATE&)>& a_Change);
+SWITCH_STATE ReadSwitch(const std::string& path);
+void ChangeSwitch(const std::string& path, const std::function<void(SWITCH_STATE&)>& change);
 
 } // namespace BM_PLATFORM

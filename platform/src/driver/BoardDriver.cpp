@@ -10,7 +10,7 @@ namespace {
 
 using namespace BM_PLATFORM;
 
-enum OPEN_RESULT_e : int { OpenParseError = 2, OpenNoMemory = 3, OpenNullHandle = 4, OpenNoCard = 6 };
+enum OpenResult : int { OpenParseError = 2, OpenNoMemory = 3, OpenNullHandle = 4, OpenNoCard = 6 };
 
 // Calls `action(state file)`. Without a board there is no card; a state file that is no good counts as `unreadable`.
 template <typename Action>

@@ -37,11 +37,11 @@ std::string LinesOf(const char* text) {
 
 // In log and console every line but the first is marked, so that no text passes for a line of its own.
 std::string WithMarks(const std::string& lines) {
-    constexpr const char* Mark = "\n    | ";
+    constexpr const char* mark = "\n    | ";
     std::string marked;
     for (const char byte : lines) {
         if (byte == '\n') {
-            marked += Mark;
+            marked += mark;
         } else {
             marked += byte;
         }

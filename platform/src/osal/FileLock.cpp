@@ -39,8 +39,8 @@ std::string PlaceOf(int number) {
     if (fcntl(number, F_OFD_SETLK, &mark) != 0) return "";
     std::ifstream lines("/proc/self/fdinfo/" + std::to_string(number));
     for (std::string line; std::getline(lines, line);) {
-        constexpr const char* Title = "lock:";
-        if (line.starts_with(Title)) return Parse(line.substr(std::char_traits<char>::length(Title))).m_place;
+        constexpr const char* title = "lock:";
+        if (line.starts_with(title)) return Parse(line.substr(std::char_traits<char>::length(title))).m_place;
     }
     return "";
 }
@@ -70,7 +70,7 @@ std::string LockHolder(int number) {
         const std::string process = std::to_string(lock.m_process);
         std::string command;
         std::getline(std::ifstream("/proc/" + process + "/comm"), command);
-        return "process " + process + (command.empty() ? "" : " (" + Printable(command) + ")");
+        return "process " + process + (command.empty() ? "" : " (" + BM_PLATFORM::Printable(command) + ")");
     }
     return "another process";
 }

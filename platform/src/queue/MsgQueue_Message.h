@@ -10,7 +10,7 @@
 /// The bytes are the same for 32-bit and 64-bit processes: words of 32 bits in the machine's byte order.
 ///
 ///     signature, type, source, destination, number of fields, then of each field: id, size, bytes
-struct qMsg {
+struct qMsg { // NOLINT(readability-identifier-naming): the interface names it
     uint32_t m_type = 0;
     uint32_t m_source = 0;
     uint32_t m_destination = 0;

@@ -143,8 +143,8 @@ std::string ValueToText(const CBMIParam& param) {
 }
 
 std::string Shown(const std::string& text) {
-    constexpr std::size_t Most = 80;
-    return text.size() <= Most ? StringToText(text) : StringToText(text.substr(0, Most)) + "…";
+    constexpr std::size_t most = 80;
+    return text.size() <= most ? StringToText(text) : StringToText(text.substr(0, most)) + "…";
 }
 
 } // namespace bm_storage
