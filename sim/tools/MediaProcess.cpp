@@ -45,11 +45,11 @@ bool IsReadable(int fd, int wait) {
     return result > 0;
 }
 
-/// What the child prints, up to the word that it is ready; less when it ends or says nothing.
+/// What the child prints: the word that it is ready, after which it lets the pipe go; less when it ends or says nothing.
 std::string ReadUntilReady(int pipe) {
     std::string text;
     std::array<char, 64> part{};
-    while (!text.ends_with(MediaReady) && IsReadable(pipe, StartMilliseconds)) {
+    while (IsReadable(pipe, StartMilliseconds)) {
         const ssize_t size = ::read(pipe, part.data(), part.size());
         if (size <= 0) break;
         text.append(part.data(), static_cast<size_t>(size));
