@@ -45,7 +45,7 @@ bool IsReadable(int fd, int wait) {
     return result > 0;
 }
 
-/// What the child prints: the word that it is ready, after which it lets the pipe go; less when it ends or says nothing.
+/// What the child prints: the word that it is ready, then it lets the pipe go; less when it ends or says nothing.
 std::string ReadUntilReady(int pipe) {
     std::string text;
     std::array<char, 64> part{};
