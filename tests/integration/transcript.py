@@ -21,9 +21,12 @@ def shown(command, interrupt):
     output = b""
     while data := process.stdout.read(65536):
         output += data
-        if interrupt is not None and interrupt.encode() in output and output.endswith(b"\n"):
+        begin = -1 if interrupt is None else output.find(interrupt.encode())
+        if begin >= 0 and b"\n" in output[begin:]:
+            # Shown after the line that it answers, whatever came in the same breath.
             interrupt = None
-            output += b"^C\n"
+            end = output.index(b"\n", begin) + 1
+            output = output[:end] + b"^C\n" + output[end:]
             process.send_signal(signal.SIGINT)
             while not select.select([process.stdout], [], [], AGAIN_SECONDS)[0]:
                 process.send_signal(signal.SIGINT)
