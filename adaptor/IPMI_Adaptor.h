@@ -1,11 +1,11 @@
 // The adaptor object: lifecycle, dispatch of parameter groups, and the table handlers that answer them.
 #pragma once
 
-#include "adaptor/IPMI_Adaptor_DSP.h"
-#include "adaptor/IPMI_Adaptor_Snapshot.h"
+#include "adaptor/dsp/IPMI_DSPs.h"
 #include "bm/BaseAdaptor.h"
 #include "bm/OSAL.h"
 #include "common/veldo_common_protocol.h"
+#include "common/veldo_common_snapshot.h"
 
 #include <atomic>
 #include <cstdint>

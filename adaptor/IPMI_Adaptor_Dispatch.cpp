@@ -1,7 +1,7 @@
 // Dispatch: which handlers serve which parameter group.
 #include "adaptor/IPMI_Adaptor.h"
 
-#include "adaptor/IPMI_Adaptor_Guard.h"
+#include "common/veldo_common_guard.h"
 #include "common/veldo_common_protocol.h"
 #include "common/veldo_common_trace.h"
 

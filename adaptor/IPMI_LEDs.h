@@ -5,8 +5,8 @@
 #include "bm/OSAL.h"
 #include "bm/Params.h"
 #include "common/veldo_common_protocol.h"
-#include "ipmi/IPMI_LEDState.h"
-#include "ipmi/IPMI_Thread_Model.h"
+#include "ipmi/model/IPMI_LEDState.h"
+#include "ipmi/model/IPMI_Model.h"
 
 #include <OpenIPMI/ipmiif.h>
 

@@ -4,7 +4,7 @@
 // board, product area), 13 (type/length byte) and 16 (multirecord area). Less than it allows is read, on purpose.
 #pragma once
 
-#include "ipmi/IPMI_Thread_Model.h"
+#include "ipmi/model/IPMI_Model.h"
 
 #include <array>
 #include <cstdint>

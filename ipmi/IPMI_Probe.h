@@ -2,7 +2,7 @@
 // start-up and serves LED commands and FRU Control afterwards; one request is outstanding at a time.
 #pragma once
 
-#include "ipmi/IPMI_Thread_Model.h"
+#include "ipmi/model/IPMI_Model.h"
 
 #include "bm/OSAL.h"
 

@@ -1,8 +1,8 @@
 // The thread that owns the OpenIPMI connection: opens the domain, starts the probe, takes OpenIPMI's reports.
 #pragma once
 
-#include "ipmi/IPMI_Thread_Model.h"
-#include "ipmi/IPMI_Thread_Simulation.h"
+#include "ipmi/model/IPMI_Model.h"
+#include "ipmi/model/IPMI_Simulation.h"
 
 #include "bm/OSAL.h"
 

@@ -3,10 +3,10 @@
 #pragma once
 
 #include "adaptor/IPMI_Adaptor.h"
-#include "adaptor/IPMI_FRUData.h"
+#include "adaptor/hardware/IPMI_FRUData.h"
 #include "common/veldo_common_protocol.h"
 #include "ipmi/IPMI_FRUParse.h"
-#include "ipmi/IPMI_Thread_Model.h"
+#include "ipmi/model/IPMI_Model.h"
 
 #include "fake/FakeManager.h"
 #include "fake/FakeOpenIPMI.h"

@@ -1,7 +1,7 @@
 // What the tests of DSPs, switch ports and the RTM's export need; see the header.
 #include "adaptor/BoardTest.h"
 
-#include "adaptor/IPMI_Adaptor_Rows.h"
+#include "common/veldo_common_rows.h"
 
 namespace BM_ADAPTOR::TEST {
 

@@ -1,11 +1,11 @@
 // A host's logger that calls the adaptor back from every line of every handler: nothing is locked while a line is
 // written, so that each call ends, and gives what it gives with any other logger.
 #include "adaptor/BoardTest.h"
-#include "adaptor/LedTest.h"
+#include "adaptor/leds/LedTest.h"
 
-#include "adaptor/IPMI_Adaptor_Rows.h"
+#include "common/veldo_common_rows.h"
 #include "common/veldo_common_text.h"
-#include "ipmi/IPMI_Thread_Callback.h"
+#include "ipmi/domain/IPMI_Thread_Callback.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,8 +1,8 @@
 // DSPs and switch ports in several threads: writers of one port, readers while Init and Fin replace what they read.
 #include "adaptor/BoardTest.h"
 
-#include "adaptor/IPMI_Adaptor_Rows.h"
-#include "adaptor/IPMI_Adaptor_Switch.h"
+#include "adaptor/switch/IPMI_SwitchPort.h"
+#include "common/veldo_common_rows.h"
 #include "fake/TurnStorage.h"
 
 #include <array>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ipmi/IPMI_Probe.h"
-#include "ipmi/IPMI_Thread_Model.h"
+#include "ipmi/model/IPMI_Model.h"
 
 /// Deletes the current probe, the entities and the SDRs, clears the flags and forgets the logger. What the product
 /// keeps on purpose (superseded probes, replaced entities) is the test's to delete. No adaptor thread may run.

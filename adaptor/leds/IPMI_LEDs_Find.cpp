@@ -1,0 +1,123 @@
+// Look-ups of the LED handlers: entity, light control and LED record.
+#include "adaptor/leds/IPMI_LEDs_Handlers.h"
+
+#include "adaptor/IPMI_Adaptor.h"
+#include "common/veldo_common_text.h"
+
+#include <vector>
+
+namespace BM_ADAPTOR {
+
+namespace {
+
+// A control's name behind its address; null for an LED id without one.
+const char* LightName(int a_LEDID) {
+    switch (a_LEDID) {
+    case HOST_LED_HOT_SWAP:
+        return "blue led";
+    case HOST_LED_OUT_OF_SERVICE:
+        return "led 1";
+    case HOST_LED_HEALTH:
+        return "led 2";
+    default:
+        return nullptr;
+    }
+}
+
+// One step of a look-up, for its line: lines are written after the model's lock was given back.
+struct COMPARED_ENTITY {
+    bool m_bNull = false;
+    int32_t m_EntityID = 0;
+    int32_t m_BayLocation = 0;
+};
+
+// The steps that have a line come to the end of `a_Compared`.
+IPMI_ENTITY* WalkToEntity(int a_EntityID, int a_Location, std::vector<COMPARED_ENTITY>& a_Compared) {
+    const MODEL_READER l_Model(g_EntityMapLock);
+    for (const auto& [l_Address, l_Entity] : g_EntityMap) {
+        if (l_Entity == nullptr) {
+            a_Compared.push_back({.m_bNull = true});
+            continue;
+        }
+        if (TracesOn()) a_Compared.push_back({false, l_Entity->m_EntityID, l_Entity->m_BayLocation});
+        if (l_Entity->m_EntityID == a_EntityID && l_Entity->m_BayLocation == a_Location) return l_Entity;
+    }
+    return nullptr;
+}
+
+// Likewise; a step is the name that was looked for.
+IPMI_CONTROL* WalkToControl(const IPMI_ENTITY& a_Entity, const char* a_Light, std::vector<std::string>& a_Compared) {
+    const MODEL_READER l_Model(g_EntityMapLock);
+    for (const auto& [l_Key, l_Control] : a_Entity.m_ControlMap) {
+        if (l_Control == nullptr) continue;
+        a_Compared.push_back(FormatText("(r0.%i.%i.0).", l_Control->m_Address, l_Control->m_EntityID) + a_Light);
+        if (l_Control->m_Name == a_Compared.back()) return l_Control;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+IPMI_ENTITY* IPMIAdaptor::FindEntitybyEntityID(int a_EntityID) const {
+    const MODEL_READER l_Model(g_EntityMapLock);
+    return FirstEntity([=](const IPMI_ENTITY& a_Entity) { return a_Entity.m_EntityID == a_EntityID; });
+}
+
+IPMI_ENTITY* IPMIAdaptor::FindEntitybyEntityIDBayLocation(int a_EntityID, int a_Location) const {
+    LogTrace(m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation input ID=%i loc=%i", a_EntityID, a_Location);
+    std::vector<COMPARED_ENTITY> l_Compared;
+    IPMI_ENTITY* const l_Found = WalkToEntity(a_EntityID, a_Location, l_Compared);
+    for (const auto& l_Entity : l_Compared) {
+        if (l_Entity.m_bNull) {
+            LogError(m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation ERROR entity map corrupt");
+        } else {
+            LogTrace(m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation comparing id=%i loc=%i",
+                     l_Entity.m_EntityID, l_Entity.m_BayLocation);
+        }
+    }
+    if (l_Found != nullptr) {
+        LogTrace(m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation id=%i loc=%i - FOUND", a_EntityID,
+                 a_Location);
+    } else {
+        LogTrace(m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation id=%i loc=%i - NOT FOUND", a_EntityID,
+                 a_Location);
+    }
+    return l_Found;
+}
+
+// The lines name the baseboard's handler for every LED.
+IPMI_CONTROL* IPMIAdaptor::FindControlbyLEDID(IPMI_ENTITY* a_Entity, int a_LEDID) const {
+    const char* l_Light = LightName(a_LEDID);
+    if (a_Entity == nullptr || l_Light == nullptr) return nullptr;
+    std::vector<std::string> l_Compared;
+    IPMI_CONTROL* const l_Found = WalkToControl(*a_Entity, l_Light, l_Compared);
+    for (const std::string& l_Name : l_Compared) {
+        LogTrace(m_Logger, "IPMIAdaptor::Baseboard_LED_ReadParams searching for %s target=%u", l_Name.c_str(),
+                 static_cast<unsigned>(a_LEDID));
+    }
+    if (l_Found != nullptr) {
+        LogTrace(m_Logger, "IPMIAdaptor::Baseboard_LED_ReadParams searching for %s - FOUND", l_Compared.back().c_str());
+    }
+    return l_Found;
+}
+
+IPMI_LED* IPMIAdaptor::FindLEDbyLEDID(IPMI_ENTITY* a_Entity, int a_LEDID) const {
+    if (a_Entity == nullptr) return nullptr;
+    const MODEL_READER l_Model(g_EntityMapLock);
+    const auto l_Found = a_Entity->m_LEDMap.find(a_LEDID);
+    return l_Found != a_Entity->m_LEDMap.end() ? l_Found->second : nullptr;
+}
+
+LED_TARGET IPMIAdaptor::mLEDTarget(IPMI_ENTITY& a_Entity, int32_t a_LEDID) const {
+    LED_TARGET l_Target;
+    l_Target.m_HostLEDID = a_LEDID;
+    l_Target.m_PICMGLEDID = a_LEDID > 0 ? PICMGLEDOf(a_LEDID) : -1; // no LED has a negative id
+    const IPMI_CONTROL* const l_Control = FindControlbyLEDID(&a_Entity, a_LEDID);
+    l_Target.m_LED = FindLEDbyLEDID(&a_Entity, l_Target.m_PICMGLEDID);
+    const MODEL_READER l_Model(g_EntityMapLock);
+    l_Target.m_FRUDeviceID = a_Entity.m_FRUDeviceID;
+    if (l_Control != nullptr) l_Target.m_Control = *l_Control;
+    return l_Target;
+}
+
+} // namespace BM_ADAPTOR

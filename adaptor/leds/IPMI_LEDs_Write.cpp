@@ -1,0 +1,202 @@
+// Writes of one LED: one rule for baseboard and AMC, and a table of what differs between them.
+#include "adaptor/leds/IPMI_LEDs_Handlers.h"
+
+#include "adaptor/IPMI_Adaptor.h"
+#include "adaptor/IPMI_LEDs.h"
+#include "common/veldo_common_rows.h"
+#include "ipmi/IPMI_Probe.h"
+
+namespace BM_ADAPTOR {
+
+/// What differs between the writers. Both take internal rows.
+struct LED_WRITER {
+    BMIParamId_e m_LEDKey;
+    std::optional<BMIParamId_e> m_BayKey; ///< must be there and is not used: the first AMC is written
+    LED_SIMULATION_e m_Simulation;
+    std::optional<int32_t> m_FRUDeviceID; ///< sent by the probe instead of the entity's own
+    bool (*m_ToState)(const CBMIParams*, LED_STATE*);
+    LED_TEXT<1> m_Entry;
+    LED_TEXT<1> m_BadState;
+    LED_TEXT<0> m_NoKeys;
+    LED_TEXT<0> m_NoRow;
+    LED_TEXT<0> m_NoLEDKey;
+    LED_TEXT<1> m_TargetLED;
+    LED_TEXT<0> m_NoBayKey;
+    LED_TEXT<0> m_Simulated;
+    LED_TEXT<0> m_NoEntity;
+    LED_TEXT<1> m_FindingControl;
+    LED_TEXT<0> m_Converting;
+    LED_TEXT<2> m_UsingProbe;
+    LED_TEXT<1> m_FindingLED;
+    LED_TEXT<0> m_NoLED;
+    LED_TEXT<1> m_Color;
+    LED_TEXT<0> m_DefaultColor;
+    LED_TEXT<1> m_Sending;
+};
+
+namespace {
+
+constexpr int32_t BASEBOARD_FRU_DEVICE_ID = 0;
+
+constexpr LED_WRITER BASEBOARD_WRITER = {
+    .m_LEDKey = BMI_HW_BB_LED_ID,
+    .m_BayKey = std::nullopt,
+    .m_Simulation = LED_SIMULATED_WITH_BOARD,
+    .m_FRUDeviceID = BASEBOARD_FRU_DEVICE_ID,
+    .m_ToState = ConvertInternalRowToState,
+    .m_Entry = "IPMIAdaptor :: Baseboard_LED_WriteParams (threadid=%x)",
+    .m_BadState = "IPMIAdaptor :: Baseboard_LED_WriteParams -- In bad state %i",
+    .m_NoKeys = "IPMIAdaptor::Baseboard_LED_WriteParams - pKeys==NULL",
+    .m_NoRow = "IPMIAdaptor::Baseboard_LED_WriteParams - pParamRow==NULL",
+    .m_NoLEDKey = "IPMIAdaptor::Baseboard_LED_WriteParams - LED Type not found",
+    .m_TargetLED = "IPMIAdaptor :: Baseboard_LED_WriteParams -- l_TargetLED=%d",
+    .m_NoBayKey = {},
+    .m_Simulated = "IPMIAdaptor::Baseboard_LED_WriteParams - g_bCompleteIPMISimulation= true",
+    .m_NoEntity = "IPMIAdaptor :: Baseboard_LED_WriteParams - Base Board not found ",
+    .m_FindingControl =
+        "IPMIAdaptor :: Baseboard_LED_WriteParams -- calling FindControlbyLEDID(l_BaseBoard, l_TargetLED=%d)",
+    .m_Converting = "IPMIAdaptor :: Baseboard_LED_WriteParams -- calling ConvertInternalRowToState()",
+    .m_UsingProbe = "IPMIAdaptor :: Baseboard_LED_WriteParams - FRUID=%i TargetLED=%i",
+    .m_FindingLED = "IPMIAdaptor :: Baseboard_LED_WriteParams - calling FindLEDbyLEDID(l_BaseBoard, l_LEDID=%d\n",
+    .m_NoLED = "IPMIAdaptor :: Baseboard_LED_WriteParams - LED not found",
+    .m_Color = "IPMIAdaptor :: Baseboard_LED_WriteParams(), l_State->m_Color=%d",
+    .m_DefaultColor = "IPMIAdaptor :: Baseboard_LED_WriteParams - Providing default Color",
+    .m_Sending = "IPMIAdaptor :: Baseboard_LED_WriteParams(), Sending LED, l_State->m_Color=%d",
+};
+
+constexpr LED_WRITER AMC_WRITER = {
+    .m_LEDKey = BMI_HW_AMC_LED_ID,
+    .m_BayKey = BMI_HW_AMC_LED_BAY,
+    .m_Simulation = LED_SIMULATED_WITH_MODULES,
+    .m_FRUDeviceID = std::nullopt,
+    .m_ToState = ConvertInternalAMCRowToState,
+    .m_Entry = "IPMIAdaptor :: AMC_LED_WriteParams (threadid=%x)",
+    .m_BadState = "IPMIAdaptor :: AMC_LED_WriteParams -- In bad state %i",
+    .m_NoKeys = "IPMIAdaptor::AMC_LED_WriteParams - pKeys==NULL",
+    .m_NoRow = "IPMIAdaptor::AMC_LED_WriteParams - pParamRow==NULL",
+    .m_NoLEDKey = "IPMIAdaptor::AMC_LED_WriteParams - AMC Type not found",
+    .m_TargetLED = "IPMIAdaptor :: AMC_LED_WriteParams -- l_TargetLED=%d",
+    .m_NoBayKey = "IPMIAdaptor :: AMC_LED_WriteParams -- no AMC Bay Location in keys",
+    .m_Simulated = {},
+    .m_NoEntity =
+        "IPMIAdaptor :: AMC_LED_WriteParams -- FindEntitybyEntityIDBayLocation() returns not found in all 1-8 "
+        "bay locations, not to get controlID",
+    .m_FindingControl = "IPMIAdaptor :: AMC_LED_WriteParams -- calling FindControlbyLEDID(l_AMC, l_TargetLED=%d)",
+    .m_Converting = "IPMIAdaptor :: AMC_LED_WriteParams -- calling ConvertInternalAMCRowToState()",
+    .m_UsingProbe = "IPMIAdaptor :: AMC_LED_WriteParams - FRUID=%i TargetLED=%i",
+    .m_FindingLED = "IPMIAdaptor :: AMC_LED_WriteParams - calling FindLEDbyLEDID(l_AMC, l_LEDID=%d\n",
+    .m_NoLED = "IPMIAdaptor :: AMC_LED_WriteParams - LED not found",
+    .m_Color = "IPMIAdaptor :: AMC_LED_WriteParams(), l_State->m_Color=%d",
+    .m_DefaultColor = "IPMIAdaptor :: AMC_LED_WriteParams - Providing default Color",
+    .m_Sending = "IPMIAdaptor :: AMC_LED_WriteParams(), Sending LED, l_State->m_Color=%d",
+};
+
+// A PICMG code, which the probe then takes for an OpenIPMI colour: white is sent as orange, orange as amber, amber as
+// blue. Blue and red are never chosen, and an LED that has none of the others is noted as green. On purpose.
+int32_t DefaultColor(IPMI_LED& a_LED) {
+    const MODEL_WRITER l_Model(g_EntityMapLock);
+    if (a_LED.m_bWhite) return PICMG_LED_WHITE;
+    if (a_LED.m_bOrange) return PICMG_LED_ORANGE;
+    if (a_LED.m_bAmber) return PICMG_LED_AMBER;
+    a_LED.m_bGreen = true;
+    return PICMG_LED_GREEN;
+}
+
+} // namespace
+
+int IPMIAdaptor::mCheckLEDWrite(const LED_WRITER& a_Writer, const CBMIKeys* a_Keys, const CBMIParams* a_Values) const {
+    TraceText(m_Logger, a_Writer.m_Entry, ThreadId());
+    if (m_State != ADAPTOR_STARTED) ErrorText(m_Logger, a_Writer.m_BadState, m_State.load());
+    if (a_Keys == nullptr) {
+        ErrorText(m_Logger, a_Writer.m_NoKeys);
+        return RESULT_NO_ARGUMENT;
+    }
+    if (a_Values == nullptr) {
+        ErrorText(m_Logger, a_Writer.m_NoRow);
+        return RESULT_NO_ARGUMENT;
+    }
+    return RESULT_OK;
+}
+
+// The first AMC of all bays, whatever bay the host named. On purpose.
+IPMI_ENTITY* IPMIAdaptor::mFirstAMC() const {
+    for (int32_t l_Bay = AMC_BAY_FIRST; l_Bay <= AMC_BAY_LAST; ++l_Bay) {
+        LogTrace(m_Logger, "IPMIAdaptor :: AMC_LED_WriteParams -- calling FindEntitybyEntityIDBayLocation(%d)", l_Bay);
+        IPMI_ENTITY* l_AMC = FindEntitybyEntityIDBayLocation(ENTITY_ID_AMC, l_Bay);
+        if (l_AMC == nullptr) continue;
+        LogTrace(m_Logger,
+                 "IPMIAdaptor :: AMC_LED_WriteParams -- FindEntitybyEntityIDBayLocation(%d) returns FOUND, break",
+                 l_Bay);
+        return l_AMC;
+    }
+    return nullptr;
+}
+
+int IPMIAdaptor::mWriteLED(const LED_WRITER& a_Writer, const CBMIKeys& a_Keys, const CBMIParams& a_Values) {
+    const auto l_LEDID = IntParam(&a_Keys, a_Writer.m_LEDKey);
+    if (!l_LEDID) {
+        ErrorText(m_Logger, a_Writer.m_NoLEDKey);
+        return RESULT_NOT_FOUND;
+    }
+    TraceText(m_Logger, a_Writer.m_TargetLED, *l_LEDID);
+    if (a_Writer.m_BayKey && !IntParam(&a_Keys, *a_Writer.m_BayKey)) {
+        ErrorText(m_Logger, a_Writer.m_NoBayKey);
+        return RESULT_NOT_FOUND;
+    }
+    if (IsSimulated(a_Writer.m_Simulation)) {
+        TraceText(m_Logger, a_Writer.m_Simulated);
+        return RESULT_OK;
+    }
+
+    IPMI_ENTITY* const l_Entity = a_Writer.m_BayKey ? mFirstAMC() : FindEntitybyEntityID(ENTITY_ID_BASEBOARD);
+    if (l_Entity == nullptr) {
+        ErrorText(m_Logger, a_Writer.m_NoEntity);
+        return RESULT_NOT_FOUND;
+    }
+    TraceText(m_Logger, a_Writer.m_FindingControl, *l_LEDID);
+    LED_TARGET l_Target = mLEDTarget(*l_Entity, *l_LEDID);
+    l_Target.m_FRUDeviceID = a_Writer.m_FRUDeviceID.value_or(l_Target.m_FRUDeviceID);
+    if (!l_Target.m_Control) return mWriteLEDByProbe(a_Writer, l_Target, a_Values);
+
+    TraceText(m_Logger, a_Writer.m_Converting);
+    OPENIPMI_LED_REQUEST l_Request(&*l_Target.m_Control);
+    if (!a_Writer.m_ToState(&a_Values, &l_Request.m_State)) return RESULT_NO_VALUE;
+    l_Request.Write();
+    return RESULT_OK;
+}
+
+int IPMIAdaptor::mWriteLEDByProbe(const LED_WRITER& a_Writer, const LED_TARGET& a_Target, const CBMIParams& a_Values) {
+    TraceText(m_Logger, a_Writer.m_UsingProbe, a_Target.m_FRUDeviceID, a_Target.m_HostLEDID);
+    TraceText(m_Logger, a_Writer.m_FindingLED, a_Target.m_PICMGLEDID);
+    if (a_Target.m_LED == nullptr) {
+        ErrorText(m_Logger, a_Writer.m_NoLED);
+        return RESULT_NOT_FOUND;
+    }
+    LED_STATE l_State;
+    if (!a_Writer.m_ToState(&a_Values, &l_State)) return RESULT_NO_VALUE;
+    TraceText(m_Logger, a_Writer.m_Color, l_State.m_Color);
+    if (l_State.m_Color == IPMI_CONTROL_COLOR_BLACK || l_State.m_Color == HOST_LED_OFF) {
+        TraceText(m_Logger, a_Writer.m_DefaultColor);
+        l_State.m_Color = DefaultColor(*a_Target.m_LED);
+    }
+    ENTITYCAPTURE* const l_Probe = g_ENTITYCapture;
+    if (l_Probe == nullptr) return RESULT_NOT_FOUND; // nothing to send with
+    TraceText(m_Logger, a_Writer.m_Sending, l_State.m_Color);
+    return l_Probe->SendSetPICMCLEDState(a_Target.m_FRUDeviceID, a_Target.m_PICMGLEDID, &l_State);
+}
+
+int IPMIAdaptor::Baseboard_LED_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
+    const int l_Result = mCheckLEDWrite(BASEBOARD_WRITER, a_Keys, a_Values);
+    return l_Result == RESULT_OK ? mWriteLED(BASEBOARD_WRITER, *a_Keys, *a_Values) : l_Result;
+}
+
+// Serves the host-facing baseboard group too: a row with a baseboard LED's key, and none of an AMC's, is handed on.
+int IPMIAdaptor::AMC_LED_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
+    const int l_Result = mCheckLEDWrite(AMC_WRITER, a_Keys, a_Values);
+    if (l_Result != RESULT_OK) return l_Result;
+    const bool l_Baseboard = IntParam(a_Keys, BMI_HW_BB_LED_ID) || IntParam(a_Keys, BMI_HW_BB_LED_TYPE);
+    if (l_Baseboard && !IntParam(a_Keys, BMI_HW_AMC_LED_ID)) return Baseboard_LED_WriteParams(a_Keys, a_Values);
+    return mWriteLED(AMC_WRITER, *a_Keys, *a_Values);
+}
+
+} // namespace BM_ADAPTOR

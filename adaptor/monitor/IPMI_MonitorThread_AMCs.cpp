@@ -1,0 +1,72 @@
+// The health monitor's other question: do AMCs, DSPs and RTM pass the diagnostic of the board driver's tools.
+#include "adaptor/IPMI_MonitorThread.h"
+
+#include "adaptor/monitor/IPMI_MonitorThread_Wait.h"
+#include "bm/Log.h"
+#include "common/veldo_common_exit.h"
+#include "common/veldo_common_guard.h"
+#include "common/veldo_common_tools.h"
+#include "common/veldo_common_trace.h"
+
+#include <cstdlib>
+
+namespace BM_ADAPTOR {
+
+namespace {
+
+int Failed(MONITOR_RESULT_e a_Result, const char* a_Text) {
+    bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "%s", a_Text);
+    return a_Result;
+}
+
+int NotRun() {
+    return Failed(MONITOR_NOT_RUN, "system() call failed");
+}
+
+int ResultOf(int a_Status) {
+    switch (a_Status) {
+    case DIAGNOSTIC_PASSED:
+        return MONITOR_LIVE;
+    case DIAGNOSTIC_INVALID_PARAMETERS:
+        return Failed(MONITOR_NOT_RUN, "Invalid parameters");
+    case DIAGNOSTIC_FIRMWARE_FAILED:
+        return Failed(MONITOR_FIRMWARE_FAILED, "Firmware failed");
+    case DIAGNOSTIC_AMC_FAILED:
+        return Failed(MONITOR_AMC_FAILED, "AMC failed");
+    case DIAGNOSTIC_RTM_FAILED:
+        return Failed(MONITOR_RTM_FAILED, "RTM failed");
+    default:
+        return NotRun();
+    }
+}
+
+} // namespace
+
+int IPMI_MonitorThread::IsAMCsLive() {
+    const int l_Result = ResultOf(mRunDiagnostic(false));
+    if (l_Result == MONITOR_LIVE) {
+        if (TracesOn()) bmiLog(BM_LOG_DEBUG, COMPONENT_MONITOR_THREAD, "AMCs are live");
+        return l_Result;
+    }
+    // Once more, for the tool to write its report; what it finds this time does not count.
+    return mRunDiagnostic(true) > DIAGNOSTIC_RTM_FAILED ? NotRun() : l_Result;
+}
+
+// A tool that a signal ended has exit status 0, and passes.
+int IPMI_MonitorThread::mRunDiagnostic(bool a_bVerbose) {
+    const std::string l_Command = mDiagnostic(a_bVerbose);
+    const OWN_WAIT l_Wait(*this);
+    return ExitStatusOf(system(l_Command.c_str()));
+}
+
+std::string IPMI_MonitorThread::mDiagnostic(bool a_bVerbose) const {
+    const char* l_Form = a_bVerbose ? "/bin/mavk_diag -r -v" : "/bin/mavk_diag -r";
+    if (!m_Order.m_bAMCCheckMode) {
+        l_Form = a_bVerbose ? "/bin/mavk_diag -r -v -b amc" : "/bin/mavk_diag -r -b amc";
+    } else if (m_Order.m_bInterfaceCheckMode) {
+        l_Form = a_bVerbose ? "/bin/mavk_diag -r -i -v" : "/bin/mavk_diag -r -i";
+    }
+    return m_InstallDir + l_Form + m_Order.m_DSPGroups;
+}
+
+} // namespace BM_ADAPTOR

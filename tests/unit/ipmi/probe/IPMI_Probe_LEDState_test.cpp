@@ -1,0 +1,591 @@
+// The LED commands: bytes sent, replies decoded, what is refused unsent, and replies that nobody waits for.
+#include "ProbeFixture.h"
+
+#include "fake/EventLoop.h"
+#include "fake/ThrowingLog.h"
+#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_LEDState.h"
+
+#include <functional>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+using namespace BM_ADAPTOR;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace {
+
+constexpr int32_t SMALLEST = std::numeric_limits<int32_t>::min();
+constexpr int32_t LARGEST = std::numeric_limits<int32_t>::max();
+
+LED_STATE Setting(int32_t a_OnTime, int32_t a_OffTime, int32_t a_Color = 3, int32_t a_LocalControl = 0) {
+    LED_STATE l_State;
+    l_State.m_OnTime = a_OnTime;
+    l_State.m_OffTime = a_OffTime;
+    l_State.m_Color = a_Color;
+    l_State.m_LocalControl = a_LocalControl;
+    return l_State;
+}
+
+/// A probe whose FRU 5 has four LEDs, and a thread that delivers the controller's replies.
+class ProbeLEDCommand : public PROBE_TEST {
+protected:
+    ProbeLEDCommand() { GiveEntity(5, 4); }
+
+    void OnSet(BYTES a_Reply) { Fake().OnRequest({0x2C, 0x07}, std::move(a_Reply)); }
+    void OnGet(BYTES a_Reply) { Fake().OnRequest({0x2C, 0x08}, std::move(a_Reply)); }
+    int Set(LED_STATE a_State, int a_FRUID = 5, int a_LEDID = 2) {
+        return m_Probe->SendSetPICMCLEDState(a_FRUID, a_LEDID, &a_State);
+    }
+    int Get(int a_FRUID = 5, int a_LEDID = 2) { return m_Probe->SendGetPICMCLEDState(a_FRUID, a_LEDID, &m_State); }
+    /// The lines with these beginnings, in their order.
+    std::vector<LOG_LINE> LinesOf(std::initializer_list<std::string_view> a_Beginnings) const {
+        std::vector<LOG_LINE> l_Lines = m_Log.Lines();
+        std::erase_if(l_Lines, [&](const LOG_LINE& a_Line) {
+            return std::ranges::none_of(a_Beginnings,
+                                        [&](std::string_view a_Begin) { return a_Line.m_Text.starts_with(a_Begin); });
+        });
+        return l_Lines;
+    }
+    std::vector<LOG_LINE> SetLines() const { return LinesOf({"ENTITYCAPTURE :: SendSetPICMCLEDState"}); }
+    std::vector<LOG_LINE> DecodeLines() const { return LinesOf({"ENTITYCAPTURE :: ReceivedPICMCLEDState"}); }
+
+    LED_STATE m_State;
+    EVENT_LOOP m_Loop; ///< ends first
+};
+
+// ---- Set FRU LED State
+
+TEST_F(ProbeLEDCommand, SetSendsFunctionOnDurationAndColour) {
+    OnSet({0x00, 0x00});
+    struct {
+        LED_STATE m_State;
+        const char* m_Sent; ///< behind FRU id and LED id, before the colour
+        LOG_LINE m_Line;
+    } const l_Cases[] = {
+        {Setting(1, 0), "FF 00", Trace("ENTITYCAPTURE :: SendSetPICMCLEDState (on) LEDID=2 offset3=0xff offset4=0x0")},
+        {Setting(0, 1), "00 00", Trace("ENTITYCAPTURE :: SendSetPICMCLEDState (off) LEDID=2 offset3=0x0 offset4=0x0")},
+        {Setting(500, 500), "32 32",
+         Trace("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 offset3=0x32 offset4=0x32")},
+        {Setting(50, 5000), "FA 0A",
+         Trace("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 offset3=0xfa offset4=0xa")},
+        {Setting(2, 2), "0A 0A",
+         Trace("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 offset3=0xa offset4=0xa")},
+        {Setting(100, 109), "0A 0A",
+         Trace("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 offset3=0xa offset4=0xa")},
+        {Setting(119, 110), "0B 0B",
+         Trace("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 offset3=0xb offset4=0xb")},
+        {Setting(2500, 2499), "F9 FA",
+         Trace("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 offset3=0xf9 offset4=0xfa")},
+        {Setting(2510, LARGEST), "FA FA",
+         Trace("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 offset3=0xfa offset4=0xfa")},
+        {Setting(500, 500, 3, 1), "FC 00",
+         Trace("ENTITYCAPTURE :: SendSetPICMCLEDState LEDID=2 restoring to local control")},
+        {Setting(1, 0, 3, -1), "FC 00",
+         Trace("ENTITYCAPTURE :: SendSetPICMCLEDState LEDID=2 restoring to local control")},
+        {Setting(1, 1), "00 00",
+         Warning("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 invalid times on=1 off=1 ")},
+        {Setting(0, 0), "00 00",
+         Warning("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 invalid times on=0 off=0 ")},
+        {Setting(500, 1), "00 00",
+         Warning("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 invalid times on=500 off=1 ")},
+        {Setting(1, 500), "00 00",
+         Warning("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 invalid times on=1 off=500 ")},
+        {Setting(SMALLEST, -1), "00 00",
+         Warning("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 invalid times on=-2147483648 off=-1 ")},
+    };
+    for (const auto& l_Case : l_Cases) {
+        m_Log.Clear();
+        EXPECT_EQ(Set(l_Case.m_State), 0);
+        EXPECT_EQ(Requests().back(), std::string("2C 07 00 05 02 ") + l_Case.m_Sent + " 03");
+        ExpectLogged(l_Case.m_Line);
+    }
+}
+
+TEST_F(ProbeLEDCommand, SetTurnsTheColourIntoPicmgsAndLeavesItWithTheCaller) {
+    OnSet({0x00, 0x00});
+    const std::pair<int32_t, uint8_t> l_Colors[] = {{0, 2}, {1, 6}, {2, 2},   {3, 3},       {4, 1},        {5, 4},
+                                                    {6, 5}, {7, 2}, {255, 2}, {LARGEST, 2}, {SMALLEST, 2}, {-1, 2}};
+    for (const auto& [l_Color, l_Code] : l_Colors) {
+        LED_STATE l_State = Setting(1, 0, l_Color);
+        EXPECT_EQ(m_Probe->SendSetPICMCLEDState(5, 0, &l_State), 0);
+        EXPECT_EQ(Fake().SentBytes().back().back(), l_Code) << l_Color;
+        EXPECT_EQ(l_State.m_Color, l_Code) << l_Color;
+    }
+}
+
+TEST_F(ProbeLEDCommand, SetTracesItsStepsInOrder) {
+    OnSet({0x00, 0x00});
+    Set(Setting(500, 300, 4));
+    EXPECT_THAT(
+        SetLines(),
+        ElementsAre(Trace("ENTITYCAPTURE :: SendSetPICMCLEDState a_FRUID=5, LEDID=2"),
+                    Trace("ENTITYCAPTURE :: SendSetPICMCLEDState (blinking) LEDID=2 offset3=0x1e offset4=0x32"),
+                    Trace("ENTITYCAPTURE :: SendSetPICMCLEDState(), message_data[0]=0,data[1]=5,[2]=2, [3]=0x1e, "
+                          "[4]=0x32, [5]=1\n"),
+                    Trace("ENTITYCAPTURE :: SendSetPICMCLEDState(), message.netfn=0x2c, message.cmd=0x7, "
+                          "message.data_len=0x6\n"),
+                    Trace("ENTITYCAPTURE :: SendSetPICMCLEDState - rc=0")));
+    ExpectInOrder({Trace("ENTITYCAPTURE :: s_ReceivedSetPICMCLEDState"),
+                   Trace("ENTITYCAPTURE :: ReceivedSetPICMCLEDState LEDID=2"),
+                   Trace("ENTITYCAPTURE :: ReceivedSetPICMCLEDState CC=0x0")});
+}
+
+TEST_F(ProbeLEDCommand, SetReturnsTheCompletionCode) {
+    for (const int l_Code : {0x00, 0x01, 0xC1, 0xC9, 0xD5, 0xFF}) {
+        OnSet({static_cast<uint8_t>(l_Code)});
+        EXPECT_EQ(Set(Setting(1, 0)), l_Code);
+        ExpectLogged(Trace("ENTITYCAPTURE :: ReceivedSetPICMCLEDState CC=0x%x", l_Code));
+        EXPECT_EQ(State(), 0) << "idle again";
+    }
+    OnSet({});
+    EXPECT_EQ(Set(Setting(1, 0)), 0xFF);
+}
+
+// ---- LEDs that are not there
+
+struct LED_PLACE {
+    int m_FRUID;
+    int m_LEDID;
+    int m_Count;
+};
+
+const LED_PLACE g_Missing[] = {{5, 4, 4}, {5, 5, 4},   {5, LARGEST, 4}, {5, -1, 4},       {5, SMALLEST, 4},
+                               {6, 0, 0}, {261, 0, 0}, {-1, 0, 0},      {SMALLEST, 0, 0}, {LARGEST, 0, 0}};
+
+TEST_F(ProbeLEDCommand, SetOfAnLedThatIsNotThereIsNotSent) {
+    for (const LED_PLACE& l_Place : g_Missing) {
+        m_Log.Clear();
+        EXPECT_EQ(Set(Setting(1, 0), l_Place.m_FRUID, l_Place.m_LEDID), -1);
+        EXPECT_THAT(m_Log.Lines(),
+                    ElementsAre(Trace("ENTITYCAPTURE :: SendSetPICMCLEDState a_FRUID=%i, LEDID=%i", l_Place.m_FRUID,
+                                      l_Place.m_LEDID),
+                                Trace("ENTITYCAPTURE :: SendSetPICMCLEDState ERROR LEDID=%i larger than max LED %i",
+                                      l_Place.m_LEDID, l_Place.m_Count)));
+    }
+    EXPECT_THAT(Requests(), IsEmpty());
+    EXPECT_EQ(State(), 0);
+}
+
+TEST_F(ProbeLEDCommand, GetOfAnLedThatIsNotThereIsNotSent) {
+    for (const LED_PLACE& l_Place : g_Missing) {
+        m_Log.Clear();
+        EXPECT_EQ(Get(l_Place.m_FRUID, l_Place.m_LEDID), -1);
+        EXPECT_THAT(m_Log.Lines(),
+                    ElementsAre(Trace("ENTITYCAPTURE :: SendGetPICMCLEDState FRUID=%i LEDID=%i State=0x%p",
+                                      l_Place.m_FRUID, l_Place.m_LEDID, static_cast<void*>(&m_State)),
+                                Trace("ENTITYCAPTURE :: SendGetPICMCLEDState ERROR LEDID=%i larger than max LED %i",
+                                      l_Place.m_LEDID, l_Place.m_Count)));
+    }
+    EXPECT_THAT(Requests(), IsEmpty());
+    EXPECT_EQ(State(), 0);
+}
+
+TEST_F(ProbeLEDCommand, WithoutAStateNothingIsSent) {
+    EXPECT_EQ(m_Probe->SendSetPICMCLEDState(5, 0, nullptr), -1);
+    EXPECT_EQ(m_Probe->SendGetPICMCLEDState(5, 0, nullptr), -1);
+    EXPECT_THAT(Requests(), IsEmpty());
+}
+
+// ---- Get FRU LED State
+
+TEST_F(ProbeLEDCommand, GetTracesItsStepsInOrder) {
+    OnGet(Hex("00 00 01 FF 00 03"));
+    EXPECT_EQ(Get(), 1);
+    EXPECT_THAT(Requests(), ElementsAre("2C 08 00 05 02"));
+    EXPECT_THAT(LinesOf({"ENTITYCAPTURE :: SendGetPICMCLEDState"}),
+                ElementsAre(Trace("ENTITYCAPTURE :: SendGetPICMCLEDState FRUID=5 LEDID=2 State=0x%p",
+                                  static_cast<void*>(&m_State)),
+                            Trace("ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=2 - Sending command"),
+                            Trace("ENTITYCAPTURE :: SendGetPICMCLEDState - rc=0"),
+                            Trace("ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=2 - Waiting Mutex"),
+                            Trace("ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=2 - Cleanup Mutex"),
+                            Trace("ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=2 - returning 1")));
+    ExpectLogged(Trace("ENTITYCAPTURE :: s_ReceivedGetPICMCLEDState"));
+}
+
+struct DECODED {
+    const char* m_Reply;
+    int m_LocalControl;
+    int m_OnTime;
+    int m_OffTime;
+    int m_Color;
+    int m_LampTest;
+    std::vector<const char*> m_Texts; ///< behind "… LEDID=2 - "
+};
+
+const DECODED g_Decoded[] = {
+    // local control
+    {"00 00 00 FF 00 03", 1, 1, 0, 3, 0, {"State=0x0", "local control section", "local control section LED On"}},
+    {"00 00 01 FF 00 01", 1, 1, 0, 4, 0, {"State=0x1", "local control section", "local control section LED On"}},
+    {"00 00 01 00 00 03", 1, 0, 1, 0, 0, {"State=0x1", "local control section", "local control section LED off"}},
+    {"00 00 00 32 1E 03",
+     1,
+     30,
+     50,
+     3,
+     0,
+     {"State=0x0", "local control section", "local control section LED Blinking"}},
+    // override
+    {"00 00 03 FF 00 03 FF 00 02", 0, 1, 0, 2, 0, {"State=0x3", "OVERRIDE", "Override section LED On"}},
+    {"00 00 02 FF 00 03 00 00 02", 0, 0, 1, 0, 0, {"State=0x2", "OVERRIDE", "Override section LED off"}},
+    {"00 00 03 FF 00 03 01 FA 04", 0, 250, 1, 5, 0, {"State=0x3", "OVERRIDE", "Override section LED Blinking"}},
+    {"00 00 03 FF 00 03 FE 00 04", 0, 0, 254, 5, 0, {"State=0x3", "OVERRIDE", "Override section LED Blinking"}},
+    // lamp test, over everything else
+    {"00 00 04 FF 00 03 FF 00 02 14", 0, 0, 0, 0, 20, {"State=0x4", "LAMPTEST"}},
+    {"00 00 07 FF 00 03 FF 00 02 00", 0, 0, 0, 0, 0, {"State=0x7", "LAMPTEST"}},
+    // other bits of the state byte do not count, nor bytes behind the section that holds
+    {"00 00 F9 FF 00 03 00 00 02 14 55",
+     1,
+     1,
+     0,
+     3,
+     0,
+     {"State=0x1", "local control section", "local control section LED On"}},
+    // colours
+    {"00 00 00 FF 00 00", 1, 1, 0, 0, 0, {"State=0x0", "local control section", "local control section LED On"}},
+    {"00 00 00 FF 00 02", 1, 1, 0, 2, 0, {"State=0x0", "local control section", "local control section LED On"}},
+    {"00 00 00 FF 00 04", 1, 1, 0, 5, 0, {"State=0x0", "local control section", "local control section LED On"}},
+    {"00 00 00 FF 00 05", 1, 1, 0, 6, 0, {"State=0x0", "local control section", "local control section LED On"}},
+    {"00 00 00 FF 00 06", 1, 1, 0, 1, 0, {"State=0x0", "local control section", "local control section LED On"}},
+    {"00 00 00 FF 00 07", 1, 1, 0, 1, 0, {"State=0x0", "local control section", "local control section LED On"}},
+    {"00 00 00 FF 00 FF", 1, 1, 0, 1, 0, {"State=0x0", "local control section", "local control section LED On"}},
+};
+
+TEST_F(ProbeLEDCommand, GetDecodesTheReply) {
+    for (const DECODED& l_Case : g_Decoded) {
+        OnGet(Hex(l_Case.m_Reply));
+        m_State = LED_STATE();
+        m_Log.Clear();
+        EXPECT_EQ(Get(), 1) << l_Case.m_Reply;
+        EXPECT_EQ(m_State.m_Valid, 1) << l_Case.m_Reply;
+        EXPECT_EQ(m_State.m_LocalControl, l_Case.m_LocalControl) << l_Case.m_Reply;
+        EXPECT_EQ(m_State.m_OnTime, l_Case.m_OnTime) << l_Case.m_Reply;
+        EXPECT_EQ(m_State.m_OffTime, l_Case.m_OffTime) << l_Case.m_Reply;
+        EXPECT_EQ(m_State.m_Color, l_Case.m_Color) << l_Case.m_Reply;
+        EXPECT_EQ(m_State.m_LampTestDuration, l_Case.m_LampTest) << l_Case.m_Reply;
+        std::vector<LOG_LINE> l_Expected = {Trace("ENTITYCAPTURE :: ReceivedPICMCLEDState LEDID=2")};
+        for (const char* l_Text : l_Case.m_Texts)
+            l_Expected.push_back(Trace("ENTITYCAPTURE :: ReceivedPICMCLEDState LEDID=2 - %s", l_Text));
+        EXPECT_EQ(DecodeLines(), l_Expected) << l_Case.m_Reply;
+        EXPECT_EQ(State(), 0) << "idle again";
+    }
+}
+
+TEST_F(ProbeLEDCommand, GetOfALampTestEndsWithTheNextState) {
+    OnGet(Hex("00 00 04 FF 00 03 FF 00 02 14"));
+    Get();
+    OnGet(Hex("00 00 01 FF 00 03"));
+    Get();
+    EXPECT_EQ(m_State.m_LampTestDuration, 0);
+}
+
+TEST_F(ProbeLEDCommand, RefusedGetGives0AndLeavesTheStateAlone) {
+    OnGet(Hex("00 00 00 32 1E 03"));
+    EXPECT_EQ(Get(), 1);
+    for (const int l_Code : {0x01, 0xC1, 0xC9, 0xFF}) {
+        OnGet({static_cast<uint8_t>(l_Code), 0x00, 0x01, 0xFF, 0x00, 0x02});
+        m_Log.Clear();
+        EXPECT_EQ(Get(), 0);
+        EXPECT_EQ(m_State.m_OffTime, 50);
+        ExpectLogged(Trace("ENTITYCAPTURE :: ReceivedGetPICMCLEDState CC=0x%x", l_Code));
+        EXPECT_THAT(DecodeLines(), ElementsAre(Trace("ENTITYCAPTURE :: ReceivedPICMCLEDState LEDID=2")));
+        EXPECT_EQ(State(), 0);
+    }
+}
+
+TEST_F(ProbeLEDCommand, GetWithAReplyTooShortForItsSectionGives0AndReleasesTheCaller) {
+    OnGet(Hex("00 00 00 32 1E 03"));
+    EXPECT_EQ(Get(), 1);
+    for (const char* l_Reply :
+         {"", "00", "00 00", "00 00 00", "00 00 01 FF", "00 00 01 FF 00", "00 00 02 FF 00 03",
+          "00 00 03 FF 00 03 FF 00", "00 00 04", "00 00 04 FF 00 03", "00 00 07 FF 00 03 FF 00 02"}) {
+        OnGet(Hex(l_Reply));
+        EXPECT_EQ(Get(), 0) << l_Reply;
+        EXPECT_EQ(m_State.m_OffTime, 50) << l_Reply;
+        EXPECT_EQ(m_State.m_OnTime, 30) << l_Reply;
+        EXPECT_EQ(State(), 0) << l_Reply;
+    }
+}
+
+#ifndef NDEBUG
+TEST_F(ProbeLEDCommand, InACallbackOfOpenIpmiItIsRefusedByADebugBuild) {
+    EXPECT_DEATH((CALLBACK_SCOPE(), Get()), "InCallback");
+    EXPECT_DEATH((CALLBACK_SCOPE(), Set(LED_STATE())), "InCallback");
+}
+#else
+TEST_F(ProbeLEDCommand, InACallbackOfOpenIpmiItIsRefused) {
+    const CALLBACK_SCOPE l_Callback;
+    EXPECT_EQ(Get(), -1);
+    EXPECT_EQ(Set(Setting(1, 0)), -1);
+    EXPECT_EQ(Fake().SentCount(), 0U);
+}
+#endif
+
+/// A host's logger that needs the model and the probe's maps for itself at every line: it hangs where one is locked.
+class LOCKING_LOG : public CBaseOsLog {
+public:
+    explicit LOCKING_LOG(OSAL::OSALMutex& a_Maps) : m_Maps(a_Maps) {}
+    virtual ~LOCKING_LOG() = default;
+
+    void Log(int, const char*, const char*) override {
+        {
+            const MODEL_WRITER l_Model(g_EntityMapLock);
+            ++m_Lines;
+        }
+        m_Maps.Lock();
+        m_Maps.Unlock();
+    }
+
+    int m_Lines = 0; ///< counted under the model's lock
+
+private:
+    OSAL::OSALMutex& m_Maps;
+};
+
+TEST_F(ProbeLEDCommand, HoldsNeitherModelNorMapsWhileTheHostLogs) {
+    OnGet(Hex("00 00 01 FF 00 03"));
+    OnSet({0x00, 0x00});
+    LOCKING_LOG l_Log(ACCESS::MapMutex(*m_Probe));
+    g_Logger2 = &l_Log;
+    EXPECT_EQ(Get(), 1);
+    EXPECT_EQ(Set(Setting(1, 1)), 0);
+    EXPECT_EQ(Get(5, 4), -1);
+    EXPECT_EQ(Set(Setting(1, 1), 9), -1);
+    m_Probe->SendFRUControl(5, 0);
+    Fake().WaitUntilIdle();
+    g_Logger2 = &m_Log;
+    EXPECT_GT(l_Log.m_Lines, 20);
+}
+
+TEST_F(ProbeLEDCommand, HoldsNeitherModelNorMapsDuringTheInventory) {
+    ENTITYCAPTURE l_Probe(Fake().Domain(), nullptr, &m_Log); // without a domain thread, which has lines of its own
+    LOCKING_LOG l_Log(ACCESS::MapMutex(l_Probe));
+    ScriptController({{0, 0, 3, {2, 4}, AreaOf(64, "board")}, {7, 1, 1, {2}, AreaOf(64, "AMC")}});
+    g_Logger2 = &l_Log;
+    l_Probe.StartCapture();
+    Fake().WaitUntilIdle();
+    g_Logger2 = &m_Log;
+    EXPECT_EQ(g_EntityMap.size(), 2U);
+    EXPECT_GT(l_Log.m_Lines, 100);
+}
+
+/// A host's logger that gives LED commands itself, out of every line of one.
+class COMMANDING_LOG : public CBaseOsLog {
+public:
+    explicit COMMANDING_LOG(std::function<void()> a_Commands) : m_Commands(std::move(a_Commands)) {}
+    virtual ~COMMANDING_LOG() = default;
+
+    void Log(int, const char*, const char* a_Text) override {
+        const bool l_InTurn = std::string_view(a_Text).starts_with(m_From);
+        if (std::exchange(m_bInside, true)) return;
+        if (l_InTurn) m_Commands();
+        m_bInside = false;
+    }
+
+    std::string m_From;
+
+private:
+    std::function<void()> m_Commands;
+    inline static thread_local bool m_bInside = false; ///< the replies' thread logs, too
+};
+
+TEST_F(ProbeLEDCommand, OutOfALineOfAnotherOneItIsRefusedAndTheOtherOneGoesOn) {
+    OnGet(Hex("00 00 01 FF 00 03"));
+    OnSet({0x00, 0x00});
+    std::vector<int> l_Inner;
+    COMMANDING_LOG l_Log([&] {
+        LED_STATE l_State = Setting(1, 0);
+        l_Inner.push_back(m_Probe->SendGetPICMCLEDState(5, 1, &l_State));
+        l_Inner.push_back(m_Probe->SendSetPICMCLEDState(5, 1, &l_State));
+    });
+    g_Logger2 = &l_Log;
+    for (const char* l_Line :
+         {"ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=2 - Sending command",
+          "ENTITYCAPTURE :: SendGetPICMCLEDState - rc", "ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=2 - Cleanup Mutex",
+          "ENTITYCAPTURE :: SendGetPICMCLEDState LEDID=2 - returning"}) {
+        l_Log.m_From = l_Line;
+        l_Inner.clear();
+        EXPECT_EQ(Get(), 1) << l_Line;
+        EXPECT_THAT(l_Inner, ElementsAre(-1, -1)) << l_Line;
+    }
+    l_Log.m_From = "ENTITYCAPTURE :: SendSetPICMCLEDState - rc";
+    l_Inner.clear();
+    EXPECT_EQ(Set(Setting(1, 0)), 0);
+    EXPECT_THAT(l_Inner, ElementsAre(-1, -1));
+    g_Logger2 = &m_Log;
+    EXPECT_EQ(Get(5, 1), 1) << "when its turn comes";
+}
+
+// ---- replies by hand: while a host thread waits, and while none does
+
+class ProbeLEDReply : public PROBE_TEST {
+protected:
+    ProbeLEDReply() { GiveEntity(5, 4); }
+    ~ProbeLEDReply() override {
+        if (m_Host.joinable()) m_Host.join();
+    }
+
+    void StartGet() {
+        m_Host = std::thread([this] { m_Result = m_Probe->SendGetPICMCLEDState(5, 2, &m_State); });
+        WaitUntilSent(1);
+    }
+    void StartSet() {
+        m_State = Setting(1, 0);
+        m_Host = std::thread([this] { m_Result = m_Probe->SendSetPICMCLEDState(5, 2, &m_State); });
+        WaitUntilSent(1);
+    }
+    static void WaitUntilSent(std::size_t a_Count) {
+        while (Fake().SentCount() < a_Count)
+            std::this_thread::yield();
+    }
+    int Result() {
+        m_Host.join();
+        return m_Result;
+    }
+    void Deliver(ipmi_addr_response_handler_t a_Trampoline, const char* a_Reply) {
+        SENT_REQUEST l_Request;
+        l_Request.m_Trampoline = a_Trampoline;
+        l_Request.m_Data1 = m_Probe.get();
+        Fake().Deliver(l_Request, Hex(a_Reply));
+    }
+
+    LED_STATE m_State;
+    int m_Result = -2;
+    std::thread m_Host;
+};
+
+TEST_F(ProbeLEDReply, OfAnotherRequestLeavesTheCallerWaiting) {
+    StartGet();
+    EXPECT_EQ(State(), 12);
+    Deliver(ENTITYCAPTURE::s_ReceivedSetPICMCLEDState, "C1");
+    Deliver(ENTITYCAPTURE::s_ReceivedPICMCLEDProps, "00 00 0F 00");
+    Deliver(ENTITYCAPTURE::s_ReceivedFRUControl, "00 00");
+    ExpectLogged(Trace("ENTITYCAPTURE :: ReceivedSetPICMCLEDState -- incorrect State\n"));
+    EXPECT_EQ(State(), 12);
+    Fake().DeliverReply(Hex("00 00 01 FF 00 03"));
+    EXPECT_EQ(Result(), 1);
+    EXPECT_EQ(m_State.m_Color, 3);
+}
+
+TEST_F(ProbeLEDReply, OfAFruControlSentMeanwhileIsTakenAndLeavesTheCallerWaiting) {
+    StartSet();
+    EXPECT_EQ(State(), 13);
+    m_Probe->SendFRUControl(5, 0);
+    EXPECT_EQ(State(), 13);
+    Deliver(ENTITYCAPTURE::s_ReceivedFRUControl, "C1");
+    ExpectLogged(Trace("ENTITYCAPTURE :: ReceivedFRUControl CC=0xc1"));
+    EXPECT_EQ(State(), 13);
+    Fake().DeliverReply(Hex("00 00"));
+    EXPECT_EQ(Result(), 0);
+    EXPECT_EQ(State(), 0);
+}
+
+TEST_F(ProbeLEDReply, AFruControlBeforeDoesNotDisturbTheCommand) {
+    m_Probe->SendFRUControl(5, 0);
+    EXPECT_EQ(State(), 14);
+    m_Host = std::thread([this] { m_Result = m_Probe->SendGetPICMCLEDState(5, 2, &m_State); });
+    WaitUntilSent(2);
+    Fake().DeliverReply(Hex("00 00"));
+    Fake().DeliverReply(Hex("00 00 01 FF 00 03"));
+    EXPECT_EQ(Result(), 1);
+}
+
+TEST_F(ProbeLEDReply, TheSecondOneChangesNothing) {
+    StartGet();
+    const SENT_REQUEST l_Request = Fake().Sent().back();
+    Fake().DeliverReply(Hex("00 00 01 FF 00 03"));
+    EXPECT_EQ(Result(), 1);
+    m_State.m_Color = 77;
+    Fake().Deliver(l_Request, Hex("00 00 01 FF 00 02"));
+    EXPECT_EQ(m_State.m_Color, 77);
+    ExpectLogged(Trace("ENTITYCAPTURE :: ReceivedGetPICMCLEDState -- incorrect State\n"));
+    m_Host = std::thread([this] { m_Result = m_Probe->SendSetPICMCLEDState(5, 2, &m_State); });
+    WaitUntilSent(2);
+    Fake().Deliver(l_Request, Hex("00 00 01 FF 00 02"));
+    EXPECT_EQ(State(), 13) << "and does not release the next command";
+    Fake().DeliverReply(Hex("D5"));
+    EXPECT_EQ(Result(), 0xD5);
+}
+
+TEST_F(ProbeLEDReply, WhileNoneIsWaitedForChangesNothing) {
+    Deliver(ENTITYCAPTURE::s_ReceivedGetPICMCLEDState, "00 00 01 FF 00 03");
+    Deliver(ENTITYCAPTURE::s_ReceivedSetPICMCLEDState, "00 00");
+    ExpectInOrder({Trace("ENTITYCAPTURE :: ReceivedGetPICMCLEDState -- incorrect State\n"),
+                   Trace("ENTITYCAPTURE :: ReceivedSetPICMCLEDState -- incorrect State\n")});
+    EXPECT_EQ(State(), 0);
+    StartGet(); // it would come back at once if the reply had been kept
+    EXPECT_EQ(State(), 12);
+    Fake().DeliverReply(Hex("C1"));
+    EXPECT_EQ(Result(), 0);
+}
+
+// ---- an exception out of the middle of a command
+
+class ProbeLEDException : public ProbeLEDReply {
+protected:
+    /// One command on its host thread, with a state that is gone when it has ended; what it threw is dropped.
+    void Start(bool a_bSet) {
+        m_Host = std::thread([this, a_bSet] {
+            const auto l_State = std::make_unique<LED_STATE>(Setting(1, 0));
+            try {
+                m_Result = a_bSet ? m_Probe->SendSetPICMCLEDState(5, 2, l_State.get())
+                                  : m_Probe->SendGetPICMCLEDState(5, 2, l_State.get());
+            } catch (const std::runtime_error&) {
+                m_bThrown = true;
+            }
+        });
+    }
+    void ExpectTheNextCommandsWork() {
+        g_Logger2 = &m_Log;
+        const std::size_t l_Sent = Fake().SentCount();
+        m_Host = std::thread([this] { m_Result = m_Probe->SendGetPICMCLEDState(5, 1, &m_State); });
+        WaitUntilSent(l_Sent + 1);
+        Fake().DeliverReply(Hex("00 00 01 FF 00 03"));
+        EXPECT_EQ(Result(), 1);
+        EXPECT_EQ(m_State.m_Color, 3);
+    }
+
+    bool m_bThrown = false; ///< once joined
+};
+
+// Before the reply is there, its handler may still write into the caller's state: the exception waits for it.
+TEST_F(ProbeLEDException, AfterSendingLeavesNoStateThatIsGone) {
+    for (const bool l_bSet : {false, true}) {
+        THROWING_LOG l_Log(l_bSet ? "ENTITYCAPTURE :: SendSetPICMCLEDState - rc"
+                                  : "ENTITYCAPTURE :: SendGetPICMCLEDState - rc");
+        SetUpAgain();
+        GiveEntity(5, 4);
+        g_Logger2 = &l_Log;
+        Start(l_bSet);
+        WaitUntilSent(1);
+        Fake().DeliverReply(Hex("00 00 01 FF 00 03"));
+        m_Host.join();
+        EXPECT_EQ(ACCESS::LEDCommandState(*m_Probe), nullptr);
+        EXPECT_EQ(State(), 0);
+        ExpectTheNextCommandsWork();
+    }
+}
+
+TEST_F(ProbeLEDException, OutOfSendingLeavesNothingOutstanding) {
+    for (const bool l_bSet : {false, true}) {
+        SetUpAgain();
+        GiveEntity(5, 4);
+        Fake().OnRequest(
+            {0x2C}, [](const SENT_REQUEST&) -> std::optional<BYTES> { throw std::runtime_error("not sent"); }, 1);
+        Start(l_bSet);
+        m_Host.join();
+        EXPECT_TRUE(m_bThrown);
+        EXPECT_EQ(ACCESS::LEDCommandState(*m_Probe), nullptr);
+        EXPECT_EQ(State(), 0);
+        ExpectTheNextCommandsWork();
+    }
+}
+
+} // namespace
