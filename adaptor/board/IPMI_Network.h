@@ -1,7 +1,7 @@
 // What the kernel says of this machine's network interfaces. An interface without an IPv4 address is none here.
 #pragma once
 
-#include "adaptor/dsp/IPMI_MAC.h"
+#include "adaptor/board/IPMI_MAC.h"
 
 #include <optional>
 #include <string>

@@ -2,8 +2,8 @@
 #include "adaptor/dsp/IPMI_DSPs.h"
 
 #include "adaptor/IPMI_Adaptor.h"
+#include "adaptor/board/IPMI_MAC.h"
 #include "adaptor/board/IPMI_Network.h"
-#include "adaptor/dsp/IPMI_MAC.h"
 #include "common/veldo_common_guard.h"
 #include "common/veldo_common_rows.h"
 #include "common/veldo_common_storage.h"

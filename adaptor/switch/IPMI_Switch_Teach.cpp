@@ -1,6 +1,6 @@
 // Teaching the switch: the MAC addresses of the DSPs and of both CPUs go into its forwarding table.
+#include "adaptor/board/IPMI_MAC.h"
 #include "adaptor/dsp/IPMI_DSPs.h"
-#include "adaptor/dsp/IPMI_MAC.h"
 #include "bm/BoardDriver.h"
 #include "common/veldo_common_guard.h"
 

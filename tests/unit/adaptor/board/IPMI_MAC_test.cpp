@@ -1,5 +1,5 @@
 // Ethernet addresses: their text, the counting, and the addresses of DSPs and CPUs that are counted from one base.
-#include "adaptor/dsp/IPMI_MAC.h"
+#include "adaptor/board/IPMI_MAC.h"
 
 #include "adaptor/BoardTest.h"
 

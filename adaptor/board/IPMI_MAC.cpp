@@ -1,5 +1,5 @@
 // Ethernet addresses: as text, as bytes, and counted on from one another.
-#include "adaptor/dsp/IPMI_MAC.h"
+#include "adaptor/board/IPMI_MAC.h"
 
 #include "common/veldo_common_text.h"
 
