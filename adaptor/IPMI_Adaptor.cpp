@@ -3,10 +3,10 @@
 
 #include "adaptor/IPMI_FirmwareUpdate.h"
 #include "adaptor/IPMI_MonitorThread.h"
+#include "adaptor/board/IPMI_Board.h"
 #include "common/veldo_common_trace.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <new>
 
 void* CreateAdaptor() {
@@ -20,12 +20,9 @@ void DestroyAdaptor(void* a_Adaptor) {
 
 namespace BM_ADAPTOR {
 
-std::string InstallDir() {
-    const char* l_Directory = getenv("TARSK_KORVEL_DIR");
-    return l_Directory != nullptr ? l_Directory : "/usr/korvel"; // set to nothing is set
-}
+IPMIAdaptor::IPMIAdaptor() : IPMIAdaptor(TheBoard()) {}
 
-IPMIAdaptor::IPMIAdaptor() : m_InstallDir(InstallDir()) {
+IPMIAdaptor::IPMIAdaptor(BOARD& a_Board) : m_Board(a_Board), m_InstallDir(InstallDir(a_Board)) {
     puts("IPMIAdaptor::IPMIAdaptor");
     g_ComponentName = IPMI_ADAPTOR_COMPONENT;
 }

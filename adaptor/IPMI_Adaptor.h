@@ -1,6 +1,7 @@
 // The adaptor object: lifecycle, dispatch of parameter groups, and the table handlers that answer them.
 #pragma once
 
+#include "adaptor/IPMI_Adaptor_Frame.h"
 #include "adaptor/dsp/IPMI_DSPs.h"
 #include "bm/BaseAdaptor.h"
 #include "bm/OSAL.h"
@@ -50,17 +51,14 @@ class UPGRADETHREAD;
 /// The DSPs in the order of their numbers, from 1.
 using DSP_TABLE = std::vector<IPMI_DSP_Info_S>;
 
-/// Root of the board's tools and files: the environment variable TARSK_KORVEL_DIR, or its default.
-std::string InstallDir();
-
 /// By port number.
 using SWITCH_PORTS = std::map<int, std::shared_ptr<IPMI_SWITCHPORT>>;
 
-enum ADAPTOR_STATE_e : int32_t { ADAPTOR_CREATED = 0, ADAPTOR_INITIALISING = 1, ADAPTOR_STARTED = 2 };
-
 class IPMIAdaptor : public CBaseAdaptor {
 public:
+    /// On the board that the process runs on, or on another one, which must outlive the adaptor and its threads.
     IPMIAdaptor();
+    explicit IPMIAdaptor(BOARD& a_Board);
     IPMIAdaptor(const IPMIAdaptor&) = delete;
     IPMIAdaptor& operator=(const IPMIAdaptor&) = delete;
 
@@ -154,11 +152,14 @@ public:
     /// The addresses of both CPUs, which are the two before the smallest of a DSP; zeros when that is no address.
     static void CalculateCPUMacAddr(const std::string& a_SmallestMac, MAC_ADDRESS& a_CPU1, MAC_ADDRESS& a_CPU2);
 
+    BOARD& GetBoard() const { return m_Board; }
     /// The host's as the last Init got it, null before the first one.
     QUB_STORAGE::CDataStorage* GetStorage() const { return m_Storage; }
 
 private:
     friend struct ::IPMI_TEST_ACCESS;
+
+    ADAPTOR_FRAME mFrame() const { return {m_Board, m_State, m_Logger, m_Storage}; }
 
     bool mTouchesBoard() const;
     int mRegister();
@@ -219,6 +220,7 @@ private:
     void mKeepUpgrade(std::unique_ptr<UPGRADETHREAD> a_Thread, uint32_t a_Number);
     void mSendUpgradeEventTo(IBMAdaptorMgr* a_Manager);
 
+    BOARD& m_Board;
     std::atomic<int32_t> m_State = ADAPTOR_CREATED;
     // Reserved values of the object's layout; nothing reads them.
     int32_t m_ReservedCounter = 0;

@@ -33,8 +33,8 @@ void LogAlways(CBaseOsLog* a_Logger, const char* a_Text) {
 
 // Whoever destroys the adaptor frees its memory and nothing else, so this one outlives it when it is still there: by
 // name, leak checkers can tell it from a leak.
-__attribute__((noinline)) IPMI_MonitorThread* NewMonitor() {
-    return new IPMI_MonitorThread;
+__attribute__((noinline)) IPMI_MonitorThread* NewMonitor(BOARD& a_Board) {
+    return new IPMI_MonitorThread(a_Board);
 }
 
 // The start-up of the domain thread. The lock is held for a look only: whoever starts the thread and waits for the
@@ -81,7 +81,7 @@ int IPMIAdaptor::Init(IBMAdaptorMgr* a_Manager) {
         mSendUpgradeEventTo(a_Manager);
         const bool l_bTouchesBoard = mTouchesBoard();
         mForgetBoard(); // of an earlier Init
-        if (l_bTouchesBoard) mTakeMonitor(NewMonitor());
+        if (l_bTouchesBoard) mTakeMonitor(NewMonitor(m_Board));
         const int l_Registered = mRegister();
 
         CBaseOsLog* const l_Logger = a_Manager != nullptr ? a_Manager->GetLogger() : nullptr;
@@ -150,7 +150,7 @@ bool IPMIAdaptor::mStartDomainThread() {
 
 // The steps that touch the board. What the driver file, the RTM and the first opening gave has never been looked at.
 int IPMIAdaptor::mInitBoard() {
-    mTakeMonitor(NewMonitor()); // in place of the one made before
+    mTakeMonitor(NewMonitor(m_Board)); // in place of the one made before
     WriteProcFile();
     m_State = ADAPTOR_STARTED;
     const int l_Result = mInitDSPInfo();

@@ -16,6 +16,7 @@ struct qMsg;
 
 namespace BM_ADAPTOR {
 
+class BOARD;
 struct IPMI_DSP_Info_S;
 
 /// Checks every 5 seconds until a check fails or the monitor is stopped. The checks run on the monitor's own thread.
@@ -24,6 +25,8 @@ struct IPMI_DSP_Info_S;
 class IPMI_MonitorThread : public OSAL::OSALThread, public OSAL::OSALMonitor {
 public:
     IPMI_MonitorThread();
+    /// On another board than the process's own; it must outlive the monitor.
+    explicit IPMI_MonitorThread(BOARD& a_Board);
     /// Waits for the thread's end, however long the host keeps it.
     ~IPMI_MonitorThread() override;
 
@@ -82,6 +85,7 @@ private:
     int mRunDiagnostic(bool a_bVerbose);
     std::string mDiagnostic(bool a_bVerbose) const;
 
+    BOARD& m_Board;
     std::atomic<int> m_LastErr = MONITOR_LIVE;
     std::atomic<int> m_bStop = 0;
     // Of whoever has claimed the monitor: a StartMonitor, then the thread it started, then whoever joins that.

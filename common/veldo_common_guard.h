@@ -1,7 +1,6 @@
 // The plug-in's boundary: no exception passes from an operation to the host.
 #pragma once
 
-#include "adaptor/IPMI_Adaptor.h"
 #include "bm/Log.h"
 #include "common/veldo_common_protocol.h"
 

@@ -1,8 +1,8 @@
 // Transactions of the host's storage, begun and ended by scope.
 #pragma once
 
-#include "adaptor/IPMI_Adaptor.h"
 #include "bm/DataStorage.h"
+#include "common/veldo_common_protocol.h"
 
 namespace BM_ADAPTOR {
 

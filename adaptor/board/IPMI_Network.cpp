@@ -1,6 +1,8 @@
 // What the kernel says of this machine's network interfaces, asked by ioctl on a datagram socket.
 #include "adaptor/board/IPMI_Network.h"
 
+#include "common/veldo_common_descriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -11,7 +13,6 @@
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace BM_ADAPTOR {
 
@@ -19,27 +20,17 @@ namespace {
 
 constexpr std::size_t LIST_SIZE = 8192;
 
-class SOCKET {
+class SOCKET : public DESCRIPTOR {
 public:
-    SOCKET() : m_Descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
-    SOCKET(const SOCKET&) = delete;
-    SOCKET& operator=(const SOCKET&) = delete;
-    ~SOCKET() {
-        if (IsOpen()) close(m_Descriptor);
-    }
-
-    bool IsOpen() const { return m_Descriptor >= 0; }
+    SOCKET() : DESCRIPTOR(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
 
     template <typename ARGUMENT>
     bool Ask(unsigned long a_Request, ARGUMENT& a_Argument) const {
-        return ioctl(m_Descriptor, a_Request, &a_Argument) == 0;
+        return ioctl(Get(), a_Request, &a_Argument) == 0;
     }
-
-private:
-    int m_Descriptor;
 };
 
-// A name that fills its field has no NUL behind it.
+// A name that fills its field has no NUL after it.
 std::string_view NameIn(const ifreq& a_Entry) {
     return {a_Entry.ifr_name, strnlen(a_Entry.ifr_name, sizeof(a_Entry.ifr_name))};
 }

@@ -1,4 +1,4 @@
-// What the kernel says of this machine's network interfaces. An interface without an IPv4 address is none here.
+// What the kernel says of this machine's network interfaces. An interface without an IPv4 address counts as none.
 #pragma once
 
 #include "adaptor/board/IPMI_MAC.h"
@@ -7,9 +7,6 @@
 #include <string>
 
 namespace BM_ADAPTOR {
-
-/// The host's interface to the DSPs.
-inline constexpr const char* HOST_INTERFACE = "eth6";
 
 /// The Ethernet address of an interface; nothing when there is no such interface, or it has no IPv4 address.
 std::optional<MAC_ADDRESS> HardwareAddressOf(const std::string& a_Interface);

@@ -2,6 +2,7 @@
 #include "adaptor/dsp/IPMI_DSPs.h"
 
 #include "adaptor/IPMI_Adaptor.h"
+#include "adaptor/board/IPMI_Board.h"
 #include "adaptor/board/IPMI_MAC.h"
 #include "adaptor/board/IPMI_Network.h"
 #include "common/veldo_common_guard.h"

@@ -1,7 +1,7 @@
 // The health monitor's life: its start, its loop, and how it is stopped.
 #include "adaptor/IPMI_MonitorThread.h"
 
-#include "adaptor/IPMI_Adaptor.h"
+#include "adaptor/board/IPMI_Board.h"
 #include "adaptor/dsp/IPMI_DSPs.h"
 #include "adaptor/monitor/IPMI_MonitorThread_Wait.h"
 #include "bm/Log.h"
@@ -23,7 +23,9 @@ thread_local const IPMI_MonitorThread* g_RunningMonitor = nullptr;
 
 } // namespace
 
-IPMI_MonitorThread::IPMI_MonitorThread() : m_InstallDir(InstallDir()) {}
+IPMI_MonitorThread::IPMI_MonitorThread() : IPMI_MonitorThread(TheBoard()) {}
+
+IPMI_MonitorThread::IPMI_MonitorThread(BOARD& a_Board) : m_Board(a_Board), m_InstallDir(InstallDir(a_Board)) {}
 
 IPMI_MonitorThread::~IPMI_MonitorThread() {
     mStop(true); // the thread must not outlive what it reads

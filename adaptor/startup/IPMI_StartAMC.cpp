@@ -2,6 +2,7 @@
 // board driver's tools.
 #include "adaptor/IPMI_Adaptor.h"
 
+#include "adaptor/board/IPMI_Board.h"
 #include "adaptor/board/IPMI_Network.h"
 #include "adaptor/dsp/IPMI_DSPs.h"
 #include "common/veldo_common_exit.h"

@@ -8,6 +8,7 @@
 #include "ipmi/IPMI_FRUParse.h"
 #include "ipmi/model/IPMI_Model.h"
 
+#include "fake/FakeBoard.h"
 #include "fake/FakeManager.h"
 #include "fake/FakeOpenIPMI.h"
 #include "fake/RecordingLog.h"
@@ -72,6 +73,7 @@ protected:
     RECORDING_LOG m_Log;
     LOG_LEVEL_GUARD m_TracesOn;
     FAKE_MANAGER m_Manager;
+    FAKE_BOARD m_Board;
 };
 
 /// An adaptor as Init leaves it, without the domain thread.
@@ -85,7 +87,7 @@ protected:
     /// GetParamTable: the table's rows; nothing when there is no table.
     std::optional<std::vector<TEXTS>> Table(BMIGroup_e a_Group, int a_Result = 1);
 
-    IPMIAdaptor m_Adaptor;
+    IPMIAdaptor m_Adaptor{m_Board};
     CBMIParams m_Row;
 };
 

@@ -271,7 +271,7 @@ TEST_F(Dispatch, NullKeysAndValuesAreSurvivedByEveryGroup) {
 }
 
 TEST_F(Dispatch, EverythingIsAnsweredBeforeInit) {
-    IPMIAdaptor l_Adaptor;
+    IPMIAdaptor l_Adaptor(m_Board);
     for (const unsigned l_Group : {0x100U, 0x200U, 0x300U, 0x400U, 0x30000U, 0x30100U, 0x30200U, 0x30300U}) {
         CBMIParams* l_Row = nullptr;
         CBMITable* l_Table = nullptr;

@@ -189,7 +189,7 @@ TEST_F(AdaptorInit, FindsTheDomainThreadOfAnEarlierOneAndStartsNoSecondOne) {
     EXPECT_EQ(Init(2), 1);
     EXPECT_THAT(Lines(),
                 ElementsAre(Always("WITHIN INIT-2"), Always("Hooking up OS Handler"), Always("Startup Mutex fired")));
-    IPMIAdaptor l_Second;
+    IPMIAdaptor l_Second(m_Board);
     EXPECT_EQ(l_Second.Init(&m_Host), 1);
     EXPECT_THAT(Fake().Setup().m_Calls, ElementsAre("ipmi_posix_thread_setup_os_handler"));
 }
@@ -512,7 +512,7 @@ TEST_F(AdaptorInit, SecondOneOnAnotherThreadWaitsForTheModelOfTheFirst) {
     m_Host.m_Mode = 2;
     std::thread l_First([&] { EXPECT_EQ(m_Adaptor.Init(&m_Host), 1); });
     l_Asked.wait();
-    IPMIAdaptor l_Other;
+    IPMIAdaptor l_Other(m_Board);
     std::atomic<bool> l_bBack = false;
     std::thread l_Second([&] {
         EXPECT_EQ(l_Other.Init(&m_Host), 1);
@@ -532,7 +532,7 @@ TEST_F(AdaptorInit, OutOfALineOfItsStartupAnotherThreadsIsWaitedFor) {
     WithoutOpenIPMI();
     ACTING_LOG l_Log;
     m_Host.m_Logger = &l_Log;
-    IPMIAdaptor l_Other;
+    IPMIAdaptor l_Other(m_Board);
     int l_Result = -1;
     bool l_bDone = false;
     l_Log.m_OnLine = [&](const std::string& a_Text) {

@@ -33,8 +33,8 @@ protected:
         FakeQueue().Reset();
         FakeQueue().m_Answers[Q_MSG_BOARD_STATUS] = BoardStatus(1, 4);
         FakeWait().Reset();
-        setenv("TARSK_KORVEL_DIR", "/k", 1);
-        Access::Monitor(m_Adaptor) = new IPMI_MonitorThread; // the adaptor's
+        m_Board.m_Environment["TARSK_KORVEL_DIR"] = "/k";
+        Access::Monitor(m_Adaptor) = new IPMI_MonitorThread(m_Board); // the adaptor's
     }
     ~StartedMonitor() override {
         Monitor().StopMonitor();

@@ -53,11 +53,11 @@ TEST_F(Construction, GivesTheReservedMembersTheirValues) {
 }
 
 TEST_F(Construction, TakesTheInstallDirectoryFromTheEnvironment) {
-    IPMIAdaptor l_Default;
+    IPMIAdaptor l_Default(m_Board);
     EXPECT_EQ(Access::InstallDir(l_Default), "/usr/korvel");
     for (const char* l_Directory : {"/opt/blade", ""}) { // empty is set
-        setenv("TARSK_KORVEL_DIR", l_Directory, 1);
-        IPMIAdaptor l_Adaptor;
+        m_Board.m_Environment["TARSK_KORVEL_DIR"] = l_Directory;
+        IPMIAdaptor l_Adaptor(m_Board);
         EXPECT_EQ(Access::InstallDir(l_Adaptor), l_Directory);
     }
 }

@@ -65,7 +65,7 @@ protected:
     FAKE_STORAGE m_Storage;
     LIFECYCLE_MANAGER m_Host;
     std::vector<std::unique_ptr<IPMI_MonitorThread>> m_Retired{}; ///< the monitors that Init replaced by a second one
-    IPMIAdaptor m_Adaptor;
+    IPMIAdaptor m_Adaptor{m_Board};
 
 private:
     static void RetireDomainThread();

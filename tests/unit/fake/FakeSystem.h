@@ -1,6 +1,8 @@
 // The system() of the test program: keeps the command lines, and runs them or answers as told.
 #pragma once
 
+#include "fake/FakeBoard.h"
+
 #include <deque>
 #include <functional>
 #include <string>
@@ -18,12 +20,3 @@ public:
 };
 
 FAKE_SYSTEM& FakeSystem();
-
-/// What system() gives for a tool that exits with this status.
-constexpr int Exited(int a_Status) {
-    return a_Status << 8;
-}
-/// What it gives for a tool that a signal ended.
-constexpr int Killed(int a_Signal) {
-    return a_Signal;
-}

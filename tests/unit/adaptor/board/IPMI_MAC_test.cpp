@@ -34,16 +34,16 @@ TEST(MacAddress, CountingLosesTheCarryOutOfTheLastFourBytes) {
     EXPECT_EQ(l_Base.Plus(0U - 1U).Text(), "02:01:FF:FF:FF:FE");
 }
 
-struct DSP_MACS {
+struct COUNTED_MACS {
     const char* m_Base;
     TEXTS m_Macs;
 };
 
-void PrintTo(const DSP_MACS& a_Case, std::ostream* a_Stream) {
+void PrintTo(const COUNTED_MACS& a_Case, std::ostream* a_Stream) {
     *a_Stream << a_Case.m_Base;
 }
 
-class DspMacs : public testing::TestWithParam<DSP_MACS> {};
+class DspMacs : public testing::TestWithParam<COUNTED_MACS> {};
 
 TEST_P(DspMacs, AreCountedOnFromTheBaseByTwo) {
     TEXTS l_Macs(GetParam().m_Macs.size());
@@ -53,11 +53,11 @@ TEST_P(DspMacs, AreCountedOnFromTheBaseByTwo) {
 
 INSTANTIATE_TEST_SUITE_P(
     Bases, DspMacs,
-    testing::Values(DSP_MACS{"00:11:22:33:44:fe", {"00:11:22:33:45:00", "00:11:22:33:45:01", "00:11:22:33:45:02"}},
-                    DSP_MACS{"ab:cd:ef:00:00:00", {"AB:CD:EF:00:00:02", "AB:CD:EF:00:00:03"}},
-                    DSP_MACS{"AB:CD:00:ff:ff:fe", {"AB:CD:01:00:00:00"}},
-                    DSP_MACS{"02:01:ff:ff:ff:fd", {"02:01:FF:FF:FF:FF", "02:01:00:00:00:00", "02:01:00:00:00:01"}},
-                    DSP_MACS{"02:01:ff:ff:ff:fe", {"02:01:00:00:00:00"}}, DSP_MACS{"02:01:00:00:00:00", {}}));
+    testing::Values(COUNTED_MACS{"00:11:22:33:44:fe", {"00:11:22:33:45:00", "00:11:22:33:45:01", "00:11:22:33:45:02"}},
+                    COUNTED_MACS{"ab:cd:ef:00:00:00", {"AB:CD:EF:00:00:02", "AB:CD:EF:00:00:03"}},
+                    COUNTED_MACS{"AB:CD:00:ff:ff:fe", {"AB:CD:01:00:00:00"}},
+                    COUNTED_MACS{"02:01:ff:ff:ff:fd", {"02:01:FF:FF:FF:FF", "02:01:00:00:00:00", "02:01:00:00:00:01"}},
+                    COUNTED_MACS{"02:01:ff:ff:ff:fe", {"02:01:00:00:00:00"}}, COUNTED_MACS{"02:01:00:00:00:00", {}}));
 
 TEST(DspMacsOfABadBase, AreLeftEmpty) {
     for (const char* l_Base : {"", "00:11:22:33:44:5", "zz:11:22:33:44:55"}) {

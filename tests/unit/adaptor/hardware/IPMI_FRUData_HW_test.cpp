@@ -286,7 +286,7 @@ TEST_F(RunStatus, AnyNumberIsKept) {
 TEST_F(RunStatus, IsSharedByTheAdaptorsOfTheProcess) {
     AddModule(ENTITY_ID_AMC, 3, "A");
     Write(3, 5);
-    IPMIAdaptor l_Other;
+    IPMIAdaptor l_Other(m_Board);
     const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, 3);
     EXPECT_EQ(l_Other.AMC_HW_ReadParams(&l_Keys, &m_Row), 1);
     EXPECT_EQ(Row(), RowOf("A", 3, 5, "UnKn"));

@@ -68,9 +68,9 @@ TEST_F(Diagnostic, CommandNamesNoDspWithoutATableOrEntries) {
 
 TEST_F(Diagnostic, CommandBeginsWithTheInstallDirectory) {
     for (const std::string l_Directory : {"/opt/blade", ""}) { // empty is set
-        setenv("TARSK_KORVEL_DIR", l_Directory.c_str(), 1);
+        m_Board.m_Environment["TARSK_KORVEL_DIR"] = l_Directory;
         FakeSystem().Reset();
-        IPMI_MonitorThread().IsAMCsLive();
+        IPMI_MonitorThread(m_Board).IsAMCsLive();
         EXPECT_THAT(FakeSystem().Commands(), ElementsAre(l_Directory + "/bin/mavk_diag -r -b amc"));
     }
 }
@@ -139,9 +139,9 @@ TEST_F(Diagnostic, ReportThatCannotBeRunIsTheResult) {
 }
 
 TEST_F(Diagnostic, MissingToolCannotBeRun) {
-    setenv("TARSK_KORVEL_DIR", "/nowhere", 1);
+    m_Board.m_Environment["TARSK_KORVEL_DIR"] = "/nowhere";
     FakeSystem().m_bReal = true;
-    EXPECT_EQ(IPMI_MonitorThread().IsAMCsLive(), 0x30016);
+    EXPECT_EQ(IPMI_MonitorThread(m_Board).IsAMCsLive(), 0x30016);
 }
 
 } // namespace

@@ -332,7 +332,7 @@ TEST_F(Monitor, StartsAndStopsOnManyThreadsLeaveNoneRunning) {
 
 TEST_F(Monitor, DestructionStopsIt) {
     {
-        IPMI_MonitorThread l_Monitor;
+        IPMI_MonitorThread l_Monitor(m_Board);
         l_Monitor.StartMonitor(false, false, nullptr, 0);
         FakeWait().WaitForBegun(1);
     }

@@ -54,7 +54,7 @@ protected:
         FakeSystem().Reset();
     }
 
-    IPMI_MonitorThread m_Monitor;
+    IPMI_MonitorThread m_Monitor{m_Board};
 };
 
 } // namespace BM_ADAPTOR::TEST

@@ -388,7 +388,7 @@ TEST_F(FirmwareLeft, DestructionOfTheAdaptorWaitsForTheUpgrade) {
     HELD_TOOL l_Tool;
     std::thread l_LetGo;
     {
-        IPMIAdaptor l_Adaptor;
+        IPMIAdaptor l_Adaptor(m_Board);
         Access::Manager(l_Adaptor) = &m_Host;
         CBMIParams l_Row = UPGRADE_REQUEST().Row();
         ASSERT_EQ(l_Adaptor.Firmware_Update_WriteParams(nullptr, &l_Row), 1);

@@ -76,7 +76,7 @@ protected:
 
     STDOUT_CAPTURE m_Output;
     UPGRADE_MANAGER m_Host;
-    IPMIAdaptor m_Adaptor;
+    IPMIAdaptor m_Adaptor{m_Board};
 };
 
 /// The row of an upgrade.
