@@ -60,6 +60,7 @@ class SystemCall:
     arguments: str
     result: str
     number: int  # how many of this name there were with it since the start of the process
+    injected: bool  # its error was
 
 
 def system_calls(trace):
@@ -70,15 +71,20 @@ def system_calls(trace):
         found = re.match(r"\d+ +(\w+)\((.*)\) += (\S+)", line)
         if found:
             seen[found[1]] += 1
-            calls.append(SystemCall(found[1], found[2], found[3], seen[found[1]]))
+            calls.append(SystemCall(found[1], found[2], found[3], seen[found[1]], line.endswith("(INJECTED)")))
     return calls
+
+
+def calls_on(folder, trace):
+    """Those on the folder and its files."""
+    return [each for each in system_calls(trace) if re.match(rf"\d+<{folder}[/>]", each.arguments)]
 
 
 def traced_transaction(folder, files, text, trace):
     """The system calls on the folder and its files, from the lock to before its release."""
     done = call(folder, *writes(files, text), under=["strace", "-f", "-y", "-s", "200", "-o", trace])
     assert set(done.stdout.splitlines()) == {"1"}, done.stderr
-    calls = [each for each in system_calls(trace) if re.match(rf"\d+<{folder}[/>]", each.arguments)]
+    calls = calls_on(folder, trace)
     assert calls[0].name == "flock"
     return calls[: next(i for i, each in enumerate(calls) if "LOCK_UN" in each.arguments)]
 
@@ -151,6 +157,21 @@ def test_an_unchanged_file_is_read_again_by_force_only(tmp_path):
     assert reads("get a 1 1") == 2
 
 
+def injected(folder, files, place, each, what, trace):
+    """The writes, with this happening at the PLACE-th call on the folder. A sanitizer's own calls shift the count that strace goes by: then once
+    more, by the count that was seen."""
+    number = each.number
+    for _ in range(20):
+        store(folder, files, "old")
+        done = call(folder, *writes(files, "new"), under=["strace", "-f", "-y", "-s", "200", "-o", trace, "-e", f"inject={each.name}:{what}:when={number}"])
+        calls = calls_on(folder, trace)
+        reached = len(calls) > place and calls[place].name == each.name
+        if reached and (calls[place].injected or len(calls) == place + 1):
+            return done
+        number = calls[place].number if reached else number + 1
+    raise AssertionError(f"never hit: {each}")
+
+
 @pytest.mark.parametrize("files", [ONE_FILE, TWO_FILES])
 def test_a_kill_at_any_system_call_leaves_the_old_rows_or_the_new_ones(tmp_path, files):
     folder = tmp_path / "storage"
@@ -159,24 +180,11 @@ def test_a_kill_at_any_system_call_leaves_the_old_rows_or_the_new_ones(tmp_path,
     last = point_of_no_return(calls, files)
     assert 0 < last < len(calls) - 1
     for place, each in enumerate(calls):
-        store(folder, files, "old")
-        kill = ["strace", "-f", "-o", "/dev/null", "-e", f"inject={each.name}:signal=SIGKILL:when={each.number}"]
-        done = call(folder, *writes(files, "new"), under=kill)
+        done = injected(folder, files, place, each, "signal=SIGKILL", tmp_path / "killed")
         assert done.returncode == -signal.SIGKILL, f"{each}: {done.stdout} {done.stderr}"
         assert stored(folder, files) == ["new" if place > last else "old"] * len(files), f"killed before {each}"
     store(folder, files, "newer")
     assert sorted(path.name for path in folder.iterdir()) == files
-
-
-def writes_with_a_failure(folder, files, each, error, trace):
-    """The writes, with this call failing. A sanitizer's own reads may shift the count, and another call fails: then once more."""
-    for _ in range(10):
-        store(folder, files, "old")
-        done = call(folder, *writes(files, "new"), under=["strace", "-f", "-y", "-o", trace, "-e", f"inject={each.name}:error={error}:when={each.number}"])
-        hit = [line for line in trace.read_text().splitlines() if "(INJECTED)" in line]
-        if len(hit) == 1 and each.arguments.split(">")[0] in hit[0]:
-            return done
-    raise AssertionError(f"never hit: {each}")
 
 
 @pytest.mark.parametrize("files", [ONE_FILE, TWO_FILES])
@@ -190,7 +198,7 @@ def test_any_system_call_that_fails_is_told_and_leaves_the_old_rows_or_the_new_o
         if each.name == "close":
             continue  # nothing hangs on its result
         error, text = ("ENOSPC", "No space left on device") if each.name == "write" else ("EIO", "Input/output error")
-        done = writes_with_a_failure(folder, files, each, error, tmp_path / "failure")
+        done = injected(folder, files, place, each, f"error={error}", tmp_path / "failure")
         assert done.returncode == 0, each
         results = done.stdout.splitlines()
         assert len(results) == len(files) + 2
