@@ -1,5 +1,5 @@
 // Reads of one LED: one rule for the four groups, and a table of what differs between them.
-#include "adaptor/leds/IPMI_LEDs_Handlers.h"
+#include "adaptor/leds/IPMI_LEDDifferences.h"
 
 #include "adaptor/IPMI_Adaptor.h"
 #include "adaptor/IPMI_LEDs.h"

@@ -1,6 +1,6 @@
 // The LED tables: every LED of the baseboard, and of each bay that has any.
 #include "adaptor/IPMI_Adaptor.h"
-#include "adaptor/leds/IPMI_LEDs_Handlers.h"
+#include "adaptor/leds/IPMI_LEDDifferences.h"
 #include "common/veldo_common_rows.h"
 
 namespace BM_ADAPTOR {

@@ -1,5 +1,5 @@
 // Writes of one LED: one rule for baseboard and AMC, and a table of what differs between them.
-#include "adaptor/leds/IPMI_LEDs_Handlers.h"
+#include "adaptor/leds/IPMI_LEDDifferences.h"
 
 #include "adaptor/IPMI_Adaptor.h"
 #include "adaptor/IPMI_LEDs.h"

@@ -1,5 +1,5 @@
 // Look-ups of the LED handlers: entity, light control and LED record.
-#include "adaptor/leds/IPMI_LEDs_Handlers.h"
+#include "adaptor/leds/IPMI_LEDDifferences.h"
 
 #include "adaptor/IPMI_Adaptor.h"
 #include "common/veldo_common_text.h"
