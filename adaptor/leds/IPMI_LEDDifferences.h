@@ -1,28 +1,16 @@
-// What the LED handlers share: the look-up's result, the simulation's rules, and log texts that stand in tables.
+// What the tables of differences between the readers and writers are made of: the simulation's rules and log texts.
 #pragma once
 
-#include "common/veldo_common_protocol.h"
 #include "common/veldo_common_trace.h"
 #include "ipmi/model/IPMI_Model.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <type_traits>
 
 namespace BM_ADAPTOR {
 
-/// Where one LED is reached: copied from the model, so that nothing holds the model's lock while a reply is awaited.
-struct LED_TARGET {
-    std::optional<IPMI_CONTROL> m_Control; ///< the OpenIPMI light control, when the model has one
-    IPMI_LED* m_LED = nullptr;             ///< the LED's record, which is never removed, to be looked at under the
-                                           ///< model's lock only; null: no such LED
-    int32_t m_FRUDeviceID = 0;
-    int32_t m_HostLEDID = 0;
-    int32_t m_PICMGLEDID = -1;
-};
-
-/// When a handler answers without hardware: a row of its table of differences.
+/// When a reader or writer answers without hardware.
 enum LED_SIMULATION_e {
     LED_SIMULATED_WITH_BOARD,  ///< under the complete simulation
     LED_SIMULATED_WITH_MODULES ///< also while only AMC and RTM are simulated
@@ -33,7 +21,7 @@ inline bool IsSimulated(LED_SIMULATION_e a_Rule) {
 }
 
 /// A log text in a table of differences, with this many integers to print. The compiler checks its conversions, as it
-/// does for a literal in a call of LogTrace. Default: no line is written.
+/// does for a literal in a call of LogTrace. The default writes no line.
 template <std::size_t INTEGERS>
 class LED_TEXT {
 public:

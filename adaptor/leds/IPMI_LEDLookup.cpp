@@ -1,16 +1,18 @@
-// Look-ups of the LED handlers: entity, light control and LED record.
-#include "adaptor/leds/IPMI_LEDDifferences.h"
+// Where an LED is reached; see the header. The lines carry the names of the adaptor's operations.
+#include "adaptor/leds/IPMI_LEDLookup.h"
 
-#include "adaptor/IPMI_Adaptor.h"
+#include "common/veldo_common_protocol.h"
 #include "common/veldo_common_text.h"
+#include "common/veldo_common_trace.h"
 
+#include <string>
 #include <vector>
 
 namespace BM_ADAPTOR {
 
 namespace {
 
-// A control's name behind its address; null for an LED id without one.
+// What follows the address in a control's name; null for an LED id without one.
 const char* LightName(int a_LEDID) {
     switch (a_LEDID) {
     case HOST_LED_HOT_SWAP:
@@ -24,14 +26,14 @@ const char* LightName(int a_LEDID) {
     }
 }
 
-// One step of a look-up, for its line: lines are written after the model's lock was given back.
+// One step of a look-up, kept for its line: lines are written after the lock was given back.
 struct COMPARED_ENTITY {
     bool m_bNull = false;
     int32_t m_EntityID = 0;
     int32_t m_BayLocation = 0;
 };
 
-// The steps that have a line come to the end of `a_Compared`.
+// Adds the steps that have a line to `a_Compared`.
 IPMI_ENTITY* WalkToEntity(int a_EntityID, int a_Location, std::vector<COMPARED_ENTITY>& a_Compared) {
     const MODEL_READER l_Model(g_EntityMapLock);
     for (const auto& [l_Address, l_Entity] : g_EntityMap) {
@@ -45,7 +47,7 @@ IPMI_ENTITY* WalkToEntity(int a_EntityID, int a_Location, std::vector<COMPARED_E
     return nullptr;
 }
 
-// Likewise; a step is the name that was looked for.
+// Adds to `a_Compared` the name that was looked for at each step.
 IPMI_CONTROL* WalkToControl(const IPMI_ENTITY& a_Entity, const char* a_Light, std::vector<std::string>& a_Compared) {
     const MODEL_READER l_Model(g_EntityMapLock);
     for (const auto& [l_Key, l_Control] : a_Entity.m_ControlMap) {
@@ -58,62 +60,63 @@ IPMI_CONTROL* WalkToControl(const IPMI_ENTITY& a_Entity, const char* a_Light, st
 
 } // namespace
 
-IPMI_ENTITY* IPMIAdaptor::FindEntitybyEntityID(int a_EntityID) const {
+IPMI_ENTITY* LED_LOOKUP::Entity(int a_EntityID) {
     const MODEL_READER l_Model(g_EntityMapLock);
     return FirstEntity([=](const IPMI_ENTITY& a_Entity) { return a_Entity.m_EntityID == a_EntityID; });
 }
 
-IPMI_ENTITY* IPMIAdaptor::FindEntitybyEntityIDBayLocation(int a_EntityID, int a_Location) const {
-    LogTrace(m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation input ID=%i loc=%i", a_EntityID, a_Location);
+IPMI_ENTITY* LED_LOOKUP::EntityOfBay(int a_EntityID, int a_Bay) const {
+    LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation input ID=%i loc=%i", a_EntityID, a_Bay);
     std::vector<COMPARED_ENTITY> l_Compared;
-    IPMI_ENTITY* const l_Found = WalkToEntity(a_EntityID, a_Location, l_Compared);
+    IPMI_ENTITY* const l_Found = WalkToEntity(a_EntityID, a_Bay, l_Compared);
     for (const auto& l_Entity : l_Compared) {
         if (l_Entity.m_bNull) {
-            LogError(m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation ERROR entity map corrupt");
+            LogError(m_Frame.m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation ERROR entity map corrupt");
         } else {
-            LogTrace(m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation comparing id=%i loc=%i",
+            LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation comparing id=%i loc=%i",
                      l_Entity.m_EntityID, l_Entity.m_BayLocation);
         }
     }
     if (l_Found != nullptr) {
-        LogTrace(m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation id=%i loc=%i - FOUND", a_EntityID,
-                 a_Location);
+        LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation id=%i loc=%i - FOUND", a_EntityID,
+                 a_Bay);
     } else {
-        LogTrace(m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation id=%i loc=%i - NOT FOUND", a_EntityID,
-                 a_Location);
+        LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: FindEntitybyEntityIDBayLocation id=%i loc=%i - NOT FOUND",
+                 a_EntityID, a_Bay);
     }
     return l_Found;
 }
 
-// The lines name the baseboard's handler for every LED.
-IPMI_CONTROL* IPMIAdaptor::FindControlbyLEDID(IPMI_ENTITY* a_Entity, int a_LEDID) const {
+// The lines name the baseboard's handler for every LED. On purpose.
+IPMI_CONTROL* LED_LOOKUP::Control(const IPMI_ENTITY* a_Entity, int a_LEDID) const {
     const char* l_Light = LightName(a_LEDID);
     if (a_Entity == nullptr || l_Light == nullptr) return nullptr;
     std::vector<std::string> l_Compared;
     IPMI_CONTROL* const l_Found = WalkToControl(*a_Entity, l_Light, l_Compared);
     for (const std::string& l_Name : l_Compared) {
-        LogTrace(m_Logger, "IPMIAdaptor::Baseboard_LED_ReadParams searching for %s target=%u", l_Name.c_str(),
+        LogTrace(m_Frame.m_Logger, "IPMIAdaptor::Baseboard_LED_ReadParams searching for %s target=%u", l_Name.c_str(),
                  static_cast<unsigned>(a_LEDID));
     }
     if (l_Found != nullptr) {
-        LogTrace(m_Logger, "IPMIAdaptor::Baseboard_LED_ReadParams searching for %s - FOUND", l_Compared.back().c_str());
+        LogTrace(m_Frame.m_Logger, "IPMIAdaptor::Baseboard_LED_ReadParams searching for %s - FOUND",
+                 l_Compared.back().c_str());
     }
     return l_Found;
 }
 
-IPMI_LED* IPMIAdaptor::FindLEDbyLEDID(IPMI_ENTITY* a_Entity, int a_LEDID) const {
+IPMI_LED* LED_LOOKUP::LED(const IPMI_ENTITY* a_Entity, int a_LEDID) {
     if (a_Entity == nullptr) return nullptr;
     const MODEL_READER l_Model(g_EntityMapLock);
     const auto l_Found = a_Entity->m_LEDMap.find(a_LEDID);
     return l_Found != a_Entity->m_LEDMap.end() ? l_Found->second : nullptr;
 }
 
-LED_TARGET IPMIAdaptor::mLEDTarget(IPMI_ENTITY& a_Entity, int32_t a_LEDID) const {
+LED_TARGET LED_LOOKUP::Target(const IPMI_ENTITY& a_Entity, int32_t a_LEDID) const {
     LED_TARGET l_Target;
     l_Target.m_HostLEDID = a_LEDID;
     l_Target.m_PICMGLEDID = a_LEDID > 0 ? PICMGLEDOf(a_LEDID) : -1; // no LED has a negative id
-    const IPMI_CONTROL* const l_Control = FindControlbyLEDID(&a_Entity, a_LEDID);
-    l_Target.m_LED = FindLEDbyLEDID(&a_Entity, l_Target.m_PICMGLEDID);
+    const IPMI_CONTROL* const l_Control = Control(&a_Entity, a_LEDID);
+    l_Target.m_LED = LED(&a_Entity, l_Target.m_PICMGLEDID);
     const MODEL_READER l_Model(g_EntityMapLock);
     l_Target.m_FRUDeviceID = a_Entity.m_FRUDeviceID;
     if (l_Control != nullptr) l_Target.m_Control = *l_Control;

@@ -1,14 +1,19 @@
 // Reads of one LED: one rule for the four groups, and a table of what differs between them.
-#include "adaptor/leds/IPMI_LEDDifferences.h"
+#include "adaptor/leds/IPMI_LEDReads.h"
 
-#include "adaptor/IPMI_Adaptor.h"
 #include "adaptor/IPMI_LEDs.h"
+#include "adaptor/leds/IPMI_LEDDifferences.h"
+#include "adaptor/leds/IPMI_LEDLookup.h"
 #include "common/veldo_common_rows.h"
 #include "ipmi/IPMI_Probe.h"
 
+#include <optional>
+
 namespace BM_ADAPTOR {
 
-/// What differs between the readers: keys, simulation rule, conversion, and wordings, some of them another handler's.
+namespace {
+
+// What differs between the readers: keys, simulation rule, conversion, and texts, some of which name another handler.
 struct LED_READER {
     BMIParamId_e m_LEDKey;
     std::optional<BMIParamId_e> m_BayKey; ///< none: the baseboard's LEDs
@@ -29,8 +34,6 @@ struct LED_READER {
     LED_TEXT<0> m_NoLED;
     LED_TEXT<0> m_Packing;
 };
-
-namespace {
 
 constexpr LED_READER BASEBOARD_INTERNAL_READER = {
     .m_LEDKey = BMI_HW_BB_LED_ID,
@@ -65,8 +68,8 @@ constexpr LED_READER BASEBOARD_READER = {
     .m_NoLEDKey = "IPMIAdaptor :: Baseboard_LED_ReadParams -- no LED Type in keys",
     .m_NoBayKey = {},
     .m_Looking = "IPMIAdaptor :: Baseboard_LED_ReadParams -- Looking for LED %i",
-    .m_NoEntity = "IPMIAdaptor :: Board_Hardware_ReadParams - Base Board not found ",     // the board handler's words
-    .m_Simulated = "IPMIAdaptor :: Board_Hardware_ReadParams - providing simulated data", // the board handler's words
+    .m_NoEntity = "IPMIAdaptor :: Board_Hardware_ReadParams - Base Board not found ",     // names the board's handler
+    .m_Simulated = "IPMIAdaptor :: Board_Hardware_ReadParams - providing simulated data", // names the board's handler
     .m_UsingControl = "IPMIAdaptor :: Baseboard_LED_ReadParams - Using OpenIPMI Control",
     .m_ReadComplete = "IPMIAdaptor :: Baseboard_LED_ReadParams - Read complete",
     .m_UsingProbe = "IPMIAdaptor :: Baseboard_LED_ReadParams - FRUID=%i TargetLED=%i",
@@ -87,7 +90,7 @@ constexpr LED_READER AMC_INTERNAL_READER = {
     .m_NoBayKey = "IPMIAdaptor :: AMC_LED_Internal_ReadParams -- no Bay Location in keys",
     .m_Looking = {},
     .m_NoEntity = "IPMIAdaptor :: AMC_LED_Internal_ReadParams - AMC not found",
-    .m_Simulated = "IPMIAdaptor :: Baseboard_LED_Internal_ReadParams - simulate data", // the baseboard's words
+    .m_Simulated = "IPMIAdaptor :: Baseboard_LED_Internal_ReadParams - simulate data", // names the baseboard's handler
     .m_UsingControl = "IPMIAdaptor :: AMC_LED_Internal_ReadParams - Using OpenIPMI Control",
     .m_ReadComplete = "IPMIAdaptor :: AMC_LED_Internal_ReadParams - Read complete",
     .m_UsingProbe = "IPMIAdaptor :: AMC_LED_Internal_ReadParams - FRUID=%i TargetLED=%i",
@@ -127,95 +130,97 @@ LED_STATE SimulatedState() {
     return l_State;
 }
 
-void AddKeys(const LED_READER& a_Reader, int32_t a_LEDID, std::optional<int32_t> a_Bay, CBMIParams& a_Row) {
+void AddLEDKeys(const LED_READER& a_Reader, int32_t a_LEDID, std::optional<int32_t> a_Bay, CBMIParams& a_Row) {
     AddKey(a_Row, a_Reader.m_LEDKey, a_LEDID);
     if (a_Bay && a_Reader.m_BayKey) AddKey(a_Row, *a_Reader.m_BayKey, *a_Bay);
 }
 
-} // namespace
-
-IPMI_ENTITY* IPMIAdaptor::mFindLEDsEntity(const LED_READER& a_Reader, int32_t a_Bay) const {
-    if (!a_Reader.m_BayKey) return FindEntitybyEntityID(ENTITY_ID_BASEBOARD);
-    IPMI_ENTITY* l_Entity = FindEntitybyEntityIDBayLocation(ENTITY_ID_AMC, a_Bay);
-    return l_Entity != nullptr ? l_Entity : FindEntitybyEntityIDBayLocation(ENTITY_ID_RTM, a_Bay);
-}
-
-int IPMIAdaptor::mReadLED(const LED_READER& a_Reader, const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    if (m_State != ADAPTOR_STARTED) ErrorText(m_Logger, a_Reader.m_BadState, m_State.load());
-    if (a_Row == nullptr) {
-        ErrorText(m_Logger, a_Reader.m_NoRow);
-        return RESULT_NOT_FOUND;
-    }
-    TraceText(m_Logger, a_Reader.m_Entry, ThreadId());
-    if (a_Keys == nullptr) return RESULT_NOT_FOUND;
-    const auto l_LEDID = IntParam(a_Keys, a_Reader.m_LEDKey);
-    if (!l_LEDID) {
-        ErrorText(m_Logger, a_Reader.m_NoLEDKey);
-        return RESULT_NOT_FOUND;
-    }
-    const auto l_Bay = a_Reader.m_BayKey ? IntParam(a_Keys, *a_Reader.m_BayKey) : std::nullopt;
-    if (a_Reader.m_BayKey && !l_Bay) {
-        ErrorText(m_Logger, a_Reader.m_NoBayKey);
-        return RESULT_NOT_FOUND;
-    }
-    TraceText(m_Logger, a_Reader.m_Looking, *l_LEDID);
-
-    IPMI_ENTITY* const l_Entity = mFindLEDsEntity(a_Reader, l_Bay.value_or(0));
-    if (l_Entity == nullptr) {
-        ErrorText(m_Logger, a_Reader.m_NoEntity);
-        return RESULT_NOT_FOUND;
-    }
-    if (IsSimulated(a_Reader.m_Simulation)) {
-        TraceText(m_Logger, a_Reader.m_Simulated);
-        AddKeys(a_Reader, *l_LEDID, a_Reader.m_bSimulatedRowHasBay ? l_Bay : std::nullopt, *a_Row);
-        a_Reader.m_ToRow(a_Row, SimulatedState());
-        return RESULT_OK;
-    }
-    LED_TARGET l_Target = mLEDTarget(*l_Entity, *l_LEDID);
-    LED_STATE l_State;
-    const auto l_Result = mReadLEDState(a_Reader, l_Target, l_State);
-    if (!l_Result) return RESULT_NOT_FOUND;
-    AddKeys(a_Reader, *l_LEDID, l_Bay, *a_Row);
-    a_Reader.m_ToRow(a_Row, l_State);
-    return *l_Result;
+const IPMI_ENTITY* FindLEDsEntity(const LED_LOOKUP& a_Lookup, const LED_READER& a_Reader, int32_t a_Bay) {
+    if (!a_Reader.m_BayKey) return LED_LOOKUP::Entity(ENTITY_ID_BASEBOARD);
+    const IPMI_ENTITY* l_Entity = a_Lookup.EntityOfBay(ENTITY_ID_AMC, a_Bay);
+    return l_Entity != nullptr ? l_Entity : a_Lookup.EntityOfBay(ENTITY_ID_RTM, a_Bay);
 }
 
 // Nothing when there is no way to the LED; otherwise there is a row, whatever the result.
-std::optional<int> IPMIAdaptor::mReadLEDState(const LED_READER& a_Reader, LED_TARGET& a_Target, LED_STATE& a_State) {
+std::optional<int> ReadLEDState(const ADAPTOR_FRAME& a_Frame, const LED_READER& a_Reader, LED_TARGET& a_Target,
+                                LED_STATE& a_State) {
     if (a_Target.m_Control) {
-        TraceText(m_Logger, a_Reader.m_UsingControl);
+        TraceText(a_Frame.m_Logger, a_Reader.m_UsingControl);
         OPENIPMI_LED_REQUEST l_Request(&*a_Target.m_Control);
         l_Request.Read();
-        TraceText(m_Logger, a_Reader.m_ReadComplete);
+        TraceText(a_Frame.m_Logger, a_Reader.m_ReadComplete);
         a_State = l_Request.m_State;
         return RESULT_OK;
     }
-    TraceText(m_Logger, a_Reader.m_UsingProbe, a_Target.m_FRUDeviceID, a_Target.m_HostLEDID);
+    TraceText(a_Frame.m_Logger, a_Reader.m_UsingProbe, a_Target.m_FRUDeviceID, a_Target.m_HostLEDID);
     if (a_Target.m_LED == nullptr) {
-        ErrorText(m_Logger, a_Reader.m_NoLED);
+        ErrorText(a_Frame.m_Logger, a_Reader.m_NoLED);
         return std::nullopt;
     }
     ENTITYCAPTURE* const l_Probe = g_ENTITYCapture;
     if (l_Probe == nullptr) return std::nullopt; // nothing to ask
     const int l_Result = l_Probe->SendGetPICMCLEDState(a_Target.m_FRUDeviceID, a_Target.m_PICMGLEDID, &a_State);
-    TraceText(m_Logger, a_Reader.m_Packing);
+    TraceText(a_Frame.m_Logger, a_Reader.m_Packing);
     return l_Result;
 }
 
-int IPMIAdaptor::Baseboard_LED_Internal_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    return mReadLED(BASEBOARD_INTERNAL_READER, a_Keys, a_Row);
+int ReadLED(const ADAPTOR_FRAME& a_Frame, const LED_READER& a_Reader, const CBMIKeys* a_Keys, CBMIParams* a_Row) {
+    if (!a_Frame.IsStarted()) ErrorText(a_Frame.m_Logger, a_Reader.m_BadState, a_Frame.m_State.load());
+    if (a_Row == nullptr) {
+        ErrorText(a_Frame.m_Logger, a_Reader.m_NoRow);
+        return RESULT_NOT_FOUND;
+    }
+    TraceText(a_Frame.m_Logger, a_Reader.m_Entry, ThreadId());
+    if (a_Keys == nullptr) return RESULT_NOT_FOUND;
+    const auto l_LEDID = IntParam(a_Keys, a_Reader.m_LEDKey);
+    if (!l_LEDID) {
+        ErrorText(a_Frame.m_Logger, a_Reader.m_NoLEDKey);
+        return RESULT_NOT_FOUND;
+    }
+    const auto l_Bay = a_Reader.m_BayKey ? IntParam(a_Keys, *a_Reader.m_BayKey) : std::nullopt;
+    if (a_Reader.m_BayKey && !l_Bay) {
+        ErrorText(a_Frame.m_Logger, a_Reader.m_NoBayKey);
+        return RESULT_NOT_FOUND;
+    }
+    TraceText(a_Frame.m_Logger, a_Reader.m_Looking, *l_LEDID);
+
+    const LED_LOOKUP l_Lookup(a_Frame);
+    const IPMI_ENTITY* const l_Entity = FindLEDsEntity(l_Lookup, a_Reader, l_Bay.value_or(0));
+    if (l_Entity == nullptr) {
+        ErrorText(a_Frame.m_Logger, a_Reader.m_NoEntity);
+        return RESULT_NOT_FOUND;
+    }
+    if (IsSimulated(a_Reader.m_Simulation)) {
+        TraceText(a_Frame.m_Logger, a_Reader.m_Simulated);
+        AddLEDKeys(a_Reader, *l_LEDID, a_Reader.m_bSimulatedRowHasBay ? l_Bay : std::nullopt, *a_Row);
+        a_Reader.m_ToRow(a_Row, SimulatedState());
+        return RESULT_OK;
+    }
+    LED_TARGET l_Target = l_Lookup.Target(*l_Entity, *l_LEDID);
+    LED_STATE l_State;
+    const auto l_Result = ReadLEDState(a_Frame, a_Reader, l_Target, l_State);
+    if (!l_Result) return RESULT_NOT_FOUND;
+    AddLEDKeys(a_Reader, *l_LEDID, l_Bay, *a_Row);
+    a_Reader.m_ToRow(a_Row, l_State);
+    return *l_Result;
 }
 
-int IPMIAdaptor::Baseboard_LED_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    return mReadLED(BASEBOARD_READER, a_Keys, a_Row);
+} // namespace
+
+int LED_READS::BaseboardInternal(const CBMIKeys* a_Keys, CBMIParams* a_Row) const {
+    return ReadLED(m_Frame, BASEBOARD_INTERNAL_READER, a_Keys, a_Row);
 }
 
-int IPMIAdaptor::AMC_LED_Internal_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    return mReadLED(AMC_INTERNAL_READER, a_Keys, a_Row);
+int LED_READS::Baseboard(const CBMIKeys* a_Keys, CBMIParams* a_Row) const {
+    return ReadLED(m_Frame, BASEBOARD_READER, a_Keys, a_Row);
 }
 
-int IPMIAdaptor::AMC_LED_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    return mReadLED(AMC_READER, a_Keys, a_Row);
+int LED_READS::AMCInternal(const CBMIKeys* a_Keys, CBMIParams* a_Row) const {
+    return ReadLED(m_Frame, AMC_INTERNAL_READER, a_Keys, a_Row);
+}
+
+int LED_READS::AMC(const CBMIKeys* a_Keys, CBMIParams* a_Row) const {
+    return ReadLED(m_Frame, AMC_READER, a_Keys, a_Row);
 }
 
 } // namespace BM_ADAPTOR

@@ -1,14 +1,19 @@
 // Writes of one LED: one rule for baseboard and AMC, and a table of what differs between them.
-#include "adaptor/leds/IPMI_LEDDifferences.h"
+#include "adaptor/leds/IPMI_LEDWrites.h"
 
-#include "adaptor/IPMI_Adaptor.h"
 #include "adaptor/IPMI_LEDs.h"
+#include "adaptor/leds/IPMI_LEDDifferences.h"
+#include "adaptor/leds/IPMI_LEDLookup.h"
 #include "common/veldo_common_rows.h"
 #include "ipmi/IPMI_Probe.h"
 
+#include <optional>
+
 namespace BM_ADAPTOR {
 
-/// What differs between the writers. Both take internal rows.
+namespace {
+
+// What differs between the writers. Both take internal rows.
 struct LED_WRITER {
     BMIParamId_e m_LEDKey;
     std::optional<BMIParamId_e> m_BayKey; ///< must be there and is not used: the first AMC is written
@@ -33,8 +38,6 @@ struct LED_WRITER {
     LED_TEXT<0> m_DefaultColor;
     LED_TEXT<1> m_Sending;
 };
-
-namespace {
 
 constexpr int32_t BASEBOARD_FRU_DEVICE_ID = 0;
 
@@ -102,29 +105,29 @@ int32_t DefaultColor(IPMI_LED& a_LED) {
     return PICMG_LED_GREEN;
 }
 
-} // namespace
-
-int IPMIAdaptor::mCheckLEDWrite(const LED_WRITER& a_Writer, const CBMIKeys* a_Keys, const CBMIParams* a_Values) const {
-    TraceText(m_Logger, a_Writer.m_Entry, ThreadId());
-    if (m_State != ADAPTOR_STARTED) ErrorText(m_Logger, a_Writer.m_BadState, m_State.load());
+int CheckLEDWrite(const ADAPTOR_FRAME& a_Frame, const LED_WRITER& a_Writer, const CBMIKeys* a_Keys,
+                  const CBMIParams* a_Values) {
+    TraceText(a_Frame.m_Logger, a_Writer.m_Entry, ThreadId());
+    if (!a_Frame.IsStarted()) ErrorText(a_Frame.m_Logger, a_Writer.m_BadState, a_Frame.m_State.load());
     if (a_Keys == nullptr) {
-        ErrorText(m_Logger, a_Writer.m_NoKeys);
+        ErrorText(a_Frame.m_Logger, a_Writer.m_NoKeys);
         return RESULT_NO_ARGUMENT;
     }
     if (a_Values == nullptr) {
-        ErrorText(m_Logger, a_Writer.m_NoRow);
+        ErrorText(a_Frame.m_Logger, a_Writer.m_NoRow);
         return RESULT_NO_ARGUMENT;
     }
     return RESULT_OK;
 }
 
 // The first AMC of all bays, whatever bay the host named. On purpose.
-IPMI_ENTITY* IPMIAdaptor::mFirstAMC() const {
+const IPMI_ENTITY* FirstAMC(const ADAPTOR_FRAME& a_Frame) {
     for (int32_t l_Bay = AMC_BAY_FIRST; l_Bay <= AMC_BAY_LAST; ++l_Bay) {
-        LogTrace(m_Logger, "IPMIAdaptor :: AMC_LED_WriteParams -- calling FindEntitybyEntityIDBayLocation(%d)", l_Bay);
-        IPMI_ENTITY* l_AMC = FindEntitybyEntityIDBayLocation(ENTITY_ID_AMC, l_Bay);
+        LogTrace(a_Frame.m_Logger, "IPMIAdaptor :: AMC_LED_WriteParams -- calling FindEntitybyEntityIDBayLocation(%d)",
+                 l_Bay);
+        const IPMI_ENTITY* l_AMC = LED_LOOKUP(a_Frame).EntityOfBay(ENTITY_ID_AMC, l_Bay);
         if (l_AMC == nullptr) continue;
-        LogTrace(m_Logger,
+        LogTrace(a_Frame.m_Logger,
                  "IPMIAdaptor :: AMC_LED_WriteParams -- FindEntitybyEntityIDBayLocation(%d) returns FOUND, break",
                  l_Bay);
         return l_AMC;
@@ -132,71 +135,75 @@ IPMI_ENTITY* IPMIAdaptor::mFirstAMC() const {
     return nullptr;
 }
 
-int IPMIAdaptor::mWriteLED(const LED_WRITER& a_Writer, const CBMIKeys& a_Keys, const CBMIParams& a_Values) {
-    const auto l_LEDID = IntParam(&a_Keys, a_Writer.m_LEDKey);
-    if (!l_LEDID) {
-        ErrorText(m_Logger, a_Writer.m_NoLEDKey);
+int WriteLEDByProbe(const ADAPTOR_FRAME& a_Frame, const LED_WRITER& a_Writer, const LED_TARGET& a_Target,
+                    const CBMIParams& a_Values) {
+    TraceText(a_Frame.m_Logger, a_Writer.m_UsingProbe, a_Target.m_FRUDeviceID, a_Target.m_HostLEDID);
+    TraceText(a_Frame.m_Logger, a_Writer.m_FindingLED, a_Target.m_PICMGLEDID);
+    if (a_Target.m_LED == nullptr) {
+        ErrorText(a_Frame.m_Logger, a_Writer.m_NoLED);
         return RESULT_NOT_FOUND;
     }
-    TraceText(m_Logger, a_Writer.m_TargetLED, *l_LEDID);
+    LED_STATE l_State;
+    if (!a_Writer.m_ToState(&a_Values, &l_State)) return RESULT_NO_VALUE;
+    TraceText(a_Frame.m_Logger, a_Writer.m_Color, l_State.m_Color);
+    if (l_State.m_Color == IPMI_CONTROL_COLOR_BLACK || l_State.m_Color == HOST_LED_OFF) {
+        TraceText(a_Frame.m_Logger, a_Writer.m_DefaultColor);
+        l_State.m_Color = DefaultColor(*a_Target.m_LED);
+    }
+    ENTITYCAPTURE* const l_Probe = g_ENTITYCapture;
+    if (l_Probe == nullptr) return RESULT_NOT_FOUND; // nothing to send with
+    TraceText(a_Frame.m_Logger, a_Writer.m_Sending, l_State.m_Color);
+    return l_Probe->SendSetPICMCLEDState(a_Target.m_FRUDeviceID, a_Target.m_PICMGLEDID, &l_State);
+}
+
+int WriteLED(const ADAPTOR_FRAME& a_Frame, const LED_WRITER& a_Writer, const CBMIKeys& a_Keys,
+             const CBMIParams& a_Values) {
+    const auto l_LEDID = IntParam(&a_Keys, a_Writer.m_LEDKey);
+    if (!l_LEDID) {
+        ErrorText(a_Frame.m_Logger, a_Writer.m_NoLEDKey);
+        return RESULT_NOT_FOUND;
+    }
+    TraceText(a_Frame.m_Logger, a_Writer.m_TargetLED, *l_LEDID);
     if (a_Writer.m_BayKey && !IntParam(&a_Keys, *a_Writer.m_BayKey)) {
-        ErrorText(m_Logger, a_Writer.m_NoBayKey);
+        ErrorText(a_Frame.m_Logger, a_Writer.m_NoBayKey);
         return RESULT_NOT_FOUND;
     }
     if (IsSimulated(a_Writer.m_Simulation)) {
-        TraceText(m_Logger, a_Writer.m_Simulated);
+        TraceText(a_Frame.m_Logger, a_Writer.m_Simulated);
         return RESULT_OK;
     }
 
-    IPMI_ENTITY* const l_Entity = a_Writer.m_BayKey ? mFirstAMC() : FindEntitybyEntityID(ENTITY_ID_BASEBOARD);
+    const IPMI_ENTITY* const l_Entity = a_Writer.m_BayKey ? FirstAMC(a_Frame) : LED_LOOKUP::Entity(ENTITY_ID_BASEBOARD);
     if (l_Entity == nullptr) {
-        ErrorText(m_Logger, a_Writer.m_NoEntity);
+        ErrorText(a_Frame.m_Logger, a_Writer.m_NoEntity);
         return RESULT_NOT_FOUND;
     }
-    TraceText(m_Logger, a_Writer.m_FindingControl, *l_LEDID);
-    LED_TARGET l_Target = mLEDTarget(*l_Entity, *l_LEDID);
+    TraceText(a_Frame.m_Logger, a_Writer.m_FindingControl, *l_LEDID);
+    LED_TARGET l_Target = LED_LOOKUP(a_Frame).Target(*l_Entity, *l_LEDID);
     l_Target.m_FRUDeviceID = a_Writer.m_FRUDeviceID.value_or(l_Target.m_FRUDeviceID);
-    if (!l_Target.m_Control) return mWriteLEDByProbe(a_Writer, l_Target, a_Values);
+    if (!l_Target.m_Control) return WriteLEDByProbe(a_Frame, a_Writer, l_Target, a_Values);
 
-    TraceText(m_Logger, a_Writer.m_Converting);
+    TraceText(a_Frame.m_Logger, a_Writer.m_Converting);
     OPENIPMI_LED_REQUEST l_Request(&*l_Target.m_Control);
     if (!a_Writer.m_ToState(&a_Values, &l_Request.m_State)) return RESULT_NO_VALUE;
     l_Request.Write();
     return RESULT_OK;
 }
 
-int IPMIAdaptor::mWriteLEDByProbe(const LED_WRITER& a_Writer, const LED_TARGET& a_Target, const CBMIParams& a_Values) {
-    TraceText(m_Logger, a_Writer.m_UsingProbe, a_Target.m_FRUDeviceID, a_Target.m_HostLEDID);
-    TraceText(m_Logger, a_Writer.m_FindingLED, a_Target.m_PICMGLEDID);
-    if (a_Target.m_LED == nullptr) {
-        ErrorText(m_Logger, a_Writer.m_NoLED);
-        return RESULT_NOT_FOUND;
-    }
-    LED_STATE l_State;
-    if (!a_Writer.m_ToState(&a_Values, &l_State)) return RESULT_NO_VALUE;
-    TraceText(m_Logger, a_Writer.m_Color, l_State.m_Color);
-    if (l_State.m_Color == IPMI_CONTROL_COLOR_BLACK || l_State.m_Color == HOST_LED_OFF) {
-        TraceText(m_Logger, a_Writer.m_DefaultColor);
-        l_State.m_Color = DefaultColor(*a_Target.m_LED);
-    }
-    ENTITYCAPTURE* const l_Probe = g_ENTITYCapture;
-    if (l_Probe == nullptr) return RESULT_NOT_FOUND; // nothing to send with
-    TraceText(m_Logger, a_Writer.m_Sending, l_State.m_Color);
-    return l_Probe->SendSetPICMCLEDState(a_Target.m_FRUDeviceID, a_Target.m_PICMGLEDID, &l_State);
+} // namespace
+
+int LED_WRITES::Baseboard(const CBMIKeys* a_Keys, const CBMIParams* a_Values) const {
+    const int l_Result = CheckLEDWrite(m_Frame, BASEBOARD_WRITER, a_Keys, a_Values);
+    return l_Result == RESULT_OK ? WriteLED(m_Frame, BASEBOARD_WRITER, *a_Keys, *a_Values) : l_Result;
 }
 
-int IPMIAdaptor::Baseboard_LED_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
-    const int l_Result = mCheckLEDWrite(BASEBOARD_WRITER, a_Keys, a_Values);
-    return l_Result == RESULT_OK ? mWriteLED(BASEBOARD_WRITER, *a_Keys, *a_Values) : l_Result;
-}
-
-// Serves the host-facing baseboard group too: a row with a baseboard LED's key, and none of an AMC's, is handed on.
-int IPMIAdaptor::AMC_LED_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
-    const int l_Result = mCheckLEDWrite(AMC_WRITER, a_Keys, a_Values);
+// The host-facing baseboard group is written through here too: keys tell whose LED it is.
+int LED_WRITES::AMC(const CBMIKeys* a_Keys, const CBMIParams* a_Values) const {
+    const int l_Result = CheckLEDWrite(m_Frame, AMC_WRITER, a_Keys, a_Values);
     if (l_Result != RESULT_OK) return l_Result;
     const bool l_Baseboard = IntParam(a_Keys, BMI_HW_BB_LED_ID) || IntParam(a_Keys, BMI_HW_BB_LED_TYPE);
-    if (l_Baseboard && !IntParam(a_Keys, BMI_HW_AMC_LED_ID)) return Baseboard_LED_WriteParams(a_Keys, a_Values);
-    return mWriteLED(AMC_WRITER, *a_Keys, *a_Values);
+    if (l_Baseboard && !IntParam(a_Keys, BMI_HW_AMC_LED_ID)) return Baseboard(a_Keys, a_Values);
+    return WriteLED(m_Frame, AMC_WRITER, *a_Keys, *a_Values);
 }
 
 } // namespace BM_ADAPTOR
