@@ -12,8 +12,6 @@
 
 #include <cstdint>
 
-struct IPMI_TEST_ACCESS;
-
 namespace BM_ADAPTOR {
 
 /// Rows of the internal groups 0x100 (baseboard) and 0x200 (AMC) to a state. False, and the state is left alone, when
@@ -53,8 +51,6 @@ public:
     void SetLightComplete_Handler(int a_Err);
 
 private:
-    friend struct ::IPMI_TEST_ACCESS;
-
     enum MODE_e : int32_t { IDLE = 0, READ = 1, WRITE = 2 };
 
     void Wait(MODE_e a_Mode);
