@@ -1,6 +1,8 @@
 // The LED tables: which LEDs are read, which failure ends a table and what it then returns.
 #include "adaptor/leds/LedTest.h"
 
+#include "adaptor/leds/IPMI_LEDLists.h"
+
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
 using testing::ElementsAre;
@@ -11,7 +13,7 @@ namespace {
 /// A table of each kind: the internal groups' rows differ in their ids only.
 struct TABLE {
     const char* m_Name;
-    BMIGroup_e m_Group;
+    int (LED_LISTS::*m_Read)(CBMITable*&) const;
     std::string m_LEDKey;
     std::string m_BayKey;
 };
@@ -20,7 +22,7 @@ void PrintTo(const TABLE& a_Table, std::ostream* a_Stream) {
     *a_Stream << a_Table.m_Name;
 }
 
-class LedTable : public LED_TEST, public testing::WithParamInterface<TABLE> {
+class LedTable : public LED_ROOM_TEST, public testing::WithParamInterface<TABLE> {
 protected:
     /// LEDs 0 to 2 of a FRU, as far as they are named, are green; others are refused.
     static void Answer(uint8_t a_FRUID, const std::vector<uint8_t>& a_LEDs) {
@@ -30,10 +32,12 @@ protected:
 
     /// The keys of the table's rows, as "LED" or "bay/LED".
     TEXTS Keys(int a_Result = 1) {
-        const auto l_Table = Table(GetParam().m_Group, a_Result);
-        TEXTS l_Keys;
+        CBMITable* l_Made = nullptr;
+        EXPECT_EQ((LED_LISTS(m_Frame).*GetParam().m_Read)(l_Made), a_Result);
+        const std::unique_ptr<CBMITable> l_Table(l_Made);
         if (!l_Table) return {"no table"};
-        for (const TEXTS& l_Row : *l_Table) {
+        TEXTS l_Keys;
+        for (const TEXTS& l_Row : TextsOf(*l_Table)) {
             std::string l_Key;
             for (const std::string& l_Text : l_Row) {
                 if (l_Text.starts_with(GetParam().m_BayKey + " i:")) l_Key = Value(l_Text) + "/" + l_Key;
@@ -102,8 +106,8 @@ TEST_P(BaseboardLedTable, IsSimulated) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Groups, BaseboardLedTable,
-                         testing::Values(TABLE{"Internal", BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL, "0x101", "none"},
-                                         TABLE{"External", BMI_GROUP_BM_IPMI_BASEBOARD_LED, "0x30101", "none"}),
+                         testing::Values(TABLE{"Internal", &LED_LISTS::BaseboardInternal, "0x101", "none"},
+                                         TABLE{"External", &LED_LISTS::Baseboard, "0x30101", "none"}),
                          [](const auto& a_Info) { return a_Info.param.m_Name; });
 
 // ---- AMC
@@ -176,8 +180,8 @@ TEST_P(AmcLedTable, GoesOnWithoutAHealthLed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Groups, AmcLedTable,
-                         testing::Values(TABLE{"Internal", BMI_GROUP_HARDWARE_AMC_LED_INTERNAL, "0x201", "0x20d"},
-                                         TABLE{"External", BMI_GROUP_HARDWARE_AMC_LED_TABLE, "0x30302", "0x30301"}),
+                         testing::Values(TABLE{"Internal", &LED_LISTS::AMCInternal, "0x201", "0x20d"},
+                                         TABLE{"External", &LED_LISTS::AMC, "0x30302", "0x30301"}),
                          [](const auto& a_Info) { return a_Info.param.m_Name; });
 
 } // namespace

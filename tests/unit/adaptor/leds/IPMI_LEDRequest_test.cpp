@@ -22,7 +22,7 @@ using testing::Not;
 
 namespace {
 
-class LightRequest : public LED_TEST {
+class LightRequest : public LED_ROOM_TEST {
 protected:
     LightRequest() : m_Light(AddLight(AddBoard(), "led 1")) {}
 

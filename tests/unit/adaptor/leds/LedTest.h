@@ -1,5 +1,5 @@
-// What the LED tests need: entities with LEDs in the model and in a probe, lights that OpenIPMI would control, and a
-// thread that delivers their answers.
+// What the LED tests need: entities with LEDs in the model and in a probe, lights that OpenIPMI would control, a thread
+// that delivers their answers, and an adaptor or what the LED room takes of one.
 #pragma once
 
 #include "adaptor/AdaptorTest.h"
@@ -7,6 +7,7 @@
 #include "adaptor/IPMI_LEDs.h"
 #include "fake/EventLoop.h"
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
@@ -26,11 +27,14 @@ ROW Integers(const std::vector<std::pair<unsigned, int32_t>>& a_Values) {
     return l_Row;
 }
 
-/// An adaptor as Init leaves it, a probe whose inventory is over, and a thread in OpenIPMI's event loop.
-class LED_TEST : public ADAPTOR_TEST {
+/// A probe whose inventory is over, entities with LEDs in the model and in that probe, and a thread in OpenIPMI's event
+/// loop. The process is as new before it and after it.
+class LED_BLADE {
 protected:
-    LED_TEST();
-    ~LED_TEST() override;
+    explicit LED_BLADE(RECORDING_LOG& a_Log);
+    ~LED_BLADE();
+    LED_BLADE(const LED_BLADE&) = delete;
+    LED_BLADE& operator=(const LED_BLADE&) = delete;
 
     /// An entity in the model, known to the probe under this FRU device id, with LEDs 0 to `a_NumLEDs` - 1.
     IPMI_ENTITY& AddWithLEDs(int a_EntityID, int a_Bay, uint8_t a_FRUID, int a_NumLEDs = 3);
@@ -42,15 +46,37 @@ protected:
     static ipmi_control_t* AddLight(IPMI_ENTITY& a_Entity, const std::string& a_Light);
     /// The controller answers Get FRU LED State of an LED with these bytes.
     static void OnGet(uint8_t a_FRUID, uint8_t a_LEDID, BYTES a_Reply);
+    /// The controller takes every Set FRU LED State.
+    static void TakeSets();
     /// The Set FRU LED State requests sent, from the FRU id on.
     static std::vector<BYTES> Sets();
     static void ForgetProbe() { g_ENTITYCapture = nullptr; }
 
-    /// The lines of the handlers alone: the probe's, the request's and those of the look-up by bay are left out.
-    std::vector<LOG_LINE> HandlerLines();
-
     std::unique_ptr<ENTITYCAPTURE> m_Probe;
     EVENT_LOOP m_Loop; ///< ends first
+};
+
+/// Such a blade, and what the LED room takes of a started adaptor.
+class LED_ROOM_TEST : public ADAPTOR_PROCESS_TEST, protected LED_BLADE {
+protected:
+    LED_ROOM_TEST() : LED_BLADE(m_Log) {}
+
+    /// The row filled so far.
+    TEXTS Row() const { return TextsOf(m_Row); }
+    /// The lines of the room's own: the probe's, the request's and those of the look-up by bay are left out.
+    std::vector<LOG_LINE> HandlerLines();
+
+    std::atomic<int32_t> m_State = ADAPTOR_STARTED;
+    std::atomic<CBaseOsLog*> m_Logger = &m_Log;
+    std::atomic<QUB_STORAGE::CDataStorage*> m_Storage = nullptr; // no LED is stored
+    ADAPTOR_FRAME m_Frame{m_Board, m_State, m_Logger, m_Storage};
+    CBMIParams m_Row;
+};
+
+/// Such a blade, and an adaptor as Init leaves it.
+class LED_TEST : public ADAPTOR_TEST, protected LED_BLADE {
+protected:
+    LED_TEST() : LED_BLADE(m_Log) {}
 };
 
 /// Replies to Get FRU LED State: under local control, on, green; overridden, blinking 500 ms, amber.
