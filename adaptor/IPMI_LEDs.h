@@ -1,4 +1,4 @@
-// An LED's setting on its way into and out of the host's rows, and the request that reads or sets a light through
+// Conversions between an LED's setting and the host's rows, and the request that reads or sets a light through
 // OpenIPMI.
 #pragma once
 
@@ -14,23 +14,24 @@
 
 namespace BM_ADAPTOR {
 
-/// Rows of the internal groups 0x100 (baseboard) and 0x200 (AMC) to a state. False, and the state is left alone, when
-/// the row is null or lacks on time, off time or local control; integers of either type count.
+/// Convert a row of the internal groups 0x100 (baseboard) and 0x200 (AMC) to a state. They return false and leave the
+/// state alone when the row is null or lacks on time, off time or local control; integers of either type count.
 bool ConvertInternalRowToState(const CBMIParams* a_Row, LED_STATE* a_State);
 bool ConvertInternalAMCRowToState(const CBMIParams* a_Row, LED_STATE* a_State);
-/// A state to the end of an internal row. A null row ends the process with status 1.
+/// Append a state to an internal row. A null row ends the process with status 1.
 void ConvertStateToInternalRow(CBMIParams* a_Row, const LED_STATE& a_State);
 void ConvertStateToInternalAMCRow(CBMIParams* a_Row, const LED_STATE& a_State);
-/// A state as colour code and blink mode to the end of a row of group 0x30100 or 0x30300. A null row is ignored.
+/// Append a state, as colour code and blink mode, to a row of group 0x30100 or 0x30300. A null row is ignored.
 void ConvertStateToExternalRow(CBMIParams* a_Row, const LED_STATE& a_State);
 void ConvertStateToExternalAMCRow(CBMIParams* a_Row, const LED_STATE& a_State);
 
 /// Reads or sets one light through its OpenIPMI control. Read and Write block the calling host thread, without a
-/// time-out, until OpenIPMI reports completion on its own thread; they must not be called there. When OpenIPMI refuses
-/// the request nothing completes it, and the caller stays blocked. One request serves one thread at a time.
+/// time-out, until OpenIPMI reports completion on the domain thread; they must not be called on that thread. When
+/// OpenIPMI refuses the request, nothing completes it and the caller stays blocked. A request serves one thread at a
+/// time.
 class OPENIPMI_LED_REQUEST {
 public:
-    /// @param a_Control  whose OpenIPMI control id names the light; stays the caller's and must outlive the request
+    /// @param a_Control  its OpenIPMI control id names the light; stays the caller's and must outlive the request
     explicit OPENIPMI_LED_REQUEST(IPMI_CONTROL* a_Control);
     OPENIPMI_LED_REQUEST(const OPENIPMI_LED_REQUEST&) = delete;
     OPENIPMI_LED_REQUEST& operator=(const OPENIPMI_LED_REQUEST&) = delete;
@@ -41,7 +42,7 @@ public:
     /// Applies the state.
     void Write();
 
-    // What OpenIPMI calls; the static ones end the process when they get no request.
+    // OpenIPMI calls these. The static ones end the process when they get no request.
     static void s_ID2Pointer_Handler(ipmi_control_t* a_Control, void* a_UserData);
     static void s_GetLightComplete_Handler(ipmi_control_t* a_Control, int a_Err, ipmi_light_setting_t* a_Settings,
                                            void* a_UserData);

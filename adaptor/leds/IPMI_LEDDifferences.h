@@ -1,4 +1,4 @@
-// What the tables of differences between the readers and writers are made of: the simulation's rules and log texts.
+// Parts of the tables that say what differs between readers, and between writers: the simulation's rule and log texts.
 #pragma once
 
 #include "common/veldo_common_trace.h"

@@ -9,9 +9,9 @@ namespace BM_ADAPTOR {
 /// One read for each group. Made for one call, on any host thread; several may run at once. A read blocks, without a
 /// time-out, until the controller has replied.
 ///
-/// Each adds keys and values to `a_Row` and returns RESULT_OK, or RESULT_NOT_FOUND and leaves the row alone: without a
-/// row, keys, entity or LED. Through the probe the result is that of the probe's command, and there is a row whatever
-/// it is. Keys and row stay the caller's.
+/// Each adds keys and values to `a_Row` and returns RESULT_OK. Without a row, a key, the entity or the LED it returns
+/// RESULT_NOT_FOUND and adds nothing. A read through the probe returns the result of the probe's command, and adds keys
+/// and values even when that failed. Keys and row stay the caller's.
 class LED_READS {
 public:
     explicit LED_READS(const ADAPTOR_FRAME& a_Frame) : m_Frame(a_Frame) {}

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int LIGHT = 0; // every control of this blade has one light
 
-// What a write sets, in order; a setting that fails does not keep the next one from being set.
+// What a write sets, in order. After a setting that fails the next ones are set all the same.
 constexpr struct {
     int (*m_Set)(ipmi_light_setting_t*, int, int);
     int32_t LED_STATE::*m_Field;
@@ -49,8 +49,8 @@ void OPENIPMI_LED_REQUEST::Write() {
     LogTrace(g_Logger2, "OPENIPMI_LED_REQUEST::Write - Done");
 }
 
-// The first lock makes the latch, the second one waits for it: a completion handler unlocks, on another thread or
-// before the call returns. A control that is not there any more is never completed.
+// The first lock closes the latch. The second one waits until a completion handler unlocks it, on another thread or
+// before the call returns. A control that no longer exists never completes.
 void OPENIPMI_LED_REQUEST::Wait(MODE_e a_Mode) {
     assert(!InCallback()); // it would wait for itself
     m_Latch.Lock();
@@ -84,7 +84,8 @@ void OPENIPMI_LED_REQUEST::ReadLight(ipmi_control_s* a_Control) {
     if (l_Result != 0) LogError(g_Logger2, "Failed ipmi_control_get_light: rc=%i", l_Result);
 }
 
-// The settings are not released: nobody may do so before the completion, and it gets no pointer to them.
+// The settings are never freed: OpenIPMI uses them until completion, and the completion handler gets no pointer to
+// them.
 void OPENIPMI_LED_REQUEST::WriteLight(ipmi_control_s* a_Control) {
     ipmi_light_setting_t* l_Settings = ipmi_alloc_light_settings(1);
     for (const auto& l_Step : EXPORT_STEPS) {

@@ -1,4 +1,4 @@
-// An LED's setting to and from the host's rows: one rule for baseboard and AMC rows, which differ in their ids.
+// An LED's setting to and from the host's rows. Baseboard and AMC rows follow one rule and differ in their ids.
 #include "adaptor/IPMI_LEDs.h"
 
 #include "common/veldo_common_rows.h"
@@ -37,7 +37,7 @@ constexpr INTERNAL_ROW_IDS AMC_IDS = {BMI_HW_AMC_LED_LOCAL_CONTROL,
                                        BMI_HW_AMC_LED_SUPPORTS_AMBER, BMI_HW_AMC_LED_SUPPORTS_GREEN,
                                        BMI_HW_AMC_LED_SUPPORTS_RED, BMI_HW_AMC_LED_SUPPORTS_BLUE}};
 
-// A value without which nothing can be set: no default is safe.
+// A value that no write can do without: no default is safe.
 std::optional<int32_t> Required(const CBMIParams* a_Row, BMIParamId_e a_Id) {
     const auto l_Value = IntParam(a_Row, a_Id);
     if (!l_Value) LogError(g_Logger2, "LED row without an integer 0x%x", static_cast<unsigned>(a_Id));
@@ -49,7 +49,7 @@ bool RowToState(const CBMIParams* a_Row, const INTERNAL_ROW_IDS& a_Ids, LED_STAT
     const auto l_OnTime = Required(a_Row, a_Ids.m_OnTime);
     const auto l_OffTime = Required(a_Row, a_Ids.m_OffTime);
     if (!l_Override || !l_OnTime || !l_OffTime || a_State == nullptr) return false;
-    // A host writes the inverse, an override flag; StateToRow does not invert. On purpose.
+    // A host writes the inverse, an override flag, but StateToRow does not invert. On purpose.
     a_State->m_LocalControl = *l_Override == 0 ? 1 : 0;
     a_State->m_OnTime = *l_OnTime;
     a_State->m_OffTime = *l_OffTime;

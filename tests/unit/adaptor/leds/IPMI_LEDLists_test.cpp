@@ -10,7 +10,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// A table of each kind: the internal groups' rows differ in their ids only.
+/// One group's table, and the ids of its rows' keys.
 struct TABLE {
     const char* m_Name;
     int (LED_LISTS::*m_Read)(CBMITable*&) const;
@@ -24,7 +24,7 @@ void PrintTo(const TABLE& a_Table, std::ostream* a_Stream) {
 
 class LedTable : public LED_ROOM_TEST, public testing::WithParamInterface<TABLE> {
 protected:
-    /// LEDs 0 to 2 of a FRU, as far as they are named, are green; others are refused.
+    /// These LEDs of a FRU are green; the controller refuses others.
     static void Answer(uint8_t a_FRUID, const std::vector<uint8_t>& a_LEDs) {
         for (const uint8_t l_LED : a_LEDs)
             OnGet(a_FRUID, l_LED, LOCAL_GREEN);
@@ -117,7 +117,7 @@ constexpr const char* AMC_NO_HEALTH = "IPMIAdaptor::AMC_LED_ReadTable - call for
 
 class AmcLedTable : public LedTable {
 protected:
-    /// The begin of every table up to this bay.
+    /// The lines of a table up to this bay, when nothing fails.
     static std::vector<LOG_LINE> UpTo(int a_Bay) {
         std::vector<LOG_LINE> l_Lines = {Trace("IPMIAdaptor :: AMC_LED_ReadTable")};
         for (int i = 1; i <= a_Bay; ++i)

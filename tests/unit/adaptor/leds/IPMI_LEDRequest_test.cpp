@@ -210,7 +210,7 @@ TEST_F(LightRequest, InACallbackOfOpenIpmiItIsRefusedByADebugBuild) {
 
 struct REFUSAL {
     const char* m_Name;
-    const char* m_Function; ///< fails, with the light's settings not to be had when null
+    const char* m_Function; ///< fails; null: the light's settings cannot be allocated
     bool m_bWrite;
     const char* m_Line;
 };

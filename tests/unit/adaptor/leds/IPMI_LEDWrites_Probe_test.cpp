@@ -1,4 +1,4 @@
-// Writes of one LED that go through the probe: what is sent, its colour above all, and what comes back.
+// Writes of one LED that go through the probe: what is sent, and what comes back.
 #include "adaptor/leds/LedWriteTest.h"
 
 #include "adaptor/leds/IPMI_LEDReads.h"
@@ -108,7 +108,7 @@ TEST_P(LedProbeWrite, DefaultColourIsTakenFromTheSupportedFlags) {
     }
 }
 
-// For the thread sanitizer above all: the domain thread shows the colours that a host thread notes.
+// Mainly for the thread sanitizer: the domain thread shows the colours that a host thread notes.
 TEST_P(LedProbeWrite, MayNoteAColourWhileTheModelIsDumped) {
     AddOwner();
     TakeSets();

@@ -28,7 +28,7 @@ ROW Integers(const std::vector<std::pair<unsigned, int32_t>>& a_Values) {
 }
 
 /// A probe whose inventory is over, entities with LEDs in the model and in that probe, and a thread in OpenIPMI's event
-/// loop. The process is as new before it and after it.
+/// loop. Part of a fixture, whose other base makes the process as new.
 class LED_BLADE {
 protected:
     explicit LED_BLADE(RECORDING_LOG& a_Log);
@@ -42,7 +42,7 @@ protected:
     IPMI_ENTITY& AddAMC(int a_Bay, int a_NumLEDs = 3) {
         return AddWithLEDs(ENTITY_ID_AMC, a_Bay, static_cast<uint8_t>(a_Bay), a_NumLEDs);
     }
-    /// Gives the entity a control for the light of this name ("blue led", "led 1" …); it is the fake's.
+    /// Gives the entity a control for the light of this name ("blue led", "led 1" …); the fake owns the light.
     static ipmi_control_t* AddLight(IPMI_ENTITY& a_Entity, const std::string& a_Light);
     /// The controller answers Get FRU LED State of an LED with these bytes.
     static void OnGet(uint8_t a_FRUID, uint8_t a_LEDID, BYTES a_Reply);
@@ -63,7 +63,7 @@ protected:
 
     /// The row filled so far.
     TEXTS Row() const { return TextsOf(m_Row); }
-    /// The lines of the room's own: the probe's, the request's and those of the look-up by bay are left out.
+    /// The lines since the last call, without those of the probe, of the light request and of the look-up by bay.
     std::vector<LOG_LINE> HandlerLines();
 
     std::atomic<int32_t> m_State = ADAPTOR_STARTED;
