@@ -32,12 +32,11 @@ struct ADAPTOR_FRAME {
 /// Where the adaptor's events go. Any thread; never called under a lock.
 class EVENT_SINK {
 public:
+    virtual ~EVENT_SINK() = default;
+
     /// @param a_Params  stays the caller's
     /// @return the host's result; 0 when there is no host
     virtual int SendEvent(unsigned a_Event, unsigned a_Number, CBMIEvParams* a_Params) = 0;
-
-protected:
-    ~EVENT_SINK() = default;
 };
 
 /// The host as it stands at the moment of an event.
