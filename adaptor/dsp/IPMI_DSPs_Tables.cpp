@@ -2,7 +2,7 @@
 #include "adaptor/dsp/IPMI_DSPs.h"
 
 #include "adaptor/IPMI_Adaptor.h"
-#include "adaptor/hardware/IPMI_FRUData.h"
+#include "adaptor/hardware/IPMI_HardwareFacts.h"
 #include "common/veldo_common_guard.h"
 #include "common/veldo_common_rows.h"
 #include "common/veldo_common_trace.h"

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "adaptor/IPMI_Adaptor.h"
-#include "adaptor/hardware/IPMI_FRUData.h"
+#include "adaptor/hardware/IPMI_HardwareFacts.h"
 #include "common/veldo_common_protocol.h"
 #include "ipmi/IPMI_FRUParse.h"
 #include "ipmi/model/IPMI_Model.h"

@@ -1,5 +1,5 @@
 // Parameter group 0x400: the RTM's framers, from its FRU's vendor record or from the override.
-#include "adaptor/hardware/IPMI_FRUData.h"
+#include "adaptor/hardware/IPMI_HardwareFacts.h"
 
 #include "adaptor/IPMI_Adaptor.h"
 #include "common/veldo_common_rows.h"

@@ -1,7 +1,7 @@
 // Parameter group 0x30000: the baseboard, and its reset.
 #include "adaptor/IPMI_Adaptor.h"
 
-#include "adaptor/hardware/IPMI_FRUData.h"
+#include "adaptor/hardware/IPMI_HardwareFacts.h"
 #include "common/veldo_common_rows.h"
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"

@@ -1,5 +1,5 @@
 // The RTM's PSTN configuration: the overrides that replace its FRU data, and its export to the board's PCI driver.
-#include "adaptor/hardware/IPMI_FRUData.h"
+#include "adaptor/hardware/IPMI_HardwareFacts.h"
 
 #include "adaptor/IPMI_Adaptor.h"
 #include "common/veldo_common_text.h"

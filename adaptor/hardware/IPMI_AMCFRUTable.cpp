@@ -1,5 +1,5 @@
 // Parameter group 0x300: the AMCs' hardware facts, from their FRUs' vendor records.
-#include "adaptor/hardware/IPMI_FRUData.h"
+#include "adaptor/hardware/IPMI_HardwareFacts.h"
 
 #include "adaptor/IPMI_Adaptor.h"
 #include "common/veldo_common_rows.h"

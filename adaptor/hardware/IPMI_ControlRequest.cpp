@@ -1,5 +1,5 @@
 // One value set at an OpenIPMI control: the cold reset of an entity.
-#include "adaptor/hardware/IPMI_FRUData_Control.h"
+#include "adaptor/hardware/IPMI_ControlRequest.h"
 
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"

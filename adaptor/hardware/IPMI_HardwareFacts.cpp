@@ -1,5 +1,5 @@
 // What the hardware tables take from the model: one entity's facts, copied under the model's lock.
-#include "adaptor/hardware/IPMI_FRUData.h"
+#include "adaptor/hardware/IPMI_HardwareFacts.h"
 
 namespace BM_ADAPTOR {
 

@@ -1,7 +1,7 @@
 // The cold reset of an entity through its OpenIPMI control.
 #include "adaptor/leds/LedTest.h"
 
-#include "adaptor/hardware/IPMI_FRUData_Control.h"
+#include "adaptor/hardware/IPMI_ControlRequest.h"
 #include "ipmi/model/IPMI_Simulation.h"
 
 #include <unistd.h>

@@ -1,5 +1,5 @@
 // Parameter group 0x30200: what stands in the bays, the RTM's row last, and the run status of each.
-#include "adaptor/hardware/IPMI_FRUData.h"
+#include "adaptor/hardware/IPMI_HardwareFacts.h"
 
 #include "adaptor/IPMI_Adaptor.h"
 #include "common/veldo_common_rows.h"
