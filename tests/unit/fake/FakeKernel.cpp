@@ -15,6 +15,7 @@
 #include <linux/sysctl.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
+#include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -24,7 +25,7 @@ namespace {
 constexpr std::string_view DRIVER_FILE = "/proc/mavkpcidrv/pstn.cfg";
 constexpr std::string_view OVERRIDE_FILE = "/usr/korvel/cfg/rtmdata.cfg";
 
-// Of what the adaptor's calls note, on whichever thread; the test's own accesses are for the time when none runs.
+// Of what the board's calls note, on whichever thread; the test's own accesses are for the time when none runs.
 std::recursive_mutex& KernelGuard() {
     static std::recursive_mutex& s_Guard = *new std::recursive_mutex;
     return s_Guard;
@@ -32,6 +33,7 @@ std::recursive_mutex& KernelGuard() {
 
 std::set<int> g_Sockets;
 std::map<int, int> g_DriverFiles; // descriptor, number of the opening
+std::set<FILE*> g_OverrideFiles;
 
 int Fails(int a_Error) {
     errno = a_Error;
@@ -81,6 +83,11 @@ FAKE_KERNEL& Kernel() {
     return s_Kernel;
 }
 
+std::size_t FAKE_KERNEL::SelectCount() const {
+    const std::lock_guard l_Lock(KernelGuard());
+    return m_Selects.size();
+}
+
 // What the linker puts in the place of the calls, and the real ones. It looks for them from shared libraries too, those
 // of the sanitizers: they must not be hidden.
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
@@ -93,11 +100,14 @@ int __real_open(const char* a_Path, int a_Flags, ...);
 ssize_t __real_write(int a_Descriptor, const void* a_Bytes, size_t a_Size);
 int __real_close(int a_Descriptor);
 FILE* __real_fopen(const char* a_Path, const char* a_Mode);
+int __real_fclose(FILE* a_File);
 long __real_syscall(long a_Number, ...);
+int __real_select(int a_Count, fd_set* a_Read, fd_set* a_Write, fd_set* a_Except, timeval* a_TimeOut);
 
 int __wrap_socket(int a_Domain, int a_Type, int a_Protocol) {
     const std::lock_guard l_Lock(KernelGuard());
     if (Kernel().m_bNoSocket) return Fails(EMFILE);
+    Kernel().m_SocketType = a_Type;
     const int l_Socket = __real_socket(a_Domain, a_Type, a_Protocol);
     g_Sockets.insert(l_Socket);
     ++Kernel().m_Sockets;
@@ -157,10 +167,20 @@ int __wrap_close(int a_Descriptor) {
 FILE* __wrap_fopen(const char* a_Path, const char* a_Mode) {
     const std::lock_guard l_Lock(KernelGuard());
     if (a_Path != OVERRIDE_FILE) return __real_fopen(a_Path, a_Mode);
+    Kernel().m_OverrideMode = a_Mode;
     auto& l_Content = Kernel().m_OverrideFile;
     if (!l_Content) return nullptr;
-    if (l_Content->empty()) return __real_fopen("/dev/null", a_Mode);
-    return fmemopen(l_Content->data(), l_Content->size(), "r");
+    FILE* const l_File =
+        l_Content->empty() ? __real_fopen("/dev/null", a_Mode) : fmemopen(l_Content->data(), l_Content->size(), "r");
+    g_OverrideFiles.insert(l_File);
+    ++Kernel().m_OpenStreams;
+    return l_File;
+}
+
+int __wrap_fclose(FILE* a_File) {
+    const std::lock_guard l_Lock(KernelGuard());
+    if (g_OverrideFiles.erase(a_File) != 0) --Kernel().m_OpenStreams;
+    return __real_fclose(a_File);
 }
 
 long __wrap_syscall(long a_Number, ...) {
@@ -179,6 +199,23 @@ long __wrap_syscall(long a_Number, ...) {
     Kernel().m_ParameterName.assign(l_Request.name, l_Request.name + l_Request.nlen);
     if (l_Request.newlen == sizeof(int)) Kernel().m_Parameter = *static_cast<int*>(l_Request.newval);
     return 0;
+}
+
+int __wrap_select(int a_Count, fd_set* a_Read, fd_set* a_Write, fd_set* a_Except, timeval* a_TimeOut) {
+    {
+        const std::lock_guard l_Lock(KernelGuard());
+        Kernel().m_Selects.push_back({a_Count, a_Read != nullptr && FD_ISSET(a_Count - 1, a_Read),
+                                      a_TimeOut->tv_sec * 1000L + a_TimeOut->tv_usec / 1000});
+        if (!Kernel().m_SelectEnds.empty()) {
+            const KERNEL_SELECT_END l_End = Kernel().m_SelectEnds.front();
+            Kernel().m_SelectEnds.pop_front();
+            *a_TimeOut = l_End.m_Left;
+            FD_ZERO(a_Read); // what an ended call leaves there is nothing to rely on
+            errno = l_End.m_Error;
+            return l_End.m_Result;
+        }
+    }
+    return __real_select(a_Count, a_Read, a_Write, a_Except, a_TimeOut);
 }
 }
 #pragma GCC visibility pop

@@ -1,128 +1,132 @@
-// eth6 among the machine's interfaces: its Ethernet address, its IP address, and which addresses are near it.
-#include "adaptor/BoardTest.h"
+// What the kernel says of the machine's network interfaces: an interface's Ethernet address and its IPv4 address.
+#include "adaptor/board/IPMI_Network.h"
+
+#include "adaptor/board/DoorTest.h"
 
 #include <cerrno>
+
 #include <net/if.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
 constexpr std::array<unsigned char, 6> MAC = {0x02, 0x00, 0x5e, 0xAB, 0x00, 0x09};
 
-class HostMac : public BOARD_TEST {
+class Network : public DOOR_TEST {
 protected:
-    /// "none" after a failure that was logged.
-    std::string Get() {
-        std::string l_Mac = "untouched";
-        Lines();
-        if (m_Adaptor.GetAMCFirstMac(l_Mac) == 1) return l_Mac;
-        EXPECT_EQ(l_Mac, "untouched");
-        EXPECT_THAT(Lines(), ElementsAre(Error("Fail to Get MAC of eth6")));
-        return "none";
+    /// "none" when the interface has none.
+    static std::string MacOf(const std::string& a_Interface) {
+        const auto l_Mac = HardwareAddressOf(a_Interface);
+        return l_Mac ? l_Mac->Text() : "none";
     }
+    static std::string IPOf(const std::string& a_Interface) { return IPv4AddressOf(a_Interface).value_or("none"); }
+
+    static void GiveEth6() { Kernel().m_Interfaces = {{"lo", "127.0.0.1"}, {"eth6", "192.168.0.1", MAC}}; }
 };
 
-TEST_F(HostMac, IsEth6sInSmallLetters) {
-    GiveEth6(MAC);
-    EXPECT_EQ(Get(), "02:00:5e:ab:00:09");
-    EXPECT_THAT(Lines(), IsEmpty());
+// ---- the Ethernet address
+
+using HardwareAddress = Network;
+
+TEST_F(HardwareAddress, IsTheInterfacesOwn) {
+    GiveEth6();
+    EXPECT_EQ(MacOf("eth6"), "02:00:5E:AB:00:09");
     EXPECT_THAT(Kernel().m_Ioctls, ElementsAre(SIOCGIFCONF, SIOCGIFHWADDR));
+    EXPECT_EQ(MacOf("lo"), "00:00:00:00:00:00");
 }
 
-TEST_F(HostMac, IsTakenFromNoOtherInterface) {
-    Kernel().m_Interfaces = {};
-    EXPECT_EQ(Get(), "none");
+TEST_F(HardwareAddress, IsTakenFromNoOtherInterface) {
+    EXPECT_EQ(MacOf("eth6"), "none");
     Kernel().m_Interfaces = {{"eth", "10.0.0.1", MAC},
                              {"eth60", "10.0.0.2", MAC},
                              {"eth6:1", "10.0.0.3", MAC},
                              {"ETH6", "10.0.0.4", MAC},
-                             {"eth6", "", MAC},
-                             {"eth6", "10.0.0.5", MAC, 10},
+                             {"eth6", "", MAC},             // not in the list
+                             {"eth6", "10.0.0.5", MAC, 10}, // not an IPv4 address
                              {"0123456789abcdef", "10.0.0.6", MAC}};
-    EXPECT_EQ(Get(), "none");
+    EXPECT_EQ(MacOf("eth6"), "none");
+    EXPECT_EQ(MacOf(""), "none");
 }
 
-TEST_F(HostMac, IsFoundBehindManyInterfaces) {
+TEST_F(HardwareAddress, NameThatFillsItsFieldIsFound) {
+    Kernel().m_Interfaces = {{"0123456789abcdef", "10.0.0.1", MAC}};
+    EXPECT_EQ(MacOf("0123456789abcdef"), "02:00:5E:AB:00:09");
+    EXPECT_EQ(MacOf("0123456789abcde"), "none");
+}
+
+TEST_F(HardwareAddress, IsFoundAfterManyInterfaces) {
     for (int i = 0; i < 100; ++i)
         Kernel().m_Interfaces.push_back({"veth" + std::to_string(i), "10.0.0.1"});
     Kernel().m_Interfaces.push_back({"eth6", "10.0.0.2", MAC});
-    EXPECT_EQ(Get(), "02:00:5e:ab:00:09");
+    EXPECT_EQ(MacOf("eth6"), "02:00:5E:AB:00:09");
 }
 
-TEST_F(HostMac, IsNotLookedForBehindTheBuffer) {
+TEST_F(HardwareAddress, IsNotLookedForBeyondTheList) {
     for (int i = 0; i < 300; ++i)
         Kernel().m_Interfaces.push_back({"veth" + std::to_string(i), "10.0.0.1"});
     for (const int l_Length : {1 << 20, -5, 0, 7}) {
         Kernel().m_ListLength = l_Length;
-        EXPECT_EQ(Get(), "none") << l_Length;
+        EXPECT_EQ(MacOf("eth6"), "none") << l_Length;
     }
 }
 
-TEST_F(HostMac, IsNoneWhenTheKernelRefuses) {
-    GiveEth6(MAC);
+TEST_F(HardwareAddress, IsNoneWhenTheKernelRefuses) {
+    GiveEth6();
     for (const unsigned long l_Request : {SIOCGIFCONF, SIOCGIFHWADDR}) {
         Kernel().m_IoctlErrors = {{l_Request, EPERM}};
-        EXPECT_EQ(Get(), "none") << l_Request;
+        EXPECT_EQ(MacOf("eth6"), "none") << l_Request;
+        EXPECT_EQ(Kernel().m_Sockets, 0);
     }
     Kernel().m_IoctlErrors = {};
     Kernel().m_bNoSocket = true;
-    EXPECT_EQ(Get(), "none");
+    EXPECT_EQ(MacOf("eth6"), "none");
 }
 
-class HostAddress : public BOARD_TEST {};
+// ---- the IPv4 address
 
-TEST_F(HostAddress, IsTheInterfacesOwn) {
-    GiveEth6(MAC);
-    std::string l_IP;
-    EXPECT_EQ(Access::mGetIPAddrByName(m_Adaptor, "eth6", l_IP), 1);
-    EXPECT_EQ(l_IP, "192.168.0.1");
-    EXPECT_EQ(Access::mGetIPAddrByName(m_Adaptor, "lo", l_IP), 1);
-    EXPECT_EQ(l_IP, "127.0.0.1");
+using IPv4Address = Network;
+
+TEST_F(IPv4Address, IsTheInterfacesOwn) {
+    GiveEth6();
+    EXPECT_EQ(IPOf("eth6"), "192.168.0.1");
+    EXPECT_EQ(IPOf("lo"), "127.0.0.1");
 }
 
-TEST_F(HostAddress, OfNoInterfaceGives0AndLeavesTheTextAlone) {
+TEST_F(IPv4Address, IsNoneWithoutTheInterfaceOrItsAddress) {
     Kernel().m_Interfaces = {{"eth6", ""}};
-    std::string l_IP = "untouched";
-    for (const char* l_Name : {"eth6", "eth7", "", "a name that no interface can have"})
-        EXPECT_EQ(Access::mGetIPAddrByName(m_Adaptor, l_Name, l_IP), 0) << l_Name;
+    for (const char* l_Name : {"eth6", "eth7", ""})
+        EXPECT_EQ(IPOf(l_Name), "none") << l_Name;
+}
+
+TEST_F(IPv4Address, NameThatNoInterfaceCanHaveIsNotAskedFor) {
+    for (const char* l_Name : {"0123456789abcdef", "a name that no interface can have"})
+        EXPECT_EQ(IPOf(l_Name), "none") << l_Name;
+    EXPECT_THAT(Kernel().m_Ioctls, testing::IsEmpty());
+    Kernel().m_Interfaces = {{"0123456789abcde", "10.0.0.1"}}; // the longest
+    EXPECT_EQ(IPOf("0123456789abcde"), "10.0.0.1");
+}
+
+TEST_F(IPv4Address, IsNoneWhenTheKernelRefuses) {
+    GiveEth6();
+    Kernel().m_IoctlErrors = {{SIOCGIFADDR, EPERM}};
+    EXPECT_EQ(IPOf("eth6"), "none");
+    EXPECT_EQ(Kernel().m_Sockets, 0);
+    Kernel().m_IoctlErrors = {};
     Kernel().m_bNoSocket = true;
-    EXPECT_EQ(Access::mGetIPAddrByName(m_Adaptor, "eth6", l_IP), 0);
-    EXPECT_EQ(l_IP, "untouched");
+    EXPECT_EQ(IPOf("eth6"), "none");
 }
 
-struct SUBNET {
-    const char* m_First;
-    const char* m_Second;
-    bool m_bSame;
-};
-
-void PrintTo(const SUBNET& a_Case, std::ostream* a_Stream) {
-    *a_Stream << '"' << a_Case.m_First << "\" and \"" << a_Case.m_Second << '"';
+TEST_F(Network, IsAskedByADatagramSocketThatNoToolInherits) {
+    HardwareAddressOf("eth6");
+    EXPECT_EQ(Kernel().m_SocketType, SOCK_DGRAM | SOCK_CLOEXEC);
+    Kernel() = {};
+    IPv4AddressOf("eth6");
+    EXPECT_EQ(Kernel().m_SocketType, SOCK_DGRAM | SOCK_CLOEXEC);
 }
-
-class Subnet : public HostAddress, public testing::WithParamInterface<SUBNET> {};
-
-TEST_P(Subnet, IsComparedUnderTheMask) {
-    EXPECT_EQ(Access::mIsOnSameSubnet(m_Adaptor, GetParam().m_First, GetParam().m_Second, "255.255.255.0"),
-              GetParam().m_bSame);
-    EXPECT_EQ(Access::mIsOnSameSubnet(m_Adaptor, GetParam().m_Second, GetParam().m_First, "255.255.255.0"),
-              GetParam().m_bSame);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Addresses, Subnet,
-    testing::Values(SUBNET{"192.168.0.23", "192.168.0.1", true}, SUBNET{"192.168.0.255", "192.168.0.0", true},
-                    SUBNET{"192.168.1.23", "192.168.0.1", false}, SUBNET{"10.168.0.23", "192.168.0.1", false},
-                    SUBNET{"0xC0.0xA8.0.5", "192.168.0.1", true}, SUBNET{"0XC0A80005", "192.168.0.1", true},
-                    SUBNET{"192.168.0.23 ;reboot", "192.168.0.1", false}, // inet_addr stops at the blank
-                    SUBNET{"192.168.0.23\n", "192.168.0.1", false}, SUBNET{"192.168.0.$(id)", "192.168.0.1", false},
-                    SUBNET{"", "", false}, SUBNET{"", "192.168.0.1", false}, SUBNET{"fed", "fed", false},
-                    SUBNET{"192.168.0.256", "192.168.0.256", false},
-                    SUBNET{"255.255.255.255", "255.255.255.1", false})); // the value of no address
 
 } // namespace
