@@ -1,5 +1,5 @@
-// The one door to the machine: whatever the adaptor does to it, beside OpenIPMI and the host's own interfaces, goes
-// through here.
+// The one door to the machine: everything that the adaptor does to it, except by OpenIPMI and the host's own
+// interfaces, goes through here.
 #pragma once
 
 #include "adaptor/board/IPMI_MAC.h"
@@ -17,13 +17,13 @@ class OSALThread;
 
 namespace BM_ADAPTOR {
 
-/// The host's interface to the DSPs.
+/// The network interface by which the host reaches the DSPs.
 inline constexpr const char* HOST_INTERFACE = "eth6";
 
 /// How far a pass of records for the PCI driver got.
 struct DRIVER_PASS {
     int m_OpenError = 0;     ///< the errno, when the driver's file could not be opened
-    std::size_t m_Taken = 0; ///< how many records the driver took; the one after them it did not take
+    std::size_t m_Taken = 0; ///< how many records the driver took; it refused the next one, if there is one
 };
 
 /// The board and its operating system. Any thread, several at once. Nothing here logs.
@@ -47,9 +47,11 @@ public:
     /// Its IPv4 address as dotted text, likewise.
     virtual std::optional<std::string> IPv4AddressOf(const std::string& a_Interface) = 0;
 
-    /// Opens the PCI driver's control file and writes the records, one write each, until the driver does not take one.
+    /// Opens the PCI driver's control file and writes the records, one write each, until the driver refuses one or
+    /// takes a part of it only. What it took stays.
     virtual DRIVER_PASS WriteDriverFile(std::span<const std::string> a_Records) = 0;
-    /// The lines of the RTM's override file, at most four; nothing when there is no such file.
+    /// The lines of the RTM's override file with their line ends, at most four; a line of more than 1023 characters
+    /// counts as several. Nothing when there is no such file.
     virtual std::optional<std::vector<std::string>> OverrideLines() = 0;
     /// Sets the kernel parameter by which the board driver maps the DSPs. False when the kernel has no such parameter.
     virtual bool SetRemap(int a_Value) = 0;
@@ -57,10 +59,11 @@ public:
     /// Waits on a monitor that the caller has locked.
     /// @return false when the time ran out; true when notified, or woken for no reason
     virtual bool Wait(OSAL::OSALMonitor& a_Monitor, int a_Milliseconds) = 0;
-    /// Waits until a descriptor can be read.
-    /// @return as select() gives it: 1, 0 when the time ran out, -1 for a descriptor that select cannot take
+    /// Waits until a descriptor can be read; a signal does not end the wait.
+    /// @return as select() gives it: 1; 0 when the time ran out; -1 after an error, or at once for a descriptor that
+    ///         select cannot take
     virtual int WaitUntilReadable(int a_Descriptor, int a_Milliseconds) = 0;
-    /// Starts a thread: 0, or an errno.
+    /// Starts a thread. 0, or an errno: as OSALThread::Start.
     virtual int StartThread(OSAL::OSALThread& a_Thread) = 0;
 };
 

@@ -10,7 +10,7 @@ namespace BM_ADAPTOR {
 namespace {
 
 constexpr std::size_t TEXT_LENGTH = 17;
-constexpr std::size_t BYTE_LENGTH = 3; // two digits and the colon behind them
+constexpr std::size_t BYTE_LENGTH = 3; // two digits and the colon after them
 constexpr std::size_t FIRST_COUNTED = 2;
 
 } // namespace
