@@ -38,7 +38,6 @@ class IPMI_SWITCHPORT;
 class IPMITHREAD;
 struct LED_TIMES;
 struct MAC_ADDRESS;
-struct PSTN_DATA;
 struct TOOL_FORMS;
 class UPGRADE_STATUS;
 class UPGRADETHREAD;
@@ -166,7 +165,6 @@ private:
     int mInitRTMInfo();
     int mKeepRTMInfo(const CBMIParams* a_Row);
     int mSetDepop(int a_Count);
-    bool mReadPSTNData(PSTN_DATA& a_Data) const;
     std::optional<int> mCountDSPs(int32_t a_Bay) const;
     int mAddDSPMac(int32_t a_Bay, int32_t a_Dsp, int a_Count, CBMIParams& a_Row);
     int mInitDSPInfo();
@@ -198,7 +196,6 @@ private:
     int mSetAmcRTMStatus(int a_Status);
     int mSetBayStatus(int32_t a_Bay, int a_Status);
     int mSetBayLED(int32_t a_Bay, int32_t a_LED, const LED_TIMES& a_Times);
-    int32_t mRunStatus(int a_Bay) const;
     int mStartUpgrade(UPGRADETARGET a_Target, int32_t a_Bay, const std::string& a_ImagePath);
     uint32_t mNumberUpgrade();
     void mKeepUpgrade(std::unique_ptr<UPGRADETHREAD> a_Thread, uint32_t a_Number);

@@ -3,6 +3,7 @@
 
 #include "adaptor/IPMI_Adaptor.h"
 #include "adaptor/hardware/IPMI_HardwareFacts.h"
+#include "adaptor/hardware/IPMI_Overrides.h"
 #include "common/veldo_common_guard.h"
 #include "common/veldo_common_rows.h"
 #include "common/veldo_common_trace.h"
@@ -46,7 +47,7 @@ int IPMIAdaptor::AMC_DSP_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
     if (a_Row == nullptr || *l_Dsp < 1) return RESULT_NO_ROW;
 
     // Another bay than the override's, or a DSP that it does not have, is looked for in the hardware.
-    const auto l_Override = AMCOverride();
+    const auto l_Override = AMCOverride(m_Board);
     if (l_Override && l_Override->m_Bay == *l_Bay && *l_Dsp <= l_Override->m_FieldB) {
         return mAddDSPMac(*l_Bay, *l_Dsp, l_Override->m_FieldB, *a_Row);
     }

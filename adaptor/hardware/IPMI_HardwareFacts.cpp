@@ -1,4 +1,4 @@
-// What the hardware tables take from the model: one entity's facts, copied under the model's lock.
+// What the model tells of one entity, copied under the model's lock.
 #include "adaptor/hardware/IPMI_HardwareFacts.h"
 
 namespace BM_ADAPTOR {

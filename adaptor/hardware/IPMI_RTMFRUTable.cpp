@@ -1,7 +1,8 @@
 // Parameter group 0x400: the RTM's framers, from its FRU's vendor record or from the override.
-#include "adaptor/hardware/IPMI_HardwareFacts.h"
+#include "adaptor/hardware/IPMI_RTMFRUTable.h"
 
-#include "adaptor/IPMI_Adaptor.h"
+#include "adaptor/hardware/IPMI_HardwareTable.h"
+#include "adaptor/hardware/IPMI_Overrides.h"
 #include "common/veldo_common_rows.h"
 #include "common/veldo_common_trace.h"
 
@@ -9,71 +10,57 @@ namespace BM_ADAPTOR {
 
 namespace {
 
-void AddFramers(CBMIParams& a_Row, int a_FramerType, int a_NumFramers, int a_TrunksPerFramer) {
-    AddInt(a_Row, BMI_HW_RTM_FRU_FRAMER_TYPE, a_FramerType);
-    AddInt(a_Row, BMI_HW_RTM_FRU_NUM_FRAMERS, a_NumFramers);
-    AddInt(a_Row, BMI_HW_RTM_FRU_TRUNKS_PER_FRAMER, a_TrunksPerFramer);
+void AddFramers(CBMIParams& a_Row, const PSTN_DATA& a_Data) {
+    AddInt(a_Row, BMI_HW_RTM_FRU_FRAMER_TYPE, a_Data.m_FramerType);
+    AddInt(a_Row, BMI_HW_RTM_FRU_NUM_FRAMERS, a_Data.m_NumFramers);
+    AddInt(a_Row, BMI_HW_RTM_FRU_TRUNKS_PER_FRAMER, a_Data.m_TrunksPerFramer);
 }
 
 } // namespace
 
-int IPMIAdaptor::RTM_FRU_ReadParams(const CBMIKeys*, CBMIParams* a_Row) {
-    if (m_State != ADAPTOR_STARTED) {
-        LogError(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams -- In bad state %i", m_State.load());
-    }
-    LogTrace(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams");
+int RTM_FRU_TABLE::ReadParams(const CBMIKeys*, CBMIParams* a_Row) const {
+    LogUnlessStarted(m_Frame, "IPMIAdaptor :: RTM_FRU_ReadParams -- In bad state %i");
+    LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams");
     if (a_Row == nullptr) return RESULT_NOT_FOUND;
-    int l_FramerType = -1;
-    int l_NumFramers = -1;
-    int l_TrunksPerFramer = -1;
-    const int l_Mode = ReadRTMConfig(&l_FramerType, &l_NumFramers, &l_TrunksPerFramer);
+    PSTN_DATA l_Data;
+    const int l_Mode =
+        RTM_OVERRIDE(m_Frame).ReadRTMConfig(&l_Data.m_FramerType, &l_Data.m_NumFramers, &l_Data.m_TrunksPerFramer);
     LogTrace(
-        m_Logger,
+        m_Frame.m_Logger,
         "IPMIAdaptor :: RTM_FRU_ReadParams - file read rc=%i l_FramerType=%i l_NumFramers=%i l_NumTrunksPerFramer=%i",
-        l_Mode, l_FramerType, l_NumFramers, l_TrunksPerFramer);
+        l_Mode, l_Data.m_FramerType, l_Data.m_NumFramers, l_Data.m_TrunksPerFramer);
     if (l_Mode == PSTN_MODE_SIMULATED) {
-        AddFramers(*a_Row, l_FramerType, l_NumFramers, l_TrunksPerFramer);
-        LogTrace(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - returning Simulated OK ");
+        AddFramers(*a_Row, l_Data);
+        LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - returning Simulated OK ");
         return RESULT_OK;
     }
     if (l_Mode == PSTN_MODE_NO_RTM) {
-        LogTrace(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - returning simulated no RTM");
+        LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - returning simulated no RTM");
         return RESULT_NOT_FOUND;
     }
     if (l_Mode == PSTN_MODE_FRU_DATA) {
-        LogTrace(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - Using FRU data (no override)");
+        LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - Using FRU data (no override)");
     }
 
-    const auto l_RTM = FindHardware(ENTITY_ID_RTM);
-    if (!l_RTM) {
-        LogError(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - NO RTM INSTALLED ");
-        return RESULT_NOT_FOUND;
-    }
-    if (!l_RTM->m_FRU) {
-        LogError(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - FRU data missing - internal error ");
-        return RESULT_NOT_FOUND;
-    }
+    const auto l_RTM = FindHardwareWithFRU(m_Frame, ENTITY_ID_RTM, std::nullopt,
+                                           "IPMIAdaptor :: RTM_FRU_ReadParams - NO RTM INSTALLED ",
+                                           "IPMIAdaptor :: RTM_FRU_ReadParams - FRU data missing - internal error ");
+    if (!l_RTM) return RESULT_NOT_FOUND;
     const auto& l_Record = l_RTM->m_FRU->m_RTM;
     if (!l_Record) {
-        LogError(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - error - not found");
+        LogError(m_Frame.m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - error - not found");
         return RESULT_NOT_FOUND;
     }
-    AddFramers(*a_Row, l_Record->m_FramerType, l_Record->m_NumFramers, l_Record->m_TrunksPerFramer);
-    LogTrace(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - returning OK ");
+    AddFramers(*a_Row, *l_Record);
+    LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: RTM_FRU_ReadParams - returning OK ");
     return RESULT_OK;
 }
 
-int IPMIAdaptor::RTM_FRU_ReadTable(CBMITable*& a_Table) {
-    a_Table = new CBMITable;
-    if (m_State != ADAPTOR_STARTED) {
-        LogError(m_Logger, "IPMIAdaptor :: RTM_FRU_ReadTable -- In bad state %i", m_State.load());
-    }
+int RTM_FRU_TABLE::ReadTable(CBMITable*& a_Table) const {
+    CBMITable& l_Table = BeginTable(m_Frame, a_Table, "IPMIAdaptor :: RTM_FRU_ReadTable -- In bad state %i");
     CBMIKeys l_Keys;
     AddKey(l_Keys, BMI_HW_AMC_BAY, RTM_BAY); // a key of the AMC table, kept; the handler does not look at it
-    CBMIParams l_Row;
-    if (RTM_FRU_ReadParams(&l_Keys, &l_Row) != RESULT_OK) return RESULT_NOT_FOUND;
-    a_Table->AddRow(l_Row);
-    return RESULT_OK;
+    return AddRowRead(l_Table, [&](CBMIParams& a_Row) { return ReadParams(&l_Keys, &a_Row); });
 }
 
 } // namespace BM_ADAPTOR

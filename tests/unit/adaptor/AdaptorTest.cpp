@@ -3,7 +3,6 @@
 
 #include "common/veldo_common_text.h"
 
-#include <cstdlib>
 #include <memory>
 #include <utility>
 
@@ -126,8 +125,6 @@ IPMI_ENTITY& AddEntity(int a_EntityID, int a_Bay, int a_Instance, int a_Address)
 }
 
 void ResetProcess() {
-    for (const char* l_Name : {"MAVK_AMC", "MAVK_RTM"})
-        unsetenv(l_Name);
     for (auto& [l_Address, l_Entity] : g_EntityMap)
         delete l_Entity;
     g_EntityMap.clear();

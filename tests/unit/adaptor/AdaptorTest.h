@@ -3,7 +3,7 @@
 #pragma once
 
 #include "adaptor/IPMI_Adaptor.h"
-#include "adaptor/hardware/IPMI_HardwareFacts.h"
+#include "adaptor/hardware/IPMI_AMCHardwareTable.h"
 #include "common/veldo_common_protocol.h"
 #include "ipmi/IPMI_FRUParse.h"
 #include "ipmi/model/IPMI_Model.h"
@@ -58,7 +58,7 @@ IPMI_FRU& AddFRUWithTexts(IPMI_ENTITY& a_Entity, const std::string& a_Name);
 /// A new entity in the model; `a_Address` comes first in the map's order.
 IPMI_ENTITY& AddEntity(int a_EntityID, int a_Bay, int a_Instance = ENTITY_INSTANCE_FIRST, int a_Address = 0x20);
 
-/// Model, flags, run-status cache, probe, environment and the fakes as they are in a new process.
+/// Model, flags, run-status cache, probe and the fakes as they are in a new process.
 void ResetProcess();
 
 /// A process as new before and after each test; one recorder sees what goes to the logger object and to bmiLog.

@@ -287,8 +287,8 @@ TEST_F(InitOverIpmi, WithDspsPciMemoryIsOpenedTwiceAndClosedOnce) {
 
 TEST_F(InitOverIpmi, SetsTheBoardUpInOrder) {
     GiveDSPs();
-    Kernel().m_OpenErrors = {};
-    setenv("MAVK_RTM", "2184", 1);
+    m_Board.m_OpenErrors = {};
+    m_Board.m_Environment["MAVK_RTM"] = "2184";
     EXPECT_EQ(Init(1), 1);
     TEXTS l_Steps;
     for (const std::string& l_Text : m_Log.Texts()) {
@@ -302,7 +302,7 @@ TEST_F(InitOverIpmi, SetsTheBoardUpInOrder) {
                                      "IPMIAdaptor :: AMC_DSP_ReadTable -- Returning 4 found ",
                                      "IPMIAdaptor :: RTM_FRU_ReadParams - returning Simulated OK ",
                                      "Entering CSwitchIfPortMgr Init", "Entering mInitSwitchInfo()"));
-    EXPECT_EQ(Kernel().m_Records.size(), 7U);
+    EXPECT_EQ(m_Board.Records().size(), 7U);
     EXPECT_EQ(Kernel().m_Parameter, 0);
     EXPECT_EQ(Access::DspMacMap(m_Adaptor).size(), 4U);
     EXPECT_EQ(Access::NumFramers(m_Adaptor), 8);
@@ -331,9 +331,9 @@ TEST_F(InitOverIpmi, Gives0WhenTheBoardDriverCannotBeOpened) {
 TEST_F(InitOverIpmi, GoesOnWithoutTheDriverFileTheKernelParameterAndTheRtm) {
     GiveDSPs();
     Kernel().m_bNoParameter = true;
-    setenv("MAVK_RTM", "1", 1);
+    m_Board.m_Environment["MAVK_RTM"] = "1";
     EXPECT_EQ(Init(1), 1);
-    EXPECT_THAT(Kernel().m_Records, IsEmpty());
+    EXPECT_THAT(m_Board.Records(), IsEmpty());
     EXPECT_EQ(Access::RTMPresent(m_Adaptor), 0);
 }
 
@@ -357,7 +357,7 @@ TEST_F(InitOverIpmi, ASecondOneReplacesDspsAndPortsByWhatItFinds) {
     EXPECT_THAT(Access::DspMacMap(m_Adaptor), testing::SizeIs(4)); // only the ports go with it
     EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), IsEmpty());
     Init(1);
-    setenv("MAVK_AMC", "x312", 1);
+    m_Board.m_Environment["MAVK_AMC"] = "x312";
     Init(3);
     EXPECT_THAT(Access::DspMacMap(m_Adaptor), testing::SizeIs(2));
     EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), testing::SizeIs(4));
@@ -418,10 +418,10 @@ TEST_F(InitOverIpmi, ReplacesTheDspsAndThePortsOfAnEarlierOne) {
     GiveDSPs();
     Init(1);
     EXPECT_EQ(Rows(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), 4);
-    setenv("MAVK_AMC", "x312", 1); // two of them
+    m_Board.m_Environment["MAVK_AMC"] = "x312"; // two of them
     Init(1);
     EXPECT_EQ(Rows(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), 2);
-    unsetenv("MAVK_AMC");
+    m_Board.m_Environment.erase("MAVK_AMC");
     Init(3);
     EXPECT_EQ(Rows(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), 0);
     EXPECT_EQ(Rows(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE), 0);

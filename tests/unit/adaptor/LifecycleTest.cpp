@@ -29,7 +29,7 @@ TEXTS RegistrationCalls(const std::string& a_Verb) {
 LIFECYCLE_TEST::LIFECYCLE_TEST() {
     BoardDriver() = {};
     Kernel() = {};
-    Kernel().m_OpenErrors = {{1, ENOENT}};
+    m_Board.m_OpenErrors = {{1, ENOENT}};
     m_Host.m_Storage = &m_Storage;
     m_Host.m_Logger = &m_Log;
 }
@@ -40,7 +40,7 @@ LIFECYCLE_TEST::~LIFECYCLE_TEST() {
 }
 
 void LIFECYCLE_TEST::GiveDSPs() {
-    setenv("MAVK_AMC", "x314", 1);
+    m_Board.m_Environment["MAVK_AMC"] = "x314";
     Kernel().m_Interfaces = {{"eth6", "192.168.0.1", {0x02, 0, 0, 0, 0, 0x10}}};
 }
 

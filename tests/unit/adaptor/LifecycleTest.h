@@ -55,7 +55,7 @@ protected:
     static void WithoutOpenIPMI() { Fake().Setup().m_bOsHandlerFails = true; }
 
     /// Four DSPs in bay 3, by MAVK_AMC, and the eth6 that their addresses are counted from.
-    static void GiveDSPs();
+    void GiveDSPs();
 
     int Init(int a_Mode);
     /// How many rows the group's table has.

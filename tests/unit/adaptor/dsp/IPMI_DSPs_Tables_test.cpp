@@ -129,7 +129,7 @@ TEST_F(DspMac, WithoutEth6TheMacCannotBeObtained) {
 // ---- MAVK_AMC
 
 TEST_F(DspMac, OverrideGivesTheDspsOfItsBay) {
-    setenv("MAVK_AMC", "x315", 1);
+    m_Board.m_Environment["MAVK_AMC"] = "x315";
     EXPECT_EQ(Read(3, 5), 1);
     EXPECT_THAT(Row(), ElementsAre("0x1201 i:3 key", "0x1202 i:5 key", "0x1203 s:00:11:22:33:45:04"));
     EXPECT_THAT(Lines(), ElementsAre(BmiTrace(Searching(3, 5))));
@@ -153,7 +153,7 @@ class DspOverride : public DspMac, public testing::WithParamInterface<OVERRIDE_C
 
 TEST_P(DspOverride, LeavesTheRestToTheHardware) {
     AddAMC(5, 2);
-    setenv("MAVK_AMC", GetParam().m_Variable, 1);
+    m_Board.m_Environment["MAVK_AMC"] = GetParam().m_Variable;
     EXPECT_EQ(Read(GetParam().m_Bay, GetParam().m_Dsp), GetParam().m_Result);
 }
 

@@ -1,8 +1,9 @@
 // The AMC FRU table: what a bay's vendor record says, or what the simulation puts in its place.
-#include "adaptor/AdaptorTest.h"
+#include "adaptor/hardware/IPMI_AMCFRUTable.h"
+
+#include "adaptor/hardware/HardwareTest.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -22,11 +23,11 @@ std::string TargetBay(int a_Bay) {
     return "IPMIAdaptor :: AMC_FRU_ReadParams - target bay location =" + std::to_string(a_Bay);
 }
 
-class AmcFru : public ADAPTOR_TEST {
+class AmcFru : public HARDWARE_TEST {
 protected:
     int Read(int a_Bay) {
         const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_FRU_BAY, a_Bay);
-        return m_Adaptor.AMC_FRU_ReadParams(&l_Keys, &m_Row);
+        return m_Table.ReadParams(&l_Keys, &m_Row);
     }
 
     /// An AMC in a bay, with one FRU that holds these multirecords.
@@ -36,6 +37,8 @@ protected:
             AddMultiRecord(l_FRU, l_Record);
         return l_FRU;
     }
+
+    const AMC_FRU_TABLE m_Table{m_Frame};
 };
 
 // ---- one row
@@ -56,7 +59,7 @@ TEST_F(AmcFru, RecordBytesAreUnsigned) {
 TEST_F(AmcFru, BothIntegerTypesAreTakenAsBay) {
     AddAMC(2, {AMCRecord(4, 1)});
     const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_FRU_BAY, 2, BMI_PARAM_UINT);
-    EXPECT_EQ(m_Adaptor.AMC_FRU_ReadParams(&l_Keys, &m_Row), 1);
+    EXPECT_EQ(m_Table.ReadParams(&l_Keys, &m_Row), 1);
     EXPECT_THAT(Row(), ElementsAre("0x303 i:2 key", "0x302 i:4", "0x301 i:1"));
 }
 
@@ -66,7 +69,7 @@ TEST_F(AmcFru, WithoutABayItAnswersNotFound) {
     const CBMIKeys l_Other = KeyOf(BMI_HW_AMC_BAY, 3);
     const CBMIKeys l_Text = TextKeyOf(BMI_HW_AMC_FRU_BAY, "3");
     for (const CBMIKeys* l_Keys : std::initializer_list<const CBMIKeys*>{nullptr, &l_Empty, &l_Other, &l_Text}) {
-        EXPECT_EQ(m_Adaptor.AMC_FRU_ReadParams(l_Keys, &m_Row), 12);
+        EXPECT_EQ(m_Table.ReadParams(l_Keys, &m_Row), 12);
         EXPECT_THAT(Row(), IsEmpty());
         EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Error(NO_BAY)));
     }
@@ -75,7 +78,7 @@ TEST_F(AmcFru, WithoutABayItAnswersNotFound) {
 TEST_F(AmcFru, NullRowAnswersNotFound) {
     AddAMC(3, {AMCRecord(4, 1)});
     const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_FRU_BAY, 3);
-    EXPECT_EQ(m_Adaptor.AMC_FRU_ReadParams(&l_Keys, nullptr), 12);
+    EXPECT_EQ(m_Table.ReadParams(&l_Keys, nullptr), 12);
 }
 
 TEST_F(AmcFru, OnlyAnAmcAtThatBayIsFound) {
@@ -85,7 +88,7 @@ TEST_F(AmcFru, OnlyAnAmcAtThatBayIsFound) {
     for (const int l_Bay : {-1, 0, 1, 2, 4, 8, 9, 10}) {
         CBMIParams l_Row;
         const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_FRU_BAY, l_Bay);
-        EXPECT_EQ(m_Adaptor.AMC_FRU_ReadParams(&l_Keys, &l_Row), 12) << l_Bay;
+        EXPECT_EQ(m_Table.ReadParams(&l_Keys, &l_Row), 12) << l_Bay;
         EXPECT_THAT(TextsOf(l_Row), ElementsAre("0x303 i:" + std::to_string(l_Bay) + " key"));
         EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Trace(TargetBay(l_Bay)), Error(NOT_FOUND)));
     }
@@ -151,7 +154,7 @@ TEST_F(AmcFru, RecordsThatAreNoAmcRecordAreNotTaken) {
         CBMIParams l_Row;
         AddAMC(3, {l_Records[i]});
         const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_FRU_BAY, 3);
-        EXPECT_EQ(m_Adaptor.AMC_FRU_ReadParams(&l_Keys, &l_Row), 12);
+        EXPECT_EQ(m_Table.ReadParams(&l_Keys, &l_Row), 12);
         EXPECT_THAT(TextsOf(l_Row), ElementsAre("0x303 i:3 key"));
         EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Trace(TargetBay(3))));
     }
@@ -168,7 +171,7 @@ TEST_F(AmcFru, OutsideTheStartedStateItLogsAndCarriesOn) {
         CBMIParams l_Row;
         const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_FRU_BAY, 3);
         BeInState(l_State);
-        EXPECT_EQ(m_Adaptor.AMC_FRU_ReadParams(&l_Keys, &l_Row), 1);
+        EXPECT_EQ(m_Table.ReadParams(&l_Keys, &l_Row), 1);
         EXPECT_EQ(l_Row.GetSize(), 3);
         EXPECT_THAT(Lines(),
                     ElementsAre(Error("IPMIAdaptor :: AMC_FRU_ReadParams -- In bad state " + std::to_string(l_State)),
@@ -186,7 +189,7 @@ TEST_F(AmcFru, WithTracesOffOnlyErrorsAreLogged) {
 }
 
 TEST_F(AmcFru, WithoutALoggerItAnswersAllTheSame) {
-    IPMI_TEST_ACCESS::Logger(m_Adaptor) = nullptr;
+    m_Logger = nullptr;
     AddAMC(3, {AMCRecord(4, 1)});
     BeInState(0);
     EXPECT_EQ(Read(3), 1);
@@ -210,7 +213,7 @@ class AmcFruSimulation : public AmcFru, public testing::WithParamInterface<SIMUL
 
 TEST_P(AmcFruSimulation, AnswersTheBayOfTheVariableAndNoOther) {
     AddAMC(5, {AMCRecord(4, 1)}); // not looked at while the variable counts
-    setenv("MAVK_AMC", GetParam().m_Variable, 1);
+    m_Board.m_Environment["MAVK_AMC"] = GetParam().m_Variable;
     EXPECT_EQ(Read(GetParam().m_Bay), GetParam().m_Result);
     EXPECT_EQ(Row(), GetParam().m_Row);
 }
@@ -229,14 +232,14 @@ INSTANTIATE_TEST_SUITE_P(
                     SIMULATED_AMC_CASE{"", 5, 1, {"0x303 i:5 key", "0x302 i:4", "0x301 i:1"}}));
 
 TEST_F(AmcFru, SimulatedBayLogsThatItWasFound) {
-    setenv("MAVK_AMC", "x312", 1);
+    m_Board.m_Environment["MAVK_AMC"] = "x312";
     EXPECT_EQ(Read(3), 1);
     EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Trace(TargetBay(3)),
                                      Trace("IPMIAdaptor :: AMC_FRU_ReadParams - Found AMC Bay Location 3")));
 }
 
 TEST_F(AmcFru, AnotherBayThanTheSimulatedOneLogsNothingMore) {
-    setenv("MAVK_AMC", "x312", 1);
+    m_Board.m_Environment["MAVK_AMC"] = "x312";
     EXPECT_EQ(Read(4), 12);
     EXPECT_THAT(Lines(), ElementsAre(Trace(NAME), Trace(TargetBay(4))));
 }
@@ -248,14 +251,13 @@ TEST_F(AmcFru, TableHoldsTheRowsOfBays1To8InOrder) {
     AddAMC(2, {AMCRecord(2, 1)});
     AddAMC(9, {AMCRecord(9, 1)});
     AddEntity(ENTITY_ID_AMC, 4, 4); // without a FRU record: dropped
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_FRU_TABLE),
-                Optional(ElementsAre(TEXTS{"0x303 i:2 key", "0x302 i:2", "0x301 i:1"},
-                                     TEXTS{"0x303 i:8 key", "0x302 i:8", "0x301 i:1"})));
+    EXPECT_THAT(TableOf(m_Table), Optional(ElementsAre(TEXTS{"0x303 i:2 key", "0x302 i:2", "0x301 i:1"},
+                                                       TEXTS{"0x303 i:8 key", "0x302 i:8", "0x301 i:1"})));
 }
 
 TEST_F(AmcFru, TableLogsEveryBayAndTheCount) {
     AddAMC(2, {AMCRecord(2, 1)});
-    Table(BMI_GROUP_HARDWARE_AMC_FRU_TABLE);
+    TableOf(m_Table);
     std::vector<LOG_LINE> l_Expected;
     for (int l_Bay = 1; l_Bay <= 8; ++l_Bay) {
         const std::string l_Number = std::to_string(l_Bay);
@@ -274,20 +276,19 @@ TEST_F(AmcFru, TableLogsEveryBayAndTheCount) {
 }
 
 TEST_F(AmcFru, TableWithoutAnAmcIsEmptyAndSuccess) {
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_FRU_TABLE), Optional(IsEmpty()));
+    EXPECT_THAT(TableOf(m_Table), Optional(IsEmpty()));
     EXPECT_EQ(Lines().back(), Error("IPMIAdaptor :: AMC_FRU_ReadTable -- Returning 0 found "));
 }
 
 TEST_F(AmcFru, TableOfTheSimulatedBayHoldsItsRowOnly) {
     AddAMC(5, {AMCRecord(4, 1)});
-    setenv("MAVK_AMC", "x312", 1);
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_FRU_TABLE),
-                Optional(ElementsAre(TEXTS{"0x303 i:3 key", "0x301 s:1", "0x302 s:2"})));
+    m_Board.m_Environment["MAVK_AMC"] = "x312";
+    EXPECT_THAT(TableOf(m_Table), Optional(ElementsAre(TEXTS{"0x303 i:3 key", "0x301 s:1", "0x302 s:2"})));
 }
 
 TEST_F(AmcFru, TableOutsideTheStartedStateLogsItForItselfAndForEveryRow) {
     BeInState(1);
-    Table(BMI_GROUP_HARDWARE_AMC_FRU_TABLE);
+    TableOf(m_Table);
     const std::vector<LOG_LINE> l_Lines = Lines();
     EXPECT_EQ(l_Lines.front(), Error("IPMIAdaptor :: AMC_FRU_ReadTable -- In bad state 1"));
     EXPECT_EQ(std::ranges::count(l_Lines, Error("IPMIAdaptor :: AMC_FRU_ReadParams -- In bad state 1")), 8);

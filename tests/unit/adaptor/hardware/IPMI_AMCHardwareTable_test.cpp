@@ -1,5 +1,7 @@
 // The AMC hardware table: FRU texts, controller and run status of the AMCs and, at bay 9, of the RTM.
-#include "adaptor/AdaptorTest.h"
+#include "adaptor/hardware/IPMI_AMCHardwareTable.h"
+
+#include "adaptor/hardware/HardwareTest.h"
 
 #include <algorithm>
 #include <atomic>
@@ -45,17 +47,17 @@ TEXTS RowOf(const std::string& a_FRU, int a_Bay, int a_RunStatus, const std::str
             "0x30207 s:" + a_FRU + " board part number",  "0x30206 s:" + a_Firmware};
 }
 
-class AmcHw : public ADAPTOR_TEST {
+class AmcHw : public HARDWARE_TEST {
 protected:
     int Read(int a_Bay) {
         const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, a_Bay);
-        return m_Adaptor.AMC_HW_ReadParams(&l_Keys, &m_Row);
+        return m_Table.ReadParams(&l_Keys, &m_Row);
     }
 
     int Write(int a_Bay, int a_RunStatus) {
-        CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, a_Bay);
-        CBMIParams l_Row = KeyOf(BMI_HW_AMC_RUN_STATUS, a_RunStatus);
-        return m_Adaptor.AMC_HW_WriteParams(&l_Keys, &l_Row);
+        const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, a_Bay);
+        const CBMIParams l_Row = KeyOf(BMI_HW_AMC_RUN_STATUS, a_RunStatus);
+        return m_Table.WriteParams(&l_Keys, &l_Row, m_Events);
     }
 
     static IPMI_ENTITY& AddModule(int a_EntityID, int a_Bay, const std::string& a_FRU) {
@@ -63,6 +65,10 @@ protected:
         AddFRUWithTexts(l_Entity, a_FRU);
         return l_Entity;
     }
+
+    std::atomic<IBMAdaptorMgr*> m_Host = &m_Manager;
+    HOST_EVENTS m_Events{m_Host};
+    const AMC_HARDWARE_TABLE m_Table{m_Frame};
 };
 
 // ---- one row
@@ -115,7 +121,7 @@ TEST_F(AmcHw, WithoutAFruRecordItIsAnInternalError) {
 }
 
 TEST_F(AmcHw, NullKeysAnswerNotFound) {
-    EXPECT_EQ(m_Adaptor.AMC_HW_ReadParams(nullptr, &m_Row), 12);
+    EXPECT_EQ(m_Table.ReadParams(nullptr, &m_Row), 12);
     EXPECT_THAT(Lines(), ElementsAre(Error(NO_KEYS)));
 }
 
@@ -125,7 +131,7 @@ TEST_F(AmcHw, WithoutABayItAnswersNotFound) {
     const CBMIKeys l_Other = KeyOf(BMI_HW_AMC_FRU_BAY, 3);
     const CBMIKeys l_Text = TextKeyOf(BMI_HW_AMC_BAY, "3");
     for (const CBMIKeys* l_Keys : {&l_Empty, &l_Other, &l_Text}) {
-        EXPECT_EQ(m_Adaptor.AMC_HW_ReadParams(l_Keys, &m_Row), 12);
+        EXPECT_EQ(m_Table.ReadParams(l_Keys, &m_Row), 12);
         EXPECT_THAT(Row(), IsEmpty());
         EXPECT_THAT(Lines(), ElementsAre(Error(HW_NO_BAY)));
     }
@@ -134,13 +140,13 @@ TEST_F(AmcHw, WithoutABayItAnswersNotFound) {
 TEST_F(AmcHw, BothIntegerTypesAreTakenAsBay) {
     AddModule(ENTITY_ID_AMC, 3, "A");
     const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, 3, BMI_PARAM_UINT);
-    EXPECT_EQ(m_Adaptor.AMC_HW_ReadParams(&l_Keys, &m_Row), 1);
+    EXPECT_EQ(m_Table.ReadParams(&l_Keys, &m_Row), 1);
 }
 
 TEST_F(AmcHw, NullRowAnswersNotFound) {
     AddModule(ENTITY_ID_AMC, 3, "A");
     const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, 3);
-    EXPECT_EQ(m_Adaptor.AMC_HW_ReadParams(&l_Keys, nullptr), 12);
+    EXPECT_EQ(m_Table.ReadParams(&l_Keys, nullptr), 12);
 }
 
 TEST_F(AmcHw, FirstFruAndControllerAreTheFirstByNameThatAreNotNull) {
@@ -178,13 +184,13 @@ TEST_F(AmcHw, TableHoldsTheAmcsOfBays1To8AndTheRtmLast) {
     AddMC(AddModule(ENTITY_ID_AMC, 1, "A"), "MC", 1, 2);
     AddModule(ENTITY_ID_AMC, 10, "X");
     AddEntity(ENTITY_ID_AMC, 5, 5); // without a FRU record: dropped
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_TABLE),
+    EXPECT_THAT(TableOf(m_Table),
                 Optional(ElementsAre(RowOf("A", 1, 1, "1.2"), RowOf("H", 8, 1, "UnKn"), RowOf("R", 9, 1, "UnKn"))));
 }
 
 TEST_F(AmcHw, TableLogsEveryBay) {
     AddModule(ENTITY_ID_AMC, 2, "A");
-    Table(BMI_GROUP_HARDWARE_AMC_TABLE);
+    TableOf(m_Table);
     std::vector<LOG_LINE> l_Expected;
     for (int l_Bay = 1; l_Bay <= 9; ++l_Bay) {
         l_Expected.push_back(
@@ -203,12 +209,12 @@ TEST_F(AmcHw, TableLogsEveryBay) {
 }
 
 TEST_F(AmcHw, TableWithoutModulesIsEmptyAndSuccess) {
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_TABLE), Optional(IsEmpty()));
+    EXPECT_THAT(TableOf(m_Table), Optional(IsEmpty()));
 }
 
 TEST_F(AmcHw, TableOutsideTheStartedStateLogsItForItselfAndForEveryRow) {
     BeInState(0);
-    Table(BMI_GROUP_HARDWARE_AMC_TABLE);
+    TableOf(m_Table);
     const std::vector<LOG_LINE> l_Lines = Lines();
     EXPECT_EQ(l_Lines.front(), Error("IPMIAdaptor :: AMC_HW_ReadTable -- In bad state 0"));
     EXPECT_EQ(std::ranges::count(l_Lines, Error("IPMIAdaptor :: AMC_HW_ReadParams -- In bad state 0")), 9);
@@ -252,8 +258,7 @@ TEST_F(RunStatus, IsReadBackForItsBay) {
                                      Trace("IPMIAdaptor :: AMC_HW_ReadParams -Existing Run Status slot=3"),
                                      Trace("IPMIAdaptor :: AMC_HW_ReadParams -Existing Run Status rs=5 slot=3"),
                                      Trace(HW_NO_MC), Trace(HW_RETURNING_OK)));
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_TABLE),
-                Optional(ElementsAre(RowOf("A", 3, 5, "UnKn"), RowOf("B", 4, 1, "UnKn"))));
+    EXPECT_THAT(TableOf(m_Table), Optional(ElementsAre(RowOf("A", 3, 5, "UnKn"), RowOf("B", 4, 1, "UnKn"))));
 }
 
 TEST_F(RunStatus, WrittenForABayWithoutAnAmcItIsKeptForTheAmcThatComes) {
@@ -278,17 +283,17 @@ TEST_F(RunStatus, AnyNumberIsKept) {
         CBMIParams l_Row;
         const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, 3);
         EXPECT_EQ(Write(3, l_Status), 1);
-        EXPECT_EQ(m_Adaptor.AMC_HW_ReadParams(&l_Keys, &l_Row), 1);
+        EXPECT_EQ(m_Table.ReadParams(&l_Keys, &l_Row), 1);
         EXPECT_EQ(l_Row.GetParamById(BMI_HW_AMC_RUN_STATUS)->GetInt(), l_Status);
     }
 }
 
-TEST_F(RunStatus, IsSharedByTheAdaptorsOfTheProcess) {
+TEST_F(RunStatus, IsKeptForTheProcess) {
     AddModule(ENTITY_ID_AMC, 3, "A");
     Write(3, 5);
-    IPMIAdaptor l_Other(m_Board);
+    const AMC_HARDWARE_TABLE l_Other(m_Frame);
     const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, 3);
-    EXPECT_EQ(l_Other.AMC_HW_ReadParams(&l_Keys, &m_Row), 1);
+    EXPECT_EQ(l_Other.ReadParams(&l_Keys, &m_Row), 1);
     EXPECT_EQ(Row(), RowOf("A", 3, 5, "UnKn"));
 }
 
@@ -297,7 +302,7 @@ TEST_F(RunStatus, WithoutABayNothingIsWritten) {
     CBMIKeys l_Text = TextKeyOf(BMI_HW_AMC_BAY, "3");
     CBMIParams l_Row = KeyOf(BMI_HW_AMC_RUN_STATUS, 4);
     for (CBMIKeys* l_Keys : std::initializer_list<CBMIKeys*>{nullptr, &l_Empty, &l_Text}) {
-        EXPECT_EQ(m_Adaptor.AMC_HW_WriteParams(l_Keys, &l_Row), 12);
+        EXPECT_EQ(m_Table.WriteParams(l_Keys, &l_Row, m_Events), 12);
         EXPECT_THAT(Lines(), ElementsAre(Error(WRITE_NO_BAY)));
     }
     EXPECT_THAT(sg_AMC_MAP, IsEmpty());
@@ -309,7 +314,7 @@ TEST_F(RunStatus, WithoutAStatusNothingIsWritten) {
     CBMIParams l_Empty;
     CBMIParams l_Text = TextKeyOf(BMI_HW_AMC_RUN_STATUS, "4");
     for (CBMIParams* l_Row : std::initializer_list<CBMIParams*>{nullptr, &l_Empty, &l_Text}) {
-        EXPECT_EQ(m_Adaptor.AMC_HW_WriteParams(&l_Keys, l_Row), 16);
+        EXPECT_EQ(m_Table.WriteParams(&l_Keys, l_Row, m_Events), 16);
         EXPECT_THAT(Lines(), ElementsAre(Error(WRITE_NO_STATUS)));
     }
     EXPECT_THAT(sg_AMC_MAP, IsEmpty());
@@ -319,12 +324,12 @@ TEST_F(RunStatus, WithoutAStatusNothingIsWritten) {
 TEST_F(RunStatus, BothIntegerTypesAreTaken) {
     CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, 3, BMI_PARAM_UINT);
     CBMIParams l_Row = KeyOf(BMI_HW_AMC_RUN_STATUS, 4, BMI_PARAM_UINT);
-    EXPECT_EQ(m_Adaptor.AMC_HW_WriteParams(&l_Keys, &l_Row), 1);
+    EXPECT_EQ(m_Table.WriteParams(&l_Keys, &l_Row, m_Events), 1);
     EXPECT_THAT(TextsOf(m_Manager.Events().at(0).m_Params), ElementsAre("0x30208 i:4", "0x30201 i:3 key"));
 }
 
 TEST_F(RunStatus, WithoutAManagerItIsKeptAllTheSame) {
-    IPMI_TEST_ACCESS::Manager(m_Adaptor) = nullptr;
+    m_Host = nullptr;
     AddModule(ENTITY_ID_AMC, 3, "A");
     EXPECT_EQ(Write(3, 4), 1);
     EXPECT_EQ(Read(3), 1);
@@ -341,7 +346,6 @@ TEST_F(RunStatus, OutsideTheStartedStateItLogsAndCarriesOn) {
 TEST_F(RunStatus, HostThreadsWriteAndReadItAtTheSameTime) {
     constexpr int THREADS = 4;
     constexpr int ROUNDS = 200;
-    const BMIGroup_e l_Group = BMI_GROUP_HARDWARE_AMC_TABLE;
     for (int l_Bay = 1; l_Bay <= 3; ++l_Bay)
         AddModule(ENTITY_ID_AMC, l_Bay, "A");
     LOG_LEVEL_GUARD l_TracesOff(0);
@@ -352,7 +356,7 @@ TEST_F(RunStatus, HostThreadsWriteAndReadItAtTheSameTime) {
         for (int i = 0; i < ROUNDS; ++i) {
             if (Write(1 + i % 3, 10 + a_Thread) != 1) ++l_Failures;
             CBMITable* l_Table = nullptr;
-            if (m_Adaptor.GetParamTable(l_Group, l_Table) != 1 || l_Table->GetSize() != 3) ++l_Failures;
+            if (m_Table.ReadTable(l_Table) != 1 || l_Table->GetSize() != 3) ++l_Failures;
             const int l_Status = l_Table->Get(i % 3)->GetParamById(BMI_HW_AMC_RUN_STATUS)->GetInt();
             if (l_Status < 10 || l_Status >= 10 + THREADS) ++l_Failures;
             delete l_Table;

@@ -1,6 +1,7 @@
 // The board table: the baseboard's FRU texts and controller, and the write that resets it.
-#include "adaptor/AdaptorTest.h"
+#include "adaptor/hardware/IPMI_BoardTable.h"
 
+#include "adaptor/hardware/HardwareTest.h"
 #include "ipmi/IPMI_Probe.h"
 
 #include <algorithm>
@@ -30,9 +31,9 @@ const TEXTS BOARD_ROW = {"0x30001 s:FRU board product name",
                          "0x30007 s:FRU board part number",
                          "0x30006 s:2.17"};
 
-class Board : public ADAPTOR_TEST {
+class Board : public HARDWARE_TEST {
 protected:
-    int Read() { return m_Adaptor.Board_Hardware_ReadParams(nullptr, &m_Row); }
+    int Read() { return m_Table.ReadParams(nullptr, &m_Row); }
 
     static IPMI_ENTITY& AddBoard() { return AddEntity(ENTITY_ID_BASEBOARD, 7); }
 
@@ -41,6 +42,8 @@ protected:
         AddFRUWithTexts(l_Board, "FRU");
         AddMC(l_Board, "MC", 2, 17);
     }
+
+    const BOARD_TABLE m_Table{m_Frame};
 };
 
 // ---- one row
@@ -55,13 +58,13 @@ TEST_F(Board, RowHoldsFruTextsLocationAndFirmwareInOrder) {
 TEST_F(Board, KeysAreIgnored) {
     AddWholeBoard();
     const CBMIKeys l_Keys = KeyOf(BMI_HW_BOARD_LOCATION, 1);
-    EXPECT_EQ(m_Adaptor.Board_Hardware_ReadParams(&l_Keys, &m_Row), 1);
+    EXPECT_EQ(m_Table.ReadParams(&l_Keys, &m_Row), 1);
     EXPECT_EQ(Row(), BOARD_ROW);
 }
 
 TEST_F(Board, NullRowAnswersNotFound) {
     AddWholeBoard();
-    EXPECT_EQ(m_Adaptor.Board_Hardware_ReadParams(nullptr, nullptr), 12);
+    EXPECT_EQ(m_Table.ReadParams(nullptr, nullptr), 12);
 }
 
 TEST_F(Board, WithoutABaseboardItAnswersNotFound) {
@@ -129,19 +132,19 @@ TEST_F(Board, OutsideTheStartedStateItLogsUnderTheLedHandlersNameAndCarriesOn) {
 
 TEST_F(Board, TableHoldsTheOneRow) {
     AddWholeBoard();
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_BOARD), Optional(ElementsAre(BOARD_ROW)));
+    EXPECT_THAT(TableOf(m_Table), Optional(ElementsAre(BOARD_ROW)));
     EXPECT_THAT(Lines(), ElementsAre(Trace(READ)));
 }
 
 TEST_F(Board, TableIsEmptyAndGivesTheRowsResultWhenItFails) {
     AddFRUWithTexts(AddBoard(), "FRU"); // no controller
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_BOARD, 12), Optional(IsEmpty()));
+    EXPECT_THAT(TableOf(m_Table, 12), Optional(IsEmpty()));
 }
 
 TEST_F(Board, TableOutsideTheStartedStateLogsItForItselfAndForItsRow) {
     AddWholeBoard();
     BeInState(0);
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_BOARD), Optional(ElementsAre(BOARD_ROW)));
+    EXPECT_THAT(TableOf(m_Table), Optional(ElementsAre(BOARD_ROW)));
     EXPECT_THAT(Lines(), ElementsAre(Error("IPMIAdaptor :: Board_Hardware_ReadTable -- In bad state 0"),
                                      Error("IPMIAdaptor :: Baseboard_LED_ReadParams -- In bad state 0"), Trace(READ)));
 }
@@ -167,7 +170,7 @@ protected:
 
     int Write() {
         g_ENTITYCapture = &m_Probe;
-        return m_Adaptor.Board_Hardware_WriteParams(nullptr, &m_Row);
+        return m_Table.WriteParams(&m_Row);
     }
 
     ENTITYCAPTURE m_Probe{Fake().Domain(), nullptr, &m_Log};
@@ -212,14 +215,14 @@ TEST_F(BoardReset, FlagOfAnotherTypeCountsAsFalse) {
 }
 
 TEST_F(BoardReset, WithoutAProbeNothingIsSentAndTheAnswerIsTheSame) {
-    EXPECT_EQ(m_Adaptor.Board_Hardware_WriteParams(nullptr, &m_Row), 1);
+    EXPECT_EQ(m_Table.WriteParams(&m_Row), 1);
     EXPECT_EQ(Fake().SentCount(), 0U);
     EXPECT_THAT(Lines(), ElementsAre(Trace(WRITE), Trace(ResetLine("FALSE", "FALSE")), Trace(SENT)));
 }
 
 TEST_F(BoardReset, NullRowIsRefusedAndNothingSent) {
     g_ENTITYCapture = &m_Probe;
-    EXPECT_EQ(m_Adaptor.Board_Hardware_WriteParams(nullptr, nullptr), 12);
+    EXPECT_EQ(m_Table.WriteParams(nullptr), 12);
     EXPECT_EQ(Fake().SentCount(), 0U);
     EXPECT_THAT(Lines(), ElementsAre(Trace(WRITE), Error(NO_ROW)));
 }
@@ -235,14 +238,6 @@ TEST_F(BoardReset, OutsideTheStartedStateItLogsAndCarriesOn) {
     EXPECT_EQ(Fake().SentCount(), 1U);
     EXPECT_THAT(AdaptorLines(), ElementsAre(Error("IPMIAdaptor :: Board_Hardware_WriteParams -- In bad state 1"),
                                             Trace(WRITE), Trace(ResetLine("FALSE", "FALSE")), Trace(SENT)));
-}
-
-TEST_F(BoardReset, GoesThroughTheDispatcher) {
-    g_ENTITYCapture = &m_Probe;
-    CBMIKeys l_Keys;
-    AddFlag(BMI_HW_BOARD_RESET_ENTIRE_CARD, true);
-    EXPECT_EQ(m_Adaptor.WriteParams(BMI_GROUP_HARDWARE_BOARD, &l_Keys, &m_Row), 1);
-    EXPECT_EQ(Fake().SentBytes(), std::vector<BYTES>{COLD_RESET_OF_FRU_0});
 }
 
 } // namespace

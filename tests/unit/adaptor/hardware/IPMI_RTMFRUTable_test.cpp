@@ -1,7 +1,7 @@
 // The RTM FRU table: the override of MAVK_RTM first, then the RTM's vendor record.
-#include "adaptor/AdaptorTest.h"
+#include "adaptor/hardware/IPMI_RTMFRUTable.h"
 
-#include <cstdlib>
+#include "adaptor/hardware/HardwareTest.h"
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -20,11 +20,11 @@ constexpr const char* RTM_NO_FRU_DATA = "IPMIAdaptor :: RTM_FRU_ReadParams - FRU
 constexpr const char* NO_RECORD = "IPMIAdaptor :: RTM_FRU_ReadParams - error - not found";
 constexpr const char* RTM_RETURNING_OK = "IPMIAdaptor :: RTM_FRU_ReadParams - returning OK ";
 
-class RtmFru : public ADAPTOR_TEST {
+class RtmFru : public HARDWARE_TEST {
 protected:
     int Read() {
         const CBMIKeys l_NoKeys;
-        return m_Adaptor.RTM_FRU_ReadParams(&l_NoKeys, &m_Row);
+        return m_Table.ReadParams(&l_NoKeys, &m_Row);
     }
 
     static IPMI_FRU& AddRTM(const std::vector<BYTES>& a_Records) {
@@ -33,6 +33,8 @@ protected:
             AddMultiRecord(l_FRU, l_Record);
         return l_FRU;
     }
+
+    const RTM_FRU_TABLE m_Table{m_Frame};
 };
 
 // ---- one row
@@ -53,15 +55,15 @@ TEST_F(RtmFru, RecordBytesAreUnsigned) {
 
 TEST_F(RtmFru, KeysAreNotExamined) {
     AddRTM({RTMRecord(8, 1, 4)});
-    EXPECT_EQ(m_Adaptor.RTM_FRU_ReadParams(nullptr, &m_Row), 1);
+    EXPECT_EQ(m_Table.ReadParams(nullptr, &m_Row), 1);
     EXPECT_THAT(Row(), ElementsAre("0x401 i:1", "0x402 i:8", "0x403 i:4"));
 }
 
 TEST_F(RtmFru, NullRowAnswersNotFound) {
     AddRTM({RTMRecord(8, 1, 4)});
-    EXPECT_EQ(m_Adaptor.RTM_FRU_ReadParams(nullptr, nullptr), 12);
-    setenv("MAVK_RTM", "2184", 1);
-    EXPECT_EQ(m_Adaptor.RTM_FRU_ReadParams(nullptr, nullptr), 12);
+    EXPECT_EQ(m_Table.ReadParams(nullptr, nullptr), 12);
+    m_Board.m_Environment["MAVK_RTM"] = "2184";
+    EXPECT_EQ(m_Table.ReadParams(nullptr, nullptr), 12);
 }
 
 TEST_F(RtmFru, WithoutAnRtmItAnswersNotFound) {
@@ -140,7 +142,7 @@ TEST_F(RtmFru, OutsideTheStartedStateItLogsAndCarriesOn) {
 
 TEST_F(RtmFru, SimulatedRtmReplacesTheModel) {
     AddRTM({RTMRecord(8, 1, 4)});
-    setenv("MAVK_RTM", "2356", 1);
+    m_Board.m_Environment["MAVK_RTM"] = "2356";
     EXPECT_EQ(Read(), 1);
     EXPECT_THAT(Row(), ElementsAre("0x401 i:3", "0x402 i:5", "0x403 i:6"));
     EXPECT_THAT(Lines(),
@@ -151,14 +153,14 @@ TEST_F(RtmFru, SimulatedRtmReplacesTheModel) {
 }
 
 TEST_F(RtmFru, SimulatedRtmWithoutItsDigitsKeepsMinusOne) {
-    setenv("MAVK_RTM", "218", 1);
+    m_Board.m_Environment["MAVK_RTM"] = "218";
     EXPECT_EQ(Read(), 1);
     EXPECT_THAT(Row(), ElementsAre("0x401 i:-1", "0x402 i:-1", "0x403 i:-1"));
 }
 
 TEST_F(RtmFru, SimulatedAbsenceHidesTheRtm) {
     AddRTM({RTMRecord(8, 1, 4)});
-    setenv("MAVK_RTM", "1", 1);
+    m_Board.m_Environment["MAVK_RTM"] = "1";
     EXPECT_EQ(Read(), 12);
     EXPECT_THAT(Row(), IsEmpty());
     EXPECT_THAT(Lines(),
@@ -170,7 +172,7 @@ TEST_F(RtmFru, SimulatedAbsenceHidesTheRtm) {
 
 TEST_F(RtmFru, ModeZeroReadsTheModel) {
     AddRTM({RTMRecord(8, 1, 4)});
-    setenv("MAVK_RTM", "0999", 1);
+    m_Board.m_Environment["MAVK_RTM"] = "0999";
     EXPECT_EQ(Read(), 1);
     EXPECT_THAT(Row(), ElementsAre("0x401 i:1", "0x402 i:8", "0x403 i:4"));
     EXPECT_THAT(Lines(),
@@ -181,8 +183,8 @@ TEST_F(RtmFru, AnyOtherModeReadsTheModelWithoutSayingSo) {
     AddRTM({RTMRecord(8, 1, 4)});
     for (const char* l_Mode : {"3", "9111"}) {
         CBMIParams l_Row;
-        setenv("MAVK_RTM", l_Mode, 1);
-        EXPECT_EQ(m_Adaptor.RTM_FRU_ReadParams(nullptr, &l_Row), 1);
+        m_Board.m_Environment["MAVK_RTM"] = l_Mode;
+        EXPECT_EQ(m_Table.ReadParams(nullptr, &l_Row), 1);
         EXPECT_THAT(TextsOf(l_Row), ElementsAre("0x401 i:1", "0x402 i:8", "0x403 i:4"));
         EXPECT_THAT(Lines(), ElementsAre(Trace(RTM_NAME),
                                          Trace(std::string("IPMIAdaptor :: RTM_FRU_ReadParams - file read rc=") +
@@ -195,19 +197,18 @@ TEST_F(RtmFru, AnyOtherModeReadsTheModelWithoutSayingSo) {
 
 TEST_F(RtmFru, TableHoldsTheOneRow) {
     AddRTM({RTMRecord(8, 1, 4)});
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_RTM_FRU_TABLE),
-                Optional(ElementsAre(TEXTS{"0x401 i:1", "0x402 i:8", "0x403 i:4"})));
+    EXPECT_THAT(TableOf(m_Table), Optional(ElementsAre(TEXTS{"0x401 i:1", "0x402 i:8", "0x403 i:4"})));
     EXPECT_THAT(Lines(),
                 ElementsAre(Trace(RTM_NAME), Trace(NOT_SIMULATED), Trace(NO_OVERRIDE), Trace(RTM_RETURNING_OK)));
 }
 
 TEST_F(RtmFru, TableWithoutAnRtmIsEmptyAndNotFound) {
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_RTM_FRU_TABLE, 12), Optional(IsEmpty()));
+    EXPECT_THAT(TableOf(m_Table, 12), Optional(IsEmpty()));
 }
 
 TEST_F(RtmFru, TableOutsideTheStartedStateLogsItForItselfAndForItsRow) {
     BeInState(0);
-    Table(BMI_GROUP_HARDWARE_RTM_FRU_TABLE, 12);
+    TableOf(m_Table, 12);
     const std::vector<LOG_LINE> l_Lines = Lines();
     ASSERT_GE(l_Lines.size(), 2U);
     EXPECT_EQ(l_Lines[0], Error("IPMIAdaptor :: RTM_FRU_ReadTable -- In bad state 0"));

@@ -34,16 +34,16 @@ TEST_F(RtmInfo, HoldsFramersAndTrunks) {
 }
 
 TEST_F(RtmInfo, OfNoRtmGivesTheReadsResultAndKeepsTheFramers) {
-    setenv("MAVK_RTM", "2184", 1);
+    m_Board.m_Environment["MAVK_RTM"] = "2184";
     EXPECT_EQ(Access::mInitRTMInfo(m_Adaptor), 1);
     EXPECT_THAT(Info(), ElementsAre(1, 8, 4, 32));
-    setenv("MAVK_RTM", "1", 1);
+    m_Board.m_Environment["MAVK_RTM"] = "1";
     EXPECT_EQ(Access::mInitRTMInfo(m_Adaptor), 12);
     EXPECT_THAT(Info(), ElementsAre(0, 8, 4, 32));
 }
 
 TEST_F(RtmInfo, OfASimulatedRtmWithoutDigitsIsMinusOne) {
-    setenv("MAVK_RTM", "2", 1);
+    m_Board.m_Environment["MAVK_RTM"] = "2";
     EXPECT_EQ(Access::mInitRTMInfo(m_Adaptor), 1);
     EXPECT_THAT(Info(), ElementsAre(1, -1, -1, 1));
 }
@@ -54,7 +54,7 @@ TEST_F(RtmInfo, OfAMissingRowFails) {
 }
 
 TEST_F(RtmInfo, SaysThatThereIsAnRtmThoughItsRowIsMissing) {
-    setenv("MAVK_RTM", "2184", 1);
+    m_Board.m_Environment["MAVK_RTM"] = "2184";
     FakeParams().m_bHidesRows = true;
     EXPECT_EQ(Access::mInitRTMInfo(m_Adaptor), 0x30011);
     FakeParams() = {};
