@@ -1,5 +1,5 @@
-// The host's interface to the DSPs as the adaptor sees it: eth6's Ethernet address, IP addresses by name, and which
-// addresses are near each other.
+// The host's interface to the DSPs as the adaptor sees it: eth6's Ethernet address, IP addresses by name, which
+// addresses are near each other, and the addresses of DSPs and CPUs that are counted from one base.
 #include "adaptor/BoardTest.h"
 
 #include <map>
@@ -89,5 +89,57 @@ INSTANTIATE_TEST_SUITE_P(
                     SUBNET{"", "", false}, SUBNET{"", "192.168.0.1", false}, SUBNET{"fed", "fed", false},
                     SUBNET{"192.168.0.256", "192.168.0.256", false},
                     SUBNET{"255.255.255.255", "255.255.255.1", false})); // the value of no address
+
+// ---- what is counted from a base address
+
+struct COUNTED_MACS {
+    const char* m_Base;
+    TEXTS m_Macs;
+};
+
+void PrintTo(const COUNTED_MACS& a_Case, std::ostream* a_Stream) {
+    *a_Stream << a_Case.m_Base;
+}
+
+class DspMacs : public testing::TestWithParam<COUNTED_MACS> {};
+
+TEST_P(DspMacs, AreCountedOnFromTheBaseByTwo) {
+    TEXTS l_Macs(GetParam().m_Macs.size());
+    EXPECT_TRUE(IPMIAdaptor::CalculateDspMacAddr(GetParam().m_Base, static_cast<int>(l_Macs.size()), l_Macs.data()));
+    EXPECT_EQ(l_Macs, GetParam().m_Macs);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Bases, DspMacs,
+    testing::Values(COUNTED_MACS{"00:11:22:33:44:fe", {"00:11:22:33:45:00", "00:11:22:33:45:01", "00:11:22:33:45:02"}},
+                    COUNTED_MACS{"ab:cd:ef:00:00:00", {"AB:CD:EF:00:00:02", "AB:CD:EF:00:00:03"}},
+                    COUNTED_MACS{"AB:CD:00:ff:ff:fe", {"AB:CD:01:00:00:00"}},
+                    COUNTED_MACS{"02:01:ff:ff:ff:fd", {"02:01:FF:FF:FF:FF", "02:01:00:00:00:00", "02:01:00:00:00:01"}},
+                    COUNTED_MACS{"02:01:ff:ff:ff:fe", {"02:01:00:00:00:00"}}, COUNTED_MACS{"02:01:00:00:00:00", {}}));
+
+TEST(DspMacsOfABadBase, AreLeftEmpty) {
+    for (const char* l_Base : {"", "00:11:22:33:44:5", "zz:11:22:33:44:55"}) {
+        TEXTS l_Macs(2);
+        EXPECT_FALSE(IPMIAdaptor::CalculateDspMacAddr(l_Base, 2, l_Macs.data())) << l_Base;
+        EXPECT_THAT(l_Macs, ElementsAre("", "")) << l_Base;
+    }
+}
+
+TEST(DspMacsOfARecord, AreAsManyAsItSays) {
+    TEXTS l_Macs(255);
+    EXPECT_TRUE(IPMIAdaptor::CalculateDspMacAddr("02:00:00:00:00:00", 255, l_Macs.data()));
+    EXPECT_EQ(l_Macs.back(), "02:00:00:00:01:00");
+}
+
+TEST(CpuMacs, AreTheTwoBeforeTheSmallest) {
+    MAC_ADDRESS l_CPU1;
+    MAC_ADDRESS l_CPU2;
+    IPMIAdaptor::CalculateCPUMacAddr("02:01:00:00:00:01", l_CPU1, l_CPU2);
+    EXPECT_EQ(l_CPU1.Text(), "02:01:FF:FF:FF:FF");
+    EXPECT_EQ(l_CPU2.Text(), "02:01:00:00:00:00");
+    IPMIAdaptor::CalculateCPUMacAddr("no address at all", l_CPU1, l_CPU2);
+    EXPECT_EQ(l_CPU1, MAC_ADDRESS{});
+    EXPECT_EQ(l_CPU2, MAC_ADDRESS{});
+}
 
 } // namespace
