@@ -2,7 +2,7 @@
 #pragma once
 
 #include "adaptor/IPMI_Adaptor_Frame.h"
-#include "adaptor/dsp/IPMI_DSPs.h"
+#include "adaptor/dsp/IPMI_DSPInfo.h"
 #include "bm/BaseAdaptor.h"
 #include "bm/OSAL.h"
 #include "common/veldo_common_protocol.h"
@@ -41,9 +41,6 @@ struct MAC_ADDRESS;
 struct TOOL_FORMS;
 class UPGRADE_STATUS;
 class UPGRADETHREAD;
-
-/// The DSPs in the order of their numbers, from 1.
-using DSP_TABLE = std::vector<IPMI_DSP_Info_S>;
 
 /// By port number.
 using SWITCH_PORTS = std::map<int, std::shared_ptr<IPMI_SWITCHPORT>>;
@@ -165,21 +162,17 @@ private:
     int mInitRTMInfo();
     int mKeepRTMInfo(const CBMIParams* a_Row);
     int mSetDepop(int a_Count);
-    std::optional<int> mCountDSPs(int32_t a_Bay) const;
-    int mAddDSPMac(int32_t a_Bay, int32_t a_Dsp, int a_Count, CBMIParams& a_Row);
     int mInitDSPInfo();
-    void mKeepDSPMacs(const CBMITable& a_Table);
     int mInitIPInfo();
     int mGetDspIpAddrDB(int a_Dsp, std::string& a_IP);
     int mSetDspIpAddrDB(int a_Dsp, const std::string& a_IP, bool a_Create);
     int mFillDSPInfo(int a_Index, int a_Dsp, IPMI_DSP_Info_S* a_Table);
-    static int mGetIPAddrByName(const std::string& a_Interface, std::string& a_IP);
+    int mGetIPAddrByName(const std::string& a_Interface, std::string& a_IP);
     static bool mIsOnSameSubnet(const std::string& a_First, const std::string& a_Second, const std::string& a_Mask);
     int mOpenPCIHandle();
     void mClosePCIHandle();
     int mInitSwitchInfo();
     void mCreateSwitchPortObjects();
-    void mForgetDSPs();
     void mDeleteSwitchPorts();
     std::shared_ptr<IPMI_SWITCHPORT> mFindSwitchPort(const CBMIKeys* a_Keys) const;
     static int mFindSmallestMac(const IPMI_DSP_Info_S* a_Table, int a_Count);

@@ -163,7 +163,7 @@ int IPMIAdaptor::mInitBoard() {
 
 void IPMIAdaptor::mForgetBoard() {
     mTakeMonitor(nullptr);
-    mForgetDSPs();
+    m_DspMacMap.Clear();
     mDeleteSwitchPorts();
     mClosePCIHandle();
 }

@@ -31,7 +31,7 @@ BOARD_TEST::~BOARD_TEST() {
 }
 
 void BOARD_TEST::GiveEth6(const std::array<unsigned char, 6>& a_Mac) {
-    Kernel().m_Interfaces = {{"lo", "127.0.0.1"}, {"eth6", "192.168.0.1", a_Mac}};
+    m_Board.m_Interfaces = {{"lo", {"127.0.0.1"}}, {"eth6", {"192.168.0.1", a_Mac}}};
 }
 
 void BOARD_TEST::AddAMC(int a_Bay, uint8_t a_NumDSPs) {

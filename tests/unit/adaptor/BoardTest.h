@@ -24,8 +24,8 @@ protected:
     BOARD_TEST();
     ~BOARD_TEST() override;
 
-    /// eth6 with this address.
-    static void GiveEth6(const std::array<unsigned char, 6>& a_Mac);
+    /// eth6 with this address, and lo.
+    void GiveEth6(const std::array<unsigned char, 6>& a_Mac);
     /// An AMC with this vendor record.
     static void AddAMC(int a_Bay, uint8_t a_NumDSPs);
     /// DSP 1 and up with these addresses in the adaptor's map, and no others.

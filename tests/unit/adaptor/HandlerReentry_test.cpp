@@ -122,14 +122,14 @@ protected:
     HandlerReentry() {
         Kernel() = {};
         BoardDriver() = {};
-        Kernel().m_Interfaces = {{"eth6", "192.168.0.1", {0x02, 0, 0, 0, 0, 0x10}}};
+        m_Board.m_Interfaces["eth6"] = {"192.168.0.1", {0x02, 0, 0, 0, 0, 0x10}};
         Fake().RecordRequests(false);
         Fake().OnRequest({0x2C, 0x07}, BYTES{0x00, 0x00}); // Set FRU LED State
         Fake().OnRequest({0x2C, 0x08}, LOCAL_GREEN);       // Get FRU LED State
         Fake().OnRequest({0x2C, 0x04}, BYTES{0x00, 0x00}); // FRU Control
         FillModel(GetParam());
         Access::Storage(m_Adaptor) = &m_Storage;
-        Access::DspMacMap(m_Adaptor)[1] = "02:00:00:00:00:12";
+        Access::KnowDSPs(m_Adaptor, {{1, "02:00:00:00:00:12"}});
         CBMIParams& l_Stored = m_Storage.m_Files["telq_qub_dsp_iptable_cfg.xml"][1];
         AddKey(l_Stored, BMI_HW_AMC_DSP_EX_NUM, 1);
         AddText(l_Stored, BMI_HW_AMC_DSP_EX_IP, "192.168.0.23");

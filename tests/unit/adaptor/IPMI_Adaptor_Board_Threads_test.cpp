@@ -253,7 +253,7 @@ TEST_F(BoardReaders, PortStaysForItsWriter) {
 }
 
 TEST_F(BoardReaders, DspsStayForTheTableThatIsBeingMade) {
-    ONCE l_Gone([&] { InAnotherThread([&] { Access::mForgetDSPs(m_Adaptor); }); });
+    ONCE l_Gone([&] { InAnotherThread([&] { KnowDSPs({}); }); });
     m_Turns.m_AtRow = [&] { l_Gone(); };
     EXPECT_THAT(Rows(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), SizeIs(2));
     EXPECT_THAT(Rows(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), SizeIs(0));
@@ -309,7 +309,7 @@ TEST_F(BoardReaders, ReadAndWriteWhileInitAndFinGoOn) {
     l_Begun.wait();
     for (int l_Round = 0; l_Round < ROUNDS; ++l_Round) {
         Access::mDeleteSwitchPorts(m_Adaptor);
-        Access::mForgetDSPs(m_Adaptor);
+        KnowDSPs({});
         EXPECT_EQ(Access::mInitDSPInfo(m_Adaptor), 1);
         EXPECT_EQ(Access::mInitSwitchInfo(m_Adaptor), 1);
     }

@@ -41,7 +41,7 @@ LIFECYCLE_TEST::~LIFECYCLE_TEST() {
 
 void LIFECYCLE_TEST::GiveDSPs() {
     m_Board.m_Environment["MAVK_AMC"] = "x314";
-    Kernel().m_Interfaces = {{"eth6", "192.168.0.1", {0x02, 0, 0, 0, 0, 0x10}}};
+    m_Board.m_Interfaces["eth6"] = {"192.168.0.1", {0x02, 0, 0, 0, 0, 0x10}};
 }
 
 int LIFECYCLE_TEST::Rows(BMIGroup_e a_Group) {

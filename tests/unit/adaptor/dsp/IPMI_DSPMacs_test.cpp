@@ -1,15 +1,15 @@
-// The DSP tables: MACs by bay and DSP (0x1200), MAC and IP address by DSP number (0x30d10).
-#include "adaptor/BoardTest.h"
+// The DSPs' MAC addresses by bay and DSP (0x1200): which there are, and from what they are counted.
+#include "adaptor/dsp/IPMI_DSPMacs.h"
+
+#include "adaptor/dsp/DSPTest.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Optional;
 using testing::SizeIs;
 
 namespace {
@@ -26,15 +26,17 @@ std::string Searching(int a_Bay, int a_Dsp) {
 
 // ---- MACs by bay and DSP
 
-class DspMac : public BOARD_TEST {
+class DspMac : public DSP_TEST {
 protected:
     DspMac() { GiveEth6(LAST_MAC); }
 
     int Read(int a_Bay, int a_Dsp) {
         m_Row = {};
         const CBMIKeys l_Keys = KeysOf({{BMI_HW_AMC_DSP_BAY, a_Bay}, {BMI_HW_AMC_DSP_NUM, a_Dsp}});
-        return m_Adaptor.AMC_DSP_ReadParams(&l_Keys, &m_Row);
+        return m_Table.ReadRow(&l_Keys, &m_Row);
     }
+
+    const DSP_MAC_TABLE m_Table{m_Frame};
 };
 
 TEST_F(DspMac, RowHoldsBayDspAndMac) {
@@ -74,14 +76,14 @@ TEST_F(DspMac, WithoutItsKeysItIsNoRow) {
     const CBMIKeys l_NoKeys;
     const CBMIKeys l_Text = TextKeyOf(BMI_HW_AMC_DSP_BAY, "3");
     for (const CBMIKeys* l_Keys : std::initializer_list<const CBMIKeys*>{nullptr, &l_NoKeys, &l_Text}) {
-        EXPECT_EQ(m_Adaptor.AMC_DSP_ReadParams(l_Keys, &m_Row), 4);
+        EXPECT_EQ(m_Table.ReadRow(l_Keys, &m_Row), 4);
         EXPECT_THAT(Lines(), ElementsAre(BmiError("IPMIAdaptor :: AMC_DSP_ReadParams - No Bay Location passed in")));
     }
     const CBMIKeys l_BayOnly = KeyOf(BMI_HW_AMC_DSP_BAY, 3);
-    EXPECT_EQ(m_Adaptor.AMC_DSP_ReadParams(&l_BayOnly, &m_Row), 4);
+    EXPECT_EQ(m_Table.ReadRow(&l_BayOnly, &m_Row), 4);
     EXPECT_THAT(Lines(), ElementsAre(BmiError("IPMIAdaptor :: AMC_DSP_ReadParams - No DSPNum passed in")));
     const CBMIKeys l_Keys = KeysOf({{BMI_HW_AMC_DSP_BAY, 3}, {BMI_HW_AMC_DSP_NUM, 1}});
-    EXPECT_EQ(m_Adaptor.AMC_DSP_ReadParams(&l_Keys, nullptr), 4);
+    EXPECT_EQ(m_Table.ReadRow(&l_Keys, nullptr), 4);
     EXPECT_THAT(Row(), IsEmpty());
 }
 
@@ -118,7 +120,7 @@ TEST_F(DspMac, AmcWithoutAVendorRecordIsNoRow) {
 }
 
 TEST_F(DspMac, WithoutEth6TheMacCannotBeObtained) {
-    Kernel().m_Interfaces = {};
+    m_Board.m_Interfaces.clear();
     AddAMC(3, 1);
     EXPECT_EQ(Read(3, 1), 21);
     EXPECT_THAT(Row(), IsEmpty());
@@ -129,11 +131,11 @@ TEST_F(DspMac, WithoutEth6TheMacCannotBeObtained) {
 // ---- MAVK_AMC
 
 TEST_F(DspMac, OverrideGivesTheDspsOfItsBay) {
-    m_Board.m_Environment["MAVK_AMC"] = "x315";
+    SetOverride("x315");
     EXPECT_EQ(Read(3, 5), 1);
     EXPECT_THAT(Row(), ElementsAre("0x1201 i:3 key", "0x1202 i:5 key", "0x1203 s:00:11:22:33:45:04"));
     EXPECT_THAT(Lines(), ElementsAre(BmiTrace(Searching(3, 5))));
-    Kernel().m_Interfaces = {};
+    m_Board.m_Interfaces.clear();
     EXPECT_EQ(Read(3, 1), 21);
     EXPECT_THAT(Errors(), ElementsAre("Fail to Get MAC of eth6", NO_MAC));
 }
@@ -153,7 +155,7 @@ class DspOverride : public DspMac, public testing::WithParamInterface<OVERRIDE_C
 
 TEST_P(DspOverride, LeavesTheRestToTheHardware) {
     AddAMC(5, 2);
-    m_Board.m_Environment["MAVK_AMC"] = GetParam().m_Variable;
+    SetOverride(GetParam().m_Variable);
     EXPECT_EQ(Read(GetParam().m_Bay, GetParam().m_Dsp), GetParam().m_Result);
 }
 
@@ -171,20 +173,19 @@ TEST_F(DspMac, TableHoldsTheDspsOfBays1To8InOrder) {
     AddAMC(8, 1);
     AddAMC(2, 2);
     AddAMC(9, 1);
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_DSP_TABLE),
-                Optional(ElementsAre(TEXTS{"0x1201 i:2 key", "0x1202 i:1 key", "0x1203 s:00:11:22:33:45:00"},
-                                     TEXTS{"0x1201 i:2 key", "0x1202 i:2 key", "0x1203 s:00:11:22:33:45:01"},
-                                     TEXTS{"0x1201 i:8 key", "0x1202 i:1 key", "0x1203 s:00:11:22:33:45:00"})));
+    EXPECT_THAT(RowsOf(m_Table), ElementsAre(TEXTS{"0x1201 i:2 key", "0x1202 i:1 key", "0x1203 s:00:11:22:33:45:00"},
+                                             TEXTS{"0x1201 i:2 key", "0x1202 i:2 key", "0x1203 s:00:11:22:33:45:01"},
+                                             TEXTS{"0x1201 i:8 key", "0x1202 i:1 key", "0x1203 s:00:11:22:33:45:00"}));
 }
 
 TEST_F(DspMac, TableTakesFourDspsOfABayAtTheMost) {
     AddAMC(2, 9);
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_DSP_TABLE), Optional(SizeIs(4)));
+    EXPECT_THAT(RowsOf(m_Table), SizeIs(4));
 }
 
 TEST_F(DspMac, TableLooksAtAll32AndCountsWhatItFound) {
     AddAMC(2, 1);
-    Table(BMI_GROUP_HARDWARE_AMC_DSP_TABLE);
+    RowsOf(m_Table);
     const auto l_Lines = Lines();
     for (int l_Bay = 1; l_Bay <= 8; ++l_Bay) {
         EXPECT_EQ(std::ranges::count(l_Lines, BmiTrace("IPMIAdaptor :: AMC_DSP_ReadTable -- looking for AMC in Bay  " +
@@ -200,7 +201,7 @@ TEST_F(DspMac, TableLooksAtAll32AndCountsWhatItFound) {
 TEST_F(DspMac, TableOutsideTheStartedStateIsEmptyAndSuccess) {
     AddAMC(2, 1);
     BeInState(1);
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_DSP_TABLE), Optional(IsEmpty()));
+    EXPECT_THAT(RowsOf(m_Table), IsEmpty());
     const auto l_Errors = Errors();
     ASSERT_THAT(l_Errors, SizeIs(1 + 32 + 1));
     EXPECT_EQ(l_Errors.front(), "IPMIAdaptor :: AMC_DSP_ReadTable -- In bad state 1");
@@ -214,126 +215,61 @@ TEST_F(DspMac, TracesAreOffUnlessAskedFor) {
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
-TEST_F(DspMac, TableIsNotWritten) {
-    CBMIKeys l_Keys;
-    EXPECT_EQ(m_Adaptor.WriteParams(0x1200, &l_Keys, &m_Row), 0);
+// ---- what they are counted from
+
+TEST_F(DspMac, HostsMacIsEth6sInSmallLetters) {
+    GiveEth6({0x02, 0x00, 0x5e, 0xAB, 0x00, 0x09});
+    std::string l_Mac;
+    EXPECT_EQ(m_Table.HostMac(l_Mac), 1);
+    EXPECT_EQ(l_Mac, "02:00:5e:ab:00:09");
+    EXPECT_THAT(Lines(), IsEmpty());
 }
 
-// ---- MAC and IP address by DSP number
+TEST_F(DspMac, HostWithoutEth6HasNoMacWhateverOtherInterfacesThereAre) {
+    m_Board.m_Interfaces = {{"eth", {"10.0.0.1"}}, {"eth60", {"10.0.0.2"}}, {"ETH6", {"10.0.0.4"}}};
+    std::string l_Mac = "untouched";
+    EXPECT_EQ(m_Table.HostMac(l_Mac), 0);
+    EXPECT_EQ(l_Mac, "untouched");
+    EXPECT_THAT(Lines(), ElementsAre(Error("Fail to Get MAC of eth6")));
+}
 
-class DspEx : public BOARD_TEST {
-protected:
-    DspEx() {
-        KnowDSPs({"02:00:00:00:00:12", "02:00:00:00:00:13"});
-        StoreIP(1, "10.0.0.1");
-        StoreIP(2, "10.0.0.2");
-    }
-
-    int Read(int a_Dsp) {
-        m_Row = {};
-        const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_DSP_EX_NUM, a_Dsp);
-        return m_Adaptor.AMC_DSP_ReadParamsEx(&l_Keys, &m_Row);
-    }
-
-    int Write(int a_Dsp, const std::string& a_IP) {
-        CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_DSP_EX_NUM, a_Dsp);
-        CBMIParams l_Values = TextKeyOf(BMI_HW_AMC_DSP_EX_IP, a_IP);
-        return m_Adaptor.WriteParams(0x30d10, &l_Keys, &l_Values);
-    }
+struct COUNTED_MACS {
+    const char* m_Base;
+    TEXTS m_Macs;
 };
 
-TEST_F(DspEx, RowHoldsIndexNumberMacAndIp) {
-    EXPECT_EQ(Read(2), 1);
-    EXPECT_THAT(Row(),
-                ElementsAre("0x30d11 i:0 key", "0x30d12 i:2 key", "0x30d13 s:02:00:00:00:00:13", "0x30d14 s:10.0.0.2"));
+void PrintTo(const COUNTED_MACS& a_Case, std::ostream* a_Stream) {
+    *a_Stream << a_Case.m_Base;
 }
 
-TEST_F(DspEx, UnknownDspIsNoRow) {
-    for (const int l_Dsp : {0, 3, -1}) {
-        EXPECT_EQ(Read(l_Dsp), 4) << l_Dsp;
-        EXPECT_THAT(Row(), IsEmpty());
+class DspMacs : public testing::TestWithParam<COUNTED_MACS> {};
+
+TEST_P(DspMacs, AreCountedOnFromTheBaseByTwo) {
+    TEXTS l_Macs(GetParam().m_Macs.size());
+    EXPECT_TRUE(DSP_MAC_TABLE::Calculate(GetParam().m_Base, static_cast<int>(l_Macs.size()), l_Macs.data()));
+    EXPECT_EQ(l_Macs, GetParam().m_Macs);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Bases, DspMacs,
+    testing::Values(COUNTED_MACS{"00:11:22:33:44:fe", {"00:11:22:33:45:00", "00:11:22:33:45:01", "00:11:22:33:45:02"}},
+                    COUNTED_MACS{"ab:cd:ef:00:00:00", {"AB:CD:EF:00:00:02", "AB:CD:EF:00:00:03"}},
+                    COUNTED_MACS{"AB:CD:00:ff:ff:fe", {"AB:CD:01:00:00:00"}},
+                    COUNTED_MACS{"02:01:ff:ff:ff:fd", {"02:01:FF:FF:FF:FF", "02:01:00:00:00:00", "02:01:00:00:00:01"}},
+                    COUNTED_MACS{"02:01:ff:ff:ff:fe", {"02:01:00:00:00:00"}}, COUNTED_MACS{"02:01:00:00:00:00", {}}));
+
+TEST(DspMacsOfABadBase, AreLeftEmpty) {
+    for (const char* l_Base : {"", "00:11:22:33:44:5", "zz:11:22:33:44:55"}) {
+        TEXTS l_Macs(2);
+        EXPECT_FALSE(DSP_MAC_TABLE::Calculate(l_Base, 2, l_Macs.data())) << l_Base;
+        EXPECT_THAT(l_Macs, ElementsAre("", "")) << l_Base;
     }
-    Access::KnowDSPs(m_Adaptor, {{0, "never a DSP"}});
-    EXPECT_EQ(Read(0), 4);
 }
 
-TEST_F(DspEx, WithoutItsKeyItIsNoRow) {
-    const CBMIKeys l_NoKeys;
-    const CBMIKeys l_Text = TextKeyOf(BMI_HW_AMC_DSP_EX_NUM, "1");
-    for (const CBMIKeys* l_Keys : std::initializer_list<const CBMIKeys*>{nullptr, &l_NoKeys, &l_Text})
-        EXPECT_EQ(m_Adaptor.AMC_DSP_ReadParamsEx(l_Keys, &m_Row), 4);
-    const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_DSP_EX_NUM, 1);
-    EXPECT_EQ(m_Adaptor.AMC_DSP_ReadParamsEx(&l_Keys, nullptr), 4);
-}
-
-TEST_F(DspEx, AddressThatCannotBeReadIsNotObtained) {
-    m_Storage.m_Refusals = {{"RetrieveRow", 21}};
-    EXPECT_EQ(Read(1), 21);
-    EXPECT_THAT(Row(), IsEmpty());
-    EXPECT_THAT(Lines(), ElementsAre(BmiError("Can not get IP Address of dsp[1]")));
-}
-
-TEST_F(DspEx, TableHoldsEveryDspInOrder) {
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE),
-                Optional(ElementsAre(
-                    TEXTS{"0x30d11 i:0 key", "0x30d12 i:1 key", "0x30d13 s:02:00:00:00:00:12", "0x30d14 s:10.0.0.1"},
-                    TEXTS{"0x30d11 i:0 key", "0x30d12 i:2 key", "0x30d13 s:02:00:00:00:00:13", "0x30d14 s:10.0.0.2"})));
-}
-
-TEST_F(DspEx, TableWithoutDspsIsEmptyAndSuccess) {
-    KnowDSPs({});
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), Optional(IsEmpty()));
-    EXPECT_THAT(m_Storage.m_Calls, IsEmpty());
-}
-
-TEST_F(DspEx, TableLeavesOutADspWithoutAddressAndGivesTheLastLookUpsResult) {
-    m_Storage.m_Refusals = {{"RetrieveRow 1", 4}};
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, 1), Optional(SizeIs(1)));
-    m_Storage.m_Refusals = {{"RetrieveRow 2", 4}};
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, 0), Optional(SizeIs(1)));
-}
-
-TEST_F(DspEx, TableWalksAsManyNumbersAsThereAreDsps) {
-    Access::KnowDSPs(m_Adaptor, {{1, "02:00:00:00:00:12"}, {3, "02:00:00:00:00:14"}});
-    StoreIP(3, "10.0.0.3");
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE), Optional(SizeIs(1)));
-}
-
-TEST_F(DspEx, WriteStoresTheAddressAsItCame) {
-    for (const char* l_IP : {"10.1.1.1", "no address at all; reboot", ""}) {
-        EXPECT_EQ(Write(2, l_IP), 1);
-        EXPECT_EQ(Read(2), 1);
-        EXPECT_THAT(Row(), Contains(std::string("0x30d14 s:") + l_IP));
-    }
-    EXPECT_THAT(m_Storage.m_Calls, Contains("SetRow telq_qub_dsp_iptable_cfg.xml 0x30d12 i:2 key | 0x30d12 i:2 key, "
-                                            "0x30d14 s:10.1.1.1"));
-}
-
-TEST_F(DspEx, WriteForADspWithoutMacStoresNothing) {
-    for (const int l_Dsp : {0, 3})
-        EXPECT_EQ(Write(l_Dsp, "10.1.1.1"), 4) << l_Dsp;
-    EXPECT_THAT(m_Storage.m_Calls, IsEmpty());
-}
-
-TEST_F(DspEx, WriteWithoutKeyOrValueMissesIt) {
-    CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_DSP_EX_NUM, 1);
-    CBMIKeys l_NoKeys;
-    CBMIParams l_Values = TextKeyOf(BMI_HW_AMC_DSP_EX_IP, "10.1.1.1");
-    CBMIParams l_Number = KeyOf(BMI_HW_AMC_DSP_EX_IP, 10);
-    EXPECT_EQ(m_Adaptor.AMC_DSP_WriteParams(nullptr, &l_Values), 23);
-    EXPECT_EQ(m_Adaptor.AMC_DSP_WriteParams(&l_Keys, nullptr), 23);
-    EXPECT_EQ(m_Adaptor.AMC_DSP_WriteParams(nullptr, nullptr), 23);
-    EXPECT_EQ(m_Adaptor.AMC_DSP_WriteParams(&l_NoKeys, &l_Values), 23);
-    EXPECT_EQ(m_Adaptor.AMC_DSP_WriteParams(&l_Keys, &m_Row), 23);
-    EXPECT_EQ(m_Adaptor.AMC_DSP_WriteParams(&l_Keys, &l_Number), 23);
-    EXPECT_THAT(m_Storage.m_Calls, IsEmpty());
-}
-
-TEST_F(DspEx, WriteGivesTheStoragesResult) {
-    m_Storage.m_Refusals = {{"SetRow", 21}};
-    EXPECT_EQ(Write(1, "10.1.1.1"), 21);
-    m_Storage.m_Refusals = {{"EndTransaction", 0}};
-    EXPECT_EQ(Write(1, "10.1.1.1"), 0);
+TEST(DspMacsOfARecord, AreAsManyAsItSays) {
+    TEXTS l_Macs(255);
+    EXPECT_TRUE(DSP_MAC_TABLE::Calculate("02:00:00:00:00:00", 255, l_Macs.data()));
+    EXPECT_EQ(l_Macs.back(), "02:00:00:00:01:00");
 }
 
 } // namespace

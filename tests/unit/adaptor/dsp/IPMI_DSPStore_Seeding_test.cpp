@@ -1,13 +1,15 @@
 // The DSPs' default addresses in the platform's storage: whatever happens to the process that stores them, all of them
 // are there or none, and the next Init finds all.
-#include "adaptor/LifecycleTest.h"
+#include "adaptor/dsp/IPMI_DSPStore.h"
 
+#include "adaptor/LifecycleTest.h"
 #include "bm_dev/HostStorage.h"
 #include "fake/TracedChild.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -20,8 +22,6 @@ using testing::AnyOf;
 using testing::IsEmpty;
 
 namespace {
-
-using Access = IPMI_TEST_ACCESS;
 
 const TEXTS ALL = {"192.168.0.23", "192.168.0.22", "192.168.0.21", "192.168.0.20"};
 
@@ -47,8 +47,8 @@ protected:
     /// What a process does that seeds: the result.
     int Seed() {
         const auto l_Storage = BM_PLATFORM::MakeStorage(m_Folder);
-        Access::Storage(m_Adaptor) = l_Storage.get();
-        return Access::mInitIPInfo(m_Adaptor);
+        const std::atomic<QUB_STORAGE::CDataStorage*> l_Used = l_Storage.get();
+        return DSP_IP_STORE(l_Used).Seed();
     }
 
     /// A whole Init in a process of its own: the addresses in 0x30d10 are the defaults.

@@ -150,14 +150,13 @@ TEST_F(DspStartup, SecondStartWithoutDspsRunsNothingMore) {
 
 TEST_F(DspStartup, WithoutDspsAsksNobody) {
     KnowDSPs({});
-    Kernel() = {};
+    m_Board.m_Interfaces.clear();
     ExpectNothingRuns(0);
     EXPECT_THAT(StartupLines(), IsEmpty());
-    EXPECT_THAT(Kernel().m_Ioctls, IsEmpty());
 }
 
 TEST_F(DspStartup, WithoutTheHostsAddressRunsNothing) {
-    Kernel() = {};
+    m_Board.m_Interfaces.clear();
     ExpectNothingRuns(0x30011);
     EXPECT_THAT(StartupLines(), ElementsAre(Ipmi("Fail to get IP Address of = eth6")));
 }

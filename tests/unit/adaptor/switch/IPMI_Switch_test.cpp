@@ -115,7 +115,7 @@ TEST_F(SwitchPorts, AndDspsAreForgottenEachByThemselves) {
     EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), IsEmpty());
     EXPECT_TRUE(l_Port.expired());
     EXPECT_THAT(Access::DspMacMap(m_Adaptor), SizeIs(1));
-    Access::mForgetDSPs(m_Adaptor);
+    KnowDSPs({});
     EXPECT_THAT(Access::DspMacMap(m_Adaptor), IsEmpty());
 }
 
