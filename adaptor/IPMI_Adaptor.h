@@ -3,6 +3,7 @@
 
 #include "adaptor/IPMI_Adaptor_Frame.h"
 #include "adaptor/dsp/IPMI_DSPInfo.h"
+#include "adaptor/switch/IPMI_SwitchPorts.h"
 #include "bm/BaseAdaptor.h"
 #include "bm/OSAL.h"
 #include "common/veldo_common_protocol.h"
@@ -10,7 +11,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -34,16 +34,12 @@ extern "C" {
 namespace BM_ADAPTOR {
 
 class IPMI_MonitorThread;
-class IPMI_SWITCHPORT;
 class IPMITHREAD;
 struct LED_TIMES;
 struct MAC_ADDRESS;
 struct TOOL_FORMS;
 class UPGRADE_STATUS;
 class UPGRADETHREAD;
-
-/// By port number.
-using SWITCH_PORTS = std::map<int, std::shared_ptr<IPMI_SWITCHPORT>>;
 
 class IPMIAdaptor : public CBaseAdaptor {
 public:
@@ -169,12 +165,8 @@ private:
     int mFillDSPInfo(int a_Index, int a_Dsp, IPMI_DSP_Info_S* a_Table);
     int mGetIPAddrByName(const std::string& a_Interface, std::string& a_IP);
     static bool mIsOnSameSubnet(const std::string& a_First, const std::string& a_Second, const std::string& a_Mask);
-    int mOpenPCIHandle();
-    void mClosePCIHandle();
     int mInitSwitchInfo();
     void mCreateSwitchPortObjects();
-    void mDeleteSwitchPorts();
-    std::shared_ptr<IPMI_SWITCHPORT> mFindSwitchPort(const CBMIKeys* a_Keys) const;
     static int mFindSmallestMac(const IPMI_DSP_Info_S* a_Table, int a_Count);
     static int mTeachSwitch(const IPMI_DSP_Info_S* a_Table, int a_Count);
     int mStartAMC(DSP_TABLE& a_DSPs);

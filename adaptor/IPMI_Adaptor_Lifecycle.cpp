@@ -2,6 +2,7 @@
 #include "adaptor/IPMI_Adaptor.h"
 
 #include "adaptor/IPMI_MonitorThread.h"
+#include "adaptor/switch/IPMI_PCIHandle.h"
 #include "common/veldo_common_guard.h"
 #include "common/veldo_common_protocol.h"
 #include "common/veldo_common_trace.h"
@@ -157,15 +158,15 @@ int IPMIAdaptor::mInitBoard() {
     if (l_Result != RESULT_OK) return l_Result;
     mInitRTMInfo();
     if (TracesOn()) bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "Entering CSwitchIfPortMgr Init");
-    mOpenPCIHandle();
+    PCI_HANDLE(m_PCIHandle).Open(); // mInitSwitchInfo opens another one, on purpose
     return mInitSwitchInfo();
 }
 
 void IPMIAdaptor::mForgetBoard() {
     mTakeMonitor(nullptr);
     m_DspMacMap.Clear();
-    mDeleteSwitchPorts();
-    mClosePCIHandle();
+    m_SwitchPortMap.Clear();
+    PCI_HANDLE(m_PCIHandle).Close();
 }
 
 // The one before is stopped and stays allocated on purpose: another host thread may be in a Start or Stop of it.
@@ -184,8 +185,8 @@ int IPMIAdaptor::Fin() {
         Guarded("Fin", [&] { return l_Manager->UnregisterEventClass(BMI_EVENT_CLASS); });
     }
     Guarded("Fin", [&] {
-        mDeleteSwitchPorts();
-        mClosePCIHandle();
+        m_SwitchPortMap.Clear();
+        PCI_HANDLE(m_PCIHandle).Close();
         return static_cast<int>(RESULT_OK);
     });
     return RESULT_OK;

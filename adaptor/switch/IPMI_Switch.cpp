@@ -1,21 +1,19 @@
-// Parameter group 0x30e00: the switch's external ports, how they are made, and the board driver's handle to them.
-#include "adaptor/switch/IPMI_SwitchPort.h"
+// Parameter group 0x30e00: the switch's external ports, how they are made, and what a failed opening is reported as.
+#include "adaptor/switch/IPMI_Switch.h"
 
-#include "adaptor/IPMI_Adaptor.h"
-#include "bm/BoardDriver.h"
-#include "common/veldo_common_guard.h"
+#include "adaptor/switch/IPMI_PCIHandle.h"
+#include "adaptor/switch/IPMI_SwitchPort.h"
+#include "bm/Log.h"
+#include "common/veldo_common_protocol.h"
 #include "common/veldo_common_rows.h"
 #include "common/veldo_common_trace.h"
 
 #include <iterator>
-#include <memory>
 #include <utility>
 
 namespace BM_ADAPTOR {
 
 namespace {
-
-constexpr std::size_t PCI_HANDLE_SIZE = 8;
 
 struct PORT {
     int m_Number;
@@ -31,7 +29,7 @@ constexpr PORT PORTS[] = {
     {4, 6, TELQ_EXT_IF_RTM, "Switch Port RTM 2"},
 };
 
-// What the results of opening the PCI memory from 2 on mean.
+// What the results of opening the PCI memory mean, from 2 on. Others are not reported.
 constexpr int FIRST_OPEN_FAILURE = 2;
 constexpr const char* OPEN_FAILURES[] = {
     "Fail to open PCI Memory Handle due to: File proc bus pci parse error\n",
@@ -51,12 +49,6 @@ void Trace(const char* a_Text) {
     if (TracesOn()) bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "%s", a_Text);
 }
 
-// Outlives the adaptor unless Fin is called, and the one that Init opened does in any case: by name, leak checkers can
-// tell it from a leak.
-__attribute__((noinline)) void* NewPCIHandle() {
-    return new unsigned char[PCI_HANDLE_SIZE]{};
-}
-
 void AddPortRow(CBMIParams& a_Row, IPMI_SWITCHPORT& a_Port) {
     AddKey(a_Row, BMI_HW_AMC_SWITCHPORT_INDEX, 0);
     AddKey(a_Row, BMI_HW_AMC_SWITCHPORT_NUM, a_Port.GetPortNumber());
@@ -68,30 +60,16 @@ void AddPortRow(CBMIParams& a_Row, IPMI_SWITCHPORT& a_Port) {
 
 } // namespace
 
-// Opened twice, here and in mInitSwitchInfo with a fresh block, and closed once: on purpose. Whoever looks at the
-// result does so for the second one.
-int IPMIAdaptor::mOpenPCIHandle() {
-    void* const l_Handle = NewPCIHandle();
-    const int l_Result = uPCIMemOpen(l_Handle, 1, 0);
-    m_PCIHandle = l_Handle; // not before: a Fin meanwhile would close what is still being opened
-    return l_Result;
-}
-
-void IPMIAdaptor::mClosePCIHandle() {
-    void* const l_Handle = m_PCIHandle.exchange(nullptr);
-    if (l_Handle == nullptr) return;
-    uPCIMemClose(l_Handle);
-    delete[] static_cast<unsigned char*>(l_Handle);
-}
-
-int IPMIAdaptor::mInitSwitchInfo() {
+// The PCI memory is opened a second time here, after the adaptor's Init, and closed once: on purpose. Only this second
+// opening decides.
+int SWITCH::Init(IPMIAdaptor* a_Owner) const {
     int l_Result = RESULT_NOTHING_DONE;
-    if (!m_DspMacMap.Get()->empty()) {
+    if (!m_Macs.Get()->empty()) {
         Trace("Entering mInitSwitchInfo()");
-        const int l_Opened = mOpenPCIHandle();
+        const int l_Opened = PCI_HANDLE(m_PCIHandle).Open();
         if (l_Opened == 0) {
             Trace("Success Openning PCI Memory Handle\n");
-            mCreateSwitchPortObjects();
+            CreatePorts(a_Owner);
             l_Result = RESULT_OK;
         } else {
             LogOpenFailure(l_Opened);
@@ -101,43 +79,36 @@ int IPMIAdaptor::mInitSwitchInfo() {
     return l_Result;
 }
 
-// Each is served as soon as it is in its state; one that could not be brought there is served all the same. They take
-// the place of those there were before.
-void IPMIAdaptor::mCreateSwitchPortObjects() {
+void SWITCH::CreatePorts(IPMIAdaptor* a_Owner) const {
     SWITCH_PORTS l_Ports;
     for (const PORT& l_Row : PORTS) {
         auto l_Port =
-            std::make_shared<IPMI_SWITCHPORT>(l_Row.m_Number, l_Row.m_BackendId, l_Row.m_Type, l_Row.m_Name, this);
+            std::make_shared<IPMI_SWITCHPORT>(l_Row.m_Number, l_Row.m_BackendId, l_Row.m_Type, l_Row.m_Name, a_Owner);
         l_Port->Init();
         l_Ports[l_Row.m_Number] = std::move(l_Port);
-        m_SwitchPortMap.Replace(l_Ports);
+        m_Ports.Replace(l_Ports);
     }
 }
 
-// A port that another thread is using goes when that thread has done.
-void IPMIAdaptor::mDeleteSwitchPorts() {
-    m_SwitchPortMap.Clear();
-}
-
-std::shared_ptr<IPMI_SWITCHPORT> IPMIAdaptor::mFindSwitchPort(const CBMIKeys* a_Keys) const {
+std::shared_ptr<IPMI_SWITCHPORT> SWITCH::mFind(const CBMIKeys* a_Keys) const {
     const auto l_Number = IntParam(a_Keys, BMI_HW_AMC_SWITCHPORT_NUM);
     if (!l_Number) return nullptr;
-    const auto l_Ports = m_SwitchPortMap.Get();
+    const auto l_Ports = m_Ports.Get();
     const auto l_Found = l_Ports->find(*l_Number);
     return l_Found != l_Ports->end() ? l_Found->second : nullptr;
 }
 
-int IPMIAdaptor::AMC_SwitchPort_ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) {
-    const auto l_Port = mFindSwitchPort(a_Keys);
+int SWITCH::ReadRow(const CBMIKeys* a_Keys, CBMIParams* a_Row) const {
+    const auto l_Port = mFind(a_Keys);
     if (l_Port == nullptr || a_Row == nullptr) return RESULT_NO_ROW;
     AddPortRow(*a_Row, *l_Port);
     return RESULT_OK;
 }
 
-int IPMIAdaptor::AMC_SwitchPort_ReadTable(CBMITable*& a_Table) {
+int SWITCH::ReadTable(CBMITable*& a_Table) const {
     a_Table = new CBMITable;
-    if (m_DspMacMap.Get()->empty()) return RESULT_OK; // though there may be ports
-    const auto l_Ports = m_SwitchPortMap.Get();
+    if (m_Macs.Get()->empty()) return RESULT_OK; // though there may be ports
+    const auto l_Ports = m_Ports.Get();
     for (const auto& [l_Number, l_Port] : *l_Ports) {
         CBMIParams l_Row;
         AddPortRow(l_Row, *l_Port);
@@ -146,8 +117,8 @@ int IPMIAdaptor::AMC_SwitchPort_ReadTable(CBMITable*& a_Table) {
     return RESULT_OK;
 }
 
-int IPMIAdaptor::AMC_SwitchPort_WriteParams(CBMIKeys* a_Keys, CBMIParams* a_Values) {
-    const auto l_Port = mFindSwitchPort(a_Keys);
+int SWITCH::Write(const CBMIKeys* a_Keys, const CBMIParams* a_Values) const {
+    const auto l_Port = mFind(a_Keys);
     if (l_Port == nullptr || a_Values == nullptr) return RESULT_NO_ROW;
     const auto l_Admin = IntParam(a_Values, BMI_HW_AMC_SWITCHPORT_ADMIN);
     if (!l_Admin) return RESULT_NO_VALUE;

@@ -1,18 +1,16 @@
-// Teaching the switch: the MAC addresses of the DSPs and of both CPUs go into its forwarding table.
-#include "adaptor/board/IPMI_MAC.h"
-#include "adaptor/dsp/IPMI_DSPs.h"
-#include "bm/BoardDriver.h"
-#include "common/veldo_common_guard.h"
+// Teaching the switch: what the board driver is told of each DSP and of both CPUs, and what is logged of it.
+#include "adaptor/switch/IPMI_SwitchTeaching.h"
 
+#include "bm/BoardDriver.h"
+#include "bm/Log.h"
+#include "common/veldo_common_protocol.h"
+
+#include <cstddef>
 #include <vector>
 
 namespace BM_ADAPTOR {
 
 namespace {
-
-// Of the switch's ports.
-constexpr int CPU1_PORT = 7;
-constexpr int CPU2_PORT = 8;
 
 bool TeachDSP(int a_Dsp, const MAC_ADDRESS& a_Mac) {
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE calling MavkAmcSwitchMACLearn for DSP %d", a_Dsp);
@@ -29,29 +27,43 @@ bool TeachDSP(int a_Dsp, const MAC_ADDRESS& a_Mac) {
     return false;
 }
 
-bool TeachCPU1(const MAC_ADDRESS& a_Mac) {
-    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE Sending to Switch CPU1 MAC Addresses");
-    int l_Index = 0;
-    for (const unsigned char l_Byte : a_Mac.m_Bytes) {
-        bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE CPU 1 MAC Address Hex val[%d]=%x", l_Index++, l_Byte);
-    }
-    const int l_Error = mavkAmcSwitchMACLearn(CPU1_PORT, a_Mac.m_Bytes.data());
-    if (l_Error == 0) return true;
-    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Switch return error =%x while programming CPU1 MAC",
-           static_cast<unsigned>(l_Error));
-    return false;
-}
+// One CPU, as the switch and the log know it. The lines are functions so that the compiler checks their formats.
+struct CPU_PORT {
+    int m_Port; ///< of the switch
+    MAC_ADDRESS CPU_MACS::*m_Mac;
+    void (*m_LogBegin)();
+    void (*m_LogByte)(int a_Index, unsigned a_Byte);
+    void (*m_LogError)(unsigned a_Error);
+};
 
-bool TeachCPU2(const MAC_ADDRESS& a_Mac) {
-    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE Sending to Switch CPU2 MAC Addresses");
+// "CPU 1" but "CPU2" in the lines of the bytes: log readers search for them so.
+constexpr CPU_PORT CPU_PORTS[] = {
+    {7, &CPU_MACS::m_CPU1,
+     [] { bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE Sending to Switch CPU1 MAC Addresses"); },
+     [](int a_Index, unsigned a_Byte) {
+         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE CPU 1 MAC Address Hex val[%d]=%x", a_Index, a_Byte);
+     },
+     [](unsigned a_Error) {
+         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Switch return error =%x while programming CPU1 MAC", a_Error);
+     }},
+    {8, &CPU_MACS::m_CPU2,
+     [] { bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE Sending to Switch CPU2 MAC Addresses"); },
+     [](int a_Index, unsigned a_Byte) {
+         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE CPU2 MAC Address Hex val[%d]=%x", a_Index, a_Byte);
+     },
+     [](unsigned a_Error) {
+         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Switch return error =%x while programming CPU2 MAC", a_Error);
+     }},
+};
+
+bool TeachCPU(const CPU_PORT& a_CPU, const MAC_ADDRESS& a_Mac) {
+    a_CPU.m_LogBegin();
     int l_Index = 0;
-    for (const unsigned char l_Byte : a_Mac.m_Bytes) {
-        bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE CPU2 MAC Address Hex val[%d]=%x", l_Index++, l_Byte);
-    }
-    const int l_Error = mavkAmcSwitchMACLearn(CPU2_PORT, a_Mac.m_Bytes.data());
+    for (const unsigned char l_Byte : a_Mac.m_Bytes)
+        a_CPU.m_LogByte(l_Index++, l_Byte);
+    const int l_Error = mavkAmcSwitchMACLearn(a_CPU.m_Port, a_Mac.m_Bytes.data());
     if (l_Error == 0) return true;
-    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "Switch return error =%x while programming CPU2 MAC",
-           static_cast<unsigned>(l_Error));
+    a_CPU.m_LogError(static_cast<unsigned>(l_Error));
     return false;
 }
 
@@ -66,44 +78,41 @@ std::vector<MAC_ADDRESS> MacsOf(const IPMI_DSP_Info_S* a_Table, int a_Count) {
 
 } // namespace
 
-// By their texts, not by their numbers.
-int IPMIAdaptor::mFindSmallestMac(const IPMI_DSP_Info_S* a_Table, int a_Count) {
-    int l_Smallest = 0;
-    for (int i = 1; a_Table != nullptr && i < a_Count; ++i) {
-        if (a_Table[i].m_MAC < a_Table[l_Smallest].m_MAC) l_Smallest = i;
-    }
-    return l_Smallest;
-}
-
-// The two addresses before the first DSP's.
-void IPMIAdaptor::CalculateCPUMacAddr(const std::string& a_SmallestMac, MAC_ADDRESS& a_CPU1, MAC_ADDRESS& a_CPU2) {
-    const auto l_Smallest = MAC_ADDRESS::Parse(a_SmallestMac);
-    a_CPU1 = l_Smallest ? l_Smallest->Plus(0U - 2U) : MAC_ADDRESS{};
-    a_CPU2 = l_Smallest ? l_Smallest->Plus(0U - 1U) : MAC_ADDRESS{};
-}
-
-int IPMIAdaptor::mTeachSwitch(const IPMI_DSP_Info_S* a_Table, int a_Count) {
-    if (a_Table == nullptr || a_Count < 1) return RESULT_NOTHING_DONE;
+int SWITCH_TEACHING::Teach() const {
+    if (m_Table == nullptr || m_Count < 1) return RESULT_NOTHING_DONE;
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR,
            "TRACE Teaching the Offload Board Switch about the MACs and the Bees!");
-    const std::vector<MAC_ADDRESS> l_Macs = MacsOf(a_Table, a_Count);
+    const std::vector<MAC_ADDRESS> l_Macs = MacsOf(m_Table, m_Count);
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR,
            "TRACE Calculating Both CPU MACs which are based on the smallest DSP MAC Value");
-    const std::string& l_Smallest = a_Table[mFindSmallestMac(a_Table, a_Count)].m_MAC;
+    const std::string& l_Smallest = m_Table[FindSmallestMac()].m_MAC;
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE Smallest MAC is %s", l_Smallest.c_str());
-    MAC_ADDRESS l_CPU1;
-    MAC_ADDRESS l_CPU2;
-    CalculateCPUMacAddr(l_Smallest, l_CPU1, l_CPU2);
+    const CPU_MACS l_CPUs = CPUMacsOf(l_Smallest);
 
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "TRACE [New LearnBy API ] Teach Switch about DSP MAC Addresses");
     int l_Dsp = 0;
     for (const MAC_ADDRESS& l_Mac : l_Macs) {
         if (!TeachDSP(l_Dsp++, l_Mac)) return STARTUP_DSP_FAILED;
     }
-    if (!TeachCPU1(l_CPU1) || !TeachCPU2(l_CPU2)) return STARTUP_DSP_FAILED;
+    for (const CPU_PORT& l_CPU : CPU_PORTS) {
+        if (!TeachCPU(l_CPU, l_CPUs.*l_CPU.m_Mac)) return STARTUP_DSP_FAILED;
+    }
     bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR,
            "TRACE Done Teaching the Offload Board Switch about the MACs and the Bees!");
     return RESULT_OK;
+}
+
+int SWITCH_TEACHING::FindSmallestMac() const {
+    int l_Smallest = 0;
+    for (int i = 1; m_Table != nullptr && i < m_Count; ++i) {
+        if (m_Table[i].m_MAC < m_Table[l_Smallest].m_MAC) l_Smallest = i;
+    }
+    return l_Smallest;
+}
+
+CPU_MACS SWITCH_TEACHING::CPUMacsOf(const std::string& a_SmallestMac) {
+    const auto l_Smallest = MAC_ADDRESS::Parse(a_SmallestMac);
+    return l_Smallest ? CPU_MACS{l_Smallest->Plus(0U - 2U), l_Smallest->Plus(0U - 1U)} : CPU_MACS{};
 }
 
 } // namespace BM_ADAPTOR

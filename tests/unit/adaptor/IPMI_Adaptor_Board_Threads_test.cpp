@@ -243,7 +243,7 @@ TEST_F(BoardReaders, PortsStayForTheTableThatIsBeingMade) {
 }
 
 TEST_F(BoardReaders, PortStaysForItsWriter) {
-    ONCE l_Gone([&] { InAnotherThread([&] { Access::mDeleteSwitchPorts(m_Adaptor); }); });
+    ONCE l_Gone([&] { InAnotherThread([&] { m_Adaptor.Fin(); }); });
     BoardDriver().m_AtCall = [&](const std::string&) { l_Gone(); };
     CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 2);
     CBMIParams l_Values;
@@ -308,7 +308,7 @@ TEST_F(BoardReaders, ReadAndWriteWhileInitAndFinGoOn) {
     });
     l_Begun.wait();
     for (int l_Round = 0; l_Round < ROUNDS; ++l_Round) {
-        Access::mDeleteSwitchPorts(m_Adaptor);
+        m_Adaptor.Fin();
         KnowDSPs({});
         EXPECT_EQ(Access::mInitDSPInfo(m_Adaptor), 1);
         EXPECT_EQ(Access::mInitSwitchInfo(m_Adaptor), 1);

@@ -6,5 +6,5 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
            "leak:NewPCIHandle\n"
            "leak:mKeepDSPMacs\n"
            "leak:mPublishDSPInfo\n"
-           "leak:mCreateSwitchPortObjects\n";
+           "leak:SWITCH::CreatePorts\n";
 }

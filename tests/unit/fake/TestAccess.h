@@ -93,7 +93,7 @@ struct IPMI_TEST_ACCESS {
     TEST_CALL(mGetIPAddrByName)
     TEST_CALL(mIsOnSameSubnet)
     TEST_CALL(mInitSwitchInfo)
-    TEST_CALL(mDeleteSwitchPorts)
+    TEST_CALL(mCreateSwitchPortObjects)
     TEST_CALL(mFindSmallestMac)
     TEST_CALL(mTeachSwitch)
     TEST_CALL(mSetAmcRTMStatus)

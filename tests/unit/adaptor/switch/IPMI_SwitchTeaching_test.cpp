@@ -1,5 +1,5 @@
 // Teaching the switch: which addresses it is told, in which order, and what ends the teaching.
-#include "adaptor/dsp/IPMI_DSPs.h"
+#include "adaptor/switch/IPMI_SwitchTeaching.h"
 
 #include "adaptor/BoardTest.h"
 
@@ -10,22 +10,24 @@ using testing::IsEmpty;
 
 namespace {
 
-class SwitchTeaching : public BOARD_TEST {
-protected:
-    int Teach(const TEXTS& a_Macs) {
-        std::vector<IPMI_DSP_Info_S> l_Table;
-        for (const std::string& l_Mac : a_Macs)
-            l_Table.push_back({l_Mac, ""});
-        return Access::mTeachSwitch(m_Adaptor, l_Table.data(), static_cast<int>(l_Table.size()));
-    }
+DSP_TABLE TableOf(const TEXTS& a_Macs) {
+    DSP_TABLE l_Table;
+    for (const std::string& l_Mac : a_Macs)
+        l_Table.push_back({l_Mac, ""});
+    return l_Table;
+}
 
-    int Smallest(const TEXTS& a_Macs) {
-        std::vector<IPMI_DSP_Info_S> l_Table;
-        for (const std::string& l_Mac : a_Macs)
-            l_Table.push_back({l_Mac, ""});
-        return Access::mFindSmallestMac(m_Adaptor, l_Table.data(), static_cast<int>(l_Table.size()));
-    }
-};
+int Teach(const TEXTS& a_Macs) {
+    const DSP_TABLE l_Table = TableOf(a_Macs);
+    return SWITCH_TEACHING(l_Table.data(), static_cast<int>(l_Table.size())).Teach();
+}
+
+int Smallest(const TEXTS& a_Macs) {
+    const DSP_TABLE l_Table = TableOf(a_Macs);
+    return SWITCH_TEACHING(l_Table.data(), static_cast<int>(l_Table.size())).FindSmallestMac();
+}
+
+class SwitchTeaching : public BOARD_TEST {};
 
 TEST_F(SwitchTeaching, TellsEveryDspAndThenBothCpus) {
     EXPECT_EQ(Teach({"02:00:00:00:00:12", "02:00:00:00:00:13", "02:00:00:00:00:14"}), 1);
@@ -102,7 +104,7 @@ TEST_F(SwitchTeaching, TextThatIsNoAddressIsTaughtAsZeros) {
 }
 
 TEST_F(SwitchTeaching, OfNoDspDoesNothing) {
-    EXPECT_EQ(Access::mTeachSwitch(m_Adaptor, static_cast<IPMI_DSP_Info_S*>(nullptr), 4), 0);
+    EXPECT_EQ(SWITCH_TEACHING(nullptr, 4).Teach(), 0);
     EXPECT_EQ(Teach({}), 0);
     EXPECT_THAT(BoardDriver().m_Calls, IsEmpty());
     EXPECT_THAT(Lines(), IsEmpty());
@@ -139,7 +141,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- the smallest
 
-TEST_F(SwitchTeaching, SmallestIsFoundByTheTexts) {
+TEST(SmallestMac, IsFoundByTheTexts) {
     EXPECT_EQ(Smallest({"b", "a", "c"}), 1);
     EXPECT_EQ(Smallest({"a", "a", "a"}), 0); // the earliest wins
     EXPECT_EQ(Smallest({"b", "a", "a"}), 1);
@@ -149,7 +151,16 @@ TEST_F(SwitchTeaching, SmallestIsFoundByTheTexts) {
     EXPECT_EQ(Smallest({"9", "10"}), 1);       // and no numbers
     EXPECT_EQ(Smallest({"a"}), 0);
     EXPECT_EQ(Smallest({}), 0);
-    EXPECT_EQ(Access::mFindSmallestMac(m_Adaptor, static_cast<IPMI_DSP_Info_S*>(nullptr), 3), 0);
+    EXPECT_EQ(SWITCH_TEACHING(nullptr, 3).FindSmallestMac(), 0);
+}
+
+TEST(CpuMacs, AreTheTwoBeforeTheSmallest) {
+    const CPU_MACS l_CPUs = SWITCH_TEACHING::CPUMacsOf("02:01:00:00:00:01");
+    EXPECT_EQ(l_CPUs.m_CPU1.Text(), "02:01:FF:FF:FF:FF");
+    EXPECT_EQ(l_CPUs.m_CPU2.Text(), "02:01:00:00:00:00");
+    const CPU_MACS l_None = SWITCH_TEACHING::CPUMacsOf("no address at all");
+    EXPECT_EQ(l_None.m_CPU1, MAC_ADDRESS{});
+    EXPECT_EQ(l_None.m_CPU2, MAC_ADDRESS{});
 }
 
 } // namespace

@@ -1,8 +1,13 @@
 // The switch port table, how the ports are made, and the results of opening the board driver.
-#include "adaptor/BoardTest.h"
+#include "adaptor/switch/IPMI_Switch.h"
 
+#include "adaptor/BoardTest.h"
+#include "adaptor/switch/IPMI_PCIHandle.h"
 #include "adaptor/switch/IPMI_SwitchPort.h"
 #include "common/veldo_common_rows.h"
+
+#include <atomic>
+#include <memory>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -10,7 +15,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
-using testing::Optional;
 using testing::SizeIs;
 
 namespace {
@@ -26,23 +30,37 @@ const TEXTS PORT_4 = {"0x30e01 i:0 key", "0x30e02 i:4 key", "0x30e06 i:3 key", "
 
 class SwitchPorts : public BOARD_TEST {
 protected:
-    SwitchPorts() { KnowDSPs({"02:00:00:00:00:12"}); }
+    SwitchPorts() { m_Macs.Replace({{1, "02:00:00:00:00:12"}}); }
+    ~SwitchPorts() override { PCI_HANDLE(m_Handle).Close(); }
 
-    int InitSwitch() { return Access::mInitSwitchInfo(m_Adaptor); }
+    int InitSwitch() { return m_Switch.Init(&m_Adaptor); }
 
     int Write(int a_Port, int a_Admin) {
-        CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, a_Port);
+        const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, a_Port);
         CBMIParams l_Values;
         AddInt(l_Values, BMI_HW_AMC_SWITCHPORT_ADMIN, a_Admin);
-        return m_Adaptor.WriteParams(0x30e00, &l_Keys, &l_Values);
+        return m_Switch.Write(&l_Keys, &l_Values);
     }
+
+    std::vector<TEXTS> Rows() {
+        CBMITable* l_Made = nullptr;
+        EXPECT_EQ(m_Switch.ReadTable(l_Made), 1);
+        return TextsOf(*std::unique_ptr<CBMITable>(l_Made));
+    }
+
+    SWITCH_PORTS Ports() const { return *m_Ports.Get(); }
+
+    SNAPSHOT<DSP_MACS> m_Macs;
+    std::atomic<void*> m_Handle = nullptr;
+    SNAPSHOT<SWITCH_PORTS> m_Ports;
+    const SWITCH m_Switch{m_Macs, m_Handle, m_Ports};
 };
 
 // ---- opening
 
 TEST_F(SwitchPorts, AreMadeWhenTheDriverIsOpen) {
     EXPECT_EQ(InitSwitch(), 1);
-    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), SizeIs(4));
+    EXPECT_THAT(Ports(), SizeIs(4));
     ASSERT_THAT(BoardDriver().m_Opened, SizeIs(1));
     EXPECT_EQ(BoardDriver().m_Opened[0].m_Content, (std::array<unsigned char, 8>{}));
     EXPECT_EQ(BoardDriver().m_Opened[0].m_First, 1);
@@ -58,11 +76,11 @@ TEST_F(SwitchPorts, AreMadeWhenTheDriverIsOpen) {
 TEST_F(SwitchPorts, AreMadeAnewByASecondOpening) {
     InitSwitch();
     EXPECT_EQ(InitSwitch(), 1);
-    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), SizeIs(4));
+    EXPECT_THAT(Ports(), SizeIs(4));
 }
 
 TEST_F(SwitchPorts, AreNotMadeWithoutADsp) {
-    KnowDSPs({});
+    m_Macs.Clear();
     EXPECT_EQ(InitSwitch(), 0);
     EXPECT_THAT(BoardDriver().m_Opened, IsEmpty());
     EXPECT_THAT(Lines(), ElementsAre(BmiTrace("Exit mInitSwitchInfo")));
@@ -82,7 +100,7 @@ class SwitchOpening : public SwitchPorts, public testing::WithParamInterface<OPE
 TEST_P(SwitchOpening, ThatFailsMakesNoPorts) {
     BoardDriver().m_OpenResult = GetParam().m_Result;
     EXPECT_EQ(InitSwitch(), 0);
-    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), IsEmpty());
+    EXPECT_THAT(Ports(), IsEmpty());
     const auto l_Lines = Lines();
     EXPECT_EQ(l_Lines.front(), BmiTrace("Entering mInitSwitchInfo()"));
     EXPECT_EQ(l_Lines.back(), BmiTrace("Exit mInitSwitchInfo"));
@@ -101,27 +119,9 @@ INSTANTIATE_TEST_SUITE_P(
                     OPEN_FAILURE{6, {"Fail to open PCI Memory Handle due to: Card Not Found\n"}}, OPEN_FAILURE{1, {}},
                     OPEN_FAILURE{7, {}}, OPEN_FAILURE{-1, {}}));
 
-TEST_F(SwitchPorts, AreDeletedAndTheHandleClosedByFin) {
-    InitSwitch();
-    EXPECT_EQ(m_Adaptor.Fin(), 1);
-    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), IsEmpty());
-    EXPECT_THAT(BoardDriver().m_Closed, ElementsAre(BoardDriver().m_Opened[0].m_Handle));
-}
-
-TEST_F(SwitchPorts, AndDspsAreForgottenEachByThemselves) {
-    InitSwitch();
-    const std::weak_ptr<IPMI_SWITCHPORT> l_Port = Access::SwitchPortMap(m_Adaptor).at(1);
-    Access::mDeleteSwitchPorts(m_Adaptor);
-    EXPECT_THAT(Access::SwitchPortMap(m_Adaptor), IsEmpty());
-    EXPECT_TRUE(l_Port.expired());
-    EXPECT_THAT(Access::DspMacMap(m_Adaptor), SizeIs(1));
-    KnowDSPs({});
-    EXPECT_THAT(Access::DspMacMap(m_Adaptor), IsEmpty());
-}
-
 TEST_F(SwitchPorts, AreServedAsSoonAsEachIsInItsState) {
     std::vector<std::size_t> l_Served;
-    BoardDriver().m_AtCall = [&](const std::string&) { l_Served.push_back(Access::SwitchPortMap(m_Adaptor).size()); };
+    BoardDriver().m_AtCall = [&](const std::string&) { l_Served.push_back(Ports().size()); };
     InitSwitch();
     EXPECT_THAT(l_Served, ElementsAre(0, 1, 2, 3));
 }
@@ -139,7 +139,7 @@ TEST_F(SwitchPorts, ThatCannotBeBroughtIntoTheirStateAreServedAllTheSame) {
     BoardDriver().m_Errors = {{"PortEnable", 9}};
     m_Storage.m_Refusals = {{"CreateRow", 0}};
     EXPECT_EQ(InitSwitch(), 1);
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE), Optional(SizeIs(4)));
+    EXPECT_THAT(Rows(), SizeIs(4));
 }
 
 // ---- the table
@@ -149,22 +149,22 @@ TEST_F(SwitchPorts, TableHoldsTheFourInOrder) {
     BoardDriver().m_Link = {{4, 1}};
     BoardDriver().m_Errors = {{"CheckLink 6", 9}};
     InitSwitch();
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE), Optional(ElementsAre(PORT_1, PORT_2, PORT_3, PORT_4)));
+    EXPECT_THAT(Rows(), ElementsAre(PORT_1, PORT_2, PORT_3, PORT_4));
 }
 
 TEST_F(SwitchPorts, TableIsEmptyWithoutPortsOrWithoutADsp) {
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE), Optional(IsEmpty()));
+    EXPECT_THAT(Rows(), IsEmpty());
     InitSwitch();
-    KnowDSPs({});
-    EXPECT_THAT(Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE), Optional(IsEmpty()));
+    m_Macs.Clear();
+    EXPECT_THAT(Rows(), IsEmpty());
 }
 
 TEST_F(SwitchPorts, RowOfOnePortIsTheTables) {
     InitSwitch();
     const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 3);
-    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_ReadParams(&l_Keys, &m_Row), 1);
+    EXPECT_EQ(m_Switch.ReadRow(&l_Keys, &m_Row), 1);
     EXPECT_EQ(Row(), PORT_3);
-    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_ReadParams(&l_Keys, nullptr), 4);
+    EXPECT_EQ(m_Switch.ReadRow(&l_Keys, nullptr), 4);
 }
 
 TEST_F(SwitchPorts, UnknownPortIsNoRow) {
@@ -174,7 +174,7 @@ TEST_F(SwitchPorts, UnknownPortIsNoRow) {
     const CBMIKeys l_Zero = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 0);
     const CBMIKeys l_Five = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 5);
     for (const CBMIKeys* l_Keys : std::initializer_list<const CBMIKeys*>{nullptr, &l_NoKeys, &l_Text, &l_Zero, &l_Five})
-        EXPECT_EQ(m_Adaptor.AMC_SwitchPort_ReadParams(l_Keys, &m_Row), 4);
+        EXPECT_EQ(m_Switch.ReadRow(l_Keys, &m_Row), 4);
     EXPECT_THAT(Row(), IsEmpty());
 }
 
@@ -187,7 +187,7 @@ TEST_F(SwitchPorts, WriteSetsTheState) {
     EXPECT_EQ(Write(1, 5), 1);
     EXPECT_EQ(BoardDriver().m_Enabled[3], 0);
     const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 1);
-    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_ReadParams(&l_Keys, &m_Row), 1);
+    EXPECT_EQ(m_Switch.ReadRow(&l_Keys, &m_Row), 1);
     EXPECT_THAT(Row(), Contains("0x30e03 i:5"));
     BoardDriver().m_Errors = {{"PortEnable", 9}};
     EXPECT_EQ(Write(1, 1), 0);
@@ -196,21 +196,21 @@ TEST_F(SwitchPorts, WriteSetsTheState) {
 TEST_F(SwitchPorts, WriteForNoPortIsNoRowAndAMissingStateAMissingValue) {
     InitSwitch();
     BoardDriver().m_Calls.clear();
-    CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 1);
-    CBMIKeys l_NoKeys;
+    const CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 1);
+    const CBMIKeys l_NoKeys;
     CBMIParams l_Values;
     AddInt(l_Values, BMI_HW_AMC_SWITCHPORT_ADMIN, 1);
-    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(nullptr, &l_Values), 4);
-    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_Keys, nullptr), 4);
-    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_NoKeys, &l_Values), 4);
+    EXPECT_EQ(m_Switch.Write(nullptr, &l_Values), 4);
+    EXPECT_EQ(m_Switch.Write(&l_Keys, nullptr), 4);
+    EXPECT_EQ(m_Switch.Write(&l_NoKeys, &l_Values), 4);
     EXPECT_EQ(Write(5, 1), 4);
-    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_Keys, &m_Row), 23);
+    EXPECT_EQ(m_Switch.Write(&l_Keys, &m_Row), 23);
     // The key first: without a port it does not matter that there is no state.
-    CBMIKeys l_Unknown = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 5);
-    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_NoKeys, &m_Row), 4);
-    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_Unknown, &m_Row), 4);
-    CBMIParams l_Text = TextKeyOf(BMI_HW_AMC_SWITCHPORT_ADMIN, "1");
-    EXPECT_EQ(m_Adaptor.AMC_SwitchPort_WriteParams(&l_Keys, &l_Text), 23);
+    const CBMIKeys l_Unknown = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, 5);
+    EXPECT_EQ(m_Switch.Write(&l_NoKeys, &m_Row), 4);
+    EXPECT_EQ(m_Switch.Write(&l_Unknown, &m_Row), 4);
+    const CBMIParams l_Text = TextKeyOf(BMI_HW_AMC_SWITCHPORT_ADMIN, "1");
+    EXPECT_EQ(m_Switch.Write(&l_Keys, &l_Text), 23);
     EXPECT_THAT(BoardDriver().m_Calls, Not(Contains("PortEnable 3 mode 1")));
 }
 
