@@ -27,9 +27,9 @@ IPMI_SWITCHPORT::IPMI_SWITCHPORT(int a_PortNumber, int a_BackendId, TELQ_Ext_If_
       m_Type(a_Type),
       m_Name(std::move(a_Name)) {}
 
-// The driver is asked outside of the transactions, so another process may store a state meanwhile: the row is there
-// then when it shall be made, and counts. What the switch could not tell is not stored: the next start would take it
-// for the user's.
+// The driver is asked outside the transactions, so another process may store a state meanwhile. Its row is then found
+// when this one cannot be created, and counts. A state that the switch could not tell is not stored: the next start
+// would take it for the user's.
 int IPMI_SWITCHPORT::Init() {
     if (m_Storage == nullptr) return QuerySwitchPort();
     std::optional<int32_t> l_Stored;

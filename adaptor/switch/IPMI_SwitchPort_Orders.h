@@ -7,17 +7,16 @@
 
 namespace BM_ADAPTOR {
 
-/// Keeps driver, shown and stored state of a port together without holding a lock while the driver or the storage
-/// works, and without any thread waiting for another: a host may write out of a log line, or out of a storage
-/// transaction of its own, for which another writer of the port waits.
+/// Keeps the driven, shown and stored states of a port equal, without holding a lock while the driver or the storage
+/// works and without any thread waiting for another: a host may write the port from a log line, or from a storage
+/// transaction of its own that another writer of the port waits for.
 ///
-/// Each thread carries its own order out. Where orders were under way at the same time, the steps of one may have come
-/// between the steps of another; so the thread that leaves last carries out the latest order once more, and again when
-/// somebody else came meanwhile. When no thread is left, the last thing that was done to the port was one order from
-/// its beginning to its end.
+/// Each thread carries out its own order. When orders overlap, the steps of one may have come between those of another;
+/// so the thread that leaves last carries out the latest order once more, and again if another thread came meanwhile.
+/// When no thread is left, the last thing done to the port was one order from beginning to end.
 class SWITCHPORT_ORDERS {
 public:
-    /// One thread's order, from its first step to the end of the scope.
+    /// One thread's order, from its first step to the end of the scope; used by that thread only.
     class ORDER {
     public:
         explicit ORDER(SWITCHPORT_ORDERS& a_Orders) : m_Orders(a_Orders), m_Number(a_Orders.mEnter()) {}
@@ -74,10 +73,10 @@ private:
         --m_AtWork;
     }
 
-    std::mutex m_Lock; ///< of the members below, for the time of one look
+    std::mutex m_Lock; ///< of the members below, held for one look at them
     uint64_t m_Given = 0;
     int m_AtWork = 0;               ///< threads with an order
-    bool m_bMixed = false;          ///< orders have met since one was last carried out by a thread alone
+    bool m_bMixed = false;          ///< orders have overlapped since a thread last carried one out alone
     uint64_t m_Latest = 0;          ///< the number of the latest order that the driver has taken
     std::optional<int32_t> m_Admin; ///< its state
 };
