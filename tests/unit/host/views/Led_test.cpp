@@ -1,0 +1,40 @@
+// Colours, places and names of LEDs.
+#include "host/views/Led.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace bmhost;
+
+TEST(LedColor, HasTheNumberOfItsName) {
+    const char* const names[] = {"white", "red", "green", "blue", "amber", "orange"};
+    int number = LedNoColor;
+    for (const char* const name : names) {
+        EXPECT_EQ(++number, LedColorNumber(name)) << name;
+        EXPECT_EQ(name, LedColorName(number));
+    }
+}
+
+TEST(LedColor, ThatIsNoneCannotBeAskedFor) {
+    EXPECT_EQ("-", LedColorName(LedNoColor));
+    EXPECT_EQ(std::nullopt, LedColorNumber("-"));
+    EXPECT_EQ(std::nullopt, LedColorNumber("pink"));
+    EXPECT_EQ(std::nullopt, LedColorNumber(""));
+}
+
+TEST(LedColor, OfAnyNumberHasAText) {
+    EXPECT_EQ("unknown", LedColorName(7));
+    EXPECT_EQ("unknown", LedColorName(-1));
+}
+
+TEST(LedNames, TellPlaceAndPurpose) {
+    EXPECT_EQ("baseboard", LedBayText(BaseboardBay));
+    EXPECT_EQ("AMC bay 8", LedBayText(LastAmcBay));
+    EXPECT_EQ("RTM", LedBayText(RtmBay));
+    EXPECT_EQ("1 hot swap", LedText(FirstLed));
+    EXPECT_EQ("2 out of service", LedText(2));
+    EXPECT_EQ("4 LED 3", LedText(LastLed));
+}
+
+} // namespace
