@@ -183,22 +183,24 @@ int __wrap_fclose(FILE* a_File) {
     return __real_fclose(a_File);
 }
 
+// Only as many words are taken as the call has.
 long __wrap_syscall(long a_Number, ...) {
-    std::array<long, 6> l_Words{};
     va_list l_Arguments;
     va_start(l_Arguments, a_Number);
+    if (a_Number == SYS__sysctl) {
+        const __sysctl_args& l_Request = *va_arg(l_Arguments, const __sysctl_args*);
+        va_end(l_Arguments);
+        const std::lock_guard l_Lock(KernelGuard());
+        if (Kernel().m_bNoParameter) return Fails(ENOSYS);
+        Kernel().m_ParameterName.assign(l_Request.name, l_Request.name + l_Request.nlen);
+        if (l_Request.newlen == sizeof(int)) Kernel().m_Parameter = *static_cast<int*>(l_Request.newval);
+        return 0;
+    }
+    std::array<long, 6> l_Words{};
     for (long& l_Word : l_Words)
         l_Word = va_arg(l_Arguments, long);
     va_end(l_Arguments);
-    if (a_Number != SYS__sysctl) {
-        return __real_syscall(a_Number, l_Words[0], l_Words[1], l_Words[2], l_Words[3], l_Words[4], l_Words[5]);
-    }
-    const std::lock_guard l_Lock(KernelGuard());
-    if (Kernel().m_bNoParameter) return Fails(ENOSYS);
-    const auto& l_Request = *reinterpret_cast<__sysctl_args*>(l_Words[0]);
-    Kernel().m_ParameterName.assign(l_Request.name, l_Request.name + l_Request.nlen);
-    if (l_Request.newlen == sizeof(int)) Kernel().m_Parameter = *static_cast<int*>(l_Request.newval);
-    return 0;
+    return __real_syscall(a_Number, l_Words[0], l_Words[1], l_Words[2], l_Words[3], l_Words[4], l_Words[5]);
 }
 
 int __wrap_select(int a_Count, fd_set* a_Read, fd_set* a_Write, fd_set* a_Except, timeval* a_TimeOut) {
