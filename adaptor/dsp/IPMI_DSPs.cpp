@@ -8,6 +8,7 @@
 #include "common/veldo_common_protocol.h"
 #include "common/veldo_common_rows.h"
 
+#include <cstddef>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -87,6 +88,7 @@ int DSP_ADDRESSES::Init(const std::function<void(int)>& a_OnCount) const {
 
 void DSP_ADDRESSES::mKeepDSPMacs(const CBMITable& a_Table) const {
     std::vector<const CBMIParams*> l_Rows;
+    l_Rows.reserve(static_cast<std::size_t>(a_Table.GetSize()));
     for (int i = 0; i < a_Table.GetSize(); ++i)
         l_Rows.push_back(a_Table.Get(i));
     m_Macs.Replace(MacsIn(l_Rows));
