@@ -3,7 +3,7 @@
 
 #include "adaptor/board/IPMI_Board.h"
 #include "adaptor/dsp/IPMI_DSPs.h"
-#include "adaptor/monitor/IPMI_MonitorThread_Wait.h"
+#include "adaptor/monitor/IPMI_OwnWait.h"
 #include "bm/Log.h"
 #include "bm/MsgQueue.h"
 #include "common/veldo_common_guard.h"

@@ -1,7 +1,7 @@
 // The health monitor's other question: do AMCs, DSPs and RTM pass the diagnostic of the board driver's tools.
 #include "adaptor/IPMI_MonitorThread.h"
 
-#include "adaptor/monitor/IPMI_MonitorThread_Wait.h"
+#include "adaptor/monitor/IPMI_OwnWait.h"
 #include "bm/Log.h"
 #include "common/veldo_common_exit.h"
 #include "common/veldo_common_guard.h"

@@ -2,7 +2,7 @@
 // say.
 #include "adaptor/IPMI_MonitorThread.h"
 
-#include "adaptor/monitor/IPMI_MonitorThread_Wait.h"
+#include "adaptor/monitor/IPMI_OwnWait.h"
 #include "bm/Log.h"
 #include "bm/MsgQueue.h"
 #include "common/veldo_common_guard.h"
