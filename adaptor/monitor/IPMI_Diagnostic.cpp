@@ -1,14 +1,14 @@
-// The health monitor's other question: do AMCs, DSPs and RTM pass the diagnostic of the board driver's tools.
-#include "adaptor/IPMI_MonitorThread.h"
+// The health monitor's diagnostic: its command line, and what the tool's exit status means.
+#include "adaptor/monitor/IPMI_Diagnostic.h"
 
+#include "adaptor/board/IPMI_Board.h"
+#include "adaptor/monitor/IPMI_MonitorOrder.h"
 #include "adaptor/monitor/IPMI_OwnWait.h"
 #include "bm/Log.h"
 #include "common/veldo_common_exit.h"
-#include "common/veldo_common_guard.h"
+#include "common/veldo_common_protocol.h"
 #include "common/veldo_common_tools.h"
 #include "common/veldo_common_trace.h"
-
-#include <cstdlib>
 
 namespace BM_ADAPTOR {
 
@@ -42,24 +42,24 @@ int ResultOf(int a_Status) {
 
 } // namespace
 
-int IPMI_MonitorThread::IsAMCsLive() {
-    const int l_Result = ResultOf(mRunDiagnostic(false));
+int DIAGNOSTIC::Check() const {
+    const int l_Result = ResultOf(mRun(false));
     if (l_Result == MONITOR_LIVE) {
         if (TracesOn()) bmiLog(BM_LOG_DEBUG, COMPONENT_MONITOR_THREAD, "AMCs are live");
         return l_Result;
     }
-    // Once more, for the tool to write its report; what it finds this time does not count.
-    return mRunDiagnostic(true) > DIAGNOSTIC_RTM_FAILED ? NotRun() : l_Result;
+    // Once more, so that the tool writes its report; what it finds this time does not count.
+    return mRun(true) > DIAGNOSTIC_RTM_FAILED ? NotRun() : l_Result;
 }
 
 // A tool that a signal ended has exit status 0, and passes.
-int IPMI_MonitorThread::mRunDiagnostic(bool a_bVerbose) {
-    const std::string l_Command = mDiagnostic(a_bVerbose);
-    const OWN_WAIT l_Wait(*this);
-    return ExitStatusOf(system(l_Command.c_str()));
+int DIAGNOSTIC::mRun(bool a_bVerbose) const {
+    const std::string l_Command = mCommand(a_bVerbose);
+    const OWN_WAIT l_Wait(m_Watcher);
+    return ExitStatusOf(m_Board.RunTool(l_Command));
 }
 
-std::string IPMI_MonitorThread::mDiagnostic(bool a_bVerbose) const {
+std::string DIAGNOSTIC::mCommand(bool a_bVerbose) const {
     const char* l_Form = a_bVerbose ? "/bin/mavk_diag -r -v" : "/bin/mavk_diag -r";
     if (!m_Order.m_bAMCCheckMode) {
         l_Form = a_bVerbose ? "/bin/mavk_diag -r -v -b amc" : "/bin/mavk_diag -r -b amc";

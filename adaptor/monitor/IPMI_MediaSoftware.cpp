@@ -1,19 +1,17 @@
-// The health monitor's question to the media software (VXP): is the board live, and if not, what does its processor
-// say.
-#include "adaptor/IPMI_MonitorThread.h"
+// The health monitor's talk with the media software: the queue, the requests, and what the replies mean.
+#include "adaptor/monitor/IPMI_MediaSoftware.h"
 
+#include "adaptor/board/IPMI_Board.h"
 #include "adaptor/monitor/IPMI_OwnWait.h"
 #include "bm/Log.h"
 #include "bm/MsgQueue.h"
-#include "common/veldo_common_guard.h"
+#include "common/veldo_common_protocol.h"
 #include "common/veldo_common_trace.h"
-
-#include <sys/select.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -22,7 +20,7 @@ namespace BM_ADAPTOR {
 namespace {
 
 constexpr int REPLY_TIMEOUT_MS = 5000;
-constexpr std::size_t FILE_NAME_SIZE = 62; // as many characters of a file name as are read
+constexpr std::size_t FILE_NAME_SIZE = 62; // characters; what a longer name has beyond is cut off
 constexpr uint32_t PROC_STATE_FAULT_BELOW = 2;
 
 struct MESSAGE_FREE {
@@ -40,7 +38,7 @@ bool PutNumber(qMsg& a_Message, uint32_t a_Field, uint32_t a_Value) {
     return qMsgVarFieldPut(&a_Message, a_Field, &a_Value, sizeof a_Value) == 0;
 }
 
-// Nothing when the field is not there, or no number.
+// Nothing when there is no such field, or when it holds no number.
 std::optional<uint32_t> NumberField(const qMsg& a_Message, uint32_t a_Field) {
     uint32_t l_Value = 0;
     std::size_t l_Size = sizeof l_Value;
@@ -52,7 +50,7 @@ uint32_t NumberOr0(const qMsg& a_Message, uint32_t a_Field) {
     return NumberField(a_Message, a_Field).value_or(0);
 }
 
-// The beginning of a text; empty when the field is not there.
+// The beginning of a text; empty when there is no such field.
 FILE_NAME FileNameField(const qMsg& a_Message, uint32_t a_Field) {
     FILE_NAME l_Name{};
     std::size_t l_Size = FILE_NAME_SIZE;
@@ -63,21 +61,6 @@ FILE_NAME FileNameField(const qMsg& a_Message, uint32_t a_Field) {
 
 bool IsBoardLive(uint32_t a_State, uint32_t a_SubState) {
     return (a_SubState >= 4 && a_State < 2) || (a_SubState == 0 && a_State == 1);
-}
-
-// What select says of one descriptor. After a signal it waits again, for the rest of the time: Linux leaves that in the
-// time-out.
-int WaitUntilReadable(int a_Descriptor, int a_Milliseconds) {
-    if (a_Descriptor < 0 || a_Descriptor >= FD_SETSIZE) return -1; // has no place in the set
-    timeval l_Left = {a_Milliseconds / 1000, a_Milliseconds % 1000 * 1000L};
-    int l_Result = -1;
-    do {
-        fd_set l_Set;
-        FD_ZERO(&l_Set);
-        FD_SET(a_Descriptor, &l_Set);
-        l_Result = select(a_Descriptor + 1, &l_Set, nullptr, nullptr, &l_Left);
-    } while (l_Result < 0 && errno == EINTR);
-    return l_Result;
 }
 
 void LogOtherMessage(const qMsg& a_Message, unsigned a_ExpectedType) {
@@ -103,8 +86,8 @@ void LogOtherMessage(const qMsg& a_Message, unsigned a_ExpectedType) {
 
 } // namespace
 
-int IPMI_MonitorThread::InitDriver() {
-    mCloseQueue();
+int MEDIA_SOFTWARE::Open() {
+    Close();
     if (qDrvSetInterface(0, 0) != 0) {
         bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "qDrvSetInterface() failed in InitDriver()");
         return MONITOR_NO_EXCHANGE;
@@ -116,18 +99,18 @@ int IPMI_MonitorThread::InitDriver() {
     }
     if (qQueueBind(m_Queue, Q_ADDRESS_MONITOR) != 0) {
         bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "Fail to bind MSG handle in InitDriver()");
-        mCloseQueue();
+        Close();
         return MONITOR_NO_EXCHANGE;
     }
     return MONITOR_LIVE;
 }
 
-void IPMI_MonitorThread::mCloseQueue() {
+void MEDIA_SOFTWARE::Close() {
     if (m_Queue >= 0) qQueueClose(m_Queue);
     m_Queue = -1;
 }
 
-int IPMI_MonitorThread::IsVXPLive() {
+int MEDIA_SOFTWARE::Check() {
     if (TracesOn()) bmiLog(BM_LOG_DEBUG, COMPONENT_MEDIA_ADAPTOR, "Enter IsVXPLive() in Monitor Thread");
     const MESSAGE l_Request = NewRequest(Q_MSG_BOARD_STATUS);
     if (l_Request == nullptr) {
@@ -140,18 +123,18 @@ int IPMI_MonitorThread::IsVXPLive() {
                "Fail to send QBorardStatus MSG in IsVXPLive() with Error Id = %x", qStatusErrorGet());
         return MONITOR_NO_EXCHANGE;
     }
-    const MESSAGE l_Reply(checkMessage(m_Queue, Q_MSG_BOARD_STATUS_REPLY));
+    const MESSAGE l_Reply(Receive(Q_MSG_BOARD_STATUS_REPLY));
     const auto l_State = l_Reply ? NumberField(*l_Reply, Q_FIELD_BOARD_STATE) : std::nullopt;
     const auto l_SubState = l_Reply ? NumberField(*l_Reply, Q_FIELD_BOARD_SUB_STATE) : std::nullopt;
     if (!l_State || !l_SubState) {
         bmiLog(BM_LOG_ERROR, COMPONENT_MEDIA_ADAPTOR, "QBoardStatusReply() failed in IsVXPLive()");
         return MONITOR_NO_EXCHANGE;
     }
-    return IsBoardLive(*l_State, *l_SubState) ? static_cast<int>(MONITOR_LIVE) : mAskProcessorStatus();
+    return IsBoardLive(*l_State, *l_SubState) ? static_cast<int>(MONITOR_LIVE) : mAskProcessor();
 }
 
-// A board that is not live is at fault when its worst processor is.
-int IPMI_MonitorThread::mAskProcessorStatus() {
+// Of a board that is not live its worst processor tells whether there is a fault.
+int MEDIA_SOFTWARE::mAskProcessor() {
     const MESSAGE l_Request = NewRequest(Q_MSG_PROC_STATUS);
     const bool l_bSent = l_Request != nullptr && PutNumber(*l_Request, Q_FIELD_ASKED_PROCESSOR, Q_ANY_PROCESSOR) &&
                          PutNumber(*l_Request, Q_FIELD_ASKED_DETAIL, 1) && qMsgWrite(m_Queue, l_Request.get()) == 0;
@@ -160,7 +143,7 @@ int IPMI_MonitorThread::mAskProcessorStatus() {
                qStatusErrorGet());
         return MONITOR_NO_EXCHANGE;
     }
-    const MESSAGE l_Reply(checkMessage(m_Queue, Q_MSG_PROC_STATUS_REPLY));
+    const MESSAGE l_Reply(Receive(Q_MSG_PROC_STATUS_REPLY));
     const auto l_State = l_Reply ? NumberField(*l_Reply, Q_FIELD_PROC_STATE) : std::nullopt;
     if (!l_State) {
         bmiLog(BM_LOG_ERROR, COMPONENT_MEDIA_ADAPTOR, "QProcStatusReply() failed in IsVXPLive()");
@@ -174,11 +157,11 @@ int IPMI_MonitorThread::mAskProcessorStatus() {
     return MONITOR_PROCESSOR_FAULT;
 }
 
-qMsg* IPMI_MonitorThread::checkMessage(int a_Queue, unsigned a_ExpectedType) {
+qMsg* MEDIA_SOFTWARE::Receive(unsigned a_ExpectedType) {
     int l_Ready = 0;
     {
-        const OWN_WAIT l_Wait(*this);
-        l_Ready = WaitUntilReadable(a_Queue, REPLY_TIMEOUT_MS);
+        const OWN_WAIT l_Wait(m_Watcher);
+        l_Ready = m_Board.WaitUntilReadable(m_Queue, REPLY_TIMEOUT_MS);
     }
     if (l_Ready < 0) {
         bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "checkMessage() select failed");
@@ -190,7 +173,7 @@ qMsg* IPMI_MonitorThread::checkMessage(int a_Queue, unsigned a_ExpectedType) {
         return nullptr;
     }
     qMsg* l_Read = nullptr;
-    if (qMsgRead(a_Queue, &l_Read) != 0 || l_Read == nullptr) {
+    if (qMsgRead(m_Queue, &l_Read) != 0 || l_Read == nullptr) {
         bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "checkMessage() qMsgRead failed.");
         return nullptr;
     }

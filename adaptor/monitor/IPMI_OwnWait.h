@@ -1,27 +1,31 @@
-// What tells the health monitor's own waits from those for the host.
+// What tells the health monitor's own waits, which end by themselves, from those for the host.
 #pragma once
-
-#include "adaptor/IPMI_MonitorThread.h"
 
 namespace BM_ADAPTOR {
 
-/// The monitor waits for a tool or a reply for the length of this scope: who stops the monitor waits for the end of it.
-class IPMI_MonitorThread::OWN_WAIT {
+/// Is told when the monitor's thread begins to wait for a tool or a reply, and when it has its answer.
+class WAIT_WATCHER {
 public:
-    explicit OWN_WAIT(IPMI_MonitorThread& a_Monitor) : m_Monitor(a_Monitor) { mNote(true); }
+    WAIT_WATCHER() = default;
+    WAIT_WATCHER(const WAIT_WATCHER&) = delete;
+    WAIT_WATCHER& operator=(const WAIT_WATCHER&) = delete;
+
+    virtual void NoteOwnWait(bool a_bWaits) = 0;
+
+protected:
+    ~WAIT_WATCHER() = default;
+};
+
+/// The monitor waits for a tool or a reply while this lives; nothing of the host's is called meanwhile.
+class OWN_WAIT {
+public:
+    explicit OWN_WAIT(WAIT_WATCHER& a_Watcher) : m_Watcher(a_Watcher) { m_Watcher.NoteOwnWait(true); }
     OWN_WAIT(const OWN_WAIT&) = delete;
     OWN_WAIT& operator=(const OWN_WAIT&) = delete;
-    ~OWN_WAIT() { mNote(false); }
+    ~OWN_WAIT() { m_Watcher.NoteOwnWait(false); }
 
 private:
-    void mNote(bool a_bWaits) {
-        const std::lock_guard l_Life(m_Monitor.m_Life);
-        m_Monitor.m_bInOwnWait = a_bWaits;
-        ++m_Monitor.m_OwnWaits;
-        m_Monitor.m_Changed.notify_all();
-    }
-
-    IPMI_MonitorThread& m_Monitor;
+    WAIT_WATCHER& m_Watcher;
 };
 
 } // namespace BM_ADAPTOR

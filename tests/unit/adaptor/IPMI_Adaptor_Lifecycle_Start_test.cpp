@@ -32,7 +32,6 @@ protected:
         BM_LOG_LEVEL = 0;
         FakeQueue().Reset();
         FakeQueue().m_Answers[Q_MSG_BOARD_STATUS] = BoardStatus(1, 4);
-        FakeWait().Reset();
         m_Board.m_Environment["TARSK_KORVEL_DIR"] = "/k";
         Access::Monitor(m_Adaptor) = new IPMI_MonitorThread(m_Board); // the adaptor's
     }
@@ -46,9 +45,9 @@ protected:
     /// Starts, lets the monitor check once and stops; gives the monitor's command lines.
     TEXTS Checks() {
         EXPECT_EQ(Start(), 1);
-        FakeWait().WaitForBegun(1);
+        m_Board.WaitForBegun(1);
         EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
-        TEXTS l_Commands = FakeSystem().Commands();
+        TEXTS l_Commands = m_Board.Commands();
         std::erase_if(l_Commands, [](const std::string& a_Command) { return !a_Command.starts_with(CHECK); });
         return l_Commands;
     }
@@ -62,10 +61,10 @@ TEST_F(StartedMonitor, ComesLastAtStartAndEndsFirstAtStop) {
         if (a_Command == MEDIA_STOP) l_bStoppedBefore = m_Log.Has("Monitor Thread stopped");
     };
     EXPECT_EQ(Start(), 1);
-    FakeWait().WaitForBegun(1);
+    m_Board.WaitForBegun(1);
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
-    EXPECT_THAT(FakeSystem().Commands(),
-                ElementsAre(INIT, Boot(), Diag(), MEDIA_START, CHECK + std::string(" -b amc") + DSP_WORDS, MEDIA_STOP));
+    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, Boot(), Diag(), MEDIA_START, MEDIA_STOP));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(CHECK + std::string(" -b amc") + DSP_WORDS));
     EXPECT_TRUE(l_bStoppedBefore);
 }
 
@@ -91,9 +90,9 @@ TEST_F(StartedMonitor, LooksAtTheFramersWhereStartupLooksAtTheTrunks) {
 
 TEST_F(StartedMonitor, IsStartedAnewBySecondStart) {
     EXPECT_EQ(Start(), 1);
-    FakeWait().WaitForBegun(1);
+    m_Board.WaitForBegun(1);
     EXPECT_EQ(Start(), 1);
-    FakeWait().WaitForBegun(2);
+    m_Board.WaitForBegun(2);
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
     EXPECT_EQ(m_Log.Count("Monitor Thread started"), 2U);
     EXPECT_EQ(m_Log.Count("Monitor Thread stopped"), 2U);
@@ -118,14 +117,14 @@ TEST_F(StartedMonitor, ThatCannotStartIsNotStartsFailure) {
     EXPECT_EQ(Start(), 1);
     EXPECT_EQ(Monitor().GetLastErr(), 0x30019);
     FakeQueue().m_OpenResult = 0;
-    FailNextThreadStart(EAGAIN);
+    m_Board.m_OnStart = [] { return EAGAIN; };
     EXPECT_EQ(Start(), 1);
     EXPECT_EQ(Monitor().GetLastErr(), 0x30016);
 }
 
 TEST_F(StartedMonitor, IsStoppedThoughTheMediaServerIsNot) {
     EXPECT_EQ(Start(), 1);
-    FakeWait().WaitForBegun(1);
+    m_Board.WaitForBegun(1);
     FakeSystem().m_Results = {Exited(3)};
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 0x30005);
     EXPECT_TRUE(m_Log.Has("Monitor Thread stopped"));
@@ -253,28 +252,10 @@ TEST_F(StartWithinItsEvent, HandlersOfARunStatusAndOfAnUpgradeMayCrossEachOther)
 
 // ---- out of a line of the monitor
 
-/// Acts within one line.
-class ACTING_LOG final : public RECORDING_LOG {
-public:
-    ACTING_LOG(std::string a_Line, std::function<void()> a_Act) : m_Line(std::move(a_Line)), m_Act(std::move(a_Act)) {
-        RecordBmiLogTo(this);
-    }
-    ~ACTING_LOG() override { RecordBmiLogTo(nullptr); }
-
-    void Log(int a_Level, const char* a_Component, const char* a_Text) override {
-        RECORDING_LOG::Log(a_Level, a_Component, a_Text);
-        if (m_Line == a_Text && !m_bDone.exchange(true)) m_Act();
-    }
-
-private:
-    std::string m_Line;
-    std::function<void()> m_Act;
-    std::atomic<bool> m_bDone = false;
-};
-
 TEST_F(StartedMonitor, ItsLineMayWaitForAnotherThreadThatStopsTheBlade) {
-    FakeSystem().m_Results = {0, 0, 0, 0, Exited(16), 0};
-    ACTING_LOG l_Log("AMC failed", [this] { OnAnotherThread([this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); }); });
+    m_Board.m_ToolResults = {Exited(16), 0};
+    ACTING_LOG l_Log(MonitorError("AMC failed"),
+                     [this] { OnAnotherThread([this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); }); });
     EXPECT_EQ(Start(), 1);
     while (!l_Log.Has("Monitor Thread stopped"))
         std::this_thread::yield();
@@ -282,13 +263,13 @@ TEST_F(StartedMonitor, ItsLineMayWaitForAnotherThreadThatStopsTheBlade) {
 }
 
 TEST_F(StartedMonitor, ItsLineMayRestartTheBlade) {
-    FakeSystem().m_Results = {0, 0, 0, 0, Exited(16), 0};
-    ACTING_LOG l_Log("AMC failed", [this] {
+    m_Board.m_ToolResults = {Exited(16), 0};
+    ACTING_LOG l_Log(MonitorError("AMC failed"), [this] {
         EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
         EXPECT_EQ(Start(), 1);
     });
     EXPECT_EQ(Start(), 1);
-    FakeWait().WaitForBegun(1);
+    m_Board.WaitForBegun(1);
     EXPECT_EQ(Monitor().GetLastErr(), 1);
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
     EXPECT_EQ(l_Log.Count("Monitor Thread started"), 2U);

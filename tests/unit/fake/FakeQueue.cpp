@@ -1,16 +1,14 @@
 // A message queue whose other side answers as told; see the header.
 #include "fake/FakeQueue.h"
 
-#include <dlfcn.h>
 #include <sys/eventfd.h>
-#include <sys/select.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <mutex>
 #include <utility>
 
@@ -52,11 +50,6 @@ FAKE_QUEUE& FakeQueue() {
 void FAKE_QUEUE::Receive(const qMsg& a_Message) {
     const std::lock_guard l_Guard(g_Lock);
     Enqueue(a_Message);
-}
-
-std::size_t FAKE_QUEUE::Selects() const {
-    const std::lock_guard l_Guard(g_Lock);
-    return m_Selects.size();
 }
 
 void FAKE_QUEUE::Reset() {
@@ -155,23 +148,4 @@ int qMsgVarFieldPut(qMsg* a_Message, uint32_t a_Field, const void* a_Value, size
 uint32_t qStatusErrorGet() {
     const std::lock_guard l_Guard(g_Lock);
     return FakeQueue().m_Error;
-}
-
-int select(int a_Count, fd_set* a_Read, fd_set* a_Write, fd_set* a_Except, timeval* a_Timeout) {
-    using SELECT = int (*)(int, fd_set*, fd_set*, fd_set*, timeval*);
-    static const auto s_Real = reinterpret_cast<SELECT>(dlsym(RTLD_NEXT, "select"));
-    {
-        const std::lock_guard l_Guard(g_Lock);
-        FakeQueue().m_Selects.push_back({a_Count, a_Read != nullptr && FD_ISSET(a_Count - 1, a_Read),
-                                         a_Timeout->tv_sec * 1000L + a_Timeout->tv_usec / 1000});
-        if (!FakeQueue().m_SelectEnds.empty()) {
-            const SELECT_END l_End = FakeQueue().m_SelectEnds.front();
-            FakeQueue().m_SelectEnds.pop_front();
-            *a_Timeout = l_End.m_Left;
-            FD_ZERO(a_Read); // what an ended call leaves there is nothing to rely on
-            errno = l_End.m_Error;
-            return l_End.m_Result;
-        }
-    }
-    return s_Real(a_Count, a_Read, a_Write, a_Except, a_Timeout);
 }

@@ -1,77 +1,85 @@
 // The health monitor and the media software: the queue, the board's status, the processor's, and what else may come.
-#include "adaptor/IPMI_MonitorThread.h"
+#include "adaptor/monitor/IPMI_MediaSoftware.h"
 
 #include "adaptor/monitor/MonitorTest.h"
-#include "platform/osal/Blocked.h"
-
-#include <sys/select.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
-#include <csignal>
-#include <thread>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Pair;
 
 namespace {
 
-// ---- InitDriver
+class MediaQueue : public MEDIA_TEST {
+protected:
+    ~MediaQueue() override { m_Media.Close(); }
 
-using MonitorQueue = MONITOR_TEST;
+    NOTED_WAITS m_Waits;
+    int m_Queue = -1;
+    MEDIA_SOFTWARE m_Media{m_Board, m_Waits, m_Queue};
+};
 
-TEST_F(MonitorQueue, IsOpenedOnTheLocalInterfaceAndBoundToTheMonitorsAddress) {
-    EXPECT_EQ(m_Monitor.InitDriver(), 1);
+// ---- Open and Close
+
+TEST_F(MediaQueue, IsOpenedOnTheLocalInterfaceAndBoundToTheMonitorsAddress) {
+    EXPECT_EQ(m_Media.Open(), 1);
     EXPECT_THAT(FakeQueue().m_Calls, ElementsAre("qDrvSetInterface 0 0", "qQueueOpen", "qQueueBind 0x60"));
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
-TEST_F(MonitorQueue, RefusedInterfaceIsReported) {
+TEST_F(MediaQueue, RefusedInterfaceIsReported) {
     FakeQueue().m_DriverResult = -1;
-    EXPECT_EQ(m_Monitor.InitDriver(), 0x30019);
+    EXPECT_EQ(m_Media.Open(), 0x30019);
     EXPECT_THAT(FakeQueue().m_Calls, ElementsAre("qDrvSetInterface 0 0"));
     EXPECT_THAT(Lines(), ElementsAre(MonitorError("qDrvSetInterface() failed in InitDriver()")));
 }
 
-TEST_F(MonitorQueue, MissingHandleIsReported) {
+TEST_F(MediaQueue, MissingHandleIsReported) {
     FakeQueue().m_OpenResult = -1;
-    EXPECT_EQ(m_Monitor.InitDriver(), 0x30019);
+    EXPECT_EQ(m_Media.Open(), 0x30019);
     EXPECT_THAT(FakeQueue().m_Calls, ElementsAre("qDrvSetInterface 0 0", "qQueueOpen"));
     EXPECT_THAT(Lines(), ElementsAre(MonitorError("Fail to get MSG handle in InitDriver() ")));
 }
 
-TEST_F(MonitorQueue, RefusedAddressIsReportedAndTheQueueClosed) {
+TEST_F(MediaQueue, RefusedAddressIsReportedAndTheQueueClosed) {
     FakeQueue().m_BindResult = -1;
-    EXPECT_EQ(m_Monitor.InitDriver(), 0x30019);
+    EXPECT_EQ(m_Media.Open(), 0x30019);
     EXPECT_THAT(FakeQueue().m_Calls,
                 ElementsAre("qDrvSetInterface 0 0", "qQueueOpen", "qQueueBind 0x60", "qQueueClose"));
     EXPECT_THAT(Lines(), ElementsAre(MonitorError("Fail to bind MSG handle in InitDriver()")));
 }
 
-TEST_F(MonitorQueue, IsClosedBeforeItIsOpenedAgain) {
-    m_Monitor.InitDriver();
+TEST_F(MediaQueue, IsClosedBeforeItIsOpenedAgain) {
+    m_Media.Open();
     FakeQueue().m_Calls.clear();
-    EXPECT_EQ(m_Monitor.InitDriver(), 1);
+    EXPECT_EQ(m_Media.Open(), 1);
     EXPECT_THAT(FakeQueue().m_Calls,
                 ElementsAre("qQueueClose", "qDrvSetInterface 0 0", "qQueueOpen", "qQueueBind 0x60"));
 }
 
-// ---- IsVXPLive
+TEST_F(MediaQueue, IsClosedOnce) {
+    m_Media.Open();
+    FakeQueue().m_Calls.clear();
+    m_Media.Close();
+    m_Media.Close();
+    EXPECT_THAT(FakeQueue().m_Calls, ElementsAre("qQueueClose"));
+    EXPECT_EQ(m_Queue, -1);
+}
+
+// ---- Check
 
 /// The queue is open.
-class VxpCheck : public MONITOR_TEST {
+class VxpCheck : public MediaQueue {
 protected:
-    VxpCheck() { m_Monitor.InitDriver(); }
+    VxpCheck() { m_Media.Open(); }
 
     /// The board is not live, and the processor's status is asked.
     static void BoardIsNotLive() { FakeQueue().m_Answers[Q_MSG_BOARD_STATUS] = BoardStatus(2, 0); }
 };
 
 TEST_F(VxpCheck, AsksForTheBoardsStatus) {
-    EXPECT_EQ(m_Monitor.IsVXPLive(), 1);
+    EXPECT_EQ(m_Media.Check(), 1);
     ASSERT_EQ(FakeQueue().m_Sent.size(), 1U);
     EXPECT_EQ(FakeQueue().m_Sent[0].m_Type, 0x800071U);
     EXPECT_EQ(FakeQueue().m_Sent[0].m_Source, Q_ADDRESS_MONITOR);
@@ -82,7 +90,7 @@ TEST_F(VxpCheck, AsksForTheBoardsStatus) {
 
 TEST_F(VxpCheck, IsTracedWhileTracesAreOn) {
     BM_LOG_LEVEL = 3;
-    m_Monitor.IsVXPLive();
+    m_Media.Check();
     EXPECT_THAT(Lines(), ElementsAre(LOG_LINE{7, "Media Adaptor", "Enter IsVXPLive() in Monitor Thread"}));
 }
 
@@ -101,7 +109,7 @@ TEST_F(VxpCheck, LiveBoardsAreToldFromOthersByStateAndSubState) {
     for (const auto& [l_State, l_SubState, l_bLive] : STATUSES) {
         FakeQueue().m_Sent.clear();
         FakeQueue().m_Answers[Q_MSG_BOARD_STATUS] = BoardStatus(l_State, l_SubState);
-        EXPECT_EQ(m_Monitor.IsVXPLive(), 1); // the processor is well in any case
+        EXPECT_EQ(m_Media.Check(), 1); // the processor is well in any case
         EXPECT_EQ(FakeQueue().m_Sent.size() == 1, l_bLive) << l_State << "/" << l_SubState;
     }
 }
@@ -109,21 +117,20 @@ TEST_F(VxpCheck, LiveBoardsAreToldFromOthersByStateAndSubState) {
 TEST_F(VxpCheck, RequestThatIsNotAllocatedIsReported) {
     FakeQueue().m_NotAllocated = {Q_MSG_BOARD_STATUS};
     FakeQueue().m_Error = 0xBEEF;
-    EXPECT_EQ(m_Monitor.IsVXPLive(), 0x30019);
+    EXPECT_EQ(m_Media.Check(), 0x30019);
     EXPECT_THAT(Lines(), ElementsAre(MediaError("MSG allocation failure in IsVXPLive() with Error Id = beef")));
 }
 
 TEST_F(VxpCheck, RequestThatIsNotSentIsReported) {
     FakeQueue().m_NotWritten = {Q_MSG_BOARD_STATUS};
     FakeQueue().m_Error = 0xBEEF;
-    EXPECT_EQ(m_Monitor.IsVXPLive(), 0x30019);
+    EXPECT_EQ(m_Media.Check(), 0x30019);
     EXPECT_THAT(Lines(), ElementsAre(MediaError("Fail to send QBorardStatus MSG in IsVXPLive() with Error Id = beef")));
 }
 
 TEST_F(VxpCheck, SilentMediaSoftwareIsReported) {
-    FakeQueue().m_SelectEnds = {{}};
-    FakeQueue().m_Answers.clear();
-    EXPECT_EQ(m_Monitor.IsVXPLive(), 0x30019);
+    m_Board.m_Readable = {0};
+    EXPECT_EQ(m_Media.Check(), 0x30019);
     EXPECT_THAT(Lines(), ElementsAre(MonitorError("Waiting for 0x800072 message timed out. timeout period = 5000 ms"),
                                      MediaError("QBoardStatusReply() failed in IsVXPLive()")));
 }
@@ -135,7 +142,7 @@ TEST_F(VxpCheck, BoardReplyWithoutStateOrSubStateIsNone) {
             l_Reply.m_Fields.erase(l_Field);
             if (l_bThere) l_Reply.Text(l_Field, "a text");
             FakeQueue().m_Answers[Q_MSG_BOARD_STATUS] = l_Reply;
-            EXPECT_EQ(m_Monitor.IsVXPLive(), 0x30019);
+            EXPECT_EQ(m_Media.Check(), 0x30019);
             EXPECT_THAT(Lines(), ElementsAre(MediaError("QBoardStatusReply() failed in IsVXPLive()")));
         }
     }
@@ -144,7 +151,7 @@ TEST_F(VxpCheck, BoardReplyWithoutStateOrSubStateIsNone) {
 TEST_F(VxpCheck, BoardThatIsNotLiveIsAskedForItsWorstProcessor) {
     BoardIsNotLive();
     FakeQueue().m_Answers[Q_MSG_PROC_STATUS] = ProcessorStatus(2);
-    EXPECT_EQ(m_Monitor.IsVXPLive(), 1);
+    EXPECT_EQ(m_Media.Check(), 1);
     ASSERT_EQ(FakeQueue().m_Sent.size(), 2U);
     const qMsg& l_Request = FakeQueue().m_Sent[1];
     EXPECT_EQ(l_Request.m_Type, 2U);
@@ -160,7 +167,7 @@ TEST_F(VxpCheck, ProcessorRequestThatDoesNotGoOutIsReported) {
     BoardIsNotLive();
     FakeQueue().m_Error = 0x12;
     const auto l_Check = [&](const char* a_What) {
-        EXPECT_EQ(m_Monitor.IsVXPLive(), 0x30019) << a_What;
+        EXPECT_EQ(m_Media.Check(), 0x30019) << a_What;
         EXPECT_THAT(Lines(), ElementsAre(MediaError("Fail to send MSG in IsVXPLive()with Error Id = 12"))) << a_What;
     };
     FakeQueue().m_NotAllocated = {Q_MSG_PROC_STATUS};
@@ -177,8 +184,8 @@ TEST_F(VxpCheck, ProcessorRequestThatDoesNotGoOutIsReported) {
 
 TEST_F(VxpCheck, SilenceAboutTheProcessorIsReported) {
     BoardIsNotLive();
-    FakeQueue().m_SelectEnds = {{1}, {0}};
-    EXPECT_EQ(m_Monitor.IsVXPLive(), 0x30019);
+    m_Board.m_Readable = {1, 0};
+    EXPECT_EQ(m_Media.Check(), 0x30019);
     EXPECT_THAT(Lines(), ElementsAre(MonitorError("Waiting for 0x80006a message timed out. timeout period = 5000 ms"),
                                      MediaError("QProcStatusReply() failed in IsVXPLive()")));
 }
@@ -186,7 +193,7 @@ TEST_F(VxpCheck, SilenceAboutTheProcessorIsReported) {
 TEST_F(VxpCheck, ProcessorReplyWithoutStateIsNone) {
     BoardIsNotLive();
     FakeQueue().m_Answers[Q_MSG_PROC_STATUS] = qMsg{Q_MSG_PROC_STATUS_REPLY};
-    EXPECT_EQ(m_Monitor.IsVXPLive(), 0x30019);
+    EXPECT_EQ(m_Media.Check(), 0x30019);
     EXPECT_THAT(Lines(), ElementsAre(MediaError("QProcStatusReply() failed in IsVXPLive()")));
 }
 
@@ -198,7 +205,7 @@ TEST_F(VxpCheck, ProcessorStateBelow2IsAFault) {
                                                        .Number(Q_FIELD_USER_SEVERITY, 3)
                                                        .Text(Q_FIELD_ERROR_FILE, "mixer.c")
                                                        .Text(Q_FIELD_CAUSE_FILE, "dma.c");
-        EXPECT_EQ(m_Monitor.IsVXPLive(), 0x30017);
+        EXPECT_EQ(m_Media.Check(), 0x30017);
         EXPECT_THAT(Lines(),
                     ElementsAre(MediaError("Processor 7, User Severity 3, Error File mixer.c, Cause File dma.c")));
     }
@@ -208,7 +215,7 @@ TEST_F(VxpCheck, ProcessorStateOf2AndAboveIsNone) {
     BoardIsNotLive();
     for (const uint32_t l_State : {2U, 3U, 0xFFFFFFFFU}) {
         FakeQueue().m_Answers[Q_MSG_PROC_STATUS] = ProcessorStatus(l_State);
-        EXPECT_EQ(m_Monitor.IsVXPLive(), 1) << l_State;
+        EXPECT_EQ(m_Media.Check(), 1) << l_State;
     }
     EXPECT_THAT(Lines(), IsEmpty());
 }
@@ -216,7 +223,7 @@ TEST_F(VxpCheck, ProcessorStateOf2AndAboveIsNone) {
 TEST_F(VxpCheck, FaultIsReportedWithWhatTheReplyHas) {
     BoardIsNotLive();
     FakeQueue().m_Answers[Q_MSG_PROC_STATUS] = ProcessorStatus(0);
-    EXPECT_EQ(m_Monitor.IsVXPLive(), 0x30017);
+    EXPECT_EQ(m_Media.Check(), 0x30017);
     EXPECT_THAT(Lines(), ElementsAre(MediaError("Processor 0, User Severity 0, Error File , Cause File ")));
 }
 
@@ -226,19 +233,19 @@ TEST_F(VxpCheck, FileNamesAreReadUpTo62Characters) {
     for (const std::size_t l_Length : {61U, 62U, 63U, 64U, 100'000U}) {
         FakeQueue().m_Answers[Q_MSG_PROC_STATUS] =
             ProcessorStatus(0).Text(Q_FIELD_ERROR_FILE, std::string(l_Length, 'x')).Text(Q_FIELD_CAUSE_FILE, "%s");
-        m_Monitor.IsVXPLive();
+        m_Media.Check();
         EXPECT_THAT(Lines(), ElementsAre(MediaError("Processor 0, User Severity 0, Error File " +
                                                     l_Longest.substr(0, l_Length) + ", Cause File %s")));
     }
 }
 
-// ---- checkMessage
+// ---- Receive
 
 class ReplyWait : public VxpCheck {
 protected:
-    /// Whether checkMessage finds a message of type 0x42.
+    /// Whether a message of type 0x42 is found.
     bool Check() {
-        qMsg* const l_Message = m_Monitor.checkMessage(FakeQueue().m_Descriptor, 0x42);
+        qMsg* const l_Message = m_Media.Receive(0x42);
         const bool l_bFound = l_Message != nullptr;
         EXPECT_TRUE(!l_bFound || qMsgType(l_Message) == 0x42);
         qMsgFree(l_Message);
@@ -252,78 +259,23 @@ TEST_F(ReplyWait, GivesTheExpectedMessageToTheCaller) {
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
-TEST_F(ReplyWait, Waits5SecondsOnTheQueuesDescriptor) {
-    FakeQueue().m_SelectEnds = {{}};
+TEST_F(ReplyWait, Waits5SecondsForTheQueue) {
+    m_Board.m_Readable = {0};
     EXPECT_FALSE(Check());
-    ASSERT_EQ(FakeQueue().m_Selects.size(), 1U);
-    EXPECT_EQ(FakeQueue().m_Selects[0].m_Count, FakeQueue().m_Descriptor + 1);
-    EXPECT_TRUE(FakeQueue().m_Selects[0].m_bLastIsSet);
-    EXPECT_EQ(FakeQueue().m_Selects[0].m_Milliseconds, 5000);
+    EXPECT_THAT(m_Board.ReadWaits(), ElementsAre(Pair(m_Queue, 5000)));
     EXPECT_THAT(Lines(), ElementsAre(MonitorError("Waiting for 0x42 message timed out. timeout period = 5000 ms")));
 }
 
-TEST_F(ReplyWait, InterruptedWaitGoesOnForTheRestOfTheTime) {
-    FakeQueue().m_SelectEnds = {{-1, EINTR, {3, 250'000}}, {-1, EINTR, {0, 1000}}, {0}};
+TEST_F(ReplyWait, IsAWaitOfTheMonitorsOwnUntilTheBoardAnswers) {
+    m_Board.m_Readable = {0};
+    Check();
+    EXPECT_THAT(m_Waits.m_Noted, ElementsAre(true, false));
+}
+
+TEST_F(ReplyWait, DescriptorThatCannotBeWaitedForIsReported) {
+    m_Board.m_Readable = {-1};
     EXPECT_FALSE(Check());
-    std::vector<long> l_Times;
-    for (const SELECT_CALL& l_Call : FakeQueue().m_Selects) {
-        l_Times.push_back(l_Call.m_Milliseconds);
-        EXPECT_TRUE(l_Call.m_bLastIsSet);
-    }
-    EXPECT_THAT(l_Times, ElementsAre(5000, 3250, 1));
-    EXPECT_THAT(Lines(), ElementsAre(MonitorError("Waiting for 0x42 message timed out. timeout period = 5000 ms")));
-}
-
-TEST_F(ReplyWait, SignalDoesNotEndIt) {
-    struct sigaction l_Before = {};
-    struct sigaction l_Nothing = {};
-    l_Nothing.sa_handler = [](int) {};
-    sigaction(SIGUSR1, &l_Nothing, &l_Before);
-    std::atomic<pid_t> l_Thread = 0;
-    bool l_bFound = false;
-    std::thread l_Waiter([&] {
-        l_Thread = gettid();
-        l_bFound = Check();
-    });
-    while (FakeQueue().Selects() < 1 || !IsBlocked(l_Thread))
-        std::this_thread::yield();
-    pthread_kill(l_Waiter.native_handle(), SIGUSR1);
-    while (FakeQueue().Selects() < 2)
-        std::this_thread::yield();
-    FakeQueue().Receive({0x42});
-    l_Waiter.join();
-    sigaction(SIGUSR1, &l_Before, nullptr);
-    EXPECT_TRUE(l_bFound);
-    EXPECT_LE(FakeQueue().m_Selects[1].m_Milliseconds, 5000);
-    EXPECT_THAT(Lines(), IsEmpty());
-}
-
-TEST_F(ReplyWait, MessageAfterAnInterruptionIsFound) {
-    FakeQueue().m_SelectEnds = {{-1, EINTR, {4, 0}}};
-    FakeQueue().Receive({0x42});
-    EXPECT_TRUE(Check());
-}
-
-TEST_F(ReplyWait, FailedSelectIsReported) {
-    FakeQueue().m_SelectEnds = {{-1, EBADF}};
-    EXPECT_FALSE(Check());
-    EXPECT_EQ(FakeQueue().m_Selects.size(), 1U);
     EXPECT_THAT(Lines(), ElementsAre(MonitorError("checkMessage() select failed")));
-}
-
-TEST_F(ReplyWait, DescriptorThatSelectCannotTakeIsAFailedSelect) {
-    for (const int l_Descriptor : {-1, static_cast<int>(FD_SETSIZE), FD_SETSIZE + 1, 1 << 20}) {
-        EXPECT_EQ(m_Monitor.checkMessage(l_Descriptor, 0x42), nullptr);
-        EXPECT_THAT(Lines(), ElementsAre(MonitorError("checkMessage() select failed"))) << l_Descriptor;
-    }
-    EXPECT_THAT(FakeQueue().m_Selects, IsEmpty());
-}
-
-TEST_F(ReplyWait, TheLastDescriptorThatSelectCanTakeIsWaitedFor) {
-    FakeQueue().m_SelectEnds = {{}};
-    m_Monitor.checkMessage(FD_SETSIZE - 1, 0x42);
-    ASSERT_EQ(FakeQueue().m_Selects.size(), 1U);
-    EXPECT_TRUE(FakeQueue().m_Selects[0].m_bLastIsSet);
 }
 
 TEST_F(ReplyWait, FailedReadIsReported) {

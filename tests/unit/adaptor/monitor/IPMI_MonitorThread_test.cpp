@@ -1,19 +1,11 @@
-// The health monitor's life: how it starts, goes round, ends by itself, and is stopped at any moment.
+// The health monitor: how it starts, goes round and ends by itself, and its steps one by one.
 #include "adaptor/IPMI_MonitorThread.h"
 
 #include "adaptor/dsp/IPMI_DSPs.h"
 #include "adaptor/monitor/MonitorTest.h"
 
-#include <atomic>
 #include <cerrno>
-#include <filesystem>
-#include <functional>
-#include <iterator>
-#include <latch>
 #include <memory>
-#include <thread>
-#include <utility>
-#include <vector>
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -24,27 +16,7 @@ using testing::Not;
 
 namespace {
 
-const LOG_LINE g_Started = AdaptorError("Monitor Thread started");
-const LOG_LINE g_Stopped = AdaptorError("Monitor Thread stopped");
-
-class Monitor : public MONITOR_TEST {
-protected:
-    void StartIt() { m_Monitor.StartMonitor(false, false, nullptr, 0); }
-
-    /// Starts it, and comes back when it waits for its next check.
-    void StartAndWait() {
-        StartIt();
-        FakeWait().WaitForBegun(1);
-    }
-
-    /// Calls StopMonitor on another thread, and comes back when that has asked for the stop.
-    std::thread BeginStop() {
-        std::thread l_Stopper([this] { m_Monitor.StopMonitor(); });
-        while (IPMI_TEST_ACCESS::bStop(m_Monitor) == 0)
-            std::this_thread::yield();
-        return l_Stopper;
-    }
-};
+using Monitor = MONITOR_TEST;
 
 TEST_F(Monitor, IsWellBeforeItsFirstCheck) {
     EXPECT_EQ(m_Monitor.GetLastErr(), 1);
@@ -57,18 +29,18 @@ TEST_F(Monitor, ChecksTheMediaSoftwareAndTheAmcsAndThenWaits5Seconds) {
     EXPECT_EQ(m_Monitor.GetLastErr(), 1);
     m_Monitor.StopMonitor();
     EXPECT_EQ(FakeQueue().m_Sent.size(), 1U);
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre("/usr/korvel/bin/mavk_diag -r -b amc"));
-    EXPECT_THAT(FakeWait().Asked(), ElementsAre(5000));
-    EXPECT_THAT(Lines(), ElementsAre(g_Started, g_Stopped));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre("/usr/korvel/bin/mavk_diag -r -b amc"));
+    EXPECT_THAT(m_Board.Waits(), ElementsAre(5000));
+    EXPECT_THAT(Lines(), ElementsAre(g_MonitorStarted, g_MonitorStopped));
 }
 
 TEST_F(Monitor, ChecksAgainWhenTheWaitIsOver) {
-    FakeWait().LetTimeOut(3);
+    m_Board.LetTimeOut(3);
     StartIt();
-    FakeWait().WaitForBegun(4);
+    m_Board.WaitForBegun(4);
     m_Monitor.StopMonitor();
     EXPECT_EQ(FakeQueue().m_Sent.size(), 4U);
-    EXPECT_EQ(FakeSystem().Commands().size(), 4U);
+    EXPECT_EQ(m_Board.Commands().size(), 4U);
 }
 
 TEST_F(Monitor, NotificationWithoutAStopBringsTheNextCheck) {
@@ -76,9 +48,9 @@ TEST_F(Monitor, NotificationWithoutAStopBringsTheNextCheck) {
     m_Monitor.Lock();
     m_Monitor.Notify();
     m_Monitor.Unlock();
-    FakeWait().WaitForBegun(2);
+    m_Board.WaitForBegun(2);
     m_Monitor.StopMonitor();
-    EXPECT_EQ(FakeSystem().Commands().size(), 2U);
+    EXPECT_EQ(m_Board.Commands().size(), 2U);
 }
 
 TEST_F(Monitor, FailedMediaSoftwareEndsItBeforeTheDiagnostic) {
@@ -86,25 +58,25 @@ TEST_F(Monitor, FailedMediaSoftwareEndsItBeforeTheDiagnostic) {
     StartIt();
     m_Monitor.Join();
     EXPECT_EQ(m_Monitor.GetLastErr(), 0x30019);
-    EXPECT_THAT(FakeSystem().Commands(), IsEmpty());
-    EXPECT_THAT(FakeWait().Asked(), IsEmpty());
+    EXPECT_THAT(m_Board.Commands(), IsEmpty());
+    EXPECT_THAT(m_Board.Waits(), IsEmpty());
     const auto l_Lines = Lines();
-    EXPECT_EQ(l_Lines.front(), g_Started);
-    EXPECT_EQ(l_Lines.back(), g_Stopped);
+    EXPECT_EQ(l_Lines.front(), g_MonitorStarted);
+    EXPECT_EQ(l_Lines.back(), g_MonitorStopped);
 }
 
 TEST_F(Monitor, FailedDiagnosticEndsIt) {
-    FakeSystem().m_Results = {Exited(0), Exited(0), Exited(32)};
-    FakeWait().LetTimeOut(100);
+    m_Board.m_ToolResults = {Exited(0), Exited(0), Exited(32)};
+    m_Board.LetTimeOut(100);
     StartIt();
     m_Monitor.Join();
     EXPECT_EQ(m_Monitor.GetLastErr(), 0x30014);
-    EXPECT_EQ(FakeWait().Asked().size(), 2U);
-    EXPECT_THAT(Lines(), ElementsAre(g_Started, MonitorError("RTM failed"), g_Stopped));
+    EXPECT_EQ(m_Board.Waits().size(), 2U);
+    EXPECT_THAT(Lines(), ElementsAre(g_MonitorStarted, MonitorError("RTM failed"), g_MonitorStopped));
 }
 
 TEST_F(Monitor, ResultStaysAfterTheStopAndIsForgottenByTheNextStart) {
-    FakeSystem().m_Results = {Exited(2), Exited(2), Exited(0)};
+    m_Board.m_ToolResults = {Exited(2), Exited(2), Exited(0)};
     StartIt();
     m_Monitor.Join();
     m_Monitor.StopMonitor();
@@ -121,12 +93,12 @@ TEST_F(Monitor, WithoutItsQueueItIsNotStarted) {
         FakeQueue().*l_Call = 0;
         EXPECT_EQ(m_Monitor.Join(), ESRCH);
         EXPECT_EQ(m_Monitor.GetLastErr(), 0x30019);
-        EXPECT_THAT(Lines(), Not(Contains(g_Started)));
+        EXPECT_THAT(Lines(), Not(Contains(g_MonitorStarted)));
     }
 }
 
 TEST_F(Monitor, ThreadThatIsNotToBeHadIsReportedAndTheQueueClosed) {
-    FailNextThreadStart(EAGAIN);
+    m_Board.m_OnStart = [] { return EAGAIN; };
     StartIt();
     EXPECT_EQ(m_Monitor.GetLastErr(), 0x30016);
     EXPECT_EQ(FakeQueue().m_Calls.back(), "qQueueClose");
@@ -135,209 +107,59 @@ TEST_F(Monitor, ThreadThatIsNotToBeHadIsReportedAndTheQueueClosed) {
                                                   std::to_string(EAGAIN))));
 }
 
-// ---- its stop
+// ---- what it is told
 
-TEST_F(Monitor, StopWithoutAStartDoesNothing) {
-    m_Monitor.StopMonitor();
-    m_Monitor.StopMonitor();
-    EXPECT_THAT(FakeQueue().m_Calls, IsEmpty());
-    EXPECT_THAT(Lines(), IsEmpty());
+TEST_F(Monitor, TellsTheDiagnosticOfRtmFramersAndDspsFrom0On) {
+    const IPMI_DSP_Info_S l_DSPs[] = {{"00:11:22:33:44:55", "192.168.0.23"}, {"00:11:22:33:44:57", "192.168.0.22"}};
+    m_Monitor.StartMonitor(true, true, l_DSPs, 2);
+    m_Board.WaitForBegun(1);
+    EXPECT_THAT(m_Board.Commands(), ElementsAre("/usr/korvel/bin/mavk_diag -r -i /0/00:11:22:33:44:55/192.168.0.23"
+                                                " /1/00:11:22:33:44:57/192.168.0.22"));
 }
 
-TEST_F(Monitor, StopBeforeAStartDoesNotCountForIt) {
-    m_Monitor.StopMonitor();
-    StartAndWait();
-    EXPECT_EQ(FakeSystem().Commands().size(), 1U);
-}
-
-TEST_F(Monitor, StopEndsTheWaitAndClosesTheQueue) {
-    StartAndWait();
-    m_Monitor.StopMonitor(); // would never come back
-    EXPECT_EQ(FakeQueue().m_Calls.back(), "qQueueClose");
-    EXPECT_THAT(Lines(), ElementsAre(g_Started, g_Stopped));
-}
-
-TEST_F(Monitor, SecondStopDoesNothing) {
-    StartAndWait();
-    m_Monitor.StopMonitor();
-    const auto l_Calls = FakeQueue().m_Calls;
-    m_Monitor.StopMonitor();
-    EXPECT_EQ(FakeQueue().m_Calls, l_Calls);
-}
-
-TEST_F(Monitor, StopAfterAFailedCheckJoinsAndClosesTheQueue) {
-    FakeSystem().m_Results = {Exited(16)};
-    StartIt();
-    while (m_Monitor.GetLastErr() == 1)
-        std::this_thread::yield();
-    EXPECT_THAT(FakeQueue().m_Calls, Not(Contains("qQueueClose")));
-    m_Monitor.StopMonitor();
-    EXPECT_EQ(FakeQueue().m_Calls.back(), "qQueueClose");
-    EXPECT_EQ(m_Monitor.Join(), ESRCH);
-}
-
-TEST_F(Monitor, StopDuringACheckComesBackWhenTheCheckEnds) {
-    std::latch l_InCheck(1);
-    std::latch l_GoOn(1);
-    FakeSystem().m_OnCall = [&](const std::string&) {
-        l_InCheck.count_down();
-        l_GoOn.wait();
+TEST_F(Monitor, NamesNoDspWithoutATableOrEntries) {
+    const IPMI_DSP_Info_S l_DSP = {"MAC", "IP"};
+    std::size_t l_Checks = 0;
+    const auto l_Check = [&](const IPMI_DSP_Info_S* a_DSPs, int a_Count) {
+        m_Monitor.StartMonitor(true, false, a_DSPs, a_Count);
+        m_Board.WaitForBegun(++l_Checks);
+        return m_Board.Commands().back();
     };
-    StartIt();
-    l_InCheck.wait();
-    std::thread l_Stopper = BeginStop();
-    EXPECT_THAT(FakeQueue().m_Calls, Not(Contains("qQueueClose"))); // it is joined first
-    l_GoOn.count_down();
-    l_Stopper.join();
-    EXPECT_EQ(FakeSystem().Commands().size(), 1U);
-    EXPECT_THAT(FakeWait().Asked(), IsEmpty());
-    EXPECT_EQ(m_Monitor.GetLastErr(), 1);
-    EXPECT_THAT(Lines(), ElementsAre(g_Started, g_Stopped));
+    EXPECT_EQ(l_Check(nullptr, 4), "/usr/korvel/bin/mavk_diag -r");
+    EXPECT_EQ(l_Check(&l_DSP, 0), "/usr/korvel/bin/mavk_diag -r");
+    EXPECT_EQ(l_Check(&l_DSP, -1), "/usr/korvel/bin/mavk_diag -r");
 }
 
-/// Acts within one line, on the thread that writes it.
-class ACTING_LOG final : public RECORDING_LOG {
-public:
-    ACTING_LOG(LOG_LINE a_Line, std::function<void()> a_Act) : m_Line(std::move(a_Line)), m_Act(std::move(a_Act)) {
-        RecordBmiLogTo(this);
+TEST_F(Monitor, TakesItsToolsFromTheInstallDirectory) {
+    for (const std::string l_Directory : {"/opt/blade", ""}) { // empty is set
+        m_Board.m_Environment["TARSK_KORVEL_DIR"] = l_Directory;
+        m_Board.ForgetCommands();
+        IPMI_MonitorThread(m_Board).IsAMCsLive();
+        EXPECT_THAT(m_Board.Commands(), ElementsAre(l_Directory + "/bin/mavk_diag -r -b amc"));
     }
-    ~ACTING_LOG() override { RecordBmiLogTo(nullptr); }
-
-    void Log(int a_Level, const char* a_Component, const char* a_Text) override {
-        RECORDING_LOG::Log(a_Level, a_Component, a_Text);
-        if (m_Line.m_Text == a_Text && !m_bDone.exchange(true)) m_Act();
-    }
-
-private:
-    LOG_LINE m_Line;
-    std::function<void()> m_Act;
-    std::atomic<bool> m_bDone = false;
-};
-
-TEST_F(Monitor, StopBeforeTheFirstCheckEndsItAfterThatCheck) {
-    std::latch l_Held(1);
-    std::latch l_GoOn(1);
-    ACTING_LOG l_Log(g_Started, [&] {
-        l_Held.count_down();
-        l_GoOn.wait();
-    });
-    StartIt();
-    l_Held.wait();
-    std::thread l_Stopper = BeginStop();
-    l_GoOn.count_down();
-    l_Stopper.join();
-    m_Monitor.StopMonitor();
-    EXPECT_THAT(l_Log.Lines(), ElementsAre(g_Started, g_Stopped));
-    EXPECT_EQ(FakeQueue().m_Sent.size(), 1U);
-    EXPECT_EQ(FakeSystem().Commands().size(), 1U);
-    EXPECT_THAT(FakeWait().Asked(), IsEmpty());
 }
 
-// ---- its stop out of its own lines
+// ---- its steps, called by the test
 
-TEST_F(Monitor, StopOnItsOwnThreadLeavesTheQueueToTheRunningCheck) {
-    std::vector<std::string> l_Calls;
-    FakeSystem().m_Results = {Exited(16)};
-    ACTING_LOG l_Log(g_Started, [&] {
-        m_Monitor.StopMonitor();
-        l_Calls = FakeQueue().m_Calls;
-    });
-    StartIt();
-    while (!l_Log.Has(g_Stopped.m_Text))
-        std::this_thread::yield();
-    EXPECT_THAT(l_Calls, Not(Contains("qQueueClose")));
-    EXPECT_EQ(FakeQueue().m_Sent.size(), 1U);
-    m_Monitor.StopMonitor(); // joins it
-    EXPECT_EQ(m_Monitor.Join(), ESRCH);
-    EXPECT_EQ(FakeQueue().m_Calls.back(), "qQueueClose");
-    EXPECT_EQ(m_Monitor.GetLastErr(), 0x30015);
+TEST_F(Monitor, StepsGiveTheirResultWithoutItsThread) {
+    EXPECT_EQ(m_Monitor.InitDriver(), 1);
+    EXPECT_EQ(m_Monitor.IsVXPLive(), 1);
+    EXPECT_EQ(m_Monitor.IsAMCsLive(), 1);
+    m_Board.m_ToolResults = {Exited(2)};
+    EXPECT_EQ(m_Monitor.IsAMCsLive(), 0x30013);
+    EXPECT_EQ(m_Monitor.GetLastErr(), 1); // of the thread's checks only
 }
 
-TEST_F(Monitor, StartOnItsOwnThreadBeginsItAnew) {
-    FakeSystem().m_Results = {Exited(16), Exited(16), Exited(0)};
-    ACTING_LOG l_Log(MonitorError("AMC failed"), [&] {
-        m_Monitor.StopMonitor();
-        m_Monitor.StartMonitor(true, false, nullptr, 0);
-    });
-    StartIt();
-    FakeWait().WaitForBegun(1);
-    EXPECT_EQ(m_Monitor.GetLastErr(), 1);
-    m_Monitor.StopMonitor();
-    EXPECT_THAT(l_Log.Lines(), ElementsAre(g_Started, MonitorError("AMC failed"), g_Stopped, g_Started, g_Stopped));
-    EXPECT_EQ(FakeSystem().Commands().back(), "/usr/korvel/bin/mavk_diag -r");
-    EXPECT_THAT(FakeQueue().m_Calls,
-                ElementsAre("qDrvSetInterface 0 0", "qQueueOpen", "qQueueBind 0x60", "qQueueClose",
-                            "qDrvSetInterface 0 0", "qQueueOpen", "qQueueBind 0x60", "qQueueClose"));
-}
-
-TEST_F(Monitor, StopAfterAStartOnItsOwnThreadCounts) {
-    ACTING_LOG l_Log(g_Started, [&] {
-        StartIt();
-        m_Monitor.StopMonitor();
-    });
-    StartIt();
-    while (!l_Log.Has(g_Stopped.m_Text))
-        std::this_thread::yield();
-    m_Monitor.StopMonitor();
-    EXPECT_EQ(l_Log.Count(g_Started.m_Text), 1U);
-}
-
-TEST_F(Monitor, LineMayWaitForAnotherThreadThatStopsIt) {
-    ACTING_LOG l_Log(g_Started, [&] { std::thread([&] { m_Monitor.StopMonitor(); }).join(); });
-    StartIt();
-    while (!l_Log.Has(g_Stopped.m_Text))
-        std::this_thread::yield();
-    EXPECT_EQ(FakeQueue().m_Sent.size(), 1U);
-    m_Monitor.StopMonitor();
-    EXPECT_EQ(m_Monitor.Join(), ESRCH);
-    EXPECT_EQ(FakeQueue().m_Calls.back(), "qQueueClose");
-}
-
-TEST_F(Monitor, LineMayWaitForAnotherThreadThatStartsIt) {
-    FakeSystem().m_Results = {Exited(16), Exited(16), Exited(0)};
-    ACTING_LOG l_Log(MonitorError("AMC failed"), [&] { std::thread([&] { StartIt(); }).join(); });
-    StartIt();
-    FakeWait().WaitForBegun(1);
-    m_Monitor.StopMonitor();
-    EXPECT_EQ(l_Log.Count(g_Started.m_Text), 2U);
-    EXPECT_EQ(l_Log.Count(g_Stopped.m_Text), 2U);
-}
-
-TEST_F(Monitor, StopsOnManyThreadsAllComeBack) {
-    for (int i = 0; i < 20; ++i) {
-        StartIt();
-        std::vector<std::jthread> l_Hosts;
-        for (int l_Host = 0; l_Host < 4; ++l_Host)
-            l_Hosts.emplace_back([this] { m_Monitor.StopMonitor(); });
-    }
-    EXPECT_EQ(m_Monitor.Join(), ESRCH);
-}
-
-TEST_F(Monitor, StartsAndStopsOnManyThreadsLeaveNoneRunning) {
-    {
-        std::vector<std::jthread> l_Hosts;
-        for (int l_Host = 0; l_Host < 4; ++l_Host) {
-            l_Hosts.emplace_back([this] {
-                for (int i = 0; i < 25; ++i) {
-                    StartIt();
-                    m_Monitor.StopMonitor();
-                }
-            });
-        }
-    }
-    m_Monitor.StopMonitor();
-    EXPECT_EQ(m_Monitor.Join(), ESRCH);
-    EXPECT_EQ(m_Log.Count(g_Started.m_Text), m_Log.Count(g_Stopped.m_Text));
-}
-
-TEST_F(Monitor, DestructionStopsIt) {
-    {
-        IPMI_MonitorThread l_Monitor(m_Board);
-        l_Monitor.StartMonitor(false, false, nullptr, 0);
-        FakeWait().WaitForBegun(1);
-    }
-    EXPECT_THAT(Lines(), ElementsAre(g_Started, g_Stopped));
-    EXPECT_EQ(FakeQueue().m_Descriptor, -1);
+TEST_F(Monitor, WaitsForAMessageOnTheQueueThatItIsTold) {
+    m_Monitor.InitDriver();
+    FakeQueue().Receive({0x42});
+    qMsg* const l_Message = m_Monitor.checkMessage(FakeQueue().m_Descriptor, 0x42);
+    ASSERT_NE(l_Message, nullptr);
+    EXPECT_EQ(qMsgType(l_Message), 0x42U);
+    qMsgFree(l_Message);
+    m_Board.m_Readable = {0};
+    EXPECT_EQ(m_Monitor.checkMessage(77, 0x42), nullptr);
+    EXPECT_EQ(m_Board.ReadWaits().back(), std::make_pair(77, 5000));
 }
 
 // ---- a second start
@@ -346,13 +168,13 @@ TEST_F(Monitor, SecondStartStopsItAndStartsItAnew) {
     StartAndWait();
     FakeQueue().m_Calls.clear();
     m_Monitor.StartMonitor(true, true, nullptr, 0);
-    FakeWait().WaitForBegun(2);
+    m_Board.WaitForBegun(2);
     m_Monitor.StopMonitor();
     EXPECT_THAT(FakeQueue().m_Calls,
                 ElementsAre("qQueueClose", "qDrvSetInterface 0 0", "qQueueOpen", "qQueueBind 0x60", "qQueueClose"));
-    EXPECT_THAT(FakeSystem().Commands(),
+    EXPECT_THAT(m_Board.Commands(),
                 ElementsAre("/usr/korvel/bin/mavk_diag -r -b amc", "/usr/korvel/bin/mavk_diag -r -i"));
-    EXPECT_THAT(Lines(), ElementsAre(g_Started, g_Stopped, g_Started, g_Stopped));
+    EXPECT_THAT(Lines(), ElementsAre(g_MonitorStarted, g_MonitorStopped, g_MonitorStarted, g_MonitorStopped));
 }
 
 TEST_F(Monitor, TableOfDspsMayBeFreedWhileItRuns) {
@@ -360,32 +182,13 @@ TEST_F(Monitor, TableOfDspsMayBeFreedWhileItRuns) {
     l_DSPs[0] = {"a MAC that is too long to be kept in the string itself", "192.168.0.23"};
     const std::string l_Command = "/usr/korvel/bin/mavk_diag -r /0/" + l_DSPs[0].m_MAC + "/192.168.0.23";
     m_Monitor.StartMonitor(true, false, l_DSPs.get(), 1);
-    FakeWait().WaitForBegun(1);
+    m_Board.WaitForBegun(1);
     l_DSPs.reset();
     m_Monitor.Lock();
     m_Monitor.Notify();
     m_Monitor.Unlock();
-    FakeWait().WaitForBegun(2);
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(l_Command, l_Command));
-}
-
-std::ptrdiff_t EntriesOf(const char* a_Folder) {
-    return std::distance(std::filesystem::directory_iterator(a_Folder), {});
-}
-
-TEST_F(Monitor, ManyStartsAndStopsLeaveNoThreadAndNoDescriptor) {
-    StartIt(); // the first thread of a process may bring a sanitizer's own
-    m_Monitor.StopMonitor();
-    const auto l_Threads = EntriesOf("/proc/self/task");
-    const auto l_Descriptors = EntriesOf("/proc/self/fd");
-    for (std::size_t i = 1; i <= 100; ++i) {
-        StartIt();
-        if (i % 2 == 0) m_Monitor.StopMonitor();
-    }
-    m_Monitor.StopMonitor();
-    while (EntriesOf("/proc/self/task") > l_Threads) // the kernel lists a thread a moment longer than it lives
-        std::this_thread::yield();
-    EXPECT_EQ(EntriesOf("/proc/self/fd"), l_Descriptors);
+    m_Board.WaitForBegun(2);
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(l_Command, l_Command));
 }
 
 } // namespace

@@ -1,15 +1,18 @@
-// What the health monitor's tests need: a monitor, a live media software on the queue, and no diagnostic that really
-// runs.
+// What the health monitor's tests need: a live media software on the queue, a board on which no tool really runs, and a
+// monitor on both.
 #pragma once
 
 #include "adaptor/AdaptorTest.h"
 
 #include "adaptor/IPMI_MonitorThread.h"
+#include "adaptor/monitor/IPMI_OwnWait.h"
 #include "fake/FakeQueue.h"
-#include "fake/FakeSystem.h"
-#include "fake/FakeWait.h"
 
+#include <atomic>
+#include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace BM_ADAPTOR::TEST {
 
@@ -35,26 +38,66 @@ inline LOG_LINE AdaptorError(const std::string& a_Text) {
     return {BM_LOG_ERROR, "IPMI Adaptor", a_Text};
 }
 
-/// Everything that the monitor checks is well. Traces are off.
-class MONITOR_TEST : public ADAPTOR_PROCESS_TEST {
+/// Notes the monitor's own waits: true for each beginning, false for each end.
+class NOTED_WAITS final : public WAIT_WATCHER {
+public:
+    void NoteOwnWait(bool a_bWaits) override { m_Noted.push_back(a_bWaits); }
+
+    std::vector<bool> m_Noted{};
+};
+
+/// Acts within the first line of this text, on the thread that writes it.
+class ACTING_LOG final : public RECORDING_LOG {
+public:
+    ACTING_LOG(LOG_LINE a_Line, std::function<void()> a_Act) : m_Line(std::move(a_Line)), m_Act(std::move(a_Act)) {
+        RecordBmiLogTo(this);
+    }
+    ~ACTING_LOG() override { RecordBmiLogTo(nullptr); }
+
+    void Log(int a_Level, const char* a_Component, const char* a_Text) override {
+        RECORDING_LOG::Log(a_Level, a_Component, a_Text);
+        if (m_Line.m_Text == a_Text && !m_bDone.exchange(true)) m_Act();
+    }
+
+private:
+    LOG_LINE m_Line;
+    std::function<void()> m_Act;
+    std::atomic<bool> m_bDone = false;
+};
+
+/// The media software is live. Traces are off.
+class MEDIA_TEST : public ADAPTOR_PROCESS_TEST {
 protected:
-    MONITOR_TEST() {
+    MEDIA_TEST() {
         BM_LOG_LEVEL = 0;
         FakeQueue().Reset();
         FakeQueue().m_Answers[Q_MSG_BOARD_STATUS] = BoardStatus(1, 4);
-        FakeSystem().Reset();
-        FakeWait().Reset();
     }
 
-    ~MONITOR_TEST() override {
-        m_Monitor.StopMonitor();
+    ~MEDIA_TEST() override {
         EXPECT_EQ(FakeQueue().m_Messages, 0) << "messages that nobody freed";
         EXPECT_EQ(FakeQueue().m_Descriptor, -1) << "the queue was left open";
         FakeQueue().Reset();
-        FakeSystem().Reset();
+    }
+};
+
+/// Everything that the monitor checks is well.
+class MONITOR_TEST : public MEDIA_TEST {
+protected:
+    ~MONITOR_TEST() override { m_Monitor.StopMonitor(); }
+
+    void StartIt() { m_Monitor.StartMonitor(false, false, nullptr, 0); }
+
+    /// Starts it, and comes back when it waits for its next check.
+    void StartAndWait() {
+        StartIt();
+        m_Board.WaitForBegun(1);
     }
 
     IPMI_MonitorThread m_Monitor{m_Board};
 };
+
+inline const LOG_LINE g_MonitorStarted = AdaptorError("Monitor Thread started");
+inline const LOG_LINE g_MonitorStopped = AdaptorError("Monitor Thread stopped");
 
 } // namespace BM_ADAPTOR::TEST
