@@ -1,4 +1,4 @@
-// The way from OpenIPMI's C callbacks into the objects behind them.
+// The way from OpenIPMI's C callbacks into the objects that they carry.
 #pragma once
 
 #include "common/veldo_common_trace.h"
@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cxxabi.h>
 #include <exception>
 
 namespace BM_ADAPTOR {
@@ -22,15 +23,16 @@ public:
     ~CALLBACK_SCOPE() { --g_CallbackDepth; }
 };
 
-/// This thread is inside a callback of OpenIPMI: whoever waits here for a reply waits for itself.
+/// Whether this thread is in a callback of OpenIPMI: a wait for a reply would never end here.
 inline bool InCallback() {
     return g_CallbackDepth > 0;
 }
 
-/// Traces the callback's name and calls `a_Call(object)`. A callback without an object ends the process: nothing it
-/// reports could be acted upon. No exception gets back into C.
+/// Traces the callback's name and calls `a_Call(object)`. A callback without an object ends the process: nothing can be
+/// done about what it reports. No exception gets back into C: whatever is thrown is logged.
+// The unwinding of a cancelled thread comes without an object, which the sanitizer would take for a null reference.
 template <typename OBJECT, typename CALL>
-void EnterCallback(void* a_UserData, const char* a_Name, CALL a_Call) {
+__attribute__((no_sanitize("null"))) void EnterCallback(void* a_UserData, const char* a_Name, CALL a_Call) {
     LogTrace(g_Logger2, "%s", a_Name);
     if (a_UserData == nullptr) {
         puts("ERROR SELF==NULL");
@@ -41,6 +43,10 @@ void EnterCallback(void* a_UserData, const char* a_Name, CALL a_Call) {
         a_Call(*static_cast<OBJECT*>(a_UserData));
     } catch (const std::exception& l_Error) {
         LogError(g_Logger2, "%s - %s", a_Name, l_Error.what());
+    } catch (const abi::__forced_unwind&) {
+        throw; // a thread that is cancelled
+    } catch (...) {
+        LogError(g_Logger2, "%s - unknown exception", a_Name);
     }
 }
 
