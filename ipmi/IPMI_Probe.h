@@ -76,6 +76,7 @@ namespace BM_ADAPTOR {
 
 class IPMITHREAD;
 struct LED_STATE;
+struct PROBE_REQUEST;
 
 /// The local controller's IPMB address.
 inline constexpr int LOCAL_IPMB_ADDRESS = 0x20;
@@ -204,6 +205,7 @@ private:
     static int Deliver(ipmi_msgi_t* a_Item, const char* a_Name, RECEIVER a_Receiver);
     int Send(unsigned char a_NetFn, unsigned char a_Command, std::span<const unsigned char> a_Data,
              ipmi_addr_response_handler_t a_Trampoline, intptr_t a_SecondDatum = 0);
+    int Ask(const PROBE_REQUEST& a_Request, std::span<const unsigned char> a_Data, intptr_t a_SecondDatum = 0);
     bool InState(int a_State, const char* a_WrongState) const;
 
     void AddEntity(int a_FRUID, int a_EntityID, int a_Instance);

@@ -5,6 +5,7 @@
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_FRUParse.h"
 #include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/probe/IPMI_Probe_Request.h"
 
 #include <OpenIPMI/ipmi_addr.h>
 
@@ -69,7 +70,7 @@ ENTITYCAPTURE::~ENTITYCAPTURE() {
         delete l_Info;
 }
 
-// Sends to the local controller over the system interface. The result of OpenIPMI is for the caller's trace only.
+// Sends to the local controller over the system interface. What OpenIPMI answers is for the caller's trace only.
 int ENTITYCAPTURE::Send(unsigned char a_NetFn, unsigned char a_Command, std::span<const unsigned char> a_Data,
                         ipmi_addr_response_handler_t a_Trampoline, intptr_t a_SecondDatum) {
     static_assert(sizeof(ipmi_system_interface_addr_t) == 8);
@@ -89,6 +90,12 @@ int ENTITYCAPTURE::Send(unsigned char a_NetFn, unsigned char a_Command, std::spa
 
     return ipmi_send_command_addr(m_Domain, reinterpret_cast<ipmi_addr_t*>(&l_Address), sizeof(l_Address), &l_Message,
                                   a_Trampoline, this, reinterpret_cast<void*>(a_SecondDatum));
+}
+
+// Each sender's last step. Always 0: a request that is not sent is a request without a reply.
+int ENTITYCAPTURE::Ask(const PROBE_REQUEST& a_Request, std::span<const unsigned char> a_Data, intptr_t a_SecondDatum) {
+    a_Request.m_TraceResult(Send(a_Request.m_NetFn, a_Request.m_Command, a_Data, a_Request.m_Received, a_SecondDatum));
+    return 0;
 }
 
 // Each handler's first step: a reply that nobody waits for leaves its trampoline's line, this one, and no other.

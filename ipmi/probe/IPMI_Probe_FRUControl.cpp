@@ -2,6 +2,7 @@
 #include "ipmi/IPMI_Probe.h"
 
 #include "common/veldo_common_trace.h"
+#include "ipmi/probe/IPMI_Probe_Request.h"
 
 #include <OpenIPMI/ipmi_msgbits.h>
 #include <OpenIPMI/ipmi_picmg.h>
@@ -10,6 +11,14 @@
 
 namespace BM_ADAPTOR {
 
+namespace {
+
+constexpr PROBE_REQUEST FRU_CONTROL = {
+    IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_FRU_CONTROL, ENTITYCAPTURE::s_ReceivedFRUControl,
+    [](int a_Result) { LogTrace(g_Logger2, "ENTITYCAPTURE :: SendFRUControl - rc=%i", a_Result); }};
+
+} // namespace
+
 int ENTITYCAPTURE::SendFRUControl(int a_FRUID, int a_Option) {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendFRUControl");
     const std::array<unsigned char, 3> l_Data = {IPMI_PICMG_GRP_EXT, static_cast<unsigned char>(a_FRUID),
@@ -17,9 +26,7 @@ int ENTITYCAPTURE::SendFRUControl(int a_FRUID, int a_Option) {
     // A request that somebody waits for keeps its code: its reply would be taken for a stray one otherwise.
     int32_t l_Idle = PROBE_IDLE;
     m_State.compare_exchange_strong(l_Idle, PROBE_FRU_CONTROL);
-    const int l_Result = Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_FRU_CONTROL, l_Data, s_ReceivedFRUControl);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendFRUControl - rc=%i", l_Result);
-    return 0;
+    return Ask(FRU_CONTROL, l_Data);
 }
 
 // Accepts in the code of Set FRU LED State, not in the one that SendFRUControl sets; on purpose. Accepting changes

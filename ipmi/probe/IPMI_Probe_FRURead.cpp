@@ -4,6 +4,7 @@
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_FRUParse.h"
+#include "ipmi/probe/IPMI_Probe_Request.h"
 
 #include <OpenIPMI/ipmi_msgbits.h>
 
@@ -32,6 +33,14 @@ VALUE* Find(const std::map<unsigned char, VALUE*>& a_Map, int a_FRUID) {
     return l_Found != a_Map.end() ? l_Found->second : nullptr;
 }
 
+constexpr PROBE_REQUEST GET_FRU_SIZE = {
+    IPMI_STORAGE_NETFN, IPMI_GET_FRU_INVENTORY_AREA_INFO_CMD, ENTITYCAPTURE::s_ReceivedFRUSize,
+    [](int a_Result) { LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetFRUSize - rc=%i", a_Result); }};
+
+constexpr PROBE_REQUEST GET_FRU_CHUNK = {
+    IPMI_STORAGE_NETFN, IPMI_READ_FRU_DATA_CMD, ENTITYCAPTURE::s_ReceivedFRUChunk,
+    [](int a_Result) { LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetFRUChunk - rc=%i", a_Result); }};
+
 } // namespace
 
 int ENTITYCAPTURE::SendGetFRUSize(int a_FRUID) {
@@ -44,9 +53,7 @@ int ENTITYCAPTURE::SendGetFRUSize(int a_FRUID) {
     const std::array<unsigned char, 1> l_Data = {static_cast<unsigned char>(a_FRUID)};
     m_FRUID = a_FRUID;
     m_State = PROBE_FRU_SIZE;
-    const int l_Result = Send(IPMI_STORAGE_NETFN, IPMI_GET_FRU_INVENTORY_AREA_INFO_CMD, l_Data, s_ReceivedFRUSize);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetFRUSize - rc=%i", l_Result);
-    return 0;
+    return Ask(GET_FRU_SIZE, l_Data);
 }
 
 int ENTITYCAPTURE::ReceivedFRUSize(const ipmi_msgi_t& a_Item) {
@@ -82,9 +89,7 @@ int ENTITYCAPTURE::SendGetFRUChunk(int a_FRUID, int a_Offset) {
                                                  static_cast<unsigned char>(m_ReadFRUOffset & 0xFF),
                                                  static_cast<unsigned char>(m_ReadFRUOffset >> 8), CHUNK_SIZE};
     m_State = PROBE_FRU_CHUNK;
-    const int l_Result = Send(IPMI_STORAGE_NETFN, IPMI_READ_FRU_DATA_CMD, l_Data, s_ReceivedFRUChunk, m_ReadFRUOffset);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetFRUChunk - rc=%i", l_Result);
-    return 0;
+    return Ask(GET_FRU_CHUNK, l_Data, m_ReadFRUOffset);
 }
 
 int ENTITYCAPTURE::ReceivedFRUChunk(const ipmi_msgi_t& a_Item) {

@@ -2,6 +2,7 @@
 #include "ipmi/IPMI_Probe.h"
 
 #include "common/veldo_common_trace.h"
+#include "ipmi/probe/IPMI_Probe_Request.h"
 
 #include <OpenIPMI/ipmi_msgbits.h>
 #include <OpenIPMI/ipmi_picmg.h>
@@ -37,6 +38,14 @@ constexpr struct {
     {&IPMI_LED::m_bAmber, 1U << 4}, {&IPMI_LED::m_bOrange, 1U << 5}, {&IPMI_LED::m_bWhite, 1U << 6},
 };
 
+constexpr PROBE_REQUEST GET_LED_PROPERTIES = {
+    IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_FRU_LED_PROPERTIES, ENTITYCAPTURE::s_ReceivedPICMCLEDProps,
+    [](int a_Result) { LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDProps - rc=%i", a_Result); }};
+
+constexpr PROBE_REQUEST GET_LED_COLOR_CAPS = {
+    IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_LED_COLOR_CAPABILITIES, ENTITYCAPTURE::s_ReceivedPICMCLEDColorCaps,
+    [](int a_Result) { LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDColorCaps - rc=%i", a_Result); }};
+
 } // namespace
 
 int ENTITYCAPTURE::SendGetPICMCLEDProps(int a_FRUID) {
@@ -44,10 +53,7 @@ int ENTITYCAPTURE::SendGetPICMCLEDProps(int a_FRUID) {
     const std::array<unsigned char, 2> l_Data = {IPMI_PICMG_GRP_EXT, static_cast<unsigned char>(a_FRUID)};
     m_FRUID = a_FRUID;
     m_State = PROBE_LED_PROPERTIES;
-    const int l_Result =
-        Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_FRU_LED_PROPERTIES, l_Data, s_ReceivedPICMCLEDProps);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDProps - rc=%i", l_Result);
-    return 0;
+    return Ask(GET_LED_PROPERTIES, l_Data);
 }
 
 int ENTITYCAPTURE::ReceivedPICMCLEDProps(const ipmi_msgi_t& a_Item) {
@@ -102,10 +108,7 @@ int ENTITYCAPTURE::SendGetPICMCLEDColorCaps(int a_FRUID, int a_LEDID) {
     m_FRUID = a_FRUID;
     m_LEDID = a_LEDID;
     m_State = PROBE_LED_COLOR_CAPS;
-    const int l_Result = Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_LED_COLOR_CAPABILITIES, l_Data,
-                              s_ReceivedPICMCLEDColorCaps);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCLEDColorCaps - rc=%i", l_Result);
-    return 0;
+    return Ask(GET_LED_COLOR_CAPS, l_Data);
 }
 
 int ENTITYCAPTURE::ReceivedPICMCLEDColorCaps(const ipmi_msgi_t& a_Item) {

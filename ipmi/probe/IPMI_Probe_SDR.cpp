@@ -3,6 +3,7 @@
 
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_Thread.h"
+#include "ipmi/probe/IPMI_Probe_Request.h"
 
 #include <OpenIPMI/ipmi_msgbits.h>
 
@@ -18,14 +19,20 @@ constexpr uint16_t SDR_LAST_RECORD = 0xFFFF;
 constexpr int SDR_REPLY_DATA = 3;       // behind completion code and next record id
 constexpr int SDR_MAX_RECORDS = 0xFFFF; // a walk that meets more goes in circles
 
+constexpr PROBE_REQUEST RESERVE_SDR_REPOSITORY = {
+    IPMI_STORAGE_NETFN, IPMI_RESERVE_SDR_REPOSITORY_CMD, ENTITYCAPTURE::s_ReceivedReserveSDRRepository,
+    [](int a_Result) { LogTrace(g_Logger2, "ENTITYCAPTURE :: SendReserveSDRRepository - rc=%i", a_Result); }};
+
+constexpr PROBE_REQUEST GET_SDR_DATA = {
+    IPMI_STORAGE_NETFN, IPMI_GET_SDR_CMD, ENTITYCAPTURE::s_ReceivedSDRData,
+    [](int a_Result) { LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetSDRData - rc=%i", a_Result); }};
+
 } // namespace
 
 int ENTITYCAPTURE::SendReserveSDRRepository() {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendReserveSDRRepository");
     m_State = PROBE_RESERVE_SDR;
-    const int l_Result = Send(IPMI_STORAGE_NETFN, IPMI_RESERVE_SDR_REPOSITORY_CMD, {}, s_ReceivedReserveSDRRepository);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendReserveSDRRepository - rc=%i", l_Result);
-    return 0;
+    return Ask(RESERVE_SDR_REPOSITORY, {});
 }
 
 int ENTITYCAPTURE::ReceivedReserveSDRRepository(const ipmi_msgi_t& a_Item) {
@@ -60,9 +67,7 @@ int ENTITYCAPTURE::SendGetSDRData(int a_RecordID, int a_Offset, int a_Length) {
                                                  static_cast<unsigned char>(m_SDRRecordID >> 8),
                                                  static_cast<unsigned char>(a_Offset),
                                                  static_cast<unsigned char>(a_Length)};
-    const int l_Result = Send(IPMI_STORAGE_NETFN, IPMI_GET_SDR_CMD, l_Data, s_ReceivedSDRData);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetSDRData - rc=%i", l_Result);
-    return 0;
+    return Ask(GET_SDR_DATA, l_Data);
 }
 
 int ENTITYCAPTURE::ReceivedSDRData(const ipmi_msgi_t& a_Item) {

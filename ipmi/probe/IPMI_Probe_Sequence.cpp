@@ -5,6 +5,7 @@
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_Thread.h"
+#include "ipmi/probe/IPMI_Probe_Request.h"
 
 #include <OpenIPMI/ipmi_msgbits.h>
 #include <OpenIPMI/ipmi_picmg.h>
@@ -14,6 +15,22 @@
 #include <memory>
 
 namespace BM_ADAPTOR {
+
+namespace {
+
+constexpr PROBE_REQUEST GET_PICMG_PROPERTIES = {
+    IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_PROPERTIES, ENTITYCAPTURE::s_ReceivedPICMCProperties,
+    [](int a_Result) { LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCProperties - rc=%i", a_Result); }};
+
+constexpr PROBE_REQUEST GET_ADDRESS_INFO = {
+    IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_ADDRESS_INFO, ENTITYCAPTURE::s_ReceivedPICMCAddrInfo,
+    [](int a_Result) { LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCAddrInfo - rc=%i", a_Result); }};
+
+constexpr PROBE_REQUEST GET_DEVICE_ID = {
+    IPMI_APP_NETFN, IPMI_GET_DEVICE_ID_CMD, ENTITYCAPTURE::s_ReceivedDeviceID,
+    [](int a_Result) { LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetDeviceID - rc=%i", a_Result); }};
+
+} // namespace
 
 void ENTITYCAPTURE::StartCapture() {
     if (m_bHandedOver) { // a second inventory would free entities under the host threads that read them
@@ -28,10 +45,7 @@ int ENTITYCAPTURE::SendGetPICMCProperties() {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCProperties");
     const std::array<unsigned char, 1> l_Data = {IPMI_PICMG_GRP_EXT};
     m_State = PROBE_PICMG_PROPERTIES;
-    const int l_Result =
-        Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_PROPERTIES, l_Data, s_ReceivedPICMCProperties);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCProperties - rc=%i", l_Result);
-    return 0;
+    return Ask(GET_PICMG_PROPERTIES, l_Data);
 }
 
 int ENTITYCAPTURE::ReceivedPICMCProperties(const ipmi_msgi_t& a_Item) {
@@ -75,10 +89,7 @@ int ENTITYCAPTURE::SendGetPICMCAddrInfo(int a_FRUID) {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCAddrInfo FRUID=%d", a_FRUID);
     const std::array<unsigned char, 2> l_Data = {IPMI_PICMG_GRP_EXT, static_cast<unsigned char>(a_FRUID)};
     m_State = PROBE_ADDRESS_INFO;
-    const int l_Result =
-        Send(IPMI_GROUP_EXTENSION_NETFN, IPMI_PICMG_CMD_GET_ADDRESS_INFO, l_Data, s_ReceivedPICMCAddrInfo);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetPICMCAddrInfo - rc=%i", l_Result);
-    return 0;
+    return Ask(GET_ADDRESS_INFO, l_Data);
 }
 
 // -1 on the usual path too: only the last FRU's reply ends the step with 0.
@@ -156,9 +167,7 @@ void ENTITYCAPTURE::TraceAMCSearch() const {
 int ENTITYCAPTURE::SendGetDeviceID() {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetDeviceID");
     m_State = PROBE_DEVICE_ID;
-    const int l_Result = Send(IPMI_APP_NETFN, IPMI_GET_DEVICE_ID_CMD, {}, s_ReceivedDeviceID);
-    LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetDeviceID - rc=%i", l_Result);
-    return 0;
+    return Ask(GET_DEVICE_ID, {});
 }
 
 int ENTITYCAPTURE::ReceivedDeviceID(const ipmi_msgi_t& a_Item) {
