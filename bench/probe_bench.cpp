@@ -44,18 +44,10 @@ public:
         nothing.option = IPMI_OPEN_OPTION_ALL;
         if (ipmi_open_domain(name, &connection, 1, Open, this, nullptr, nullptr, &nothing, 1, nullptr) != 0)
             Fail("the domain cannot be opened");
-        for (;;)
+        for (;;) {
             m_osHandler->perform_one_op(m_osHandler, nullptr);
-    }
-
-    /// The domain's thread unlocked a mutex: the one that it was given says that the model is usable.
-    void Unlocked(const OSAL::OSALMutex* mutex) {
-        if (mutex != &m_modelUsable) return;
-        bench::recording = false; // the first probe's requests are all there is to know
-        m_probes.push_back(SecondsSinceStart());
-        m_next = 0;
-        m_start = Clock::now();
-        SendNextBare();
+            if (m_probing && ShownInModel() != m_shownBefore) ProbeEnded();
+        }
     }
 
     [[noreturn]] static void Fail(const char* reason) {
@@ -80,13 +72,26 @@ private:
         return IPMI_MSG_ITEM_NOT_USED;
     }
 
+    /// Each probe ends by putting entities of its own into the model, all of them within one reply.
+    static const IPMI_ENTITY* ShownInModel() { return g_EntityMap.empty() ? nullptr : g_EntityMap.begin()->second; }
+
+    void ProbeEnded() {
+        m_probes.push_back(SecondsSinceStart());
+        m_probing = false;
+        bench::recording = false; // the first probe's requests are all there is to know
+        m_next = 0;
+        m_start = Clock::now();
+        SendNextBare();
+    }
+
     double SecondsSinceStart() const { return std::chrono::duration<double>(Clock::now() - m_start).count(); }
 
     // The objects stay: a probe is never deleted in the adaptor either.
     void StartProbe() {
-        m_modelUsable.Lock();
-        auto* const capture = new ENTITYCAPTURE(m_domain, new IPMITHREAD(nullptr, &m_modelUsable), nullptr);
+        auto* const capture = new ENTITYCAPTURE(m_domain, new IPMITHREAD(nullptr, nullptr), nullptr);
         bench::recording = recorded.empty();
+        m_shownBefore = ShownInModel();
+        m_probing = true;
         m_start = Clock::now();
         capture->StartCapture();
     }
@@ -114,14 +119,13 @@ private:
 
     os_handler_t* m_osHandler = nullptr;
     ipmi_domain_t* m_domain = nullptr;
-    OSAL::OSALMutex m_modelUsable;
+    bool m_probing = false;
+    const IPMI_ENTITY* m_shownBefore = nullptr; ///< before this probe
     Clock::time_point m_start;
     size_t m_next = 0;
     std::vector<double> m_probes; // seconds
     std::vector<double> m_bare;
 };
-
-Measurement measurement;
 
 nlohmann::json FRUOf(int id) {
     const bool board = id == 0;
@@ -161,22 +165,12 @@ std::string WriteBlade(const std::string& folder, int frus) {
 
 } // namespace
 
-extern "C" {
-// OSAL::OSALMutex::Unlock(), which stands in the platform: however the adaptor is compiled, the linker leads its calls
-// here.
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
-void __real__ZN4OSAL9OSALMutex6UnlockEv(OSAL::OSALMutex*);
-
-void __wrap__ZN4OSAL9OSALMutex6UnlockEv(OSAL::OSALMutex* mutex) {
-    __real__ZN4OSAL9OSALMutex6UnlockEv(mutex);
-    measurement.Unlocked(mutex);
-}
-// NOLINTEND(bugprone-reserved-identifier)
-}
-
 // Arguments of other benchmark programs are of no meaning here.
 int main(int count, char** arguments) {
-    if (bench::IsInBlade(count, arguments)) measurement.Run();
+    if (bench::IsInBlade(count, arguments)) {
+        static Measurement measurement;
+        measurement.Run();
+    }
     char folder[] = "/tmp/probe_bench.XXXXXX";
     if (::mkdtemp(folder) == nullptr) Measurement::Fail("no folder for the blade files");
     std::printf("Probe against its own requests sent bare, medians of %zu rounds\n\n", Rounds);
