@@ -1,5 +1,5 @@
 // What the probe costs beyond the wire: the time of a probe against that of its own requests sent bare, in one run,
-// through the same OpenIPMI domain and on the same thread, each sent by the reply to the one before it.
+// through the same OpenIPMI domain and on the same thread. Each request is sent when the reply to the last one comes.
 #include "bench/InBlade.h"
 #include "bench/Recorder.h"
 #include "ipmi/IPMI_Probe.h"

@@ -17,7 +17,7 @@ int Guarded(const char* a_Name, OPERATION a_Operation, int a_Failure = RESULT_NO
     } catch (const std::exception& l_Error) {
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "IPMIAdaptor::%s() - %s", a_Name, l_Error.what());
     } catch (const abi::__forced_unwind&) {
-        throw; // a cancelled thread of the host's
+        throw; // the host has cancelled this thread
     } catch (...) {
         bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "IPMIAdaptor::%s() - unknown exception", a_Name);
     }

@@ -1,5 +1,5 @@
-// What host and adaptor tell each other in numbers and texts, each with its name, once. The adaptor, its host, the
-// simulated blade and the tests share this header; hosts include it as ipmi_adaptor/Protocol.h, as C++17 too.
+// The numbers and texts by which host and adaptor understand each other, each defined once. The adaptor, bmhost, the
+// simulated blade and the tests share this header; hosts include it as ipmi_adaptor/Protocol.h, also in C++17.
 #pragma once
 
 #include "bm/Params.h"
@@ -107,7 +107,7 @@ enum BMIParamId_e : uint32_t { BMI_PARAMETER_LIST(BMI_PARAMETER_ENUMERATOR) };
 #undef BMI_GROUP_ENUMERATOR
 #undef BMI_PARAMETER_ENUMERATOR
 
-/// Registered with the host, though no handler answers them.
+/// Registered with the host, but no handler answers them.
 constexpr uint32_t BMI_GROUP_UNSERVED_30D00 = 0x30d00;
 constexpr uint32_t BMI_GROUP_UNSERVED_30E10 = 0x30e10;
 
@@ -133,7 +133,7 @@ enum HANDLER_RESULT_e : int {
 enum STARTUP_RESULT_e : int {
     STARTUP_MEDIA_START_FAILED = 0x30004,
     STARTUP_MEDIA_STOP_FAILED = 0x30005,
-    STARTUP_FAILED = 0x30011,    ///< no host address, DSPs not initialised, or a row of the RTM that lacks something
+    STARTUP_FAILED = 0x30011,    ///< no host address, DSPs not initialised, or an RTM row with a value missing
     STARTUP_DSP_FAILED = 0x30012 ///< the switch could not be taught, or the DSPs were not booted or failed their test
 };
 
@@ -145,19 +145,19 @@ enum MONITOR_RESULT_e : int {
     MONITOR_AMC_FAILED = 0x30015,
     MONITOR_NOT_RUN = 0x30016,         ///< the diagnostic could not be run
     MONITOR_PROCESSOR_FAULT = 0x30017, ///< reported by the media software
-    MONITOR_NO_EXCHANGE = 0x30019      ///< no answer of the media software, or no queue
+    MONITOR_NO_EXCHANGE = 0x30019      ///< no answer from the media software, or no queue
 };
 
 /// Run status of an AMC or the RTM.
 enum TELQ_HW_Device_RunStatus_e : int32_t {
-    RUN_STATUS_UNWRITTEN = 1, ///< of a bay that nobody gave one
+    RUN_STATUS_UNWRITTEN = 1, ///< no status was written for the bay yet
     RUN_STATUS_STARTING = 2,
     RUN_STATUS_INITIALISING = 3,
     RUN_STATUS_RUNNING = 4, ///< its DSPs passed their test
     RUN_STATUS_FAILED = 5
 };
 
-/// What is upgraded. The host's number as it came: every one but 1 means the baseboard.
+/// What is upgraded. The host's number is kept as it came; every number but 1 means the baseboard.
 enum UPGRADETARGET : int32_t {
     UPGRADETARGET_BASEBOARD = 0,
     UPGRADETARGET_MODULE = 1 ///< an AMC, or the RTM in its bay

@@ -7,12 +7,12 @@
 
 namespace BM_ADAPTOR {
 
-/// Any thread may call the operations. The lock is held for the time that a pointer is copied; whoever lets go of a
-/// value last destroys it, outside of the lock.
+/// Any thread may call the operations. The lock is held only while a pointer is copied. The last owner of a value
+/// destroys it, outside the lock.
 template <typename VALUE>
 class SNAPSHOT {
 public:
-    /// The value as it is now; it stays so for as long as the caller keeps it. Never null.
+    /// The value as it is now; it does not change while the caller keeps it. Never null.
     std::shared_ptr<const VALUE> Get() const {
         {
             const std::lock_guard l_Guard(m_Lock);
@@ -23,7 +23,7 @@ public:
     }
 
     void Replace(VALUE a_Value) { mExchange(std::make_shared<const VALUE>(std::move(a_Value))); }
-    /// Makes it empty; nothing is allocated then.
+    /// Makes it empty, without an allocation.
     void Clear() { mExchange(nullptr); }
 
 private:

@@ -1,4 +1,4 @@
-// Transactions of the host's storage, begun and ended by scope.
+// A scope guard for transactions of the host's storage.
 #pragma once
 
 #include "bm/DataStorage.h"
@@ -6,8 +6,8 @@
 
 namespace BM_ADAPTOR {
 
-/// A transaction of the host's storage, from the construction to End, or to the end of the scope. The storage refuses
-/// any access outside of one.
+/// A transaction of the host's storage, from the construction to End or to the end of the scope. The storage refuses
+/// all access outside a transaction.
 class STORAGE_TRANSACTION {
 public:
     explicit STORAGE_TRANSACTION(QUB_STORAGE::CDataStorage& a_Storage)
@@ -22,12 +22,12 @@ public:
 
     /// False when the storage gave none: nothing may be read or written then.
     bool IsOpen() const { return m_Open; }
-    /// What the storage answered to the beginning.
+    /// What the storage answered to StartTransaction.
     int Begun() const { return m_Begun; }
 
-    /// Ends it: what was written is stored now, or never.
+    /// Ends it: what was written is stored now or not at all.
     /// @param a_Written  the write's result
-    /// @return the write's result when it failed, else that of the end; for a transaction that was not begun, Begun
+    /// @return the write's result when that failed, else EndTransaction's; Begun for a transaction that is not open
     int End(int a_Written) {
         if (!m_Open) return m_Begun;
         m_Open = false;

@@ -1,9 +1,9 @@
-// What the board driver's tools tell by their exit status.
+// What the exit statuses of the board driver's tools mean.
 #pragma once
 
 namespace BM_ADAPTOR {
 
-/// Exit statuses of the diagnostic. A larger one is the shell's: it could not run the tool.
+/// Exit statuses of the diagnostic. A larger one comes from the shell, which could not run the tool.
 enum DIAGNOSTIC_STATUS_e : int {
     DIAGNOSTIC_PASSED = 0,
     DIAGNOSTIC_INVALID_PARAMETERS = 1,

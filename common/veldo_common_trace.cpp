@@ -24,7 +24,7 @@ Write(CBaseOsLog& a_Logger, int a_Level, const char* a_Format, va_list a_Argumen
     std::unique_ptr<char[]> l_Long;
     if (l_Length >= static_cast<int>(l_Line.size())) {
         const auto l_Size = static_cast<std::size_t>(l_Length) + 1;
-        l_Long.reset(new (std::nothrow) char[l_Size]); // without memory the beginning of the line is written
+        l_Long.reset(new (std::nothrow) char[l_Size]); // without memory only the beginning of the line is written
         if (l_Long) vsnprintf(l_Long.get(), l_Size, a_Format, l_Again);
     }
     va_end(l_Again);
@@ -43,9 +43,9 @@ __attribute__((no_sanitize("null"))) void LogLine(CBaseOsLog* a_Logger, int a_Le
     try {
         a_Logger->Log(a_Level, g_ComponentName, a_Text);
     } catch (const abi::__forced_unwind&) {
-        throw; // a cancelled thread of the host's
+        throw; // the host has cancelled this thread
     } catch (...) {
-        // a line that could not be written must not undo what it tells of
+        // a line that could not be written must not undo what it reports
     }
 }
 

@@ -20,11 +20,11 @@ inline bool TracesOn() {
 unsigned ThreadId();
 
 /// Writes a trace (level 7) or an error (level 3) to `a_Logger`; a null logger is harmless. Never throws, whatever the
-/// logger does; only a thread that is cancelled in it ends. While traces are off, a trace costs the evaluation of its
-/// arguments: nothing is formatted and nothing allocated.
+/// logger does; only a thread that is cancelled there ends. A trace that is off costs the evaluation of its arguments:
+/// nothing is formatted and nothing is allocated.
 void LogTrace(CBaseOsLog* a_Logger, const char* a_Format, ...) __attribute__((format(printf, 2, 3)));
 void LogError(CBaseOsLog* a_Logger, const char* a_Format, ...) __attribute__((format(printf, 2, 3)));
-/// The same for a finished text, at the level that it is given and whatever the host's log level.
+/// The same for a finished text, at this level, whatever the host's log level is.
 void LogLine(CBaseOsLog* a_Logger, int a_Level, const char* a_Text);
 
 } // namespace BM_ADAPTOR

@@ -78,7 +78,7 @@ public:
 
 private:
     explicit VENDOR_RECORD(const MULTIRECORD& a_Record) : m_Record(&a_Record) {}
-    uint8_t Byte(int a_Offset) const; // 0 behind the end
+    uint8_t Byte(int a_Offset) const; // 0 past the end
 
     const MULTIRECORD* m_Record;
 };

@@ -1,4 +1,4 @@
-// The probe: the adaptor's own raw IPMI and PICMG client, beside OpenIPMI's managed domain. Takes the inventory at
+// The probe: the adaptor's own raw IPMI and PICMG client, next to OpenIPMI's managed domain. Takes the inventory at
 // start-up and serves LED commands and FRU Control afterwards; one request is outstanding at a time.
 #pragma once
 
@@ -21,8 +21,8 @@
 class CBaseOsLog;
 struct IPMI_TEST_ACCESS;
 
-/// One FRU's raw inventory bytes while they are read. Behind the `m_Size` bytes stands slack, all 0xFF, so that a
-/// parser that trusts offsets and lengths in the data stays inside the buffer.
+/// One FRU's raw inventory bytes while they are read. Slack, all 0xFF, follows the `m_Size` bytes, so that a parser
+/// that trusts offsets and lengths in the data stays inside the buffer.
 class FRURAWDATA {
 public:
     explicit FRURAWDATA(int a_Size);
@@ -100,7 +100,7 @@ enum PROBE_STATE_e : int32_t {
     PROBE_FRU_CONTROL = 14
 };
 
-/// The bytes of one reply: completion code first. Reading behind the end gives 0, so ask HasBytes first.
+/// The bytes of one reply: completion code first. A byte past the end reads as 0, so ask HasBytes first.
 class PROBE_REPLY {
 public:
     explicit PROBE_REPLY(const ipmi_msgi_t& a_Item) : m_Bytes(a_Item.msg.data, a_Item.msg.data_len) {}
@@ -120,9 +120,9 @@ private:
     std::span<const unsigned char> m_Bytes;
 };
 
-/// The probe. Made on the domain thread for every opened connection while the model is not ready, never deleted: a
-/// late reply may still reach it. Everything runs on the domain thread but the two LED commands and SendFRUControl,
-/// which host threads call, several at once.
+/// The probe. The domain thread makes one for every opened connection while the model is not ready, and never deletes
+/// it: a late reply may still reach it. Everything runs on the domain thread, except the two LED commands and
+/// SendFRUControl: host threads call those, several at once.
 /// Senders return 0 whatever OpenIPMI answered: a request that is not sent is a request without a reply.
 class ENTITYCAPTURE {
 public:
@@ -134,8 +134,8 @@ public:
     ENTITYCAPTURE& operator=(const ENTITYCAPTURE&) = delete;
     ~ENTITYCAPTURE();
 
-    /// Begins the inventory; the replies drive it on. Once for each probe: after StopCollection it only says so at
-    /// level 3.
+    /// Begins the inventory; each reply sends the next request. Once for each probe: after StopCollection it only logs
+    /// an error.
     void StartCapture();
     /// Hands the entities to the model and tells the domain thread. A superseded probe does neither.
     void StopCollection();
@@ -152,12 +152,13 @@ public:
     int SendReserveSDRRepository();
     int GetFRUSDRs();
     int SendGetSDRData(int a_RecordID, int a_Offset, int a_Length);
-    /// PICMG Set FRU LED State. Blocks until the reply is there, without a time-out: never on the domain thread, and
-    /// not before the inventory is over. A reply that never comes keeps this and every later LED command waiting.
+    /// PICMG Set FRU LED State. Blocks until the reply is there, without a time-out. Never call it on the domain
+    /// thread, nor before the inventory is over. A reply that never comes keeps this and every later LED command
+    /// waiting.
     /// @param a_LEDID  PICMG LED id, below the FRU's number of LEDs
     /// @param a_State  times in milliseconds; its colour comes back as the PICMG code that was sent
-    /// @return the completion code (0: the LED is set), -1 without sending when the FRU has no such LED, and out of a
-    ///         log line of another LED command: its turn is the one lock that is held while the host logs
+    /// @return the completion code (0: the LED is set); -1, and nothing is sent, when the FRU has no such LED, and from
+    ///         within a log line of another LED command: its turn is the one lock that is held while the host logs
     int SendSetPICMCLEDState(int a_FRUID, int a_LEDID, LED_STATE* a_State);
     /// PICMG Get FRU LED State; blocks as SendSetPICMCLEDState does.
     /// @param a_State  filled from the reply, times in tens of milliseconds; left alone when the result is not 1
@@ -169,7 +170,7 @@ public:
     int ComposeMessage(unsigned char a_Address);
     int SendMessage(unsigned char* a_Data, int a_Length);
 
-    // Replies, as OpenIPMI delivers them; the static ones end the process when the item carries no object.
+    // Replies as OpenIPMI delivers them. The static ones end the process when the item carries no object.
     static int s_ReceivedPICMCProperties(ipmi_domain_t*, ipmi_msgi_t* a_Item);
     static int s_ReceivedPICMCAddrInfo(ipmi_domain_t*, ipmi_msgi_t* a_Item);
     static int s_ReceivedDeviceID(ipmi_domain_t*, ipmi_msgi_t* a_Item);
@@ -235,7 +236,7 @@ private:
     std::vector<std::unique_ptr<IPMI_ENTITY>> m_DisplacedEntities; ///< whose place in the model another one took
     std::map<unsigned char, IPMI_FRU*> m_FRUs;                     ///< an entity's once attached to it
     uint16_t m_ReadFRUOffset = 0;                                  ///< of the last Read FRU Data request
-    // Cursors; wider than the FRU id's 8 bits, because 255 is a FRU id and the walk must get past it.
+    // Cursors; wider than a FRU id's 8 bits, because 255 is a FRU id and the walk has to get past it.
     int m_FRUID = 0;
     int m_LEDID = 0;
     int m_MaxFRUID = 0;
@@ -247,8 +248,8 @@ private:
     OSAL::OSALMutex m_MapMutex;
     OSAL::OSALMutex m_GetLEDSignal; ///< completion latch of the synchronous LED read
     OSAL::OSALMutex m_SetLEDSignal; ///< and of the write
-    // The LED command under way. Whoever holds the mutex has set them before it sent; the reply's handler uses them
-    // only while the request's code stands.
+    // The LED command under way. The holder of the mutex sets these before it sends; the reply's handler uses them only
+    // while m_State has the request's code.
     std::mutex m_LEDCommand;                         ///< one LED command at a time, from its first step to its result
     std::atomic<std::thread::id> m_LEDCommandThread; ///< whose turn it is, or nobody's
     int m_LEDCommandLEDID = 0;

@@ -75,7 +75,7 @@ bool IPMITHREAD::OpenDomain() {
     }
     if (m_OsHandler->set_log_handler != nullptr) m_OsHandler->set_log_handler(m_OsHandler, s_Log);
     LogTrace(g_Logger2, "Initializing IPMI");
-    ipmi_init(m_OsHandler); // its result has never mattered: what it lacks shows below
+    ipmi_init(m_OsHandler); // the result is not needed: a failure shows in the next call
 
     LogTrace(g_Logger2, "Setting Up SMI Connection");
     ipmi_con_t* l_Connection = nullptr;
@@ -112,7 +112,7 @@ void IPMITHREAD::FallBackToSimulation() {
     DomainFullyUp(nullptr, this);
 }
 
-// The adaptor may go on, and with it its mutex goes away: unlocked once and forgotten.
+// Lets the adaptor go on. Its mutex may be gone after that: it is unlocked once, and forgotten before.
 void IPMITHREAD::ReleaseStartup() {
     m_bDomainReady = 1;
     OSAL::OSALMutex* l_StartupMutex = m_pStartupMutex;
@@ -127,8 +127,8 @@ void IPMITHREAD::s_DomainOpen(ipmi_domain_t* a_Domain, int a_Err, unsigned int a
     });
 }
 
-// Called at every change of the connection. Whether it reports an error does not matter: until the model is ready a
-// newer report starts the probe anew, so that a connection that failed at first recovers.
+// OpenIPMI calls this at every change of the connection. Until the model is ready each report starts a new probe,
+// whether it reports an error or not, so that a connection that failed at first recovers.
 void IPMITHREAD::DomainOpen(ipmi_domain_t* a_Domain, int, unsigned int, unsigned int, int, void*) {
     LogTrace(g_Logger2, "IPMITHREAD :: DomainOpen");
     if (m_bDomainReady == 0) {

@@ -17,7 +17,7 @@ namespace {
 constexpr int TEST_RECORD_TYPE = 0xC0;
 constexpr int BYTES_PER_LINE = 16;
 
-// Where lines of the dump go. Printed, every line ends with exactly one line end; traced, it is written as it stands.
+// Where the dump's lines go. A printed line ends with exactly one line end; a traced one is written as it is.
 class DUMP {
 public:
     enum SINK { PRINT, TRACE };
@@ -31,7 +31,7 @@ public:
         va_end(l_Arguments);
     }
 
-    // Without its line end in a trace too.
+    // A trace of it has no line end either.
     void BareLine(const char* a_Format, ...) const __attribute__((format(printf, 2, 3))) {
         if (IsOff()) return;
         va_list l_Arguments;
@@ -107,7 +107,7 @@ void DumpVendorRecord(const DUMP& a_Dump, const MULTIRECORD& a_Record) {
     }
 }
 
-// A host thread that writes an LED may note a colour meanwhile.
+// A copy, because a host thread that writes an LED may note a colour meanwhile.
 IPMI_LED CopyOf(const IPMI_LED& a_LED) {
     const MODEL_READER l_Model(g_EntityMapLock);
     return a_LED;
@@ -127,8 +127,8 @@ void Append(IPMI_FRU& a_FRU, const unsigned char* a_Data, int a_Length) {
     l_Record.release();
 }
 
-// The two test records that every FRU gets at every fully-up report, behind its own: four DSPs, and one framer of type
-// 1 with four trunks. On purpose for every FRU, real ones too; this is where a simulated module's hardware comes from.
+// The two test records that every FRU gets at every fully-up report, after its own: four DSPs, and one framer of type 1
+// with four trunks. On purpose for every FRU, real ones too: a simulated module has its hardware from here.
 void AppendTestRecords(IPMI_FRU& a_FRU) {
     static constexpr std::array<unsigned char, 38> l_AMC = {0x57, 0x01, 0x00, VENDOR_RECORD_AMC,
                                                             0x00, 4, //

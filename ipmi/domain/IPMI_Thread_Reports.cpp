@@ -28,7 +28,7 @@ IPMI_ENTITY_ADDRESS AddressOf(ipmi_entity_t* a_Entity) {
             ipmi_entity_get_entity_id(a_Entity), ipmi_entity_get_entity_instance(a_Entity)};
 }
 
-// A text of fixed size: traces that are off must not allocate for it.
+// A text of fixed size, so that a trace that is off allocates nothing.
 using ENTITY_NAME = std::array<char, 80>;
 
 ENTITY_NAME NameOf(ipmi_entity_t* a_Entity) {
@@ -43,7 +43,7 @@ const char* IdStringOf(ipmi_entity_t* a_Entity) {
     return l_Text != nullptr ? l_Text : "";
 }
 
-// Where the model keeps the controller: this blade is all channel 0, which OpenIPMI knows as the system interface.
+// Where the model keeps the controller: on this blade everything is channel 0, OpenIPMI's system interface.
 IPMI_ENTITY_ADDRESS ModelAddress(int a_Channel, int a_Address) {
     return {a_Channel == SYSTEM_INTERFACE_CHANNEL ? 0 : a_Channel, a_Address, ENTITY_ID_BASEBOARD,
             ENTITY_INSTANCE_FIRST};
@@ -65,7 +65,7 @@ std::unique_ptr<IPMI_MC> DescribeMC(ipmi_mc_t* a_MC) {
 
 enum MC_ADDITION { ADDED, NO_ENTITY, KNOWN };
 
-// Nothing is logged while the model is locked: the host's logger may take its time.
+// Logs nothing while the model is locked: the host's logger may take long.
 MC_ADDITION AddController(const IPMI_ENTITY_ADDRESS& a_Address, std::unique_ptr<IPMI_MC> a_MC) {
     const MODEL_WRITER l_Model(g_EntityMapLock);
     IPMI_ENTITY* l_Entity = g_EntityMap[a_Address];
@@ -85,7 +85,7 @@ void CopyMultiRecords(ipmi_fru_t* a_Source, IPMI_FRU& a_FRU) {
         unsigned l_Length = 0;
         if (ipmi_fru_get_multi_record_type(a_Source, i, &l_Type) != 0) continue;
         if (ipmi_fru_get_multi_record_data_len(a_Source, i, &l_Length) != 0) continue;
-        std::vector<unsigned char> l_Data(std::max(l_Length, 1U)); // an empty record has an address too
+        std::vector<unsigned char> l_Data(std::max(l_Length, 1U)); // so that an empty record has an address too
         if (ipmi_fru_get_multi_record_data(a_Source, i, l_Data.data(), &l_Length) != 0) continue;
         const auto l_Copied = std::min<std::size_t>(l_Length, l_Data.size());
         auto l_Record =
@@ -133,7 +133,7 @@ void IPMITHREAD::EntityAdded(enum ipmi_update_e a_Operation, ipmi_domain_t*, ipm
     LogTrace(g_Logger2, "IPMITHREAD :: EntityAdded - operation=%i", static_cast<int>(a_Operation));
     if (a_Operation != IPMI_ADDED && a_Operation != IPMI_CHANGED) {
         LogTrace(g_Logger2, "IPMITHREAD :: EntityAdded - op!=added %i", static_cast<int>(a_Operation));
-        m_RegisteredEntities.erase(l_Address); // should it come back, its handlers are to be registered again
+        m_RegisteredEntities.erase(l_Address); // if it comes back, its handlers are registered again
         return;
     }
     const auto l_Known = g_EntityMap.find(l_Address);
@@ -165,8 +165,8 @@ void IPMITHREAD::s_MCAdded(enum ipmi_update_e a_Operation, ipmi_domain_t* a_Doma
                               [&](IPMITHREAD& a_Self) { a_Self.MCAdded(a_Operation, a_Domain, a_MC, a_UserData); });
 }
 
-// Every operation is taken for an addition. A controller without an entity leaves a null entity in the model, which the
-// probe fills later and every walk skips.
+// Takes every operation for an addition. A controller without an entity leaves a null entity in the model: the probe
+// fills it later, and every walk skips it.
 void IPMITHREAD::MCAdded(enum ipmi_update_e, ipmi_domain_t*, ipmi_mc_t* a_MC, void*) {
     LogTrace(g_Logger2, "IPMITHREAD :: MCAdded");
     LogTrace(g_Logger2, "IPMITHREAD :: MCAdded - getting address / channel");

@@ -17,8 +17,8 @@ constexpr int AREA_UNIT = 8; // bytes
 constexpr unsigned char AREA_VERSION = 1;
 constexpr unsigned char END_OF_FIELDS = 0xC1;
 constexpr int FIELD_BUFFER = 64;
-constexpr int BOARD_FIRST_FIELD = 6;   // behind version, length, language, manufacturing date
-constexpr int PRODUCT_FIRST_FIELD = 3; // behind version, length, language
+constexpr int BOARD_FIRST_FIELD = 6;   // after version, length, language, manufacturing date
+constexpr int PRODUCT_FIRST_FIELD = 3; // after version, length, language
 constexpr int MR_HEADER_SIZE = 5;
 constexpr unsigned char MR_END_OF_LIST = 0x80;
 
@@ -77,7 +77,7 @@ int ParseCommonArea(unsigned char* a_Data, int& a_ChassisOffset, int& a_BoardOff
     a_BoardOffset = a_Data[3] * AREA_UNIT;
     a_ProductOffset = a_Data[4] * AREA_UNIT;
     a_MROffset = a_Data[5] * AREA_UNIT;
-    // The blank after the first '=' only is how the line has always read.
+    // A blank after the first '=' only: the line has always read so.
     LogTrace(g_Logger2, "ParseCommonArea - chassis_offset= %i board_offset=%i product_offset=%i MR_offset=%i",
              a_ChassisOffset, a_BoardOffset, a_ProductOffset, a_MROffset);
     return FRU_PARSE_OK;

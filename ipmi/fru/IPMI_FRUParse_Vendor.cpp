@@ -1,4 +1,4 @@
-// Reads the vendor multirecords by meaning, never behind a record's end.
+// Reads the vendor multirecords by meaning, never past a record's end.
 #include "ipmi/IPMI_FRUParse.h"
 
 #include <algorithm>

@@ -26,8 +26,8 @@ struct LED_STATE {
     /// Reads light 0 of an OpenIPMI setting; see ImportFromOPENIPMISettings.
     explicit LED_STATE(ipmi_light_setting_s& a_Settings);
 
-    /// Reads light 0, up to the first failure; `m_Valid` tells whether all was read, `m_Text` what failed. Null:
-    /// nothing.
+    /// Reads light 0, up to the first failure: `m_Valid` tells whether all was read, `m_Text` what failed. Does nothing
+    /// with null.
     void ImportFromOPENIPMISettings(ipmi_light_setting_s* a_Settings);
 
     int32_t m_Valid = 0;   ///< 1 once the state was filled

@@ -2,8 +2,8 @@
 //
 // The records are written by the domain thread and read by host threads. Until the model is ready only the domain
 // thread touches it; afterwards every reader holds a MODEL_READER while it follows pointers, and the domain thread a
-// MODEL_WRITER while it changes the structure. What is needed is copied under the lock and used after it: no reply is
-// awaited and nothing of the host's is called, not even its logger, while one of them is held.
+// MODEL_WRITER while it changes the structure. Copy what you need under the lock and use it afterwards: wait for no
+// reply and call nothing of the host's, not even its logger, while you hold one of them.
 #pragma once
 
 #include "common/veldo_common_protocol.h"
@@ -169,7 +169,7 @@ extern std::atomic<bool> g_bAMCRTMOnlySimulation; ///< the baseboard is real, AM
 namespace BM_ADAPTOR {
 
 using ENTITY_MAP = std::map<IPMI_ENTITY_ADDRESS, IPMI_ENTITY*>;
-/// A pointer that one thread sets while others read it; used as the pointer that it is. Null at first.
+/// A pointer that one thread sets while others read it; use it like a plain pointer. Null at first.
 template <typename OBJECT>
 class PUBLISHED {
 public:
@@ -189,8 +189,8 @@ private:
 
 using SDR_MAP = std::map<uint16_t, SDR*>;
 
-/// The model's lock: shared by readers, whom a waiting writer does not let pass. std::shared_mutex would let them, and
-/// busy readers keep the domain thread out for seconds. Nobody may lock it twice on one thread.
+/// The model's lock, shared by readers. A writer that waits comes before readers that come later; std::shared_mutex
+/// lets them pass, and busy readers would keep the domain thread out for seconds. A thread must not lock it twice.
 class MODEL_LOCK {
 public:
     MODEL_LOCK() = default;
@@ -218,8 +218,8 @@ extern MODEL_LOCK& g_EntityMapLock;              ///< see MODEL_READER and MODEL
 extern PUBLISHED<ENTITYCAPTURE> g_ENTITYCapture; ///< the probe, made when the domain opens; null before
 extern PUBLISHED<CBaseOsLog> g_Logger2;          ///< where the domain thread and the probe log; null is harmless
 
-/// The one is held by a host thread while it reads the model, the other while something in it is changed: its structure
-/// by the domain thread, what is known of an LED's colours by a host thread that writes an LED.
+/// A host thread holds a MODEL_READER while it reads the model. A MODEL_WRITER is for changes: of the structure by the
+/// domain thread, of what is known of an LED's colours by a host thread that writes an LED.
 using MODEL_READER = std::shared_lock<MODEL_LOCK>;
 using MODEL_WRITER = std::unique_lock<MODEL_LOCK>;
 

@@ -37,7 +37,7 @@ constexpr SIMULATED_ENTITY SIMULATED_AMC = {"SIMULATION-AMC",
                                             "AMC-R71302-918",
                                             "AMC-QPLS90377461",
                                             ""};
-// The RTM bears the AMC's name on purpose; entities are told apart by their address.
+// The RTM has the AMC's name on purpose; entities differ by their address.
 constexpr SIMULATED_ENTITY SIMULATED_RTM = {"SIMULATION-AMC",
                                             {0, 9, ENTITY_ID_RTM, ENTITY_INSTANCE_FIRST},
                                             "RTM-KZB88120W",
@@ -93,8 +93,8 @@ void AddController(IPMI_ENTITY& a_Entity) {
     l_MC.release();
 }
 
-// Built before the map is touched; the subscript replaces an entity that is already there, which stays allocated
-// because a host thread may still read it.
+// The entity is complete before it enters the map. One that is there already is replaced and stays allocated: a host
+// thread may still read it.
 void AddEntity(const SIMULATED_ENTITY& a_Simulated) {
     const IPMI_ENTITY_ADDRESS& l_Address = a_Simulated.m_Address;
     auto l_Entity = std::make_unique<IPMI_ENTITY>(l_Address.m_Channel, l_Address.m_Address, l_Address.m_EntityID,

@@ -3,8 +3,8 @@
 
 namespace BM_ADAPTOR {
 
-/// Adds the simulated baseboard, AMC and RTM to the model; an entity already there under the same address is replaced
-/// (and kept: somebody may still read it). Takes no start-up mutex. Domain thread. Always 0.
+/// Adds the simulated baseboard, AMC and RTM to the model. Replaces an entity that has the same address, without
+/// deleting it: a host thread may still read it. Leaves the start-up mutex alone. Domain thread. Always 0.
 int BuildSimulatedData();
 void AddAMCEntity();
 void AddRTMEntity();

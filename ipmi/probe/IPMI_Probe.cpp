@@ -79,7 +79,7 @@ int ENTITYCAPTURE::Send(unsigned char a_NetFn, unsigned char a_Command, std::spa
     l_Address.channel = IPMI_BMC_CHANNEL;
     l_Address.lun = 0;
 
-    std::array<unsigned char, 255> l_Data{}; // OpenIPMI wants bytes it could write to
+    std::array<unsigned char, 255> l_Data{}; // OpenIPMI takes a pointer to bytes that are not const
     const auto l_Length = std::min(a_Data.size(), l_Data.size());
     std::copy_n(a_Data.begin(), l_Length, l_Data.begin());
     ipmi_msg_t l_Message{};
@@ -98,14 +98,14 @@ int ENTITYCAPTURE::Ask(const PROBE_REQUEST& a_Request, std::span<const unsigned 
     return 0;
 }
 
-// Each handler's first step: a reply that nobody waits for leaves its trampoline's line, this one, and no other.
+// Each handler's first step. A reply that nobody waits for leaves only its trampoline's line and this one.
 bool ENTITYCAPTURE::InState(int a_State, const char* a_WrongState) const {
     if (m_State == a_State) return true;
     LogTrace(g_Logger2, "%s", a_WrongState);
     return false;
 }
 
-// OpenIPMI's data carries the object; a reply to a probe that was superseded has nobody left to answer to.
+// OpenIPMI's user datum is the object. A reply to a superseded probe is dropped: nobody waits for it.
 int ENTITYCAPTURE::Deliver(ipmi_msgi_t* a_Item, const char* a_Name, RECEIVER a_Receiver) {
     EnterCallback<ENTITYCAPTURE>(a_Item != nullptr ? a_Item->data1 : nullptr, a_Name, [&](ENTITYCAPTURE& a_Self) {
         if (!a_Self.m_bSuperseded) (a_Self.*a_Receiver)(*a_Item);

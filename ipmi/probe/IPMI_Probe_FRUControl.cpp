@@ -23,14 +23,14 @@ int ENTITYCAPTURE::SendFRUControl(int a_FRUID, int a_Option) {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendFRUControl");
     const std::array<unsigned char, 3> l_Data = {IPMI_PICMG_GRP_EXT, static_cast<unsigned char>(a_FRUID),
                                                  static_cast<unsigned char>(a_Option)};
-    // A request that somebody waits for keeps its code: its reply would be taken for a stray one otherwise.
+    // A request that somebody waits for keeps its code; otherwise its reply would be taken for a stray one.
     int32_t l_Idle = PROBE_IDLE;
     m_State.compare_exchange_strong(l_Idle, PROBE_FRU_CONTROL);
     return Ask(FRU_CONTROL, l_Data);
 }
 
-// Accepts in the code of Set FRU LED State, not in the one that SendFRUControl sets; on purpose. Accepting changes
-// nothing: whoever waits for the LED reply goes on waiting for it.
+// Accepts the reply while the code is that of Set FRU LED State, not the one that SendFRUControl sets; on purpose.
+// Accepting changes nothing: a thread that waits for the LED's reply goes on waiting.
 int ENTITYCAPTURE::ReceivedFRUControl(const ipmi_msgi_t& a_Item) {
     if (!InState(PROBE_SET_LED_STATE, "ENTITYCAPTURE :: ReceivedFRUControl -- incorrect State\n")) return -1;
     const PROBE_REPLY l_Reply(a_Item);

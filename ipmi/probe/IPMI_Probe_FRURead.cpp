@@ -16,7 +16,8 @@ namespace {
 
 constexpr int CHUNK_SIZE = 16;
 
-// Parses into a record that may hold an earlier parse's multirecords: they are replaced, and stay when nothing parses.
+// Parses into a record that may hold the multirecords of an earlier parse. They are replaced, or stay when the parse
+// fails.
 int ParseAgain(FRURAWDATA& a_Raw, IPMI_FRU& a_FRU) {
     std::vector<MULTIRECORD*> l_Earlier;
     l_Earlier.swap(a_FRU.m_MultiRecords);
@@ -106,7 +107,7 @@ int ENTITYCAPTURE::ReceivedFRUChunk(const ipmi_msgi_t& a_Item) {
 
     FRURAWDATA* l_Raw = Find(m_FRURawData, m_FRUID);
     if (l_Raw == nullptr) {
-        // A retry has led to a FRU 0 that gave no size; it would go on for ever.
+        // A retry has led to FRU 0, which gave no size. Without this end it would go on for ever.
         LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedFRUChunk Internal error -- no raw data pointer");
         StopCollection();
         return -1;
@@ -119,7 +120,7 @@ int ENTITYCAPTURE::ReceivedFRUChunk(const ipmi_msgi_t& a_Item) {
     const auto l_Bytes = l_Reply.From(2);
     l_Raw->Write(m_ReadFRUOffset, l_Bytes.first(std::min<std::size_t>(l_Reply[1], l_Bytes.size())));
 
-    // Exactly equal: an area that is no multiple of the chunk is read on until the controller refuses.
+    // Exactly equal: an area whose size is not a multiple of the chunk's is read on until the controller refuses.
     if (m_ReadFRUOffset + CHUNK_SIZE == l_Raw->m_Size) return CompleteFRU(*l_Raw);
     return SendGetFRUChunk(m_FRUID, m_ReadFRUOffset + CHUNK_SIZE);
 }

@@ -1,4 +1,5 @@
-// The LED commands: a host thread sets or reads one LED and waits; the reply's handler, on the domain thread, wakes it.
+// The LED commands: a host thread sets or reads one LED and waits until the reply's handler, on the domain thread,
+// wakes it.
 #include "ipmi/IPMI_Probe.h"
 
 #include "common/veldo_common_trace.h"
@@ -18,7 +19,7 @@ namespace BM_ADAPTOR {
 
 namespace {
 
-// PICMG 3.0, Set FRU LED State: LED function. Between off and on it is the off-duration in tens of milliseconds.
+// PICMG 3.0, Set FRU LED State: LED function. A value between off and on is the off-duration in tens of milliseconds.
 constexpr unsigned char LED_FUNCTION_OFF = 0x00;
 constexpr unsigned char LED_FUNCTION_LOCAL_CONTROL = 0xFC;
 constexpr unsigned char LED_FUNCTION_ON = 0xFF;
@@ -59,7 +60,7 @@ int32_t OpenIPMIColor(unsigned char a_PICMGColor) {
     return Translated<int32_t>(l_Codes, a_PICMGColor, IPMI_CONTROL_COLOR_WHITE);
 }
 
-// Milliseconds to the command's tens of milliseconds, 100 ms to 2.5 s.
+// The command's tens of milliseconds, from 100 ms to 2.5 s.
 unsigned char Duration(int32_t a_Milliseconds) {
     return static_cast<unsigned char>(std::clamp(a_Milliseconds / 10, 10, 250));
 }
@@ -69,7 +70,7 @@ struct LED_FUNCTION {
     unsigned char m_OnDuration = 0;
 };
 
-// Times that say nothing go out as they begin: off.
+// Times that make no sense switch the LED off.
 LED_FUNCTION FunctionOf(const LED_STATE& a_State, int a_LEDID) {
     LED_FUNCTION l_Out;
     if (a_State.m_LocalControl != 0) {
@@ -131,8 +132,8 @@ void DecodeSection(const PROBE_REPLY& a_Reply, std::size_t a_At, int a_LEDID, LE
     }
 }
 
-// False when the reply is too short for what its state byte announces; the state is then left alone. A controller need
-// not send more than the section that holds.
+// False, and the state is left alone, when the reply is too short for what its state byte announces. A controller may
+// leave out the sections after the one that is in force.
 bool DecodeLEDState(const PROBE_REPLY& a_Reply, int a_LEDID, LED_STATE& a_State) {
     if (!a_Reply.HasBytes(REPLY_STATE + 1)) return false;
     const unsigned l_Bits = a_Reply[REPLY_STATE] & LED_STATE_BITS;
@@ -171,9 +172,9 @@ int ENTITYCAPTURE::NumLEDs(int a_FRUID) {
     return l_Entity != nullptr ? static_cast<int>(l_Entity->m_LEDMap.size()) : 0;
 }
 
-// The turn of a command, one at a time. The lines written in it are the host's code under this lock, the only such
-// code: who gives a command out of them is refused, as is a callback of OpenIPMI, because both would wait for
-// themselves.
+// The turn of a command, one at a time. It is the only lock under which the host's code runs: in the lines written
+// meanwhile. A command from within such a line is refused, as is one in a callback of OpenIPMI, because both would wait
+// for themselves.
 class ENTITYCAPTURE::LED_TURN {
 public:
     explicit LED_TURN(ENTITYCAPTURE& a_Probe) : m_Probe(a_Probe), m_Turn(a_Probe.m_LEDCommand) {
@@ -193,8 +194,8 @@ bool ENTITYCAPTURE::WouldWaitForItself() const {
 }
 
 // A command from its request code to its result. The signal is locked twice, the second time to wait for the handler's
-// unlock. Nobody leaves before the reply, an exception neither: its handler has what the command lent it. FRU Control
-// may be sent meanwhile: it leaves a code that somebody waits for alone.
+// unlock. The scope does not end before the reply is there, not even by an exception: the handler still uses what the
+// command lent it. FRU Control may be sent meanwhile: it does not change a code that somebody waits for.
 class ENTITYCAPTURE::LED_COMMAND {
 public:
     LED_COMMAND(ENTITYCAPTURE& a_Probe, PROBE_STATE_e a_Code, int a_LEDID, LED_STATE* a_State,
@@ -322,7 +323,7 @@ int ENTITYCAPTURE::ReceivedGetPICMCLEDState(const ipmi_msgi_t& a_Item) {
     return 0;
 }
 
-// The code goes before the signal: whoever is woken may send at once, and a second reply finds nobody waiting.
+// The code is reset before the signal: the thread that wakes may send at once, and a second reply finds nobody waiting.
 void ENTITYCAPTURE::EndLEDCommand(int a_Result, OSAL::OSALMutex& a_Signal) {
     m_LEDCommandResult = a_Result;
     m_LEDCommandState = nullptr;

@@ -13,7 +13,8 @@ namespace BM_ADAPTOR {
 
 namespace {
 
-// LEDs named by a mask of supported LEDs. Only masks without a gap count; the number of application LEDs is not used.
+// How many LEDs a mask of supported LEDs names. A mask with a gap counts as none; the number of application LEDs is not
+// used.
 int LEDCount(unsigned a_Mask) {
     switch (a_Mask) {
     case 0x0F:
@@ -137,7 +138,8 @@ int ENTITYCAPTURE::ReceivedPICMCLEDColorCaps(const ipmi_msgi_t& a_Item) {
     return ContinueWithLEDsOf(m_FRUID + 1);
 }
 
-// The next FRU from `a_FRUID` on whose LEDs are known, or may be there: nobody has asked it yet. None: the FRU reading.
+// Goes on with the next FRU, from `a_FRUID` on, that has LEDs or was not asked yet. After the last one the FRU reading
+// begins.
 int ENTITYCAPTURE::ContinueWithLEDsOf(int a_FRUID) {
     for (int l_FRUID = a_FRUID; l_FRUID <= m_MaxFRUID; ++l_FRUID) {
         const IPMI_ENTITY* l_Entity = FindEntity(l_FRUID);

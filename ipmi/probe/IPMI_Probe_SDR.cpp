@@ -14,9 +14,9 @@ namespace BM_ADAPTOR {
 
 namespace {
 
-constexpr int SDR_READ_LIMIT = 16; // bytes a request; what every interface carries in one message
+constexpr int SDR_READ_LIMIT = 16; // bytes a request; every interface carries as much in one message
 constexpr uint16_t SDR_LAST_RECORD = 0xFFFF;
-constexpr int SDR_REPLY_DATA = 3;       // behind completion code and next record id
+constexpr int SDR_REPLY_DATA = 3;       // after completion code and next record id
 constexpr int SDR_MAX_RECORDS = 0xFFFF; // a walk that meets more goes in circles
 
 constexpr PROBE_REQUEST RESERVE_SDR_REPOSITORY = {
@@ -53,7 +53,7 @@ int ENTITYCAPTURE::GetFRUSDRs() {
     return SendGetSDRData(m_SDRRecordID, 0, SDR::HEADER_SIZE);
 }
 
-// The request code is the caller's: the first chunk of a walk has another than the chunks that follow.
+// The caller sets the request code: the first chunk of a walk has another one than those that follow.
 int ENTITYCAPTURE::SendGetSDRData(int a_RecordID, int a_Offset, int a_Length) {
     LogTrace(g_Logger2, "ENTITYCAPTURE :: SendGetSDRData - RecordID= %d offset=%d len=%d", a_RecordID, a_Offset,
              a_Length);
@@ -78,7 +78,7 @@ int ENTITYCAPTURE::ReceivedSDRData(const ipmi_msgi_t& a_Item) {
     const PROBE_REPLY l_Reply(a_Item);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedSDRData CC=0x%x", l_Reply.CompletionCode());
     const auto l_Data = l_Reply.From(SDR_REPLY_DATA);
-    // No data brings the record no further; a record that is to be continued must have been begun.
+    // A reply without data ends the walk, and so does a piece of a record that was never begun.
     SDR* l_Record = l_Reply.IsGood(SDR_REPLY_DATA + 1) ? SDRFor(l_Data) : nullptr;
     if (l_Record == nullptr) return EndSDRWalk();
     AppendSDRData(*l_Record, l_Data);
@@ -100,9 +100,9 @@ int ENTITYCAPTURE::ReceivedSDRData(const ipmi_msgi_t& a_Item) {
     return SendGetSDRData(l_NextRecordID, 0, SDR::HEADER_SIZE);
 }
 
-// The record that the reply belongs to. At offset 0 the reply begins with the header, whose record id is the record's
-// own: a record not yet known is made, a known one begins anew. Null for a header that is not whole, or for a later
-// piece of a record never begun.
+// The record that the reply belongs to. At offset 0 the reply begins with the header, which has the record's own id: an
+// unknown record is made, a known one begins anew. Null when the header is not whole, and for a later piece of a record
+// that was never begun.
 SDR* ENTITYCAPTURE::SDRFor(std::span<const unsigned char> a_Data) {
     if (m_SDROffset != 0) {
         const auto l_Begun = m_SDRHeaderID ? g_SDRMAP.find(*m_SDRHeaderID) : g_SDRMAP.end();
@@ -127,7 +127,7 @@ SDR* ENTITYCAPTURE::SDRFor(std::span<const unsigned char> a_Data) {
     return l_Record;
 }
 
-// Bytes behind the record's length are reported and dropped.
+// Bytes past the record's length are reported and dropped.
 void ENTITYCAPTURE::AppendSDRData(SDR& a_Record, std::span<const unsigned char> a_Data) {
     const int l_Length = static_cast<int>(a_Data.size());
     const int l_Fits = std::min(l_Length, a_Record.m_Length - a_Record.m_Received);

@@ -1,4 +1,4 @@
-// The bridged message: a trap for diagnostic builds. Whatever it meets, it ends the process; nothing calls it.
+// The bridged message: a trap for diagnostic builds. It ends the process in every case; nothing calls it.
 #include "ipmi/IPMI_Probe.h"
 
 #include "common/veldo_common_text.h"

@@ -1,4 +1,4 @@
-// The inventory's frame: properties, address information, device id at its beginning, the hand-over at its end.
+// The inventory's first and last steps: properties, address information and device id; the hand-over to the model.
 #include "ipmi/IPMI_Probe.h"
 
 #include "common/veldo_common_lock.h"
@@ -33,7 +33,7 @@ constexpr PROBE_REQUEST GET_DEVICE_ID = {
 } // namespace
 
 void ENTITYCAPTURE::StartCapture() {
-    if (m_bHandedOver) { // a second inventory would free entities under the host threads that read them
+    if (m_bHandedOver) { // a second inventory would free entities that host threads read
         LogError(g_Logger2, "ENTITYCAPTURE :: StartCapture - the model has the entities");
         assert(false && "the model has the entities");
         return;
@@ -54,7 +54,7 @@ int ENTITYCAPTURE::ReceivedPICMCProperties(const ipmi_msgi_t& a_Item) {
     const PROBE_REPLY l_Reply(a_Item);
     LogTrace(g_Logger2, "ENTITYCAPTURE :: ReceivedPICMCProperties CC=0x%x", l_Reply.CompletionCode());
     if (!l_Reply.IsGood(4)) {
-        StopCollection(); // nothing can be asked of such a controller; the adaptor must not wait for it
+        StopCollection(); // such a controller answers nothing else; the adaptor must not wait for it
         return -1;
     }
     m_MaxFRUID = l_Reply[3];
@@ -149,7 +149,7 @@ void ENTITYCAPTURE::NoteAddressInfo(std::unique_ptr<FRUADDRESSINFO> a_Info) {
     l_Kept = a_Info.release();
 }
 
-// Every entity, also one that no reply has placed: its site type is 0 then. The site is the entity's, 9 for an RTM.
+// Traces every entity. One that no reply has placed has site type 0. The site is the entity's own: 9 for an RTM.
 void ENTITYCAPTURE::TraceAMCSearch() const {
     for (const auto& [l_FRUID, l_Entity] : m_FRUEntities) {
         const auto l_Info = m_FRUAddressInfo.find(l_FRUID);
@@ -192,8 +192,8 @@ int ENTITYCAPTURE::ReceivedDeviceID(const ipmi_msgi_t& a_Item) {
     return SendGetPICMCLEDProps(0);
 }
 
-// Of two FRUs that claim one address (FRU 0 and a FRU 96 on a site of its type) the later one shows. The record of the
-// other one stays the probe's, which goes on setting its LEDs.
+// Of two FRUs that claim one address (FRU 0 and a FRU 96 on a site of its type) the model shows the later one. The
+// record of the other one stays with the probe, which goes on setting its LEDs.
 void ENTITYCAPTURE::EnterIntoModel(IPMI_ENTITY& a_Entity) {
     const MODEL_WRITER l_Model(g_EntityMapLock);
     IPMI_ENTITY*& l_Shown = g_EntityMap[a_Entity.Address()];
