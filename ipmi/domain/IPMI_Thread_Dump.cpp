@@ -8,7 +8,6 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
-#include <memory>
 
 namespace BM_ADAPTOR {
 
@@ -119,14 +118,6 @@ void DumpLED(const DUMP& a_Dump, const IPMI_LED& a_LED) {
                 a_LED.m_bOrange ? "ORANGE" : "", a_LED.m_bWhite ? "WHITE" : "");
 }
 
-void Append(IPMI_FRU& a_FRU, const unsigned char* a_Data, int a_Length) {
-    auto l_Record =
-        std::make_unique<MULTIRECORD>(reinterpret_cast<char*>(const_cast<unsigned char*>(a_Data)), a_Length);
-    l_Record->m_Type = TEST_RECORD_TYPE;
-    a_FRU.m_MultiRecords.push_back(l_Record.get());
-    l_Record.release();
-}
-
 // The two test records that every FRU gets at every fully-up report, after its own: four DSPs, and one framer of type 1
 // with four trunks. On purpose for every FRU, real ones too: a simulated module has its hardware from here.
 void AppendTestRecords(IPMI_FRU& a_FRU) {
@@ -142,8 +133,8 @@ void AppendTestRecords(IPMI_FRU& a_FRU) {
                                                             0x78, 0x9A, 0x03, 0};
     static constexpr std::array<unsigned char, 8> l_RTM = {0x57, 0x01, 0x00, VENDOR_RECORD_RTM, 0x00, 1, 1, 4};
     const MODEL_WRITER l_Model(g_EntityMapLock);
-    Append(a_FRU, l_AMC.data(), static_cast<int>(l_AMC.size()));
-    Append(a_FRU, l_RTM.data(), static_cast<int>(l_RTM.size()));
+    a_FRU.AddMultiRecord(l_AMC.data(), static_cast<int>(l_AMC.size()), TEST_RECORD_TYPE);
+    a_FRU.AddMultiRecord(l_RTM.data(), static_cast<int>(l_RTM.size()), TEST_RECORD_TYPE);
 }
 
 void DumpFRU(const DUMP& a_Dump, IPMI_FRU& a_FRU) {

@@ -88,11 +88,7 @@ void CopyMultiRecords(ipmi_fru_t* a_Source, IPMI_FRU& a_FRU) {
         std::vector<unsigned char> l_Data(std::max(l_Length, 1U)); // so that an empty record has an address too
         if (ipmi_fru_get_multi_record_data(a_Source, i, l_Data.data(), &l_Length) != 0) continue;
         const auto l_Copied = std::min<std::size_t>(l_Length, l_Data.size());
-        auto l_Record =
-            std::make_unique<MULTIRECORD>(reinterpret_cast<char*>(l_Data.data()), static_cast<int>(l_Copied));
-        l_Record->m_Type = l_Type;
-        a_FRU.m_MultiRecords.push_back(l_Record.get());
-        l_Record.release();
+        a_FRU.AddMultiRecord(l_Data.data(), static_cast<int>(l_Copied), l_Type);
     }
 }
 

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstring>
-#include <memory>
 #include <numeric>
 #include <string>
 
@@ -145,8 +144,6 @@ int ParseMR(unsigned char* a_Data, int a_Offset, IPMI_FRU* a_FRU) {
         }
         LogTrace(g_Logger2, "ParseMR Processing MR record - Header Checksum ok ");
 
-        std::array<char, 255> l_Scratch{};
-        std::memcpy(l_Scratch.data(), l_Header + MR_HEADER_SIZE, static_cast<std::size_t>(l_Length));
         const unsigned l_DataSum = Sum(l_Header + MR_HEADER_SIZE, l_Length) + l_Header[3];
         if ((l_DataSum & 0xFF) != 0) {
             LogError(g_Logger2, "ParseMR Processing MR record %i offset=%i -- BAD Data Checksum=%i", l_Count,
@@ -155,10 +152,7 @@ int ParseMR(unsigned char* a_Data, int a_Offset, IPMI_FRU* a_FRU) {
         }
         LogTrace(g_Logger2, "ParseMR Processing MR record - data Checksum ok ");
 
-        auto l_Record = std::make_unique<MULTIRECORD>(l_Scratch.data(), l_Length);
-        l_Record->m_Type = l_Header[0];
-        a_FRU->m_MultiRecords.push_back(l_Record.get());
-        l_Record.release();
+        a_FRU->AddMultiRecord(l_Header + MR_HEADER_SIZE, l_Length, l_Header[0]);
         ++l_Count;
         if (l_Last) return l_Count;
         l_Position += l_Length + MR_HEADER_SIZE;

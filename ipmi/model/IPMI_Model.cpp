@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <tuple>
 #include <utility>
 
@@ -55,6 +56,15 @@ IPMI_FRU::IPMI_FRU(IPMI_ENTITY_ADDRESS a_Address, std::string a_Name)
 
 IPMI_FRU::~IPMI_FRU() {
     ClearMultiRecords();
+}
+
+void IPMI_FRU::AddMultiRecord(const unsigned char* a_Data, int a_Length, int a_Type) {
+    // The record copies what its constructor is given through a pointer that is not const.
+    auto l_Record =
+        std::make_unique<MULTIRECORD>(reinterpret_cast<char*>(const_cast<unsigned char*>(a_Data)), a_Length);
+    l_Record->m_Type = a_Type;
+    m_MultiRecords.push_back(l_Record.get());
+    l_Record.release();
 }
 
 void IPMI_FRU::ClearMultiRecords() {

@@ -71,6 +71,8 @@ public:
     IPMI_FRU& operator=(const IPMI_FRU&) = delete;
     ~IPMI_FRU();
 
+    /// Adds a record with a copy of these bytes at the end. @param a_Type  record type id
+    void AddMultiRecord(const unsigned char* a_Data, int a_Length, int a_Type);
     void ClearMultiRecords();
 
     IPMI_ENTITY_ADDRESS m_Address;

@@ -61,6 +61,21 @@ TEST(MultiRecord, IsEmptyWithoutBytes) {
     }
 }
 
+TEST(FruRecord, AddsCopiesOfMultiRecordsInOrder) {
+    IPMI_FRU l_FRU({}, "FRU");
+    std::vector<unsigned char> l_Bytes = {0x57, 0x00};
+    l_FRU.AddMultiRecord(l_Bytes.data(), 2, 0xC0);
+    l_Bytes = {0x58};
+    l_FRU.AddMultiRecord(l_Bytes.data(), 1, 0xC1);
+    l_FRU.AddMultiRecord(nullptr, 0, 0xC2);
+    ASSERT_EQ(l_FRU.m_MultiRecords.size(), 3U);
+    EXPECT_EQ(std::string(l_FRU.m_MultiRecords[0]->m_Data, 2), std::string("\x57\x00", 2));
+    EXPECT_EQ(l_FRU.m_MultiRecords[0]->m_Type, 0xC0);
+    EXPECT_EQ(l_FRU.m_MultiRecords[1]->m_Data[0], 0x58);
+    EXPECT_EQ(l_FRU.m_MultiRecords[1]->m_Type, 0xC1);
+    EXPECT_EQ(l_FRU.m_MultiRecords[2]->m_Length, 0);
+}
+
 // The domain thread's turn comes however busy the host's threads read. One more reader is refused as soon as the writer
 // waits, and from then on each of the six can be through at most with the read that it had begun.
 TEST(ModelLock, SixBusyReadersDoNotPassAWaitingWriter) {
