@@ -74,7 +74,7 @@ double SecondsOf(const Work& work) {
 
 [[noreturn]] void Measure() {
     // Never destroyed: the domain thread uses them as long as the process lives.
-    auto& host = *new SILENT_HOST;
+    auto& host = *new SilentHost;
     auto& adaptor = *new IPMIAdaptor;
     adaptor.Init(&host);
     bench::recording = true;

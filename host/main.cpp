@@ -43,7 +43,7 @@ void SetUpLog(const Options& options) {
     BM_LOG_LEVEL = options.m_logLevel;
     if (options.m_logFile.empty()) return;
     try {
-        BM_PLATFORM::LogToFile(options.m_logFile);
+        bm_dev::LogToFile(options.m_logFile);
     } catch (const std::runtime_error& error) {
         throw UsageError(error.what());
     }
@@ -70,7 +70,7 @@ using ForPeople = std::function<bool(Session&, bool color, std::string& text)>;
 // see that asks for traces.
 int OutputForPeople(const Options& options) {
     if (options.m_json) return PrintsToStandardError();
-    BM_PLATFORM::LogToConsole(options.m_logLevel == BM_LOG_ERROR);
+    bm_dev::LogToConsole(options.m_logLevel == BM_LOG_ERROR);
     return PrintsWithheld();
 }
 
@@ -302,7 +302,7 @@ int Run(int argc, const char* const* argv) {
 
 int Fail(const std::exception& error, int status) {
     fflush(stdout);
-    fprintf(stderr, "bmhost: %s\n", BM_PLATFORM::Printable(error.what(), "\n\t").c_str());
+    fprintf(stderr, "bmhost: %s\n", bm_dev::Printable(error.what(), "\n\t").c_str());
     return status;
 }
 

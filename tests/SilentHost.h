@@ -6,7 +6,7 @@
 
 /// The domain thread uses it as long as the process lives: never destroy it.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
-class SILENT_HOST final : public BM_ADAPTOR::IBMAdaptorMgr, public CBaseOsLog {
+class SilentHost final : public BM_ADAPTOR::IBMAdaptorMgr, public CBaseOsLog {
 public:
     int RegisterGroup(unsigned, BM_ADAPTOR::CBaseAdaptor*) override { return 1; }
     int UnregisterGroup(unsigned) override { return 1; }

@@ -20,144 +20,144 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr int g_LookOnly = 2; // in modes 1 and 3 the adaptor touches the board
+constexpr int LookOnly = 2; // in modes 1 and 3 the adaptor touches the board
 
 /// What the host offers to its adaptor. A board manager keeps the registrations and passes events on; it may give its
 /// own storage, in which addresses and port states are kept.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
-class HOST final : public IBMAdaptorMgr {
+class Host final : public IBMAdaptorMgr {
 public:
-    explicit HOST(CBaseOsLog& a_Log) : m_Log(a_Log) {}
+    explicit Host(CBaseOsLog& log) : m_log(log) {}
 
     int RegisterGroup(unsigned, CBaseAdaptor*) override { return RESULT_OK; }
     int UnregisterGroup(unsigned) override { return RESULT_OK; }
     int RegisterEventClass(unsigned, CBaseAdaptor*) override { return RESULT_OK; }
     int UnregisterEventClass(unsigned) override { return RESULT_OK; }
     QUB_STORAGE::CDataStorage* GetStorage() override { return nullptr; }
-    CBaseOsLog* GetLogger() override { return &m_Log; }
-    int GetMode() override { return g_LookOnly; }
+    CBaseOsLog* GetLogger() override { return &m_log; }
+    int GetMode() override { return LookOnly; }
 
     /// Called from any thread; the parameters stay the adaptor's.
-    int SendEvent(unsigned a_Event, unsigned a_Number, CBMIEvParams*) override {
-        std::fprintf(stderr, "event 0x%x number %u\n", a_Event, a_Number);
+    int SendEvent(unsigned event, unsigned number, CBMIEvParams*) override {
+        std::fprintf(stderr, "event 0x%x number %u\n", event, number);
         return RESULT_OK;
     }
 
 private:
-    CBaseOsLog& m_Log;
+    CBaseOsLog& m_log;
 };
 
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
-class LOG final : public CBaseOsLog {
+class HostLog final : public CBaseOsLog {
 public:
-    void Log(int a_Level, const char* a_Component, const char* a_Text) override {
-        std::fprintf(stderr, "<%d> [%s] %s\n", a_Level, a_Component, a_Text);
+    void Log(int level, const char* component, const char* text) override {
+        std::fprintf(stderr, "<%d> [%s] %s\n", level, component, text);
     }
 };
 
 /// The adaptor, from CreateAdaptor to DestroyAdaptor and, within, from Init to Fin.
-class ADAPTOR {
+class Adaptor {
 public:
-    ADAPTOR(const char* a_File, IBMAdaptorMgr& a_Host) {
+    Adaptor(const char* file, IBMAdaptorMgr& host) {
         // Never closed: threads of the adaptor may run in it until the process ends.
-        void* const l_Library = dlopen(a_File, RTLD_NOW | RTLD_LOCAL);
-        if (l_Library == nullptr) throw std::runtime_error(dlerror());
-        const auto l_Create = Entry<void* (*)()>(l_Library, "CreateAdaptor");
-        const auto l_Destroy = Entry<void (*)(void*)>(l_Library, "DestroyAdaptor");
-        m_Adaptor = {static_cast<CBaseAdaptor*>(l_Create()), l_Destroy};
-        if (!m_Adaptor) throw std::runtime_error("CreateAdaptor gave no adaptor");
+        void* const library = dlopen(file, RTLD_NOW | RTLD_LOCAL);
+        if (library == nullptr) throw std::runtime_error(dlerror());
+        const auto create = Entry<void* (*)()>(library, "CreateAdaptor");
+        const auto destroy = Entry<void (*)(void*)>(library, "DestroyAdaptor");
+        m_adaptor = {static_cast<CBaseAdaptor*>(create()), destroy};
+        if (!m_adaptor) throw std::runtime_error("CreateAdaptor gave no adaptor");
         // Blocks until the hardware has answered.
-        const int l_Result = m_Adaptor->Init(&a_Host);
-        if (l_Result != RESULT_OK) throw std::runtime_error("Init: " + std::to_string(l_Result));
+        const int result = m_adaptor->Init(&host);
+        if (result != RESULT_OK) throw std::runtime_error("Init: " + std::to_string(result));
     }
-    ADAPTOR(const ADAPTOR&) = delete;
-    ADAPTOR& operator=(const ADAPTOR&) = delete;
-    ~ADAPTOR() { m_Adaptor->Fin(); }
+    Adaptor(const Adaptor&) = delete;
+    Adaptor& operator=(const Adaptor&) = delete;
+    ~Adaptor() { m_adaptor->Fin(); }
 
-    CBaseAdaptor* operator->() const { return m_Adaptor.get(); }
+    CBaseAdaptor* operator->() const { return m_adaptor.get(); }
 
 private:
-    template <typename FUNCTION>
-    static FUNCTION Entry(void* a_Library, const char* a_Name) {
-        void* const l_Entry = dlsym(a_Library, a_Name);
-        if (l_Entry == nullptr) throw std::runtime_error(dlerror());
-        return reinterpret_cast<FUNCTION>(l_Entry);
+    template <typename Function>
+    static Function Entry(void* library, const char* name) {
+        void* const entry = dlsym(library, name);
+        if (entry == nullptr) throw std::runtime_error(dlerror());
+        return reinterpret_cast<Function>(entry);
     }
 
-    std::unique_ptr<CBaseAdaptor, void (*)(void*)> m_Adaptor{nullptr, nullptr};
+    std::unique_ptr<CBaseAdaptor, void (*)(void*)> m_adaptor{nullptr, nullptr};
 };
 
-void Print(const CBMIParams& a_Row) {
-    for (int i = 0; i < a_Row.GetSize(); ++i) {
-        const CBMIParam& l_Param = *a_Row.Get(i);
-        std::printf("  0x%x%s ", l_Param.GetId(), l_Param.IsKey() ? " (key)" : "");
-        switch (l_Param.GetType()) {
+void Print(const CBMIParams& row) {
+    for (int i = 0; i < row.GetSize(); ++i) {
+        const CBMIParam& param = *row.Get(i);
+        std::printf("  0x%x%s ", param.GetId(), param.IsKey() ? " (key)" : "");
+        switch (param.GetType()) {
         case BMI_PARAM_BOOL:
-            std::printf("%s\n", l_Param.GetBool() ? "true" : "false");
+            std::printf("%s\n", param.GetBool() ? "true" : "false");
             break;
         case BMI_PARAM_INT:
         case BMI_PARAM_UINT:
-            std::printf("%d\n", l_Param.GetInt());
+            std::printf("%d\n", param.GetInt());
             break;
         case BMI_PARAM_STRING:
-            std::printf("%s\n", l_Param.GetString().c_str());
+            std::printf("%s\n", param.GetString().c_str());
             break;
         }
     }
 }
 
 /// A whole table. Whatever the result, what the adaptor made is the caller's.
-bool PrintTable(const ADAPTOR& a_Adaptor, unsigned a_Group) {
-    CBMITable* l_Made = nullptr;
-    const int l_Result = a_Adaptor->GetParamTable(a_Group, l_Made);
-    const std::unique_ptr<const CBMITable> l_Table(l_Made);
-    std::printf("table 0x%x: %d\n", a_Group, l_Result);
-    for (int i = 0; l_Table && i < l_Table->GetSize(); ++i)
-        Print(*l_Table->Get(i));
-    return l_Result == RESULT_OK;
+bool PrintTable(const Adaptor& adaptor, unsigned group) {
+    CBMITable* made = nullptr;
+    const int result = adaptor->GetParamTable(group, made);
+    const std::unique_ptr<const CBMITable> table(made);
+    std::printf("table 0x%x: %d\n", group, result);
+    for (int i = 0; table && i < table->GetSize(); ++i)
+        Print(*table->Get(i));
+    return result == RESULT_OK;
 }
 
 /// The row of the module in a bay: the key selects it.
-bool PrintModule(const ADAPTOR& a_Adaptor, int a_Bay) {
-    CBMIParam l_Bay(BMI_PARAM_INT, BMI_HW_AMC_BAY, true);
-    l_Bay.SetInt(a_Bay);
-    CBMIKeys l_Keys;
-    l_Keys.Add(l_Bay);
+bool PrintModule(const Adaptor& adaptor, int wanted) {
+    CBMIParam bay(BMI_PARAM_INT, BMI_HW_AMC_BAY, true);
+    bay.SetInt(wanted);
+    CBMIKeys keys;
+    keys.Add(bay);
 
-    CBMIParams* l_Made = nullptr;
-    const int l_Result = a_Adaptor->ReadParams(BMI_GROUP_HARDWARE_AMC_TABLE, &l_Keys, l_Made);
-    const std::unique_ptr<const CBMIParams> l_Row(l_Made);
-    std::printf("AMC in bay %d: %d\n", a_Bay, l_Result);
-    if (l_Row) Print(*l_Row);
-    return l_Result == RESULT_OK;
+    CBMIParams* made = nullptr;
+    const int result = adaptor->ReadParams(BMI_GROUP_HARDWARE_AMC_TABLE, &keys, made);
+    const std::unique_ptr<const CBMIParams> row(made);
+    std::printf("AMC in bay %d: %d\n", wanted, result);
+    if (row) Print(*row);
+    return result == RESULT_OK;
 }
 
-std::optional<int> Number(std::string_view a_Text) {
-    const char* const l_TextEnd = a_Text.data() + a_Text.size();
-    int l_Number = 0;
-    const auto [l_End, l_Error] = std::from_chars(a_Text.data(), l_TextEnd, l_Number);
-    if (l_Error != std::errc() || l_End != l_TextEnd) return std::nullopt;
-    return l_Number;
+std::optional<int> Number(std::string_view text) {
+    const char* const textEnd = text.data() + text.size();
+    int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), textEnd, number);
+    if (error != std::errc() || end != textEnd) return std::nullopt;
+    return number;
 }
 
 } // namespace
 
-int main(int a_Count, char** a_Arguments) {
-    const auto l_Bay = a_Count == 2 || a_Count == 3 ? Number(a_Arguments[1]) : std::nullopt;
-    if (!l_Bay) {
+int main(int count, char** arguments) {
+    const auto bay = count == 2 || count == 3 ? Number(arguments[1]) : std::nullopt;
+    if (!bay) {
         std::fprintf(stderr, "usage: example_host BAY [PLUGIN]\n");
         return 2;
     }
     try {
         // The log has to outlive every thread of the adaptor, and those end with the process.
-        static LOG s_Log;
-        HOST l_Host(s_Log);
-        const ADAPTOR l_Adaptor(a_Count == 3 ? a_Arguments[2] : PLUGIN_FILE, l_Host);
-        const bool l_BoardRead = PrintTable(l_Adaptor, BMI_GROUP_HARDWARE_BOARD);
-        const bool l_ModuleRead = PrintModule(l_Adaptor, *l_Bay);
-        return l_BoardRead && l_ModuleRead ? EXIT_SUCCESS : EXIT_FAILURE;
-    } catch (const std::exception& l_Error) {
-        std::fprintf(stderr, "example_host: %s\n", l_Error.what());
+        static HostLog log;
+        Host host(log);
+        const Adaptor adaptor(count == 3 ? arguments[2] : PLUGIN_FILE, host);
+        const bool boardRead = PrintTable(adaptor, BMI_GROUP_HARDWARE_BOARD);
+        const bool moduleRead = PrintModule(adaptor, *bay);
+        return boardRead && moduleRead ? EXIT_SUCCESS : EXIT_FAILURE;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "example_host: %s\n", error.what());
         return EXIT_FAILURE;
     }
 }

@@ -21,7 +21,7 @@ ordered_json Value(const CBMIParam& param) {
     case BM_ADAPTOR::BMI_PARAM_BOOL:
         return param.GetBool();
     case BM_ADAPTOR::BMI_PARAM_STRING:
-        return BM_PLATFORM::Utf8OfBytes(param.GetString());
+        return bm_dev::Utf8OfBytes(param.GetString());
     case BM_ADAPTOR::BMI_PARAM_INT:
     case BM_ADAPTOR::BMI_PARAM_UINT:
         break;
@@ -76,9 +76,7 @@ public:
 
 private:
     // Whole lines at once: whoever reads them through a pipe follows call by call.
-    void Line(const ordered_json& fields) const {
-        WriteAll(m_descriptor, BM_PLATFORM::EscapedJson(fields.dump()) + "\n");
-    }
+    void Line(const ordered_json& fields) const { WriteAll(m_descriptor, bm_dev::EscapedJson(fields.dump()) + "\n"); }
 
     int m_descriptor;
 };

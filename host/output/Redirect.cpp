@@ -42,8 +42,8 @@ void ForEachWithheld(const Taker& taker) {
         // cuts is read once more with its rest; when it comes first, there is none.
         const auto size = static_cast<std::size_t>(read);
         constexpr std::string_view keptControls = "\n\t";
-        std::size_t whole = BM_PLATFORM::HideControls(buffer.data(), size, keptControls, false);
-        if (whole == 0) whole = BM_PLATFORM::HideControls(buffer.data(), size, keptControls, true);
+        std::size_t whole = bm_dev::HideControls(buffer.data(), size, keptControls, false);
+        if (whole == 0) whole = bm_dev::HideControls(buffer.data(), size, keptControls, true);
         if (!taker(std::string_view(buffer.data(), whole))) return;
         offset += static_cast<off_t>(whole);
     }

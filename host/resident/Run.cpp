@@ -88,14 +88,14 @@ public:
         m_manager.HandTo([this](AdaptorEvent event) {
             m_teller.Tell([taken = std::move(event)](RunOutput& output) { output.Event(taken); });
         });
-        BM_PLATFORM::LogToListener([this](int level, const std::string& component, const std::string& text) {
+        bm_dev::LogToListener([this](int level, const std::string& component, const std::string& text) {
             Listen(level, component, text);
         });
     }
     NewsSources(const NewsSources&) = delete;
     NewsSources& operator=(const NewsSources&) = delete;
     ~NewsSources() {
-        BM_PLATFORM::LogToListener({});
+        bm_dev::LogToListener({});
         m_manager.HandTo({});
     }
 

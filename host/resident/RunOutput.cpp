@@ -94,10 +94,10 @@ public:
     void Health(const HealthChange& change) override {
         nlohmann::ordered_json reasons = nlohmann::ordered_json::array();
         for (const std::string& reason : change.m_reasons)
-            reasons.push_back(BM_PLATFORM::Utf8OfBytes(reason));
+            reasons.push_back(bm_dev::Utf8OfBytes(reason));
         const nlohmann::ordered_json line = {
             {"op", "health"}, {"state", HealthName(change.m_health)}, {"reasons", reasons}};
-        WriteAll(m_descriptor, BM_PLATFORM::EscapedJson(line.dump()) + "\n");
+        WriteAll(m_descriptor, bm_dev::EscapedJson(line.dump()) + "\n");
     }
 
 private:

@@ -50,7 +50,7 @@ void OnExit(int status, void*) {
     if (!notice.m_armed) return;
     fflush(stdout); // what the adaptor printed comes before
     ShowWithheld();
-    BM_PLATFORM::LogToConsole(false); // its other threads may log to the very end
+    bm_dev::LogToConsole(false); // its other threads may log to the very end
     const std::string where = notice.m_call.empty() ? "between two calls" : "during `" + notice.m_call + "`";
     Tell("the adaptor ended the process " + where + " (exit status " + std::to_string(status) + ")");
     notice.m_armed = false; // that was the last line

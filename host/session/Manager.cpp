@@ -8,7 +8,7 @@ namespace bmhost {
 
 HostManager::HostManager(int mode, const std::string& storage)
     : m_mode(mode),
-      m_storage(BM_PLATFORM::MakeStorage(storage)) {}
+      m_storage(bm_dev::MakeStorage(storage)) {}
 
 int HostManager::RegisterGroup(unsigned group, BM_ADAPTOR::CBaseAdaptor*) {
     const std::lock_guard lock(m_guard);
@@ -33,7 +33,7 @@ int HostManager::UnregisterEventClass(unsigned eventClass) {
 }
 
 CBaseOsLog* HostManager::GetLogger() {
-    return &BM_PLATFORM::HostLog();
+    return &bm_dev::HostLog();
 }
 
 int HostManager::SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvParams* params) {

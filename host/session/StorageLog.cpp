@@ -9,7 +9,7 @@
 namespace bmhost {
 
 StorageLog::StorageLog() {
-    BM_PLATFORM::LogToListener([this](int level, const std::string& component, const std::string& text) {
+    bm_dev::LogToListener([this](int level, const std::string& component, const std::string& text) {
         constexpr std::string_view title = "CDataStorage :: ";
         if (level > BM_LOG_ERROR || component != "Storage") return;
         const std::lock_guard lock(m_guard);
@@ -19,7 +19,7 @@ StorageLog::StorageLog() {
 }
 
 StorageLog::~StorageLog() {
-    BM_PLATFORM::LogToListener({});
+    bm_dev::LogToListener({});
 }
 
 std::size_t StorageLog::Count() const {

@@ -90,7 +90,7 @@ std::string UpgradeText(const UpgradeRow& upgrade) {
 
 ordered_json ModuleJson(const ModuleStatus& module) {
     ordered_json fields = {
-        {"place", LedBayText(module.m_bay)}, {"bay", module.m_bay}, {"name", BM_PLATFORM::Utf8OfBytes(module.m_name)}};
+        {"place", LedBayText(module.m_bay)}, {"bay", module.m_bay}, {"name", bm_dev::Utf8OfBytes(module.m_name)}};
     if (module.m_runStatus) {
         fields["run_status"] = *module.m_runStatus;
         fields["run_status_name"] = RunStatusName(*module.m_runStatus);
@@ -131,7 +131,7 @@ bool StatusJson(Session& session, std::string& text) {
                                   {"state_name", UpgradeStateName(status.m_upgrade.m_state)}};
     const bool good = IsGood(status);
     const ordered_json line = {{"op", "status"}, {"good", good}, {"modules", modules}, {"upgrade", upgrade}};
-    text += BM_PLATFORM::EscapedJson(line.dump()) + "\n";
+    text += bm_dev::EscapedJson(line.dump()) + "\n";
     return good;
 }
 

@@ -42,7 +42,7 @@ DriverFileAnswer DriverFileRecords::Write(unsigned open, std::string_view record
     const unsigned number = ++m_writes;
     const DriverFileFault* const fault = FaultOf(DriverFileCall::Write, number);
     RecordLine line = {
-        {"open", open}, {"write", number}, {"text", BM_PLATFORM::Utf8OfBytes(record.substr(0, MaxDriverRecord))}};
+        {"open", open}, {"write", number}, {"text", bm_dev::Utf8OfBytes(record.substr(0, MaxDriverRecord))}};
     if (fault != nullptr && !fault->m_bytes) return Refused(fault->m_error, line);
     if (record.size() > MaxDriverRecord) return Refused(EINVAL, line);
     if (fault == nullptr || *fault->m_bytes >= record.size()) return {static_cast<int>(record.size()), line.dump()};

@@ -22,7 +22,7 @@ int OrderCommand::Run(int count, char** arguments) {
     } catch (const CLI::ParseError& error) {
         return m_app.exit(error) == 0 ? 0 : BadUsage;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "bladesim: %s\n", BM_PLATFORM::Printable(error.what(), "\n").c_str());
+        std::fprintf(stderr, "bladesim: %s\n", bm_dev::Printable(error.what(), "\n").c_str());
         return NotBroughtUp;
     }
 }

@@ -37,7 +37,7 @@ void Print(const std::string& text);
 /// A line of JSON that steers no terminal.
 template <typename Json>
 std::string JsonLine(const Json& json) {
-    return BM_PLATFORM::EscapedJson(json.dump()) + "\n";
+    return bm_dev::EscapedJson(json.dump()) + "\n";
 }
 
 } // namespace bladesim

@@ -13,7 +13,7 @@
 namespace bladesim {
 namespace {
 
-using namespace BM_PLATFORM;
+using namespace bm_dev;
 
 constexpr char FailHelp[] = "The call answers CODE from now on, until it is cleared.\n"
                             "Example: bladesim switch fail mavkAmcSwitchPortEnable 5 3";
@@ -24,15 +24,15 @@ std::string File() {
     return *file;
 }
 
-void SetCable(SWITCH_STATE& state, int port, bool up) {
-    const auto found = state.m_Ports.find(port);
-    if (found == state.m_Ports.end()) throw BladeError("the switch has no port " + std::to_string(port));
-    found->second.m_Cable = up;
+void SetCable(SwitchState& state, int port, bool up) {
+    const auto found = state.m_ports.find(port);
+    if (found == state.m_ports.end()) throw BladeError("the switch has no port " + std::to_string(port));
+    found->second.m_cable = up;
 }
 
 // Without a call it clears all failures, without a number all those of the call.
-void Clear(SWITCH_STATE& state, const std::optional<std::string>& call, std::optional<int> number) {
-    std::erase_if(state.m_Failures, [&](const auto& failure) {
+void Clear(SwitchState& state, const std::optional<std::string>& call, std::optional<int> number) {
+    std::erase_if(state.m_failures, [&](const auto& failure) {
         const auto& [failedCall, failedNumber] = failure.first;
         return (!call || failedCall == *call) && (!number || failedNumber == number);
     });
@@ -58,7 +58,7 @@ private:
     void AddShow(CLI::App& show) {
         AddJson(show);
         Does(show, [this] {
-            const SWITCH_STATE state = ReadSwitch(File());
+            const SwitchState state = ReadSwitch(File());
             Print(m_json ? JsonLine(JsonOfSwitch(state)) : FormatSwitch(state));
         });
     }
@@ -72,7 +72,7 @@ private:
             ->type_name("")
             ->check(CLI::IsMember({"up", "down"}));
         Does(link, [this] {
-            ChangeSwitch(File(), [this](SWITCH_STATE& state) { SetCable(state, m_port, m_cableState == "up"); });
+            ChangeSwitch(File(), [this](SwitchState& state) { SetCable(state, m_port, m_cableState == "up"); });
         });
     }
 
@@ -85,18 +85,18 @@ private:
             ->check(NotZero);
         AddNumber(fail);
         Does(fail, [this] {
-            ChangeSwitch(File(), [this](SWITCH_STATE& state) { state.SetFailure(*m_call, m_number, m_code); });
+            ChangeSwitch(File(), [this](SwitchState& state) { state.SetFailure(*m_call, m_number, m_code); });
         });
     }
 
     void AddClear(CLI::App& clear) {
         AddCall(clear);
         AddNumber(clear);
-        Does(clear, [this] { ChangeSwitch(File(), [this](SWITCH_STATE& state) { Clear(state, m_call, m_number); }); });
+        Does(clear, [this] { ChangeSwitch(File(), [this](SwitchState& state) { Clear(state, m_call, m_number); }); });
     }
 
     CLI::Option* AddCall(CLI::App& command) {
-        const std::vector<std::string> calls(SWITCH_CALLS.begin(), SWITCH_CALLS.end());
+        const std::vector<std::string> calls(SwitchCalls.begin(), SwitchCalls.end());
         return command.add_option("CALL", m_call, "The board driver's call")
             ->type_name("")
             ->check(CLI::IsMember(calls));

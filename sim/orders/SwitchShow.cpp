@@ -10,7 +10,7 @@
 namespace bladesim {
 namespace {
 
-using namespace BM_PLATFORM;
+using namespace bm_dev;
 using nlohmann::ordered_json;
 using Rows = std::vector<std::vector<Cell>>;
 
@@ -21,35 +21,35 @@ std::string MacText(const std::array<unsigned char, 6>& mac) {
     return text.data();
 }
 
-const char* StateOf(const SWITCH_PORT& port) {
-    return port.m_Enabled ? "enabled" : "disabled";
+const char* StateOf(const SwitchPort& port) {
+    return port.m_enabled ? "enabled" : "disabled";
 }
 
 const char* UpOrDown(bool up) {
     return up ? "up" : "down";
 }
 
-bool HasLink(const SWITCH_PORT& port) {
-    return port.m_Enabled && port.m_Cable;
+bool HasLink(const SwitchPort& port) {
+    return port.m_enabled && port.m_cable;
 }
 
 } // namespace
 
-std::string FormatSwitch(const SWITCH_STATE& state) {
+std::string FormatSwitch(const SwitchState& state) {
     Rows ports{{{"PORT"}, {"STATE"}, {"CABLE"}, {"LINK"}}};
-    for (const auto& [number, port] : state.m_Ports) {
+    for (const auto& [number, port] : state.m_ports) {
         ports.push_back(
-            {{std::to_string(number)}, {StateOf(port)}, {UpOrDown(port.m_Cable)}, {UpOrDown(HasLink(port))}});
+            {{std::to_string(number)}, {StateOf(port)}, {UpOrDown(port.m_cable)}, {UpOrDown(HasLink(port))}});
     }
     std::string text = FormatTable(ports, false);
     Rows learnt{{{"ADDRESS"}, {"BEHIND"}}};
-    for (const auto& [mac, destination] : state.m_Learnt) {
+    for (const auto& [mac, destination] : state.m_learnt) {
         learnt.push_back(
-            {{MacText(mac)}, {(destination.m_IsDSP ? "DSP " : "port ") + std::to_string(destination.m_Number)}});
+            {{MacText(mac)}, {(destination.m_isDSP ? "DSP " : "port ") + std::to_string(destination.m_number)}});
     }
     if (learnt.size() > 1) text += "\n" + FormatTable(learnt, false);
     Rows failures{{{"CALL"}, {"ANSWERS"}, {"FOR"}}};
-    for (const auto& [where, code] : state.m_Failures) {
+    for (const auto& [where, code] : state.m_failures) {
         failures.push_back(
             {{where.first}, {std::to_string(code)}, {where.second ? std::to_string(*where.second) : "all"}});
     }
@@ -57,18 +57,18 @@ std::string FormatSwitch(const SWITCH_STATE& state) {
     return text;
 }
 
-ordered_json JsonOfSwitch(const SWITCH_STATE& state) {
+ordered_json JsonOfSwitch(const SwitchState& state) {
     ordered_json ports = ordered_json::array();
-    for (const auto& [number, port] : state.m_Ports) {
+    for (const auto& [number, port] : state.m_ports) {
         ports.push_back(
-            {{"port", number}, {"enabled", port.m_Enabled}, {"cable", port.m_Cable}, {"link", HasLink(port)}});
+            {{"port", number}, {"enabled", port.m_enabled}, {"cable", port.m_cable}, {"link", HasLink(port)}});
     }
     ordered_json learnt = ordered_json::array();
-    for (const auto& [mac, destination] : state.m_Learnt) {
-        learnt.push_back({{"mac", MacText(mac)}, {destination.m_IsDSP ? "dsp" : "port", destination.m_Number}});
+    for (const auto& [mac, destination] : state.m_learnt) {
+        learnt.push_back({{"mac", MacText(mac)}, {destination.m_isDSP ? "dsp" : "port", destination.m_number}});
     }
     ordered_json failures = ordered_json::array();
-    for (const auto& [where, code] : state.m_Failures) {
+    for (const auto& [where, code] : state.m_failures) {
         ordered_json failure = {{"call", where.first}, {"code", code}};
         if (where.second) failure["number"] = *where.second;
         failures.push_back(std::move(failure));

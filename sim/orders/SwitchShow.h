@@ -10,9 +10,9 @@
 namespace bladesim {
 
 /// The ports, and where there are any the learnt addresses and the calls that fail, as tables for people.
-std::string FormatSwitch(const BM_PLATFORM::SWITCH_STATE& state);
+std::string FormatSwitch(const bm_dev::SwitchState& state);
 
 /// The same for programs: docs/bladesim.md describes it.
-nlohmann::ordered_json JsonOfSwitch(const BM_PLATFORM::SWITCH_STATE& state);
+nlohmann::ordered_json JsonOfSwitch(const bm_dev::SwitchState& state);
 
 } // namespace bladesim

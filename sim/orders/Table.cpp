@@ -25,7 +25,7 @@ std::string FormatTable(std::vector<std::vector<Cell>> rows, bool colors) {
         widths.resize(std::max(widths.size(), row.size()));
         for (size_t column = 0; column < row.size(); ++column) {
             std::string& text = row[column].m_text;
-            text = BM_PLATFORM::Printable(std::move(text));
+            text = bm_dev::Printable(std::move(text));
             widths[column] = std::max(widths[column], Width(text));
         }
     }

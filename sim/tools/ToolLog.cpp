@@ -98,7 +98,7 @@ ToolRun::ToolRun(std::string runFolder, const std::string& tool, const std::vect
     m_number = CountBeginnings(ReadFile(LogFile(m_runFolder))) + 1;
     ordered_json words = ordered_json::array();
     for (const std::string& argument : arguments)
-        words.push_back(BM_PLATFORM::Utf8OfBytes(argument));
+        words.push_back(bm_dev::Utf8OfBytes(argument));
     const ordered_json line = {{"number", m_number},
                                {"tool", tool},
                                {"argv", std::move(words)},

@@ -17,136 +17,136 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr int g_LEDsOfPlace = 4;
-constexpr int g_Threads = 2 * g_LEDsOfPlace; // baseboard and first AMC
-constexpr int g_Unit = 10;                   // ms, what the controller counts in
-constexpr int g_ShortestTime = 10;           // units
-constexpr int g_Times = 241;                 // from the shortest to the longest, 250 units
-constexpr int g_ColorOfLED[] = {4, 2, 3, 5}; // OpenIPMI's blue, red, green, yellow: each LED has one
+constexpr int LEDsOfPlace = 4;
+constexpr int ThreadCount = 2 * LEDsOfPlace; // baseboard and first AMC
+constexpr int Unit = 10;                     // ms, what the controller counts in
+constexpr int ShortestTime = 10;             // units
+constexpr int TimeCount = 241;               // from the shortest to the longest, 250 units
+constexpr int ColorOfLED[] = {4, 2, 3, 5};   // OpenIPMI's blue, red, green, yellow: each LED has one
 
-std::atomic<bool> g_Failed{false};
+std::atomic<bool> failed{false};
 
-void Fail(int a_Thread, const char* a_What, int a_Value) {
-    std::fprintf(stderr, "led_threads: thread %d: %s %d\n", a_Thread, a_What, a_Value);
-    g_Failed = true;
+void Fail(int thread, const char* what, int value) {
+    std::fprintf(stderr, "led_threads: thread %d: %s %d\n", thread, what, value);
+    failed = true;
 }
 
-template <typename ROW>
-void Put(ROW& a_Row, unsigned a_Id, int a_Value) {
-    CBMIParam l_Param(BMI_PARAM_INT, a_Id, true);
-    l_Param.SetInt(a_Value);
-    a_Row.Add(l_Param);
+template <typename Row>
+void Put(Row& row, unsigned id, int value) {
+    CBMIParam param(BMI_PARAM_INT, id, true);
+    param.SetInt(value);
+    row.Add(param);
 }
 
 /// One settable LED, and what its thread wrote to it last.
-class OWN_LED {
+class OwnLED {
 public:
-    OWN_LED(int a_Index, int a_AMCBay)
-        : m_Index(a_Index),
-          m_Bay(a_AMCBay),
-          m_bBoard(a_Index < g_LEDsOfPlace),
-          m_LED(a_Index % g_LEDsOfPlace + 1) {}
+    OwnLED(int index, int amcBay)
+        : m_index(index),
+          m_bay(amcBay),
+          m_isBoard(index < LEDsOfPlace),
+          m_led(index % LEDsOfPlace + 1) {}
 
     /// Local control, on and off time as the row has them; false when there is no answer.
-    bool Read(CBaseAdaptor& a_Adaptor, int& a_On, int& a_Off) const {
-        const CBMIKeys l_Keys = Keys();
-        CBMIParams* l_Answer = nullptr;
-        const int l_Result = a_Adaptor.ReadParams(Group(), &l_Keys, l_Answer);
-        const std::unique_ptr<CBMIParams> l_Row(l_Answer);
-        const CBMIParam* const l_On = l_Row ? l_Row->GetParamById(Base() + 2) : nullptr;
-        const CBMIParam* const l_Off = l_Row ? l_Row->GetParamById(Base() + 3) : nullptr;
-        if (l_Result != 1 || l_On == nullptr || l_Off == nullptr) return false;
-        a_On = l_On->GetInt();
-        a_Off = l_Off->GetInt();
+    bool Read(CBaseAdaptor& adaptor, int& onTime, int& offTime) const {
+        const CBMIKeys keys = Keys();
+        CBMIParams* answer = nullptr;
+        const int result = adaptor.ReadParams(Group(), &keys, answer);
+        const std::unique_ptr<CBMIParams> row(answer);
+        const CBMIParam* const on = row ? row->GetParamById(Base() + 2) : nullptr;
+        const CBMIParam* const off = row ? row->GetParamById(Base() + 3) : nullptr;
+        if (result != 1 || on == nullptr || off == nullptr) return false;
+        onTime = on->GetInt();
+        offTime = off->GetInt();
         return true;
     }
 
-    int Write(CBaseAdaptor& a_Adaptor, int a_Round) {
-        m_On = (g_ShortestTime + (a_Round * 7 + m_Index) % g_Times) * g_Unit;
-        m_Off = (g_ShortestTime + (a_Round * 3 + m_Index) % g_Times) * g_Unit;
-        CBMIKeys l_Keys = Keys();
-        CBMIParams l_Values;
-        Put(l_Values, Base() + 5, 1); // override
-        Put(l_Values, Base() + 2, m_On);
-        Put(l_Values, Base() + 3, m_Off);
-        Put(l_Values, Base() + 0xC, g_ColorOfLED[m_LED - 1]);
-        return a_Adaptor.WriteParams(Group(), &l_Keys, &l_Values);
+    int Write(CBaseAdaptor& adaptor, int round) {
+        m_on = (ShortestTime + (round * 7 + m_index) % TimeCount) * Unit;
+        m_off = (ShortestTime + (round * 3 + m_index) % TimeCount) * Unit;
+        CBMIKeys keys = Keys();
+        CBMIParams values;
+        Put(values, Base() + 5, 1); // override
+        Put(values, Base() + 2, m_on);
+        Put(values, Base() + 3, m_off);
+        Put(values, Base() + 0xC, ColorOfLED[m_led - 1]);
+        return adaptor.WriteParams(Group(), &keys, &values);
     }
 
     /// The controller has on-durations and LED functions (off-durations) of 10 ms, and the row gives them as they are.
-    bool Holds(int a_On, int a_Off) const { return a_On == m_On / g_Unit && a_Off == m_Off / g_Unit; }
+    bool Holds(int onTime, int offTime) const { return onTime == m_on / Unit && offTime == m_off / Unit; }
 
-    void Print(bool a_Last) const {
-        std::printf(R"({"board": %s, "led": %d, "on": %d, "off": %d}%s)", m_bBoard ? "true" : "false", m_LED, m_On,
-                    m_Off, a_Last ? "" : ", ");
+    void Print(bool last) const {
+        std::printf(R"({"board": %s, "led": %d, "on": %d, "off": %d}%s)", m_isBoard ? "true" : "false", m_led, m_on,
+                    m_off, last ? "" : ", ");
     }
 
 private:
     unsigned Group() const {
-        return m_bBoard ? BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL : BMI_GROUP_HARDWARE_AMC_LED_INTERNAL;
+        return m_isBoard ? BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL : BMI_GROUP_HARDWARE_AMC_LED_INTERNAL;
     }
     unsigned Base() const { return Group(); } // the ids of these groups count from their number
 
     CBMIKeys Keys() const {
-        CBMIKeys l_Keys;
-        Put(l_Keys, Base() + 1, m_LED);
-        if (!m_bBoard) Put(l_Keys, BMI_HW_AMC_LED_BAY, m_Bay);
-        return l_Keys;
+        CBMIKeys keys;
+        Put(keys, Base() + 1, m_led);
+        if (!m_isBoard) Put(keys, BMI_HW_AMC_LED_BAY, m_bay);
+        return keys;
     }
 
-    int m_Index;
-    int m_Bay;
-    bool m_bBoard;
-    int m_LED;
-    int m_On = 0;
-    int m_Off = 0;
+    int m_index;
+    int m_bay;
+    bool m_isBoard;
+    int m_led;
+    int m_on = 0;
+    int m_off = 0;
 };
 
 } // namespace
 
-int main(int a_Count, char** a_Arguments) {
-    if (a_Count != 3) {
+int main(int count, char** arguments) {
+    if (count != 3) {
         std::fprintf(stderr, "usage: led_threads SECONDS BAY-OF-THE-FIRST-AMC\n");
         return 2;
     }
-    const auto l_End = std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(a_Arguments[1]));
-    const int l_AMCBay = std::atoi(a_Arguments[2]);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(arguments[1]));
+    const int amcBay = std::atoi(arguments[2]);
     // Never destroyed: the domain thread uses them as long as the process lives.
-    auto& l_Host = *new SILENT_HOST;
-    auto& l_Adaptor = *new IPMIAdaptor;
-    if (l_Adaptor.Init(&l_Host) != 1) return 1;
+    auto& host = *new SilentHost;
+    auto& adaptor = *new IPMIAdaptor;
+    if (adaptor.Init(&host) != 1) return 1;
 
-    std::vector<OWN_LED> l_LEDs;
-    for (int i = 0; i < g_Threads; ++i)
-        l_LEDs.emplace_back(i, l_AMCBay);
-    std::array<int, g_Threads> l_Rounds{};
-    std::vector<std::thread> l_Threads;
-    for (int i = 0; i < g_Threads; ++i) {
-        l_Threads.emplace_back([&, i] {
-            const auto l_Index = static_cast<size_t>(i);
-            while (std::chrono::steady_clock::now() < l_End && !g_Failed) {
-                const int l_Round = ++l_Rounds[l_Index];
-                int l_On = 0;
-                int l_Off = 0;
-                const int l_Result = l_LEDs[l_Index].Write(l_Adaptor, l_Round);
-                if (l_Result != 0) Fail(i, "a write gave", l_Result);
-                if (!l_LEDs[l_Index].Read(l_Adaptor, l_On, l_Off)) Fail(i, "its LED cannot be read in round", l_Round);
-                if (!l_LEDs[l_Index].Holds(l_On, l_Off)) Fail(i, "its LED is not as written in round", l_Round);
-                const auto l_Other = static_cast<size_t>((i + l_Round) % g_Threads);
-                if (!l_LEDs[l_Other].Read(l_Adaptor, l_On, l_Off))
-                    Fail(i, "an LED of another thread cannot be read in round", l_Round);
+    std::vector<OwnLED> leds;
+    for (int i = 0; i < ThreadCount; ++i)
+        leds.emplace_back(i, amcBay);
+    std::array<int, ThreadCount> rounds{};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < ThreadCount; ++i) {
+        threads.emplace_back([&, i] {
+            const auto index = static_cast<size_t>(i);
+            while (std::chrono::steady_clock::now() < end && !failed) {
+                const int round = ++rounds[index];
+                int on = 0;
+                int off = 0;
+                const int result = leds[index].Write(adaptor, round);
+                if (result != 0) Fail(i, "a write gave", result);
+                if (!leds[index].Read(adaptor, on, off)) Fail(i, "its LED cannot be read in round", round);
+                if (!leds[index].Holds(on, off)) Fail(i, "its LED is not as written in round", round);
+                const auto other = static_cast<size_t>((i + round) % ThreadCount);
+                if (!leds[other].Read(adaptor, on, off))
+                    Fail(i, "an LED of another thread cannot be read in round", round);
             }
         });
     }
-    for (auto& l_Thread : l_Threads)
-        l_Thread.join();
+    for (auto& thread : threads)
+        thread.join();
 
     std::printf("{\"rounds\": [");
-    for (size_t i = 0; i < l_Rounds.size(); ++i)
-        std::printf("%d%s", l_Rounds[i], i + 1 < l_Rounds.size() ? ", " : "], \"leds\": [");
-    for (size_t i = 0; i < l_LEDs.size(); ++i)
-        l_LEDs[i].Print(i + 1 == l_LEDs.size());
+    for (size_t i = 0; i < rounds.size(); ++i)
+        std::printf("%d%s", rounds[i], i + 1 < rounds.size() ? ", " : "], \"leds\": [");
+    for (size_t i = 0; i < leds.size(); ++i)
+        leds[i].Print(i + 1 == leds.size());
     std::printf("]}\n");
     std::fflush(stdout);
-    std::_Exit(g_Failed ? 1 : 0);
+    std::_Exit(failed ? 1 : 0);
 }

@@ -7,95 +7,95 @@
 #include <string>
 #include <string_view>
 
-namespace BM_PLATFORM {
+namespace bm_dev {
 
 /// The hardware's bytes are no encoding: each becomes the character of its number, those above 0x7F U+0080 to U+00FF.
-inline std::string Utf8OfBytes(std::string_view a_Bytes) {
-    std::string l_Text;
-    for (const char l_Char : a_Bytes) {
-        const auto l_Byte = static_cast<unsigned char>(l_Char);
-        if (l_Byte < 0x80) {
-            l_Text += l_Char;
+inline std::string Utf8OfBytes(std::string_view bytes) {
+    std::string text;
+    for (const char character : bytes) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte < 0x80) {
+            text += character;
         } else {
-            l_Text += static_cast<char>(0xC0 | (l_Byte >> 6));
-            l_Text += static_cast<char>(0x80 | (l_Byte & 0x3F));
+            text += static_cast<char>(0xC0 | (byte >> 6));
+            text += static_cast<char>(0x80 | (byte & 0x3F));
         }
     }
-    return l_Text;
+    return text;
 }
 
 /// How many bytes the character at the text's begin has in UTF-8: 0 when they are none, -1 when the text ends within
 /// it.
-inline int Utf8Length(std::string_view a_Text) {
-    const auto l_At = [&](std::size_t a_Index) { return static_cast<unsigned char>(a_Text[a_Index]); };
-    const unsigned char l_First = l_At(0);
-    if (l_First < 0x80) return 1;
-    if (l_First < 0xC2 || l_First > 0xF4) return 0;
-    const std::size_t l_Length = l_First < 0xE0 ? 2 : l_First < 0xF0 ? 3 : 4;
-    for (std::size_t i = 1; i < l_Length; ++i) {
-        if (i == a_Text.size()) return -1;
-        if ((l_At(i) & 0xC0) != 0x80) return 0;
+inline int Utf8Length(std::string_view text) {
+    const auto at = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+    const unsigned char first = at(0);
+    if (first < 0x80) return 1;
+    if (first < 0xC2 || first > 0xF4) return 0;
+    const std::size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    for (std::size_t i = 1; i < length; ++i) {
+        if (i == text.size()) return -1;
+        if ((at(i) & 0xC0) != 0x80) return 0;
         if (i > 1) continue;
         // Too long for what they say, half of a pair, or beyond the last character.
-        if ((l_First == 0xE0 && l_At(1) < 0xA0) || (l_First == 0xED && l_At(1) > 0x9F)) return 0;
-        if ((l_First == 0xF0 && l_At(1) < 0x90) || (l_First == 0xF4 && l_At(1) > 0x8F)) return 0;
+        if ((first == 0xE0 && at(1) < 0xA0) || (first == 0xED && at(1) > 0x9F)) return 0;
+        if ((first == 0xF0 && at(1) < 0x90) || (first == 0xF4 && at(1) > 0x8F)) return 0;
     }
-    return static_cast<int>(l_Length);
+    return static_cast<int>(length);
 }
 
-/// Replaces by '?' in place, byte by byte, what a terminal takes for a command: control bytes but those in `a_Kept`,
+/// Replaces by '?' in place, byte by byte, what a terminal takes for a command: control bytes but those in `kept`,
 /// and 0x80 to 0x9F as the characters U+0080 to U+009F or alone. Other characters of UTF-8 and other bytes stay.
 /// @return how many bytes are done: all, or when the text ends within a character and is not the last piece, those
 /// before it. Allocates nothing.
-inline std::size_t HideControls(char* a_Text, std::size_t a_Size, std::string_view a_Kept, bool a_Last) {
-    std::size_t l_Done = 0;
-    while (l_Done < a_Size) {
-        char* const l_At = a_Text + l_Done;
-        const auto l_First = static_cast<unsigned char>(*l_At);
-        const int l_Length = Utf8Length({l_At, a_Size - l_Done});
-        if (l_Length < 0 && !a_Last) break;
-        const std::size_t l_Bytes = l_Length > 0 ? static_cast<std::size_t>(l_Length) : 1;
-        const bool l_Control = l_Bytes == 1 && (l_First < ' ' || (l_First >= 0x7F && l_First < 0xA0)) &&
-                               a_Kept.find(*l_At) == std::string_view::npos;
-        const bool l_LateControl = l_Bytes == 2 && l_First == 0xC2 && static_cast<unsigned char>(l_At[1]) < 0xA0;
-        if (l_Control || l_LateControl) std::fill_n(l_At, l_Bytes, '?');
-        l_Done += l_Bytes;
+inline std::size_t HideControls(char* text, std::size_t size, std::string_view kept, bool last) {
+    std::size_t done = 0;
+    while (done < size) {
+        char* const at = text + done;
+        const auto first = static_cast<unsigned char>(*at);
+        const int length = Utf8Length({at, size - done});
+        if (length < 0 && !last) break;
+        const std::size_t bytes = length > 0 ? static_cast<std::size_t>(length) : 1;
+        const bool control =
+            bytes == 1 && (first < ' ' || (first >= 0x7F && first < 0xA0)) && kept.find(*at) == std::string_view::npos;
+        const bool lateControl = bytes == 2 && first == 0xC2 && static_cast<unsigned char>(at[1]) < 0xA0;
+        if (control || lateControl) std::fill_n(at, bytes, '?');
+        done += bytes;
     }
-    return l_Done;
+    return done;
 }
 
 /// The text with '?' for what a terminal takes for a command; see above.
-inline std::string Printable(std::string a_Text, std::string_view a_Kept = {}) {
-    HideControls(a_Text.data(), a_Text.size(), a_Kept, true);
-    return a_Text;
+inline std::string Printable(std::string text, std::string_view kept = {}) {
+    HideControls(text.data(), text.size(), kept, true);
+    return text;
 }
 
 /// A text of JSON (UTF-8) with escapes for the characters that JSON may have as they are, and a terminal takes for
 /// commands or a program for line ends: U+007F to U+009F, U+2028 and U+2029.
-inline std::string EscapedJson(std::string_view a_Json) {
-    std::string l_Text;
-    const auto l_At = [&](std::size_t a_Index) {
-        return a_Index < a_Json.size() ? static_cast<unsigned char>(a_Json[a_Index]) : 0U;
+inline std::string EscapedJson(std::string_view json) {
+    std::string text;
+    const auto at = [&](std::size_t index) {
+        return index < json.size() ? static_cast<unsigned char>(json[index]) : 0U;
     };
-    const auto l_Escape = [&](unsigned a_Character) {
-        constexpr char DIGITS[] = "0123456789abcdef";
-        l_Text += "\\u";
-        for (const unsigned l_Shift : {12U, 8U, 4U, 0U})
-            l_Text += DIGITS[(a_Character >> l_Shift) & 0xF];
+    const auto escape = [&](unsigned character) {
+        constexpr char digits[] = "0123456789abcdef";
+        text += "\\u";
+        for (const unsigned shift : {12U, 8U, 4U, 0U})
+            text += digits[(character >> shift) & 0xF];
     };
-    for (std::size_t i = 0; i < a_Json.size(); ++i) {
-        if (l_At(i) == 0x7F) {
-            l_Escape(0x7F);
-        } else if (l_At(i) == 0xC2 && l_At(i + 1) >= 0x80 && l_At(i + 1) < 0xA0) {
-            l_Escape(l_At(++i));
-        } else if (l_At(i) == 0xE2 && l_At(i + 1) == 0x80 && (l_At(i + 2) & 0xFE) == 0xA8) {
-            l_Escape(0x2000 | (l_At(i + 2) & 0x3F));
+    for (std::size_t i = 0; i < json.size(); ++i) {
+        if (at(i) == 0x7F) {
+            escape(0x7F);
+        } else if (at(i) == 0xC2 && at(i + 1) >= 0x80 && at(i + 1) < 0xA0) {
+            escape(at(++i));
+        } else if (at(i) == 0xE2 && at(i + 1) == 0x80 && (at(i + 2) & 0xFE) == 0xA8) {
+            escape(0x2000 | (at(i + 2) & 0x3F));
             i += 2;
         } else {
-            l_Text += a_Json[i];
+            text += json[i];
         }
     }
-    return l_Text;
+    return text;
 }
 
-} // namespace BM_PLATFORM
+} // namespace bm_dev

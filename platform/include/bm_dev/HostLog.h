@@ -6,7 +6,7 @@
 
 class CBaseOsLog;
 
-namespace BM_PLATFORM {
+namespace bm_dev {
 
 /// Lines go to the console (standard error) from the start.
 void LogToConsole(bool on);
@@ -16,10 +16,10 @@ void LogToFile(const std::string& path);
 /// Lines are told to the listener as well, one at a time, on the thread that logs; null: to nobody any more, from the
 /// moment that this returns. Component and text are printable; a text of several lines comes as it is, without the
 /// marks that the later ones have in console and file. A listener must not log.
-using LOG_LISTENER = std::function<void(int level, const std::string& component, const std::string& text)>;
-void LogToListener(LOG_LISTENER listener);
+using LogListener = std::function<void(int level, const std::string& component, const std::string& text)>;
+void LogToListener(LogListener listener);
 
 /// The logger object to hand to adaptors: the same lines as bmiLog's. Valid until the process has ended.
 CBaseOsLog& HostLog();
 
-} // namespace BM_PLATFORM
+} // namespace bm_dev

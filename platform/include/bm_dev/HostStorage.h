@@ -9,7 +9,7 @@ namespace QUB_STORAGE {
 class CDataStorage;
 }
 
-namespace BM_PLATFORM {
+namespace bm_dev {
 
 /// The storage whose files stand in `folder`; a relative one is taken from the current folder of this moment. Nothing
 /// is touched before the first transaction, which makes the folder when it is missing. Layout and results:
@@ -18,4 +18,4 @@ namespace BM_PLATFORM {
 std::shared_ptr<QUB_STORAGE::CDataStorage> MakeStorage(const std::string& folder,
                                                        std::chrono::milliseconds lockWait = std::chrono::seconds(10));
 
-} // namespace BM_PLATFORM
+} // namespace bm_dev

@@ -23,75 +23,75 @@
 #include <utility>
 #include <vector>
 
-namespace BM_PLATFORM {
+namespace bm_dev {
 
 /// What the switch's calls answer besides 0.
 enum SWITCH_ERROR_e : int {
-    SWITCH_NO_SUCH_PORT = 1,
-    SWITCH_BAD_ARGUMENT = 2,
-    SWITCH_TABLE_FULL = 3,
-    SWITCH_NO_CARD = 6,         ///< there is no simulated board
-    SWITCH_STATE_UNREADABLE = 7 ///< its state file is refused, or cannot be written
+    SwitchNoSuchPort = 1,
+    SwitchBadArgument = 2,
+    SwitchTableFull = 3,
+    SwitchNoCard = 6,         ///< there is no simulated board
+    SwitchStateUnreadable = 7 ///< its state file is refused, or cannot be written
 };
 
 /// The calls that can be made to fail.
-constexpr std::array<std::string_view, 6> SWITCH_CALLS = {"uPCIMemOpen",
-                                                          "uPCIMemClose",
-                                                          "mavkAmcSwitchPortEnable",
-                                                          "mavkAmcSwitchPortCheckLink",
-                                                          "mavkAmcSwitchMACLearn",
-                                                          "mavkAmcSwitchMACLearnByDSP"};
+constexpr std::array<std::string_view, 6> SwitchCalls = {"uPCIMemOpen",
+                                                         "uPCIMemClose",
+                                                         "mavkAmcSwitchPortEnable",
+                                                         "mavkAmcSwitchPortCheckLink",
+                                                         "mavkAmcSwitchMACLearn",
+                                                         "mavkAmcSwitchMACLearnByDSP"};
 
-struct SWITCH_PORT {
-    bool m_Enabled = true;
-    bool m_Cable = true; ///< a link comes up while the port is enabled
+struct SwitchPort {
+    bool m_enabled = true;
+    bool m_cable = true; ///< a link comes up while the port is enabled
 
-    bool operator==(const SWITCH_PORT&) const = default;
+    bool operator==(const SwitchPort&) const = default;
 };
 
 /// Behind which port or DSP (counted from 0) an address is.
-struct SWITCH_DESTINATION {
-    bool m_IsDSP = false;
-    int m_Number = 0;
+struct SwitchDestination {
+    bool m_isDSP = false;
+    int m_number = 0;
 
-    bool operator==(const SWITCH_DESTINATION&) const = default;
+    bool operator==(const SwitchDestination&) const = default;
 };
 
 /// Ports 3 and 4 lead to the fabric, 5 and 6 to the RTM, 7 and 8 to the CPUs.
-struct SWITCH_STATE {
-    std::map<int, SWITCH_PORT> m_Ports = {{3, {}}, {4, {}}, {5, {}}, {6, {}}, {7, {}}, {8, {}}};
-    std::map<std::array<unsigned char, 6>, SWITCH_DESTINATION> m_Learnt;
+struct SwitchState {
+    std::map<int, SwitchPort> m_ports = {{3, {}}, {4, {}}, {5, {}}, {6, {}}, {7, {}}, {8, {}}};
+    std::map<std::array<unsigned char, 6>, SwitchDestination> m_learnt;
     /// By call and, where it fails for one only, its port or DSP.
-    std::map<std::pair<std::string, std::optional<int>>, int> m_Failures;
+    std::map<std::pair<std::string, std::optional<int>>, int> m_failures;
 
     /// What the call answers by order; 0 when it is to work.
-    int FailureOf(std::string_view a_Call, std::optional<int> a_Number = std::nullopt) const;
+    int FailureOf(std::string_view call, std::optional<int> number = std::nullopt) const;
     /// Orders a failure; code 0 lifts it.
-    void SetFailure(const std::string& a_Call, std::optional<int> a_Number, int a_Code);
+    void SetFailure(const std::string& call, std::optional<int> number, int code);
 
-    bool operator==(const SWITCH_STATE&) const = default;
+    bool operator==(const SwitchState&) const = default;
 };
 
 /// The addresses that fit into the forwarding table, and the DSPs that the switch has: 4 on each of 8 AMCs.
-constexpr std::size_t SWITCH_TABLE_SIZE = 512;
-constexpr int SWITCH_DSPS = 32;
+constexpr std::size_t SwitchTableSize = 512;
+constexpr int SwitchDSPs = 32;
 
 /// Why a state file is refused or cannot be written: file, line and reason.
-class SWITCH_STATE_ERROR : public std::runtime_error {
+class SwitchStateError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// The state as the file's text, and back; `name` names the text in what is thrown: SWITCH_STATE_ERROR.
-std::string TextOfSwitch(const SWITCH_STATE& state);
-SWITCH_STATE SwitchOfText(const std::string& content, const std::string& name);
+/// The state as the file's text, and back; `name` names the text in what is thrown: SwitchStateError.
+std::string TextOfSwitch(const SwitchState& state);
+SwitchState SwitchOfText(const std::string& content, const std::string& name);
 
 /// The state file of the simulated board: "switch" in the folder BLADESIM_RUN_DIR. Nothing when there is no such board.
 std::optional<std::string> SwitchFile();
 
-/// Both throw SWITCH_STATE_ERROR. A change is seen whole or not at all; one process changes the file at a time. A file
+/// Both throw SwitchStateError. A change is seen whole or not at all; one process changes the file at a time. A file
 /// that is refused is never overwritten.
-SWITCH_STATE ReadSwitch(const std::string& path);
-void ChangeSwitch(const std::string& path, const std::function<void(SWITCH_STATE&)>& change);
+SwitchState ReadSwitch(const std::string& path);
+void ChangeSwitch(const std::string& path, const std::function<void(SwitchState&)>& change);
 
-} // namespace BM_PLATFORM
+} // namespace bm_dev

@@ -8,7 +8,7 @@
 
 namespace {
 
-using namespace BM_PLATFORM;
+using namespace bm_dev;
 
 enum OpenResult : int { OpenParseError = 2, OpenNoMemory = 3, OpenNullHandle = 4, OpenNoCard = 6 };
 
@@ -17,7 +17,7 @@ template <typename Action>
 int OnBoard(const char* call, int unreadable, Action action) {
     try {
         const auto file = SwitchFile();
-        return file ? action(*file) : static_cast<int>(SWITCH_NO_CARD);
+        return file ? action(*file) : static_cast<int>(SwitchNoCard);
     } catch (const std::exception& error) {
         bmiLog(BM_LOG_ERROR, "Board Driver", "%s - %s", call, error.what());
         return unreadable;
@@ -27,9 +27,9 @@ int OnBoard(const char* call, int unreadable, Action action) {
 // Changes the state unless the call is to fail; `action(state)` gives the result.
 template <typename Action>
 int Change(const char* call, int number, Action action) {
-    return OnBoard(call, SWITCH_STATE_UNREADABLE, [&](const std::string& file) {
+    return OnBoard(call, SwitchStateUnreadable, [&](const std::string& file) {
         int result = 0;
-        ChangeSwitch(file, [&](SWITCH_STATE& state) {
+        ChangeSwitch(file, [&](SwitchState& state) {
             result = state.FailureOf(call, number);
             if (result == 0) result = action(state);
         });
@@ -37,11 +37,11 @@ int Change(const char* call, int number, Action action) {
     });
 }
 
-int Learn(SWITCH_STATE& state, const unsigned char* mac, SWITCH_DESTINATION destination) {
+int Learn(SwitchState& state, const unsigned char* mac, SwitchDestination destination) {
     std::array<unsigned char, 6> address{};
     std::copy_n(mac, address.size(), address.begin());
-    if (state.m_Learnt.size() >= SWITCH_TABLE_SIZE && !state.m_Learnt.contains(address)) return SWITCH_TABLE_FULL;
-    state.m_Learnt[address] = destination;
+    if (state.m_learnt.size() >= SwitchTableSize && !state.m_learnt.contains(address)) return SwitchTableFull;
+    state.m_learnt[address] = destination;
     return 0;
 }
 
@@ -56,46 +56,46 @@ int uPCIMemOpen(void* handle, int, int) {
 
 int uPCIMemClose(void*) {
     if (!SwitchFile()) return 0; // nothing was opened
-    return OnBoard(__func__, SWITCH_STATE_UNREADABLE,
+    return OnBoard(__func__, SwitchStateUnreadable,
                    [](const std::string& file) { return ReadSwitch(file).FailureOf("uPCIMemClose"); });
 }
 
 int mavkAmcSwitchPortEnable(int backend, int mode, int* out) {
     enum PortMode : int { Disable = 0, Enable = 1, Query = 2 };
-    if (mode < Disable || mode > Query) return SwitchFile() ? SWITCH_BAD_ARGUMENT : SWITCH_NO_CARD;
-    return Change(__func__, backend, [&](SWITCH_STATE& state) {
-        const auto port = state.m_Ports.find(backend);
-        if (port == state.m_Ports.end()) return static_cast<int>(SWITCH_NO_SUCH_PORT);
-        if (mode != Query) port->second.m_Enabled = mode == Enable;
-        if (out != nullptr) *out = port->second.m_Enabled ? 1 : 0;
+    if (mode < Disable || mode > Query) return SwitchFile() ? SwitchBadArgument : SwitchNoCard;
+    return Change(__func__, backend, [&](SwitchState& state) {
+        const auto port = state.m_ports.find(backend);
+        if (port == state.m_ports.end()) return static_cast<int>(SwitchNoSuchPort);
+        if (mode != Query) port->second.m_enabled = mode == Enable;
+        if (out != nullptr) *out = port->second.m_enabled ? 1 : 0;
         return 0;
     });
 }
 
 int mavkAmcSwitchPortCheckLink(int backend, int* out) {
-    return OnBoard(__func__, SWITCH_STATE_UNREADABLE, [&](const std::string& file) {
-        const SWITCH_STATE state = ReadSwitch(file);
+    return OnBoard(__func__, SwitchStateUnreadable, [&](const std::string& file) {
+        const SwitchState state = ReadSwitch(file);
         if (const int failure = state.FailureOf("mavkAmcSwitchPortCheckLink", backend)) return failure;
-        const auto port = state.m_Ports.find(backend);
-        if (port == state.m_Ports.end()) return static_cast<int>(SWITCH_NO_SUCH_PORT);
-        if (out == nullptr) return static_cast<int>(SWITCH_BAD_ARGUMENT);
-        *out = port->second.m_Enabled && port->second.m_Cable ? 1 : 0;
+        const auto port = state.m_ports.find(backend);
+        if (port == state.m_ports.end()) return static_cast<int>(SwitchNoSuchPort);
+        if (out == nullptr) return static_cast<int>(SwitchBadArgument);
+        *out = port->second.m_enabled && port->second.m_cable ? 1 : 0;
         return 0;
     });
 }
 
 int mavkAmcSwitchMACLearn(int port, const unsigned char mac[6]) {
-    return Change(__func__, port, [&](SWITCH_STATE& state) {
-        if (!state.m_Ports.contains(port)) return static_cast<int>(SWITCH_NO_SUCH_PORT);
-        if (mac == nullptr) return static_cast<int>(SWITCH_BAD_ARGUMENT);
+    return Change(__func__, port, [&](SwitchState& state) {
+        if (!state.m_ports.contains(port)) return static_cast<int>(SwitchNoSuchPort);
+        if (mac == nullptr) return static_cast<int>(SwitchBadArgument);
         return Learn(state, mac, {false, port});
     });
 }
 
 int mavkAmcSwitchMACLearnByDSP(int dsp, const unsigned char mac[6]) {
-    return Change(__func__, dsp, [&](SWITCH_STATE& state) {
-        if (dsp < 0 || dsp >= SWITCH_DSPS) return static_cast<int>(SWITCH_NO_SUCH_PORT);
-        if (mac == nullptr) return static_cast<int>(SWITCH_BAD_ARGUMENT);
+    return Change(__func__, dsp, [&](SwitchState& state) {
+        if (dsp < 0 || dsp >= SwitchDSPs) return static_cast<int>(SwitchNoSuchPort);
+        if (mac == nullptr) return static_cast<int>(SwitchBadArgument);
         return Learn(state, mac, {true, dsp});
     });
 }

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <sstream>
 
-namespace BM_PLATFORM {
+namespace bm_dev {
 
 namespace {
 
@@ -37,7 +37,7 @@ public:
 
     std::string Word(const char* what) {
         std::string word;
-        if (!(m_words >> word)) throw SWITCH_STATE_ERROR(std::string("no ") + what);
+        if (!(m_words >> word)) throw SwitchStateError(std::string("no ") + what);
         return word;
     }
 
@@ -68,43 +68,43 @@ public:
     }
 
     void End() {
-        if (!IsEmpty()) throw SWITCH_STATE_ERROR("\"" + Word("word") + "\" is one word too many");
+        if (!IsEmpty()) throw SwitchStateError("\"" + Word("word") + "\" is one word too many");
     }
 
     [[noreturn]] static void Refuse(const char* what, const std::string& word) {
-        throw SWITCH_STATE_ERROR("\"" + word.substr(0, 40) + "\" is no " + what);
+        throw SwitchStateError("\"" + word.substr(0, 40) + "\" is no " + what);
     }
 
 private:
     std::istringstream m_words;
 };
 
-void TakePort(Line& line, SWITCH_STATE& state) {
+void TakePort(Line& line, SwitchState& state) {
     const int number = line.Number("port");
     const bool enabled = line.Either("enabled", "disabled", "administrative state");
     const bool cable = line.Either("up", "down", "link state");
-    if (!state.m_Ports.insert({number, {enabled, cable}}).second)
-        throw SWITCH_STATE_ERROR("a second port " + std::to_string(number));
+    if (!state.m_ports.insert({number, {enabled, cable}}).second)
+        throw SwitchStateError("a second port " + std::to_string(number));
 }
 
-void TakeLearnt(Line& line, SWITCH_STATE& state) {
+void TakeLearnt(Line& line, SwitchState& state) {
     const auto mac = line.Mac();
     const bool isDSP = line.Either("dsp", "port", "destination");
     const int number = line.Number("number");
-    if (state.m_Learnt.size() >= SWITCH_TABLE_SIZE) throw SWITCH_STATE_ERROR("too many addresses");
-    if (!state.m_Learnt.insert({mac, {isDSP, number}}).second)
-        throw SWITCH_STATE_ERROR("a second entry for " + TextOf(mac));
+    if (state.m_learnt.size() >= SwitchTableSize) throw SwitchStateError("too many addresses");
+    if (!state.m_learnt.insert({mac, {isDSP, number}}).second)
+        throw SwitchStateError("a second entry for " + TextOf(mac));
 }
 
-void TakeFailure(Line& line, SWITCH_STATE& state) {
+void TakeFailure(Line& line, SwitchState& state) {
     const std::string call = line.Word("call");
-    if (std::ranges::find(SWITCH_CALLS, call) == SWITCH_CALLS.end()) Line::Refuse("call", call);
+    if (std::ranges::find(SwitchCalls, call) == SwitchCalls.end()) Line::Refuse("call", call);
     const int code = line.Number("code");
     state.SetFailure(call, line.IsEmpty() ? std::nullopt : std::optional(line.Number("port or DSP")), code);
 }
 
 // False at the last line.
-bool TakeLine(Line& line, SWITCH_STATE& state) {
+bool TakeLine(Line& line, SwitchState& state) {
     if (line.IsEmpty()) return true;
     const std::string kind = line.Word("word");
     if (kind == "port") {
@@ -122,30 +122,30 @@ bool TakeLine(Line& line, SWITCH_STATE& state) {
 
 } // namespace
 
-int SWITCH_STATE::FailureOf(std::string_view call, std::optional<int> number) const {
+int SwitchState::FailureOf(std::string_view call, std::optional<int> number) const {
     for (const auto& each : {number, std::optional<int>()}) {
-        const auto found = m_Failures.find({std::string(call), each});
-        if (found != m_Failures.end()) return found->second;
+        const auto found = m_failures.find({std::string(call), each});
+        if (found != m_failures.end()) return found->second;
     }
     return 0;
 }
 
-void SWITCH_STATE::SetFailure(const std::string& call, std::optional<int> number, int code) {
-    m_Failures.erase({call, number});
-    if (code != 0) m_Failures[{call, number}] = code;
+void SwitchState::SetFailure(const std::string& call, std::optional<int> number, int code) {
+    m_failures.erase({call, number});
+    if (code != 0) m_failures[{call, number}] = code;
 }
 
-std::string TextOfSwitch(const SWITCH_STATE& state) {
+std::string TextOfSwitch(const SwitchState& state) {
     std::ostringstream text;
     text << FirstLine << '\n';
-    for (const auto& [number, port] : state.m_Ports) {
-        text << "port " << number << (port.m_Enabled ? " enabled" : " disabled")
-             << (port.m_Cable ? " up\n" : " down\n");
+    for (const auto& [number, port] : state.m_ports) {
+        text << "port " << number << (port.m_enabled ? " enabled" : " disabled")
+             << (port.m_cable ? " up\n" : " down\n");
     }
-    for (const auto& [mac, destination] : state.m_Learnt) {
-        text << "learnt " << TextOf(mac) << (destination.m_IsDSP ? " dsp " : " port ") << destination.m_Number << '\n';
+    for (const auto& [mac, destination] : state.m_learnt) {
+        text << "learnt " << TextOf(mac) << (destination.m_isDSP ? " dsp " : " port ") << destination.m_number << '\n';
     }
-    for (const auto& [where, code] : state.m_Failures) {
+    for (const auto& [where, code] : state.m_failures) {
         text << "fail " << where.first << ' ' << code;
         if (where.second) text << ' ' << *where.second;
         text << '\n';
@@ -154,25 +154,25 @@ std::string TextOfSwitch(const SWITCH_STATE& state) {
     return text.str();
 }
 
-SWITCH_STATE SwitchOfText(const std::string& content, const std::string& name) {
-    SWITCH_STATE state;
-    state.m_Ports.clear();
+SwitchState SwitchOfText(const std::string& content, const std::string& name) {
+    SwitchState state;
+    state.m_ports.clear();
     std::istringstream lines(content);
     std::string text;
     int number = 1;
     try {
         if (!std::getline(lines, text) || text != FirstLine)
-            throw SWITCH_STATE_ERROR(std::string("does not begin with \"") + FirstLine + "\"");
+            throw SwitchStateError(std::string("does not begin with \"") + FirstLine + "\"");
         for (bool hasMore = true; hasMore;) {
             ++number;
-            if (!std::getline(lines, text)) throw SWITCH_STATE_ERROR("incomplete: no \"end\"");
+            if (!std::getline(lines, text)) throw SwitchStateError("incomplete: no \"end\"");
             Line line(text);
             hasMore = TakeLine(line, state);
         }
-    } catch (const SWITCH_STATE_ERROR& error) {
-        throw SWITCH_STATE_ERROR(name + ":" + std::to_string(number) + ": " + error.what());
+    } catch (const SwitchStateError& error) {
+        throw SwitchStateError(name + ":" + std::to_string(number) + ": " + error.what());
     }
     return state;
 }
 
-} // namespace BM_PLATFORM
+} // namespace bm_dev

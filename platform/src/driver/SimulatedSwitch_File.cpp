@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace BM_PLATFORM {
+namespace bm_dev {
 
 namespace {
 
@@ -20,7 +20,7 @@ constexpr std::size_t MostBytes = std::size_t{64} * 1024;
 constexpr mode_t Mode = 0644;
 
 [[noreturn]] void ThrowErrno(const std::string& what) {
-    throw SWITCH_STATE_ERROR(what + ": " + std::generic_category().message(errno));
+    throw SwitchStateError(what + ": " + std::generic_category().message(errno));
 }
 
 class Descriptor {
@@ -46,7 +46,7 @@ std::optional<std::string> Read(const std::string& path) {
     if (!file.IsOpen() && errno == ENOENT) return std::nullopt;
     struct stat status {};
     if (!file.IsOpen() || fstat(file.Number(), &status) != 0) ThrowErrno(path);
-    if (!S_ISREG(status.st_mode)) throw SWITCH_STATE_ERROR(path + ": no file");
+    if (!S_ISREG(status.st_mode)) throw SwitchStateError(path + ": no file");
     std::string text;
     for (;;) {
         std::array<char, 4096> part{};
@@ -55,13 +55,13 @@ std::optional<std::string> Read(const std::string& path) {
         if (length < 0) ThrowErrno(path);
         if (length == 0) return text;
         text.append(part.data(), static_cast<std::size_t>(length));
-        if (text.size() > MostBytes) throw SWITCH_STATE_ERROR(path + ": larger than 64 KiB");
+        if (text.size() > MostBytes) throw SwitchStateError(path + ": larger than 64 KiB");
     }
 }
 
-SWITCH_STATE StateOf(const std::string& path) {
+SwitchState StateOf(const std::string& path) {
     const auto text = Read(path);
-    return text ? SwitchOfText(*text, path) : SWITCH_STATE{};
+    return text ? SwitchOfText(*text, path) : SwitchState{};
 }
 
 // Readers find the old file or the new one. It stands in memory: nothing is gained by waiting for a disk.
@@ -85,21 +85,21 @@ std::optional<std::string> SwitchFile() {
     return std::string(folder) + "/switch";
 }
 
-SWITCH_STATE ReadSwitch(const std::string& path) {
+SwitchState ReadSwitch(const std::string& path) {
     return StateOf(path);
 }
 
-void ChangeSwitch(const std::string& path, const std::function<void(SWITCH_STATE&)>& change) {
+void ChangeSwitch(const std::string& path, const std::function<void(SwitchState&)>& change) {
     const std::string lockPath = path + ".lock";
     const Descriptor lock(lockPath, O_RDWR | O_CREAT); // held until it is closed
     if (!lock.IsOpen()) ThrowErrno(lockPath);
     while (flock(lock.Number(), LOCK_EX) != 0) {
         if (errno != EINTR) ThrowErrno(lockPath);
     }
-    const SWITCH_STATE before = StateOf(path);
-    SWITCH_STATE state = before;
+    const SwitchState before = StateOf(path);
+    SwitchState state = before;
     change(state);
     if (state != before) Replace(path, TextOfSwitch(state));
 }
 
-} // namespace BM_PLATFORM
+} // namespace bm_dev

@@ -22,7 +22,7 @@
 
 int BM_LOG_LEVEL = 0;
 
-namespace BM_PLATFORM {
+namespace bm_dev {
 
 namespace {
 
@@ -101,7 +101,7 @@ public:
         }
     }
 
-    void ToListener(LOG_LISTENER listener) {
+    void ToListener(LogListener listener) {
         const std::lock_guard<std::mutex> lock(m_guard);
         m_listener = std::move(listener);
     }
@@ -111,7 +111,7 @@ private:
     spdlog::logger m_logger;
     std::mutex m_guard;
     std::atomic<bool> m_told = false;
-    LOG_LISTENER m_listener;
+    LogListener m_listener;
 };
 
 LogWriter& TheLog() {
@@ -129,7 +129,7 @@ void LogToFile(const std::string& path) {
     TheLog().ToFile(path);
 }
 
-void LogToListener(LOG_LISTENER listener) {
+void LogToListener(LogListener listener) {
     TheLog().ToListener(std::move(listener));
 }
 
@@ -137,7 +137,7 @@ CBaseOsLog& HostLog() {
     return TheLog();
 }
 
-} // namespace BM_PLATFORM
+} // namespace bm_dev
 
 void bmiLog(int level, const char* component, const char* format, ...) {
     if (format == nullptr) return;
@@ -147,6 +147,6 @@ void bmiLog(int level, const char* component, const char* format, ...) {
     const int length = vasprintf(&text, format, arguments);
     va_end(arguments);
     if (length < 0) return; // no memory, no line
-    BM_PLATFORM::HostLog().Log(level, component, text);
+    bm_dev::HostLog().Log(level, component, text);
     free(text);
 }

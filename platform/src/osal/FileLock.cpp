@@ -70,7 +70,7 @@ std::string LockHolder(int number) {
         const std::string process = std::to_string(lock.m_process);
         std::string command;
         std::getline(std::ifstream("/proc/" + process + "/comm"), command);
-        return "process " + process + (command.empty() ? "" : " (" + BM_PLATFORM::Printable(command) + ")");
+        return "process " + process + (command.empty() ? "" : " (" + bm_dev::Printable(command) + ")");
     }
     return "another process";
 }

@@ -248,8 +248,8 @@ private:
 
 } // namespace bm_storage
 
-std::shared_ptr<QUB_STORAGE::CDataStorage> BM_PLATFORM::MakeStorage(const std::string& folder,
-                                                                    std::chrono::milliseconds lockWait) {
+std::shared_ptr<QUB_STORAGE::CDataStorage> bm_dev::MakeStorage(const std::string& folder,
+                                                               std::chrono::milliseconds lockWait) {
     return std::make_shared<bm_storage::DataStorage>(
         folder.empty() ? folder : std::filesystem::absolute(folder).string(), lockWait);
 }

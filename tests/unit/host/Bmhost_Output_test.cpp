@@ -43,12 +43,12 @@ TEST(BmhostOutput, ThatTakesNothingIsOneLineAndStatusOne) {
         Out m_out;
         const char* m_reason;
     };
-    constexpr OutCase Cases[] = {
+    constexpr OutCase cases[] = {
         {Out::Closed, "Bad file descriptor"}, {Out::BrokenPipe, "Broken pipe"}, {Out::Full, "No space left on device"}};
     const std::vector<std::vector<std::string>> commands = {
         {"--json", "init"}, {"init"},  {"--json", "table", "0x10"}, {"table", "0x10"}, {"inventory"},
         {"groups"},         {"--help"}};
-    for (const auto& [out, reason] : Cases) {
+    for (const auto& [out, reason] : cases) {
         for (const auto& words : commands) {
             const Ended ended = RunStub("good", words, "", out);
             EXPECT_EQ(1, ended.m_status) << testing::PrintToString(words) << ended.m_err;

@@ -65,7 +65,7 @@ TEST(BmhostScript, EndsAtALineThatCannotBeMeantAfterTheCallsBefore) {
         const char* m_line;
         const char* m_expected;
     };
-    constexpr WrongLine Cases[] = {
+    constexpr WrongLine cases[] = {
         {"nonsense", "unknown call 'nonsense'"},
         {"read nosuch", "unknown group 'nosuch'"},
         {"read 0x10 1=i:x", "expected an integer"},
@@ -74,7 +74,7 @@ TEST(BmhostScript, EndsAtALineThatCannotBeMeantAfterTheCallsBefore) {
         {"inventory", "unknown call 'inventory'"},
         {"--json", "unknown call '--json'"},
     };
-    for (const WrongLine& testCase : Cases) {
+    for (const WrongLine& testCase : cases) {
         const Ended ended = RunLines(std::string("init\n\n") + testCase.m_line + "\nfin\n");
         EXPECT_EQ(2, ended.m_status) << testCase.m_line;
         EXPECT_EQ("{\"op\":\"init\",\"result\":1}\n", ended.m_out);

@@ -46,7 +46,7 @@ protected:
 
     /// What a process does that seeds: the result.
     int Seed() {
-        const auto l_Storage = BM_PLATFORM::MakeStorage(m_Folder);
+        const auto l_Storage = bm_dev::MakeStorage(m_Folder);
         const std::atomic<QUB_STORAGE::CDataStorage*> l_Used = l_Storage.get();
         return DSP_IP_STORE(l_Used).Seed();
     }
@@ -55,7 +55,7 @@ protected:
     bool FreshInitFindsAll() {
         return TRACED_CHILD([&] {
                    WithoutOpenIPMI();
-                   const auto l_Storage = BM_PLATFORM::MakeStorage(m_Folder);
+                   const auto l_Storage = bm_dev::MakeStorage(m_Folder);
                    m_Host.m_Storage = l_Storage.get();
                    Init(1);
                    CBMITable* l_Table = nullptr;
@@ -66,7 +66,7 @@ protected:
 
     /// The addresses that are stored, by DSP number; "?" for one without.
     TEXTS Stored() const {
-        const auto l_Storage = BM_PLATFORM::MakeStorage(m_Folder);
+        const auto l_Storage = bm_dev::MakeStorage(m_Folder);
         CBMITable l_Table;
         EXPECT_EQ(l_Storage->StartTransaction(), 1);
         EXPECT_EQ(l_Storage->RetrieveTable(DSP_IP_FILE, l_Table, 0), 1);

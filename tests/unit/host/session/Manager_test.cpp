@@ -35,7 +35,7 @@ TEST(Manager, RemovesWhatWasRegisteredOnce) {
 TEST(Manager, GivesModeAndTheHostsLogger) {
     HostManager manager(3, Nowhere);
     EXPECT_EQ(3, manager.GetMode());
-    EXPECT_EQ(&BM_PLATFORM::HostLog(), manager.GetLogger());
+    EXPECT_EQ(&bm_dev::HostLog(), manager.GetLogger());
 }
 
 TEST(Manager, StorageIsInTheFolderOfItsChoice) {

@@ -41,22 +41,22 @@ struct NameCase {
 };
 
 TEST(Names, GroupsAreTakenWithoutTheirPrefixes) {
-    constexpr NameCase Cases[] = {
+    constexpr NameCase cases[] = {
         {"GROUP_HARDWARE_BOARD", 0x30000},  {"HARDWARE_BOARD", 0x30000}, {"board", 0x30000},
         {"BM_IPMI_BASEBOARD_LED", 0x30100}, {"baseboard_led", 0x30100},  {"AMC_FRU_TABLE", 0x300},
         {"Hardware_Rtm_Fru_Table", 0x400},  {"FIRMWARE_UPDATE", 0x600},  {"amc_table", 0x30200},
         {"AMC_SWITCHPORT_TABLE", 0x30e00},
     };
-    for (const auto& [result, number] : Cases)
+    for (const auto& [result, number] : cases)
         EXPECT_EQ(number, GroupNumber(result)) << result;
 }
 
 TEST(Names, ParametersAreTakenWithoutTheirPrefixes) {
-    constexpr NameCase Cases[] = {
+    constexpr NameCase cases[] = {
         {"HW_AMC_BAY", 0x30201}, {"AMC_BAY", 0x30201},   {"amc_run_status", 0x30208},
         {"AMC_FRU_BAY", 0x303},  {"update_file", 0x605},
     };
-    for (const auto& [result, number] : Cases)
+    for (const auto& [result, number] : cases)
         EXPECT_EQ(number, ParameterNumber(result, 0)) << result;
 }
 
@@ -75,9 +75,9 @@ TEST(Names, ParametersOfTheGroupAreTakenAsTheirColumnsAreShown) {
 }
 
 TEST(Names, NumbersPassWhetherKnownOrNot) {
-    constexpr NameCase Cases[] = {{"0x30200", 0x30200}, {"197120", 0x30200},        {"0", 0},
+    constexpr NameCase cases[] = {{"0x30200", 0x30200}, {"197120", 0x30200},        {"0", 0},
                                   {"0xabcd", 0xabcd},   {"4294967295", 0xFFFFFFFF}, {"0XFF", 0xFF}};
-    for (const auto& [result, number] : Cases) {
+    for (const auto& [result, number] : cases) {
         EXPECT_EQ(number, GroupNumber(result)) << result;
         EXPECT_EQ(number, ParameterNumber(result, 0x300)) << result;
     }

@@ -23,7 +23,7 @@ struct NumberCase {
 };
 
 TEST(Value, IntegerIsTypeOne) {
-    constexpr NumberCase Cases[] = {
+    constexpr NumberCase cases[] = {
         {"0", 0},
         {"3", 3},
         {"-1", -1},
@@ -37,7 +37,7 @@ TEST(Value, IntegerIsTypeOne) {
         {"2147483647", 2147483647},
         {"-2147483648", std::numeric_limits<int32_t>::min()},
     };
-    for (const auto& [text, value] : Cases) {
+    for (const auto& [text, value] : cases) {
         const CBMIParam param = ParseParam(std::string("0x303=") + text, true, Group);
         EXPECT_EQ(BMI_PARAM_INT, param.GetType()) << text;
         EXPECT_EQ(value, param.GetInt()) << text;
@@ -69,7 +69,7 @@ struct PrefixCase {
 };
 
 TEST(Value, PrefixForcesTheType) {
-    constexpr PrefixCase Cases[] = {
+    constexpr PrefixCase cases[] = {
         {"i:5", BMI_PARAM_INT, 5, false, ""},
         {"u:5", BMI_PARAM_UINT, 5, false, ""},
         {"u:0xffffffff", BMI_PARAM_UINT, -1, false, ""},
@@ -81,7 +81,7 @@ TEST(Value, PrefixForcesTheType) {
         {"s:i:5", BMI_PARAM_STRING, 0, false, "i:5"},
         {"s:99999999999", BMI_PARAM_STRING, 0, false, "99999999999"},
     };
-    for (const PrefixCase& testCase : Cases) {
+    for (const PrefixCase& testCase : cases) {
         const CBMIParam param = ParseParam(std::string("1=") + testCase.m_text, false, Group);
         EXPECT_EQ(testCase.m_type, param.GetType()) << testCase.m_text;
         EXPECT_EQ(testCase.m_int, param.GetInt()) << testCase.m_text;
@@ -105,7 +105,7 @@ struct WrongValueCase {
 };
 
 TEST(Value, WhatCannotBeMeantSaysWhatWasExpected) {
-    constexpr WrongValueCase Cases[] = {
+    constexpr WrongValueCase cases[] = {
         {"", "'': expected ID=VALUE"},
         {"0x303", "'0x303': expected ID=VALUE"},
         {"=3", "'=3': expected ID=VALUE"},
@@ -121,7 +121,7 @@ TEST(Value, WhatCannotBeMeantSaysWhatWasExpected) {
         {"1=99999999999999999999", "expected an integer of 32 bits"},
         {"1=-99999999999999999999", "expected an integer of 32 bits"},
     };
-    for (const WrongValueCase& testCase : Cases) {
+    for (const WrongValueCase& testCase : cases) {
         EXPECT_THAT(UsageErrorOf([&] { ParseParam(testCase.m_text, true, Group); }), HasSubstr(testCase.m_expected))
             << testCase.m_text;
     }

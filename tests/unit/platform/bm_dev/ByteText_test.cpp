@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace BM_PLATFORM;
+using namespace bm_dev;
 
 TEST(ByteText, HasTheCharacterOfEachBytesNumber) {
     EXPECT_EQ(Utf8OfBytes("\x01 az\x7F\x80\xBF\xC0\xFF"), "\x01 az\x7F\u0080\u00BF\u00C0\u00FF");

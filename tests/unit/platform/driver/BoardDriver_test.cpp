@@ -12,7 +12,7 @@
 #include <fstream>
 #include <string>
 
-using namespace BM_PLATFORM;
+using namespace bm_dev;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::Pair;
@@ -41,11 +41,11 @@ TEST_F(BoardDriver, CloseOfAHandleThatWasNeverOpenIsHarmless) {
 }
 
 TEST_F(BoardDriver, WithoutABoardThereIsNoSwitch) {
-    EXPECT_EQ(SWITCH_NO_CARD, mavkAmcSwitchPortEnable(3, 1, &m_out));
-    EXPECT_EQ(SWITCH_NO_CARD, mavkAmcSwitchPortEnable(3, 9, &m_out));
-    EXPECT_EQ(SWITCH_NO_CARD, mavkAmcSwitchPortCheckLink(3, &m_out));
-    EXPECT_EQ(SWITCH_NO_CARD, mavkAmcSwitchMACLearn(7, SomeMac));
-    EXPECT_EQ(SWITCH_NO_CARD, mavkAmcSwitchMACLearnByDSP(0, SomeMac));
+    EXPECT_EQ(SwitchNoCard, mavkAmcSwitchPortEnable(3, 1, &m_out));
+    EXPECT_EQ(SwitchNoCard, mavkAmcSwitchPortEnable(3, 9, &m_out));
+    EXPECT_EQ(SwitchNoCard, mavkAmcSwitchPortCheckLink(3, &m_out));
+    EXPECT_EQ(SwitchNoCard, mavkAmcSwitchMACLearn(7, SomeMac));
+    EXPECT_EQ(SwitchNoCard, mavkAmcSwitchMACLearnByDSP(0, SomeMac));
     EXPECT_EQ(m_out, -1);
 }
 
@@ -60,7 +60,7 @@ protected:
     ~SimulatedBoard() override { std::filesystem::remove_all(m_folder); }
 
     void Fail(const std::string& call, int code, std::optional<int> number = std::nullopt) const {
-        ChangeSwitch(m_file, [&](SWITCH_STATE& state) { state.SetFailure(call, number, code); });
+        ChangeSwitch(m_file, [&](SwitchState& state) { state.SetFailure(call, number, code); });
     }
 
     std::string m_folder;
@@ -89,12 +89,12 @@ TEST_F(SimulatedBoard, PortIsEnabledDisabledAndAsked) {
     EXPECT_EQ(1, m_out);
     EXPECT_EQ(0, mavkAmcSwitchPortEnable(3, 0, &m_out));
     EXPECT_EQ(0, m_out);
-    EXPECT_FALSE(ReadSwitch(m_file).m_Ports[3].m_Enabled);
+    EXPECT_FALSE(ReadSwitch(m_file).m_ports[3].m_enabled);
     EXPECT_EQ(0, mavkAmcSwitchPortEnable(3, 2, &m_out));
     EXPECT_EQ(0, m_out);
     EXPECT_EQ(0, mavkAmcSwitchPortEnable(3, 1, nullptr));
-    EXPECT_TRUE(ReadSwitch(m_file).m_Ports[3].m_Enabled);
-    EXPECT_TRUE(ReadSwitch(m_file).m_Ports[4].m_Enabled);
+    EXPECT_TRUE(ReadSwitch(m_file).m_ports[3].m_enabled);
+    EXPECT_TRUE(ReadSwitch(m_file).m_ports[4].m_enabled);
 }
 
 TEST_F(SimulatedBoard, LinkIsUpWhenTheCableIsThereAndThePortEnabled) {
@@ -104,7 +104,7 @@ TEST_F(SimulatedBoard, LinkIsUpWhenTheCableIsThereAndThePortEnabled) {
     EXPECT_EQ(0, mavkAmcSwitchPortCheckLink(5, &m_out));
     EXPECT_EQ(0, m_out);
     mavkAmcSwitchPortEnable(5, 1, nullptr);
-    ChangeSwitch(m_file, [](SWITCH_STATE& state) { state.m_Ports[5].m_Cable = false; }); // pulled out
+    ChangeSwitch(m_file, [](SwitchState& state) { state.m_ports[5].m_cable = false; }); // pulled out
     EXPECT_EQ(0, mavkAmcSwitchPortCheckLink(5, &m_out));
     EXPECT_EQ(0, m_out);
 }
@@ -113,34 +113,34 @@ TEST_F(SimulatedBoard, AddressesAreLearntAndMoved) {
     constexpr unsigned char Other[6] = {2, 0, 0, 0, 0, 0x11};
     EXPECT_EQ(0, mavkAmcSwitchMACLearnByDSP(31, SomeMac));
     EXPECT_EQ(0, mavkAmcSwitchMACLearn(8, Other));
-    EXPECT_THAT(ReadSwitch(m_file).m_Learnt, ElementsAre(Pair(std::to_array(Other), SWITCH_DESTINATION{false, 8}),
-                                                         Pair(std::to_array(SomeMac), SWITCH_DESTINATION{true, 31})));
+    EXPECT_THAT(ReadSwitch(m_file).m_learnt, ElementsAre(Pair(std::to_array(Other), SwitchDestination{false, 8}),
+                                                         Pair(std::to_array(SomeMac), SwitchDestination{true, 31})));
     EXPECT_EQ(0, mavkAmcSwitchMACLearn(7, SomeMac));
-    EXPECT_EQ(ReadSwitch(m_file).m_Learnt[std::to_array(SomeMac)], (SWITCH_DESTINATION{false, 7}));
+    EXPECT_EQ(ReadSwitch(m_file).m_learnt[std::to_array(SomeMac)], (SwitchDestination{false, 7}));
 }
 
 TEST_F(SimulatedBoard, FullTableTakesNoNewAddress) {
-    ChangeSwitch(m_file, [](SWITCH_STATE& state) {
-        for (std::size_t i = 0; i < SWITCH_TABLE_SIZE; ++i)
-            state.m_Learnt[{3, 0, 0, 0, static_cast<unsigned char>(i / 256), static_cast<unsigned char>(i)}] = {};
+    ChangeSwitch(m_file, [](SwitchState& state) {
+        for (std::size_t i = 0; i < SwitchTableSize; ++i)
+            state.m_learnt[{3, 0, 0, 0, static_cast<unsigned char>(i / 256), static_cast<unsigned char>(i)}] = {};
     });
-    EXPECT_EQ(SWITCH_TABLE_FULL, mavkAmcSwitchMACLearnByDSP(0, SomeMac));
+    EXPECT_EQ(SwitchTableFull, mavkAmcSwitchMACLearnByDSP(0, SomeMac));
     constexpr unsigned char Known[6] = {3, 0, 0, 0, 1, 0};
     EXPECT_EQ(0, mavkAmcSwitchMACLearnByDSP(0, Known));
 }
 
 TEST_F(SimulatedBoard, WhatItDoesNotHaveIsRefused) {
     for (const int port : {-1, 0, 2, 9})
-        EXPECT_EQ(SWITCH_NO_SUCH_PORT, mavkAmcSwitchPortEnable(port, 1, &m_out)) << port;
-    EXPECT_EQ(SWITCH_NO_SUCH_PORT, mavkAmcSwitchPortCheckLink(9, &m_out));
-    EXPECT_EQ(SWITCH_NO_SUCH_PORT, mavkAmcSwitchMACLearn(9, SomeMac));
-    EXPECT_EQ(SWITCH_NO_SUCH_PORT, mavkAmcSwitchMACLearnByDSP(-1, SomeMac));
-    EXPECT_EQ(SWITCH_NO_SUCH_PORT, mavkAmcSwitchMACLearnByDSP(32, SomeMac));
-    EXPECT_EQ(SWITCH_BAD_ARGUMENT, mavkAmcSwitchPortEnable(3, 3, &m_out));
-    EXPECT_EQ(SWITCH_BAD_ARGUMENT, mavkAmcSwitchPortEnable(3, -1, &m_out));
-    EXPECT_EQ(SWITCH_BAD_ARGUMENT, mavkAmcSwitchPortCheckLink(3, nullptr));
-    EXPECT_EQ(SWITCH_BAD_ARGUMENT, mavkAmcSwitchMACLearn(7, nullptr));
-    EXPECT_EQ(SWITCH_BAD_ARGUMENT, mavkAmcSwitchMACLearnByDSP(0, nullptr));
+        EXPECT_EQ(SwitchNoSuchPort, mavkAmcSwitchPortEnable(port, 1, &m_out)) << port;
+    EXPECT_EQ(SwitchNoSuchPort, mavkAmcSwitchPortCheckLink(9, &m_out));
+    EXPECT_EQ(SwitchNoSuchPort, mavkAmcSwitchMACLearn(9, SomeMac));
+    EXPECT_EQ(SwitchNoSuchPort, mavkAmcSwitchMACLearnByDSP(-1, SomeMac));
+    EXPECT_EQ(SwitchNoSuchPort, mavkAmcSwitchMACLearnByDSP(32, SomeMac));
+    EXPECT_EQ(SwitchBadArgument, mavkAmcSwitchPortEnable(3, 3, &m_out));
+    EXPECT_EQ(SwitchBadArgument, mavkAmcSwitchPortEnable(3, -1, &m_out));
+    EXPECT_EQ(SwitchBadArgument, mavkAmcSwitchPortCheckLink(3, nullptr));
+    EXPECT_EQ(SwitchBadArgument, mavkAmcSwitchMACLearn(7, nullptr));
+    EXPECT_EQ(SwitchBadArgument, mavkAmcSwitchMACLearnByDSP(0, nullptr));
     EXPECT_EQ(m_out, -1);
     EXPECT_FALSE(std::filesystem::exists(m_file));
 }
@@ -150,7 +150,7 @@ TEST_F(SimulatedBoard, OrderedFailureChangesNothing) {
     Fail("mavkAmcSwitchPortCheckLink", 12);
     Fail("mavkAmcSwitchMACLearn", 13, 8);
     Fail("mavkAmcSwitchMACLearnByDSP", 14, 2);
-    const SWITCH_STATE before = ReadSwitch(m_file);
+    const SwitchState before = ReadSwitch(m_file);
     EXPECT_EQ(11, mavkAmcSwitchPortEnable(4, 0, &m_out));
     EXPECT_EQ(12, mavkAmcSwitchPortCheckLink(3, &m_out));
     EXPECT_EQ(13, mavkAmcSwitchMACLearn(8, SomeMac));
@@ -165,11 +165,11 @@ TEST_F(SimulatedBoard, StateThatCannotBeReadFailsEveryCallAndIsLoggedWithItsLine
     std::ofstream(m_file) << "bladesim switch 1\nport 3 ena";
     const LogFile log;
     EXPECT_EQ(2, uPCIMemOpen(m_handle, 1, 0));
-    EXPECT_EQ(SWITCH_STATE_UNREADABLE, mavkAmcSwitchPortEnable(3, 1, &m_out));
-    EXPECT_EQ(SWITCH_STATE_UNREADABLE, mavkAmcSwitchPortCheckLink(3, &m_out));
-    EXPECT_EQ(SWITCH_STATE_UNREADABLE, mavkAmcSwitchMACLearn(7, SomeMac));
-    EXPECT_EQ(SWITCH_STATE_UNREADABLE, mavkAmcSwitchMACLearnByDSP(0, SomeMac));
-    EXPECT_EQ(SWITCH_STATE_UNREADABLE, uPCIMemClose(m_handle));
+    EXPECT_EQ(SwitchStateUnreadable, mavkAmcSwitchPortEnable(3, 1, &m_out));
+    EXPECT_EQ(SwitchStateUnreadable, mavkAmcSwitchPortCheckLink(3, &m_out));
+    EXPECT_EQ(SwitchStateUnreadable, mavkAmcSwitchMACLearn(7, SomeMac));
+    EXPECT_EQ(SwitchStateUnreadable, mavkAmcSwitchMACLearnByDSP(0, SomeMac));
+    EXPECT_EQ(SwitchStateUnreadable, uPCIMemClose(m_handle));
     const auto lines = log.Lines();
     ASSERT_EQ(lines.size(), 6U);
     EXPECT_THAT(lines[0],

@@ -13,7 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using namespace BM_PLATFORM;
+using namespace bm_dev;
 using testing::EndsWith;
 
 namespace {
@@ -45,7 +45,7 @@ protected:
         try {
             ReadSwitch(m_file);
             return {};
-        } catch (const SWITCH_STATE_ERROR& error) {
+        } catch (const SwitchStateError& error) {
             return error.what();
         }
     }
@@ -60,9 +60,9 @@ TEST_F(SimulatedSwitch, IsFreshWithoutAFile) {
 }
 
 TEST_F(SimulatedSwitch, TextHoldsAllThatIsKnown) {
-    SWITCH_STATE state;
-    state.m_Ports = {{3, {false, true}}, {8, {true, false}}};
-    state.m_Learnt = {{{2, 0, 0, 0, 0, 0xAB}, {true, 31}}, {{0, 0, 0, 0, 0, 1}, {false, 7}}};
+    SwitchState state;
+    state.m_ports = {{3, {false, true}}, {8, {true, false}}};
+    state.m_learnt = {{{2, 0, 0, 0, 0, 0xAB}, {true, 31}}, {{0, 0, 0, 0, 0, 1}, {false, 7}}};
     state.SetFailure("mavkAmcSwitchPortEnable", std::nullopt, 5);
     state.SetFailure("mavkAmcSwitchMACLearnByDSP", 2, -1);
     const std::string text = TextOfSwitch(state);
@@ -76,11 +76,11 @@ TEST_F(SimulatedSwitch, TextHoldsAllThatIsKnown) {
 
 TEST_F(SimulatedSwitch, PersonMayWriteCommentsBlankLinesAndNothingBehindTheEnd) {
     Write("bladesim switch 1\n\n# the fabric\n  port   3 disabled down # unplugged\nend\nport x\n");
-    EXPECT_EQ(ReadSwitch(m_file).m_Ports, (std::map<int, SWITCH_PORT>{{3, {false, false}}}));
+    EXPECT_EQ(ReadSwitch(m_file).m_ports, (std::map<int, SwitchPort>{{3, {false, false}}}));
 }
 
 TEST_F(SimulatedSwitch, FailureIsForAllOrForOne) {
-    SWITCH_STATE state;
+    SwitchState state;
     state.SetFailure("mavkAmcSwitchMACLearn", std::nullopt, 5);
     state.SetFailure("mavkAmcSwitchMACLearn", 7, 6);
     EXPECT_EQ(state.FailureOf("mavkAmcSwitchMACLearn", 7), 6);
@@ -105,7 +105,7 @@ class RefusedSwitch : public SimulatedSwitch, public testing::WithParamInterface
 TEST_P(RefusedSwitch, IsReportedWithItsLineAndLeftAlone) {
     Write(GetParam().m_text);
     EXPECT_EQ(Refusal(), m_file + GetParam().m_reason);
-    EXPECT_THROW(ChangeSwitch(m_file, [](SWITCH_STATE& state) { state.m_Ports.clear(); }), SWITCH_STATE_ERROR);
+    EXPECT_THROW(ChangeSwitch(m_file, [](SwitchState& state) { state.m_ports.clear(); }), SwitchStateError);
     EXPECT_EQ(Read(), GetParam().m_text);
 }
 
@@ -160,26 +160,26 @@ TEST_F(SimulatedSwitch, WhatIsNoFileIsRefusedAtOnce) {
 }
 
 TEST_F(SimulatedSwitch, ChangeIsWrittenWholeAndOnlyWhenThereIsOne) {
-    ChangeSwitch(m_file, [](SWITCH_STATE&) {});
+    ChangeSwitch(m_file, [](SwitchState&) {});
     EXPECT_FALSE(std::filesystem::exists(m_file));
-    ChangeSwitch(m_file, [](SWITCH_STATE& state) { state.m_Ports[3].m_Cable = false; });
+    ChangeSwitch(m_file, [](SwitchState& state) { state.m_ports[3].m_cable = false; });
     EXPECT_THAT(Read(), testing::StartsWith("bladesim switch 1\nport 3 enabled down\nport 4 enabled up\n"));
     EXPECT_FALSE(std::filesystem::exists(m_file + ".new"));
 }
 
 TEST_F(SimulatedSwitch, LeftoverOfAKilledProcessIsNoHindrance) {
     std::ofstream(m_file + ".new") << "half a st";
-    ChangeSwitch(m_file, [](SWITCH_STATE& state) { state.m_Ports[3].m_Cable = false; });
-    EXPECT_FALSE(ReadSwitch(m_file).m_Ports[3].m_Cable);
+    ChangeSwitch(m_file, [](SwitchState& state) { state.m_ports[3].m_cable = false; });
+    EXPECT_FALSE(ReadSwitch(m_file).m_ports[3].m_cable);
 }
 
 TEST_F(SimulatedSwitch, FolderThatIsNotThereIsReported) {
     m_file = m_folder + "/none/switch";
     EXPECT_EQ(Refusal(), ""); // no file: a fresh switch
     try {
-        ChangeSwitch(m_file, [](SWITCH_STATE& state) { state.m_Ports.clear(); });
+        ChangeSwitch(m_file, [](SwitchState& state) { state.m_ports.clear(); });
         FAIL();
-    } catch (const SWITCH_STATE_ERROR& error) {
+    } catch (const SwitchStateError& error) {
         EXPECT_THAT(error.what(), EndsWith("/none/switch.lock: No such file or directory"));
     }
 }
@@ -193,7 +193,7 @@ TEST_F(SimulatedSwitch, ChangesOfSeveralProcessesAreAllKept) {
         ASSERT_GE(process, 0);
         if (process == 0) {
             for (unsigned char j = 0; j < Changes; ++j)
-                ChangeSwitch(m_file, [&](SWITCH_STATE& state) { state.m_Learnt[{2, i, j, 0, 0, 0}] = {true, i}; });
+                ChangeSwitch(m_file, [&](SwitchState& state) { state.m_learnt[{2, i, j, 0, 0, 0}] = {true, i}; });
             _exit(0);
         }
         processes.push_back(process);
@@ -203,7 +203,7 @@ TEST_F(SimulatedSwitch, ChangesOfSeveralProcessesAreAllKept) {
         EXPECT_EQ(waitpid(process, &status, 0), process);
         EXPECT_EQ(status, 0);
     }
-    EXPECT_EQ(ReadSwitch(m_file).m_Learnt.size(), static_cast<std::size_t>(Processes * Changes));
+    EXPECT_EQ(ReadSwitch(m_file).m_learnt.size(), static_cast<std::size_t>(Processes * Changes));
 }
 
 } // namespace

@@ -25,7 +25,7 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 
 void Log(const char* text) {
-    BM_PLATFORM::HostLog().Log(BM_LOG_DEBUG, "IPMI-Adaptor", text);
+    bm_dev::HostLog().Log(BM_LOG_DEBUG, "IPMI-Adaptor", text);
 }
 
 // What follows the time: "<3> [component] text".
@@ -142,11 +142,11 @@ TEST(Log, LinesOfATextAfterTheFirstAreMarkedSoThatNoneIsForged) {
 TEST(Log, ListenerIsToldPrintableTextsWithTheirLineEnds) {
     const LogFile file;
     std::vector<std::string> told;
-    BM_PLATFORM::LogToListener([&](int, const std::string& component, const std::string& text) {
+    bm_dev::LogToListener([&](int, const std::string& component, const std::string& text) {
         told = {component, text};
     });
     bmiLog(BM_LOG_ERROR, "c\x9B", "\x9Bone\ntwo\n");
-    BM_PLATFORM::LogToListener({});
+    bm_dev::LogToListener({});
     EXPECT_THAT(told, ElementsAre("c?", "?one\ntwo"));
 }
 
@@ -173,9 +173,9 @@ TEST(Log, LinesOfManyThreadsStayWhole) {
 TEST(Log, ConsoleIsStandardErrorUntilItIsTurnedOff) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    BM_PLATFORM::LogToConsole(true);
+    bm_dev::LogToConsole(true);
     Log("shown");
-    BM_PLATFORM::LogToConsole(false);
+    bm_dev::LogToConsole(false);
     Log("not shown");
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 AllOf(EndsWith(" <7> [IPMI-Adaptor] shown\n"), testing::Not(HasSubstr("not shown"))));
@@ -185,7 +185,7 @@ TEST(Log, ConsoleIsStandardErrorUntilItIsTurnedOff) {
 TEST(LogFile, IsAppendedTo) {
     const LogFile file;
     Log("first");
-    BM_PLATFORM::LogToFile(file.Path()); // a second host with the same file
+    bm_dev::LogToFile(file.Path()); // a second host with the same file
     Log("second");
     EXPECT_THAT(WithoutTime(file.Lines()),
                 ElementsAre("<7> [IPMI-Adaptor] first", "<7> [IPMI-Adaptor] second", "<7> [IPMI-Adaptor] second"));
@@ -193,7 +193,7 @@ TEST(LogFile, IsAppendedTo) {
 
 TEST(LogFile, ThatCannotBeOpenedIsNamedWithTheReason) {
     try {
-        BM_PLATFORM::LogToFile("/dev/null/log");
+        bm_dev::LogToFile("/dev/null/log");
         FAIL() << "opened a file below a device";
     } catch (const std::runtime_error& error) {
         EXPECT_THAT(error.what(), AllOf(HasSubstr("/dev/null/log"), HasSubstr("Not a directory")));
@@ -202,7 +202,7 @@ TEST(LogFile, ThatCannotBeOpenedIsNamedWithTheReason) {
 
 TEST(LogFile, InAFolderThatIsNotThereIsRefusedAndMakesNoFolder) {
     const std::filesystem::path folder = testing::TempDir() + "bm-log-no-folder-" + std::to_string(getpid());
-    EXPECT_THROW(BM_PLATFORM::LogToFile(folder / "log"), std::runtime_error);
+    EXPECT_THROW(bm_dev::LogToFile(folder / "log"), std::runtime_error);
     EXPECT_FALSE(std::filesystem::exists(folder));
 }
 
@@ -211,8 +211,8 @@ TEST(LogFileDeathTest, OnAFullDeviceIsToldOnceAndTheOtherSinksGoOn) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     EXPECT_EXIT(
         {
-            BM_PLATFORM::LogToConsole(true);
-            BM_PLATFORM::LogToFile("/dev/full");
+            bm_dev::LogToConsole(true);
+            bm_dev::LogToFile("/dev/full");
             for (const char* text : {"first", "second", "third"})
                 Log(text);
             _exit(7);

@@ -14,8 +14,8 @@
 class LogFile {
 public:
     LogFile() {
-        BM_PLATFORM::LogToConsole(false);
-        BM_PLATFORM::LogToFile(m_path);
+        bm_dev::LogToConsole(false);
+        bm_dev::LogToFile(m_path);
     }
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;

@@ -74,13 +74,13 @@ TEST_F(StorageFolder, WhatIsNoRegularFileIsRefusedAndStays) {
 
 TEST_F(StorageFolder, ThatIsAFileIsRefused) {
     Write("x", "f");
-    m_storage = BM_PLATFORM::MakeStorage(PathOf("f"));
+    m_storage = bm_dev::MakeStorage(PathOf("f"));
     EXPECT_EQ(NothingDone, m_storage->StartTransaction());
     EXPECT_THAT(Logged(), ElementsAre("StartTransaction - " + PathOf("f") + ": Not a directory"));
 }
 
 TEST_F(StorageFolder, WithoutANameIsRefused) {
-    m_storage = BM_PLATFORM::MakeStorage("");
+    m_storage = bm_dev::MakeStorage("");
     EXPECT_EQ(NothingDone, m_storage->StartTransaction());
     EXPECT_THAT(Logged(), ElementsAre("StartTransaction - : No such file or directory"));
 }
@@ -147,7 +147,7 @@ TEST_F(StorageFolder, IsItsOwnersAloneWithWhatIsNewInItWhateverTheUmask) {
     for (const mode_t mask : {0, 022, 0277}) {
         const Umask umask(mask);
         const std::string folder = m_root + "/" + std::to_string(++number);
-        m_storage = BM_PLATFORM::MakeStorage(folder + "/.");
+        m_storage = bm_dev::MakeStorage(folder + "/.");
         ASSERT_EQ(Success, Transaction([&] { Set(1, "x"); }));
         EXPECT_EQ(0700U, ModeOf(folder)) << mask;
         EXPECT_EQ(0600U, ModeOf(folder + "/" + FileName)) << mask;
@@ -166,7 +166,7 @@ TEST_F(StorageFolder, KeepsTheModesThatItAndItsFilesHaveWhateverTheUmask) {
 
 TEST_F(StorageFolder, WhoDoesNotLetItGoIsNamedInsteadOfWaitedForWithoutEnd) {
     SetNow(1, "x");
-    m_storage = BM_PLATFORM::MakeStorage(m_folder, std::chrono::milliseconds(0));
+    m_storage = bm_dev::MakeStorage(m_folder, std::chrono::milliseconds(0));
     int ready[2];
     int end[2];
     ASSERT_EQ(0, pipe(ready));

@@ -62,7 +62,7 @@ TEST_F(StorageFile, KeepsEveryByteOfAText) {
                                  "--> ", "",        std::string(1, '\0')};
     for (const std::string& text : texts) {
         SetNow(1, text);
-        m_storage = BM_PLATFORM::MakeStorage(m_folder);
+        m_storage = bm_dev::MakeStorage(m_folder);
         EXPECT_EQ(text, GetNow(1));
     }
 }

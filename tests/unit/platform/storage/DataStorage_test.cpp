@@ -28,7 +28,7 @@ CBMIParam Uint(unsigned id, int32_t value) {
 
 TEST_F(Storage, WhatEndTransactionStoredASecondStorageFinds) {
     SetNow(1, "192.168.0.23");
-    m_storage = BM_PLATFORM::MakeStorage(m_folder);
+    m_storage = bm_dev::MakeStorage(m_folder);
     EXPECT_EQ("192.168.0.23", GetNow(1));
 }
 
@@ -58,13 +58,13 @@ TEST_F(Storage, ADroppedTransactionChangesNothing) {
     SetNow(1, "old");
     EXPECT_EQ(Success, m_storage->StartTransaction());
     Set(1, "new");
-    m_storage = BM_PLATFORM::MakeStorage(m_folder);
+    m_storage = bm_dev::MakeStorage(m_folder);
     EXPECT_EQ("old", GetNow(1));
 }
 
 TEST_F(Storage, TheFolderIsMadeWithThoseAroundItByTheFirstTransaction) {
     const std::string folder = m_root + "/a/b/c";
-    m_storage = BM_PLATFORM::MakeStorage(folder);
+    m_storage = bm_dev::MakeStorage(folder);
     EXPECT_FALSE(std::filesystem::exists(m_root + "/a"));
     SetNow(1, "x");
     EXPECT_TRUE(std::filesystem::exists(folder + "/" + FileName));
@@ -73,7 +73,7 @@ TEST_F(Storage, TheFolderIsMadeWithThoseAroundItByTheFirstTransaction) {
 TEST_F(Storage, ARelativeFolderStaysWhereItWas) {
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(m_root);
-    m_storage = BM_PLATFORM::MakeStorage("storage");
+    m_storage = bm_dev::MakeStorage("storage");
     std::filesystem::current_path(before);
     SetNow(1, "x");
     EXPECT_TRUE(std::filesystem::exists(PathOf(FileName)));
@@ -89,7 +89,7 @@ TEST_F(Storage, ASecondStartOfTheSameThreadIsRefused) {
 }
 
 TEST_F(Storage, ATransactionOfAnotherStorageCountsToo) {
-    const auto other = BM_PLATFORM::MakeStorage(m_root + "/other");
+    const auto other = bm_dev::MakeStorage(m_root + "/other");
     EXPECT_EQ(Success, m_storage->StartTransaction());
     EXPECT_EQ(NothingDone, other->StartTransaction());
     EXPECT_EQ(NothingDone, other->EndTransaction());
@@ -287,7 +287,7 @@ TEST_F(Storage, ThreadsThatCountUpTogetherLoseNothing) {
 }
 
 TEST_F(Storage, AfterAFailedStartTheOthersHaveTheirTurn) {
-    const auto bad = BM_PLATFORM::MakeStorage("/dev/null/x");
+    const auto bad = bm_dev::MakeStorage("/dev/null/x");
     EXPECT_EQ(NothingDone, bad->StartTransaction());
     EXPECT_THAT(Logged(), ElementsAre("StartTransaction - /dev/null/x: Not a directory"));
     SetNow(1, "x");

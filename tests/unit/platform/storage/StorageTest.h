@@ -38,7 +38,7 @@ protected:
     explicit StorageTest(const std::string& around = testing::TempDir())
         : m_root(MakeFolder(around)),
           m_folder(m_root + "/storage"),
-          m_storage(BM_PLATFORM::MakeStorage(m_folder)) {}
+          m_storage(bm_dev::MakeStorage(m_folder)) {}
     ~StorageTest() override { std::filesystem::remove_all(m_root); }
 
     int Set(int32_t number, const std::string& address, const std::string& file = FileName) {

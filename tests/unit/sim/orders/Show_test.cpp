@@ -50,10 +50,10 @@ TEST(Show, ShowsLampsAsTheyLookAndInTheirColor) {
 }
 
 TEST(Show, HidesWhatSteersATerminalAndKeepsTheColumns) {
-    const auto l_Log = json::parse(R"([{"number":1,"opener":"a\u001b[2J\u009b\nb","code":0,"request":"\u20ac"}])");
+    const auto log = json::parse(R"([{"number":1,"opener":"a\u001b[2J\u009b\nb","code":0,"request":"\u20ac"}])");
     EXPECT_EQ("NUMBER  OPENER     CODE  FAULT  IPMB  REQUEST\n"
               "1       a?[2J???b  0x00               \u20ac\n",
-              FormatLog(l_Log));
+              FormatLog(log));
 }
 
 TEST(Show, NamesTheOptionsOfFruControl) {

@@ -4,15 +4,15 @@
 #include <gtest/gtest.h>
 
 using namespace bladesim;
-using BM_PLATFORM::SWITCH_STATE;
+using bm_dev::SwitchState;
 
 namespace {
 
-SWITCH_STATE Busy() {
-    SWITCH_STATE state;
-    state.m_Ports = {{3, {true, true}}, {4, {true, false}}, {5, {false, true}}};
-    state.m_Learnt = {{{2, 0, 0x5E, 0x10, 0, 2}, {true, 0}}, {{2, 0, 0x5E, 0x10, 0, 3}, {false, 7}}};
-    state.m_Failures = {{{"mavkAmcSwitchPortEnable", std::nullopt}, 5}, {{"uPCIMemOpen", 3}, -2}};
+SwitchState Busy() {
+    SwitchState state;
+    state.m_ports = {{3, {true, true}}, {4, {true, false}}, {5, {false, true}}};
+    state.m_learnt = {{{2, 0, 0x5E, 0x10, 0, 2}, {true, 0}}, {{2, 0, 0x5E, 0x10, 0, 3}, {false, 7}}};
+    state.m_failures = {{{"mavkAmcSwitchPortEnable", std::nullopt}, 5}, {{"uPCIMemOpen", 3}, -2}};
     return state;
 }
 
@@ -35,8 +35,8 @@ TEST(SwitchShow, AlignsPortsAddressesAndFailures) {
 }
 
 TEST(SwitchShow, LeavesOutWhatThereIsNot) {
-    SWITCH_STATE state;
-    state.m_Ports = {{3, {}}};
+    SwitchState state;
+    state.m_ports = {{3, {}}};
     EXPECT_EQ("PORT  STATE    CABLE  LINK\n"
               "3     enabled  up     up\n",
               FormatSwitch(state));
