@@ -1,5 +1,6 @@
 // Standard output: the adaptor's prints, and an output that takes nothing.
 #include "host/HostProcess.h"
+#include "tests/SizeLimit.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +8,6 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -71,22 +71,6 @@ TEST(BmhostOutput, ThatIsClosedIsNotTakenForTheLogFile) {
     EXPECT_THAT(text, HasSubstr("[stub] Init"));
     EXPECT_THAT(text, Not(HasSubstr("\"op\"")));
 }
-
-// Files of the processes that are started in its life may not grow beyond this.
-class SizeLimit {
-public:
-    explicit SizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    SizeLimit(const SizeLimit&) = delete;
-    SizeLimit& operator=(const SizeLimit&) = delete;
-    ~SizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before{};
-};
 
 TEST(BmhostOutput, OfALogThatMayNotGrowAnyMoreIsToldOnceAndDoesNotEndTheHost) {
     const std::string file = testing::TempDir() + "bmhost-outgrown-" + std::to_string(getpid());

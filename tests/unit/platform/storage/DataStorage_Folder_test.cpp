@@ -1,11 +1,10 @@
 // The storage's folder: names, files that are no files, edits from outside, other processes, failures and their traces.
 #include "platform/storage/FailingSystem.h"
 #include "platform/storage/StorageTest.h"
+#include "tests/SizeLimit.h"
 
-#include <csignal>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -232,26 +231,6 @@ TEST_F(StorageFolder, LeavesNoDescriptorOpenAndHandsNoneToPrograms) {
 }
 
 // --- failures ---
-
-// Files may not grow beyond `bytes` in its life.
-class SizeLimit {
-public:
-    explicit SizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    SizeLimit(const SizeLimit&) = delete;
-    SizeLimit& operator=(const SizeLimit&) = delete;
-    ~SizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &m_before);
-        signal(SIGXFSZ, m_handler);
-    }
-
-private:
-    rlimit m_before{};
-    void (*m_handler)(int) = signal(SIGXFSZ, SIG_IGN);
-};
 
 TEST_F(StorageFolder, AWriteThatFailsHalfWayLeavesTheOldFilesAndNothingElse) {
     Transaction([&] {
