@@ -1,8 +1,8 @@
 // How sockets are made: those of the blade's own parts, and connections to ipmi_sim's ports.
 #pragma once
 
+#include "bm_dev/UniqueFd.h"
 #include "sim/base/DriverAddress.h"
-#include "sim/base/UniqueFd.h"
 
 #include <cstdint>
 #include <string>

@@ -1,8 +1,8 @@
 // Writes the inventory image of one FRU of a blade into a file.
 #include "sim/blade/DumpFru.h"
 
+#include "bm_dev/UniqueFd.h"
 #include "sim/base/Error.h"
-#include "sim/base/UniqueFd.h"
 #include "sim/blade/FruImage.h"
 
 #include <algorithm>

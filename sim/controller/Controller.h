@@ -1,8 +1,8 @@
 // Starts ipmi_sim as the controller of a blade and waits until it answers.
 #pragma once
 
+#include "bm_dev/UniqueFd.h"
 #include "sim/base/Paths.h"
-#include "sim/base/UniqueFd.h"
 #include "sim/blade/Blade.h"
 
 #include <string>

@@ -1,7 +1,7 @@
 // How the driver has the controller's parent process stop and start it.
 #pragma once
 
-#include "sim/base/UniqueFd.h"
+#include "bm_dev/UniqueFd.h"
 
 #include <cstdint>
 #include <optional>

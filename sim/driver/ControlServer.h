@@ -1,7 +1,7 @@
 // Takes orders from bladesim commands that run in the blade: lines of text on a Unix socket, answered by lines.
 #pragma once
 
-#include "sim/base/UniqueFd.h"
+#include "bm_dev/UniqueFd.h"
 
 #include <cstdint>
 #include <functional>

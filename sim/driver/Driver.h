@@ -2,7 +2,7 @@
 // reports are ordered through a control socket.
 #pragma once
 
-#include "sim/base/UniqueFd.h"
+#include "bm_dev/UniqueFd.h"
 #include "sim/controller/ControllerOrders.h"
 #include "sim/controller/SystemInterface.h"
 #include "sim/controller/VMCodec.h"

@@ -5,8 +5,8 @@
 // the links when they are asked for.
 #include "sim/life/DriverFile.h"
 
+#include "bm_dev/UniqueFd.h"
 #include "sim/base/Error.h"
-#include "sim/base/UniqueFd.h"
 #include "sim/life/DriverFileRecords.h"
 
 #define FUSE_USE_VERSION 31

@@ -1,7 +1,7 @@
 // The blade's network interfaces: ends of virtual cables, whose other ends are hidden from the blade.
 #pragma once
 
-#include "sim/base/UniqueFd.h"
+#include "bm_dev/UniqueFd.h"
 #include "sim/blade/Board.h"
 
 #include <vector>

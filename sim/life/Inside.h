@@ -2,9 +2,9 @@
 // takes everything down by ending.
 #pragma once
 
+#include "bm_dev/UniqueFd.h"
 #include "sim/base/ExitStatus.h"
 #include "sim/base/Paths.h"
-#include "sim/base/UniqueFd.h"
 #include "sim/blade/Blade.h"
 #include "sim/controller/SystemInterface.h"
 #include "sim/driver/RequestQueue.h"

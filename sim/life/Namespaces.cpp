@@ -1,8 +1,8 @@
 // Gives a blade mounts and a network of its own, which vanish with the last process in them.
 #include "sim/life/Namespaces.h"
 
+#include "bm_dev/UniqueFd.h"
 #include "sim/base/Error.h"
-#include "sim/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <net/if.h>

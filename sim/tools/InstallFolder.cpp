@@ -4,8 +4,8 @@
 // the real one is mounted again beside the install folder.
 #include "sim/tools/InstallFolder.h"
 
+#include "bm_dev/UniqueFd.h"
 #include "sim/base/Error.h"
-#include "sim/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>

@@ -1,7 +1,7 @@
 // The process of the media software: starting it, finding it, ending it. A blade has at most one.
 #pragma once
 
-#include "sim/base/UniqueFd.h"
+#include "bm_dev/UniqueFd.h"
 
 #include <optional>
 #include <string>

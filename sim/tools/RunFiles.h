@@ -2,7 +2,7 @@
 // change them, a person with an editor too.
 #pragma once
 
-#include "sim/base/UniqueFd.h"
+#include "bm_dev/UniqueFd.h"
 
 #include <string>
 

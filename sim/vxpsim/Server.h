@@ -1,7 +1,7 @@
 // The media software's loop: takes requests from its queue and answers them when their time has come.
 #pragma once
 
-#include "sim/base/UniqueFd.h"
+#include "bm_dev/UniqueFd.h"
 #include "sim/vxpsim/Answers.h"
 
 #include <chrono>
