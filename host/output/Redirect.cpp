@@ -2,6 +2,7 @@
 #include "host/output/Redirect.h"
 
 #include "bm_dev/ByteText.h"
+#include "bm_dev/UniqueFd.h"
 
 #include <array>
 #include <cerrno>
@@ -60,10 +61,8 @@ void KeepStandardDescriptors() {
 }
 
 int TakeStandardInput() {
-    const int empty = Checked(open("/dev/null", O_RDONLY | O_CLOEXEC), "opening /dev/null");
-    const int real = Replace(STDIN_FILENO, empty, "keeping standard input");
-    close(empty);
-    return real;
+    const bm_dev::UniqueFd empty(Checked(open("/dev/null", O_RDONLY | O_CLOEXEC), "opening /dev/null"));
+    return Replace(STDIN_FILENO, empty.Get(), "keeping standard input");
 }
 
 int PrintsToStandardError() {

@@ -9,8 +9,8 @@
 namespace bladesim {
 namespace {
 
-UniqueFd Connect(const sockaddr* address, socklen_t length, const std::string& purpose) {
-    UniqueFd socket(::socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+bm_dev::UniqueFd Connect(const sockaddr* address, socklen_t length, const std::string& purpose) {
+    bm_dev::UniqueFd socket(::socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!socket) ThrowErrno("no socket " + purpose);
     if (::connect(socket.Get(), address, length) != 0) socket.Reset();
     return socket;
@@ -18,8 +18,8 @@ UniqueFd Connect(const sockaddr* address, socklen_t length, const std::string& p
 
 } // namespace
 
-UniqueFd ListenAt(const SocketAddress& address, int type, const std::string& what) {
-    UniqueFd listener(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+bm_dev::UniqueFd ListenAt(const SocketAddress& address, int type, const std::string& what) {
+    bm_dev::UniqueFd listener(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!listener) ThrowErrno("no socket for " + what);
     if (::bind(listener.Get(), address.Get(), address.m_length) != 0 || ::listen(listener.Get(), SOMAXCONN) != 0) {
         ThrowErrno("the socket for " + what + " cannot be bound");
@@ -27,11 +27,11 @@ UniqueFd ListenAt(const SocketAddress& address, int type, const std::string& wha
     return listener;
 }
 
-UniqueFd ConnectTo(const SocketAddress& address, const std::string& purpose) {
+bm_dev::UniqueFd ConnectTo(const SocketAddress& address, const std::string& purpose) {
     return Connect(address.Get(), address.m_length, purpose);
 }
 
-UniqueFd ConnectToPort(uint16_t port, const std::string& purpose) {
+bm_dev::UniqueFd ConnectToPort(uint16_t port, const std::string& purpose) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);

@@ -11,13 +11,13 @@ namespace bladesim {
 
 /// A non-blocking socket of this type (SOCK_STREAM…) on which clients can connect from now on. `what` completes the
 /// errors "no socket for …" and "the socket for … cannot be bound". Throws a BladeError.
-UniqueFd ListenAt(const SocketAddress& address, int type, const std::string& what);
+bm_dev::UniqueFd ListenAt(const SocketAddress& address, int type, const std::string& what);
 
 /// A stream connection; none, with errno, when it is refused. `purpose` completes the error "no socket …", which is
 /// thrown as a BladeError when there is not even a socket.
-UniqueFd ConnectTo(const SocketAddress& address, const std::string& purpose);
+bm_dev::UniqueFd ConnectTo(const SocketAddress& address, const std::string& purpose);
 
 /// The same to a port of the loopback interface.
-UniqueFd ConnectToPort(uint16_t port, const std::string& purpose);
+bm_dev::UniqueFd ConnectToPort(uint16_t port, const std::string& purpose);
 
 } // namespace bladesim

@@ -34,7 +34,7 @@ void WriteAll(int fd, const Bytes& bytes, const std::string& file) {
 }
 
 void WriteInto(const std::string& file, const Bytes& bytes) {
-    const UniqueFd fd(::open(file.c_str(), O_WRONLY | O_CLOEXEC));
+    const bm_dev::UniqueFd fd(::open(file.c_str(), O_WRONLY | O_CLOEXEC));
     if (!fd) ThrowErrno(file + ": cannot be written");
     WriteAll(fd.Get(), bytes, file);
 }
@@ -65,7 +65,7 @@ public:
 private:
     std::string m_file;
     std::string m_name;
-    UniqueFd m_fd;
+    bm_dev::UniqueFd m_fd;
     bool m_done = false;
 };
 

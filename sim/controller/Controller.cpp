@@ -82,9 +82,9 @@ private:
     void Start() {
         std::array<int, 2> pipe{};
         if (::pipe2(pipe.data(), O_CLOEXEC) != 0) ThrowErrno("no pipe for ipmi_sim");
-        const UniqueFd input(pipe[0]);
-        m_running.m_input = UniqueFd(pipe[1]);
-        const UniqueFd log(::open(LogFile().c_str(), O_CREAT | O_WRONLY | O_APPEND | O_CLOEXEC, 0600));
+        const bm_dev::UniqueFd input(pipe[0]);
+        m_running.m_input = bm_dev::UniqueFd(pipe[1]);
+        const bm_dev::UniqueFd log(::open(LogFile().c_str(), O_CREAT | O_WRONLY | O_APPEND | O_CLOEXEC, 0600));
         if (!log) ThrowErrno(LogFile() + ": cannot be written");
         m_running.m_process = Spawn({"ipmi_sim", "-c", InterfaceFile(), "-f", CommandFile(), "-s", StateFolder()},
                                     {input.Get(), log.Get(), log.Get()});
@@ -99,7 +99,7 @@ private:
 
     void Connect() {
         for (;;) {
-            if (UniqueFd socket = ConnectToPort(VMPort, "for the VM port")) {
+            if (bm_dev::UniqueFd socket = ConnectToPort(VMPort, "for the VM port")) {
                 const int on = 1;
                 ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
                 m_running.m_vmPort = std::move(socket);

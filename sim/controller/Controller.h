@@ -11,9 +11,9 @@
 namespace bladesim {
 
 struct RunningController {
-    pid_t m_process = -1; ///< child of the caller
-    UniqueFd m_input;     ///< its standard input, which must stay open
-    UniqueFd m_vmPort;    ///< connected, greeted, and it has answered
+    pid_t m_process = -1;      ///< child of the caller
+    bm_dev::UniqueFd m_input;  ///< its standard input, which must stay open
+    bm_dev::UniqueFd m_vmPort; ///< connected, greeted, and it has answered
 };
 
 /// Writes its files to the run folder, over those of a controller before it. Throws a BladeError with the end of

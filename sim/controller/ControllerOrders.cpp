@@ -36,7 +36,7 @@ std::optional<ControllerAnswer> ReceiveAnswer(int socket) {
     int vmPort = -1;
     const ssize_t size = ReceiveWithFd(socket, packet.data(), packet.size(), vmPort);
     if (size <= 0) return std::nullopt;
-    return ControllerAnswer{{packet.begin() + 1, packet.begin() + size}, UniqueFd(vmPort)};
+    return ControllerAnswer{{packet.begin() + 1, packet.begin() + size}, bm_dev::UniqueFd(vmPort)};
 }
 
 } // namespace bladesim

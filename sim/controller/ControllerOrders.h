@@ -13,8 +13,8 @@ enum class ControllerOrder : uint8_t { Stop, Start, Restart };
 
 /// Each order gets one answer; answers come in the order of the orders.
 struct ControllerAnswer {
-    std::string m_error; ///< empty: done
-    UniqueFd m_vmPort;   ///< of a controller that was started: connected, greeted, and it has answered
+    std::string m_error;       ///< empty: done
+    bm_dev::UniqueFd m_vmPort; ///< of a controller that was started: connected, greeted, and it has answered
 };
 
 // Packets on a socket pair of type SOCK_SEQPACKET. Receiving gives nullopt when the other side has ended.

@@ -38,11 +38,11 @@ bool MayGiveOrders(int client) {
 
 } // namespace
 
-UniqueFd ListenForOrders() {
+bm_dev::UniqueFd ListenForOrders() {
     return ListenAt(ControlAddress(), SOCK_STREAM, "orders");
 }
 
-ControlServer::ControlServer(UniqueFd listener, TakeOrder takeOrder)
+ControlServer::ControlServer(bm_dev::UniqueFd listener, TakeOrder takeOrder)
     : m_listener(std::move(listener)),
       m_takeOrder(std::move(takeOrder)) {}
 
@@ -78,7 +78,7 @@ void ControlServer::Answer(ClientId client, const std::string& line) {
 }
 
 void ControlServer::TakeClient() {
-    UniqueFd socket(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    bm_dev::UniqueFd socket(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!socket) return;
     if (MayGiveOrders(socket.Get())) {
         m_clients[++m_lastId].m_socket = std::move(socket);

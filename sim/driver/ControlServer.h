@@ -14,7 +14,7 @@ struct pollfd;
 namespace bladesim {
 
 /// The socket for orders; clients may connect before anybody serves it. Throws a BladeError.
-UniqueFd ListenForOrders();
+bm_dev::UniqueFd ListenForOrders();
 
 /// Who is neither the user of this process nor root is answered once, with an error, and told on standard error.
 class ControlServer {
@@ -23,7 +23,7 @@ public:
     using ClientId = uint64_t;
     using TakeOrder = std::function<void(ClientId, const std::string&)>;
 
-    ControlServer(UniqueFd listener, TakeOrder takeOrder);
+    ControlServer(bm_dev::UniqueFd listener, TakeOrder takeOrder);
 
     void AddEvents(std::vector<pollfd>& events) const;
     /// False when the event's descriptor is not one of this server's.
@@ -33,7 +33,7 @@ public:
 
 private:
     struct Client {
-        UniqueFd m_socket;
+        bm_dev::UniqueFd m_socket;
         std::string m_in;  ///< received, not yet a whole line
         std::string m_out; ///< not yet sent
     };
@@ -43,7 +43,7 @@ private:
     void Read(Clients::iterator client);
     bool Write(Client& client) const;
 
-    UniqueFd m_listener;
+    bm_dev::UniqueFd m_listener;
     TakeOrder m_takeOrder;
     Clients m_clients;
     ClientId m_lastId = 0;

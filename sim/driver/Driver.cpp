@@ -46,7 +46,7 @@ int MillisecondsUntil(const std::optional<RequestQueue::Clock::time_point>& dead
 
 } // namespace
 
-UniqueFd ListenForOpeners() {
+bm_dev::UniqueFd ListenForOpeners() {
     return ListenAt(DriverAddress(), SOCK_SEQPACKET, "/dev/ipmi0");
 }
 
@@ -120,7 +120,7 @@ void Driver::DoWhatIsDue() {
 }
 
 void Driver::TakeOpener() {
-    UniqueFd opener(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    bm_dev::UniqueFd opener(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!opener) return;
     ::setsockopt(opener.Get(), SOL_SOCKET, SO_SNDBUFFORCE, &OpenerQueue, sizeof(OpenerQueue));
     const int fd = opener.Get();
@@ -131,7 +131,7 @@ void Driver::ReadOpener(int opener) {
     BridgePacket packet{};
     int passed = -1;
     const ssize_t size = ReceiveWithFd(opener, &packet, sizeof(packet), passed);
-    const UniqueFd answerSocket(passed);
+    const bm_dev::UniqueFd answerSocket(passed);
     if (size < 0 && (errno == EAGAIN || errno == EINTR)) return;
     if (size <= 0) {
         m_queue.Forget(opener);

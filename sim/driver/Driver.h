@@ -28,15 +28,15 @@ struct pollfd;
 namespace bladesim {
 
 /// The socket for openers, who may connect before the driver runs. Throws a BladeError.
-UniqueFd ListenForOpeners();
+bm_dev::UniqueFd ListenForOpeners();
 
 /// What a driver works with; it closes all of it when it ends. When a guest serves the system interface there are no
 /// connection and no openers, only the orders to stop and start the controller.
 struct DriverSetup {
-    UniqueFd m_vmPort;     ///< a connection to the controller
-    UniqueFd m_openers;    ///< as from ListenForOpeners
-    UniqueFd m_orders;     ///< as from ListenForOrders
-    UniqueFd m_controller; ///< takes each ControllerOrder
+    bm_dev::UniqueFd m_vmPort;     ///< a connection to the controller
+    bm_dev::UniqueFd m_openers;    ///< as from ListenForOpeners
+    bm_dev::UniqueFd m_orders;     ///< as from ListenForOrders
+    bm_dev::UniqueFd m_controller; ///< takes each ControllerOrder
     SystemInterface m_ipmi = SystemInterface::Bridge;
     std::vector<Fault> m_faults;
     std::chrono::milliseconds m_timeOut = DriverTimeOut;
@@ -60,7 +60,7 @@ private:
     };
 
     struct Opener {
-        UniqueFd m_socket;
+        bm_dev::UniqueFd m_socket;
         unsigned m_number = 0; ///< counted from 1 in the order of opening
     };
 
@@ -94,9 +94,9 @@ private:
     void OrderController(ControllerOrder order, ClientId client);
     void ReadControllerAnswer();
 
-    UniqueFd m_vmPort;
-    UniqueFd m_listener;
-    UniqueFd m_controller;
+    bm_dev::UniqueFd m_vmPort;
+    bm_dev::UniqueFd m_listener;
+    bm_dev::UniqueFd m_controller;
     bool m_guest;
     bool m_verbose;
     ControlServer m_control;

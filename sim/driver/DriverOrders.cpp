@@ -38,7 +38,7 @@ json ResultAnswer(json result) {
 }
 
 /// Closes like a lost peer: without waiting for data still under way.
-void CloseAtOnce(UniqueFd& socket) {
+void CloseAtOnce(bm_dev::UniqueFd& socket) {
     const linger reset{1, 0};
     ::setsockopt(socket.Get(), SOL_SOCKET, SO_LINGER, &reset, sizeof(reset));
     socket.Reset();

@@ -49,7 +49,7 @@ constexpr mode_t LinkMode = S_IFLNK | 0777;
 /// Serves the file system. Its process has the kernel's /proc in the usual place.
 class DriverFileSystem {
 public:
-    DriverFileSystem(const DriverFile& file, UniqueFd log) : m_records(file), m_log(std::move(log)) {}
+    DriverFileSystem(const DriverFile& file, bm_dev::UniqueFd log) : m_records(file), m_log(std::move(log)) {}
 
     int Attributes(const std::string& path, struct stat& attributes) const {
         const mode_t mode = ModeOf(path);
@@ -94,7 +94,7 @@ private:
     }
 
     DriverFileRecords m_records;
-    UniqueFd m_log;
+    bm_dev::UniqueFd m_log;
 };
 
 DriverFileSystem& Self() {
@@ -169,7 +169,7 @@ fuse_operations Operations() {
 
 /// Never returns. In a mount namespace of its own this process keeps the kernel's /proc: reading /proc, for a
 /// sanitizer's report for instance, must not make it wait for itself.
-[[noreturn]] void Serve(DriverFileSystem fileSystem, const UniqueFd& device) {
+[[noreturn]] void Serve(DriverFileSystem fileSystem, const bm_dev::UniqueFd& device) {
     if (::unshare(CLONE_NEWNS) != 0 || ::umount2(Proc, MNT_DETACH) != 0) {
         std::fprintf(stderr, "bladesim: %s: no mounts of its own: %s\n", DriverFilePath, std::strerror(errno));
         ::_exit(EXIT_FAILURE);
@@ -186,22 +186,22 @@ fuse_operations Operations() {
     ::_exit(EXIT_FAILURE);
 }
 
-UniqueFd OpenLog(const std::string& runFolder) {
+bm_dev::UniqueFd OpenLog(const std::string& runFolder) {
     const std::string file = runFolder + "/" + DriverRecords;
-    UniqueFd log(::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0644));
+    bm_dev::UniqueFd log(::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0644));
     if (!log) ThrowErrno(file);
     return log;
 }
 
 /// The mount that is visible at a folder now, with all below it.
-UniqueFd CopyMount(const char* folder) {
-    UniqueFd mount(::open_tree(AT_FDCWD, folder, OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC | AT_RECURSIVE));
+bm_dev::UniqueFd CopyMount(const char* folder) {
+    bm_dev::UniqueFd mount(::open_tree(AT_FDCWD, folder, OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC | AT_RECURSIVE));
     if (!mount) ThrowErrno(std::string(folder) + ": cannot be moved aside for " + DriverFilePath);
     return mount;
 }
 
-UniqueFd MountOurs() {
-    UniqueFd device(::open("/dev/fuse", O_RDWR | O_CLOEXEC));
+bm_dev::UniqueFd MountOurs() {
+    bm_dev::UniqueFd device(::open("/dev/fuse", O_RDWR | O_CLOEXEC));
     if (!device) ThrowErrno(std::string("/dev/fuse, which ") + DriverFilePath + " needs");
     const std::string options =
         "fd=" + std::to_string(device.Get()) + ",rootmode=40000,user_id=0,group_id=0,allow_other,default_permissions";
@@ -213,9 +213,9 @@ UniqueFd MountOurs() {
 } // namespace
 
 pid_t StartDriverFile(const DriverFile& file, const std::string& runFolder) {
-    UniqueFd log = OpenLog(runFolder);
-    const UniqueFd procFs = CopyMount(Proc);
-    UniqueFd device = MountOurs();
+    bm_dev::UniqueFd log = OpenLog(runFolder);
+    const bm_dev::UniqueFd procFs = CopyMount(Proc);
+    bm_dev::UniqueFd device = MountOurs();
     const pid_t process = ::fork();
     if (process < 0) ThrowErrno(std::string(DriverFilePath) + ": cannot be served");
     if (process == 0) Serve(DriverFileSystem(file, std::move(log)), device);

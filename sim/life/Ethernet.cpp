@@ -101,7 +101,7 @@ std::string CableRequest(const EthernetInterface& interface, int farNamespace) {
 }
 
 /// Sends a request and reads the kernel's verdict; false with errno when it was refused.
-bool Ask(const UniqueFd& socket, const std::string& request) {
+bool Ask(const bm_dev::UniqueFd& socket, const std::string& request) {
     struct {
         nlmsghdr m_header;
         nlmsgerr m_error;
@@ -117,7 +117,7 @@ bool Ask(const UniqueFd& socket, const std::string& request) {
 }
 
 /// One of the calls for interfaces, in the namespace of the socket.
-void Call(const UniqueFd& socket, unsigned long call, const std::string& name, ifreq request) {
+void Call(const bm_dev::UniqueFd& socket, unsigned long call, const std::string& name, ifreq request) {
     name.copy(request.ifr_name, sizeof(request.ifr_name) - 1);
     if (::ioctl(socket.Get(), call, &request) != 0) ThrowErrno(name + ": cannot be set up");
 }
@@ -137,35 +137,35 @@ ifreq Address(in_addr address) {
     return request;
 }
 
-UniqueFd OpenSocket(int domain, int type, int protocol) {
-    UniqueFd socket(::socket(domain, type | SOCK_CLOEXEC, protocol));
+bm_dev::UniqueFd OpenSocket(int domain, int type, int protocol) {
+    bm_dev::UniqueFd socket(::socket(domain, type | SOCK_CLOEXEC, protocol));
     if (!socket) ThrowErrno("no socket for the network interfaces");
     return socket;
 }
 
 /// A socket tells it even where there is no /proc.
-UniqueFd NamespaceOf(const UniqueFd& socket) {
-    UniqueFd networkNamespace(::ioctl(socket.Get(), SIOCGSKNS));
+bm_dev::UniqueFd NamespaceOf(const bm_dev::UniqueFd& socket) {
+    bm_dev::UniqueFd networkNamespace(::ioctl(socket.Get(), SIOCGSKNS));
     if (!networkNamespace) ThrowErrno("the network namespace cannot be opened");
     return networkNamespace;
 }
 
 /// A socket in a network namespace of its own, which is there for as long as the socket.
-UniqueFd OpenFarSocket(const UniqueFd& here) {
+bm_dev::UniqueFd OpenFarSocket(const bm_dev::UniqueFd& here) {
     if (::unshare(CLONE_NEWNET) != 0) ThrowErrno("no network namespace for the other ends of the cables");
-    UniqueFd far = OpenSocket(AF_INET, SOCK_DGRAM, 0);
+    bm_dev::UniqueFd far = OpenSocket(AF_INET, SOCK_DGRAM, 0);
     if (::setns(here.Get(), CLONE_NEWNET) != 0) ThrowErrno("the network namespace cannot be entered again");
     return far;
 }
 
 } // namespace
 
-UniqueFd MakeInterfaces(const std::vector<EthernetInterface>& interfaces) {
-    if (interfaces.empty()) return UniqueFd();
-    const UniqueFd links = OpenSocket(AF_NETLINK, SOCK_RAW, NETLINK_ROUTE);
-    const UniqueFd here = OpenSocket(AF_INET, SOCK_DGRAM, 0);
-    UniqueFd there = OpenFarSocket(NamespaceOf(here));
-    const UniqueFd farNamespace = NamespaceOf(there);
+bm_dev::UniqueFd MakeInterfaces(const std::vector<EthernetInterface>& interfaces) {
+    if (interfaces.empty()) return bm_dev::UniqueFd();
+    const bm_dev::UniqueFd links = OpenSocket(AF_NETLINK, SOCK_RAW, NETLINK_ROUTE);
+    const bm_dev::UniqueFd here = OpenSocket(AF_INET, SOCK_DGRAM, 0);
+    bm_dev::UniqueFd there = OpenFarSocket(NamespaceOf(here));
+    const bm_dev::UniqueFd farNamespace = NamespaceOf(there);
     for (const EthernetInterface& interface : interfaces) {
         const std::string& name = interface.m_name;
         if (!Ask(links, CableRequest(interface, farNamespace.Get()))) ThrowErrno(name + ": cannot be made");

@@ -10,6 +10,6 @@ namespace bladesim {
 
 /// Makes them in the network namespace of the caller, in this order, up and with a carrier. They are there for as long
 /// as the descriptor, which is none when there are none. Throws a BladeError.
-UniqueFd MakeInterfaces(const std::vector<EthernetInterface>& interfaces);
+bm_dev::UniqueFd MakeInterfaces(const std::vector<EthernetInterface>& interfaces);
 
 } // namespace bladesim

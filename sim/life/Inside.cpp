@@ -33,7 +33,7 @@ namespace {
 
 class Inside {
 public:
-    Inside(const Options& options, UniqueFd outside) : m_options(options), m_outside(std::move(outside)) {}
+    Inside(const Options& options, bm_dev::UniqueFd outside) : m_options(options), m_outside(std::move(outside)) {}
 
     int Run() {
         BringUp();
@@ -73,14 +73,14 @@ private:
     /// The sockets exist before the command starts, so that its first open finds one. A guest gets only the one for
     /// orders.
     void StartDriver() {
-        UniqueFd openers;
+        bm_dev::UniqueFd openers;
         if (m_options.m_ipmi == SystemInterface::Bridge) openers = ListenForOpeners();
-        UniqueFd orders = ListenForOrders();
+        bm_dev::UniqueFd orders = ListenForOrders();
         std::array<int, 2> pair{};
         if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair.data()) != 0)
             ThrowErrno("no socket to the driver");
-        m_driver = UniqueFd(pair[0]);
-        UniqueFd controller(pair[1]);
+        m_driver = bm_dev::UniqueFd(pair[0]);
+        bm_dev::UniqueFd controller(pair[1]);
         m_driverProcess = ::fork();
         if (m_driverProcess < 0) ThrowErrno("the driver cannot be started");
         if (m_driverProcess == 0) {
@@ -122,7 +122,7 @@ private:
         sigset_t child;
         sigemptyset(&child);
         sigaddset(&child, SIGCHLD);
-        const UniqueFd ended(::signalfd(-1, &child, SFD_CLOEXEC | SFD_NONBLOCK));
+        const bm_dev::UniqueFd ended(::signalfd(-1, &child, SFD_CLOEXEC | SFD_NONBLOCK));
         if (!ended) ThrowErrno("no descriptor for SIGCHLD");
         for (;;) {
             if (const auto status = Bury()) return *status;
@@ -189,10 +189,10 @@ private:
     }
 
     const Options& m_options;
-    UniqueFd m_outside;
+    bm_dev::UniqueFd m_outside;
     RunningController m_controller;
-    UniqueFd m_cables; ///< the network interfaces exist while it is open
-    UniqueFd m_driver; ///< its orders for the controller
+    bm_dev::UniqueFd m_cables; ///< the network interfaces exist while it is open
+    bm_dev::UniqueFd m_driver; ///< its orders for the controller
     pid_t m_driverProcess = -1;
     pid_t m_driverFileProcess = -1;
     pid_t m_commandProcess = -1;
@@ -200,7 +200,7 @@ private:
 
 } // namespace
 
-int RunInside(const Options& options, UniqueFd outside) {
+int RunInside(const Options& options, bm_dev::UniqueFd outside) {
     try {
         // When the outside is killed this process ends with it, and everything in the blade with this process.
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);

@@ -27,6 +27,6 @@ struct Options {
 /// Runs as process 1, with SIGCHLD blocked. `outside` is a socket to the process that was started by the user: each
 /// byte that comes is a signal number for the command, end of file means that the outside has gone. Returns the status
 /// to exit with.
-int RunInside(const Options& options, UniqueFd outside);
+int RunInside(const Options& options, bm_dev::UniqueFd outside);
 
 } // namespace bladesim

@@ -27,9 +27,9 @@ bool MakeAllMountsPrivate() {
 /// The same in a chroot that is not a mount point: joining the current namespace again leads to its real root, where
 /// all mounts are below "/"; then it goes back to the former root and folder.
 void MakeAllMountsPrivateFromChroot() {
-    const UniqueFd root(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
-    const UniqueFd folder(::open(".", O_PATH | O_DIRECTORY | O_CLOEXEC));
-    const UniqueFd self(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)));
+    const bm_dev::UniqueFd root(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const bm_dev::UniqueFd folder(::open(".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const bm_dev::UniqueFd self(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)));
     if (!root || !folder || !self) ThrowErrno("the root folder cannot be opened");
     if (::setns(self.Get(), CLONE_NEWNS) != 0) ThrowErrno("the mount namespace cannot be joined");
     const bool isPrivate = MakeAllMountsPrivate();
@@ -50,7 +50,7 @@ void MountProc() {
 }
 
 void BringLoopbackUp() {
-    const UniqueFd socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const bm_dev::UniqueFd socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     ifreq request{};
     std::strcpy(request.ifr_name, "lo");
     request.ifr_flags = IFF_UP | IFF_RUNNING;

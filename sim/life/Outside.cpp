@@ -32,7 +32,7 @@ constexpr std::chrono::seconds GraceTime{5};
 
 class Outside {
 public:
-    Outside(pid_t inside, UniqueFd socket, const sigset_t& signals)
+    Outside(pid_t inside, bm_dev::UniqueFd socket, const sigset_t& signals)
         : m_inside(inside),
           m_socket(std::move(socket)),
           m_signals(signals) {}
@@ -76,7 +76,7 @@ private:
     }
 
     pid_t m_inside;
-    UniqueFd m_socket;
+    bm_dev::UniqueFd m_socket;
     sigset_t m_signals;
     std::optional<Clock::time_point> m_deadline;
     int m_lastSignal = 0;
@@ -94,7 +94,7 @@ sigset_t BlockSignals() {
 /// The child is process 1 of the new namespace. The caller's later children belong to its own namespace again: once
 /// process 1 has ended the new one takes none, not even a sanitizer's helper thread.
 pid_t ForkIntoNewProcessNamespace() {
-    const UniqueFd self(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)));
+    const bm_dev::UniqueFd self(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)));
     if (!self || ::unshare(CLONE_NEWPID) != 0) ThrowErrno("no process namespace of its own");
     const pid_t child = ::fork();
     if (child < 0) ThrowErrno("the inside cannot be started");
@@ -112,8 +112,8 @@ int RunBlade(const Options& options) {
     std::array<int, 2> sockets{};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets.data()) != 0)
         ThrowErrno("no socket to the inside");
-    UniqueFd here(sockets[0]);
-    UniqueFd there(sockets[1]);
+    bm_dev::UniqueFd here(sockets[0]);
+    bm_dev::UniqueFd there(sockets[1]);
     const pid_t inside = ForkIntoNewProcessNamespace();
     if (inside == 0) {
         here.Reset();

@@ -29,7 +29,7 @@ const char* WhyNobodyListens() {
     return "this is not the inside of a blade with a controller";
 }
 
-void Send(const UniqueFd& socket, const std::string& line) {
+void Send(const bm_dev::UniqueFd& socket, const std::string& line) {
     size_t sent = 0;
     while (sent < line.size()) {
         const ssize_t size = ::send(socket.Get(), line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
@@ -40,7 +40,7 @@ void Send(const UniqueFd& socket, const std::string& line) {
 }
 
 /// Reads until `find` finds something in what has come.
-std::string ReadUntil(const UniqueFd& socket, const std::function<std::string(const std::string&)>& find) {
+std::string ReadUntil(const bm_dev::UniqueFd& socket, const std::function<std::string(const std::string&)>& find) {
     std::string received;
     std::array<char, 64 * 1024> bytes;
     for (;;) {
@@ -73,7 +73,7 @@ std::string WithoutTelnetOptions(const std::string& received) {
 
 json GiveOrder(const std::string& name, json order) {
     order["order"] = name;
-    const UniqueFd socket = ConnectTo(ControlAddress(), "to the blade");
+    const bm_dev::UniqueFd socket = ConnectTo(ControlAddress(), "to the blade");
     if (!socket) throw BladeError(WhyNobodyListens());
     Send(socket, order.dump(-1, ' ', false, json::error_handler_t::replace) + "\n");
     json answer = json::parse(ReadUntil(socket, FirstLine));
@@ -84,7 +84,7 @@ json GiveOrder(const std::string& name, json order) {
 json AskConsole(const std::string& command) {
     // Outside a blade this port may be somebody else's.
     if (!GiveOrder("controller state").get<bool>()) return {};
-    const UniqueFd socket = ConnectToPort(ConsolePort, "to the blade");
+    const bm_dev::UniqueFd socket = ConnectToPort(ConsolePort, "to the blade");
     if (!socket) ThrowErrno("the controller's console does not answer");
     ::setsockopt(socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &ConsoleTime, sizeof(ConsoleTime));
     Send(socket, command + "\n");

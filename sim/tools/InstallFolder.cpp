@@ -28,8 +28,8 @@ constexpr char Usr[] = "/usr";
 /// One entry of /usr, to be restored in the new one.
 struct Entry {
     fs::path m_path;
-    fs::path m_target; ///< of a symbolic link
-    UniqueFd m_mount;  ///< of anything else, with all below it
+    fs::path m_target;        ///< of a symbolic link
+    bm_dev::UniqueFd m_mount; ///< of anything else, with all below it
     bool m_folder = false;
 };
 
@@ -37,11 +37,11 @@ std::vector<Entry> EntriesOfUsr() {
     std::vector<Entry> entries;
     for (const fs::directory_entry& entry : fs::directory_iterator(Usr)) {
         if (entry.path() == InstallFolder) continue; // that of a real blade
-        Entry fresh{entry.path(), {}, UniqueFd(), entry.is_directory()};
+        Entry fresh{entry.path(), {}, bm_dev::UniqueFd(), entry.is_directory()};
         if (entry.is_symlink()) {
             fresh.m_target = fs::read_symlink(entry.path());
         } else {
-            fresh.m_mount = UniqueFd(
+            fresh.m_mount = bm_dev::UniqueFd(
                 ::open_tree(AT_FDCWD, entry.path().c_str(), OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC | AT_RECURSIVE));
             if (!fresh.m_mount) ThrowErrno(entry.path().string() + ": cannot be mounted again");
         }
@@ -51,7 +51,7 @@ std::vector<Entry> EntriesOfUsr() {
 }
 
 void MakeEmptyFile(const fs::path& file) {
-    const UniqueFd created(::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+    const bm_dev::UniqueFd created(::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
     if (!created) ThrowErrno(file.string());
 }
 

@@ -59,9 +59,9 @@ std::string ReadUntilReady(int pipe) {
 
 /// It inherits these descriptors only, so that nobody who reads the starter's output waits for its end.
 pid_t SpawnMedia(int ready, const std::string& runFolder) {
-    const UniqueFd null(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const bm_dev::UniqueFd null(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     const std::string logFile = runFolder + "/" + MediaLog;
-    const UniqueFd log(::open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0644));
+    const bm_dev::UniqueFd log(::open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0644));
     if (!null || !log) ThrowErrno(logFile);
     ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
     return Spawn({ProgramFolder() + "/vxpsim"}, {null.Get(), ready, log.Get()});
@@ -78,21 +78,21 @@ pid_t SpawnMedia(int ready, const std::string& runFolder) {
 
 struct Process {
     pid_t m_id;
-    UniqueFd m_fd; ///< readable when it has ended
+    bm_dev::UniqueFd m_fd; ///< readable when it has ended
 };
 
 /// Whether the process that made this file is alive.
-bool IsLocked(const UniqueFd& file) {
+bool IsLocked(const bm_dev::UniqueFd& file) {
     return file && ::flock(file.Get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 std::optional<Process> FindMedia(const std::string& runFolder) {
     const std::string file = ProcessFile(runFolder);
-    const UniqueFd held(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    const bm_dev::UniqueFd held(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     std::array<char, 32> text{};
     if (!IsLocked(held) || ::read(held.Get(), text.data(), text.size() - 1) <= 0) return std::nullopt;
-    Process process{static_cast<pid_t>(std::strtol(text.data(), nullptr, 10)), UniqueFd()};
-    process.m_fd = UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, process.m_id, 0)));
+    Process process{static_cast<pid_t>(std::strtol(text.data(), nullptr, 10)), bm_dev::UniqueFd()};
+    process.m_fd = bm_dev::UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, process.m_id, 0)));
     // The lock is still held: so the descriptor is the holder's, not that of a process that got the same number.
     if (!process.m_fd || !IsLocked(held)) return std::nullopt;
     return process;
@@ -110,8 +110,8 @@ pid_t StartMedia(const std::string& runFolder) {
     if (const auto running = FindMedia(runFolder)) return running->m_id;
     std::array<int, 2> pipe{};
     if (::pipe2(pipe.data(), O_CLOEXEC) != 0) ThrowErrno("no pipe to the media software");
-    const UniqueFd read(pipe[0]);
-    UniqueFd write(pipe[1]);
+    const bm_dev::UniqueFd read(pipe[0]);
+    bm_dev::UniqueFd write(pipe[1]);
     const pid_t process = SpawnMedia(write.Get(), runFolder);
     write.Reset();
     if (ReadUntilReady(read.Get()) != MediaReady) GiveUp(process, runFolder);
@@ -137,10 +137,10 @@ std::optional<pid_t> RunningMedia(const std::string& runFolder) {
     return process ? std::optional(process->m_id) : std::nullopt;
 }
 
-UniqueFd EnterMediaProcess(const std::string& runFolder) {
+bm_dev::UniqueFd EnterMediaProcess(const std::string& runFolder) {
     const std::string file = ProcessFile(runFolder);
     const std::string newFile = file + "." + std::to_string(::getpid());
-    UniqueFd held(::open(newFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644));
+    bm_dev::UniqueFd held(::open(newFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644));
     const std::string text = std::to_string(::getpid()) + "\n";
     if (!held || ::flock(held.Get(), LOCK_EX) != 0 ||
         ::write(held.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()) ||

@@ -32,6 +32,6 @@ bool EndMedia(const std::string& runFolder, MediaEnd how);
 std::optional<pid_t> RunningMedia(const std::string& runFolder);
 
 /// Called by the software itself: makes the file, and returns the lock on it.
-[[nodiscard]] UniqueFd EnterMediaProcess(const std::string& runFolder);
+[[nodiscard]] bm_dev::UniqueFd EnterMediaProcess(const std::string& runFolder);
 
 } // namespace bladesim

@@ -17,14 +17,14 @@ namespace {
 
 constexpr mode_t Mode = 0644;
 
-UniqueFd Open(const std::string& file, int flags) {
-    UniqueFd fd(::open(file.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, Mode));
+bm_dev::UniqueFd Open(const std::string& file, int flags) {
+    bm_dev::UniqueFd fd(::open(file.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, Mode));
     if (!fd) ThrowErrno(file);
     return fd;
 }
 
 void Write(const std::string& file, int flags, const std::string& text) {
-    const UniqueFd fd = Open(file, O_WRONLY | O_CREAT | flags);
+    const bm_dev::UniqueFd fd = Open(file, O_WRONLY | O_CREAT | flags);
     errno = ENOSPC; // of a short write
     if (::write(fd.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) ThrowErrno(file);
 }
@@ -43,7 +43,7 @@ bool FileExists(const std::string& file) {
 
 std::string ReadFile(const std::string& file) {
     if (!FileExists(file)) return "";
-    const UniqueFd fd = Open(file, O_RDONLY);
+    const bm_dev::UniqueFd fd = Open(file, O_RDONLY);
     std::string text;
     std::array<char, 16384> part{};
     ssize_t size = 0;

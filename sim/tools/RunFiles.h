@@ -34,7 +34,7 @@ public:
     explicit FileLock(const std::string& file);
 
 private:
-    UniqueFd m_file;
+    bm_dev::UniqueFd m_file;
 };
 
 } // namespace bladesim

@@ -20,19 +20,19 @@
 namespace bladesim {
 namespace {
 
-UniqueFd WatchFolder(const std::string& folder) {
-    UniqueFd watch(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+bm_dev::UniqueFd WatchFolder(const std::string& folder) {
+    bm_dev::UniqueFd watch(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (!watch || ::inotify_add_watch(watch.Get(), folder.c_str(), IN_MOVED_TO | IN_CLOSE_WRITE | IN_DELETE) < 0)
         ThrowErrno(folder + ": cannot be watched");
     return watch;
 }
 
-UniqueFd EndSignals() {
+bm_dev::UniqueFd EndSignals() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
-    UniqueFd fd(::signalfd(-1, &signals, SFD_CLOEXEC));
+    bm_dev::UniqueFd fd(::signalfd(-1, &signals, SFD_CLOEXEC));
     if (!fd) ThrowErrno("no descriptor for signals");
     return fd;
 }

@@ -39,8 +39,8 @@ private:
 
     std::string m_runFolder;
     int m_queue;
-    UniqueFd m_changes; ///< readable when something in the run folder was replaced
-    UniqueFd m_signals;
+    bm_dev::UniqueFd m_changes; ///< readable when something in the run folder was replaced
+    bm_dev::UniqueFd m_signals;
     MediaOrder m_order;
     std::string m_complaint; ///< what is wrong with the order
     std::deque<Answer> m_answers;

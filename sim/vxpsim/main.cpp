@@ -49,7 +49,7 @@ void BlockEndSignals() {
 
 /// Whoever waits for the word may go now: nobody should wait for the end of this output.
 void SayReady() {
-    const UniqueFd null(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    const bm_dev::UniqueFd null(::open("/dev/null", O_WRONLY | O_CLOEXEC));
     std::fputs(MediaReady, stdout);
     std::fflush(stdout);
     ::dup2(null.Get(), STDOUT_FILENO);
@@ -65,7 +65,7 @@ int main() {
         const std::string runFolder = RunFolder();
         const Queue queue;
         MediaServer server(runFolder, queue.Get());
-        const UniqueFd lock = EnterMediaProcess(runFolder);
+        const bm_dev::UniqueFd lock = EnterMediaProcess(runFolder);
         SayReady();
         server.Run();
         return EXIT_SUCCESS;

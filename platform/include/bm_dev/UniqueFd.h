@@ -1,13 +1,15 @@
-// A descriptor that closes with its owner.
+// A file descriptor that closes with its owner.
 #pragma once
 
 #include <unistd.h>
 #include <utility>
 
-namespace bladesim {
+namespace bm_dev {
 
 class UniqueFd {
 public:
+    /// Takes ownership of an open descriptor. A negative number is none, so the result of open() can be passed as it
+    /// is; errno stays as it was.
     explicit UniqueFd(int fd = -1) : m_fd(fd) {}
     UniqueFd(UniqueFd&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
     UniqueFd(const UniqueFd&) = delete;
@@ -28,4 +30,4 @@ private:
     int m_fd;
 };
 
-} // namespace bladesim
+} // namespace bm_dev

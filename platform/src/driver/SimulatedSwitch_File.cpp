@@ -1,6 +1,8 @@
 // The simulated board's Ethernet switch: the file of its state, which several processes read and change.
 #include "bm_dev/SimulatedSwitch.h"
 
+#include "bm_dev/UniqueFd.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -23,34 +25,21 @@ constexpr mode_t Mode = 0644;
     throw SwitchStateError(what + ": " + std::generic_category().message(errno));
 }
 
-class Descriptor {
-public:
-    Descriptor(const std::string& path, int flags)
-        : m_number(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, Mode)) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (IsOpen()) close(m_number);
-    }
-
-    bool IsOpen() const { return m_number >= 0; }
-    int Number() const { return m_number; }
-
-private:
-    int m_number;
-};
+UniqueFd Open(const std::string& path, int flags) {
+    return UniqueFd(::open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, Mode));
+}
 
 // Nothing when there is no file.
 std::optional<std::string> Read(const std::string& path) {
-    const Descriptor file(path, O_RDONLY);
-    if (!file.IsOpen() && errno == ENOENT) return std::nullopt;
+    const UniqueFd file = Open(path, O_RDONLY);
+    if (!file && errno == ENOENT) return std::nullopt;
     struct stat status {};
-    if (!file.IsOpen() || fstat(file.Number(), &status) != 0) ThrowErrno(path);
+    if (!file || fstat(file.Get(), &status) != 0) ThrowErrno(path);
     if (!S_ISREG(status.st_mode)) throw SwitchStateError(path + ": no file");
     std::string text;
     for (;;) {
         std::array<char, 4096> part{};
-        const ssize_t length = read(file.Number(), part.data(), part.size());
+        const ssize_t length = read(file.Get(), part.data(), part.size());
         if (length < 0 && errno == EINTR) continue;
         if (length < 0) ThrowErrno(path);
         if (length == 0) return text;
@@ -69,10 +58,10 @@ void Replace(const std::string& path, const std::string& text) {
     const std::string newFile = path + ".new";
     if (unlink(newFile.c_str()) != 0 && errno != ENOENT) ThrowErrno(newFile); // of a process that was killed
     {
-        const Descriptor file(newFile, O_WRONLY | O_CREAT | O_EXCL);
-        if (!file.IsOpen()) ThrowErrno(newFile);
+        const UniqueFd file = Open(newFile, O_WRONLY | O_CREAT | O_EXCL);
+        if (!file) ThrowErrno(newFile);
         errno = ENOSPC; // of a short write
-        if (write(file.Number(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) ThrowErrno(newFile);
+        if (write(file.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) ThrowErrno(newFile);
     }
     if (rename(newFile.c_str(), path.c_str()) != 0) ThrowErrno(path);
 }
@@ -91,9 +80,9 @@ SwitchState ReadSwitch(const std::string& path) {
 
 void ChangeSwitch(const std::string& path, const std::function<void(SwitchState&)>& change) {
     const std::string lockPath = path + ".lock";
-    const Descriptor lock(lockPath, O_RDWR | O_CREAT); // held until it is closed
-    if (!lock.IsOpen()) ThrowErrno(lockPath);
-    while (flock(lock.Number(), LOCK_EX) != 0) {
+    const UniqueFd lock = Open(lockPath, O_RDWR | O_CREAT); // held until it is closed
+    if (!lock) ThrowErrno(lockPath);
+    while (flock(lock.Get(), LOCK_EX) != 0) {
         if (errno != EINTR) ThrowErrno(lockPath);
     }
     const SwitchState before = StateOf(path);

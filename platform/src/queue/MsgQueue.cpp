@@ -4,6 +4,8 @@
 // gone.
 #include "bm/MsgQueue.h"
 
+#include "bm_dev/UniqueFd.h"
+
 #include "platform/src/queue/MsgQueue_Folder.h"
 #include "platform/src/queue/MsgQueue_Message.h"
 
@@ -52,11 +54,9 @@ std::string FileOf(const std::string& folder, uint32_t address) {
 }
 
 bool IsAlive(const SocketName& name) {
-    const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (socket < 0) return true;
-    const bool alive = ::connect(socket, name.Get(), sizeof(name.m_address)) == 0 || errno != ECONNREFUSED;
-    ::close(socket);
-    return alive;
+    const bm_dev::UniqueFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (!socket) return true;
+    return ::connect(socket.Get(), name.Get(), sizeof(name.m_address)) == 0 || errno != ECONNREFUSED;
 }
 
 qError_e ErrorOfSend(int errorNumber) {

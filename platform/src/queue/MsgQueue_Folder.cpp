@@ -90,15 +90,11 @@ std::optional<std::string> QueueFolder(bool tell) {
 
 QueueFolderLock::QueueFolderLock(const std::string& folder)
     : m_file(::open((folder + "/lock").c_str(), O_CREAT | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600)) {
-    m_isHeld = m_file >= 0 && bm_osal::LockWithin(m_file, queueLockWait);
+    m_isHeld = m_file && bm_osal::LockWithin(m_file.Get(), queueLockWait);
     if (m_isHeld) return;
-    const bool inTime = m_file < 0 || errno != EWOULDBLOCK;
-    const std::string why = inTime ? std::strerror(errno) : "is locked by " + bm_osal::LockHolder(m_file);
+    const bool inTime = !m_file || errno != EWOULDBLOCK;
+    const std::string why = inTime ? std::strerror(errno) : "is locked by " + bm_osal::LockHolder(m_file.Get());
     bmiLog(BM_LOG_ERROR, Component, "%s/lock: %s", folder.c_str(), why.c_str());
-}
-
-QueueFolderLock::~QueueFolderLock() {
-    if (m_file >= 0) ::close(m_file);
 }
 
 } // namespace bm_queue

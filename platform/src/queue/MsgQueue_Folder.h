@@ -1,6 +1,8 @@
 // The folder in which all queues of a user, or of a simulated blade, have their sockets.
 #pragma once
 
+#include "bm_dev/UniqueFd.h"
+
 #include <chrono>
 #include <optional>
 #include <string>
@@ -22,15 +24,12 @@ extern std::chrono::milliseconds queueLockWait;
 class QueueFolderLock {
 public:
     explicit QueueFolderLock(const std::string& folder);
-    QueueFolderLock(const QueueFolderLock&) = delete;
-    QueueFolderLock& operator=(const QueueFolderLock&) = delete;
-    ~QueueFolderLock();
 
     /// False when it could not be had in time, or at all: the log says why.
     bool IsHeld() const { return m_isHeld; }
 
 private:
-    int m_file;
+    bm_dev::UniqueFd m_file;
     bool m_isHeld = false;
 };
 

@@ -52,8 +52,8 @@ void MakeFolder(const std::string& path) {
         made /= *part;
         if (mkdir(made.c_str(), isLast ? FolderMode : Permissions) == 0) {
             if (isLast && chmod(made.c_str(), FolderMode) != 0) throw SystemError(NothingDone, made.string());
-            const Descriptor parent(open(around.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-            if (!parent.IsOpen() || fsync(parent.Number()) != 0) throw SystemError(NothingDone, around.string());
+            const bm_dev::UniqueFd parent(open(around.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+            if (!parent || fsync(parent.Get()) != 0) throw SystemError(NothingDone, around.string());
         } else if (errno != EEXIST) {
             throw SystemError(NothingDone, made.string());
         }
@@ -141,10 +141,6 @@ private:
 
 } // namespace
 
-Descriptor::~Descriptor() {
-    if (m_number >= 0) close(m_number);
-}
-
 bool operator==(const FileStamp& left, const FileStamp& right) {
     const auto same = [](const timespec& a, const timespec& b) {
         return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
@@ -154,13 +150,13 @@ bool operator==(const FileStamp& left, const FileStamp& right) {
 }
 
 Folder::Folder(const std::string& path, std::chrono::milliseconds lockWait) : m_path(path), m_folder(OpenFolder(path)) {
-    Lock(m_folder.Number(), m_path, lockWait);
+    Lock(m_folder.Get(), m_path, lockWait);
     FinishJournal();
 }
 
 // Said aloud: a child that was forked in between and has not started its program yet holds the descriptor, too.
 Folder::~Folder() {
-    flock(m_folder.Number(), LOCK_UN);
+    flock(m_folder.Get(), LOCK_UN);
 }
 
 void Folder::CheckName(const std::string& name) const {
@@ -176,7 +172,7 @@ void Folder::CheckName(const std::string& name) const {
 
 std::optional<FileStamp> Folder::Stamp(const std::string& name) const {
     struct stat status {};
-    if (fstatat(m_folder.Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return StampOf(status);
+    if (fstatat(m_folder.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return StampOf(status);
     if (errno == ENOENT) return std::nullopt;
     throw SystemError(NotReadable, PathOf(name));
 }
@@ -184,18 +180,18 @@ std::optional<FileStamp> Folder::Stamp(const std::string& name) const {
 Content Folder::Read(const std::string& name) const {
     const std::string path = PathOf(name);
     // Neither a link nor a pipe nor a device: it would be followed, waited for or replaced.
-    const Descriptor file(Retried([&] {
-        return openat(m_folder.Number(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    const bm_dev::UniqueFd file(Retried([&] {
+        return openat(m_folder.Get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     }));
-    if (!file.IsOpen() && errno == ENOENT) return {};
-    if (!file.IsOpen() && errno != ELOOP) throw SystemError(NotReadable, path);
+    if (!file && errno == ENOENT) return {};
+    if (!file && errno != ELOOP) throw SystemError(NotReadable, path);
     struct stat status {};
-    if (file.IsOpen() && fstat(file.Number(), &status) != 0) throw SystemError(NotReadable, path);
-    if (!file.IsOpen() || !S_ISREG(status.st_mode)) throw StorageError(NotReadable, path + ": not a regular file");
+    if (file && fstat(file.Get(), &status) != 0) throw SystemError(NotReadable, path);
+    if (!file || !S_ISREG(status.st_mode)) throw StorageError(NotReadable, path + ": not a regular file");
     if (status.st_size > off_t{MostBytes}) {
         throw StorageError(NotReadable, path + ": has more than " + std::to_string(MostBytes) + " bytes");
     }
-    return {StampOf(status), ReadAll(file.Number(), status.st_size, path)};
+    return {StampOf(status), ReadAll(file.Get(), status.st_size, path)};
 }
 
 std::string Folder::Replace(const std::vector<Replacement>& files) const {
@@ -204,7 +200,7 @@ std::string Folder::Replace(const std::vector<Replacement>& files) const {
             throw StorageError(NothingDone, PathOf(file.m_name) + ": was changed by somebody else meanwhile");
         }
     }
-    NewFiles made(m_folder.Number());
+    NewFiles made(m_folder.Get());
     for (const Replacement& file : files) {
         made.Add(NewPrefix + file.m_name);
         WriteNew(NewPrefix + file.m_name, file.m_text, file.m_old ? file.m_old->m_mode & Permissions : FileMode);
@@ -227,29 +223,29 @@ std::string Folder::Replace(const std::vector<Replacement>& files) const {
 
 void Folder::WriteNew(const std::string& name, const std::string& text, mode_t mode) const {
     const auto openIt = [&] {
-        return openat(m_folder.Number(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FileMode);
+        return openat(m_folder.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FileMode);
     };
     int number = Retried(openIt);
     if (number < 0 && errno == EEXIST) { // left by a process that was killed
-        unlinkat(m_folder.Number(), name.c_str(), 0);
+        unlinkat(m_folder.Get(), name.c_str(), 0);
         number = Retried(openIt);
     }
-    const Descriptor file(number);
+    const bm_dev::UniqueFd file(number);
     const std::string path = PathOf(name);
-    if (!file.IsOpen()) throw SystemError(NothingDone, path);
+    if (!file) throw SystemError(NothingDone, path);
     if (fchmod(number, mode) != 0) throw SystemError(NothingDone, path); // whatever the umask
     WriteAll(number, text, path);
     if (Retried([&] { return fsync(number); }) != 0) throw SystemError(NothingDone, path);
 }
 
 void Folder::Rename(const std::string& from, const std::string& to) const {
-    if (renameat(m_folder.Number(), from.c_str(), m_folder.Number(), to.c_str()) != 0) {
+    if (renameat(m_folder.Get(), from.c_str(), m_folder.Get(), to.c_str()) != 0) {
         throw SystemError(NothingDone, PathOf(to));
     }
 }
 
 void Folder::Sync(const std::string& what) const {
-    if (Retried([&] { return fsync(m_folder.Number()); }) != 0) throw SystemError(NothingDone, what);
+    if (Retried([&] { return fsync(m_folder.Get()); }) != 0) throw SystemError(NothingDone, what);
 }
 
 void Folder::WriteJournal(const std::vector<Replacement>& files) const {
@@ -295,7 +291,7 @@ void Folder::FinishJournal() const {
         if (Stamp(made)) Rename(made, name); // else it was renamed before the end of its process
     }
     Sync(path);
-    if (unlinkat(m_folder.Number(), Journal, 0) != 0) throw SystemError(NothingDone, path);
+    if (unlinkat(m_folder.Get(), Journal, 0) != 0) throw SystemError(NothingDone, path);
     Sync(path);
 }
 

@@ -1,6 +1,8 @@
 // The folder of a storage, held by one process at a time: files read whole, and replaced all or none.
 #pragma once
 
+#include "bm_dev/UniqueFd.h"
+
 #include <chrono>
 #include <cstddef>
 #include <map>
@@ -14,21 +16,6 @@ namespace bm_storage {
 
 /// The largest file that is read or written.
 constexpr std::size_t MostBytes = std::size_t{1024} * 1024;
-
-/// An open file, closed at its end and when a program is started.
-class Descriptor {
-public:
-    explicit Descriptor(int number) : m_number(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor();
-
-    bool IsOpen() const { return m_number >= 0; }
-    int Number() const { return m_number; }
-
-private:
-    int m_number;
-};
 
 /// Tells one state of a file from another: every replacement and every edit changes something of it.
 struct FileStamp {
@@ -82,7 +69,7 @@ private:
     void FinishJournal() const;
 
     const std::string m_path;
-    Descriptor m_folder;
+    bm_dev::UniqueFd m_folder;
 };
 
 } // namespace bm_storage

@@ -1,6 +1,8 @@
 // bmhost as a process of its own, as its users have it.
 #include "host/HostProcess.h"
 
+#include "bm_dev/UniqueFd.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -20,18 +22,6 @@ int Checked(int result, const char* what) {
     if (result < 0) throw std::system_error(errno, std::generic_category(), what);
     return result;
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() { close(m_descriptor); }
-    int Get() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
 
 struct Pipe {
     Pipe() { Checked(pipe2(m_ends.data(), O_CLOEXEC), "pipe"); }
@@ -105,13 +95,13 @@ HostProcess::HostProcess(const std::vector<std::string>& arguments, const std::s
         argv.push_back(word.data());
     argv.push_back(nullptr);
 
-    const Descriptor inputFile(MemoryFile(input));
+    const bm_dev::UniqueFd inputFile(MemoryFile(input));
     const Pipe errorPipe;
     const Pipe brokenPipe;
     close(brokenPipe.m_ends[0]);
-    const Descriptor broken(brokenPipe.m_ends[1]);
-    const Descriptor errorEnd(errorPipe.m_ends[1]);
-    const Descriptor full(Checked(open("/dev/full", O_WRONLY | O_CLOEXEC), "/dev/full"));
+    const bm_dev::UniqueFd broken(brokenPipe.m_ends[1]);
+    const bm_dev::UniqueFd errorEnd(errorPipe.m_ends[1]);
+    const bm_dev::UniqueFd full(Checked(open("/dev/full", O_WRONLY | O_CLOEXEC), "/dev/full"));
     m_err = errorPipe.m_ends[0];
 
     LingerNot();

@@ -23,7 +23,7 @@ SocketAddress OwnAddress() {
 }
 
 /// A port on which somebody listens while `listener` is open.
-uint16_t OpenPort(const UniqueFd& listener) {
+uint16_t OpenPort(const bm_dev::UniqueFd& listener) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -37,10 +37,10 @@ uint16_t OpenPort(const UniqueFd& listener) {
 } // namespace
 
 TEST(Sockets, TakeAConnectionAtTheirAddress) {
-    const UniqueFd listener = ListenAt(OwnAddress(), SOCK_STREAM, "tests");
-    const UniqueFd client = ConnectTo(OwnAddress(), "to the test");
+    const bm_dev::UniqueFd listener = ListenAt(OwnAddress(), SOCK_STREAM, "tests");
+    const bm_dev::UniqueFd client = ConnectTo(OwnAddress(), "to the test");
     ASSERT_TRUE(client);
-    const UniqueFd server(::accept(listener.Get(), nullptr, nullptr));
+    const bm_dev::UniqueFd server(::accept(listener.Get(), nullptr, nullptr));
     ASSERT_EQ(::send(client.Get(), "x", 1, 0), 1);
     char byte = 0;
     ASSERT_EQ(::recv(server.Get(), &byte, 1, 0), 1);
@@ -48,7 +48,7 @@ TEST(Sockets, TakeAConnectionAtTheirAddress) {
 }
 
 TEST(Sockets, DoNotWaitForAConnectionThatDoesNotCome) {
-    const UniqueFd listener = ListenAt(OwnAddress(), SOCK_SEQPACKET, "tests");
+    const bm_dev::UniqueFd listener = ListenAt(OwnAddress(), SOCK_SEQPACKET, "tests");
     EXPECT_EQ(::accept(listener.Get(), nullptr, nullptr), -1);
     EXPECT_EQ(errno, EAGAIN);
 }
@@ -59,7 +59,7 @@ TEST(Sockets, GiveNoConnectionWhereNobodyListens) {
 }
 
 TEST(Sockets, SayWhatTheAddressWasForWhenItIsTaken) {
-    const UniqueFd listener = ListenAt(OwnAddress(), SOCK_STREAM, "tests");
+    const bm_dev::UniqueFd listener = ListenAt(OwnAddress(), SOCK_STREAM, "tests");
     try {
         ListenAt(OwnAddress(), SOCK_STREAM, "more tests");
         FAIL() << "the address is taken";
@@ -69,7 +69,7 @@ TEST(Sockets, SayWhatTheAddressWasForWhenItIsTaken) {
 }
 
 TEST(Sockets, ReachAPortOfTheLoopbackInterface) {
-    UniqueFd listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    bm_dev::UniqueFd listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const uint16_t port = OpenPort(listener);
     EXPECT_TRUE(ConnectToPort(port, "to the test"));
     listener.Reset();

@@ -25,7 +25,7 @@ class ControlServerTest : public testing::Test {
 protected:
     void SetUp() override {
         if (::geteuid() != 0) GTEST_SKIP() << "only root can be several users";
-        UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        bm_dev::UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
         // The kernel gives a free name.
         const sockaddr_un any{AF_UNIX, {}};
         ASSERT_EQ(0, ::bind(listener.Get(), reinterpret_cast<const sockaddr*>(&any), sizeof(any.sun_family)));

@@ -56,7 +56,7 @@ TEST_F(RunFiles, AreNotReachedThroughLinks) {
 }
 
 TEST_F(RunFiles, AreLockedAsLongAsTheLockIsThere) {
-    const UniqueFd file(::open(File("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    const bm_dev::UniqueFd file(::open(File("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     {
         const FileLock lock(File("lock"));
         EXPECT_NE(::flock(file.Get(), LOCK_EX | LOCK_NB), 0);
