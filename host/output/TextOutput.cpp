@@ -5,12 +5,14 @@
 #include "host/output/Redirect.h"
 #include "host/words/Names.h"
 
+#include "bm_dev/Table.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
 #include <unistd.h>
+#include <utility>
 
 namespace bmhost {
 
@@ -122,29 +124,15 @@ std::vector<std::vector<std::string>> TableLines(const CBMITable& table) {
 }
 
 std::string AlignedTable(const std::vector<std::vector<std::string>>& lines, bool color, const CellPainter& painter) {
-    std::map<std::size_t, std::size_t> widths;
-    for (const auto& line : lines) {
-        for (std::size_t i = 0; i < line.size(); ++i)
-            widths[i] = std::max(widths[i], line[i].size());
-    }
-    const auto paintOf = [&](std::size_t lineNumber, std::size_t column) -> const char* {
-        if (!color) return nullptr;
-        if (lineNumber == 0) return "\033[1m";
-        return painter ? painter(lineNumber, column) : nullptr;
-    };
-    std::string text;
+    constexpr const char* bold = "1";
+    bm_dev::TableRows rows(lines.size());
     for (std::size_t line = 0; line < lines.size(); ++line) {
-        std::string cells;
-        for (std::size_t i = 0; i < lines[line].size(); ++i) {
-            const std::string& cell = lines[line][i];
-            const char* const paint = cell.empty() ? nullptr : paintOf(line, i);
-            cells += "  " + (paint != nullptr ? paint + cell + "\033[0m" : cell);
-            cells.append(widths[i] - cell.size(), ' ');
+        for (std::size_t column = 0; column < lines[line].size(); ++column) {
+            const char* const paint = color && line > 0 && painter ? painter(line, column) : nullptr;
+            rows[line].push_back({lines[line][column], line == 0 ? bold : paint});
         }
-        cells.erase(cells.find_last_not_of(' ') + 1);
-        text += cells + "\n";
     }
-    return text;
+    return bm_dev::FormatTable(std::move(rows), color, "  ");
 }
 
 bool ColorWanted(int descriptor) {

@@ -16,11 +16,11 @@ std::string PrintableText(std::string text);
 /// A value as people read it, printable.
 std::string ValueText(const BM_ADAPTOR::CBMIParam& param);
 
-/// The terminal's escape sequence that a cell begins with, or null; asked by line (0 is the header) and column.
+/// The number of the terminal's escape sequence for a cell ("31"), or null; called with line (the heading is line 0)
+/// and column.
 using CellPainter = std::function<const char*(std::size_t line, std::size_t column)>;
 
-/// Columns as wide as their widest text; with `color` the first line is the header, in bold, and the cells are
-/// painted.
+/// An indented table. With `color` its first line, the heading, is bold, and `painter` colours the other cells.
 std::string AlignedTable(const std::vector<std::vector<std::string>>& lines, bool color,
                          const CellPainter& painter = {});
 

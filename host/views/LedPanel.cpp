@@ -37,8 +37,8 @@ const char* PaintOf(const std::string& color) {
         const char* m_color;
         const char* m_escape;
     };
-    constexpr Paint paints[] = {{"white", "\033[97m"}, {"red", "\033[91m"},   {"green", "\033[92m"},
-                                {"blue", "\033[94m"},  {"amber", "\033[93m"}, {"orange", "\033[38;5;208m"}};
+    constexpr Paint paints[] = {{"white", "97"}, {"red", "91"},   {"green", "92"},
+                                {"blue", "94"},  {"amber", "93"}, {"orange", "38;5;208"}};
     for (const Paint& paint : paints) {
         if (color == paint.m_color) return paint.m_escape;
     }

@@ -114,8 +114,8 @@ bool Status(Session& session, bool color, std::string& text) {
     text += AlignedTable(lines, color, [&](std::size_t line, std::size_t column) -> const char* {
         if (column != RunStatusColumn) return nullptr;
         const auto runStatus = status.m_modules[line - 1].m_runStatus;
-        if (runStatus == RunStatusRunning) return "\033[92m";
-        return runStatus == RunStatusFailed ? "\033[91m" : nullptr;
+        if (runStatus == RunStatusRunning) return "92";
+        return runStatus == RunStatusFailed ? "91" : nullptr;
     });
     text += "\n" + UpgradeText(status.m_upgrade);
     return IsGood(status);

@@ -1,16 +1,15 @@
 // What bladesim shows of a running blade, as text for people.
 #include "sim/orders/Show.h"
 
-#include "sim/orders/Table.h"
+#include "bm_dev/Table.h"
 
 #include <cstdio>
-#include <vector>
 
 namespace bladesim {
 namespace {
 
 using nlohmann::json;
-using Rows = std::vector<std::vector<Cell>>;
+using Rows = bm_dev::TableRows;
 
 std::string Hex(const json& byte) {
     char text[8];
@@ -41,7 +40,7 @@ const char* EscapeOf(const std::string& color) {
 }
 
 /// A lamp as it looks: filled, empty, or half and half with its times.
-Cell Lamp(const json& led) {
+bm_dev::Cell Lamp(const json& led) {
     const std::string state = Text(led, "state");
     if (state == "off") return {"○ off"};
     const std::string blink = " blink " + Text(led, "on_ms") + "/" + Text(led, "off_ms") + " ms";
@@ -84,7 +83,7 @@ std::string FormatRequests(const json& requests) {
     Rows rows{{{"NETFN"}, {"CMD"}, {"COUNT"}, {"COMMAND"}}};
     for (const json& row : requests)
         rows.push_back({{Hex(row.at("netfn"))}, {Hex(row.at("command"))}, {Text(row, "count")}, {Text(row, "name")}});
-    return FormatTable(rows, false);
+    return bm_dev::FormatTable(rows, false);
 }
 
 std::string FormatLog(const json& log) {
@@ -97,7 +96,7 @@ std::string FormatLog(const json& log) {
                         {entry.contains("ipmb") ? Hex(entry["ipmb"]) : ""},
                         {Text(entry, "request")}});
     }
-    return FormatTable(rows, false);
+    return bm_dev::FormatTable(rows, false);
 }
 
 std::string FormatFaults(const json& faults) {
@@ -112,7 +111,7 @@ std::string FormatFaults(const json& faults) {
                         {DeedOf(fault)},
                         {Text(fault, "request")}});
     }
-    return FormatTable(rows, false);
+    return bm_dev::FormatTable(rows, false);
 }
 
 std::string FormatLeds(const json& leds, bool colors) {
@@ -125,14 +124,14 @@ std::string FormatLeds(const json& leds, bool colors) {
                         Lamp(led),
                         {ModeOf(led)}});
     }
-    return FormatTable(rows, colors);
+    return bm_dev::FormatTable(rows, colors);
 }
 
 std::string FormatControls(const json& controls) {
     Rows rows{{{"FRU"}, {"COUNT"}, {"OPTION"}}};
     for (const json& control : controls)
         rows.push_back({{Text(control, "fru")}, {Text(control, "count")}, {ControlOption(control.at("option"))}});
-    return FormatTable(rows, false);
+    return bm_dev::FormatTable(rows, false);
 }
 
 } // namespace bladesim

@@ -1,25 +1,14 @@
 // What bladesim shows of the board's Ethernet switch.
 #include "sim/orders/SwitchShow.h"
 
-#include "sim/orders/Table.h"
-
-#include <array>
-#include <cstdio>
-#include <vector>
+#include "bm_dev/Table.h"
 
 namespace bladesim {
 namespace {
 
 using namespace bm_dev;
 using nlohmann::ordered_json;
-using Rows = std::vector<std::vector<Cell>>;
-
-std::string MacText(const std::array<unsigned char, 6>& mac) {
-    std::array<char, 18> text{};
-    std::snprintf(text.data(), text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3], mac[4],
-                  mac[5]);
-    return text.data();
-}
+using Rows = bm_dev::TableRows;
 
 const char* StateOf(const SwitchPort& port) {
     return port.m_enabled ? "enabled" : "disabled";
@@ -45,7 +34,7 @@ std::string FormatSwitch(const SwitchState& state) {
     Rows learnt{{{"ADDRESS"}, {"BEHIND"}}};
     for (const auto& [mac, destination] : state.m_learnt) {
         learnt.push_back(
-            {{MacText(mac)}, {(destination.m_isDSP ? "DSP " : "port ") + std::to_string(destination.m_number)}});
+            {{TextOfMac(mac)}, {(destination.m_isDSP ? "DSP " : "port ") + std::to_string(destination.m_number)}});
     }
     if (learnt.size() > 1) text += "\n" + FormatTable(learnt, false);
     Rows failures{{{"CALL"}, {"ANSWERS"}, {"FOR"}}};
@@ -65,7 +54,7 @@ ordered_json JsonOfSwitch(const SwitchState& state) {
     }
     ordered_json learnt = ordered_json::array();
     for (const auto& [mac, destination] : state.m_learnt) {
-        learnt.push_back({{"mac", MacText(mac)}, {destination.m_isDSP ? "dsp" : "port", destination.m_number}});
+        learnt.push_back({{"mac", TextOfMac(mac)}, {destination.m_isDSP ? "dsp" : "port", destination.m_number}});
     }
     ordered_json failures = ordered_json::array();
     for (const auto& [where, code] : state.m_failures) {

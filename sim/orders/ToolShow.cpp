@@ -1,16 +1,15 @@
 // What bladesim shows of tools and media software, as text for people.
 #include "sim/orders/ToolShow.h"
 
-#include "sim/orders/Table.h"
+#include "bm_dev/Table.h"
 
 #include <cstdio>
-#include <vector>
 
 namespace bladesim {
 namespace {
 
 using nlohmann::ordered_json;
-using Rows = std::vector<std::vector<Cell>>;
+using Rows = bm_dev::TableRows;
 
 std::string Milliseconds(const ordered_json& time) {
     if (time.is_null()) return "";
@@ -58,7 +57,7 @@ std::string FormatToolRuns(const ordered_json& runs) {
                         {EndOf(run)},
                         {Words(run.at("argv"))}});
     }
-    return FormatTable(rows, false);
+    return bm_dev::FormatTable(rows, false);
 }
 
 std::string FormatTools(const ordered_json& tools) {
@@ -71,14 +70,14 @@ std::string FormatTools(const ordered_json& tools) {
                         {Ordered(tool.at("times"))},
                         {TextOf(tool.at("description"))}});
     }
-    return FormatTable(rows, false);
+    return bm_dev::FormatTable(rows, false);
 }
 
 std::string FormatMedia(const ordered_json& media) {
     Rows rows;
     for (const auto& [name, value] : media.items())
         rows.push_back({{name}, {TextOf(value)}});
-    return FormatTable(rows, false);
+    return bm_dev::FormatTable(rows, false);
 }
 
 } // namespace bladesim

@@ -14,6 +14,7 @@
 #pragma once
 
 #include <array>
+#include <cstdio>
 #include <functional>
 #include <map>
 #include <optional>
@@ -41,6 +42,14 @@ constexpr std::array<std::string_view, 6> SwitchCalls = {"uPCIMemOpen",
                                                          "mavkAmcSwitchPortCheckLink",
                                                          "mavkAmcSwitchMACLearn",
                                                          "mavkAmcSwitchMACLearnByDSP"};
+
+/// "02:00:5E:10:00:02", as the state file and tables show an address.
+inline std::string TextOfMac(const std::array<unsigned char, 6>& mac) {
+    std::array<char, 18> text{};
+    std::snprintf(text.data(), text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3], mac[4],
+                  mac[5]);
+    return text.data();
+}
 
 struct SwitchPort {
     bool m_enabled = true;

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <sstream>
 
 namespace bm_dev {
@@ -12,13 +11,6 @@ namespace {
 
 constexpr const char* FirstLine = "bladesim switch 1";
 constexpr const char* LastLine = "end";
-
-std::string TextOf(const std::array<unsigned char, 6>& mac) {
-    std::array<char, 18> text{};
-    std::snprintf(text.data(), text.size(), "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3], mac[4],
-                  mac[5]);
-    return text.data();
-}
 
 // Whether the whole text is one.
 template <typename Number>
@@ -93,7 +85,7 @@ void TakeLearnt(Line& line, SwitchState& state) {
     const int number = line.Number("number");
     if (state.m_learnt.size() >= SwitchTableSize) throw SwitchStateError("too many addresses");
     if (!state.m_learnt.insert({mac, {isDSP, number}}).second)
-        throw SwitchStateError("a second entry for " + TextOf(mac));
+        throw SwitchStateError("a second entry for " + TextOfMac(mac));
 }
 
 void TakeFailure(Line& line, SwitchState& state) {
@@ -143,7 +135,8 @@ std::string TextOfSwitch(const SwitchState& state) {
              << (port.m_cable ? " up\n" : " down\n");
     }
     for (const auto& [mac, destination] : state.m_learnt) {
-        text << "learnt " << TextOf(mac) << (destination.m_isDSP ? " dsp " : " port ") << destination.m_number << '\n';
+        text << "learnt " << TextOfMac(mac) << (destination.m_isDSP ? " dsp " : " port ") << destination.m_number
+             << '\n';
     }
     for (const auto& [where, code] : state.m_failures) {
         text << "fail " << where.first << ' ' << code;

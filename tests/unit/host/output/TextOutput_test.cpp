@@ -39,25 +39,19 @@ TEST(ValueText, NoByteOfItSteersATerminal) {
     }
 }
 
-TEST(AlignedTable, ColumnsAreAsWideAsTheirWidestText) {
-    const Lines lines = {{"bay", "name"}, {"1", "a long name"}, {"1000000", "b"}};
-    EXPECT_EQ("  bay      name\n"
-              "  1        a long name\n"
-              "  1000000  b\n",
-              AlignedTable(lines, false));
-}
-
-TEST(AlignedTable, NoLineEndsInBlanks) {
-    EXPECT_EQ("  a    b\n  1\n\n  x y\n", AlignedTable({{"a", "b"}, {"1", ""}, {"", ""}, {"x y", " "}}, false));
-}
-
-TEST(AlignedTable, LinesMayBeShorterThanTheFirst) {
-    EXPECT_EQ("  a  b\n  1\n", AlignedTable({{"a", "b"}, {"1"}}, false));
+TEST(AlignedTable, IsIndented) {
+    EXPECT_EQ("  bay  name\n"
+              "  1    a long name\n",
+              AlignedTable({{"bay", "name"}, {"1", "a long name"}}, false));
     EXPECT_EQ("", AlignedTable({}, false));
 }
 
-TEST(AlignedTable, HeaderIsBoldWhenColourIsWanted) {
-    EXPECT_EQ("  \033[1ma\033[0m\n  1\n", AlignedTable({{"a"}, {"1"}}, true));
+TEST(AlignedTable, WhenColourIsWantedTheHeadingIsBoldAndThePainterColoursTheOtherCells) {
+    const auto painter = [](std::size_t line, std::size_t column) { return line == 1 && column == 1 ? "31" : nullptr; };
+    EXPECT_EQ("  \033[1ma\033[0m  \033[1mb\033[0m\n"
+              "  1  \033[31m2\033[0m\n",
+              AlignedTable({{"a", "b"}, {"1", "2"}}, true, painter));
+    EXPECT_EQ("  a  b\n  1  2\n", AlignedTable({{"a", "b"}, {"1", "2"}}, false, painter));
 }
 
 TEST(TableLines, ColumnsAreTheRowsIdsInOrderOfAppearance) {
