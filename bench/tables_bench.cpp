@@ -46,7 +46,7 @@ void BoardTable(benchmark::State& state) {
     IPMIAdaptor adaptor;
     for (auto _ : state) {
         CBMITable* table = nullptr;
-        adaptor.GetParamTable(0x30000, table);
+        adaptor.GetParamTable(BMI_GROUP_HARDWARE_BOARD, table);
         delete table;
     }
 }

@@ -117,6 +117,10 @@ constexpr uint32_t BMI_EVENT_NUMBER = 5;
 /// The run status of an AMC was written.
 constexpr uint32_t BMI_EVENT_AMC_RUN_STATUS = 0x70402;
 
+/// A mode of a host (IBMAdaptorMgr::GetMode) in which the adaptor serves its tables and leaves the board alone. It
+/// drives the board in modes 1 and 3.
+inline constexpr int HOST_MODE_LOOK_ONLY = 2;
+
 /// Results of the handlers.
 enum HANDLER_RESULT_e : int {
     RESULT_NOTHING_DONE = 0,  ///< group not served, or the operation did nothing
@@ -171,7 +175,12 @@ inline constexpr int32_t AMC_BAY_LAST = 8;
 inline constexpr int32_t RTM_BAY = 9;
 
 /// LED ids of the host. PICMG's are one less.
-enum HOST_LED_e : int32_t { HOST_LED_HOT_SWAP = 1, HOST_LED_OUT_OF_SERVICE = 2, HOST_LED_HEALTH = 3 };
+enum HOST_LED_e : int32_t {
+    HOST_LED_HOT_SWAP = 1,
+    HOST_LED_OUT_OF_SERVICE = 2,
+    HOST_LED_HEALTH = 3,
+    HOST_LED_FOURTH = 4 ///< the last; what it shows is the board's to say
+};
 constexpr int32_t PICMGLEDOf(int32_t a_HostLED) {
     return a_HostLED - 1;
 }
@@ -184,6 +193,17 @@ enum HOST_LED_COLOR_e : int32_t {
     HOST_LED_AMBER = 4,
     HOST_LED_WHITE = 6,
     HOST_LED_OFF = 7
+};
+
+/// LED colours of groups 0x100 and 0x200: OpenIPMI's numbers.
+enum INTERNAL_LED_COLOR_e : int32_t {
+    INTERNAL_LED_NO_COLOR = 0, ///< written: the adaptor chooses
+    INTERNAL_LED_WHITE = 1,
+    INTERNAL_LED_RED = 2,
+    INTERNAL_LED_GREEN = 3,
+    INTERNAL_LED_BLUE = 4,
+    INTERNAL_LED_AMBER = 5,
+    INTERNAL_LED_ORANGE = 6
 };
 
 /// Blink modes of the host.

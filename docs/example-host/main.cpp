@@ -20,8 +20,6 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr int LookOnly = 2; // in modes 1 and 3 the adaptor touches the board
-
 /// What the host offers to its adaptor. A board manager keeps the registrations and passes events on; it may give its
 /// own storage, in which addresses and port states are kept.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
@@ -35,7 +33,7 @@ public:
     int UnregisterEventClass(unsigned) override { return RESULT_OK; }
     QUB_STORAGE::CDataStorage* GetStorage() override { return nullptr; }
     CBaseOsLog* GetLogger() override { return &m_log; }
-    int GetMode() override { return LookOnly; }
+    int GetMode() override { return HOST_MODE_LOOK_ONLY; }
 
     /// Called from any thread; the parameters stay the adaptor's.
     int SendEvent(unsigned event, unsigned number, CBMIEvParams*) override {

@@ -1,11 +1,15 @@
 // The adaptor's health monitor, as the log tells of it: nothing else of the adaptor does.
 #include "host/resident/RunHealth.h"
 
+#include "common/veldo_common_protocol.h"
+
 #include "bm/Log.h"
 
 #include <utility>
 
 namespace bmhost {
+
+using namespace BM_ADAPTOR;
 
 std::string_view HealthName(HealthState health) {
     switch (health) {
@@ -22,12 +26,12 @@ std::string_view HealthName(HealthState health) {
 // The monitor ends by itself after its first failed check, whose errors it has logged by then. It ends without any when
 // it is told to. One that cannot even begin logs an error while it does not run.
 std::optional<HealthChange> HealthLog::Take(int level, const std::string& component, const std::string& text) {
-    if (text == "Monitor Thread started") {
+    if (text == MONITOR_STARTED_TEXT) {
         m_monitored = true;
         m_reasons.clear();
         return HealthChange{HealthState::Monitored, {}};
     }
-    if (text == "Monitor Thread stopped") {
+    if (text == MONITOR_STOPPED_TEXT) {
         m_monitored = false;
         auto reasons = std::exchange(m_reasons, {});
         const HealthState health = reasons.empty() ? HealthState::Ended : HealthState::Fault;
@@ -35,10 +39,10 @@ std::optional<HealthChange> HealthLog::Take(int level, const std::string& compon
     }
     if (level > BM_LOG_ERROR) return std::nullopt;
     if (!m_monitored) {
-        if (component != "Monitor Thread") return std::nullopt;
+        if (component != COMPONENT_MONITOR_THREAD) return std::nullopt;
         return HealthChange{HealthState::Fault, {text}};
     }
-    if (component == "Monitor Thread" || component == "Media Adaptor") m_reasons.push_back(text);
+    if (component == COMPONENT_MONITOR_THREAD || component == COMPONENT_MEDIA_ADAPTOR) m_reasons.push_back(text);
     return std::nullopt;
 }
 

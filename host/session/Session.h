@@ -10,8 +10,8 @@
 namespace bmhost {
 
 // What the adaptor's calls return, as far as the host acts on it.
-constexpr int Success = 1;
-constexpr int NotFound = 12;
+constexpr int Success = BM_ADAPTOR::RESULT_OK;
+constexpr int NotFound = BM_ADAPTOR::RESULT_NOT_FOUND;
 
 class Session {
 public:

@@ -1,7 +1,6 @@
 // The blade's LEDs as the adaptor's LED groups show them: where they are, what they do.
 #include "host/views/Led.h"
 
-#include "common/veldo_common_protocol.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
 
@@ -44,8 +43,15 @@ constexpr LedGroup ModuleLeds = {BMI_GROUP_HARDWARE_AMC_LED_INTERNAL,
                                  BMI_HW_AMC_LED_LAMP_TEST,
                                  BMI_HW_AMC_LED_COLOR};
 
-// By number: OpenIPMI's light colours.
-constexpr std::array<std::string_view, 7> Colors = {"-", "white", "red", "green", "blue", "amber", "orange"};
+struct ColorName {
+    int m_color;
+    std::string_view m_name;
+};
+
+constexpr ColorName Colors[] = {
+    {INTERNAL_LED_WHITE, "white"}, {INTERNAL_LED_RED, "red"},     {INTERNAL_LED_GREEN, "green"},
+    {INTERNAL_LED_BLUE, "blue"},   {INTERNAL_LED_AMBER, "amber"}, {INTERNAL_LED_ORANGE, "orange"},
+};
 constexpr std::array<const char*, LastLed> Leds = {"hot swap", "out of service", "health", "LED 3"};
 
 const LedGroup& GroupOf(LedPlace place) {
@@ -63,14 +69,14 @@ CBMIKeys KeysOf(LedPlace place) {
 } // namespace
 
 std::string_view LedColorName(int color) {
-    if (color < 0 || color >= static_cast<int>(Colors.size())) return "unknown";
-    return Colors[static_cast<std::size_t>(color)];
+    if (color == LedNoColor) return "-";
+    const auto* const found = std::ranges::find(Colors, color, &ColorName::m_color);
+    return found != std::end(Colors) ? found->m_name : "unknown";
 }
 
 std::optional<int> LedColorNumber(std::string_view name) {
-    const auto* const found = std::find(std::next(Colors.begin()), Colors.end(), name);
-    if (found == Colors.end()) return std::nullopt;
-    return static_cast<int>(found - Colors.begin());
+    const auto* const found = std::ranges::find(Colors, name, &ColorName::m_name);
+    return found != std::end(Colors) ? std::optional(found->m_color) : std::nullopt;
 }
 
 std::optional<LedRow> ReadLed(Session& session, LedPlace place, int& result) {

@@ -1,6 +1,8 @@
 // The blade's LEDs as the adaptor's LED groups show them: where they are, what they do.
 #pragma once
 
+#include "common/veldo_common_protocol.h"
+
 #include "bm/Params.h"
 
 #include <optional>
@@ -12,11 +14,11 @@ namespace bmhost {
 class Session;
 
 constexpr int BaseboardBay = 0; ///< no bay of the adaptor's: the baseboard has none
-constexpr int FirstAmcBay = 1;
-constexpr int LastAmcBay = 8;
-constexpr int RtmBay = 9;
-constexpr int FirstLed = 1; ///< the adaptor's numbers: 1 is PICMG's LED 0
-constexpr int LastLed = 4;
+constexpr int FirstAmcBay = BM_ADAPTOR::AMC_BAY_FIRST;
+constexpr int LastAmcBay = BM_ADAPTOR::AMC_BAY_LAST;
+constexpr int RtmBay = BM_ADAPTOR::RTM_BAY;
+constexpr int FirstLed = BM_ADAPTOR::HOST_LED_HOT_SWAP;
+constexpr int LastLed = BM_ADAPTOR::HOST_LED_FOURTH;
 
 struct LedPlace {
     int m_bay = BaseboardBay;
@@ -24,7 +26,7 @@ struct LedPlace {
 };
 
 /// Colour numbers of the LED groups' rows, those of OpenIPMI; a colour that can be asked for has a name.
-constexpr int LedNoColor = 0;
+constexpr int LedNoColor = BM_ADAPTOR::INTERNAL_LED_NO_COLOR;
 std::string_view LedColorName(int color);
 std::optional<int> LedColorNumber(std::string_view name);
 

@@ -23,8 +23,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr int OutOfServiceLed = 2;
-constexpr int HealthLed = 3;
 constexpr std::size_t RunStatusColumn = 2;
 
 struct ModuleStatus {
@@ -49,8 +47,8 @@ std::string LedShows(Session& session, LedPlace place) {
 }
 
 ModuleStatus ModuleOf(Session& session, int bay, std::string name, std::optional<int> runStatus) {
-    return {bay, std::move(name), runStatus, LedShows(session, {bay, OutOfServiceLed}),
-            LedShows(session, {bay, HealthLed})};
+    return {bay, std::move(name), runStatus, LedShows(session, {bay, HOST_LED_OUT_OF_SERVICE}),
+            LedShows(session, {bay, HOST_LED_HEALTH})};
 }
 
 BladeStatus ReadStatus(Session& session) {
@@ -78,7 +76,7 @@ BladeStatus ReadStatus(Session& session) {
 
 bool IsGood(const BladeStatus& status) {
     for (const ModuleStatus& module : status.m_modules) {
-        if (module.m_runStatus == RunStatusFailed) return false;
+        if (module.m_runStatus == RUN_STATUS_FAILED) return false;
     }
     return status.m_read && status.m_upgrade.m_state != UpgradeHasFailed;
 }
@@ -114,8 +112,8 @@ bool Status(Session& session, bool color, std::string& text) {
     text += AlignedTable(lines, color, [&](std::size_t line, std::size_t column) -> const char* {
         if (column != RunStatusColumn) return nullptr;
         const auto runStatus = status.m_modules[line - 1].m_runStatus;
-        if (runStatus == RunStatusRunning) return "92";
-        return runStatus == RunStatusFailed ? "91" : nullptr;
+        if (runStatus == RUN_STATUS_RUNNING) return "92";
+        return runStatus == RUN_STATUS_FAILED ? "91" : nullptr;
     });
     text += "\n" + UpgradeText(status.m_upgrade);
     return IsGood(status);

@@ -1,7 +1,6 @@
 // Run status, upgrade target and upgrade state by name.
 #include "host/views/StatusNames.h"
 
-#include "common/veldo_common_protocol.h"
 #include "host/views/Led.h"
 
 #include <span>
@@ -17,12 +16,12 @@ struct NumberName {
     std::string_view m_name;
 };
 
-// 2 is nobody's today: the LEDs show it as they show 3.
-constexpr NumberName RunStatuses[] = {{RunStatusUnknown, "not started"},
-                                      {2, "starting"},
-                                      {3, "initialising"},
-                                      {RunStatusRunning, "running"},
-                                      {RunStatusFailed, "failed"}};
+// Nobody writes RUN_STATUS_STARTING today. The LEDs show it as they show RUN_STATUS_INITIALISING.
+constexpr NumberName RunStatuses[] = {{RUN_STATUS_UNWRITTEN, "not started"},
+                                      {RUN_STATUS_STARTING, "starting"},
+                                      {RUN_STATUS_INITIALISING, "initialising"},
+                                      {RUN_STATUS_RUNNING, "running"},
+                                      {RUN_STATUS_FAILED, "failed"}};
 constexpr NumberName UpgradeStates[] = {
     {UpgradeIsRunning, "in progress"}, {UpgradeIsDone, "done"}, {UpgradeHasFailed, "failed"}};
 

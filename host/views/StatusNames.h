@@ -1,6 +1,8 @@
 // Run status, upgrade target and upgrade state by name.
 #pragma once
 
+#include "common/veldo_common_protocol.h"
+
 #include "bm/Params.h"
 
 #include <cstdint>
@@ -9,21 +11,17 @@
 
 namespace bmhost {
 
-constexpr int RunStatusUnknown = 1; ///< of a bay that nobody gave one
-constexpr int RunStatusRunning = 4;
-constexpr int RunStatusFailed = 5;
-
 /// "initialising"; "unknown" for a number that has no name.
 std::string_view RunStatusName(int status);
 /// "initialising (3)".
 std::string RunStatusText(int status);
 
-constexpr int UpgradeIsRunning = 0;
-constexpr int UpgradeIsDone = 2;
-constexpr int UpgradeHasFailed = 3;
+constexpr int UpgradeIsRunning = BM_ADAPTOR::UPGRADE_REQUESTED;
+constexpr int UpgradeIsDone = BM_ADAPTOR::UPGRADE_DONE;
+constexpr int UpgradeHasFailed = BM_ADAPTOR::UPGRADE_FAILED;
 
-constexpr int UpgradeOfBaseboard = 0;
-constexpr int UpgradeOfModule = 1;
+constexpr int UpgradeOfBaseboard = BM_ADAPTOR::UPGRADETARGET_BASEBOARD;
+constexpr int UpgradeOfModule = BM_ADAPTOR::UPGRADETARGET_MODULE;
 
 /// The state of a firmware upgrade as a row or an event carries it.
 struct UpgradeRow {

@@ -5,11 +5,15 @@ import os
 from pathlib import Path
 
 from conftest import INT, TEXT, param, table
+from protocol import BMI_GROUP_HARDWARE_AMC_FRU_TABLE as AMC_FRU_TABLE
+from protocol import BMI_GROUP_HARDWARE_AMC_TABLE as AMC_TABLE
+from protocol import BMI_GROUP_HARDWARE_BOARD as BOARD_TABLE
+from protocol import BMI_GROUP_HARDWARE_RTM_FRU_TABLE as RTM_FRU_TABLE
+from protocol import RESULT_NOT_FOUND as NOT_FOUND
+from protocol import RESULT_OK as SUCCESS
+from protocol import RTM_BAY
 
 FRONT_BOARD, AMC, RTM = 0, 7, 9  # site types
-BOARD_TABLE, AMC_TABLE, AMC_FRU_TABLE, RTM_FRU_TABLE = 0x30000, 0x30200, 0x300, 0x400
-SUCCESS, NOT_FOUND = 1, 12
-RTM_BAY = 9
 
 
 def number(value):

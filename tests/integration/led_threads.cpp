@@ -22,7 +22,7 @@ constexpr int ThreadCount = 2 * LEDsOfPlace; // baseboard and first AMC
 constexpr int Unit = 10;                     // ms, what the controller counts in
 constexpr int ShortestTime = 10;             // units
 constexpr int TimeCount = 241;               // from the shortest to the longest, 250 units
-constexpr int ColorOfLED[] = {4, 2, 3, 5};   // OpenIPMI's blue, red, green, yellow: each LED has one
+constexpr int ColorOfLED[] = {INTERNAL_LED_BLUE, INTERNAL_LED_RED, INTERNAL_LED_GREEN, INTERNAL_LED_AMBER};
 
 std::atomic<bool> failed{false};
 
@@ -37,6 +37,19 @@ void Put(Row& row, unsigned id, int value) {
     param.SetInt(value);
     row.Add(param);
 }
+
+struct LEDIds {
+    unsigned m_led;
+    unsigned m_localControl;
+    unsigned m_onTime;
+    unsigned m_offTime;
+    unsigned m_color;
+};
+
+constexpr LEDIds BoardIds = {BMI_HW_BB_LED_ID, BMI_HW_BB_LED_LOCAL_CONTROL, BMI_HW_BB_LED_ON_TIME,
+                             BMI_HW_BB_LED_OFF_TIME, BMI_HW_BB_LED_COLOR};
+constexpr LEDIds ModuleIds = {BMI_HW_AMC_LED_ID, BMI_HW_AMC_LED_LOCAL_CONTROL, BMI_HW_AMC_LED_ON_TIME,
+                              BMI_HW_AMC_LED_OFF_TIME, BMI_HW_AMC_LED_COLOR};
 
 /// One settable LED, and what its thread wrote to it last.
 class OwnLED {
@@ -53,9 +66,9 @@ public:
         CBMIParams* answer = nullptr;
         const int result = adaptor.ReadParams(Group(), &keys, answer);
         const std::unique_ptr<CBMIParams> row(answer);
-        const CBMIParam* const on = row ? row->GetParamById(Base() + 2) : nullptr;
-        const CBMIParam* const off = row ? row->GetParamById(Base() + 3) : nullptr;
-        if (result != 1 || on == nullptr || off == nullptr) return false;
+        const CBMIParam* const on = row ? row->GetParamById(Ids().m_onTime) : nullptr;
+        const CBMIParam* const off = row ? row->GetParamById(Ids().m_offTime) : nullptr;
+        if (result != RESULT_OK || on == nullptr || off == nullptr) return false;
         onTime = on->GetInt();
         offTime = off->GetInt();
         return true;
@@ -66,10 +79,10 @@ public:
         m_off = (ShortestTime + (round * 3 + m_index) % TimeCount) * Unit;
         CBMIKeys keys = Keys();
         CBMIParams values;
-        Put(values, Base() + 5, 1); // override
-        Put(values, Base() + 2, m_on);
-        Put(values, Base() + 3, m_off);
-        Put(values, Base() + 0xC, ColorOfLED[m_led - 1]);
+        Put(values, Ids().m_localControl, 1); // override
+        Put(values, Ids().m_onTime, m_on);
+        Put(values, Ids().m_offTime, m_off);
+        Put(values, Ids().m_color, ColorOfLED[m_led - 1]);
         return adaptor.WriteParams(Group(), &keys, &values);
     }
 
@@ -85,11 +98,11 @@ private:
     unsigned Group() const {
         return m_isBoard ? BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL : BMI_GROUP_HARDWARE_AMC_LED_INTERNAL;
     }
-    unsigned Base() const { return Group(); } // the ids of these groups count from their number
+    const LEDIds& Ids() const { return m_isBoard ? BoardIds : ModuleIds; }
 
     CBMIKeys Keys() const {
         CBMIKeys keys;
-        Put(keys, Base() + 1, m_led);
+        Put(keys, Ids().m_led, m_led);
         if (!m_isBoard) Put(keys, BMI_HW_AMC_LED_BAY, m_bay);
         return keys;
     }
@@ -114,7 +127,7 @@ int main(int count, char** arguments) {
     // Never destroyed: the domain thread uses them as long as the process lives.
     auto& host = *new SilentHost;
     auto& adaptor = *new IPMIAdaptor;
-    if (adaptor.Init(&host) != 1) return 1;
+    if (adaptor.Init(&host) != RESULT_OK) return 1;
 
     std::vector<OwnLED> leds;
     for (int i = 0; i < ThreadCount; ++i)

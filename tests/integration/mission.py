@@ -11,11 +11,24 @@ from pathlib import Path
 import pytest
 from conftest import SECONDS, bin_folder
 from inside import LiveHost, order, show, wait_until
+from protocol import (
+    BMI_GROUP_HARDWARE_AMC_TABLE,
+    BMI_HW_AMC_BAY,
+    BMI_HW_AMC_RUN_STATUS,
+    COMPONENT_IPMI_ADAPTOR,
+    COMPONENT_MEDIA_ADAPTOR,
+    COMPONENT_MONITOR_THREAD,
+    MONITOR_STARTED_TEXT,
+    MONITOR_STOPPED_TEXT,
+)
+from protocol import RUN_STATUS_FAILED as FAILED  # noqa: F401 (the tests')
+from protocol import RUN_STATUS_INITIALISING as INITIALISING  # noqa: F401
+from protocol import RUN_STATUS_RUNNING as RUNNING  # noqa: F401
+from protocol import RUN_STATUS_UNWRITTEN as NOT_STARTED  # noqa: F401
 
 INSTALL = "/usr/korvel"
-TABLE = "table 0x30200"
-BAY, RUN_STATUS = "0x30201", "0x30208"
-NOT_STARTED, INITIALISING, RUNNING, FAILED = 1, 3, 4, 5
+TABLE = f"table {BMI_GROUP_HARDWARE_AMC_TABLE:#x}"
+BAY, RUN_STATUS = f"{BMI_HW_AMC_BAY:#x}", f"{BMI_HW_AMC_RUN_STATUS:#x}"
 FOR_EVER = "600000"  # ms: until the tool is ended
 NEVER = 0.2  # s: how long is waited for what must not come
 LINE = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} <(\d)> \[([^\]]*)\] (.*)")
@@ -56,11 +69,11 @@ class Mission(LiveHost):
         """What was logged, at level 3, while the health monitor ran the last time; nothing while it runs, or before."""
         texts, found = None, None
         for level, component, text in self.log():
-            if (component, text) == ("IPMI Adaptor", "Monitor Thread started"):
+            if (component, text) == (COMPONENT_IPMI_ADAPTOR, MONITOR_STARTED_TEXT):
                 texts, found = [], None
-            elif (component, text) == ("IPMI Adaptor", "Monitor Thread stopped"):
+            elif (component, text) == (COMPONENT_IPMI_ADAPTOR, MONITOR_STOPPED_TEXT):
                 texts, found = None, texts
-            elif texts is not None and component in ("Monitor Thread", "Media Adaptor"):
+            elif texts is not None and component in (COMPONENT_MONITOR_THREAD, COMPONENT_MEDIA_ADAPTOR):
                 assert level == 3
                 texts.append(text)
         return found

@@ -9,9 +9,11 @@ from pathlib import Path
 import pytest
 from bladefile import AMC, BladeFile, number
 from conftest import INT, TEXT, bin_folder, param, table
+from protocol import BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE as DSP_EX_TABLE
+from protocol import BMI_GROUP_HARDWARE_AMC_DSP_TABLE as DSP_TABLE
+from protocol import BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE as PORT_TABLE
 
 PROGRAM = Path(__file__).parent / "board_host.py"
-DSP_TABLE, DSP_EX_TABLE, PORT_TABLE = 0x1200, 0x30D10, 0x30E00
 TABLES = ["table 0x1200", "table 0x30d10", "table 0x30e00"]
 
 MACS = ["02:4D:71:00:00:08", "02:4D:71:00:00:09", "02:4D:71:00:00:0A", "02:4D:71:00:00:0B"]

@@ -6,14 +6,45 @@ import pytest
 from bladefile import AMC, RTM, RTM_BAY, BladeFile, number
 from conftest import param
 from inside import LiveHost, ipmitool, order, raw, show, wait_until
+from protocol import (
+    HOST_LED_AMBER,
+    HOST_LED_BLUE,
+    HOST_LED_GREEN,
+    HOST_LED_OFF,
+    HOST_LED_RED,
+    HOST_LED_WHITE,
+    INTERNAL_LED_AMBER,
+    INTERNAL_LED_BLUE,
+    INTERNAL_LED_GREEN,
+    INTERNAL_LED_NO_COLOR,
+    INTERNAL_LED_ORANGE,
+    INTERNAL_LED_RED,
+    INTERNAL_LED_WHITE,
+)
+from protocol import RESULT_NOT_FOUND as NOT_FOUND
 
 INT, BOOL = 1, 0
 BLUE, RED, GREEN, AMBER, ORANGE, WHITE = 1, 2, 3, 4, 5, 6  # PICMG
 PICMG = {"blue": BLUE, "red": RED, "green": GREEN, "amber": AMBER, "orange": ORANGE, "white": WHITE}
-# Colours of the host's internal rows are OpenIPMI's.
-TO_OPENIPMI = {0: 0, BLUE: 4, RED: 2, GREEN: 3, AMBER: 5, ORANGE: 6, WHITE: 1}
-TO_HOST = {0: 7, 2: 2, 3: 3, 4: 1, 5: 4, 6: 4, 1: 6}
-NOT_FOUND, ILLEGAL_FIELD = 12, 0xCC
+TO_INTERNAL = {
+    0: INTERNAL_LED_NO_COLOR,
+    BLUE: INTERNAL_LED_BLUE,
+    RED: INTERNAL_LED_RED,
+    GREEN: INTERNAL_LED_GREEN,
+    AMBER: INTERNAL_LED_AMBER,
+    ORANGE: INTERNAL_LED_ORANGE,
+    WHITE: INTERNAL_LED_WHITE,
+}
+TO_HOST = {
+    INTERNAL_LED_NO_COLOR: HOST_LED_OFF,
+    INTERNAL_LED_RED: HOST_LED_RED,
+    INTERNAL_LED_GREEN: HOST_LED_GREEN,
+    INTERNAL_LED_BLUE: HOST_LED_BLUE,
+    INTERNAL_LED_AMBER: HOST_LED_AMBER,
+    INTERNAL_LED_ORANGE: HOST_LED_AMBER,
+    INTERNAL_LED_WHITE: HOST_LED_WHITE,
+}
+ILLEGAL_FIELD = 0xCC
 LED_ON, LOCAL_CONTROL, LAMP_TEST = 0xFF, 0xFC, 0xFB
 
 FILE = BladeFile(os.environ["LED_TEST_BLADE"])
@@ -74,7 +105,7 @@ def values_of(reply):
     local = not flags & 2
     function, on, color = reply[2:5] if local else reply[5:8]
     times = {0xFF: [1, 0], 0x00: [0, 1]}.get(function, [on, function])
-    return [int(local), *times, 0, 0 if function == 0 else TO_OPENIPMI[color]]
+    return [int(local), *times, 0, 0 if function == 0 else TO_INTERNAL[color]]
 
 
 def internal_row(bay, led, reply):
@@ -91,7 +122,7 @@ def external_row(bay, led, reply):
     mode = 1 if is_off or on <= 1 or off < 2 else 2 if off <= 125 else 3
     keys = [param(0x30101, INT, led, key=True)] if bay == 0 else [param(0x30302, INT, led, key=True), param(0x30301, INT, bay, key=True)]
     base = 0x30102 if bay == 0 else 0x30303
-    return keys + [param(base, INT, 7 if is_off else TO_HOST[color]), param(base + 1, INT, mode)]
+    return keys + [param(base, INT, HOST_LED_OFF if is_off else TO_HOST[color]), param(base + 1, INT, mode)]
 
 
 def assert_host_sees_the_controller(live, place):
@@ -123,7 +154,7 @@ STATES = {
 def test_a_settable_led_does_what_was_written(live, place, name):
     on, off, function, duration = STATES[name]
     color = PICMG[place[3]["colors"][0]]
-    assert write(live, place, 1, on, off, TO_OPENIPMI[color]) == 0
+    assert write(live, place, 1, on, off, TO_INTERNAL[color]) == 0
     assert state(place[2], place[3]["id"])[5:8] == [function, duration, color]
     assert state(place[2], place[3]["id"])[1] & 2
     assert_host_sees_the_controller(live, place)
@@ -133,7 +164,7 @@ def test_a_settable_led_does_what_was_written(live, place, name):
 def test_a_settable_led_takes_each_color_that_it_has_and_no_other(live, place):
     for color_name, color in PICMG.items():
         before = state(place[2], place[3]["id"])
-        result = write(live, place, 1, 1, 0, TO_OPENIPMI[color])
+        result = write(live, place, 1, 1, 0, TO_INTERNAL[color])
         if color_name in place[3]["colors"]:
             assert (result, state(place[2], place[3]["id"])[5:8]) == (0, [LED_ON, 0, color])
             assert_host_sees_the_controller(live, place)
@@ -143,7 +174,7 @@ def test_a_settable_led_takes_each_color_that_it_has_and_no_other(live, place):
 
 @pytest.mark.parametrize("place", SETTABLE, ids=name_of)
 def test_a_settable_led_goes_back_to_local_control(live, place):
-    assert write(live, place, 1, 1, 0, TO_OPENIPMI[PICMG[place[3]["colors"][0]]]) == 0
+    assert write(live, place, 1, 1, 0, TO_INTERNAL[PICMG[place[3]["colors"][0]]]) == 0
     if place[3].get("local_control", True):
         assert write(live, place, 0, 0, 1, 2) == 0
         assert not state(place[2], place[3]["id"])[1] & 2
@@ -169,20 +200,20 @@ def test_a_lamp_test_from_outside_is_seen_until_it_has_run_out(live, place):
 def test_a_write_for_any_module_lands_on_the_first_amc(live, bay):
     place = next(place for place in SETTABLE if place[0] == FIRST_AMC and place[1] == 2)
     before = {name_of(other): state(other[2], other[3]["id"]) for other in places() if other[0] not in (0, FIRST_AMC)}
-    assert write(live, place, 1, 1, 0, TO_OPENIPMI[RED], bay=bay) == 0
+    assert write(live, place, 1, 1, 0, TO_INTERNAL[RED], bay=bay) == 0
     assert state(place[2], place[3]["id"])[5:8] == [LED_ON, 0, RED]
     assert before == {name_of(other): state(other[2], other[3]["id"]) for other in places() if other[0] not in (0, FIRST_AMC)}
 
 
 @pytest.mark.parametrize("place", [SETTABLE[1], SETTABLE[-1]], ids=name_of)
 def test_ipmitool_reads_the_same_bytes(live, place):
-    assert write(live, place, 1, 500, 300, TO_OPENIPMI[PICMG[place[3]["colors"][0]]]) == 0
+    assert write(live, place, 1, 500, 300, TO_INTERNAL[PICMG[place[3]["colors"][0]]]) == 0
     done = ipmitool("raw", "0x2c", "0x08", "0", str(place[2]), str(place[3]["id"]))
     assert [int(byte, 16) for byte in done.stdout.split()] == state(place[2], place[3]["id"])
 
 
 def test_ipmitool_shows_what_was_written(live):
-    assert write(live, SETTABLE[1], 1, 1, 0, TO_OPENIPMI[RED]) == 0
+    assert write(live, SETTABLE[1], 1, 1, 0, TO_INTERNAL[RED]) == 0
     shown = ipmitool("picmg", "led", "get", "0", "1").stdout
     assert "RED" in shown and "Override" in shown, shown
     panel = next(led for led in show("leds") if (led["fru"], led["led"]) == (0, 1))
@@ -219,14 +250,14 @@ def test_a_reset_of_the_board_reaches_the_controller(live):
 
 def test_leds_are_still_read_and_set_after_a_reset_of_the_board(live):
     live.call("write 0x30000 -- 0x30009=true")
-    assert write(live, SETTABLE[1], 1, 1, 0, TO_OPENIPMI[RED]) == 0
+    assert write(live, SETTABLE[1], 1, 1, 0, TO_INTERNAL[RED]) == 0
     assert_host_sees_the_controller(live, SETTABLE[1])
 
 
 def test_a_refused_command_is_told_and_the_next_one_works(live):
     order("fault", "add", "2c 07 00 00 01", "--count", "1", "completion-code", "0xD5")
-    assert write(live, SETTABLE[1], 1, 1, 0, TO_OPENIPMI[RED]) == 0xD5
-    assert write(live, SETTABLE[1], 1, 1, 0, TO_OPENIPMI[RED]) == 0
+    assert write(live, SETTABLE[1], 1, 1, 0, TO_INTERNAL[RED]) == 0xD5
+    assert write(live, SETTABLE[1], 1, 1, 0, TO_INTERNAL[RED]) == 0
     order("fault", "add", "2c 08 00 00 01", "--count", "1", "completion-code", "0xC3")
     assert live.call(internal_read(0, 2))["result"] == 0
     order("fault", "add", "2c 08 00 00 01", "--count", "1", "short", "4")

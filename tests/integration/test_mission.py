@@ -26,17 +26,21 @@ from mission import (  # noqa: F401 (two are fixtures)
     shell_of,
     write_address,
 )
+from protocol import COMPONENT_IPMI, COMPONENT_MEDIA_ADAPTOR, RTM_BAY
+from protocol import STARTUP_DSP_FAILED as DSP_FAILED
+from protocol import STARTUP_FAILED as INIT_FAILED
+from protocol import STARTUP_MEDIA_START_FAILED as MEDIA_START_FAILED
+from protocol import STARTUP_MEDIA_STOP_FAILED as MEDIA_STOP_FAILED
 
-BAYS = (3, 6, 9)
-DSP_FAILED, INIT_FAILED, MEDIA_START_FAILED, MEDIA_STOP_FAILED = 0x30012, 0x30011, 0x30004, 0x30005
+BAYS = (3, 6, RTM_BAY)
 START_TOOLS = ["mavk_init", "mavk_boot", "mavk_diag", "mediaStart"]
 
 # What the start makes of a tool that fails: its result, the run status, the out-of-service LED, component and text of what it logs.
 FAILURES = {
-    "mavk_init": (INIT_FAILED, INITIALISING, LED_BLINKS, "IPMI", "Fail to initialize DSP"),
-    "mavk_boot": (DSP_FAILED, FAILED, LED_ON, "IPMI", "Fail to download DSP ErrorID = {}"),
-    "mavk_diag": (DSP_FAILED, FAILED, LED_ON, "IPMI", "DSPs Post Test Fail, ErrorID = {}"),
-    "mediaStart": (MEDIA_START_FAILED, RUNNING, LED_OFF, "Media Adaptor", "Fail to start MEDIA SERVER "),
+    "mavk_init": (INIT_FAILED, INITIALISING, LED_BLINKS, COMPONENT_IPMI, "Fail to initialize DSP"),
+    "mavk_boot": (DSP_FAILED, FAILED, LED_ON, COMPONENT_IPMI, "Fail to download DSP ErrorID = {}"),
+    "mavk_diag": (DSP_FAILED, FAILED, LED_ON, COMPONENT_IPMI, "DSPs Post Test Fail, ErrorID = {}"),
+    "mediaStart": (MEDIA_START_FAILED, RUNNING, LED_OFF, COMPONENT_MEDIA_ADAPTOR, "Fail to start MEDIA SERVER "),
 }
 # The shell tells of a tool that a signal ended as of a status.
 ENDS = [("--exit", 1, 1), ("--exit", 7, 7), ("--exit", 16, 16), ("--exit", 126, 126), ("--exit", 255, 255), ("--signal", 9, 137), ("--signal", 11, 139), ("--signal", 15, 143)]
@@ -66,7 +70,7 @@ def test_a_tool_that_fails_ends_the_start(mission, tool, end):
     assert led(3, 2) == ("override", "on", "green", 0, 0)
     log = host.log()
     assert (3, component, text.format(code)) in log
-    assert (3, "IPMI", f"TRACE - done Calling mavk_init with rc1={code if tool == 'mavk_init' else 0}") in log
+    assert (3, COMPONENT_IPMI, f"TRACE - done Calling mavk_init with rc1={code if tool == 'mavk_init' else 0}") in log
     assert not media_runs()
     # The next start finds the tool sound.
     assert host.result("start") == 1
@@ -103,7 +107,7 @@ def test_a_stop_tells_whether_the_media_software_could_be_stopped(mission, end, 
     order("tool", "set", "mediaStop", *end)
     assert host.result("stop") == result
     assert media_runs() == (result != 1)
-    assert host.texts("Media Adaptor").count("Fail to stop MEDIA SERVER ") == (result != 1)
+    assert host.texts(COMPONENT_MEDIA_ADAPTOR).count("Fail to stop MEDIA SERVER ") == (result != 1)
 
 
 @pytest.mark.parametrize("failure", ["mavkAmcSwitchMACLearnByDSP 9 2", "mavkAmcSwitchMACLearn 5 7", "mavkAmcSwitchMACLearn 5 8"])
@@ -116,7 +120,7 @@ def test_a_switch_that_cannot_be_taught_ends_the_start(mission, failure):
         order("switch", "clear", failure.split()[0], failure.split()[2])
     assert tools() == ["mavk_init"]
     assert host.run_status() == dict.fromkeys(BAYS, FAILED)
-    assert "Fail to teach switch ErrorID = 0" in host.texts("IPMI")
+    assert "Fail to teach switch ErrorID = 0" in host.texts(COMPONENT_IPMI)
 
 
 # Addresses. The second DSP is given one.
@@ -145,7 +149,7 @@ def assert_off_the_subnet(host, address):
     assert host.result(write_address(2, address)) == 1
     assert host.result("start") == 0
     shown = address.replace("\f", "?")  # no byte of the log steers a terminal
-    assert host.texts("IPMI") == [f"m_pDspInfo[1] IP Address ={shown}, is not on same subnet(0xFFF0) of eth6, IP Address = 192.168.0.6"]
+    assert host.texts(COMPONENT_IPMI) == [f"m_pDspInfo[1] IP Address ={shown}, is not on same subnet(0xFFF0) of eth6, IP Address = 192.168.0.6"]
     assert command_lines() == []
     assert host.run_status() == dict.fromkeys(BAYS, NOT_STARTED)
     assert not media_runs()

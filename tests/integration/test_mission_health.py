@@ -20,8 +20,16 @@ from mission import (  # noqa: F401 (two are fixtures)
     runs,
     shell_of,
 )
+from protocol import (
+    COMPONENT_IPMI,
+    COMPONENT_IPMI_ADAPTOR,
+    COMPONENT_MONITOR_THREAD,
+    MONITOR_STARTED_TEXT,
+    MONITOR_STOPPED_TEXT,
+    RTM_BAY,
+)
 
-BAYS = (3, 6, 9)
+BAYS = (3, 6, RTM_BAY)
 DSPS = " /0/02:4D:71:00:00:08/192.168.0.23 /1/02:4D:71:00:00:09/192.168.0.22 /2/02:4D:71:00:00:0A/192.168.0.21 /3/02:4D:71:00:00:0B/192.168.0.20"
 NO_BOARD_STATUS = "QBoardStatusReply() failed in IsVXPLive()"
 NO_PROC_STATUS = "QProcStatusReply() failed in IsVXPLive()"
@@ -172,7 +180,7 @@ def test_the_diagnostic_in_words_has_the_form_of_the_blade(mission, tmp_path, va
 def test_an_install_folder_without_tools_starts_nothing(mission, tmp_path):
     host = mission({"TARSK_KORVEL_DIR": str(tmp_path / "nowhere")})
     assert host.result("start") == 0x30011
-    assert "TRACE - done Calling mavk_init with rc1=127" in host.texts("IPMI")
+    assert "TRACE - done Calling mavk_init with rc1=127" in host.texts(COMPONENT_IPMI)
     assert command_lines() == []
 
 
@@ -213,12 +221,12 @@ def test_a_stop_lets_a_check_under_way_end(mission, tmp_path):
 def test_a_start_while_the_monitor_runs_has_one_monitor_and_not_two(mission):
     host = mission()
     assert [host.result("start"), host.result("start"), host.result("start"), host.result("stop")] == [1, 1, 1, 1]
-    lives = [text for text in host.texts("IPMI Adaptor") if text.startswith("Monitor Thread")]
-    assert lives == ["Monitor Thread started", "Monitor Thread stopped"] * 3
+    lives = [text for text in host.texts(COMPONENT_IPMI_ADAPTOR) if text.startswith("Monitor Thread")]
+    assert lives == [MONITOR_STARTED_TEXT, MONITOR_STOPPED_TEXT] * 3
 
 
 def test_a_second_host_of_the_blade_has_no_queue_and_no_monitor_but_starts(mission):
     first, second = mission(), mission()
     assert [first.result("start"), second.result("start")] == [1, 1]
-    assert second.texts("Monitor Thread") == ["Fail to bind MSG handle in InitDriver()"]
+    assert second.texts(COMPONENT_MONITOR_THREAD) == ["Fail to bind MSG handle in InitDriver()"]
     assert [first.result("stop"), second.result("stop")] == [1, 1]

@@ -10,6 +10,7 @@ from bladefile import AMC, RTM, BladeFile, number
 from conftest import SECONDS, bin_folder
 from inside import order, wait_until
 from mission import INSTALL, LED_OFF, LED_ON, NOT_STARTED, RUNNING, command_lines, fresh_tools, led, media_runs, missions, runs  # noqa: F401 (two are fixtures)
+from protocol import COMPONENT_IPMI, COMPONENT_MEDIA_ADAPTOR
 
 NAME = os.environ["MISSION_BLADE"]
 FILE = BladeFile(NAME)
@@ -70,9 +71,9 @@ def test_the_blade_starts_and_stops(mission, addresses):
     assert host.run_status() == dict.fromkeys(BAYS, NOT_STARTED)
     check_started(host, own_words())
     init, boot, diagnostic = wanted_lines(own_words())[:3]
-    assert [text for text in host.texts("IPMI") if text.startswith("MAVK")] == [f"MAVK_INIT: {init}", f"MAVK_DIAG: {diagnostic}"]
-    assert [text for text in host.texts("Media Adaptor") if text.startswith("MAVK")] == [f"MAVK_BOOT: {boot}"]
-    assert host.texts("IPMI")[-1] == "DSPs Post Test Pass"
+    assert [text for text in host.texts(COMPONENT_IPMI) if text.startswith("MAVK")] == [f"MAVK_INIT: {init}", f"MAVK_DIAG: {diagnostic}"]
+    assert [text for text in host.texts(COMPONENT_MEDIA_ADAPTOR) if text.startswith("MAVK")] == [f"MAVK_BOOT: {boot}"]
+    assert host.texts(COMPONENT_IPMI)[-1] == "DSPs Post Test Pass"
     assert host.result("stop") == 1
     assert command_lines()[-1] == f"{INSTALL}/bin/mediaStop"
     assert not media_runs()
@@ -129,6 +130,6 @@ if GIVEN:
         host = mission()
         assert host.result("start") == 0
         assert command_lines() == []
-        assert host.texts("IPMI") == ["m_pDspInfo[4] IP Address =, is not on same subnet(0xFFF0) of eth6, IP Address = 192.168.0.6"]
+        assert host.texts(COMPONENT_IPMI) == ["m_pDspInfo[4] IP Address =, is not on same subnet(0xFFF0) of eth6, IP Address = 192.168.0.6"]
         assert host.run_status() == dict.fromkeys(BAYS, NOT_STARTED)
         assert not media_runs()

@@ -8,11 +8,16 @@ import pytest
 from conftest import SECONDS, bin_folder, param
 from inside import order, wait_until
 from mission import FOR_EVER, fresh_tools, missions, quoted, run_of, runs, shell_of  # noqa: F401 (two are fixtures)
+from protocol import RESULT_NO_VALUE as MISSING
+from protocol import RESULT_NOTHING_DONE as REFUSED
+from protocol import RESULT_OK as STARTED
+from protocol import UPGRADE_DONE as DONE
+from protocol import UPGRADE_FAILED
+from protocol import UPGRADE_REQUESTED as REQUESTED
+from protocol import UPGRADETARGET_BASEBOARD as BASEBOARD
+from protocol import UPGRADETARGET_MODULE as MODULE
 
 UINT = 2
-REQUESTED, DONE, UPGRADE_FAILED = 0, 2, 3
-BASEBOARD, MODULE = 0, 1
-STARTED, REFUSED, MISSING = 1, 0, 23
 WAIT = f"wait-event {SECONDS * 1000}"
 TOOL = ["fwburn", "-i", "KCS", "-M", "direct"]
 

@@ -77,10 +77,98 @@ TEST(ParameterNames, OfFirmwareUpdatesAreNoKeysAndNoSignedIntegers) {
     }
 }
 
-TEST(Numbers, OfTheRunStatusEventAreTheHostProtocols) {
-    EXPECT_EQ(BMI_EVENT_AMC_RUN_STATUS, 0x70402U);
-    EXPECT_EQ(BMI_EVENT_NUMBER, 5U);
-    EXPECT_EQ(BMI_EVENT_CLASS, 5U);
+struct NUMBER_CASE {
+    const char* m_Name;
+    int64_t m_Number;
+    int64_t m_Protocol;
+};
+
+#define NUMBER(name, number)                                                                                           \
+    NUMBER_CASE {                                                                                                      \
+#name, (name), (number)                                                                                        \
+    }
+
+/// The one place where these numbers are written a second time: hosts were built with them.
+constexpr NUMBER_CASE g_Numbers[] = {
+    NUMBER(BMI_GROUP_UNSERVED_30D00, 0x30d00),
+    NUMBER(BMI_GROUP_UNSERVED_30E10, 0x30e10),
+    NUMBER(BMI_EVENT_CLASS, 5),
+    NUMBER(BMI_EVENT_NUMBER, 5),
+    NUMBER(BMI_EVENT_AMC_RUN_STATUS, 0x70402),
+    NUMBER(HOST_MODE_LOOK_ONLY, 2),
+    NUMBER(RESULT_NOTHING_DONE, 0),
+    NUMBER(RESULT_OK, 1),
+    NUMBER(RESULT_NO_ARGUMENT, 2),
+    NUMBER(RESULT_NO_ROW, 4),
+    NUMBER(RESULT_NOT_FOUND, 12),
+    NUMBER(RESULT_NO_STATUS, 16),
+    NUMBER(RESULT_NOT_OBTAINED, 21),
+    NUMBER(RESULT_NO_VALUE, 23),
+    NUMBER(STARTUP_MEDIA_START_FAILED, 0x30004),
+    NUMBER(STARTUP_MEDIA_STOP_FAILED, 0x30005),
+    NUMBER(STARTUP_FAILED, 0x30011),
+    NUMBER(STARTUP_DSP_FAILED, 0x30012),
+    NUMBER(MONITOR_LIVE, 1),
+    NUMBER(MONITOR_FIRMWARE_FAILED, 0x30013),
+    NUMBER(MONITOR_RTM_FAILED, 0x30014),
+    NUMBER(MONITOR_AMC_FAILED, 0x30015),
+    NUMBER(MONITOR_NOT_RUN, 0x30016),
+    NUMBER(MONITOR_PROCESSOR_FAULT, 0x30017),
+    NUMBER(MONITOR_NO_EXCHANGE, 0x30019),
+    NUMBER(RUN_STATUS_UNWRITTEN, 1),
+    NUMBER(RUN_STATUS_STARTING, 2),
+    NUMBER(RUN_STATUS_INITIALISING, 3),
+    NUMBER(RUN_STATUS_RUNNING, 4),
+    NUMBER(RUN_STATUS_FAILED, 5),
+    NUMBER(UPGRADETARGET_BASEBOARD, 0),
+    NUMBER(UPGRADETARGET_MODULE, 1),
+    NUMBER(UPGRADE_REQUESTED, 0),
+    NUMBER(UPGRADE_DONE, 2),
+    NUMBER(UPGRADE_FAILED, 3),
+    NUMBER(AMC_BAY_FIRST, 1),
+    NUMBER(AMC_BAY_LAST, 8),
+    NUMBER(RTM_BAY, 9),
+    NUMBER(HOST_LED_HOT_SWAP, 1),
+    NUMBER(HOST_LED_OUT_OF_SERVICE, 2),
+    NUMBER(HOST_LED_HEALTH, 3),
+    NUMBER(HOST_LED_FOURTH, 4),
+    NUMBER(HOST_LED_BLUE, 1),
+    NUMBER(HOST_LED_RED, 2),
+    NUMBER(HOST_LED_GREEN, 3),
+    NUMBER(HOST_LED_AMBER, 4),
+    NUMBER(HOST_LED_WHITE, 6),
+    NUMBER(HOST_LED_OFF, 7),
+    NUMBER(INTERNAL_LED_NO_COLOR, 0),
+    NUMBER(INTERNAL_LED_WHITE, 1),
+    NUMBER(INTERNAL_LED_RED, 2),
+    NUMBER(INTERNAL_LED_GREEN, 3),
+    NUMBER(INTERNAL_LED_BLUE, 4),
+    NUMBER(INTERNAL_LED_AMBER, 5),
+    NUMBER(INTERNAL_LED_ORANGE, 6),
+    NUMBER(HOST_LED_STEADY, 1),
+    NUMBER(HOST_LED_BLINKS, 2),
+    NUMBER(HOST_LED_BLINKS_SLOWLY, 3),
+    NUMBER(TELQ_EXT_IF_FABRIC, 2),
+    NUMBER(TELQ_EXT_IF_RTM, 3),
+    NUMBER(PORT_DISABLED, 0),
+    NUMBER(PORT_ENABLED, 1),
+    NUMBER(PORT_LINK_DOWN, 0),
+    NUMBER(PORT_LINK_UP, 1),
+    NUMBER(PORT_LINK_UNKNOWN, 2),
+};
+
+TEST(Numbers, AreThoseThatHostsWereBuiltWith) {
+    for (const NUMBER_CASE& l_Case : g_Numbers)
+        EXPECT_EQ(l_Case.m_Protocol, l_Case.m_Number) << l_Case.m_Name;
+}
+
+TEST(Texts, AreThoseThatHostsLookFor) {
+    EXPECT_STREQ("IPMI Adaptor", COMPONENT_IPMI_ADAPTOR);
+    EXPECT_STREQ("IPMI", COMPONENT_IPMI);
+    EXPECT_STREQ("Media Adaptor", COMPONENT_MEDIA_ADAPTOR);
+    EXPECT_STREQ("Monitor Thread", COMPONENT_MONITOR_THREAD);
+    EXPECT_STREQ("Monitor Thread started", MONITOR_STARTED_TEXT);
+    EXPECT_STREQ("Monitor Thread stopped", MONITOR_STOPPED_TEXT);
 }
 
 } // namespace

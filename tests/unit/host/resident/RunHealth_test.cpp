@@ -1,6 +1,8 @@
 // The health monitor, as its log lines tell of it.
 #include "host/resident/RunHealth.h"
 
+#include "common/veldo_common_protocol.h"
+
 #include "bm/Log.h"
 
 #include <gmock/gmock.h>
@@ -8,6 +10,7 @@
 
 namespace {
 
+using namespace BM_ADAPTOR;
 using namespace bmhost;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -22,14 +25,14 @@ protected:
 };
 
 TEST_F(HealthLogTest, TellsThatTheMonitorRuns) {
-    EXPECT_EQ(HealthState::Monitored, Line("IPMI Adaptor", "Monitor Thread started")->m_health);
+    EXPECT_EQ(HealthState::Monitored, Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STARTED_TEXT)->m_health);
 }
 
 TEST_F(HealthLogTest, TellsAFaultWithItsReasonsWhenTheMonitorEnds) {
-    Line("IPMI Adaptor", "Monitor Thread started");
-    EXPECT_FALSE(Line("Monitor Thread", "Waiting for 0x800072 message timed out. timeout period = 5000 ms"));
-    EXPECT_FALSE(Line("Media Adaptor", "QBoardStatusReply() failed in IsVXPLive()"));
-    const auto change = Line("IPMI Adaptor", "Monitor Thread stopped");
+    Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STARTED_TEXT);
+    EXPECT_FALSE(Line(COMPONENT_MONITOR_THREAD, "Waiting for 0x800072 message timed out. timeout period = 5000 ms"));
+    EXPECT_FALSE(Line(COMPONENT_MEDIA_ADAPTOR, "QBoardStatusReply() failed in IsVXPLive()"));
+    const auto change = Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STOPPED_TEXT);
     ASSERT_TRUE(change);
     EXPECT_EQ(HealthState::Fault, change->m_health);
     EXPECT_THAT(change->m_reasons, ElementsAre("Waiting for 0x800072 message timed out. timeout period = 5000 ms",
@@ -37,31 +40,31 @@ TEST_F(HealthLogTest, TellsAFaultWithItsReasonsWhenTheMonitorEnds) {
 }
 
 TEST_F(HealthLogTest, TellsTheEndOfAMonitorThatFoundNothing) {
-    Line("IPMI Adaptor", "Monitor Thread started");
-    Line("Monitor Thread", "AMCs are live", BM_LOG_DEBUG);
-    Line("IPMI", "something else");
-    const auto change = Line("IPMI Adaptor", "Monitor Thread stopped");
+    Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STARTED_TEXT);
+    Line(COMPONENT_MONITOR_THREAD, "AMCs are live", BM_LOG_DEBUG);
+    Line(COMPONENT_IPMI, "something else");
+    const auto change = Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STOPPED_TEXT);
     EXPECT_EQ(HealthState::Ended, change->m_health);
     EXPECT_THAT(change->m_reasons, IsEmpty());
 }
 
 TEST_F(HealthLogTest, ForgetsTheReasonsOfAnEarlierFault) {
-    Line("IPMI Adaptor", "Monitor Thread started");
-    Line("Monitor Thread", "AMC failed");
-    Line("IPMI Adaptor", "Monitor Thread stopped");
-    Line("IPMI Adaptor", "Monitor Thread started");
-    EXPECT_EQ(HealthState::Ended, Line("IPMI Adaptor", "Monitor Thread stopped")->m_health);
+    Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STARTED_TEXT);
+    Line(COMPONENT_MONITOR_THREAD, "AMC failed");
+    Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STOPPED_TEXT);
+    Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STARTED_TEXT);
+    EXPECT_EQ(HealthState::Ended, Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STOPPED_TEXT)->m_health);
 }
 
 TEST_F(HealthLogTest, TellsAMonitorThatCannotBegin) {
-    const auto change = Line("Monitor Thread", "qDrvSetInterface() failed in InitDriver()");
+    const auto change = Line(COMPONENT_MONITOR_THREAD, "qDrvSetInterface() failed in InitDriver()");
     EXPECT_EQ(HealthState::Fault, change->m_health);
     EXPECT_THAT(change->m_reasons, ElementsAre("qDrvSetInterface() failed in InitDriver()"));
 }
 
 TEST_F(HealthLogTest, DoesNotListenToOthers) {
-    EXPECT_FALSE(Line("Media Adaptor", "MAVK_BOOT: /usr/korvel/bin/mavk_boot"));
-    EXPECT_FALSE(Line("IPMI", "DSPs Post Test Pass"));
+    EXPECT_FALSE(Line(COMPONENT_MEDIA_ADAPTOR, "MAVK_BOOT: /usr/korvel/bin/mavk_boot"));
+    EXPECT_FALSE(Line(COMPONENT_IPMI, "DSPs Post Test Pass"));
 }
 
 } // namespace

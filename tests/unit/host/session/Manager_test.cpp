@@ -13,7 +13,7 @@
 
 namespace {
 
-using BM_ADAPTOR::CBMIEvParams;
+using namespace BM_ADAPTOR;
 using bmhost::HostManager;
 using namespace std::chrono_literals;
 
@@ -22,14 +22,14 @@ constexpr const char* Nowhere = "/nowhere";
 
 TEST(Manager, RemovesWhatWasRegisteredOnce) {
     HostManager manager(1, Nowhere);
-    EXPECT_EQ(0, manager.UnregisterGroup(0x300));
-    EXPECT_EQ(1, manager.RegisterGroup(0x300, nullptr));
-    EXPECT_EQ(1, manager.UnregisterGroup(0x300));
-    EXPECT_EQ(0, manager.UnregisterGroup(0x300));
-    EXPECT_EQ(0, manager.UnregisterEventClass(5));
-    EXPECT_EQ(1, manager.RegisterEventClass(5, nullptr));
-    EXPECT_EQ(1, manager.UnregisterEventClass(5));
-    EXPECT_EQ(0, manager.UnregisterEventClass(5));
+    EXPECT_EQ(0, manager.UnregisterGroup(BMI_GROUP_HARDWARE_AMC_FRU_TABLE));
+    EXPECT_EQ(1, manager.RegisterGroup(BMI_GROUP_HARDWARE_AMC_FRU_TABLE, nullptr));
+    EXPECT_EQ(1, manager.UnregisterGroup(BMI_GROUP_HARDWARE_AMC_FRU_TABLE));
+    EXPECT_EQ(0, manager.UnregisterGroup(BMI_GROUP_HARDWARE_AMC_FRU_TABLE));
+    EXPECT_EQ(0, manager.UnregisterEventClass(BMI_EVENT_CLASS));
+    EXPECT_EQ(1, manager.RegisterEventClass(BMI_EVENT_CLASS, nullptr));
+    EXPECT_EQ(1, manager.UnregisterEventClass(BMI_EVENT_CLASS));
+    EXPECT_EQ(0, manager.UnregisterEventClass(BMI_EVENT_CLASS));
 }
 
 TEST(Manager, GivesModeAndTheHostsLogger) {
@@ -46,7 +46,7 @@ TEST(Manager, StorageIsInTheFolderOfItsChoice) {
     EXPECT_EQ(storage, manager.GetStorage());
     EXPECT_FALSE(std::filesystem::exists(folder)) << "untouched until it is used";
     EXPECT_EQ(1, storage->StartTransaction());
-    EXPECT_EQ(1, storage->SetRow("f", Row<BM_ADAPTOR::CBMIKeys>(Int(1, 2)), Row(Int(3, 4))));
+    EXPECT_EQ(1, storage->SetRow("f", Row<CBMIKeys>(Int(1, 2)), Row(Int(3, 4))));
     EXPECT_EQ(1, storage->EndTransaction());
     EXPECT_TRUE(std::filesystem::exists(folder + "/f"));
     std::filesystem::remove_all(folder);
@@ -54,15 +54,15 @@ TEST(Manager, StorageIsInTheFolderOfItsChoice) {
 
 TEST(Manager, EventIsACopy) {
     HostManager manager(1, Nowhere);
-    auto params = Row<CBMIEvParams>(Int(0x30208, 3));
-    EXPECT_EQ(1, manager.SendEvent(0x70402, 5, &params));
-    params.Get(0)->SetInt(4);
+    auto params = Row<CBMIEvParams>(Int(BMI_HW_AMC_RUN_STATUS, RUN_STATUS_INITIALISING));
+    EXPECT_EQ(1, manager.SendEvent(BMI_EVENT_AMC_RUN_STATUS, BMI_EVENT_NUMBER, &params));
+    params.Get(0)->SetInt(RUN_STATUS_RUNNING);
     const auto event = manager.TakeEvent(0ms);
     ASSERT_TRUE(event.has_value());
-    EXPECT_EQ(0x70402U, event->m_event);
-    EXPECT_EQ(5U, event->m_number);
+    EXPECT_EQ(BMI_EVENT_AMC_RUN_STATUS, event->m_event);
+    EXPECT_EQ(BMI_EVENT_NUMBER, event->m_number);
     ASSERT_EQ(1, event->m_params.GetSize());
-    EXPECT_EQ(3, event->m_params.Get(0)->GetInt());
+    EXPECT_EQ(RUN_STATUS_INITIALISING, event->m_params.Get(0)->GetInt());
 }
 
 TEST(Manager, EventWithoutParametersIsTaken) {

@@ -58,16 +58,16 @@ void Print() {
 // An event, a fault that the health monitor finds, and the end.
 int SendAndFault(IBMAdaptorMgr* manager) {
     CBMIEvParams params;
-    for (const auto& [id, value] : {std::pair{0x30208U, 4}, {0x30201U, 3}}) {
-        CBMIParam param(BMI_PARAM_INT, id, id == 0x30201U);
+    for (const auto& [id, value] : {std::pair{BMI_HW_AMC_RUN_STATUS, int{RUN_STATUS_RUNNING}}, {BMI_HW_AMC_BAY, 3}}) {
+        CBMIParam param(BMI_PARAM_INT, id, id == BMI_HW_AMC_BAY);
         param.SetInt(value);
         params.Add(param);
     }
-    manager->SendEvent(0x70402, 5, &params);
-    bmiLog(BM_LOG_ERROR, "IPMI Adaptor", "Monitor Thread started");
+    manager->SendEvent(BMI_EVENT_AMC_RUN_STATUS, BMI_EVENT_NUMBER, &params);
+    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "%s", MONITOR_STARTED_TEXT);
     printf("the report\n");
-    bmiLog(BM_LOG_ERROR, "Monitor Thread", "AMC failed");
-    bmiLog(BM_LOG_ERROR, "IPMI Adaptor", "Monitor Thread stopped");
+    bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "AMC failed");
+    bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "%s", MONITOR_STOPPED_TEXT);
     kill(getpid(), SIGTERM);
     return 1;
 }
@@ -131,7 +131,7 @@ public:
         Note("Init");
         m_manager = manager;
         m_manager->RegisterGroup(StubEcho, this);
-        m_manager->RegisterEventClass(5, this);
+        m_manager->RegisterEventClass(BMI_EVENT_CLASS, this);
         return Do(Act::STUB_INIT);
     }
 
@@ -153,7 +153,7 @@ public:
     int ReadParams(unsigned group, const CBMIKeys* keys, CBMIParams*& row) override {
         Note("Read");
         row = nullptr;
-        if (group == StubNotFound) return 12;
+        if (group == StubNotFound) return RESULT_NOT_FOUND;
         if (group != StubEcho) return 0;
         row = new CBMIParams(*keys);
         return 1;
@@ -163,14 +163,16 @@ public:
     int WriteParams(unsigned group, CBMIKeys* keys, CBMIParams* values) override {
         Note("Write");
         if (group == StubUpgrade) return Upgrade(*values);
-        if (group != StubEcho && group != StubEventLater) return 23;
+        if (group != StubEcho && group != StubEventLater) return RESULT_NO_VALUE;
         CBMIEvParams params;
         for (const CBMIParams* row : {static_cast<CBMIParams*>(keys), values}) {
             for (int i = 0; i < row->GetSize(); ++i)
                 params.Add(*row->Get(i));
         }
         if (m_manager == nullptr) return 0;
-        auto send = [manager = m_manager, params]() mutable { manager->SendEvent(0x70402, 5, &params); };
+        auto send = [manager = m_manager, params]() mutable {
+            manager->SendEvent(BMI_EVENT_AMC_RUN_STATUS, BMI_EVENT_NUMBER, &params);
+        };
         if (group == StubEcho) {
             send();
         } else {
@@ -186,7 +188,7 @@ public:
         Note("Table");
         if (group != StubEcho && group != StubNotFound) return 0;
         table = new CBMITable;
-        if (group == StubNotFound) return 12;
+        if (group == StubNotFound) return RESULT_NOT_FOUND;
         for (const char* text : {"one", "\x1B[31mtwo\xE9 "}) {
             CBMIParams row;
             row.Add(Text(StubText, text));
@@ -199,16 +201,18 @@ public:
 
 private:
     int Upgrade(const CBMIParams& values) {
-        const std::string file = values.GetParamById(0x605)->GetString();
+        const std::string file = values.GetParamById(BMI_FW_UPDATE_FILE)->GetString();
         if (file.find("refused") != std::string::npos) return 0;
         CBMIEvParams params;
-        for (const unsigned id : {0x601U, 0x606U})
+        for (const unsigned id : {BMI_FW_UPDATE_TARGET, BMI_FW_UPDATE_BAY})
             params.Add(*values.GetParamById(id));
-        CBMIParam state(BMI_PARAM_UINT, 0x602, false);
-        state.SetInt(file.find("bad") != std::string::npos ? 3 : 2);
+        CBMIParam state(BMI_PARAM_UINT, BMI_FW_UPDATE_STATE, false);
+        state.SetInt(file.find("bad") != std::string::npos ? UPGRADE_FAILED : UPGRADE_DONE);
         params.Add(state);
         printf("the firmware tool's words\n");
-        std::thread([manager = m_manager, params]() mutable { manager->SendEvent(StubUpgrade, 5, &params); }).detach();
+        std::thread([manager = m_manager, params]() mutable {
+            manager->SendEvent(StubUpgrade, BMI_EVENT_NUMBER, &params);
+        }).detach();
         return 1;
     }
 

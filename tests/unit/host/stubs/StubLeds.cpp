@@ -12,22 +12,24 @@ namespace {
 
 using namespace BM_ADAPTOR;
 
-constexpr int NotFound = 12;
 constexpr int IllegalField = 0xCC;
-constexpr int White = 1;
 
 struct State {
     int m_local = 1;
     int m_on = 0;
     int m_off = 1;
     int m_lampTest = 0;
-    int m_color = 0;
+    int m_color = INTERNAL_LED_NO_COLOR;
 };
 
 /// The ids of a row's values: local control, on, off, lamp test, colour.
 using ValueIds = std::array<unsigned, 5>;
-constexpr ValueIds Board = {0x105, 0x102, 0x103, 0x104, 0x10C};
-constexpr ValueIds Module = {0x205, 0x202, 0x203, 0x204, 0x20C};
+constexpr ValueIds Board = {BMI_HW_BB_LED_LOCAL_CONTROL, BMI_HW_BB_LED_ON_TIME, BMI_HW_BB_LED_OFF_TIME,
+                            BMI_HW_BB_LED_LAMP_TEST, BMI_HW_BB_LED_COLOR};
+constexpr ValueIds Module = {BMI_HW_AMC_LED_LOCAL_CONTROL, BMI_HW_AMC_LED_ON_TIME, BMI_HW_AMC_LED_OFF_TIME,
+                             BMI_HW_AMC_LED_LAMP_TEST, BMI_HW_AMC_LED_COLOR};
+constexpr unsigned BoardGroup = BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL;
+constexpr unsigned ModuleGroup = BMI_GROUP_HARDWARE_AMC_LED_INTERNAL;
 
 void Add(CBMIParams& row, unsigned id, int value) {
     CBMIParam param(BMI_PARAM_INT, id, false);
@@ -48,9 +50,9 @@ public:
             for (int led = 1; led <= count; ++led)
                 m_leds[{bay, led}] = {};
         }
-        m_leds[{0, 2}] = {0, 25, 50, 0, 2};
+        m_leds[{0, 2}] = {0, 25, 50, 0, INTERNAL_LED_RED};
         m_leds[{0, 3}] = {0, 0, 0, 34, 0};
-        m_leds[{3, 1}] = {0, 1, 0, 0, 4};
+        m_leds[{3, 1}] = {0, 1, 0, 0, INTERNAL_LED_BLUE};
 #endif
     }
 
@@ -69,11 +71,11 @@ public:
 
     int ReadParams(unsigned group, const CBMIKeys* keys, CBMIParams*& row) override {
         row = nullptr;
-        if (group != 0x100 && group != 0x200) return NotFound;
+        if (group != BoardGroup && group != ModuleGroup) return RESULT_NOT_FOUND;
         const auto found = m_leds.find(PlaceOf(group, *keys));
-        if (found == m_leds.end()) return NotFound;
+        if (found == m_leds.end()) return RESULT_NOT_FOUND;
         if (found->first == std::pair{5, 2}) return 0;
-        const ValueIds& ids = group == 0x100 ? Board : Module;
+        const ValueIds& ids = group == BoardGroup ? Board : Module;
         const State& state = found->second;
         row = new CBMIParams;
         Add(*row, ids[0], state.m_local);
@@ -86,11 +88,11 @@ public:
 
     int WriteParams(unsigned group, CBMIKeys* keys, CBMIParams* values) override {
         auto place = PlaceOf(group, *keys);
-        if (group == 0x200) place.first = 3;
+        if (group == ModuleGroup) place.first = 3;
         const auto found = m_leds.find(place);
-        if (found == m_leds.end()) return NotFound;
-        const ValueIds& ids = group == 0x100 ? Board : Module;
-        if (Get(*values, ids[4]) == White) return IllegalField;
+        if (found == m_leds.end()) return RESULT_NOT_FOUND;
+        const ValueIds& ids = group == BoardGroup ? Board : Module;
+        if (Get(*values, ids[4]) == INTERNAL_LED_WHITE) return IllegalField;
         const bool overridden = Get(*values, ids[0]) != 0;
         const int on = Get(*values, ids[1]);
         const bool blink = on > 1;
@@ -114,7 +116,7 @@ public:
 
 private:
     static std::pair<int, int> PlaceOf(unsigned group, const CBMIKeys& keys) {
-        if (group == 0x100) return {0, Get(keys, BMI_HW_BB_LED_ID)};
+        if (group == BoardGroup) return {0, Get(keys, BMI_HW_BB_LED_ID)};
         return {Get(keys, BMI_HW_AMC_LED_BAY), Get(keys, BMI_HW_AMC_LED_ID)};
     }
 
