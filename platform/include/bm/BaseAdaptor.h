@@ -16,16 +16,16 @@ namespace BM_ADAPTOR {
 
 class CBaseAdaptor;
 
-/// Describes the device that is started or stopped; the host's own, null is allowed.
+/// Describes the device that is started or stopped. The host defines it; null is allowed.
 struct structBmiDeviceInfoType;
 
 /// The manager: what a host offers to its adaptors. The host owns manager, storage and logger and keeps them until it
-/// has destroyed the adaptor and every event has returned; the logger, see there, for longer. The operations are called
-/// from host threads within a call to the adaptor, SendEvent from the adaptor's own threads as well. No lock of the
-/// adaptor is held meanwhile: they may call any operation of the adaptor, or wait for another thread that does. Two
-/// such calls do not come through: a second LED command out of a log line of an LED command, and Init out of a line
-/// that is written while the inventory is taken; both would wait for the caller. The storage refuses the adaptor inside
-/// a transaction of the host's own thread.
+/// has destroyed the adaptor and every event has returned; the logger must live longer, see CBaseOsLog. The adaptor
+/// calls these operations on host threads, within a call to the adaptor, and SendEvent also on its own threads. It
+/// holds no lock meanwhile, so they may call any operation of the adaptor, or wait for another thread that does. There
+/// are two exceptions, in which the call would wait for its own caller: a second LED command from within a log line of
+/// an LED command, and Init from within a line that is written while the inventory is taken. Inside a transaction of
+/// the calling host thread, the storage refuses the adaptor's own transactions.
 class IBMAdaptorMgr {
 public:
     /// Announces that `adaptor` serves `group`. 1 on success.
@@ -34,34 +34,35 @@ public:
     /// Announces that `adaptor` takes events of class `cls`. 1 on success.
     virtual int RegisterEventClass(unsigned cls, CBaseAdaptor* adaptor) = 0;
     virtual int UnregisterEventClass(unsigned cls) = 0;
-    /// The host's storage and logger; both stay the host's, either may be null.
+    /// The host's storage and logger. The host owns both; either may be null.
     virtual QUB_STORAGE::CDataStorage* GetStorage() = 0;
     virtual CBaseOsLog* GetLogger() = 0;
-    /// The host's mode. An adaptor touches the board in modes 1 and 3 only.
+    /// The host's mode. The adaptor drives the board in modes 1 and 3 only.
     virtual int GetMode() = 0;
-    /// Hands an event to the host. Copies the parameters: the caller keeps and deletes `params`. Thread-safe.
+    /// Hands an event to the host, which copies the parameters: the caller keeps and deletes `params`. Thread-safe.
     virtual int SendEvent(unsigned event, unsigned number, CBMIEvParams* params) = 0;
 
 protected:
     ~IBMAdaptorMgr() = default;
 };
 
-/// The operations of an adaptor. ReadParams, WriteParams and GetParamTable may be called by several host threads at
-/// once after Init has returned; the lifecycle calls (Init, Start, Stop, Fin) come one at a time. Where a host does not
-/// keep to that, none of them waits for a tool, a reply or an event of another one, and nothing is freed under a
-/// running thread; what the blade ends up as is then the host's to know. 1 means success.
+/// The operations of an adaptor. After Init has returned, several host threads may call ReadParams, WriteParams and
+/// GetParamTable at once; the host makes the lifecycle calls (Init, Start, Stop, Fin) one at a time. If it does not,
+/// none of them waits for another's tool, reply or event, and nothing is freed under a running thread, but the adaptor
+/// does not promise which state the blade ends up in. 1 means success.
 class CBaseAdaptor {
 public:
-    /// Learns the hardware and registers the groups. May block until the hardware has answered.
+    /// Takes the inventory and registers the groups. May block until the hardware has answered.
     virtual int Init(IBMAdaptorMgr* manager) = 0;
-    /// Removes the groups, deletes the switch ports and closes the board driver; 1, whatever the manager throws. An
-    /// upgrade under way goes on, and begins no event any more unless there is another Init. Waits for no event.
+    /// Removes the groups, deletes the switch ports and closes the board driver. Returns 1, whatever the manager
+    /// throws. An upgrade in progress goes on, but sends no event unless there is another Init. Does not wait for
+    /// events.
     virtual int Fin() = 0;
     virtual int Start(structBmiDeviceInfoType* device) = 0;
     virtual int Stop(structBmiDeviceInfoType* device) = 0;
     /// Reads one row. `row` is replaced: null, or a new row that the caller owns and deletes, whatever the result.
     virtual int ReadParams(unsigned group, const CBMIKeys* keys, CBMIParams*& row) = 0;
-    /// Writes one row. Keys and values stay the caller's and are not kept.
+    /// Writes one row. The caller owns keys and values; the adaptor does not keep them.
     virtual int WriteParams(unsigned group, CBMIKeys* keys, CBMIParams* values) = 0;
     virtual int CreateParams(unsigned group, const CBMIKeys* keys, CBMIParams* values) = 0;
     virtual int DeleteParams(unsigned group, const CBMIKeys* keys) = 0;

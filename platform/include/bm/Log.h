@@ -8,13 +8,13 @@ enum BMLogLevel_e {
 };
 
 /// The logger object that a host hands to its adaptors (IBMAdaptorMgr::GetLogger). It must stay valid until the process
-/// ends: an adaptor's own threads may log until then, after Fin too.
+/// ends: an adaptor's own threads may log until then, even after Fin.
 class CBaseOsLog {
 public:
-    /// Writes one message. Called from any thread, also at the same time; what it throws is dropped. It may call the
-    /// adaptor back, and wait for a thread that does. Only LEDs are out of reach, for ever: in a line of an LED command
-    /// that is under way, and on the thread that receives the IPMI replies.
-    /// @param text  finished text, possibly with a line end of its own; copied before the call returns
+    /// Writes one message. Called from any thread, and by several at once; exceptions are dropped. It may call the
+    /// adaptor back, or wait for a thread that does. LEDs are the one exception: in a line of an LED command in
+    /// progress, and on the thread that receives the IPMI replies, waiting for an LED never ends.
+    /// @param text  finished text, which may contain line ends; copied before the call returns
     virtual void Log(int level, const char* component, const char* text) = 0;
 
 protected:

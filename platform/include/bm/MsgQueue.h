@@ -1,9 +1,9 @@
-// The host's message queue: typed messages with numbered fields between processes of the blade, and those messages that
-// the health monitor and the media software exchange.
+// The host's message queue: typed messages with numbered fields between processes of the blade, and the messages that
+// health monitor and media software exchange.
 //
-// Descriptors and messages may be used from any thread, each from one thread at a time. No call waits for the other
-// side: what cannot be done at once fails, and only qQueueBind waits for other binders, two seconds at most. A call
-// that fails leaves its reason for qStatusErrorGet.
+// Any thread may use a descriptor or a message, but only one thread at a time. No call waits for the other side: what
+// cannot be done at once fails. Only qQueueBind waits for other binders, at most two seconds. After a failure
+// qStatusErrorGet gives the reason.
 #pragma once
 
 #include <cstddef>
@@ -21,12 +21,12 @@ int qDrvSetInterface(int driver, int interface);
 int qQueueOpen(void);
 /// Makes the queue reachable under `address`. 0 on success; fails while another queue has the address.
 int qQueueBind(int queue, uint32_t address);
-/// Gives address and descriptor back, and drops the messages that nobody took. 0 on success.
+/// Releases address and descriptor, and drops unread messages. 0 on success.
 int qQueueClose(int queue);
 
 /// A new empty message for the destination, or null.
 qMsg* qMsgAllocate(uint32_t type, uint32_t source, uint32_t destination);
-/// Sends; the message stays the caller's. 0 on success; fails when the destination is not there or has no room left.
+/// Sends; the message stays the caller's. 0 on success; fails when the destination does not exist or its queue is full.
 int qMsgWrite(int queue, const qMsg* message);
 /// Takes the oldest message; the caller frees it. 0 on success; fails when there is none.
 int qMsgRead(int queue, qMsg** message);
@@ -37,8 +37,8 @@ void qMsgFree(qMsg* message);
 uint32_t qMsgType(const qMsg* message);
 uint32_t qMsgSource(const qMsg* message);
 
-/// Copies the field's bytes to `value`, at most as many as there is room.
-/// @param size  the room before; the length of the whole field after, which may be larger
+/// Copies the field's bytes to `value`, as many as there is room for.
+/// @param size  before: the room; after: the length of the whole field, which may be larger
 /// @return 0 on success; fails when the message has no such field, and leaves `size` alone
 int qMsgVarFieldGet(const qMsg* message, uint32_t field, void* value, size_t* size);
 /// Sets the field, replacing what it held; the bytes are copied. 0 on success.
@@ -59,13 +59,13 @@ enum qError_e : uint32_t {
     Q_ERROR_NO_DESTINATION = 5, ///< nobody has the address
     Q_ERROR_FULL = 6,           ///< the destination does not read
     Q_ERROR_EMPTY = 7,          ///< there is no message
-    Q_ERROR_TOO_LONG = 8,       ///< a message has 16 KiB at most
-    Q_ERROR_MALFORMED = 9,      ///< what came was no message; it is dropped
+    Q_ERROR_TOO_LONG = 8,       ///< a message is longer than 16 KiB
+    Q_ERROR_MALFORMED = 9,      ///< the received bytes were not a message; they are dropped
     Q_ERROR_NO_FIELD = 10,      ///< the message has no such field
     Q_ERROR_ARGUMENT = 11,
     Q_ERROR_MEMORY = 12,
     Q_ERROR_SYSTEM = 13, ///< refused by the operating system
-    Q_ERROR_LOCKED = 14  ///< the lock of the transport's folder could not be had within two seconds
+    Q_ERROR_LOCKED = 14  ///< another process held the lock of the transport's folder for two seconds
 };
 
 /// Addresses of the two sides.
@@ -74,33 +74,33 @@ enum qAddress_e : uint32_t {
     Q_ADDRESS_VXP = 0x40      ///< the media software
 };
 
-/// Message types. Whoever answers sends to the request's source. A field that is called a number holds a uint32_t in
-/// the machine's byte order; a text holds its bytes without a terminating NUL.
+/// Message types. A reply goes to the source of the request. A field that is called a number holds a uint32_t in the
+/// machine's byte order; a text holds its bytes without a terminating NUL.
 enum qMsgType_e : uint32_t {
     Q_MSG_PROC_STATUS = 2,               ///< asks for a processor's status; qProcStatusField_e
     Q_MSG_BOARD_STATUS = 0x800071,       ///< asks for the board's status; no fields
     Q_MSG_BOARD_STATUS_REPLY = 0x800072, ///< qBoardStatusReplyField_e
     Q_MSG_PROC_STATUS_REPLY = 0x80006A,  ///< qProcStatusReplyField_e
-    Q_MSG_RESULT_ERROR = 0x800038,       ///< in place of a reply: the request failed; qResultErrorField_e
-    Q_MSG_STANDARD_ERROR = 0x800010      ///< in place of a reply: the request was not understood; qStandardErrorField_e
+    Q_MSG_RESULT_ERROR = 0x800038,       ///< instead of a reply: the request failed; qResultErrorField_e
+    Q_MSG_STANDARD_ERROR = 0x800010      ///< instead of a reply: the request was not understood; qStandardErrorField_e
 };
 
 enum qProcStatusField_e : uint32_t {
-    Q_FIELD_ASKED_PROCESSOR = 0x200000, ///< number: which one; Q_ANY_PROCESSOR the one that is worst off
-    Q_FIELD_ASKED_DETAIL = 0x200001     ///< number: 1 with the file names, 0 without
+    Q_FIELD_ASKED_PROCESSOR = 0x200000, ///< number: which one; Q_ANY_PROCESSOR: the one in the worst state
+    Q_FIELD_ASKED_DETAIL = 0x200001     ///< number: 1 for a reply with file names, 0 for one without
 };
 
 constexpr uint32_t Q_ANY_PROCESSOR = 0xFFFFFFFF;
 
-/// Both are always there; a reply without one is none. The board is live in state 0 or 1 with a sub-state of 4 or more,
-/// and in state 1 with sub-state 0.
+/// A reply must have both fields. The board is live in state 0 or 1 with a sub-state of 4 or more, and in state 1 with
+/// sub-state 0.
 enum qBoardStatusReplyField_e : uint32_t {
     Q_FIELD_BOARD_STATE = 0x300000,    ///< number
     Q_FIELD_BOARD_SUB_STATE = 0x300003 ///< number
 };
 
-/// Twelve numbers, then two texts. A reply without the state is none; any other number that is not there counts as 0, a
-/// text as empty.
+/// Twelve numbers, then two texts. A reply must have the state; any other missing number counts as 0, a missing text as
+/// empty.
 enum qProcStatusReplyField_e : uint32_t {
     Q_FIELD_PROCESSOR = 0x280000,
     Q_FIELD_PROC_STATE = 0x280001, ///< below 2: faulty
@@ -111,7 +111,7 @@ enum qProcStatusReplyField_e : uint32_t {
     Q_FIELD_CAUSE_CODE = 0x280006,
     Q_FIELD_CAUSE_LINE = 0x280007,
     Q_FIELD_PROC_DATA = 0x280008,  ///< the first of four, 0x280008 to 0x28000B
-    Q_FIELD_ERROR_FILE = 0x28000C, ///< text, of which 62 bytes are read
+    Q_FIELD_ERROR_FILE = 0x28000C, ///< text; only 62 bytes are read
     Q_FIELD_CAUSE_FILE = 0x28000D  ///< likewise
 };
 

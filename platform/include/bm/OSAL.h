@@ -7,9 +7,9 @@
 
 namespace OSAL {
 
-/// A binary semaphore that begins unlocked. It knows no owner: a second Lock blocks, the same thread's too, and any
-/// thread may Unlock. Adaptors use it as a latch: lock, send a request, lock again; whoever gets the reply unlocks.
-/// A lock that was just taken may be destroyed at once: the unlocking thread no longer touches it.
+/// A binary semaphore that begins unlocked. It has no owner: a second Lock blocks even in the same thread, and any
+/// thread may Unlock. Adaptors use it as a latch: lock, send a request, lock again; the thread that gets the reply
+/// unlocks. The object may be destroyed as soon as Lock has returned: the unlocking thread no longer touches it.
 class OSALMutex {
 public:
     OSALMutex() = default;
@@ -32,12 +32,12 @@ public:
     OSALThread() = default;
     OSALThread(const OSALThread&) = delete;
     OSALThread& operator=(const OSALThread&) = delete;
-    /// Leaves a thread that was never joined to itself.
+    /// A thread that was never joined goes on by itself.
     virtual ~OSALThread();
 
-    /// 0, or an errno: EBUSY while a started thread was not joined, EAGAIN when the system gives no thread.
+    /// 0, or an errno: EBUSY while a started thread has not been joined, EAGAIN when the system cannot create a thread.
     int Start();
-    /// Waits for run() to end. 0, or ESRCH when there is nothing to join, EDEADLK on the thread itself.
+    /// Waits for run() to end. 0, or ESRCH when there is no thread to join, EDEADLK when called on the thread itself.
     int Join();
 
     virtual void run() = 0;
@@ -46,8 +46,8 @@ private:
     std::thread m_Thread;
 };
 
-/// A lock to wait on. Lock before testing what is waited for, Wait in a loop, Unlock; the other side does
-/// Lock, change, Notify, Unlock.
+/// A lock to wait on. The waiting side calls Lock, tests its condition, calls Wait in a loop, then Unlock; the other
+/// side calls Lock, changes the condition, then Notify and Unlock.
 class OSALMonitor {
 public:
     OSALMonitor() = default;
@@ -58,9 +58,9 @@ public:
     void Lock();
     void Unlock();
     /// Waits, with the lock released, for Notify or for `ms` milliseconds; the caller must hold the lock.
-    /// @return false when the time ran out; true when notified, or woken for no reason: test and wait again
+    /// @return false when the time is over; true after Notify, and sometimes without one: test the condition again
     bool Wait(int ms);
-    /// Wakes one waiter; without a waiter nothing is kept.
+    /// Wakes one waiter. Has no effect when there is none.
     void Notify();
 
 private:

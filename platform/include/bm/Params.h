@@ -1,6 +1,6 @@
 // Rows and tables: the numbered parameters that a host and its adaptors exchange.
 //
-// Threads: no object here locks. An object belongs to one thread at a time.
+// Threads: these objects have no locks. An object belongs to one thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -18,11 +18,11 @@ enum BMIParamType_e {
     BMI_PARAM_STRING = 4
 };
 
-/// One named value. Reading a value as another type than it was set gives that type's zero.
+/// One numbered value. Reading it as a type other than the one that was set gives that type's zero.
 class CBMIParam {
 public:
-    /// @param type  which of the values below the parameter carries
-    /// @param id    the parameter's number, numbered from its group's (0x303 in group 0x300)
+    /// @param type  which of the values below the parameter holds
+    /// @param id    the parameter's number, counted from that of its group (0x303 in group 0x300)
     /// @param key   true for a column that selects the row (a bay, a port number)
     CBMIParam(BMIParamType_e type, unsigned id, bool key);
 
@@ -34,7 +34,7 @@ public:
     bool GetBool() const;
     void SetInt(int32_t value);
     int32_t GetInt() const;
-    /// Bytes as the hardware gave them: no encoding is promised.
+    /// The hardware's bytes, in no particular encoding.
     void SetString(const std::string& value);
     const std::string& GetString() const;
 
@@ -47,7 +47,7 @@ private:
     std::string m_String;
 };
 
-/// A row: parameters in the order of their addition. Copies are deep.
+/// A row: parameters in the order in which they were added. Copies are deep.
 class CBMIParams {
 public:
     CBMIParams() = default;
@@ -62,13 +62,13 @@ public:
     /// Adds a copy.
     void Add(const CBMIParam& param);
 
-    /// The first parameter with this id, or null. It stays the row's.
+    /// The first parameter with this id, or null. The row keeps it.
     CBMIParam* GetParamById(unsigned id) const;
-    /// Fills `param` from the row's parameter of the same id; false (and unchanged) when the row has none.
+    /// Copies the row's parameter of the same id into `param`. False, with `param` unchanged, when the row has none.
     bool GetParam(CBMIParam& param) const;
 
     int GetSize() const;
-    /// Parameter `index`, counted from 0, or null outside 0..GetSize()-1. It stays the row's.
+    /// Parameter `index`, counted from 0, or null outside 0..GetSize()-1. The row keeps it.
     CBMIParam* Get(int index) const;
 
 private:
@@ -91,12 +91,12 @@ public:
     CBMITable& operator=(CBMITable&&) noexcept = default;
     ~CBMITable() = default;
 
-    /// Both append a copy: the caller keeps its row, and deletes it. A null row is ignored.
+    /// Both append a copy: the caller still owns its row. A null row is ignored.
     void AddRow(CBMIParams* row);
     void AddRow(CBMIParams& row);
 
     int GetSize() const;
-    /// Row `index`, counted from 0, or null outside 0..GetSize()-1. It stays the table's.
+    /// Row `index`, counted from 0, or null outside 0..GetSize()-1. The table keeps it.
     CBMIParams* Get(int index) const;
 
 private:

@@ -1,4 +1,4 @@
-// Bytes of the hardware as texts: none of them may steer a terminal, or pass for a line of its own.
+// Texts made from the hardware's bytes: they must neither control a terminal nor pass for separate lines.
 #pragma once
 
 #include <algorithm>
@@ -9,7 +9,8 @@
 
 namespace bm_dev {
 
-/// The hardware's bytes are no encoding: each becomes the character of its number, those above 0x7F U+0080 to U+00FF.
+/// The hardware's bytes have no known encoding: each becomes the character of the same number, so bytes above 0x7F
+/// become U+0080 to U+00FF.
 inline std::string Utf8OfBytes(std::string_view bytes) {
     std::string text;
     for (const char character : bytes) {
@@ -24,8 +25,8 @@ inline std::string Utf8OfBytes(std::string_view bytes) {
     return text;
 }
 
-/// How many bytes the character at the text's begin has in UTF-8: 0 when they are none, -1 when the text ends within
-/// it.
+/// The length in bytes of the UTF-8 character at the beginning of the text: 0 when there is no valid one, -1 when the
+/// text ends within it.
 inline int Utf8Length(std::string_view text) {
     const auto at = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
     const unsigned char first = at(0);
@@ -36,17 +37,18 @@ inline int Utf8Length(std::string_view text) {
         if (i == text.size()) return -1;
         if ((at(i) & 0xC0) != 0x80) return 0;
         if (i > 1) continue;
-        // Too long for what they say, half of a pair, or beyond the last character.
+        // An overlong form, half of a surrogate pair, or beyond the last character.
         if ((first == 0xE0 && at(1) < 0xA0) || (first == 0xED && at(1) > 0x9F)) return 0;
         if ((first == 0xF0 && at(1) < 0x90) || (first == 0xF4 && at(1) > 0x8F)) return 0;
     }
     return static_cast<int>(length);
 }
 
-/// Replaces by '?' in place, byte by byte, what a terminal takes for a command: control bytes but those in `kept`,
-/// and 0x80 to 0x9F as the characters U+0080 to U+009F or alone. Other characters of UTF-8 and other bytes stay.
-/// @return how many bytes are done: all, or when the text ends within a character and is not the last piece, those
-/// before it. Allocates nothing.
+/// Replaces, byte by byte, whatever a terminal takes for a command by '?': control bytes except those in `kept`, and
+/// 0x80 to 0x9F, either as the characters U+0080 to U+009F or as single bytes. Other UTF-8 characters and other bytes
+/// stay. Allocates nothing.
+/// @return how many bytes are done: all, or those before the last character if the text ends within it and is not the
+/// last piece
 inline std::size_t HideControls(char* text, std::size_t size, std::string_view kept, bool last) {
     std::size_t done = 0;
     while (done < size) {
@@ -64,14 +66,14 @@ inline std::size_t HideControls(char* text, std::size_t size, std::string_view k
     return done;
 }
 
-/// The text with '?' for what a terminal takes for a command; see above.
+/// The text with '?' for whatever a terminal takes for a command; see HideControls.
 inline std::string Printable(std::string text, std::string_view kept = {}) {
     HideControls(text.data(), text.size(), kept, true);
     return text;
 }
 
-/// A text of JSON (UTF-8) with escapes for the characters that JSON may have as they are, and a terminal takes for
-/// commands or a program for line ends: U+007F to U+009F, U+2028 and U+2029.
+/// JSON text (UTF-8) with escapes for characters that JSON allows but that a terminal takes for commands or a program
+/// for line ends: U+007F to U+009F, U+2028 and U+2029.
 inline std::string EscapedJson(std::string_view json) {
     std::string text;
     const auto at = [&](std::size_t index) {

@@ -1,4 +1,4 @@
-// The host's side of the log: where the lines go.
+// The host's side of the log: where lines are written.
 #pragma once
 
 #include <functional>
@@ -8,18 +8,19 @@ class CBaseOsLog;
 
 namespace bm_dev {
 
-/// Lines go to the console (standard error) from the start.
+/// Writes lines to the console (standard error), or stops doing so. The console is on from the start.
 void LogToConsole(bool on);
-/// Lines go to this file as well, appended. Throws std::runtime_error naming file and reason when it cannot be opened.
+/// Also appends lines to this file. Throws std::runtime_error naming file and reason when it cannot be opened.
 void LogToFile(const std::string& path);
 
-/// Lines are told to the listener as well, one at a time, on the thread that logs; null: to nobody any more, from the
-/// moment that this returns. Component and text are printable; a text of several lines comes as it is, without the
-/// marks that the later ones have in console and file. A listener must not log.
+/// Also passes lines to the listener, one at a time, on the thread that logs. With null, no listener is called after
+/// this returns. Component and text are printable; a text of several lines comes without the marks that the later lines
+/// have on the console and in the file. A listener must not log.
 using LogListener = std::function<void(int level, const std::string& component, const std::string& text)>;
 void LogToListener(LogListener listener);
 
-/// The logger object to hand to adaptors: the same lines as bmiLog's. Valid until the process has ended.
+/// The logger object to hand to adaptors. It writes the same lines as bmiLog, and stays valid until the process has
+/// ended.
 CBaseOsLog& HostLog();
 
 } // namespace bm_dev

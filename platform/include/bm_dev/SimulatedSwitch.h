@@ -1,5 +1,5 @@
-// The simulated board's Ethernet switch. Its state is a text file that every process of the blade may read and change,
-// a person with an editor too:
+// The simulated board's Ethernet switch. Its state is a text file that every process of the blade, or a person with an
+// editor, may read and change:
 //
 //     bladesim switch 1
 //     port 3 enabled up                          port, administrative state, whether the cable carries a link
@@ -9,8 +9,9 @@
 //     fail mavkAmcSwitchMACLearnByDSP 9 2        this one for DSP 2 (or port 2) only
 //     end
 //
-// '#' begins a comment. A file without its last line is incomplete and refused, as is any that is not of this form. No
-// file is a switch as it comes out of its box. Only this driver knows the numbers that SWITCH_ERROR_e gives its errors.
+// '#' begins a comment. A file without its last line is incomplete and is refused, as is any other file that does not
+// have this form. Without a file the switch is in its factory state. The numbers of SwitchError are specific to this
+// driver.
 #pragma once
 
 #include <array>
@@ -26,8 +27,8 @@
 
 namespace bm_dev {
 
-/// What the switch's calls answer besides 0.
-enum SWITCH_ERROR_e : int {
+/// The results of the switch's calls besides 0.
+enum SwitchError : int {
     SwitchNoSuchPort = 1,
     SwitchBadArgument = 2,
     SwitchTableFull = 3,
@@ -58,7 +59,7 @@ struct SwitchPort {
     bool operator==(const SwitchPort&) const = default;
 };
 
-/// Behind which port or DSP (counted from 0) an address is.
+/// The port, or the DSP (counted from 0), to which an address leads.
 struct SwitchDestination {
     bool m_isDSP = false;
     int m_number = 0;
@@ -70,10 +71,10 @@ struct SwitchDestination {
 struct SwitchState {
     std::map<int, SwitchPort> m_ports = {{3, {}}, {4, {}}, {5, {}}, {6, {}}, {7, {}}, {8, {}}};
     std::map<std::array<unsigned char, 6>, SwitchDestination> m_learnt;
-    /// By call and, where it fails for one only, its port or DSP.
+    /// By call and, if the call fails for one port or DSP only, by its number.
     std::map<std::pair<std::string, std::optional<int>>, int> m_failures;
 
-    /// What the call answers by order; 0 when it is to work.
+    /// The result that was ordered for the call; 0 when it should work.
     int FailureOf(std::string_view call, std::optional<int> number = std::nullopt) const;
     /// Orders a failure; code 0 lifts it.
     void SetFailure(const std::string& call, std::optional<int> number, int code);
@@ -81,7 +82,7 @@ struct SwitchState {
     bool operator==(const SwitchState&) const = default;
 };
 
-/// The addresses that fit into the forwarding table, and the DSPs that the switch has: 4 on each of 8 AMCs.
+/// How many addresses the forwarding table holds, and how many DSPs the switch has: 4 on each of 8 AMCs.
 constexpr std::size_t SwitchTableSize = 512;
 constexpr int SwitchDSPs = 32;
 
@@ -91,15 +92,16 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The state as the file's text, and back; `name` names the text in what is thrown: SwitchStateError.
+/// Converts the state to the file's text and back. `name` names the text in the SwitchStateError that is thrown.
 std::string TextOfSwitch(const SwitchState& state);
 SwitchState SwitchOfText(const std::string& content, const std::string& name);
 
-/// The state file of the simulated board: "switch" in the folder BLADESIM_RUN_DIR. Nothing when there is no such board.
+/// The state file of the simulated board: "switch" in the folder BLADESIM_RUN_DIR. Empty when there is no simulated
+/// board.
 std::optional<std::string> SwitchFile();
 
-/// Both throw SwitchStateError. A change is seen whole or not at all; one process changes the file at a time. A file
-/// that is refused is never overwritten.
+/// Both throw SwitchStateError. Readers see a change as a whole or not at all, and only one process at a time changes
+/// the file. A file that is refused is never overwritten.
 SwitchState ReadSwitch(const std::string& path);
 void ChangeSwitch(const std::string& path, const std::function<void(SwitchState&)>& change);
 

@@ -1,4 +1,4 @@
-// The board driver: on a simulated board its switch, on any other machine there is no card to open.
+// The board driver: on a simulated board it drives the simulated switch; on any other machine there is no card to open.
 #include "bm/BoardDriver.h"
 
 #include "bm/Log.h"
@@ -12,7 +12,7 @@ using namespace bm_dev;
 
 enum OpenResult : int { OpenParseError = 2, OpenNoMemory = 3, OpenNullHandle = 4, OpenNoCard = 6 };
 
-// Calls `action(state file)`. Without a board there is no card; a state file that is no good counts as `unreadable`.
+// Calls `action(state file)`. Without a board there is no card; for a bad state file the result is `unreadable`.
 template <typename Action>
 int OnBoard(const char* call, int unreadable, Action action) {
     try {
@@ -24,7 +24,7 @@ int OnBoard(const char* call, int unreadable, Action action) {
     }
 }
 
-// Changes the state unless the call is to fail; `action(state)` gives the result.
+// Changes the state unless a failure was ordered for the call; `action(state)` gives the result.
 template <typename Action>
 int Change(const char* call, int number, Action action) {
     return OnBoard(call, SwitchStateUnreadable, [&](const std::string& file) {

@@ -1,4 +1,4 @@
-// The simulated board's Ethernet switch: the text of its state.
+// The simulated board's Ethernet switch: its state as text.
 #include "bm_dev/SimulatedSwitch.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 constexpr const char* FirstLine = "bladesim switch 1";
 constexpr const char* LastLine = "end";
 
-// Whether the whole text is one.
+// Whether the whole text is a number.
 template <typename Number>
 bool IsNumber(const std::string& content, Number& number, int base) {
     const char* const end = content.data() + content.size();
@@ -20,7 +20,7 @@ bool IsNumber(const std::string& content, Number& number, int base) {
     return error == std::errc() && rest == end;
 }
 
-// The words of one line, taken one after the other; a word that does not fit is an error with its reason.
+// The words of one line, taken one after the other; an unexpected word is an error.
 class Line {
 public:
     explicit Line(const std::string& line) : m_words(line.substr(0, line.find('#'))) {}
@@ -29,7 +29,7 @@ public:
 
     std::string Word(const char* what) {
         std::string word;
-        if (!(m_words >> word)) throw SwitchStateError(std::string("no ") + what);
+        if (!(m_words >> word)) throw SwitchStateError(std::string("missing ") + what);
         return word;
     }
 
@@ -60,11 +60,11 @@ public:
     }
 
     void End() {
-        if (!IsEmpty()) throw SwitchStateError("\"" + Word("word") + "\" is one word too many");
+        if (!IsEmpty()) throw SwitchStateError("\"" + Word("word") + "\" is unexpected");
     }
 
     [[noreturn]] static void Refuse(const char* what, const std::string& word) {
-        throw SwitchStateError("\"" + word.substr(0, 40) + "\" is no " + what);
+        throw SwitchStateError("\"" + word.substr(0, 40) + "\" is not a valid " + what);
     }
 
 private:
@@ -76,7 +76,7 @@ void TakePort(Line& line, SwitchState& state) {
     const bool enabled = line.Either("enabled", "disabled", "administrative state");
     const bool cable = line.Either("up", "down", "link state");
     if (!state.m_ports.insert({number, {enabled, cable}}).second)
-        throw SwitchStateError("a second port " + std::to_string(number));
+        throw SwitchStateError("port " + std::to_string(number) + " appears twice");
 }
 
 void TakeLearnt(Line& line, SwitchState& state) {
@@ -85,7 +85,7 @@ void TakeLearnt(Line& line, SwitchState& state) {
     const int number = line.Number("number");
     if (state.m_learnt.size() >= SwitchTableSize) throw SwitchStateError("too many addresses");
     if (!state.m_learnt.insert({mac, {isDSP, number}}).second)
-        throw SwitchStateError("a second entry for " + TextOfMac(mac));
+        throw SwitchStateError(TextOfMac(mac) + " appears twice");
 }
 
 void TakeFailure(Line& line, SwitchState& state) {
@@ -106,7 +106,7 @@ bool TakeLine(Line& line, SwitchState& state) {
     } else if (kind == "fail") {
         TakeFailure(line, state);
     } else if (kind != LastLine) {
-        Line::Refuse("line of a switch", kind);
+        Line::Refuse("keyword", kind);
     }
     line.End();
     return kind != LastLine;

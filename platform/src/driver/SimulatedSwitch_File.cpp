@@ -1,4 +1,4 @@
-// The simulated board's Ethernet switch: the file of its state, which several processes read and change.
+// The simulated board's Ethernet switch: the state file, which several processes read and change.
 #include "bm_dev/SimulatedSwitch.h"
 
 #include "bm_dev/UniqueFd.h"
@@ -29,13 +29,13 @@ UniqueFd Open(const std::string& path, int flags) {
     return UniqueFd(::open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, Mode));
 }
 
-// Nothing when there is no file.
+// Empty when there is no file.
 std::optional<std::string> Read(const std::string& path) {
     const UniqueFd file = Open(path, O_RDONLY);
     if (!file && errno == ENOENT) return std::nullopt;
     struct stat status {};
     if (!file || fstat(file.Get(), &status) != 0) ThrowErrno(path);
-    if (!S_ISREG(status.st_mode)) throw SwitchStateError(path + ": no file");
+    if (!S_ISREG(status.st_mode)) throw SwitchStateError(path + ": not a regular file");
     std::string text;
     for (;;) {
         std::array<char, 4096> part{};
@@ -53,14 +53,14 @@ SwitchState StateOf(const std::string& path) {
     return text ? SwitchOfText(*text, path) : SwitchState{};
 }
 
-// Readers find the old file or the new one. It stands in memory: nothing is gained by waiting for a disk.
+// Readers find the old file or the new one. The file is in memory, so there is no disk to wait for.
 void Replace(const std::string& path, const std::string& text) {
     const std::string newFile = path + ".new";
-    if (unlink(newFile.c_str()) != 0 && errno != ENOENT) ThrowErrno(newFile); // of a process that was killed
+    if (unlink(newFile.c_str()) != 0 && errno != ENOENT) ThrowErrno(newFile); // left by a process that was killed
     {
         const UniqueFd file = Open(newFile, O_WRONLY | O_CREAT | O_EXCL);
         if (!file) ThrowErrno(newFile);
-        errno = ENOSPC; // of a short write
+        errno = ENOSPC; // for a short write
         if (write(file.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) ThrowErrno(newFile);
     }
     if (rename(newFile.c_str(), path.c_str()) != 0) ThrowErrno(path);

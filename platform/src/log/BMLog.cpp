@@ -28,14 +28,14 @@ namespace {
 
 constexpr const char* Pattern = "%Y-%m-%d %H:%M:%S.%e %v";
 
-// The text without line ends at its end. Bytes of the hardware may be in it: none of them may steer a terminal.
+// The text without trailing line ends. It may contain the hardware's bytes, none of which may control a terminal.
 std::string LinesOf(const char* text) {
     std::string lines = text != nullptr ? text : "";
     lines.erase(lines.find_last_not_of('\n') + 1);
     return Printable(std::move(lines), "\n\t");
 }
 
-// In log and console every line but the first is marked, so that no text passes for a line of its own.
+// In log and console every line but the first is marked, so that no text passes for separate lines.
 std::string WithMarks(const std::string& lines) {
     constexpr const char* mark = "\n    | ";
     std::string marked;
@@ -49,7 +49,7 @@ std::string WithMarks(const std::string& lines) {
     return marked;
 }
 
-// Tools that an adaptor starts inherit no log file.
+// Tools that an adaptor starts must not inherit the log file.
 void CloseOnExec(const spdlog::filename_t&, std::FILE* file) {
     fcntl(fileno(file), F_SETFD, FD_CLOEXEC);
 }
@@ -62,9 +62,9 @@ public:
         m_logger.set_level(spdlog::level::trace);
         m_logger.set_pattern(Pattern);
         m_logger.flush_on(spdlog::level::trace);
-        // Once: the disk stays full for every line that follows.
+        // Reported once: a full disk would fail every following line, too.
         m_logger.set_error_handler([this](const std::string& error) {
-            if (!m_told.exchange(true)) std::fprintf(stderr, "log: %s; this is told once\n", error.c_str());
+            if (!m_told.exchange(true)) std::fprintf(stderr, "log: %s; reported only once\n", error.c_str());
         });
     }
 
@@ -84,7 +84,7 @@ public:
 
     void ToFile(const std::string& path) {
         try {
-            // The file sink would make missing folders: a mistyped path has to be an error.
+            // The file sink would create missing folders, but a mistyped path must be an error.
             if (std::FILE* probe = std::fopen(path.c_str(), "ae"); probe != nullptr) {
                 std::fclose(probe);
             } else {
@@ -146,7 +146,7 @@ void bmiLog(int level, const char* component, const char* format, ...) {
     char* text = nullptr;
     const int length = vasprintf(&text, format, arguments);
     va_end(arguments);
-    if (length < 0) return; // no memory, no line
+    if (length < 0) return; // without memory there is no line
     bm_dev::HostLog().Log(level, component, text);
     free(text);
 }

@@ -1,4 +1,4 @@
-// Locks of files (flock) that are waited for within bounds, and who holds one.
+// File locks (flock) with a limited wait, and their holders.
 #include "platform/src/osal/FileLock.h"
 
 #include "bm_dev/ByteText.h"
@@ -14,7 +14,7 @@ namespace bm_osal {
 
 namespace {
 
-constexpr int PauseMs = 2; // between two attempts: flock itself waits without end
+constexpr int PauseMs = 2; // between two attempts: flock itself has no time limit
 
 // A line of /proc/locks: "12: FLOCK  ADVISORY  WRITE 4711 08:01:131 0 EOF".
 struct LockLine {
@@ -31,8 +31,9 @@ LockLine Parse(const std::string& line) {
     return words ? lock : LockLine{};
 }
 
-// How the kernel names the file among the locks. Its device and inode are not everywhere those of fstat (btrfs,
-// overlayfs), so a lock of another kind, which is in nobody's way, shows it. It goes with the descriptor.
+// The file's name in the kernel's list of locks. Its device and inode may differ from those of fstat (btrfs,
+// overlayfs), so this takes a lock of another kind, which blocks nobody, and looks at that. The lock goes away with the
+// descriptor.
 std::string PlaceOf(int number) {
     struct flock mark {};
     mark.l_type = F_RDLCK;

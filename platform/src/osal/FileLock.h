@@ -1,4 +1,4 @@
-// Locks of files (flock) that are waited for within bounds, and who holds one.
+// File locks (flock) with a limited wait, and their holders.
 #pragma once
 
 #include <chrono>
@@ -6,11 +6,11 @@
 
 namespace bm_osal {
 
-/// Takes the lock of an open file. False when the operating system refuses it: errno tells why, EWOULDBLOCK that
-/// somebody else has held it all the time.
+/// Locks an open file. False on failure: errno has the reason, EWOULDBLOCK when another process held the lock all the
+/// time.
 bool LockWithin(int number, std::chrono::milliseconds wait);
 
-/// Who holds a lock of this open folder or file, for people: "process 4711 (vi)".
+/// The holder of a lock on this open folder or file, for people: "process 4711 (vi)".
 std::string LockHolder(int number);
 
 } // namespace bm_osal

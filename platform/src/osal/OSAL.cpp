@@ -13,7 +13,7 @@ namespace OSAL {
 
 namespace {
 
-// The object whose body the calling thread runs.
+// The object whose run() the calling thread executes.
 thread_local const OSALThread* running = nullptr;
 
 } // namespace
@@ -24,7 +24,7 @@ void OSALMutex::Lock() {
     m_Locked = true;
 }
 
-// Notified under the guard: whoever takes the lock gets it only when this side has let go of the object.
+// Notify under the guard: the thread that takes the lock gets it only after this thread is done with the object.
 void OSALMutex::Unlock() {
     const std::lock_guard<std::mutex> lock(m_Guard);
     m_Locked = false;
@@ -45,9 +45,9 @@ int OSALThread::Start() {
             } catch (const abi::__forced_unwind&) { // the thread is cancelled
                 throw;
             } catch (const std::exception& error) {
-                bmiLog(BM_LOG_ERROR, "OSAL", "a thread ended by an exception: %s", error.what());
+                bmiLog(BM_LOG_ERROR, "OSAL", "an exception ended a thread: %s", error.what());
             } catch (...) {
-                bmiLog(BM_LOG_ERROR, "OSAL", "a thread ended by an exception of an unknown type");
+                bmiLog(BM_LOG_ERROR, "OSAL", "an exception of unknown type ended a thread");
             }
         });
     } catch (const std::system_error& error) {
@@ -57,7 +57,7 @@ int OSALThread::Start() {
 }
 
 int OSALThread::Join() {
-    if (running == this) return EDEADLK; // asked first: Start may not have come back yet
+    if (running == this) return EDEADLK; // asked first: Start may not have returned yet
     if (!m_Thread.joinable()) return ESRCH;
     m_Thread.join();
     return 0;

@@ -1,4 +1,4 @@
-// Rows and tables: plain owned containers, in the order of addition.
+// Rows and tables: plain owning containers, in the order of insertion.
 #include "bm/Params.h"
 
 #include <algorithm>

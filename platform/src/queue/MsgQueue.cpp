@@ -1,6 +1,6 @@
-// The message queue: one Unix datagram socket a queue, named by its address in the folder of all queues.
+// The message queue: one Unix datagram socket per queue, named by its address, in the folder of all queues.
 //
-// The kernel bounds a queue: a sender whose receiver does not read gets an error, and so does one whose receiver is
+// The kernel limits a queue's size: a sender gets an error when its receiver does not read, and when its receiver is
 // gone.
 #include "bm/MsgQueue.h"
 
@@ -37,7 +37,7 @@ int Fail(qError_e error) {
 struct SocketName {
     sockaddr_un m_address{};
 
-    /// False when the path does not fit.
+    /// False when the path is too long.
     bool Set(const std::string& file) {
         m_address.sun_family = AF_UNIX;
         if (file.size() >= sizeof(m_address.sun_path)) return false;
@@ -86,7 +86,7 @@ int qDrvSetInterface(int driver, int interface) {
 
 int qQueueOpen(void) {
     const int queue = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    // cppcheck-suppress resourceLeak ; the caller's, who closes it by qQueueClose
+    // cppcheck-suppress resourceLeak ; the caller closes it with qQueueClose
     return queue >= 0 ? queue : Fail(Q_ERROR_SYSTEM);
 }
 
@@ -195,15 +195,15 @@ const char* qStatusErrorName(uint32_t error) {
                                             "the queues' folder cannot be used",
                                             "the address is taken",
                                             "no such queue",
-                                            "the destination is not there",
-                                            "the destination has no room left",
+                                            "the destination does not exist",
+                                            "the destination's queue is full",
                                             "no message",
                                             "the message is too long",
-                                            "what came is no message",
+                                            "not a message",
                                             "no such field",
                                             "bad argument",
                                             "no memory",
                                             "refused by the system",
-                                            "another process does not let the folder go"};
+                                            "another process holds the lock of the queues' folder"};
     return error < std::size(names) ? names[error] : "unknown error";
 }

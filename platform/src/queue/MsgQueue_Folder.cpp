@@ -26,16 +26,16 @@ const char* Variable(const char* name) {
     return value != nullptr && value[0] != '\0' ? value : nullptr;
 }
 
-/// A folder that another user could have made or could change would let him read and answer the monitor's questions.
-/// The one around it may be root's, and a link. Says what is wrong, or nothing.
+/// If another user had made the folder or could change it, he could read and answer the monitor's questions. The parent
+/// folder may belong to root and may be a link. Returns what is wrong, or an empty text.
 std::string WhatIsWrong(const std::string& folder, bool isAround) {
     struct stat state {};
     const auto look = isAround ? ::stat : ::lstat;
     if (look(folder.c_str(), &state) != 0) return folder + ": " + std::strerror(errno);
-    if (!S_ISDIR(state.st_mode)) return folder + " is no folder";
+    if (!S_ISDIR(state.st_mode)) return folder + " is not a folder";
     const std::string owner = std::to_string(state.st_uid);
     if (state.st_uid != ::geteuid() && !(isAround && state.st_uid == 0)) {
-        return folder + " belongs to user " + owner + ", and this is user " + std::to_string(::geteuid());
+        return folder + " belongs to user " + owner + ", not to user " + std::to_string(::geteuid());
     }
     if ((state.st_mode & OthersMayWrite) != 0) {
         return folder + " belongs to user " + owner + ", but others may write to it";
@@ -43,7 +43,7 @@ std::string WhatIsWrong(const std::string& folder, bool isAround) {
     return "";
 }
 
-/// The user's own folder for what lives as long as his session, or null.
+/// The folder for the files of the user's session, or null.
 const char* RuntimeFolder() {
     const char* const folder = Variable("XDG_RUNTIME_DIR");
     struct stat state {};
@@ -58,7 +58,7 @@ std::string FolderAround() {
     return ::geteuid() == 0 ? "/run" : "/run/user/" + std::to_string(::geteuid());
 }
 
-/// Makes it, and says what is wrong with it, or nothing.
+/// Creates the folder and returns what is wrong with it, or an empty text.
 std::string Make(const std::string& folder) {
     if (folder.size() > LongestFolder) return "the path is too long for a socket";
     std::string wrong = WhatIsWrong(FolderAround(), true);

@@ -9,23 +9,23 @@
 
 namespace bm_queue {
 
-/// Where the folder is: in a simulated blade's run folder, else in XDG_RUNTIME_DIR when that is the user's own, else in
-/// /run for root and in /run/user/UID for others.
+/// The folder's path: in a simulated blade's run folder; otherwise in XDG_RUNTIME_DIR if that belongs to the user;
+/// otherwise in /run for root and in /run/user/UID for others.
 std::string QueueFolderName();
 
-/// The same, made when it is not there. Nothing when another user could have made it, or may write to it: with `tell`
-/// the log says so.
+/// The same, created when it is missing. Empty when another user could have made it or may write to it; with `tell` the
+/// log says so.
 std::optional<std::string> QueueFolder(bool tell);
 
-/// How long a binder waits for another one's lock of the folder.
+/// How long a binder waits for another binder's lock on the folder.
 extern std::chrono::milliseconds queueLockWait;
 
-/// Keeps two binders apart: what is left of a dead process is found and removed by one of them only.
+/// Keeps two binders apart, so that only one of them finds and removes the socket of a dead process.
 class QueueFolderLock {
 public:
     explicit QueueFolderLock(const std::string& folder);
 
-    /// False when it could not be had in time, or at all: the log says why.
+    /// False when the lock could not be taken; the log says why.
     bool IsHeld() const { return m_isHeld; }
 
 private:

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr uint32_t Signature = 0x514D5331; // a stranger's datagram hardly begins with it
+constexpr uint32_t Signature = 0x514D5331; // a foreign datagram is unlikely to begin with it
 constexpr size_t WordSize = sizeof(uint32_t);
 constexpr size_t HeaderWords = 5;
 constexpr size_t FieldWords = 2;
@@ -17,7 +17,7 @@ void AddWord(std::vector<uint8_t>& bytes, uint32_t word) {
     bytes.insert(bytes.end(), raw, raw + WordSize);
 }
 
-/// Reads from the front, and says when there is too little.
+/// Reads bytes one after the other, and reports when there are too few.
 class Reader {
 public:
     explicit Reader(const std::vector<uint8_t>& bytes) : m_bytes(bytes) {}

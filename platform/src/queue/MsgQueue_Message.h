@@ -16,16 +16,17 @@ struct qMsg { // NOLINT(readability-identifier-naming): the interface names it
     uint32_t m_destination = 0;
     std::map<uint32_t, std::vector<uint8_t>> m_fields{};
 
-    /// What Encode would make, in bytes.
+    /// The size of Encode's result, in bytes.
     size_t EncodedSize() const;
     std::vector<uint8_t> Encode() const;
-    /// Null when the bytes are no whole message: too short, too long, a field that does not fit, a field twice.
+    /// Null when the bytes are not a whole message: too short, too long, a field that does not fit, or a field that
+    /// appears twice.
     static std::unique_ptr<qMsg> Decode(const std::vector<uint8_t>& bytes);
 };
 
 namespace bm_queue {
 
-/// What a message may have in bytes, encoded.
+/// The largest encoded message, in bytes.
 constexpr size_t MaxQueueMessage = 16384;
 
 } // namespace bm_queue

@@ -1,7 +1,7 @@
 // The host's storage: rows in XML files, read and changed in transactions.
 //
-// A transaction holds its turn among the threads of the process and, in it, the folder among processes; so whatever a
-// file holds when it is first looked at in a transaction, it still holds at the end. Changes are kept in memory until
+// A transaction holds a lock among the threads of the process and, inside it, a lock on the folder among processes. So
+// a file's contents stay the same from its first use in a transaction to the end. Changes are kept in memory until
 // then.
 #include "bm/DataStorage.h"
 
@@ -76,14 +76,14 @@ struct Transaction {
     Folder m_folder;
 };
 
-// A file as it was read, with the changes of the transaction.
+// A file's contents as they were read, with the changes of the transaction.
 struct Copy {
     std::optional<FileStamp> m_stamp;
     Rows m_rows;
     bool m_isChanged = false;
 };
 
-// Adds the row's parameters; those that are there already get its values.
+// Adds the row's parameters; parameters that exist already get its values.
 void Fill(CBMIParams& target, const CBMIParams& row) {
     for (int i = 0; i < row.GetSize(); ++i) {
         if (CBMIParam* const known = target.GetParamById(row.Get(i)->GetId()); known != nullptr) {
@@ -103,17 +103,17 @@ public:
 
     int StartTransaction() override {
         return Guarded("StartTransaction", [&] {
-            if (Turn::IsMine()) throw StorageError(NothingDone, m_path + ": this thread has a transaction already");
+            if (Turn::IsMine()) throw StorageError(NothingDone, m_path + ": this thread already has a transaction");
             m_transaction = std::make_unique<Transaction>(m_path, m_lockWait);
         });
     }
 
-    // 0 says that nothing of the transaction stands; a doubt about what stands is told in the log alone.
+    // 0 means that none of the transaction takes effect. Doubts about what has taken effect go to the log only.
     int EndTransaction() override {
         std::string doubt;
         const int result = Guarded("EndTransaction", [&] {
             Current(m_path);
-            const auto transaction = std::move(m_transaction); // it ends, whatever the result
+            const auto transaction = std::move(m_transaction); // it ends here, whatever the result
             const auto files = TakeChanges();
             doubt = transaction->m_folder.Replace(files);
         });
@@ -143,7 +143,7 @@ public:
         return Guarded("CreateRow", [&] {
             Copy& copy = Load(file, false);
             if (!copy.m_rows.Add(About(file, [&] { return MakeRow(keys, row); }))) {
-                throw StorageError(NothingDone, PathOf(file) + ": there is a row with these keys");
+                throw StorageError(NothingDone, PathOf(file) + ": a row with these keys already exists");
             }
             copy.m_isChanged = true;
         });
@@ -158,7 +158,7 @@ public:
     }
 
 private:
-    // A row that is not there is an answer, and nothing to log.
+    // A missing row is a normal answer, with nothing to log.
     struct NoRow {};
 
     static void Tell(const char* operation, const char* reason) {
@@ -184,14 +184,14 @@ private:
     }
 
     Transaction& Current(const std::string& path) const {
-        // Only the thread whose turn it is looks at the member: it is the one that writes it.
+        // Only the thread whose turn it is reads the member, and only that thread writes it.
         if (!Turn::IsMine() || m_transaction == nullptr) {
             throw StorageError(NothingDone, path + ": this thread has no transaction");
         }
         return *m_transaction;
     }
 
-    // An earlier copy when the file is still the same; always one that this transaction has changed.
+    // An earlier copy if the file is unchanged, or if this transaction has changed the copy.
     Copy& Load(const std::string& file, bool again) {
         const Folder& folder = Current(PathOf(Shown(file))).m_folder;
         folder.CheckName(file);
@@ -210,7 +210,7 @@ private:
         return m_copies.insert_or_assign(file, std::move(copy)).first->second;
     }
 
-    // The changed files with their new texts. The copies go with them: what was written is read again.
+    // The changed files with their new texts. The copies are dropped, so what was written is read again.
     std::vector<Replacement> TakeChanges() {
         std::vector<Replacement> files;
         auto copies = std::exchange(m_copies, {});
@@ -226,7 +226,7 @@ private:
         return files;
     }
 
-    // What is refused for its parameters tells of the file, too.
+    // Adds the file to the error when parameters are refused.
     template <typename Call>
     std::invoke_result_t<Call> About(const std::string& file, const Call& call) const {
         try {

@@ -8,16 +8,16 @@
 
 namespace bm_storage {
 
-/// The host protocol's result codes, as far as the storage gives them.
+/// The host protocol's result codes that the storage uses.
 enum ResultCode : int {
-    NothingDone = 0, ///< misuse, a row that exists already, or the folder or a file cannot be written
+    NothingDone = 0, ///< misuse, a row that already exists, or a folder or file that cannot be written
     Success = 1,
     NoSuchRow = 4,     ///< RetrieveRow: no row with these keys, or no keys
-    NotReadable = 21,  ///< the file is there, but cannot be read or is not one of ours
-    MissingParam = 23, ///< CreateRow, SetRow: no keys, or nothing beside the keys
+    NotReadable = 21,  ///< the file exists, but cannot be read or is not a storage file
+    MissingParam = 23, ///< CreateRow, SetRow: no keys, or no value besides the keys
 };
 
-/// An operation is refused; the text names file, line and reason as far as they are known.
+/// An operation is refused. The text names file, line and reason, where known.
 class StorageError : public std::runtime_error {
 public:
     StorageError(ResultCode result, const std::string& text) : std::runtime_error(text), m_result(result) {}

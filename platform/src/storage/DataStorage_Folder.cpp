@@ -1,7 +1,8 @@
 // The folder of a storage, held by one process at a time: files read whole, and replaced all or none.
 //
-// One file: new file beside it, fsync, rename, fsync of the folder. Several files are renamed one after the other, so a
-// journal that names them is put in place first; whoever takes the folder next does the renames that are missing.
+// One file: write a new file next to it, fsync, rename, fsync the folder. Several files are renamed one after the
+// other, so a journal that names them is put in place first; the next process that locks the folder completes the
+// renames.
 #include "platform/src/storage/DataStorage_Folder.h"
 
 #include "platform/src/osal/FileLock.h"
@@ -23,12 +24,12 @@ namespace bm_storage {
 
 namespace {
 
-// No storage file's name begins with a dot.
+// The name of a storage file never begins with a dot.
 constexpr const char* NewPrefix = ".new.";
 constexpr const char* Journal = ".journal";
 constexpr const char* JournalTitle = "files to rename";
 constexpr std::size_t LongestName = 200;
-// What is stored is its owner's business; a file that is there keeps what its owner has allowed, and no more than that.
+// The contents are private to their owner; an existing file keeps the permissions that its owner has given it.
 constexpr mode_t FolderMode = 0700;
 constexpr mode_t FileMode = 0600;
 constexpr mode_t Permissions = 0777;
@@ -41,7 +42,8 @@ auto Retried(const Call& call) {
     return result;
 }
 
-// As mkdir -p, each new folder durable in the one around it; the last one is the owner's alone, whatever the umask.
+// Like mkdir -p, with each new folder durable in its parent; the last one is accessible to its owner only, whatever the
+// umask.
 void MakeFolder(const std::string& path) {
     const std::filesystem::path parts(path);
     const auto isRest = [](const std::filesystem::path& part) { return part.empty() || part == "."; };
@@ -87,7 +89,8 @@ FileStamp StampOf(const struct stat& status) {
     return {status.st_ino, status.st_size, status.st_mtim, status.st_ctim, status.st_mode};
 }
 
-// Up to one byte more than the file had: what grows meanwhile is cut, and refused by its reader.
+// Reads at most one byte more than the file's size: if the file grows meanwhile, the text is cut, and its reader
+// refuses it.
 std::string ReadAll(int number, off_t expected, const std::string& path) {
     std::string text(static_cast<std::size_t>(expected) + 1, '\0');
     std::size_t size = 0;
@@ -110,7 +113,7 @@ void WriteAll(int number, const std::string& text, const std::string& path) {
     }
 }
 
-// What the work is refused for, when there is no way back from what it does.
+// The reason for which the work failed, at a point where it can no longer be undone.
 template <typename Work>
 std::string DoubtOf(const Work& work) {
     try {
@@ -121,7 +124,7 @@ std::string DoubtOf(const Work& work) {
     }
 }
 
-// Removes the new files again, unless they are wanted.
+// Removes the new files again, unless they are kept.
 class NewFiles {
 public:
     explicit NewFiles(int folder) : m_folder(folder) {}
@@ -154,7 +157,7 @@ Folder::Folder(const std::string& path, std::chrono::milliseconds lockWait) : m_
     FinishJournal();
 }
 
-// Said aloud: a child that was forked in between and has not started its program yet holds the descriptor, too.
+// Unlock explicitly: a child that was forked in between and has not started its program yet holds the descriptor, too.
 Folder::~Folder() {
     flock(m_folder.Get(), LOCK_UN);
 }
@@ -179,7 +182,7 @@ std::optional<FileStamp> Folder::Stamp(const std::string& name) const {
 
 Content Folder::Read(const std::string& name) const {
     const std::string path = PathOf(name);
-    // Neither a link nor a pipe nor a device: it would be followed, waited for or replaced.
+    // No link, pipe or device: it would be followed, waited for or replaced.
     const bm_dev::UniqueFd file(Retried([&] {
         return openat(m_folder.Get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     }));
@@ -197,7 +200,7 @@ Content Folder::Read(const std::string& name) const {
 std::string Folder::Replace(const std::vector<Replacement>& files) const {
     for (const Replacement& file : files) {
         if (Stamp(file.m_name) != file.m_old) {
-            throw StorageError(NothingDone, PathOf(file.m_name) + ": was changed by somebody else meanwhile");
+            throw StorageError(NothingDone, PathOf(file.m_name) + ": was changed by another process in the meantime");
         }
     }
     NewFiles made(m_folder.Get());
@@ -206,7 +209,7 @@ std::string Folder::Replace(const std::vector<Replacement>& files) const {
         WriteNew(NewPrefix + file.m_name, file.m_text, file.m_old ? file.m_old->m_mode & Permissions : FileMode);
     }
     if (files.size() == 1) {
-        const std::string doubt = PathOf(files[0].m_name) + ": is replaced, but may not outlive a power failure";
+        const std::string doubt = PathOf(files[0].m_name) + ": was replaced, but may not survive a power failure";
         Rename(NewPrefix + files[0].m_name, files[0].m_name);
         made.Keep();
         return DoubtOf([&] { Sync(doubt); });
@@ -217,8 +220,8 @@ std::string Folder::Replace(const std::vector<Replacement>& files) const {
     made.Keep();
     const std::string doubt = DoubtOf([&] { FinishJournal(); });
     return doubt.empty() ? ""
-                         : doubt + "; the changes stand, but may not outlive a power failure, and the next "
-                                   "transaction ends what was begun";
+                         : doubt + "; the changes have taken effect, but may not survive a power failure; the next "
+                                   "transaction completes them";
 }
 
 void Folder::WriteNew(const std::string& name, const std::string& text, mode_t mode) const {
@@ -254,7 +257,7 @@ void Folder::WriteJournal(const std::vector<Replacement>& files) const {
         text += file.m_name + "\n";
     const std::string name = std::string(NewPrefix) + Journal;
     WriteNew(name, text, FileMode);
-    Sync(PathOf(name)); // a journal never outlives a power failure without the files that it lists
+    Sync(PathOf(name)); // after a power failure, a journal never exists without the files that it lists
     Rename(name, Journal);
 }
 
@@ -279,8 +282,8 @@ std::vector<std::string> Folder::ReadJournal() const {
     return names;
 }
 
-// A file is replaced when the journal is durable, and not before. The journal's end is durable before the next
-// transaction makes new files under the names that it lists.
+// Files are replaced only after the journal is durable. Its removal is durable before the next transaction makes new
+// files under the names that it lists.
 void Folder::FinishJournal() const {
     const auto names = ReadJournal();
     if (names.empty()) return;
@@ -288,7 +291,7 @@ void Folder::FinishJournal() const {
     Sync(path);
     for (const std::string& name : names) {
         const std::string made = NewPrefix + name;
-        if (Stamp(made)) Rename(made, name); // else it was renamed before the end of its process
+        if (Stamp(made)) Rename(made, name); // otherwise its process renamed it before it ended
     }
     Sync(path);
     if (unlinkat(m_folder.Get(), Journal, 0) != 0) throw SystemError(NothingDone, path);

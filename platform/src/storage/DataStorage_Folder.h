@@ -14,10 +14,10 @@
 
 namespace bm_storage {
 
-/// The largest file that is read or written.
+/// The size of the largest file that is read or written.
 constexpr std::size_t MostBytes = std::size_t{1024} * 1024;
 
-/// Tells one state of a file from another: every replacement and every edit changes something of it.
+/// Identifies the state of a file: every replacement and every edit changes part of it.
 struct FileStamp {
     ino_t m_inode = 0;
     off_t m_size = 0;
@@ -27,7 +27,7 @@ struct FileStamp {
 };
 bool operator==(const FileStamp& left, const FileStamp& right);
 
-/// What a name stands for at one moment: nothing when there is no file.
+/// A file's stamp and text at one moment; no stamp when there is no file.
 struct Content {
     std::optional<FileStamp> m_stamp;
     std::string m_text;
@@ -35,26 +35,25 @@ struct Content {
 
 struct Replacement {
     std::string m_name;
-    std::optional<FileStamp> m_old; ///< the state that the new text was made from
+    std::optional<FileStamp> m_old; ///< the state from which the new text was made
     std::string m_text;
 };
 
 class Folder {
 public:
-    /// Makes the folder when it is missing, waits until no other process holds it, though no longer than `lockWait`,
-    /// and ends the replacements of a process that was killed in their midst. Throws StorageError, as every operation
-    /// here does.
+    /// Creates a missing folder, waits until no other process holds it, but no longer than `lockWait`, and completes
+    /// the replacements of a process that was killed halfway. Throws StorageError, as every operation here does.
     Folder(const std::string& path, std::chrono::milliseconds lockWait);
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
     ~Folder();
 
-    /// Throws StorageError when the name is none that a storage file can have.
+    /// Throws StorageError when a storage file cannot have this name.
     void CheckName(const std::string& name) const;
     std::optional<FileStamp> Stamp(const std::string& name) const;
     Content Read(const std::string& name) const;
-    /// Replaces these files, all or none, and durably. After an error none is replaced, now or later.
-    /// @return why they are replaced, but perhaps not durably; empty when they are
+    /// Replaces these files durably, all or none. After an error none is replaced, now or later.
+    /// @return why the replacement may not be durable; empty when it is
     std::string Replace(const std::vector<Replacement>& files) const;
 
     /// The path of a file in this folder, for people.

@@ -55,7 +55,7 @@ Key KeyOf(const CBMIParams& keys) {
     Key key;
     for (int i = 0; i < keys.GetSize(); ++i)
         if (!key.emplace(keys.Get(i)->GetId(), ValueOf(*keys.Get(i))).second) {
-            throw Refused(*keys.Get(i), "is there twice");
+            throw Refused(*keys.Get(i), "appears twice");
         }
     return key;
 }
@@ -69,7 +69,7 @@ CBMIParams MakeRow(const CBMIKeys& keys, const CBMIParams& values) {
     for (int i = 0; i < values.GetSize(); ++i) {
         const CBMIParam& param = *values.Get(i);
         const Value value = ValueOf(param);
-        if (!seen.insert(param.GetId()).second) throw Refused(param, "is there twice");
+        if (!seen.insert(param.GetId()).second) throw Refused(param, "appears twice");
         if (const auto same = key.find(param.GetId()); same != key.end()) {
             if (same->second != value) throw Refused(param, "has one value as a key and another in the row");
         } else if (param.IsKey()) {
@@ -79,7 +79,7 @@ CBMIParams MakeRow(const CBMIKeys& keys, const CBMIParams& values) {
         }
     }
     if (key.empty()) throw StorageError(MissingParam, "no keys");
-    if (row.GetSize() == keys.GetSize()) throw StorageError(MissingParam, "no value beside the keys");
+    if (row.GetSize() == keys.GetSize()) throw StorageError(MissingParam, "no value besides the keys");
     return row;
 }
 

@@ -8,7 +8,7 @@
 
 namespace bm_storage {
 
-/// Bytes below a blank, and 0x7F.
+/// Bytes below the blank, and 0x7F.
 bool IsControl(char byte);
 
 /// Decimal or 0x…
@@ -21,12 +21,12 @@ const char* TypeToText(BM_ADAPTOR::BMIParamType_e type);
 
 std::optional<bool> BoolFromText(const std::string& text);
 
-/// Sets the value of the parameter's type; false when the text is none of it.
+/// Sets the value from the text; false when the text does not fit the parameter's type.
 bool SetFromText(BM_ADAPTOR::CBMIParam& param, const std::string& text);
 /// Printable ASCII: other bytes are written \xNN, a backslash is doubled.
 std::string ValueToText(const BM_ADAPTOR::CBMIParam& param);
 
-/// The beginning of a text, as it may stand in a log line.
+/// The beginning of a text in a form that fits a log line.
 std::string Shown(const std::string& text);
 
 } // namespace bm_storage

@@ -22,7 +22,7 @@ using BM_ADAPTOR::CBMIParams;
 constexpr const char* Root = "storage";
 constexpr const char* Version = "1";
 
-// Everything becomes a node, so that everything is looked at.
+// Everything becomes a node, so that everything is checked.
 constexpr unsigned Flags = pugi::parse_full | pugi::parse_fragment;
 
 class Reader {
@@ -39,7 +39,7 @@ public:
         Rows rows;
         for (const pugi::xml_node& node : Elements(roots[0], "row")) {
             Attributes(node, {});
-            if (!rows.Add(Row(node))) Fail(node, "a row with these keys stands above");
+            if (!rows.Add(Row(node))) Fail(node, "a row above has the same keys");
         }
         return rows;
     }
@@ -51,12 +51,12 @@ private:
     }
 
     [[noreturn]] void Fail(const pugi::xml_node& node, const std::string& reason) const {
-        // A text's place is that of the blanks before it.
+        // The parser reports the place of the blanks before a text.
         const auto offset = m_text.find_first_not_of(" \t\r\n", static_cast<std::size_t>(node.offset_debug()));
         Fail(Offset(offset), reason);
     }
 
-    // What XML forbids and the parser lets pass, or cuts a value at.
+    // Checks what XML forbids although the parser accepts it, or truncates a value at it.
     void CheckBytes() const {
         for (std::size_t i = 0; i < m_text.size(); ++i) {
             const char byte = m_text[i];
@@ -73,7 +73,7 @@ private:
 
     static std::ptrdiff_t Offset(std::size_t at) { return static_cast<std::ptrdiff_t>(at); }
 
-    // The elements of that name in a node, where nothing else stands.
+    // The elements of that name in a node that must contain nothing else.
     std::vector<pugi::xml_node> Elements(const pugi::xml_node& parent, const std::string& name) const {
         std::vector<pugi::xml_node> elements;
         for (const pugi::xml_node& node : parent) {
@@ -87,7 +87,7 @@ private:
         return elements;
     }
 
-    // An element's attributes: these, and no others.
+    // An element's attributes: exactly these.
     std::map<std::string, std::string> Attributes(const pugi::xml_node& node,
                                                   std::initializer_list<const char*> names) const {
         std::map<std::string, std::string> values;
@@ -96,7 +96,7 @@ private:
                 Fail(node, std::string("unknown attribute ") + attribute.name());
             }
             if (!values.emplace(attribute.name(), attribute.value()).second) {
-                Fail(node, std::string("attribute ") + attribute.name() + " is there twice");
+                Fail(node, std::string("attribute ") + attribute.name() + " appears twice");
             }
         }
         for (const char* name : names)
@@ -110,11 +110,11 @@ private:
         bool keyed = false;
         for (const pugi::xml_node& child : Elements(node, "param")) {
             const CBMIParam param = Param(child);
-            if (!ids.insert(param.GetId()).second) Fail(child, "the row has this id twice");
+            if (!ids.insert(param.GetId()).second) Fail(child, "the id appears twice in the row");
             keyed = keyed || param.IsKey();
             row.Add(param);
         }
-        if (!keyed) Fail(node, "a row without a key");
+        if (!keyed) Fail(node, "the row has no key");
         return row;
     }
 
@@ -129,7 +129,7 @@ private:
         if (!key) Fail(node, "key=\"" + Shown(attributes.at("key")) + "\": expected true or false");
         CBMIParam param(*type, *id, *key);
         if (!SetFromText(param, attributes.at("value"))) {
-            Fail(node, "value=\"" + Shown(attributes.at("value")) + "\" is none of the type " + attributes.at("type"));
+            Fail(node, "value=\"" + Shown(attributes.at("value")) + "\" is not of type " + attributes.at("type"));
         }
         return param;
     }

@@ -8,7 +8,7 @@
 
 namespace bm_storage {
 
-/// The text is not a storage file's.
+/// The text is not that of a storage file.
 class XmlError : public std::runtime_error {
 public:
     XmlError(int line, const std::string& reason) : std::runtime_error(reason), m_line(line) {}
@@ -19,11 +19,11 @@ private:
     int m_line;
 };
 
-/// Takes nothing that the layout does not know: what is not understood here would be lost with the next write. Throws
-/// XmlError. Time and memory grow with the text's length only, whatever it holds.
+/// Accepts only what the layout defines, since the next write would lose anything else. Throws XmlError. Time and
+/// memory grow only with the text's length, whatever it contains.
 Rows RowsFromXml(const std::string& text);
 
-/// ASCII, with a line end at its end; what RowsFromXml reads back equal.
+/// ASCII text that ends in a line end; RowsFromXml gives equal rows back.
 std::string XmlFromRows(const Rows& rows);
 
 } // namespace bm_storage

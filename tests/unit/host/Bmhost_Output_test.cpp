@@ -86,7 +86,7 @@ TEST(BmhostOutput, OfALogThatMayNotGrowAnyMoreIsToldOnceAndDoesNotEndTheHost) {
     EXPECT_EQ("init: 1 (success)\n", ended.m_out);
     EXPECT_EQ("Init Destroy", ended.StubCalls()) << "on the console";
     EXPECT_THAT(ended.ErrorLines(),
-                ElementsAre("log: Failed flush to file " + file + ": File too large; this is told once"));
+                ElementsAre("log: Failed flush to file " + file + ": File too large; reported only once"));
 }
 
 TEST(BmhostOutput, OfALogOnAFullDeviceIsToldOnceAndTheHostGoesOn) {
@@ -94,7 +94,7 @@ TEST(BmhostOutput, OfALogOnAFullDeviceIsToldOnceAndTheHostGoesOn) {
     EXPECT_EQ(0, ended.m_status);
     EXPECT_EQ("init: 1 (success)\n", ended.m_out);
     EXPECT_THAT(ended.ErrorLines(),
-                ElementsAre("log: Failed flush to file /dev/full: No space left on device; this is told once"));
+                ElementsAre("log: Failed flush to file /dev/full: No space left on device; reported only once"));
 }
 
 TEST(BmhostOutput, OfAToolThatOutgrowsItsFileEndsTheToolAsWithoutThisHost) {

@@ -172,8 +172,8 @@ TEST_F(SimulatedBoard, StateThatCannotBeReadFailsEveryCallAndIsLoggedWithItsLine
     EXPECT_EQ(SwitchStateUnreadable, uPCIMemClose(m_handle));
     const auto lines = log.Lines();
     ASSERT_EQ(lines.size(), 6U);
-    EXPECT_THAT(lines[0],
-                EndsWith("<3> [Board Driver] uPCIMemOpen - " + m_file + ":2: \"ena\" is no administrative state"));
+    EXPECT_THAT(lines[0], EndsWith("<3> [Board Driver] uPCIMemOpen - " + m_file +
+                                   ":2: \"ena\" is not a valid administrative state"));
     EXPECT_THAT(lines[1], testing::HasSubstr("mavkAmcSwitchPortEnable - "));
 }
 

@@ -111,26 +111,27 @@ TEST_P(RefusedSwitch, IsReportedWithItsLineAndLeftAlone) {
 
 INSTANTIATE_TEST_SUITE_P(
     Files, RefusedSwitch,
-    testing::Values(Refused{"", ":1: does not begin with \"bladesim switch 1\""},
-                    Refused{"<?xml?>\n", ":1: does not begin with \"bladesim switch 1\""},
-                    Refused{"bladesim switch 2\nend\n", ":1: does not begin with \"bladesim switch 1\""},
-                    Refused{"bladesim switch 1\n", ":2: incomplete: no \"end\""},
-                    Refused{"bladesim switch 1\nport 3 enabled up\nen", ":3: \"en\" is no line of a switch"},
-                    Refused{"bladesim switch 1\nport\n", ":2: no port"},
-                    Refused{"bladesim switch 1\nport 3x enabled up\n", ":2: \"3x\" is no port"},
-                    Refused{"bladesim switch 1\nport 9999999999 enabled up\n", ":2: \"9999999999\" is no port"},
-                    Refused{"bladesim switch 1\nport 3 on up\n", ":2: \"on\" is no administrative state"},
-                    Refused{"bladesim switch 1\nport 3 enabled\n", ":2: no link state"},
-                    Refused{"bladesim switch 1\nport 3 enabled up now\n", ":2: \"now\" is one word too many"},
-                    Refused{"bladesim switch 1\nport 3 enabled up\nport 3 enabled up\n", ":3: a second port 3"},
-                    Refused{"bladesim switch 1\nlearnt 02:00 dsp 1\n", ":2: \"02:00\" is no address"},
-                    Refused{"bladesim switch 1\nlearnt 02:00:00:00:00:0 dsp 1\n",
-                            ":2: \"02:00:00:00:00:0\" is no address"},
-                    Refused{"bladesim switch 1\nlearnt 02:00:00:00:00:01 cpu 1\n", ":2: \"cpu\" is no destination"},
-                    Refused{"bladesim switch 1\nlearnt 02:00:00:00:00:01 dsp 1\nlearnt 02:00:00:00:00:01 dsp 2\n",
-                            ":3: a second entry for 02:00:00:00:00:01"},
-                    Refused{"bladesim switch 1\nfail mavkNothing 5\n", ":2: \"mavkNothing\" is no call"},
-                    Refused{"bladesim switch 1\nfail uPCIMemOpen\n", ":2: no code"}));
+    testing::Values(
+        Refused{"", ":1: does not begin with \"bladesim switch 1\""},
+        Refused{"<?xml?>\n", ":1: does not begin with \"bladesim switch 1\""},
+        Refused{"bladesim switch 2\nend\n", ":1: does not begin with \"bladesim switch 1\""},
+        Refused{"bladesim switch 1\n", ":2: incomplete: no \"end\""},
+        Refused{"bladesim switch 1\nport 3 enabled up\nen", ":3: \"en\" is not a valid keyword"},
+        Refused{"bladesim switch 1\nport\n", ":2: missing port"},
+        Refused{"bladesim switch 1\nport 3x enabled up\n", ":2: \"3x\" is not a valid port"},
+        Refused{"bladesim switch 1\nport 9999999999 enabled up\n", ":2: \"9999999999\" is not a valid port"},
+        Refused{"bladesim switch 1\nport 3 on up\n", ":2: \"on\" is not a valid administrative state"},
+        Refused{"bladesim switch 1\nport 3 enabled\n", ":2: missing link state"},
+        Refused{"bladesim switch 1\nport 3 enabled up now\n", ":2: \"now\" is unexpected"},
+        Refused{"bladesim switch 1\nport 3 enabled up\nport 3 enabled up\n", ":3: port 3 appears twice"},
+        Refused{"bladesim switch 1\nlearnt 02:00 dsp 1\n", ":2: \"02:00\" is not a valid address"},
+        Refused{"bladesim switch 1\nlearnt 02:00:00:00:00:0 dsp 1\n",
+                ":2: \"02:00:00:00:00:0\" is not a valid address"},
+        Refused{"bladesim switch 1\nlearnt 02:00:00:00:00:01 cpu 1\n", ":2: \"cpu\" is not a valid destination"},
+        Refused{"bladesim switch 1\nlearnt 02:00:00:00:00:01 dsp 1\nlearnt 02:00:00:00:00:01 dsp 2\n",
+                ":3: 02:00:00:00:00:01 appears twice"},
+        Refused{"bladesim switch 1\nfail mavkNothing 5\n", ":2: \"mavkNothing\" is not a valid call"},
+        Refused{"bladesim switch 1\nfail uPCIMemOpen\n", ":2: missing code"}));
 
 TEST_F(SimulatedSwitch, LargeFileIsRefused) {
     Write(std::string(Fresh) + std::string(70000, '#'));
@@ -150,10 +151,10 @@ TEST_F(SimulatedSwitch, TooManyAddressesAreRefused) {
 
 TEST_F(SimulatedSwitch, WhatIsNoFileIsRefusedAtOnce) {
     std::filesystem::create_directory(m_file);
-    EXPECT_THAT(Refusal(), EndsWith("/switch: no file"));
+    EXPECT_THAT(Refusal(), EndsWith("/switch: not a regular file"));
     std::filesystem::remove(m_file);
     ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0); // nobody writes to it
-    EXPECT_THAT(Refusal(), EndsWith("/switch: no file"));
+    EXPECT_THAT(Refusal(), EndsWith("/switch: not a regular file"));
     std::filesystem::remove(m_file);
     std::filesystem::create_symlink("/etc/passwd", m_file);
     EXPECT_THAT(Refusal(), EndsWith("/switch: Too many levels of symbolic links"));

@@ -108,7 +108,7 @@ TEST(Thread, ExceptionOutOfItsBodyIsLoggedAndSwallowed) {
     Body thread([](Body&) { throw std::runtime_error("no more FRUs"); });
     EXPECT_EQ(0, thread.Start());
     EXPECT_EQ(0, thread.Join());
-    EXPECT_THAT(log.Lines(), ElementsAre(EndsWith(" <3> [OSAL] a thread ended by an exception: no more FRUs")));
+    EXPECT_THAT(log.Lines(), ElementsAre(EndsWith(" <3> [OSAL] an exception ended a thread: no more FRUs")));
 }
 
 TEST(Thread, ExceptionOfAnyTypeIsLoggedAndSwallowed) {
@@ -116,7 +116,7 @@ TEST(Thread, ExceptionOfAnyTypeIsLoggedAndSwallowed) {
     Body thread([](Body&) { throw 5; });
     EXPECT_EQ(0, thread.Start());
     EXPECT_EQ(0, thread.Join());
-    EXPECT_THAT(log.Lines(), ElementsAre(EndsWith(" <3> [OSAL] a thread ended by an exception of an unknown type")));
+    EXPECT_THAT(log.Lines(), ElementsAre(EndsWith(" <3> [OSAL] an exception of unknown type ended a thread")));
 }
 
 } // namespace

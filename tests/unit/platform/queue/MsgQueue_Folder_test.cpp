@@ -74,12 +74,12 @@ TEST_F(MsgQueueFolder, ThatAnotherUserMadeFirstIsRefusedWithItsOwner) {
     if (::geteuid() != 0) GTEST_SKIP() << "only root can give folders away";
     ASSERT_EQ(0, ::mkdir(m_folder.c_str(), 0700));
     ASSERT_EQ(0, ::chown(m_folder.c_str(), 65534, 65534));
-    IsRefused(m_folder + " belongs to user 65534, and this is user 0");
+    IsRefused(m_folder + " belongs to user 65534, not to user 0");
 }
 
 TEST_F(MsgQueueFolder, ThatIsALinkIsRefused) {
     std::filesystem::create_symlink("/tmp", m_folder);
-    IsRefused(m_folder + " is no folder");
+    IsRefused(m_folder + " is not a folder");
 }
 
 TEST_F(MsgQueueFolder, ThatOthersMayWriteToOrReplaceIsRefused) {

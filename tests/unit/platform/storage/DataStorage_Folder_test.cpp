@@ -102,8 +102,8 @@ TEST_F(StorageFolder, AnEditInTheMidstOfATransactionIsNotOverwritten) {
                   Write("edited");
               }));
     EXPECT_EQ("edited", Read());
-    EXPECT_THAT(Logged(),
-                ElementsAre("EndTransaction - " + PathOf(FileName) + ": was changed by somebody else meanwhile"));
+    EXPECT_THAT(Logged(), ElementsAre("EndTransaction - " + PathOf(FileName) +
+                                      ": was changed by another process in the meantime"));
 }
 
 TEST_F(StorageFolder, AFileThatAppearsInTheMidstOfATransactionIsNotOverwritten) {
@@ -274,7 +274,7 @@ TEST_F(StorageFolder, OneFileThatIsReplacedStandsThoughTheDiskDoesNotConfirmIt) 
     EXPECT_EQ(Success, result);
     EXPECT_EQ("new", GetNow(1));
     EXPECT_THAT(Logged(), ElementsAre("EndTransaction - " + PathOf(FileName) +
-                                      ": is replaced, but may not outlive a power failure: Input/output error"));
+                                      ": was replaced, but may not survive a power failure: Input/output error"));
 }
 
 TEST_F(StorageFolder, OneFileIsTheOldOneAfterAnyFailureBefore) {
@@ -319,8 +319,8 @@ TEST_F(StorageFolder, OfSeveralFilesAllOrNoneStandWhateverFailsAndTheResultSaysW
             if (i > failures) continue;
             EXPECT_THAT(Logged().back(), HasSubstr("EndTransaction - " + m_folder)) << call << i;
             EXPECT_EQ(i >= standing,
-                      Logged().back().find("; the changes stand, but may not outlive a power failure, "
-                                           "and the next transaction ends what was begun") != std::string::npos)
+                      Logged().back().find("; the changes have taken effect, but may not survive a power failure; "
+                                           "the next transaction completes them") != std::string::npos)
                 << Logged().back();
         }
     }

@@ -131,12 +131,12 @@ std::vector<BadFile> BadFiles() {
         {"a control character", WithParam("<param id=\"2\" type=\"string\" key=\"false\" value=\"\x01\"/>"),
          "4: a control character"},
         {"UTF-16", std::string("<\0s\0t\0", 6), "1: a control character"},
-        {"no key", WithRow("<param id=\"0x1\" type=\"int\" key=\"false\" value=\"1\"/>"), "2: a row without a key"},
-        {"an empty row", WithRow(""), "2: a row without a key"},
+        {"no key", WithRow("<param id=\"0x1\" type=\"int\" key=\"false\" value=\"1\"/>"), "2: the row has no key"},
+        {"an empty row", WithRow(""), "2: the row has no key"},
         {"the same keys twice", "<storage version=\"1\">\n" + row + row + "</storage>",
-         "3: a row with these keys stands above"},
-        {"an id twice", WithParam(KeyParam), "4: the row has this id twice"},
-        {"an attribute twice", WithRow("<param id=\"1\" id=\"2\"/>"), "3: attribute id is there twice"},
+         "3: a row above has the same keys"},
+        {"an id twice", WithParam(KeyParam), "4: the id appears twice in the row"},
+        {"an attribute twice", WithRow("<param id=\"1\" id=\"2\"/>"), "3: attribute id appears twice"},
         {"an unknown attribute", WithRow("<param name=\"x\"/>"), "3: unknown attribute name"},
         {"a row with attributes", "<storage version=\"1\"><row x=\"1\"/></storage>", "1: unknown attribute x"},
         {"a missing attribute", WithRow("<param id=\"1\" type=\"int\" value=\"1\"/>"), "3: attribute key is missing"},
@@ -183,7 +183,7 @@ TEST_F(StorageFile, ValuesOfAnotherTypeAreRefused) {
             Write(WithParam("<param id=\"2\" key=\"false\" type=\"" + std::string(type) + "\" value=\"" + value +
                             "\"/>"));
             EXPECT_EQ("21", GetNow(1)) << type << " " << value;
-            EXPECT_THAT(Logged().back(), testing::EndsWith(std::string("\" is none of the type ") + type));
+            EXPECT_THAT(Logged().back(), testing::EndsWith(std::string("\" is not of type ") + type));
             EXPECT_THAT(Logged().back(), testing::HasSubstr(".xml:4: value=\""));
         }
     }

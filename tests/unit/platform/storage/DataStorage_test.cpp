@@ -84,7 +84,7 @@ TEST_F(Storage, ARelativeFolderStaysWhereItWas) {
 TEST_F(Storage, ASecondStartOfTheSameThreadIsRefused) {
     EXPECT_EQ(Success, m_storage->StartTransaction());
     EXPECT_EQ(NothingDone, m_storage->StartTransaction());
-    EXPECT_THAT(Logged(), ElementsAre("StartTransaction - " + m_folder + ": this thread has a transaction already"));
+    EXPECT_THAT(Logged(), ElementsAre("StartTransaction - " + m_folder + ": this thread already has a transaction"));
     EXPECT_EQ(Success, m_storage->EndTransaction()) << "the first goes on";
 }
 
@@ -212,7 +212,7 @@ TEST_F(Storage, CreateRowOfARowThatExistsIsRefusedAndTheOtherChangesStand) {
     });
     EXPECT_EQ("first", GetNow(1));
     EXPECT_EQ("another", GetNow(2));
-    EXPECT_THAT(Logged(), ElementsAre("CreateRow - " + PathOf(FileName) + ": there is a row with these keys"));
+    EXPECT_THAT(Logged(), ElementsAre("CreateRow - " + PathOf(FileName) + ": a row with these keys already exists"));
 }
 
 struct BadRow {
@@ -226,11 +226,11 @@ struct BadRow {
 TEST_F(Storage, ARowThatCannotBeStoredIsRefused) {
     const BadRow cases[] = {
         {"no keys", {}, Row(Int(2, 1)), MissingParam, "no keys"},
-        {"no values", Keys(1), {}, MissingParam, "no value beside the keys"},
-        {"values that are keys", Keys(1), Row(Int(Number, 1)), MissingParam, "no value beside the keys"},
+        {"no values", Keys(1), {}, MissingParam, "no value besides the keys"},
+        {"values that are keys", Keys(1), Row(Int(Number, 1)), MissingParam, "no value besides the keys"},
         {"a key twice", Row<CBMIKeys>(Int(1, 1), Int(1, 1)), Row(Int(2, 1)), NothingDone,
-         "parameter 0x1 is there twice"},
-        {"a value twice", Keys(1), Row(Int(2, 1), Int(2, 1)), NothingDone, "parameter 0x2 is there twice"},
+         "parameter 0x1 appears twice"},
+        {"a value twice", Keys(1), Row(Int(2, 1), Int(2, 1)), NothingDone, "parameter 0x2 appears twice"},
         {"another key in the row", Keys(1), Row(Int(Number, 2)), NothingDone,
          "parameter 0x30d12 has one value as a key and another in the row"},
         {"a key that selects nothing", Keys(1), Row(Int(2, 1, true)), NothingDone,
