@@ -1,5 +1,5 @@
-# The Debian packages, one a component, made by CPack from the preset release: ./dev package. What is installed says itself to
-# which it belongs.
+# The Debian packages, one per component, made by CPack from the preset release: ./dev package. Each install command
+# names its component.
 file(STRINGS ${PROJECT_SOURCE_DIR}/packaging/changelog changelog LIMIT_COUNT 1)
 if(NOT changelog MATCHES "^ipmi-adaptor \\(${PROJECT_VERSION}-([0-9]+)\\) ")
     message(FATAL_ERROR "packaging/changelog begins with another version than ${PROJECT_VERSION}-N: ${changelog}")
@@ -22,12 +22,14 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_SOURCE ipmi-adaptor)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# Libraries of others are found and become dependencies; the packages depend on each other in the very same version.
+# Other projects' libraries are found and become dependencies; the packages depend on exactly the same version of each
+# other.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 
-# bm_package(NAME SECTION): its description follows in the variable that CPack reads, the first line being the summary.
+# bm_package(NAME SECTION): the package's description follows in the variable that CPack reads; the first line is the
+# summary.
 macro(bm_package name section)
     string(TOUPPER ${name} upper)
     set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name})
@@ -43,7 +45,7 @@ media software up, watches them and upgrades firmware.
 
 With it comes the development platform, which implements the host's interfaces
 on Linux, and all documents.")
-# Whoever links the platform depends on its interface, which outlives a version: docs/packaging.md.
+# Programs that link the platform depend on its interface, which is the same for several versions: docs/packaging.md.
 set(CPACK_DEBIAN_LIBIPMI-ADAPTOR_PACKAGE_PROVIDES "libbm-platform${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
 configure_file(packaging/shlibs.in ${CMAKE_BINARY_DIR}/packaging/shlibs @ONLY)
 set(CPACK_DEBIAN_LIBIPMI-ADAPTOR_PACKAGE_CONTROL_EXTRA

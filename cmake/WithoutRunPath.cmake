@@ -1,5 +1,5 @@
-# Run by CPack before it makes packages: in a package the loader finds the platform by itself, and Debian takes no file that
-# says where else to look.
+# Run by CPack before it makes packages: the loader finds an installed package's platform by itself, and Debian accepts
+# no file with a run path.
 file(GLOB_RECURSE files ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*)
 foreach(file IN LISTS files)
     # The development package's link leads to a file of another package.

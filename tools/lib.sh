@@ -29,7 +29,7 @@ help_wanted()
     done
 }
 
-# need_packages LIST…: installs what is missing of the Debian packages named in tools/packages/LIST.
+# need_packages LIST…: installs the missing Debian packages of those named in tools/packages/LIST.
 need_packages()
 {
     local l_wanted l_present l_missing l_log=build/packages.log
@@ -44,7 +44,7 @@ need_packages()
     mkdir -p build
     say "Installing Debian packages, once: $l_missing"
     note "fetching the package lists"
-    # An index that is out of step is no reason to stop: whether the packages can be had is seen below.
+    # A failed update alone is no reason to stop: the installation below shows whether the packages are available.
     apt-get -q -o DPkg::Lock::Timeout=300 update >"$l_log" 2>&1 || true
     note "fetching and unpacking (a minute or two)"
     # shellcheck disable=SC2086
@@ -54,7 +54,7 @@ need_packages()
     fi
 }
 
-# configure PRESET: has CMake write build/PRESET when it never did, or when the presets changed since.
+# configure PRESET: runs CMake for build/PRESET if it never ran, or if the presets have changed since.
 configure()
 {
     local l_ninja=build/$1/build.ninja

@@ -1,21 +1,22 @@
 # shellcheck shell=bash
-# Debian roots to build and run in: made by debootstrap from the mirror of this machine, entered in namespaces of their own.
+# Debian roots to build and run in: made by debootstrap from this machine's mirror, entered in namespaces of their own.
 # Sourced after lib.sh.
 
-# need_root_tools: what the functions below call, and the right to call it.
+# need_root_tools: installs what the functions below call, and checks for root.
 need_root_tools()
 {
     need_packages bare
     [ "$(id -u)" -eq 0 ] || fail "only root can make a root"
 }
 
-# make_root FOLDER [DEBOOTSTRAP-OPTION…]: a minimal Debian 12 in FOLDER, without apt's lists; what debootstrap said is in FOLDER.log.
+# make_root FOLDER [DEBOOTSTRAP-OPTION…]: makes a minimal Debian 12 in FOLDER, without apt's lists; debootstrap's output
+# is in FOLDER.log.
 make_root()
 {
     local l_root=$1 l_mirror l_log
     shift
     l_log=$l_root.log
-    # The mirror that this machine itself uses, in either of apt's two notations.
+    # The mirror that this machine uses, in either of apt's two notations.
     # shellcheck disable=SC2016
     l_mirror=$(apt-get indextargets --format '$(SITE) $(CODENAME) $(COMPONENT)' 'Created-By: Packages' |
         awk '$2 == "bookworm" && $3 == "main" { print $1; exit }')
@@ -27,7 +28,7 @@ make_root()
     rm -rf "$l_root"/var/lib/apt/lists/*
 }
 
-# new_root ARCHITECTURE FOLDER: the same, as a copy of one that is made once and kept in build/roots. What stood in FOLDER is gone.
+# new_root ARCHITECTURE FOLDER: the same, copied from a root that is made once and kept in build/roots. Replaces FOLDER.
 new_root()
 {
     local l_kept=$PWD/build/roots/$1
@@ -35,7 +36,7 @@ new_root()
         mkdir -p "${l_kept%/*}"
         rm -rf --one-file-system "$l_kept"
         make_root "$l_kept" "--arch=$1" || return
-        # Nothing in a root outlives a loss of power: dpkg need not wait for the disk.
+        # Nothing in a root has to survive a power failure, so dpkg need not wait for the disk.
         echo force-unsafe-io >"$l_kept/etc/dpkg/dpkg.cfg.d/root"
         touch "$l_kept.done"
     fi
@@ -44,8 +45,9 @@ new_root()
     cp -a "$l_kept" "$2"
 }
 
-# in_root FOLDER COMMAND…: runs it as root's own. Everything that it leaves running ends with its process namespace, every mount with
-# its mount namespace. $ROOT_BINDS are mounted before, a line each: the folder, a colon, and where it is to be seen.
+# in_root FOLDER COMMAND…: runs it in the root. Every process that it leaves running ends with its process namespace,
+# every mount with its mount namespace. Before that, $ROOT_BINDS are mounted, one per line: the folder, a colon, and its
+# place in the root.
 # shellcheck disable=SC2016
 in_root()
 {

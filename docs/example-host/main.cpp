@@ -1,4 +1,4 @@
-// A complete host, as small as it can be: loads the adaptor, reads a table and a row, lets it go.
+// The smallest complete host: loads the adaptor, reads a table and a row, and releases it.
 // usage: example_host BAY [PLUGIN]
 #include <bm/BaseAdaptor.h>
 #include <bm/Log.h>
@@ -20,8 +20,8 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-/// What the host offers to its adaptor. A board manager keeps the registrations and passes events on; it may give its
-/// own storage, in which addresses and port states are kept.
+/// The host's side of the interface. A board manager keeps the registrations and passes events on; it may offer a
+/// storage, which keeps addresses and port states.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
 class Host final : public IBMAdaptorMgr {
 public:
@@ -35,7 +35,7 @@ public:
     CBaseOsLog* GetLogger() override { return &m_log; }
     int GetMode() override { return HOST_MODE_LOOK_ONLY; }
 
-    /// Called from any thread; the parameters stay the adaptor's.
+    /// Called from any thread. The adaptor owns the parameters and deletes them.
     int SendEvent(unsigned event, unsigned number, CBMIEvParams*) override {
         std::fprintf(stderr, "event 0x%x number %u\n", event, number);
         return RESULT_OK;
@@ -104,7 +104,7 @@ void Print(const CBMIParams& row) {
     }
 }
 
-/// A whole table. Whatever the result, what the adaptor made is the caller's.
+/// Prints a whole table. Whatever the result, the caller owns the table that the adaptor made.
 bool PrintTable(const Adaptor& adaptor, unsigned group) {
     CBMITable* made = nullptr;
     const int result = adaptor->GetParamTable(group, made);
@@ -115,7 +115,7 @@ bool PrintTable(const Adaptor& adaptor, unsigned group) {
     return result == RESULT_OK;
 }
 
-/// The row of the module in a bay: the key selects it.
+/// Prints the row of the module in a bay, which the key selects.
 bool PrintModule(const Adaptor& adaptor, int wanted) {
     CBMIParam bay(BMI_PARAM_INT, BMI_HW_AMC_BAY, true);
     bay.SetInt(wanted);
@@ -147,7 +147,7 @@ int main(int count, char** arguments) {
         return 2;
     }
     try {
-        // The log has to outlive every thread of the adaptor, and those end with the process.
+        // The log must outlive every thread of the adaptor, and those run until the process ends.
         static HostLog log;
         Host host(log);
         const Adaptor adaptor(count == 3 ? arguments[2] : PLUGIN_FILE, host);

@@ -1,4 +1,4 @@
-"""A virtual machine that speaks by its serial line, line by line."""
+"""A virtual machine that talks over its serial line, line by line."""
 
 import select
 import subprocess
@@ -11,7 +11,7 @@ KERNEL = "console=ttyS0 quiet loglevel=3 panic=-1 cryptomgr.notests mitigations=
 
 
 class Silence(Exception):
-    """It said nothing for too long, or has ended."""
+    """It was silent for too long, or has ended."""
 
 
 def qemu_command(folder, vm_port, words):
@@ -44,7 +44,7 @@ class Machine:
         self.process.stdout.close()
 
     def line(self, seconds=None):
-        """The next line; None when it says nothing for so long."""
+        """The next line; None when none comes in this time."""
         deadline = self.deadline if seconds is None else min(self.deadline, time.monotonic() + seconds)
         while b"\n" not in self.rest:
             left = deadline - time.monotonic()
@@ -66,7 +66,7 @@ class Machine:
         self.process.stdin.flush()
 
     def ended(self):
-        """When it has nothing more to say: its own status."""
+        """The exit status of qemu, after the last line."""
         try:
             return self.process.wait(max(self.deadline - time.monotonic(), 0))
         except subprocess.TimeoutExpired:

@@ -1,4 +1,4 @@
-"""The outside of a virtual machine: in a blade whose controller waits for a guest it starts one, and watches and checks what it does.
+"""The outside of a virtual machine: in a blade whose controller waits for a guest, starts the guest, watches it and checks what it does.
 
 usage: bladesim --blade BLADE --ipmi guest -- python3 outside.py FOLDER BLADE
 
@@ -15,11 +15,11 @@ from pathlib import Path
 
 from machine import Machine, Silence, qemu_command
 
-# How long it may take in all, how long a single step, and after which time a call without an answer is one that waits.
+# The time limits for everything and for a single step, and the time after which a call without an answer counts as waiting.
 WHOLE_SECONDS = 240
 STEP_SECONDS = 30
 WAITING_SECONDS = 0.5
-# Calls that each host shall have made before, during and after the controller's absence.
+# Calls that each host must have made before, during and after the controller's absence.
 CALLS = 3
 # The hosts in the guest that make calls again and again: what each does, and what it returns when all is well.
 HOSTS = {
@@ -31,7 +31,7 @@ HOSTS = {
 
 
 class Report:
-    """What was found, on standard output and in a file; `good` says whether all of it was as it should be."""
+    """The findings, on standard output and in a file; `good` says whether all of them are as they should be."""
 
     def __init__(self, file):
         self.file = file
@@ -95,7 +95,7 @@ class Call:
 
 
 class Calls:
-    """The calls of all hosts, as the guest tells of them."""
+    """The calls of all hosts, as the guest reports them."""
 
     def __init__(self, machine):
         self.machine = machine
@@ -126,7 +126,7 @@ class Calls:
         return all(enough(self.returned(host)) for host in HOSTS)
 
     def until_all_wait(self):
-        """Until each host waits for the answer to a call: nothing comes any more, though each has begun one."""
+        """Waits until each host waits for the answer to a call: nothing comes any more, although each has begun one."""
         deadline = time.monotonic() + STEP_SECONDS
         while self.listen(WAITING_SECONDS) or len(self.waiting()) < len(HOSTS):
             if time.monotonic() > deadline:
@@ -145,7 +145,7 @@ def are_well_again(made):
 
 
 class Outside:
-    """What is done when the guest says that it is the outside's turn; each by the name that it says."""
+    """The outside's turns, each by the name that the guest sends."""
 
     def __init__(self, machine, report):
         self.machine = machine
@@ -204,7 +204,7 @@ class Outside:
 
 
 def watch(machine, report):
-    """Until the guest tells its status; which of the outside's turns there were."""
+    """Runs until the guest reports its status; returns which of the outside's turns there were."""
     outside = Outside(machine, report)
     turns = []
     while True:

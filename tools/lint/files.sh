@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Which files a check looks at: those named, or everything that git tracks or would track.
 
-# list_files [FILE…]: one name a line, as seen from the root.
+# list_files [FILE…]: one name per line, as seen from the root.
 list_files()
 {
     if [ $# -gt 0 ]; then

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs clang-tidy over C++ sources, one process a processor, and skips what has not changed since it was last found clean.
+"""Runs clang-tidy over C++ sources, one process per processor, and skips what has not changed since it was last found clean.
 
 usage: tidy.py BUILD STAMPS FILE…
 
@@ -40,7 +40,7 @@ def fingerprint(entry, paths):
 
 
 def known_clean(entry, stamp):
-    """Whether the stamp still describes every file that it names."""
+    """Whether the stamp still matches every file that it names."""
     try:
         recorded = json.loads(stamp.read_text())
         return recorded == fingerprint(entry, [path for path in recorded["files"] if pathlib.Path(path) not in RULES])

@@ -1,9 +1,9 @@
 # shellcheck shell=bash
-# What the sessions in the virtual machine share. Their standard input is the serial line, by which the outside answers.
+# Shared by the sessions in the virtual machine. Their standard input is the serial line, on which the outside answers.
 source tools/lib.sh
 exec 3<&0 </dev/null
 
-# meet NAME: it is the outside's turn; goes on when that has said the name as well.
+# meet NAME: tells the outside that it is its turn, and goes on when the outside has sent the name back.
 meet()
 {
     local l_word
@@ -12,7 +12,7 @@ meet()
     [ "$l_word" = "$1" ] || fail "the outside said \"$l_word\", not \"$1\""
 }
 
-# host WORD…: bmhost; what the adaptor prints is shown when it fails.
+# host WORD…: runs bmhost; shows the adaptor's prints if it fails.
 host()
 {
     bmhost --storage "$SCRATCH/storage" "$@" 2>"$SCRATCH/prints" || fail "bmhost $* ended with status $?: $(cat "$SCRATCH/prints")"
