@@ -1,4 +1,4 @@
-// One JSON line a call.
+// One JSON line per call.
 #include "host/output/Output.h"
 
 #include "host/output/Redirect.h"
@@ -75,7 +75,7 @@ public:
     void NoEvent() override { Line({{"op", "wait-event"}, {"result", 0}}); }
 
 private:
-    // Whole lines at once: whoever reads them through a pipe follows call by call.
+    // Writes whole lines at once, so that a reader at the end of a pipe can follow call by call.
     void Line(const ordered_json& fields) const { WriteAll(m_descriptor, bm_dev::EscapedJson(fields.dump()) + "\n"); }
 
     int m_descriptor;

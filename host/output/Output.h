@@ -15,7 +15,7 @@ public:
 
     /// init, start, stop, fin.
     virtual void Lifecycle(std::string_view operation, int result) = 0;
-    /// @param row  null when no row came back
+    /// @param row  null when the call returned no row
     virtual void Read(unsigned group, int result, const BM_ADAPTOR::CBMIParams* row) = 0;
     /// @param table  null when the table was left untouched
     virtual void Table(unsigned group, int result, const BM_ADAPTOR::CBMITable* table) = 0;
@@ -25,7 +25,7 @@ public:
     virtual void NoEvent() = 0;
 };
 
-/// One JSON line a call, on the given descriptor.
+/// One JSON line per call, on the given descriptor.
 std::unique_ptr<Output> MakeJsonOutput(int descriptor);
 /// For people, on the given descriptor.
 std::unique_ptr<Output> MakeTextOutput(int descriptor);

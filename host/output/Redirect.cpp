@@ -1,4 +1,4 @@
-// The standard descriptors: what of them is bmhost's, and where the adaptor's own prints go.
+// The standard descriptors: which of them bmhost uses, and where the adaptor's own prints go.
 #include "host/output/Redirect.h"
 
 #include "bm_dev/ByteText.h"
@@ -25,22 +25,22 @@ int Checked(int result, const char* operation) {
     return result;
 }
 
-// The descriptor under another number; what stood there before is replaced.
+// Puts `descriptor` under the number `standard`, and returns a new number for the former one.
 int Replace(int standard, int descriptor, const char* operation) {
     const int real = Checked(fcntl(standard, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), operation);
     Checked(dup2(descriptor, standard), operation);
     return real;
 }
 
-// Calls it with one piece after the other, until it gives false.
+// Calls `taker` with one piece after the other, until it returns false.
 template <typename Taker>
 void ForEachWithheld(const Taker& taker) {
     std::array<char, 4096> buffer{};
     off_t offset = 0;
     ssize_t read = 0;
     while (withheld >= 0 && (read = pread(withheld, buffer.data(), buffer.size(), offset)) > 0) {
-        // Texts of the hardware are among them: none of their bytes may steer a terminal. A character that the buffer
-        // cuts is read once more with its rest; when it comes first, there is none.
+        // They may contain texts from the hardware, none of whose bytes may control a terminal. A character that the
+        // buffer cuts is read again with its rest, unless it is alone in the buffer.
         const auto size = static_cast<std::size_t>(read);
         constexpr std::string_view keptControls = "\n\t";
         std::size_t whole = bm_dev::HideControls(buffer.data(), size, keptControls, false);
@@ -55,7 +55,7 @@ void ForEachWithheld(const Taker& taker) {
 void KeepStandardDescriptors() {
     for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(standard, F_GETFD) >= 0 || errno != EBADF) continue;
-        // The wrong way round, and it is the lowest free number.
+        // Opened the wrong way round, so that its use fails; it gets the lowest free number, which is this one.
         Checked(open("/dev/null", standard == STDIN_FILENO ? O_WRONLY : O_RDONLY), "opening /dev/null");
     }
 }
@@ -72,7 +72,7 @@ int PrintsToStandardError() {
 
 int PrintsWithheld() {
     withheld = Checked(memfd_create("bmhost-prints", MFD_CLOEXEC), "withholding the adaptor's prints");
-    // Several processes write it, tools among them, and it is emptied in between.
+    // Several processes write to it, including tools, and it is emptied in between.
     Checked(fcntl(withheld, F_SETFL, O_APPEND), "withholding the adaptor's prints");
     return Replace(STDOUT_FILENO, withheld, "redirecting standard output");
 }
@@ -96,7 +96,7 @@ std::string TakeWithheld() {
 void ShowTaken(std::string_view prints) {
     try {
         WriteAll(STDERR_FILENO, prints);
-    } catch (const std::system_error&) { // as with what is shown at the end
+    } catch (const std::system_error&) { // ignored, as for the prints that are shown at the end
     }
 }
 

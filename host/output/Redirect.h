@@ -1,4 +1,4 @@
-// The standard descriptors: what of them is bmhost's, and where the adaptor's own prints go.
+// The standard descriptors: which of them bmhost uses, and where the adaptor's own prints go.
 #pragma once
 
 #include <string>
@@ -6,26 +6,26 @@
 
 namespace bmhost {
 
-/// Opens what the caller of bmhost has closed of standard input, output and error, in a way that its use still fails:
-/// no file that is opened later (a log, say) may take the number and get the output.
+/// If the caller of bmhost has closed standard input, output or error, opens them in a way that makes their use fail.
+/// Otherwise a file that is opened later (a log, for example) would take the number and receive the output.
 void KeepStandardDescriptors();
 
-/// Returns a descriptor of the real standard input, for bmhost's own reading. The adaptor, and the tools that it
-/// starts, find theirs empty: they must not eat the lines of a script.
+/// Returns a descriptor of the real standard input, for bmhost itself. The adaptor, and the tools that it starts, find
+/// their standard input empty: they must not consume the lines of a script.
 int TakeStandardInput();
 
 /// The adaptor's prints go to standard error from now on. Returns a descriptor of the real standard output, for
 /// bmhost's own lines.
 int PrintsToStandardError();
-/// They are withheld: only a process that the adaptor ends shows them. Returns as above.
+/// Withholds the adaptor's prints: they are shown only if the adaptor ends the process. Returns the same as above.
 int PrintsWithheld();
 /// Moves what was withheld to standard error.
 void ShowWithheld();
-/// Drops what was withheld: nobody will want it any more.
+/// Drops the withheld prints.
 void ForgetWithheld();
-/// Instead of showing it: what was withheld up to now, as it would be shown. It is forgotten.
+/// Returns the prints withheld so far, as they would be shown, and drops them.
 std::string TakeWithheld();
-/// Shows on standard error what was taken; whether somebody reads it does not matter.
+/// Writes such prints to standard error; it is not an error when nobody reads them.
 void ShowTaken(std::string_view prints);
 
 /// Writes the whole text to a descriptor of standard output. Throws std::system_error.

@@ -67,7 +67,7 @@ public:
 
 private:
     void Show(const std::string& text) const {
-        fflush(stdout); // what the adaptor printed comes before
+        fflush(stdout); // the adaptor's prints come first
         WriteAll(m_descriptor, text);
     }
 
@@ -81,7 +81,7 @@ std::string ResultText(int result) {
            std::string(ResultMeaning(result)) + ")";
 }
 
-// Texts of the hardware may be anything.
+// Texts from the hardware may contain anything.
 std::string PrintableText(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](unsigned char letter) { return !isprint(letter); }, '?');

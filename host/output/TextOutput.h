@@ -11,7 +11,7 @@ namespace bmhost {
 
 /// "12 (not found)".
 std::string ResultText(int result);
-/// The text with '?' for every byte that might steer a terminal.
+/// The text with '?' for every byte that might control a terminal.
 std::string PrintableText(std::string text);
 /// A value as people read it, printable.
 std::string ValueText(const BM_ADAPTOR::CBMIParam& param);
@@ -27,7 +27,7 @@ std::string AlignedTable(const std::vector<std::vector<std::string>>& lines, boo
 /// The table's rows under column names, taken from the rows in order of appearance.
 std::vector<std::vector<std::string>> TableLines(const BM_ADAPTOR::CBMITable& table);
 
-/// Whether the descriptor is a terminal that wants colour.
+/// Whether the descriptor is a terminal, and colours are not turned off.
 bool ColorWanted(int descriptor);
 
 } // namespace bmhost

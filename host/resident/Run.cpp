@@ -21,10 +21,10 @@ namespace bmhost {
 
 namespace {
 
-// How long the prints of tools that found nothing are kept.
+// How long to keep the prints of tools that found nothing.
 constexpr std::chrono::minutes KeptPrints(1);
 
-/// Tells on a thread of its own: threads of the adaptor that bring news never wait for whoever reads them.
+/// Writes the news on its own thread, so that the adaptor's threads never wait for the reader.
 class Teller {
 public:
     using News = std::function<void(RunOutput&)>;
@@ -39,7 +39,7 @@ public:
         m_news.push_back(std::move(news));
         m_changed.notify_one();
     }
-    /// After the last news were told. Throws what the output threw.
+    /// Returns after the last news has been written. Throws what the output threw.
     void Finish() {
         End();
         if (m_error != nullptr) std::rethrow_exception(m_error);
@@ -57,7 +57,7 @@ private:
             if (m_error != nullptr) continue;
             try {
                 news(m_output);
-            } catch (...) { // nobody reads any more: the host comes to its end
+            } catch (...) { // nobody reads any more: end the host
                 m_error = std::current_exception();
                 m_stop.Ask();
             }
@@ -76,12 +76,12 @@ private:
     StopRequest& m_stop;
     std::mutex m_guard;
     std::condition_variable m_changed;
-    std::deque<News> m_news; ///< an empty one is the last
+    std::deque<News> m_news; ///< an empty function is the last
     std::exception_ptr m_error;
-    std::thread m_thread; // the last member: it uses the others
+    std::thread m_thread; // last, since it uses the other members
 };
 
-/// The adaptor's events and the lines of the log go to the teller for as long as this lives.
+/// Passes the adaptor's events and the lines of the log to the teller as long as it lives.
 class NewsSources {
 public:
     NewsSources(HostManager& manager, Teller& teller) : m_manager(manager), m_teller(teller) {
@@ -110,7 +110,7 @@ private:
         auto change = m_health.Take(level, component, text);
         if (!change) return;
         m_fault = m_fault || change->m_health == HealthState::Fault;
-        // The diagnostic's report is among what was printed.
+        // The prints include the diagnostic's report.
         std::string prints = change->m_health == HealthState::Fault ? TakeWithheld() : "";
         m_teller.Tell([told = std::move(*change), prints = std::move(prints)](RunOutput& output) {
             output.Health(told);
@@ -125,7 +125,7 @@ private:
     bool m_fault = false;
 };
 
-// A start that failed is stopped only when somebody interrupted it: then the tools that it began may have run.
+// A failed start is followed by a stop only if it was interrupted: then its tools may have run.
 bool Live(StopRequest& stop, const std::function<bool(Operation)>& call) {
     const bool begun = call(Operation::Init);
     bool good = begun;
@@ -147,8 +147,8 @@ bool RunHost(Session& session, RunOutput& output, StopRequest& stop) {
         NewsSources sources(session.Manager(), teller);
         good = Live(stop, [&](Operation operation) {
             const int result = session.Lifecycle(operation);
-            fflush(stdout); // what the adaptor printed comes before
-            // Init prints all that it has found, tools that found nothing their progress.
+            fflush(stdout); // the adaptor's prints come first
+            // Init prints everything that it has found, and tools that found nothing print their progress.
             const std::string prints = TakeWithheld();
             const bool bShown = result != Success && operation != Operation::Init;
             teller.Tell([=](RunOutput& told) {

@@ -7,9 +7,9 @@ class RunOutput;
 class Session;
 class StopRequest;
 
-/// Calls init and start, tells what happens until the stop is asked for, calls stop and fin. What cannot be begun is
-/// not waited for. True when every call returned 1 and the health monitor found no fault. Throws what the output
-/// throws, after stop and fin.
+/// Calls init and start, reports what happens until a stop is requested, and calls stop and fin. Does not wait if the
+/// start failed. True when every call returned 1 and the health monitor found no fault. Throws what the output throws,
+/// after stop and fin.
 bool RunHost(Session& session, RunOutput& output, StopRequest& stop);
 
 } // namespace bmhost

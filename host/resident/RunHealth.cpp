@@ -1,4 +1,4 @@
-// The adaptor's health monitor, as the log tells of it: nothing else of the adaptor does.
+// The adaptor's health monitor, as seen in the log; the adaptor reports it nowhere else.
 #include "host/resident/RunHealth.h"
 
 #include "common/veldo_common_protocol.h"
@@ -23,8 +23,8 @@ std::string_view HealthName(HealthState health) {
     return "ended";
 }
 
-// The monitor ends by itself after its first failed check, whose errors it has logged by then. It ends without any when
-// it is told to. One that cannot even begin logs an error while it does not run.
+// The monitor ends by itself after its first failed check, having logged the errors. If it is stopped, there are no
+// errors. If it cannot start, it logs an error while it is not running.
 std::optional<HealthChange> HealthLog::Take(int level, const std::string& component, const std::string& text) {
     if (text == MONITOR_STARTED_TEXT) {
         m_monitored = true;

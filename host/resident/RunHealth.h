@@ -1,4 +1,4 @@
-// The adaptor's health monitor, as the log tells of it: nothing else of the adaptor does.
+// The adaptor's health monitor, as seen in the log; the adaptor reports it nowhere else.
 #pragma once
 
 #include <optional>
@@ -12,7 +12,7 @@ enum class HealthState { Monitored, Fault, Ended };
 
 struct HealthChange {
     HealthState m_health = HealthState::Ended;
-    std::vector<std::string> m_reasons; ///< of a fault, as they were logged
+    std::vector<std::string> m_reasons; ///< of a fault, as in the log
 };
 
 /// "monitored", "fault", "ended".
@@ -21,7 +21,7 @@ std::string_view HealthName(HealthState health);
 /// Follows the log line by line.
 class HealthLog {
 public:
-    /// What this line of the log changes, if it does.
+    /// The change that this line reports, if any.
     std::optional<HealthChange> Take(int level, const std::string& component, const std::string& text);
 
 private:

@@ -1,4 +1,4 @@
-// Where `run` tells what happens, a line each.
+// The output of `run`: a line for each thing that happens.
 #include "host/resident/RunOutput.h"
 
 #include "common/veldo_common_protocol.h"
@@ -34,7 +34,7 @@ std::string ReasonsText(const HealthChange& change) {
     std::string text;
     for (const std::string& reason : change.m_reasons)
         text += (text.empty() ? ": " : "; ") + reason;
-    // A log line may have several: here each change has one.
+    // A log text may have several lines; here each change has one line.
     for (char& next : text) {
         if (next == '\n') next = ' ';
     }

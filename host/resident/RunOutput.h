@@ -1,4 +1,4 @@
-// Where `run` tells what happens, a line each.
+// The output of `run`: a line for each thing that happens.
 #pragma once
 
 #include "host/resident/RunHealth.h"
@@ -20,7 +20,7 @@ public:
 
 /// For people, on the given descriptor, each line with its time.
 std::unique_ptr<RunOutput> MakeRunText(int descriptor);
-/// JSON: calls and events as everywhere.
+/// JSON, with calls and events as everywhere.
 std::unique_ptr<RunOutput> MakeRunJson(int descriptor);
 
 /// An event in one line: "run status of AMC bay 3: running (4)".

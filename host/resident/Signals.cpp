@@ -1,12 +1,13 @@
-// Signals that ask a host to end while its adaptor works, tools of the adaptor included.
+// Signals that ask a host to end while its adaptor, or one of the adaptor's tools, works.
 //
-// An adaptor starts tools with system(), which has the whole process ignore SIGINT until the tool has ended. A handler
-// would miss such a signal, and a signalfd would, too: a thread that has the signal unblocked is given it first, and
-// ignores it. And no thread from which the adaptor starts tools may block signals, since the tools inherit that: nobody
-// could interrupt them. So the process's first thread, which is asked first, sits in sigwait and does nothing else.
+// An adaptor starts tools with system(), which makes the whole process ignore SIGINT until the tool has ended. A
+// handler would miss such a signal, and so would a signalfd: the kernel delivers it to a thread that has it unblocked,
+// which ignores it. Threads from which the adaptor starts tools must not block signals either, since the tools inherit
+// that and could not be interrupted. So the process's first thread, to which the kernel offers a signal first, sits in
+// sigwait and does nothing else.
 //
-// What remains: in the instant in which system() begins, the thread that calls it changes its mask, and may take a
-// SIGINT that came just then and ignore it. It has to be given again; SIGTERM and SIGHUP are never lost.
+// One gap remains: when system() begins, the calling thread changes its mask, and may take and ignore a SIGINT that
+// comes at that moment. The user has to repeat it. SIGTERM and SIGHUP are never lost.
 #include "host/resident/Signals.h"
 
 #include <array>
@@ -28,12 +29,12 @@ constexpr int LastChances = 3;
 
 pthread_t taker;
 
-// A signal that came while the taker was not waiting goes to another thread, which passes it on.
+// A signal that comes while the taker is not waiting goes to another thread, which passes it on.
 void PassOn(int signal) {
     pthread_kill(taker, signal);
 }
 
-// The calling thread's signals, as long as it takes them.
+// Takes the signals on the calling thread.
 class TakenSignals {
 public:
     TakenSignals() {
@@ -55,7 +56,7 @@ public:
     }
     TakenSignals(const TakenSignals&) = delete;
     TakenSignals& operator=(const TakenSignals&) = delete;
-    // One that came too late to be taken has found what it wants: the end.
+    // A signal that comes too late finds the host already at its end.
     ~TakenSignals() {
         for (std::size_t i = 0; i < m_before.size(); ++i) {
             signal(StopSignals[i], SIG_IGN);
@@ -64,11 +65,11 @@ public:
         pthread_sigmask(SIG_SETMASK, &m_maskBefore, nullptr);
     }
 
-    /// For the thread that works, and those that it starts.
+    /// Unblocks the signals for the thread that works, and for those that it starts.
     void LeaveThem() const { pthread_sigmask(SIG_SETMASK, &m_maskBefore, nullptr); }
     /// Ends the waiting.
     void Done() const { pthread_kill(taker, m_done); }
-    /// The next signal; 0 when it is done.
+    /// The next signal; 0 when the waiting has ended.
     int Next() const {
         int signal = 0;
         sigwait(&m_set, &signal);

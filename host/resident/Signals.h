@@ -1,4 +1,4 @@
-// Signals that ask a host to end while its adaptor works, tools of the adaptor included.
+// Signals that ask a host to end while its adaptor, or one of the adaptor's tools, works.
 #pragma once
 
 #include <chrono>
@@ -9,12 +9,12 @@
 
 namespace bmhost {
 
-/// The request to come to an end, from any thread. It stays.
+/// The request to end. Any thread may make it; it cannot be withdrawn.
 class StopRequest {
 public:
     void Ask();
     bool Asked();
-    /// True when it was asked; false when the time ran out.
+    /// True when the end was requested; false when the time is over.
     bool WaitFor(std::chrono::milliseconds time);
 
 private:
@@ -23,9 +23,9 @@ private:
     bool m_asked = false;
 };
 
-/// Does the work on a thread of its own, and returns or throws what it does. Meanwhile the calling thread, which has to
-/// be the process's first, takes SIGINT, SIGTERM and SIGHUP: the first one asks for the stop, and standard error says
-/// what was promised; the third ends the process by that signal. A signal that was ignored stays ignored.
+/// Does the work on another thread, and returns or throws what the work does. Meanwhile the calling thread, which must
+/// be the process's first, takes SIGINT, SIGTERM and SIGHUP: the first signal requests the stop, with the notice on
+/// standard error; the third ends the process by that signal. A signal that was ignored stays ignored.
 bool WithSignals(StopRequest& stop, const std::string& promise, const std::function<bool()>& work);
 
 } // namespace bmhost

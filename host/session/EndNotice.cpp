@@ -1,4 +1,4 @@
-// Says so when the adaptor ends the process, or does not come back from a call.
+// Reports when the adaptor ends the process, or does not return from a call.
 #include "host/session/EndNotice.h"
 
 #include "host/output/Redirect.h"
@@ -22,7 +22,7 @@ struct Notice {
     std::mutex m_guard;
     std::condition_variable m_changed;
     std::string m_call;
-    unsigned m_calls = 0; // counts beginnings and ends
+    unsigned m_calls = 0; // counts starts and ends
     bool m_armed = false;
     std::chrono::milliseconds m_firstWait{};
 };
@@ -37,7 +37,7 @@ void Tell(const std::string& line) {
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, whole.data(), whole.size());
 }
 
-// "10 s"; a fraction only when there is one.
+// "10 s", with a fraction only if there is one.
 std::string Seconds(std::chrono::milliseconds time) {
     std::array<char, 32> text{};
     snprintf(text.data(), text.size(), "%g s", static_cast<double>(time.count()) / 1000);
@@ -48,9 +48,9 @@ void OnExit(int status, void*) {
     Notice& notice = TheNotice();
     const std::lock_guard lock(notice.m_guard);
     if (!notice.m_armed) return;
-    fflush(stdout); // what the adaptor printed comes before
+    fflush(stdout); // the adaptor's prints come first
     ShowWithheld();
-    bm_dev::LogToConsole(false); // its other threads may log to the very end
+    bm_dev::LogToConsole(false); // its other threads may log until the very end
     const std::string where = notice.m_call.empty() ? "between two calls" : "during `" + notice.m_call + "`";
     Tell("the adaptor ended the process " + where + " (exit status " + std::to_string(status) + ")");
     notice.m_armed = false; // that was the last line

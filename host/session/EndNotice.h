@@ -1,4 +1,4 @@
-// Says so when the adaptor ends the process, or does not come back from a call.
+// Reports when the adaptor ends the process, or does not return from a call.
 #pragma once
 
 #include <chrono>
@@ -6,13 +6,14 @@
 
 namespace bmhost {
 
-/// From now on an end of the process that bmhost did not mean is announced as the last line on standard error, and so
-/// is a call that has not returned after `firstWait`, again after each six times as long. Once a process.
+/// From now on the last line on standard error reports an end of the process that bmhost did not intend. A line also
+/// reports a call that has not returned after `firstWait`, and again each time after six times as long. Call it once
+/// per process.
 void ArmEndNotice(std::chrono::milliseconds firstWait);
-/// bmhost is about to end by itself.
+/// To be called when bmhost is about to end the process itself.
 void DisarmEndNotice();
 
-/// Names the call under way for the notice.
+/// Names the call in progress for the notice.
 class CallUnderWay {
 public:
     explicit CallUnderWay(std::string name);

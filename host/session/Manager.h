@@ -25,7 +25,7 @@ struct AdaptorEvent {
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
 class HostManager final : public BM_ADAPTOR::IBMAdaptorMgr {
 public:
-    /// @param storage  the folder of the storage; made with the first transaction
+    /// @param storage  the folder of the storage, which the first transaction creates
     HostManager(int mode, const std::string& storage);
 
     int RegisterGroup(unsigned group, BM_ADAPTOR::CBaseAdaptor* adaptor) override;
@@ -37,11 +37,11 @@ public:
     int GetMode() override { return m_mode; }
     int SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvParams* params) override;
 
-    /// The oldest event not yet taken; waits for one.
+    /// Takes the oldest event from the queue; waits if there is none.
     std::optional<AdaptorEvent> TakeEvent(std::chrono::milliseconds wait);
 
-    /// From now on events go to the taker instead of the queue, one at a time, on the thread that sends them; null: to
-    /// the queue again. Those that wait in the queue go first.
+    /// From now on events go to the taker instead of the queue, one at a time, on the thread that sends them; first
+    /// those that wait in the queue. With null they go to the queue again.
     void HandTo(std::function<void(AdaptorEvent)> taker);
 
 private:

@@ -1,4 +1,4 @@
-// An adaptor's library, loaded, and the adaptor in it.
+// An adaptor's loaded library, and the adaptor from it.
 #include "host/session/Plugin.h"
 
 #include "host/session/EndNotice.h"
@@ -16,8 +16,8 @@ namespace {
 
 constexpr const char* LibraryName = "libipmi_adaptor.so";
 
-// Beside this program: in a build folder's lib, or where it is installed under the same prefix; else the loader's own
-// way.
+// Relative to this program: in the lib of a build folder, or under the same prefix as the program; otherwise by the
+// loader's own search.
 std::string DefaultLibrary() {
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
@@ -41,7 +41,7 @@ struct CloseLibrary {
 } // namespace
 
 Plugin::Plugin(std::string file) : m_file(file.empty() ? DefaultLibrary() : std::move(file)) {
-    // A file name without a folder is looked for here, not on the loader's path.
+    // A file name without a folder means the current folder, not the loader's path.
     std::error_code ignored;
     const bool isFile = std::filesystem::exists(m_file, ignored);
     if (!isFile && m_file != LibraryName) throw LoadError("adaptor " + m_file + ": no such file");

@@ -1,4 +1,4 @@
-// An adaptor's library, loaded, and the adaptor in it.
+// An adaptor's loaded library, and the adaptor from it.
 #pragma once
 
 #include "bm/BaseAdaptor.h"
@@ -7,7 +7,8 @@
 
 namespace bmhost {
 
-/// Loads on construction, destroys the adaptor on destruction. The library stays: threads of the adaptor may be in it.
+/// Loads on construction, destroys the adaptor on destruction. The library stays loaded: threads of the adaptor may be
+/// running in it.
 class Plugin {
 public:
     /// @param file  the library; empty: the one installed with this program. Throws LoadError.

@@ -1,4 +1,4 @@
-// The values of a row as people's tables need them, and rows made for a call.
+// The values of a row for tables that people read, and rows for a call.
 #include "host/session/Rows.h"
 
 #include "host/output/TextOutput.h"

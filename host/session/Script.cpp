@@ -1,4 +1,4 @@
-// Calls from a file or from standard input, one a line, in one process.
+// Calls from a file or from standard input, one per line, in one process.
 #include "host/session/Script.h"
 
 #include "host/output/Redirect.h"

@@ -1,4 +1,4 @@
-// Calls from a file or from standard input, one a line, in one process.
+// Calls from a file or from standard input, one per line, in one process.
 #pragma once
 
 #include <cstdio>
@@ -19,8 +19,8 @@ public:
     /// Opens the file; "-" is standard input. Throws UsageError.
     explicit Script(const std::string& file);
 
-    /// Makes every call of the script as its line is read, and returns whether all of them returned 1. Throws
-    /// UsageError naming file and line where a line cannot be meant: the calls before it were made.
+    /// Makes each call of the script when its line is read, and returns whether all calls returned 1. Throws
+    /// UsageError, naming file and line, for a line that makes no sense; the calls before it have been made.
     bool Run(Session& session);
 
 private:

@@ -20,7 +20,7 @@ HostManager& LastingManager(int mode, const std::string& storage) {
     return managers.emplace_back(mode, storage);
 }
 
-// Makes a call of the adaptor, named for the end notice and for what the adaptor throws.
+// Makes a call to the adaptor. The name is for the end notice and for exceptions of the adaptor.
 template <typename Called>
 int Made(const std::string& name, const Called& called) {
     const CallUnderWay underWay(name);
@@ -75,7 +75,7 @@ bool Session::RunAlone(Call& call) {
     bool good = false;
     try {
         good = Run(call);
-    } catch (...) { // nobody reads the output any more, say: the hardware is let go all the same
+    } catch (...) { // for example, nobody reads the output any more: fin all the same
         Lifecycle(Operation::Fin);
         throw;
     }

@@ -9,7 +9,7 @@
 
 namespace bmhost {
 
-// What the adaptor's calls return, as far as the host acts on it.
+// The results of the adaptor's calls on which the host acts.
 constexpr int Success = BM_ADAPTOR::RESULT_OK;
 constexpr int NotFound = BM_ADAPTOR::RESULT_NOT_FOUND;
 
@@ -22,10 +22,11 @@ public:
     /// Makes one call and shows it. True when it returned 1; sleep and wait-event always do. Throws std::runtime_error
     /// when an exception leaves the adaptor.
     bool Run(Call& call);
-    /// A call alone on the command line: read, table and write have init before and fin after, which show nothing.
+    /// A single call on the command line: before read, table and write comes init, after them fin; neither shows
+    /// anything.
     bool RunAlone(Call& call);
 
-    /// The lifecycle call's result, shown to nobody.
+    /// Makes a lifecycle call and returns its result without showing it.
     int Lifecycle(Operation operation);
     /// The group's table, or null; `result` becomes the call's result.
     std::unique_ptr<BM_ADAPTOR::CBMITable> Table(unsigned group, int& result);
@@ -34,9 +35,9 @@ public:
     /// Writes a row and returns the call's result.
     int WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPTOR::CBMIParams& values);
 
-    /// The host's side: where the adaptor's events arrive. It is never destroyed.
+    /// The host's side, where the adaptor's events arrive. It is never destroyed.
     HostManager& Manager() { return m_manager; }
-    /// What the storage has told since this was made.
+    /// What the storage has logged since this object was made.
     const StorageLog& Complaints() const { return m_storageLog; }
 
 private:

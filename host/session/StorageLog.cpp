@@ -1,4 +1,4 @@
-// What the storage tells in the log when it refuses something.
+// The lines that the storage logs when it refuses something.
 #include "host/session/StorageLog.h"
 
 #include "bm/Log.h"

@@ -1,4 +1,4 @@
-// What the storage tells in the log when it refuses something: the adaptor's results do not say why.
+// The lines that the storage logs when it refuses something. The adaptor's results do not give the reason.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 namespace bmhost {
 
-/// Listens to the log for as long as it lives, or until somebody else does.
+/// Listens to the log as long as it lives, or until another listener takes over.
 class StorageLog {
 public:
     StorageLog();
@@ -15,9 +15,9 @@ public:
     StorageLog& operator=(const StorageLog&) = delete;
     ~StorageLog();
 
-    /// How often it has told something.
+    /// How many such lines there were.
     std::size_t Count() const;
-    /// What it told last: "EndTransaction - FILE: reason".
+    /// The last such line: "EndTransaction - FILE: reason".
     std::string Last() const;
 
 private:

@@ -1,4 +1,4 @@
-// What the shell's completion knows: commands, groups and the parameters of a group.
+// The words that the shell completes: commands, groups and the parameters of a group.
 #include "host/shell/ShellLines.h"
 
 #include "common/veldo_common_protocol.h"
@@ -24,7 +24,7 @@ std::string Lower(std::string_view text) {
     return lower;
 }
 
-// The shortest way to write each of them.
+// Each in its shortest form.
 Words Groups() {
     Words groups;
     for (const auto& group : BM_ADAPTOR::g_GroupNames) {
@@ -77,7 +77,7 @@ Words OwnWords(const std::string& command) {
     return words;
 }
 
-// By the words before the one that is completed.
+// Chosen by the words before the one that is completed.
 Words Candidates(const Words& before) {
     if (before.empty()) return PromptCommands();
     const std::string& command = before[0];

@@ -1,4 +1,4 @@
-// The lines of a shell: typed at a prompt with history and completion, or plain ones.
+// The lines of a shell: typed at a prompt with history and completion, or plain.
 #include "host/shell/ShellLines.h"
 
 #include "host/output/Redirect.h"

@@ -1,4 +1,4 @@
-// The lines of a shell: typed at a prompt with history and completion, or plain ones.
+// The lines of a shell: typed at a prompt with history and completion, or plain.
 #pragma once
 
 #include <memory>
@@ -16,11 +16,11 @@ public:
     virtual std::optional<std::string> Next() = 0;
 };
 
-/// From standard input, with a prompt when that and standard error are terminals. The adaptor finds its standard input
-/// empty from now on.
+/// Reads standard input, with a prompt when it and standard error are terminals. From now on the adaptor finds its
+/// standard input empty.
 std::unique_ptr<ShellLines> MakeShellLines();
 
-/// What may stand in place of the last word of this text, which is what stands before the cursor.
+/// The candidates for the last word of the text before the cursor.
 std::vector<std::string> ShellCompletions(const std::string& before);
 
 } // namespace bmhost

@@ -21,7 +21,7 @@ const char* Prompt(EditLine*) {
     return "bmhost> ";
 }
 
-// All that the possible words have in common is entered; where that is nothing new, they are listed.
+// Enters what the candidates have in common; if that adds nothing, lists them.
 unsigned char Complete(EditLine* edit, int) {
     const LineInfo* const line = el_line(edit);
     const std::string before(line->buffer, line->cursor);
@@ -43,7 +43,7 @@ unsigned char Complete(EditLine* edit, int) {
     return CC_REDISPLAY;
 }
 
-// An interrupt that does not come from the keyboard drops the line too; while a call runs it ends the process as
+// An interrupt that does not come from the keyboard drops the line, too; while a call runs, it ends the process, as
 // everywhere.
 class Interruptible {
 public:
@@ -66,7 +66,7 @@ public:
         : m_terminal(terminal),
           m_history(history_init()),
           m_historyFile(StateFile("bmhost_history")) {
-        setlocale(LC_CTYPE, ""); // what is typed may be more than ASCII
+        setlocale(LC_CTYPE, ""); // the user may type more than ASCII
         m_edit = el_init("bmhost", m_terminal, stderr, stderr);
         HistEvent event{};
         history(m_history, &event, H_SETSIZE, HistoryLines);
@@ -107,8 +107,8 @@ public:
     }
 
 private:
-    // Before the prompt is there: a Ctrl-D that comes between the two would be lost in the terminal's own line. Ctrl-C
-    // is a key like others until the line is read: as a signal it would be lost whenever it finds nobody reading.
+    // Before the prompt appears: a Ctrl-D between the two would be lost in the terminal's own line. Ctrl-C is an
+    // ordinary key until the line has been read: as a signal it would be lost whenever nobody is reading.
     void PrepareTerminal() {
         el_set(m_edit, EL_PREP_TERM, 1);
         termios mode{};

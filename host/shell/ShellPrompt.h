@@ -7,7 +7,7 @@
 
 namespace bmhost {
 
-/// Takes the terminal, which it closes at its end. The history is kept in the user's state folder.
+/// Takes over the terminal and closes it at the end. The history is kept in the user's state folder.
 std::unique_ptr<ShellLines> MakeShellPrompt(std::FILE* terminal);
 
 } // namespace bmhost

@@ -1,4 +1,4 @@
-// The blade's inventory for people, and the list of what can be asked.
+// The blade's inventory for people, and the list of groups and parameters.
 #include "host/views/Inventory.h"
 
 #include "common/veldo_common_protocol.h"

@@ -1,4 +1,4 @@
-// The blade's inventory for people, and the list of what can be asked.
+// The blade's inventory for people, and the list of groups and parameters.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@ namespace bmhost {
 
 class Session;
 
-/// Between init and fin: board, modules, and what the modules carry, as aligned tables. True when the board's table
-/// could be read.
+/// To be called between init and fin. Appends board, modules, and what the modules carry, as aligned tables. True when
+/// the board's table could be read.
 bool Inventory(Session& session, bool color, std::string& text);
 
 /// Every group and parameter with number, type and name.

@@ -13,7 +13,7 @@ namespace bmhost {
 
 class Session;
 
-constexpr int BaseboardBay = 0; ///< no bay of the adaptor's: the baseboard has none
+constexpr int BaseboardBay = 0; ///< not a bay of the adaptor's: the baseboard has none
 constexpr int FirstAmcBay = BM_ADAPTOR::AMC_BAY_FIRST;
 constexpr int LastAmcBay = BM_ADAPTOR::AMC_BAY_LAST;
 constexpr int RtmBay = BM_ADAPTOR::RTM_BAY;
@@ -25,13 +25,13 @@ struct LedPlace {
     int m_led = FirstLed;
 };
 
-/// Colour numbers of the LED groups' rows, those of OpenIPMI; a colour that can be asked for has a name.
+/// Colour numbers in the LED groups' rows. Every colour that can be requested has a name.
 constexpr int LedNoColor = BM_ADAPTOR::INTERNAL_LED_NO_COLOR;
 std::string_view LedColorName(int color);
 std::optional<int> LedColorNumber(std::string_view name);
 
-/// An LED's state as an internal row carries it. A row that is read has times in tens of milliseconds, one that is
-/// written in milliseconds; 1 and 0 are on, 0 and 1 off.
+/// An LED's state as an internal row holds it. Times are in tens of milliseconds in a row that is read, and in
+/// milliseconds in a row that is written; 1 and 0 mean on, 0 and 1 off.
 struct LedRow {
     int32_t m_local = 0;
     int32_t m_onTime = 0;
@@ -40,7 +40,7 @@ struct LedRow {
     int32_t m_color = LedNoColor;
 };
 
-/// The LED's state; nothing when the read did not return 1. `result` becomes the call's result.
+/// The LED's state; empty when the read did not return 1. `result` becomes the call's result.
 std::optional<LedRow> ReadLed(Session& session, LedPlace place, int& result);
 /// Writes, and returns the call's result. Local control is written as it is in the row.
 int WriteLed(Session& session, LedPlace place, const LedRow& row);

@@ -8,7 +8,8 @@
 
 namespace bmhost {
 
-/// Appends every LED of the blade, read one by one, as an aligned table. True when there is one and all could be read.
+/// Appends every LED of the blade, read one by one, as an aligned table. True when there is an LED and all could be
+/// read.
 bool LedPanel(Session& session, bool color, std::string& text);
 
 /// The panel's line of an LED that was read.

@@ -1,4 +1,4 @@
-// `bmhost pstn`: what the simulated blade's PCI driver was told of the PSTN.
+// `bmhost pstn`: the PSTN records that the simulated blade's PCI driver has received.
 #include "host/views/Pstn.h"
 
 #include "host/output/TextOutput.h"
@@ -15,7 +15,7 @@ namespace {
 
 using nlohmann::json;
 
-// As bladesim names it in its run folder: a line of JSON for each write, and for each refused open.
+// The file's name in bladesim's run folder. It has a line of JSON for each write, and for each refused open.
 constexpr const char* Records = "/pstn.jsonl";
 
 std::vector<std::string> RecordLine(const json& record) {

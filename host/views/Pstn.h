@@ -1,13 +1,13 @@
-// `bmhost pstn`: what the simulated blade's PCI driver was told of the PSTN.
+// `bmhost pstn`: the PSTN records that the simulated blade's PCI driver has received.
 #pragma once
 
 #include <string>
 
 namespace bmhost {
 
-/// Appends each record and each refusal, in their order, as an aligned table, or one line that says why there are none.
-/// True when there is a driver to be told.
-/// @param runFolder  that of the blade; null or empty outside of one
+/// Appends each record and each refusal, in order, as an aligned table, or one line that says why there are none. True
+/// when there is a driver.
+/// @param runFolder  the blade's run folder; null or empty outside a blade
 bool PstnTable(const char* runFolder, bool color, std::string& text);
 
 } // namespace bmhost

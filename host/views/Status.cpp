@@ -34,7 +34,7 @@ struct ModuleStatus {
 };
 
 struct BladeStatus {
-    bool m_read = false; ///< every table could be
+    bool m_read = false; ///< every table could be read
     std::vector<ModuleStatus> m_modules;
     UpgradeRow m_upgrade;
 };

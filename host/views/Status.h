@@ -7,8 +7,8 @@ namespace bmhost {
 
 class Session;
 
-/// Between init and fin. Appends the status as tables for people. True when what there is could be read and nothing has
-/// failed.
+/// To be called between init and fin. Appends the status as tables for people. True when everything could be read and
+/// nothing has failed.
 bool Status(Session& session, bool color, std::string& text);
 /// The same as one JSON line.
 bool StatusJson(Session& session, std::string& text);

@@ -23,14 +23,14 @@ constexpr int UpgradeHasFailed = BM_ADAPTOR::UPGRADE_FAILED;
 constexpr int UpgradeOfBaseboard = BM_ADAPTOR::UPGRADETARGET_BASEBOARD;
 constexpr int UpgradeOfModule = BM_ADAPTOR::UPGRADETARGET_MODULE;
 
-/// The state of a firmware upgrade as a row or an event carries it.
+/// The state of a firmware upgrade, as a row or an event reports it.
 struct UpgradeRow {
     int m_target = UpgradeOfBaseboard;
     int m_bay = 0;
     int m_state = UpgradeIsDone;
 };
 
-/// Whatever the row does not have stays as above.
+/// Values that the row does not have keep their defaults.
 UpgradeRow UpgradeOf(const BM_ADAPTOR::CBMIParams& row);
 /// "in progress", "done", "failed".
 std::string_view UpgradeStateName(int state);
