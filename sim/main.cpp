@@ -1,4 +1,4 @@
-// bladesim: brings a simulated blade up, runs a command in it and takes it down; gives orders to a running blade.
+// bladesim: brings up a simulated blade, runs a command in it and takes it down; gives orders to a running blade.
 #include "sim/base/ExitStatus.h"
 #include "sim/blade/BladeFile.h"
 #include "sim/blade/DumpFru.h"
@@ -51,7 +51,7 @@ int main(int count, char** arguments) {
     CommandLine line;
     if (const auto status = ParseCommandLine(count, arguments, line)) return *status;
     try {
-        // Not by return: a sanitizer's leak check needs a /proc, which in a bare chroot only the inside has.
+        // Not with return: a sanitizer's leak check needs a /proc, which in a bare chroot only the inside has.
         std::_Exit(Run(std::move(line)));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bladesim: %s\n", error.what());

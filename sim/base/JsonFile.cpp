@@ -1,4 +1,4 @@
-// Reads a JSON file whole, remembering on which line each of its keys stands.
+// Reads a whole JSON file and remembers the line of each of its keys.
 #include "sim/base/JsonFile.h"
 
 #include "sim/base/Error.h"
@@ -51,7 +51,7 @@ private:
     bool m_afterLineEnd = false;
 };
 
-/// Listens to the parser and notes on which line each value stands.
+/// Listens to the parser and notes the line of each value.
 class LineNoter : public nlohmann::json_sax<json> {
 public:
     LineNoter(JsonFile& file, const unsigned& line) : m_file(file), m_line(line) {}
@@ -76,7 +76,7 @@ public:
     }
 
     bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& error) override {
-        // "[json.exception…] parse error at line…: reason", or without the middle one.
+        // "[json.exception…] parse error at line…: reason", or without the middle part.
         std::string reason = error.what();
         for (const char* end : {"] ", ": "}) {
             const auto found = reason.find(end);

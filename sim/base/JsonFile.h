@@ -1,4 +1,4 @@
-// Reads a JSON file whole, remembering on which line each of its keys stands.
+// Reads a whole JSON file and remembers the line of each of its keys.
 #pragma once
 
 #include <nlohmann/json.hpp>

@@ -31,7 +31,7 @@ public:
     std::vector<std::string> Texts(const std::string& key);
     JsonObject Object(const std::string& key);
     std::vector<JsonObject> Objects(const std::string& key);
-    /// Reports a key that nobody asked for, most likely a misspelt one.
+    /// Reports a key that was never read, most likely a misspelt one.
     void RejectOthers(const std::string& reason = "nothing is known by this name") const;
 
     [[noreturn]] void Fail(const std::string& key, const std::string& reason) const;

@@ -26,7 +26,7 @@ struct EthernetInterface {
 
 enum class DriverFileCall { Open, Write };
 
-/// The driver takes at most so many bytes a record.
+/// The driver takes at most this many bytes per record.
 constexpr size_t MaxDriverRecord = 4096;
 
 /// Which calls of a kind fail, or are cut short.

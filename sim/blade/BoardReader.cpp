@@ -12,7 +12,7 @@
 namespace bladesim {
 namespace {
 
-constexpr uint8_t GroupMac = 0x01; // bit of the first byte: a group's address, which no interface has
+constexpr uint8_t GroupMac = 0x01; // bit of the first byte: a multicast address, which no interface has
 // The largest error number of Linux.
 constexpr int MaxErrno = 4095;
 

@@ -20,7 +20,7 @@ constexpr uint8_t MultiRecordVersion = 2;
 constexpr uint8_t EndOfList = 0x80;
 constexpr size_t AreaUnit = 8;
 
-/// The byte that makes the sum zero, or one when it is to be wrong.
+/// The byte that makes the sum zero, or one more if the checksum is to be wrong.
 template <typename Iterator>
 uint8_t Checksum(Iterator begin, Iterator end, bool bad) {
     return static_cast<uint8_t>((bad ? 1U : 0U) - std::accumulate(begin, end, 0U));

@@ -69,7 +69,7 @@ private:
     std::string CommandFile() const { return m_folder + "/controller.cmd"; }
     std::string StateFolder() const { return m_folder + "/state"; }
 
-    /// A new controller remembers nothing of the one before it.
+    /// A new controller keeps nothing of the former one.
     void WriteFiles() const {
         std::filesystem::remove_all(StateFolder());
         std::filesystem::create_directories(StateFolder() + "/ipmi_sim/" + SimulatorName);

@@ -16,11 +16,11 @@ struct RunningController {
     bm_dev::UniqueFd m_vmPort; ///< connected, greeted, and it has answered
 };
 
-/// Writes its files to the run folder, over those of a controller before it. Throws a BladeError with the end of
+/// Writes its files to the run folder, replacing those of a former controller. Throws a BladeError with the end of
 /// ipmi_sim's log when it does not come up.
 RunningController StartController(const Blade& blade, const Paths& paths);
 
-/// Kills it, as a loss of power would; it has ended when this returns.
+/// Kills it, as a loss of power would. It has ended when this returns.
 void StopController(RunningController& controller);
 
 } // namespace bladesim

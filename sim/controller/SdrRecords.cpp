@@ -36,7 +36,7 @@ uint8_t EntityId(const Site& site) {
     return UnknownEntity;
 }
 
-/// The front board is instance 0, the others have the number of their site.
+/// The front board has instance 0, the others have the number of their site.
 uint8_t EntityInstance(const Fru& fru) {
     const unsigned number = fru.m_id == 0 ? 0U : fru.m_site.m_number & 0x1FU;
     return static_cast<uint8_t>(DeviceRelative + number);

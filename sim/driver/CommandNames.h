@@ -5,8 +5,8 @@
 
 namespace bladesim {
 
-/// The name in the standards; empty for a command that nobody sends to a carrier's controller. Group extension commands
-/// are taken to be PICMG's.
+/// The name in the standards; empty for a command that is never sent to a carrier's controller. Group extension
+/// commands are taken to be PICMG's.
 const char* CommandName(uint8_t netFn, uint8_t command);
 
 } // namespace bladesim

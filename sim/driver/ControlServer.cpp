@@ -25,7 +25,7 @@ bool IsForLater() {
     return errno == EAGAIN || errno == EINTR;
 }
 
-/// The address is free to everybody in the blade's network, whatever user he is.
+/// Every user in the blade's network can reach the address.
 bool MayGiveOrders(int client) {
     ucred peer{};
     socklen_t size = sizeof(peer);

@@ -13,10 +13,11 @@ struct pollfd;
 
 namespace bladesim {
 
-/// The socket for orders; clients may connect before anybody serves it. Throws a BladeError.
+/// The socket for orders; clients may connect before it is served. Throws a BladeError.
 bm_dev::UniqueFd ListenForOrders();
 
-/// Who is neither the user of this process nor root is answered once, with an error, and told on standard error.
+/// A client that belongs neither to this process's user nor to root gets one answer, an error, and is reported on
+/// standard error.
 class ControlServer {
 public:
     /// Identifies a client while it is connected; never given again.

@@ -16,7 +16,7 @@
 namespace bladesim {
 namespace {
 
-// The kernel keeps any number of answers for an opener. This is room for more than anybody leaves unread.
+// The kernel keeps any number of answers for an opener. This is room for more than a program leaves unread.
 constexpr int OpenerQueue = 16 * 1024 * 1024;
 
 int AddressTypeOf(const BridgePacket& packet) {
@@ -139,7 +139,7 @@ void Driver::ReadOpener(int opener) {
         m_openers.erase(opener);
         return;
     }
-    // Somebody wrote to the descriptor; this is not a packet of the preload library.
+    // A program wrote to the descriptor; this is not a packet of the preload library.
     if (!IsWhole(packet, static_cast<size_t>(size))) return;
     if (packet.m_receiveType == CallPacket)
         Call(opener, packet, answerSocket.Get());
@@ -153,7 +153,7 @@ void Driver::TakeRequest(int opener, const BridgePacket& request) {
     const uint64_t entry = m_log.Add(m_openers.at(opener).m_number, BytesOf(request), ipmb);
     if (!ipmb)
         m_queue.Add(opener, request, entry);
-    else // Nobody else is on the IPMB. The kernel says so after its retries; here there is no need to wait.
+    else // Nothing else is on the IPMB. The kernel reports that after its retries; here there is no need to wait.
         Deliver({opener, entry, TimeOutAnswer(request)});
 }
 

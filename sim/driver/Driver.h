@@ -30,8 +30,8 @@ namespace bladesim {
 /// The socket for openers, who may connect before the driver runs. Throws a BladeError.
 bm_dev::UniqueFd ListenForOpeners();
 
-/// What a driver works with; it closes all of it when it ends. When a guest serves the system interface there are no
-/// connection and no openers, only the orders to stop and start the controller.
+/// The descriptors that a driver works with; it closes all of them when it ends. When a guest serves the system
+/// interface there are no connection and no openers, only the orders to stop and start the controller.
 struct DriverSetup {
     bm_dev::UniqueFd m_vmPort;     ///< a connection to the controller
     bm_dev::UniqueFd m_openers;    ///< as from ListenForOpeners
@@ -55,7 +55,7 @@ private:
     using ClientId = ControlServer::ClientId;
 
     struct Ordered {
-        ClientId m_client; ///< who gets the answer; 0: nobody
+        ClientId m_client; ///< who gets the answer; 0: no one
         ControllerOrder m_order;
     };
 
@@ -110,7 +110,7 @@ private:
     RequestLog m_log;
     std::array<uint64_t, 256> m_entryOf{};       ///< by sequence number
     std::deque<Ordered> m_awaitingController;    ///< who waits for the controller's answers, in order
-    bool m_controllerIsUp = true;                ///< as far as its connection and the orders show
+    bool m_controllerIsUp = true;                ///< judged by its connection and the orders
     std::optional<Clock::time_point> m_comeBack; ///< when to start the controller again
 };
 

@@ -37,7 +37,7 @@ json ResultAnswer(json result) {
     return {{"result", std::move(result)}};
 }
 
-/// Closes like a lost peer: without waiting for data still under way.
+/// Closes like a lost peer, without waiting for data in transit.
 void CloseAtOnce(bm_dev::UniqueFd& socket) {
     const linger reset{1, 0};
     ::setsockopt(socket.Get(), SOL_SOCKET, SO_LINGER, &reset, sizeof(reset));
@@ -77,7 +77,7 @@ void Driver::TakeOrder(ClientId client, const std::string& line) {
         }
         throw BladeError("no such order: " + name);
     } catch (const std::exception& error) {
-        // What is no UTF-8 in the order is shown as such.
+        // Replaces bytes of the order that are not UTF-8.
         m_control.Answer(client, ErrorAnswer(error.what()).dump(-1, ' ', false, json::error_handler_t::replace));
     }
 }
@@ -93,7 +93,7 @@ json Driver::ListFaults(const json& /*order*/) {
     return faults;
 }
 
-/// One by its number, or all.
+/// Clears one fault by its number, or all.
 json Driver::ClearFaults(const json& order) {
     if (!order.contains("number")) {
         m_faults.Clear();
@@ -124,7 +124,7 @@ json Driver::ClearLog(const json& /*order*/) {
     return json();
 }
 
-/// Whether it is there.
+/// Whether the controller is running.
 json Driver::ControllerState(const json& /*order*/) {
     return m_controllerIsUp;
 }

@@ -8,7 +8,7 @@
 
 namespace bladesim {
 
-/// A fault that was ordered, and what has become of it.
+/// A fault that was ordered, and how often it has hit.
 struct OrderedFault {
     unsigned m_number = 0; ///< counted from 1 in the order of Add; never given again
     Fault m_fault;

@@ -17,7 +17,7 @@ namespace bladesim {
 struct WireRequest {
     std::optional<VmMessage> m_forController;
     std::optional<VmMessage> m_reply;                ///< comes instead of the controller's
-    std::optional<std::chrono::milliseconds> m_gone; ///< the controller goes away for so long; 0: for good
+    std::optional<std::chrono::milliseconds> m_gone; ///< the controller goes away for this long; 0: for good
     std::optional<FaultKind> m_fault;                ///< what hit it
 };
 
@@ -41,7 +41,8 @@ public:
     std::vector<WireReply> Due(Clock::time_point now);
     /// When the next of them is due; nullopt when there is none.
     std::optional<Clock::time_point> Deadline() const;
-    /// Releases what was kept as lost: replies that are here arrive, and so will one that the controller still owes.
+    /// Releases the replies that were kept as lost. They arrive now, and so does a reply that the controller still
+    /// owes.
     std::vector<WireReply> Release();
     /// The controller has gone and owes no more replies.
     void ForgetController();

@@ -17,7 +17,7 @@ namespace bladesim {
 
 class RequestLog {
 public:
-    /// Keeps the last so many requests; the counts are of all.
+    /// Keeps the last `bound` requests; the counts cover all.
     explicit RequestLog(size_t bound = 100'000) : m_bound(bound) {}
 
     /// A request came: network function, command, data. `opener` is a number of the caller's, `ipmb` the address on the

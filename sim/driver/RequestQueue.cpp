@@ -1,4 +1,4 @@
-// What the kernel's driver does with the requests of all who opened /dev/ipmi0: it sends one at a time to the
+// What the kernel's driver does with the requests of all openers of /dev/ipmi0: it sends one at a time to the
 // controller, in order of arrival, passes each reply to its opener, and answers itself when the controller does not.
 #include "sim/driver/RequestQueue.h"
 

@@ -1,4 +1,4 @@
-// The file that tells the PCI driver about the PSTN, /proc/mavkpcidrv/pstn.cfg, and around it the whole of /proc.
+// The file through which the PCI driver learns of the PSTN, /proc/mavkpcidrv/pstn.cfg, and all of /proc around it.
 //
 // Nothing can be added to the kernel's own /proc, so it moves to /proc/.procfs, and a file system of ours takes its
 // place. That has the driver's file, and a link to each entry of the kernel's /proc. Processes come and go, so it makes
@@ -179,7 +179,7 @@ fuse_operations Operations() {
     fuse_args fuseArguments = FUSE_ARGS_INIT(1, arguments);
     const fuse_operations operations = Operations();
     fuse* const session = ::fuse_new(&fuseArguments, &operations, sizeof(operations), &fileSystem);
-    // How the library names a file system that is mounted already.
+    // The library's way to name a file system that is already mounted.
     const std::string mountPoint = "/dev/fd/" + std::to_string(device.Get());
     if (session == nullptr || ::fuse_mount(session, mountPoint.c_str()) != 0) ::_exit(EXIT_FAILURE);
     ::fuse_loop(session);
@@ -193,7 +193,7 @@ bm_dev::UniqueFd OpenLog(const std::string& runFolder) {
     return log;
 }
 
-/// The mount that is visible at a folder now, with all below it.
+/// The mount that is now visible at a folder, with everything below it.
 bm_dev::UniqueFd CopyMount(const char* folder) {
     bm_dev::UniqueFd mount(::open_tree(AT_FDCWD, folder, OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC | AT_RECURSIVE));
     if (!mount) ThrowErrno(std::string(folder) + ": cannot be moved aside for " + DriverFilePath);

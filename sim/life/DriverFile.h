@@ -1,4 +1,4 @@
-// The file that tells the PCI driver about the PSTN, /proc/mavkpcidrv/pstn.cfg, and around it the whole of /proc.
+// The file through which the PCI driver learns of the PSTN, /proc/mavkpcidrv/pstn.cfg, and all of /proc around it.
 #pragma once
 
 #include "sim/blade/Board.h"
@@ -9,7 +9,7 @@
 namespace bladesim {
 
 inline constexpr char DriverFilePath[] = "/proc/mavkpcidrv/pstn.cfg";
-/// In the run folder: what the driver was told, one call a line.
+/// In the run folder: the calls that the driver received, one per line.
 inline constexpr char DriverRecords[] = "pstn.jsonl";
 
 /// Makes the file, for the mount namespace of the caller, in which no mount is shared; returns the process that serves

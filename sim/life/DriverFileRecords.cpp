@@ -1,4 +1,4 @@
-// What the PCI driver is told through its file: each write is one record.
+// What is written to the PCI driver's file: each write is one record.
 #include "sim/life/DriverFileRecords.h"
 
 #include "bm_dev/ByteText.h"

@@ -1,4 +1,4 @@
-// What the PCI driver is told through its file: each write is one record.
+// What is written to the PCI driver's file: each write is one record.
 #pragma once
 
 #include "sim/blade/Board.h"
@@ -15,7 +15,7 @@ struct DriverFileAnswer {
     std::string m_line; ///< the line of JSON to log, described in docs/bladesim.md, without its end; may be empty
 };
 
-/// Numbers opens and writes from 1, the refused ones included, and lets faults hit them.
+/// Numbers opens and writes from 1, including refused ones, and applies faults to them.
 class DriverFileRecords {
 public:
     explicit DriverFileRecords(DriverFile file) : m_file(std::move(file)) {}

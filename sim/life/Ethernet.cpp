@@ -143,14 +143,14 @@ bm_dev::UniqueFd OpenSocket(int domain, int type, int protocol) {
     return socket;
 }
 
-/// A socket tells it even where there is no /proc.
+/// A socket gives the answer even where there is no /proc.
 bm_dev::UniqueFd NamespaceOf(const bm_dev::UniqueFd& socket) {
     bm_dev::UniqueFd networkNamespace(::ioctl(socket.Get(), SIOCGSKNS));
     if (!networkNamespace) ThrowErrno("the network namespace cannot be opened");
     return networkNamespace;
 }
 
-/// A socket in a network namespace of its own, which is there for as long as the socket.
+/// A socket in its own network namespace, which exists as long as the socket.
 bm_dev::UniqueFd OpenFarSocket(const bm_dev::UniqueFd& here) {
     if (::unshare(CLONE_NEWNET) != 0) ThrowErrno("no network namespace for the other ends of the cables");
     bm_dev::UniqueFd far = OpenSocket(AF_INET, SOCK_DGRAM, 0);

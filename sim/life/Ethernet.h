@@ -8,8 +8,8 @@
 
 namespace bladesim {
 
-/// Makes them in the network namespace of the caller, in this order, up and with a carrier. They are there for as long
-/// as the descriptor, which is none when there are none. Throws a BladeError.
+/// Makes them in the network namespace of the caller, in this order, up and with a carrier. They exist as long as the
+/// returned descriptor; without interfaces there is no descriptor. Throws a BladeError.
 bm_dev::UniqueFd MakeInterfaces(const std::vector<EthernetInterface>& interfaces);
 
 } // namespace bladesim

@@ -1,4 +1,4 @@
-// Gives a blade mounts and a network of its own, which vanish with the last process in them.
+// Gives a blade its own mounts and network, which vanish with the last process in them.
 #include "sim/life/Namespaces.h"
 
 #include "bm_dev/UniqueFd.h"

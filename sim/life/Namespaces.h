@@ -1,12 +1,12 @@
-// Gives a blade mounts and a network of its own, which vanish with the last process in them.
+// Gives a blade its own mounts and network, which vanish with the last process in them.
 #pragma once
 
 #include <string>
 
 namespace bladesim {
 
-/// Gives the calling process mount and network namespaces of its own: nothing that is mounted here is seen outside, the
-/// only network is a loopback interface that is up, /proc shows this process namespace. Throws a BladeError.
+/// Gives the calling process its own mount and network namespaces: mounts made here are not visible outside, the only
+/// network is a loopback interface that is up, and /proc shows this process namespace. Throws a BladeError.
 void EnterBladeNamespaces();
 
 /// Mounts an empty file system in memory on an existing folder.

@@ -107,7 +107,7 @@ pid_t ForkIntoNewProcessNamespace() {
 int RunBlade(const Options& options) {
     if (::geteuid() != 0) throw BladeError("needs root: it makes namespaces, mounts and a network of its own");
     const sigset_t signals = BlockSignals();
-    // When the process that started bladesim is killed, nobody waits for the command any more.
+    // When the process that started bladesim is killed, nothing waits for the command any more.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     std::array<int, 2> sockets{};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets.data()) != 0)

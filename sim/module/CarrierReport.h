@@ -11,7 +11,7 @@ namespace bladesim {
 /// The objects of a list, one text each: for every LED of the carrier, what it shows and why.
 std::vector<std::string> DescribeLEDs(const Carrier& carrier, LedClock::time_point now);
 
-/// Likewise for the accepted FRU Controls.
+/// The same for the accepted FRU Controls.
 std::vector<std::string> DescribeControls(const Carrier& carrier);
 
 } // namespace bladesim

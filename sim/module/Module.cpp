@@ -79,7 +79,7 @@ constexpr CommandHandler Handlers[] = {
     {IPMI_STORAGE_NETFN, IPMI_WRITE_FRU_DATA_CMD, AnswerInventory},
 };
 
-/// A list of any length on one line, in pieces: ipmi_sim prints only so much at a time.
+/// A list of any length on one line, in pieces, since ipmi_sim prints only a limited length at a time.
 void Print(emu_out_t* out, const std::vector<std::string>& objects) {
     static char text[] = "%s%s";
     const char* before = "[";
@@ -132,7 +132,7 @@ BLADESIM_EXPORT int ipmi_sim_module_init(sys_data_t* /*system*/, const char* opt
         const Blade blade = ReadBladeFile(options == nullptr ? "" : options);
         loadedCarrier = std::make_unique<Carrier>(blade);
         loadedInventory = std::make_unique<InventoryAreas>(blade);
-        // Without this ipmi_sim ends when somebody leaves its console before the prompt.
+        // Without this ipmi_sim ends when a client leaves its console before the prompt.
         std::signal(SIGPIPE, SIG_IGN);
         return 0;
     } catch (const std::exception& error) {

@@ -82,7 +82,7 @@ json GiveOrder(const std::string& name, json order) {
 }
 
 json AskConsole(const std::string& command) {
-    // Outside a blade this port may be somebody else's.
+    // Outside a blade this port may belong to another program.
     if (!GiveOrder("controller state").get<bool>()) return {};
     const bm_dev::UniqueFd socket = ConnectToPort(ConsolePort, "to the blade");
     if (!socket) ThrowErrno("the controller's console does not answer");

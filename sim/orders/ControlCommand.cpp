@@ -67,7 +67,7 @@ void ShowOne(const View& view, bool asJson) {
     Print(asJson ? JsonLine(data) : view.m_format(data));
 }
 
-/// While the controller is stopped, what only it knows is missing.
+/// While the controller is stopped, the data that only it has are missing.
 std::string FormatOrStopped(const View& view) {
     const json data = view.m_get();
     return data.is_null() ? std::string(Stopped) + "\n" : view.m_format(data);

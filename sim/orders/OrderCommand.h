@@ -34,7 +34,7 @@ private:
 /// To standard output.
 void Print(const std::string& text);
 
-/// A line of JSON that steers no terminal.
+/// A line of JSON that cannot control a terminal.
 template <typename Json>
 std::string JsonLine(const Json& json) {
     return bm_dev::EscapedJson(json.dump()) + "\n";

@@ -1,4 +1,5 @@
-// bladesim's command for the board's Ethernet switch: its ports, its forwarding table, and calls that are to fail.
+// bladesim's command for the board's Ethernet switch: its ports, its forwarding table, and the calls that it makes
+// fail.
 #pragma once
 
 namespace bladesim {

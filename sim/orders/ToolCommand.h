@@ -1,4 +1,4 @@
-// bladesim's command for the board's tools: how they were called, and what they are ordered to do.
+// bladesim's command for the board's tools: how they were called, and the orders that they have.
 #pragma once
 
 namespace bladesim {

@@ -18,7 +18,7 @@ std::string Milliseconds(const ordered_json& time) {
     return text;
 }
 
-/// A word as one would type it in a shell; in JSON's quotes when it has other than plain characters.
+/// A word as one would type it in a shell; in JSON's quotes when it has characters other than plain ones.
 std::string Word(const std::string& word) {
     constexpr char plain[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._/+,:=@%-";
     const bool isPlain = !word.empty() && word.find_first_not_of(plain) == std::string::npos;
@@ -41,7 +41,7 @@ std::string TextOf(const ordered_json& value) {
     return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
-/// Empty for 0: nothing is ordered.
+/// Empty for 0, which means no order.
 std::string Ordered(const ordered_json& value) {
     return value == 0 ? "" : value.dump();
 }

@@ -13,7 +13,7 @@ std::string FormatToolRuns(const nlohmann::ordered_json& runs);
 /// The tools with their orders: name, description, exit, signal, delay_ms, times.
 std::string FormatTools(const nlohmann::ordered_json& tools);
 
-/// One value a line.
+/// One value per line.
 std::string FormatMedia(const nlohmann::ordered_json& media);
 
 } // namespace bladesim

@@ -1,6 +1,7 @@
 // Loaded before the C library: gives a program a /dev/ipmi0 that is a socket to the driver of the simulated blade. The
-// socket is the descriptor, so select, poll, dup and fork just work; the name of its peer tells that it is the device,
-// so nothing has to be remembered. It needs nothing of the C++ runtime: it is loaded into programs that have none.
+// socket is the descriptor, so select, poll, dup and fork just work; the name of its peer identifies it as the device,
+// so nothing has to be remembered. It does not use the C++ runtime, since it is also loaded into programs that have
+// none.
 #include "sim/preload/DeviceCalls.h"
 
 #include <dlfcn.h>

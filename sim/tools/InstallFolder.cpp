@@ -1,7 +1,7 @@
 // The blade's install folder, /usr/korvel, with its tools: it exists inside a blade only.
 //
-// Nothing may be made in the machine's own /usr. So a file system in memory takes its place, in which everything from
-// the real one is mounted again beside the install folder.
+// Nothing may be created in the machine's own /usr. So a file system in memory takes its place, in which everything
+// from the real one is mounted again next to the install folder.
 #include "sim/tools/InstallFolder.h"
 
 #include "bm_dev/UniqueFd.h"

@@ -25,8 +25,8 @@ inline constexpr Tool Tools[] = {
 /// `standIn`. The rest of /usr is seen as before. Throws a BladeError.
 void MakeInstallFolder(const std::string& standIn);
 
-/// A search path with the folder of the firmware tool before the first folder of the system: no tool of this machine
-/// is found first, one that the caller has put in front is.
+/// A search path with the folder of the firmware tool before the first folder of the system, so that it comes before
+/// the tools of this machine but after folders that the caller has put first.
 std::string PathWithTools(std::string_view path);
 
 } // namespace bladesim

@@ -45,7 +45,8 @@ bool IsReadable(int fd, int wait) {
     return result > 0;
 }
 
-/// What the child prints: the word that it is ready, then it lets the pipe go; less when it ends or says nothing.
+/// Reads the child's output: the word that it is ready, after which it closes the pipe; less when it ends or prints
+/// nothing.
 std::string ReadUntilReady(int pipe) {
     std::string text;
     std::array<char, 64> part{};
@@ -57,7 +58,7 @@ std::string ReadUntilReady(int pipe) {
     return text;
 }
 
-/// It inherits these descriptors only, so that nobody who reads the starter's output waits for its end.
+/// It inherits only these descriptors, so that a reader of the starter's output does not wait for its end.
 pid_t SpawnMedia(int ready, const std::string& runFolder) {
     const bm_dev::UniqueFd null(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     const std::string logFile = runFolder + "/" + MediaLog;
@@ -93,7 +94,7 @@ std::optional<Process> FindMedia(const std::string& runFolder) {
     if (!IsLocked(held) || ::read(held.Get(), text.data(), text.size() - 1) <= 0) return std::nullopt;
     Process process{static_cast<pid_t>(std::strtol(text.data(), nullptr, 10)), bm_dev::UniqueFd()};
     process.m_fd = bm_dev::UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, process.m_id, 0)));
-    // The lock is still held: so the descriptor is the holder's, not that of a process that got the same number.
+    // The lock is still held, so this is the holder, not another process that has been given the same id.
     if (!process.m_fd || !IsLocked(held)) return std::nullopt;
     return process;
 }

@@ -12,7 +12,7 @@ namespace bladesim {
 /// In the run folder: its process id. The process holds a lock on it while it lives; the file of one that was killed is
 /// not locked.
 inline constexpr char MediaProcessFile[] = "media.pid";
-/// In the run folder: what it says on standard error.
+/// In the run folder: its standard error.
 inline constexpr char MediaLog[] = "media.log";
 /// What it prints when it is ready.
 inline constexpr char MediaReady[] = "ready\n";

@@ -1,5 +1,5 @@
-// The files of the blade's run folder in which its parts keep their state: every process of the blade may read and
-// change them, a person with an editor too.
+// The files of the blade's run folder in which its parts keep their state: every process of the blade, or a person with
+// an editor, may read and change them.
 #include "sim/tools/RunFiles.h"
 
 #include "sim/base/Error.h"
@@ -25,7 +25,7 @@ bm_dev::UniqueFd Open(const std::string& file, int flags) {
 
 void Write(const std::string& file, int flags, const std::string& text) {
     const bm_dev::UniqueFd fd = Open(file, O_WRONLY | O_CREAT | flags);
-    errno = ENOSPC; // of a short write
+    errno = ENOSPC; // for a short write
     if (::write(fd.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) ThrowErrno(file);
 }
 

@@ -1,5 +1,5 @@
-// The files of the blade's run folder in which its parts keep their state: every process of the blade may read and
-// change them, a person with an editor too.
+// The files of the blade's run folder in which its parts keep their state: every process of the blade, or a person with
+// an editor, may read and change them.
 #pragma once
 
 #include "bm_dev/UniqueFd.h"

@@ -1,4 +1,4 @@
-// What each stand-in does when it is not told to fail, and what it prints.
+// What each stand-in does when it has no order to fail, and what it prints.
 #include "sim/tools/StandIns.h"
 
 #include "common/veldo_common_tools.h"

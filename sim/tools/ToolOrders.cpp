@@ -1,4 +1,4 @@
-// What the tools are told to do: a file of the run folder, with what bladesim tool set orders.
+// The tools' orders: a file in the run folder that `bladesim tool set` writes.
 #include "sim/tools/ToolOrders.h"
 
 #include "sim/base/JsonReader.h"

@@ -1,4 +1,4 @@
-// What the tools are told to do: a file of the run folder, with what bladesim tool set orders.
+// The tools' orders: a file in the run folder that `bladesim tool set` writes.
 //
 //     {"mavk_diag": {"exit": 16, "delay_ms": 2000, "times": 1}, "fwburn": {"signal": 9}}
 #pragma once
@@ -16,8 +16,8 @@ constexpr int MaxToolSignal = 64;
 struct ToolOrder {
     int m_exit = 0;       ///< 0 to 255
     int m_signal = 0;     ///< ends by this signal; 0: by itself
-    unsigned m_delay = 0; ///< takes so many milliseconds
-    unsigned m_times = 0; ///< for so many runs; 0: for all
+    unsigned m_delay = 0; ///< takes this many milliseconds
+    unsigned m_times = 0; ///< for this many runs; 0: for all
 
     bool operator==(const ToolOrder&) const = default;
 };

@@ -1,5 +1,5 @@
-// bladesim_tool: the stand-in for all tools of the board; the name it is called by tells it which one it is. It enters
-// its command line in the blade's log and does as ordered.
+// bladesim_tool: the stand-in for all tools of the board. The name by which it is called says which tool it plays. It
+// enters its command line in the blade's log and does as ordered.
 #include "sim/tools/InstallFolder.h"
 #include "sim/tools/RunFiles.h"
 #include "sim/tools/StandIns.h"

@@ -1,4 +1,4 @@
-// How the media software is ordered to behave: a file of the run folder, with what bladesim media set orders.
+// The media software's orders: a file in the run folder that `bladesim media set` writes.
 #include "sim/vxpsim/MediaOrder.h"
 
 #include "sim/base/JsonReader.h"
@@ -69,7 +69,7 @@ MediaOrder ReadMediaOrder(const std::string& runFolder) {
 
 void WriteMediaOrder(const std::string& runFolder, const nlohmann::json& order) {
     const std::string path = OrderFile(runFolder);
-    // Read back before it counts: the same reader finds its errors.
+    // Read back before it takes effect, so that the same reader finds errors.
     const std::string newFile = path + ".new." + std::to_string(::getpid());
     ReplaceFile(newFile, order.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
     try {

@@ -1,4 +1,4 @@
-// How the media software is ordered to behave: a file of the run folder, with what bladesim media set orders.
+// The media software's orders: a file in the run folder that `bladesim media set` writes.
 //
 //     {"mode": "faulty", "processor": 3, "severity": 2, "error_file": "dsp.c", "cause_file": "timer.c"}
 #pragma once
@@ -77,7 +77,7 @@ struct MediaOrder {
 /// it names the line.
 MediaOrder ReadMediaOrder(const std::string& runFolder);
 
-/// Replaces the order by these keys of such a file; throws a BladeError and changes nothing when they are wrong.
+/// Replaces the order with one that has these keys; throws a BladeError and changes nothing when they are wrong.
 void WriteMediaOrder(const std::string& runFolder, const nlohmann::json& order);
 
 } // namespace bladesim

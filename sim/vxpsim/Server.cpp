@@ -53,7 +53,7 @@ MediaServer::MediaServer(std::string runFolder, int queue)
       m_signals(EndSignals()),
       m_order(ReadMediaOrder(m_runFolder)) {
     if (m_order.m_mode->m_name == MediaDead) throw BladeError("it is ordered to be dead");
-    RemoveFile(m_runFolder + "/" + MediaCountsFile); // of its predecessor
+    RemoveFile(m_runFolder + "/" + MediaCountsFile); // left by its predecessor
 }
 
 void MediaServer::Run() {
@@ -83,7 +83,7 @@ void MediaServer::TakeOrder() {
 
 void MediaServer::TakeRequest() {
     qMsg* read = nullptr;
-    if (qMsgRead(m_queue, &read) != 0) return; // what came was not a message
+    if (qMsgRead(m_queue, &read) != 0) return; // the received bytes were not a message
     const Message request(read);
     TakeOrder(); // it may be newer than the one that was read before the request was sent
     Count(*request);
@@ -111,7 +111,7 @@ void MediaServer::SendDue() {
     std::erase_if(m_answers, [&](const Answer& answer) { return answer.m_due <= now; });
 }
 
-/// An asker that has gone, or takes nothing, gets nothing.
+/// An asker that is gone, or does not read, gets nothing.
 void MediaServer::Send(const Answer& answer) const {
     bool sent = false;
     do

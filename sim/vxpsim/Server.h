@@ -13,8 +13,8 @@ namespace bladesim {
 
 class MediaServer {
 public:
-    /// `queue` is bound to the software's address; SIGTERM and SIGINT are blocked. Throws a BladeError, also when it is
-    /// ordered not to run.
+    /// `queue` is bound to the software's address; SIGTERM and SIGINT are blocked. Throws a BladeError, even when its
+    /// order is not to run.
     MediaServer(std::string runFolder, int queue);
 
     /// Returns when a signal ends it; an order that ends it ends the process.

@@ -21,7 +21,7 @@ namespace {
 class Queue {
 public:
     Queue() : m_queue(qDrvSetInterface(0, 0) == 0 ? qQueueOpen() : -1) {
-        // A killed process releases its lock before its queue: the one before may not be quite gone.
+        // A killed process releases its lock before its queue, so the former process may still be on its way out.
         for (int patience = 100; m_queue >= 0; --patience) {
             if (qQueueBind(m_queue, Q_ADDRESS_VXP) == 0) return;
             if (qStatusErrorGet() != Q_ERROR_ADDRESS_TAKEN || patience == 0) break;
@@ -47,7 +47,7 @@ void BlockEndSignals() {
     sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
-/// Whoever waits for the word may go now: nobody should wait for the end of this output.
+/// The waiting starter may go on now; nothing should wait for the end of this output.
 void SayReady() {
     const bm_dev::UniqueFd null(::open("/dev/null", O_WRONLY | O_CLOEXEC));
     std::fputs(MediaReady, stdout);
