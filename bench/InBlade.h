@@ -5,8 +5,8 @@
 
 namespace bench {
 
-/// A blade file, or the name of one that came with bladesim. What the inner program prints comes on standard output.
-/// False when it did not end with status 0.
+/// A blade file, or the name of one that came with bladesim. The inner program prints to standard output. False when it
+/// did not end with status 0.
 bool RunInBlade(const std::string& blade);
 
 /// Whether this is the inner program, by the arguments of main. It is ended by SIGALRM when it takes more than five

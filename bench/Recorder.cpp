@@ -1,5 +1,4 @@
-// For benchmarks: every request that the adaptor sends through OpenIPMI is seen here on its way, and can be sent again
-// bare.
+// For benchmarks: records every request that the adaptor sends through OpenIPMI, so that it can be sent again bare.
 #include "bench/Recorder.h"
 
 #include <algorithm>
@@ -13,7 +12,7 @@ ipmi_domain_t* recordedDomain = nullptr;
 } // namespace bench
 
 extern "C" {
-// The linker leads every call of ipmi_send_command_addr to the second.
+// The linker directs every call of ipmi_send_command_addr to the second function.
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
 int __real_ipmi_send_command_addr(ipmi_domain_t*, const ipmi_addr_t*, unsigned int, const ipmi_msg_t*,
                                   ipmi_addr_response_handler_t, void*, void*);

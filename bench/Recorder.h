@@ -1,5 +1,4 @@
-// For benchmarks: every request that the adaptor sends through OpenIPMI is seen here on its way, and can be sent again
-// bare.
+// For benchmarks: records every request that the adaptor sends through OpenIPMI, so that it can be sent again bare.
 #pragma once
 
 #include <OpenIPMI/ipmiif.h>
@@ -16,7 +15,7 @@ struct BareRequest {
     std::vector<unsigned char> m_data{};
 };
 
-/// While set, what is sent is appended to the list. Both are for one thread at a time.
+/// While set, what is sent is appended to the list. One thread at a time may use it.
 extern bool recording;
 extern std::vector<BareRequest> recorded;
 /// The domain through which the last recorded request went.

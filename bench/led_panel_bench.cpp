@@ -1,6 +1,6 @@
-// What reading the LED panel costs beyond the wire: every LED of a full blade read through the adaptor, against the
-// same requests sent bare, in one run, through the same OpenIPMI domain and with the same hand-over: a host thread
-// waits for what the domain thread receives.
+// What reading the LED panel costs beyond the wire: every LED of a full blade read through the adaptor, compared with
+// the same requests sent bare, in the same run, through the same OpenIPMI domain and with the same hand-over: a host
+// thread waits for the reply that the domain thread receives.
 #include "adaptor/IPMI_Adaptor.h"
 #include "bench/InBlade.h"
 #include "bench/Recorder.h"
@@ -99,7 +99,7 @@ double SecondsOf(const Work& work) {
 
 } // namespace
 
-// Arguments of other benchmark programs are of no meaning here.
+// Ignores arguments that are meant for other benchmark programs.
 int main(int count, char** arguments) {
     if (bench::IsInBlade(count, arguments)) Measure();
     return bench::RunInBlade("full") ? 0 : 1;

@@ -1,5 +1,5 @@
-// What the probe costs beyond the wire: the time of a probe against that of its own requests sent bare, in one run,
-// through the same OpenIPMI domain and on the same thread. Each request is sent when the reply to the last one comes.
+// What the probe costs beyond the wire: the time of a probe compared with that of its own requests sent bare, in the
+// same run, through the same OpenIPMI domain and on the same thread, where each reply triggers the next request.
 #include "bench/InBlade.h"
 #include "bench/Recorder.h"
 #include "ipmi/IPMI_Probe.h"
@@ -165,7 +165,7 @@ std::string WriteBlade(const std::string& folder, int frus) {
 
 } // namespace
 
-// Arguments of other benchmark programs are of no meaning here.
+// Ignores arguments that are meant for other benchmark programs.
 int main(int count, char** arguments) {
     if (bench::IsInBlade(count, arguments)) {
         static Measurement measurement;

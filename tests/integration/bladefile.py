@@ -1,4 +1,4 @@
-"""What a host must be told of a blade, worked out from its blade file."""
+"""What a host must see of a blade, derived from its blade file."""
 
 import json
 import os
@@ -85,7 +85,7 @@ class BladeFile:
 
 def readable(fru):
     """The texts of a FRU that the adaptor can read: one with a wrong checksum in its common header has none, and records
-    end before the first one whose checksums are wrong. The checksums of the areas are not looked at."""
+    end before the first one whose checksums are wrong. The checksums of the areas do not matter."""
     inventory = fru.get("inventory")
     wrong = (inventory or {}).get("bad_checksums", [])
     if inventory is None or "raw" in inventory or "header" in wrong:

@@ -12,9 +12,9 @@ from conftest import SECONDS, bin_folder
 from inside import order, show, wait_until
 
 FULLY_UP = "DTB DTB DTB -- Domain fully up"
-# The last requests of the inventory begin with this one, when OpenIPMI has long had all its answers.
+# The last requests of the inventory begin with this one, long after OpenIPMI has had all its answers.
 LAST_STEP = "0a 10 00"
-# The fourth is OpenIPMI's own. Told that the controller is busy, it asks again after a second, ten times; the inventory
+# The fourth is OpenIPMI's own. When the controller is busy, it asks again after a second, ten times; the inventory
 # goes on meanwhile.
 DEVICE_ID = ["06 01", "--first", "4", "completion-code", "0xC0"]
 
@@ -78,7 +78,7 @@ class Host:
 
 
 def told():
-    """What the PCI driver was told: the number of each open, and its records; nothing without a driver."""
+    """What the PCI driver received: the number of each open, and its records; nothing without a driver."""
     file = Path(os.environ["BLADESIM_RUN_DIR"]) / "pstn.jsonl"
     if not file.exists():
         return None

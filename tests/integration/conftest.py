@@ -1,4 +1,4 @@
-"""What the integration tests share: running bladesim and bmhost of one build folder, and looking after their processes."""
+"""Shared by the integration tests: running bladesim and bmhost from one build folder, and looking after their processes."""
 
 import json
 import os
@@ -10,12 +10,12 @@ from pathlib import Path
 
 import pytest
 
-SECONDS = 60  # nothing here takes a tenth of it; a wait that reaches it has failed
+SECONDS = 60  # nothing here takes a tenth of this; a wait that reaches it has failed
 
 
 @pytest.hookimpl(hookwrapper=True)
 def pytest_runtest_makereport(item, call):
-    """A case that was skipped has shown nothing: it fails, since ctest sees one result a file."""
+    """A skipped case has shown nothing, so it fails: ctest sees only one result per file."""
     outcome = yield
     report = outcome.get_result()
     if report.skipped:
@@ -36,7 +36,7 @@ class Blade:
 
     def environment(self, extra):
         result = {name: value for name, value in os.environ.items() if not name.startswith(("MAVK_", "BLADESIM_"))}
-        # The bridge is loaded before the sanitizer's runtime, which is no mistake.
+        # The bridge is intentionally loaded before the sanitizer's runtime.
         result["ASAN_OPTIONS"] = "verify_asan_link_order=0:" + result.get("ASAN_OPTIONS", "")
         result["PATH"] = f"{bin_folder()}:{result['PATH']}"
         result["XDG_STATE_HOME"] = self.state.name  # bmhost's storage, where a test names none
@@ -45,7 +45,7 @@ class Blade:
         return result
 
     def start(self, *arguments, env=None, **options):
-        """A bladesim that runs on, with pipes for its standard descriptors."""
+        """A bladesim that keeps running, with pipes for its standard descriptors."""
         for name in ("stdin", "stdout", "stderr"):
             options.setdefault(name, subprocess.PIPE)
         return subprocess.Popen([bin_folder() / "bladesim", *arguments], env=self.environment(env), text=True, bufsize=1, **options)
@@ -66,7 +66,7 @@ class Blade:
                 if self.mark.encode() in (folder / "environ").read_bytes().split(b"\0"):
                     found[int(folder.name)] = (folder / "comm").read_text().strip()
             except OSError:
-                pass  # it has ended meanwhile
+                pass  # it has ended in the meantime
         return found
 
     def wait_until_gone(self, processes):

@@ -40,7 +40,7 @@ class Command:
 
     @property
     def is_form(self):
-        """Says how commands look, and is none: has words in capitals, choices, or what may be left out."""
+        """The form of a command, not a command itself: it has words in capitals, choices, or optional parts."""
         words = re.sub(r"""#.*|'[^']*'|"[^"]*"|\$\([^)]*\)""", "", self.text)
         return bool(re.search(r"(?<![\w$/.=-])[A-Z]+\d?(?![\w=])|[\[\]…]|\w\|\w|\.\.\.", words))
 
@@ -104,7 +104,7 @@ def whole_commands(lines):
 
 
 def commands_of(lines):
-    """The commands of a code block; none when it is no example."""
+    """The commands of a code block; none when it is not an example."""
     if any(line.startswith("$ ") for line in lines):
         assert lines[0].startswith("$ "), f"an example has to begin with its command: {lines[0]}"
         return [Command(text, shown) for text, shown in whole_commands(lines)]
@@ -140,7 +140,7 @@ def commands_in_sentences(page):
 
 
 def normal(line):
-    """What differs from run to run is the same in all of them: times, how long something took, and the width of columns."""
+    """Replaces what differs from run to run: times, durations, and the width of columns."""
     line = re.sub(r"\d{4}-\d\d-\d\d(?= \d\d:)", "<date>", line)
     line = re.sub(r"\b\d\d:\d\d:\d\d(\.\d{3})?", "<time>", line)
     line = re.sub(r"(?<=\s)\d+\.\d\s+(?=\S)", "<ms> ", line)
@@ -161,7 +161,7 @@ def pattern(shown):
 
 
 def is_shown(shown, output):
-    """Whether the lines of a page are what came; the log is left out where the page shows none of it."""
+    """Whether the lines of a page match the output. The log is left out if the page shows none of it."""
     lines = output.splitlines()
     if not any(LOG_LINE.match(line) for line in shown):
         lines = [line for line in lines if not LOG_LINE.match(line)]

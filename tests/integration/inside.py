@@ -1,4 +1,4 @@
-"""For tests that run in a blade themselves: orders to the blade, and hosts that run beside the test."""
+"""For tests that run in a blade themselves: orders to the blade, and hosts that run next to the test."""
 
 import json
 import select

@@ -19,7 +19,7 @@ namespace {
 
 constexpr int LEDsOfPlace = 4;
 constexpr int ThreadCount = 2 * LEDsOfPlace; // baseboard and first AMC
-constexpr int Unit = 10;                     // ms, what the controller counts in
+constexpr int Unit = 10;                     // ms, the controller's unit of time
 constexpr int ShortestTime = 10;             // units
 constexpr int TimeCount = 241;               // from the shortest to the longest, 250 units
 constexpr int ColorOfLED[] = {INTERNAL_LED_BLUE, INTERNAL_LED_RED, INTERNAL_LED_GREEN, INTERNAL_LED_AMBER};
@@ -60,7 +60,7 @@ public:
           m_isBoard(index < LEDsOfPlace),
           m_led(index % LEDsOfPlace + 1) {}
 
-    /// Local control, on and off time as the row has them; false when there is no answer.
+    /// On and off time from the row; false when there is no answer.
     bool Read(CBaseAdaptor& adaptor, int& onTime, int& offTime) const {
         const CBMIKeys keys = Keys();
         CBMIParams* answer = nullptr;

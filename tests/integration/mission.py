@@ -30,7 +30,7 @@ INSTALL = "/usr/korvel"
 TABLE = f"table {BMI_GROUP_HARDWARE_AMC_TABLE:#x}"
 BAY, RUN_STATUS = f"{BMI_HW_AMC_BAY:#x}", f"{BMI_HW_AMC_RUN_STATUS:#x}"
 FOR_EVER = "600000"  # ms: until the tool is ended
-NEVER = 0.2  # s: how long is waited for what must not come
+NEVER = 0.2  # s: how long to wait for what must not come
 LINE = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} <(\d)> \[([^\]]*)\] (.*)")
 
 
@@ -66,7 +66,7 @@ class Mission(LiveHost):
         return {row[BAY]: row[RUN_STATUS] for row in rows}
 
     def monitor_texts(self):
-        """What was logged, at level 3, while the health monitor ran the last time; nothing while it runs, or before."""
+        """What was logged at level 3 during the health monitor's last run; nothing while it runs, or before."""
         texts, found = None, None
         for level, component, text in self.log():
             if (component, text) == (COMPONENT_IPMI_ADAPTOR, MONITOR_STARTED_TEXT):
@@ -83,7 +83,7 @@ class Mission(LiveHost):
         return self.monitor_texts()
 
     def events(self):
-        """Those that nobody has taken yet."""
+        """Those that have not been taken yet."""
         found = []
         while (line := self.call("wait-event 0"))["op"] == "event":
             found.append(line)
@@ -96,7 +96,7 @@ class Mission(LiveHost):
 
 
 def quoted(text):
-    """One word of a script that stands for this text."""
+    """The text as one word of a script."""
     return "".join("\"'\"" if character == "'" else f"'{character}'" for character in text)
 
 

@@ -1,4 +1,4 @@
-// Makes the calls of the storage that standard input asks for, one a line, and prints each result.
+// Makes the storage calls that it reads from standard input, one per line, and prints each result.
 //
 // usage: storage_client FOLDER
 //

@@ -1,4 +1,4 @@
-"""bladesim as a command: its statuses, its messages, several at once, and that nothing of a blade is left."""
+"""bladesim as a command: its statuses, its messages, several blades at once, and that nothing of a blade is left."""
 
 import json
 import os
@@ -278,7 +278,7 @@ def test_twenty_runs_leave_no_process_mount_namespace_or_file_behind(blade, tmp_
     assert files_below(run_folder) == []
 
 
-# A root as debootstrap leaves it: no mount point. Mounts are shared with the namespace around it, which would show a leak.
+# A root as debootstrap leaves it: not a mount point. Mounts are shared with the namespace around it, which would show a leak.
 # The test itself may run in such a root: then "/" has no propagation to change, and is left as it is.
 CHROOT = """
 set -e

@@ -1,4 +1,4 @@
-"""The board of a blade beside its controller: the PCI driver's file, and the network interfaces."""
+"""The board of a blade besides its controller: the PCI driver's file, and the network interfaces."""
 
 import json
 import os

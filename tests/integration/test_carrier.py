@@ -1,4 +1,4 @@
-"""Whole carriers through the whole road, one test a blade file: the tables of the host are those of the file."""
+"""Whole carriers from end to end, one test per blade file: the tables of the host are those of the file."""
 
 import pytest
 from bladefile import AMC_FRU_TABLE, AMC_TABLE, NOT_FOUND, RTM_FRU_TABLE, SUCCESS, BladeFile, ipmitool_fields, number, readable

@@ -1,4 +1,4 @@
-"""Every command line of README.md and docs/ is run, and what a page shows of its output is compared with what came."""
+"""Runs every command line of README.md and docs/, and compares the output that a page shows with the real one."""
 
 import difflib
 import json
@@ -64,7 +64,7 @@ def all_commands():
 
 @pytest.fixture
 def desk(blade, tmp_path):
-    """Where a reader sits: a folder with what the pages speak of, and a home of his own."""
+    """The reader's desk: a folder with the files that the pages mention, and a home folder."""
     (tmp_path / "home").mkdir()
     (tmp_path / "image.bin").write_text("an image")
     (tmp_path / "build").mkdir()
@@ -108,7 +108,7 @@ def check_form(command):
 
 
 def check_dev(command):
-    """./dev's commands are tiers of the gate, or need another machine: that there is such a one is all that is looked at."""
+    """./dev's commands are tiers of the gate, or need another machine, so only their existence is checked."""
     name = command.text.split()[1]
     assert name == "help" or (FOLDER / "tools" / "commands" / name).is_file(), f"no {command.text}"
 
@@ -198,7 +198,7 @@ def test_the_lists_name_nothing_that_no_page_has():
 
 
 def test_readme_counts_no_tests():
-    """A number of tests is wrong with the next commit."""
+    """A number of tests would be wrong with the next commit."""
     assert not re.search(r"\b\d+ (unit |integration )?tests\b|\|\s*(unit|integration) tests[^|]*\|\s*\d", (FOLDER / "README.md").read_text())
 
 

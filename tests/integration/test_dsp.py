@@ -1,4 +1,4 @@
-"""What the blade needs before it starts: addresses of the DSPs, the switch's ports, and what the PCI driver is told of the
+"""What the blade needs before it starts: addresses of the DSPs, the switch's ports, and the PCI driver's records of the
 PSTN. All values are worked out from the blade files: eth6's address is 02:4d:71:00:00:06, the DSPs' are counted on from its
 second but one."""
 
@@ -36,7 +36,7 @@ BLADES = ["full", "typical", "no-rtm", "no-dsp", "no-eth6", "no-pstn-driver"]
 
 
 def passes(framers):
-    """What the driver is told at an Init: two opens with an RTM, one without."""
+    """The driver's records of one Init: two opens with an RTM, one without."""
     if framers is None:
         return NO_RTM
     kind, count, trunks = framers
@@ -93,7 +93,7 @@ def write(group, result):
 
 @pytest.fixture
 def host(blade, tmp_path):
-    """Makes calls behind an init, in a new blade with the storage of this test."""
+    """Makes calls after an init, in a new blade with the storage of this test."""
 
     def run(blade_name, *blocks, mode=1, first="report", env=None, blade_options=()):
         spec = {"options": ["--mode", str(mode), "--storage", str(tmp_path / "storage")], "first": first, "blocks": blocks}
@@ -170,7 +170,7 @@ def test_what_was_written_is_found_and_the_switch_driven_to_it_by_another_proces
     answers = [write(int(call.split()[1], 0), result) for call, result in WRITES]
     assert first["lines"] == [life("init"), *tables(dsps), *answers, *after, life("fin")]
     assert first["switch"] == WRITTEN_SWITCH
-    # Another process in a blade whose switch is as it comes out of its box.
+    # Another process in a blade whose switch is in its factory state.
     second = host("typical", [*TABLES, "fin"])
     assert second["lines"] == [life("init"), *after, life("fin")]
     assert second["switch"] == WRITTEN_SWITCH
@@ -192,7 +192,7 @@ def test_the_dsps_of_a_full_blade_have_addresses_when_they_are_given_some(host):
 
 @pytest.fixture
 def bare_blade(tmp_path):
-    """The typical blade without a vendor record: its AMCs have no DSPs, its RTM tells of no framers."""
+    """The typical blade without a vendor record: its AMCs have no DSPs, its RTM lists no framers."""
     file = json.loads((bin_folder().parent / "share/bladesim/blades/no-dsp.json").read_text())
     del file["frus"][3]["inventory"]["framers"]
     (tmp_path / "bare.json").write_text(json.dumps(file))
@@ -293,7 +293,7 @@ def test_a_cable_that_is_unplugged_takes_the_link_and_not_the_port(blade):
         (["mavkAmcSwitchPortCheckLink 9 4"], 1, [1, 2, 1, 1]),  # unknown for the port behind which it fails
         (["mavkAmcSwitchPortCheckLink 9"], 1, [2, 2, 2, 2]),
         (["uPCIMemOpen 3"], 0, []),
-        (["uPCIMemClose 3"], 1, [1, 1, 1, 1]),  # nobody looks at its result
+        (["uPCIMemClose 3"], 1, [1, 1, 1, 1]),  # its result is ignored
         (["mavkAmcSwitchPortEnable 5", "mavkAmcSwitchPortCheckLink 9 4"], 1, [1, 2, 1, 1]),
     ],
 )
@@ -379,5 +379,5 @@ bmhost --storage "$1" switch && bmhost pstn"""
     assert lines[3] == port
     assert lines[5:9] == dsps
     assert lines[13] == port
-    # Four hosts have told of an RTM with each of their two opens.
+    # Four hosts have reported an RTM, each with two opens.
     assert [line[2] for line in lines[15:]] == [record for records in told_of("typical") * 4 for record in records]

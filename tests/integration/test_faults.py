@@ -1,4 +1,4 @@
-"""Misbehaviour of a controller as whoever opened /dev/ipmi0 sees it. These tests run in a blade whose driver waits 500 ms."""
+"""Faults of a controller as an opener of /dev/ipmi0 sees them. These tests run in a blade whose driver waits 500 ms."""
 
 import json
 import os

@@ -1,4 +1,4 @@
-"""A front board through the whole road: bmhost, the plug-in, OpenIPMI, /dev/ipmi0, the controller."""
+"""A front board from end to end: bmhost, the plug-in, OpenIPMI, /dev/ipmi0, the controller."""
 
 import pytest
 from bladefile import AMC_FRU_TABLE, AMC_TABLE, RTM_FRU_TABLE, BladeFile, ipmitool_fields, number, readable

@@ -1,11 +1,11 @@
-"""A blade whose inventories lie: what the host is told, worked out by hand from the bytes of hostile.json."""
+"""A blade whose inventories lie: what the host sees, worked out by hand from the bytes of hostile.json."""
 
 import pytest
 from bladefile import AMC_FRU_TABLE, AMC_TABLE, NOT_FOUND, RTM_FRU_TABLE, SUCCESS
 from conftest import INT, TEXT, param, table
 
 BLADE = ["--blade", "hostile"]
-# What lies behind an area reads as 0xFF: a text of 63 bytes, the longest there is.
+# The bytes after an area read as 0xFF: a text of 63 bytes, the longest there is.
 BEYOND = "\xff" * 63
 NOTHING = ("", "", "", "", "")
 

@@ -1,4 +1,4 @@
-"""What `cmake --install` makes works where it stands, and after it was moved: programs find platform, plug-in and helpers beside them."""
+"""An installation by `cmake --install` works, even after it has moved: programs find platform, plug-in and helpers relative to themselves."""
 
 import os
 import shutil

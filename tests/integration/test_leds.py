@@ -1,4 +1,4 @@
-"""LEDs through the whole road, and ipmitool's view of the same controller. These tests run in a blade, typical or full."""
+"""LEDs from end to end, and ipmitool's view of the same controller. These tests run in a blade, typical or full."""
 
 import os
 

@@ -1,8 +1,8 @@
-"""One reply lost behind the end of FRU 0's area: Init never returns, by design. Run in such a blade (lost-late), which loses it once."""
+"""One reply lost after the end of FRU 0's area: Init never returns, by design. Run in such a blade (lost-late), which loses it once."""
 
 from inside import host, order, requests, show, sound_blade, wait_until  # noqa: F401 (two are fixtures)
 
-# FRU 0 has 80 bytes: what was lost of FRU 1 is asked for again of FRU 0, behind its end.
+# FRU 0 has 80 bytes: the lost piece of FRU 1 is requested again from FRU 0, after its end.
 LOST = "0a 11 01 50 00 10"
 AGAIN_OF_FRU_0 = "0a 11 00 50 00 10"
 NO_ANSWER, NO_SUCH_BYTES = 0xC3, 0xC9

@@ -3,7 +3,7 @@
 import json
 
 CALLS, WARM_UP = 10000, 100
-SLACK = 256  # KiB: what the allocator may still round
+SLACK = 256  # KiB: allowance for the allocator's rounding
 
 
 def resident(process):

@@ -35,14 +35,14 @@ from protocol import STARTUP_MEDIA_STOP_FAILED as MEDIA_STOP_FAILED
 BAYS = (3, 6, RTM_BAY)
 START_TOOLS = ["mavk_init", "mavk_boot", "mavk_diag", "mediaStart"]
 
-# What the start makes of a tool that fails: its result, the run status, the out-of-service LED, component and text of what it logs.
+# The effect of a tool that fails on the start: its result, the run status, the out-of-service LED, component and text of what it logs.
 FAILURES = {
     "mavk_init": (INIT_FAILED, INITIALISING, LED_BLINKS, COMPONENT_IPMI, "Fail to initialize DSP"),
     "mavk_boot": (DSP_FAILED, FAILED, LED_ON, COMPONENT_IPMI, "Fail to download DSP ErrorID = {}"),
     "mavk_diag": (DSP_FAILED, FAILED, LED_ON, COMPONENT_IPMI, "DSPs Post Test Fail, ErrorID = {}"),
     "mediaStart": (MEDIA_START_FAILED, RUNNING, LED_OFF, COMPONENT_MEDIA_ADAPTOR, "Fail to start MEDIA SERVER "),
 }
-# The shell tells of a tool that a signal ended as of a status.
+# The shell reports a tool that a signal ended by a status.
 ENDS = [("--exit", 1, 1), ("--exit", 7, 7), ("--exit", 16, 16), ("--exit", 126, 126), ("--exit", 255, 255), ("--signal", 9, 137), ("--signal", 11, 139), ("--signal", 15, 143)]
 
 
@@ -148,7 +148,7 @@ HOSTILE = [
 def assert_off_the_subnet(host, address):
     assert host.result(write_address(2, address)) == 1
     assert host.result("start") == 0
-    shown = address.replace("\f", "?")  # no byte of the log steers a terminal
+    shown = address.replace("\f", "?")  # no byte of the log controls a terminal
     assert host.texts(COMPONENT_IPMI) == [f"m_pDspInfo[1] IP Address ={shown}, is not on same subnet(0xFFF0) of eth6, IP Address = 192.168.0.6"]
     assert command_lines() == []
     assert host.run_status() == dict.fromkeys(BAYS, NOT_STARTED)

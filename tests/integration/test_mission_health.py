@@ -47,8 +47,8 @@ def wait_for_check():
 
 
 def assert_starts_again_sound(host):
-    """After a fault: nothing is asked any more until the next start, which finds nothing."""
-    assert host.run_status() == dict.fromkeys(BAYS, RUNNING)  # the fault is not told there
+    """After a fault: no more checks until the next start, which finds nothing."""
+    assert host.run_status() == dict.fromkeys(BAYS, RUNNING)  # the fault is not reported there
     order("media", "set", "sound")
     order("tool", "clear")
     assert host.result("start") == 1
@@ -58,7 +58,7 @@ def assert_starts_again_sound(host):
     assert host.monitor_texts() == []
 
 
-# What the media software is told to do, and what the monitor logs of it.
+# The media software's orders, and what the monitor logs.
 FAULTY = ["faulty", "--processor", "7", "--severity", "9", "--error-file", "error.c", "--cause-file", "c" * 100]
 MEDIA_FAULTS = {
     "wrong-type": (["wrong-type"], ["Unexpected msg (msgtype = 0x800099) received. expecting msgtype = 0x800072", NO_BOARD_STATUS]),
@@ -90,7 +90,7 @@ def test_the_monitor_finds_that_the_media_software_is_not_well(mission, name):
     assert host.result("start") == 1
     assert host.wait_for_monitor_to_stop() == texts
     assert checks() == []
-    assert media_runs()  # nobody stops it
+    assert media_runs()  # nothing stops it
     assert_starts_again_sound(host)
 
 
@@ -113,7 +113,7 @@ LIVE = [
     ["degraded", "--processor-state", "2"],
     ["slow", "--delay", "200"],
 ]
-# None is live, so that the processor is asked for.
+# None is live, so the monitor asks about the processor.
 NOT_LIVE = [["--board-state", "2", "--sub-state", "4"], ["--board-state", "0", "--sub-state", "3"], ["--board-state", "0", "--sub-state", "0"]]
 
 

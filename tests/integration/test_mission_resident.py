@@ -1,4 +1,4 @@
-"""The resident host and the shell through a whole mission: what they tell of a blade that starts, fails, is upgraded and stops. These tests
+"""The resident host and the shell through a whole mission: what they report of a blade that starts, fails, is upgraded and stops. These tests
 run in a typical blade."""
 
 import json
@@ -30,7 +30,7 @@ def bmhost(*words, environment=None):
 
 
 class Resident:
-    """A `bmhost run` and the lines that it has told so far."""
+    """A `bmhost run` and the lines that it has printed so far."""
 
     def __init__(self, folder, environment=None):
         self.process = bmhost("--json", "--storage", folder / "storage", "run", environment=environment)
@@ -88,7 +88,7 @@ ALL_GOOD = [("init", 1), ("start", 1), ("stop", 1), ("fin", 1)]
 def test_a_signal_ends_a_blade_that_runs(resident, number):
     host = resident()
     host.wait_for(MONITORED)
-    wait_until(lambda: command_lines()[4:] and runs()[4]["end_ms"] is not None)  # while a tool begins an interrupt may be lost
+    wait_until(lambda: command_lines()[4:] and runs()[4]["end_ms"] is not None)  # while a tool starts, an interrupt may be lost
     host.signal(number)
     assert host.end() == 0
     assert host.calls() == ALL_GOOD
@@ -140,7 +140,7 @@ def test_a_start_that_fails_ends_the_host(resident):
 
 
 def wait_until_taken(process, number):
-    """The start of the next tool drops a Ctrl-C that nobody has taken yet."""
+    """The start of the next tool drops a Ctrl-C that has not been taken yet."""
     def is_pending():
         return int(re.search(r"^ShdPnd:\s*(\w+)", Path(f"/proc/{process}/status").read_text(), re.MULTILINE)[1], 16) >> (number - 1) & 1
 
@@ -169,7 +169,7 @@ def test_a_third_signal_ends_the_host_at_once_and_leaves_the_tool_to_itself(resi
         host.signal()
     with pytest.raises(subprocess.TimeoutExpired):
         host.process.wait(NEVER)
-    wait_until(lambda: host.process.poll() is not None or host.signal())  # two that come at once are one
+    wait_until(lambda: host.process.poll() is not None or host.signal())  # two that come at once count as one
     assert os.path.exists(f"/proc/{run['process']}")
     os.kill(run["process"], signal.SIGKILL)  # it has the host's standard error
     assert host.end() != 0

@@ -21,7 +21,7 @@ DEFAULTS = ["192.168.0.23", "192.168.0.22", "192.168.0.21", "192.168.0.20"]
 GIVEN = {dsp: f"192.168.0.{100 + dsp}" for dsp in range(5, len(MACS) + 1)}
 DSPS = "".join(f" /{index}/{mac}/{address}" for index, (mac, address) in enumerate(zip(MACS, [*DEFAULTS, *GIVEN.values()], strict=True)))
 
-# What mavk_init, the test at the start and that of the health monitor are told, by what there is of an RTM.
+# The arguments of mavk_init, of the test at the start and of the health monitor's test, depending on the RTM.
 NO_RTM = ("-v -r", "-v -a 30 -p -b amc", "-r -b amc")
 NO_TRUNKS = ("-v -i", "-v -a 30 -p -i", "-r")
 NO_FRAMERS = ("-v -i", "-v -a 30 -p -i", "-r -i")
@@ -47,7 +47,7 @@ def wanted_lines(words):
 
 @pytest.fixture
 def addresses(tmp_path):
-    """Gives the DSPs from the fifth on the addresses that they do not come with."""
+    """Gives addresses to the DSPs from the fifth on, which have no defaults."""
     lines = "".join(f"dsp set-ip {dsp} {address}\n" for dsp, address in GIVEN.items())
     words = [bin_folder() / "bmhost", "--storage", tmp_path / "storage", "shell"]
     done = subprocess.run(words, input=lines, capture_output=True, text=True, timeout=SECONDS)
@@ -55,7 +55,7 @@ def addresses(tmp_path):
 
 
 def check_started(host, words):
-    """From a start on to the end of the health monitor's first check."""
+    """From a start to the end of the health monitor's first check."""
     order("tool", "clear")
     assert host.result("start") == 1
     lines = wanted_lines(words)

@@ -168,7 +168,7 @@ def test_a_hostile_path_is_one_word_for_the_tool_and_none_for_the_shell(mission,
     host = mission()
     assert host.result(upgrade(path=path)) == STARTED
     assert host.call(WAIT) == event(MODULE, 3, DONE)
-    # The log has bytes, as the characters of their numbers.
+    # The log has bytes, as the characters of the same numbers.
     assert [run["argv"] for run in runs()] == [[*TOOL, "--target", "amc3", path.encode().decode("latin-1")]]
     assert not canary.exists()
     assert {entry.name for entry in tmp_path.iterdir()} <= {"storage", "log"}
@@ -184,7 +184,7 @@ def test_a_fin_leaves_an_upgrade_that_runs_to_its_tool_and_the_next_life_is_told
     run = run_of("fwburn")
     assert host.result("fin") == 1
     assert runs()[0]["end_ms"] is None
-    # The next life finds it running.
+    # The next host finds it running.
     assert host.result("init") == 1
     assert host.call("read 0x600") == read(MODULE, 3, REQUESTED)
     assert host.result(upgrade(bay=6)) == REFUSED

@@ -1,4 +1,4 @@
-"""Without /dev/ipmi0 the plug-in takes the complete simulation."""
+"""Without /dev/ipmi0 the plug-in uses the complete simulation."""
 
 import pytest
 from conftest import INT, TEXT, param, table

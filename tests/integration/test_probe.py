@@ -1,4 +1,4 @@
-"""The requests of a probe, in number and order, as the driver of /dev/ipmi0 saw them."""
+"""The requests of a probe, their number and order, as the driver of /dev/ipmi0 saw them."""
 
 import json
 
@@ -57,7 +57,7 @@ def test_a_probe_asks_what_it_needs_once_and_in_order(blade, tmp_path, name):
     done = blade.run("--blade", name, "--", "sh", "-c", INIT_AND_LOG)
     log = [request["request"] for request in json.loads(done.stdout)]
     wanted = probe_of(file, image_sizes(blade, file, tmp_path))
-    # OpenIPMI asks questions of its own in between, none of which names a FRU.
+    # OpenIPMI sends requests of its own in between, none of which names a FRU.
     assert [request for request in log if names_a_fru(request)] == wanted
     before, after = log.index(addressed(0x01, 0)), log.index(addressed(0x05, 0))
     assert "2c 00 00" in log[:before]

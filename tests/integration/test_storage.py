@@ -90,7 +90,7 @@ def traced_transaction(folder, files, text, trace):
 
 
 def point_of_no_return(calls, files):
-    """The place of the call from which on the new rows stand: the rename of the file, or of the journal of several."""
+    """The place of the call that makes the new rows take effect: the rename of the file, or of the journal of several."""
     name = ".journal" if len(files) > 1 else files[0]
     return next(i for i, each in enumerate(calls) if each.name.startswith("rename") and f'"{name}"' in each.arguments)
 
@@ -196,13 +196,13 @@ def test_any_system_call_that_fails_is_told_and_leaves_the_old_rows_or_the_new_o
     failed = 0
     for place, each in enumerate(calls):
         if each.name == "close":
-            continue  # nothing hangs on its result
+            continue  # its result does not matter
         error, text = ("ENOSPC", "No space left on device") if each.name == "write" else ("EIO", "Input/output error")
         done = injected(folder, files, place, each, f"error={error}", tmp_path / "failure")
         assert done.returncode == 0, each
         results = done.stdout.splitlines()
         assert len(results) == len(files) + 2
-        # 0 says that nothing stands; what stands and may not be durable has only its line in the log.
+        # 0 means that nothing takes effect; changes that may not be durable have only a line in the log.
         assert (set(results) == {"1"}) == (place > last), each
         assert re.search(rf"CDataStorage :: (Start|End)Transaction - {folder}.*: .*{text}|:: SetRow - {folder}/.*: {text}", done.stderr), done.stderr
         # What failed first leaves the other file's change alone.
@@ -299,7 +299,7 @@ def test_processes_that_count_up_together_lose_nothing(two):
 
 
 def on_a_disk(tmp_path, script):
-    """Runs a shell script with a small disk of its own mounted on $1; the storage's client is $2."""
+    """Runs a shell script with its own small disk mounted on $1; the storage's client is $2."""
     folder = tmp_path / "disk"
     folder.mkdir()
     mount = 'mount -t tmpfs -o size=16k none "$1" && ' + script

@@ -1,4 +1,4 @@
-"""The board's tools and the media software: command lines that are kept, ends as ordered, a software that comes and goes and misbehaves.
+"""The board's tools and the media software: recorded command lines, ordered ends, software that comes, goes and misbehaves.
 These tests run in a blade themselves; those of a blade's end bring up further ones."""
 
 import json
@@ -24,7 +24,7 @@ PRINTED = {
 }
 LIVE = {0x300000: 0, 0x300003: 4}
 NOT_LIVE = {0x300000: 2, 0x300003: 1}
-SOON, NEVER = SECONDS, 0.2  # how long is waited for what has to come, and for what must not
+SOON, NEVER = SECONDS, 0.2  # how long to wait for what has to come, and for what must not
 
 
 def run(tool, *arguments, environment=None):
@@ -44,7 +44,7 @@ def run_folder():
 
 
 def is_there(process):
-    """Whether it runs: one that has ended and waits to be collected does not."""
+    """Whether it runs: a zombie does not."""
     try:
         return Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[0] != "Z"
     except (FileNotFoundError, ProcessLookupError):
@@ -326,7 +326,7 @@ def test_the_software_keeps_nothing_of_its_starter_open(software):
     files = {int(entry.name): os.readlink(entry) for entry in folder.iterdir()}
     assert (files[0], files[1], files[2]) == ("/dev/null", "/dev/null", str(run_folder() / "media.log"))
     assert not [name for name in files.values() if name.startswith("pipe:")]
-    # Those who read what a starter prints do not wait for the software.
+    # Readers of a starter's output do not wait for the software.
     assert run("mediaStop").returncode == 0
     assert subprocess.run([PATHS["mediaStart"]], stdout=subprocess.PIPE, timeout=SECONDS, pass_fds=[os.pipe()[1]]).returncode == 0
     files = [os.readlink(entry) for entry in Path(f"/proc/{media()['process']}/fd").iterdir()]

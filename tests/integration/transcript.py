@@ -1,4 +1,4 @@
-"""Runs command lines and tells what a terminal would show of each: JSON on standard input, JSON on standard output.
+"""Runs command lines and reports what a terminal would show for each: JSON on standard input, JSON on standard output.
 
 In: a list of {"command", "interrupt"}, the latter a text or null: when a line has it, the command gets a Ctrl-C.
 What one exports those after it have, and they are where one has gone to.
@@ -11,7 +11,7 @@ import signal
 import subprocess
 import sys
 
-# A Ctrl-C that comes in the instant in which a tool begins is lost, and has to be given again; docs/bmhost.md says so. Not in step with
+# A Ctrl-C that comes at the moment at which a tool starts is lost, and has to be repeated; docs/bmhost.md says so. Not in step with
 # the health monitor, which begins one every five seconds.
 AGAIN_SECONDS = 1.7
 
@@ -23,7 +23,7 @@ def shown(command, interrupt):
         output += data
         begin = -1 if interrupt is None else output.find(interrupt.encode())
         if begin >= 0 and b"\n" in output[begin:]:
-            # Shown after the line that it answers, whatever came in the same breath.
+            # Shown after the line that it answers, whatever came with it.
             interrupt = None
             end = output.index(b"\n", begin) + 1
             output = output[:end] + b"^C\n" + output[end:]

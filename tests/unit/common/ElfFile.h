@@ -1,4 +1,4 @@
-// What a library or program says of itself in its ELF tables: what it exports and what it needs.
+// The ELF tables of a library or program: what it exports and what it needs.
 #pragma once
 
 #include <elf.h>
@@ -61,7 +61,7 @@ private:
         return {l_First, l_First + a_Section->sh_size / sizeof(ENTRY)};
     }
 
-    /// A text of the string table that belongs to this section.
+    /// A text from the string table that belongs to this section.
     const char* String(const SECTION* a_Section, std::size_t a_Offset) const {
         return m_Bytes.data() + Sections()[a_Section->sh_link].sh_offset + a_Offset;
     }

@@ -1,4 +1,4 @@
-// The unit tests with a scripted OpenIPMI do without the real one. SCRIPTED_PROGRAMS are their paths.
+// The unit tests with a scripted OpenIPMI do not load the real one. SCRIPTED_PROGRAMS are their paths.
 #include "common/ElfFile.h"
 
 #include <gmock/gmock.h>
@@ -22,7 +22,7 @@ TEST_P(ScriptedProgram, DoesNotLoadOpenIPMI) {
     EXPECT_THAT(l_Needs, Each(Not(StartsWith("libOpenIPMI")))) << GetParam();
 }
 
-// Ends in a null for the comma behind the last path.
+// Ends in a null for the comma after the last path.
 constexpr const char* SCRIPTED[] = {SCRIPTED_PROGRAMS nullptr};
 
 INSTANTIATE_TEST_SUITE_P(UnitTests, ScriptedProgram, ValuesIn(std::begin(SCRIPTED), std::end(SCRIPTED) - 1));

@@ -1,4 +1,4 @@
-// The protocol's tables of names: what the adaptor and the host command look up in them must be unambiguous.
+// The protocol's tables of names, in which a look-up must be unambiguous, and its numbers and texts.
 #include "common/veldo_common_protocol.h"
 
 #include <gmock/gmock.h>

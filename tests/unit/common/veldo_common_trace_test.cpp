@@ -1,4 +1,4 @@
-// Log lines: which reach the logger, at which level, and what a line that is not written costs.
+// Log lines: which ones reach the logger, at which level, and the cost of a line that is not written.
 #include "common/veldo_common_trace.h"
 
 #include <gmock/gmock.h>
@@ -17,7 +17,7 @@ int g_Allocations = 0; // of this whole program, which has one thread
 
 } // namespace
 
-// Never inlined: an optimising compiler that sees through one of the three only takes them for a mismatched pair.
+// Never inlined: if an optimising compiler inlined only one of the three, it would report a mismatched pair.
 [[gnu::noinline]] void* operator new(std::size_t a_Size) {
     ++g_Allocations;
     if (void* l_Memory = std::malloc(a_Size)) return l_Memory;
@@ -101,7 +101,7 @@ TEST_F(LogLines, LoggerThatThrowsDoesNotStopWhoeverWritesALine) {
     EXPECT_NO_THROW(LogError(&m_Logger, "an error"));
 }
 
-// The runtime ends the process when somebody swallows the unwinding of a cancelled thread.
+// The runtime ends the process when the unwinding of a cancelled thread is swallowed.
 TEST_F(LogLines, ThreadThatIsCancelledInTheLoggerEnds) {
     class CANCELLED_IN : public CBaseOsLog {
     public:

@@ -1,4 +1,4 @@
-// A call in a child process that may never come back.
+// A call in a child process that may never return.
 #include "fake/BlockedChild.h"
 
 #include <sys/syscall.h>

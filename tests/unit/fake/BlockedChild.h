@@ -1,4 +1,4 @@
-// Shows that a call does not come back: it is made in a child process, which is seen waiting and then ended.
+// Shows that a call does not return: makes it in a child process, sees that the child waits, and ends it.
 #pragma once
 
 #include <functional>
@@ -6,7 +6,7 @@
 
 /// What became of a call in a child process.
 enum class CHILD_END {
-    StaysBlocked, ///< it slept in the kernel with nobody left to wake it, and was killed
+    StaysBlocked, ///< it slept in the kernel with nothing left to wake it, and was killed
     Returned,
     Ended ///< the process ended by itself
 };
@@ -14,6 +14,5 @@ enum class CHILD_END {
 void PrintTo(CHILD_END a_End, std::ostream* a_Stream);
 
 /// Makes the call in a child process of one thread. `a_Before` prepares what the call needs, in the child too. The
-/// child counts as blocked when its only thread sleeps on a lock (a futex): in a process of one thread nobody can free
-/// it.
+/// child counts as blocked when its only thread sleeps on a lock (a futex): no other thread could release it.
 CHILD_END CallInChild(const std::function<void()>& a_Before, const std::function<void()>& a_Call);

@@ -1,4 +1,4 @@
-// The helper that shows a call that does not come back.
+// The helper that shows that a call does not return.
 #include "fake/BlockedChild.h"
 
 #include "bm/OSAL.h"

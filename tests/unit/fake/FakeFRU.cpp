@@ -7,7 +7,7 @@
 
 namespace {
 
-/// The length that OpenIPMI tells counts the NUL of an ASCII text.
+/// OpenIPMI's length includes the NUL of an ASCII text.
 int GiveLength(const FAKE_FRU_TEXT& a_Text, unsigned* a_Length) {
     if (a_Text.m_LengthResult != 0) return a_Text.m_LengthResult;
     const auto l_True = static_cast<unsigned>(a_Text.m_Text.size()) + (a_Text.m_Type == IPMI_ASCII_STR ? 1 : 0);

@@ -1,4 +1,4 @@
-// The door itself: one fake for the process, its reset, and the objects that tests make.
+// The entry point: one fake for the process, its reset, and the objects that tests make.
 #include "fake/FakeOpenIPMI.h"
 
 #include <link.h>

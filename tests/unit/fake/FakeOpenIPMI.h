@@ -1,5 +1,5 @@
 // A scripted OpenIPMI for tests: link fake_openipmi, and every ipmi_* function that the adaptor calls is answered here.
-// Fake() is the one door: script what shall happen, run the code under test, look at what it called.
+// Fake() is the only entry point: script what should happen, run the code under test, look at what it called.
 //
 //   Fake().Reset();                                              first line of every test (a fixture's SetUp)
 //   Fake().OnRequest({0x2C, 0x00, 0x00}, {0x00, 0x00, 0x22, 0x02});   netfn, command, data -> completion code, data

@@ -1,4 +1,4 @@
-// A host logger that keeps what it is told.
+// A host logger that records every line.
 #include "fake/RecordingLog.h"
 
 #include <algorithm>

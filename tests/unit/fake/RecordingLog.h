@@ -1,4 +1,4 @@
-// A host logger that keeps what it is told, and the switch that lets traces through.
+// A host logger that records every line, and the switch that turns traces on.
 #pragma once
 
 #include "bm/Log.h"

@@ -1,4 +1,4 @@
-// Adaptors that end the process, throw, or do not come back.
+// Adaptors that end the process, throw, or do not return.
 #include "host/HostProcess.h"
 
 #include <gmock/gmock.h>
@@ -92,7 +92,7 @@ TEST(BmhostEnd, CallThatDoesNotReturnIsToldOfAgainAndAgain) {
         const Ended ended = host.End();
         auto lines = ended.ErrorLines();
         std::erase_if(lines, [](const std::string& line) { return line.find("`init`") == std::string::npos; });
-        lines.resize(3); // more may have come before the end, and of the loading on a slow machine
+        lines.resize(3); // more notices may have come before the end, or for a slow loading
         EXPECT_THAT(lines,
                     testing::ElementsAre("bmhost: `init` has not returned for 0.005 s; still waiting for the adaptor",
                                          "bmhost: `init` has not returned for 0.035 s; still waiting for the adaptor",

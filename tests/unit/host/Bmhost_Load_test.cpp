@@ -1,4 +1,4 @@
-// Files that are no adaptor.
+// Files that are not adaptors.
 #include "host/HostProcess.h"
 
 #include <gmock/gmock.h>

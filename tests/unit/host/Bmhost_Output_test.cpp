@@ -1,4 +1,4 @@
-// Standard output: the adaptor's prints, and an output that takes nothing.
+// Standard output: the adaptor's prints, and an output that accepts nothing.
 #include "host/HostProcess.h"
 #include "tests/SizeLimit.h"
 

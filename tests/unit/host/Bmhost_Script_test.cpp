@@ -122,7 +122,7 @@ TEST(BmhostScript, MayEndWithoutFinWhileAThreadSendsAnEvent) {
     EXPECT_EQ(0, ended.m_status) << ended.m_err;
 }
 
-// More lines than are read at once, so that the tool would find some of them.
+// More lines than one read takes, so that the tool would find some of them.
 TEST(BmhostScript, IsNotEatenByAToolThatTheAdaptorRuns) {
     const Ended ended = RunLines("init\n# " + std::string(100'000, 'x') + "\nstop\n", "runs_a_tool");
     EXPECT_EQ("{\"op\":\"init\",\"result\":1}\n{\"op\":\"stop\",\"result\":1}\n", ended.m_out);

@@ -1,4 +1,4 @@
-// bmhost as a process of its own, as its users have it.
+// bmhost as a separate process, as its users run it.
 #include "host/HostProcess.h"
 
 #include "bm_dev/UniqueFd.h"
@@ -44,7 +44,7 @@ std::string ReadAll(int descriptor) {
     return text;
 }
 
-// Under the thread sanitizer every process stays for a second at its end, unless it is told not to.
+// The thread sanitizer keeps every process for a second at its end, unless this option is set.
 void LingerNot() {
     static const bool told = [] {
         const char* options = getenv("TSAN_OPTIONS");

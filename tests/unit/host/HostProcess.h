@@ -1,4 +1,4 @@
-// bmhost as a process of its own, as its users have it.
+// bmhost as a separate process, as its users run it.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// What bmhost says of input that cannot be meant.
+// What bmhost says about input that makes no sense.
 #pragma once
 
 #include "host/words/Error.h"

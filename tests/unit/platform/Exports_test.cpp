@@ -21,7 +21,7 @@ namespace {
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 
-/// Without parameters, and without what the compiler makes of a class: "BM_ADAPTOR::CBMITable::Get".
+/// The name without parameters, and without what the compiler adds for a class: "BM_ADAPTOR::CBMITable::Get".
 std::string DeclaredName(const std::string& symbol) {
     int status = 0;
     const std::unique_ptr<char, decltype(&std::free)> text(

@@ -10,7 +10,7 @@ using namespace bmhost;
 
 namespace {
 
-// The standard descriptors are the process's: a child has them for itself.
+// The standard descriptors belong to the process, so a child does this.
 void ShowPrints(const std::string& prints) {
     PrintsWithheld();
     WriteAll(STDOUT_FILENO, prints);
@@ -25,7 +25,7 @@ TEST(RedirectDeathTest, WithheldPrintsAreShownWithoutWhatSteersATerminal) {
                 testing::ExitedWithCode(0), "^one\\?\\[31m\n\\?31m\t\\?\\?31m\\?\n\u00E9 \u20AC \xE9$");
 }
 
-// Wherever the pieces, in which they are read, end.
+// Wherever the pieces that are read end.
 TEST(RedirectDeathTest, WithheldPrintsKeepTheirCharactersWholeAndEndAsTheyDo) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     for (const std::size_t before : {4092, 4093, 4094, 4095, 4096}) {

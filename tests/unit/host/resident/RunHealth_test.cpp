@@ -1,4 +1,4 @@
-// The health monitor, as its log lines tell of it.
+// The health monitor, as its log lines show it.
 #include "host/resident/RunHealth.h"
 
 #include "common/veldo_common_protocol.h"

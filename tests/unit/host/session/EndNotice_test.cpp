@@ -1,4 +1,4 @@
-// The notice of an end that bmhost did not mean.
+// The notice of an end that bmhost did not intend.
 #include "host/session/EndNotice.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Words of a script's line.
+// The words of a script's line.
 #include "host/session/Script.h"
 
 #include "host/UsageError.h"

@@ -1,5 +1,5 @@
-// An adaptor without hardware: it answers a few groups, and does on Init, Stop or creation what its variant was built
-// for. Every call leaves a line "[stub] …" in the log.
+// An adaptor without hardware: it answers a few groups; its variant says what it does in Init, Start, Stop or on
+// creation. Every call leaves a line "[stub] …" in the log.
 #include "host/stubs/StubGroups.h"
 
 #include "bm/BaseAdaptor.h"
@@ -103,11 +103,11 @@ int Do(Act act, IBMAdaptorMgr* manager = nullptr) {
         abort();
     case Act::RunTool: // one that reads all of its input, and prints
         return system("cat; echo printed by a tool") == 0 ? 1 : 0;
-    case Act::ToolInterrupts: // the host, once it waits for the tool; then a signal has to end the tool
+    case Act::ToolInterrupts: // interrupts the host, once it waits for the tool; then a signal has to end the tool
         return WTERMSIG(system("sleep 0.3; kill -INT $PPID; sleep 0.3; kill -TERM $$; exit 7")) == SIGTERM ? 1 : 0;
     case Act::ToolFails:
         return system("echo the tool says why; exit 2") == 0 ? 1 : 0;
-    case Act::ToolOutgrows: // a file that may not grow: SIGXFSZ has to end the tool, as without this host
+    case Act::ToolOutgrows: // a file that cannot grow: SIGXFSZ has to end the tool, as without this host
         return WEXITSTATUS(
                    system("f=$(mktemp) || exit; (ulimit -c 0; ulimit -f 0; echo x >$f); s=$?; rm $f; exit $s")) ==
                        128 + SIGXFSZ

@@ -1,7 +1,7 @@
 // An adaptor with DSPs and switch ports and nothing else: two DSPs in AMC bay 3 and one in bay 5, the second without an
 // address, the third not in service; ports 1 and 2. The storage refuses the address 10.0.0.1, the switch port 2, whose
 // link is unknown. STUB_EMPTY: none at all. STUB_GOOD: everything has its address and works. STUB_STORAGE_REFUSES: the
-// storage tells of it in Init, or at each look for an address.
+// storage logs a refusal in Init, or at each look-up of an address.
 #include "bm/BaseAdaptor.h"
 #include "bm/Log.h"
 #include "common/veldo_common_protocol.h"

@@ -3,9 +3,9 @@
 
 #include "common/veldo_common_protocol.h"
 
-constexpr unsigned StubEcho = 0x10;       ///< a read gives the keys back, a table two rows, a write an event
-constexpr unsigned StubEventLater = 0x11; ///< a write gives an event, from a thread that Init's caller does not see
-constexpr unsigned StubNotFound = 0x12;   ///< a read gives RESULT_NOT_FOUND and no row, a table likewise
+constexpr unsigned StubEcho = 0x10;       ///< a read returns the keys, a table two rows, a write sends an event
+constexpr unsigned StubEventLater = 0x11; ///< a write sends an event from another thread
+constexpr unsigned StubNotFound = 0x12;   ///< read and table give RESULT_NOT_FOUND, the read no row, the table no rows
 constexpr unsigned StubText = 0x13;       ///< the only column of the table
-/// A write gives its event, later: failed when the file's name has "bad" in it.
+/// A write sends its event later: failed when the file's name contains "bad".
 constexpr unsigned StubUpgrade = BM_ADAPTOR::BMI_GROUP_FIRMWARE_UPDATE;

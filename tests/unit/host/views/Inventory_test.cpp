@@ -1,4 +1,4 @@
-// The list of what can be asked.
+// The list of groups and parameters.
 #include "host/views/Inventory.h"
 
 #include "common/veldo_common_protocol.h"

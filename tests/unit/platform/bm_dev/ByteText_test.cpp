@@ -1,4 +1,4 @@
-// Any bytes as the text of a JSON file.
+// Arbitrary bytes as text for JSON and terminals.
 #include "bm_dev/ByteText.h"
 
 #include <gtest/gtest.h>

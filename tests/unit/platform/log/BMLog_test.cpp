@@ -28,7 +28,7 @@ void Log(const char* text) {
     bm_dev::HostLog().Log(BM_LOG_DEBUG, "IPMI-Adaptor", text);
 }
 
-// What follows the time: "<3> [component] text".
+// The part after the time: "<3> [component] text".
 std::vector<std::string> WithoutTime(std::vector<std::string> lines) {
     for (std::string& line : lines)
         line.erase(0, std::string("2026-11-21 05:53:45.123 ").size());
@@ -206,7 +206,7 @@ TEST(LogFile, InAFolderThatIsNotThereIsRefusedAndMakesNoFolder) {
     EXPECT_FALSE(std::filesystem::exists(folder));
 }
 
-// The log is the process's: a child has it for itself.
+// The log belongs to the process, so a child does this.
 TEST(LogFileDeathTest, OnAFullDeviceIsToldOnceAndTheOtherSinksGoOn) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     EXPECT_EXIT(
@@ -218,7 +218,7 @@ TEST(LogFileDeathTest, OnAFullDeviceIsToldOnceAndTheOtherSinksGoOn) {
             _exit(7);
         },
         testing::ExitedWithCode(7),
-        testing::MatchesRegex(".*first\nlog: Failed [a-z ]+ /dev/full: No space left on device; this is told "
+        testing::MatchesRegex(".*first\nlog: Failed [a-z ]+ /dev/full: No space left on device; reported only "
                               "once\n[^\n]*second\n[^\n]*third\n"));
 }
 

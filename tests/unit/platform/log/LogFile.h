@@ -1,4 +1,4 @@
-// The host's log in a file of its own, for one test.
+// The host's log in its own file, for one test.
 #pragma once
 
 #include "bm_dev/HostLog.h"

@@ -1,4 +1,4 @@
-// Whether a thread of this process sleeps in the kernel: shows that a call blocks, without guessing a time.
+// Whether a thread of this process sleeps in the kernel. Shows that a call blocks, without guessing a time.
 #pragma once
 
 #include <fstream>

@@ -13,7 +13,7 @@ using OSAL::OSALMonitor;
 
 constexpr int AMinute = 60'000; // longer than a test may last
 
-// Waits until the time runs out; a wake-up for no reason is allowed.
+// Waits until the time is over; a spurious wake-up is allowed.
 void WaitInVain(OSALMonitor& monitor, int milliseconds) {
     while (monitor.Wait(milliseconds)) {
     }
@@ -43,7 +43,7 @@ TEST(Monitor, NotifyWakesTheWaiter) {
         monitor.Unlock();
     });
     waiter.wait(0);
-    monitor.Lock(); // had only when the other waits
+    monitor.Lock(); // taken only once the other thread waits
     changed = true;
     monitor.Notify();
     monitor.Unlock();

@@ -12,7 +12,7 @@ namespace {
 
 using OSAL::OSALMutex;
 
-// Unlocks when `waiter` sleeps. A waiter that got past its Lock sets `passed` instead, and finds it not unlocked.
+// Unlocks when `waiter` sleeps. A waiter that gets past its Lock instead sets `passed`, and no unlock follows.
 void UnlockWhenBlocked(OSALMutex& mutex, pid_t waiter, const std::atomic<bool>& passed, bool& unlocked) {
     while (!passed && !IsBlocked(waiter))
         std::this_thread::yield();
@@ -61,7 +61,7 @@ TEST(Mutex, UnlockOfAnUnlockedOneIsNotKept) {
     mutex.Unlock();
     mutex.Lock();
     std::thread other(UnlockWhenBlocked, std::ref(mutex), gettid(), std::cref(passed), std::ref(unlocked));
-    mutex.Lock(); // had an unlock been kept, this would pass at once
+    mutex.Lock(); // if an unlock had been kept, this would return at once
     const bool unlockedBefore = unlocked;
     passed = true;
     other.join();
@@ -86,7 +86,7 @@ TEST(Mutex, OneUnlockLetsOneWaiterThrough) {
     EXPECT_EQ(3000, count);
 }
 
-// What is seen here is seen by the sanitizers: an Unlock that still touches the object.
+// The sanitizers find the fault here: an Unlock that still touches the object.
 TEST(Mutex, MayBeDestroyedByWhoeverJustLockedIt) {
     constexpr int Rounds = 5000;
     std::atomic<OSALMutex*> toUnlock = nullptr;

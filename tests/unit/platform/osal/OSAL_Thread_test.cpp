@@ -65,7 +65,7 @@ TEST(Thread, SecondJoinHasNothingToJoin) {
     EXPECT_EQ(ESRCH, thread.Join());
 }
 
-// At once, too, while Start is still on its way back: hence the rounds.
+// Also while Start has not returned yet, hence the rounds.
 TEST(Thread, CannotJoinOrStartItself) {
     for (int i = 0; i < 500; ++i) {
         int joined = 0;

@@ -1,4 +1,4 @@
-// The message queue over real sockets: exchange, bounds, what is left of dead processes, hostile datagrams.
+// The message queue over real sockets: exchange, limits, remains of dead processes, hostile datagrams.
 #include "bm/MsgQueue.h"
 
 #include "platform/log/LogFile.h"
@@ -75,7 +75,7 @@ protected:
 
     std::string FileOf(const char* address) const { return m_folder + "/queues/" + address; }
 
-    /// A stranger's bytes for the queue of THERE.
+    /// Foreign bytes for the queue of THERE.
     void SendRaw(const std::vector<uint8_t>& bytes) const {
         sockaddr_un name{};
         name.sun_family = AF_UNIX;

@@ -1,4 +1,5 @@
-// The storage's folder: names, files that are no files, edits from outside, other processes, failures and their traces.
+// The storage's folder: names, things that are not files, edits from outside, other processes, failures and their
+// traces.
 #include "platform/storage/FailingSystem.h"
 #include "platform/storage/StorageTest.h"
 #include "tests/SizeLimit.h"
@@ -129,7 +130,7 @@ TEST_F(StorageFolder, SetUserIdAndItsLikeDoNotOutliveAReplacement) {
     EXPECT_EQ(0754U, ModeOf(PathOf(FileName)));
 }
 
-// The umask of this process, in its life.
+// Sets the umask of this process as long as it lives.
 class Umask {
 public:
     explicit Umask(mode_t mask) : m_before(umask(mask)) {}
@@ -288,12 +289,12 @@ TEST_F(StorageFolder, OneFileIsTheOldOneAfterAnyFailureBefore) {
     }
 }
 
-// Whatever call of the end fails: the result, the files after the next transaction and the log agree.
+// Whichever call of EndTransaction fails, the result, the files after the next transaction and the log agree.
 TEST_F(StorageFolder, OfSeveralFilesAllOrNoneStandWhateverFailsAndTheResultSaysWhich) {
     const struct {
         const char* m_call;
         int m_failures; // of this call, until none is left to fail
-        int m_standing; // the first failure after which all stands
+        int m_standing; // the first failure after which all changes take effect
     } calls[] = {{"fsync", 7, 5}, {"renameat", 3, 2}};
     for (const auto& [call, failures, standing] : calls) {
         for (int i = 1; i <= failures + 1; ++i) {

@@ -1,4 +1,4 @@
-// A writer that is killed at any moment leaves the old rows or the new ones, in all of its files.
+// A writer that is killed at any moment leaves either the old rows or the new ones in all its files.
 #include "platform/storage/StorageTest.h"
 
 #include <atomic>
@@ -16,7 +16,7 @@ using testing::IsSubsetOf;
 constexpr int Kills = 1000;
 constexpr const char* FileNames[] = {"a.xml", "b.xml"};
 
-// What writer and test both see.
+// Memory that writer and test share.
 struct Progress {
     std::atomic<int> m_started; ///< the last number whose transaction was begun
     std::atomic<int> m_ended;   ///< the last number whose transaction has ended well
@@ -24,7 +24,7 @@ struct Progress {
 
 class StorageKill : public StorageTest {
 protected:
-    // In memory: what a kill leaves does not depend on the disk, and a thousand of them would wait for it.
+    // In memory: the result of a kill does not depend on the disk, and a thousand kills would wait for it.
     StorageKill()
         : StorageTest(std::filesystem::is_directory("/dev/shm") ? "/dev/shm/" : testing::TempDir()),
           m_progress(new (mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
@@ -49,7 +49,7 @@ protected:
         return std::stoi(row.GetParamById(Address)->GetString());
     }
 
-    // Kills a writer `after` after its first transaction has begun, and looks at what it left.
+    // Kills a writer a time of `after` after its first transaction has begun, and looks at what it left behind.
     void KillOne(std::size_t files, std::chrono::nanoseconds after) {
         const int before = m_progress->m_started;
         const pid_t writer = fork();

@@ -115,7 +115,7 @@ std::vector<BadFile> BadFiles() {
         {"text in a row", WithRow("x"), "3: expected only <param> elements here"},
         {"CDATA", WithRow("<![CDATA[x]]>"), "3: expected only <param> elements here"},
         {"an instruction", WithRow("<?php x?>"), "3: expected only <param> elements here"},
-        {"a declaration in the midst", WithRow("<?xml version=\"1.0\"?>"),
+        {"a declaration in the middle", WithRow("<?xml version=\"1.0\"?>"),
          "3: Error parsing document declaration/processing instruction"},
         {"an unknown element", WithRow("<value/>"), "3: expected only <param> elements here"},
         {"an element in a parameter", WithRow("<param><param/></param>"), "3: expected nothing in <param>"},
@@ -198,7 +198,7 @@ TEST_F(StorageFile, CutAtAnyPlaceIsRefusedAndLeftAsItIs) {
     }
 }
 
-// Whatever it is, it is answered; under the sanitizers this looks for more.
+// Every text gets an answer; under the sanitizers this finds more.
 TEST_F(StorageFile, WithAnyByteChangedIsReadOrRefused) {
     const std::string whole = Layout;
     std::size_t refused = 0;

@@ -1,4 +1,4 @@
-// Stands between the platform and the system's calls: what the program defines comes before the C library's.
+// Replaces system calls for the platform: functions that the program defines come before the C library's.
 #include "platform/storage/FailingSystem.h"
 
 #include <atomic>
@@ -9,7 +9,7 @@
 namespace {
 
 std::string failingName;
-std::atomic<int> callsLeft = 0; // calls until the one that fails; 0: none does, or one has
+std::atomic<int> callsLeft = 0; // calls until the one that fails; 0: none will fail, or one has
 std::atomic<bool> hasFailed = false;
 
 bool IsToFail(const char* name) {
@@ -23,7 +23,7 @@ bool IsToFail(const char* name) {
 
 extern "C" {
 
-// Seen from the libraries, too, whose calls these are.
+// Visible to the libraries, which make these calls.
 #pragma GCC visibility push(default)
 
 int fsync(int file) {

@@ -1,10 +1,10 @@
-// System calls of the platform that fail by order.
+// System calls of the platform that a test makes fail.
 #pragma once
 
 #include <string>
 
-/// While it lives, one call of this process fails with EIO: the given one, counted from its making.
-/// The calls are "fsync" and "renameat".
+/// As long as it lives, one call of this process fails with EIO: the one with the given number, counted from now. The
+/// calls are "fsync" and "renameat".
 class FailingCall {
 public:
     FailingCall(const std::string& name, int which);
@@ -12,6 +12,6 @@ public:
     FailingCall& operator=(const FailingCall&) = delete;
     ~FailingCall();
 
-    /// Whether it has come to that call.
+    /// Whether that call has come.
     static bool HasFailed();
 };

@@ -1,4 +1,4 @@
-// A storage in a folder of its own, its files as a person sees them, and its log.
+// A storage in its own folder, its files as a person sees them, and its log.
 #pragma once
 
 #include "bm/DataStorage.h"
@@ -64,7 +64,7 @@ protected:
         return m_storage->EndTransaction();
     }
 
-    // The same out of any transaction.
+    // The same outside any transaction.
     void SetNow(int32_t number, const std::string& address) {
         EXPECT_EQ(Success, Transaction([&] { EXPECT_EQ(Success, Set(number, address)); }));
     }
@@ -78,7 +78,7 @@ protected:
 
     void Write(const std::string& text, const std::string& file = FileName) const {
         std::filesystem::create_directories(m_folder);
-        std::filesystem::remove(PathOf(file)); // the disk would be waited for when it were cut
+        std::filesystem::remove(PathOf(file)); // cutting it would wait for the disk
         std::ofstream(PathOf(file), std::ios::binary) << text;
     }
 

@@ -15,14 +15,14 @@ using testing::StartsWith;
 
 namespace {
 
-/// Abstract names are the whole machine's: no two programs may share one.
+/// Abstract names are shared by the whole machine, so no two programs may use the same.
 SocketAddress OwnAddress() {
     char name[40] = {};
     std::snprintf(name, sizeof(name), "bladesim-test/%d", static_cast<int>(::getpid()));
     return AbstractAddress(name);
 }
 
-/// A port on which somebody listens while `listener` is open.
+/// A port that has a listener while `listener` is open.
 uint16_t OpenPort(const bm_dev::UniqueFd& listener) {
     sockaddr_in address{};
     address.sin_family = AF_INET;

@@ -1,4 +1,4 @@
-// Who may give a blade orders: users of their own connect, each in a process of its own.
+// Who may give a blade orders: each user connects from a separate process.
 #include "sim/driver/ControlServer.h"
 
 #include "sim/base/DriverAddress.h"
@@ -38,7 +38,7 @@ protected:
         });
     }
 
-    /// In a process of its own: gives an order as this user, and passes on what comes back.
+    /// In a separate process: gives an order as this user, and passes on the answer.
     [[noreturn]] void GiveOrder(uid_t user, int out) const {
         std::array<char, 256> answer{};
         const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);

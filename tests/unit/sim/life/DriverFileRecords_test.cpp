@@ -1,4 +1,4 @@
-// What the PCI driver is told through its file: the outcome of each call, and its line in the log.
+// What is written to the PCI driver's file: the outcome of each call, and its line in the log.
 #include "sim/life/DriverFileRecords.h"
 
 #include <gtest/gtest.h>
