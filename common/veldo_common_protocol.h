@@ -1,5 +1,5 @@
-// The numbers and texts by which host and adaptor understand each other, each defined once. The adaptor, bmhost, the
-// simulated blade and the tests share this header; hosts include it as ipmi_adaptor/Protocol.h, also in C++17.
+// The numbers and texts that host and adaptor exchange, by name. The adaptor, its host, the simulated blade and the
+// tests share this header; hosts include it as ipmi_adaptor/Protocol.h, in C++17 or later.
 #pragma once
 
 #include "bm/Params.h"
@@ -10,7 +10,7 @@
 
 namespace BM_ADAPTOR {
 
-// One line a group: name, number.
+// One line per group: name, number.
 #define BMI_GROUP_LIST(GROUP)                                                                                          \
     GROUP(BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL, 0x100)                                                             \
     GROUP(BMI_GROUP_HARDWARE_AMC_LED_INTERNAL, 0x200)                                                                  \
@@ -25,7 +25,7 @@ namespace BM_ADAPTOR {
     GROUP(BMI_GROUP_HARDWARE_AMC_DSP_EX_TABLE, 0x30d10)                                                                \
     GROUP(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, 0x30e00)
 
-// One line a parameter: name, number, value type, whether it is a key. In the order of the numbers.
+// One line per parameter: name, number, value type, whether it is a key. In the order of the numbers.
 #define BMI_PARAMETER_LIST(PARAMETER)                                                                                  \
     PARAMETER(BMI_HW_BB_LED_ID, 0x101, BMI_PARAM_INT, true)                                                            \
     PARAMETER(BMI_HW_BB_LED_ON_TIME, 0x102, BMI_PARAM_INT, false)                                                      \
@@ -117,8 +117,8 @@ constexpr uint32_t BMI_EVENT_NUMBER = 5;
 /// The run status of an AMC was written.
 constexpr uint32_t BMI_EVENT_AMC_RUN_STATUS = 0x70402;
 
-/// A mode of a host (IBMAdaptorMgr::GetMode) in which the adaptor serves its tables and leaves the board alone. It
-/// drives the board in modes 1 and 3.
+/// A mode of the host (IBMAdaptorMgr::GetMode) in which the adaptor serves its tables but leaves the board alone. In
+/// modes 1 and 3 it drives the board.
 inline constexpr int HOST_MODE_LOOK_ONLY = 2;
 
 /// Results of the handlers.
@@ -161,7 +161,7 @@ enum TELQ_HW_Device_RunStatus_e : int32_t {
     RUN_STATUS_FAILED = 5
 };
 
-/// What is upgraded. The host's number is kept as it came; every number but 1 means the baseboard.
+/// The target of an upgrade, as the host sends it: every number except 1 means the baseboard.
 enum UPGRADETARGET : int32_t {
     UPGRADETARGET_BASEBOARD = 0,
     UPGRADETARGET_MODULE = 1 ///< an AMC, or the RTM in its bay
@@ -179,13 +179,13 @@ enum HOST_LED_e : int32_t {
     HOST_LED_HOT_SWAP = 1,
     HOST_LED_OUT_OF_SERVICE = 2,
     HOST_LED_HEALTH = 3,
-    HOST_LED_FOURTH = 4 ///< the last; what it shows is the board's to say
+    HOST_LED_FOURTH = 4 ///< the last one; its meaning depends on the board
 };
 constexpr int32_t PICMGLEDOf(int32_t a_HostLED) {
     return a_HostLED - 1;
 }
 
-/// LED colours of the host: PICMG's numbers, no orange, and one more.
+/// LED colours of the host: PICMG's numbers without orange, and one for off.
 enum HOST_LED_COLOR_e : int32_t {
     HOST_LED_BLUE = 1,
     HOST_LED_RED = 2,
@@ -215,8 +215,8 @@ enum HOST_LED_MODE_e : int32_t {
 
 /// Where a switch port leads.
 enum TELQ_Ext_If_Types_e : int32_t { TELQ_EXT_IF_FABRIC = 2, TELQ_EXT_IF_RTM = 3 };
-/// Administrative states. A port is enabled by PORT_ENABLED and disabled by every other value; the value is kept as it
-/// came.
+/// Administrative states. A port is enabled by PORT_ENABLED and disabled by every other value; the value is kept
+/// unchanged.
 enum PORT_ADMIN_e : int32_t { PORT_DISABLED = 0, PORT_ENABLED = 1 };
 /// Link states.
 enum PORT_OPER_e : int32_t { PORT_LINK_DOWN = 0, PORT_LINK_UP = 1, PORT_LINK_UNKNOWN = 2 };
@@ -227,7 +227,8 @@ inline constexpr const char* COMPONENT_IPMI = "IPMI"; ///< of start-up
 inline constexpr const char* COMPONENT_MEDIA_ADAPTOR = "Media Adaptor";
 inline constexpr const char* COMPONENT_MONITOR_THREAD = "Monitor Thread";
 
-/// Whole texts under COMPONENT_IPMI_ADAPTOR: the health monitor begins and ends. Nothing else tells a host of it.
+/// Whole texts under COMPONENT_IPMI_ADAPTOR: the health monitor has started, or has ended. A host learns of it only
+/// from these lines.
 inline constexpr const char* MONITOR_STARTED_TEXT = "Monitor Thread started";
 inline constexpr const char* MONITOR_STOPPED_TEXT = "Monitor Thread stopped";
 

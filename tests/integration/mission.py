@@ -137,8 +137,8 @@ LED_OFF, LED_ON, LED_BLINKS = ("off", 0, 0), ("on", 0, 0), ("blink", 500, 500)
 
 
 def install_folder(folder, *orders):
-    """An install folder of a test's own: that of the blade, but its mediaStart first gives orders. What is ordered of mavk_diag then
-    befalls the health monitor's, and not the one of the start."""
+    """A test's own install folder: that of the blade, but its mediaStart first gives orders. So an order for mavk_diag applies to the
+    health monitor's run of it, not to that of the start."""
     (folder / "bin").mkdir(parents=True)
     (folder / "data").symlink_to(f"{INSTALL}/data")
     for tool in ("mavk_init", "mavk_boot", "mavk_diag", "mediaStop"):
