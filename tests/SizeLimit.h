@@ -11,8 +11,8 @@ class SizeLimit {
 public:
     explicit SizeLimit(rlim_t bytes) {
         getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
+        m_limit = {bytes, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &m_limit);
     }
     SizeLimit(const SizeLimit&) = delete;
     SizeLimit& operator=(const SizeLimit&) = delete;
@@ -23,5 +23,6 @@ public:
 
 private:
     rlimit m_before{};
+    rlimit m_limit{};
     void (*m_handler)(int) = signal(SIGXFSZ, [](int) {});
 };

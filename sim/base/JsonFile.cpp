@@ -70,7 +70,7 @@ public:
 
     bool key(string_t& key) override {
         m_path = JsonPath(m_open.back().m_path, key);
-        if (!m_open.back().m_keys.insert(key).second) Fail(m_file.m_name, m_line, m_path + ": stands twice");
+        if (!m_open.back().m_keys.insert(key).second) Fail(m_file.m_name, m_line, m_path + ": appears twice");
         m_file.m_lines.emplace(m_path, m_line);
         return true;
     }
@@ -108,7 +108,8 @@ private:
 
     bool Open(bool list) {
         Value();
-        if (m_open.size() == MaxDepth) Fail(m_file.m_name, m_line, m_path + ": stands too deep in lists and objects");
+        if (m_open.size() == MaxDepth)
+            Fail(m_file.m_name, m_line, m_path + ": is nested too deeply in lists and objects");
         m_open.push_back({m_path, list});
         return true;
     }

@@ -55,7 +55,7 @@ EthernetInterface ReadInterface(JsonObject object, const std::vector<EthernetInt
         object.Fail("name", "expected 1 to 15 letters, digits, dots, dashes and underscores, other than lo");
     }
     const auto isSame = [&](const EthernetInterface& other) { return other.m_name == interface.m_name; };
-    if (std::any_of(before.begin(), before.end(), isSame)) object.Fail("name", "stands here twice");
+    if (std::any_of(before.begin(), before.end(), isSame)) object.Fail("name", "appears here twice");
     const auto mac = MacBytes(object.Text("mac"));
     if (!mac) object.Fail("mac", "expected six bytes as in 02:00:5e:10:00:01");
     if ((mac->front() & GroupMac) != 0 || *mac == MacAddress{}) {

@@ -106,7 +106,7 @@ private:
                 return;
             }
             FailIfEnded();
-            if (Clock::now() > m_deadline) Fail("nobody listens on its VM port");
+            if (Clock::now() > m_deadline) Fail("nothing listens on its VM port");
             ::poll(nullptr, 0, static_cast<int>(ConnectPause.count()));
         }
     }

@@ -27,15 +27,15 @@ constexpr char Usage[] =
     "       bladesim switch show|link|fail|clear …\n";
 
 constexpr char Description[] =
-    "Brings a simulated blade up, runs COMMAND in it and takes it down.\n\n"
+    "Brings up a simulated blade, runs COMMAND in it and takes it down.\n\n"
     "The blade's controller answers through /dev/ipmi0 and over the network. When COMMAND ends, nothing of the blade is\n"
-    "left. What COMMAND writes elsewhere stays, as bmhost's storage does. Needs root.";
+    "left. Whatever COMMAND writes elsewhere stays, such as bmhost's storage. Needs root.";
 
 constexpr char WhoHelp[] =
     "Who serves the controller's system interface:\n"
     "bridge   bladesim: COMMAND finds the blade's /dev/ipmi0\n"
     "none     nobody: no controller, no /dev/ipmi0\n"
-    "machine  this machine: COMMAND uses its /dev/ipmi0; all of the blade comes up but the controller\n"
+    "machine  this machine: COMMAND uses its /dev/ipmi0; everything comes up except the controller\n"
     "guest    a virtual machine that COMMAND starts: it connects to BLADESIM_VM_PORT";
 
 constexpr char Footer[] =

@@ -88,7 +88,7 @@ struct NUMBER_CASE {
 #name, (name), (number)                                                                                        \
     }
 
-/// The one place where these numbers are written a second time: hosts were built with them.
+/// The numbers once more, as hosts were built with them.
 constexpr NUMBER_CASE g_Numbers[] = {
     NUMBER(BMI_GROUP_UNSERVED_30D00, 0x30d00),
     NUMBER(BMI_GROUP_UNSERVED_30E10, 0x30e10),

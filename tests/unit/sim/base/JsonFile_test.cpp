@@ -97,7 +97,7 @@ INSTANTIATE_TEST_SUITE_P(
                     BadText{"[\n1 ]", ":1: ", "expected an object"},
                     BadText{"5", ":1: ", "expected an object {…}, found 5"},
                     BadText{"{} {}", ":1: ", "expected end of input"},
-                    BadText{"{ \"frus\": 1,\n \"x\": { \"frus\": 2 },\n\"frus\": 3 }", ":3: frus: ", "stands twice"},
+                    BadText{"{ \"frus\": 1,\n \"x\": { \"frus\": 2 },\n\"frus\": 3 }", ":3: frus: ", "appears twice"},
                     BadText{"{ \"\": 1, \"controller\": 5 }", ":1: controller: ", "expected an object"},
                     BadText{Repeated("[", 500000), ":1: ", "too deep"},
                     BadText{Repeated("{\"a\":\n", 100000), ":33: ", "too deep"},

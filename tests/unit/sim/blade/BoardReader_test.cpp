@@ -84,7 +84,7 @@ TEST_F(BladeFileBoard, KeepsTheOrderOfItsInterfaces) {
 
 TEST_F(BladeFileBoard, RefusesTwoInterfacesOfOneName) {
     EXPECT_THAT(ErrorWith("/ethernet", {{"interfaces", {Eth6(), Eth6()}}}),
-                testing::HasSubstr("ethernet.interfaces[1].name: stands here twice"));
+                testing::HasSubstr("ethernet.interfaces[1].name: appears here twice"));
 }
 
 TEST_P(BladeFileInterface, IsRefusedWithItsKeyAndWhatWasExpected) {
