@@ -3,6 +3,7 @@
 
 #include "common/veldo_common_protocol.h"
 #include "host/words/Error.h"
+#include "host/words/Nearest.h"
 #include "host/words/Value.h"
 
 #include <algorithm>
@@ -10,9 +11,7 @@
 #include <cctype>
 #include <cstdio>
 #include <limits>
-#include <numeric>
 #include <span>
-#include <utility>
 #include <vector>
 
 namespace bmhost {
@@ -37,19 +36,6 @@ std::string Upper(std::string_view text) {
     std::transform(result.begin(), result.end(), result.begin(),
                    [](unsigned char letter) { return static_cast<char>(std::toupper(letter)); });
     return result;
-}
-
-std::size_t Distance(std::string_view left, std::string_view right) {
-    std::vector<std::size_t> row(right.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 1; i <= left.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i);
-        for (std::size_t j = 1; j <= right.size(); ++j) {
-            const std::size_t replace = diagonal + (left[i - 1] == right[j - 1] ? 0 : 1);
-            diagonal = std::exchange(row[j], std::min({replace, row[j] + 1, row[j - 1] + 1}));
-        }
-    }
-    return row.back();
 }
 
 // Every way to write the name.
@@ -80,17 +66,13 @@ unsigned Number(std::string_view text, const std::string& kind, const std::vecto
         throw UsageError(kind + " '" + std::string(text) + "': expected a number from 0 to 0xffffffff");
     }
     const std::string wanted = Upper(text);
-    const Spelling* nearest = nullptr;
-    std::size_t nearestDistance = std::numeric_limits<std::size_t>::max();
+    std::vector<std::string> names;
     for (const Spelling& spelling : spellings) {
         if (spelling.m_spelling == wanted) return spelling.m_number;
-        const std::size_t distance = Distance(wanted, spelling.m_spelling);
-        if (distance >= nearestDistance) continue;
-        nearestDistance = distance;
-        nearest = &spelling;
+        names.emplace_back(spelling.m_spelling);
     }
-    throw UsageError("unknown " + kind + " '" + std::string(text) + "': expected a number or a name, perhaps " +
-                     std::string(nearest->m_spelling) + " (`bmhost groups` lists them)");
+    throw UsageError("unknown " + kind + " '" + std::string(text) +
+                     "': expected a number or a name that `bmhost groups` lists" + DidYouMean(text, names));
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 namespace bmhost {
 
 /// The group's number from a number or a name. An unknown number is passed on: the adaptor answers it. Throws
-/// UsageError for an unknown name, with the nearest one.
+/// UsageError for an unknown name, with the nearest one when there is one that is close.
 unsigned GroupNumber(std::string_view text);
 /// The same for a parameter. The group's own parameters may be written as its columns are shown, with '_' for a blank.
 unsigned ParameterNumber(std::string_view text, unsigned group);

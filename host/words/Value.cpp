@@ -3,6 +3,7 @@
 
 #include "host/words/Error.h"
 #include "host/words/Names.h"
+#include "host/words/Nearest.h"
 
 #include <charconv>
 #include <limits>
@@ -90,7 +91,10 @@ CBMIParam ParseParam(std::string_view text, bool key, unsigned group) {
         break;
     case BM_ADAPTOR::BMI_PARAM_BOOL: {
         const auto flag = ParseBool(value);
-        if (!flag) throw UsageError(Quoted(text) + ": expected true or false, not " + Quoted(value));
+        if (!flag) {
+            throw UsageError(Quoted(text) + ": expected true or false, not " + Quoted(value) +
+                             DidYouMean(value, {"true", "false"}));
+        }
         param.SetBool(*flag);
         break;
     }

@@ -12,7 +12,7 @@
 namespace {
 
 using namespace bmhost;
-using testing::HasSubstr;
+using testing::EndsWith;
 
 std::string Lower(std::string_view text) {
     std::string result(text);
@@ -91,13 +91,16 @@ TEST(Names, NumberOutOfRangeSaysTheRange) {
     }
 }
 
-TEST(Names, UnknownNameIsAnsweredWithTheNearest) {
-    EXPECT_EQ(
-        "unknown group 'hardware_bord': expected a number or a name, perhaps HARDWARE_BOARD (`bmhost groups` lists them)",
-        UsageErrorOf([] { GroupNumber("hardware_bord"); }));
-    EXPECT_THAT(UsageErrorOf([] { ParameterNumber("AMC_RUN_STAT", 0); }), HasSubstr("perhaps AMC_RUN_STATUS "));
-    EXPECT_THAT(UsageErrorOf([] { ParameterNumber("run_statu", 0x30200); }), HasSubstr("perhaps RUN_STATUS "));
-    EXPECT_THAT(UsageErrorOf([] { ParameterNumber("", 0); }), HasSubstr("unknown parameter ''"));
+TEST(Names, UnknownNameIsAnsweredWithTheNearestThatIsClose) {
+    EXPECT_EQ("unknown group 'hardware_bord': expected a number or a name that `bmhost groups` lists; did you mean "
+              "HARDWARE_BOARD?",
+              UsageErrorOf([] { GroupNumber("hardware_bord"); }));
+    EXPECT_THAT(UsageErrorOf([] { ParameterNumber("AMC_RUN_STAT", 0); }), EndsWith("; did you mean AMC_RUN_STATUS?"));
+    EXPECT_THAT(UsageErrorOf([] { ParameterNumber("run_statu", 0x30200); }), EndsWith("; did you mean RUN_STATUS?"));
+    EXPECT_EQ("unknown group 'nonsense': expected a number or a name that `bmhost groups` lists",
+              UsageErrorOf([] { GroupNumber("nonsense"); }));
+    EXPECT_EQ("unknown parameter '': expected a number or a name that `bmhost groups` lists",
+              UsageErrorOf([] { ParameterNumber("", 0); }));
 }
 
 TEST(Names, NumbersAreGivenTheirNames) {

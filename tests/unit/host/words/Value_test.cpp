@@ -114,6 +114,7 @@ TEST(Value, WhatCannotBeMeantSaysWhatWasExpected) {
         {"1=u:true", "expected an integer, decimal or 0x…, not 'true'"},
         {"1=b:1", "expected true or false, not '1'"},
         {"1=b:", "expected true or false, not ''"},
+        {"1=b:ture", "expected true or false, not 'ture'; did you mean true?"},
         {"1=4294967296", "expected an integer of 32 bits, not '4294967296' (s: before it makes it a text)"},
         {"1=-2147483649", "expected an integer of 32 bits"},
         {"1=-4294967295", "expected an integer of 32 bits"},
