@@ -1,7 +1,7 @@
 // bmhost: the reference host command.
 #include "host/commands/Dsp.h"
 #include "host/commands/Firmware.h"
-#include "host/commands/LedSet.h"
+#include "host/commands/Led.h"
 #include "host/commands/Options.h"
 #include "host/commands/Switch.h"
 #include "host/output/Redirect.h"

@@ -1,5 +1,5 @@
 // What `led set` takes, and what it refuses before anything is sent.
-#include "host/commands/LedSet.h"
+#include "host/commands/Led.h"
 
 #include "host/UsageError.h"
 

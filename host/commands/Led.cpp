@@ -1,5 +1,5 @@
 // `bmhost led set`: one LED set, refused before it is sent when it makes no sense.
-#include "host/commands/LedSet.h"
+#include "host/commands/Led.h"
 
 #include "common/veldo_common_protocol.h"
 #include "host/output/TextOutput.h"
