@@ -2,14 +2,16 @@
 #include "host/commands/Firmware.h"
 
 #include "common/veldo_common_protocol.h"
+#include "host/commands/Context.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/resident/RunOutput.h"
+#include "host/resident/Signals.h"
 #include "host/session/Session.h"
 #include "host/views/Led.h"
+#include "host/words/Commands.h"
 #include "host/words/Error.h"
-
-#include <CLI/CLI.hpp>
+#include "host/words/Nearest.h"
 
 #include <algorithm>
 #include <cctype>
@@ -18,6 +20,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <optional>
 #include <unistd.h>
 
@@ -27,8 +30,8 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-constexpr const char* FirmwareUsage =
-    "firmware update --target board|amc|rtm [--bay N] FILE [--dry-run], or firmware show";
+constexpr const char* Targets[] = {"board", "amc", "rtm"};
+constexpr Command::Range AmcBays = {FirstAmcBay, LastAmcBay};
 constexpr std::chrono::seconds Tick(1);
 constexpr int QuietSeconds = 60; // between two lines where there is no terminal
 
@@ -44,7 +47,8 @@ UpgradeRow PlaceOf(const std::string& target, std::optional<int> bay) {
     if (bay) Refuse("--bay goes with --target amc only");
     if (target == "rtm") return {UpgradeOfModule, RtmBay, UpgradeIsRunning};
     if (target == "board") return {UpgradeOfBaseboard, BaseboardBay, UpgradeIsRunning};
-    Refuse("--target '" + target + "': expected board, amc or rtm");
+    Refuse("--target '" + target + "': expected board, amc or rtm" +
+           DidYouMean(target, {std::begin(Targets), std::end(Targets)}));
 }
 
 // The firmware tool runs somewhere else: its file is told by an absolute path, which can look like no option either.
@@ -121,7 +125,7 @@ private:
 
 // The upgrade's event, or without one what the adaptor's row says: nothing while it is in progress.
 std::optional<int> Outcome(Session& session, const Progress& progress) {
-    while (const auto event = session.Manager().TakeEvent(Tick)) {
+    while (const auto event = session.TakeEvent(Tick)) {
         if (event->m_event == BMI_GROUP_FIRMWARE_UPDATE) return UpgradeOf(event->m_params).m_state;
         progress.Line(EventLine(*event));
     }
@@ -130,37 +134,14 @@ std::optional<int> Outcome(Session& session, const Progress& progress) {
     if (row == nullptr) return UpgradeHasFailed;
     const int state = UpgradeOf(*row).m_state;
     if (state == UpgradeIsRunning) return std::nullopt;
-    session.Manager().TakeEvent(std::chrono::milliseconds(0)); // it may have come in between
+    session.TakeEvent(std::chrono::milliseconds(0)); // it may have come in between
     return state;
 }
 
 } // namespace
 
-FirmwareOrder ParseFirmwareOrder(const std::vector<std::string>& words) {
-    CLI::App app("", "firmware");
-    std::vector<std::string> positional;
-    std::string target;
-    int bay = 0;
-    FirmwareOrder order;
-    app.set_help_flag();
-    app.add_option("WORDS", positional);
-    app.add_option("--target", target);
-    app.add_option("--bay", bay)->check(CLI::Range(FirstAmcBay, LastAmcBay));
-    app.add_flag("--dry-run", order.m_dryRun);
-    try {
-        app.parse(std::vector<std::string>(words.rbegin(), words.rend())); // as the library wants them
-    } catch (const CLI::ParseError& error) {
-        throw UsageError(std::string("firmware: ") + error.what());
-    }
-    if (positional.size() == 2 && positional[1] == "show" && words.size() == 2) {
-        order.m_show = true;
-        return order;
-    }
-    if (positional.size() != 3 || positional[1] != "update" || app.count("--target") == 0)
-        throw UsageError(std::string("firmware: expected ") + FirmwareUsage);
-    order.m_place = PlaceOf(target, app.count("--bay") > 0 ? std::optional(bay) : std::nullopt);
-    order.m_file = CheckedFile(positional[2]);
-    return order;
+FirmwareOrder FirmwareOrderOf(const FirmwareWords& words) {
+    return {PlaceOf(words.m_target, words.m_bay), CheckedFile(words.m_file)};
 }
 
 std::string FirmwareDryRun(const FirmwareOrder& order) {
@@ -201,6 +182,55 @@ bool UpdateFirmware(Session& session, const FirmwareOrder& order, int output) {
     fflush(stdout);
     if (state != UpgradeIsDone) ShowWithheld(); // the tool's report
     return state == UpgradeIsDone;
+}
+
+namespace {
+
+bool RunUpdate(const FirmwareWords& words, Context& context) {
+    const FirmwareOrder order = FirmwareOrderOf(words);
+    if (words.m_dryRun) {
+        WriteAll(context.Output(), FirmwareDryRun(order));
+        return true;
+    }
+    const auto update = [&] {
+        return context.WithSession(
+            [&](Session& session, int output) { return UpdateFirmware(session, order, output); });
+    };
+    if (!context.TakesSignals()) return update();
+    StopRequest notGranted;
+    return WithSignals(notGranted, "waiting for the end of the upgrade", update);
+}
+
+bool RunShow(Context& context) {
+    return RunForPeople(
+        context, [](Session& session, bool, std::string& text, std::string&) { return ShowFirmware(session, text); });
+}
+
+} // namespace
+
+void AddFirmware(Commands& commands) {
+    Command& family = commands.Add("firmware", "upgrade firmware", OnCommandLine | InShell);
+    Command& update = family.Add("update", "upgrade firmware and follow it");
+    const auto words = update.Own<FirmwareWords>();
+    update.ForPeople()
+        .Option({"--target", "T", "board, amc (with --bay) or rtm", {Targets[0], Targets[1], Targets[2]}, true},
+                words->m_target)
+        .Option({"--bay", "N", "the bay of the AMC, 1 to 8"}, words->m_bay, AmcBays)
+        .Word("FILE", words->m_file, Choices::Kind::File)
+        .Flag({"--dry-run", "", "check the words and the file, and show what would be written"}, words->m_dryRun)
+        .Details(
+            "FILE has to be a regular file that is not empty; the adaptor is given its absolute path. Follows the upgrade "
+            "to its\nend and shows for how long it runs. When it fails, standard error has what the firmware tool said. "
+            "Status 0 when\nit passed. A signal does not end bmhost before the tool has ended; the third one does, and "
+            "leaves the tool alone.\nCtrl-C and the hangup of the terminal reach the tool as well.\n")
+        .Example("bmhost firmware update --target amc --bay 3 image.bin")
+        .Example("bmhost firmware update --target rtm image.bin --dry-run")
+        .Run([words](Context& context) { return RunUpdate(*words, context); });
+    family.Add("show", "show the state of the last upgrade")
+        .ForPeople()
+        .Details("Target and state of the last upgrade of this process's adaptor.\n")
+        .Example("bmhost firmware show")
+        .Run(RunShow);
 }
 
 } // namespace bmhost

@@ -3,23 +3,28 @@
 
 #include "host/views/StatusNames.h"
 
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace bmhost {
 
 class Session;
 
-struct FirmwareOrder {
-    bool m_show = false; ///< nothing but the state
+/// The words of `firmware update` as they are typed.
+struct FirmwareWords {
+    std::string m_target;
+    std::optional<int> m_bay;
+    std::string m_file;
     bool m_dryRun = false;
+};
+
+struct FirmwareOrder {
     UpgradeRow m_place{};
     std::string m_file; ///< absolute
 };
 
-/// From the words `firmware show` or `firmware update --target board|amc|rtm [--bay N] FILE [--dry-run]`. The file is
-/// looked at: it has to be a regular one that can be read and is not empty. Throws UsageError.
-FirmwareOrder ParseFirmwareOrder(const std::vector<std::string>& words);
+/// Looks at the file: it has to be a regular one that can be read and is not empty. Throws UsageError.
+FirmwareOrder FirmwareOrderOf(const FirmwareWords& words);
 
 /// What a dry run tells: the write that an upgrade would make.
 std::string FirmwareDryRun(const FirmwareOrder& order);

@@ -2,16 +2,18 @@
 #include "host/commands/Led.h"
 
 #include "common/veldo_common_protocol.h"
+#include "host/commands/Context.h"
 #include "host/output/TextOutput.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
 #include "host/views/LedPanel.h"
+#include "host/words/Commands.h"
 #include "host/words/CompletionCode.h"
 #include "host/words/Error.h"
-
-#include <CLI/CLI.hpp>
+#include "host/words/Nearest.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace bmhost {
 
@@ -25,7 +27,7 @@ constexpr int ShortestTime = 100;
 constexpr int LongestTime = 2500;
 constexpr int DefaultTime = 500;
 
-constexpr const char* LedSetUsage = "led set BAY LED on|off|blink|local [--color C] [--on MS --off MS]";
+constexpr Command::Range Times = {1, 60000}; // milliseconds
 
 struct NamedNumber {
     const char* m_name;
@@ -38,6 +40,21 @@ constexpr NamedNumber Actions[] = {{"on", static_cast<int>(LedAction::On)},
                                    {"off", static_cast<int>(LedAction::Off)},
                                    {"blink", static_cast<int>(LedAction::Blink)},
                                    {"local", static_cast<int>(LedAction::Local)}};
+
+template <std::size_t Size>
+std::vector<std::string> NamesOf(const NamedNumber (&table)[Size]) {
+    std::vector<std::string> names;
+    for (const NamedNumber& row : table)
+        names.emplace_back(row.m_name);
+    return names;
+}
+
+std::vector<std::string> ColorNames() {
+    std::vector<std::string> names;
+    for (int color = LedNoColor + 1; LedColorNumber(LedColorName(color)); ++color)
+        names.emplace_back(LedColorName(color));
+    return names;
+}
 
 template <std::size_t Size>
 std::optional<int> NumberOf(const NamedNumber (&table)[Size], const std::string& name) {
@@ -55,33 +72,35 @@ std::optional<int> Digit(const std::string& word, int first, int last) {
 int Bay(const std::string& word) {
     if (const auto named = NumberOf(Bays, word)) return *named;
     if (const auto number = Digit(word, FirstAmcBay, RtmBay)) return *number;
-    throw UsageError("led set: BAY '" + word + "': expected board, rtm, or a bay from 1 to 9");
+    throw UsageError("led set: BAY '" + word + "': expected board, rtm, or a bay from 1 to 9" +
+                     DidYouMean(word, NamesOf(Bays)));
 }
 
 int Led(const std::string& word) {
     if (const auto named = NumberOf(LedNames, word)) return *named;
     if (const auto number = Digit(word, FirstLed, LastLed)) return *number;
-    throw UsageError("led set: LED '" + word + "': expected hot-swap, out-of-service, health, or a number from 1 to 4");
+    throw UsageError("led set: LED '" + word + "': expected hot-swap, out-of-service, health, or a number from 1 to 4" +
+                     DidYouMean(word, NamesOf(LedNames)));
 }
 
 LedAction Action(const std::string& word) {
     if (const auto action = NumberOf(Actions, word)) return static_cast<LedAction>(*action);
-    throw UsageError("led set: '" + word + "': expected on, off, blink or local");
+    throw UsageError("led set: '" + word + "': expected on, off, blink or local" + DidYouMean(word, NamesOf(Actions)));
 }
 
 int Color(const std::string& word) {
     if (const auto color = LedColorNumber(word)) return *color;
-    throw UsageError("led set: --color '" + word + "': expected white, red, green, blue, amber or orange");
+    throw UsageError("led set: --color '" + word + "': expected white, red, green, blue, amber or orange" +
+                     DidYouMean(word, ColorNames()));
 }
 
 /// Options that say nothing to the action are a misunderstanding.
-void CheckOptions(const CLI::App& app, LedAction action) {
-    const bool times = app.count("--on") + app.count("--off") > 0;
+void CheckOptions(const LedWords& words, LedAction action) {
+    const bool times = words.m_onTime || words.m_offTime;
     if (times && action != LedAction::Blink) throw UsageError("led set: --on and --off are the times of blink");
-    if (times && (app.count("--on") == 0 || app.count("--off") == 0))
-        throw UsageError("led set: expected --on and --off together");
+    if (times && !(words.m_onTime && words.m_offTime)) throw UsageError("led set: expected --on and --off together");
     const bool lit = action == LedAction::On || action == LedAction::Blink;
-    if (app.count("--color") > 0 && !lit) throw UsageError("led set: --color goes with on and blink only");
+    if (words.m_color && !lit) throw UsageError("led set: --color goes with on and blink only");
 }
 
 // The bay of an AMC is required by the adaptor and not looked at: it writes to the first AMC that there is.
@@ -127,29 +146,14 @@ std::string Refusal(int result, LedPlace place) {
 
 } // namespace
 
-LedOrder ParseLedOrder(const std::vector<std::string>& words) {
-    CLI::App app("", "led");
-    std::vector<std::string> positional;
-    std::string color;
+LedOrder LedOrderOf(const LedWords& words) {
     LedOrder order;
-    order.m_onTime = order.m_offTime = DefaultTime;
-    app.set_help_flag();
-    app.add_option("WORDS", positional);
-    app.add_option("--color", color);
-    const CLI::Range times(1, 60000);
-    app.add_option("--on", order.m_onTime)->check(times);
-    app.add_option("--off", order.m_offTime)->check(times);
-    std::vector<std::string> reversed(words.rbegin(), words.rend()); // as the library wants them
-    try {
-        app.parse(reversed);
-    } catch (const CLI::ParseError& error) {
-        throw UsageError(std::string("led set: ") + error.what());
-    }
-    if (positional.size() != 5 || positional[1] != "set") throw UsageError(std::string("led: expected ") + LedSetUsage);
-    order.m_place = {Bay(positional[2]), Led(positional[3])};
-    order.m_action = Action(positional[4]);
-    CheckOptions(app, order.m_action);
-    if (!color.empty()) order.m_color = Color(color);
+    order.m_place = {Bay(words.m_bay), Led(words.m_led)};
+    order.m_action = Action(words.m_action);
+    CheckOptions(words, order.m_action);
+    order.m_onTime = words.m_onTime.value_or(DefaultTime);
+    order.m_offTime = words.m_offTime.value_or(DefaultTime);
+    if (words.m_color) order.m_color = Color(*words.m_color);
     return order;
 }
 
@@ -181,6 +185,33 @@ bool SetLed(Session& session, const LedOrder& order, bool color, std::string& te
     int readResult = 0;
     if (const auto row = ReadLed(session, place, readResult)) text += LedTable({LedLine(place, *row)}, color);
     return true;
+}
+
+void AddLed(Commands& commands) {
+    Command& command = commands.Add("led", "set one LED", OnCommandLine | InShell).Add("set", "set one LED");
+    const auto words = command.Own<LedWords>();
+    command.ForPeople()
+        .Word("BAY", words->m_bay, NamesOf(Bays))
+        .Word("LED", words->m_led, NamesOf(LedNames))
+        .Word("ACTION", words->m_action, NamesOf(Actions))
+        .Option({"--color", "C", "white, red, green, blue, amber or orange; with on and blink", ColorNames()},
+                words->m_color)
+        .Option({"--on", "MS", "how long it is on when it blinks; 500 by default"}, words->m_onTime, Times)
+        .Option({"--off", "MS", "how long it is off then", {}, false, true}, words->m_offTime, Times)
+        .Details(
+            "BAY is board, rtm or a bay from 1 to 9. LED is hot-swap or blue (1), out-of-service (2), health (3) or 4.\n"
+            "ACTION is on, off, blink or local: back under local control. A controller takes tens of milliseconds from 100 "
+            "to\n2500 for a time. Without --color the adaptor chooses a colour by a rule of its own.\n"
+            "Of the modules, the adaptor sets the LEDs of the first AMC only, whatever the bay: standard error says so.\n"
+            "Shows the LED as it is read afterwards. Status 0 when it was set.\n")
+        .Example("bmhost led set 1 health blink --color amber --on 200 --off 800")
+        .Example("bmhost led set board health local")
+        .Run([words](Context& context) {
+            const LedOrder order = LedOrderOf(*words);
+            return RunForPeople(context, [&](Session& session, bool color, std::string& text, std::string& remarks) {
+                return SetLed(session, order, color, text, remarks);
+            });
+        });
 }
 
 } // namespace bmhost

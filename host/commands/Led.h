@@ -3,8 +3,8 @@
 
 #include "host/views/Led.h"
 
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace bmhost {
 
@@ -18,8 +18,18 @@ struct LedOrder {
     int m_offTime = 0;
 };
 
-/// From the words `led set BAY LED on|off|blink|local …`. Throws UsageError saying what was expected.
-LedOrder ParseLedOrder(const std::vector<std::string>& words);
+/// The words of `led set` as they are typed.
+struct LedWords {
+    std::string m_bay;
+    std::string m_led;
+    std::string m_action;
+    std::optional<std::string> m_color;
+    std::optional<int> m_onTime;
+    std::optional<int> m_offTime;
+};
+
+/// Throws UsageError saying what was expected.
+LedOrder LedOrderOf(const LedWords& words);
 
 /// Between init and fin. Appends the LED as it is read afterwards to `text`, and to `remarks` one line each for
 /// what will not be as it was asked for, and for a refusal. True when the LED was set.

@@ -1,10 +1,10 @@
-// `bmhost switch`: the external ports of the blade's Ethernet switch, and one of them enabled or disabled.
-#include "host/commands/Switch.h"
-
+// `bmhost switch`: the external ports of the blade's Ethernet switch; `switch enable` and `switch disable` set one.
 #include "common/veldo_common_protocol.h"
+#include "host/commands/Context.h"
 #include "host/output/TextOutput.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
+#include "host/words/Commands.h"
 #include "host/words/Error.h"
 #include "host/words/Names.h"
 #include "host/words/Value.h"
@@ -48,18 +48,15 @@ std::vector<std::string> PortLine(const CBMIParams& row) {
             LinkText(IntegerOf(row, BMI_HW_AMC_SWITCHPORT_OPER))};
 }
 
-} // namespace
-
-SwitchOrder ParseSwitchOrder(const std::vector<std::string>& words) {
-    if (words.size() != 3 || (words[1] != "enable" && words[1] != "disable"))
-        throw UsageError("switch: expected switch, or switch enable|disable PORT");
-    const auto port = ParseNumber(words[2]);
+int PortNumber(const std::string& word) {
+    const auto port = ParseNumber(word);
     if (!port || *port < 1 || *port > LastPort)
-        throw UsageError("switch: PORT '" + words[2] + "': expected a port from 1 to " + std::to_string(LastPort));
-    return {static_cast<int>(*port), words[1] == "enable"};
+        throw UsageError("switch: PORT '" + word + "': expected a port from 1 to " + std::to_string(LastPort));
+    return static_cast<int>(*port);
 }
 
-bool SwitchTable(Session& session, bool color, std::string& text) {
+// True when there are any and each one's link is known.
+bool SwitchTable(Session& session, bool color, std::string& text, std::string&) {
     int result = 0;
     const auto table = session.Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, result);
     std::vector<std::vector<std::string>> lines = {PortHeading};
@@ -75,13 +72,14 @@ bool SwitchTable(Session& session, bool color, std::string& text) {
     return hasPorts && allKnown;
 }
 
-bool SetSwitchPort(Session& session, const SwitchOrder& order, bool color, std::string& text, std::string& remarks) {
-    CBMIKeys keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, order.m_port);
+// Shows the port as it is read afterwards. True when it was set and its state stored.
+bool SetSwitchPort(Session& session, int port, bool enable, bool color, std::string& text, std::string& remarks) {
+    CBMIKeys keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, port);
     CBMIParams values;
-    values.Add(Integer(BMI_HW_AMC_SWITCHPORT_ADMIN, order.m_enable ? Enabled : Disabled, false));
+    values.Add(Integer(BMI_HW_AMC_SWITCHPORT_ADMIN, enable ? Enabled : Disabled, false));
     const int result = session.WriteRow(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, keys, values);
     if (result != Success) {
-        remarks += "port " + std::to_string(order.m_port) + ": " +
+        remarks += "port " + std::to_string(port) + ": " +
                    (result == NoRow ? "the blade serves no such port" : "the switch or the storage refused it") +
                    "; the adaptor answered " + ResultText(result) + "\n";
         return false;
@@ -91,6 +89,35 @@ bool SetSwitchPort(Session& session, const SwitchOrder& order, bool color, std::
         row != nullptr && readResult == Success)
         text += AlignedTable({PortHeading, PortLine(*row)}, color);
     return true;
+}
+
+void AddPortOrder(Command& family, const std::string& name, bool enable) {
+    Command& command = family.Add(name, name + " an external port");
+    const auto word = command.Own<std::string>();
+    command.ForPeople()
+        .Word("PORT", *word, {"1", "2", "3", "4"})
+        .Details(
+            "PORT is 1 to 4. Shows the port as it is read afterwards. Status 0 when it was set and its state stored.\n")
+        .Example("bmhost switch " + name + " 2")
+        .Run([word, enable](Context& context) {
+            const int port = PortNumber(*word);
+            return RunForPeople(context, [&](Session& session, bool color, std::string& text, std::string& remarks) {
+                return SetSwitchPort(session, port, enable, color, text, remarks);
+            });
+        });
+}
+
+} // namespace
+
+void AddSwitch(Commands& commands) {
+    Command& family = commands.Add("switch", "show the external ports of the Ethernet switch", OnCommandLine | InShell)
+                          .ForPeople()
+                          .Details("Their state as the adaptor keeps it, and the links as the switch has them.\n"
+                                   "Status 0 when there are ports and every link is known.\n")
+                          .Example("bmhost switch")
+                          .Run([](Context& context) { return RunForPeople(context, SwitchTable); });
+    AddPortOrder(family, "enable", true);
+    AddPortOrder(family, "disable", false);
 }
 
 } // namespace bmhost

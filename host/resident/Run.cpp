@@ -4,7 +4,7 @@
 #include "host/output/Redirect.h"
 #include "host/resident/RunOutput.h"
 #include "host/resident/Signals.h"
-#include "host/session/Session.h"
+#include "host/session/PluginSession.h"
 
 #include "bm_dev/HostLog.h"
 
@@ -140,7 +140,7 @@ bool Live(StopRequest& stop, const std::function<bool(Operation)>& call) {
 
 } // namespace
 
-bool RunHost(Session& session, RunOutput& output, StopRequest& stop) {
+bool RunHost(PluginSession& session, RunOutput& output, StopRequest& stop) {
     Teller teller(output, stop);
     bool good = false;
     {

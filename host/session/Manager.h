@@ -1,6 +1,8 @@
 // The host's side of the interface: registrations, events, mode, logger, storage.
 #pragma once
 
+#include "host/session/AdaptorEvent.h"
+
 #include "bm/BaseAdaptor.h"
 
 #include <chrono>
@@ -14,12 +16,6 @@
 #include <string>
 
 namespace bmhost {
-
-struct AdaptorEvent {
-    unsigned m_event = 0;
-    unsigned m_number = 0;
-    BM_ADAPTOR::CBMIEvParams m_params;
-};
 
 /// Events come from any thread and wait in a queue.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final

@@ -1,8 +1,7 @@
-// Calls from a file or from standard input, one per line, in one process.
+// The lines of a file or of standard input, each with one call.
 #include "host/session/Script.h"
 
 #include "host/output/Redirect.h"
-#include "host/session/Session.h"
 #include "host/words/Error.h"
 
 #include <cerrno>
@@ -63,19 +62,16 @@ bool Script::NextLine(std::string& line) {
     return next != EOF || !line.empty();
 }
 
-bool Script::Run(Session& session) {
+bool Script::Run(const std::function<bool(const std::vector<std::string>& words)>& line) {
     bool allGood = true;
-    std::string line;
-    for (int number = 1; NextLine(line); ++number) {
-        Call call;
+    std::string text;
+    for (int number = 1; NextLine(text); ++number) {
         try {
-            const auto words = SplitWords(line);
-            if (words.empty()) continue;
-            call = ParseCall(words);
+            const auto words = SplitWords(text);
+            if (!words.empty()) allGood = line(words) && allGood;
         } catch (const UsageError& error) {
             throw UsageError(m_name + ":" + std::to_string(number) + ": " + error.what());
         }
-        allGood = session.Run(call) && allGood;
     }
     return allGood;
 }

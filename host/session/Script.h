@@ -1,14 +1,13 @@
-// Calls from a file or from standard input, one per line, in one process.
+// The lines of a file or of standard input, each with one call.
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace bmhost {
-
-class Session;
 
 /// Words of a line, separated by blanks; '…' and "…" keep blanks inside a word, '#' begins a comment. Throws
 /// UsageError for a quote that does not end.
@@ -19,9 +18,9 @@ public:
     /// Opens the file; "-" is standard input. Throws UsageError.
     explicit Script(const std::string& file);
 
-    /// Makes each call of the script when its line is read, and returns whether all calls returned 1. Throws
-    /// UsageError, naming file and line, for a line that makes no sense; the calls before it have been made.
-    bool Run(Session& session);
+    /// Hands the words of each line over as it is read, and returns whether all was right. Throws UsageError naming
+    /// file and line where the taker throws one: what the lines before it ask for has been done.
+    bool Run(const std::function<bool(const std::vector<std::string>& words)>& line);
 
 private:
     bool NextLine(std::string& line);

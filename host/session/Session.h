@@ -1,11 +1,15 @@
-// One adaptor, and the calls that are made to it.
+// What a command asks of an adaptor, wherever that runs.
 #pragma once
 
 #include "host/output/Output.h"
-#include "host/session/Manager.h"
-#include "host/session/Plugin.h"
-#include "host/session/StorageLog.h"
+#include "host/session/AdaptorEvent.h"
 #include "host/words/Call.h"
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace bmhost {
 
@@ -13,42 +17,51 @@ namespace bmhost {
 constexpr int Success = BM_ADAPTOR::RESULT_OK;
 constexpr int NotFound = BM_ADAPTOR::RESULT_NOT_FOUND;
 
+/// What the host's storage has said in the log when it refused something: the adaptor's results do not say why.
+struct StorageComplaints {
+    std::size_t m_count = 0;
+    std::string m_last; ///< "EndTransaction - FILE: reason"
+};
+
+/// Every call throws std::runtime_error when an exception leaves the adaptor.
 class Session {
 public:
-    /// Throws LoadError when the adaptor cannot be loaded.
-    /// @param storage  the folder of the host's storage
-    Session(const std::string& adaptorFile, int mode, const std::string& storage, Output& output);
+    virtual ~Session() = default;
 
-    /// Makes one call and shows it. True when it returned 1; sleep and wait-event always do. Throws std::runtime_error
-    /// when an exception leaves the adaptor.
-    bool Run(Call& call);
-    /// A single call on the command line: before read, table and write comes init, after them fin; neither shows
-    /// anything.
-    bool RunAlone(Call& call);
-
-    /// Makes a lifecycle call and returns its result without showing it.
-    int Lifecycle(Operation operation);
+    /// The lifecycle call's result.
+    virtual int Lifecycle(Operation operation) = 0;
     /// The group's table, or null; `result` becomes the call's result.
-    std::unique_ptr<BM_ADAPTOR::CBMITable> Table(unsigned group, int& result);
+    virtual std::unique_ptr<BM_ADAPTOR::CBMITable> Table(unsigned group, int& result) = 0;
     /// The row of these keys, or null; likewise.
-    std::unique_ptr<BM_ADAPTOR::CBMIParams> Row(unsigned group, const BM_ADAPTOR::CBMIKeys& keys, int& result);
+    virtual std::unique_ptr<BM_ADAPTOR::CBMIParams> Row(unsigned group, const BM_ADAPTOR::CBMIKeys& keys,
+                                                        int& result) = 0;
     /// Writes a row and returns the call's result.
-    int WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPTOR::CBMIParams& values);
+    virtual int WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPTOR::CBMIParams& values) = 0;
 
-    /// The host's side, where the adaptor's events arrive. It is never destroyed.
-    HostManager& Manager() { return m_manager; }
-    /// What the storage has logged since this object was made.
-    const StorageLog& Complaints() const { return m_storageLog; }
-
-private:
-    bool Read(Call& call);
-    bool Write(Call& call);
-    void WaitEvent(int milliseconds);
-
-    StorageLog m_storageLog;
-    HostManager& m_manager;
-    Plugin m_plugin;
-    Output& m_output;
+    /// The oldest event not yet taken; waits for one.
+    virtual std::optional<AdaptorEvent> TakeEvent(std::chrono::milliseconds wait) = 0;
+    /// Those of this session.
+    virtual StorageComplaints Complaints() const = 0;
 };
+
+/// Makes one call and shows it. True when it returned 1; sleep and wait-event always do.
+bool MakeCall(Session& session, Call& call, Output& output);
+/// A call alone on the command line: read, table and write have init before and fin after, which show nothing.
+bool MakeCallAlone(Session& session, Call& call, Output& output);
+
+/// Does the work between init and fin, which show nothing; fin is called whatever the work throws.
+template <typename Work>
+bool BetweenInitAndFin(Session& session, const Work& work) {
+    session.Lifecycle(Operation::Init);
+    bool good = false;
+    try {
+        good = work();
+    } catch (...) { // nobody reads the output any more, say: the hardware is let go all the same
+        session.Lifecycle(Operation::Fin);
+        throw;
+    }
+    session.Lifecycle(Operation::Fin);
+    return good;
+}
 
 } // namespace bmhost

@@ -1,26 +1,24 @@
 // `bmhost shell`: calls and commands at a prompt, in one process.
 #include "host/shell/Shell.h"
 
-#include "host/commands/Options.h"
 #include "host/output/Redirect.h"
 #include "host/session/Script.h"
 #include "host/session/Session.h"
 #include "host/shell/ShellLines.h"
-#include "host/words/Error.h"
 
 #include <cstdio>
 #include <optional>
 #include <system_error>
-#include <unistd.h>
 
 namespace bmhost {
 
 bool Shell::Run(ShellLines& lines, const ShellCommand& command) {
-    for (bool more = true; more;) {
+    while (m_more) {
         const std::optional<std::string> line = lines.Next();
         if (!line) break;
         try {
-            more = Line(*line, command);
+            const auto words = SplitWords(*line);
+            if (!words.empty()) m_good = command(words) && m_good;
         } catch (const std::system_error&) { // nobody reads the output any more
             Close();
             throw;
@@ -34,25 +32,7 @@ bool Shell::Run(ShellLines& lines, const ShellCommand& command) {
     return m_good;
 }
 
-bool Shell::Line(const std::string& line, const ShellCommand& command) {
-    const auto words = SplitWords(line);
-    if (words.empty()) return true;
-    if (words[0] == "quit" || words[0] == "exit") return false;
-    if (words[0] == "help") {
-        if (words.size() > 2) throw UsageError("help: expected help [COMMAND]");
-        fprintf(stderr, "%s", HelpText(words.size() == 2 ? words[1] : "").c_str());
-        return true;
-    }
-    bool good = false;
-    if (!command(words, good)) {
-        Call call = ParseCall(words);
-        good = MakeCall(call);
-    }
-    m_good = m_good && good;
-    return true;
-}
-
-bool Shell::MakeCall(Call& call) {
+bool Shell::Make(Call& call) {
     if (NeedsLife(call.m_operation)) Opened();
     switch (call.m_operation) {
     case Operation::Init:
@@ -70,7 +50,7 @@ bool Shell::MakeCall(Call& call) {
     default:
         break;
     }
-    const bool good = m_session.Run(call);
+    const bool good = MakeCall(m_session, call, m_output);
     fflush(stdout);
     const bool runsTools = call.m_operation == Operation::Start || call.m_operation == Operation::Stop;
     if (runsTools && !good) {

@@ -9,33 +9,36 @@
 
 namespace bmhost {
 
+class Output;
 class Session;
 class ShellLines;
 
-/// Runs a command for people, given its words; false when there is no such command. Otherwise `good` says whether all
-/// is well. Throws UsageError for bad words.
-using ShellCommand = std::function<bool(const std::vector<std::string>& words, bool& good)>;
+/// Does what a line asks for, and returns whether all was right. Throws UsageError for words that cannot be meant.
+using ShellCommand = std::function<bool(const std::vector<std::string>& words)>;
 
 class Shell {
 public:
-    explicit Shell(Session& session) : m_session(session) {}
+    Shell(Session& session, Output& output) : m_session(session), m_output(output) {}
 
-    /// Runs until `quit` or the end of the lines; either is a normal end. Then stops what was started, and calls fin if
+    /// Until it is told to quit, or the lines end, which is no error; then stops what was started and calls fin, if
     /// init was called. True when nothing went wrong. Throws what the output throws, after fin.
     bool Run(ShellLines& lines, const ShellCommand& command);
-    /// The session after init, which is called first if necessary.
+    /// This line is the last.
+    void Quit() { m_more = false; }
+    /// The session after its init, which is called when it was not yet.
     Session& Opened();
+    /// Makes a call and shows what it gave.
+    bool Make(Call& call);
 
 private:
-    /// False when this was the last line.
-    bool Line(const std::string& line, const ShellCommand& command);
-    bool MakeCall(Call& call);
     void Close();
 
     Session& m_session;
+    Output& m_output;
     bool m_open = false;
     bool m_started = false;
     bool m_good = true;
+    bool m_more = true;
 };
 
 } // namespace bmhost

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <unistd.h>
+#include <utility>
 
 namespace bmhost {
 
@@ -33,10 +34,10 @@ private:
 
 } // namespace
 
-std::unique_ptr<ShellLines> MakeShellLines() {
+std::unique_ptr<ShellLines> MakeShellLines(PromptHelp help) {
     const bool prompt = isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
     std::FILE* const input = fdopen(TakeStandardInput(), "r");
-    if (prompt) return MakeShellPrompt(input);
+    if (prompt) return MakeShellPrompt(input, std::move(help));
     return std::make_unique<PlainLines>(input);
 }
 

@@ -1,6 +1,7 @@
 // The lines of a shell: typed at a prompt with history and completion, or plain.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,11 +17,15 @@ public:
     virtual std::optional<std::string> Next() = 0;
 };
 
-/// Reads standard input, with a prompt when it and standard error are terminals. From now on the adaptor finds its
-/// standard input empty.
-std::unique_ptr<ShellLines> MakeShellLines();
+/// What a prompt knows beside the line that is typed.
+struct PromptHelp {
+    std::string m_historyFile;
+    /// What may stand in place of the last word of this text, which is what stands before the cursor.
+    std::function<std::vector<std::string>(const std::string& before)> m_completions;
+};
 
-/// The candidates for the last word of the text before the cursor.
-std::vector<std::string> ShellCompletions(const std::string& before);
+/// From standard input, with a prompt when that and standard error are terminals. The adaptor finds its standard input
+/// empty from now on.
+std::unique_ptr<ShellLines> MakeShellLines(PromptHelp help);
 
 } // namespace bmhost

@@ -1,8 +1,6 @@
 // The shell's prompt on a terminal, by libedit.
 #include "host/shell/ShellPrompt.h"
 
-#include "host/commands/Options.h"
-
 #include <histedit.h>
 #include <termios.h>
 #include <unistd.h>
@@ -10,6 +8,7 @@
 #include <cerrno>
 #include <clocale>
 #include <csignal>
+#include <utility>
 
 namespace bmhost {
 
@@ -21,29 +20,7 @@ const char* Prompt(EditLine*) {
     return "bmhost> ";
 }
 
-// Enters what the candidates have in common; if that adds nothing, lists them.
-unsigned char Complete(EditLine* edit, int) {
-    const LineInfo* const line = el_line(edit);
-    const std::string before(line->buffer, line->cursor);
-    const auto words = ShellCompletions(before);
-    if (words.empty()) return CC_ERROR;
-    std::string common = words[0];
-    for (const std::string& word : words) {
-        while (!word.starts_with(common))
-            common.pop_back();
-    }
-    const std::size_t typed = before.size() - (before.find_last_of(" \t") + 1);
-    const bool whole = words.size() == 1 && !common.ends_with('=');
-    const std::string addition = common.substr(typed) + (whole ? " " : "");
-    if (!addition.empty()) return el_insertstr(edit, addition.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
-    fputc('\n', stderr);
-    for (const std::string& word : words)
-        fprintf(stderr, "%s  ", word.c_str());
-    fputc('\n', stderr);
-    return CC_REDISPLAY;
-}
-
-// An interrupt that does not come from the keyboard drops the line, too; while a call runs, it ends the process, as
+// An interrupt that does not come from the keyboard drops the line too; while a call runs it ends the process as
 // everywhere.
 class Interruptible {
 public:
@@ -62,16 +39,16 @@ private:
 
 class ShellPrompt final : public ShellLines {
 public:
-    explicit ShellPrompt(std::FILE* terminal)
+    ShellPrompt(std::FILE* terminal, PromptHelp help)
         : m_terminal(terminal),
           m_history(history_init()),
-          m_historyFile(StateFile("bmhost_history")) {
-        setlocale(LC_CTYPE, ""); // the user may type more than ASCII
+          m_help(std::move(help)) {
+        setlocale(LC_CTYPE, ""); // what is typed may be more than ASCII
         m_edit = el_init("bmhost", m_terminal, stderr, stderr);
         HistEvent event{};
         history(m_history, &event, H_SETSIZE, HistoryLines);
         history(m_history, &event, H_SETUNIQUE, 1);
-        history(m_history, &event, H_LOAD, m_historyFile.c_str());
+        history(m_history, &event, H_LOAD, m_help.m_historyFile.c_str());
         el_set(m_edit, EL_PROMPT, Prompt);
         el_set(m_edit, EL_EDITOR, "emacs");
         el_set(m_edit, EL_HIST, history, m_history);
@@ -85,7 +62,7 @@ public:
     ShellPrompt& operator=(const ShellPrompt&) = delete;
     ~ShellPrompt() override {
         HistEvent event{};
-        history(m_history, &event, H_SAVE, m_historyFile.c_str());
+        history(m_history, &event, H_SAVE, m_help.m_historyFile.c_str());
         el_end(m_edit);
         history_end(m_history);
         std::fclose(m_terminal);
@@ -117,11 +94,37 @@ private:
         tcsetattr(fileno(m_terminal), TCSADRAIN, &mode);
     }
 
-    static unsigned char Drop(EditLine* edit, int) {
+    static ShellPrompt& Self(EditLine* edit) {
         ShellPrompt* self = nullptr;
         el_get(edit, EL_CLIENTDATA, &self);
-        self->m_dropped = true;
+        return *self;
+    }
+
+    static unsigned char Drop(EditLine* edit, int) {
+        Self(edit).m_dropped = true;
         return CC_NEWLINE;
+    }
+
+    // All that the possible words have in common is entered; where that is nothing new, they are listed.
+    static unsigned char Complete(EditLine* edit, int) {
+        const LineInfo* const line = el_line(edit);
+        const std::string before(line->buffer, line->cursor);
+        const auto words = Self(edit).m_help.m_completions(before);
+        if (words.empty()) return CC_ERROR;
+        std::string common = words[0];
+        for (const std::string& word : words) {
+            while (!word.starts_with(common))
+                common.pop_back();
+        }
+        const std::size_t typed = before.size() - (before.find_last_of(" \t") + 1);
+        const bool whole = words.size() == 1 && !common.ends_with('=');
+        const std::string addition = common.substr(typed) + (whole ? " " : "");
+        if (!addition.empty()) return el_insertstr(edit, addition.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+        fputc('\n', stderr);
+        for (const std::string& word : words)
+            fprintf(stderr, "%s  ", word.c_str());
+        fputc('\n', stderr);
+        return CC_REDISPLAY;
     }
 
     std::string Remembered(std::string line) {
@@ -133,15 +136,15 @@ private:
 
     std::FILE* m_terminal;
     History* m_history;
-    std::string m_historyFile;
+    PromptHelp m_help;
     EditLine* m_edit = nullptr;
     bool m_dropped = false;
 };
 
 } // namespace
 
-std::unique_ptr<ShellLines> MakeShellPrompt(std::FILE* terminal) {
-    return std::make_unique<ShellPrompt>(terminal);
+std::unique_ptr<ShellLines> MakeShellPrompt(std::FILE* terminal, PromptHelp help) {
+    return std::make_unique<ShellPrompt>(terminal, std::move(help));
 }
 
 } // namespace bmhost

@@ -7,7 +7,7 @@
 
 namespace bmhost {
 
-/// Takes over the terminal and closes it at the end. The history is kept in the user's state folder.
-std::unique_ptr<ShellLines> MakeShellPrompt(std::FILE* terminal);
+/// Takes the terminal, which it closes at its end.
+std::unique_ptr<ShellLines> MakeShellPrompt(std::FILE* terminal, PromptHelp help);
 
 } // namespace bmhost

@@ -1,4 +1,4 @@
-// One call as it is typed, on the command line or in a script line.
+// One call: the operation, and what it is given.
 #pragma once
 
 #include "bm/Params.h"
@@ -25,7 +25,12 @@ std::string_view OperationName(Operation operation);
 /// Whether the operation is made between an init and a fin when it stands alone: read, table and write are.
 bool NeedsLife(Operation operation);
 
-/// Makes a call of its words. Throws UsageError saying what was expected.
-Call ParseCall(const std::vector<std::string>& words);
+/// Makes a read, a table or a write of its words. Throws UsageError saying what was expected.
+/// @param words  ID=VALUE, and of a write the "--" between keys and values
+/// @param usage  what was expected, for the error's text
+Call ParseGroupCall(Operation operation, const std::string& group, const std::vector<std::string>& words,
+                    const std::string& usage);
+/// Makes a sleep or a wait-event; likewise.
+Call ParseWait(Operation operation, const std::string& milliseconds, const std::string& usage);
 
 } // namespace bmhost

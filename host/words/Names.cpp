@@ -77,6 +77,13 @@ unsigned Number(std::string_view text, const std::string& kind, const std::vecto
 
 } // namespace
 
+std::string LowerCase(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return result;
+}
+
 unsigned GroupNumber(std::string_view text) {
     std::vector<Spelling> spellings;
     for (const auto& row : g_GroupNames) {
@@ -116,10 +123,38 @@ std::string_view ParameterName(unsigned id) {
 std::string ColumnName(unsigned id) {
     const std::string_view name = ParameterName(id);
     if (name.empty()) return Hex(id);
-    std::string column(WithoutTable(name));
-    std::transform(column.begin(), column.end(), column.begin(),
-                   [](unsigned char letter) { return letter == '_' ? ' ' : static_cast<char>(std::tolower(letter)); });
+    std::string column = LowerCase(WithoutTable(name));
+    std::replace(column.begin(), column.end(), '_', ' ');
     return column;
+}
+
+std::vector<std::string> ShortGroupNames() {
+    std::vector<std::string> names;
+    for (const auto& group : g_GroupNames) {
+        std::string_view name = group.m_Name;
+        for (const std::string_view prefix : {"BMI_GROUP_", "HARDWARE_", "BM_IPMI_"}) {
+            if (name.starts_with(prefix)) name.remove_prefix(prefix.size());
+        }
+        names.push_back(LowerCase(name));
+    }
+    return names;
+}
+
+std::vector<std::string> ParameterWords(std::string_view group) {
+    std::vector<std::string> words;
+    unsigned number = 0;
+    try {
+        number = GroupNumber(group);
+    } catch (const UsageError&) {
+        return words;
+    }
+    for (const auto& param : g_ParameterNames) {
+        if (!IsParameterOf(param.m_Id, number)) continue;
+        std::string word = ColumnName(param.m_Id);
+        std::replace(word.begin(), word.end(), ' ', '_');
+        words.push_back(word + "=");
+    }
+    return words;
 }
 
 std::string Hex(unsigned number) {

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace bmhost {
 
@@ -19,6 +20,13 @@ std::string_view GroupName(unsigned group);
 std::string_view ParameterName(unsigned id);
 /// A parameter's name for people: without its table's prefix, in lower case with blanks. Its number when unknown.
 std::string ColumnName(unsigned id);
+
+/// The shortest way to write each group, in lower case.
+std::vector<std::string> ShortGroupNames();
+/// The group's own parameters as they are typed: "bay=". None of an unknown group.
+std::vector<std::string> ParameterWords(std::string_view group);
+
+std::string LowerCase(std::string_view text);
 
 /// "0x30200".
 std::string Hex(unsigned number);

@@ -1,21 +1,15 @@
 // What somebody who mistyped a word probably meant.
 #include "host/words/Nearest.h"
 
+#include "host/words/Names.h"
+
 #include <algorithm>
-#include <cctype>
 #include <numeric>
 #include <utility>
 
 namespace bmhost {
 
 namespace {
-
-std::string Lower(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return lower;
-}
 
 // One slip in a short word, one more for every four letters; never as many as the word has letters.
 bool IsClose(std::size_t distance, std::size_t length) {
@@ -46,11 +40,11 @@ std::size_t EditDistance(std::string_view left, std::string_view right) {
 }
 
 std::string Nearest(std::string_view word, const std::vector<std::string>& candidates) {
-    const std::string typed = Lower(word);
+    const std::string typed = LowerCase(word);
     const std::string* nearest = nullptr;
     std::size_t nearestDistance = typed.size();
     for (const std::string& candidate : candidates) {
-        const std::size_t distance = EditDistance(typed, Lower(candidate));
+        const std::size_t distance = EditDistance(typed, LowerCase(candidate));
         if (distance >= nearestDistance) continue;
         nearestDistance = distance;
         nearest = &candidate;

@@ -27,7 +27,7 @@ def test_run_ends_by_itself_where_nothing_can_be_started(blade):
 def test_shell_keeps_one_adaptor_for_all_its_lines(blade):
     done = bmhost(blade, "shell", options=["--mode", "2"], input="write amc_table bay=3 -- run_status=4\nnonsense\nstatus\nquit\nstatus\n")
     assert done.returncode == 1
-    assert "unknown call 'nonsense'" in done.stderr
+    assert "unknown command 'nonsense'" in done.stderr
     assert re.search(r"AMC bay 3 +QS-AMC4 Media +running \(4\)", done.stdout)
     assert done.stdout.count("health LED") == 1
 

@@ -29,6 +29,23 @@ TEST(Bmhost, ReadAloneCallsInitBeforeAndFinAfterInSilence) {
     EXPECT_THAT(ended.ErrorLines(), IsEmpty());
 }
 
+TEST(Bmhost, TakesItsOptionsBehindTheCommandAsWell) {
+    EXPECT_EQ(ReadLine, RunStub("good", {"read", "0x10", "1=3", "2=\xE9", "--json"}).m_out);
+    EXPECT_EQ(ReadLine, RunStub("good", {"read", "--json", "0x10", "1=3", "2=\xE9"}).m_out);
+    EXPECT_EQ("{\"op\":\"write\",\"group\":\"0x10\",\"result\":1}\n",
+              RunStub("good", {"write", "0x10", "1=3", "--", "2=4", "--json"}).m_out);
+    EXPECT_EQ("{\"op\":\"init\",\"result\":1}\n", RunStub("good", {"script", "-", "--json"}, "init\n").m_out);
+    EXPECT_EQ("{\"op\":\"init\",\"result\":1}\n", RunStub("good", {"shell", "--json"}, "init\n").m_out);
+    EXPECT_EQ("{\"op\":\"init\",\"result\":1}\n", RunHost({"init", "--json", "--adaptor", StubFile("good")}).m_out);
+}
+
+TEST(Bmhost, SuggestsTheWordThatWasMeant) {
+    EXPECT_THAT(RunStub("good", {"inventroy"}).ErrorLines(), ElementsAre(HasSubstr("; did you mean inventory?")));
+    EXPECT_THAT(RunStub("good", {"script", "-"}, "raed 1\n").ErrorLines(),
+                ElementsAre(HasSubstr("; did you mean read?")));
+    EXPECT_THAT(RunStub("good", {"shell"}, "satus\n").ErrorLines(), ElementsAre(HasSubstr("; did you mean status?")));
+}
+
 TEST(Bmhost, TableAloneCallsInitBeforeAndFinAfterInSilence) {
     const Ended ended = RunStub("good", {"--json", "table", "0x10"});
     EXPECT_EQ(0, ended.m_status);
@@ -95,7 +112,7 @@ TEST(Bmhost, BadUsageIsStatusTwoWithOneLineAndNoAdaptor) {
         {"read", "nosuch"},
         {"read", "0x10", "1"},
         {"write", "0x10", "1=2"},
-        {"table", "0x10", "--json"},
+        {"table", "0x10", "--jsno"},
         {"script"},
         {"script", "/no/such/file"},
         {"--json", "inventory"},
@@ -129,8 +146,14 @@ TEST(Bmhost, LogGoesToTheFileAsWell) {
 }
 
 TEST(Bmhost, HelpVersionAndGroupsNeedNoAdaptor) {
-    for (const std::vector<std::string>& words :
-         {std::vector<std::string>{"--help"}, {"table", "--help"}, {"--version"}, {"groups"}}) {
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"--help"},
+                                                  {"table", "--help"},
+                                                  {"--version"},
+                                                  {"-V"},
+                                                  {"groups"},
+                                                  {"help"},
+                                                  {"help", "led", "set"},
+                                                  {"completions", "le"}}) {
         std::vector<std::string> all = {"--adaptor", "/no/such/file"};
         all.insert(all.end(), words.begin(), words.end());
         const Ended ended = RunHost(all);

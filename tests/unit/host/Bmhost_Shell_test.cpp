@@ -42,7 +42,7 @@ TEST(BmhostShell, GoesOnAfterWhatCannotBeMeant) {
     const Ended ended = RunShell("nonsense\nread 'x\nread\ninit\n");
     EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("Init Fin Destroy", ended.StubCalls());
-    EXPECT_THAT(ended.ErrorLines(), ElementsAre(HasSubstr("unknown call 'nonsense'"), HasSubstr("does not end"),
+    EXPECT_THAT(ended.ErrorLines(), ElementsAre(HasSubstr("unknown command 'nonsense'"), HasSubstr("does not end"),
                                                 HasSubstr("expected read GROUP")));
 }
 
@@ -95,7 +95,7 @@ TEST(BmhostShell, HelpListsWhatItTakesAndNothingElse) {
     EXPECT_THAT(listed, IsSupersetOf({"init", "read", "led", "status", "sleep", "wait-event", "help", "quit"}));
     for (const std::string& word : listed) {
         EXPECT_THAT(RunShell(word + " too much\n").m_err,
-                    AllOf(Not(HasSubstr("unknown call")), Not(HasSubstr("not in a shell"))))
+                    AllOf(Not(HasSubstr("unknown command '" + word + "'")), Not(HasSubstr("not in a shell"))))
             << word;
         EXPECT_THAT(RunShell("help " + word + "\n").m_err, StartsWith("Usage: ")) << word;
     }

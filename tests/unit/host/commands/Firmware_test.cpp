@@ -2,12 +2,14 @@
 #include "host/commands/Firmware.h"
 
 #include "host/UsageError.h"
+#include "host/commands/FakeContext.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <unistd.h>
 
 namespace {
@@ -30,7 +32,8 @@ protected:
         std::vector<std::string> command = {"firmware"};
         for (const std::string& word : words)
             command.push_back(word.starts_with("@") ? m_folder + word.substr(1) : word);
-        return UsageErrorOf([&] { ParseFirmwareOrder(command); });
+        FakeContext context;
+        return UsageErrorOf([&] { RunWords(context, command); });
     }
 
     std::string m_folder;
@@ -38,30 +41,36 @@ protected:
 
 TEST_F(FirmwareOrderTest, NamesItsTarget) {
     struct PlaceCase {
-        std::vector<std::string> m_words;
-        int m_target;
-        int m_bay;
+        const char* m_target;
+        std::optional<int> m_bay;
+        UpgradeRow m_place;
     };
-    const PlaceCase cases[] = {
-        {{"--target", "board"}, 0, 0}, {{"--target", "rtm"}, 1, 9}, {{"--target", "amc", "--bay", "8"}, 1, 8}};
+    const PlaceCase cases[] = {{"board", {}, {0, 0}}, {"rtm", {}, {1, 9}}, {"amc", 8, {1, 8}}};
     for (const PlaceCase& testCase : cases) {
-        std::vector<std::string> command = {"firmware", "update", m_folder + "/image.bin"};
-        command.insert(command.end(), testCase.m_words.begin(), testCase.m_words.end());
-        const FirmwareOrder order = ParseFirmwareOrder(command);
-        EXPECT_EQ(testCase.m_target, order.m_place.m_target);
-        EXPECT_EQ(testCase.m_bay, order.m_place.m_bay);
+        const FirmwareOrder order = FirmwareOrderOf({testCase.m_target, testCase.m_bay, m_folder + "/image.bin"});
+        EXPECT_EQ(testCase.m_place.m_target, order.m_place.m_target);
+        EXPECT_EQ(testCase.m_place.m_bay, order.m_place.m_bay);
         EXPECT_EQ(m_folder + "/image.bin", order.m_file);
-        EXPECT_FALSE(order.m_dryRun || order.m_show);
     }
 }
 
 TEST_F(FirmwareOrderTest, MakesThePathAbsolute) {
     const fs::path before = fs::current_path();
     fs::current_path(m_folder);
-    const FirmwareOrder order = ParseFirmwareOrder({"firmware", "update", "--dry-run", "--target", "rtm", "image.bin"});
+    const FirmwareOrder order = FirmwareOrderOf({"rtm", {}, "image.bin"});
     fs::current_path(before);
     EXPECT_EQ(fs::path(m_folder) / "image.bin", fs::path(order.m_file));
-    EXPECT_TRUE(order.m_dryRun);
+}
+
+TEST_F(FirmwareOrderTest, TakesAFileThatLooksLikeAnOptionAfterTwoDashes) {
+    std::ofstream(m_folder + "/-image.bin") << "image";
+    const fs::path before = fs::current_path();
+    fs::current_path(m_folder);
+    FakeContext context;
+    EXPECT_FALSE(RunWords(context, {"firmware", "update", "--target", "rtm", "--", "-image.bin"})) << "nothing ends it";
+    fs::current_path(before);
+    ASSERT_EQ(1U, context.m_session.m_written.size());
+    EXPECT_THAT(context.m_session.m_written[0], HasSubstr("/-image.bin"));
 }
 
 TEST_F(FirmwareOrderTest, RefusesFilesThatAreNoImage) {
@@ -78,21 +87,23 @@ TEST_F(FirmwareOrderTest, RefusesTargetsThatAreNone) {
     EXPECT_THAT(Refusal({"update", "--target", "amc", "@/image.bin"}), HasSubstr("expected --bay N"));
     EXPECT_THAT(Refusal({"update", "--target", "rtm", "--bay", "3", "@/image.bin"}), HasSubstr("--bay goes with"));
     EXPECT_THAT(Refusal({"update", "--target", "amc", "--bay", "9", "@/image.bin"}), HasSubstr("--bay"));
-    EXPECT_THAT(Refusal({"update", "@/image.bin"}), HasSubstr("expected firmware update --target"));
+    EXPECT_THAT(Refusal({"update", "--target", "bord", "@/image.bin"}), HasSubstr("; did you mean board?"));
+    EXPECT_THAT(Refusal({"update", "@/image.bin"}),
+                HasSubstr("'firmware update' is not enough: expected firmware update --target T"));
 }
 
 TEST_F(FirmwareOrderTest, RefusesOtherWords) {
-    for (const std::vector<std::string>& command : {std::vector<std::string>{},
-                                                    {"update"},
-                                                    {"show", "--dry-run"},
-                                                    {"burn", "@/image.bin", "--target", "rtm"},
-                                                    {"update", "--target", "rtm", "@/image.bin", "@/image.bin"}})
-        EXPECT_THAT(Refusal(command), HasSubstr("expected firmware update"));
+    EXPECT_THAT(Refusal({}), HasSubstr("'firmware' is not enough: expected firmware update --target T [--bay N] FILE "
+                                       "[--dry-run], or firmware show"));
+    EXPECT_THAT(Refusal({"update"}), HasSubstr("is not enough: expected firmware update"));
+    EXPECT_THAT(Refusal({"burn", "@/image.bin", "--target", "rtm"}), HasSubstr("'--target'"));
+    EXPECT_THAT(Refusal({"burn", "@/image.bin"}),
+                HasSubstr("unknown command 'firmware burn': expected firmware update"));
+    EXPECT_THAT(Refusal({"updat", "@/image.bin"}), HasSubstr("; did you mean update?"));
+    EXPECT_THAT(Refusal({"update", "--target", "rtm", "@/image.bin", "@/image.bin"}),
+                HasSubstr("is too much: expected"));
+    EXPECT_THAT(Refusal({"show", "--dry-run"}), HasSubstr("unknown option '--dry-run'"));
     EXPECT_THAT(Refusal({"update", "--force"}), HasSubstr("--force"));
-}
-
-TEST_F(FirmwareOrderTest, ShowsTheState) {
-    EXPECT_TRUE(ParseFirmwareOrder({"firmware", "show"}).m_show);
 }
 
 } // namespace

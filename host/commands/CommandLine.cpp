@@ -1,0 +1,54 @@
+// A command on the command line: it loads the adaptor for itself.
+#include "host/commands/CommandLine.h"
+
+#include "host/output/Output.h"
+#include "host/output/Redirect.h"
+#include "host/session/EndNotice.h"
+#include "host/session/PluginSession.h"
+
+#include "bm/Log.h"
+#include "bm_dev/HostLog.h"
+
+#include <chrono>
+#include <unistd.h>
+
+namespace bmhost {
+
+// The adaptor's prints would stand between the command's lines: they are withheld, and shown when the adaptor ends the
+// process. To the adaptor an empty bay is an error, and it logs eight of them; who wants to see that asks for traces.
+int OutputForPeople(const GlobalOptions& options) {
+    if (options.m_json) return PrintsToStandardError();
+    bm_dev::LogToConsole(options.m_logLevel == BM_LOG_ERROR);
+    return PrintsWithheld();
+}
+
+void ArmEndNotice(const GlobalOptions& options) {
+    ArmEndNotice(std::chrono::milliseconds(options.m_noticeAfter));
+}
+
+bool CommandLine::Make(Call& call) {
+    // The init and fin around a call alone show nothing, their prints neither.
+    const bool silent = NeedsLife(call.m_operation);
+    const auto output = Globals().m_json ? MakeJsonOutput(PrintsToStandardError())
+                                         : MakeTextOutput(silent ? PrintsWithheld() : STDOUT_FILENO);
+    ArmEndNotice(Globals());
+    PluginSession session(Globals().m_adaptor, Globals().m_mode, Globals().m_storage);
+    return MakeCallAlone(session, call, *output);
+}
+
+bool CommandLine::WithSession(const Work& work) {
+    const int output = OutputForPeople(Globals());
+    ArmEndNotice(Globals());
+    PluginSession session(Globals().m_adaptor, Globals().m_mode, Globals().m_storage);
+    return BetweenInitAndFin(session, [&] { return work(session, output); });
+}
+
+int CommandLine::Output() const {
+    return STDOUT_FILENO;
+}
+
+void CommandLine::Answer(const std::string& text) {
+    WriteAll(STDOUT_FILENO, text);
+}
+
+} // namespace bmhost

@@ -1,0 +1,25 @@
+// A command on the command line: it loads the adaptor for itself.
+#pragma once
+
+#include "host/commands/Context.h"
+
+namespace bmhost {
+
+class CommandLine final : public Context {
+public:
+    using Context::Context;
+
+    bool Make(Call& call) override;
+    bool WithSession(const Work& work) override;
+    int Output() const override;
+    void Answer(const std::string& text) override;
+    bool TakesSignals() const override { return true; }
+};
+
+/// Where the output of a command for people goes: the real standard output, while what the adaptor prints is withheld,
+/// or goes to standard error with --json.
+int OutputForPeople(const GlobalOptions& options);
+/// From now on the end of the process, and a call that does not return, are told of.
+void ArmEndNotice(const GlobalOptions& options);
+
+} // namespace bmhost

@@ -1,0 +1,37 @@
+// What a command's run works with, beside its own options.
+#include "host/commands/Context.h"
+
+#include "host/output/Redirect.h"
+#include "host/output/TextOutput.h"
+#include "host/words/Command.h"
+#include "host/words/Error.h"
+
+#include <cstdio>
+
+namespace bmhost {
+
+bool Do(const Command& command, Context& context) {
+    if (command.IsForPeople() && context.Globals().m_json)
+        throw UsageError(command.Path() + " is for people: expected it without --json");
+    return command.Runs()(context);
+}
+
+bool RunForPeople(Context& context, const ForPeople& command) {
+    int output = context.Output();
+    std::string text;
+    std::string remarks;
+    const bool good = context.WithSession([&](Session& session, int descriptor) {
+        output = descriptor;
+        return command(session, ColorWanted(descriptor), text, remarks);
+    });
+    fflush(stdout);
+    WriteAll(output, text);
+    for (std::size_t begin = 0; begin < remarks.size();) {
+        const std::size_t end = remarks.find('\n', begin);
+        fprintf(stderr, "bmhost: %s\n", remarks.substr(begin, end - begin).c_str());
+        begin = end + 1;
+    }
+    return good;
+}
+
+} // namespace bmhost

@@ -1,0 +1,52 @@
+// What a command's run works with, beside its own options.
+#pragma once
+
+#include "host/commands/GlobalOptions.h"
+
+#include <functional>
+#include <string>
+
+namespace bmhost {
+
+class Command;
+class Session;
+struct Call;
+
+/// The command line, a script and a shell have one each.
+class Context {
+public:
+    /// Work on a session that is between init and fin.
+    /// @param output  the descriptor for the command's own output
+    using Work = std::function<bool(Session& session, int output)>;
+
+    explicit Context(const GlobalOptions& globals) : m_globals(globals) {}
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
+    virtual ~Context() = default;
+
+    const GlobalOptions& Globals() const { return m_globals; }
+
+    /// Makes a call and shows what it gave. True when it returned 1.
+    virtual bool Make(Call& call) = 0;
+    virtual bool WithSession(const Work& work) = 0;
+    /// The descriptor for a command that needs no session.
+    virtual int Output() const = 0;
+    /// Shows a help.
+    virtual void Answer(const std::string& text) = 0;
+    /// Whether a command that must not be cut off takes the process's signals itself.
+    virtual bool TakesSignals() const { return false; }
+
+private:
+    const GlobalOptions& m_globals;
+};
+
+/// Runs a command whose line was read, and returns whether all was right. Throws UsageError.
+bool Do(const Command& command, Context& context);
+
+/// What a command for people makes of a session: the text for its output, lines for standard error, which are shown
+/// after it, and whether all is right.
+using ForPeople = std::function<bool(Session& session, bool color, std::string& text, std::string& remarks)>;
+
+bool RunForPeople(Context& context, const ForPeople& command);
+
+} // namespace bmhost

@@ -1,0 +1,78 @@
+// `bmhost shell`: the calls of a script and the commands for people at a prompt, in one process.
+#include "host/shell/Shell.h"
+
+#include "host/commands/CommandLine.h"
+#include "host/commands/CommandList.h"
+#include "host/output/Output.h"
+#include "host/session/PluginSession.h"
+#include "host/shell/ShellLines.h"
+#include "host/words/Completion.h"
+
+#include <cstdio>
+
+namespace bmhost {
+
+namespace {
+
+class ShellLine final : public Context {
+public:
+    ShellLine(const GlobalOptions& globals, Shell& shell, int output)
+        : Context(globals),
+          m_shell(shell),
+          m_output(output) {}
+
+    bool Make(Call& call) override { return m_shell.Make(call); }
+    bool WithSession(const Work& work) override { return work(m_shell.Opened(), m_output); }
+    int Output() const override { return m_output; }
+    // Not among the lines that a program reads.
+    void Answer(const std::string& text) override { fprintf(stderr, "%s", text.c_str()); }
+
+private:
+    Shell& m_shell;
+    int m_output;
+};
+
+void AddQuit(Commands& commands, const std::string& name, Shell* shell) {
+    commands.Add(name, "end the shell", InShell)
+        .Details("So does Ctrl-D. What was started is stopped, and fin is called.\n")
+        .Example("printf 'quit\\n' | bmhost shell")
+        .Run([shell](Context&) {
+            shell->Quit();
+            return true;
+        });
+}
+
+bool RunShell(const GlobalOptions& globals) {
+    const auto commands = MakeCommands(InShell);
+    const auto lines = MakeShellLines(
+        {StateFile("bmhost_history"), [&](const std::string& before) { return CompleteText(*commands, before); }});
+    const int descriptor = OutputForPeople(globals);
+    const auto output = globals.m_json ? MakeJsonOutput(descriptor) : MakeTextOutput(descriptor);
+    ArmEndNotice(globals);
+    PluginSession session(globals.m_adaptor, globals.m_mode, globals.m_storage);
+    Shell shell(session, *output);
+    AddQuit(*commands, "quit", &shell);
+    AddQuit(*commands, "exit", &shell);
+    ShellLine context(globals, shell, descriptor);
+    return shell.Run(*lines, [&](const std::vector<std::string>& words) {
+        const Line line = commands->Read(words);
+        if (line.m_command != nullptr) return Do(*line.m_command, context);
+        context.Answer(line.m_answer);
+        return true;
+    });
+}
+
+} // namespace
+
+void AddShell(Commands& commands) {
+    commands.Add("shell", "make calls and give commands at a prompt", OnCommandLine)
+        .Details(
+            "The calls of a script and the commands for people, in one process. help [COMMAND] lists or explains them,\n"
+            "quit or Ctrl-D ends. On a terminal with history and completion (Tab), else plain lines without a prompt.\n"
+            "init is called when a command, a read, a table or a write needs it; start is not. At the end what was\n"
+            "started is stopped, and fin is called. No error ends it. Status 0 when nothing went wrong.\n")
+        .Example("printf 'init\\nstart\\nstatus\\n' | bmhost shell")
+        .Run([](Context& context) { return RunShell(context.Globals()); });
+}
+
+} // namespace bmhost
