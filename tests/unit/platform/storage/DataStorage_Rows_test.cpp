@@ -37,7 +37,7 @@ std::string Refusal(const std::function<void()>& work) {
 
 TEST(StorageRows, HaveAKeyOfTheirKeyValuesByNumber) {
     EXPECT_EQ((Key{{1, true}, {2, std::string("x")}, {5, -1}}), KeyOf(Row(Int(5, -1), Bool(1, true), Text(2, "x"))));
-    EXPECT_EQ("0: parameter 0x5 is there twice", Refusal([] { KeyOf(Row(Int(5, 1), Int(5, 1))); }));
+    EXPECT_EQ("0: parameter 0x5 appears twice", Refusal([] { KeyOf(Row(Int(5, 1), Int(5, 1))); }));
     const auto unknown = Row(CBMIParam(static_cast<BMIParamType_e>(3), 5, false));
     EXPECT_EQ("0: parameter 0x5 has an unknown type", Refusal([&] { KeyOf(unknown); }));
 }
@@ -55,8 +55,8 @@ TEST(StorageRows, AreMadeOfKeysFirstAndFlaggedAndOfValuesWithoutThem) {
 TEST(StorageRows, AreRefusedWhenKeysAndValuesMakeNone) {
     const auto keys = Row<CBMIKeys>(Int(1, 3));
     EXPECT_EQ("23: no keys", Refusal([] { MakeRow({}, Row(Int(2, 1))); }));
-    EXPECT_EQ("23: no value beside the keys", Refusal([&] { MakeRow(keys, Row(Int(1, 3))); }));
-    EXPECT_EQ("0: parameter 0x2 is there twice", Refusal([&] { MakeRow(keys, Row(Int(2, 1), Int(2, 1))); }));
+    EXPECT_EQ("23: no value besides the keys", Refusal([&] { MakeRow(keys, Row(Int(1, 3))); }));
+    EXPECT_EQ("0: parameter 0x2 appears twice", Refusal([&] { MakeRow(keys, Row(Int(2, 1), Int(2, 1))); }));
     EXPECT_EQ("0: parameter 0x1 has one value as a key and another in the row",
               Refusal([&] { MakeRow(keys, Row(Int(1, 4), Int(2, 1))); }));
     EXPECT_EQ("0: parameter 0x2 is flagged as a key of the row, but is not among the keys",

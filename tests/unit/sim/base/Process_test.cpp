@@ -1,7 +1,7 @@
 // Programs that are started, and how they ended.
 #include "sim/base/Process.h"
 
-#include "sim/base/UniqueFd.h"
+#include "bm_dev/UniqueFd.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -26,8 +26,8 @@ Ended Result(const std::vector<std::string>& command) {
     Ended ended;
     std::array<int, 2> pipe{-1, -1};
     EXPECT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
-    const UniqueFd reader(pipe[0]);
-    UniqueFd writer(pipe[1]);
+    const bm_dev::UniqueFd reader(pipe[0]);
+    bm_dev::UniqueFd writer(pipe[1]);
     const pid_t child = Spawn(command, {STDIN_FILENO, writer.Get(), writer.Get()});
     writer.Reset();
     std::array<char, 256> part{};
