@@ -17,12 +17,12 @@ protected:
     ControllerOrders() {
         std::array<int, 2> pair{-1, -1};
         EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair.data()), 0);
-        m_driver = UniqueFd(pair[0]);
-        m_parent = UniqueFd(pair[1]);
+        m_driver = bm_dev::UniqueFd(pair[0]);
+        m_parent = bm_dev::UniqueFd(pair[1]);
     }
 
-    UniqueFd m_driver;
-    UniqueFd m_parent;
+    bm_dev::UniqueFd m_driver;
+    bm_dev::UniqueFd m_parent;
 };
 
 } // namespace
@@ -35,7 +35,7 @@ TEST_F(ControllerOrders, ArriveOneByOneInTheirOrder) {
 }
 
 TEST_F(ControllerOrders, AreAnsweredWithTheReasonWhenTheyFail) {
-    SendAnswer(m_parent.Get(), {"ipmi_sim: ended", UniqueFd()});
+    SendAnswer(m_parent.Get(), {"ipmi_sim: ended", bm_dev::UniqueFd()});
     const auto answer = ReceiveAnswer(m_driver.Get());
     ASSERT_TRUE(answer);
     EXPECT_EQ(answer->m_error, "ipmi_sim: ended");
@@ -53,8 +53,8 @@ TEST_F(ControllerOrders, AreAnsweredWithoutAPortWhenThereIsNone) {
 TEST_F(ControllerOrders, AreAnsweredWithThePortOfTheStartedController) {
     std::array<int, 2> pipe{-1, -1};
     ASSERT_EQ(::pipe(pipe.data()), 0);
-    const UniqueFd reader(pipe[0]);
-    SendAnswer(m_parent.Get(), {"", UniqueFd(pipe[1])});
+    const bm_dev::UniqueFd reader(pipe[0]);
+    SendAnswer(m_parent.Get(), {"", bm_dev::UniqueFd(pipe[1])});
     const auto answer = ReceiveAnswer(m_driver.Get());
     ASSERT_TRUE(answer && answer->m_vmPort);
     ASSERT_EQ(::write(answer->m_vmPort.Get(), "x", 1), 1);
@@ -64,7 +64,7 @@ TEST_F(ControllerOrders, AreAnsweredWithThePortOfTheStartedController) {
 }
 
 TEST_F(ControllerOrders, OfALongReasonKeepItsBeginning) {
-    SendAnswer(m_parent.Get(), {std::string(10000, 'e'), UniqueFd()});
+    SendAnswer(m_parent.Get(), {std::string(10000, 'e'), bm_dev::UniqueFd()});
     const auto answer = ReceiveAnswer(m_driver.Get());
     ASSERT_TRUE(answer);
     EXPECT_EQ(answer->m_error, std::string(4095, 'e'));
