@@ -61,8 +61,10 @@ std::string Command::HelpBody(const std::string& title) const {
 std::string Command::Help() const {
     const std::string program = m_isShellsOwn ? "" : "bmhost [OPTIONS] ";
     std::string text;
-    for (const std::string& usage : Usages())
-        text += (text.empty() ? "Usage: " : "       ") + program + usage + "\n";
+    for (const std::string& usage : Usages()) {
+        text += text.empty() ? "Usage: " : "       ";
+        text.append(program).append(usage).append("\n");
+    }
     if (m_run) text += "\n" + HelpBody("");
     for (const auto& member : m_members)
         text += "\n" + member->HelpBody(Usages().size() > 1 ? member->Path() + ": " : "");

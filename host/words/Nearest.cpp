@@ -13,8 +13,8 @@ namespace {
 
 // One slip in a short word, one more for every four letters; never as many as the word has letters.
 bool IsClose(std::size_t distance, std::size_t length) {
-    constexpr std::size_t LettersPerSlip = 4;
-    return distance < length && distance <= 1 + length / LettersPerSlip;
+    constexpr std::size_t lettersPerSlip = 4;
+    return distance < length && distance <= 1 + length / lettersPerSlip;
 }
 
 } // namespace

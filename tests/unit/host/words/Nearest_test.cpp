@@ -13,12 +13,12 @@ TEST(EditDistance, CountsLettersThatAreChangedAddedLeftOutOrSwapped) {
         const char* m_right;
         std::size_t m_distance;
     };
-    constexpr DistanceCase Cases[] = {
+    constexpr DistanceCase cases[] = {
         {"", "", 0},         {"led", "led", 0},    {"", "led", 3},      {"led", "", 3},        {"led", "lad", 1},
         {"led", "leds", 1},  {"leds", "led", 1},   {"inti", "init", 1}, {"table", "tabel", 1}, {"stpo", "stop", 1},
         {"abcd", "badc", 2}, {"start", "stop", 3}, {"ca", "abc", 3},
     };
-    for (const auto& [left, right, distance] : Cases) {
+    for (const auto& [left, right, distance] : cases) {
         EXPECT_EQ(distance, EditDistance(left, right)) << left << " " << right;
         EXPECT_EQ(distance, EditDistance(right, left)) << right << " " << left;
     }
