@@ -1,6 +1,7 @@
 // What a command asks of an adaptor, wherever that runs.
 #pragma once
 
+#include "common/veldo_common_protocol.h"
 #include "host/output/Output.h"
 #include "host/session/AdaptorEvent.h"
 #include "host/words/Call.h"
