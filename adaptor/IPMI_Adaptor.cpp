@@ -30,7 +30,7 @@ IPMIAdaptor::IPMIAdaptor(BOARD& a_Board) : m_Board(a_Board), m_InstallDir(Instal
 // The switch port objects are Fin's to delete. Nothing runs in the adaptor any more; an upgrade and the monitor's
 // thread are waited for.
 IPMIAdaptor::~IPMIAdaptor() {
-    if (m_UpgradeThread != nullptr) m_UpgradeThread->Join();
+    if (m_Upgrades.m_Thread != nullptr) m_Upgrades.m_Thread->Join();
     delete m_Monitor.load();
 }
 

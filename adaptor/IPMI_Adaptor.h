@@ -4,6 +4,7 @@
 #include "adaptor/IPMI_Adaptor_Frame.h"
 #include "adaptor/dsp/IPMI_DSPInfo.h"
 #include "adaptor/switch/IPMI_SwitchPorts.h"
+#include "adaptor/upgrade/IPMI_UpgradeRecord.h"
 #include "bm/BaseAdaptor.h"
 #include "bm/OSAL.h"
 #include "common/veldo_common_protocol.h"
@@ -39,7 +40,6 @@ struct LED_TIMES;
 struct MAC_ADDRESS;
 struct TOOL_FORMS;
 class UPGRADE_STATUS;
-class UPGRADETHREAD;
 
 class IPMIAdaptor : public CBaseAdaptor {
 public:
@@ -181,10 +181,6 @@ private:
     int mSetAmcRTMStatus(int a_Status);
     int mSetBayStatus(int32_t a_Bay, int a_Status);
     int mSetBayLED(int32_t a_Bay, int32_t a_LED, const LED_TIMES& a_Times);
-    int mStartUpgrade(UPGRADETARGET a_Target, int32_t a_Bay, const std::string& a_ImagePath);
-    uint32_t mNumberUpgrade();
-    void mKeepUpgrade(std::unique_ptr<UPGRADETHREAD> a_Thread, uint32_t a_Number);
-    void mSendUpgradeEventTo(IBMAdaptorMgr* a_Manager);
 
     BOARD& m_Board;
     std::atomic<int32_t> m_State = ADAPTOR_CREATED;
@@ -212,10 +208,7 @@ private:
     std::atomic<QUB_STORAGE::CDataStorage*> m_Storage = nullptr;
     std::string m_InstallDir; ///< root of the board's tools and files
     std::atomic<IPMI_MonitorThread*> m_Monitor = nullptr;
-    std::shared_ptr<UPGRADE_STATUS> m_UpgradeStatus;  ///< of the last upgrade, from the first one on
-    std::unique_ptr<UPGRADETHREAD> m_UpgradeThread{}; ///< of the latest upgrade whose Start has come back
-    uint32_t m_UpgradeKept = 0;                       ///< its number
-    uint32_t m_UpgradesBegun = 0;
+    UPGRADE_RECORD m_Upgrades;
 };
 
 } // namespace BM_ADAPTOR

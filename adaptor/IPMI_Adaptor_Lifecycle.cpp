@@ -3,6 +3,7 @@
 
 #include "adaptor/IPMI_MonitorThread.h"
 #include "adaptor/switch/IPMI_PCIHandle.h"
+#include "adaptor/upgrade/IPMI_Upgrades.h"
 #include "common/veldo_common_guard.h"
 #include "common/veldo_common_protocol.h"
 #include "common/veldo_common_trace.h"
@@ -79,7 +80,7 @@ int IPMIAdaptor::Init(IBMAdaptorMgr* a_Manager) {
         puts("Normal AMC/RTM Mode");
         m_Manager = a_Manager;
         m_Storage = a_Manager != nullptr ? a_Manager->GetStorage() : nullptr;
-        mSendUpgradeEventTo(a_Manager);
+        UPGRADES(mFrame(), m_Manager, m_Mutex, m_Upgrades).SendEventTo(a_Manager);
         const bool l_bTouchesBoard = mTouchesBoard();
         mForgetBoard(); // of an earlier Init
         if (l_bTouchesBoard) mTakeMonitor(NewMonitor(m_Board));
@@ -178,7 +179,7 @@ void IPMIAdaptor::mTakeMonitor(IPMI_MonitorThread* a_Monitor) {
 // Manager, storage and logger stay: other host threads may be on their way to them. What the manager throws keeps none
 // of the steps from being done.
 int IPMIAdaptor::Fin() {
-    mSendUpgradeEventTo(nullptr);
+    UPGRADES(mFrame(), m_Manager, m_Mutex, m_Upgrades).SendEventTo(nullptr);
     if (IBMAdaptorMgr* const l_Manager = m_Manager; l_Manager != nullptr) {
         for (const unsigned l_Group : REGISTERED_GROUPS)
             Guarded("Fin", [&] { return l_Manager->UnregisterGroup(l_Group); });

@@ -1,13 +1,9 @@
-// Firmware upgrades of the baseboard, an AMC or the RTM: the state that the host follows, and the thread of one
-// upgrade.
+// The thread of one firmware upgrade: of the baseboard, an AMC or the RTM.
 #pragma once
 
-#include "bm/BaseAdaptor.h"
 #include "bm/OSAL.h"
 #include "common/veldo_common_protocol.h"
 
-#include <atomic>
-#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -15,55 +11,18 @@ class CBaseOsLog;
 
 namespace BM_ADAPTOR {
 
+class BOARD;
 class IPMIAdaptor;
-
-/// The last upgrade, or the one under way. The adaptor shares it with the upgrade's thread, which may outlive the
-/// adaptor. Any thread; nothing in it waits.
-class UPGRADE_STATUS {
-public:
-    /// Who gets the event, null for nobody. An event that another thread has begun to send is not waited for.
-    void SetManager(IBMAdaptorMgr* a_Manager) { m_Manager = a_Manager; }
-    /// Claims the next upgrade. False when one is under way: then nothing changes.
-    bool Begin(UPGRADETARGET a_Target, int32_t a_Bay);
-    /// Enters the outcome.
-    void SetOutcome(UPGRADE_STATE_e a_Outcome) { m_State = a_Outcome; }
-    /// Sends the event with what stands here. Whatever the manager throws is logged.
-    void SendEvent() const;
-    /// Lets the next upgrade begin; one without an outcome has failed.
-    void End();
-
-    /// Adds target, bay and state to a row.
-    void AddTo(CBMIParams& a_Row) const;
-
-private:
-    std::atomic<bool> m_bInProgress = false;
-    std::atomic<int32_t> m_Target = UPGRADETARGET_BASEBOARD;
-    std::atomic<int32_t> m_Bay = 0;
-    std::atomic<int32_t> m_State = UPGRADE_DONE; ///< before the first upgrade too
-    std::atomic<IBMAdaptorMgr*> m_Manager = nullptr;
-};
-
-/// Ends a begun upgrade with its scope, whatever happens there, unless the upgrade has been left to its thread.
-class UPGRADE_END {
-public:
-    explicit UPGRADE_END(UPGRADE_STATUS& a_Status) : m_Status(&a_Status) {}
-    UPGRADE_END(const UPGRADE_END&) = delete;
-    UPGRADE_END& operator=(const UPGRADE_END&) = delete;
-    ~UPGRADE_END() {
-        if (m_Status != nullptr) m_Status->End();
-    }
-
-    void LeaveToThread() { m_Status = nullptr; }
-
-private:
-    UPGRADE_STATUS* m_Status;
-};
+class UPGRADE_STATUS;
 
 /// One upgrade: runs the firmware tool once, and ends the upgrade whatever happens. Whoever started it joins it before
 /// he deletes it, or never deletes it.
 class UPGRADETHREAD : public OSAL::OSALThread, public OSAL::OSALMonitor {
 public:
-    /// Takes from the adaptor what it needs; the adaptor may be gone when it runs.
+    /// @param a_Adaptor    gives its status and its board, which must outlive the thread; may be gone when the thread
+    ///                     runs. Null: a status of its own, and the board that the process runs on
+    /// @param a_Logger     may be null
+    /// @param a_Bay        9 for the RTM; not looked at unless the target is a module
     /// @param a_ImagePath  copied; handed to the tool as one argument, whatever is in it
     UPGRADETHREAD(IPMIAdaptor* a_Adaptor, CBaseOsLog* a_Logger, UPGRADETARGET a_Target, int a_Bay,
                   const char* a_ImagePath);
@@ -75,6 +34,7 @@ private:
     std::string mCommand() const;
 
     std::shared_ptr<UPGRADE_STATUS> m_Status;
+    BOARD& m_Board;
     CBaseOsLog* m_Logger;
     UPGRADETARGET m_Target;
     int m_Bay;

@@ -2,6 +2,8 @@
 #include "adaptor/IPMI_FirmwareUpdate.h"
 
 #include "adaptor/IPMI_Adaptor.h"
+#include "adaptor/board/IPMI_Board.h"
+#include "adaptor/upgrade/IPMI_UpgradeStatus.h"
 #include "common/veldo_common_exit.h"
 #include "common/veldo_common_guard.h"
 #include "common/veldo_common_text.h"
@@ -10,7 +12,6 @@
 
 #include <sys/wait.h>
 
-#include <cstdlib>
 #include <string_view>
 
 namespace BM_ADAPTOR {
@@ -34,13 +35,14 @@ std::string ShellWord(const std::string& a_Text) {
 UPGRADETHREAD::UPGRADETHREAD(IPMIAdaptor* a_Adaptor, CBaseOsLog* a_Logger, UPGRADETARGET a_Target, int a_Bay,
                              const char* a_ImagePath)
     : m_Status(a_Adaptor != nullptr ? a_Adaptor->ShareUpgrade() : std::make_shared<UPGRADE_STATUS>()),
+      m_Board(a_Adaptor != nullptr ? a_Adaptor->GetBoard() : TheBoard()),
       m_Logger(a_Logger),
       m_Target(a_Target),
       m_Bay(a_Bay),
       m_ImagePath(a_ImagePath) {}
 
-// Who reads the state when he sees the line of the event, or takes the event, finds the outcome; the next upgrade
-// begins when the event has come back.
+// The outcome is entered before the event is announced, so that whoever sees that line or takes the event can read it.
+// The next upgrade can begin when the event has come back.
 void UPGRADETHREAD::run() {
     const UPGRADE_END l_End(*m_Status);
     LogTrace(m_Logger, "UPGRADE THREAD STARTING\n");
@@ -50,9 +52,9 @@ void UPGRADETHREAD::run() {
     m_Status->SendEvent();
 }
 
-// A tool that a signal ended has exit status 0, and has failed. The line of one that passed is a trace.
+// A tool that a signal ended has exit status 0 and has failed all the same. The line of one that passed is a trace.
 int UPGRADETHREAD::mRunTool() const {
-    const int l_Result = system(mCommand().c_str());
+    const int l_Result = m_Board.RunTool(mCommand());
     const int l_ExitStatus = ExitStatusOf(l_Result);
     const bool l_bExited = WIFEXITED(l_Result);
     const bool l_bPassed = l_bExited && l_ExitStatus == 0;

@@ -127,11 +127,18 @@ int FAKE_BOARD::WaitUntilReadable(int a_Descriptor, int a_Milliseconds) {
     return l_Result;
 }
 
+// The thread's object has to be there until its start comes back, whatever happens meanwhile: it is looked at last, for
+// the address sanitizer to see.
 int FAKE_BOARD::StartThread(OSAL::OSALThread& a_Thread) {
-    if (const auto l_OnStart = std::exchange(m_OnStart, nullptr)) {
+    const auto l_Take = [this](auto& a_Call) {
+        const std::lock_guard l_Lock(m_Lock);
+        return std::exchange(a_Call, nullptr);
+    };
+    if (const auto l_OnStart = l_Take(m_OnStart)) {
         if (const int l_Error = l_OnStart(); l_Error != 0) return l_Error;
     }
     const int l_Error = a_Thread.Start();
-    if (const auto l_OnStarted = std::exchange(m_OnStarted, nullptr)) l_OnStarted();
+    if (const auto l_OnStarted = l_Take(m_OnStarted)) l_OnStarted();
+    [[maybe_unused]] const void* const volatile l_Object = dynamic_cast<const void*>(&a_Thread);
     return l_Error;
 }

@@ -57,8 +57,6 @@ struct IPMI_TEST_ACCESS {
     TEST_ACCESS(Storage)
     TEST_ACCESS(InstallDir)
     TEST_ACCESS(Monitor)
-    TEST_ACCESS(UpgradeStatus)
-    TEST_ACCESS(UpgradeThread)
     TEST_ACCESS(ReservedCounter)
     TEST_ACCESS(ReservedId)
     TEST_ACCESS(Reserved1)
@@ -66,6 +64,8 @@ struct IPMI_TEST_ACCESS {
     TEST_ACCESS(Reserved2)
     TEST_ACCESS(Reserved3)
 
+    static auto& UpgradeStatus(BM_ADAPTOR::IPMIAdaptor& a_Adaptor) { return a_Adaptor.m_Upgrades.m_Status; }
+    static auto& UpgradeThread(BM_ADAPTOR::IPMIAdaptor& a_Adaptor) { return a_Adaptor.m_Upgrades.m_Thread; }
     /// What a reader gets at this moment.
     static BM_ADAPTOR::DSP_MACS DspMacMap(const BM_ADAPTOR::IPMIAdaptor& a_Adaptor) {
         return *a_Adaptor.m_DspMacMap.Get();

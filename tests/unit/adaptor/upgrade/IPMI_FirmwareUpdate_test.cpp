@@ -28,10 +28,10 @@ class UpgradeThread : public UPGRADE_TEST {
 protected:
     /// One upgrade on the test's thread; its command line.
     std::string Run(int a_Target, int a_Bay, const std::string& a_File) {
-        FakeSystem().Reset();
+        m_Board.ForgetCommands();
         UPGRADETHREAD(&m_Adaptor, &m_Log, static_cast<UPGRADETARGET>(a_Target), a_Bay, a_File.c_str()).run();
-        EXPECT_EQ(FakeSystem().Commands().size(), 1U);
-        return FakeSystem().Commands()[0];
+        EXPECT_EQ(m_Board.Commands().size(), 1U);
+        return m_Board.Commands()[0];
     }
 };
 
@@ -62,14 +62,16 @@ TEST_F(UpgradeThread, AnyOtherPathIsQuoted) {
     EXPECT_EQ(Run(1, 3, "~"), "fwburn -i KCS -M direct --target amc3 '~'");
 }
 
-/// A firmware tool that keeps its arguments, run by the shell.
+/// A firmware tool that keeps its arguments, run by the shell of the machine at hand.
 class FirmwareTool : public UPGRADE_TEST {
 protected:
     FirmwareTool() {
         std::string l_Name = testing::TempDir() + "upgradeXXXXXX";
         m_Folder = mkdtemp(l_Name.data());
         setenv("PATH", (m_Folder.string() + ":" + m_Path).c_str(), 1);
-        FakeSystem().m_bReal = true;
+        m_Board.m_OnTool = [this](const std::string& a_Command) {
+            m_Board.m_ToolResults = {TheBoard().RunTool(a_Command)};
+        };
     }
 
     ~FirmwareTool() override {
@@ -123,6 +125,14 @@ TEST_F(FirmwareTool, ThatIsMissingHasFailed) {
     EXPECT_EQ(Row(), UpgradeRow(1, 3, 3));
 }
 
+TEST_F(FirmwareTool, OfAThreadWithoutAnAdaptorIsRunByTheProcessesOwnBoard) {
+    PutTool("exit 0");
+    UPGRADETHREAD(nullptr, &m_Log, UPGRADETARGET_BASEBOARD, 0, "x").run();
+    EXPECT_EQ(Arguments(), "-i\nKCS\n-M\ndirect\nx\n");
+    EXPECT_THAT(m_Board.Commands(), IsEmpty());
+    EXPECT_THAT(Lines(), ElementsAre(g_Starting, g_Passed, g_Sending));
+}
+
 // ---- its outcome
 
 struct OUTCOME {
@@ -140,7 +150,7 @@ TEST_F(UpgradeThread, OnlyAToolThatExitsWith0HasPassed) {
                                   {Killed(SIGSEGV | 0x80), 3, "0 WEXITSTATUS=139 WIFEXITED=0"}, // with a core
                                   {-1, 3, "255 WEXITSTATUS=-1 WIFEXITED=0"}};
     for (const auto& [l_Result, l_State, l_Numbers] : l_Outcomes) {
-        FakeSystem().m_Results = {l_Result};
+        m_Board.m_ToolResults = {l_Result};
         Upgrade();
         EXPECT_EQ(Row(), UpgradeRow(1, 3, l_State)) << l_Result;
         EXPECT_THAT(Lines(), testing::Contains(l_State == 2 ? Trace(Returned(l_Numbers)) : Error(Returned(l_Numbers))));
@@ -162,7 +172,7 @@ TEST_F(UpgradeThread, OnlyAToolThatFailedIsLoggedWhateverTheLogLevel) {
     BM_LOG_LEVEL = 0;
     Upgrade();
     EXPECT_THAT(Lines(), IsEmpty());
-    FakeSystem().m_Results = {Exited(4)};
+    m_Board.m_ToolResults = {Exited(4)};
     Upgrade();
     EXPECT_THAT(Lines(), ElementsAre(Error(Returned("4 WEXITSTATUS=1024 WIFEXITED=1"))));
 }
@@ -183,7 +193,7 @@ TEST_F(UpgradeThread, OutcomeCanBeReadWhenTheEventIsAnnounced) {
     READING_LOG l_Log;
     l_Log.m_Row = [this] { return Row(); };
     IPMI_TEST_ACCESS::Logger(m_Adaptor) = &l_Log;
-    FakeSystem().m_Results = {Exited(4)};
+    m_Board.m_ToolResults = {Exited(4)};
     Upgrade();
     EXPECT_THAT(l_Log.m_Read,
                 ElementsAre("UPGRADE THREAD STARTING\n: 0x602 u:0", "UPGRADETHREAD :: run - upgrading AMC 3: 0x602 u:0",
@@ -199,17 +209,12 @@ TEST_F(UpgradeThread, WithoutALoggerItRuns) {
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
-TEST_F(UpgradeThread, WithoutAnAdaptorItRuns) {
-    UPGRADETHREAD(nullptr, &m_Log, UPGRADETARGET_BASEBOARD, 0, "x").run();
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre("fwburn -i KCS -M direct x"));
-}
-
 TEST_F(UpgradeThread, KeepsItsOwnCopyOfThePath) {
     std::string l_Path = "/images/amc.img";
     UPGRADETHREAD l_Thread(&m_Adaptor, &m_Log, UPGRADETARGET_BASEBOARD, 0, l_Path.c_str());
     l_Path.assign(l_Path.size(), 'x');
     l_Thread.run();
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre("fwburn -i KCS -M direct /images/amc.img"));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre("fwburn -i KCS -M direct /images/amc.img"));
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // Parameter group 0x600: what starts an upgrade, what the host reads meanwhile and afterwards, and who survives whom.
-#include "adaptor/IPMI_FirmwareUpdate.h"
+#include "adaptor/upgrade/IPMI_Upgrades.h"
 
 #include "adaptor/upgrade/UpgradeTest.h"
 
@@ -13,7 +13,6 @@
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -47,7 +46,7 @@ TEST_F(FirmwareRead, TableHasOneRow) {
 TEST_F(FirmwareRead, ShowsTheLastUpgrade) {
     Upgrade();
     EXPECT_EQ(Row(), UpgradeRow(1, 3, 2));
-    FakeSystem().m_Results = {Exited(1)};
+    m_Board.m_ToolResults = {Exited(1)};
     Upgrade({.m_Target = 7, .m_Bay = 9});
     EXPECT_EQ(Row(), UpgradeRow(7, 9, 3));
 }
@@ -59,7 +58,7 @@ using FirmwareWrite = UPGRADE_TEST;
 TEST_F(FirmwareWrite, StartsTheToolAndSaysSo) {
     EXPECT_EQ(Write(), 1);
     WaitForEnd();
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre("fwburn -i KCS -M direct --target amc3 /images/amc.img"));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre("fwburn -i KCS -M direct --target amc3 /images/amc.img"));
     EXPECT_THAT(m_Output.StopLines(), ElementsAre("IPMIAdaptor::IPMIAdaptor", "Starting Upgrade Thread",
                                                   "Starting Upgrade Thread - started?"));
 }
@@ -68,7 +67,7 @@ TEST_F(FirmwareWrite, IsReachedThroughTheGroup) {
     CBMIParams l_Row = UPGRADE_REQUEST().Row();
     EXPECT_EQ(m_Adaptor.WriteParams(0x600, nullptr, &l_Row), 1);
     WaitForEnd();
-    EXPECT_THAT(FakeSystem().Commands(), SizeIs(1));
+    EXPECT_THAT(m_Board.Commands(), SizeIs(1));
 }
 
 TEST_F(FirmwareWrite, TakesBothIntegerTypes) {
@@ -79,7 +78,7 @@ TEST_F(FirmwareWrite, TakesBothIntegerTypes) {
 TEST_F(FirmwareWrite, WithoutABayUsesBay0) {
     Upgrade({.m_Bay = {}});
     EXPECT_EQ(Row(), UpgradeRow(1, 0, 2));
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre("fwburn -i KCS -M direct --target amc0 /images/amc.img"));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre("fwburn -i KCS -M direct --target amc0 /images/amc.img"));
     EXPECT_EQ(Lines().front(), Error("AMC BAY NOT SPECIFIED IN UPGRADE - defaulting to 0"));
 }
 
@@ -111,7 +110,7 @@ TEST_F(FirmwareWrite, RequestThatIsNotCompleteStartsNothing) {
             EXPECT_THAT(l_Lines, IsEmpty());
         }
     }
-    EXPECT_THAT(FakeSystem().Commands(), IsEmpty());
+    EXPECT_THAT(m_Board.Commands(), IsEmpty());
     EXPECT_EQ(Row(), UpgradeRow(0, 0, 2));
     EXPECT_THAT(m_Output.StopLines(), ElementsAre("IPMIAdaptor::IPMIAdaptor"));
 }
@@ -126,11 +125,11 @@ TEST_F(FirmwareWrite, FileThatIsNoTextStartsNothing) {
     l_File.SetInt(1);
     l_Row.Add(l_File);
     EXPECT_EQ(m_Adaptor.Firmware_Update_WriteParams(nullptr, &l_Row), 23);
-    EXPECT_THAT(FakeSystem().Commands(), IsEmpty());
+    EXPECT_THAT(m_Board.Commands(), IsEmpty());
 }
 
 TEST_F(FirmwareWrite, ThreadThatIsNotToBeHadIsAFailedUpgrade) {
-    FailNextThreadStart(EAGAIN);
+    m_Board.m_OnStart = [] { return EAGAIN; };
     EXPECT_EQ(Write(), 0);
     EXPECT_EQ(Row(), UpgradeRow(1, 3, 3));
     EXPECT_THAT(m_Host.Events(), SizeIs(1));
@@ -141,7 +140,7 @@ TEST_F(FirmwareWrite, ThreadThatIsNotToBeHadIsAFailedUpgrade) {
 }
 
 TEST_F(FirmwareWrite, ExceptionBeforeTheThreadRunsIsAFailedUpgradeAndTheNextOneStarts) {
-    BeforeNextThreadStart([] { throw std::runtime_error("no thread"); });
+    m_Board.m_OnStart = []() -> int { throw std::runtime_error("no thread"); };
     CBMIParams l_Row = UPGRADE_REQUEST().Row();
     EXPECT_EQ(m_Adaptor.WriteParams(0x600, nullptr, &l_Row), 0);
     EXPECT_THAT(Lines(), ElementsAre(LOG_LINE{3, "IPMI Adaptor", "IPMIAdaptor::WriteParams() - no thread"}));
@@ -155,7 +154,7 @@ TEST_F(FirmwareWrite, ExceptionBeforeTheThreadRunsIsAFailedUpgradeAndTheNextOneS
 using FirmwareUpgrade = UPGRADE_TEST;
 
 TEST_F(FirmwareUpgrade, IsRequestedUntilTheToolEnds) {
-    HELD_TOOL l_Tool;
+    HELD_TOOL l_Tool(m_Board);
     Write();
     l_Tool.WaitUntilItRuns();
     EXPECT_EQ(Row(), UpgradeRow(1, 3, 0));
@@ -165,7 +164,7 @@ TEST_F(FirmwareUpgrade, IsRequestedUntilTheToolEnds) {
 }
 
 TEST_F(FirmwareUpgrade, SecondOneIsRefusedWhileTheFirstRuns) {
-    HELD_TOOL l_Tool;
+    HELD_TOOL l_Tool(m_Board);
     Write();
     l_Tool.WaitUntilItRuns();
     m_Log.Clear();
@@ -174,19 +173,19 @@ TEST_F(FirmwareUpgrade, SecondOneIsRefusedWhileTheFirstRuns) {
     EXPECT_EQ(Row(), UpgradeRow(1, 3, 0));
     l_Tool.LetGo();
     WaitForEnd();
-    EXPECT_THAT(FakeSystem().Commands(), SizeIs(1));
+    EXPECT_THAT(m_Board.Commands(), SizeIs(1));
     EXPECT_THAT(m_Host.Events(), SizeIs(1));
 }
 
 TEST_F(FirmwareUpgrade, NextOneStartsWhenTheLastHasEnded) {
     for (int l_Bay = 1; l_Bay <= 9; ++l_Bay)
         Upgrade({.m_Bay = l_Bay});
-    EXPECT_THAT(FakeSystem().Commands(), SizeIs(9));
+    EXPECT_THAT(m_Board.Commands(), SizeIs(9));
     EXPECT_THAT(m_Host.Events(), SizeIs(9));
 }
 
 TEST_F(FirmwareUpgrade, OfSeveralHostThreadsOneStartsIt) {
-    HELD_TOOL l_Tool;
+    HELD_TOOL l_Tool(m_Board);
     std::atomic<int> l_Started = 0;
     {
         std::vector<std::jthread> l_Hosts;
@@ -200,7 +199,7 @@ TEST_F(FirmwareUpgrade, OfSeveralHostThreadsOneStartsIt) {
     EXPECT_EQ(l_Started, 1);
     l_Tool.LetGo();
     WaitForEnd();
-    EXPECT_THAT(FakeSystem().Commands(), SizeIs(1));
+    EXPECT_THAT(m_Board.Commands(), SizeIs(1));
 }
 
 // The first host thread is still in its start when its upgrade has ended and the second one's begins.
@@ -208,19 +207,19 @@ TEST_F(FirmwareUpgrade, NextOneOfAnotherThreadLeavesTheStartOfTheLastAlone) {
     for (int i = 0; i < 100; ++i) {
         std::latch l_Ended(1);
         m_Host.m_OnEvent = [&] { l_Ended.count_down(); };
-        WithinNextThreadStart([&] {
+        m_Board.m_OnStarted = [&] {
             l_Ended.wait();
             m_Host.m_OnEvent = nullptr;
             std::thread([this] {
                 while (Write({.m_Bay = 4}) == 0) // refused until the event has come back
                     std::this_thread::yield();
             }).join();
-        });
+        };
         EXPECT_EQ(Write(), 1);
         WaitForEnd();
         EXPECT_EQ(Row(), UpgradeRow(1, 4, 2));
     }
-    EXPECT_THAT(FakeSystem().Commands(), SizeIs(200));
+    EXPECT_THAT(m_Board.Commands(), SizeIs(200));
 }
 
 TEST_F(FirmwareUpgrade, ThreadsThatUpgradeOneAfterTheOtherAllGetTheirTurn) {
@@ -233,56 +232,8 @@ TEST_F(FirmwareUpgrade, ThreadsThatUpgradeOneAfterTheOtherAllGetTheirTurn) {
     }
     l_Hosts.clear();
     WaitForEnd();
-    EXPECT_THAT(FakeSystem().Commands(), SizeIs(200));
+    EXPECT_THAT(m_Board.Commands(), SizeIs(200));
     EXPECT_THAT(m_Host.Events(), SizeIs(200));
-}
-
-// ---- its event
-
-using FirmwareEvent = UPGRADE_TEST;
-
-TEST_F(FirmwareEvent, CarriesTargetBayAndOutcome) {
-    FakeSystem().m_Results = {Exited(4)};
-    Upgrade();
-    const auto l_Events = m_Host.Events();
-    ASSERT_EQ(l_Events.size(), 1U);
-    EXPECT_EQ(l_Events[0].m_Event, 0x600U);
-    EXPECT_EQ(l_Events[0].m_Number, 5U);
-    EXPECT_EQ(TextsOf(l_Events[0].m_Params), UpgradeRow(1, 3, 3));
-}
-
-TEST_F(FirmwareEvent, ComesWhenTheOutcomeCanBeReadAndTheNextUpgradeCannotStartYet) {
-    TEXTS l_Row;
-    int l_Second = -1;
-    m_Host.m_OnEvent = [&] {
-        l_Row = Row();
-        l_Second = Write();
-    };
-    Upgrade();
-    EXPECT_EQ(l_Row, UpgradeRow(1, 3, 2));
-    EXPECT_EQ(l_Second, 0);
-}
-
-TEST_F(FirmwareEvent, IsAnnouncedBefore) {
-    bool l_bAnnounced = false;
-    m_Host.m_OnEvent = [&] { l_bAnnounced = m_Log.Has("UPGRADETHEAD :: run - sending event"); };
-    Upgrade();
-    EXPECT_TRUE(l_bAnnounced);
-}
-
-TEST_F(FirmwareEvent, ExceptionOfTheManagerIsLoggedAndTheNextUpgradeCanStart) {
-    m_Host.m_OnEvent = [] { throw std::runtime_error("no room"); };
-    Upgrade();
-    EXPECT_THAT(Lines(), Contains(LOG_LINE{3, "IPMI Adaptor", "IPMIAdaptor::Firmware_Update event() - no room"}));
-    Upgrade();
-    EXPECT_EQ(Row(), UpgradeRow(1, 3, 2));
-}
-
-TEST_F(FirmwareEvent, WithoutAManagerIsNotSent) {
-    Access::Manager(m_Adaptor) = nullptr;
-    Upgrade();
-    EXPECT_EQ(Row(), UpgradeRow(1, 3, 2));
-    EXPECT_THAT(m_Host.Events(), IsEmpty());
 }
 
 // ---- the adaptor ends
@@ -295,7 +246,7 @@ TEST_F(FirmwareLeft, WithoutAnUpgradeNothingHappens) {
 }
 
 TEST_F(FirmwareLeft, EndedUpgradeCanStillBeRead) {
-    FakeSystem().m_Results = {Exited(1)};
+    m_Board.m_ToolResults = {Exited(1)};
     Upgrade();
     EXPECT_EQ(m_Adaptor.Fin(), 1);
     EXPECT_EQ(Row(), UpgradeRow(1, 3, 3));
@@ -318,7 +269,7 @@ TEST_F(FirmwareLeft, AnEventThatIsBeingTakenIsNotWaitedFor) {
 
 TEST_F(FirmwareLeft, EventGoesToTheManagerOfALaterInit) {
     g_bCompleteIPMISimulation = true;
-    HELD_TOOL l_Tool;
+    HELD_TOOL l_Tool(m_Board);
     Write();
     l_Tool.WaitUntilItRuns();
     EXPECT_EQ(m_Adaptor.Fin(), 1);
@@ -347,7 +298,7 @@ TEST_F(FirmwareLeft, ItsThreadMayBeStartedWhileItIsLeft) {
 }
 
 TEST_F(FirmwareLeft, RunningUpgradeGoesOnAndTheManagerHearsNoMoreOfIt) {
-    HELD_TOOL l_Tool;
+    HELD_TOOL l_Tool(m_Board);
     Write();
     l_Tool.WaitUntilItRuns();
     EXPECT_EQ(m_Adaptor.Fin(), 1);
@@ -366,10 +317,10 @@ TEST_F(FirmwareLeft, AHostMayDoItWithinTheEvent) {
 }
 
 TEST_F(FirmwareLeft, AdaptorMayBeFreedWhileAnUpgradeRuns) {
-    auto* const l_Adaptor = static_cast<IPMIAdaptor*>(static_cast<CBaseAdaptor*>(CreateAdaptor()));
+    auto* const l_Adaptor = new IPMIAdaptor(m_Board); // as CreateAdaptor does
     Access::Logger(*l_Adaptor) = &m_Log;
     Access::Manager(*l_Adaptor) = &m_Host;
-    HELD_TOOL l_Tool;
+    HELD_TOOL l_Tool(m_Board);
     CBMIParams l_Row = UPGRADE_REQUEST().Row();
     ASSERT_EQ(l_Adaptor->Firmware_Update_WriteParams(nullptr, &l_Row), 1);
     l_Tool.WaitUntilItRuns();
@@ -385,7 +336,7 @@ TEST_F(FirmwareLeft, AdaptorMayBeFreedWhileAnUpgradeRuns) {
 }
 
 TEST_F(FirmwareLeft, DestructionOfTheAdaptorWaitsForTheUpgrade) {
-    HELD_TOOL l_Tool;
+    HELD_TOOL l_Tool(m_Board);
     std::thread l_LetGo;
     {
         IPMIAdaptor l_Adaptor(m_Board);

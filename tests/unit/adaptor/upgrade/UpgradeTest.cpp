@@ -23,7 +23,6 @@ CBMIParams UPGRADE_REQUEST::Row() const {
 }
 
 UPGRADE_TEST::UPGRADE_TEST() {
-    FakeSystem().Reset();
     IPMI_TEST_ACCESS::State(m_Adaptor) = ADAPTOR_STARTED;
     IPMI_TEST_ACCESS::Logger(m_Adaptor) = &m_Log;
     IPMI_TEST_ACCESS::Manager(m_Adaptor) = &m_Host;
@@ -31,7 +30,6 @@ UPGRADE_TEST::UPGRADE_TEST() {
 
 UPGRADE_TEST::~UPGRADE_TEST() {
     if (const auto& l_Thread = IPMI_TEST_ACCESS::UpgradeThread(m_Adaptor)) l_Thread->Join();
-    FakeSystem().Reset();
 }
 
 int UPGRADE_TEST::Write(const UPGRADE_REQUEST& a_Request) {

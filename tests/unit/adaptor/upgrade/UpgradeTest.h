@@ -4,8 +4,7 @@
 #include "adaptor/AdaptorTest.h"
 
 #include "adaptor/IPMI_FirmwareUpdate.h"
-#include "fake/FakeSystem.h"
-#include "fake/FakeWait.h"
+#include "adaptor/upgrade/IPMI_UpgradeStatus.h"
 #include "fake/StdoutCapture.h"
 
 #include <functional>
@@ -41,8 +40,8 @@ struct UPGRADE_REQUEST {
 /// Keeps the firmware tool running until it is let go.
 class HELD_TOOL {
 public:
-    HELD_TOOL() {
-        FakeSystem().m_OnCall = [this](const std::string&) {
+    explicit HELD_TOOL(FAKE_BOARD& a_Board) {
+        a_Board.m_OnTool = [this](const std::string&) {
             m_Runs.count_down();
             m_GoOn.wait();
         };
