@@ -3,6 +3,7 @@
 
 #include "adaptor/IPMI_Adaptor_Frame.h"
 #include "adaptor/dsp/IPMI_DSPInfo.h"
+#include "adaptor/startup/IPMI_RTMValues.h"
 #include "adaptor/switch/IPMI_SwitchPorts.h"
 #include "adaptor/upgrade/IPMI_UpgradeRecord.h"
 #include "bm/BaseAdaptor.h"
@@ -35,10 +36,7 @@ extern "C" {
 namespace BM_ADAPTOR {
 
 class IPMI_MonitorThread;
-class IPMITHREAD;
-struct LED_TIMES;
 struct MAC_ADDRESS;
-struct TOOL_FORMS;
 class UPGRADE_STATUS;
 
 class IPMIAdaptor : public CBaseAdaptor {
@@ -148,15 +146,7 @@ private:
 
     ADAPTOR_FRAME mFrame() const { return {m_Board, m_State, m_Logger, m_Storage}; }
 
-    bool mTouchesBoard() const;
-    int mRegister();
-    void mWaitForModel();
-    bool mStartDomainThread();
-    int mInitBoard();
-    void mForgetBoard();
-    void mTakeMonitor(IPMI_MonitorThread* a_Monitor);
     int mInitRTMInfo();
-    int mKeepRTMInfo(const CBMIParams* a_Row);
     int mSetDepop(int a_Count);
     int mInitDSPInfo();
     int mInitIPInfo();
@@ -170,17 +160,8 @@ private:
     static int mFindSmallestMac(const IPMI_DSP_Info_S* a_Table, int a_Count);
     static int mTeachSwitch(const IPMI_DSP_Info_S* a_Table, int a_Count);
     int mStartAMC(DSP_TABLE& a_DSPs);
-    int mMakeDSPInfo(DSP_TABLE& a_DSPs);
-    void mPublishDSPInfo(const DSP_TABLE& a_DSPs);
-    int mInitDSPs() const;
-    int mTeachDSPs(const DSP_TABLE& a_DSPs);
-    int mBootDSPs(const DSP_TABLE& a_DSPs);
-    int mTestDSPs(const DSP_TABLE& a_DSPs);
-    const char* mToolForm(const TOOL_FORMS& a_Forms) const;
     int mSetVXP(bool a_Start) const;
     int mSetAmcRTMStatus(int a_Status);
-    int mSetBayStatus(int32_t a_Bay, int a_Status);
-    int mSetBayLED(int32_t a_Bay, int32_t a_LED, const LED_TIMES& a_Times);
 
     BOARD& m_Board;
     std::atomic<int32_t> m_State = ADAPTOR_CREATED;
@@ -194,14 +175,10 @@ private:
     // never while the host, the board driver or a tool is called, nor while anything is waited for.
     std::atomic<IBMAdaptorMgr*> m_Manager = nullptr;
     std::atomic<CBaseOsLog*> m_Logger = nullptr;
-    OSAL::OSALMutex m_Mutex;               ///< of the DSP table, and of what belongs to upgrades
-    static IPMITHREAD* s_DomainThread;     ///< the process's one; never deleted
-    SNAPSHOT<DSP_MACS> m_DspMacMap;        ///< as the last Init found them
-    std::atomic<int32_t> m_RTMPresent = 0; ///< the two start-up values
-    std::atomic<int32_t> m_NumFramers = 0;
-    std::atomic<int32_t> m_TrunksPerFramer = 0;
-    std::atomic<int32_t> m_TrunkTotal = 0;
-    DSP_TABLE m_DspInfo{}; ///< the DSPs as the last Start found them
+    OSAL::OSALMutex m_Mutex;        ///< of what belongs to upgrades
+    SNAPSHOT<DSP_MACS> m_DspMacMap; ///< as the last Init found them
+    RTM_VALUES m_RTM;               ///< with the two start-up values, presence and framers
+    SNAPSHOT<DSP_TABLE> m_DspInfo;  ///< the DSPs as the last Start found them
     int32_t m_Reserved3 = 4;
     std::atomic<void*> m_PCIHandle = nullptr; ///< 8 zeroed bytes, the board driver's PCI memory handle
     SNAPSHOT<SWITCH_PORTS> m_SwitchPortMap;   ///< until Fin; who uses a port keeps it

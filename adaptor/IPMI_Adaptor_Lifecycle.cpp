@@ -2,17 +2,15 @@
 #include "adaptor/IPMI_Adaptor.h"
 
 #include "adaptor/IPMI_MonitorThread.h"
+#include "adaptor/startup/IPMI_DomainStartup.h"
 #include "adaptor/switch/IPMI_PCIHandle.h"
 #include "adaptor/upgrade/IPMI_Upgrades.h"
 #include "common/veldo_common_guard.h"
 #include "common/veldo_common_protocol.h"
 #include "common/veldo_common_trace.h"
-#include "ipmi/IPMI_Thread.h"
+#include "ipmi/model/IPMI_Model.h"
 
-#include <condition_variable>
 #include <cstdio>
-#include <memory>
-#include <mutex>
 
 namespace BM_ADAPTOR {
 
@@ -39,39 +37,26 @@ __attribute__((noinline)) IPMI_MonitorThread* NewMonitor(BOARD& a_Board) {
     return new IPMI_MonitorThread(a_Board);
 }
 
-// The start-up of the domain thread. The lock is held for a look only: whoever starts the thread and waits for the
-// model does so without it, and the others wait for him. Never destroyed: a host may leave while it waits.
-struct DOMAIN_STARTUP {
-    std::mutex m_Lock;
-    std::condition_variable m_Over;
-    bool m_bUnderWay = false;
-};
-
-DOMAIN_STARTUP& DomainStartup() {
-    static DOMAIN_STARTUP& l_Startup = *new DOMAIN_STARTUP;
-    return l_Startup;
+bool TouchesBoard(IBMAdaptorMgr* a_Manager) {
+    const int l_Mode = a_Manager != nullptr ? a_Manager->GetMode() : 0;
+    return l_Mode == 1 || l_Mode == 3;
 }
 
-// One turn at it: begins when nobody else has the turn.
-class STARTUP_TURN {
-public:
-    STARTUP_TURN() {
-        std::unique_lock l_Lock(DomainStartup().m_Lock);
-        DomainStartup().m_Over.wait(l_Lock, [] { return !DomainStartup().m_bUnderWay; });
-        DomainStartup().m_bUnderWay = true;
-    }
-    STARTUP_TURN(const STARTUP_TURN&) = delete;
-    STARTUP_TURN& operator=(const STARTUP_TURN&) = delete;
-    ~STARTUP_TURN() {
-        const std::lock_guard l_Lock(DomainStartup().m_Lock);
-        DomainStartup().m_bUnderWay = false;
-        DomainStartup().m_Over.notify_one();
-    }
-};
+// The result of the last registration is Init's, unless the board is touched.
+int Register(IBMAdaptorMgr* a_Manager, CBaseAdaptor* a_Adaptor) {
+    if (a_Manager == nullptr) return RESULT_NOTHING_DONE;
+    for (const unsigned l_Group : REGISTERED_GROUPS)
+        a_Manager->RegisterGroup(l_Group, a_Adaptor);
+    return a_Manager->RegisterEventClass(BMI_EVENT_CLASS, a_Adaptor);
+}
+
+// The one before is stopped and stays allocated on purpose: another host thread may be in a Start or Stop of it.
+void ReplaceMonitor(std::atomic<IPMI_MonitorThread*>& a_Place, IPMI_MonitorThread* a_Monitor) {
+    IPMI_MonitorThread* const l_Before = a_Place.exchange(a_Monitor);
+    if (l_Before != nullptr) l_Before->RetireMonitor();
+}
 
 } // namespace
-
-IPMITHREAD* IPMIAdaptor::s_DomainThread = nullptr;
 
 int IPMIAdaptor::Init(IBMAdaptorMgr* a_Manager) {
     return Guarded("Init", [&] {
@@ -81,10 +66,13 @@ int IPMIAdaptor::Init(IBMAdaptorMgr* a_Manager) {
         m_Manager = a_Manager;
         m_Storage = a_Manager != nullptr ? a_Manager->GetStorage() : nullptr;
         UPGRADES(mFrame(), m_Manager, m_Mutex, m_Upgrades).SendEventTo(a_Manager);
-        const bool l_bTouchesBoard = mTouchesBoard();
-        mForgetBoard(); // of an earlier Init
-        if (l_bTouchesBoard) mTakeMonitor(NewMonitor(m_Board));
-        const int l_Registered = mRegister();
+        const bool l_bTouchesBoard = TouchesBoard(m_Manager);
+        ReplaceMonitor(m_Monitor, nullptr); // this, DSPs, ports and handle are an earlier Init's
+        m_DspMacMap.Clear();
+        m_SwitchPortMap.Clear();
+        PCI_HANDLE(m_PCIHandle).Close();
+        if (l_bTouchesBoard) ReplaceMonitor(m_Monitor, NewMonitor(m_Board));
+        const int l_Registered = Register(m_Manager, this);
 
         CBaseOsLog* const l_Logger = a_Manager != nullptr ? a_Manager->GetLogger() : nullptr;
         m_Logger = l_Logger;
@@ -92,88 +80,29 @@ int IPMIAdaptor::Init(IBMAdaptorMgr* a_Manager) {
         LogAlways(l_Logger, "WITHIN INIT-2");
         puts("Within Init = Now only doing logging ");
         LogAlways(l_Logger, "Hooking up OS Handler");
-        mWaitForModel();
+        if (DOMAIN_STARTUP(mFrame()).WaitForModel()) LogAlways(m_Logger, "Startup Mutex fired");
 
-        if (!mTouchesBoard()) {
+        if (!TouchesBoard(m_Manager)) {
             m_State = ADAPTOR_STARTED;
             if (TracesOn()) {
                 bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "IPMIAdaptor::Init(), set m_State=%d", m_State.load());
             }
             return l_Registered;
         }
-        const int l_Result = mInitBoard(); // in place of the registration's
+        // The result is no longer the registration's. What the driver file, the RTM and the first opening give has
+        // never been looked at.
+        ReplaceMonitor(m_Monitor, NewMonitor(m_Board)); // in place of the one made before
+        WriteProcFile();
+        m_State = ADAPTOR_STARTED;
+        int l_Result = mInitDSPInfo();
+        if (l_Result == RESULT_OK) {
+            mInitRTMInfo();
+            if (TracesOn()) bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "Entering CSwitchIfPortMgr Init");
+            PCI_HANDLE(m_PCIHandle).Open(); // mInitSwitchInfo opens another one, on purpose
+            l_Result = mInitSwitchInfo();
+        }
         return g_bCompleteIPMISimulation ? static_cast<int>(RESULT_NOTHING_DONE) : l_Result;
     });
-}
-
-bool IPMIAdaptor::mTouchesBoard() const {
-    IBMAdaptorMgr* const l_Manager = m_Manager;
-    const int l_Mode = l_Manager != nullptr ? l_Manager->GetMode() : 0;
-    return l_Mode == 1 || l_Mode == 3;
-}
-
-// The result of the last registration is Init's, unless the board is touched.
-int IPMIAdaptor::mRegister() {
-    IBMAdaptorMgr* const l_Manager = m_Manager;
-    if (l_Manager == nullptr) return RESULT_NOTHING_DONE;
-    for (const unsigned l_Group : REGISTERED_GROUPS)
-        l_Manager->RegisterGroup(l_Group, this);
-    return l_Manager->RegisterEventClass(BMI_EVENT_CLASS, this);
-}
-
-// Starts the domain thread and waits until it has the model ready; there is no time-out. Thread and model live as long
-// as the process: a later Init finds them there, and they log where it logs.
-void IPMIAdaptor::mWaitForModel() {
-    if (mStartDomainThread()) LogAlways(m_Logger, "Startup Mutex fired");
-}
-
-bool IPMIAdaptor::mStartDomainThread() {
-    int l_Error = 0;
-    {
-        const STARTUP_TURN l_Turn;
-        if (s_DomainThread != nullptr) {
-            g_Logger2 = m_Logger.load();
-            return true;
-        }
-        OSAL::OSALMutex l_StartupMutex;
-        l_StartupMutex.Lock();
-        auto l_Thread = std::make_unique<IPMITHREAD>(m_Logger, &l_StartupMutex);
-        l_Error = l_Thread->Start();
-        if (l_Error == 0) {
-            s_DomainThread = l_Thread.release(); // never deleted
-            l_StartupMutex.Lock();
-            l_StartupMutex.Unlock();
-            return true;
-        }
-    }
-    LogError(m_Logger, "IPMIAdaptor::Init() - starting the IPMI domain thread failed, errno %d", l_Error);
-    return false;
-}
-
-// The steps that touch the board. What the driver file, the RTM and the first opening gave has never been looked at.
-int IPMIAdaptor::mInitBoard() {
-    mTakeMonitor(NewMonitor(m_Board)); // in place of the one made before
-    WriteProcFile();
-    m_State = ADAPTOR_STARTED;
-    const int l_Result = mInitDSPInfo();
-    if (l_Result != RESULT_OK) return l_Result;
-    mInitRTMInfo();
-    if (TracesOn()) bmiLog(BM_LOG_DEBUG, COMPONENT_IPMI_ADAPTOR, "Entering CSwitchIfPortMgr Init");
-    PCI_HANDLE(m_PCIHandle).Open(); // mInitSwitchInfo opens another one, on purpose
-    return mInitSwitchInfo();
-}
-
-void IPMIAdaptor::mForgetBoard() {
-    mTakeMonitor(nullptr);
-    m_DspMacMap.Clear();
-    m_SwitchPortMap.Clear();
-    PCI_HANDLE(m_PCIHandle).Close();
-}
-
-// The one before is stopped and stays allocated on purpose: another host thread may be in a Start or Stop of it.
-void IPMIAdaptor::mTakeMonitor(IPMI_MonitorThread* a_Monitor) {
-    IPMI_MonitorThread* const l_Before = m_Monitor.exchange(a_Monitor);
-    if (l_Before != nullptr) l_Before->RetireMonitor();
 }
 
 // Manager, storage and logger stay: other host threads may be on their way to them. What the manager throws keeps none
@@ -200,7 +129,7 @@ int IPMIAdaptor::Start(structBmiDeviceInfoType*) {
         if (const int l_Result = mStartAMC(l_DSPs); l_Result != RESULT_OK) return l_Result;
         if (const int l_Result = mSetVXP(true); l_Result != RESULT_OK) return l_Result;
         if (IPMI_MonitorThread* const l_Monitor = m_Monitor; l_Monitor != nullptr) {
-            l_Monitor->StartMonitor(m_RTMPresent != 0, m_NumFramers == 0, l_DSPs.data(),
+            l_Monitor->StartMonitor(m_RTM.m_Present != 0, m_RTM.m_NumFramers == 0, l_DSPs.data(),
                                     static_cast<int>(l_DSPs.size()));
         }
         return static_cast<int>(RESULT_OK);

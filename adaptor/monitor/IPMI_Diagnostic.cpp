@@ -14,6 +14,9 @@ namespace BM_ADAPTOR {
 
 namespace {
 
+constexpr TOOL_FORMS CHECK_FORMS = {"/bin/mavk_diag -r -b amc", "/bin/mavk_diag -r -i", "/bin/mavk_diag -r"};
+constexpr TOOL_FORMS REPORT_FORMS = {"/bin/mavk_diag -r -v -b amc", "/bin/mavk_diag -r -i -v", "/bin/mavk_diag -r -v"};
+
 int Failed(MONITOR_RESULT_e a_Result, const char* a_Text) {
     bmiLog(BM_LOG_ERROR, COMPONENT_MONITOR_THREAD, "%s", a_Text);
     return a_Result;
@@ -60,13 +63,8 @@ int DIAGNOSTIC::mRun(bool a_bVerbose) const {
 }
 
 std::string DIAGNOSTIC::mCommand(bool a_bVerbose) const {
-    const char* l_Form = a_bVerbose ? "/bin/mavk_diag -r -v" : "/bin/mavk_diag -r";
-    if (!m_Order.m_bAMCCheckMode) {
-        l_Form = a_bVerbose ? "/bin/mavk_diag -r -v -b amc" : "/bin/mavk_diag -r -b amc";
-    } else if (m_Order.m_bInterfaceCheckMode) {
-        l_Form = a_bVerbose ? "/bin/mavk_diag -r -i -v" : "/bin/mavk_diag -r -i";
-    }
-    return m_InstallDir + l_Form + m_Order.m_DSPGroups;
+    const TOOL_FORMS& l_Forms = a_bVerbose ? REPORT_FORMS : CHECK_FORMS;
+    return m_InstallDir + l_Forms.Choose(m_Order.m_bAMCCheckMode, !m_Order.m_bInterfaceCheckMode) + m_Order.m_DSPGroups;
 }
 
 } // namespace BM_ADAPTOR

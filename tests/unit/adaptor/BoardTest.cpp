@@ -17,7 +17,6 @@ CBMIKeys KeysOf(const std::vector<std::pair<BMIParamId_e, int32_t>>& a_Keys) {
 }
 
 BOARD_TEST::BOARD_TEST() {
-    Kernel() = {};
     BoardDriver() = {};
     Access::Storage(m_Adaptor) = &m_Storage;
 }
@@ -25,8 +24,6 @@ BOARD_TEST::BOARD_TEST() {
 BOARD_TEST::~BOARD_TEST() {
     EXPECT_EQ(m_Storage.m_Misuses, 0);
     EXPECT_FALSE(m_Storage.m_IsOpen);
-    EXPECT_EQ(Kernel().m_Sockets, 0);
-    EXPECT_EQ(Kernel().m_OpenFiles, 0);
     m_Adaptor.Fin();
 }
 

@@ -5,7 +5,6 @@
 #include "adaptor/AdaptorTest.h"
 
 #include "fake/FakeBoardDriver.h"
-#include "fake/FakeKernel.h"
 #include "fake/FakeStorage.h"
 
 #include <string>

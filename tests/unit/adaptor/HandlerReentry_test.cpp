@@ -120,7 +120,6 @@ enum MODEL { WHOLE, WITHOUT_RECORDS, WITHOUT_FRUS, EMPTY };
 class HandlerReentry : public LED_TEST, public testing::WithParamInterface<MODEL> {
 protected:
     HandlerReentry() {
-        Kernel() = {};
         BoardDriver() = {};
         m_Board.m_Interfaces["eth6"] = {"192.168.0.1", {0x02, 0, 0, 0, 0, 0x10}};
         Fake().RecordRequests(false);

@@ -56,7 +56,7 @@ TEST_F(AdaptorDsp, InfoIsTheMapTheDefaultsAndTheKernelParameter) {
         AddAMC(3, l_Count);
         EXPECT_EQ(Access::mInitDSPInfo(m_Adaptor), 1);
         EXPECT_THAT(Access::DspMacMap(m_Adaptor), SizeIs(l_Count));
-        EXPECT_EQ(Kernel().m_Parameter, l_Count == 3 ? 1 : 0) << int{l_Count};
+        EXPECT_EQ(m_Board.Remap(), l_Count == 3 ? 1 : 0) << int{l_Count};
     }
     EXPECT_THAT(m_Storage.m_Files[DSP_IP_FILE], SizeIs(4));
 }
@@ -65,7 +65,7 @@ TEST_F(AdaptorDsp, InfoOfNoDspEmptiesTheMapAndLeavesTheKernelParameterAlone) {
     KnowDSPs({"old"});
     EXPECT_EQ(Access::mInitDSPInfo(m_Adaptor), 1);
     EXPECT_THAT(Access::DspMacMap(m_Adaptor), IsEmpty());
-    EXPECT_EQ(Kernel().m_Parameter, std::nullopt);
+    EXPECT_EQ(m_Board.Remap(), std::nullopt);
 }
 
 TEST_F(AdaptorDsp, IpAddressesAreTheStorages) {

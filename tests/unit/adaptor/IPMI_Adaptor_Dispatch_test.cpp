@@ -2,12 +2,8 @@
 #include "adaptor/AdaptorTest.h"
 
 #include "fake/FakeAllocation.h"
-#include "fake/FakeParams.h"
-#include "fake/ThrowingLog.h"
 
 #include <algorithm>
-#include <set>
-#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -282,93 +278,6 @@ TEST_F(Dispatch, EverythingIsAnsweredBeforeInit) {
         delete l_Table;
     }
     EXPECT_THAT(Lines(), IsEmpty()); // there is no logger yet
-}
-
-// ---- exceptions stay inside
-
-TEST_F(Dispatch, HostsLoggerThatThrowsChangesNoResult) {
-    static THROWING_LOG l_Log; // outlives the adaptor, as a host's logger does
-    for (const unsigned l_Group : {0x100U, 0x200U, 0x300U, 0x400U, 0x30000U, 0x30100U, 0x30200U, 0x30300U}) {
-        std::vector<std::vector<int>> l_Results; // with the logger, and without one
-        for (CBaseOsLog* const l_Logger : std::initializer_list<CBaseOsLog*>{&l_Log, nullptr}) {
-            IPMI_TEST_ACCESS::Logger(m_Adaptor) = l_Logger;
-            CBMIParams* l_Row = nullptr;
-            CBMITable* l_Table = nullptr;
-            std::vector<int> l_Codes;
-            EXPECT_NO_THROW(l_Codes.push_back(m_Adaptor.ReadParams(l_Group, &m_NoKeys, l_Row))) << l_Group;
-            EXPECT_NO_THROW(l_Codes.push_back(m_Adaptor.GetParamTable(l_Group, l_Table))) << l_Group;
-            EXPECT_NO_THROW(l_Codes.push_back(m_Adaptor.WriteParams(l_Group, &m_NoKeys, &m_Row))) << l_Group;
-            delete l_Row;
-            delete l_Table;
-            l_Results.push_back(l_Codes);
-        }
-        EXPECT_EQ(l_Results[0], l_Results[1]) << l_Group;
-    }
-}
-
-struct FAILED_GROUP {
-    unsigned m_Group;
-    int m_Failure;
-};
-
-constexpr FAILED_GROUP FAILED_GROUPS[] = {{0x100, 12},  {0x200, 12},   {0x300, 12},   {0x400, 12},   {0x600, 0},
-                                          {0x1200, 4},  {0x30000, 12}, {0x30100, 12}, {0x30200, 12}, {0x30300, 12},
-                                          {0x30d10, 4}, {0x30e00, 4},  {0x30d00, 0},  {0x30e10, 0},  {0x500, 0}};
-
-TEST_F(Dispatch, ReadThatEndsByAnExceptionGivesItsTablesFailure) {
-    BM_LOG_LEVEL = 0;
-    for (const auto& [l_Group, l_Failure] : FAILED_GROUPS) {
-        CBMIParams* l_Row = nullptr;
-        FailNextAllocation();
-        EXPECT_EQ(m_Adaptor.ReadParams(l_Group, &m_NoKeys, l_Row), l_Failure) << std::hex << l_Group;
-        EXPECT_FALSE(CallOffFailedAllocation());
-        EXPECT_EQ(l_Row, nullptr);
-        EXPECT_EQ(Lines().size(), 1U) << std::hex << l_Group;
-    }
-}
-
-TEST_F(Dispatch, TableThatEndsByAnExceptionGivesItsFailure) {
-    BM_LOG_LEVEL = 0;
-    for (const auto& [l_Group, l_Failure] : FAILED_GROUPS) {
-        CBMITable* l_Table = nullptr;
-        FailNextAllocation();
-        EXPECT_EQ(m_Adaptor.GetParamTable(l_Group, l_Table), l_Failure) << std::hex << l_Group;
-        const bool l_bServed = !CallOffFailedAllocation(); // a table that is not served allocates nothing
-        EXPECT_EQ(Lines().size(), l_bServed ? 1U : 0U) << std::hex << l_Group;
-        EXPECT_EQ(l_Table, nullptr);
-    }
-}
-
-TEST_F(Dispatch, WriteThatEndsByAnExceptionGivesItsTablesFailure) {
-    BM_LOG_LEVEL = 0;
-    CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, 3);
-    CBMIParams l_Values = KeyOf(BMI_HW_AMC_RUN_STATUS, 5);
-    const std::set<unsigned> l_ReadOnly = {0x300, 0x400, 0x1200, 0x30d00, 0x30e10, 0x500};
-    const auto l_Writes = [&](unsigned a_Group) { return !l_ReadOnly.contains(a_Group); };
-    for (const auto& [l_Group, l_Failure] : FAILED_GROUPS) {
-        bool l_bAsked = false;
-        FakeParams().m_Hides = [&](const CBMIParams&, unsigned) -> bool {
-            l_bAsked = true;
-            throw std::runtime_error("no parameter");
-        };
-        EXPECT_EQ(m_Adaptor.WriteParams(l_Group, &l_Keys, &l_Values), l_Writes(l_Group) ? l_Failure : 0)
-            << std::hex << l_Group;
-        FakeParams() = {};
-        EXPECT_EQ(l_bAsked, l_Writes(l_Group)) << std::hex << l_Group;
-    }
-}
-
-class THROWING_MANAGER final : public FAKE_MANAGER {
-public:
-    int SendEvent(unsigned, unsigned, CBMIEvParams*) override { throw std::bad_alloc(); }
-};
-
-TEST_F(Dispatch, NoExceptionOfTheHostsManagerCrossesBackToTheHost) {
-    THROWING_MANAGER l_Manager;
-    IPMI_TEST_ACCESS::Manager(m_Adaptor) = &l_Manager;
-    CBMIKeys l_Keys = KeyOf(BMI_HW_AMC_BAY, 3);
-    CBMIParams l_Values = KeyOf(BMI_HW_AMC_RUN_STATUS, 5);
-    EXPECT_NO_THROW(EXPECT_EQ(m_Adaptor.WriteParams(0x30200, &l_Keys, &l_Values), 12));
 }
 
 } // namespace

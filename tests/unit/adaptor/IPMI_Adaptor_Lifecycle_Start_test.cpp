@@ -57,14 +57,14 @@ protected:
 
 TEST_F(StartedMonitor, ComesLastAtStartAndEndsFirstAtStop) {
     bool l_bStoppedBefore = false;
-    FakeSystem().m_OnCall = [&](const std::string& a_Command) {
+    m_Board.m_OnTool = [&](const std::string& a_Command) {
         if (a_Command == MEDIA_STOP) l_bStoppedBefore = m_Log.Has("Monitor Thread stopped");
     };
     EXPECT_EQ(Start(), 1);
     m_Board.WaitForBegun(1);
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, Boot(), Diag(), MEDIA_START, MEDIA_STOP));
-    EXPECT_THAT(m_Board.Commands(), ElementsAre(CHECK + std::string(" -b amc") + DSP_WORDS));
+    EXPECT_THAT(m_Board.Commands(),
+                ElementsAre(INIT, Boot(), Diag(), MEDIA_START, CHECK + std::string(" -b amc") + DSP_WORDS, MEDIA_STOP));
     EXPECT_TRUE(l_bStoppedBefore);
 }
 
@@ -85,7 +85,7 @@ TEST_F(StartedMonitor, IsToldOfAnRtmWithFramers) {
 TEST_F(StartedMonitor, LooksAtTheFramersWhereStartupLooksAtTheTrunks) {
     BeWithRTM(1, 0);
     EXPECT_THAT(Checks(), ElementsAre(CHECK + DSP_WORDS));
-    EXPECT_THAT(FakeSystem().Commands(), Contains("/k/bin/mavk_init -v -i"));
+    EXPECT_THAT(m_Board.Commands(), Contains("/k/bin/mavk_init -v -i"));
 }
 
 TEST_F(StartedMonitor, IsStartedAnewBySecondStart) {
@@ -99,16 +99,16 @@ TEST_F(StartedMonitor, IsStartedAnewBySecondStart) {
 }
 
 TEST_F(StartedMonitor, IsNotStartedWithoutTheMediaServer) {
-    FakeSystem().m_Results = {0, 0, 0, Exited(1)};
+    m_Board.m_ToolResults = {0, 0, 0, Exited(1)};
     EXPECT_EQ(Start(), 0x30004);
     EXPECT_THAT(Lines(), Contains(MediaError("Fail to start MEDIA SERVER ")));
     EXPECT_THAT(FakeQueue().m_Calls, IsEmpty());
 }
 
 TEST_F(StartedMonitor, IsNotStartedWithoutTheDsps) {
-    FakeSystem().m_Results = {0, 0, Exited(7)};
+    m_Board.m_ToolResults = {0, 0, Exited(7)};
     EXPECT_EQ(Start(), 0x30012);
-    EXPECT_THAT(FakeSystem().Commands(), Not(Contains(MEDIA_START)));
+    EXPECT_THAT(m_Board.Commands(), Not(Contains(MEDIA_START)));
     EXPECT_THAT(FakeQueue().m_Calls, IsEmpty());
 }
 
@@ -125,7 +125,7 @@ TEST_F(StartedMonitor, ThatCannotStartIsNotStartsFailure) {
 TEST_F(StartedMonitor, IsStoppedThoughTheMediaServerIsNot) {
     EXPECT_EQ(Start(), 1);
     m_Board.WaitForBegun(1);
-    FakeSystem().m_Results = {Exited(3)};
+    m_Board.m_ToolResults = {Exited(3)};
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 0x30005);
     EXPECT_TRUE(m_Log.Has("Monitor Thread stopped"));
     EXPECT_THAT(Lines(), Contains(MediaError("Fail to stop MEDIA SERVER ")));
@@ -144,7 +144,7 @@ protected:
         std::latch l_Runs(1);
         std::latch l_GoOn(1);
         std::atomic<int> l_Tools = 0;
-        FakeSystem().m_OnCall = [&](const std::string&) {
+        m_Board.m_OnTool = [&](const std::string&) {
             if (l_Tools++ != 0) return;
             l_Runs.count_down();
             l_GoOn.wait();
@@ -159,26 +159,25 @@ protected:
 
 TEST_F(StartMeets, AnotherStartThatDoesNotWaitForIt) {
     WhileStartHangs([this] { EXPECT_EQ(Start(), 1); });
-    EXPECT_THAT(FakeSystem().Commands(),
-                ElementsAre(INIT, INIT, Boot(), Diag(), MEDIA_START, Boot(), Diag(), MEDIA_START));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(INIT, INIT, Boot(), Diag(), MEDIA_START, Boot(), Diag(), MEDIA_START));
     EXPECT_THAT(Statuses(), ElementsAre(3, 3, 4, 4));
 }
 
 TEST_F(StartMeets, AStopThatDoesNotWaitForIt) {
     WhileStartHangs([this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); });
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, MEDIA_STOP, Boot(), Diag(), MEDIA_START));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(INIT, MEDIA_STOP, Boot(), Diag(), MEDIA_START));
 }
 
 TEST_F(StartMeets, AFinThatDoesNotWaitForIt) {
     WhileStartHangs([this] { EXPECT_EQ(m_Adaptor.Fin(), 1); });
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, Boot(), Diag(), MEDIA_START));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(INIT, Boot(), Diag(), MEDIA_START));
     EXPECT_THAT(Statuses(), ElementsAre(3, 4));
 }
 
 TEST_F(StartMeets, AStopThatHangsAndAFinBesidesIt) {
     std::latch l_Runs(1);
     std::latch l_GoOn(1);
-    FakeSystem().m_OnCall = [&](const std::string& a_Command) {
+    m_Board.m_OnTool = [&](const std::string& a_Command) {
         if (a_Command != MEDIA_STOP) return;
         l_Runs.count_down();
         l_GoOn.wait();
@@ -206,7 +205,7 @@ protected:
 TEST_F(StartWithinItsEvent, HostMayStopTheMediaServer) {
     m_Host.m_OnEvent = [this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); };
     EXPECT_EQ(Start(), 1);
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(MEDIA_STOP, INIT, Boot(), Diag(), MEDIA_STOP, MEDIA_START));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(MEDIA_STOP, INIT, Boot(), Diag(), MEDIA_STOP, MEDIA_START));
 }
 
 TEST_F(StartWithinItsEvent, HostMayFinishTheAdaptor) {
@@ -218,7 +217,7 @@ TEST_F(StartWithinItsEvent, HostMayFinishTheAdaptor) {
 TEST_F(StartWithinItsEvent, HostMayWaitForAnotherThreadThatStops) {
     m_Host.m_OnEvent = [this] { OnAnotherThread([this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); }); };
     EXPECT_EQ(Start(), 1);
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(MEDIA_STOP, INIT, Boot(), Diag(), MEDIA_STOP, MEDIA_START));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(MEDIA_STOP, INIT, Boot(), Diag(), MEDIA_STOP, MEDIA_START));
 }
 
 TEST_F(StartWithinItsEvent, HostMayWaitForAnotherThreadThatFinishesTheAdaptor) {
@@ -253,7 +252,7 @@ TEST_F(StartWithinItsEvent, HandlersOfARunStatusAndOfAnUpgradeMayCrossEachOther)
 // ---- out of a line of the monitor
 
 TEST_F(StartedMonitor, ItsLineMayWaitForAnotherThreadThatStopsTheBlade) {
-    m_Board.m_ToolResults = {Exited(16), 0};
+    m_Board.m_ToolResults = {0, 0, 0, 0, Exited(16), 0};
     ACTING_LOG l_Log(MonitorError("AMC failed"),
                      [this] { OnAnotherThread([this] { EXPECT_EQ(m_Adaptor.Stop(nullptr), 1); }); });
     EXPECT_EQ(Start(), 1);
@@ -263,7 +262,7 @@ TEST_F(StartedMonitor, ItsLineMayWaitForAnotherThreadThatStopsTheBlade) {
 }
 
 TEST_F(StartedMonitor, ItsLineMayRestartTheBlade) {
-    m_Board.m_ToolResults = {Exited(16), 0};
+    m_Board.m_ToolResults = {0, 0, 0, 0, Exited(16), 0};
     ACTING_LOG l_Log(MonitorError("AMC failed"), [this] {
         EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
         EXPECT_EQ(Start(), 1);

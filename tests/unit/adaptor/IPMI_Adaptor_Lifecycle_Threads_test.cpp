@@ -5,7 +5,6 @@
 #include "adaptor/upgrade/UpgradeTest.h"
 #include "common/veldo_common_rows.h"
 #include "fake/FakeQueue.h"
-#include "fake/FakeSystem.h"
 
 #include <algorithm>
 #include <atomic>
@@ -46,7 +45,6 @@ private:
 class AdaptorThreads : public LIFECYCLE_TEST {
 protected:
     AdaptorThreads() {
-        FakeSystem().Reset();
         FakeQueue().Reset();
         FakeQueue().m_Answers[Q_MSG_BOARD_STATUS] = qMsg{Q_MSG_BOARD_STATUS_REPLY, Q_ADDRESS_VXP, Q_ADDRESS_MONITOR}
                                                         .Number(Q_FIELD_BOARD_STATE, 1)
@@ -65,7 +63,6 @@ protected:
         EXPECT_EQ(FakeQueue().m_Descriptor, -1) << "a monitor is left";
         EXPECT_EQ(m_Shared.m_Misuses, 0);
         FakeQueue().Reset();
-        FakeSystem().Reset();
     }
 
     void ReadRows() {

@@ -1,9 +1,6 @@
 // Fin, Start and Stop, and what a manager that throws does to the lifecycle.
 #include "adaptor/LifecycleTest.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 using namespace BM_ADAPTOR;
@@ -86,37 +83,14 @@ TEST_F(AdaptorFin, LeavesStateAndModelAlone) {
 
 // ---- Start and Stop
 
-/// An install directory whose media scripts leave a mark and exit as told.
 class AdaptorStartStop : public LIFECYCLE_TEST {
 protected:
     AdaptorStartStop() {
-        std::string l_Name = testing::TempDir() + "adaptorXXXXXX";
-        m_Directory = mkdtemp(l_Name.data());
-        std::filesystem::create_directory(m_Directory / "bin");
-        Access::InstallDir(m_Adaptor) = m_Directory;
-        PutScript("mediaStart", 0);
-        PutScript("mediaStop", 0);
+        Access::InstallDir(m_Adaptor) = "/k";
         WithoutOpenIPMI();
     }
 
-    ~AdaptorStartStop() override { std::filesystem::remove_all(m_Directory); }
-
-    void PutScript(const std::string& a_Name, int a_Status) {
-        const auto l_Path = m_Directory / "bin" / a_Name;
-        std::ofstream(l_Path) << "#!/bin/sh\necho " << a_Name << " >>" << (m_Directory / "runs") << "\nexit "
-                              << a_Status << "\n";
-        std::filesystem::permissions(l_Path, std::filesystem::perms::owner_all);
-    }
-
-    TEXTS Runs() const {
-        TEXTS l_Runs;
-        std::ifstream l_File(m_Directory / "runs");
-        for (std::string l_Line; std::getline(l_File, l_Line);)
-            l_Runs.push_back(l_Line);
-        return l_Runs;
-    }
-
-    std::filesystem::path m_Directory;
+    static constexpr const char* MEDIA_STOP = "/k/bin/mediaStop";
 };
 
 TEST_F(AdaptorStartStop, StartWithoutADspGives0AndRunsNothing) {
@@ -125,12 +99,12 @@ TEST_F(AdaptorStartStop, StartWithoutADspGives0AndRunsNothing) {
     EXPECT_EQ(m_Adaptor.Start(nullptr), 0);
     Init(1);
     EXPECT_EQ(m_Adaptor.Start(nullptr), 0);
-    EXPECT_THAT(Runs(), IsEmpty());
+    EXPECT_THAT(m_Board.Commands(), IsEmpty());
 }
 
 TEST_F(AdaptorStartStop, StopBeforeAnythingStopsTheMediaServer) {
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
-    EXPECT_THAT(Runs(), ElementsAre("mediaStop"));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(MEDIA_STOP));
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
@@ -139,17 +113,17 @@ TEST_F(AdaptorStartStop, StopSurvivesAMonitorThatNeverRan) {
     ASSERT_NE(Access::Monitor(m_Adaptor), nullptr);
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
-    EXPECT_THAT(Runs(), ElementsAre("mediaStop", "mediaStop"));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(MEDIA_STOP, MEDIA_STOP));
 }
 
 TEST_F(AdaptorStartStop, StopWithoutAMonitorStopsTheMediaServer) {
     Init(2);
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 1);
-    EXPECT_THAT(Runs(), ElementsAre("mediaStop"));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(MEDIA_STOP));
 }
 
 TEST_F(AdaptorStartStop, MediaServerThatCannotBeStoppedIsReported) {
-    PutScript("mediaStop", 3);
+    m_Board.m_ToolResults = {Exited(3)};
     EXPECT_EQ(m_Adaptor.Stop(nullptr), 0x30005);
     EXPECT_THAT(Lines(), ElementsAre(LOG_LINE{3, "Media Adaptor", "Fail to stop MEDIA SERVER "}));
 }

@@ -38,8 +38,8 @@ TEST_F(Construction, KnowsNoHostAndNoHardware) {
     EXPECT_EQ(Access::PCIHandle(l_Adaptor), nullptr);
     EXPECT_EQ(Access::Monitor(l_Adaptor), nullptr);
     EXPECT_THAT(Access::DspMacMap(l_Adaptor), IsEmpty());
-    EXPECT_EQ(Access::RTMPresent(l_Adaptor), 0);
-    EXPECT_EQ(Access::NumFramers(l_Adaptor), 0);
+    EXPECT_EQ(Access::RTM(l_Adaptor).m_Present, 0);
+    EXPECT_EQ(Access::RTM(l_Adaptor).m_NumFramers, 0);
 }
 
 TEST_F(Construction, GivesTheReservedMembersTheirValues) {

@@ -1,6 +1,7 @@
 // What the tests of Init, Start, Stop and Fin need; see the header.
 #include "adaptor/LifecycleTest.h"
 
+#include "ipmi/FRUImage.h"
 #include "ipmi/IPMI_Probe.h"
 #include "ipmi/IPMI_Thread.h"
 
@@ -26,9 +27,12 @@ TEXTS RegistrationCalls(const std::string& a_Verb) {
     return l_Calls;
 }
 
+LOG_LINE Always(const std::string& a_Text) {
+    return Trace(a_Text);
+}
+
 LIFECYCLE_TEST::LIFECYCLE_TEST() {
     BoardDriver() = {};
-    Kernel() = {};
     m_Board.m_OpenErrors = {{1, ENOENT}};
     m_Host.m_Storage = &m_Storage;
     m_Host.m_Logger = &m_Log;
@@ -39,8 +43,16 @@ LIFECYCLE_TEST::~LIFECYCLE_TEST() {
     RetireDomainThread();
 }
 
+void LIFECYCLE_TEST::SetEnvironment(const char* a_Name, const char* a_Value) {
+    if (a_Value != nullptr) {
+        m_Board.m_Environment[a_Name] = a_Value;
+    } else {
+        m_Board.m_Environment.erase(a_Name);
+    }
+}
+
 void LIFECYCLE_TEST::GiveDSPs() {
-    m_Board.m_Environment["MAVK_AMC"] = "x314";
+    SetEnvironment("MAVK_AMC", "x314");
     m_Board.m_Interfaces["eth6"] = {"192.168.0.1", {0x02, 0, 0, 0, 0, 0x10}};
 }
 
@@ -72,6 +84,23 @@ void LIFECYCLE_TEST::RetireDomainThread() {
         Fake().WaitUntilIdle();
         s_Sleeping.emplace_back(l_Thread, g_ENTITYCapture);
     }
+}
+
+LIFECYCLE_OVER_IPMI::LIFECYCLE_OVER_IPMI()
+    : m_Image(FRUImage(BoardArea(Fields({"Maker", "Board", "S1", "P1"})),
+                       ProductArea(Fields({"Maker", "Product", "P2", "V2", "S2"})), {}, 16)) {
+    const auto l_Size = static_cast<uint8_t>(m_Image.size());
+    Fake().OnRequests({{{0x2C, 0x00}, {0x00, 0x00, 0x22, 0x00, 0x00}},                         // maximum FRU id 0
+                       {{0x2C, 0x01}, {0x00, 0x00, 0x41, 0x82, 0xFF, 0x00, 0x03, 0x00}},       // site 3, front board
+                       {{0x06, 0x01}, {0x00, 0x20, 0x80, 0x02, 0x11, 0x02, 0, 0, 0, 0, 0, 0}}, // firmware 2.17
+                       {{0x2C, 0x05}, {0x00, 0x00, 0x00, 0x00}},                               // no LEDs
+                       {{0x0A, 0x10, 0x00}, {0x00, l_Size, 0x00, 0x00}}});
+    Fake().OnRequest({0x0A, 0x11, 0x00}, [this](const SENT_REQUEST& a_Request) {
+        const auto l_Offset = m_Image.begin() + a_Request.m_Data[1];
+        BYTES l_Reply = {0x00, 16};
+        l_Reply.insert(l_Reply.end(), l_Offset, l_Offset + 16);
+        return std::optional(l_Reply);
+    });
 }
 
 } // namespace BM_ADAPTOR::TEST

@@ -6,7 +6,6 @@
 
 #include "adaptor/IPMI_MonitorThread.h"
 #include "fake/FakeBoardDriver.h"
-#include "fake/FakeKernel.h"
 #include "fake/FakeStorage.h"
 #include "fake/StdoutCapture.h"
 
@@ -45,6 +44,20 @@ public:
 /// The calls that (un)register the groups and the event class, in order; `a_Verb` is "Register" or "Unregister".
 TEXTS RegistrationCalls(const std::string& a_Verb);
 
+/// A line of Init's own, which is written whatever the host's log level; its level is a trace's.
+LOG_LINE Always(const std::string& a_Text);
+
+/// Does something at each line.
+class LISTENING_LOG final : public RECORDING_LOG {
+public:
+    void Log(int a_Level, const char* a_Component, const char* a_Text) override {
+        if (m_OnLine) m_OnLine(a_Text);
+        RECORDING_LOG::Log(a_Level, a_Component, a_Text);
+    }
+
+    std::function<void(const std::string& a_Text)> m_OnLine{};
+};
+
 /// An adaptor before Init, on a board without eth6 and without the PCI driver's file. Standard output is captured.
 class LIFECYCLE_TEST : public ADAPTOR_PROCESS_TEST {
 protected:
@@ -54,6 +67,9 @@ protected:
     /// OpenIPMI cannot be set up: Init ends in the complete simulation.
     static void WithoutOpenIPMI() { Fake().Setup().m_bOsHandlerFails = true; }
 
+    /// An environment variable of the board, and until nothing asks the process's any more, of the process. Null:
+    /// unset.
+    void SetEnvironment(const char* a_Name, const char* a_Value);
     /// Four DSPs in bay 3, by MAVK_AMC, and the eth6 that their addresses are counted from.
     void GiveDSPs();
 
@@ -69,6 +85,15 @@ protected:
 
 private:
     static void RetireDomainThread();
+};
+
+/// The same with a controller that answers: a front board, FRU 0, with texts and no LEDs.
+class LIFECYCLE_OVER_IPMI : public LIFECYCLE_TEST {
+protected:
+    LIFECYCLE_OVER_IPMI();
+
+private:
+    const BYTES m_Image;
 };
 
 } // namespace BM_ADAPTOR::TEST

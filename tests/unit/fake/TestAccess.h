@@ -2,6 +2,7 @@
 #pragma once
 
 #include "adaptor/IPMI_Adaptor.h"
+#include "adaptor/startup/IPMI_DomainStartup.h"
 #include "ipmi/IPMI_Probe.h"
 #include "ipmi/IPMI_Thread.h"
 
@@ -50,10 +51,6 @@ struct IPMI_TEST_ACCESS {
     // Of the adaptor.
     TEST_ACCESS(Manager)
     TEST_ACCESS(Logger)
-    TEST_ACCESS(RTMPresent)
-    TEST_ACCESS(NumFramers)
-    TEST_ACCESS(TrunksPerFramer)
-    TEST_ACCESS(TrunkTotal)
     TEST_ACCESS(Storage)
     TEST_ACCESS(InstallDir)
     TEST_ACCESS(Monitor)
@@ -64,6 +61,7 @@ struct IPMI_TEST_ACCESS {
     TEST_ACCESS(Reserved2)
     TEST_ACCESS(Reserved3)
 
+    static BM_ADAPTOR::RTM_VALUES& RTM(BM_ADAPTOR::IPMIAdaptor& a_Adaptor) { return a_Adaptor.m_RTM; }
     static auto& UpgradeStatus(BM_ADAPTOR::IPMIAdaptor& a_Adaptor) { return a_Adaptor.m_Upgrades.m_Status; }
     static auto& UpgradeThread(BM_ADAPTOR::IPMIAdaptor& a_Adaptor) { return a_Adaptor.m_Upgrades.m_Thread; }
     /// What a reader gets at this moment.
@@ -83,8 +81,6 @@ struct IPMI_TEST_ACCESS {
 
     // Operations of the adaptor.
     TEST_CALL(mInitRTMInfo)
-    TEST_CALL(mKeepRTMInfo)
-    TEST_CALL(mSetDepop)
     TEST_CALL(mInitDSPInfo)
     TEST_CALL(mInitIPInfo)
     TEST_CALL(mGetDspIpAddrDB)
@@ -99,7 +95,7 @@ struct IPMI_TEST_ACCESS {
     TEST_CALL(mSetAmcRTMStatus)
 
     /// The domain thread of the process; without one the next Init starts one.
-    static BM_ADAPTOR::IPMITHREAD*& DomainThread() { return BM_ADAPTOR::IPMIAdaptor::s_DomainThread; }
+    static BM_ADAPTOR::IPMITHREAD*& DomainThread() { return BM_ADAPTOR::DOMAIN_STARTUP::s_DomainThread; }
 };
 
 #undef TEST_ACCESS

@@ -1,7 +1,7 @@
 // What the tests of the door to the machine need: a kernel as new, which at the end has got everything back.
 #pragma once
 
-#include "fake/FakeKernel.h"
+#include "adaptor/board/FakeKernel.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

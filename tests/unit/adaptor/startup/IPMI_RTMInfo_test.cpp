@@ -1,8 +1,9 @@
-// What start-up learns of the RTM, and the kernel parameter of the number of DSPs.
+// What start-up learns of the RTM.
+#include "adaptor/startup/IPMI_RTMInfo.h"
+
 #include "adaptor/BoardTest.h"
 
 #include "common/veldo_common_rows.h"
-#include "fake/FakeParams.h"
 
 #include <cstdlib>
 
@@ -16,8 +17,15 @@ namespace {
 class RtmInfo : public BOARD_TEST {
 protected:
     std::vector<int> Info() {
-        return {Access::RTMPresent(m_Adaptor), Access::NumFramers(m_Adaptor), Access::TrunksPerFramer(m_Adaptor),
-                Access::TrunkTotal(m_Adaptor)};
+        const RTM_VALUES& l_RTM = Access::RTM(m_Adaptor);
+        return {l_RTM.m_Present, l_RTM.m_NumFramers, l_RTM.m_TrunksPerFramer, l_RTM.m_TrunkTotal};
+    }
+
+    /// Takes these rows of a table that could be read.
+    int Take(const std::vector<const CBMIParams*>& a_Rows) { return RTM_INFO(Access::RTM(m_Adaptor)).Take(1, a_Rows); }
+    /// An override of the RTM.
+    void Override(const char* a_Digits) {
+        m_Board.m_Environment["MAVK_RTM"] = a_Digits;
     }
 
     LOG_LINE IpmiError(const std::string& a_Text) { return {BM_LOG_ERROR, "IPMI", a_Text}; }
@@ -34,63 +42,45 @@ TEST_F(RtmInfo, HoldsFramersAndTrunks) {
 }
 
 TEST_F(RtmInfo, OfNoRtmGivesTheReadsResultAndKeepsTheFramers) {
-    m_Board.m_Environment["MAVK_RTM"] = "2184";
+    Override("2184");
     EXPECT_EQ(Access::mInitRTMInfo(m_Adaptor), 1);
     EXPECT_THAT(Info(), ElementsAre(1, 8, 4, 32));
-    m_Board.m_Environment["MAVK_RTM"] = "1";
+    Override("1");
     EXPECT_EQ(Access::mInitRTMInfo(m_Adaptor), 12);
     EXPECT_THAT(Info(), ElementsAre(0, 8, 4, 32));
 }
 
 TEST_F(RtmInfo, OfASimulatedRtmWithoutDigitsIsMinusOne) {
-    m_Board.m_Environment["MAVK_RTM"] = "2";
+    Override("2");
     EXPECT_EQ(Access::mInitRTMInfo(m_Adaptor), 1);
     EXPECT_THAT(Info(), ElementsAre(1, -1, -1, 1));
 }
 
-TEST_F(RtmInfo, OfAMissingRowFails) {
-    EXPECT_EQ(Access::mKeepRTMInfo(m_Adaptor, static_cast<const CBMIParams*>(nullptr)), 0x30011);
+TEST_F(RtmInfo, SaysThatThereIsAnRtmThoughItsRowIsMissing) {
+    EXPECT_EQ(Take({nullptr}), 0x30011);
     EXPECT_THAT(Lines(), ElementsAre(IpmiError("Fail to get Row[0] of RTM Table in GetAmcRtmInfo()")));
+    EXPECT_THAT(Info(), ElementsAre(1, 0, 0, 0));
 }
 
-TEST_F(RtmInfo, SaysThatThereIsAnRtmThoughItsRowIsMissing) {
-    m_Board.m_Environment["MAVK_RTM"] = "2184";
-    FakeParams().m_bHidesRows = true;
-    EXPECT_EQ(Access::mInitRTMInfo(m_Adaptor), 0x30011);
-    FakeParams() = {};
-    EXPECT_THAT(Info(), ElementsAre(1, 0, 0, 0));
+TEST_F(RtmInfo, OfATableWithoutRowsIsThatThereIsNoRtm) {
+    Access::RTM(m_Adaptor).m_Present = 1;
+    EXPECT_EQ(Take({}), 1);
+    EXPECT_THAT(Info(), ElementsAre(0, 0, 0, 0));
 }
 
 TEST_F(RtmInfo, OfARowWithoutFramersFails) {
     AddInt(m_Row, BMI_HW_RTM_FRU_TRUNKS_PER_FRAMER, 4);
-    EXPECT_EQ(Access::mKeepRTMInfo(m_Adaptor, &m_Row), 0x30011);
+    EXPECT_EQ(Take({&m_Row}), 0x30011);
     EXPECT_THAT(Lines(),
                 ElementsAre(IpmiError("Fail to get BMI_HW_RTM_FRU_NUM_FRAMERS of RTM Table in mInitRTMInfo()")));
-    EXPECT_THAT(Info(), ElementsAre(0, 0, 0, 0));
+    EXPECT_THAT(Info(), ElementsAre(1, 0, 0, 0));
 }
 
 TEST_F(RtmInfo, OfARowWithoutTrunksKeepsTheEarlierOnes) {
-    Access::TrunksPerFramer(m_Adaptor) = 3;
+    Access::RTM(m_Adaptor).m_TrunksPerFramer = 3;
     AddInt(m_Row, BMI_HW_RTM_FRU_NUM_FRAMERS, 5);
-    EXPECT_EQ(Access::mKeepRTMInfo(m_Adaptor, &m_Row), 1);
-    EXPECT_THAT(Info(), ElementsAre(0, 5, 3, 15));
-}
-
-// ---- the kernel parameter
-
-TEST_F(RtmInfo, KernelParameterIs1ForThreeDspsOnly) {
-    for (const int l_Count : {0, 1, 2, 3, 4, 32}) {
-        EXPECT_EQ(Access::mSetDepop(m_Adaptor, l_Count), 1);
-        EXPECT_EQ(Kernel().m_Parameter, l_Count == 3 ? 1 : 0) << l_Count;
-    }
-    EXPECT_THAT(Kernel().m_ParameterName, ElementsAre(555, 2));
-    EXPECT_THAT(Lines(), IsEmpty());
-}
-
-TEST_F(RtmInfo, KernelWithoutTheParameterIsReportedAndPassedOver) {
-    Kernel().m_bNoParameter = true;
-    EXPECT_EQ(Access::mSetDepop(m_Adaptor, 4), 1);
-    EXPECT_THAT(Lines(), ElementsAre(BmiError("Fail to set REMAP value with 4 DSPs")));
+    EXPECT_EQ(Take({&m_Row}), 1);
+    EXPECT_THAT(Info(), ElementsAre(1, 5, 3, 15));
 }
 
 } // namespace

@@ -1,8 +1,9 @@
 // The run status of all AMCs: what the host is told, and what their LEDs show.
+#include "adaptor/startup/IPMI_RunStatus.h"
+
 #include "adaptor/leds/LedTest.h"
 
 #include "common/veldo_common_rows.h"
-#include "fake/FakeParams.h"
 
 using namespace BM_ADAPTOR;
 using namespace BM_ADAPTOR::TEST;
@@ -116,29 +117,6 @@ TEST_F(RunStatus, LedSetByItsControlIsNoFailure) {
                 ElementsAre(ipmi_light_setting_s{0, 500, 500, 2}, ipmi_light_setting_s{0, 1, 0, 3}));
 }
 
-TEST_F(RunStatus, RowThatDoesNotGiveItsBayEndsTheWalk) {
-    AddModule(ENTITY_ID_AMC, 3);
-    AddModule(ENTITY_ID_AMC, 5);
-    FakeParams().m_Hides = [](const CBMIParams& a_Row, unsigned a_Id) {
-        return a_Id == BMI_HW_AMC_BAY && a_Row.GetSize() > 1; // not the key alone, with which the row is read
-    };
-    EXPECT_EQ(Set(4), 0x30011);
-    FakeParams() = {};
-    EXPECT_THAT(StartupLines(), ElementsAre(Ipmi("Fail to get AMCs bay location")));
-    EXPECT_THAT(Told(), IsEmpty());
-}
-
-TEST_F(RunStatus, StatusThatCannotBeSetEndsTheWalk) {
-    AddModule(ENTITY_ID_AMC, 3);
-    AddModule(ENTITY_ID_AMC, 5);
-    FakeParams().m_Hides = [](const CBMIParams&, unsigned a_Id) { return a_Id == BMI_HW_AMC_RUN_STATUS; };
-    EXPECT_EQ(Set(4), 16);
-    FakeParams() = {};
-    EXPECT_THAT(StartupLines(), ElementsAre(Ipmi("Fail to set AMCs run status, Error Id = 16")));
-    EXPECT_THAT(Told(), IsEmpty());
-    EXPECT_THAT(Sets(), IsEmpty());
-}
-
 TEST_F(RunStatus, OutOfServiceLedThatIsRefusedIsReportedAndTheWalkGoesOn) {
     AddModule(ENTITY_ID_AMC, 3);
     AddModule(ENTITY_ID_AMC, 5);
@@ -202,6 +180,77 @@ TEST_F(RunStatus, WithoutAManagerIsKeptAndShown) {
     EXPECT_EQ(Sets().size(), 2U);
     EXPECT_EQ(sg_AMC_MAP.at(3)->m_RunStatus, 5);
     IPMI_TEST_ACCESS::Manager(m_Adaptor) = &m_Manager;
+}
+
+// ---- rows and tables as a host's library may give them
+
+/// Tables that keep what is written, and answer as told.
+class KEPT_TABLES final : public RUN_STATUS_TABLES {
+public:
+    int ReadModules(CBMITable*& a_Table) override {
+        a_Table = new CBMITable;
+        for (const int l_Bay : m_Bays) {
+            CBMIParams l_Row = KeyOf(BMI_HW_AMC_BAY, l_Bay);
+            a_Table->AddRow(l_Row);
+        }
+        return m_ReadResult;
+    }
+    int WriteModule(CBMIKeys& a_Keys, CBMIParams& a_Values) override { return Keep(a_Keys, a_Values, m_WriteResult); }
+    int WriteLED(CBMIKeys& a_Keys, CBMIParams& a_Values) override { return Keep(a_Keys, a_Values, 0); }
+
+    std::vector<int> m_Bays{};
+    int m_ReadResult = 1;
+    int m_WriteResult = 1;
+    std::vector<TEXTS> m_Written{};
+
+private:
+    int Keep(const CBMIKeys& a_Keys, const CBMIParams& a_Values, int a_Result) {
+        TEXTS l_Texts = TextsOf(a_Keys);
+        for (const std::string& l_Text : TextsOf(a_Values))
+            l_Texts.push_back(l_Text);
+        m_Written.push_back(l_Texts);
+        return a_Result;
+    }
+};
+
+TEST_F(RunStatus, GoesThroughTheModulesTableAndTheLedsTable) {
+    KEPT_TABLES l_Tables;
+    l_Tables.m_Bays = {3};
+    EXPECT_EQ(RUN_STATUS(l_Tables).SetAll(3), 1);
+    EXPECT_THAT(
+        l_Tables.m_Written,
+        ElementsAre(TEXTS{"0x30201 i:3 key", "0x30208 i:3"},
+                    TEXTS{"0x20d i:3 key", "0x201 i:2 key", "0x20c i:2", "0x202 i:500", "0x203 i:500", "0x205 i:1"},
+                    TEXTS{"0x20d i:3 key", "0x201 i:3 key", "0x20c i:3", "0x202 i:1", "0x203 i:0", "0x205 i:1"}));
+}
+
+TEST_F(RunStatus, TableThatCannotBeReadGivesItsResult) {
+    KEPT_TABLES l_Tables;
+    l_Tables.m_Bays = {3};
+    l_Tables.m_ReadResult = 12;
+    EXPECT_EQ(RUN_STATUS(l_Tables).SetAll(4), 12);
+    EXPECT_THAT(l_Tables.m_Written, IsEmpty());
+}
+
+TEST_F(RunStatus, RowThatDoesNotGiveItsBayEndsTheWalk) {
+    const CBMIParams l_First = KeyOf(BMI_HW_AMC_BAY, 3);
+    const CBMIParams l_NoBay = KeyOf(BMI_HW_AMC_RUN_STATUS, 4);
+    for (const CBMIParams* l_Second : std::initializer_list<const CBMIParams*>{&l_NoBay, nullptr}) {
+        KEPT_TABLES l_Tables;
+        EXPECT_EQ(RUN_STATUS(l_Tables).SetRows(std::vector<const CBMIParams*>{&l_First, l_Second, &l_First}, 4),
+                  0x30011);
+        EXPECT_THAT(StartupLines(), ElementsAre(Ipmi("Fail to get AMCs bay location")));
+        EXPECT_EQ(l_Tables.m_Written.size(), 3U);
+    }
+}
+
+TEST_F(RunStatus, StatusThatCannotBeSetEndsTheWalk) {
+    KEPT_TABLES l_Tables;
+    l_Tables.m_Bays = {3, 5};
+    l_Tables.m_WriteResult = 16;
+    EXPECT_EQ(RUN_STATUS(l_Tables).SetAll(4), 16);
+    EXPECT_THAT(StartupLines(), ElementsAre(Ipmi("Fail to set AMCs run status, Error Id = 16")));
+    EXPECT_EQ(l_Tables.m_Written.size(), 1U);
 }
 
 } // namespace

@@ -1,4 +1,6 @@
 // Start-up of the DSPs: which tools run, in which order, with which words, and what each failure gives.
+#include "adaptor/startup/IPMI_Startup.h"
+
 #include "adaptor/startup/StartTest.h"
 
 #include <algorithm>
@@ -34,7 +36,7 @@ protected:
     /// Start gives this, before any tool and without a word to the host.
     void ExpectNothingRuns(int a_Result) {
         EXPECT_EQ(Start(), a_Result);
-        EXPECT_THAT(FakeSystem().Commands(), IsEmpty());
+        EXPECT_THAT(m_Board.Commands(), IsEmpty());
         EXPECT_THAT(BoardDriver().m_Calls, IsEmpty());
         EXPECT_THAT(Statuses(), IsEmpty());
     }
@@ -44,32 +46,32 @@ protected:
 
 TEST_F(DspStartup, RunsTheToolsThenTheMediaServer) {
     EXPECT_EQ(Start(), 1);
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, Boot(), Diag(), MEDIA_START));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(INIT, Boot(), Diag(), MEDIA_START));
 }
 
 TEST_F(DspStartup, RtmWithoutTrunksIsToldToTheTools) {
     BeWithRTM(1, 0);
     EXPECT_EQ(Start(), 1);
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre("/k/bin/mavk_init -v -i", Boot(),
-                                                     "/k/bin/mavk_diag -v -a 30 -p -i" + DSP_WORDS, MEDIA_START));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre("/k/bin/mavk_init -v -i", Boot(),
+                                                "/k/bin/mavk_diag -v -a 30 -p -i" + DSP_WORDS, MEDIA_START));
 }
 
 TEST_F(DspStartup, RtmWithTrunksNeedsNoWord) {
     BeWithRTM(1, 4);
     EXPECT_EQ(Start(), 1);
-    EXPECT_THAT(FakeSystem().Commands(),
+    EXPECT_THAT(m_Board.Commands(),
                 ElementsAre("/k/bin/mavk_init -v", Boot(), "/k/bin/mavk_diag -v -a 30 -p" + DSP_WORDS, MEDIA_START));
 }
 
 TEST_F(DspStartup, TrunksOfAnRtmThatIsNotThereDoNotCount) {
     BeWithRTM(1, 4);
-    Access::RTMPresent(m_Adaptor) = 0;
+    Access::RTM(m_Adaptor).m_Present = 0;
     EXPECT_EQ(Start(), 1);
-    EXPECT_THAT(FakeSystem().Commands(), Contains(INIT));
+    EXPECT_THAT(m_Board.Commands(), Contains(INIT));
 }
 
 TEST_F(DspStartup, TeachesTheSwitchBetweenInitialisationAndBoot) {
-    FakeSystem().m_OnCall = [](const std::string& a_Command) { BoardDriver().m_Calls.push_back(a_Command); };
+    m_Board.m_OnTool = [](const std::string& a_Command) { BoardDriver().m_Calls.push_back(a_Command); };
     EXPECT_EQ(Start(), 1);
     EXPECT_THAT(BoardDriver().m_Calls,
                 ElementsAre(INIT, "LearnByDSP 0 02:00:00:00:00:12", "LearnByDSP 1 02:00:00:00:00:13",
@@ -90,7 +92,7 @@ TEST_F(DspStartup, WritesEachStepDown) {
 
 TEST_F(DspStartup, WritesACommandDownWhenItHasRun) {
     std::vector<std::size_t> l_Lines;
-    FakeSystem().m_OnCall = [&](const std::string&) {
+    m_Board.m_OnTool = [&](const std::string&) {
         for (const char* l_Tool : {"MAVK_INIT: ", "MAVK_BOOT: ", "MAVK_DIAG: "})
             l_Lines.push_back(m_Log.Texts(l_Tool).size());
     };
@@ -100,7 +102,7 @@ TEST_F(DspStartup, WritesACommandDownWhenItHasRun) {
 
 TEST_F(DspStartup, TellsTheHostOfItsBeginningBeforeTheFirstToolAndOfItsEndBeforeTheMediaServer) {
     std::vector<std::size_t> l_Told;
-    FakeSystem().m_OnCall = [&](const std::string&) { l_Told.push_back(Statuses().size()); };
+    m_Board.m_OnTool = [&](const std::string&) { l_Told.push_back(Statuses().size()); };
     EXPECT_EQ(Start(), 1);
     EXPECT_THAT(l_Told, ElementsAre(1, 1, 1, 2));
     EXPECT_THAT(Statuses(), ElementsAre(3, 4));
@@ -114,7 +116,7 @@ TEST_F(DspStartup, HandsOnMoreDspsThanOneAmcHas) {
     EXPECT_EQ(Start(), 1);
     const std::string l_Words = DSP_WORDS + " /2/02:00:00:00:00:14/192.168.0.21 /3/02:00:00:00:00:15/192.168.0.20"
                                             " /4/02:00:00:00:00:16/192.168.0.254";
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, Boot(l_Words), Diag(l_Words), MEDIA_START));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(INIT, Boot(l_Words), Diag(l_Words), MEDIA_START));
     EXPECT_THAT(BoardDriver().m_Calls, SizeIs(7));
 }
 
@@ -126,7 +128,7 @@ TEST_F(DspStartup, SecondStartTakesTheDspsAsTheyAreThen) {
     EXPECT_EQ(Start(), 1);
     const std::string l_Words = " /0/02:00:00:00:00:32/192.168.0.23 /1/02:00:00:00:00:33/192.168.0.99"
                                 " /2/02:00:00:00:00:34/192.168.0.21";
-    EXPECT_THAT(FakeSystem().Commands(),
+    EXPECT_THAT(m_Board.Commands(),
                 ElementsAre(INIT, Boot(), Diag(), MEDIA_START, INIT, Boot(l_Words), Diag(l_Words), MEDIA_START));
     EXPECT_THAT(Statuses(), ElementsAre(3, 4, 3, 4));
 }
@@ -136,14 +138,14 @@ TEST_F(DspStartup, SecondStartDoesNotKnowAnAddressThatIsNoLongerThere) {
     m_Storage.m_Files["telq_qub_dsp_iptable_cfg.xml"].erase(1);
     EXPECT_EQ(Start(), 0);
     EXPECT_EQ(StartupLines().back(), Ipmi(OffSubnet(0, "")));
-    EXPECT_THAT(FakeSystem().Commands(), SizeIs(4));
+    EXPECT_THAT(m_Board.Commands(), SizeIs(4));
 }
 
 TEST_F(DspStartup, SecondStartWithoutDspsRunsNothingMore) {
     EXPECT_EQ(Start(), 1);
     KnowDSPs({});
     EXPECT_EQ(Start(), 0);
-    EXPECT_THAT(FakeSystem().Commands(), SizeIs(4));
+    EXPECT_THAT(m_Board.Commands(), SizeIs(4));
 }
 
 // ---- addresses
@@ -204,9 +206,9 @@ TEST_F(DspStartup, CommandWithinAnAddressIsNeverRun) {
 // ---- tools that fail
 
 TEST_F(DspStartup, FailedInitialisationLeavesTheStatusAtInitialising) {
-    FakeSystem().m_Results = {Exited(1)};
+    m_Board.m_ToolResults = {Exited(1)};
     EXPECT_EQ(Start(), 0x30011);
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(INIT));
     EXPECT_THAT(BoardDriver().m_Calls, IsEmpty());
     EXPECT_THAT(Statuses(), ElementsAre(3));
     EXPECT_THAT(StartupLines(),
@@ -220,14 +222,14 @@ TEST_F(DspStartup, UntaughtSwitchIsAFailedStatus) {
         EXPECT_EQ(Start(), 0x30012);
         EXPECT_EQ(StartupLines().back(), Ipmi("Fail to teach switch ErrorID = 0"));
     }
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, INIT, INIT));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(INIT, INIT, INIT));
     EXPECT_THAT(Statuses(), ElementsAre(3, 5, 3, 5, 3, 5));
 }
 
 TEST_F(DspStartup, FailedDownloadIsAFailedStatus) {
-    FakeSystem().m_Results = {0, Exited(9)};
+    m_Board.m_ToolResults = {0, Exited(9)};
     EXPECT_EQ(Start(), 0x30012);
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, Boot()));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(INIT, Boot()));
     EXPECT_THAT(Statuses(), ElementsAre(3, 5));
     const auto l_Lines = StartupLines();
     EXPECT_EQ(l_Lines.at(l_Lines.size() - 2), Media("MAVK_BOOT: " + Boot()));
@@ -235,9 +237,9 @@ TEST_F(DspStartup, FailedDownloadIsAFailedStatus) {
 }
 
 TEST_F(DspStartup, FailedTestIsAFailedStatus) {
-    FakeSystem().m_Results = {0, 0, Exited(7)};
+    m_Board.m_ToolResults = {0, 0, Exited(7)};
     EXPECT_EQ(Start(), 0x30012);
-    EXPECT_THAT(FakeSystem().Commands(), ElementsAre(INIT, Boot(), Diag()));
+    EXPECT_THAT(m_Board.Commands(), ElementsAre(INIT, Boot(), Diag()));
     EXPECT_THAT(Statuses(), ElementsAre(3, 5));
     const auto l_Lines = StartupLines();
     EXPECT_EQ(l_Lines.at(l_Lines.size() - 2), Ipmi("MAVK_DIAG: " + Diag()));
@@ -256,30 +258,39 @@ TEST_F(DspStartup, ShellThatCouldNotBeRunIsAToolThatFailedWith255) {
         {{0, 0, 0, -1}, 0x30004, "Fail to start MEDIA SERVER "},
     };
     for (const auto& l_Case : l_Cases) {
-        FakeSystem().m_Results = l_Case.m_Results;
+        m_Board.m_ToolResults = l_Case.m_Results;
         EXPECT_EQ(Start(), l_Case.m_Result) << l_Case.m_Text;
         EXPECT_THAT(m_Log.Texts(), Contains(l_Case.m_Text));
     }
 }
 
 TEST_F(DspStartup, ToolThatASignalEndedPasses) {
-    FakeSystem().m_Results = {Killed(9), Killed(11), Killed(15), 0};
+    m_Board.m_ToolResults = {Killed(9), Killed(11), Killed(15), 0};
     EXPECT_EQ(Start(), 1);
-    EXPECT_THAT(FakeSystem().Commands(), SizeIs(4));
+    EXPECT_THAT(m_Board.Commands(), SizeIs(4));
     EXPECT_THAT(Statuses(), ElementsAre(3, 4));
 }
 
 TEST_F(DspStartup, ToolThatASignalEndedUnderAForkingShellFails) {
-    FakeSystem().m_Results = {0, 0, Exited(128 + 9)};
+    m_Board.m_ToolResults = {0, 0, Exited(128 + 9)};
     EXPECT_EQ(Start(), 0x30012);
     EXPECT_EQ(StartupLines().back(), Ipmi("DSPs Post Test Fail, ErrorID = 137"));
 }
 
-TEST_F(DspStartup, MediaServerThatASignalEndedFails) {
-    FakeSystem().m_Results = {0, 0, 0, Killed(9)};
-    EXPECT_EQ(Start(), 0x30004);
-    EXPECT_THAT(Statuses(), ElementsAre(3, 4));
-    EXPECT_EQ(StartupLines().back(), Media("Fail to start MEDIA SERVER "));
+// ---- the kernel parameter
+
+TEST_F(DspStartup, KernelParameterIs1ForThreeDspsOnly) {
+    for (const int l_Count : {0, 1, 2, 3, 4, 32}) {
+        EXPECT_EQ(STARTUP::SetDepop(m_Board, l_Count), 1);
+        EXPECT_EQ(m_Board.Remap(), l_Count == 3 ? 1 : 0) << l_Count;
+    }
+    EXPECT_THAT(Lines(), IsEmpty());
+}
+
+TEST_F(DspStartup, KernelWithoutTheParameterIsReportedAndPassedOver) {
+    m_Board.m_bNoParameter = true;
+    EXPECT_EQ(STARTUP::SetDepop(m_Board, 4), 1);
+    EXPECT_THAT(Lines(), ElementsAre(BmiError("Fail to set REMAP value with 4 DSPs")));
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 namespace BM_ADAPTOR::TEST {
 
 START_TEST::START_TEST() {
-    FakeSystem().Reset();
     g_bCompleteIPMISimulation = true;
     Access::InstallDir(m_Adaptor) = "/k";
     GiveEth6({0x02, 0, 0, 0, 0, 0x10});
@@ -16,15 +15,12 @@ START_TEST::START_TEST() {
     StoreIP(2, "192.168.0.22");
 }
 
-START_TEST::~START_TEST() {
-    FakeSystem().Reset();
-}
-
 void START_TEST::BeWithRTM(int a_Framers, int a_TrunksPerFramer) {
-    Access::RTMPresent(m_Adaptor) = 1;
-    Access::NumFramers(m_Adaptor) = a_Framers;
-    Access::TrunksPerFramer(m_Adaptor) = a_TrunksPerFramer;
-    Access::TrunkTotal(m_Adaptor) = a_Framers * a_TrunksPerFramer;
+    RTM_VALUES& l_RTM = Access::RTM(m_Adaptor);
+    l_RTM.m_Present = 1;
+    l_RTM.m_NumFramers = a_Framers;
+    l_RTM.m_TrunksPerFramer = a_TrunksPerFramer;
+    l_RTM.m_TrunkTotal = a_Framers * a_TrunksPerFramer;
 }
 
 std::vector<int> START_TEST::Statuses() const {

@@ -3,8 +3,6 @@
 
 #include "adaptor/BoardTest.h"
 
-#include "fake/FakeSystem.h"
-
 #include <string>
 
 namespace BM_ADAPTOR::TEST {
@@ -16,7 +14,6 @@ inline const std::string DSP_WORDS = " /0/02:00:00:00:00:12/192.168.0.23 /1/02:0
 class START_TEST : public BOARD_TEST {
 protected:
     START_TEST();
-    ~START_TEST() override;
 
     /// An RTM with these values in place of none.
     void BeWithRTM(int a_Framers, int a_TrunksPerFramer);

@@ -1,5 +1,5 @@
 // The kernel as tests play it; see the header.
-#include "fake/FakeKernel.h"
+#include "adaptor/board/FakeKernel.h"
 
 #include <algorithm>
 #include <cerrno>
