@@ -3,7 +3,7 @@
 
 #include "common/veldo_common_text.h"
 #include "common/veldo_common_trace.h"
-#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_Callback.h"
 
 #include <algorithm>
 #include <cassert>

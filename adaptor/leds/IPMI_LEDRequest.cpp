@@ -2,7 +2,7 @@
 #include "adaptor/IPMI_LEDs.h"
 
 #include "common/veldo_common_trace.h"
-#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_Callback.h"
 
 #include <cassert>
 

@@ -3,7 +3,7 @@
 
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_Probe.h"
-#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_Callback.h"
 
 #include <OpenIPMI/ipmi_posix.h>
 #include <OpenIPMI/ipmi_smi.h>

@@ -2,7 +2,7 @@
 #include "ipmi/model/IPMI_LEDState.h"
 
 #include "common/veldo_common_trace.h"
-#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_Callback.h"
 
 namespace BM_ADAPTOR {
 

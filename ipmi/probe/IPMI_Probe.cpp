@@ -4,7 +4,7 @@
 #include "common/veldo_common_lock.h"
 #include "common/veldo_common_trace.h"
 #include "ipmi/IPMI_FRUParse.h"
-#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_Callback.h"
 #include "ipmi/probe/IPMI_Probe_Request.h"
 
 #include <OpenIPMI/ipmi_addr.h>

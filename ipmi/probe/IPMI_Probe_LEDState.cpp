@@ -3,7 +3,7 @@
 #include "ipmi/IPMI_Probe.h"
 
 #include "common/veldo_common_trace.h"
-#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_Callback.h"
 #include "ipmi/model/IPMI_LEDState.h"
 
 #include <OpenIPMI/ipmi_msgbits.h>

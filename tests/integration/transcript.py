@@ -19,17 +19,20 @@ AGAIN_SECONDS = 1.7
 def shown(command, interrupt):
     process = subprocess.Popen(["bash", "-c", command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, bufsize=0)
     output = b""
-    while data := process.stdout.read(65536):
+    interrupted = False
+    while True:
+        while interrupted and not select.select([process.stdout], [], [], AGAIN_SECONDS)[0]:
+            process.send_signal(signal.SIGINT)
+        if not (data := process.stdout.read(65536)):
+            break
         output += data
-        begin = -1 if interrupt is None else output.find(interrupt.encode())
+        begin = -1 if interrupt is None or interrupted else output.find(interrupt.encode())
         if begin >= 0 and b"\n" in output[begin:]:
             # Shown after the line that it answers, whatever came with it.
-            interrupt = None
+            interrupted = True
             end = output.index(b"\n", begin) + 1
             output = output[:end] + b"^C\n" + output[end:]
             process.send_signal(signal.SIGINT)
-            while not select.select([process.stdout], [], [], AGAIN_SECONDS)[0]:
-                process.send_signal(signal.SIGINT)
     return {"status": process.wait(), "output": output.decode(errors="backslashreplace")}
 
 

@@ -5,7 +5,7 @@
 
 #include "common/veldo_common_rows.h"
 #include "common/veldo_common_text.h"
-#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_Callback.h"
 
 #include <atomic>
 #include <chrono>

@@ -2,7 +2,7 @@
 #include "adaptor/leds/LedTest.h"
 
 #include "fake/BlockedChild.h"
-#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_Callback.h"
 
 #include <unistd.h>
 

@@ -2,7 +2,7 @@
 // commands.
 #include "LEDCommandFixture.h"
 
-#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_Callback.h"
 
 #include <functional>
 #include <string>

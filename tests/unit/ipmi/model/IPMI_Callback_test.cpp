@@ -1,7 +1,7 @@
 // The way from a C callback into its object: whatever is thrown there ends there, but for a thread that is cancelled.
-#include "ipmi/domain/IPMI_Thread_Callback.h"
+#include "ipmi/model/IPMI_Callback.h"
 
-#include "ThreadTest.h"
+#include "ipmi/domain/ThreadTest.h"
 
 #include <pthread.h>
 
