@@ -1,6 +1,8 @@
 // The host's side of the interface.
 #include "host/session/Manager.h"
 
+#include "common/veldo_common_protocol.h"
+
 #include "bm/DataStorage.h"
 #include "bm_dev/HostLog.h"
 #include "host/HostParams.h"
