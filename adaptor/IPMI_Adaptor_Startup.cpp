@@ -4,9 +4,9 @@
 #include "adaptor/dsp/IPMI_DSPs.h"
 #include "adaptor/startup/IPMI_MediaServer.h"
 #include "adaptor/startup/IPMI_RTMInfo.h"
-#include "adaptor/startup/IPMI_Rows.h"
 #include "adaptor/startup/IPMI_RunStatus.h"
 #include "adaptor/startup/IPMI_Startup.h"
+#include "common/veldo_common_rows.h"
 
 namespace BM_ADAPTOR {
 

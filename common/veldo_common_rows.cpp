@@ -1,6 +1,9 @@
 // Typed helpers for the host's rows and keys.
 #include "common/veldo_common_rows.h"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace BM_ADAPTOR {
 
 namespace {
@@ -49,6 +52,13 @@ void AddText(CBMIParams& a_Row, BMIParamId_e a_Id, const std::string& a_Value) {
     CBMIParam l_Param(BMI_PARAM_STRING, a_Id, false);
     l_Param.SetString(a_Value);
     a_Row.Add(l_Param);
+}
+
+std::vector<const CBMIParams*> RowsOf(const CBMITable& a_Table) {
+    std::vector<const CBMIParams*> l_Rows(static_cast<std::size_t>(std::max(a_Table.GetSize(), 0)));
+    for (std::size_t i = 0; i < l_Rows.size(); ++i)
+        l_Rows[i] = a_Table.Get(static_cast<int>(i));
+    return l_Rows;
 }
 
 } // namespace BM_ADAPTOR

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace BM_ADAPTOR {
 
@@ -16,6 +17,9 @@ bool BoolParam(const CBMIParams* a_Params, BMIParamId_e a_Id);
 
 /// The text with this id; nothing when the set is null, has none, or has another type.
 std::optional<std::string> TextParam(const CBMIParams* a_Params, BMIParamId_e a_Id);
+
+/// The table's rows, in order; they stay the table's. One that the host's library does not give is null.
+std::vector<const CBMIParams*> RowsOf(const CBMITable& a_Table);
 
 /// Add one parameter, a key or a value, to the end of the row.
 void AddKey(CBMIParams& a_Row, BMIParamId_e a_Id, int32_t a_Value);

@@ -57,7 +57,7 @@ std::optional<std::string> LINUX_BOARD::IPv4AddressOf(const std::string& a_Inter
 // The driver takes one write for one record, without a line end: it takes a record whole or not at all.
 DRIVER_PASS LINUX_BOARD::WriteDriverFile(std::span<const std::string> a_Records) {
     const DESCRIPTOR l_File(open(DRIVER_FILE, O_RDWR | O_CLOEXEC));
-    if (!l_File.IsOpen()) return {errno, 0};
+    if (!l_File) return {errno, 0};
     DRIVER_PASS l_Pass;
     for (const std::string& l_Record : a_Records) {
         if (write(l_File.Get(), l_Record.data(), l_Record.size()) != static_cast<ssize_t>(l_Record.size())) break;

@@ -42,7 +42,7 @@ std::optional<ifreq> FindInterface(const SOCKET& a_Socket, std::string_view a_Na
     ifconf l_Request{};
     l_Request.ifc_len = static_cast<int>(l_List.size());
     l_Request.ifc_buf = l_List.data();
-    if (!a_Socket.IsOpen() || !a_Socket.Ask(SIOCGIFCONF, l_Request)) return std::nullopt;
+    if (!a_Socket || !a_Socket.Ask(SIOCGIFCONF, l_Request)) return std::nullopt;
     const std::size_t l_Length = std::min(static_cast<std::size_t>(std::max(l_Request.ifc_len, 0)), l_List.size());
     for (std::size_t l_Offset = 0; l_Offset + sizeof(ifreq) <= l_Length; l_Offset += sizeof(ifreq)) {
         ifreq l_Entry;
@@ -66,7 +66,7 @@ std::optional<MAC_ADDRESS> HardwareAddressOf(const std::string& a_Interface) {
 std::optional<std::string> IPv4AddressOf(const std::string& a_Interface) {
     const SOCKET l_Socket;
     ifreq l_Entry{};
-    if (!l_Socket.IsOpen() || a_Interface.size() >= sizeof(l_Entry.ifr_name)) return std::nullopt;
+    if (!l_Socket || a_Interface.size() >= sizeof(l_Entry.ifr_name)) return std::nullopt;
     a_Interface.copy(l_Entry.ifr_name, sizeof(l_Entry.ifr_name) - 1);
     l_Entry.ifr_addr.sa_family = AF_INET;
     if (!l_Socket.Ask(SIOCGIFADDR, l_Entry)) return std::nullopt;

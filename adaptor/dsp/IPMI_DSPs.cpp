@@ -87,11 +87,7 @@ int DSP_ADDRESSES::Init(const std::function<void(int)>& a_OnCount) const {
 }
 
 void DSP_ADDRESSES::mKeepDSPMacs(const CBMITable& a_Table) const {
-    std::vector<const CBMIParams*> l_Rows;
-    l_Rows.reserve(static_cast<std::size_t>(a_Table.GetSize()));
-    for (int i = 0; i < a_Table.GetSize(); ++i)
-        l_Rows.push_back(a_Table.Get(i));
-    m_Macs.Replace(MacsIn(l_Rows));
+    m_Macs.Replace(MacsIn(RowsOf(a_Table)));
 }
 
 DSP_MACS DSP_ADDRESSES::MacsIn(std::span<const CBMIParams* const> a_Rows) {

@@ -1,7 +1,6 @@
 // The run status of all modules: told to the host bay by bay, and shown by their LEDs.
 #include "adaptor/startup/IPMI_RunStatus.h"
 
-#include "adaptor/startup/IPMI_Rows.h"
 #include "common/veldo_common_guard.h"
 #include "common/veldo_common_rows.h"
 

@@ -12,15 +12,13 @@ namespace BM_ADAPTOR {
 /// other.
 class RUN_STATUS_TABLES {
 public:
+    virtual ~RUN_STATUS_TABLES() = default;
     /// Reads group 0x30200 into a table that becomes the caller's.
     virtual int ReadModules(CBMITable*& a_Table) = 0;
     /// Writes group 0x30200.
     virtual int WriteModule(CBMIKeys& a_Keys, CBMIParams& a_Values) = 0;
     /// Writes group 0x200.
     virtual int WriteLED(CBMIKeys& a_Keys, CBMIParams& a_Values) = 0;
-
-protected:
-    ~RUN_STATUS_TABLES() = default;
 };
 
 /// Made for one call. Any host thread; the LEDs' replies are waited for, without a time-out.

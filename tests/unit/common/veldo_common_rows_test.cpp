@@ -80,4 +80,15 @@ TEST(AddedParameters, StandInTheOrderOfTheirAdditionWithTypeAndKeyFlag) {
     EXPECT_THAT(TextsOf(l_Row), ElementsAre("0x30201 i:3 key", "0x30208 i:-1", "0x30202 s:name", "0x30008 b:true"));
 }
 
+TEST(RowsOfATable, AreItsOwnInTheirOrder) {
+    CBMITable l_Table;
+    for (const int32_t l_Bay : {3, 1}) {
+        CBMIParams l_Row;
+        AddKey(l_Row, BMI_HW_AMC_BAY, l_Bay);
+        l_Table.AddRow(l_Row);
+    }
+    EXPECT_THAT(RowsOf(l_Table), ElementsAre(l_Table.Get(0), l_Table.Get(1)));
+    EXPECT_THAT(RowsOf(CBMITable()), testing::IsEmpty());
+}
+
 } // namespace

@@ -18,52 +18,52 @@ namespace {
 
 class ControlReset : public LED_TEST {
 protected:
-    ControlReset() : m_Board(AddBoard()) { AddLight(m_Board, "blue led"); }
+    ControlReset() : m_Baseboard(AddBoard()) { AddLight(m_Baseboard, "blue led"); }
 
-    IPMI_ENTITY& m_Board;
+    IPMI_ENTITY& m_Baseboard;
 };
 
 TEST_F(ControlReset, SetsTheColdResetAndWaitsForItsCompletion) {
-    ipmi_control_t* const l_Reset = AddLight(m_Board, "cold reset");
-    EXPECT_EQ(CONTROL_REQUEST(m_Board).Reset(), 0);
+    ipmi_control_t* const l_Reset = AddLight(m_Baseboard, "cold reset");
+    EXPECT_EQ(CONTROL_REQUEST(m_Baseboard).Reset(), 0);
     EXPECT_THAT(l_Reset->m_Values, ElementsAre(1));
     EXPECT_THAT(Fake().Controls().m_Calls, ElementsAre("ipmi_control_pointer_cb", "ipmi_control_set_val"));
     EXPECT_EQ(m_Log.Lines().back(), Trace("CONTROL_REQUEST::Reset - (r0.32.160.0).cold reset returning 0"));
 }
 
 TEST_F(ControlReset, SetsEveryValueThatTheControlHas) {
-    ipmi_control_t* const l_Reset = AddLight(m_Board, "cold reset");
+    ipmi_control_t* const l_Reset = AddLight(m_Baseboard, "cold reset");
     l_Reset->m_Values = {0, 0, 0};
-    EXPECT_EQ(CONTROL_REQUEST(m_Board).Reset(), 0);
+    EXPECT_EQ(CONTROL_REQUEST(m_Baseboard).Reset(), 0);
     EXPECT_THAT(l_Reset->m_Values, ElementsAre(1, 1, 1));
 }
 
 TEST_F(ControlReset, CompletionBeforeTheCallReturnsIsNotLost) {
-    AddLight(m_Board, "cold reset");
+    AddLight(m_Baseboard, "cold reset");
     Fake().Controls().m_bCompletesAtOnce = true;
-    CONTROL_REQUEST l_Request(m_Board);
+    CONTROL_REQUEST l_Request(m_Baseboard);
     EXPECT_EQ(l_Request.Reset(), 0);
     EXPECT_EQ(l_Request.Reset(), 0) << "and can be used again";
 }
 
 TEST_F(ControlReset, TellsTheCompletionsError) {
-    AddLight(m_Board, "cold reset");
+    AddLight(m_Baseboard, "cold reset");
     Fake().Controls().m_CompletionError = 0x10000D5;
-    EXPECT_EQ(CONTROL_REQUEST(m_Board).Reset(), 0x10000D5);
+    EXPECT_EQ(CONTROL_REQUEST(m_Baseboard).Reset(), 0x10000D5);
 }
 
 TEST_F(ControlReset, ARefusedRequestComesBackAtOnce) {
-    AddLight(m_Board, "cold reset");
+    AddLight(m_Baseboard, "cold reset");
     for (const char* l_Function : {"ipmi_control_pointer_cb", "ipmi_control_set_val"}) {
         Fake().Controls().m_Results[l_Function] = {EINVAL};
-        EXPECT_EQ(CONTROL_REQUEST(m_Board).Reset(), EINVAL) << l_Function;
+        EXPECT_EQ(CONTROL_REQUEST(m_Baseboard).Reset(), EINVAL) << l_Function;
     }
 }
 
 TEST_F(ControlReset, WithoutTheControlNothingIsAsked) {
-    EXPECT_EQ(CONTROL_REQUEST(m_Board).Reset(), ENOENT);
-    m_Board.m_ControlMap["(r0.32.160.0).cold reset"] = nullptr;
-    EXPECT_EQ(CONTROL_REQUEST(m_Board).Reset(), ENOENT);
+    EXPECT_EQ(CONTROL_REQUEST(m_Baseboard).Reset(), ENOENT);
+    m_Baseboard.m_ControlMap["(r0.32.160.0).cold reset"] = nullptr;
+    EXPECT_EQ(CONTROL_REQUEST(m_Baseboard).Reset(), ENOENT);
     EXPECT_THAT(Fake().Controls().m_Calls, IsEmpty());
 }
 

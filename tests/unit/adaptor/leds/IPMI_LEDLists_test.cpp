@@ -34,10 +34,10 @@ protected:
     TEXTS Keys(int a_Result = 1) {
         CBMITable* l_Made = nullptr;
         EXPECT_EQ((LED_LISTS(m_Frame).*GetParam().m_Read)(l_Made), a_Result);
-        const std::unique_ptr<CBMITable> l_Table(l_Made);
-        if (!l_Table) return {"no table"};
+        const std::unique_ptr<CBMITable> l_Owner(l_Made);
+        if (l_Made == nullptr) return {"no table"};
         TEXTS l_Keys;
-        for (const TEXTS& l_Row : TextsOf(*l_Table)) {
+        for (const TEXTS& l_Row : TextsOf(*l_Made)) {
             std::string l_Key;
             for (const std::string& l_Text : l_Row) {
                 if (l_Text.starts_with(GetParam().m_BayKey + " i:")) l_Key = Value(l_Text) + "/" + l_Key;

@@ -24,9 +24,7 @@ protected:
     /// Takes these rows of a table that could be read.
     int Take(const std::vector<const CBMIParams*>& a_Rows) { return RTM_INFO(Access::RTM(m_Adaptor)).Take(1, a_Rows); }
     /// An override of the RTM.
-    void Override(const char* a_Digits) {
-        m_Board.m_Environment["MAVK_RTM"] = a_Digits;
-    }
+    void Override(const char* a_Digits) { m_Board.m_Environment["MAVK_RTM"] = a_Digits; }
 
     LOG_LINE IpmiError(const std::string& a_Text) { return {BM_LOG_ERROR, "IPMI", a_Text}; }
 };

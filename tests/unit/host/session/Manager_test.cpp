@@ -1,10 +1,9 @@
 // The host's side of the interface.
 #include "host/session/Manager.h"
 
-#include "common/veldo_common_protocol.h"
-
 #include "bm/DataStorage.h"
 #include "bm_dev/HostLog.h"
+#include "common/veldo_common_protocol.h"
 #include "host/HostParams.h"
 
 #include <gtest/gtest.h>
