@@ -17,6 +17,9 @@ from documents import FOLDER, PAGES, Command, code_blocks, commands_in_sentences
 NO_EXAMPLES = [
     ("README.md", "board-manager host", "a drawing"),
     ("architecture.md", "board-manager host", "a drawing"),
+    ("architecture.md", "before, at commit", "a drawing"),
+    ("architecture.md", "after: ", "a drawing"),
+    ("architecture.md", "ipmi/probe/IPMI_Probe_LEDState.cpp:4:", "what ./dev lint says of an include that is not here"),
     ("architecture.md", "host thread ", "a drawing"),
     ("bladesim.md", "host     bladesim", "two machines side by side, which ./dev vm starts"),
     ("bladesim.md", '{"open":1', "a part of a file"),
