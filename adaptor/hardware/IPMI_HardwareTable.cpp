@@ -5,16 +5,12 @@
 
 namespace BM_ADAPTOR {
 
-void LogUnlessStarted(const ADAPTOR_FRAME& a_Frame, STATE_LINE a_Line) {
+void LogUnlessStarted(const ADAPTOR_FRAME& a_Frame, CHECKED_TEXT<1> a_Line) {
     const int32_t l_State = a_Frame.m_State;
-    if (l_State == ADAPTOR_STARTED) return;
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral" // STATE_LINE has checked it
-    LogError(a_Frame.m_Logger, a_Line.Format(), l_State);
-#pragma GCC diagnostic pop
+    if (l_State != ADAPTOR_STARTED) ErrorText(a_Frame.m_Logger, a_Line, l_State);
 }
 
-CBMITable& BeginTable(const ADAPTOR_FRAME& a_Frame, CBMITable*& a_Table, STATE_LINE a_Line) {
+CBMITable& BeginTable(const ADAPTOR_FRAME& a_Frame, CBMITable*& a_Table, CHECKED_TEXT<1> a_Line) {
     a_Table = new CBMITable;
     LogUnlessStarted(a_Frame, a_Line);
     return *a_Table;

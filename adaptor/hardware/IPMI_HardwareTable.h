@@ -5,34 +5,20 @@
 #include "adaptor/IPMI_Adaptor_Frame.h"
 #include "adaptor/hardware/IPMI_HardwareFacts.h"
 #include "bm/Params.h"
+#include "common/veldo_common_checked.h"
 #include "common/veldo_common_protocol.h"
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
 
 namespace BM_ADAPTOR {
 
-/// The line of a handler that finds the adaptor not started. The compiler checks that it prints the state.
-class STATE_LINE {
-public:
-    consteval STATE_LINE(const char* a_Format) : m_Format(a_Format) { // NOLINT(google-explicit-constructor): a literal
-        const std::string_view l_Format(a_Format);
-        if (!l_Format.ends_with(" -- In bad state %i") || l_Format.find('%') != l_Format.size() - 2)
-            throw "the state is all that the line prints";
-    }
-
-    const char* Format() const { return m_Format; }
-
-private:
-    const char* m_Format;
-};
-
-/// Logs the line when the adaptor is not started. The handler answers all the same: the check is for the log only.
-void LogUnlessStarted(const ADAPTOR_FRAME& a_Frame, STATE_LINE a_Line);
+/// Logs the line, which prints the state, when the adaptor is not started. The handler answers all the same: the check
+/// is for the log only.
+void LogUnlessStarted(const ADAPTOR_FRAME& a_Frame, CHECKED_TEXT<1> a_Line);
 
 /// Begins a table: makes it, which is the caller's, and does what LogUnlessStarted does.
-CBMITable& BeginTable(const ADAPTOR_FRAME& a_Frame, CBMITable*& a_Table, STATE_LINE a_Line);
+CBMITable& BeginTable(const ADAPTOR_FRAME& a_Frame, CBMITable*& a_Table, CHECKED_TEXT<1> a_Line);
 
 /// The entity as FindHardware finds it, when it has a FRU; else nothing, and the error is logged.
 /// @param a_NoEntity  the error when there is no such entity; null: none

@@ -4,6 +4,7 @@
 #include "adaptor/IPMI_LEDs.h"
 #include "adaptor/leds/IPMI_LEDDifferences.h"
 #include "adaptor/leds/IPMI_LEDLookup.h"
+#include "common/veldo_common_checked.h"
 #include "common/veldo_common_rows.h"
 #include "ipmi/IPMI_Probe.h"
 
@@ -20,19 +21,19 @@ struct LED_READER {
     bool m_bSimulatedRowHasBay;
     LED_SIMULATION_e m_Simulation;
     void (*m_ToRow)(CBMIParams*, const LED_STATE&);
-    LED_TEXT<1> m_BadState;
-    LED_TEXT<0> m_NoRow;
-    LED_TEXT<1> m_Entry;
-    LED_TEXT<0> m_NoLEDKey;
-    LED_TEXT<0> m_NoBayKey;
-    LED_TEXT<1> m_Looking;
-    LED_TEXT<0> m_NoEntity;
-    LED_TEXT<0> m_Simulated;
-    LED_TEXT<0> m_UsingControl;
-    LED_TEXT<0> m_ReadComplete;
-    LED_TEXT<2> m_UsingProbe;
-    LED_TEXT<0> m_NoLED;
-    LED_TEXT<0> m_Packing;
+    CHECKED_TEXT<1> m_BadState;
+    CHECKED_TEXT<0> m_NoRow;
+    CHECKED_TEXT<1> m_Entry;
+    CHECKED_TEXT<0> m_NoLEDKey;
+    CHECKED_TEXT<0> m_NoBayKey;
+    CHECKED_TEXT<1> m_Looking;
+    CHECKED_TEXT<0> m_NoEntity;
+    CHECKED_TEXT<0> m_Simulated;
+    CHECKED_TEXT<0> m_UsingControl;
+    CHECKED_TEXT<0> m_ReadComplete;
+    CHECKED_TEXT<2> m_UsingProbe;
+    CHECKED_TEXT<0> m_NoLED;
+    CHECKED_TEXT<0> m_Packing;
 };
 
 constexpr LED_READER BASEBOARD_INTERNAL_READER = {

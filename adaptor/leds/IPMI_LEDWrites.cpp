@@ -4,6 +4,7 @@
 #include "adaptor/IPMI_LEDs.h"
 #include "adaptor/leds/IPMI_LEDDifferences.h"
 #include "adaptor/leds/IPMI_LEDLookup.h"
+#include "common/veldo_common_checked.h"
 #include "common/veldo_common_rows.h"
 #include "ipmi/IPMI_Probe.h"
 
@@ -20,23 +21,23 @@ struct LED_WRITER {
     LED_SIMULATION_e m_Simulation;
     std::optional<int32_t> m_FRUDeviceID; ///< sent by the probe instead of the entity's own
     bool (*m_ToState)(const CBMIParams*, LED_STATE*);
-    LED_TEXT<1> m_Entry;
-    LED_TEXT<1> m_BadState;
-    LED_TEXT<0> m_NoKeys;
-    LED_TEXT<0> m_NoRow;
-    LED_TEXT<0> m_NoLEDKey;
-    LED_TEXT<1> m_TargetLED;
-    LED_TEXT<0> m_NoBayKey;
-    LED_TEXT<0> m_Simulated;
-    LED_TEXT<0> m_NoEntity;
-    LED_TEXT<1> m_FindingControl;
-    LED_TEXT<0> m_Converting;
-    LED_TEXT<2> m_UsingProbe;
-    LED_TEXT<1> m_FindingLED;
-    LED_TEXT<0> m_NoLED;
-    LED_TEXT<1> m_Color;
-    LED_TEXT<0> m_DefaultColor;
-    LED_TEXT<1> m_Sending;
+    CHECKED_TEXT<1> m_Entry;
+    CHECKED_TEXT<1> m_BadState;
+    CHECKED_TEXT<0> m_NoKeys;
+    CHECKED_TEXT<0> m_NoRow;
+    CHECKED_TEXT<0> m_NoLEDKey;
+    CHECKED_TEXT<1> m_TargetLED;
+    CHECKED_TEXT<0> m_NoBayKey;
+    CHECKED_TEXT<0> m_Simulated;
+    CHECKED_TEXT<0> m_NoEntity;
+    CHECKED_TEXT<1> m_FindingControl;
+    CHECKED_TEXT<0> m_Converting;
+    CHECKED_TEXT<2> m_UsingProbe;
+    CHECKED_TEXT<1> m_FindingLED;
+    CHECKED_TEXT<0> m_NoLED;
+    CHECKED_TEXT<1> m_Color;
+    CHECKED_TEXT<0> m_DefaultColor;
+    CHECKED_TEXT<1> m_Sending;
 };
 
 constexpr int32_t BASEBOARD_FRU_DEVICE_ID = 0;
