@@ -39,9 +39,8 @@ public:
     /// After a Stop of the caller's. Waits while another thread closes the queue.
     MONITOR_CLAIM_e Claim(const MONITOR_ORDER& a_Order);
     /// Gives the claimed monitor to its thread.
-    /// @return 0 when the thread runs, else an errno; nothing when a stop has come meanwhile: the caller has the
-    /// monitor
-    ///         still, in both cases
+    /// @return 0 when the thread runs, else an errno; nothing when a stop has come meanwhile. Unless it is 0 the
+    ///         caller still has the monitor.
     std::optional<int> StartThread();
     /// Gives a claimed monitor back that no thread was started for.
     void Release();

@@ -9,11 +9,9 @@ public:
     WAIT_WATCHER() = default;
     WAIT_WATCHER(const WAIT_WATCHER&) = delete;
     WAIT_WATCHER& operator=(const WAIT_WATCHER&) = delete;
+    virtual ~WAIT_WATCHER() = default;
 
     virtual void NoteOwnWait(bool a_bWaits) = 0;
-
-protected:
-    ~WAIT_WATCHER() = default;
 };
 
 /// The monitor waits for a tool or a reply while this lives; nothing of the host's is called meanwhile.
