@@ -7,24 +7,25 @@
 namespace BM_ADAPTOR {
 
 /// Takes ownership of an open descriptor. A negative number is none, so the result of open() can be passed as it is;
-/// errno stays as it was.
+/// errno stays as it was. Always inline: no library exports it, in whatever build.
 class DESCRIPTOR {
 public:
-    explicit DESCRIPTOR(int a_Descriptor = -1) : m_Descriptor(a_Descriptor) {}
-    DESCRIPTOR(DESCRIPTOR&& a_Other) noexcept : m_Descriptor(std::exchange(a_Other.m_Descriptor, -1)) {}
+    [[gnu::always_inline]] explicit DESCRIPTOR(int a_Descriptor = -1) : m_Descriptor(a_Descriptor) {}
+    [[gnu::always_inline]] DESCRIPTOR(DESCRIPTOR&& a_Other) noexcept
+        : m_Descriptor(std::exchange(a_Other.m_Descriptor, -1)) {}
     DESCRIPTOR(const DESCRIPTOR&) = delete;
     DESCRIPTOR& operator=(const DESCRIPTOR&) = delete;
-    DESCRIPTOR& operator=(DESCRIPTOR&& a_Other) noexcept {
+    [[gnu::always_inline]] DESCRIPTOR& operator=(DESCRIPTOR&& a_Other) noexcept {
         std::swap(m_Descriptor, a_Other.m_Descriptor);
         return *this;
     }
-    ~DESCRIPTOR() {
+    [[gnu::always_inline]] ~DESCRIPTOR() {
         if (m_Descriptor >= 0) ::close(m_Descriptor);
     }
 
-    int Get() const { return m_Descriptor; }
-    explicit operator bool() const { return m_Descriptor >= 0; }
-    void Reset() { DESCRIPTOR(std::exchange(m_Descriptor, -1)); }
+    [[gnu::always_inline]] int Get() const { return m_Descriptor; }
+    [[gnu::always_inline]] explicit operator bool() const { return m_Descriptor >= 0; }
+    [[gnu::always_inline]] void Reset() { DESCRIPTOR(std::exchange(m_Descriptor, -1)); }
 
 private:
     int m_Descriptor;

@@ -1,9 +1,10 @@
 // One command as it is registered, on top of CLI11's own subcommand.
 #include "host/words/Command.h"
 
-#include <CLI/CLI.hpp>
+#include "host/words/CommandApp.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace bmhost {
 
@@ -18,7 +19,8 @@ void CheckRange(CLI::Option& option, Command::Range range) {
 } // namespace
 
 Command& Command::Add(const std::string& name, const std::string& summary, bool isShellsOwn) {
-    CLI::App& app = *m_app.add_subcommand(name, summary)->fallthrough()->require_subcommand(0, 1)->group("");
+    CLI::App& app = *m_app.add_subcommand(std::make_shared<CommandApp>(summary, name, &m_app));
+    app.fallthrough()->require_subcommand(0, 1)->group("");
     const bool isRoot = m_app.get_parent() == nullptr;
     m_members.push_back(std::make_unique<Command>(app, isRoot ? nullptr : this, isShellsOwn));
     return *m_members.back();

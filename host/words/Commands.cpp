@@ -1,10 +1,9 @@
 // All commands of one place, and the reading of a line.
 #include "host/words/Commands.h"
 
+#include "host/words/CommandApp.h"
 #include "host/words/Error.h"
 #include "host/words/Nearest.h"
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 
@@ -41,8 +40,8 @@ bool TakesNextWord(const Command& command, const std::string& word) {
 } // namespace
 
 struct Commands::Apps {
-    CLI::App m_here{"Loads an adaptor as a board manager does, and makes the calls that you give.", "bmhost"};
-    CLI::App m_elsewhere;
+    CommandApp m_here{"Loads an adaptor as a board manager does, and makes the calls that you give.", "bmhost"};
+    CommandApp m_elsewhere{"", ""};
 };
 
 Commands::Commands(Place place)
@@ -100,7 +99,8 @@ const Command* Commands::Chosen() const {
 }
 
 Line Commands::Read(const std::vector<std::string>& words) {
-    CLI::App& app = m_apps->m_here;
+    CommandApp& app = m_apps->m_here;
+    app.ForgetLastLine();
     std::vector<std::string> reversed = Arranged(words); // the library wants the last one first
     std::reverse(reversed.begin(), reversed.end());
     try {
