@@ -3,7 +3,7 @@
 import json
 
 CALLS, WARM_UP = 10000, 100
-SLACK = 256  # KiB: allowance for the allocator's rounding
+SLACK = 64  # KiB: allowance for the allocator's rounding
 
 
 def resident(process):
