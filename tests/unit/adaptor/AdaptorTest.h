@@ -10,9 +10,9 @@
 
 #include "fake/FakeBoard.h"
 #include "fake/FakeManager.h"
-#include "fake/FakeOpenIPMI.h"
 #include "fake/RecordingLog.h"
 #include "fake/TestAccess.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

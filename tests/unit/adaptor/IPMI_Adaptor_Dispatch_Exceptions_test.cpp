@@ -2,9 +2,9 @@
 #include "adaptor/AdaptorTest.h"
 
 #include "common/veldo_common_rows.h"
-#include "fake/FakeAllocation.h"
 #include "fake/FakeBoardDriver.h"
 #include "fake/ThrowingLog.h"
+#include "fake/process/FakeAllocation.h"
 
 #include <new>
 #include <optional>

@@ -1,7 +1,7 @@
 // The three dispatchers: which group reaches which handler, what an unknown one answers, what leaves the plug-in.
 #include "adaptor/AdaptorTest.h"
 
-#include "fake/FakeAllocation.h"
+#include "fake/process/FakeAllocation.h"
 
 #include <algorithm>
 #include <thread>

@@ -7,7 +7,7 @@
 #include "adaptor/IPMI_MonitorThread.h"
 #include "fake/FakeBoardDriver.h"
 #include "fake/FakeStorage.h"
-#include "fake/StdoutCapture.h"
+#include "fake/process/StdoutCapture.h"
 
 #include <functional>
 #include <memory>

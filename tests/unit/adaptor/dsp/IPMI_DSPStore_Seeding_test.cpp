@@ -4,7 +4,7 @@
 
 #include "adaptor/LifecycleTest.h"
 #include "bm_dev/HostStorage.h"
-#include "fake/TracedChild.h"
+#include "fake/process/TracedChild.h"
 
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 // The hardware tables over the simulated inventory, and over what a fully-up domain adds to every FRU.
 #include "adaptor/AdaptorTest.h"
 
-#include "fake/StdoutCapture.h"
+#include "fake/process/StdoutCapture.h"
 #include "ipmi/IPMI_Thread.h"
 
 #include <latch>

@@ -1,7 +1,7 @@
 // The light path: read and set through a control, with a latch.
 #include "adaptor/leds/LedTest.h"
 
-#include "fake/BlockedChild.h"
+#include "fake/process/BlockedChild.h"
 #include "ipmi/model/IPMI_Callback.h"
 
 #include <unistd.h>

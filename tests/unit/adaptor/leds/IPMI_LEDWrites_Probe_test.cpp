@@ -3,7 +3,7 @@
 
 #include "adaptor/leds/IPMI_LEDReads.h"
 #include "common/veldo_common_text.h"
-#include "fake/StdoutCapture.h"
+#include "fake/process/StdoutCapture.h"
 #include "ipmi/IPMI_Thread.h"
 
 #include <atomic>

@@ -5,7 +5,7 @@
 #include "adaptor/AdaptorTest.h"
 
 #include "adaptor/IPMI_LEDs.h"
-#include "fake/EventLoop.h"
+#include "fake/openipmi/EventLoop.h"
 
 #include <atomic>
 #include <memory>

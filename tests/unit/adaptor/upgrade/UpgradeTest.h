@@ -5,7 +5,7 @@
 
 #include "adaptor/IPMI_FirmwareUpdate.h"
 #include "adaptor/upgrade/IPMI_UpgradeStatus.h"
-#include "fake/StdoutCapture.h"
+#include "fake/process/StdoutCapture.h"
 
 #include <functional>
 #include <latch>

@@ -1,7 +1,7 @@
 // OpenIPMI's log lines on standard output: the prefix of each level, and which levels end the line.
 #include "ipmi/IPMI_Thread.h"
 
-#include "fake/StdoutCapture.h"
+#include "fake/process/StdoutCapture.h"
 #include "ipmi/LogText.h"
 
 #include <OpenIPMI/ipmi_log.h>

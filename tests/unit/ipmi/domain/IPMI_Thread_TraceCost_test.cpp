@@ -2,10 +2,10 @@
 #include "ipmi/IPMI_Probe.h"
 #include "ipmi/IPMI_Thread.h"
 
-#include "fake/FakeOpenIPMI.h"
-#include "fake/ModelReset.h"
 #include "fake/RecordingLog.h"
-#include "fake/StdoutCapture.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
+#include "fake/openipmi/ModelReset.h"
+#include "fake/process/StdoutCapture.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // What every test of the domain thread needs.
 #include "ThreadTest.h"
 
-#include "fake/ModelReset.h"
-#include "fake/StdoutCapture.h"
 #include "fake/TestAccess.h"
+#include "fake/openipmi/ModelReset.h"
+#include "fake/process/StdoutCapture.h"
 
 #include <unistd.h>
 

@@ -5,8 +5,8 @@
 #include "ipmi/IPMI_Thread.h"
 #include "ipmi/model/IPMI_Model.h"
 
-#include "fake/FakeOpenIPMI.h"
 #include "fake/RecordingLog.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 #include "ipmi/LogText.h"
 
 #include <gmock/gmock.h>

@@ -1,9 +1,9 @@
 // One LED's setting as OpenIPMI gives it: what an import reads, and what it tells of a failure.
 #include "ipmi/model/IPMI_LEDState.h"
 
-#include "fake/FakeOpenIPMI.h"
-#include "fake/ModelReset.h"
 #include "fake/RecordingLog.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
+#include "fake/openipmi/ModelReset.h"
 #include "ipmi/LogText.h"
 
 #include <gmock/gmock.h>

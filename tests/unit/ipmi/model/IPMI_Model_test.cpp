@@ -1,8 +1,8 @@
 // The entity model: order of the keys, multirecords, ownership, names of codes.
 #include "ipmi/model/IPMI_Model.h"
 
-#include "fake/ModelReset.h"
 #include "fake/RecordingLog.h"
+#include "fake/openipmi/ModelReset.h"
 #include "ipmi/LogText.h"
 
 #include <gtest/gtest.h>

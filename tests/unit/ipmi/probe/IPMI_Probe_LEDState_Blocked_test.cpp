@@ -1,8 +1,8 @@
 // LED commands that nothing answers: the caller stays blocked, by design. Each is made in a child process.
 #include "ProbeFixture.h"
 
-#include "fake/BlockedChild.h"
 #include "fake/ThrowingLog.h"
+#include "fake/process/BlockedChild.h"
 #include "ipmi/model/IPMI_LEDState.h"
 
 using namespace BM_ADAPTOR;

@@ -1,7 +1,7 @@
 // LED commands of many host threads at once, answered from another thread by a controller that keeps each LED's state.
 #include "ProbeFixture.h"
 
-#include "fake/EventLoop.h"
+#include "fake/openipmi/EventLoop.h"
 #include "ipmi/model/IPMI_LEDState.h"
 
 #include <array>

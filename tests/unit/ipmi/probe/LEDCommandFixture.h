@@ -5,7 +5,7 @@
 #include "ipmi/model/IPMI_LEDState.h"
 #include "ipmi/probe/ProbeFixture.h"
 
-#include "fake/EventLoop.h"
+#include "fake/openipmi/EventLoop.h"
 
 #include <algorithm>
 #include <initializer_list>

@@ -6,9 +6,9 @@
 #include "ipmi/IPMI_Thread.h"
 
 #include "ScriptedController.h"
-#include "fake/FakeOpenIPMI.h"
-#include "fake/ModelReset.h"
 #include "fake/TestAccess.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
+#include "fake/openipmi/ModelReset.h"
 #include "ipmi/LogText.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // A controller in the fake's script: the replies that a blade with these FRUs would give to the whole inventory.
 #pragma once
 
-#include "fake/FakeOpenIPMI.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 #include "ipmi/FRUImage.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // Controls and lights of the fake: looked up by their ids, set and read as scripted, completed from the event loop.
-#include "fake/FakeOpenIPMI.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 
 #include <OpenIPMI/ipmi_err.h>
 

@@ -1,5 +1,5 @@
 // Set-up functions of the fake: library, connection, domain, and the domain's handlers.
-#include "fake/FakeOpenIPMI.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 
 #include <OpenIPMI/ipmi_smi.h>
 

@@ -1,5 +1,5 @@
 // Requests and replies of the fake: ipmi_send_command_addr, the scripted rows, delivery.
-#include "fake/FakeOpenIPMI.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 
 #include <OpenIPMI/ipmi_err.h>
 

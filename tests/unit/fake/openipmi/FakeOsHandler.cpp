@@ -1,5 +1,5 @@
 // The OS handler of the fake: the event loop that delivers reports and replies, and the log hook.
-#include "fake/FakeOpenIPMI.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Entities, controllers and controls of the fake: plain accessors of the records that a test filled.
-#include "fake/FakeOpenIPMI.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 
 #include <algorithm>
 #include <cstring>

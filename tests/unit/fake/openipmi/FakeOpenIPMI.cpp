@@ -1,5 +1,5 @@
 // The entry point: one fake for the process, its reset, and the objects that tests make.
-#include "fake/FakeOpenIPMI.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 
 #include <link.h>
 

@@ -1,5 +1,5 @@
 // The memory of the test program; see the header.
-#include "fake/FakeAllocation.h"
+#include "fake/process/FakeAllocation.h"
 
 #include <cstdlib>
 #include <new>

@@ -1,5 +1,5 @@
 // The helper that shows that a call does not return.
-#include "fake/BlockedChild.h"
+#include "fake/process/BlockedChild.h"
 
 #include "bm/OSAL.h"
 

@@ -1,5 +1,5 @@
 // A call in a child process that may never return.
-#include "fake/BlockedChild.h"
+#include "fake/process/BlockedChild.h"
 
 #include <sys/syscall.h>
 #include <sys/wait.h>

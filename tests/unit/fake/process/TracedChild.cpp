@@ -1,5 +1,5 @@
 // A child process that stops at each of its system calls; see the header.
-#include "fake/TracedChild.h"
+#include "fake/process/TracedChild.h"
 
 #include <sys/ptrace.h>
 #include <sys/syscall.h>

@@ -12,7 +12,7 @@
 // before the code under test runs, read them after.
 #pragma once
 
-#include "fake/FakeObjects.h"
+#include "fake/openipmi/FakeObjects.h"
 
 #include <OpenIPMI/ipmi_conn.h>
 #include <OpenIPMI/ipmi_posix.h>

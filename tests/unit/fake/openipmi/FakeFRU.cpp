@@ -1,5 +1,5 @@
 // FRU data of the fake: the text accessors of an entity, three a field, and the multirecords.
-#include "fake/FakeOpenIPMI.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 
 #include <algorithm>
 #include <cerrno>

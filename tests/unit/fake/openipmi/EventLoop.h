@@ -1,7 +1,7 @@
 // A thread in the fake's event loop, as the domain thread would be: it delivers replies, completions and reports.
 #pragma once
 
-#include "fake/FakeOpenIPMI.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 
 #include <thread>
 

@@ -1,5 +1,5 @@
 // What the code under test prints to standard output: descriptor 1 leads to a memory file meanwhile.
-#include "fake/StdoutCapture.h"
+#include "fake/process/StdoutCapture.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 // A thread in the fake's event loop.
-#include "fake/EventLoop.h"
+#include "fake/openipmi/EventLoop.h"
 
 EVENT_LOOP::EVENT_LOOP() : m_Handler(Fake().MakeOsHandler()) {
     Fake().EndLoopWhenIdle(false);

@@ -1,5 +1,5 @@
 // The fake's own promises, on which the tests of probe, domain thread and adaptor rest.
-#include "fake/FakeOpenIPMI.h"
+#include "fake/openipmi/FakeOpenIPMI.h"
 
 #include <gtest/gtest.h>
 
