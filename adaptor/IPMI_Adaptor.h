@@ -120,8 +120,7 @@ public:
     /// Reads the RTM override of the environment variable MAVK_RTM; see PSTN_MODE_e for the result. The outputs are
     /// set only for a complete simulated RTM.
     int ReadRTMConfig(int* a_FramerType, int* a_NumFramers, int* a_TrunksPerFramer);
-    /// The same override as a file of four lines; nothing uses it. The outputs are -1 as far as there is no line for
-    /// them.
+    /// The same override as a file of four lines; nothing uses it. An output without a line is -1.
     /// @return the mode, the first line; 0 when there are fewer than four, -1 without the file
     int ReadRTMConfigFile(int* a_FramerType, int* a_NumFramers, int* a_TrunksPerFramer);
     /// Tells the board's PCI driver of the RTM.

@@ -70,7 +70,7 @@ private:
     BOARD& m_Board;
     std::atomic<int> m_LastErr = MONITOR_LIVE;
     std::atomic<int> m_bStop = 0;
-    int m_Queue = -1; ///< of whoever has claimed the monitor: a StartMonitor, then its thread, then whoever joins that
+    int m_Queue = -1; ///< belongs to the claimant: a StartMonitor, then its thread, then the one that joins the thread
     std::string m_InstallDir;
     std::unique_ptr<MONITOR_LIFE> m_Life;
 };

@@ -13,7 +13,7 @@
 
 namespace BM_ADAPTOR {
 
-/// Logs the line, which prints the state, when the adaptor is not started. The handler answers all the same: the check
+/// Logs the line, which prints the state, when the adaptor is not started. The handler answers nevertheless: the check
 /// is for the log only.
 void LogUnlessStarted(const ADAPTOR_FRAME& a_Frame, CHECKED_TEXT<1> a_Line);
 

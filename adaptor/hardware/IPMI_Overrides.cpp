@@ -30,7 +30,7 @@ int RTM_OVERRIDE::ReadRTMConfig(int* a_FramerType, int* a_NumFramers, int* a_Tru
     if (l_Mode != PSTN_MODE_SIMULATED) return l_Mode;
     if (l_Text->size() < 4) {
         LogError(m_Frame.m_Logger, "Invalid simuation data = %s", l_Text->c_str());
-        return PSTN_MODE_SIMULATED; // all the same: the caller goes on with the values it has
+        return PSTN_MODE_SIMULATED; // nevertheless: the caller goes on with the values it has
     }
     *a_FramerType = DigitValue((*l_Text)[1]);
     *a_NumFramers = DigitValue((*l_Text)[2]);

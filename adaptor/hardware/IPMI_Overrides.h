@@ -34,8 +34,8 @@ public:
     /// Reads MAVK_RTM. The outputs are set only for a complete simulated RTM.
     /// @return the mode, a PSTN_MODE_e or another digit
     int ReadRTMConfig(int* a_FramerType, int* a_NumFramers, int* a_TrunksPerFramer) const;
-    /// Reads the override file, four lines with a number each; nothing uses it. The outputs are -1 as far as there is
-    /// no line for them.
+    /// Reads the override file, four lines with a number each; nothing uses it. An output without a line
+    /// is -1.
     /// @return the mode, the first line; 0 when there are fewer than four, -1 without the file
     int ReadRTMConfigFile(int* a_FramerType, int* a_NumFramers, int* a_TrunksPerFramer) const;
 

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int LIGHT = 0; // every control of this blade has one light
 
-// What a write sets, in order. After a setting that fails the next ones are set all the same.
+// What a write sets, in order. A setting that fails does not keep the next ones from being set.
 constexpr struct {
     int (*m_Set)(ipmi_light_setting_t*, int, int);
     int32_t LED_STATE::*m_Field;

@@ -9,7 +9,7 @@ namespace BM_ADAPTOR {
 class BOARD;
 class WAIT_WATCHER;
 
-/// Made for one operation; keeps references only. One thread at a time: whoever has claimed the monitor.
+/// Made for one operation; keeps references only. One thread at a time: the one that has claimed the monitor.
 class MEDIA_SOFTWARE {
 public:
     /// @param a_Queue  the monitor's queue; below 0 while it is closed

@@ -55,7 +55,7 @@ public:
     bool TakeNext();
     void NoteOwnWait(bool a_bWaits) override;
 
-    /// What the monitor was told; of whoever has claimed it.
+    /// What the monitor was told; belongs to its claimant.
     const MONITOR_ORDER& Order() const { return m_Order; }
 
     // ---- a stop
@@ -81,7 +81,7 @@ private:
     std::condition_variable m_Changed;
     bool m_bRetired = false;
     bool m_bClaimed = false;
-    bool m_bClosing = false;               ///< whoever has stopped it closes the queue
+    bool m_bClosing = false;               ///< the thread that stopped it closes the queue
     bool m_bStarted = false;               ///< the thread was started and is not joined yet
     bool m_bRunning = false;               ///< its body has not come to its end
     bool m_bInOwnWait = false;             ///< it waits for a tool or a reply, not for the host

@@ -13,8 +13,8 @@ namespace BM_ADAPTOR {
 
 namespace {
 
-// Whose turn it is. The lock is held for a look only: whoever starts the thread and waits for the model does so without
-// it, and the others wait for him. Never destroyed: a host may leave while it waits.
+// Whose turn it is. The lock is held for a look only: the thread is started, and the model waited for, without it, and
+// the other threads wait. Never destroyed: a host may leave while it waits.
 struct TURNS {
     std::mutex m_Lock;
     std::condition_variable m_Over;

@@ -44,7 +44,7 @@ __attribute__((noinline)) void STARTUP::mPublishDSPInfo(const DSP_TABLE& a_Table
     m_Published.Replace(a_Table);
 }
 
-// The table of the DSPs' addresses. A DSP whose address could not be had is off the subnet.
+// The table of the DSPs' addresses. A DSP without an address counts as off the subnet.
 int STARTUP::mMakeDSPInfo(std::size_t a_Count, DSP_TABLE& a_Table) {
     std::string l_HostIP;
     if (m_DSPs.HostIP(HOST_INTERFACE, l_HostIP) != RESULT_OK) {

@@ -19,7 +19,7 @@ class RUN_STATUS;
 class STARTUP {
 public:
     /// @param a_InstallDir  root of the tools
-    /// @param a_Published   the table of the DSPs for whoever looks later
+    /// @param a_Published   the table of the DSPs for later readers
     STARTUP(BOARD& a_Board, const std::string& a_InstallDir, const RTM_VALUES& a_RTM, RUN_STATUS& a_Status,
             const DSP_ADDRESSES& a_DSPs, SNAPSHOT<DSP_TABLE>& a_Published)
         : m_Board(a_Board),

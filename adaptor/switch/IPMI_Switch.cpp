@@ -29,7 +29,7 @@ constexpr PORT PORTS[] = {
     {4, 6, TELQ_EXT_IF_RTM, "Switch Port RTM 2"},
 };
 
-// What the results of opening the PCI memory mean, from 2 on. Others are not reported.
+// The results of opening the PCI memory that are reported: 2 and above.
 constexpr int FIRST_OPEN_FAILURE = 2;
 constexpr const char* OPEN_FAILURES[] = {
     "Fail to open PCI Memory Handle due to: File proc bus pci parse error\n",

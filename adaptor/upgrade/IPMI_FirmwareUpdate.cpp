@@ -41,8 +41,8 @@ UPGRADETHREAD::UPGRADETHREAD(IPMIAdaptor* a_Adaptor, CBaseOsLog* a_Logger, UPGRA
       m_Bay(a_Bay),
       m_ImagePath(a_ImagePath) {}
 
-// The outcome is entered before the event is announced, so that whoever sees that line or takes the event can read it.
-// The next upgrade can begin when the event has come back.
+// The outcome is entered before the event is announced, so that anyone who sees that line or takes the event can read
+// it. The next upgrade can begin when the event has come back.
 void UPGRADETHREAD::run() {
     const UPGRADE_END l_End(*m_Status);
     LogTrace(m_Logger, "UPGRADE THREAD STARTING\n");
@@ -52,7 +52,7 @@ void UPGRADETHREAD::run() {
     m_Status->SendEvent();
 }
 
-// A tool that a signal ended has exit status 0 and has failed all the same. The line of one that passed is a trace.
+// A tool that a signal ended has exit status 0 but has failed. The line of one that passed is a trace.
 int UPGRADETHREAD::mRunTool() const {
     const int l_Result = m_Board.RunTool(mCommand());
     const int l_ExitStatus = ExitStatusOf(l_Result);

@@ -37,8 +37,8 @@ public:
     int ReadTable(CBMITable*& a_Table) const;
     /// Starts an upgrade when the values ask for one.
     /// @param a_Adaptor  for the upgrade's thread
-    /// @return 1 when it was started; 0 when none was asked for, one is under way or no thread was to be had; 23 when
-    ///         a value is missing
+    /// @return 1 when it was started; 0 when none was asked for, one is under way or no thread could be started;
+    ///         23 when a value is missing
     int Write(const CBMIParams* a_Values, IPMIAdaptor* a_Adaptor);
 
     /// The status that an upgrade's thread shares with the adaptor; made for the first upgrade.

@@ -15,7 +15,7 @@
 namespace bmhost {
 
 // The adaptor's prints would stand between the command's lines: they are withheld, and shown when the adaptor ends the
-// process. To the adaptor an empty bay is an error, and it logs eight of them; who wants to see that asks for traces.
+// process. To the adaptor an empty bay is an error, and it logs eight of them; traces show them.
 int OutputForPeople(const GlobalOptions& options) {
     if (options.m_json) return PrintsToStandardError();
     bm_dev::LogToConsole(options.m_logLevel == BM_LOG_ERROR);

@@ -57,7 +57,7 @@ bool BetweenInitAndFin(Session& session, const Work& work) {
     bool good = false;
     try {
         good = work();
-    } catch (...) { // nobody reads the output any more, say: the hardware is let go all the same
+    } catch (...) { // for example, nobody reads the output any more: fin all the same
         session.Lifecycle(Operation::Fin);
         throw;
     }

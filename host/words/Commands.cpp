@@ -61,7 +61,7 @@ Command& Commands::Add(const std::string& name, const std::string& summary, unsi
 }
 
 // CLI11 takes a word that begins with '-' for an option, but none after "--". Where a command reads them otherwise, its
-// options go to the front, and its words behind a "--".
+// options go to the front, and its words after a "--".
 std::vector<std::string> Commands::Arranged(const std::vector<std::string>& words) const {
     std::size_t at = 0;
     while (at < words.size() && words[at].starts_with('-'))

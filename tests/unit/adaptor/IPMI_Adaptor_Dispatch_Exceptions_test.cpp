@@ -74,7 +74,7 @@ TEST_F(Barrier, TableThatEndsByAnExceptionGivesItsFailure) {
     }
 }
 
-/// A write that comes as far as an allocation.
+/// A write that reaches an allocation.
 struct ALLOCATING_WRITE {
     unsigned m_Group;
     int m_Failure;

@@ -165,7 +165,7 @@ TEST_F(Seeding, DiskThatStaysFullFromAnySystemCallOnLeavesNoneOrAll) {
     EXPECT_GT(l_Failed, 0);
 }
 
-// The second one runs as far as it comes while the first one stands at one of its calls.
+// The second one runs as far as it can while the first one is held at one of its calls.
 TEST_F(Seeding, TwoProcessesAtOnceStoreAllAndBothSucceed) {
     int l_Calls = 0;
     for (bool l_bEnded = false; !l_bEnded && !HasFailure(); ++l_Calls) {

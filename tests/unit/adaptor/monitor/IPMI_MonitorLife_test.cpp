@@ -26,7 +26,7 @@ namespace {
 
 class MonitorLife : public MONITOR_TEST {
 protected:
-    /// Calls StopMonitor on another thread, and comes back when that has asked for the stop.
+    /// Calls StopMonitor on another thread, and returns when that has asked for the stop.
     std::thread BeginStop() {
         std::thread l_Stopper([this] { m_Monitor.StopMonitor(); });
         while (IPMI_TEST_ACCESS::bStop(m_Monitor) == 0)

@@ -88,7 +88,7 @@ protected:
 
     void StartIt() { m_Monitor.StartMonitor(false, false, nullptr, 0); }
 
-    /// Starts it, and comes back when it waits for its next check.
+    /// Starts it, and returns when it waits for its next check.
     void StartAndWait() {
         StartIt();
         m_Board.WaitForBegun(1);

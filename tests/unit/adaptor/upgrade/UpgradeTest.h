@@ -64,7 +64,7 @@ protected:
     UPGRADE_TEST();
     ~UPGRADE_TEST() override;
 
-    /// An upgrade's write; the row is gone when it comes back.
+    /// An upgrade's write; the row is gone when it returns.
     int Write(const UPGRADE_REQUEST& a_Request = {});
     /// Waits for the thread's end.
     void WaitForEnd() { IPMI_TEST_ACCESS::UpgradeThread(m_Adaptor)->Join(); }
