@@ -13,7 +13,7 @@ ipmi_domain_t* recordedDomain = nullptr;
 
 extern "C" {
 // The linker directs every call of ipmi_send_command_addr to the second function.
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming): the linker's names
 int __real_ipmi_send_command_addr(ipmi_domain_t*, const ipmi_addr_t*, unsigned int, const ipmi_msg_t*,
                                   ipmi_addr_response_handler_t, void*, void*);
 
@@ -30,7 +30,7 @@ int __wrap_ipmi_send_command_addr(ipmi_domain_t* domain, const ipmi_addr_t* addr
     }
     return __real_ipmi_send_command_addr(domain, address, length, message, handler, first, second);
 }
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
 }
 
 namespace bench {
