@@ -2,8 +2,8 @@
 #include "adaptor/leds/IPMI_LEDWrites.h"
 
 #include "adaptor/IPMI_LEDs.h"
-#include "adaptor/leds/IPMI_LEDDifferences.h"
 #include "adaptor/leds/IPMI_LEDLookup.h"
+#include "adaptor/leds/IPMI_LEDSimulation.h"
 #include "common/veldo_common_checked.h"
 #include "common/veldo_common_rows.h"
 #include "ipmi/IPMI_Probe.h"
