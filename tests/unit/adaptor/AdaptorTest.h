@@ -3,6 +3,7 @@
 #pragma once
 
 #include "adaptor/IPMI_Adaptor.h"
+#include "adaptor/IPMI_Adaptor_Frame.h"
 #include "adaptor/hardware/IPMI_AMCHardwareTable.h"
 #include "common/veldo_common_protocol.h"
 #include "ipmi/IPMI_FRUParse.h"
@@ -17,6 +18,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <ostream>
@@ -74,6 +76,20 @@ protected:
     LOG_LEVEL_GUARD m_TracesOn;
     FAKE_MANAGER m_Manager;
     FAKE_BOARD m_Board;
+};
+
+/// What a room takes of a started adaptor, without the adaptor.
+class ROOM_TEST : public ADAPTOR_PROCESS_TEST {
+protected:
+    void BeInState(int32_t a_State) { m_State = a_State; }
+    /// The row filled so far.
+    TEXTS Row() const { return TextsOf(m_Row); }
+
+    std::atomic<int32_t> m_State = ADAPTOR_STARTED;
+    std::atomic<CBaseOsLog*> m_Logger = &m_Log;
+    std::atomic<QUB_STORAGE::CDataStorage*> m_Storage = nullptr;
+    const ADAPTOR_FRAME m_Frame{m_Board, m_State, m_Logger, m_Storage};
+    CBMIParams m_Row;
 };
 
 /// An adaptor as Init leaves it, without the domain thread.

@@ -7,7 +7,6 @@
 #include "adaptor/IPMI_LEDs.h"
 #include "fake/openipmi/EventLoop.h"
 
-#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
@@ -57,20 +56,12 @@ protected:
 };
 
 /// Such a blade, and what the LED room takes of a started adaptor.
-class LED_ROOM_TEST : public ADAPTOR_PROCESS_TEST, protected LED_BLADE {
+class LED_ROOM_TEST : public ROOM_TEST, protected LED_BLADE {
 protected:
     LED_ROOM_TEST() : LED_BLADE(m_Log) {}
 
-    /// The row filled so far.
-    TEXTS Row() const { return TextsOf(m_Row); }
     /// The lines since the last call, without those of the probe, of the light request and of the look-up by bay.
     std::vector<LOG_LINE> HandlerLines();
-
-    std::atomic<int32_t> m_State = ADAPTOR_STARTED;
-    std::atomic<CBaseOsLog*> m_Logger = &m_Log;
-    std::atomic<QUB_STORAGE::CDataStorage*> m_Storage = nullptr; // no LED is stored
-    ADAPTOR_FRAME m_Frame{m_Board, m_State, m_Logger, m_Storage};
-    CBMIParams m_Row;
 };
 
 /// Such a blade, and an adaptor as Init leaves it.
