@@ -1,7 +1,7 @@
 // `bmhost firmware`: an upgrade that is started and followed to its end.
 #pragma once
 
-#include "host/views/StatusNames.h"
+#include "host/picture/StatusNames.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 // `bmhost led set`: one LED set, refused before it is sent when it makes no sense.
 #pragma once
 
-#include "host/views/Led.h"
+#include "host/picture/Led.h"
 
 #include <optional>
 #include <string>

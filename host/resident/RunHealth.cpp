@@ -18,6 +18,7 @@ std::string_view HealthName(HealthState health) {
     case HealthState::Fault:
         return "fault";
     case HealthState::Ended:
+    case HealthState::NotMonitored:
         break;
     }
     return "ended";

@@ -1,14 +1,14 @@
 // The adaptor's health monitor, as seen in the log; the adaptor reports it nowhere else.
 #pragma once
 
+#include "host/picture/Picture.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace bmhost {
-
-enum class HealthState { Monitored, Fault, Ended };
 
 struct HealthChange {
     HealthState m_health = HealthState::Ended;

@@ -5,8 +5,8 @@
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
-#include "host/views/Led.h"
-#include "host/views/StatusNames.h"
+#include "host/picture/Led.h"
+#include "host/picture/StatusNames.h"
 #include "host/words/Names.h"
 
 #include "bm_dev/ByteText.h"
@@ -67,6 +67,7 @@ public:
         case HealthState::Fault:
             return Line("health: fault" + ReasonsText(change), Red);
         case HealthState::Ended:
+        case HealthState::NotMonitored:
             return Line("health: no longer monitored", Plain);
         }
     }

@@ -18,13 +18,6 @@ std::string Milliseconds(int32_t tensOfMilliseconds) {
     return std::to_string(int64_t{tensOfMilliseconds} * 10) + " ms";
 }
 
-std::string StateText(const LedRow& row) {
-    if (row.m_lampTest != 0) return "lamp test";
-    if (row.m_onTime == 1 && row.m_offTime == 0) return "on";
-    if (row.m_onTime == 0 && row.m_offTime == 1) return "off";
-    return "blink";
-}
-
 std::string TimesText(const LedRow& row, const std::string& state) {
     if (state == "lamp test")
         return std::to_string(row.m_lampTest / 10) + "." + std::to_string(row.m_lampTest % 10) + " s";
@@ -48,19 +41,13 @@ const char* PaintOf(const std::string& color) {
 } // namespace
 
 std::vector<std::string> LedLine(LedPlace place, const LedRow& row) {
-    const std::string state = StateText(row);
+    const std::string state(LedStateName(row));
     return {LedBayText(place.m_bay),
             LedText(place.m_led),
             std::string(LedColorName(row.m_color)),
             state,
             TimesText(row, state),
             row.m_local != 0 ? "local" : "override"};
-}
-
-std::string LedShows(const LedRow& row) {
-    const std::string state = StateText(row);
-    const bool lit = state == "on" || state == "blink";
-    return lit ? state + " " + std::string(LedColorName(row.m_color)) : state;
 }
 
 std::string LedTable(const std::vector<std::vector<std::string>>& lines, bool color) {

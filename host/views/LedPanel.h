@@ -1,7 +1,7 @@
 // The panel of LEDs for people.
 #pragma once
 
-#include "host/views/Led.h"
+#include "host/picture/Led.h"
 
 #include <string>
 #include <vector>
@@ -14,8 +14,6 @@ bool LedPanel(Session& session, bool color, std::string& text);
 
 /// The panel's line of an LED that was read.
 std::vector<std::string> LedLine(LedPlace place, const LedRow& row);
-/// What the LED shows, in a few words: "off", "blink red", "lamp test".
-std::string LedShows(const LedRow& row);
 /// Such lines as an aligned table, under the names of the columns.
 std::string LedTable(const std::vector<std::vector<std::string>>& lines, bool color);
 

@@ -4,10 +4,10 @@
 #include "common/veldo_common_protocol.h"
 #include "host/output/Output.h"
 #include "host/output/TextOutput.h"
+#include "host/picture/StatusNames.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
 #include "host/views/LedPanel.h"
-#include "host/views/StatusNames.h"
 
 #include "bm_dev/ByteText.h"
 
@@ -43,7 +43,7 @@ std::string LedShows(Session& session, LedPlace place) {
     int result = 0;
     const auto row = ReadLed(session, place, result);
     if (!row) return "-";
-    return LedShows(*row);
+    return bmhost::LedShows(*row);
 }
 
 ModuleStatus ModuleOf(Session& session, int bay, std::string name, std::optional<int> runStatus) {

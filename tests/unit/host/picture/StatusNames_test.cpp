@@ -1,5 +1,5 @@
 // Run status, upgrade target and upgrade state by name.
-#include "host/views/StatusNames.h"
+#include "host/picture/StatusNames.h"
 
 #include "common/veldo_common_protocol.h"
 #include "host/HostParams.h"

@@ -1,5 +1,5 @@
 // The blade's LEDs as the adaptor's LED groups show them: where they are, what they do.
-#include "host/views/Led.h"
+#include "host/picture/Led.h"
 
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
@@ -58,7 +58,9 @@ const LedGroup& GroupOf(LedPlace place) {
     return place.m_bay == BaseboardBay ? BaseboardLeds : ModuleLeds;
 }
 
-CBMIKeys KeysOf(LedPlace place) {
+} // namespace
+
+CBMIKeys LedKeys(LedPlace place) {
     const LedGroup& group = GroupOf(place);
     CBMIKeys keys;
     keys.Add(Integer(group.m_led, place.m_led, true));
@@ -66,7 +68,32 @@ CBMIKeys KeysOf(LedPlace place) {
     return keys;
 }
 
-} // namespace
+unsigned LedGroupOf(LedPlace place) {
+    return GroupOf(place).m_group;
+}
+
+LedRow LedRowOf(const CBMIParams& row, int bay) {
+    const LedGroup& group = GroupOf({bay, FirstLed});
+    const auto value = [&](unsigned id) { return IntegerOf(row, id); };
+    return {value(group.m_local), value(group.m_onTime), value(group.m_offTime), value(group.m_lampTest),
+            value(group.m_color)};
+}
+
+std::string_view LedStateName(const LedRow& row) {
+    if (row.m_lampTest != 0) return "lamp test";
+    if (row.m_onTime == 1 && row.m_offTime == 0) return "on";
+    if (row.m_onTime == 0 && row.m_offTime == 1) return "off";
+    return "blink";
+}
+
+bool IsLit(const LedRow& row) {
+    return LedStateName(row) == "on" || LedStateName(row) == "blink";
+}
+
+std::string LedShows(const LedRow& row) {
+    const std::string state(LedStateName(row));
+    return IsLit(row) ? state + " " + std::string(LedColorName(row.m_color)) : state;
+}
 
 std::string_view LedColorName(int color) {
     if (color == LedNoColor) return "-";
@@ -81,11 +108,9 @@ std::optional<int> LedColorNumber(std::string_view name) {
 
 std::optional<LedRow> ReadLed(Session& session, LedPlace place, int& result) {
     const LedGroup& group = GroupOf(place);
-    const auto row = session.Row(group.m_group, KeysOf(place), result);
+    const auto row = session.Row(group.m_group, LedKeys(place), result);
     if (result != Success || row == nullptr) return std::nullopt;
-    const auto value = [&](unsigned id) { return IntegerOf(*row, id); };
-    return LedRow{value(group.m_local), value(group.m_onTime), value(group.m_offTime), value(group.m_lampTest),
-                  value(group.m_color)};
+    return LedRowOf(*row, place.m_bay);
 }
 
 int WriteLed(Session& session, LedPlace place, const LedRow& row) {
@@ -96,7 +121,7 @@ int WriteLed(Session& session, LedPlace place, const LedRow& row) {
     values.Add(Integer(group.m_onTime, row.m_onTime, false));
     values.Add(Integer(group.m_offTime, row.m_offTime, false));
     values.Add(Integer(group.m_color, row.m_color, false));
-    CBMIKeys keys = KeysOf(place);
+    CBMIKeys keys = LedKeys(place);
     return session.WriteRow(group.m_group, keys, values);
 }
 
@@ -106,7 +131,11 @@ std::string LedBayText(int bay) {
 }
 
 std::string LedText(int led) {
-    return std::to_string(led) + " " + Leds.at(static_cast<std::size_t>(led - FirstLed));
+    return std::to_string(led) + " " + LedName(led);
+}
+
+std::string LedName(int led) {
+    return Leds.at(static_cast<std::size_t>(led - FirstLed));
 }
 
 } // namespace bmhost

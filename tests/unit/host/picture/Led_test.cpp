@@ -1,5 +1,5 @@
 // Colours, places and names of LEDs.
-#include "host/views/Led.h"
+#include "host/picture/Led.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Run status, upgrade target and upgrade state by name.
-#include "host/views/StatusNames.h"
+#include "host/picture/StatusNames.h"
 
-#include "host/views/Led.h"
+#include "host/picture/Led.h"
 
 #include <span>
 

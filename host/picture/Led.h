@@ -40,6 +40,18 @@ struct LedRow {
     int32_t m_color = LedNoColor;
 };
 
+/// The state in the LED group's row of this bay.
+LedRow LedRowOf(const BM_ADAPTOR::CBMIParams& row, int bay);
+/// "lamp test", "on", "off", "blink".
+std::string_view LedStateName(const LedRow& row);
+/// What the LED shows, in a few words: "off", "blink red", "lamp test".
+std::string LedShows(const LedRow& row);
+/// Whether it is on or blinks.
+bool IsLit(const LedRow& row);
+/// The group's keys of this LED, and its number.
+BM_ADAPTOR::CBMIKeys LedKeys(LedPlace place);
+unsigned LedGroupOf(LedPlace place);
+
 /// The LED's state; empty when the read did not return 1. `result` becomes the call's result.
 std::optional<LedRow> ReadLed(Session& session, LedPlace place, int& result);
 /// Writes, and returns the call's result. Local control is written as it is in the row.
@@ -49,5 +61,7 @@ int WriteLed(Session& session, LedPlace place, const LedRow& row);
 std::string LedBayText(int bay);
 /// "1 hot swap", "2 out of service" …
 std::string LedText(int led);
+/// "hot swap", "out of service" …
+std::string LedName(int led);
 
 } // namespace bmhost

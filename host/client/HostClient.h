@@ -1,0 +1,52 @@
+// The client's end of the resident host's socket.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace bmhost {
+
+/// Where lock and socket of this blade's resident host are: the simulated blade's run folder, /run/bmhost otherwise.
+struct HostPlace {
+    std::string m_folder;
+    std::string Socket() const { return m_folder + "/bmhost.sock"; }
+    std::string Lock() const { return m_folder + "/bmhost.lock"; }
+};
+HostPlace PlaceOfHost();
+
+struct HostAnswer {
+    unsigned m_status = 0;
+    nlohmann::ordered_json m_body;
+};
+
+/// One connection, used by one thread at a time. Every member throws TimeUpError (exit status 5) when its time is up
+/// and std::runtime_error when the host goes away or answers what is no answer.
+class HostClient {
+public:
+    /// Nothing when no resident host has the blade. Throws std::runtime_error when one has it and it may not be asked.
+    /// @param timeout  for each answer; none: without a limit
+    static std::unique_ptr<HostClient> Connect(std::optional<std::chrono::milliseconds> timeout);
+    virtual ~HostClient() = default;
+
+    virtual HostAnswer Get(const std::string& path) = 0;
+    virtual HostAnswer Post(const std::string& path, const nlohmann::json& body) = 0;
+    /// Sends the file's bytes. @param progress  called with the bytes sent so far
+    virtual HostAnswer PostFile(const std::string& path, int descriptor, uint64_t size,
+                                const std::function<void(uint64_t sent)>& progress) = 0;
+
+    struct ServerEvent {
+        uint64_t m_id = 0;
+        std::string m_kind;
+        std::string m_data;
+    };
+    /// Reads events after this id until the reader returns false; reconnects by itself where the stream breaks.
+    virtual void Events(uint64_t after, const std::function<bool(const ServerEvent&)>& reader) = 0;
+};
+
+} // namespace bmhost

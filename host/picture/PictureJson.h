@@ -1,0 +1,16 @@
+// The picture as JSON, and back: what the socket carries and what --json shows.
+#pragma once
+
+#include "host/picture/Picture.h"
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace bmhost {
+
+/// The parts of the picture by the names that they have in JSON and in the socket's paths: "source", "host",
+/// "inventory", "leds", "dsps", "ports", "health", "controller", "upgrades", "calls", "faults", "status".
+nlohmann::ordered_json PictureJson(const Picture& picture);
+/// Throws std::runtime_error naming what is missing or of another type.
+Picture PictureOf(const nlohmann::json& json);
+
+} // namespace bmhost

@@ -1,0 +1,119 @@
+// The situations of docs/operations.md: which one a log tells of, and how a page shows them.
+#include "host/words/Situations.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace bmhost {
+
+namespace {
+
+constexpr std::string_view Conversions = "diouxXcspeEfFgGaA";
+constexpr std::size_t LastLines = 3;
+
+/// What stands between the conversions of a format; one piece more than it has conversions.
+std::vector<std::string> PiecesOf(std::string_view format) {
+    std::vector<std::string> pieces(1);
+    for (std::size_t i = 0; i < format.size(); ++i) {
+        if (format[i] != '%') {
+            pieces.back() += format[i];
+        } else if (i + 1 < format.size() && format[i + 1] == '%') {
+            pieces.back() += format[++i];
+        } else {
+            i = std::min(format.find_first_of(Conversions, i + 1), format.size());
+            pieces.emplace_back();
+        }
+    }
+    return pieces;
+}
+
+// The log takes line ends off the end of a text.
+std::string_view WithoutLineEnd(std::string_view text) {
+    while (text.ends_with('\n'))
+        text.remove_suffix(1);
+    return text;
+}
+
+bool HasLine(const Situation& situation, std::string_view line) {
+    return std::any_of(situation.m_lines.begin(), situation.m_lines.end(),
+                       [=](std::string_view format) { return !format.empty() && IsMadeBy(line, format); });
+}
+
+// As a page quotes it: "…" for what differs from line to line.
+std::string AsQuoted(std::string_view format) {
+    std::string text;
+    for (const std::string& piece : PiecesOf(WithoutLineEnd(format)))
+        text += (text.empty() ? "" : "…") + piece;
+    return "\"" + text + "\"";
+}
+
+std::string ShownOf(const Situation& situation) {
+    std::string text;
+    for (const std::string_view line : situation.m_lines) {
+        if (!line.empty()) text += (text.empty() ? "" : ", ") + AsQuoted(line);
+    }
+    if (situation.m_shows.empty()) return text;
+    return text + (text.empty() ? "" : "; ") + std::string(situation.m_shows);
+}
+
+} // namespace
+
+bool IsMadeBy(std::string_view line, std::string_view format) {
+    line = WithoutLineEnd(line);
+    const std::vector<std::string> pieces = PiecesOf(WithoutLineEnd(format));
+    if (pieces.size() == 1) return line == pieces.front();
+    if (!line.starts_with(pieces.front())) return false;
+    line.remove_prefix(pieces.front().size());
+    for (std::size_t i = 1; i + 1 < pieces.size(); ++i) {
+        const std::size_t found = line.find(pieces[i]);
+        if (found == std::string_view::npos) return false;
+        line.remove_prefix(found + pieces[i].size());
+    }
+    return line.ends_with(pieces.back());
+}
+
+const Situation& SituationOf(Sign sign) {
+    for (const Situation& situation : Situations()) {
+        if (sign != Sign::Log && situation.m_sign == sign) return situation;
+    }
+    throw std::logic_error("a sign without a situation");
+}
+
+const Situation* SituationOf(const std::vector<std::string>& lines) {
+    for (const Situation& situation : Situations()) {
+        if (std::any_of(lines.begin(), lines.end(), [&](const std::string& line) { return HasLine(situation, line); }))
+            return &situation;
+    }
+    return nullptr;
+}
+
+std::vector<std::string> TellingLines(const std::vector<std::string>& lines) {
+    std::vector<std::string> once;
+    for (const std::string& line : lines) {
+        if (std::find(once.begin(), once.end(), line) == once.end()) once.push_back(line);
+    }
+    std::vector<std::string> telling;
+    std::copy_if(once.begin(), once.end(), std::back_inserter(telling),
+                 [](const std::string& line) { return SituationOf(std::vector{line}) != nullptr; });
+    if (!telling.empty()) return telling;
+    const std::size_t kept = std::min(once.size(), LastLines);
+    return {once.end() - static_cast<std::ptrdiff_t>(kept), once.end()};
+}
+
+std::optional<Advice> AdviceFor(const std::vector<std::string>& reasons) {
+    const Situation* const situation = SituationOf(reasons);
+    if (situation == nullptr) return std::nullopt;
+    return Advice{std::string(situation->m_cause), std::string(situation->m_cure)};
+}
+
+std::string TableOfPage(Chapter chapter) {
+    std::string table = "| what you see | cause | cure |\n|---|---|---|\n";
+    for (const Situation& situation : Situations()) {
+        if (situation.m_chapter != chapter) continue;
+        table += "| " + ShownOf(situation) + " | " + std::string(situation.m_cause) + " | " +
+                 std::string(situation.m_cure) + " |\n";
+    }
+    return table;
+}
+
+} // namespace bmhost
