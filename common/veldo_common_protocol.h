@@ -215,6 +215,22 @@ enum HOST_LED_MODE_e : int32_t {
 
 /// Where a switch port leads.
 enum TELQ_Ext_If_Types_e : int32_t { TELQ_EXT_IF_FABRIC = 2, TELQ_EXT_IF_RTM = 3 };
+
+/// An external port of the switch.
+struct SWITCH_PORT_NAME {
+    int32_t m_Number;
+    TELQ_Ext_If_Types_e m_Type;
+    const char* m_Name;
+};
+inline constexpr SWITCH_PORT_NAME g_SwitchPortNames[] = {{1, TELQ_EXT_IF_FABRIC, "Switch Port Fabric 1"},
+                                                         {2, TELQ_EXT_IF_FABRIC, "Switch Port Fabric 2"},
+                                                         {3, TELQ_EXT_IF_RTM, "Switch Port RTM 1"},
+                                                         {4, TELQ_EXT_IF_RTM, "Switch Port RTM 2"}};
+
+/// Storage file of the switch ports' administrative states: a row for each port number.
+inline constexpr const char* SWITCH_PORT_FILE = "telq_qub_switchport_cfg.xml";
+/// Storage file of the DSPs' IP addresses: a row for each DSP number.
+inline constexpr const char* DSP_IP_FILE = "telq_qub_dsp_iptable_cfg.xml";
 /// Administrative states. A port is enabled by PORT_ENABLED and disabled by every other value; the value is kept
 /// unchanged.
 enum PORT_ADMIN_e : int32_t { PORT_DISABLED = 0, PORT_ENABLED = 1 };

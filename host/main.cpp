@@ -64,6 +64,10 @@ int main(int argc, char** argv) {
         status = Fail(error, ExitUsage);
     } catch (const LoadError& error) {
         status = Fail(error, ExitNoAdaptor);
+    } catch (const TimeUpError& error) {
+        status = Fail(error, ExitTimeUp);
+    } catch (const OtherHostError& error) {
+        status = Fail(error, ExitOtherHost);
     } catch (const std::exception& error) {
         status = Fail(error, ExitSomeFailed);
     }

@@ -10,9 +10,6 @@ class CDataStorage;
 
 namespace BM_ADAPTOR {
 
-/// Storage file of the DSPs' IP addresses: a row for each DSP number.
-inline constexpr const char* DSP_IP_FILE = "telq_qub_dsp_iptable_cfg.xml";
-
 /// Reads and writes the addresses, each operation in a transaction of its own. Any thread; the storage is waited for.
 /// A thread that has a transaction open already is refused by the storage.
 class DSP_IP_STORE {

@@ -15,19 +15,8 @@ namespace BM_ADAPTOR {
 
 namespace {
 
-struct PORT {
-    int m_Number;
-    int m_BackendId;
-    TELQ_Ext_If_Types_e m_Type;
-    const char* m_Name;
-};
-
-constexpr PORT PORTS[] = {
-    {1, 3, TELQ_EXT_IF_FABRIC, "Switch Port Fabric 1"},
-    {2, 4, TELQ_EXT_IF_FABRIC, "Switch Port Fabric 2"},
-    {3, 5, TELQ_EXT_IF_RTM, "Switch Port RTM 1"},
-    {4, 6, TELQ_EXT_IF_RTM, "Switch Port RTM 2"},
-};
+// The switch counts the external ports after two of its own.
+constexpr int FIRST_BACKEND_ID = 3;
 
 // The results of opening the PCI memory that are reported: 2 and above.
 constexpr int FIRST_OPEN_FAILURE = 2;
@@ -81,9 +70,10 @@ int SWITCH::Init(IPMIAdaptor* a_Owner) const {
 
 void SWITCH::CreatePorts(IPMIAdaptor* a_Owner) const {
     SWITCH_PORTS l_Ports;
-    for (const PORT& l_Row : PORTS) {
+    int l_BackendId = FIRST_BACKEND_ID;
+    for (const SWITCH_PORT_NAME& l_Row : g_SwitchPortNames) {
         auto l_Port =
-            std::make_shared<IPMI_SWITCHPORT>(l_Row.m_Number, l_Row.m_BackendId, l_Row.m_Type, l_Row.m_Name, a_Owner);
+            std::make_shared<IPMI_SWITCHPORT>(l_Row.m_Number, l_BackendId++, l_Row.m_Type, l_Row.m_Name, a_Owner);
         l_Port->Init();
         l_Ports[l_Row.m_Number] = std::move(l_Port);
         m_Ports.Replace(l_Ports);

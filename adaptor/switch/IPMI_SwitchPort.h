@@ -19,9 +19,6 @@ class CBMIKeys;
 class CBMIParams;
 class IPMIAdaptor;
 
-/// Storage file of the ports' states: a row for each port number.
-inline constexpr const char* SWITCH_PORT_FILE = "telq_qub_switchport_cfg.xml";
-
 /// One external port. Any thread may call the operations; each waits for the board driver, and Init and SetSwitch for
 /// the storage. No lock is held while driver, storage or logger are called, and the driver is never called in a storage
 /// transaction.

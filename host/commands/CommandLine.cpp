@@ -1,8 +1,10 @@
 // A command on the command line: it loads the adaptor for itself.
 #include "host/commands/CommandLine.h"
 
+#include "common/veldo_common_protocol.h"
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
+#include "host/picture/ReadPicture.h"
 #include "host/session/EndNotice.h"
 #include "host/session/PluginSession.h"
 
@@ -43,8 +45,20 @@ bool CommandLine::WithSession(const Work& work) {
     return BetweenInitAndFin(session, [&] { return work(session, output); });
 }
 
+Picture CommandLine::Look() {
+    m_output = OutputForPeople(Globals());
+    ArmEndNotice(Globals());
+    PluginSession session(Globals().m_adaptor, BM_ADAPTOR::HOST_MODE_LOOK_ONLY, Globals().m_storage);
+    Picture picture;
+    BetweenInitAndFin(session, [&] {
+        picture = ReadPicture(session, BM_ADAPTOR::HOST_MODE_LOOK_ONLY, Globals().m_storage);
+        return true;
+    });
+    return picture;
+}
+
 int CommandLine::Output() const {
-    return STDOUT_FILENO;
+    return m_output;
 }
 
 void CommandLine::Answer(const std::string& text) {

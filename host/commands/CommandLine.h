@@ -3,6 +3,8 @@
 
 #include "host/commands/Context.h"
 
+#include <unistd.h>
+
 namespace bmhost {
 
 class CommandLine final : public Context {
@@ -12,8 +14,13 @@ public:
     bool Make(Call& call) override;
     bool WithSession(const Work& work) override;
     int Output() const override;
+    /// Of an adaptor of its own, which leaves the board alone.
+    Picture Look() override;
     void Answer(const std::string& text) override;
     bool TakesSignals() const override { return true; }
+
+private:
+    int m_output = STDOUT_FILENO; // another one while the adaptor's prints are kept away from it
 };
 
 /// Where the output of a command for people goes: the real standard output, while what the adaptor prints is withheld,

@@ -7,8 +7,13 @@
 #include "host/words/Error.h"
 
 #include <cstdio>
+#include <stdexcept>
 
 namespace bmhost {
+
+Picture Context::Look() {
+    throw std::runtime_error("no picture of the blade is to be had here");
+}
 
 bool Do(const Command& command, Context& context) {
     if (command.IsForPeople() && context.Globals().m_json)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/commands/GlobalOptions.h"
+#include "host/picture/Picture.h"
 
 #include <functional>
 #include <string>
@@ -33,6 +34,8 @@ public:
     virtual int Output() const = 0;
     /// Shows a help.
     virtual void Answer(const std::string& text) = 0;
+    /// The picture for a look. Throws where there is none.
+    virtual Picture Look();
     /// Whether a command that must not be cut off takes the process's signals itself.
     virtual bool TakesSignals() const { return false; }
 

@@ -4,6 +4,7 @@
 #include "host/commands/CommandLine.h"
 #include "host/commands/CommandList.h"
 #include "host/output/Output.h"
+#include "host/picture/ReadPicture.h"
 #include "host/session/PluginSession.h"
 #include "host/shell/ShellLines.h"
 #include "host/words/Completion.h"
@@ -24,6 +25,13 @@ public:
     bool Make(Call& call) override { return m_shell.Make(call); }
     bool WithSession(const Work& work) override { return work(m_shell.Opened(), m_output); }
     int Output() const override { return m_output; }
+    Picture Look() override {
+        Picture picture = ReadPicture(m_shell.Opened(), Globals().m_mode, Globals().m_storage);
+        picture.m_host.m_init = m_shell.Facts().m_init;
+        picture.m_host.m_start = m_shell.Facts().m_start;
+        picture.m_host.m_stop = m_shell.Facts().m_stop;
+        return picture;
+    }
     // Not among the lines that a program reads.
     void Answer(const std::string& text) override { fprintf(stderr, "%s", text.c_str()); }
 

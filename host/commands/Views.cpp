@@ -50,7 +50,7 @@ void AddViews(Commands& commands) {
         .Details("Board, modules and what they carry, as tables. Status 1 when the board's table cannot be read.\n")
         .Example("bmhost inventory")
         .Example("bmhost --mode 2 inventory")
-        .Run(View(InventoryText));
+        .Run(View(ShowInventory));
     commands.Add("leds", "show the blade's LEDs", Places)
         .ForPeople()
         .Details(

@@ -42,6 +42,10 @@ Fault FaultAt(std::string place, const Situation& situation, std::string what, s
     return fault;
 }
 
+std::string DspText(const DspFacts& dsp) {
+    return "DSP " + std::to_string(dsp.m_number);
+}
+
 bool Failed(const std::optional<CallOutcome>& call) {
     return call && call->m_result != Success;
 }
@@ -239,25 +243,38 @@ private:
         Add(FaultAt(place, situation, what, {note.empty() ? "the adaptor gave none" : note}));
     }
 
+    // All in one, with a line for each bay.
     void LookAtDsps() {
+        std::vector<const DspFacts*> without;
         for (const DspFacts& dsp : m_picture.m_dsps) {
-            const std::string place = "DSP " + std::to_string(dsp.m_number);
-            if (!dsp.m_read) {
-                AddNotRead(place, "its address could not be read", dsp.m_note);
-                continue;
-            }
             // Before the first init with the board, the storage does not hold the defaults yet.
             const bool comesByItself = dsp.m_stored && dsp.m_number <= DspsWithDefaults;
-            if (!dsp.m_ip.empty() || comesByItself) continue;
-            Add(FaultAt(place, SituationOf(Sign::DspWithoutAddress), "it has no IP address",
-                        {LedBayText(dsp.m_bay) + ", DSP " + std::to_string(dsp.m_dspOfAmc) + " there" +
-                         (dsp.m_note.empty() ? "" : ": " + dsp.m_note)}));
+            if (!dsp.m_read) {
+                AddNotRead(DspText(dsp), "its address could not be read", dsp.m_note);
+            } else if (dsp.m_ip.empty() && !comesByItself) {
+                without.push_back(&dsp);
+            }
         }
+        if (without.empty()) return;
+        std::vector<std::string> evidence;
+        int32_t bay = -1;
+        for (const DspFacts* const dsp : without) {
+            if (dsp->m_bay != bay) {
+                evidence.push_back(LedBayText(dsp->m_bay) + ": " + DspText(*dsp));
+            } else {
+                evidence.back() += ", " + std::to_string(dsp->m_number);
+            }
+            bay = dsp->m_bay;
+        }
+        const std::string place =
+            without.size() == 1 ? DspText(*without.front()) : std::to_string(without.size()) + " DSPs";
+        Add(FaultAt(place, SituationOf(Sign::DspWithoutAddress), "without an IP address", std::move(evidence)));
     }
 
     void LookAtPorts() {
         for (const PortFacts& port : m_picture.m_ports) {
-            if (!port.m_enabled)
+            const bool comesByItself = port.m_stored && port.m_note.empty(); // with the first init with the board
+            if (!port.m_enabled && !comesByItself)
                 AddNotRead("switch port " + std::to_string(port.m_port), "it could not be read", port.m_note);
         }
     }

@@ -86,6 +86,10 @@ std::string_view LedStateName(const LedRow& row) {
     return "blink";
 }
 
+std::string_view LedControlName(const LedRow& row) {
+    return row.m_local != 0 ? "local" : "override";
+}
+
 bool IsLit(const LedRow& row) {
     return LedStateName(row) == "on" || LedStateName(row) == "blink";
 }
@@ -135,6 +139,7 @@ std::string LedText(int led) {
 }
 
 std::string LedName(int led) {
+    if (led < FirstLed || led > LastLed) return "LED " + std::to_string(led - 1);
     return Leds.at(static_cast<std::size_t>(led - FirstLed));
 }
 

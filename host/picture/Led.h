@@ -44,6 +44,8 @@ struct LedRow {
 LedRow LedRowOf(const BM_ADAPTOR::CBMIParams& row, int bay);
 /// "lamp test", "on", "off", "blink".
 std::string_view LedStateName(const LedRow& row);
+/// "local" or "override".
+std::string_view LedControlName(const LedRow& row);
 /// What the LED shows, in a few words: "off", "blink red", "lamp test".
 std::string LedShows(const LedRow& row);
 /// Whether it is on or blinks.

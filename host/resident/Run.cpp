@@ -4,9 +4,8 @@
 #include "host/output/Redirect.h"
 #include "host/resident/RunOutput.h"
 #include "host/resident/Signals.h"
+#include "host/session/LogEar.h"
 #include "host/session/PluginSession.h"
-
-#include "bm_dev/HostLog.h"
 
 #include <condition_variable>
 #include <cstdio>
@@ -84,20 +83,19 @@ private:
 /// Passes the adaptor's events and the lines of the log to the teller as long as it lives.
 class NewsSources {
 public:
-    NewsSources(HostManager& manager, Teller& teller) : m_manager(manager), m_teller(teller) {
+    NewsSources(HostManager& manager, Teller& teller)
+        : m_manager(manager),
+          m_teller(teller),
+          m_ear([this](int level, const std::string& component, const std::string& text) {
+              Listen(level, component, text);
+          }) {
         m_manager.HandTo([this](AdaptorEvent event) {
             m_teller.Tell([taken = std::move(event)](RunOutput& output) { output.Event(taken); });
-        });
-        bm_dev::LogToListener([this](int level, const std::string& component, const std::string& text) {
-            Listen(level, component, text);
         });
     }
     NewsSources(const NewsSources&) = delete;
     NewsSources& operator=(const NewsSources&) = delete;
-    ~NewsSources() {
-        bm_dev::LogToListener({});
-        m_manager.HandTo({});
-    }
+    ~NewsSources() { m_manager.HandTo({}); }
 
     bool HadFault() {
         const std::lock_guard lock(m_guard);
@@ -123,6 +121,7 @@ private:
     std::mutex m_guard;
     HealthLog m_health;
     bool m_fault = false;
+    LogEar m_ear; // last, since it uses the other members
 };
 
 // A failed start is followed by a stop only if it was interrupted: then its tools may have run.

@@ -67,7 +67,10 @@ std::unique_ptr<BM_ADAPTOR::CBMIParams> PluginSession::Row(unsigned group, const
 }
 
 int PluginSession::WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPTOR::CBMIParams& values) {
-    return Made("write " + Hex(group), [&] { return m_plugin.Adaptor().WriteParams(group, &keys, &values); });
+    const int result =
+        Made("write " + Hex(group), [&] { return m_plugin.Adaptor().WriteParams(group, &keys, &values); });
+    if (group == BM_ADAPTOR::BMI_GROUP_FIRMWARE_UPDATE && result == Success) m_upgraded = true;
+    return result;
 }
 
 } // namespace bmhost

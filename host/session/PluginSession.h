@@ -6,6 +6,8 @@
 #include "host/session/Session.h"
 #include "host/session/StorageLog.h"
 
+#include <atomic>
+
 namespace bmhost {
 
 class PluginSession final : public Session {
@@ -20,6 +22,7 @@ public:
     int WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPTOR::CBMIParams& values) override;
     std::optional<AdaptorEvent> TakeEvent(std::chrono::milliseconds wait) override { return m_manager.TakeEvent(wait); }
     StorageComplaints Complaints() const override { return {m_storageLog.Count(), m_storageLog.Last()}; }
+    bool HasUpgraded() const override { return m_upgraded; }
 
     /// The host's side: where the adaptor's events arrive. It is never destroyed.
     HostManager& Manager() { return m_manager; }
@@ -28,6 +31,7 @@ private:
     StorageLog m_storageLog;
     HostManager& m_manager;
     Plugin m_plugin;
+    std::atomic<bool> m_upgraded = false;
 };
 
 } // namespace bmhost

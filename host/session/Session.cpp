@@ -1,6 +1,12 @@
 // What a command asks of an adaptor: one call, made and shown.
 #include "host/session/Session.h"
 
+#include "host/output/TextOutput.h"
+#include "host/session/CallReasons.h"
+#include "host/words/Names.h"
+#include "host/words/Situations.h"
+
+#include <cstdio>
 #include <thread>
 
 namespace bmhost {
@@ -16,9 +22,24 @@ void WaitEvent(Session& session, int milliseconds, Output& output) {
     output.Event(event->m_event, event->m_number, event->m_params);
 }
 
+std::string NameOf(const Call& call) {
+    const std::string name(OperationName(call.m_operation));
+    return NeedsLife(call.m_operation) ? name + " " + Hex(call.m_group) : name;
+}
+
+// On standard error: the lines on standard output have their fixed form.
+void TellReasons(const Call& call, const MadeCall& made) {
+    const std::string text = ReasonsText(made.m_reasons);
+    if (text.empty()) return;
+    fflush(stdout);
+    fprintf(stderr, "bmhost: %s returned %s\n%s", NameOf(call).c_str(), ResultText(made.m_result).c_str(),
+            text.c_str());
+}
+
 } // namespace
 
-bool MakeCall(Session& session, Call& call, Output& output) {
+MadeCall MakeAndShow(Session& session, Call& call, Output& output) {
+    const CallReasons reasons;
     int result = 0;
     switch (call.m_operation) {
     case Operation::Read: {
@@ -37,10 +58,10 @@ bool MakeCall(Session& session, Call& call, Output& output) {
     }
     case Operation::Sleep:
         std::this_thread::sleep_for(std::chrono::milliseconds(call.m_milliseconds));
-        return true;
+        return {Success, {}};
     case Operation::WaitEvent:
         WaitEvent(session, call.m_milliseconds, output);
-        return true;
+        return {Success, {}};
     case Operation::Init:
     case Operation::Start:
     case Operation::Stop:
@@ -49,7 +70,13 @@ bool MakeCall(Session& session, Call& call, Output& output) {
         output.Lifecycle(OperationName(call.m_operation), result);
         break;
     }
-    return result == Success;
+    MadeCall made{result, reasons.Texts()};
+    if (result != Success) TellReasons(call, made);
+    return made;
+}
+
+bool MakeCall(Session& session, Call& call, Output& output) {
+    return MakeAndShow(session, call, output).m_result == Success;
 }
 
 bool MakeCallAlone(Session& session, Call& call, Output& output) {

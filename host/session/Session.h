@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace bmhost {
 
@@ -43,9 +44,21 @@ public:
     virtual std::optional<AdaptorEvent> TakeEvent(std::chrono::milliseconds wait) = 0;
     /// Those of this session.
     virtual StorageComplaints Complaints() const = 0;
+    /// Whether this session has begun a firmware upgrade. Before the first one the adaptor's row reads as a finished
+    /// one.
+    virtual bool HasUpgraded() const { return true; }
 };
 
-/// Makes one call and shows it. True when it returned 1; sleep and wait-event always do.
+/// What a call returned, and the errors that were logged in it.
+struct MadeCall {
+    int m_result = 0;
+    std::vector<std::string> m_reasons;
+};
+
+/// Makes one call and shows it; when it does not return 1, its errors with cause and cure stand on standard error. For
+/// sleep and wait-event the result is always 1.
+MadeCall MakeAndShow(Session& session, Call& call, Output& output);
+/// The same. True when it returned 1.
 bool MakeCall(Session& session, Call& call, Output& output);
 /// A call alone on the command line: read, table and write have init before and fin after, which show nothing.
 bool MakeCallAlone(Session& session, Call& call, Output& output);

@@ -1,19 +1,18 @@
 // The lines that the storage logs when it refuses something. The adaptor's results do not give the reason.
 #pragma once
 
+#include "host/session/LogEar.h"
+
 #include <cstddef>
 #include <mutex>
 #include <string>
 
 namespace bmhost {
 
-/// Listens to the log as long as it lives, or until another listener takes over.
+/// Listens to the log as long as it lives.
 class StorageLog {
 public:
     StorageLog();
-    StorageLog(const StorageLog&) = delete;
-    StorageLog& operator=(const StorageLog&) = delete;
-    ~StorageLog();
 
     /// How many such lines there were.
     std::size_t Count() const;
@@ -24,6 +23,7 @@ private:
     mutable std::mutex m_guard;
     std::size_t m_count = 0;
     std::string m_last;
+    LogEar m_ear; // last, since it uses the other members
 };
 
 } // namespace bmhost

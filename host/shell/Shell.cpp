@@ -50,7 +50,9 @@ bool Shell::Make(Call& call) {
     default:
         break;
     }
-    const bool good = MakeCall(m_session, call, m_output);
+    const MadeCall made = MakeAndShow(m_session, call, m_output);
+    Keep(call, made);
+    const bool good = made.m_result == Success;
     fflush(stdout);
     const bool runsTools = call.m_operation == Operation::Start || call.m_operation == Operation::Stop;
     if (runsTools && !good) {
@@ -59,6 +61,25 @@ bool Shell::Make(Call& call) {
         ForgetWithheld();
     }
     return good;
+}
+
+void Shell::Keep(const Call& call, const MadeCall& made) {
+    const CallOutcome outcome{std::string(OperationName(call.m_operation)), made.m_result, WallNow(), made.m_reasons};
+    switch (call.m_operation) {
+    case Operation::Init:
+        m_facts.m_init = outcome;
+        break;
+    case Operation::Start:
+        m_facts.m_start = outcome;
+        m_facts.m_stop.reset();
+        break;
+    case Operation::Stop:
+        m_facts.m_stop = outcome;
+        m_facts.m_start.reset();
+        break;
+    default:
+        break;
+    }
 }
 
 Session& Shell::Opened() {

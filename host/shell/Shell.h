@@ -1,6 +1,7 @@
 // `bmhost shell`: calls and commands at a prompt, in one process.
 #pragma once
 
+#include "host/picture/Picture.h"
 #include "host/words/Call.h"
 
 #include <functional>
@@ -11,6 +12,7 @@ namespace bmhost {
 
 class Output;
 class Session;
+struct MadeCall;
 class ShellLines;
 
 /// Does what a line asks for, and returns whether all was right. Throws UsageError for words that cannot be meant.
@@ -29,12 +31,16 @@ public:
     Session& Opened();
     /// Makes a call and shows what it gave.
     bool Make(Call& call);
+    /// What the last init, start and stop of this shell gave.
+    const HostFacts& Facts() const { return m_facts; }
 
 private:
+    void Keep(const Call& call, const MadeCall& made);
     void Close();
 
     Session& m_session;
     Output& m_output;
+    HostFacts m_facts;
     bool m_open = false;
     bool m_started = false;
     bool m_good = true;

@@ -39,7 +39,7 @@ const char* TypeName(BM_ADAPTOR::BMIParamType_e type) {
 
 } // namespace
 
-bool InventoryText(Session& session, bool color, std::string& text) {
+bool ShowInventory(Session& session, bool color, std::string& text) {
     bool boardRead = false;
     for (const Section& section : Sections) {
         int result = 0;

@@ -9,7 +9,7 @@ class Session;
 
 /// To be called between init and fin. Appends board, modules, and what the modules carry, as aligned tables. True when
 /// the board's table could be read.
-bool InventoryText(Session& session, bool color, std::string& text);
+bool ShowInventory(Session& session, bool color, std::string& text);
 
 /// Every group and parameter with number, type and name.
 std::string ListGroups();

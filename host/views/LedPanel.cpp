@@ -47,7 +47,7 @@ std::vector<std::string> LedLine(LedPlace place, const LedRow& row) {
             std::string(LedColorName(row.m_color)),
             state,
             TimesText(row, state),
-            row.m_local != 0 ? "local" : "override"};
+            std::string(LedControlName(row))};
 }
 
 std::string LedTable(const std::vector<std::vector<std::string>>& lines, bool color) {

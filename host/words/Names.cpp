@@ -10,6 +10,7 @@
 #include <array>
 #include <cctype>
 #include <cstdio>
+#include <iterator>
 #include <limits>
 #include <span>
 #include <vector>
@@ -164,34 +165,36 @@ std::string Hex(unsigned number) {
 }
 
 std::string_view ResultMeaning(int result) {
-    switch (result) {
-    case 0:
-        return "nothing done";
-    case 1:
-        return "success";
-    case 2:
-        return "keys or values missing";
-    case 4:
-        return "key missing or unknown";
-    case 12:
-        return "not found";
-    case 16:
-        return "run status missing";
-    case 21:
-        return "value not obtainable";
-    case 23:
-        return "key or value missing";
-    case 0x30004:
-        return "media software not started";
-    case 0x30011:
-        return "DSPs not initialised";
-    case 0x30012:
-        return "switch not taught, or DSPs not loaded or not passed";
-    case 0x30005:
-        return "media software not stopped";
-    default:
-        return "failed";
-    }
+    using namespace BM_ADAPTOR;
+    struct Meaning {
+        int m_result;
+        std::string_view m_text;
+    };
+    static constexpr Meaning meanings[] = {
+        {RESULT_NOTHING_DONE, "nothing done"},
+        {RESULT_OK, "success"},
+        {RESULT_NO_ARGUMENT, "keys or values missing"},
+        {RESULT_NO_ROW, "key missing or unknown"},
+        {RESULT_NOT_FOUND, "not found"},
+        {RESULT_NO_STATUS, "run status missing"},
+        {RESULT_NOT_OBTAINED, "value not obtainable"},
+        {RESULT_NO_VALUE, "key or value missing"},
+        {STARTUP_MEDIA_START_FAILED, "media software not started"},
+        {STARTUP_MEDIA_STOP_FAILED, "media software not stopped"},
+        {STARTUP_FAILED, "DSPs not initialised"},
+        {STARTUP_DSP_FAILED, "switch not taught, or DSPs not loaded or not passed"},
+        {MONITOR_FIRMWARE_FAILED, "firmware has stopped"},
+        {MONITOR_RTM_FAILED, "RTM broken"},
+        {MONITOR_AMC_FAILED, "AMC broken"},
+        {MONITOR_NOT_RUN, "diagnostic not run"},
+        {MONITOR_PROCESSOR_FAULT, "processor fault"},
+        {MONITOR_NO_EXCHANGE, "media software does not answer"},
+    };
+    const auto* const found = std::find_if(std::begin(meanings), std::end(meanings),
+                                           [=](const Meaning& row) { return row.m_result == result; });
+    if (found != std::end(meanings)) return found->m_text;
+    // Writes of LEDs pass the controller's completion code on.
+    return result >= 0x80 && result <= 0xFF ? "refused by the controller" : "failed";
 }
 
 } // namespace bmhost

@@ -2,6 +2,7 @@
 #include "host/words/Situations.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 namespace bmhost {
@@ -9,7 +10,6 @@ namespace bmhost {
 namespace {
 
 constexpr std::string_view Conversions = "diouxXcspeEfFgGaA";
-constexpr std::size_t LastLines = 3;
 
 /// What stands between the conversions of a format; one piece more than it has conversions.
 std::vector<std::string> PiecesOf(std::string_view format) {
@@ -37,6 +37,12 @@ std::string_view WithoutLineEnd(std::string_view text) {
 bool HasLine(const Situation& situation, std::string_view line) {
     return std::any_of(situation.m_lines.begin(), situation.m_lines.end(),
                        [=](std::string_view format) { return !format.empty() && IsMadeBy(line, format); });
+}
+
+// What a call looked for and did not find is in every start's log.
+bool Tells(const std::string& line, const Situation& cause) {
+    const Situation* const of = SituationOf({line});
+    return of != nullptr && (of->m_chapter != Chapter::Calls || cause.m_chapter == Chapter::Calls);
 }
 
 // As a page quotes it: "…" for what differs from line to line.
@@ -87,23 +93,36 @@ const Situation* SituationOf(const std::vector<std::string>& lines) {
     return nullptr;
 }
 
-std::vector<std::string> TellingLines(const std::vector<std::string>& lines) {
+std::vector<std::string> TellingLines(const std::vector<std::string>& lines, std::size_t most) {
     std::vector<std::string> once;
     for (const std::string& line : lines) {
         if (std::find(once.begin(), once.end(), line) == once.end()) once.push_back(line);
     }
-    std::vector<std::string> telling;
-    std::copy_if(once.begin(), once.end(), std::back_inserter(telling),
-                 [](const std::string& line) { return SituationOf(std::vector{line}) != nullptr; });
-    if (!telling.empty()) return telling;
-    const std::size_t kept = std::min(once.size(), LastLines);
-    return {once.end() - static_cast<std::ptrdiff_t>(kept), once.end()};
+    const Situation* const cause = SituationOf(once);
+    if (cause != nullptr) std::erase_if(once, [=](const std::string& line) { return !Tells(line, *cause); });
+    if (once.size() <= most) return once;
+    std::vector<std::string> last(once.end() - static_cast<std::ptrdiff_t>(most), once.end());
+    const auto isCause = [=](const std::string& line) { return HasLine(*cause, line); };
+    if (cause != nullptr && std::none_of(last.begin(), last.end(), isCause))
+        last.front() = *std::find_if(once.begin(), once.end(), isCause);
+    return last;
 }
 
 std::optional<Advice> AdviceFor(const std::vector<std::string>& reasons) {
     const Situation* const situation = SituationOf(reasons);
     if (situation == nullptr) return std::nullopt;
     return Advice{std::string(situation->m_cause), std::string(situation->m_cure)};
+}
+
+std::string ReasonsText(const std::vector<std::string>& reasons) {
+    std::string text;
+    for (std::string line : TellingLines(reasons)) {
+        std::replace(line.begin(), line.end(), '\n', ' ');
+        text += "  log:   " + line + "\n";
+    }
+    if (const auto advice = AdviceFor(reasons))
+        text += "  cause: " + advice->m_cause + "\n  cure:  " + advice->m_cure + "\n";
+    return text;
 }
 
 std::string TableOfPage(Chapter chapter) {

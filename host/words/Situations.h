@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -58,8 +59,9 @@ const Situation* SituationOf(const std::vector<std::string>& lines);
 /// Whether a line of the log was made by this format: what stands between its conversions is in the line, in order.
 bool IsMadeBy(std::string_view line, std::string_view format);
 
-/// The lines that belong to some situation, each once, oldest first; without any, the last ones.
-std::vector<std::string> TellingLines(const std::vector<std::string>& lines);
+/// The lines that belong to some situation, each once, oldest first; the last ones when none does. Of more than `most`
+/// the last ones, and always one of the situation that is the cause.
+std::vector<std::string> TellingLines(const std::vector<std::string>& lines, std::size_t most = 5);
 
 /// What to say with a call that failed.
 struct Advice {
@@ -68,6 +70,9 @@ struct Advice {
 };
 /// By the errors that were logged during the call; nothing when no situation has any of them.
 std::optional<Advice> AdviceFor(const std::vector<std::string>& reasons);
+/// Both, with the lines that tell of it, in whole lines for standard error: "  log:   …", "  cause: …", "  cure:  …".
+/// Empty when nothing was logged.
+std::string ReasonsText(const std::vector<std::string>& reasons);
 
 /// A chapter's table as it stands on the page.
 std::string TableOfPage(Chapter chapter);

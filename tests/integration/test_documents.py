@@ -42,6 +42,9 @@ NO_EXAMPLES = [
 NOT_RUN = [
     ("apt-get install ", "changes the machine; ./dev package does it in a Debian of its own"),
     ("apt-get purge ", "the same"),
+    ("bmhost start", "asks the resident host; Integration.why makes the call in a shell"),
+    ("bmhost stop", "the same"),
+    ("bmhost report", "asks the resident host"),
     ("bladesim --blade odd-area -- bmhost init", "does not return; Integration.endless runs it"),
     ("bladesim --blade lost-late -- bmhost --log-level 3 init", "does not return; Integration.lost_late runs it"),
     ("bladesim --blade typical --ipmi guest -- qemu-system-i386", "a whole machine; ./dev vm runs it"),

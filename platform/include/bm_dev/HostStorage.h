@@ -1,6 +1,8 @@
 // The host's side of the storage: a folder of XML files that implements the adaptors' interface.
 #pragma once
 
+#include "bm/Params.h"
+
 #include <chrono>
 #include <memory>
 #include <string>
@@ -17,5 +19,13 @@ namespace bm_dev {
 /// processes no longer than `lockWait`.
 std::shared_ptr<QUB_STORAGE::CDataStorage> MakeStorage(const std::string& folder,
                                                        std::chrono::milliseconds lockWait = std::chrono::seconds(10));
+
+/// What a file of a storage holds.
+struct StoredRows {
+    BM_ADAPTOR::CBMITable m_rows;
+    std::string m_refusal; ///< why it cannot be read: "FILE: Permission denied"; empty when it can, or is missing
+};
+/// Looks at a file of the storage in `folder` without a transaction: nothing there is made, locked or changed.
+StoredRows LookAtStored(const std::string& folder, const std::string& file);
 
 } // namespace bm_dev

@@ -253,3 +253,21 @@ std::shared_ptr<QUB_STORAGE::CDataStorage> bm_dev::MakeStorage(const std::string
     return std::make_shared<bm_storage::DataStorage>(
         folder.empty() ? folder : std::filesystem::absolute(folder).string(), lockWait);
 }
+
+bm_dev::StoredRows bm_dev::LookAtStored(const std::string& folder, const std::string& file) {
+    StoredRows stored;
+    try {
+        const bm_storage::Content content = bm_storage::Folder::Look(folder, file);
+        if (!content.m_stamp) return stored;
+        const bm_storage::Rows rows = bm_storage::RowsFromXml(content.m_text);
+        for (const BM_ADAPTOR::CBMIParams& row : rows.All()) {
+            BM_ADAPTOR::CBMIParams copy = row;
+            stored.m_rows.AddRow(copy);
+        }
+    } catch (const bm_storage::XmlError& error) {
+        stored.m_refusal = folder + "/" + file + ":" + std::to_string(error.Line()) + ": " + error.what();
+    } catch (const std::exception& error) {
+        stored.m_refusal = error.what();
+    }
+    return stored;
+}

@@ -162,6 +162,19 @@ Folder::~Folder() {
     flock(m_folder.Get(), LOCK_UN);
 }
 
+// A journal that is there names the files whose replacement is to be completed: they have effect already.
+Content Folder::Look(const std::string& path, const std::string& name) {
+    const int number = Retried([&] { return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+    if (number < 0 && errno == ENOENT) return {};
+    if (number < 0) throw SystemError(NotReadable, path);
+    const Folder folder(path, OpenToLook{number});
+    const auto names = folder.ReadJournal();
+    if (std::find(names.begin(), names.end(), name) != names.end()) {
+        if (Content made = folder.Read(NewPrefix + name); made.m_stamp) return made;
+    }
+    return folder.Read(name);
+}
+
 void Folder::CheckName(const std::string& name) const {
     const auto refused = [&](const char* reason) {
         return StorageError(NothingDone, "file name \"" + Shown(name) + "\": " + reason);

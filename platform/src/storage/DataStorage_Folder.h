@@ -48,6 +48,10 @@ public:
     Folder& operator=(const Folder&) = delete;
     ~Folder();
 
+    /// The file as the next transaction would find it, looked at without a lock: nothing is made or completed. Nothing
+    /// in it when folder or file is missing.
+    static Content Look(const std::string& path, const std::string& name);
+
     /// Throws StorageError when a storage file cannot have this name.
     void CheckName(const std::string& name) const;
     std::optional<FileStamp> Stamp(const std::string& name) const;
@@ -60,6 +64,11 @@ public:
     std::string PathOf(const std::string& name) const { return m_path + "/" + name; }
 
 private:
+    struct OpenToLook {
+        int m_number;
+    };
+    Folder(const std::string& path, OpenToLook folder) : m_path(path), m_folder(folder.m_number) {}
+
     void WriteNew(const std::string& name, const std::string& text, mode_t mode) const;
     void Rename(const std::string& from, const std::string& to) const;
     void Sync(const std::string& what) const;

@@ -129,4 +129,17 @@ TEST(BmhostScript, IsNotEatenByAToolThatTheAdaptorRuns) {
     EXPECT_THAT(ended.ErrorLines(), ElementsAre("printed by a tool"));
 }
 
+TEST(BmhostScript, TellsOnStandardErrorWhyACallDidNotReturn1) {
+    const Ended text = RunStub("start_fails", {"script", "-"}, "init\nstart\n");
+    EXPECT_THAT(text.m_err, HasSubstr("bmhost: start returned 0 (nothing done)\n"
+                                      "  log:   Fail to initialize DSP\n"
+                                      "  cause: `mavk_init` ended with a code other than 0; the line before shows it\n"
+                                      "  cure:  run by hand what stands after \"MAVK_INIT:\" in the log\n"));
+    EXPECT_THAT(text.m_err, Not(HasSubstr("init returned")));
+
+    const Ended json = RunStub("start_fails", {"--json", "script", "-"}, "init\nstart\n");
+    EXPECT_EQ("{\"op\":\"init\",\"result\":1}\n{\"op\":\"start\",\"result\":0}\n", json.m_out);
+    EXPECT_THAT(json.m_err, HasSubstr("  cure:  run by hand"));
+}
+
 } // namespace

@@ -78,7 +78,12 @@ TEST(BmhostShell, RefusesWhatHasItsOwnLife) {
 TEST(BmhostShell, ShowsWhatTheToolsSaidWhenStartFailsAndNothingElseThatIsPrinted) {
     const Ended ended = RunStub("start_fails", {"shell"}, "init\nstart\n");
     EXPECT_EQ("init: 1 (success)\nstart: 0 (nothing done)\n", ended.m_out);
-    EXPECT_EQ("the tool says why\n", ended.m_err);
+    EXPECT_EQ("bmhost: start returned 0 (nothing done)\n"
+              "  log:   Fail to initialize DSP\n"
+              "  cause: `mavk_init` ended with a code other than 0; the line before shows it\n"
+              "  cure:  run by hand what stands after \"MAVK_INIT:\" in the log\n"
+              "the tool says why\n",
+              ended.m_err);
 }
 
 TEST(BmhostShell, Helps) {

@@ -40,14 +40,15 @@ TEST(CommandList, HasTheCommandsOfEachPlace) {
             names.push_back(command->Name());
         return names;
     };
-    EXPECT_THAT(namesIn(OnCommandLine), ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "script",
-                                                    "inventory", "leds", "status", "pstn", "groups", "led", "dsp",
-                                                    "switch", "firmware", "run", "shell", "completions", "help"));
+    EXPECT_THAT(namesIn(OnCommandLine),
+                ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "script", "inventory", "leds",
+                            "status", "pstn", "groups", "why", "led", "dsp", "switch", "firmware", "run", "shell",
+                            "completions", "help"));
     EXPECT_THAT(namesIn(InScript),
                 ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "sleep", "wait-event"));
     EXPECT_THAT(namesIn(InShell), ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "sleep",
-                                              "wait-event", "inventory", "leds", "status", "pstn", "groups", "led",
-                                              "dsp", "switch", "firmware", "help"));
+                                              "wait-event", "inventory", "leds", "status", "pstn", "groups", "why",
+                                              "led", "dsp", "switch", "firmware", "help"));
 }
 
 TEST(CommandList, EveryCommandHasAHelpWithAnExample) {

@@ -22,11 +22,11 @@ TEST(SwitchOrder, WritesThePortsState) {
 }
 
 TEST(SwitchOrder, SaysWhatWasExpectedAndTouchesNoAdaptor) {
-    struct RefusalCase {
+    struct SwitchRefusal {
         Words m_words;
         const char* m_reason;
     };
-    const RefusalCase cases[] = {
+    const SwitchRefusal cases[] = {
         {{"switch", "enable"}, "'switch enable' is not enough: expected switch enable PORT"},
         {{"switch", "1", "enable", "2"}, "'1' is too much: expected switch enable PORT"},
         {{"switch", "1"}, "unknown command 'switch 1': expected switch, or switch enable PORT, or switch disable PORT"},
@@ -36,7 +36,7 @@ TEST(SwitchOrder, SaysWhatWasExpectedAndTouchesNoAdaptor) {
         {{"switch", "disable", "5"}, "PORT '5'"},
         {{"switch", "disable", "all"}, "PORT 'all'"},
     };
-    for (const RefusalCase& testCase : cases) {
+    for (const SwitchRefusal& testCase : cases) {
         FakeContext context;
         EXPECT_THAT(UsageErrorOf([&] { RunWords(context, testCase.m_words); }), HasSubstr(testCase.m_reason));
         EXPECT_EQ(0, context.m_sessions);

@@ -243,6 +243,9 @@ TEST(Causes, ADspWithoutAddressIsToldButNotBeforeTheDefaultsAreStored) {
     picture.m_dsps = {Dsp(5, 4, "")};
     EXPECT_EQ("DSP 5", Only(picture).m_place);
     EXPECT_THAT(Only(picture).m_cure, HasSubstr("bmhost dsp set-ip"));
+    picture.m_dsps = {Dsp(5, 4, ""), Dsp(6, 4, ""), Dsp(7, 4, "192.168.0.9"), Dsp(8, 6, "")};
+    EXPECT_EQ("3 DSPs", Only(picture).m_place);
+    EXPECT_THAT(Only(picture).m_evidence, ElementsAre("AMC bay 4: DSP 5, 6", "AMC bay 6: DSP 8"));
     picture.m_dsps = {Dsp(4, 3, "")};
     EXPECT_THAT(FaultsOf(picture), SizeIs(1));
     picture.m_dsps[0].m_stored = true;
@@ -259,6 +262,10 @@ TEST(Causes, WhatTheStorageRefusedIsExplainedByItsWords) {
     picture = Sound();
     picture.m_ports[0].m_enabled.reset();
     EXPECT_EQ("switch port 1", Only(picture).m_place);
+    picture.m_ports[0].m_stored = true;
+    EXPECT_THAT(FaultsOf(picture), IsEmpty()) << "nothing is stored before the first init with the board";
+    picture.m_ports[0].m_note = "StartTransaction - /var/lib/bmhost: Permission denied";
+    EXPECT_THAT(Only(picture).m_cause, HasSubstr("belongs to another user"));
 }
 
 TEST(Causes, ACallThatDoesNotReturnIsToldOnceItTakesTooLong) {

@@ -106,6 +106,7 @@ int Do(Act act, IBMAdaptorMgr* manager = nullptr) {
     case Act::ToolInterrupts: // interrupts the host, once it waits for the tool; then a signal has to end the tool
         return WTERMSIG(system("sleep 0.3; kill -INT $PPID; sleep 0.3; kill -TERM $$; exit 7")) == SIGTERM ? 1 : 0;
     case Act::ToolFails:
+        bmiLog(BM_LOG_ERROR, COMPONENT_IPMI, "Fail to initialize DSP");
         return system("echo the tool says why; exit 2") == 0 ? 1 : 0;
     case Act::ToolOutgrows: // a file that cannot grow: SIGXFSZ has to end the tool, as without this host
         return WEXITSTATUS(

@@ -8,6 +8,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <string>
 
 namespace {
 
@@ -121,7 +126,23 @@ TEST(Names, EveryResultHasAMeaning) {
     EXPECT_EQ("success", ResultMeaning(1));
     EXPECT_EQ("nothing done", ResultMeaning(0));
     EXPECT_EQ("not found", ResultMeaning(12));
+    EXPECT_EQ("firmware has stopped", ResultMeaning(0x30013));
+    EXPECT_EQ("refused by the controller", ResultMeaning(0xC1));
     EXPECT_EQ("failed", ResultMeaning(-1));
+    EXPECT_EQ("failed", ResultMeaning(0x100));
+}
+
+TEST(Names, EveryResultOfTheProtocolHasAMeaningOfItsOwn) {
+    std::ifstream stream(SOURCE_FOLDER "/common/veldo_common_protocol.h");
+    const std::string protocol{std::istreambuf_iterator<char>(stream), {}};
+    const std::regex enumerator("\\b(?:RESULT|STARTUP|MONITOR)_\\w+ = (0x[0-9a-f]+|[0-9]+)");
+    std::map<int, std::string> meanings;
+    for (std::sregex_iterator next(protocol.begin(), protocol.end(), enumerator), end; next != end; ++next) {
+        const int result = std::stoi((*next)[1], nullptr, 0);
+        meanings[result] = ResultMeaning(result);
+        EXPECT_NE("failed", meanings[result]) << next->str();
+    }
+    EXPECT_EQ(18U, meanings.size());
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <sstream>
 
 namespace {
 
@@ -48,10 +49,9 @@ void TakeLiterals(const std::string& source, std::vector<std::string>& literals)
     }
 }
 
-// Of the plug-in and of the platform.
-std::vector<std::string> LiteralsOfSources() {
+std::vector<std::string> LiteralsOf(const std::vector<const char*>& folders) {
     std::vector<std::string> literals;
-    for (const char* const folder : {"adaptor", "ipmi", "common", "platform/src"}) {
+    for (const char* const folder : folders) {
         for (const auto& entry :
              std::filesystem::recursive_directory_iterator(std::filesystem::path(SOURCE_FOLDER) / folder)) {
             const auto extension = entry.path().extension();
@@ -59,6 +59,42 @@ std::vector<std::string> LiteralsOfSources() {
         }
     }
     return literals;
+}
+
+std::vector<std::string> LiteralsOfSources() {
+    return LiteralsOf({"adaptor", "ipmi", "common", "platform/src"});
+}
+
+std::string Page() {
+    return FileText(std::filesystem::path(SOURCE_FOLDER) / "docs/operations.md");
+}
+
+// The page's tables of this form.
+std::vector<std::string> TablesOfPage(const std::string& page) {
+    std::vector<std::string> tables;
+    for (std::size_t begin = page.find("| what you see |"); begin != std::string::npos;
+         begin = page.find("| what you see |", begin + 1))
+        tables.push_back(page.substr(begin, page.find("\n\n", begin) + 1 - begin));
+    return tables;
+}
+
+// What the page has in quotes, as a format; not what is in code.
+std::vector<std::string> QuotesOf(const std::string& page) {
+    std::vector<std::string> quotes;
+    std::istringstream lines(page);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("    ")) continue;
+        for (std::size_t begin = line.find('"'); begin != std::string::npos;) {
+            const std::size_t end = line.find('"', begin + 1);
+            if (end == std::string::npos) break;
+            std::string quote = line.substr(begin + 1, end - begin - 1);
+            for (std::size_t cut = quote.find("…"); cut != std::string::npos; cut = quote.find("…"))
+                quote.replace(cut, std::string("…").size(), "%s");
+            quotes.push_back(quote);
+            begin = line.find('"', end + 1);
+        }
+    }
+    return quotes;
 }
 
 // The table may say less of a line than the source, or name one of its values.
@@ -97,6 +133,25 @@ TEST(Situations, EveryLineOfTheTableStandsInTheSources) {
     for (const std::string_view line : LinesOfTable())
         EXPECT_TRUE(StandsIn(literals, line)) << line;
     EXPECT_FALSE(StandsIn(literals, "Fail to download DSP MistakeID = %d"));
+}
+
+TEST(Situations, ThePageHasEveryTableAndNoOther) {
+    std::vector<std::string> tables;
+    for (int chapter = 0; chapter <= static_cast<int>(Chapter::Calls); ++chapter)
+        tables.push_back(TableOfPage(static_cast<Chapter>(chapter)));
+    EXPECT_THAT(TablesOfPage(Page()), testing::UnorderedElementsAreArray(tables));
+}
+
+TEST(Situations, EveryLineThatThePageQuotesStandsInTheSources) {
+    const auto literals = LiteralsOf({"adaptor", "ipmi", "common", "platform/src", "host/views"});
+    const auto begins = [&](const std::string& quote) {
+        return quote.size() >= 8 && std::any_of(literals.begin(), literals.end(),
+                                                [&](const std::string& literal) { return literal.starts_with(quote); });
+    };
+    const auto quotes = QuotesOf(Page());
+    EXPECT_GT(quotes.size(), 80U);
+    for (const std::string& quote : quotes)
+        EXPECT_TRUE(StandsIn(literals, quote) || begins(quote)) << quote;
 }
 
 TEST(Situations, EverySignButALineHasExactlyOne) {
@@ -164,8 +219,28 @@ TEST(Situations, TheTellingLinesAreThoseOfASituationOnceEach) {
     EXPECT_THAT(TellingLines({"TRACE calling mavk_boot", "Fail to download DSP ErrorID = 1",
                               "Fail to download DSP ErrorID = 1", "MAVK_BOOT: x"}),
                 ElementsAre("Fail to download DSP ErrorID = 1"));
-    EXPECT_THAT(TellingLines({"a", "b", "c", "d", "d"}), ElementsAre("b", "c", "d"));
+    EXPECT_THAT(TellingLines({"a", "b", "c", "d", "d"}, 3), ElementsAre("b", "c", "d"));
     EXPECT_THAT(TellingLines({}), IsEmpty());
+    EXPECT_THAT(TellingLines({"IPMIAdaptor :: AMC_HW_ReadParams - returning not found", "Fail to initialize DSP"}),
+                ElementsAre("Fail to initialize DSP"))
+        << "every start looks into empty bays";
+    EXPECT_THAT(TellingLines({"IPMIAdaptor :: AMC_HW_ReadParams - returning not found"}), testing::SizeIs(1));
+}
+
+TEST(Situations, OfManyTellingLinesTheCauseIsNotCut) {
+    EXPECT_THAT(TellingLines({"Fail to Get MAC of eth6", "Can not get DSP Info table", "Fail to initialize DSP",
+                              "Fail to stop MEDIA SERVER "},
+                             2),
+                ElementsAre("Fail to Get MAC of eth6", "Fail to stop MEDIA SERVER "));
+}
+
+TEST(Situations, TheReasonsOfACallAreItsLinesWithCauseAndCure) {
+    EXPECT_EQ("", ReasonsText({}));
+    EXPECT_EQ("  log:   a line of two\n", ReasonsText({"a line\nof two"}));
+    EXPECT_EQ("  log:   Fail to stop MEDIA SERVER \n"
+              "  cause: `mediaStop` ended with a value other than 0, or is missing\n"
+              "  cure:  run bin/mediaStop of the install folder by hand; then `bmhost stop`\n",
+              ReasonsText({"TRACE", "Fail to stop MEDIA SERVER "}));
 }
 
 TEST(Situations, APageQuotesALineWithWhatDiffersCut) {
