@@ -1,5 +1,5 @@
 // bmhost: the reference host command.
-#include "host/commands/CommandLine.h"
+#include "host/commands/ChosenLine.h"
 #include "host/commands/CommandList.h"
 #include "host/output/Redirect.h"
 #include "host/session/EndNotice.h"
@@ -34,13 +34,18 @@ int Run(const std::vector<std::string>& words) {
     const auto commands = MakeCommands(OnCommandLine);
     AddGlobalOptions(commands->Root(), options);
     const Line line = commands->Read(words);
-    CommandLine context(options);
+    NoteGiven(commands->Root(), line.m_command, options);
+    ChosenLine context(options);
     if (line.m_command == nullptr) {
         context.Answer(line.m_answer);
         return ExitAllOk;
     }
     SetUpLog(options);
-    return Do(*line.m_command, context) ? ExitAllOk : ExitSomeFailed;
+    try {
+        return Do(*line.m_command, context) ? ExitAllOk : ExitSomeFailed;
+    } catch (const TimeUpError& error) {
+        throw TimeUpError("`bmhost " + line.m_command->Path() + "`: " + error.what());
+    }
 }
 
 int Fail(const std::exception& error, int status) {

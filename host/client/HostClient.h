@@ -20,6 +20,12 @@ struct HostPlace {
 };
 HostPlace PlaceOfHost();
 
+/// The end of a connection: where it is, and the process that the kernel names for it (0: unknown).
+struct HostEnd {
+    HostPlace m_place;
+    int32_t m_process = 0;
+};
+
 struct HostAnswer {
     unsigned m_status = 0;
     nlohmann::ordered_json m_body;
@@ -47,6 +53,8 @@ public:
     };
     /// Reads events after this id until the reader returns false; reconnects by itself where the stream breaks.
     virtual void Events(uint64_t after, const std::function<bool(const ServerEvent&)>& reader) = 0;
+
+    virtual HostEnd End() const { return {}; }
 };
 
 } // namespace bmhost

@@ -1,4 +1,4 @@
-// A command on the command line: it loads the adaptor for itself.
+// A command on the command line that loads the adaptor for itself.
 #include "host/commands/CommandLine.h"
 
 #include "common/veldo_common_protocol.h"
@@ -24,8 +24,10 @@ int OutputForPeople(const GlobalOptions& options) {
     return PrintsWithheld();
 }
 
-void ArmEndNotice(const GlobalOptions& options) {
-    ArmEndNotice(std::chrono::milliseconds(options.m_noticeAfter));
+void ArmEndNotice(const GlobalOptions& options, bool limited) {
+    constexpr std::chrono::hours never(24 * 365);
+    const std::chrono::milliseconds notice(options.m_noticeAfter);
+    ArmEndNotice(options.m_quiet ? never : notice, TimeLimit(options, limited));
 }
 
 bool CommandLine::Make(Call& call) {
@@ -40,7 +42,8 @@ bool CommandLine::Make(Call& call) {
 
 bool CommandLine::WithSession(const Work& work) {
     const int output = OutputForPeople(Globals());
-    ArmEndNotice(Globals());
+    constexpr bool limited = true;
+    ArmEndNotice(Globals(), limited);
     PluginSession session(Globals().m_adaptor, Globals().m_mode, Globals().m_storage);
     return BetweenInitAndFin(session, [&] { return work(session, output); });
 }

@@ -1,4 +1,4 @@
-// A command on the command line: it loads the adaptor for itself.
+// A command on the command line that loads the adaptor for itself.
 #pragma once
 
 #include "host/commands/Context.h"
@@ -27,6 +27,7 @@ private:
 /// or goes to standard error with --json.
 int OutputForPeople(const GlobalOptions& options);
 /// From now on the end of the process, and a call that does not return, are told of.
-void ArmEndNotice(const GlobalOptions& options);
+/// @param limited  whether the command's time is limited where nobody gave a limit
+void ArmEndNotice(const GlobalOptions& options, bool limited = false);
 
 } // namespace bmhost

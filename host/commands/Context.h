@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/commands/GlobalOptions.h"
+#include "host/orders/Order.h"
 #include "host/picture/Picture.h"
 
 #include <functional>
@@ -10,6 +11,7 @@
 namespace bmhost {
 
 class Command;
+class HostClient;
 class Session;
 struct Call;
 
@@ -34,10 +36,17 @@ public:
     virtual int Output() const = 0;
     /// Shows a help.
     virtual void Answer(const std::string& text) = 0;
-    /// The picture for a look. Throws where there is none.
-    virtual Picture Look();
     /// Whether a command that must not be cut off takes the process's signals itself.
     virtual bool TakesSignals() const { return false; }
+
+    /// The resident host that this context's commands ask, or null: they have an adaptor of their own. Valid as long as
+    /// the context.
+    virtual HostClient* Host() { return nullptr; }
+    /// The picture for a look: the resident host's, or that of an adaptor of its own. Throws where there is none.
+    virtual Picture Look();
+    /// Has an order carried out, by the resident host or by an adaptor of its own. Throws UsageError where it cannot be
+    /// meant.
+    virtual OrderOutcome Give(const Order& order);
 
 private:
     const GlobalOptions& m_globals;
@@ -45,6 +54,9 @@ private:
 
 /// Runs a command whose line was read, and returns whether all was right. Throws UsageError.
 bool Do(const Command& command, Context& context);
+
+/// For what needs an adaptor of its own: throws OtherHostError where a resident host has the blade.
+void RefuseBesideHost(Context& context, const std::string& what);
 
 /// What a command for people makes of a session: the text for its output, lines for standard error, which are shown
 /// after it, and whether all is right.

@@ -213,6 +213,7 @@ void AddFirmware(Commands& commands) {
     Command& update = family.Add("update", "upgrade firmware and follow it");
     const auto words = update.Own<FirmwareWords>();
     update.ForPeople()
+        .WithoutTimeLimit()
         .Option({"--target", "T", "board, amc (with --bay) or rtm", {Targets[0], Targets[1], Targets[2]}, true},
                 words->m_target)
         .Option({"--bay", "N", "the bay of the AMC, 1 to 8"}, words->m_bay, AmcBays)

@@ -21,7 +21,26 @@ std::string CheckFolder(const std::string& path) {
     return good ? "" : "'" + path + "' is no folder";
 }
 
+constexpr double ShortestTimeout = 0.001;
+constexpr double LongestTimeout = 1000000;
+constexpr std::chrono::seconds DefaultTimeout(30);
+
 } // namespace
+
+void NoteGiven(const Command& root, const Command* command, GlobalOptions& options) {
+    options.m_lasts = command != nullptr && command->Lasts();
+    options.m_forOwnAdaptor.clear();
+    for (const char* const name : {"--adaptor", "--mode", "--storage", "--log", "--log-level"}) {
+        if (root.App().get_option(name)->count() != 0) options.m_forOwnAdaptor.emplace_back(name);
+    }
+}
+
+std::optional<std::chrono::milliseconds> TimeLimit(const GlobalOptions& options, bool byDefault) {
+    using Seconds = std::chrono::duration<double>;
+    if (options.m_timeout) return std::chrono::ceil<std::chrono::milliseconds>(Seconds(*options.m_timeout));
+    if (!byDefault || options.m_lasts) return std::nullopt;
+    return DefaultTimeout;
+}
 
 std::string StateFile(const std::string& name) {
     if (const char* state = getenv("XDG_STATE_HOME"); state != nullptr && state[0] != '\0') {
@@ -47,9 +66,18 @@ void AddGlobalOptions(Command& root, GlobalOptions& options) {
     root.Option(
         {"--notice-after", "MS", "milliseconds after which standard error tells of a call that does not return"},
         options.m_noticeAfter, {1, std::numeric_limits<int>::max()});
+    root.Option({"--timeout", "SECONDS",
+                 "end the command with status 5 after this time; by default 30 for clients and commands for people"},
+                options.m_timeout);
+    root.App().get_option("--timeout")->check(CLI::Range(ShortestTimeout, LongestTimeout).description(""));
+    root.Flag({"--direct", "", "with an adaptor of its own, even beside the resident host"}, options.m_direct);
+    root.App().add_flag("-q,--quiet", options.m_quiet, "no progress and no remarks; errors stay");
+    root.Flag({"--simulated", "", "simulated data are asked for: they are no reason for status 4"},
+              options.m_simulated);
+    root.Flag({"--wide", "", "do not fit tables to the terminal"}, options.m_wide);
     root.App().set_version_flag("-V,--version", "bmhost " BMHOST_VERSION, "show the version");
     root.App().set_help_flag("-h,--help", "show this help, or after a command what there is to know of it");
-    root.KnownFlag("--help").KnownFlag("--version");
+    root.KnownFlag("--quiet").KnownFlag("--help").KnownFlag("--version");
 }
 
 } // namespace bmhost

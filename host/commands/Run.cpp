@@ -31,6 +31,7 @@ bool RunResident(const GlobalOptions& globals) {
 
 void AddRun(Commands& commands) {
     commands.Add("run", "be a resident host until Ctrl-C or SIGTERM", OnCommandLine)
+        .WithoutTimeLimit()
         .Details(
             "Calls init and start, tells events and health as they happen, one line each (with --json a JSON line), and\n"
             "calls stop and fin at SIGINT, SIGTERM or SIGHUP. bmhost lets a tool that runs come to its end first; Ctrl-C\n"

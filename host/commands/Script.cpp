@@ -55,7 +55,10 @@ void AddScript(Commands& commands) {
             "that none\ncame. '#' begins a comment; '…' or \"…\" keep blanks in a value. A line that cannot be "
             "understood ends the script\nwith status 2. A call that does not return 1 does not end it.\n")
         .Example("printf 'init\\ntable HARDWARE_BOARD\\nfin\\n' | bmhost script -")
-        .Run([file](Context& context) { return RunScript(*file, context.Globals()); });
+        .Run([file](Context& context) {
+            RefuseBesideHost(context, "script");
+            return RunScript(*file, context.Globals());
+        });
 }
 
 } // namespace bmhost

@@ -1,6 +1,7 @@
 // `bmhost shell`: the calls of a script and the commands for people at a prompt, in one process.
 #include "host/shell/Shell.h"
 
+#include "host/client/HostClient.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/CommandList.h"
 #include "host/output/Output.h"
@@ -40,6 +41,24 @@ private:
     int m_output;
 };
 
+/// A line for the resident host, which goes on when the shell ends.
+class AskingShellLine final : public Context {
+public:
+    AskingShellLine(Context& asked, int output) : Context(asked.Globals()), m_asked(asked), m_output(output) {}
+
+    bool Make(Call& call) override { return m_asked.Make(call); }
+    bool WithSession(const Work& work) override { return m_asked.WithSession(work); }
+    int Output() const override { return m_output; }
+    void Answer(const std::string& text) override { fprintf(stderr, "%s", text.c_str()); }
+    HostClient* Host() override { return m_asked.Host(); }
+    Picture Look() override { return m_asked.Look(); }
+    OrderOutcome Give(const Order& order) override { return m_asked.Give(order); }
+
+private:
+    Context& m_asked;
+    int m_output;
+};
+
 void AddQuit(Commands& commands, const std::string& name, Shell* shell) {
     commands.Add(name, "end the shell", InShell)
         .Details("So does Ctrl-D. What was started is stopped, and fin is called.\n")
@@ -50,24 +69,43 @@ void AddQuit(Commands& commands, const std::string& name, Shell* shell) {
         });
 }
 
-bool RunShell(const GlobalOptions& globals) {
-    const auto commands = MakeCommands(InShell);
-    const auto lines = MakeShellLines(
-        {StateFile("bmhost_history"), [&](const std::string& before) { return CompleteText(*commands, before); }});
+// The shell's words, and where they come from.
+struct ShellWords {
+    bool Run(Shell& shell, Context& context) {
+        AddQuit(*m_commands, "quit", &shell);
+        AddQuit(*m_commands, "exit", &shell);
+        return shell.Run(*m_lines, [&](const std::vector<std::string>& words) {
+            const Line line = m_commands->Read(words);
+            if (line.m_command != nullptr) return Do(*line.m_command, context);
+            context.Answer(line.m_answer);
+            return true;
+        });
+    }
+
+    std::unique_ptr<Commands> m_commands = MakeCommands(InShell);
+    std::unique_ptr<ShellLines> m_lines =
+        MakeShellLines({StateFile("bmhost_history"), [commands = m_commands.get()](const std::string& before) {
+                            return CompleteText(*commands, before);
+                        }});
+};
+
+bool RunOwnShell(const GlobalOptions& globals) {
+    ShellWords words;
     const int descriptor = OutputForPeople(globals);
     const auto output = globals.m_json ? MakeJsonOutput(descriptor) : MakeTextOutput(descriptor);
     ArmEndNotice(globals);
     PluginSession session(globals.m_adaptor, globals.m_mode, globals.m_storage);
     Shell shell(session, *output);
-    AddQuit(*commands, "quit", &shell);
-    AddQuit(*commands, "exit", &shell);
     ShellLine context(globals, shell, descriptor);
-    return shell.Run(*lines, [&](const std::vector<std::string>& words) {
-        const Line line = commands->Read(words);
-        if (line.m_command != nullptr) return Do(*line.m_command, context);
-        context.Answer(line.m_answer);
-        return true;
-    });
+    return words.Run(shell, context);
+}
+
+// Lines are all that this shell has of its own: it opens, starts and ends nothing.
+bool RunAskingShell(Context& asked) {
+    ShellWords words;
+    Shell shell;
+    AskingShellLine context(asked, asked.Output());
+    return words.Run(shell, context);
 }
 
 } // namespace
@@ -78,9 +116,12 @@ void AddShell(Commands& commands) {
             "The calls of a script and the commands for people, in one process. help [COMMAND] lists or explains them,\n"
             "quit or Ctrl-D ends. On a terminal with history and completion (Tab), else plain lines without a prompt.\n"
             "init is called when a command, a read, a table or a write needs it; start is not. At the end what was\n"
-            "started is stopped, and fin is called. No error ends it. Status 0 when nothing went wrong.\n")
+            "started is stopped, and fin is called. No error ends it. Status 0 when nothing went wrong.\n"
+            "Beside a resident host every line is for that one, which goes on at the end; it knows neither init nor fin.\n")
         .Example("printf 'init\\nstart\\nstatus\\n' | bmhost shell")
-        .Run([](Context& context) { return RunShell(context.Globals()); });
+        .Run([](Context& context) {
+            return context.Host() != nullptr ? RunAskingShell(context) : RunOwnShell(context.Globals());
+        });
 }
 
 } // namespace bmhost

@@ -50,7 +50,7 @@ bool Shell::Make(Call& call) {
     default:
         break;
     }
-    const MadeCall made = MakeAndShow(m_session, call, m_output);
+    const MadeCall made = MakeAndShow(*m_session, call, *m_output);
     Keep(call, made);
     const bool good = made.m_result == Success;
     fflush(stdout);
@@ -83,14 +83,14 @@ void Shell::Keep(const Call& call, const MadeCall& made) {
 }
 
 Session& Shell::Opened() {
-    if (!m_open) m_session.Lifecycle(Operation::Init);
+    if (!m_open) m_session->Lifecycle(Operation::Init);
     m_open = true;
-    return m_session;
+    return *m_session;
 }
 
 void Shell::Close() {
-    if (m_open && m_started) m_session.Lifecycle(Operation::Stop);
-    if (m_open) m_session.Lifecycle(Operation::Fin);
+    if (m_open && m_started) m_session->Lifecycle(Operation::Stop);
+    if (m_open) m_session->Lifecycle(Operation::Fin);
     m_open = m_started = false;
 }
 

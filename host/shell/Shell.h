@@ -20,7 +20,9 @@ using ShellCommand = std::function<bool(const std::vector<std::string>& words)>;
 
 class Shell {
 public:
-    Shell(Session& session, Output& output) : m_session(session), m_output(output) {}
+    Shell(Session& session, Output& output) : m_session(&session), m_output(&output) {}
+    /// For lines that need neither session nor output of the shell's own; it takes Run and Quit only.
+    Shell() = default;
 
     /// Until it is told to quit, or the lines end, which is no error; then stops what was started and calls fin, if
     /// init was called. True when nothing went wrong. Throws what the output throws, after fin.
@@ -38,8 +40,8 @@ private:
     void Keep(const Call& call, const MadeCall& made);
     void Close();
 
-    Session& m_session;
-    Output& m_output;
+    Session* m_session = nullptr;
+    Output* m_output = nullptr;
     HostFacts m_facts;
     bool m_open = false;
     bool m_started = false;

@@ -46,6 +46,11 @@ Command& Command::ForPeople() {
     return *this;
 }
 
+Command& Command::WithoutTimeLimit() {
+    m_lasts = true;
+    return *this;
+}
+
 Command& Command::Dash(Dashes dashes) {
     m_dashes = dashes;
     return *this;
@@ -109,6 +114,11 @@ Command& Command::Option(const OptionText& text, std::optional<int>& value, Rang
     CLI::Option& option = *m_app.add_option_function<int>(text.m_name, take, text.m_help);
     CheckRange(option, range);
     return Known(text, option);
+}
+
+Command& Command::Option(const OptionText& text, std::optional<double>& value) {
+    const auto take = [&value](const double& given) { value = given; };
+    return Known(text, *m_app.add_option_function<double>(text.m_name, take, text.m_help));
 }
 
 Command& Command::Flag(const OptionText& text, bool& value) {

@@ -83,6 +83,8 @@ public:
     Command& Usage(const std::string& words);
     /// It has no JSON.
     Command& ForPeople();
+    /// It ends when somebody ends it, or takes as long as it takes: no time limit but one that was given.
+    Command& WithoutTimeLimit();
     Command& Dash(Dashes dashes);
 
     /// The next word. It is required.
@@ -94,6 +96,7 @@ public:
     Command& Option(const OptionText& text, std::optional<std::string>& value);
     Command& Option(const OptionText& text, int& value, Range range);
     Command& Option(const OptionText& text, std::optional<int>& value, Range range);
+    Command& Option(const OptionText& text, std::optional<double>& value);
     Command& Flag(const OptionText& text, bool& value);
     /// A flag that is CLI11's own: --help, --version.
     Command& KnownFlag(const char* name);
@@ -131,6 +134,7 @@ public:
     std::string Forms() const;
     std::string Help() const;
     bool IsForPeople() const { return m_forPeople; }
+    bool Lasts() const { return m_lasts; }
     Dashes HowDashesAreRead() const { return m_dashes; }
     const Runner& Runs() const { return m_run; }
     const std::vector<std::unique_ptr<Command>>& Members() const { return m_members; }
@@ -163,6 +167,7 @@ private:
     std::string m_details;
     std::vector<std::string> m_examples;
     bool m_forPeople = false;
+    bool m_lasts = false;
     Dashes m_dashes = Dashes::AreOptions;
     Runner m_run;
 };

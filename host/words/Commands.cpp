@@ -29,7 +29,7 @@ std::vector<std::string> OptionsOf(const Command& command) {
 
 // Of words that are not only options: what begins with one '-' may be a file or a number.
 bool IsLongOption(const std::string& word) {
-    return (word.size() > 2 && word.starts_with("--")) || word == "-h" || word == "-V";
+    return (word.size() > 2 && word.starts_with("--")) || word == "-h" || word == "-V" || word == "-q";
 }
 
 bool TakesNextWord(const Command& command, const std::string& word) {
@@ -200,7 +200,8 @@ std::string Commands::Help() const {
     const std::string commands = "Commands (bmhost COMMAND --help tells more):\n" + List();
     m_apps->m_here.footer(
         commands +
-        "\nExit status: 0 every call returned 1, 1 some call did not, 2 bad usage, 3 the adaptor could not be loaded.");
+        "\nExit status: 0 every call returned 1, 1 some call did not, 2 bad usage, 3 the adaptor could not be loaded,\n"
+        "4 simulated data that nobody asked for, 5 the time was up, 6 another host has the blade.");
     return m_apps->m_here.get_formatter()->make_help(&m_apps->m_here, "bmhost", CLI::AppFormatMode::Normal);
 }
 

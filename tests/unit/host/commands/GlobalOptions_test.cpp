@@ -24,6 +24,7 @@ struct Parsed {
         const Line line = commands->Read(words);
         m_answer = line.m_answer;
         if (line.m_command != nullptr) m_path = line.m_command->Path();
+        NoteGiven(commands->Root(), line.m_command, m_options);
     }
 
     GlobalOptions m_options;
@@ -43,6 +44,29 @@ TEST(GlobalOptions, HaveTheirDefaults) {
     EXPECT_EQ("/state/bmhost", parsed.m_options.m_storage);
     EXPECT_FALSE(parsed.m_options.m_json);
     EXPECT_EQ(10000, parsed.m_options.m_noticeAfter);
+    EXPECT_FALSE(parsed.m_options.m_timeout);
+    EXPECT_FALSE(parsed.m_options.m_direct || parsed.m_options.m_quiet || parsed.m_options.m_simulated ||
+                 parsed.m_options.m_wide);
+    EXPECT_THAT(parsed.m_options.m_forOwnAdaptor, testing::IsEmpty());
+}
+
+TEST(GlobalOptions, ThoseOfAnOwnAdaptorAreKnownWhereTheyAreGiven) {
+    EXPECT_THAT(Parsed({"--json", "init", "-q", "--direct"}).m_options.m_forOwnAdaptor, testing::IsEmpty());
+    EXPECT_THAT(Parsed({"--mode", "1", "init", "--log", "f"}).m_options.m_forOwnAdaptor,
+                testing::ElementsAre("--mode", "--log"));
+}
+
+TEST(GlobalOptions, TheTimeLimitIsTheGivenOneOrThatOfWhatSomebodyWaitsFor) {
+    using namespace std::chrono_literals;
+    const GlobalOptions given = Parsed({"--timeout", "1.5", "leds"}).m_options;
+    EXPECT_EQ(1500ms, TimeLimit(given, true));
+    EXPECT_EQ(1500ms, TimeLimit(given, false));
+    const GlobalOptions none = Parsed({"leds"}).m_options;
+    EXPECT_EQ(30s, TimeLimit(none, true));
+    EXPECT_EQ(std::nullopt, TimeLimit(none, false));
+    const GlobalOptions upgrade = Parsed({"firmware", "update", "--target", "rtm", "f"}).m_options;
+    EXPECT_EQ(std::nullopt, TimeLimit(upgrade, true));
+    EXPECT_EQ(10s, TimeLimit(Parsed({"firmware", "update", "--target", "rtm", "f", "--timeout=10"}).m_options, true));
 }
 
 TEST(GlobalOptions, StorageIsInTheUsersStateFolder) {
@@ -82,8 +106,9 @@ const Words LineOfEach[] = {{"init"},
                             {"help", "led", "set"}};
 
 TEST(GlobalOptions, StandBeforeAndAfterEveryCommand) {
-    const Words options = {"--adaptor", "a.so",      "--mode", "3",      "--log-level=7",  "--log",
-                           "f",         "--storage", "d",      "--json", "--notice-after", "50"};
+    const Words options = {"--adaptor", "a.so",      "--mode",   "3",      "--log-level=7",  "--log",
+                           "f",         "--storage", "d",        "--json", "--notice-after", "50",
+                           "--timeout", "0.5",       "--direct", "-q",     "--simulated",    "--wide"};
     for (const Words& line : LineOfEach) {
         Words before = options;
         before.insert(before.end(), line.begin(), line.end());
@@ -99,6 +124,10 @@ TEST(GlobalOptions, StandBeforeAndAfterEveryCommand) {
             EXPECT_EQ("d", parsed.m_options.m_storage);
             EXPECT_TRUE(parsed.m_options.m_json) << testing::PrintToString(words);
             EXPECT_EQ(50, parsed.m_options.m_noticeAfter);
+            EXPECT_EQ(0.5, parsed.m_options.m_timeout);
+            EXPECT_TRUE(parsed.m_options.m_direct && parsed.m_options.m_quiet && parsed.m_options.m_simulated &&
+                        parsed.m_options.m_wide)
+                << testing::PrintToString(words);
         }
     }
 }
@@ -112,6 +141,9 @@ TEST(GlobalOptions, WhatCannotBeMeantSaysWhatWasExpected) {
         {{"--mode", "one", "init"}, "--mode"},
         {{"--log-level", "99999999999", "init"}, "--log-level"},
         {{"--notice-after", "0", "init"}, "--notice-after"},
+        {{"--timeout", "0", "init"}, "--timeout"},
+        {{"--timeout", "-1", "init"}, "--timeout"},
+        {{"--timeout", "soon", "init"}, "--timeout"},
         {{"--adaptor"}, "--adaptor"},
         {{"init", "--adaptor"}, "--adaptor"},
         {{"--storage", "/dev/null", "init"}, "--storage: '/dev/null' is no folder"},
@@ -136,7 +168,8 @@ TEST(GlobalOptions, AreInTheHelp) {
         const std::string help = line.m_command != nullptr ? commands->Help({}) : line.m_answer;
         EXPECT_THAT(help, HasSubstr("Usage: bmhost [OPTIONS] COMMAND ..."));
         for (const char* text : {"--adaptor FILE", "--mode N", "--log-level N", "--log FILE", "--storage DIR", "--json",
-                                 "--notice-after MS", "-V,--version", "-h,--help", "Exit status: 0 "})
+                                 "--notice-after MS", "--timeout SECONDS", "--direct", "-q,--quiet", "--simulated",
+                                 "--wide", "-V,--version", "-h,--help", "Exit status: 0 "})
             EXPECT_THAT(help, HasSubstr(text));
     }
 }

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <condition_variable>
 #include <cstdlib>
+#include <mutex>
+#include <unistd.h>
 
 namespace {
 
@@ -42,6 +45,42 @@ TEST_F(EndNoticeDeathTest, IsSilentWhenBmhostEndsByItself) {
         {
             ArmEndNotice(Never);
             DisarmEndNotice();
+            exit(2);
+        },
+        ExitedWithCode(2), "^$");
+}
+
+TEST_F(EndNoticeDeathTest, TimeThatIsUpEndsTheProcess) {
+    constexpr std::chrono::milliseconds limit(20);
+    EXPECT_EXIT(
+        {
+            ArmEndNotice(Never, limit);
+            const CallUnderWay call("table 0x300");
+            for (;;)
+                pause();
+        },
+        ExitedWithCode(5),
+        "^bmhost: the time is up \\(0.02 s\\): waiting for the adaptor's `table 0x300` since 20[0-9T:.-]*Z\n$");
+    EXPECT_EXIT(
+        {
+            ArmEndNotice(Never, limit);
+            { const CallUnderWay call("init"); }
+            for (;;)
+                pause();
+        },
+        ExitedWithCode(5), "^bmhost: the time is up \\(0.02 s\\): between two calls\n$");
+}
+
+TEST_F(EndNoticeDeathTest, TimeIsNotUpOnceBmhostEndsByItself) {
+    constexpr std::chrono::milliseconds limit(200);
+    constexpr std::chrono::milliseconds longer(400);
+    EXPECT_EXIT(
+        {
+            ArmEndNotice(Never, limit);
+            DisarmEndNotice();
+            std::mutex never;
+            std::unique_lock lock(never);
+            std::condition_variable().wait_for(lock, longer);
             exit(2);
         },
         ExitedWithCode(2), "^$");

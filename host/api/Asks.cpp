@@ -1,0 +1,143 @@
+// What clients have done: calls of the adaptor, orders, firmware upgrades.
+#include "host/api/Asks.h"
+
+#include "common/veldo_common_protocol.h"
+#include "host/api/CallJson.h"
+#include "host/api/Routes.h"
+#include "host/words/Value.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cctype>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+namespace bmhost {
+
+using nlohmann::json;
+
+namespace {
+
+constexpr std::array<std::string_view, 6> OrderNames = {"led-set",     "dsp-set-ip", "switch-set",
+                                                        "board-reset", "start",      "stop"};
+constexpr std::size_t LongestName = 255;
+
+const std::string& NeededParameter(const Request& request, const std::string& name) {
+    const auto found = request.m_query.find(name);
+    if (found == request.m_query.end()) throw Refusal(400, name, "the parameter is missing");
+    return found->second;
+}
+
+// The order's values as the address gives them.
+json ImageValues(const Request& request) {
+    json values;
+    const std::string& target = NeededParameter(request, "target");
+    if (target != "board" && target != "amc" && target != "rtm")
+        throw Refusal(400, "target=" + target, "expected board, amc or rtm");
+    values["target"] = target;
+
+    const auto bay = request.m_query.find("bay");
+    if (bay != request.m_query.end() && target != "amc")
+        throw Refusal(400, "bay=" + bay->second, "a bay goes with target=amc only");
+    if (target == "amc") {
+        const auto number = ParseNumber(NeededParameter(request, "bay"));
+        if (!number || *number < BM_ADAPTOR::AMC_BAY_FIRST || *number > BM_ADAPTOR::AMC_BAY_LAST)
+            throw Refusal(400, "bay=" + bay->second, "expected a number from 1 to 8");
+        values["bay"] = *number;
+    }
+
+    const std::string& name = NeededParameter(request, "name");
+    const bool plain =
+        std::none_of(name.begin(), name.end(), [](unsigned char letter) { return iscntrl(letter) || letter == '/'; });
+    if (name.empty() || name.size() > LongestName || !plain)
+        throw Refusal(400, "name=" + name, "expected a file's name without its folder, of at most 255 bytes");
+    values["name"] = name;
+
+    const auto dry = request.m_query.find("dry_run");
+    if (dry == request.m_query.end()) return values;
+    if (!dry->second.empty() && dry->second != "true" && dry->second != "false")
+        throw Refusal(400, "dry_run=" + dry->second, "expected true or false");
+    values["dry_run"] = dry->second != "false";
+    return values;
+}
+
+/// An image whose order is refused, or dropped, goes.
+struct ImageOfOrder {
+    explicit ImageOfOrder(std::string path) : m_path(std::move(path)) {}
+    ~ImageOfOrder() {
+        std::error_code error; // it may be gone already
+        if (!m_accepted) std::filesystem::remove(m_path, error);
+    }
+    ImageOfOrder(const ImageOfOrder&) = delete;
+    ImageOfOrder& operator=(const ImageOfOrder&) = delete;
+
+    std::string m_path;
+    std::atomic<bool> m_accepted{false};
+};
+
+} // namespace
+
+Outcome AskCall(Api& api, Request& request, const Answered& answered) {
+    api.m_host.Ask(request.m_asker, CallOf(JsonOf(request.m_body)), answered);
+    return Waits{};
+}
+
+Outcome AskOrder(Api& api, Request& request, const Answered& answered) {
+    Order order;
+    order.m_name = request.m_captured.at(0);
+    if (std::find(OrderNames.begin(), OrderNames.end(), order.m_name) == OrderNames.end()) {
+        std::string known;
+        for (const std::string_view word : OrderNames)
+            known += (known.empty() ? "" : ", ") + std::string(word);
+        throw Refusal(404, order.m_name,
+                      "no such order: the orders are " + known + "; firmware goes to POST /v1/firmware");
+    }
+    // An order that needs no values needs no body.
+    order.m_values = request.m_body.empty() ? json::object() : JsonOf(request.m_body);
+    if (const auto name = order.m_values.find("order"); name != order.m_values.end()) {
+        if (*name != order.m_name)
+            throw Refusal(400, "order: " + name->dump(), "the path names the order " + order.m_name);
+        order.m_values.erase(name);
+    }
+    api.m_host.Ask(request.m_asker, std::move(order), answered);
+    return Waits{};
+}
+
+void BeginImage(Api& api, Request& request, uint64_t size) {
+    ImageValues(request);
+    const std::string bytes = std::to_string(size) + " bytes";
+    const ApiLimits& limits = api.m_limits;
+    if (size == 0) throw Refusal(400, bytes, "the image is empty");
+    if (size > limits.m_imageSize)
+        throw Refusal(413, bytes, "an image may have " + std::to_string(limits.m_imageSize) + " bytes");
+    if (!api.m_makeSink || limits.m_imageFolder.empty()) throw Refusal(503, bytes, "this host takes no images");
+    const uint64_t space = std::filesystem::space(limits.m_imageFolder).available;
+    if (size > space) {
+        throw Refusal(507, bytes, limits.m_imageFolder + " has room for " + std::to_string(space) + " bytes");
+    }
+    request.m_image = api.m_makeSink(size);
+}
+
+Outcome AskFirmware(Api& api, Request& request, const Answered& answered) {
+    Order order;
+    order.m_name = "firmware-update";
+    order.m_values = ImageValues(request);
+    request.m_image->Finish();
+    const std::string path = request.m_image->Path();
+    order.m_values["path"] = path;
+    order.m_values["sha256"] = request.m_image->Sha256();
+    request.m_image.reset();
+    const bool dry = order.m_values.value("dry_run", false);
+    const auto image = std::make_shared<ImageOfOrder>(path);
+    const auto passOn = [answered, image, dry](Answer answer) {
+        image->m_accepted = answer.m_status < 400;
+        if (answer.m_status == 200 && !dry) answer.m_status = 202;
+        answered(std::move(answer));
+    };
+    api.m_host.Ask(request.m_asker, std::move(order), passOn);
+    return Waits{};
+}
+
+} // namespace bmhost

@@ -1,0 +1,116 @@
+// The clients that are connected: who they are, and until when something has to come of them.
+#include "host/api/Connections.h"
+
+#include <microhttpd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <iterator>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace bmhost {
+
+namespace {
+
+int OpenWatch() {
+    const int descriptor = epoll_create1(EPOLL_CLOEXEC);
+    if (descriptor < 0) throw std::system_error(errno, std::generic_category(), "epoll_create1");
+    return descriptor;
+}
+
+Asker PeerOf(int socket) {
+    ucred peer{};
+    socklen_t size = sizeof(peer);
+    Asker asker;
+    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return asker;
+    asker.m_process = peer.pid;
+    asker.m_user = peer.uid;
+    asker.m_group = peer.gid;
+    return asker;
+}
+
+} // namespace
+
+Connections::Connections(unsigned most) : m_most(most), m_watch(OpenWatch()) {}
+
+Connections::~Connections() {
+    close(m_watch);
+}
+
+Connection& Connections::Add(MHD_Connection* handle) {
+    Connection& connection = m_connections[++m_lastId];
+    connection.m_id = m_lastId;
+    connection.m_handle = handle;
+    connection.m_socket = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+    connection.m_asker = PeerOf(connection.m_socket);
+    return connection;
+}
+
+void Connections::Remove(const Connection& connection) {
+    m_connections.erase(connection.m_id);
+}
+
+bool Connections::IsExcess(const Connection& connection) const {
+    if (m_connections.size() <= m_most) return false;
+    const auto older = std::distance(m_connections.begin(), m_connections.find(connection.m_id));
+    return older >= static_cast<std::ptrdiff_t>(m_most);
+}
+
+void Connections::ForEach(const std::function<void(Connection&)>& action) {
+    for (auto& [id, connection] : m_connections)
+        action(connection);
+}
+
+void Connections::Suspend(Connection& connection) {
+    connection.m_deadline.reset();
+    connection.m_suspended = true;
+    MHD_suspend_connection(connection.m_handle);
+    // A client that has finished sending has gone, too: so the library takes it.
+    epoll_event event{};
+    event.events = EPOLLRDHUP;
+    event.data.u64 = connection.m_id;
+    epoll_ctl(m_watch, EPOLL_CTL_ADD, connection.m_socket, &event);
+}
+
+void Connections::Resume(Connection& connection) {
+    if (!connection.m_suspended) return;
+    connection.m_suspended = false;
+    epoll_ctl(m_watch, EPOLL_CTL_DEL, connection.m_socket, nullptr);
+    MHD_resume_connection(connection.m_handle);
+}
+
+void Connections::ForGone(const std::function<void(Connection&)>& action) {
+    std::array<epoll_event, 64> events{};
+    const int count = epoll_wait(m_watch, events.data(), static_cast<int>(events.size()), 0);
+    for (int i = 0; i < count; ++i) {
+        const auto found = m_connections.find(events.at(static_cast<std::size_t>(i)).data.u64);
+        if (found != m_connections.end()) action(found->second);
+    }
+}
+
+void Connections::SetDeadline(Connection& connection, std::chrono::milliseconds time) {
+    connection.m_deadline = std::chrono::steady_clock::now() + time;
+}
+
+void Connections::Expire() {
+    const auto now = std::chrono::steady_clock::now();
+    for (auto& [id, connection] : m_connections) {
+        if (!connection.m_deadline || now < *connection.m_deadline) continue;
+        connection.m_deadline.reset();
+        shutdown(connection.m_socket, SHUT_RDWR);
+    }
+}
+
+std::optional<std::chrono::steady_clock::time_point> Connections::NextDeadline() const {
+    std::optional<std::chrono::steady_clock::time_point> next;
+    for (const auto& [id, connection] : m_connections) {
+        if (connection.m_deadline && (!next || *connection.m_deadline < *next)) next = connection.m_deadline;
+    }
+    return next;
+}
+
+} // namespace bmhost

@@ -1,0 +1,80 @@
+// One request of one connection, from its headers to the end of its answer.
+#pragma once
+
+#include "host/api/Connections.h"
+#include "host/api/EventStream.h"
+#include "host/api/Mailbox.h"
+#include "host/api/Request.h"
+#include "host/api/Routes.h"
+
+#include <microhttpd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace bmhost {
+
+/// What all exchanges of a server share; all on its thread.
+struct Exchanges {
+    Api& m_api;
+    Connections& m_connections;
+    Mailbox& m_mailbox;
+    uint64_t m_lastId = 0;
+    unsigned m_streams = 0;
+    bool m_ending = false;
+};
+
+class Exchange {
+public:
+    Exchange(Exchanges& all, Connection& connection, std::string_view path, std::string_view method);
+    ~Exchange();
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+
+    /// The library's call: for the headers, for each piece of the body (which is taken whole), and for the answer.
+    MHD_Result Step(std::string_view body);
+
+    uint64_t Id() const { return m_id; }
+    /// The host's answer; ignored unless it is waited for.
+    void Deliver(const Answer& answer);
+    /// The client has gone: nothing is sent any more.
+    void GiveUp();
+    /// The server ends: what waits is answered now.
+    void EndNow();
+    /// Lets a stream look for news.
+    void WakeStream();
+    /// When a stream has to be woken at the latest.
+    std::optional<std::chrono::steady_clock::time_point> NextComment() const;
+
+private:
+    enum class Phase { Begin, Body, Waiting, Answering };
+
+    MHD_Result TakeHeaders();
+    void CheckHeaders(std::optional<uint64_t> length);
+    void TakeBody(std::string_view piece);
+    MHD_Result CarryOut();
+    Outcome Handled();
+    MHD_Result Send(const Reply& reply);
+    MHD_Result BeginStream(std::optional<uint64_t> after);
+    ssize_t ReadStream(char* to, std::size_t most);
+    static ssize_t s_Read(void* exchange, uint64_t position, char* to, std::size_t most);
+
+    const char* Header(const char* name) const;
+    const ApiLimits& Limits() const { return m_all.m_api.m_limits; }
+
+    Exchanges& m_all;
+    Connection& m_connection;
+    const uint64_t m_id;
+    Phase m_phase = Phase::Begin;
+    bool m_gone = false;
+    Request m_request;
+    const Route* m_route = nullptr;
+    std::optional<Reply> m_reply; ///< what will be answered, as soon as it is known
+    std::optional<EventStream> m_stream;
+    std::chrono::steady_clock::time_point m_imageEnd; ///< by then an image has come
+};
+
+} // namespace bmhost

@@ -1,0 +1,106 @@
+// A connection to the resident host's socket: bytes with deadlines.
+#include "host/client/HostSocket.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <system_error>
+#include <thread>
+
+namespace bmhost {
+
+namespace {
+
+[[noreturn]] void FailSocket(const std::string& path, int error) {
+    throw std::system_error(error, std::generic_category(), path);
+}
+
+// Milliseconds for poll, rounded up: -1 without a deadline.
+int TimeLeft(const Deadline& deadline) {
+    if (!deadline) return -1;
+    constexpr std::chrono::milliseconds none(0);
+    constexpr std::chrono::milliseconds longest(24 * 60 * 60 * 1000);
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - std::chrono::steady_clock::now());
+    return static_cast<int>(std::clamp(left, none, longest).count());
+}
+
+// Waits until the socket can do one of these things, and returns which.
+short WaitFor(int socket, short events, const Deadline& deadline) {
+    for (;;) {
+        pollfd wanted{socket, events, 0};
+        const int ready = poll(&wanted, 1, TimeLeft(deadline));
+        if (ready > 0) return wanted.revents;
+        if (ready < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category(), "poll");
+        if (deadline && std::chrono::steady_clock::now() >= *deadline) throw DeadlinePassed();
+    }
+}
+
+// An address has room for 107 bytes; a longer path is reached through its folder.
+sockaddr_un AddressOf(const HostPlace& place, bm_dev::UniqueFd& folder) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::string path = place.Socket();
+    if (path.size() >= sizeof address.sun_path) {
+        folder = bm_dev::UniqueFd(open(place.m_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (!folder) FailSocket(path, errno);
+        path = "/proc/self/fd/" + std::to_string(folder.Get()) + path.substr(place.m_folder.size());
+    }
+    std::copy(path.begin(), path.end(), std::begin(address.sun_path));
+    return address;
+}
+
+} // namespace
+
+Deadline DeadlineAfter(std::optional<std::chrono::milliseconds> time) {
+    if (!time) return std::nullopt;
+    return std::chrono::steady_clock::now() + *time;
+}
+
+HostSocket::HostSocket(const HostPlace& place, const Deadline& deadline)
+    : m_socket(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+    if (!m_socket) FailSocket("socket", errno);
+    bm_dev::UniqueFd folder;
+    const sockaddr_un address = AddressOf(place, folder);
+    // EAGAIN: more clients wait than the host lets wait; there is nothing to poll for.
+    constexpr std::chrono::milliseconds pause(5);
+    while (connect(m_socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        if (errno != EAGAIN && errno != EINTR) FailSocket(place.Socket(), errno);
+        if (deadline && std::chrono::steady_clock::now() >= *deadline) throw DeadlinePassed();
+        std::this_thread::sleep_for(pause);
+    }
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    if (getsockopt(m_socket.Get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0) m_process = peer.pid;
+}
+
+std::size_t HostSocket::Send(std::string_view bytes, const Deadline& deadline) {
+    for (;;) {
+        const short ready = WaitFor(m_socket.Get(), POLLIN | POLLOUT, deadline);
+        if ((ready & POLLIN) != 0) return 0;
+        const ssize_t sent = send(m_socket.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent >= 0) return static_cast<std::size_t>(sent);
+        if (errno != EAGAIN && errno != EINTR) return 0;
+    }
+}
+
+bool HostSocket::Receive(std::string& bytes, const Deadline& deadline) {
+    std::array<char, 65536> buffer{};
+    for (;;) {
+        WaitFor(m_socket.Get(), POLLIN, deadline);
+        const ssize_t received = recv(m_socket.Get(), buffer.data(), buffer.size(), 0);
+        if (received > 0) bytes.append(buffer.data(), static_cast<std::size_t>(received));
+        if (received >= 0) return received > 0;
+        if (errno != EAGAIN && errno != EINTR) throw std::system_error(errno, std::generic_category(), "recv");
+    }
+}
+
+bool HostSocket::HasNews() const {
+    pollfd wanted{m_socket.Get(), POLLIN, 0};
+    return poll(&wanted, 1, 0) != 0;
+}
+
+} // namespace bmhost

@@ -1,0 +1,47 @@
+// A connection to the resident host's socket: bytes with deadlines.
+#pragma once
+
+#include "host/client/HostClient.h"
+
+#include "bm_dev/UniqueFd.h"
+
+#include <chrono>
+#include <cstddef>
+#include <exception>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+
+namespace bmhost {
+
+/// None: as long as it takes.
+using Deadline = std::optional<std::chrono::steady_clock::time_point>;
+Deadline DeadlineAfter(std::optional<std::chrono::milliseconds> time);
+
+/// The deadline has passed.
+class DeadlinePassed : public std::exception {};
+
+class HostSocket {
+public:
+    /// Throws std::system_error with the reason, and DeadlinePassed when the host takes no connection.
+    HostSocket(const HostPlace& place, const Deadline& deadline);
+
+    /// The host's, by what the kernel knows of the other end; 0 when it knows none.
+    pid_t Process() const { return m_process; }
+
+    /// Sends what the socket takes now, at least one byte. Nothing is sent, and 0 returned, when the host has sent
+    /// something before, or has gone. Throws DeadlinePassed.
+    std::size_t Send(std::string_view bytes, const Deadline& deadline);
+    /// Appends what has come, at least one byte. False when the host has closed the connection. Throws DeadlinePassed,
+    /// std::system_error.
+    bool Receive(std::string& bytes, const Deadline& deadline);
+    /// Whether there is something to receive, or an end.
+    bool HasNews() const;
+
+private:
+    bm_dev::UniqueFd m_socket;
+    pid_t m_process = 0;
+};
+
+} // namespace bmhost

@@ -1,0 +1,48 @@
+// A command on the command line: a client of the resident host where there is one, with an adaptor of its own
+// otherwise.
+#include "host/commands/ChosenLine.h"
+
+#include "host/client/HostClient.h"
+#include "host/client/HostOwner.h"
+#include "host/commands/ClientLine.h"
+#include "host/commands/CommandLine.h"
+#include "host/output/Redirect.h"
+#include "host/words/Error.h"
+
+#include <unistd.h>
+
+namespace bmhost {
+
+namespace {
+
+// What only an adaptor of its own could follow is no longer what the user means.
+void CheckClientOptions(const GlobalOptions& options, const HostClient& client) {
+    if (options.m_forOwnAdaptor.empty()) return;
+    throw UsageError(options.m_forOwnAdaptor.front() + ": " + HostText(client.End().m_process) +
+                     " has the adaptor; --direct loads one for this command");
+}
+
+} // namespace
+
+Context& ChosenLine::Chosen() {
+    if (m_chosen != nullptr) return *m_chosen;
+    constexpr bool limited = true;
+    auto client = Globals().m_direct ? nullptr : HostClient::Connect(TimeLimit(Globals(), limited));
+    if (client != nullptr) {
+        CheckClientOptions(Globals(), *client);
+        m_chosen = std::make_unique<ClientLine>(Globals(), std::move(client));
+    } else {
+        m_chosen = std::make_unique<CommandLine>(Globals());
+    }
+    return *m_chosen;
+}
+
+int ChosenLine::Output() const {
+    return STDOUT_FILENO;
+}
+
+void ChosenLine::Answer(const std::string& text) {
+    WriteAll(STDOUT_FILENO, text);
+}
+
+} // namespace bmhost

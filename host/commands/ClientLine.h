@@ -1,0 +1,32 @@
+// A command on the command line that asks the resident host.
+#pragma once
+
+#include "host/client/ClientSession.h"
+#include "host/client/HostClient.h"
+#include "host/commands/Context.h"
+
+#include <memory>
+
+namespace bmhost {
+
+class ClientLine final : public Context {
+public:
+    ClientLine(const GlobalOptions& globals, std::unique_ptr<HostClient> client);
+
+    bool Make(Call& call) override;
+    bool WithSession(const Work& work) override;
+    int Output() const override;
+    void Answer(const std::string& text) override;
+    HostClient* Host() override { return m_client.get(); }
+    Picture Look() override;
+    OrderOutcome Give(const Order& order) override;
+
+private:
+    std::unique_ptr<HostClient> m_client;
+    ClientSession m_session;
+};
+
+/// What the resident host says of an order. Throws std::runtime_error where that is no outcome.
+OrderOutcome OutcomeOf(const nlohmann::ordered_json& json);
+
+} // namespace bmhost
