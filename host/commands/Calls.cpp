@@ -1,6 +1,8 @@
 // The calls: `init`, `start`, `stop`, `fin`, `read`, `table`, `write`, and in a shell or a script `sleep` and
 // `wait-event`.
+#include "common/veldo_common_protocol.h"
 #include "host/commands/Context.h"
+#include "host/commands/GiveOrder.h"
 #include "host/words/Call.h"
 #include "host/words/Commands.h"
 #include "host/words/Names.h"
@@ -54,6 +56,10 @@ Command& AddGroupCall(Commands& commands, Operation operation, const std::string
     command.Details(std::string(ParameterHelp) + LifeHelp);
     command.Run([&command, operation, words](Context& context) {
         Call call = ParseGroupCall(operation, words->m_group, words->m_params, command.Usage());
+        // The adaptor resets the board whatever the row says. A script or a pipe knows what it does.
+        const bool resets = operation == Operation::Write && call.m_group == BM_ADAPTOR::BMI_GROUP_HARDWARE_BOARD;
+        const auto terminal = context.Terminal();
+        if (resets && terminal && !ConfirmedAt(*terminal, BoardResetQuestion)) return false;
         return context.Make(call);
     });
     return command;

@@ -2,6 +2,9 @@
 #include "host/commands/CommandLine.h"
 
 #include "common/veldo_common_protocol.h"
+#include "host/client/BladeLock.h"
+#include "host/commands/Detached.h"
+#include "host/commands/GiveOrder.h"
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
 #include "host/picture/ReadPicture.h"
@@ -41,11 +44,11 @@ bool CommandLine::Make(Call& call) {
 }
 
 bool CommandLine::WithSession(const Work& work) {
-    const int output = OutputForPeople(Globals());
+    m_output = OutputForPeople(Globals());
     constexpr bool limited = true;
     ArmEndNotice(Globals(), limited);
     PluginSession session(Globals().m_adaptor, Globals().m_mode, Globals().m_storage);
-    return BetweenInitAndFin(session, [&] { return work(session, output); });
+    return BetweenInitAndFin(session, [&] { return work(session, m_output); });
 }
 
 Picture CommandLine::Look() {
@@ -60,8 +63,19 @@ Picture CommandLine::Look() {
     return picture;
 }
 
-int CommandLine::Output() const {
-    return m_output;
+OrderOutcome CommandLine::Give(const Order& order) {
+    if (Upgrades(order)) GoOnDetached("waiting for the end of the upgrade");
+    const BladeLock lock(PlaceOfHost(), ProgramOf(order));
+    OrderOutcome outcome;
+    WithSession([&](Session& session, int output) {
+        outcome = CarryOutHere(*this, order, session, output);
+        return outcome.m_good;
+    });
+    return outcome;
+}
+
+std::optional<int> CommandLine::Terminal() const {
+    return isatty(STDIN_FILENO) == 1 ? std::optional(STDIN_FILENO) : std::nullopt;
 }
 
 void CommandLine::Answer(const std::string& text) {

@@ -13,14 +13,17 @@ public:
 
     bool Make(Call& call) override;
     bool WithSession(const Work& work) override;
-    int Output() const override;
     /// Of an adaptor of its own, which leaves the board alone.
     Picture Look() override;
+    /// By an adaptor of its own, with the blade's lock.
+    OrderOutcome Give(const Order& order) override;
+    int Output() const override { return m_output; }
     void Answer(const std::string& text) override;
+    std::optional<int> Terminal() const override;
     bool TakesSignals() const override { return true; }
 
 private:
-    int m_output = STDOUT_FILENO; // another one while the adaptor's prints are kept away from it
+    int m_output = STDOUT_FILENO; ///< the real one, once the adaptor's prints go elsewhere
 };
 
 /// Where the output of a command for people goes: the real standard output, while what the adaptor prints is withheld,

@@ -6,6 +6,7 @@
 #include "host/picture/Picture.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace bmhost {
@@ -36,6 +37,8 @@ public:
     virtual int Output() const = 0;
     /// Shows a help.
     virtual void Answer(const std::string& text) = 0;
+    /// The terminal at which somebody types the commands, if anybody does: a question is answered there.
+    virtual std::optional<int> Terminal() const { return std::nullopt; }
     /// Whether a command that must not be cut off takes the process's signals itself.
     virtual bool TakesSignals() const { return false; }
 

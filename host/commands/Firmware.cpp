@@ -1,39 +1,36 @@
 // `bmhost firmware`: an upgrade that is started and followed to its end.
 #include "host/commands/Firmware.h"
 
-#include "common/veldo_common_protocol.h"
 #include "host/commands/Context.h"
+#include "host/commands/GiveOrder.h"
+#include "host/orders/FirmwareFile.h"
+#include "host/orders/OrderKinds.h"
+#include "host/orders/UpgradeHistory.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/picture/Led.h"
-#include "host/resident/RunOutput.h"
-#include "host/resident/Signals.h"
-#include "host/session/Session.h"
 #include "host/words/Commands.h"
 #include "host/words/Error.h"
 #include "host/words/Nearest.h"
 
+#include "bm_dev/ByteText.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
-#include <unistd.h>
 
 namespace bmhost {
-
-using namespace BM_ADAPTOR;
 
 namespace {
 
 constexpr const char* Targets[] = {"board", "amc", "rtm"};
 constexpr Command::Range AmcBays = {FirstAmcBay, LastAmcBay};
-constexpr std::chrono::seconds Tick(1);
-constexpr int QuietSeconds = 60; // between two lines where there is no terminal
 
 [[noreturn]] void Refuse(const std::string& reason) {
     throw UsageError("firmware update: " + reason);
@@ -69,73 +66,13 @@ std::string CheckedFile(const std::string& file) {
     return text;
 }
 
-CBMIParam Unsigned(unsigned id, int value) {
-    CBMIParam param(BMI_PARAM_UINT, id, false);
-    param.SetInt(value);
-    return param;
+std::string PlaceText(const UpgradeFacts& upgrade) {
+    return UpgradeTargetText({upgrade.m_target, upgrade.m_bay, upgrade.m_state});
 }
 
-CBMIParams ValuesOf(const FirmwareOrder& order) {
-    CBMIParams values;
-    values.Add(Unsigned(BMI_FW_UPDATE_TARGET, order.m_place.m_target));
-    values.Add(Unsigned(BMI_FW_UPDATE_BAY, order.m_place.m_bay));
-    values.Add(Unsigned(BMI_FW_UPDATE_STATE, UpgradeIsRunning));
-    CBMIParam stream(BMI_PARAM_STRING, BMI_FW_UPDATE_FILE, false);
-    stream.SetString(order.m_file);
-    values.Add(stream);
-    return values;
-}
-
-/// What is shown while the upgrade runs.
-class Progress {
-public:
-    Progress(std::string place, int output)
-        : m_place(std::move(place)),
-          m_output(output),
-          m_terminal(isatty(output) == 1) {}
-
-    void Tick() {
-        const auto seconds = Seconds();
-        if (m_terminal) {
-            WriteAll(m_output, "\r" + m_place + ": upgrade in progress, " + std::to_string(seconds) + " s");
-        } else if (seconds >= m_nextLine) {
-            m_nextLine = seconds + QuietSeconds;
-            WriteAll(m_output, m_place + ": upgrade in progress, " + std::to_string(seconds) + " s\n");
-        }
-    }
-    void Line(const std::string& text) const {
-        // The line of the progress is longer: what is left of it goes.
-        WriteAll(m_output, (m_terminal ? "\r\033[K" : "") + text + "\n");
-    }
-    void End(bool good) const {
-        Line(m_place + (good ? ": upgraded, " : ": the upgrade failed, ") + std::to_string(Seconds()) + " s");
-    }
-
-private:
-    int64_t Seconds() const {
-        return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - m_begin).count();
-    }
-
-    std::string m_place;
-    int m_output;
-    bool m_terminal;
-    int64_t m_nextLine = 0;
-    std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
-};
-
-// The upgrade's event, or without one what the adaptor's row says: nothing while it is in progress.
-std::optional<int> Outcome(Session& session, const Progress& progress) {
-    while (const auto event = session.TakeEvent(Tick)) {
-        if (event->m_event == BMI_GROUP_FIRMWARE_UPDATE) return UpgradeOf(event->m_params).m_state;
-        progress.Line(EventLine(*event));
-    }
-    int result = 0;
-    const auto row = session.Row(BMI_GROUP_FIRMWARE_UPDATE, {}, result);
-    if (row == nullptr) return UpgradeHasFailed;
-    const int state = UpgradeOf(*row).m_state;
-    if (state == UpgradeIsRunning) return std::nullopt;
-    session.TakeEvent(std::chrono::milliseconds(0)); // it may have come in between
-    return state;
+// The end of one whose host has ended first is not known; the lock tells which one is still under way.
+std::string StateText(const UpgradeFacts& upgrade) {
+    return upgrade.m_ended ? std::string(UpgradeStateName(upgrade.m_state)) : "begun, no end seen";
 }
 
 } // namespace
@@ -144,66 +81,65 @@ FirmwareOrder FirmwareOrderOf(const FirmwareWords& words) {
     return {PlaceOf(words.m_target, words.m_bay), CheckedFile(words.m_file)};
 }
 
-std::string FirmwareDryRun(const FirmwareOrder& order) {
-    CBMITable table;
-    CBMIParams values = ValuesOf(order);
-    table.AddRow(values);
-    return UpgradeTargetText(order.m_place) + ": nothing is written; an upgrade would write to 0x600\n" +
-           AlignedTable(TableLines(table), false);
+Order OrderOf(const FirmwareWords& words) {
+    const FirmwareOrder checked = FirmwareOrderOf(words);
+    nlohmann::json values = {{"target", words.m_target},
+                             {"path", checked.m_file},
+                             {"name", PrintableText(words.m_file)},
+                             {"dry_run", words.m_dryRun}};
+    if (words.m_bay) values["bay"] = *words.m_bay;
+    return {"firmware-update", values};
 }
 
-bool ShowFirmware(Session& session, std::string& text) {
-    int result = 0;
-    const auto row = session.Row(BMI_GROUP_FIRMWARE_UPDATE, {}, result);
-    if (result != Success || row == nullptr) {
-        text += "the state of firmware upgrades cannot be read: " + ResultText(result) + "\n";
-        return false;
-    }
-    const UpgradeRow upgrade = UpgradeOf(*row);
-    text += UpgradeTargetText(upgrade) + ": " + std::string(UpgradeStateName(upgrade.m_state)) + "\n";
-    return upgrade.m_state != UpgradeHasFailed;
+std::string HistoryText(const std::vector<UpgradeFacts>& upgrades) {
+    if (upgrades.empty()) return "no upgrade yet\n";
+    const UpgradeFacts& last = upgrades.back();
+    std::vector<std::vector<std::string>> lines = {{"begun", "place", "state", "file", "firmware before", "SHA-256"}};
+    for (const UpgradeFacts& each : upgrades)
+        lines.push_back({Rfc3339(each.m_begun), PlaceText(each), StateText(each), PrintableText(each.m_file),
+                         PrintableText(each.m_versionBefore), each.m_sha256});
+    return PlaceText(last) + ": " + StateText(last) + "\n\n" + AlignedTable(lines, false);
 }
 
-bool UpdateFirmware(Session& session, const FirmwareOrder& order, int output) {
-    const std::string place = UpgradeTargetText(order.m_place);
-    CBMIKeys keys;
-    CBMIParams values = ValuesOf(order);
-    fflush(stdout);
-    ForgetWithheld(); // what init printed is not the tool's
-    if (const int result = session.WriteRow(BMI_GROUP_FIRMWARE_UPDATE, keys, values); result != Success) {
-        WriteAll(output, place + ": the adaptor did not begin the upgrade: " + ResultText(result) + "\n");
-        return false;
+std::string HistoryLine(const std::vector<UpgradeFacts>& upgrades) {
+    nlohmann::ordered_json rows = nlohmann::ordered_json::array();
+    for (const UpgradeFacts& each : upgrades) {
+        rows.push_back({{"place", PlaceText(each)},
+                        {"target", each.m_target},
+                        {"bay", each.m_bay},
+                        {"state", each.m_state},
+                        {"state_name", UpgradeStateName(each.m_state)},
+                        {"begun", Rfc3339(each.m_begun)},
+                        {"ended", each.m_ended ? nlohmann::ordered_json(Rfc3339(*each.m_ended)) : nullptr},
+                        {"file", each.m_file},
+                        {"sha256", each.m_sha256},
+                        {"version_before", each.m_versionBefore},
+                        {"version_after", each.m_versionAfter},
+                        {"asker", each.m_asker}});
     }
-    Progress progress(place, output);
-    std::optional<int> state;
-    for (progress.Tick(); !(state = Outcome(session, progress));)
-        progress.Tick();
-    progress.End(state == UpgradeIsDone);
-    fflush(stdout);
-    if (state != UpgradeIsDone) ShowWithheld(); // the tool's report
-    return state == UpgradeIsDone;
+    const nlohmann::ordered_json line = {{"op", "firmware show"}, {"upgrades", rows}};
+    return bm_dev::EscapedJson(line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)) + "\n";
 }
 
 namespace {
 
 bool RunUpdate(const FirmwareWords& words, Context& context) {
-    const FirmwareOrder order = FirmwareOrderOf(words);
-    if (words.m_dryRun) {
-        WriteAll(context.Output(), FirmwareDryRun(order));
-        return true;
-    }
-    const auto update = [&] {
-        return context.WithSession(
-            [&](Session& session, int output) { return UpdateFirmware(session, order, output); });
-    };
-    if (!context.TakesSignals()) return update();
-    StopRequest notGranted;
-    return WithSignals(notGranted, "waiting for the end of the upgrade", update);
+    const Order order = OrderOf(words);
+    const std::string place = UpgradeTargetText(FirmwareOrderOf(words).m_place);
+    const std::string question = "bmhost: " + place + " gets new firmware from " + PrintableText(words.m_file) +
+                                 "; it cannot be stopped halfway: begin?";
+    if (words.m_dryRun) return ShowOutcome(context, "firmware update", DryUpgrade({order.m_name, order.m_values}));
+    if (!Confirmed(context, "firmware update", question, words.m_yes)) return false;
+    return GiveOrder(context, "firmware update", order);
 }
 
 bool RunShow(Context& context) {
-    return RunForPeople(
-        context, [](Session& session, bool, std::string& text, std::string&) { return ShowFirmware(session, text); });
+    std::vector<std::string> remarks;
+    const auto upgrades = UpgradeHistory(StateFolder()).Read(remarks);
+    WriteAll(context.Output(), context.Globals().m_json ? HistoryLine(upgrades) : HistoryText(upgrades));
+    for (const std::string& remark : remarks)
+        fprintf(stderr, "bmhost: %s\n", remark.c_str());
+    return upgrades.empty() || upgrades.back().m_state != UpgradeHasFailed;
 }
 
 } // namespace
@@ -212,24 +148,26 @@ void AddFirmware(Commands& commands) {
     Command& family = commands.Add("firmware", "upgrade firmware", OnCommandLine | InShell);
     Command& update = family.Add("update", "upgrade firmware and follow it");
     const auto words = update.Own<FirmwareWords>();
-    update.ForPeople()
-        .WithoutTimeLimit()
+    update.WithoutTimeLimit()
         .Option({"--target", "T", "board, amc (with --bay) or rtm", {Targets[0], Targets[1], Targets[2]}, true},
                 words->m_target)
         .Option({"--bay", "N", "the bay of the AMC, 1 to 8"}, words->m_bay, AmcBays)
         .Word("FILE", words->m_file, Choices::Kind::File)
         .Flag({"--dry-run", "", "check the words and the file, and show what would be written"}, words->m_dryRun)
+        .Flag({"--yes", "", "do not ask"}, words->m_yes)
         .Details(
-            "FILE has to be a regular file that is not empty; the adaptor is given its absolute path. Follows the upgrade "
-            "to its\nend and shows for how long it runs. When it fails, standard error has what the firmware tool said. "
-            "Status 0 when\nit passed. A signal does not end bmhost before the tool has ended; the third one does, and "
-            "leaves the tool alone.\nCtrl-C and the hangup of the terminal reach the tool as well.\n")
-        .Example("bmhost firmware update --target amc --bay 3 image.bin")
+            "FILE has to be a regular file that is not empty; the tool gets a private copy of it. Asks first where there is a\n"
+            "terminal; elsewhere it needs --yes. Follows the upgrade to its end and shows for how long it runs. When it fails,\n"
+            "standard error has what the firmware tool said. Status 0 when it passed.\n"
+            "On the command line no Ctrl-C and no hangup reaches the tool, and it ends its work when bmhost is ended: the third\n"
+            "signal does that. In a shell, bmhost and the tool ignore them meanwhile.\n")
+        .Example("bmhost firmware update --target amc --bay 3 --yes image.bin")
         .Example("bmhost firmware update --target rtm image.bin --dry-run")
         .Run([words](Context& context) { return RunUpdate(*words, context); });
-    family.Add("show", "show the state of the last upgrade")
-        .ForPeople()
-        .Details("Target and state of the last upgrade of this process's adaptor.\n")
+    family.Add("show", "show the firmware upgrades that there were")
+        .Details(
+            "The last one, and the history of all that were given as orders, with file and SHA-256. Needs no adaptor.\n"
+            "Status 1 when the last one failed.\n")
         .Example("bmhost firmware show")
         .Run(RunShow);
 }

@@ -1,14 +1,14 @@
-// `bmhost firmware`: an upgrade that is started and followed to its end.
+// `bmhost firmware`: an upgrade that is started and followed to its end, and those that there were.
 #pragma once
 
+#include "host/orders/Order.h"
 #include "host/picture/StatusNames.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace bmhost {
-
-class Session;
 
 /// The words of `firmware update` as they are typed.
 struct FirmwareWords {
@@ -16,6 +16,7 @@ struct FirmwareWords {
     std::optional<int> m_bay;
     std::string m_file;
     bool m_dryRun = false;
+    bool m_yes = false;
 };
 
 struct FirmwareOrder {
@@ -26,12 +27,12 @@ struct FirmwareOrder {
 /// Looks at the file: it has to be a regular one that can be read and is not empty. Throws UsageError.
 FirmwareOrder FirmwareOrderOf(const FirmwareWords& words);
 
-/// What a dry run tells: the write that an upgrade would make.
-std::string FirmwareDryRun(const FirmwareOrder& order);
-/// Between init and fin. Appends target and state of the last upgrade. True when it did not fail.
-bool ShowFirmware(Session& session, std::string& text);
-/// Between init and fin. Starts the upgrade and follows it, telling so on the descriptor: on a terminal second by
-/// second. True when it passed.
-bool UpdateFirmware(Session& session, const FirmwareOrder& order, int output);
+/// The same for the blade's host; the path is that of the client's file.
+Order OrderOf(const FirmwareWords& words);
+
+/// The history for people, the last upgrade in a line of its own; "no upgrade yet" where none was.
+std::string HistoryText(const std::vector<UpgradeFacts>& upgrades);
+/// The same as one JSON line.
+std::string HistoryLine(const std::vector<UpgradeFacts>& upgrades);
 
 } // namespace bmhost

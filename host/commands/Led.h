@@ -1,6 +1,7 @@
 // `bmhost led set`: one LED set, refused before it is sent when it makes no sense.
 #pragma once
 
+#include "host/orders/Order.h"
 #include "host/picture/Led.h"
 
 #include <optional>
@@ -16,6 +17,7 @@ struct LedOrder {
     int m_color = LedNoColor; ///< none: the adaptor chooses
     int m_onTime = 0;         ///< milliseconds, for blinking
     int m_offTime = 0;
+    bool m_firstAmc = false; ///< the first AMC's LED, whatever the bay
 };
 
 /// The words of `led set` as they are typed.
@@ -26,13 +28,13 @@ struct LedWords {
     std::optional<std::string> m_color;
     std::optional<int> m_onTime;
     std::optional<int> m_offTime;
+    bool m_firstAmc = false;
 };
 
 /// Throws UsageError saying what was expected.
 LedOrder LedOrderOf(const LedWords& words);
 
-/// Between init and fin. Appends the LED as it is read afterwards to `text`, and to `remarks` one line each for
-/// what will not be as it was asked for, and for a refusal. True when the LED was set.
-bool SetLed(Session& session, const LedOrder& order, bool color, std::string& text, std::string& remarks);
+/// The same for the blade's host.
+Order OrderOf(const LedOrder& order);
 
 } // namespace bmhost

@@ -1,16 +1,24 @@
 // `bmhost shell`: the calls of a script and the commands for people at a prompt, in one process.
 #include "host/shell/Shell.h"
 
+#include "host/client/BladeLock.h"
 #include "host/client/HostClient.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/CommandList.h"
+#include "host/commands/Detached.h"
+#include "host/commands/GiveOrder.h"
 #include "host/output/Output.h"
 #include "host/picture/ReadPicture.h"
 #include "host/session/PluginSession.h"
 #include "host/shell/ShellLines.h"
 #include "host/words/Completion.h"
 
+#include "bm_dev/UniqueFd.h"
+
 #include <cstdio>
+#include <fcntl.h>
+#include <optional>
+#include <unistd.h>
 
 namespace bmhost {
 
@@ -18,14 +26,22 @@ namespace {
 
 class ShellLine final : public Context {
 public:
-    ShellLine(const GlobalOptions& globals, Shell& shell, int output)
+    ShellLine(const GlobalOptions& globals, Shell& shell, int output, std::optional<int> terminal)
         : Context(globals),
           m_shell(shell),
-          m_output(output) {}
+          m_output(output),
+          m_terminal(terminal) {}
 
     bool Make(Call& call) override { return m_shell.Make(call); }
     bool WithSession(const Work& work) override { return work(m_shell.Opened(), m_output); }
+    OrderOutcome Give(const Order& order) override {
+        const BladeLock lock(PlaceOfHost(), ProgramOf(order));
+        std::optional<TerminalIgnored> ignored;
+        if (Upgrades(order)) ignored.emplace();
+        return CarryOutHere(*this, order, m_shell.Opened(), m_output);
+    }
     int Output() const override { return m_output; }
+    std::optional<int> Terminal() const override { return m_terminal; }
     Picture Look() override {
         Picture picture = ReadPicture(m_shell.Opened(), Globals().m_mode, Globals().m_storage);
         picture.m_host.m_init = m_shell.Facts().m_init;
@@ -39,6 +55,7 @@ public:
 private:
     Shell& m_shell;
     int m_output;
+    std::optional<int> m_terminal;
 };
 
 /// A line for the resident host, which goes on when the shell ends.
@@ -50,6 +67,7 @@ public:
     bool WithSession(const Work& work) override { return m_asked.WithSession(work); }
     int Output() const override { return m_output; }
     void Answer(const std::string& text) override { fprintf(stderr, "%s", text.c_str()); }
+    std::optional<int> Terminal() const override { return m_asked.Terminal(); }
     HostClient* Host() override { return m_asked.Host(); }
     Picture Look() override { return m_asked.Look(); }
     OrderOutcome Give(const Order& order) override { return m_asked.Give(order); }
@@ -81,7 +99,11 @@ struct ShellWords {
             return true;
         });
     }
+    std::optional<int> Terminal() const { return m_typed ? std::optional(m_terminal.Get()) : std::nullopt; }
 
+    // The lines take standard input for themselves.
+    bool m_typed = isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
+    bm_dev::UniqueFd m_terminal{m_typed ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1};
     std::unique_ptr<Commands> m_commands = MakeCommands(InShell);
     std::unique_ptr<ShellLines> m_lines =
         MakeShellLines({StateFile("bmhost_history"), [commands = m_commands.get()](const std::string& before) {
@@ -96,7 +118,7 @@ bool RunOwnShell(const GlobalOptions& globals) {
     ArmEndNotice(globals);
     PluginSession session(globals.m_adaptor, globals.m_mode, globals.m_storage);
     Shell shell(session, *output);
-    ShellLine context(globals, shell, descriptor);
+    ShellLine context(globals, shell, descriptor, words.Terminal());
     return words.Run(shell, context);
 }
 

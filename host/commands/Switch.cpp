@@ -1,12 +1,13 @@
 // `bmhost switch`: the external ports of the blade's Ethernet switch; `switch enable` and `switch disable` set one.
 #include "common/veldo_common_protocol.h"
 #include "host/commands/Context.h"
+#include "host/commands/GiveOrder.h"
 #include "host/output/TextOutput.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
+#include "host/views/BoardLines.h"
 #include "host/words/Commands.h"
 #include "host/words/Error.h"
-#include "host/words/Names.h"
 #include "host/words/Value.h"
 
 namespace bmhost {
@@ -16,37 +17,8 @@ using namespace BM_ADAPTOR;
 namespace {
 
 constexpr int LastPort = 4;
-constexpr int Enabled = 1;
-constexpr int Disabled = 0;
 constexpr int LinkDown = 0;
 constexpr int LinkUp = 1;
-
-const std::vector<std::string> PortHeading = {"port", "name", "leads to", "state", "link"};
-
-// Any stored number but 1 disables the port, and is kept.
-std::string StateText(int32_t admin) {
-    if (admin == Enabled) return "enabled";
-    return admin == Disabled ? "disabled" : "disabled (" + std::to_string(admin) + ")";
-}
-
-std::string LinkText(int32_t oper) {
-    if (oper == LinkUp) return "up";
-    return oper == LinkDown ? "down" : "unknown";
-}
-
-std::string TypeText(int32_t type) {
-    constexpr int fabric = 2;
-    constexpr int rtmBoard = 3;
-    if (type == fabric) return "fabric";
-    return type == rtmBoard ? "RTM" : std::to_string(type);
-}
-
-std::vector<std::string> PortLine(const CBMIParams& row) {
-    return {TextOf(row, BMI_HW_AMC_SWITCHPORT_NUM), TextOf(row, BMI_HW_AMC_SWITCHPORT_NAME),
-            TypeText(IntegerOf(row, BMI_HW_AMC_SWITCHPORT_TYPE)),
-            StateText(IntegerOf(row, BMI_HW_AMC_SWITCHPORT_ADMIN)),
-            LinkText(IntegerOf(row, BMI_HW_AMC_SWITCHPORT_OPER))};
-}
 
 int PortNumber(const std::string& word) {
     const auto port = ParseNumber(word);
@@ -59,7 +31,7 @@ int PortNumber(const std::string& word) {
 bool SwitchTable(Session& session, bool color, std::string& text, std::string&) {
     int result = 0;
     const auto table = session.Table(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, result);
-    std::vector<std::vector<std::string>> lines = {PortHeading};
+    std::vector<std::vector<std::string>> lines = {PortHeading()};
     bool allKnown = result == Success;
     for (int i = 0; table != nullptr && i < table->GetSize(); ++i) {
         const CBMIParams& row = *table->Get(i);
@@ -72,38 +44,16 @@ bool SwitchTable(Session& session, bool color, std::string& text, std::string&) 
     return hasPorts && allKnown;
 }
 
-// Shows the port as it is read afterwards. True when it was set and its state stored.
-bool SetSwitchPort(Session& session, int port, bool enable, bool color, std::string& text, std::string& remarks) {
-    CBMIKeys keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, port);
-    CBMIParams values;
-    values.Add(Integer(BMI_HW_AMC_SWITCHPORT_ADMIN, enable ? Enabled : Disabled, false));
-    const int result = session.WriteRow(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, keys, values);
-    if (result != Success) {
-        remarks += "port " + std::to_string(port) + ": " +
-                   (result == NoRow ? "the blade serves no such port" : "the switch or the storage refused it") +
-                   "; the adaptor answered " + ResultText(result) + "\n";
-        return false;
-    }
-    int readResult = 0;
-    if (const auto row = session.Row(BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, keys, readResult);
-        row != nullptr && readResult == Success)
-        text += AlignedTable({PortHeading, PortLine(*row)}, color);
-    return true;
-}
-
 void AddPortOrder(Command& family, const std::string& name, bool enable) {
     Command& command = family.Add(name, name + " an external port");
     const auto word = command.Own<std::string>();
-    command.ForPeople()
-        .Word("PORT", *word, {"1", "2", "3", "4"})
+    command.Word("PORT", *word, {"1", "2", "3", "4"})
         .Details(
             "PORT is 1 to 4. Shows the port as it is read afterwards. Status 0 when it was set and its state stored.\n")
         .Example("bmhost switch " + name + " 2")
-        .Run([word, enable](Context& context) {
-            const int port = PortNumber(*word);
-            return RunForPeople(context, [&](Session& session, bool color, std::string& text, std::string& remarks) {
-                return SetSwitchPort(session, port, enable, color, text, remarks);
-            });
+        .Run([word, name, enable](Context& context) {
+            return GiveOrder(context, "switch " + name,
+                             {"switch-set", {{"port", PortNumber(*word)}, {"enabled", enable}}});
         });
 }
 

@@ -33,8 +33,17 @@ struct OrderOutcome {
     nlohmann::ordered_json m_values;    ///< what the order's JSON shows besides, an object
 };
 
+/// Throws UsageError when these values make no order on any blade. CarryOut begins with it.
+void CheckOrder(const Order& order);
+
 /// Carries the order out. Throws UsageError, having changed nothing, where its values cannot be meant on this blade.
 /// @param picture  of now, for what can be refused without asking the adaptor
 OrderOutcome CarryOut(const Order& order, Session& session, const Picture& picture);
+
+/// The outcome as the socket carries it: "order", "result", "good", "changed", "text", "remarks", "reasons", "cure",
+/// and the order's own values after them.
+nlohmann::ordered_json OrderOutcomeJson(const std::string& order, const OrderOutcome& outcome);
+/// Throws std::runtime_error naming what is missing or of another type.
+OrderOutcome OrderOutcomeOf(const nlohmann::ordered_json& json);
 
 } // namespace bmhost

@@ -24,6 +24,8 @@ struct LedGroup {
     unsigned m_offTime;
     unsigned m_lampTest;
     unsigned m_color;
+    /// White, orange, amber, green, red, blue.
+    std::array<unsigned, 6> m_supports;
 };
 
 constexpr LedGroup BaseboardLeds = {BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL,
@@ -33,7 +35,10 @@ constexpr LedGroup BaseboardLeds = {BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL,
                                     BMI_HW_BB_LED_ON_TIME,
                                     BMI_HW_BB_LED_OFF_TIME,
                                     BMI_HW_BB_LED_LAMP_TEST,
-                                    BMI_HW_BB_LED_COLOR};
+                                    BMI_HW_BB_LED_COLOR,
+                                    {BMI_HW_BB_LED_SUPPORTS_WHITE, BMI_HW_BB_LED_SUPPORTS_ORANGE,
+                                     BMI_HW_BB_LED_SUPPORTS_AMBER, BMI_HW_BB_LED_SUPPORTS_GREEN,
+                                     BMI_HW_BB_LED_SUPPORTS_RED, BMI_HW_BB_LED_SUPPORTS_BLUE}};
 constexpr LedGroup ModuleLeds = {BMI_GROUP_HARDWARE_AMC_LED_INTERNAL,
                                  BMI_HW_AMC_LED_ID,
                                  BMI_HW_AMC_LED_BAY,
@@ -41,7 +46,12 @@ constexpr LedGroup ModuleLeds = {BMI_GROUP_HARDWARE_AMC_LED_INTERNAL,
                                  BMI_HW_AMC_LED_ON_TIME,
                                  BMI_HW_AMC_LED_OFF_TIME,
                                  BMI_HW_AMC_LED_LAMP_TEST,
-                                 BMI_HW_AMC_LED_COLOR};
+                                 BMI_HW_AMC_LED_COLOR,
+                                 {BMI_HW_AMC_LED_SUPPORTS_WHITE, BMI_HW_AMC_LED_SUPPORTS_ORANGE,
+                                  BMI_HW_AMC_LED_SUPPORTS_AMBER, BMI_HW_AMC_LED_SUPPORTS_GREEN,
+                                  BMI_HW_AMC_LED_SUPPORTS_RED, BMI_HW_AMC_LED_SUPPORTS_BLUE}};
+constexpr std::array SupportsColors = {INTERNAL_LED_WHITE, INTERNAL_LED_ORANGE, INTERNAL_LED_AMBER,
+                                       INTERNAL_LED_GREEN, INTERNAL_LED_RED,    INTERNAL_LED_BLUE};
 
 struct ColorName {
     int m_color;
@@ -75,8 +85,13 @@ unsigned LedGroupOf(LedPlace place) {
 LedRow LedRowOf(const CBMIParams& row, int bay) {
     const LedGroup& group = GroupOf({bay, FirstLed});
     const auto value = [&](unsigned id) { return IntegerOf(row, id); };
-    return {value(group.m_local), value(group.m_onTime), value(group.m_offTime), value(group.m_lampTest),
-            value(group.m_color)};
+    LedRow led{value(group.m_local),    value(group.m_onTime), value(group.m_offTime),
+               value(group.m_lampTest), value(group.m_color),  {}};
+    for (std::size_t i = 0; i < SupportsColors.size(); ++i) {
+        const CBMIParam* const supports = row.GetParamById(group.m_supports[i]);
+        if (supports != nullptr && supports->GetBool()) led.m_colors.push_back(SupportsColors[i]);
+    }
+    return led;
 }
 
 std::string_view LedStateName(const LedRow& row) {

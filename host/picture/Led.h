@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace bmhost {
 
@@ -38,6 +39,7 @@ struct LedRow {
     int32_t m_offTime = 0;
     int32_t m_lampTest = 0; ///< hundreds of milliseconds
     int32_t m_color = LedNoColor;
+    std::vector<int> m_colors{}; ///< those that a row that is read says the LED supports: none on a real controller
 };
 
 /// The state in the LED group's row of this bay.

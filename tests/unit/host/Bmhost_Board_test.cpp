@@ -59,8 +59,18 @@ TEST(BmhostDspSetIp, ShowsTheDspAsItIsReadAfterwards) {
     EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(ended.ErrorLines(), IsEmpty());
     EXPECT_EQ("  DSP  AMC bay  DSP of AMC  MAC address        IP address\n"
-              "  2    3        2           02:00:00:00:00:02  192.168.0.99\n",
+              "  2    3        2           02:00:00:00:00:02  192.168.0.99\n"
+              "the address holds from the next start\n",
               ended.m_out);
+}
+
+TEST(BmhostDspSetIp, IsOneLineOfJson) {
+    EXPECT_EQ(R"({"op":"dsp set-ip","result":1,"good":true,"changed":true,"dsp":1,"address":"192.168.0.99",)"
+              R"("before":"192.168.0.23","holds_from":"next start","remarks":[],"reasons":[],"cure":""})"
+              "\n",
+              RunStub("board", {"--json", "dsp", "set-ip", "1", "192.168.0.99"}).m_out);
+    EXPECT_THAT(RunStub("board", {"dsp", "set-ip", "1", "192.168.0.23", "--json"}).m_out,
+                HasSubstr(R"("changed":false)"));
 }
 
 TEST(BmhostDspSetIp, TellsWhatTheAdaptorAnsweredToARefusal) {
@@ -111,13 +121,27 @@ TEST(BmhostSwitch, SetsAPortAndShowsItAsItIsReadAfterwards) {
                 HasSubstr("  2     Port 2  RTM       enabled  up\n"));
 }
 
+TEST(BmhostSwitch, IsOneLineOfJson) {
+    EXPECT_EQ(R"({"op":"switch disable","result":1,"good":true,"changed":true,"port":1,"enabled":false,"remarks":[],)"
+              R"("reasons":[],"cure":""})"
+              "\n",
+              RunStub("board", {"--json", "switch", "disable", "1"}).m_out);
+    EXPECT_THAT(RunStub("board", {"switch", "enable", "1", "--json"}).m_out, HasSubstr(R"("changed":false)"));
+    EXPECT_EQ(R"({"op":"switch enable","result":0,"good":false,"changed":false,"port":2,"enabled":true,)"
+              R"x("remarks":["port 2: the switch or the storage refused it; the adaptor answered 0 (nothing done)"],)x"
+              R"("reasons":["the switch says why"],"cure":""})"
+              "\n",
+              RunStub("board", {"--json", "switch", "enable", "2"}).m_out);
+}
+
 TEST(BmhostSwitch, TellsWhatTheAdaptorAnsweredToARefusal) {
     const Ended ended = RunStub("board", {"switch", "enable", "2"});
     EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("", ended.m_out);
     EXPECT_THAT(
         ended.ErrorLines(),
-        ElementsAre("bmhost: port 2: the switch or the storage refused it; the adaptor answered 0 (nothing done)"));
+        ElementsAre("bmhost: port 2: the switch or the storage refused it; the adaptor answered 0 (nothing done)",
+                    "bmhost: the adaptor logged: the switch says why"));
     EXPECT_THAT(RunStub("board", {"switch", "enable", "4"}).ErrorLines(),
                 ElementsAre(HasSubstr("port 4: the blade serves no such port; the adaptor answered 4 ")));
 }

@@ -33,7 +33,6 @@ TEST(BmhostLeds, SaysThatThereIsNone) {
 TEST(BmhostLeds, AreForPeople) {
     EXPECT_EQ(2, RunStub("leds", {"--json", "leds"}).m_status);
     EXPECT_EQ(2, RunStub("leds", {"leds", "1"}).m_status);
-    EXPECT_EQ(2, RunStub("leds", {"--json", "led", "set", "1", "1", "on"}).m_status);
 }
 
 TEST(BmhostLedSet, ShowsTheLedAsItIsReadAfterwards) {
@@ -51,8 +50,20 @@ TEST(BmhostLedSet, GivesAnLedBackToLocalControl) {
     EXPECT_THAT(ended.m_out, HasSubstr("  AMC bay 3  1 hot swap  -       off           local\n"));
 }
 
-TEST(BmhostLedSet, WarnsThatTheFirstAmcGetsItAndShowsThatOne) {
+TEST(BmhostLedSet, RefusesABayWhoseLedTheAdaptorCannotSet) {
     const Ended ended = RunStub("leds", {"led", "set", "5", "2", "on", "--color", "green"});
+    EXPECT_EQ(2, ended.m_status);
+    EXPECT_EQ("", ended.m_out);
+    EXPECT_THAT(ended.ErrorLines(),
+                ElementsAre("bmhost: led set: AMC bay 5: the adaptor sets LEDs of the baseboard and of the first AMC "
+                            "only, which is AMC bay 3; with --first-amc that one gets it"));
+    const Ended none = RunStub("no_leds", {"led", "set", "5", "2", "on", "--first-amc"});
+    EXPECT_EQ(2, none.m_status);
+    EXPECT_THAT(none.ErrorLines(), ElementsAre(HasSubstr("and there is no AMC")));
+}
+
+TEST(BmhostLedSet, WithFirstAmcSaysThatThisOneGetsItAndShowsIt) {
+    const Ended ended = RunStub("leds", {"led", "set", "5", "2", "on", "--color", "green", "--first-amc"});
     EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(
         ended.ErrorLines(),
@@ -60,10 +71,21 @@ TEST(BmhostLedSet, WarnsThatTheFirstAmcGetsItAndShowsThatOne) {
     EXPECT_THAT(ended.m_out, HasSubstr("  AMC bay 3  2 out of service  green   on            override\n"));
 }
 
-TEST(BmhostLedSet, WarnsOfTheColorThatTheAdaptorChooses) {
+TEST(BmhostLedSet, ChoosesAColorThatIsUsualForTheLed) {
     const Ended ended = RunStub("leds", {"led", "set", "board", "1", "on"});
     EXPECT_EQ(0, ended.m_status);
-    EXPECT_THAT(ended.ErrorLines(), ElementsAre(HasSubstr("no --color: the adaptor sends one of its own")));
+    EXPECT_THAT(ended.ErrorLines(), IsEmpty());
+    EXPECT_THAT(ended.m_out, HasSubstr("  baseboard  1 hot swap  blue    on            override\n"));
+}
+
+TEST(BmhostLedSet, IsOneLineOfJson) {
+    EXPECT_EQ(
+        R"({"op":"led set","result":0,"good":true,"changed":true,"place":"baseboard","bay":0,"led":1,)"
+        R"("led_name":"hot swap","color":"red","before":"off","after":"on red","remarks":[],"reasons":[],"cure":""})"
+        "\n",
+        RunStub("leds", {"--json", "led", "set", "board", "1", "on", "--color", "red"}).m_out);
+    EXPECT_THAT(RunStub("leds", {"led", "set", "3", "1", "on", "--color", "blue", "--json"}).m_out,
+                HasSubstr(R"("changed":false)"));
 }
 
 TEST(BmhostLedSet, WarnsOfTimesThatAControllerCannotBeTold) {
@@ -79,7 +101,8 @@ TEST(BmhostLedSet, NamesTheCompletionCodeOfARefusal) {
     EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("", ended.m_out);
     EXPECT_THAT(ended.ErrorLines(), ElementsAre("bmhost: LED 1 of baseboard: the controller refused it with completion "
-                                                "code 0xcc (invalid data field in the request)"));
+                                                "code 0xcc (invalid data field in the request)",
+                                                "bmhost: LED 1 of baseboard can be red, green, blue, amber, orange"));
 }
 
 TEST(BmhostLedSet, SaysThatThereIsNoSuchLed) {

@@ -3,11 +3,14 @@
 
 #include "bm_dev/UniqueFd.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <spawn.h>
 #include <sstream>
 #include <stdexcept>
@@ -169,8 +172,31 @@ Ended RunHost(const std::vector<std::string>& arguments, const std::string& inpu
     return HostProcess(arguments, input, out).End();
 }
 
+namespace {
+
+// The blade's lock and the history of upgrades belong to one run, not to the machine.
+class RunFolder {
+public:
+    RunFolder() : m_folder(testing::TempDir() + "bmhost-run-" + std::to_string(getpid())) {
+        std::filesystem::create_directories(m_folder);
+        setenv("BLADESIM_RUN_DIR", m_folder.c_str(), 1);
+    }
+    RunFolder(const RunFolder&) = delete;
+    RunFolder& operator=(const RunFolder&) = delete;
+    ~RunFolder() {
+        unsetenv("BLADESIM_RUN_DIR");
+        std::filesystem::remove_all(m_folder);
+    }
+
+private:
+    std::string m_folder;
+};
+
+} // namespace
+
 Ended RunStub(const std::string& stub, std::vector<std::string> arguments, const std::string& input, Out out) {
     arguments.insert(arguments.begin(), {"--adaptor", StubFile(stub)});
+    const RunFolder folder;
     return RunHost(arguments, input, out);
 }
 

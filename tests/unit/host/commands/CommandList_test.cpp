@@ -42,13 +42,13 @@ TEST(CommandList, HasTheCommandsOfEachPlace) {
     };
     EXPECT_THAT(namesIn(OnCommandLine),
                 ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "script", "inventory", "leds",
-                            "status", "pstn", "groups", "why", "led", "dsp", "switch", "firmware", "run", "shell",
+                            "status", "pstn", "groups", "why", "led", "dsp", "switch", "reset", "firmware", "run", "shell",
                             "completions", "help"));
     EXPECT_THAT(namesIn(InScript),
                 ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "sleep", "wait-event"));
     EXPECT_THAT(namesIn(InShell), ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "sleep",
                                               "wait-event", "inventory", "leds", "status", "pstn", "groups", "why",
-                                              "led", "dsp", "switch", "firmware", "help"));
+                                              "led", "dsp", "switch", "reset", "firmware", "help"));
 }
 
 TEST(CommandList, EveryCommandHasAHelpWithAnExample) {
@@ -92,15 +92,7 @@ TEST(CommandList, HelpOfCallsTellsHowTheirWordsAreWritten) {
 TEST(CommandList, WhatIsForPeopleHasNoJson) {
     GlobalOptions json;
     json.m_json = true;
-    for (const Words& words : {Words{"inventory"},
-                               {"leds"},
-                               {"pstn"},
-                               {"groups"},
-                               {"dsp"},
-                               {"switch"},
-                               {"firmware", "show"},
-                               {"led", "set", "1", "1", "on"},
-                               {"dsp", "set-ip", "1", "1.2.3.4"}}) {
+    for (const Words& words : {Words{"inventory"}, {"leds"}, {"pstn"}, {"groups"}, {"dsp"}, {"switch"}}) {
         FakeContext context(json);
         EXPECT_THAT(UsageErrorOf([&] { RunWords(context, words); }),
                     HasSubstr(" is for people: expected it without --json"));

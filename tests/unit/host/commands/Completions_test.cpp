@@ -28,7 +28,7 @@ Completion OnTheCommandLine(const std::vector<std::string>& earlier, const std::
 }
 
 TEST(Completions, OfTheFirstWordAreCommands) {
-    EXPECT_THAT(InTheShell("re"), ElementsAre("read"));
+    EXPECT_THAT(InTheShell("re"), ElementsAre("read", "reset"));
     EXPECT_THAT(InTheShell("le"), ElementsAre("led", "leds"));
     EXPECT_THAT(InTheShell("zz"), IsEmpty());
     EXPECT_THAT(InTheShell(""), AllOf(Contains("wait-event"), Contains("sleep"), Contains("status"),

@@ -58,13 +58,21 @@ public:
         ++m_sessions;
         return work(m_session, Output());
     }
+    bmhost::OrderOutcome Give(const bmhost::Order& order) override {
+        ++m_sessions;
+        m_orders.push_back(order);
+        return CarryOut(order, m_session, {});
+    }
     int Output() const override { return STDOUT_FILENO; }
+    std::optional<int> Terminal() const override { return m_terminal; }
     void Answer(const std::string& text) override { m_answer += text; }
 
     FakeSession m_session;
     int m_sessions = 0;
     std::vector<bmhost::Call> m_calls;
     std::string m_answer;
+    std::vector<bmhost::Order> m_orders;
+    std::optional<int> m_terminal;
 
 private:
     static const bmhost::GlobalOptions& Defaults() {

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -67,7 +68,7 @@ TEST_F(FirmwareOrderTest, TakesAFileThatLooksLikeAnOptionAfterTwoDashes) {
     const fs::path before = fs::current_path();
     fs::current_path(m_folder);
     FakeContext context;
-    EXPECT_FALSE(RunWords(context, {"firmware", "update", "--target", "rtm", "--", "-image.bin"})) << "nothing ends it";
+    EXPECT_TRUE(RunWords(context, {"firmware", "update", "--target", "rtm", "--yes", "--", "-image.bin"}));
     fs::current_path(before);
     ASSERT_EQ(1U, context.m_session.m_written.size());
     EXPECT_THAT(context.m_session.m_written[0], HasSubstr("/-image.bin"));
@@ -94,7 +95,7 @@ TEST_F(FirmwareOrderTest, RefusesTargetsThatAreNone) {
 
 TEST_F(FirmwareOrderTest, RefusesOtherWords) {
     EXPECT_THAT(Refusal({}), HasSubstr("'firmware' is not enough: expected firmware update --target T [--bay N] FILE "
-                                       "[--dry-run], or firmware show"));
+                                       "[--dry-run] [--yes], or firmware show"));
     EXPECT_THAT(Refusal({"update"}), HasSubstr("is not enough: expected firmware update"));
     EXPECT_THAT(Refusal({"burn", "@/image.bin", "--target", "rtm"}), HasSubstr("'--target'"));
     EXPECT_THAT(Refusal({"burn", "@/image.bin"}),
@@ -104,6 +105,48 @@ TEST_F(FirmwareOrderTest, RefusesOtherWords) {
                 HasSubstr("is too much: expected"));
     EXPECT_THAT(Refusal({"show", "--dry-run"}), HasSubstr("unknown option '--dry-run'"));
     EXPECT_THAT(Refusal({"update", "--force"}), HasSubstr("--force"));
+}
+
+TEST_F(FirmwareOrderTest, AsksFirstOrHasYes) {
+    EXPECT_EQ("firmware update: expected --yes where there is no terminal to ask on",
+              Refusal({"update", "--target", "rtm", "@/image.bin"}));
+    struct AnswerCase {
+        const char* m_answer;
+        std::size_t m_orders;
+    };
+    for (const AnswerCase& each : {AnswerCase{"y\n", 1}, {"yes\n", 1}, {"\n", 0}, {"n\n", 0}, {"", 0}}) {
+        int ends[2] = {};
+        ASSERT_EQ(0, pipe(ends));
+        ASSERT_EQ(static_cast<ssize_t>(strlen(each.m_answer)), write(ends[1], each.m_answer, strlen(each.m_answer)));
+        close(ends[1]);
+        FakeContext context;
+        context.m_terminal = ends[0];
+        EXPECT_EQ(each.m_orders != 0,
+                  RunWords(context, {"firmware", "update", "--target", "rtm", m_folder + "/image.bin"}));
+        EXPECT_EQ(each.m_orders, context.m_orders.size()) << each.m_answer;
+        close(ends[0]);
+    }
+}
+
+TEST(FirmwareHistory, TellsTheLastUpgradeAndAll) {
+    EXPECT_EQ("no upgrade yet\n", HistoryText({}));
+    EXPECT_EQ("{\"op\":\"firmware show\",\"upgrades\":[]}\n", HistoryLine({}));
+    UpgradeFacts first;
+    first.m_target = 1;
+    first.m_bay = 3;
+    first.m_state = UpgradeIsDone;
+    first.m_ended = WallTime{};
+    first.m_file = "a\x1B.bin";
+    UpgradeFacts second = first;
+    second.m_bay = 9;
+    second.m_state = UpgradeIsRunning;
+    second.m_ended.reset();
+    const std::string text = HistoryText({first, second});
+    EXPECT_THAT(text, testing::StartsWith("RTM: begun, no end seen\n\n"));
+    EXPECT_THAT(text, HasSubstr("1970-01-01T00:00:00.000Z  AMC bay 3  done"));
+    EXPECT_THAT(text, HasSubstr("a?.bin"));
+    EXPECT_THAT(HistoryLine({first}),
+                HasSubstr(R"("place":"AMC bay 3","target":1,"bay":3,"state":2,"state_name":"done")"));
 }
 
 } // namespace

@@ -9,6 +9,8 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <thread>
@@ -202,13 +204,14 @@ public:
 
 private:
     int Upgrade(const CBMIParams& values) {
-        const std::string file = values.GetParamById(BMI_FW_UPDATE_FILE)->GetString();
-        if (file.find("refused") != std::string::npos) return 0;
+        std::ifstream stream(values.GetParamById(BMI_FW_UPDATE_FILE)->GetString());
+        const std::string image((std::istreambuf_iterator<char>(stream)), {});
+        if (image.find("refused") != std::string::npos) return 0;
         CBMIEvParams params;
         for (const unsigned id : {BMI_FW_UPDATE_TARGET, BMI_FW_UPDATE_BAY})
             params.Add(*values.GetParamById(id));
         CBMIParam state(BMI_PARAM_UINT, BMI_FW_UPDATE_STATE, false);
-        state.SetInt(file.find("bad") != std::string::npos ? UPGRADE_FAILED : UPGRADE_DONE);
+        state.SetInt(image.find("bad") != std::string::npos ? UPGRADE_FAILED : UPGRADE_DONE);
         params.Add(state);
         printf("the firmware tool's words\n");
         std::thread([manager = m_manager, params]() mutable {

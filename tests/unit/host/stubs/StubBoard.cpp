@@ -84,7 +84,10 @@ public:
         if (group == BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE) {
             const int port = Number(*keys, BMI_HW_AMC_SWITCHPORT_NUM);
             if (port < 1 || port > Ports) return 4;
-            if (!Good && port == 2) return 0;
+            if (!Good && port == 2) {
+                bmiLog(BM_LOG_ERROR, COMPONENT_IPMI_ADAPTOR, "the switch says why");
+                return 0;
+            }
             m_states[port] = Number(*values, BMI_HW_AMC_SWITCHPORT_ADMIN);
             return 1;
         }

@@ -1,0 +1,130 @@
+// Orders as commands give them: asked for where a slip would hurt, and shown with their outcome.
+#include "host/commands/GiveOrder.h"
+
+#include "host/commands/Context.h"
+#include "host/commands/OwnUpgrade.h"
+#include "host/output/Redirect.h"
+#include "host/session/Session.h"
+#include "host/words/Error.h"
+
+#include "bm_dev/ByteText.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <unistd.h>
+
+namespace bmhost {
+
+namespace {
+
+void Remark(const std::string& text) {
+    fprintf(stderr, "bmhost: %s\n", bm_dev::Printable(text, "\t").c_str());
+}
+
+// What the remarks have already told is not told again.
+bool IsTold(const OrderOutcome& outcome, const std::string& reason) {
+    return std::ranges::any_of(outcome.m_remarks, [&](const std::string& remark) {
+        constexpr std::string_view storage = "the storage said: ";
+        return remark.starts_with(storage) && reason.ends_with(std::string_view(remark).substr(storage.size()));
+    });
+}
+
+void Show(const OrderOutcome& outcome, int output) {
+    fflush(stdout);
+    WriteAll(output, outcome.m_text);
+    for (const std::string& remark : outcome.m_remarks)
+        Remark(remark);
+    for (const std::string& reason : outcome.m_reasons) {
+        if (!IsTold(outcome, reason)) Remark("the adaptor logged: " + reason);
+    }
+    if (!outcome.m_cure.empty()) Remark(outcome.m_cure);
+}
+
+std::string LineFrom(int descriptor) {
+    std::string line;
+    char letter = 0;
+    for (;;) {
+        const ssize_t got = read(descriptor, &letter, 1);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0 || letter == '\n') return line;
+        line += letter;
+    }
+}
+
+} // namespace
+
+std::string OrderLine(const std::string& name, const OrderOutcome& outcome) {
+    nlohmann::ordered_json told = OrderOutcomeJson(name, outcome);
+    nlohmann::ordered_json line = {{"op", name}};
+    for (const char* each : {"result", "good", "changed"})
+        line[each] = told[each];
+    for (const auto& [key, value] : outcome.m_values.items())
+        line[key] = value;
+    for (const char* each : {"remarks", "reasons", "cure"})
+        line[each] = told[each];
+    return bm_dev::EscapedJson(line.dump()) + "\n";
+}
+
+bool GiveOrder(Context& context, const std::string& name, const Order& order) {
+    CheckOrder(order);
+    return ShowOutcome(context, name, context.Give(order));
+}
+
+bool ShowOutcome(const Context& context, const std::string& name, const OrderOutcome& outcome) {
+    if (context.Globals().m_json) {
+        fflush(stdout);
+        WriteAll(context.Output(), OrderLine(name, outcome));
+    } else {
+        Show(outcome, context.Output());
+    }
+    return outcome.m_good;
+}
+
+Picture PictureForOrders(Session& session) {
+    Picture picture;
+    const auto rows = [](const std::unique_ptr<BM_ADAPTOR::CBMITable>& table) {
+        std::vector<BM_ADAPTOR::CBMIParams> all;
+        for (int i = 0; table != nullptr && i < table->GetSize(); ++i)
+            all.push_back(*table->Get(i));
+        return all;
+    };
+    int modulesResult = 0;
+    picture.m_inventory.m_board =
+        rows(session.Table(BM_ADAPTOR::BMI_GROUP_HARDWARE_BOARD, picture.m_inventory.m_result));
+    picture.m_inventory.m_modules = rows(session.Table(BM_ADAPTOR::BMI_GROUP_HARDWARE_AMC_TABLE, modulesResult));
+    return picture;
+}
+
+bool Upgrades(const Order& order) {
+    return order.m_name == "firmware-update" && !order.m_values.value("dry_run", false);
+}
+
+OrderOutcome CarryOutHere(const Context& context, const Order& order, Session& session, int output) {
+    const Picture picture = PictureForOrders(session);
+    if (!Upgrades(order)) return CarryOut(order, session, picture);
+    return UpgradeToTheEnd(order, session, picture, context.Globals().m_json ? -1 : output);
+}
+
+std::string ProgramOf(const Order& order) {
+    std::string name = order.m_name;
+    std::ranges::replace(name, '-', ' ');
+    return "bmhost " + name;
+}
+
+bool Confirmed(const Context& context, const std::string& name, const std::string& question, bool yes) {
+    if (yes) return true;
+    const auto terminal = context.Terminal();
+    if (!terminal) throw UsageError(name + ": expected --yes where there is no terminal to ask on");
+    return ConfirmedAt(*terminal, question);
+}
+
+bool ConfirmedAt(int terminal, const std::string& question) {
+    fprintf(stderr, "%s [y/N] ", question.c_str());
+    const std::string answer = LineFrom(terminal);
+    if (answer == "y" || answer == "Y" || answer == "yes") return true;
+    fprintf(stderr, "bmhost: nothing was done\n");
+    return false;
+}
+
+} // namespace bmhost

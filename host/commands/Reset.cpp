@@ -1,0 +1,32 @@
+// `bmhost reset board`: the baseboard reset, after a question.
+#include "host/commands/Context.h"
+#include "host/commands/GiveOrder.h"
+#include "host/words/Commands.h"
+
+namespace bmhost {
+
+namespace {
+
+struct ResetWords {
+    bool m_yes = false;
+};
+
+} // namespace
+
+void AddReset(Commands& commands) {
+    Command& family = commands.Add("reset", "reset the baseboard", OnCommandLine | InShell);
+    Command& board = family.Add("board", "reset the baseboard");
+    const auto words = board.Own<ResetWords>();
+    board.Flag({"--yes", "", "do not ask"}, words->m_yes)
+        .Details(
+            "Asks first where there is a terminal; elsewhere it needs --yes. The controller makes a cold reset: everything\n"
+            "on the board ends, this host too where it runs there. The adaptor does not wait for the controller's answer.\n"
+            "Status 0 when the reset was sent.\n")
+        .Example("bmhost reset board --yes")
+        .Run([words](Context& context) {
+            if (!Confirmed(context, "reset board", BoardResetQuestion, words->m_yes)) return false;
+            return GiveOrder(context, "reset board", {"board-reset", nlohmann::json::object()});
+        });
+}
+
+} // namespace bmhost

@@ -1,0 +1,164 @@
+// The history of upgrades on disk.
+#include "host/orders/UpgradeHistory.h"
+
+#include "host/UsageError.h"
+#include "host/orders/UpgradeLock.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <signal.h>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace {
+
+using namespace bmhost;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+class UpgradeHistoryTest : public testing::Test {
+protected:
+    UpgradeHistoryTest() : m_folder(testing::TempDir() + "history-" + std::to_string(getpid())) {}
+    ~UpgradeHistoryTest() override { fs::remove_all(m_folder); }
+
+    static UpgradeFacts Facts(int second, int state) {
+        UpgradeFacts facts;
+        facts.m_target = 1;
+        facts.m_bay = 3;
+        facts.m_state = state;
+        facts.m_begun = WallTime(std::chrono::seconds(second));
+        facts.m_file = "image.bin";
+        facts.m_sha256 = "abc";
+        facts.m_versionBefore = "1.2";
+        facts.m_asker = "uid 0, process 1";
+        return facts;
+    }
+    std::vector<UpgradeFacts> Read() {
+        m_remarks.clear();
+        return UpgradeHistory(m_folder).Read(m_remarks);
+    }
+    std::string File() const { return m_folder + "/upgrades.jsonl"; }
+
+    std::string m_folder;
+    std::vector<std::string> m_remarks;
+};
+
+TEST_F(UpgradeHistoryTest, IsEmptyBeforeTheFirst) {
+    EXPECT_THAT(Read(), IsEmpty());
+    EXPECT_THAT(m_remarks, IsEmpty());
+}
+
+TEST_F(UpgradeHistoryTest, KeepsOneOfEachUpgradeWithItsEnd) {
+    const UpgradeHistory history(m_folder);
+    history.Keep(Facts(1, 0));
+    UpgradeFacts ended = Facts(1, 2);
+    ended.m_ended = WallTime(std::chrono::milliseconds(1500));
+    history.Keep(ended);
+    history.Keep(Facts(2, 0));
+    const auto upgrades = Read();
+    ASSERT_EQ(2U, upgrades.size());
+    EXPECT_EQ(2, upgrades[0].m_state);
+    EXPECT_EQ(ended.m_begun, upgrades[0].m_begun);
+    EXPECT_EQ(ended.m_ended, upgrades[0].m_ended);
+    EXPECT_EQ("image.bin", upgrades[0].m_file);
+    EXPECT_EQ("abc", upgrades[0].m_sha256);
+    EXPECT_EQ("1.2", upgrades[0].m_versionBefore);
+    EXPECT_EQ("uid 0, process 1", upgrades[0].m_asker);
+    EXPECT_FALSE(upgrades[1].m_ended);
+    struct stat status {};
+    ASSERT_EQ(0, stat(File().c_str(), &status));
+    EXPECT_EQ(0640U, status.st_mode & 07777U & ~07U) << "umask may take more";
+}
+
+TEST_F(UpgradeHistoryTest, SkipsWhatIsNoUpgradeWithARemarkAndEndsALineThatWasCut) {
+    const UpgradeHistory history(m_folder);
+    history.Keep(Facts(1, 2));
+    std::ofstream(File(), std::ios::app) << "garbage\n{\"target\":1}\n{\"cut\":";
+    history.Keep(Facts(2, 2));
+    EXPECT_EQ(2U, Read().size());
+    EXPECT_THAT(m_remarks, ElementsAre(HasSubstr("upgrades.jsonl:2: no upgrade; skipped"), HasSubstr(":3: no upgrade"),
+                                       HasSubstr(":4: no upgrade")));
+}
+
+TEST_F(UpgradeHistoryTest, KeepsTheLastThousandAndAFileOfThatSize) {
+    const UpgradeHistory history(m_folder);
+    history.Keep(Facts(0, 2));
+    std::string line;
+    std::getline(std::ifstream(File()), line);
+    {
+        std::ofstream many(File(), std::ios::app);
+        for (int i = 0; i < 4000; ++i)
+            many << line << '\n';
+        for (int i = 1; i <= 1100; ++i) {
+            std::string next = line;
+            const std::string begun = Rfc3339(WallTime(std::chrono::seconds(i)));
+            next.replace(next.find("1970"), begun.size(), begun);
+            many << next << '\n';
+        }
+    }
+    history.Keep(Facts(2000, 2));
+    const auto upgrades = Read();
+    ASSERT_EQ(UpgradeHistory::Most, upgrades.size());
+    EXPECT_EQ(WallTime(std::chrono::seconds(2000)), upgrades.back().m_begun);
+    EXPECT_EQ(WallTime(std::chrono::seconds(102)), upgrades.front().m_begun);
+    std::ifstream stream(File());
+    EXPECT_EQ(1000, std::count(std::istreambuf_iterator<char>(stream), {}, '\n'));
+}
+
+TEST_F(UpgradeHistoryTest, SaysThatItCannotBeReadRatherThanThatThereIsNone) {
+    fs::create_directories(File());
+    EXPECT_THROW(Read(), std::runtime_error);
+    EXPECT_THROW(UpgradeHistory(m_folder).Keep(Facts(1, 2)), std::runtime_error);
+}
+
+TEST_F(UpgradeHistoryTest, LockIsForOneUpgrade) {
+    const std::string folder = m_folder + "/firmware";
+    {
+        const UpgradeLock lock(folder);
+        EXPECT_EQ("firmware update: an upgrade is under way in another process",
+                  UsageErrorOf([&] { const UpgradeLock second(folder); }));
+    }
+    EXPECT_NO_THROW({ const UpgradeLock next(folder); });
+}
+
+TEST_F(UpgradeHistoryTest, LockRemovesImagesThatNoToolReads) {
+    const std::string folder = m_folder + "/firmware";
+    fs::create_directories(folder);
+    std::ofstream(folder + "/left.image") << "x";
+    std::ofstream(folder + "/read.image") << "x";
+    std::string program = "/bin/sh";
+    std::string option = "-c";
+    std::string script = "read line; : ";
+    std::string image = folder + "/read.image";
+    std::vector<char*> words = {program.data(), option.data(), script.data(), image.data(), nullptr};
+    int ends[2] = {};
+    ASSERT_EQ(0, pipe(ends));
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
+    pid_t tool = 0;
+    ASSERT_EQ(0, posix_spawn(&tool, program.c_str(), &actions, nullptr, words.data(), environ));
+    posix_spawn_file_actions_destroy(&actions);
+    EXPECT_THAT(UsageErrorOf([&] { const UpgradeLock lock(folder); }),
+                HasSubstr("is still at work: process " + std::to_string(tool)));
+    kill(tool, SIGKILL);
+    waitpid(tool, nullptr, 0);
+    close(ends[0]);
+    close(ends[1]);
+    const UpgradeLock lock(folder);
+    EXPECT_FALSE(fs::exists(folder + "/left.image") || fs::exists(image));
+}
+
+} // namespace
