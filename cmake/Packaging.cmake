@@ -14,8 +14,10 @@ set(CPACK_PACKAGE_NAME ipmi-adaptor)
 set(CPACK_COMPONENTS_ALL ${BM_PACKAGES})
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_STRIP_FILES ON)
-set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/WithoutRunPath.cmake)
+# Each package with programs or libraries has a second one, NAME-dbgsym, with what is stripped from them: debuggers find it by
+# the build id.
+set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/PackageFiles.cmake)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -60,12 +62,17 @@ worked example of a host.")
 
 bm_package(bmhost admin)
 set(CPACK_COMPONENT_BMHOST_DEPENDS libipmi-adaptor)
+set(CPACK_DEBIAN_BMHOST_PACKAGE_DEPENDS zstd) # bmhost report
 set(CPACK_DEBIAN_BMHOST_PACKAGE_SUGGESTS bladesim)
+foreach(file conffiles postinst prerm postrm)
+    list(APPEND CPACK_DEBIAN_BMHOST_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/service/${file})
+endforeach()
 set(CPACK_DEBIAN_BMHOST_DESCRIPTION "reference host for the IPMI hardware adaptor
 Loads an adaptor as a board manager does and makes the calls that it is given,
 on the command line, in scripts with JSON output, or at a prompt. Shows a
 blade's inventory, LEDs, DSPs and switch ports as tables, sets them, upgrades
-firmware, and runs as a resident host.")
+firmware, and runs as a resident host: bmhost.service, which keeps a picture of
+the blade and answers everybody who asks.")
 
 bm_package(bladesim admin)
 set(CPACK_COMPONENT_BLADESIM_DEPENDS libipmi-adaptor)

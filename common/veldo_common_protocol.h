@@ -114,43 +114,64 @@ constexpr uint32_t BMI_GROUP_UNSERVED_30E10 = 0x30e10;
 /// The event class that the adaptor registers for, and the number that its events carry.
 constexpr uint32_t BMI_EVENT_CLASS = 5;
 constexpr uint32_t BMI_EVENT_NUMBER = 5;
-/// The run status of an AMC was written.
-constexpr uint32_t BMI_EVENT_AMC_RUN_STATUS = 0x70402;
 
-/// A mode of the host (IBMAdaptorMgr::GetMode) in which the adaptor serves its tables but leaves the board alone. In
-/// modes 1 and 3 it drives the board.
+// One line per event: name, number.
+#define BMI_EVENT_LIST(EVENT)                                                                                          \
+    /* an upgrade has ended: BMI_FW_UPDATE_TARGET, _STATE, _BAY */                                                     \
+    EVENT(BMI_EVENT_FIRMWARE_UPDATE, 0x600)                                                                            \
+    /* the run status of an AMC was written: BMI_HW_AMC_BAY, BMI_HW_AMC_RUN_STATUS */                                  \
+    EVENT(BMI_EVENT_AMC_RUN_STATUS, 0x70402)
+
+/// Modes of the host (IBMAdaptorMgr::GetMode). The adaptor drives the board in the first and the third; in the second
+/// it serves its tables but leaves the board alone.
+inline constexpr int HOST_MODE_DRIVE = 1;
 inline constexpr int HOST_MODE_LOOK_ONLY = 2;
+inline constexpr int HOST_MODE_DRIVE_TOO = 3;
 
-/// Results of the handlers.
-enum HANDLER_RESULT_e : int {
-    RESULT_NOTHING_DONE = 0,  ///< group not served, or the operation did nothing
-    RESULT_OK = 1,            ///< also for an empty table
-    RESULT_NO_ARGUMENT = 2,   ///< keys or values are null (LED writes)
-    RESULT_NO_ROW = 4,        ///< a key is missing or names no row (DSP and switch tables)
-    RESULT_NOT_FOUND = 12,    ///< not found or failed (hardware tables)
-    RESULT_NO_STATUS = 16,    ///< an AMC write without a run status
-    RESULT_NOT_OBTAINED = 21, ///< the row exists, its value could not be obtained
-    RESULT_NO_VALUE = 23      ///< a write without a value that it needs
-};
+// One line per result: name, number. Results of the handlers; RESULT_NO_LED is the controller's: it has fewer LEDs.
+#define BMI_HANDLER_RESULT_LIST(RESULT)                                                                                \
+    RESULT(RESULT_NO_LED, -1)                                                                                          \
+    RESULT(RESULT_NOTHING_DONE, 0)  /* group not served, or the operation did nothing */                               \
+    RESULT(RESULT_OK, 1)            /* also for an empty table */                                                      \
+    RESULT(RESULT_NO_ARGUMENT, 2)   /* keys or values are null (LED writes) */                                         \
+    RESULT(RESULT_NO_ROW, 4)        /* a key is missing or names no row (DSP and switch tables) */                     \
+    RESULT(RESULT_NOT_FOUND, 12)    /* not found or failed (hardware tables) */                                        \
+    RESULT(RESULT_NO_STATUS, 16)    /* an AMC write without a run status */                                            \
+    RESULT(RESULT_NOT_OBTAINED, 21) /* the row exists, its value could not be obtained */                              \
+    RESULT(RESULT_NO_VALUE, 23)     /* a write without a value that it needs */
 
-/// Results of the start-up operations.
-enum STARTUP_RESULT_e : int {
-    STARTUP_MEDIA_START_FAILED = 0x30004,
-    STARTUP_MEDIA_STOP_FAILED = 0x30005,
-    STARTUP_FAILED = 0x30011,    ///< no host address, DSPs not initialised, or an RTM row with a value missing
-    STARTUP_DSP_FAILED = 0x30012 ///< the switch could not be taught, or the DSPs were not booted or failed their test
-};
+/// An LED write that the controller refused has its completion code as result.
+inline constexpr int RESULT_REFUSED_FIRST = 0x80;
+inline constexpr int RESULT_REFUSED_LAST = 0xFF;
 
-/// Results of the health monitor's checks.
-enum MONITOR_RESULT_e : int {
-    MONITOR_LIVE = 1,
-    MONITOR_FIRMWARE_FAILED = 0x30013,
-    MONITOR_RTM_FAILED = 0x30014,
-    MONITOR_AMC_FAILED = 0x30015,
-    MONITOR_NOT_RUN = 0x30016,         ///< the diagnostic could not be run
-    MONITOR_PROCESSOR_FAULT = 0x30017, ///< reported by the media software
-    MONITOR_NO_EXCHANGE = 0x30019      ///< no answer from the media software, or no queue
-};
+// Results of the start-up operations.
+#define BMI_STARTUP_RESULT_LIST(RESULT)                                                                                \
+    RESULT(STARTUP_MEDIA_START_FAILED, 0x30004)                                                                        \
+    RESULT(STARTUP_MEDIA_STOP_FAILED, 0x30005)                                                                         \
+    /* no host address, DSPs not initialised, or an RTM row with a value missing */                                    \
+    RESULT(STARTUP_FAILED, 0x30011)                                                                                    \
+    /* the switch could not be taught, or the DSPs were not booted or failed their test */                             \
+    RESULT(STARTUP_DSP_FAILED, 0x30012)
+
+// Results of the health monitor's checks.
+#define BMI_MONITOR_RESULT_LIST(RESULT)                                                                                \
+    RESULT(MONITOR_LIVE, 1)                                                                                            \
+    RESULT(MONITOR_FIRMWARE_FAILED, 0x30013)                                                                           \
+    RESULT(MONITOR_RTM_FAILED, 0x30014)                                                                                \
+    RESULT(MONITOR_AMC_FAILED, 0x30015)                                                                                \
+    RESULT(MONITOR_NOT_RUN, 0x30016)         /* the diagnostic could not be run */                                     \
+    RESULT(MONITOR_PROCESSOR_FAULT, 0x30017) /* reported by the media software */                                      \
+    RESULT(MONITOR_NO_EXCHANGE, 0x30019)     /* no answer from the media software, or no queue */
+
+#define BMI_ENUMERATOR(name, number) name = (number),
+enum BMIEvent_e : uint32_t { BMI_EVENT_LIST(BMI_ENUMERATOR) };
+enum HANDLER_RESULT_e : int { BMI_HANDLER_RESULT_LIST(BMI_ENUMERATOR) };
+enum STARTUP_RESULT_e : int { BMI_STARTUP_RESULT_LIST(BMI_ENUMERATOR) };
+enum MONITOR_RESULT_e : int { BMI_MONITOR_RESULT_LIST(BMI_ENUMERATOR) };
+#undef BMI_ENUMERATOR
+
+/// A module's firmware version that the adaptor could not read.
+inline constexpr const char* UNKNOWN_FW_VERSION = "UnKn";
 
 /// Run status of an AMC or the RTM.
 enum TELQ_HW_Device_RunStatus_e : int32_t {
@@ -260,15 +281,38 @@ struct PARAMETER_NAME {
     bool m_Key;
 };
 
+struct EVENT_NAME {
+    std::string_view m_Name;
+    uint32_t m_Event;
+};
+
+struct RESULT_NAME {
+    std::string_view m_Name;
+    int m_Result;
+};
+
 #define BMI_GROUP_ROW(name, number) GROUP_NAME{#name, number},
+#define BMI_EVENT_ROW(name, number) EVENT_NAME{#name, number},
+#define BMI_RESULT_ROW(name, number) RESULT_NAME{#name, number},
 #define BMI_PARAMETER_ROW(name, number, type, key) PARAMETER_NAME{#name, number, type, key},
 
 inline constexpr auto g_GroupNames = std::array{BMI_GROUP_LIST(BMI_GROUP_ROW)};
 inline constexpr auto g_ParameterNames = std::array{BMI_PARAMETER_LIST(BMI_PARAMETER_ROW)};
+inline constexpr auto g_EventNames = std::array{BMI_EVENT_LIST(BMI_EVENT_ROW)};
+/// Of ReadParams, WriteParams and GetParamTable; of Start and Stop besides RESULT_OK; of the monitor's checks.
+inline constexpr auto g_HandlerResultNames = std::array{BMI_HANDLER_RESULT_LIST(BMI_RESULT_ROW)};
+inline constexpr auto g_StartupResultNames = std::array{BMI_STARTUP_RESULT_LIST(BMI_RESULT_ROW)};
+inline constexpr auto g_MonitorResultNames = std::array{BMI_MONITOR_RESULT_LIST(BMI_RESULT_ROW)};
 
 #undef BMI_GROUP_ROW
 #undef BMI_PARAMETER_ROW
+#undef BMI_EVENT_ROW
+#undef BMI_RESULT_ROW
 #undef BMI_GROUP_LIST
 #undef BMI_PARAMETER_LIST
+#undef BMI_EVENT_LIST
+#undef BMI_HANDLER_RESULT_LIST
+#undef BMI_STARTUP_RESULT_LIST
+#undef BMI_MONITOR_RESULT_LIST
 
 } // namespace BM_ADAPTOR

@@ -42,7 +42,8 @@ int Run(const std::vector<std::string>& words) {
     }
     SetUpLog(options);
     try {
-        return Do(*line.m_command, context) ? ExitAllOk : ExitSomeFailed;
+        const bool good = Do(*line.m_command, context);
+        return context.Ending().value_or(good ? ExitAllOk : ExitSomeFailed);
     } catch (const TimeUpError& error) {
         throw TimeUpError("`bmhost " + line.m_command->Path() + "`: " + error.what());
     }

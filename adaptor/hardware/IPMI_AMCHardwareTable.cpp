@@ -89,7 +89,7 @@ int AMC_HARDWARE_TABLE::ReadParams(const CBMIKeys* a_Keys, CBMIParams* a_Row) co
         AddText(*a_Row, BMI_HW_AMC_FW_VERSION, FormatText("%i.%i", l_MC->m_MajorFWRevision, l_MC->m_MinorFWRevision));
     } else {
         LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams - NO MC FOR AMC - HACK");
-        AddText(*a_Row, BMI_HW_AMC_FW_VERSION, "UnKn");
+        AddText(*a_Row, BMI_HW_AMC_FW_VERSION, UNKNOWN_FW_VERSION);
     }
     LogTrace(m_Frame.m_Logger, "IPMIAdaptor :: AMC_HW_ReadParams - returning OK");
     return RESULT_OK;

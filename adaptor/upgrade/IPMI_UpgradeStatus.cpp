@@ -35,7 +35,7 @@ void UPGRADE_STATUS::SendEvent() const {
     Guarded("Firmware_Update event", [&] {
         CBMIEvParams l_Event;
         AddTo(l_Event);
-        HOST_EVENTS(m_Manager).SendEvent(BMI_GROUP_FIRMWARE_UPDATE, BMI_EVENT_NUMBER, &l_Event);
+        HOST_EVENTS(m_Manager).SendEvent(BMI_EVENT_FIRMWARE_UPDATE, BMI_EVENT_NUMBER, &l_Event);
         return static_cast<int>(RESULT_OK);
     });
 }

@@ -118,6 +118,7 @@ BladeLock::BladeLock(const HostPlace& place, const std::string& program) : m_fol
     do {
         m_file = OpenFile(m_folder.Get(), path);
     } while (!Take(path));
+    m_diedBefore = OwnerIn(m_file.Get()).m_program;
     const std::string line =
         nlohmann::ordered_json({{"process", getpid()}, {"started", Rfc3339(WallNow())}, {"program", program}}).dump() +
         "\n";
@@ -128,6 +129,10 @@ BladeLock::BladeLock(const HostPlace& place, const std::string& program) : m_fol
 
 // The file stays, since another may be waiting for its turn with it; it only tells no owner any more.
 BladeLock::~BladeLock() {
+    GiveBack();
+}
+
+void BladeLock::GiveBack() const {
     [[maybe_unused]] const int emptied = ftruncate(m_file.Get(), 0);
 }
 

@@ -22,6 +22,11 @@ public:
     BladeLock& operator=(const BladeLock&) = delete;
     ~BladeLock();
 
+    /// The program that had the lock before and died with it: its end did not come to give it back. Empty otherwise.
+    const std::string& DiedBefore() const { return m_diedBefore; }
+    /// Tells others that nobody has died, when this process ends without the destructor.
+    void GiveBack() const;
+
     /// The folder, for what belongs beside the lock.
     int Folder() const { return m_folder.Get(); }
 
@@ -30,6 +35,7 @@ private:
 
     bm_dev::UniqueFd m_folder;
     bm_dev::UniqueFd m_file;
+    std::string m_diedBefore;
 };
 
 /// The group whose members may ask the resident host; the process's own where the machine has no group bmhost.

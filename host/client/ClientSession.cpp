@@ -86,11 +86,13 @@ int ClientSession::WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPT
 void ClientSession::Ask(const json& call, int& result, const std::function<void(const ordered_json&)>& take) {
     const std::string what = call.at("op").get<std::string>() +
                              (call.contains("group") ? " " + call.at("group").get<std::string>() : std::string());
+    m_reasons.clear();
     const ordered_json line = GoodBody(m_client.Post(Calls, call), what);
     try {
         const bool isOfGroup = !call.contains("group") || line.at("group") == call.at("group");
         if (line.at("op") != call.at("op") || !isOfGroup) throw std::runtime_error("the answer to another call");
         result = IntegerOfWire(line.at("result"));
+        m_reasons = line.value("reasons", std::vector<std::string>());
         take(line);
     } catch (const std::exception& error) {
         throw std::runtime_error(HostText(m_client.End().m_process) + " sent what is no answer to `" + what +

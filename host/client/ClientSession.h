@@ -23,6 +23,7 @@ public:
     int WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPTOR::CBMIParams& values) override;
     /// Of those since the session began.
     std::optional<AdaptorEvent> TakeEvent(std::chrono::milliseconds wait) override;
+    std::vector<std::string> ReasonsFromElsewhere() const override { return m_reasons; }
     /// The resident host's log has them.
     StorageComplaints Complaints() const override { return {}; }
 
@@ -30,6 +31,7 @@ private:
     void Ask(const nlohmann::json& call, int& result, const std::function<void(const nlohmann::ordered_json&)>& take);
 
     HostClient& m_client;
+    std::vector<std::string> m_reasons; ///< of the last call
     EventStream m_events;
     std::string m_begun = Rfc3339(WallNow());
 };

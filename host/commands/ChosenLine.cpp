@@ -38,7 +38,7 @@ Context& ChosenLine::Chosen() {
 }
 
 int ChosenLine::Output() const {
-    return STDOUT_FILENO;
+    return m_chosen != nullptr ? m_chosen->Output() : STDOUT_FILENO;
 }
 
 void ChosenLine::Answer(const std::string& text) {

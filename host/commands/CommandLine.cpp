@@ -15,14 +15,16 @@
 #include "bm_dev/HostLog.h"
 
 #include <chrono>
-#include <unistd.h>
 
 namespace bmhost {
 
 // The adaptor's prints would stand between the command's lines: they are withheld, and shown when the adaptor ends the
 // process. To the adaptor an empty bay is an error, and it logs eight of them; traces show them.
 int OutputForPeople(const GlobalOptions& options) {
-    if (options.m_json) return PrintsToStandardError();
+    return options.m_json ? PrintsToStandardError() : OutputForLook(options);
+}
+
+int OutputForLook(const GlobalOptions& options) {
     bm_dev::LogToConsole(options.m_logLevel == BM_LOG_ERROR);
     return PrintsWithheld();
 }
@@ -51,13 +53,16 @@ bool CommandLine::WithSession(const Work& work) {
     return BetweenInitAndFin(session, [&] { return work(session, m_output); });
 }
 
+// In mode 2 the adaptor tells no driver and sets no port. A mode that is given holds for looks too.
 Picture CommandLine::Look() {
-    m_output = OutputForPeople(Globals());
-    ArmEndNotice(Globals());
-    PluginSession session(Globals().m_adaptor, BM_ADAPTOR::HOST_MODE_LOOK_ONLY, Globals().m_storage);
+    m_output = OutputForLook(Globals());
+    constexpr bool limited = true;
+    ArmEndNotice(Globals(), limited);
+    const int mode = Globals().m_modeGiven ? Globals().m_mode : BM_ADAPTOR::HOST_MODE_LOOK_ONLY;
+    PluginSession session(Globals().m_adaptor, mode, Globals().m_storage);
     Picture picture;
     BetweenInitAndFin(session, [&] {
-        picture = ReadPicture(session, BM_ADAPTOR::HOST_MODE_LOOK_ONLY, Globals().m_storage);
+        picture = ReadPicture(session, mode, Globals().m_storage);
         return true;
     });
     return picture;

@@ -29,6 +29,8 @@ private:
 /// Where the output of a command for people goes: the real standard output, while what the adaptor prints is withheld,
 /// or goes to standard error with --json.
 int OutputForPeople(const GlobalOptions& options);
+/// The same for a look, whose JSON nobody follows call by call: the prints are withheld in any case.
+int OutputForLook(const GlobalOptions& options);
 /// From now on the end of the process, and a call that does not return, are told of.
 /// @param limited  whether the command's time is limited where nobody gave a limit
 void ArmEndNotice(const GlobalOptions& options, bool limited = false);

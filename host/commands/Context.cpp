@@ -5,6 +5,8 @@
 #include "host/client/HostOwner.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
+#include "host/views/LookJson.h"
+#include "host/views/Views.h"
 #include "host/words/Command.h"
 #include "host/words/Error.h"
 
@@ -13,10 +15,17 @@
 
 namespace bmhost {
 
-Picture Context::Look() {
-    throw std::runtime_error("no picture of the blade is to be had here");
+namespace {
+
+void ShowRemarks(const std::string& remarks) {
+    for (std::size_t begin = 0; begin < remarks.size();) {
+        const std::size_t end = remarks.find('\n', begin);
+        fprintf(stderr, "bmhost: %s\n", remarks.substr(begin, end - begin).c_str());
+        begin = end + 1;
+    }
 }
 
+} // namespace
 OrderOutcome Context::Give(const Order&) {
     throw std::runtime_error("no order can be given here");
 }
@@ -32,8 +41,6 @@ void RefuseBesideHost(Context& context, const std::string& what) {
 }
 
 bool Do(const Command& command, Context& context) {
-    if (command.IsForPeople() && context.Globals().m_json)
-        throw UsageError(command.Path() + " is for people: expected it without --json");
     return command.Runs()(context);
 }
 
@@ -47,11 +54,22 @@ bool RunForPeople(Context& context, const ForPeople& command) {
     });
     fflush(stdout);
     WriteAll(output, text);
-    if (good && context.Globals().m_quiet) return good;
-    for (std::size_t begin = 0; begin < remarks.size();) {
-        const std::size_t end = remarks.find('\n', begin);
-        fprintf(stderr, "bmhost: %s\n", remarks.substr(begin, end - begin).c_str());
-        begin = end + 1;
+    if (!good || !context.Globals().m_quiet) ShowRemarks(remarks);
+    return good;
+}
+
+bool RunLook(Context& context, const View& view) {
+    const Picture picture = context.Look();
+    const bool good = view.m_isGood(picture);
+    const std::string text = context.Globals().m_json
+                                 ? LookJson(view.m_operation, good, picture)
+                                 : view.m_text(picture, StyleOf(context.Output(), context.Globals().m_wide));
+    fflush(stdout);
+    WriteAll(context.Output(), text);
+    if (view.m_remarks != nullptr) ShowRemarks(view.m_remarks(picture));
+    if (picture.m_source.IsSimulated()) {
+        fprintf(stderr, "bmhost: %s\n", SourceText(picture.m_source).c_str());
+        if (!context.Globals().m_simulated) context.EndWith(ExitSimulated);
     }
     return good;
 }

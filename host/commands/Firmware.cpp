@@ -9,6 +9,7 @@
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/picture/Led.h"
+#include "host/views/Views.h"
 #include "host/words/Commands.h"
 #include "host/words/Error.h"
 #include "host/words/Nearest.h"
@@ -133,9 +134,11 @@ bool RunUpdate(const FirmwareWords& words, Context& context) {
     return GiveOrder(context, "firmware update", order);
 }
 
+// The resident host knows of what it has made; without one there is the history on disk.
 bool RunShow(Context& context) {
     std::vector<std::string> remarks;
-    const auto upgrades = UpgradeHistory(StateFolder()).Read(remarks);
+    const auto upgrades =
+        context.Host() != nullptr ? context.Look().m_upgrades : UpgradeHistory(StateFolder()).Read(remarks);
     WriteAll(context.Output(), context.Globals().m_json ? HistoryLine(upgrades) : HistoryText(upgrades));
     for (const std::string& remark : remarks)
         fprintf(stderr, "bmhost: %s\n", remark.c_str());

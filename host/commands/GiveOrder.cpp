@@ -41,6 +41,22 @@ void Show(const OrderOutcome& outcome, int output) {
     if (!outcome.m_cure.empty()) Remark(outcome.m_cure);
 }
 
+// The modules and their versions.
+Picture PictureForUpgrade(Session& session) {
+    Picture picture;
+    const auto rows = [](const std::unique_ptr<BM_ADAPTOR::CBMITable>& table) {
+        std::vector<BM_ADAPTOR::CBMIParams> all;
+        for (int i = 0; table != nullptr && i < table->GetSize(); ++i)
+            all.push_back(*table->Get(i));
+        return all;
+    };
+    int modulesResult = 0;
+    picture.m_inventory.m_board =
+        rows(session.Table(BM_ADAPTOR::BMI_GROUP_HARDWARE_BOARD, picture.m_inventory.m_result));
+    picture.m_inventory.m_modules = rows(session.Table(BM_ADAPTOR::BMI_GROUP_HARDWARE_AMC_TABLE, modulesResult));
+    return picture;
+}
+
 std::string LineFrom(int descriptor) {
     std::string line;
     char letter = 0;
@@ -81,29 +97,13 @@ bool ShowOutcome(const Context& context, const std::string& name, const OrderOut
     return outcome.m_good;
 }
 
-Picture PictureForOrders(Session& session) {
-    Picture picture;
-    const auto rows = [](const std::unique_ptr<BM_ADAPTOR::CBMITable>& table) {
-        std::vector<BM_ADAPTOR::CBMIParams> all;
-        for (int i = 0; table != nullptr && i < table->GetSize(); ++i)
-            all.push_back(*table->Get(i));
-        return all;
-    };
-    int modulesResult = 0;
-    picture.m_inventory.m_board =
-        rows(session.Table(BM_ADAPTOR::BMI_GROUP_HARDWARE_BOARD, picture.m_inventory.m_result));
-    picture.m_inventory.m_modules = rows(session.Table(BM_ADAPTOR::BMI_GROUP_HARDWARE_AMC_TABLE, modulesResult));
-    return picture;
-}
-
 bool Upgrades(const Order& order) {
     return order.m_name == "firmware-update" && !order.m_values.value("dry_run", false);
 }
 
 OrderOutcome CarryOutHere(const Context& context, const Order& order, Session& session, int output) {
-    const Picture picture = PictureForOrders(session);
-    if (!Upgrades(order)) return CarryOut(order, session, picture);
-    return UpgradeToTheEnd(order, session, picture, context.Globals().m_json ? -1 : output);
+    if (!Upgrades(order)) return CarryOut(order, session, {});
+    return UpgradeToTheEnd(order, session, PictureForUpgrade(session), context.Globals().m_json ? -1 : output);
 }
 
 std::string ProgramOf(const Order& order) {

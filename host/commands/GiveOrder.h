@@ -29,8 +29,6 @@ OrderOutcome CarryOutHere(const Context& context, const Order& order, Session& s
 /// Whether the order is an upgrade that is to be made.
 bool Upgrades(const Order& order);
 
-/// What of the blade orders look at, read by an adaptor that is between init and fin.
-Picture PictureForOrders(Session& session);
 /// Who has the blade's lock meanwhile: "bmhost led set".
 std::string ProgramOf(const Order& order);
 

@@ -1,11 +1,11 @@
 // The options that every command takes.
 #include "host/commands/GlobalOptions.h"
 
+#include "host/session/StorageHome.h"
 #include "host/words/Command.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <system_error>
@@ -42,22 +42,15 @@ std::optional<std::chrono::milliseconds> TimeLimit(const GlobalOptions& options,
     return DefaultTimeout;
 }
 
-std::string StateFile(const std::string& name) {
-    if (const char* state = getenv("XDG_STATE_HOME"); state != nullptr && state[0] != '\0') {
-        return std::string(state) + "/" + name;
-    }
-    const char* home = getenv("HOME");
-    return std::string(home != nullptr ? home : "") + "/.local/state/" + name;
-}
-
 void AddGlobalOptions(Command& root, GlobalOptions& options) {
-    options.m_storage = StateFile("bmhost");
+    options.m_storage = StorageHome();
     root.Option(
         {"--adaptor", "FILE", "the adaptor's library; default: the one installed with bmhost", Choices::Kind::File},
         options.m_adaptor);
     root.Option(
         {"--mode", "N", "the host's mode: in modes 1 and 3 the adaptor touches the board, in mode 2 it only looks"},
         options.m_mode, {});
+    root.App().get_option("--mode")->each([&options](const std::string&) { options.m_modeGiven = true; });
     root.Option({"--log-level", "N", "the global log level; 3 shows traces"}, options.m_logLevel, {});
     root.Option({"--log", "FILE", "write the log to this file as well", Choices::Kind::File}, options.m_logFile);
     root.Option({"--storage", "DIR", "the folder of the host's storage", Choices::Kind::Folder}, options.m_storage);

@@ -13,13 +13,14 @@ class Command;
 struct GlobalOptions {
     std::string m_adaptor; ///< empty: the installed one
     int m_mode = 1;
+    bool m_modeGiven = false; ///< looks use mode 2 unless another is given
     int m_logLevel = 0;
     std::string m_logFile;
     std::string m_storage;
     bool m_json = false;
     int m_noticeAfter = 10000;       ///< milliseconds after which a call that does not return is told of
     std::optional<double> m_timeout; ///< seconds, as it was given
-    bool m_direct = false;           ///< with an adaptor of its own, whoever has the blade
+    bool m_direct = false;           ///< with an adaptor of its own, even beside a resident host
     bool m_quiet = false;
     bool m_simulated = false; ///< simulated data are asked for
     bool m_wide = false;
@@ -36,8 +37,5 @@ void NoteGiven(const Command& root, const Command* command, GlobalOptions& optio
 /// How long a command may take: as it was given, else by default that of everything that somebody waits for.
 /// @param byDefault  whether there is a limit when none was given
 std::optional<std::chrono::milliseconds> TimeLimit(const GlobalOptions& options, bool byDefault);
-
-/// A file of bmhost's own in the user's state folder: $XDG_STATE_HOME, or ~/.local/state.
-std::string StateFile(const std::string& name);
 
 } // namespace bmhost

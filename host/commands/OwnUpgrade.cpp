@@ -8,7 +8,7 @@
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/session/Session.h"
-#include "host/views/StatusNames.h"
+#include "host/picture/StatusNames.h"
 
 #include <chrono>
 #include <cstdio>
@@ -105,8 +105,10 @@ void Keep(const UpgradeFacts& facts, OrderOutcome& outcome) {
 
 std::string TextOfEnd(const UpgradeFacts& facts) {
     std::string text = "file " + PrintableText(facts.m_file) + ", SHA-256 " + facts.m_sha256 + "\n";
+    constexpr std::string_view noController = "UnKn";
     if (!facts.m_versionBefore.empty())
-        text += "firmware before " + PrintableText(facts.m_versionBefore) +
+        text += "firmware before " +
+                (facts.m_versionBefore == noController ? "unknown" : PrintableText(facts.m_versionBefore)) +
                 "; the adaptor does not read it again before another process's init\n";
     return text;
 }

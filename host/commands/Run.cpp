@@ -1,46 +1,110 @@
-// `bmhost run`: a resident host.
-#include "host/resident/Run.h"
-
-#include "host/commands/CommandLine.h"
-#include "host/output/Redirect.h"
-#include "host/resident/RunOutput.h"
-#include "host/resident/Signals.h"
-#include "host/session/PluginSession.h"
+// `bmhost run`: a resident host, which is a program of its own.
+#include "host/commands/Context.h"
+#include "host/session/StorageHome.h"
 #include "host/words/Commands.h"
 
-#include "bm/Log.h"
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace bmhost {
 
 namespace {
 
-bool RunResident(const GlobalOptions& globals) {
-    StopRequest stop;
-    return WithSignals(stop, "stop and fin follow", [&] {
-        // Who asks for traces wants to see the prints as they come, too.
-        const bool prompt = globals.m_json || globals.m_logLevel == BM_LOG_ERROR;
-        const int output = prompt ? PrintsToStandardError() : OutputForPeople(globals);
-        const auto news = globals.m_json ? MakeRunJson(output) : MakeRunText(output);
-        ArmEndNotice(globals);
-        PluginSession session(globals.m_adaptor, globals.m_mode, globals.m_storage);
-        return RunHost(session, *news, stop);
-    });
+constexpr const char* HostProgram = "bmhostd";
+
+struct RunWords {
+    std::string m_config;
+    std::string m_state;
+    std::optional<int> m_sweep;
+    bool m_noStart = false;
+    bool m_exitOnFault = false;
+    bool m_restartOnFault = false;
+};
+
+// Beside this program, as in a build folder, or where it is installed.
+std::string HostFile() {
+    std::error_code error;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    for (const auto& candidate : {folder / HostProgram, folder.parent_path() / "sbin" / HostProgram}) {
+        if (std::filesystem::exists(candidate, error)) return candidate;
+    }
+    return (folder / HostProgram).string();
+}
+
+// What was not given is left to the host's configuration file.
+std::vector<std::string> HostWords(const GlobalOptions& globals, const RunWords& own) {
+    const GlobalOptions defaults = [] {
+        GlobalOptions options;
+        options.m_storage = StorageHome();
+        return options;
+    }();
+    std::vector<std::string> words = {HostProgram};
+    const auto add = [&words](const char* option, const std::string& value, const std::string& usual) {
+        if (value != usual) words.insert(words.end(), {option, value});
+    };
+    add("--adaptor", globals.m_adaptor, defaults.m_adaptor);
+    add("--mode", std::to_string(globals.m_mode), std::to_string(defaults.m_mode));
+    add("--log-level", std::to_string(globals.m_logLevel), std::to_string(defaults.m_logLevel));
+    add("--log", globals.m_logFile, defaults.m_logFile);
+    add("--storage", globals.m_storage, defaults.m_storage);
+    add("--notice-after", std::to_string(globals.m_noticeAfter), std::to_string(defaults.m_noticeAfter));
+    add("--config", own.m_config, "");
+    add("--state", own.m_state, "");
+    if (own.m_sweep) add("--sweep", std::to_string(*own.m_sweep), "");
+    for (const auto& [option, given] : {std::pair{"--json", globals.m_json},
+                                        {"--no-start", own.m_noStart},
+                                        {"--exit-on-fault", own.m_exitOnFault},
+                                        {"--restart-on-fault", own.m_restartOnFault}}) {
+        if (given) words.emplace_back(option);
+    }
+    return words;
+}
+
+// Only what has to end fails: the host takes this process's place.
+bool BecomeHost(const GlobalOptions& globals, const RunWords& own) {
+    const std::string file = HostFile();
+    std::vector<std::string> words = HostWords(globals, own);
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    execv(file.c_str(), arguments.data());
+    throw std::runtime_error(file + ": " + std::strerror(errno));
 }
 
 } // namespace
 
 void AddRun(Commands& commands) {
-    commands.Add("run", "be a resident host until Ctrl-C or SIGTERM", OnCommandLine)
-        .WithoutTimeLimit()
+    Command& run = commands.Add("run", "be the resident host until Ctrl-C or SIGTERM", OnCommandLine);
+    const auto words = run.Own<RunWords>();
+    run.WithoutTimeLimit()
+        .Option({"--config", "FILE", "the host's configuration file", Choices::Kind::File}, words->m_config)
+        .Option({"--state", "DIR", "the folder of the history of upgrades", Choices::Kind::Folder}, words->m_state)
+        .Option({"--sweep", "S", "seconds in which every LED is read once; default 30"}, words->m_sweep, {1, 86400})
+        .Flag({"--no-start", "", "init only: `bmhost start` starts the blade"}, words->m_noStart)
+        .Flag({"--exit-on-fault", "", "end when init or start does not return 1, or a fault is found"},
+              words->m_exitOnFault)
+        .Flag({"--restart-on-fault", "", "stop and start after a fault, which interrupts all calls"},
+              words->m_restartOnFault)
         .Details(
             "Calls init and start, tells events and health as they happen, one line each (with --json a JSON line), and\n"
-            "calls stop and fin at SIGINT, SIGTERM or SIGHUP. bmhost lets a tool that runs come to its end first; Ctrl-C\n"
-            "reaches the tool as well, as in a shell. The third signal ends bmhost at once. What the tools printed is\n"
-            "shown when start or stop fails, or a fault is found. The log is not shown: --log FILE keeps it,\n"
-            "--log-level 3 shows both. Ends by itself when init or start fails.\n"
-            "Status 0 when every call returned 1 and no fault was found.\n")
+            "answers the other commands of bmhost, before init has returned and when init or start fails. Calls stop and\n"
+            "fin at SIGINT or SIGTERM, once an upgrade has ended; SIGHUP reads the configuration again. bmhost lets a\n"
+            "tool that runs come to its end first; Ctrl-C reaches the tool as well, as in a shell. The second signal does\n"
+            "not wait for an upgrade, the third ends bmhost at once. What the tools printed is shown when start or stop\n"
+            "fails, or a fault is found. The log is not shown: --log FILE keeps it, --log-level 3 shows both.\n"
+            "Status 0 when the last init, start, stop and fin returned 1 and no fault stands; 6 when another host has\n"
+            "the blade.\n")
         .Example("bmhost run")
-        .Run([](Context& context) { return RunResident(context.Globals()); });
+        .Run([words](Context& context) { return BecomeHost(context.Globals(), *words); });
 }
 
 } // namespace bmhost

@@ -5,6 +5,7 @@
 #include "host/commands/CommandList.h"
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
+#include "host/picture/ReadPicture.h"
 #include "host/session/PluginSession.h"
 
 #include <unistd.h>
@@ -22,6 +23,7 @@ public:
 
     bool Make(Call& call) override { return MakeCall(m_session, call, m_output); }
     bool WithSession(const Work& work) override { return work(m_session, Output()); }
+    Picture Look() override { return ReadPicture(m_session, Globals().m_mode, Globals().m_storage); }
     int Output() const override { return STDOUT_FILENO; }
     void Answer(const std::string& text) override { WriteAll(Output(), text); }
 

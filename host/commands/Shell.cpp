@@ -10,6 +10,7 @@
 #include "host/output/Output.h"
 #include "host/picture/ReadPicture.h"
 #include "host/session/PluginSession.h"
+#include "host/session/StorageHome.h"
 #include "host/shell/ShellLines.h"
 #include "host/words/Completion.h"
 

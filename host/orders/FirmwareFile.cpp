@@ -68,7 +68,7 @@ std::string StateFolder() {
         const char* const value = getenv(name);
         return std::string(value != nullptr ? value : "");
     };
-    if (const std::string run = variable("BLADESIM_RUN_DIR"); !run.empty()) return run + "/state";
+    if (const std::string run = variable("BLADESIM_RUN_DIR"); !run.empty()) return run + "/bmhost";
     if (geteuid() == 0) return "/var/lib/bmhost";
     if (const std::string state = variable("XDG_STATE_HOME"); !state.empty()) return state + "/bmhost";
     return variable("HOME") + "/.local/state/bmhost";

@@ -3,8 +3,8 @@
 #include "host/output/TextOutput.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
-#include "host/views/Led.h"
-#include "host/views/StatusNames.h"
+#include "host/picture/Led.h"
+#include "host/picture/StatusNames.h"
 #include "host/words/Error.h"
 
 #include <algorithm>

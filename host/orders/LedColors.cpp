@@ -30,7 +30,8 @@ bool WasTaken(int result) {
 }
 
 // The row as it has to be written to get it back; times are read in tens of milliseconds.
-LedRow ToWrite(LedRow row) {
+LedRow ToWrite(LedRow row, int anyColor) {
+    if (row.m_color == LedNoColor) row.m_color = anyColor; // it is off
     const bool blinks = row.m_onTime > 1;
     if (blinks) {
         row.m_onTime *= 10;
@@ -62,11 +63,10 @@ FoundLedColors FindLedColors(Session& session, LedPlace place, int refused, cons
     }
     for (const int color : AllColors) {
         if (color == refused) continue;
-        if (WasTaken(WriteLed(session, place, {0, 0, 1, 0, color, {}}))) found.m_colors.push_back(color);
+        if (WasTaken(WriteLed(session, place, {0, 1, 0, 0, color, {}}))) found.m_colors.push_back(color);
     }
     if (found.m_colors.empty()) return found; // nothing was changed
-    const bool wasOff = before.m_local == 0 && before.m_onTime == 0 && before.m_offTime == 1;
-    if (!wasOff) found.m_restored = WasTaken(WriteLed(session, place, ToWrite(before)));
+    found.m_restored = WasTaken(WriteLed(session, place, ToWrite(before, found.m_colors.front())));
     return found;
 }
 

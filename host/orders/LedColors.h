@@ -1,7 +1,7 @@
 // Which colours an LED can have.
 #pragma once
 
-#include "host/views/Led.h"
+#include "host/picture/Led.h"
 
 #include <optional>
 #include <vector>
@@ -24,8 +24,9 @@ struct FoundLedColors {
     bool m_restored = true;    ///< the LED shows again what it showed before
 };
 
-/// The colours that the LED supports: as its row names them, or else found by switching the LED off in each of them,
-/// with its former state written back afterwards. Nothing during a lamp test, which cannot be written back.
+/// The colours that the LED supports: as its row names them, or else found by switching the LED on in each of them
+/// (a controller takes any colour for off), with its former state written back afterwards. Nothing during a lamp test,
+/// which cannot be written back.
 /// @param refused  a colour that it is known not to have
 /// @param before  what it shows now
 FoundLedColors FindLedColors(Session& session, LedPlace place, int refused, const LedRow& before);

@@ -1,5 +1,5 @@
 // One JSON line per call.
-#include "host/output/Output.h"
+#include "host/output/JsonOutput.h"
 
 #include "host/output/Redirect.h"
 #include "host/words/Names.h"
@@ -7,6 +7,8 @@
 #include "bm_dev/ByteText.h"
 
 #include <nlohmann/json.hpp>
+
+#include <utility>
 
 namespace bmhost {
 
@@ -43,7 +45,7 @@ ordered_json Row(const CBMIParams& row) {
 
 class JsonOutput final : public Output {
 public:
-    explicit JsonOutput(int descriptor) : m_descriptor(descriptor) {}
+    explicit JsonOutput(std::function<void(ordered_json)> taker) : m_taker(std::move(taker)) {}
 
     void Lifecycle(std::string_view operation, int result) override { Line({{"op", operation}, {"result", result}}); }
 
@@ -75,16 +77,21 @@ public:
     void NoEvent() override { Line({{"op", "wait-event"}, {"result", 0}}); }
 
 private:
-    // Writes whole lines at once, so that a reader at the end of a pipe can follow call by call.
-    void Line(const ordered_json& fields) const { WriteAll(m_descriptor, bm_dev::EscapedJson(fields.dump()) + "\n"); }
+    void Line(ordered_json fields) const { m_taker(std::move(fields)); }
 
-    int m_descriptor;
+    std::function<void(ordered_json)> m_taker;
 };
 
 } // namespace
 
+std::unique_ptr<Output> MakeJsonOutput(std::function<void(ordered_json)> taker) {
+    return std::make_unique<JsonOutput>(std::move(taker));
+}
+
+// Writes whole lines at once, so that a reader at the end of a pipe can follow call by call.
 std::unique_ptr<Output> MakeJsonOutput(int descriptor) {
-    return std::make_unique<JsonOutput>(descriptor);
+    return MakeJsonOutput(
+        [descriptor](const ordered_json& fields) { WriteAll(descriptor, bm_dev::EscapedJson(fields.dump()) + "\n"); });
 }
 
 } // namespace bmhost

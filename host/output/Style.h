@@ -10,4 +10,10 @@ struct Style {
     bool m_wide = false; ///< tables are not cut, whatever the width
 };
 
+/// That of the terminal at the descriptor; anything else has neither colours nor a width, and shows ASCII.
+Style StyleOf(int descriptor, bool wide = false);
+
+/// Whether the descriptor is a terminal, and colours are not turned off.
+bool ColorWanted(int descriptor);
+
 } // namespace bmhost

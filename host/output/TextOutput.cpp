@@ -11,7 +11,6 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 #include <utility>
 
 namespace bmhost {
@@ -124,20 +123,21 @@ std::vector<std::vector<std::string>> TableLines(const CBMITable& table) {
 }
 
 std::string AlignedTable(const std::vector<std::vector<std::string>>& lines, bool color, const CellPainter& painter) {
+    return AlignedTable(lines, Style{color, false, 0, false}, painter);
+}
+
+std::string AlignedTable(const std::vector<std::vector<std::string>>& lines, const Style& style,
+                         const CellPainter& painter) {
     constexpr const char* bold = "1";
     bm_dev::TableRows rows(lines.size());
     for (std::size_t line = 0; line < lines.size(); ++line) {
         for (std::size_t column = 0; column < lines[line].size(); ++column) {
-            const char* const paint = color && line > 0 && painter ? painter(line, column) : nullptr;
+            const char* const paint = style.m_color && line > 0 && painter ? painter(line, column) : nullptr;
             rows[line].push_back({lines[line][column], line == 0 ? bold : paint});
         }
     }
-    return bm_dev::FormatTable(std::move(rows), color, "  ");
-}
-
-bool ColorWanted(int descriptor) {
-    const char* noColor = getenv("NO_COLOR");
-    return isatty(descriptor) == 1 && (noColor == nullptr || noColor[0] == '\0');
+    const auto width = static_cast<std::size_t>(style.m_wide ? 0 : std::max(style.m_width, 0));
+    return bm_dev::FormatTable(std::move(rows), style.m_color, "  ", {width, style.m_utf8 ? "…" : "..."});
 }
 
 std::unique_ptr<Output> MakeTextOutput(int descriptor) {

@@ -1,6 +1,8 @@
 // What people read: values as text, and aligned tables.
 #pragma once
 
+#include "host/output/Style.h"
+
 #include "bm/Params.h"
 
 #include <functional>
@@ -24,10 +26,11 @@ using CellPainter = std::function<const char*(std::size_t line, std::size_t colu
 std::string AlignedTable(const std::vector<std::vector<std::string>>& lines, bool color,
                          const CellPainter& painter = {});
 
+/// The same for an output of this style: cut to the terminal's width.
+std::string AlignedTable(const std::vector<std::vector<std::string>>& lines, const Style& style,
+                         const CellPainter& painter = {});
+
 /// The table's rows under column names, taken from the rows in order of appearance.
 std::vector<std::vector<std::string>> TableLines(const BM_ADAPTOR::CBMITable& table);
-
-/// Whether the descriptor is a terminal, and colours are not turned off.
-bool ColorWanted(int descriptor);
 
 } // namespace bmhost

@@ -49,10 +49,11 @@ void ReadAddress(Session& session, DspFacts& dsp) {
     if (result == Success && row != nullptr) {
         dsp.m_ip = TextOf(*row, BMI_HW_AMC_DSP_EX_IP);
     } else if (result == NoRow) {
-        dsp.m_note = "not in service";
-    } else if (session.Complaints().m_count != told) {
         dsp.m_read = false;
-        dsp.m_note = session.Complaints().m_last;
+        dsp.m_note = DspNotInService;
+    } else if (const StorageComplaints complaints = session.Complaints(); complaints.m_count != 0) {
+        dsp.m_read = complaints.m_count == told; // what was refused before may be why there is none
+        dsp.m_note = complaints.m_last;
     }
 }
 

@@ -30,6 +30,8 @@ void ReadLedInto(Session& session, LedPlace place, std::vector<LedReading>& leds
 /// All of them.
 std::vector<LedReading> ReadLeds(Session& session);
 
+/// The note of a DSP that the adaptor gives no address because it does not serve it.
+inline constexpr const char* DspNotInService = "not in service";
 /// The DSPs with their addresses. In mode 2 the adaptor serves none of these, see AddStored.
 std::vector<DspFacts> ReadDsps(Session& session);
 /// The switch's ports; in mode 2 there are none, see AddStored.

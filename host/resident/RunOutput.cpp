@@ -65,7 +65,8 @@ public:
         case HealthState::Monitored:
             return Line("health: monitored", Green);
         case HealthState::Fault:
-            return Line("health: fault" + ReasonsText(change), Red);
+            Line("health: fault" + ReasonsText(change), Red);
+            return Line("health: no longer monitored, until the next start", Plain);
         case HealthState::Ended:
         case HealthState::NotMonitored:
             return Line("health: no longer monitored", Plain);

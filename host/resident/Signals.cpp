@@ -100,7 +100,7 @@ void Tell(int signal, const std::string& text) {
 
 void StopRequest::Ask() {
     const std::lock_guard lock(m_guard);
-    m_asked = true;
+    ++m_asked;
     m_changed.notify_all();
 }
 
@@ -108,12 +108,23 @@ bool StopRequest::Asked() {
     return WaitFor(std::chrono::milliseconds(0));
 }
 
-bool StopRequest::WaitFor(std::chrono::milliseconds time) {
-    std::unique_lock lock(m_guard);
-    return m_changed.wait_for(lock, time, [this] { return m_asked; });
+bool StopRequest::AskedTwice() {
+    const std::lock_guard lock(m_guard);
+    return m_asked > 1;
 }
 
-bool WithSignals(StopRequest& stop, const std::string& promise, const std::function<bool()>& work) {
+void StopRequest::Wait() {
+    std::unique_lock lock(m_guard);
+    m_changed.wait(lock, [this] { return m_asked > 0; });
+}
+
+bool StopRequest::WaitFor(std::chrono::milliseconds time) {
+    std::unique_lock lock(m_guard);
+    return m_changed.wait_for(lock, time, [this] { return m_asked > 0; });
+}
+
+bool WithSignals(StopRequest& stop, const std::string& promise, const std::function<bool()>& work,
+                 const std::function<void()>& reload) {
     const TakenSignals signals;
     bool good = false;
     std::exception_ptr error;
@@ -128,6 +139,10 @@ bool WithSignals(StopRequest& stop, const std::string& promise, const std::funct
     });
     int count = 0;
     for (int signal = signals.Next(); signal != 0; signal = signals.Next()) {
+        if (signal == SIGHUP && reload) {
+            reload();
+            continue;
+        }
         if (++count == LastChances) TakenSignals::EndBy(signal);
         Tell(signal, count == 1 ? promise : "one more ends bmhost at once");
         stop.Ask();

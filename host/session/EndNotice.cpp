@@ -11,9 +11,12 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <list>
 #include <mutex>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace bmhost {
 
@@ -21,13 +24,19 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+struct CallNoted {
+    std::string m_name;
+    std::thread::id m_thread;
+    WallTime m_since{};
+    Clock::time_point m_begun;
+    std::chrono::milliseconds m_told{}; // after which time the next line is due
+};
+
 // Never destroyed: the adaptor may end the process on a thread of its own.
 struct Notice {
     std::mutex m_guard;
     std::condition_variable m_changed;
-    std::string m_call;
-    WallTime m_since{};
-    unsigned m_calls = 0; // counts starts and ends
+    std::list<CallNoted> m_calls; // oldest first
     bool m_armed = false;
     std::chrono::milliseconds m_firstWait{};
     std::optional<std::chrono::milliseconds> m_limit;
@@ -51,6 +60,13 @@ std::string Seconds(std::chrono::milliseconds time) {
     return text.data();
 }
 
+// The call that was made on this thread; where a thread of the adaptor's own ends the process, the oldest.
+const std::string& Culprit(const Notice& notice) {
+    const auto own = std::find_if(notice.m_calls.begin(), notice.m_calls.end(),
+                                  [](const CallNoted& call) { return call.m_thread == std::this_thread::get_id(); });
+    return own != notice.m_calls.end() ? own->m_name : notice.m_calls.front().m_name;
+}
+
 void OnExit(int status, void*) {
     Notice& notice = TheNotice();
     const std::lock_guard lock(notice.m_guard);
@@ -58,48 +74,46 @@ void OnExit(int status, void*) {
     fflush(stdout); // the adaptor's prints come first
     ShowWithheld();
     bm_dev::LogToConsole(false); // its other threads may log until the very end
-    const std::string where = notice.m_call.empty() ? "between two calls" : "during `" + notice.m_call + "`";
+    const std::string where = notice.m_calls.empty() ? "between two calls" : "during `" + Culprit(notice) + "`";
     Tell("the adaptor ended the process " + where + " (exit status " + std::to_string(status) + ")");
     notice.m_armed = false; // that was the last line
+    notice.m_end = Clock::time_point::max();
 }
 
 // The thread that waits for the adaptor may hold whatever an orderly end needs.
 [[noreturn]] void EndForTime(const Notice& notice) {
-    const std::string what = notice.m_call.empty()
-                                 ? "between two calls"
-                                 : "waiting for the adaptor's `" + notice.m_call + "` since " + Rfc3339(notice.m_since);
+    const std::string what = notice.m_calls.empty() ? "between two calls"
+                                                    : "waiting for the adaptor's `" + notice.m_calls.front().m_name +
+                                                          "` since " + Rfc3339(notice.m_calls.front().m_since);
     Tell("the time is up (" + Seconds(*notice.m_limit) + "): " + what);
     _exit(ExitTimeUp);
 }
 
-// Waits for the condition until then, and ends the process when its time is up first. False when it is then.
-template <typename Condition>
-bool WaitForChange(std::unique_lock<std::mutex>& lock, Clock::time_point then, const Condition& condition) {
-    Notice& notice = TheNotice();
-    constexpr std::chrono::hours longestWait(1);
-    while (!condition()) {
-        const auto now = Clock::now();
-        if (notice.m_armed && now >= notice.m_end) EndForTime(notice);
-        if (now >= then) return false;
-        notice.m_changed.wait_until(lock, std::min({then, notice.m_end, now + longestWait}));
+// Tells of the calls whose time has come, and returns when the next one's does.
+Clock::time_point TellOfWaiting(Notice& notice, Clock::time_point now) {
+    auto next = Clock::time_point::max();
+    for (CallNoted& call : notice.m_calls) {
+        if (call.m_told == std::chrono::milliseconds(0)) call.m_told = notice.m_firstWait;
+        if (now - call.m_begun >= call.m_told) {
+            if (notice.m_armed)
+                Tell("`" + call.m_name + "` has not returned for " + Seconds(call.m_told) +
+                     "; still waiting for the adaptor");
+            call.m_told += 6 * notice.m_firstWait;
+        }
+        next = std::min(next, call.m_begun + call.m_told);
     }
-    return true;
+    return next;
 }
 
 void Watch() {
+    constexpr std::chrono::hours longestWait(1);
     Notice& notice = TheNotice();
     std::unique_lock lock(notice.m_guard);
     for (;;) {
-        WaitForChange(lock, Clock::time_point::max(), [&] { return !notice.m_call.empty(); });
-        const unsigned call = notice.m_calls;
-        std::chrono::milliseconds waited(0);
-        std::chrono::milliseconds wait = notice.m_firstWait;
-        while (!WaitForChange(lock, Clock::now() + wait, [&] { return notice.m_calls != call; })) {
-            waited += wait;
-            wait = 6 * notice.m_firstWait;
-            if (!notice.m_armed) continue;
-            Tell("`" + notice.m_call + "` has not returned for " + Seconds(waited) + "; still waiting for the adaptor");
-        }
+        const auto now = Clock::now();
+        if (notice.m_armed && now >= notice.m_end) EndForTime(notice);
+        const auto next = TellOfWaiting(notice, now);
+        notice.m_changed.wait_until(lock, std::min({next, notice.m_end, now + longestWait}));
     }
 }
 
@@ -125,18 +139,17 @@ void DisarmEndNotice() {
 CallUnderWay::CallUnderWay(std::string name) {
     Notice& notice = TheNotice();
     const std::lock_guard lock(notice.m_guard);
-    notice.m_call = std::move(name);
-    notice.m_since = WallNow();
-    ++notice.m_calls;
+    notice.m_calls.push_back({std::move(name), std::this_thread::get_id(), WallNow(), Clock::now()});
     notice.m_changed.notify_one();
 }
 
 CallUnderWay::~CallUnderWay() {
     Notice& notice = TheNotice();
     const std::lock_guard lock(notice.m_guard);
-    notice.m_call.clear();
-    ++notice.m_calls;
-    notice.m_changed.notify_one();
+    // One thread makes one call at a time; one inside another began later.
+    const auto last = std::find_if(notice.m_calls.rbegin(), notice.m_calls.rend(),
+                                   [](const CallNoted& call) { return call.m_thread == std::this_thread::get_id(); });
+    notice.m_calls.erase(std::next(last).base());
 }
 
 } // namespace bmhost

@@ -18,6 +18,7 @@ public:
     ~Plugin();
 
     BM_ADAPTOR::CBaseAdaptor& Adaptor() { return *m_adaptor; }
+    const std::string& File() const { return m_file; }
 
 private:
     void* Symbol(const char* name);

@@ -2,6 +2,7 @@
 #include "host/session/PluginSession.h"
 
 #include "host/session/EndNotice.h"
+#include "host/session/StorageHome.h"
 #include "host/words/Names.h"
 
 #include <exception>
@@ -14,6 +15,7 @@ namespace {
 
 // Never destroyed: without a `fin` the adaptor's threads may send events until the process has ended.
 HostManager& LastingManager(int mode, const std::string& storage) {
+    TakeStorageOver(storage);
     static std::list<HostManager>& managers = *new std::list<HostManager>;
     return managers.emplace_back(mode, storage);
 }

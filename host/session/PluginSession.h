@@ -26,6 +26,8 @@ public:
 
     /// The host's side: where the adaptor's events arrive. It is never destroyed.
     HostManager& Manager() { return m_manager; }
+    /// The adaptor's library.
+    const std::string& AdaptorFile() const { return m_plugin.File(); }
 
 private:
     StorageLog m_storageLog;

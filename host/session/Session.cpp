@@ -27,15 +27,6 @@ std::string NameOf(const Call& call) {
     return NeedsLife(call.m_operation) ? name + " " + Hex(call.m_group) : name;
 }
 
-// On standard error: the lines on standard output have their fixed form.
-void TellReasons(const Call& call, const MadeCall& made) {
-    const std::string text = ReasonsText(made.m_reasons);
-    if (text.empty()) return;
-    fflush(stdout);
-    fprintf(stderr, "bmhost: %s returned %s\n%s", NameOf(call).c_str(), ResultText(made.m_result).c_str(),
-            text.c_str());
-}
-
 } // namespace
 
 MadeCall MakeAndShow(Session& session, Call& call, Output& output) {
@@ -71,12 +62,22 @@ MadeCall MakeAndShow(Session& session, Call& call, Output& output) {
         break;
     }
     MadeCall made{result, reasons.Texts()};
-    if (result != Success) TellReasons(call, made);
+    if (made.m_reasons.empty()) made.m_reasons = session.ReasonsFromElsewhere();
     return made;
 }
 
+void TellReasons(const Call& call, const MadeCall& made) {
+    const std::string text = made.m_result == Success ? "" : ReasonsText(made.m_reasons);
+    if (text.empty()) return;
+    fflush(stdout);
+    fprintf(stderr, "bmhost: %s returned %s\n%s", NameOf(call).c_str(), ResultText(made.m_result).c_str(),
+            text.c_str());
+}
+
 bool MakeCall(Session& session, Call& call, Output& output) {
-    return MakeAndShow(session, call, output).m_result == Success;
+    const MadeCall made = MakeAndShow(session, call, output);
+    TellReasons(call, made);
+    return made.m_result == Success;
 }
 
 bool MakeCallAlone(Session& session, Call& call, Output& output) {

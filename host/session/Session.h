@@ -42,6 +42,9 @@ public:
 
     /// The oldest event not yet taken; waits for one.
     virtual std::optional<AdaptorEvent> TakeEvent(std::chrono::milliseconds wait) = 0;
+    /// The errors that were logged during the last call, where it was made in another process: the log of this one has
+    /// the others.
+    virtual std::vector<std::string> ReasonsFromElsewhere() const { return {}; }
     /// Those of this session.
     virtual StorageComplaints Complaints() const = 0;
     /// Whether this session has begun a firmware upgrade. Before the first one the adaptor's row reads as a finished
@@ -55,10 +58,12 @@ struct MadeCall {
     std::vector<std::string> m_reasons;
 };
 
-/// Makes one call and shows it; when it does not return 1, its errors with cause and cure stand on standard error. For
-/// sleep and wait-event the result is always 1.
+/// Makes one call and shows it. For sleep and wait-event the result is always 1.
 MadeCall MakeAndShow(Session& session, Call& call, Output& output);
-/// The same. True when it returned 1.
+/// Puts the errors of a call that did not return 1 on standard error, with cause and cure: the lines on standard output
+/// have their fixed form. Nothing for any other call, or when nothing was logged.
+void TellReasons(const Call& call, const MadeCall& made);
+/// Both. True when the call returned 1.
 bool MakeCall(Session& session, Call& call, Output& output);
 /// A call alone on the command line: read, table and write have init before and fin after, which show nothing.
 bool MakeCallAlone(Session& session, Call& call, Output& output);

@@ -51,6 +51,7 @@ bool Shell::Make(Call& call) {
         break;
     }
     const MadeCall made = MakeAndShow(*m_session, call, *m_output);
+    TellReasons(call, made);
     Keep(call, made);
     const bool good = made.m_result == Success;
     fflush(stdout);

@@ -3,9 +3,9 @@
 
 #include "host/output/TextOutput.h"
 #include "host/session/Session.h"
-#include "host/words/Names.h"
+#include "host/views/Views.h"
 
-#include <cstdio>
+#include <algorithm>
 
 namespace bmhost {
 
@@ -51,31 +51,53 @@ std::vector<std::string> LedLine(LedPlace place, const LedRow& row) {
 }
 
 std::string LedTable(const std::vector<std::vector<std::string>>& lines, bool color) {
+    return LedTable(lines, Style{color, false, 0, false});
+}
+
+// The age is a column only where a line has one.
+std::string LedTable(const std::vector<std::vector<std::string>>& lines, const Style& style) {
     std::vector<std::vector<std::string>> table = {{"place", "LED", "colour", "state", "times", "control"}};
+    const std::size_t columns = table[0].size();
+    if (std::ranges::any_of(lines, [=](const auto& line) { return line.size() > columns; }))
+        table[0].emplace_back("read");
     table.insert(table.end(), lines.begin(), lines.end());
-    return AlignedTable(table, color, [&](std::size_t line, std::size_t column) {
+    return AlignedTable(table, style, [&](std::size_t line, std::size_t column) {
         const bool painted = column == ColorColumn || column == StateColumn;
         return painted ? PaintOf(table[line][ColorColumn]) : nullptr;
     });
 }
 
-bool LedPanel(Session& session, bool color, std::string& text) {
-    std::vector<std::vector<std::string>> table;
-    bool allRead = true;
-    for (int bay = BaseboardBay; bay <= RtmBay; ++bay) {
-        for (int led = FirstLed; led <= LastLed; ++led) {
-            int result = 0;
-            const auto row = ReadLed(session, {bay, led}, result);
-            if (row) {
-                table.push_back(LedLine({bay, led}, *row));
-            } else if (result != NotFound) {
-                table.push_back({LedBayText(bay), LedText(led), "?", "not read, result " + std::to_string(result)});
-                allRead = false;
-            }
+std::string AgeText(int64_t milliseconds) {
+    constexpr int64_t second = 1000;
+    constexpr int64_t minute = 60 * second;
+    constexpr int64_t hour = 60 * minute;
+    if (milliseconds < second) return "now";
+    if (milliseconds < minute) return std::to_string(milliseconds / second) + " s";
+    if (milliseconds < hour) return std::to_string(milliseconds / minute) + " min";
+    return std::to_string(milliseconds / hour) + " h";
+}
+
+std::string LedsText(const Picture& picture, const Style& style) {
+    std::vector<std::vector<std::string>> lines;
+    for (const LedReading& reading : picture.m_leds) {
+        const LedPlace place = {reading.m_bay, reading.m_led};
+        if (!reading.m_state) {
+            lines.push_back({LedBayText(place.m_bay), LedText(place.m_led), "?",
+                             "not read, result " + std::to_string(reading.m_result)});
+            continue;
         }
+        std::vector<std::string>& line = lines.emplace_back(LedLine(place, LedRowOf(*reading.m_state, place.m_bay)));
+        if (!picture.m_host.m_resident) continue;
+        const std::string age = AgeText((picture.m_time - reading.m_read).count());
+        line.push_back((age == "now" ? age : age + " ago") +
+                       (reading.m_result == Success ? "" : ", not since: result " + std::to_string(reading.m_result)));
     }
-    text += table.empty() ? "no LED\n" : LedTable(table, color);
-    return allRead && !table.empty();
+    return lines.empty() ? "no LED\n" : LedTable(lines, style);
+}
+
+bool LedsAreGood(const Picture& picture) {
+    return !picture.m_leds.empty() &&
+           std::ranges::all_of(picture.m_leds, [](const LedReading& reading) { return reading.m_result == Success; });
 }
 
 } // namespace bmhost

@@ -3,9 +3,12 @@
 
 #include "host/output/TextOutput.h"
 
+#include "bm_dev/ByteText.h"
+
 #include <nlohmann/json.hpp>
 
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 #include <vector>
 
@@ -28,29 +31,51 @@ std::vector<std::string> RecordLine(const json& record) {
     return {number("open"), number("write"), PrintableText(record.value("text", "")), PrintableText(end)};
 }
 
+bool InBlade(const char* runFolder) {
+    return runFolder != nullptr && *runFolder != '\0';
+}
+
+// Nothing where there is no driver.
+std::optional<std::vector<json>> RecordsIn(const char* runFolder) {
+    const std::string name = std::string(runFolder) + Records;
+    std::ifstream file(name);
+    if (!file) return std::nullopt;
+    std::vector<json> records;
+    for (std::string line; std::getline(file, line);) {
+        try {
+            records.push_back(json::parse(line));
+            RecordLine(records.back());
+        } catch (const json::exception& error) {
+            throw std::runtime_error(name + ":" + std::to_string(records.size() + 1) + ": " + error.what());
+        }
+    }
+    return records;
+}
+
 } // namespace
 
-bool PstnTable(const char* runFolder, bool color, std::string& text) {
-    if (runFolder == nullptr || *runFolder == '\0') {
+bool PstnTable(const char* runFolder, const Style& style, std::string& text) {
+    if (!InBlade(runFolder)) {
         text += "no simulated blade: what a driver was told is known within one only (bladesim -- bmhost pstn)\n";
         return false;
     }
-    const std::string name = std::string(runFolder) + Records;
-    std::ifstream file(name);
-    if (!file) {
+    const auto records = RecordsIn(runFolder);
+    if (!records) {
         text += "this blade has no PCI driver to be told of the PSTN\n";
         return false;
     }
     std::vector<std::vector<std::string>> lines = {{"open", "write", "record", "result"}};
-    for (std::string line; std::getline(file, line);) {
-        try {
-            lines.push_back(RecordLine(json::parse(line)));
-        } catch (const json::exception& error) {
-            throw std::runtime_error(name + ":" + std::to_string(lines.size()) + ": " + error.what());
-        }
-    }
-    text += lines.size() > 1 ? AlignedTable(lines, color) : "the driver was told nothing\n";
+    for (const json& record : *records)
+        lines.push_back(RecordLine(record));
+    text += lines.size() > 1 ? AlignedTable(lines, style) : "the driver was told nothing\n";
     return true;
+}
+
+bool PstnJson(const char* runFolder, std::string& text) {
+    const auto records = InBlade(runFolder) ? RecordsIn(runFolder) : std::nullopt;
+    const nlohmann::ordered_json object = {{"op", "pstn"}, {"records", records ? json(*records) : json(nullptr)}};
+    text += bm_dev::EscapedJson(object.dump()) + "\n";
+    return records.has_value();
 }
 
 } // namespace bmhost

@@ -41,11 +41,6 @@ Command& Command::Usage(const std::string& words) {
     return *this;
 }
 
-Command& Command::ForPeople() {
-    m_forPeople = true;
-    return *this;
-}
-
 Command& Command::WithoutTimeLimit() {
     m_lasts = true;
     return *this;

@@ -81,8 +81,6 @@ public:
     Command& Example(const std::string& line);
     /// In place of the usage that the words and options make.
     Command& Usage(const std::string& words);
-    /// It has no JSON.
-    Command& ForPeople();
     /// It ends when somebody ends it, or takes as long as it takes: no time limit but one that was given.
     Command& WithoutTimeLimit();
     Command& Dash(Dashes dashes);
@@ -133,7 +131,6 @@ public:
     /// The same in one line: "dsp, or dsp set-ip N ADDRESS".
     std::string Forms() const;
     std::string Help() const;
-    bool IsForPeople() const { return m_forPeople; }
     bool Lasts() const { return m_lasts; }
     Dashes HowDashesAreRead() const { return m_dashes; }
     const Runner& Runs() const { return m_run; }
@@ -166,7 +163,6 @@ private:
     bool m_lastWordRepeats = false;
     std::string m_details;
     std::vector<std::string> m_examples;
-    bool m_forPeople = false;
     bool m_lasts = false;
     Dashes m_dashes = Dashes::AreOptions;
     Runner m_run;

@@ -11,6 +11,9 @@ namespace bladesim {
 
 /// Every connection is an open /dev/ipmi0. When nobody listens there is no device.
 inline constexpr char DriverSocket[] = "bladesim/ipmi0";
+/// Bound in a blade whose /dev/ipmi0 may not be opened. It is a datagram socket, which clients can find without being
+/// accepted.
+inline constexpr char DeniedSocket[] = "bladesim/ipmi0-denied";
 /// Takes orders: a line of JSON each, answered by a line of JSON.
 inline constexpr char ControlSocket[] = "bladesim/control";
 
@@ -32,6 +35,10 @@ SocketAddress AbstractAddress(const char (&name)[Size]) {
 
 inline SocketAddress DriverAddress() {
     return AbstractAddress(DriverSocket);
+}
+
+inline SocketAddress DeniedAddress() {
+    return AbstractAddress(DeniedSocket);
 }
 
 inline SocketAddress ControlAddress() {

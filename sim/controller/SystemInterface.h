@@ -11,6 +11,7 @@ namespace bladesim {
 enum class SystemInterface : uint8_t {
     Bridge,  ///< bladesim's driver: COMMAND finds the blade's own /dev/ipmi0
     None,    ///< nobody: no controller, no /dev/ipmi0
+    Denied,  ///< nobody may: the controller is up, but its /dev/ipmi0 may not be opened
     Machine, ///< this machine's kernel: COMMAND uses its /dev/ipmi0, whatever controller that has
     Guest,   ///< a virtual machine that COMMAND starts: it connects to the controller's port
 };
@@ -21,10 +22,8 @@ struct SystemInterfaceName {
 };
 
 constexpr SystemInterfaceName SystemInterfaces[] = {
-    {"bridge", SystemInterface::Bridge},
-    {"none", SystemInterface::None},
-    {"machine", SystemInterface::Machine},
-    {"guest", SystemInterface::Guest},
+    {"bridge", SystemInterface::Bridge},   {"none", SystemInterface::None},   {"denied", SystemInterface::Denied},
+    {"machine", SystemInterface::Machine}, {"guest", SystemInterface::Guest},
 };
 
 /// The variable in COMMAND's environment that holds the name.
@@ -36,7 +35,8 @@ inline std::string NameOf(SystemInterface interface) {
 
 /// Whether the blade has its own controller.
 constexpr bool HasController(SystemInterface interface) {
-    return interface == SystemInterface::Bridge || interface == SystemInterface::Guest;
+    return interface == SystemInterface::Bridge || interface == SystemInterface::Denied ||
+           interface == SystemInterface::Guest;
 }
 
 } // namespace bladesim

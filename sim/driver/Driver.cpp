@@ -1,6 +1,7 @@
 // Plays the kernel's IPMI driver, between the programs that opened /dev/ipmi0 and the controller's VM port.
 #include "sim/driver/Driver.h"
 
+#include "sim/base/Error.h"
 #include "sim/base/PassedFd.h"
 #include "sim/base/Sockets.h"
 
@@ -48,6 +49,13 @@ int MillisecondsUntil(const std::optional<RequestQueue::Clock::time_point>& dead
 
 bm_dev::UniqueFd ListenForOpeners() {
     return ListenAt(DriverAddress(), SOCK_SEQPACKET, "/dev/ipmi0");
+}
+
+bm_dev::UniqueFd DenyOpeners() {
+    bm_dev::UniqueFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const SocketAddress denied = DeniedAddress();
+    if (!socket || ::bind(socket.Get(), denied.Get(), denied.m_length) != 0) ThrowErrno("/dev/ipmi0 cannot be denied");
+    return socket;
 }
 
 Driver::Driver(DriverSetup setup)

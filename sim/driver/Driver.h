@@ -30,6 +30,9 @@ namespace bladesim {
 /// The socket for openers, who may connect before the driver runs. Throws a BladeError.
 bm_dev::UniqueFd ListenForOpeners();
 
+/// The socket that tells openers that they may not open. Throws a BladeError.
+bm_dev::UniqueFd DenyOpeners();
+
 /// The descriptors that a driver works with; it closes all of them when it ends. When a guest serves the system
 /// interface there are no connection and no openers, only the orders to stop and start the controller.
 struct DriverSetup {

@@ -75,6 +75,7 @@ private:
     void StartDriver() {
         bm_dev::UniqueFd openers;
         if (m_options.m_ipmi == SystemInterface::Bridge) openers = ListenForOpeners();
+        if (m_options.m_ipmi == SystemInterface::Denied) m_denied = DenyOpeners();
         bm_dev::UniqueFd orders = ListenForOrders();
         std::array<int, 2> pair{};
         if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair.data()) != 0)
@@ -193,6 +194,7 @@ private:
     RunningController m_controller;
     bm_dev::UniqueFd m_cables; ///< the network interfaces exist while it is open
     bm_dev::UniqueFd m_driver; ///< its orders for the controller
+    bm_dev::UniqueFd m_denied; ///< /dev/ipmi0 may not be opened while it is open
     pid_t m_driverProcess = -1;
     pid_t m_driverFileProcess = -1;
     pid_t m_commandProcess = -1;

@@ -35,6 +35,7 @@ constexpr char WhoHelp[] =
     "Who serves the controller's system interface:\n"
     "bridge   bladesim: COMMAND finds the blade's /dev/ipmi0\n"
     "none     nobody: no controller, no /dev/ipmi0\n"
+    "denied   nobody may: the controller is up, but opening /dev/ipmi0 fails with EACCES\n"
     "machine  this machine: COMMAND uses its /dev/ipmi0; everything comes up except the controller\n"
     "guest    a virtual machine that COMMAND starts: it connects to BLADESIM_VM_PORT";
 

@@ -169,6 +169,15 @@ int AskDriver(int fd, uint32_t request, void* argument) {
     return result;
 }
 
+bool IsDenied() {
+    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) return false;
+    const SocketAddress denied = DeniedAddress();
+    const bool found = ::connect(fd, denied.Get(), denied.m_length) == 0;
+    ::close(fd);
+    return found;
+}
+
 } // namespace
 
 int OpenDevice(int flags) {
@@ -178,7 +187,7 @@ int OpenDevice(int flags) {
     const SocketAddress driver = DriverAddress();
     if (::connect(fd, driver.Get(), driver.m_length) == 0) return fd;
     ::close(fd);
-    return Fail(ENOENT);
+    return Fail(IsDenied() ? EACCES : ENOENT);
 }
 
 bool IsDevice(int fd) {

@@ -4,8 +4,8 @@
 
 namespace bladesim {
 
-/// A descriptor for /dev/ipmi0, or -1 with errno: ENOENT when the blade has no such device. Of the flags only O_CLOEXEC
-/// and O_NONBLOCK count.
+/// A descriptor for /dev/ipmi0, or -1 with errno: ENOENT when the blade has no such device, EACCES when it may not be
+/// opened. Of the flags only O_CLOEXEC and O_NONBLOCK count.
 int OpenDevice(int flags);
 
 /// Whether this descriptor is a /dev/ipmi0 that is or was served by the driver.

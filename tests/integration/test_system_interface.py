@@ -98,8 +98,26 @@ def test_the_rest_of_the_blade_is_there_on_a_machine_with_its_own_controller(bla
     assert (json.loads(pstn)["text"], eth6) == ("DataValid=1\n", "1")
 
 
-@pytest.mark.parametrize(("who", "device", "preloaded"), [("bridge", True, True), ("none", False, True), ("machine", False, False), ("guest", False, False)])
+@pytest.mark.parametrize(("who", "device", "preloaded"), [("bridge", True, True), ("none", False, True), ("denied", False, True), ("machine", False, False), ("guest", False, False)])
 def test_who_works_the_system_interface_is_seen_in_the_environment(blade, who, device, preloaded):
     command = 'echo "$BLADESIM_IPMI"; if ipmitool -I open mc info >/dev/null 2>&1; then echo device; fi; env | grep -c ^LD_PRELOAD='
     done = blade.run("--ipmi", who, "--", "sh", "-c", command)
     assert done.stdout.split() == [who] + (["device"] if device else []) + (["1"] if preloaded else ["0"])
+
+
+def test_the_controller_of_a_denied_device_answers_over_the_network(blade):
+    command = 'ipmitool -I open mc info; ipmitool -I lan -H "$BLADESIM_LAN_HOST" -p "$BLADESIM_LAN_PORT" -U "$BLADESIM_LAN_USER" -P "$BLADESIM_LAN_PASSWORD" mc info'
+    done = blade.run("--ipmi", "denied", "--", "sh", "-c", command)
+    assert "Could not open device at /dev/ipmi0" in done.stderr
+    assert (done.returncode, done.stdout.count("Device ID")) == (0, 1)
+
+
+def test_a_denied_device_is_there_but_may_not_be_opened(blade):
+    command = "import os\nfor name in ('0', '/0', 'dev/0'):\n    try: os.open(f'/dev/ipmi{name}', os.O_RDWR)\n    except OSError as error: print(error.strerror)"
+    done = blade.run("--ipmi", "denied", "--", "/usr/bin/python3", "-c", command)
+    assert done.stdout.splitlines() == ["Permission denied", "No such file or directory", "No such file or directory"]
+
+
+def test_a_blade_that_keeps_its_device_shut_answers_from_the_simulated_inventory(blade):
+    done = blade.run("--blade", "typical", "--ipmi", "denied", "--", "bmhost", "--mode", "2", "table", "0x30000")
+    assert (done.returncode, "KZB88120W" in done.stdout) == (0, True), done.stdout + done.stderr

@@ -95,7 +95,13 @@ constexpr NUMBER_CASE g_Numbers[] = {
     NUMBER(BMI_EVENT_CLASS, 5),
     NUMBER(BMI_EVENT_NUMBER, 5),
     NUMBER(BMI_EVENT_AMC_RUN_STATUS, 0x70402),
+    NUMBER(BMI_EVENT_FIRMWARE_UPDATE, 0x600),
+    NUMBER(HOST_MODE_DRIVE, 1),
     NUMBER(HOST_MODE_LOOK_ONLY, 2),
+    NUMBER(HOST_MODE_DRIVE_TOO, 3),
+    NUMBER(RESULT_NO_LED, -1),
+    NUMBER(RESULT_REFUSED_FIRST, 128),
+    NUMBER(RESULT_REFUSED_LAST, 255),
     NUMBER(RESULT_NOTHING_DONE, 0),
     NUMBER(RESULT_OK, 1),
     NUMBER(RESULT_NO_ARGUMENT, 2),
@@ -160,6 +166,32 @@ constexpr NUMBER_CASE g_Numbers[] = {
 TEST(Numbers, AreThoseThatHostsWereBuiltWith) {
     for (const NUMBER_CASE& l_Case : g_Numbers)
         EXPECT_EQ(l_Case.m_Protocol, l_Case.m_Number) << l_Case.m_Name;
+}
+
+TEST(EventNames, AreTheTwoEvents) {
+    ASSERT_EQ(g_EventNames.size(), 2U);
+    EXPECT_EQ(g_EventNames[0].m_Name, "BMI_EVENT_FIRMWARE_UPDATE");
+    EXPECT_EQ(g_EventNames[0].m_Event, BMI_GROUP_FIRMWARE_UPDATE); // the event has the number of its group
+    EXPECT_EQ(g_EventNames[1].m_Name, "BMI_EVENT_AMC_RUN_STATUS");
+    EXPECT_EQ(g_EventNames[1].m_Event, BMI_EVENT_AMC_RUN_STATUS);
+}
+
+template <typename Names>
+std::set<int> ResultsOf(const Names& a_Names, std::string_view a_Prefix) {
+    std::set<int> l_Results;
+    for (const RESULT_NAME& l_Name : a_Names) {
+        EXPECT_TRUE(l_Results.insert(l_Name.m_Result).second) << l_Name.m_Name;
+        EXPECT_TRUE(l_Name.m_Name.starts_with(a_Prefix)) << l_Name.m_Name;
+    }
+    return l_Results;
+}
+
+TEST(ResultNames, AreThoseOfEveryResult) {
+    using Results = std::set<int>;
+    EXPECT_EQ(ResultsOf(g_HandlerResultNames, "RESULT_"), (Results{-1, 0, 1, 2, 4, 12, 16, 21, 23}));
+    EXPECT_EQ(ResultsOf(g_StartupResultNames, "STARTUP_"), (Results{0x30004, 0x30005, 0x30011, 0x30012}));
+    EXPECT_EQ(ResultsOf(g_MonitorResultNames, "MONITOR_"),
+              (Results{1, 0x30013, 0x30014, 0x30015, 0x30016, 0x30017, 0x30019}));
 }
 
 TEST(Texts, AreThoseThatHostsLookFor) {

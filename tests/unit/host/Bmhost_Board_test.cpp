@@ -16,8 +16,11 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+// The stubs bring no controller.
+constexpr const char* Simulated = "bmhost: simulated inventory: /dev/ipmi0: No such file or directory";
+
 TEST(BmhostDsp, ShowsEachDspWithItsAddressesOrThatItHasNone) {
-    const Ended ended = RunStub("board", {"dsp"});
+    const Ended ended = RunStub("board", {"--simulated", "--mode", "1", "dsp"});
     EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("  DSP  AMC bay  DSP of AMC  MAC address        IP address\n"
               "  1    3        1           02:00:00:00:00:01  192.168.0.23\n"
@@ -27,16 +30,19 @@ TEST(BmhostDsp, ShowsEachDspWithItsAddressesOrThatItHasNone) {
 }
 
 TEST(BmhostDsp, ThatHasNoAddressComesWithWhatTheStorageSaid) {
-    const Ended unseeded = RunStub("board_unseeded", {"dsp"});
+    const Ended unseeded = RunStub("board_unseeded", {"--simulated", "--mode", "1", "dsp"});
     EXPECT_EQ(1, unseeded.m_status);
     EXPECT_THAT(unseeded.m_out, HasSubstr("  2    3        2           02:00:00:00:00:02  none\n"));
-    EXPECT_THAT(unseeded.ErrorLines(),
-                ElementsAre("bmhost: the storage said: EndTransaction - /x/.new.addresses: Read-only file system"));
-    const Ended unread = RunStub("board_unread", {"dsp"});
+    EXPECT_THAT(
+        unseeded.ErrorLines(),
+        ElementsAre("bmhost: the storage said: EndTransaction - /x/.new.addresses: Read-only file system", Simulated));
+    const Ended unread = RunStub("board_unread", {"--simulated", "--mode", "1", "dsp"});
     EXPECT_EQ(1, unread.m_status);
     EXPECT_THAT(unread.m_out, HasSubstr("  2    3        2           02:00:00:00:00:02  not read\n"));
-    EXPECT_THAT(unread.ErrorLines(), ElementsAre("bmhost: the storage said: StartTransaction - /x: Permission denied"));
-    EXPECT_THAT(RunStub("board", {"dsp"}).ErrorLines(), IsEmpty()) << "it said nothing";
+    EXPECT_THAT(unread.ErrorLines(),
+                ElementsAre("bmhost: the storage said: StartTransaction - /x: Permission denied", Simulated));
+    EXPECT_THAT(RunStub("board", {"--simulated", "--mode", "1", "dsp"}).ErrorLines(), ElementsAre(Simulated))
+        << "the storage said nothing";
 }
 
 TEST(BmhostDsp, InAShellHasWhatTheStorageSaidBefore) {
@@ -45,11 +51,12 @@ TEST(BmhostDsp, InAShellHasWhatTheStorageSaidBefore) {
 }
 
 TEST(BmhostDsp, IsAllRightWhenEachDspHasItsAddresses) {
-    EXPECT_EQ(0, RunStub("board_good", {"dsp"}).m_status);
+    EXPECT_EQ(0, RunStub("board_good", {"--simulated", "--mode", "1", "dsp"}).m_status);
+    EXPECT_EQ(4, RunStub("board_good", {"--mode", "1", "dsp"}).m_status) << "nobody asked for a simulated inventory";
 }
 
 TEST(BmhostDsp, SaysThatThereIsNone) {
-    const Ended ended = RunStub("board_empty", {"dsp"});
+    const Ended ended = RunStub("board_empty", {"--simulated", "dsp"});
     EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("no DSP\n", ended.m_out);
 }
@@ -90,22 +97,22 @@ TEST(BmhostDspSetIp, TellsWhatTheAdaptorAnsweredToARefusal) {
 }
 
 TEST(BmhostSwitch, ShowsEachPortAndThatALinkIsUnknown) {
-    const Ended ended = RunStub("board", {"switch"});
+    const Ended ended = RunStub("board", {"--simulated", "--mode", "1", "switch"});
     EXPECT_EQ(1, ended.m_status);
-    EXPECT_EQ("  port  name    leads to  state         link\n"
-              "  1     Port 1  fabric    enabled       up\n"
-              "  2     Port 2  RTM       disabled (5)  unknown\n",
+    EXPECT_EQ("  port  name    leads to  state                      link\n"
+              "  1     Port 1  fabric    enabled                    up\n"
+              "  2     Port 2  RTM       disabled (the state is 5)  unknown\n",
               ended.m_out);
 }
 
 TEST(BmhostSwitch, IsAllRightWhenEachLinkIsKnown) {
-    const Ended ended = RunStub("board_good", {"switch"});
+    const Ended ended = RunStub("board_good", {"--simulated", "--mode", "1", "switch"});
     EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(ended.m_out, HasSubstr("  2     Port 2  RTM       disabled  down\n"));
 }
 
 TEST(BmhostSwitch, SaysThatThereIsNoPort) {
-    const Ended ended = RunStub("board_empty", {"switch"});
+    const Ended ended = RunStub("board_empty", {"--simulated", "switch"});
     EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("no switch port: a blade without DSPs serves none\n", ended.m_out);
 }
@@ -147,12 +154,8 @@ TEST(BmhostSwitch, TellsWhatTheAdaptorAnsweredToARefusal) {
 }
 
 TEST(BmhostBoard, RefusesWhatCannotBeMeantBeforeTheAdaptorIsLoaded) {
-    const std::vector<std::vector<std::string>> cases = {{"--json", "dsp"},
-                                                         {"dsp", "set-ip", "0", "10.0.0.2"},
-                                                         {"switch", "enable", "5"},
-                                                         {"--json", "switch"},
-                                                         {"pstn", "1"},
-                                                         {"--json", "pstn"}};
+    const std::vector<std::vector<std::string>> cases = {
+        {"dsp", "set-ip", "0", "10.0.0.2"}, {"switch", "enable", "5"}, {"pstn", "1"}};
     for (std::vector<std::string> words : cases) {
         words.insert(words.begin(), {"--adaptor", "/nowhere.so"});
         const Ended ended = RunHost(words);

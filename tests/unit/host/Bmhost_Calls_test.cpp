@@ -115,8 +115,6 @@ TEST(Bmhost, BadUsageIsStatusTwoWithOneLineAndNoAdaptor) {
         {"table", "0x10", "--jsno"},
         {"script"},
         {"script", "/no/such/file"},
-        {"--json", "inventory"},
-        {"--json", "groups"},
         {"inventory", "now"},
         {"--log", "/dev/null/log", "init"},
     };

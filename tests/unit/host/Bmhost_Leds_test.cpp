@@ -11,7 +11,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 TEST(BmhostLeds, ShowsEveryLedAndThatOneCannotBeRead) {
-    const Ended ended = RunStub("leds", {"leds"});
+    const Ended ended = RunStub("leds", {"--simulated", "leds"});
     EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("  place      LED               colour  state               times                  control\n"
               "  baseboard  1 hot swap        -       off                                        local\n"
@@ -25,13 +25,30 @@ TEST(BmhostLeds, ShowsEveryLedAndThatOneCannotBeRead) {
 }
 
 TEST(BmhostLeds, SaysThatThereIsNone) {
-    const Ended ended = RunStub("no_leds", {"leds"});
+    const Ended ended = RunStub("no_leds", {"--simulated", "leds"});
     EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("no LED\n", ended.m_out);
 }
 
-TEST(BmhostLeds, AreForPeople) {
-    EXPECT_EQ(2, RunStub("leds", {"--json", "leds"}).m_status);
+TEST(BmhostLeds, AreOneObjectInJson) {
+    for (const auto& words :
+         {std::vector<std::string>{"--json", "--simulated", "leds"}, {"leds", "--simulated", "--json"}}) {
+        const Ended ended = RunStub("leds", words);
+        EXPECT_EQ(1, ended.m_status);
+        EXPECT_THAT(ended.m_out,
+                    HasSubstr(R"({"op":"leds","good":false,"leds":[{"place":"baseboard","bay":0,"led":1,)"));
+        EXPECT_THAT(ended.m_out, HasSubstr(R"("source":{"kind":"missing","simulated":true,)"));
+        EXPECT_EQ(ended.m_out.size() - 1, ended.m_out.find('\n'));
+    }
+}
+
+TEST(BmhostLeds, TellThatTheInventoryIsSimulatedByTheirStatus) {
+    const Ended ended = RunStub("leds", {"leds"});
+    EXPECT_EQ(4, ended.m_status);
+    EXPECT_THAT(ended.ErrorLines(), ElementsAre("bmhost: simulated inventory: /dev/ipmi0: No such file or directory"));
+}
+
+TEST(BmhostLeds, TakeNoWords) {
     EXPECT_EQ(2, RunStub("leds", {"leds", "1"}).m_status);
 }
 

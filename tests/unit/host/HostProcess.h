@@ -30,6 +30,7 @@ public:
 
     /// Reads standard error until it has this text, or has ended.
     bool ErrorHas(const std::string& text);
+    pid_t Process() const { return m_process; }
     void Kill();
     void Signal(int signal);
     /// Waits for the end.

@@ -137,6 +137,24 @@ TEST(ClientSession, CallsShowToTheByteWhatAnOwnAdaptorsDo) {
     }
 }
 
+TEST(ClientSession, TellsWhyACallFailedByWhatTheHostLogged) {
+    const auto told = [](const char* body) {
+        OneAnswer client({200, nlohmann::ordered_json::parse(body)});
+        ClientSession session(client);
+        testing::internal::CaptureStderr();
+        const std::string line = ShownBy(session, Operation::Start, 0, true);
+        return line + testing::internal::GetCapturedStderr();
+    };
+    EXPECT_EQ("{\"op\":\"start\",\"result\":0}\n"
+              "bmhost: start returned 0 (nothing done)\n"
+              "  log:   Fail to initialize DSP\n"
+              "  cause: `mavk_init` ended with a code other than 0; the line before shows it\n"
+              "  cure:  run by hand what stands after \"MAVK_INIT:\" in the log\n",
+              told(R"({"op":"start","result":0,"reasons":["Fail to initialize DSP"]})"));
+    EXPECT_EQ("{\"op\":\"start\",\"result\":0}\n", told(R"({"op":"start","result":0})"));
+    EXPECT_EQ("{\"op\":\"start\",\"result\":1}\n", told(R"({"op":"start","result":1,"reasons":["TRACE"]})"));
+}
+
 TEST(ClientSession, AsksWithTheWordsOfTheCall) {
     OneAnswer client({200, {{"op", "write"}, {"group", "0x30e00"}, {"result", 1}}});
     ClientSession session(client);

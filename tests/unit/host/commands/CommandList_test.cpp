@@ -42,8 +42,8 @@ TEST(CommandList, HasTheCommandsOfEachPlace) {
     };
     EXPECT_THAT(namesIn(OnCommandLine),
                 ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "script", "inventory", "leds",
-                            "status", "pstn", "groups", "why", "led", "dsp", "switch", "reset", "firmware", "run", "shell",
-                            "completions", "help"));
+                            "status", "pstn", "groups", "why", "led", "dsp", "switch", "reset", "firmware", "run", "watch",
+                            "events", "log", "report", "shell", "completions", "help"));
     EXPECT_THAT(namesIn(InScript),
                 ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "sleep", "wait-event"));
     EXPECT_THAT(namesIn(InShell), ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "sleep",
@@ -87,17 +87,6 @@ TEST(CommandList, HelpOfCallsTellsHowTheirWordsAreWritten) {
     for (const char* command : {"read", "table", "write", "script"})
         EXPECT_THAT(commands->Help({command}), AllOf(HasSubstr("GROUP"), HasSubstr("VALUE"))) << command;
     EXPECT_THAT(commands->Help({"script"}), AllOf(HasSubstr("sleep MS"), HasSubstr("wait-event MS")));
-}
-
-TEST(CommandList, WhatIsForPeopleHasNoJson) {
-    GlobalOptions json;
-    json.m_json = true;
-    for (const Words& words : {Words{"inventory"}, {"leds"}, {"pstn"}, {"groups"}, {"dsp"}, {"switch"}}) {
-        FakeContext context(json);
-        EXPECT_THAT(UsageErrorOf([&] { RunWords(context, words); }),
-                    HasSubstr(" is for people: expected it without --json"));
-        EXPECT_EQ(0, context.m_sessions);
-    }
 }
 
 } // namespace

@@ -63,12 +63,14 @@ public:
         m_orders.push_back(order);
         return CarryOut(order, m_session, {});
     }
+    bmhost::Picture Look() override { return m_picture; }
     int Output() const override { return STDOUT_FILENO; }
     std::optional<int> Terminal() const override { return m_terminal; }
     void Answer(const std::string& text) override { m_answer += text; }
 
     FakeSession m_session;
     int m_sessions = 0;
+    bmhost::Picture m_picture;
     std::vector<bmhost::Call> m_calls;
     std::string m_answer;
     std::vector<bmhost::Order> m_orders;

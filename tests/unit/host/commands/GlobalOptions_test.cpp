@@ -69,13 +69,15 @@ TEST(GlobalOptions, TheTimeLimitIsTheGivenOneOrThatOfWhatSomebodyWaitsFor) {
     EXPECT_EQ(10s, TimeLimit(Parsed({"firmware", "update", "--target", "rtm", "f", "--timeout=10"}).m_options, true));
 }
 
-TEST(GlobalOptions, StorageIsInTheUsersStateFolder) {
+TEST(GlobalOptions, StorageIsInTheUsersStateFolderInASimulatedBlade) {
+    setenv("BLADESIM_RUN_DIR", "/run/blade", 1);
     setenv("HOME", "/home/user", 1);
     for (const char* unset : {"", static_cast<const char*>(nullptr)}) {
         unsetenv("XDG_STATE_HOME");
         if (unset != nullptr) setenv("XDG_STATE_HOME", unset, 1);
         EXPECT_EQ("/home/user/.local/state/bmhost", Parsed({"init"}).m_options.m_storage);
     }
+    unsetenv("BLADESIM_RUN_DIR");
 }
 
 // A line of every command, which its own words do not take from the options.

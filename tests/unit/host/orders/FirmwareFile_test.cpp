@@ -118,7 +118,7 @@ TEST_F(FirmwareFileTest, SaysWhyTheFolderCannotBeHad) {
 
 TEST(StateFolder, IsTheSimulatedBladesOrTheUsers) {
     setenv("BLADESIM_RUN_DIR", "/run/blade", 1);
-    EXPECT_EQ("/run/blade/state", StateFolder());
+    EXPECT_EQ("/run/blade/bmhost", StateFolder());
     setenv("BLADESIM_RUN_DIR", "", 1);
     EXPECT_THAT(StateFolder(), testing::EndsWith(geteuid() == 0 ? "/lib/bmhost" : "/bmhost"));
     unsetenv("BLADESIM_RUN_DIR");

@@ -140,9 +140,9 @@ private:
             return 0;
         }
         m_writtenColors.push_back(value(0xC));
-        if (!Has(found->second, value(0xC))) return 0xCC;
         const bool blinks = value(2) > 1;
         const bool off = value(2) == 0;
+        if (!off && !Has(found->second, value(0xC))) return 0xCC;
         found->second.m_row = {0, blinks ? value(2) / 10 : value(2),     blinks ? value(3) / 10 : value(3),
                                0, off ? bmhost::LedNoColor : value(0xC), {}};
         return 0;

@@ -115,30 +115,4 @@ TEST(TextOutput, EventsShowTheirParameters) {
     EXPECT_EQ("wait-event: no event came\n", Shown([](Output& output) { output.NoEvent(); }));
 }
 
-class Color : public testing::Test {
-protected:
-    Color() { unsetenv("NO_COLOR"); }
-    ~Color() override {
-        unsetenv("NO_COLOR");
-        close(m_terminal);
-    }
-
-    const int m_terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-};
-
-TEST_F(Color, IsWantedByATerminalOnly) {
-    ASSERT_GE(m_terminal, 0);
-    EXPECT_TRUE(ColorWanted(m_terminal));
-    const int file = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    EXPECT_FALSE(ColorWanted(file));
-    close(file);
-}
-
-TEST_F(Color, IsNotWantedWhereTheUserSaysSo) {
-    setenv("NO_COLOR", "1", 1);
-    EXPECT_FALSE(ColorWanted(m_terminal));
-    setenv("NO_COLOR", "", 1);
-    EXPECT_TRUE(ColorWanted(m_terminal));
-}
-
 } // namespace

@@ -37,4 +37,12 @@ TEST(LedNames, TellPlaceAndPurpose) {
     EXPECT_EQ("4 LED 3", LedText(LastLed));
 }
 
+TEST(LedNames, OfALedThatIsLitHaveItsColor) {
+    constexpr int red = 2;
+    EXPECT_EQ("on red", LedShows({1, 1, 0, 0, red}));
+    EXPECT_EQ("off", LedShows({0, 0, 1, 0, red}));
+    EXPECT_EQ("blink red", LedShows({0, 20, 125, 0, red}));
+    EXPECT_EQ("lamp test", LedShows({0, 1, 0, 15, red}));
+}
+
 } // namespace

@@ -1,5 +1,8 @@
-// What the panel shows of an LED.
+// What the panel shows of an LED, and of all.
 #include "host/views/LedPanel.h"
+
+#include "host/HostParams.h"
+#include "host/views/Views.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,18 +29,50 @@ TEST(LedPanel, ShowsTimesInMillisecondsAndOfALampTestInSeconds) {
     EXPECT_THAT(LedLine({9, 3}, Tested), ElementsAre("RTM", "3 health", "red", "lamp test", "1.5 s", "override"));
 }
 
-TEST(LedPanel, NamesTheColorOfALedThatIsLit) {
-    EXPECT_EQ("on red", LedShows(On));
-    EXPECT_EQ("off", LedShows(Off));
-    EXPECT_EQ("blink red", LedShows(Blinking));
-    EXPECT_EQ("lamp test", LedShows(Tested));
-}
-
 TEST(LedPanel, IsATableWithTheStateInTheLedsColor) {
     EXPECT_EQ("  place  LED       colour  state  times  control\n"
               "  RTM    3 health  red     on            local\n",
               LedTable({LedLine({9, 3}, On)}, false));
     EXPECT_THAT(LedTable({LedLine({9, 3}, On)}, true), testing::HasSubstr("\033[91mon\033[0m"));
+}
+
+LedReading Read(int bay, int led, int64_t at, int result = 1) {
+    return {bay, led, result, Row(Int(0x202, 1), Int(0x203, 0), Int(0x205, 1), Int(0x20c, Red)),
+            WallTime(std::chrono::milliseconds(at))};
+}
+
+TEST(LedPanel, ShowsWhatCouldNotBeReadAsSuch) {
+    Picture picture;
+    picture.m_leds = {Read(3, 1, 0), {3, 2, -1, std::nullopt, {}}};
+    EXPECT_EQ("  place      LED               colour  state                times  control\n"
+              "  AMC bay 3  1 hot swap        red     on                          local\n"
+              "  AMC bay 3  2 out of service  ?       not read, result -1\n",
+              LedsText(picture, {}));
+    EXPECT_FALSE(LedsAreGood(picture));
+    picture.m_leds.pop_back();
+    EXPECT_TRUE(LedsAreGood(picture));
+    EXPECT_EQ("no LED\n", LedsText(Picture(), {}));
+    EXPECT_FALSE(LedsAreGood(Picture()));
+}
+
+TEST(LedPanel, ShowsTheAgeOfAReadingOfAResidentHost) {
+    Picture picture;
+    picture.m_host.m_resident = true;
+    picture.m_time = WallTime(std::chrono::milliseconds(100000));
+    picture.m_leds = {Read(3, 1, 99500), Read(3, 2, 58000, 0)};
+    EXPECT_EQ("  place      LED               colour  state  times  control  read\n"
+              "  AMC bay 3  1 hot swap        red     on            local    now\n"
+              "  AMC bay 3  2 out of service  red     on            local    42 s ago, not since: result 0\n",
+              LedsText(picture, {}));
+    EXPECT_FALSE(LedsAreGood(picture));
+}
+
+TEST(LedPanel, RoundsAnAgeDownToAWholeUnit) {
+    EXPECT_EQ("now", AgeText(999));
+    EXPECT_EQ("1 s", AgeText(1000));
+    EXPECT_EQ("59 s", AgeText(59999));
+    EXPECT_EQ("59 min", AgeText(3599999));
+    EXPECT_EQ("25 h", AgeText(90000000));
 }
 
 } // namespace

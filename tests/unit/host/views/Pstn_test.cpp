@@ -32,7 +32,7 @@ TEST_F(Pstn, ShowsRecordsAndRefusalsInTheirOrder) {
 {"open":2,"write":2,"text":"RtmDetected=0","taken":4}
 {"open":3,"write":3,"text":"a\u001b[2J\n","error":"EIO"}
 )");
-    EXPECT_TRUE(PstnTable(m_folder.c_str(), false, m_text));
+    EXPECT_TRUE(PstnTable(m_folder.c_str(), Style{}, m_text));
     EXPECT_EQ("  open  write  record         result\n"
               "  1                           refused: EACCES\n"
               "  2     1      DataValid=1    told\n"
@@ -43,19 +43,19 @@ TEST_F(Pstn, ShowsRecordsAndRefusalsInTheirOrder) {
 
 TEST_F(Pstn, SaysThatTheDriverWasToldNothing) {
     Keep("");
-    EXPECT_TRUE(PstnTable(m_folder.c_str(), false, m_text));
+    EXPECT_TRUE(PstnTable(m_folder.c_str(), Style{}, m_text));
     EXPECT_EQ("the driver was told nothing\n", m_text);
 }
 
 TEST_F(Pstn, SaysThatThereIsNoDriver) {
-    EXPECT_FALSE(PstnTable(m_folder.c_str(), false, m_text));
+    EXPECT_FALSE(PstnTable(m_folder.c_str(), Style{}, m_text));
     EXPECT_EQ("this blade has no PCI driver to be told of the PSTN\n", m_text);
 }
 
 TEST_F(Pstn, SaysThatThereIsNoBlade) {
     for (const char* folder : {"", static_cast<const char*>(nullptr)}) {
         m_text.clear();
-        EXPECT_FALSE(PstnTable(folder, false, m_text));
+        EXPECT_FALSE(PstnTable(folder, Style{}, m_text));
         EXPECT_THAT(m_text, HasSubstr("no simulated blade"));
     }
 }
@@ -63,11 +63,24 @@ TEST_F(Pstn, SaysThatThereIsNoBlade) {
 TEST_F(Pstn, NamesTheLineThatIsNoRecord) {
     Keep("{\"open\":1,\"write\":1,\"text\":\"DataValid=1\"}\n{\"open\":\n");
     try {
-        PstnTable(m_folder.c_str(), false, m_text);
+        PstnTable(m_folder.c_str(), Style{}, m_text);
         FAIL() << "it was taken";
     } catch (const std::runtime_error& error) {
         EXPECT_THAT(error.what(), HasSubstr("/pstn.jsonl:2: "));
     }
+}
+
+TEST_F(Pstn, IsOneObjectInJson) {
+    Keep(R"({"open":1,"error":"EACCES"}
+{"open":2,"write":1,"text":"DataValid=1"}
+)");
+    EXPECT_TRUE(PstnJson(m_folder.c_str(), m_text));
+    EXPECT_EQ(R"({"op":"pstn","records":[{"error":"EACCES","open":1},{"open":2,"text":"DataValid=1","write":1}]})"
+              "\n",
+              m_text);
+    m_text.clear();
+    EXPECT_FALSE(PstnJson("", m_text));
+    EXPECT_EQ("{\"op\":\"pstn\",\"records\":null}\n", m_text);
 }
 
 } // namespace

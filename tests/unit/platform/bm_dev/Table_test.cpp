@@ -43,4 +43,27 @@ TEST(Table, ColoursAreUsedWhenWantedAndTakeNoWidth) {
     EXPECT_EQ("ab  c\n    d\n", FormatTable(rows, false));
 }
 
+TEST(Table, ThatIsTooWideHasItsLongestColumnsCut) {
+    const TableRows rows = {{{"bay"}, {"name"}, {"maker"}}, {{"1"}, {"a very long name"}, {"a long maker"}}};
+    EXPECT_EQ("bay  name       maker\n1    a very l…  a long m…\n", FormatTable(rows, false, {}, {25}));
+    EXPECT_EQ("  bay  name     maker\n  1    a very…  a long…\n", FormatTable(rows, false, "  ", {23}));
+    EXPECT_EQ("bay  name     maker\n1    a ve...  a lon...\n", FormatTable(rows, false, {}, {22, "..."}));
+}
+
+TEST(Table, ThatFitsIsNotCut) {
+    const TableRows rows = {{{"bay"}, {"name"}}, {{"1"}, {"a long name"}}};
+    EXPECT_EQ(FormatTable(rows, false), FormatTable(rows, false, {}, {16}));
+    EXPECT_NE(FormatTable(rows, false), FormatTable(rows, false, {}, {15}));
+}
+
+TEST(Table, KeepsItsNarrowColumnsHoweverNarrowTheTerminalIs) {
+    EXPECT_EQ("abcdef  abcde…\n", FormatTable({{{"abcdef"}, {"abcdefg"}}}, false, {}, {1}));
+}
+
+TEST(Table, IsCutBetweenCharactersAndNotWithinOne) {
+    EXPECT_EQ("äöüäö…\n", FormatTable({{{"äöüäöüäöü"}}}, false, {}, {6}));
+    EXPECT_EQ("äöüäöüäöü\n", FormatTable({{{"äöüäöüäöü"}}}, false, {}, {9}));
+    EXPECT_EQ("\033[31mabcde…\033[0m\n", FormatTable({{{"abcdefghi", "31"}}}, true, {}, {6}));
+}
+
 } // namespace

@@ -14,9 +14,8 @@ struct Sample {
 };
 
 constexpr Sample Samples[] = {
-    {SystemInterface::Bridge, "bridge", true},
-    {SystemInterface::None, "none", false},
-    {SystemInterface::Machine, "machine", false},
+    {SystemInterface::Bridge, "bridge", true}, {SystemInterface::None, "none", false},
+    {SystemInterface::Denied, "denied", true}, {SystemInterface::Machine, "machine", false},
     {SystemInterface::Guest, "guest", true},
 };
 

@@ -1,11 +1,13 @@
 // The list of groups and parameters.
-#include "host/views/Inventory.h"
+#include "host/views/Groups.h"
 
 #include "common/veldo_common_protocol.h"
 #include "host/words/Names.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
 
 namespace {
 
@@ -35,6 +37,16 @@ TEST(Groups, ListHasEveryGroupAndParameterOnce) {
         EXPECT_EQ(1, count(group.m_Name)) << group.m_Name;
     for (const auto& param : BM_ADAPTOR::g_ParameterNames)
         EXPECT_EQ(1, count(param.m_Name)) << param.m_Name;
+}
+
+TEST(Groups, AreOneObjectInJson) {
+    const auto list = nlohmann::json::parse(bmhost::GroupsJson());
+    EXPECT_EQ("groups", list["op"]);
+    ASSERT_EQ(BM_ADAPTOR::g_GroupNames.size(), list["groups"].size());
+    EXPECT_EQ("BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL", list["groups"][0]["name"]);
+    EXPECT_EQ(nlohmann::json::parse(
+                  R"({"id": "0x101", "name": "BMI_HW_BB_LED_ID", "type": 1, "type_name": "integer", "key": true})"),
+              list["groups"][0]["parameters"][0]);
 }
 
 } // namespace

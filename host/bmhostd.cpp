@@ -1,0 +1,284 @@
+// bmhostd: the resident host of a blade.
+#include "host/DaemonOptions.h"
+#include "host/api/Server.h"
+#include "host/client/BladeLock.h"
+#include "host/output/Redirect.h"
+#include "host/resident/OwnLog.h"
+#include "host/resident/Resident.h"
+#include "host/resident/ServerSocket.h"
+#include "host/resident/ServiceManager.h"
+#include "host/resident/Signals.h"
+#include "host/resident/Teller.h"
+#include "host/session/EndNotice.h"
+#include "host/session/PluginSession.h"
+#include "host/words/Error.h"
+
+#include "bm/Log.h"
+#include "bm_dev/ByteText.h"
+#include "bm_dev/HostLog.h"
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace bmhost;
+
+// How long to keep the prints of tools that found nothing.
+constexpr std::chrono::minutes KeptPrints(1);
+// For calls that are on their way when the host ends.
+constexpr std::chrono::seconds LastWait(2);
+
+using Words = std::vector<std::string>;
+
+void SetUpLog(const DaemonOptions& options) {
+    BM_LOG_LEVEL = options.m_logLevel;
+    if (options.m_logFile.empty()) return;
+    try {
+        bm_dev::LogToFile(options.m_logFile);
+    } catch (const std::runtime_error& error) {
+        throw UsageError(error.what());
+    }
+}
+
+// Who asks for traces wants to see the prints as they come, too.
+int OutputFor(const DaemonOptions& options) {
+    if (options.m_json || options.m_logLevel == BM_LOG_ERROR) return PrintsToStandardError();
+    bm_dev::LogToConsole(false);
+    return PrintsWithheld();
+}
+
+/// What is told on standard output of the resident host's life.
+class Story {
+public:
+    Story(RunOutput& output, StopRequest& stop) : m_stop(stop), m_teller(output, [this] { m_stop.Ask(); }) {}
+
+    ResidentListeners Listeners() {
+        return {[this](Operation operation, int result) { Lifecycle(operation, result); },
+                [this](const AdaptorEvent& event) { m_teller.Tell([event](RunOutput& told) { told.Event(event); }); },
+                [this](const HealthChange& change) { Health(change); }, [this] { m_stop.Ask(); }};
+    }
+    void Finish() { m_teller.Finish(); }
+
+private:
+    void Lifecycle(Operation operation, int result) {
+        fflush(stdout); // the adaptor's prints come first
+        // Init prints everything that it has found, and tools that found nothing print their progress.
+        const std::string prints = TakeWithheld();
+        const bool shown = result != Success && operation != Operation::Init;
+        m_teller.Tell([=](RunOutput& told) {
+            told.Lifecycle(OperationName(operation), result);
+            if (shown) ShowTaken(prints);
+        });
+    }
+
+    // The prints include the diagnostic's report.
+    void Health(const HealthChange& change) {
+        const std::string prints = change.m_health == HealthState::Fault ? TakeWithheld() : "";
+        m_teller.Tell([=](RunOutput& told) {
+            told.Health(change);
+            ShowTaken(prints);
+        });
+    }
+
+    StopRequest& m_stop;
+    Teller m_teller;
+};
+
+/// Reads the configuration again when it was asked to.
+class Reloads {
+public:
+    explicit Reloads(Words words) : m_words(std::move(words)) {}
+
+    void Ask() { m_asked = true; }
+    void Do(Resident& resident) {
+        if (!m_asked.exchange(false)) return;
+        try {
+            const DaemonOptions options = ReadDaemonOptions(m_words);
+            BM_LOG_LEVEL = options.m_logLevel;
+            resident.Set(options.m_settings);
+            LogOwn("configuration read again");
+        } catch (const UsageError& error) {
+            LogOwn(std::string("configuration not read again: ") + error.what());
+        }
+    }
+
+private:
+    const Words m_words;
+    std::atomic<bool> m_asked{false};
+};
+
+HostFacts FactsOf(const DaemonOptions& options, const PluginSession& session) {
+    HostFacts facts;
+    facts.m_process = getpid();
+    facts.m_started = WallNow();
+    facts.m_version = BMHOST_VERSION;
+    facts.m_adaptor = session.AdaptorFile();
+    facts.m_mode = options.m_mode;
+    return facts;
+}
+
+// After a crash the media software may still be at work: whoever looks at the blade decides.
+bool StartsAlone(const DaemonOptions& options, const BladeLock& lock) {
+    if (options.m_noStart) return false;
+    if (!ServiceManager::IsThere() || lock.DiedBefore() != "bmhostd") return true;
+    LogOwn("the host before this one died: init only, `bmhost start` starts the blade");
+    return false;
+}
+
+class TakenEvents {
+public:
+    TakenEvents(HostManager& manager, Resident& resident) : m_manager(manager) {
+        m_manager.HandTo([&resident](const AdaptorEvent& event) { resident.Take(event); });
+    }
+    TakenEvents(const TakenEvents&) = delete;
+    TakenEvents& operator=(const TakenEvents&) = delete;
+    ~TakenEvents() { m_manager.HandTo({}); }
+
+private:
+    HostManager& m_manager;
+};
+
+/// Ends the host when it was asked to, while the server goes on.
+class Ender {
+public:
+    Ender(StopRequest& stop, Resident& resident, ApiServer& server)
+        : m_thread([this, &stop, &resident, &server] {
+              stop.Wait();
+              ServiceManager::Stopping();
+              try {
+                  m_good = resident.End([&stop] { return stop.AskedTwice(); });
+              } catch (...) {
+                  m_error = std::current_exception();
+              }
+              server.Stop();
+          }) {}
+    Ender(const Ender&) = delete;
+    Ender& operator=(const Ender&) = delete;
+    ~Ender() {
+        if (m_thread.joinable()) m_thread.join();
+    }
+
+    /// Throws what the end has thrown.
+    bool Good() {
+        m_thread.join();
+        if (m_error != nullptr) std::rethrow_exception(m_error);
+        return m_good;
+    }
+
+private:
+    bool m_good = false;
+    std::exception_ptr m_error;
+    std::thread m_thread; // last, since it uses the other members
+};
+
+ApiLimits LimitsFor(const DaemonOptions& options) {
+    ApiLimits limits;
+    limits.m_imageFolder = options.m_state + "/firmware";
+    return limits;
+}
+
+void Serve(ApiServer& server, Resident& resident, Reloads& reloads) {
+    ServiceManager service;
+    bool ready = false;
+    auto forgotten = std::chrono::steady_clock::now();
+    server.Run([&] {
+        if (!ready) service.Ready();
+        ready = true;
+        resident.Tick();
+        reloads.Do(resident);
+        const auto picture = resident.Now();
+        service.Feed(*picture);
+        const auto now = std::chrono::steady_clock::now();
+        if (picture->m_calls.empty() && now - forgotten > KeptPrints) {
+            ForgetWithheld();
+            forgotten = now;
+        }
+    });
+}
+
+bool BeResident(const DaemonOptions& options, StopRequest& stop, Reloads& reloads) {
+    const HostPlace place = PlaceOfHost();
+    const BladeLock lock(place, "bmhostd");
+    const ServerSocket socket(lock, place);
+    const int output = OutputFor(options);
+    const auto lines = options.m_json ? MakeRunJson(output) : MakeRunText(output);
+    ArmEndNotice(std::chrono::milliseconds(options.m_noticeAfter));
+    PluginSession session(options.m_adaptor, options.m_mode, options.m_storage);
+    Story story(*lines, stop);
+    bool good = false;
+    {
+        Resident resident(session, FactsOf(options, session), options.m_state, options.m_settings, story.Listeners(),
+                          CarryOut);
+        const TakenEvents events(session.Manager(), resident);
+        ApiServer server(socket.Descriptor(), resident, LimitsFor(options));
+        Ender ender(stop, resident, server);
+        resident.Begin(StartsAlone(options, lock));
+        Serve(server, resident, reloads);
+        good = ender.Good();
+        if (!resident.EndLanes(LastWait)) {
+            // A call is in the adaptor for ever: neither it nor what it uses may go.
+            story.Finish();
+            DisarmEndNotice();
+            socket.Remove();
+            lock.GiveBack();
+            _exit(good ? ExitAllOk : ExitSomeFailed);
+        }
+    }
+    story.Finish();
+    return good;
+}
+
+int Run(const Words& words) {
+    const DaemonOptions options = ReadDaemonOptions(words);
+    if (!options.m_answer.empty()) {
+        WriteAll(STDOUT_FILENO, options.m_answer);
+        return ExitAllOk;
+    }
+    SetUpLog(options);
+    StopRequest stop;
+    Reloads reloads(words);
+    return WithSignals(
+               stop, "stop and fin follow", [&] { return BeResident(options, stop, reloads); }, [&] { reloads.Ask(); })
+               ? ExitAllOk
+               : ExitSomeFailed;
+}
+
+int Fail(const std::exception& error, int status) {
+    fflush(stdout);
+    fprintf(stderr, "bmhost: %s\n", bm_dev::Printable(error.what(), "\n\t").c_str());
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // A reader that goes away, and a file that may not grow any more, are errors of the output or of the storage, not
+    // the end of a host that holds hardware. Handlers, because tools that the adaptor starts get the default back.
+    signal(SIGPIPE, [](int) {});
+    signal(SIGXFSZ, [](int) {});
+    int status = ExitAllOk;
+    try {
+        KeepStandardDescriptors();
+        status = Run({argv + 1, argv + argc});
+    } catch (const UsageError& error) {
+        status = Fail(error, ExitUsage);
+    } catch (const LoadError& error) {
+        status = Fail(error, ExitNoAdaptor);
+    } catch (const OtherHostError& error) {
+        status = Fail(error, ExitOtherHost);
+    } catch (const std::exception& error) {
+        status = Fail(error, ExitSomeFailed);
+    }
+    DisarmEndNotice();
+    return status;
+}

@@ -1,0 +1,13 @@
+// `bmhost watch`: the picture of the blade, live.
+#pragma once
+
+#include "host/picture/Picture.h"
+
+#include <string>
+
+namespace bmhost {
+
+/// What is shown of it.
+std::string WatchText(const Picture& picture, bool color);
+
+} // namespace bmhost

@@ -1,0 +1,46 @@
+// The log and what becomes of calls, as entries of the system's journal: with priorities, and with fields by which they
+// are found.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace bmhost {
+
+/// Whether this descriptor leads to the journal, by what the service manager says in JOURNAL_STREAM.
+bool LeadsToJournal(int descriptor);
+
+/// A call or an order that has ended, or something else worth finding again.
+struct JournalNote {
+    std::string m_operation = {};         ///< OPERATION: "start", "led-set", "write 0x30200"
+    std::string m_text = {};              ///< MESSAGE
+    std::optional<int32_t> m_bay = {};    ///< BAY, where it concerns one
+    std::optional<int32_t> m_result = {}; ///< RESULT: the adaptor's
+    bool m_good = true;                   ///< otherwise it is a warning
+    std::string m_asker = {};             ///< ASKER: who wanted it, "uid 0, process 4711"; empty: nobody outside
+};
+
+/// Any thread, several at once; nothing is thrown, and nothing is waited for but the journal's socket.
+class JournalLog {
+public:
+    /// Takes the fields of one entry, each "NAME=value".
+    using Sender = std::function<void(const std::vector<std::string>& fields)>;
+
+    /// Sends to the journal.
+    JournalLog();
+    explicit JournalLog(Sender sender);
+
+    /// A line of the log; its level is the entry's priority.
+    void Line(int level, const std::string& component, const std::string& text) const;
+    void Note(const JournalNote& note) const;
+
+private:
+    void Send(const std::vector<std::string>& fields) const;
+
+    Sender m_sender;
+};
+
+} // namespace bmhost

@@ -1,0 +1,138 @@
+// The resident host: holds the adaptor of a blade, keeps its picture, and makes the calls of those who ask.
+#pragma once
+
+#include "host/resident/ControllerWatch.h"
+#include "host/resident/FaultRestarts.h"
+#include "host/resident/HostSession.h"
+#include "host/resident/Lane.h"
+#include "host/resident/LedSweep.h"
+#include "host/resident/LogRing.h"
+#include "host/resident/NewsRing.h"
+#include "host/resident/PictureKeeper.h"
+#include "host/resident/ResidentHost.h"
+#include "host/resident/RunHealth.h"
+#include "host/resident/UpgradeBook.h"
+#include "host/session/AdaptorEvent.h"
+#include "host/session/LogEar.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace bmhost {
+
+/// What a reload of the configuration may change.
+struct ResidentSettings {
+    std::chrono::milliseconds m_sweep{30'000}; ///< in which every LED is read once
+    bool m_exitOnFault = false;
+    bool m_restartOnFault = false;
+};
+
+/// Who is told of what happens, on the thread on which it happens. None of them may log or wait.
+struct ResidentListeners {
+    std::function<void(Operation operation, int result)> m_lifecycle;
+    std::function<void(const AdaptorEvent& event)> m_event;
+    std::function<void(const HealthChange& change)> m_health;
+    std::function<void()> m_wantsToEnd; ///< for --exit-on-fault, and when the adaptor has thrown
+};
+
+/// Carries an order out: bmhost::CarryOut, but for tests.
+using OrderCarrier = std::function<OrderOutcome(const Order& order, Session& session, const Picture& picture)>;
+
+class Resident final : public ResidentHost {
+public:
+    /// @param adaptor  for calls from any thread; it outlives this
+    /// @param state  the folder of the history of upgrades
+    Resident(Session& adaptor, HostFacts facts, const std::string& state, ResidentSettings settings,
+             ResidentListeners listeners, OrderCarrier carrier);
+    ~Resident() override;
+
+    std::shared_ptr<const Picture> Now() const override { return m_picture.Now(); }
+    void Ask(const Asker& asker, Call call, Answered answered) override;
+    void Ask(const Asker& asker, Order order, Answered answered) override;
+    std::vector<News> NewsAfter(uint64_t id) const override { return m_news.After(id); }
+    void OnNews(std::function<void()> listener) override { m_news.OnNews(std::move(listener)); }
+    std::vector<nlohmann::ordered_json> LogLines(std::size_t most) const override { return m_log.Last(most); }
+
+    /// Init, and start when `start` is true and init returned 1; returns at once.
+    void Begin(bool start);
+    /// An event of the adaptor, on any thread.
+    void Take(const AdaptorEvent& event);
+    /// To be called every second, or more often.
+    void Tick();
+    /// Any thread.
+    void Set(const ResidentSettings& settings);
+
+    /// Waits for an upgrade that is under way until `hurried` says no; then stop where the blade was started, and fin.
+    /// True when the last calls of each kind returned 1 and no fault stands. Rethrows what the adaptor has thrown.
+    bool End(const std::function<bool()>& hurried);
+    /// False when a call has still not returned: then the adaptor must not be destroyed.
+    bool EndLanes(std::chrono::milliseconds time);
+
+private:
+    class UnderWay;
+    struct Asked;
+
+    Lane& LaneOf(const Call& call);
+    Lane& LaneOf(const Order& order);
+    void Give(Lane& lane, std::shared_ptr<Asked> asked, std::function<Answer(HostSession&)> work);
+    HostSession SessionFor(const Asked& asked);
+
+    int Lifecycle(Operation operation, const std::string& asker);
+    int InitAgainAndStart(const std::string& asker);
+    int MakeLifecycle(Operation operation, const std::string& asker);
+    void Note(const CallOutcome& outcome, const std::string& asker);
+    void ReadBlade();
+    void Restart();
+    bool HasToStop() const;
+
+    Lane::Clock::time_point SweepOn();
+    Lane::Clock::time_point ReadPortsOn();
+    void ReadNextLed(LedPlace place);
+    void Judge();
+
+    void Hear(int level, const std::string& component, const std::string& text);
+    void Changed(const HealthChange& change);
+    std::string Refusal() const;
+
+    Session& m_adaptor;
+    const ResidentListeners m_listeners;
+    const OrderCarrier m_carrier;
+
+    NewsRing m_news;
+    LogRing m_log;
+    PictureKeeper m_picture;
+    UpgradeBook m_upgrades;
+
+    std::atomic<bool> m_inited{false}; ///< the first init has returned
+    std::atomic<bool> m_ending{false};
+    std::atomic<int> m_orders{0}; ///< asked for, and not yet returned: no sweep meanwhile
+
+    mutable std::mutex m_guard; ///< protects what follows
+    ResidentSettings m_settings;
+    LedSweep m_sweep;
+    ControllerWatch m_controller;
+    FaultRestarts m_restarts;
+    bool m_fault = false;       ///< since the last start
+    bool m_gaveUp = false;      ///< no more restarts, which is still to be told
+    bool m_startFailed = false; ///< the last one
+    bool m_interrupted = false; ///< the last start returned when the end had been asked for
+    std::exception_ptr m_thrown;
+    Lane::Clock::time_point m_portsDue = Lane::Clock::time_point::max();
+
+    std::mutex m_healthGuard;
+    HealthLog m_health;
+
+    Lane m_calls;    ///< what neither asks the controller nor changes the adaptor's life
+    Lane m_portLane; ///< reads the switch's links
+    Lane m_controllerLane;
+    Lane m_lifecycle;
+    LogEar m_ear; // last, since it uses the other members
+};
+
+} // namespace bmhost

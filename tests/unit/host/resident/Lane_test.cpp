@@ -1,0 +1,132 @@
+// Threads that make calls which must not hold up others.
+#include "host/resident/Lane.h"
+
+#include "host/resident/Latch.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+namespace {
+
+using namespace bmhost;
+using std::chrono::milliseconds;
+
+TEST(Lane, WorksInTheOrderInWhichItWasGiven) {
+    Lane lane(1, 10);
+    std::vector<int> done;
+    Latch last;
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(lane.Give([&done, i] { done.push_back(i); }));
+    ASSERT_TRUE(lane.Give([&] { last.Open(); }));
+    last.Wait();
+    EXPECT_EQ((std::vector{0, 1, 2}), done);
+}
+
+TEST(Lane, SeveralThreadsDoNotWaitForEachOther) {
+    Lane lane(2, 10);
+    Latch second;
+    Latch first;
+    ASSERT_TRUE(lane.Give([&] {
+        second.Wait();
+        first.Open();
+    }));
+    ASSERT_TRUE(lane.Give([&] { second.Open(); }));
+    first.Wait();
+}
+
+TEST(Lane, RefusesWhatIsTooMuch) {
+    Lane lane(1, 2);
+    Latch begun;
+    Latch go;
+    ASSERT_TRUE(lane.Give([&] {
+        begun.Open();
+        go.Wait();
+    }));
+    begun.Wait(); // what is under way does not count
+    EXPECT_TRUE(lane.Give([] {}));
+    EXPECT_TRUE(lane.Give([] {}));
+    EXPECT_FALSE(lane.Give([] {}));
+    go.Open();
+}
+
+TEST(Lane, DropsWhatWaitsAtItsEndAndTakesNothingMore) {
+    Lane lane(1, 10);
+    Latch begun;
+    Latch go;
+    std::atomic<bool> dropped = true;
+    lane.Give([&] {
+        begun.Open();
+        go.Wait();
+    });
+    const auto owned = std::make_shared<int>(1);
+    lane.Give([&dropped, owned] { dropped = false; });
+    begun.Wait();
+    EXPECT_FALSE(lane.End(milliseconds(1))) << "a call has not come back";
+    EXPECT_EQ(1, owned.use_count());
+    EXPECT_FALSE(lane.Give([] {}));
+    go.Open();
+    EXPECT_TRUE(lane.End(std::chrono::seconds(30)));
+    EXPECT_TRUE(dropped);
+}
+
+TEST(Lane, IdlesWhenItsTimeHasComeAndOnlyThen) {
+    std::atomic<int> calls = 0;
+    Latch second;
+    Lane lane(1, 10, [&] {
+        if (++calls == 2) second.Open();
+        return Lane::Clock::time_point::max();
+    });
+    ASSERT_TRUE(Comes([&] { return calls == 1; }));
+    Latch worked;
+    lane.Give([&] { worked.Open(); });
+    worked.Wait();
+    EXPECT_EQ(1, calls) << "work is no reason";
+    lane.Wake();
+    second.Wait();
+}
+
+TEST(Lane, AWakeDuringTheIdleWorkIsNotLost) {
+    Latch first;
+    Latch woken;
+    Latch second;
+    std::atomic<int> calls = 0;
+    Lane lane(1, 10, [&] {
+        if (++calls == 1) {
+            first.Open();
+            woken.Wait();
+        } else {
+            second.Open();
+        }
+        return Lane::Clock::time_point::max();
+    });
+    first.Wait();
+    lane.Wake();
+    woken.Open();
+    second.Wait();
+}
+
+TEST(Lane, WorkGoesBeforeTheNextIdleWork) {
+    Latch begun;
+    Latch given;
+    std::vector<char> order;
+    Latch end;
+    Lane lane(1, 10, [&] {
+        if (order.empty()) {
+            begun.Open();
+            given.Wait();
+        }
+        order.push_back('i');
+        if (order.size() > 2) end.Open();
+        return order.size() > 2 ? Lane::Clock::time_point::max() : Lane::Clock::time_point{};
+    });
+    begun.Wait();
+    lane.Give([&] { order.push_back('w'); });
+    given.Open();
+    end.Wait();
+    EXPECT_EQ((std::vector{'i', 'w', 'i'}), order);
+}
+
+} // namespace

@@ -1,0 +1,69 @@
+// The picture of the blade as the resident host keeps it.
+#include "host/resident/PictureKeeper.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace bmhost;
+
+class PictureKeeperTest : public testing::Test {
+protected:
+    NewsRing m_news;
+    PictureKeeper m_keeper{m_news};
+};
+
+TEST_F(PictureKeeperTest, AChangeMakesANewPictureAndLeavesTheOldOne) {
+    const auto before = m_keeper.Now();
+    m_keeper.Change({"controller"}, [](Picture& picture) {
+        picture.m_controller.m_state = Controller::State::Answers;
+        return true;
+    });
+    EXPECT_EQ(Controller::State::Unknown, before->m_controller.m_state);
+    EXPECT_EQ(Controller::State::Answers, m_keeper.Now()->m_controller.m_state);
+    EXPECT_EQ(before->m_revision + 1, m_keeper.Now()->m_revision);
+    ASSERT_EQ(1U, m_news.After(0).size());
+    EXPECT_EQ("picture", m_news.After(0).front().m_kind);
+    EXPECT_EQ(R"({"revision":2,"parts":["controller"]})", m_news.After(0).front().m_data);
+}
+
+TEST_F(PictureKeeperTest, WhatChangesNothingIsNoNews) {
+    const auto before = m_keeper.Now();
+    m_keeper.Change({"leds"}, [](Picture&) { return false; });
+    EXPECT_EQ(before, m_keeper.Now());
+    m_keeper.Change({}, [](Picture&) { return true; });
+    EXPECT_NE(before, m_keeper.Now());
+    EXPECT_TRUE(m_news.After(0).empty());
+}
+
+TEST_F(PictureKeeperTest, ACallStandsThereUntilItReturns) {
+    const uint64_t first = m_keeper.Called({"init", {}, ""}, true);
+    const uint64_t second = m_keeper.Called({"read 0x300", {}, "uid 0, process 5"}, false);
+    ASSERT_EQ(2U, m_keeper.Now()->m_calls.size());
+    m_keeper.Returned(first, true);
+    ASSERT_EQ(1U, m_keeper.Now()->m_calls.size());
+    EXPECT_EQ("read 0x300", m_keeper.Now()->m_calls.front().m_operation);
+    m_keeper.Returned(first, true);
+    m_keeper.Returned(second, false);
+    EXPECT_TRUE(m_keeper.Now()->m_calls.empty());
+    EXPECT_EQ(2U, m_news.After(0).size()) << "a raw call is no news";
+}
+
+TEST_F(PictureKeeperTest, NoChangeOfManyIsLost) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([this] {
+            for (int j = 0; j < 100; ++j)
+                m_keeper.Returned(m_keeper.Called({"read", {}, ""}, false), false);
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(801U, m_keeper.Now()->m_revision);
+    EXPECT_TRUE(m_keeper.Now()->m_calls.empty());
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+// Where the host's storage is, and how root's former one is taken over.
+#include "host/session/StorageHome.h"
+
+#include "bm_dev/HostLog.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+using bmhost::StorageHomeOf;
+using bmhost::StorageSurroundings;
+using bmhost::TakeStorageOver;
+
+StorageSurroundings OfRoot() {
+    return {true, false, "", "/root/.local/state/bmhost", "/var/lib/bmhost"};
+}
+
+TEST(StorageHome, IsTheBoardsForRoot) {
+    EXPECT_EQ("/var/lib/bmhost", StorageHomeOf(OfRoot()));
+}
+
+TEST(StorageHome, IsTheUsersForAnyOtherUser) {
+    StorageSurroundings surroundings = OfRoot();
+    surroundings.m_root = false;
+    EXPECT_EQ("/root/.local/state/bmhost", StorageHomeOf(surroundings));
+}
+
+TEST(StorageHome, IsTheUsersInASimulatedBlade) {
+    StorageSurroundings surroundings = OfRoot();
+    surroundings.m_simulated = true;
+    EXPECT_EQ("/root/.local/state/bmhost", StorageHomeOf(surroundings));
+}
+
+TEST(StorageHome, IsWhereTheVariableSays) {
+    StorageSurroundings surroundings = OfRoot();
+    surroundings.m_stateFolder = "/state";
+    surroundings.m_userStorage = "/state/bmhost";
+    EXPECT_EQ("/state/bmhost", StorageHomeOf(surroundings));
+}
+
+class TakenOver : public testing::Test {
+protected:
+    TakenOver() {
+        std::string folder = testing::TempDir() + "/bmhost-storage-XXXXXX";
+        EXPECT_NE(nullptr, mkdtemp(folder.data()));
+        m_folder = folder;
+        m_former = m_folder / "state" / "bmhost";
+        m_storage = m_folder / "lib" / "bmhost";
+        fs::create_directories(m_former);
+        bm_dev::LogToListener([this](int, const std::string&, const std::string& text) { m_said = text; });
+    }
+    ~TakenOver() override {
+        bm_dev::LogToListener({});
+        fs::remove_all(m_folder);
+    }
+
+    static void Write(const fs::path& file, const std::string& text) { std::ofstream(file) << text; }
+    static std::string Text(const fs::path& file) {
+        std::ifstream stream(file);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    static fs::perms Mode(const fs::path& file) { return fs::status(file).permissions(); }
+
+    fs::path m_folder;
+    fs::path m_former;
+    fs::path m_storage;
+    std::string m_said; ///< the log's last line
+};
+
+TEST_F(TakenOver, FilesAreCopiedWithTheirModesIntoAFolderForTheOwnerOnly) {
+    Write(m_former / "addresses.xml", "a");
+    Write(m_former / "ports.xml", "p");
+    fs::permissions(m_former / "addresses.xml", fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_TRUE(TakeStorageOver(m_former, m_storage));
+    EXPECT_EQ("a", Text(m_storage / "addresses.xml"));
+    EXPECT_EQ("p", Text(m_storage / "ports.xml"));
+    EXPECT_EQ(fs::perms::owner_read | fs::perms::owner_write, Mode(m_storage / "addresses.xml"));
+    EXPECT_EQ(fs::perms::owner_all, Mode(m_storage));
+    EXPECT_EQ("a", Text(m_former / "addresses.xml"));
+    EXPECT_EQ("The storage is in " + m_storage.native() + " now; the files of " + m_former.native() +
+                  " were taken over",
+              m_said);
+}
+
+TEST_F(TakenOver, AFolderThatSomebodyMadeKeepsItsMode) {
+    Write(m_former / "addresses.xml", "a");
+    fs::create_directories(m_storage);
+    fs::permissions(m_storage, fs::perms::owner_all | fs::perms::group_read);
+    EXPECT_TRUE(TakeStorageOver(m_former, m_storage));
+    EXPECT_EQ(fs::perms::owner_all | fs::perms::group_read, Mode(m_storage));
+}
+
+TEST_F(TakenOver, OnlyOnce) {
+    Write(m_former / "addresses.xml", "a");
+    EXPECT_TRUE(TakeStorageOver(m_former, m_storage));
+    fs::remove(m_storage / "addresses.xml");
+    EXPECT_FALSE(TakeStorageOver(m_former, m_storage));
+    EXPECT_FALSE(fs::exists(m_storage / "addresses.xml"));
+}
+
+TEST_F(TakenOver, NothingWhereTheStorageIsInUse) {
+    Write(m_former / "addresses.xml", "former");
+    fs::create_directories(m_storage);
+    Write(m_storage / "ports.xml", "p");
+    EXPECT_FALSE(TakeStorageOver(m_former, m_storage));
+    EXPECT_FALSE(fs::exists(m_storage / "addresses.xml"));
+}
+
+TEST_F(TakenOver, NothingWithoutAFormerFolder) {
+    EXPECT_FALSE(TakeStorageOver(m_folder / "none", m_storage));
+    EXPECT_FALSE(fs::exists(m_storage));
+}
+
+TEST_F(TakenOver, NeitherLinksNorHiddenFiles) {
+    Write(m_former / "addresses.xml", "a");
+    Write(m_former / ".lock", "l");
+    fs::create_symlink("/etc/hostname", m_former / "link.xml");
+    EXPECT_TRUE(TakeStorageOver(m_former, m_storage));
+    EXPECT_FALSE(fs::exists(m_storage / ".lock"));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(m_storage / "link.xml")));
+}
+
+TEST_F(TakenOver, WhatCannotBeTakenOverIsSaidAndHarmsNothing) {
+    Write(m_former / "addresses.xml", "a");
+    Write(m_folder / "lib", "a file in the folder's place");
+    EXPECT_FALSE(TakeStorageOver(m_former, m_storage));
+    EXPECT_EQ("a", Text(m_former / "addresses.xml"));
+    EXPECT_EQ(0U, m_said.find("The storage in " + m_former.native() + " is not taken over into ")) << m_said;
+}
+
+} // namespace
