@@ -1,8 +1,10 @@
 // bmhostd: the resident host of a blade.
 #include "host/DaemonOptions.h"
+#include "host/ImageSink.h"
 #include "host/api/Server.h"
 #include "host/client/BladeLock.h"
 #include "host/output/Redirect.h"
+#include "host/resident/JournalLog.h"
 #include "host/resident/OwnLog.h"
 #include "host/resident/Resident.h"
 #include "host/resident/ServerSocket.h"
@@ -10,6 +12,7 @@
 #include "host/resident/Signals.h"
 #include "host/resident/Teller.h"
 #include "host/session/EndNotice.h"
+#include "host/session/LogEar.h"
 #include "host/session/PluginSession.h"
 #include "host/words/Error.h"
 
@@ -23,6 +26,7 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -92,6 +96,47 @@ private:
 
     StopRequest& m_stop;
     Teller m_teller;
+};
+
+/// Where standard error leads to the journal, log, calls and orders become entries of their own, with fields.
+class Journal {
+public:
+    Journal() {
+        if (!LeadsToJournal(STDERR_FILENO)) return;
+        bm_dev::LogToConsole(false);
+        m_ear.emplace([this](int level, const std::string& component, const std::string& text) {
+            m_log.Line(level, component, text);
+        });
+    }
+
+    ResidentListeners With(ResidentListeners listeners) const {
+        if (!m_ear) return listeners;
+        listeners.m_lifecycle = [this, told = std::move(listeners.m_lifecycle)](Operation operation, int result) {
+            JournalNote note;
+            note.m_operation = OperationName(operation);
+            note.m_text = note.m_operation + ": " + std::to_string(result);
+            note.m_result = result;
+            note.m_good = result == Success;
+            m_log.Note(note);
+            told(operation, result);
+        };
+        listeners.m_order = [this](const Order& order, const OrderOutcome& outcome, const std::string& asker) {
+            JournalNote note;
+            note.m_operation = order.m_name;
+            note.m_text = outcome.m_text.empty() ? order.m_name : outcome.m_text;
+            note.m_result = outcome.m_result;
+            note.m_good = outcome.m_good;
+            note.m_asker = asker;
+            if (const auto bay = order.m_values.find("bay"); bay != order.m_values.end() && bay->is_number_integer())
+                note.m_bay = bay->get<int32_t>();
+            m_log.Note(note);
+        };
+        return listeners;
+    }
+
+private:
+    JournalLog m_log;
+    std::optional<LogEar> m_ear; // last, since it uses the log
 };
 
 /// Reads the configuration again when it was asked to.
@@ -181,9 +226,9 @@ private:
     std::thread m_thread; // last, since it uses the other members
 };
 
-ApiLimits LimitsFor(const DaemonOptions& options) {
+ApiLimits LimitsFor(const Resident& resident) {
     ApiLimits limits;
-    limits.m_imageFolder = options.m_state + "/firmware";
+    limits.m_imageFolder = resident.ImageFolder();
     return limits;
 }
 
@@ -215,12 +260,13 @@ bool BeResident(const DaemonOptions& options, StopRequest& stop, Reloads& reload
     ArmEndNotice(std::chrono::milliseconds(options.m_noticeAfter));
     PluginSession session(options.m_adaptor, options.m_mode, options.m_storage);
     Story story(*lines, stop);
+    const Journal journal;
     bool good = false;
     {
-        Resident resident(session, FactsOf(options, session), options.m_state, options.m_settings, story.Listeners(),
-                          CarryOut);
+        Resident resident(session, FactsOf(options, session), options.m_state, options.m_settings,
+                          journal.With(story.Listeners()), CarryOut);
         const TakenEvents events(session.Manager(), resident);
-        ApiServer server(socket.Descriptor(), resident, LimitsFor(options));
+        ApiServer server(socket.Descriptor(), resident, LimitsFor(resident), ImagesOf(resident));
         Ender ender(stop, resident, server);
         resident.Begin(StartsAlone(options, lock));
         Serve(server, resident, reloads);

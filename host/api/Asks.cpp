@@ -113,8 +113,9 @@ void BeginImage(Api& api, Request& request, uint64_t size) {
     if (size > limits.m_imageSize)
         throw Refusal(413, bytes, "an image may have " + std::to_string(limits.m_imageSize) + " bytes");
     if (!api.m_makeSink || limits.m_imageFolder.empty()) throw Refusal(503, bytes, "this host takes no images");
-    const uint64_t space = std::filesystem::space(limits.m_imageFolder).available;
-    if (size > space) {
+    std::error_code error; // the folder may have to be made; whoever makes the file says what else is wrong
+    const uint64_t space = std::filesystem::space(limits.m_imageFolder, error).available;
+    if (!error && size > space) {
         throw Refusal(507, bytes, limits.m_imageFolder + " has room for " + std::to_string(space) + " bytes");
     }
     request.m_image = api.m_makeSink(size);

@@ -24,8 +24,9 @@ constexpr int MostNested = 16; // what the library does with deeper ones takes s
 std::string Shown(const json& value) {
     constexpr std::size_t most = 80;
     std::string text = value.dump(-1, ' ', false, json::error_handler_t::replace);
-    if (text.size() > most) text = text.substr(0, most) + "…";
-    return text;
+    if (text.size() <= most) return text;
+    text.resize(most);
+    return text + "…";
 }
 
 [[noreturn]] void RefuseKey(const std::string& key, const json& value, const std::string& reason) {

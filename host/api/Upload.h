@@ -24,7 +24,8 @@ public:
     virtual std::string Sha256() const = 0;
 };
 
-/// Makes a file that only the host may read, for an image of that many bytes. Throws std::exception.
+/// Makes a file that only the host may read, for an image of that many bytes. Throws Refusal (host/api/Request.h), or
+/// std::exception, which the client is told as 500.
 using MakeUploadSink = std::function<std::unique_ptr<UploadSink>(uint64_t size)>;
 
 } // namespace bmhost

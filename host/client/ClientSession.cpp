@@ -11,14 +11,13 @@
 
 namespace bmhost {
 
-using nlohmann::json;
 using nlohmann::ordered_json;
 
 namespace {
 
 constexpr const char* Calls = "/v1/calls";
 
-json GroupCall(Operation operation, unsigned group) {
+nlohmann::json GroupCall(Operation operation, unsigned group) {
     return {{"op", OperationName(operation)}, {"group", Hex(group)}};
 }
 
@@ -67,7 +66,7 @@ std::unique_ptr<BM_ADAPTOR::CBMITable> ClientSession::Table(unsigned group, int&
 
 std::unique_ptr<BM_ADAPTOR::CBMIParams> ClientSession::Row(unsigned group, const BM_ADAPTOR::CBMIKeys& keys,
                                                            int& result) {
-    json call = GroupCall(Operation::Read, group);
+    nlohmann::json call = GroupCall(Operation::Read, group);
     call["keys"] = WireRow(keys);
     std::unique_ptr<BM_ADAPTOR::CBMIParams> row;
     Ask(call, result, [&row](const ordered_json& line) { row = RowOfWire(line.at("row")); });
@@ -75,7 +74,7 @@ std::unique_ptr<BM_ADAPTOR::CBMIParams> ClientSession::Row(unsigned group, const
 }
 
 int ClientSession::WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPTOR::CBMIParams& values) {
-    json call = GroupCall(Operation::Write, group);
+    nlohmann::json call = GroupCall(Operation::Write, group);
     call["keys"] = WireRow(keys);
     call["values"] = WireRow(values);
     int result = 0;
@@ -83,7 +82,7 @@ int ClientSession::WriteRow(unsigned group, BM_ADAPTOR::CBMIKeys& keys, BM_ADAPT
     return result;
 }
 
-void ClientSession::Ask(const json& call, int& result, const std::function<void(const ordered_json&)>& take) {
+void ClientSession::Ask(const nlohmann::json& call, int& result, const std::function<void(const ordered_json&)>& take) {
     const std::string what = call.at("op").get<std::string>() +
                              (call.contains("group") ? " " + call.at("group").get<std::string>() : std::string());
     m_reasons.clear();

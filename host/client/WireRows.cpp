@@ -14,7 +14,6 @@ namespace bmhost {
 using BM_ADAPTOR::CBMIParam;
 using BM_ADAPTOR::CBMIParams;
 using BM_ADAPTOR::CBMITable;
-using nlohmann::json;
 using nlohmann::ordered_json;
 
 namespace {
@@ -30,7 +29,7 @@ const ordered_json& Member(const ordered_json& object, const char* key) {
     return object.at(key);
 }
 
-json WireValue(const CBMIParam& param) {
+nlohmann::json WireValue(const CBMIParam& param) {
     switch (param.GetType()) {
     case BM_ADAPTOR::BMI_PARAM_BOOL:
         return param.GetBool();
@@ -89,8 +88,8 @@ CBMIParam ParamOfWire(const ordered_json& object) {
 
 } // namespace
 
-json WireRow(const CBMIParams& row) {
-    json params = json::array();
+nlohmann::json WireRow(const CBMIParams& row) {
+    nlohmann::json params = nlohmann::json::array();
     for (int i = 0; i < row.GetSize(); ++i) {
         const CBMIParam& param = *row.Get(i);
         params.push_back(

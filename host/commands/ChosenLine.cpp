@@ -37,8 +37,13 @@ Context& ChosenLine::Chosen() {
     return *m_chosen;
 }
 
+// Where prints of an own adaptor are withheld, standard output is another descriptor.
 int ChosenLine::Output() const {
     return m_chosen != nullptr ? m_chosen->Output() : STDOUT_FILENO;
+}
+
+std::optional<int> ChosenLine::Terminal() const {
+    return isatty(STDIN_FILENO) == 1 ? std::optional(STDIN_FILENO) : std::nullopt;
 }
 
 void ChosenLine::Answer(const std::string& text) {

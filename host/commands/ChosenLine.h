@@ -16,6 +16,7 @@ public:
     bool Make(Call& call) override { return Chosen().Make(call); }
     bool WithSession(const Work& work) override { return Chosen().WithSession(work); }
     int Output() const override;
+    std::optional<int> Terminal() const override;
     void Answer(const std::string& text) override;
     bool TakesSignals() const override { return m_chosen == nullptr || m_chosen->TakesSignals(); }
     HostClient* Host() override { return Chosen().Host(); }

@@ -1,14 +1,13 @@
 // A command on the command line that asks the resident host.
 #include "host/commands/ClientLine.h"
 
+#include "host/commands/GiveOrder.h"
+#include "host/commands/HostUpgrade.h"
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
 #include "host/picture/PictureJson.h"
 #include "host/words/Call.h"
 
-#include <algorithm>
-#include <iterator>
-#include <stdexcept>
 #include <unistd.h>
 
 namespace bmhost {
@@ -42,29 +41,13 @@ Picture ClientLine::Look() {
 }
 
 OrderOutcome ClientLine::Give(const Order& order) {
-    return OutcomeOf(GoodBody(m_client->Post("/v1/orders/" + order.m_name, order.m_values), order.m_name));
+    if (Upgrades(order)) return UpgradeByHost(*m_client, *this, order);
+    const HostAnswer answer = m_client->Post("/v1/orders/" + order.m_name, order.m_values);
+    return OrderOutcomeOf(GoodBody(answer, order.m_name));
 }
 
-OrderOutcome OutcomeOf(const nlohmann::ordered_json& json) {
-    try {
-        OrderOutcome outcome;
-        outcome.m_result = json.at("result").get<int32_t>();
-        outcome.m_good = json.at("good").get<bool>();
-        outcome.m_changed = json.at("changed").get<bool>();
-        outcome.m_text = json.value("text", "");
-        outcome.m_remarks = json.value("remarks", std::vector<std::string>{});
-        outcome.m_reasons = json.value("reasons", std::vector<std::string>{});
-        outcome.m_cure = json.value("cure", "");
-        outcome.m_values = nlohmann::ordered_json::object();
-        for (const auto& [key, value] : json.items()) {
-            constexpr std::string_view own[] = {"order", "result",  "good",    "changed",
-                                                "text",  "remarks", "reasons", "cure"};
-            if (std::find(std::begin(own), std::end(own), key) == std::end(own)) outcome.m_values[key] = value;
-        }
-        return outcome;
-    } catch (const nlohmann::json::exception& error) {
-        throw std::runtime_error(std::string("the resident host sent what is no order's outcome: ") + error.what());
-    }
+std::optional<int> ClientLine::Terminal() const {
+    return isatty(STDIN_FILENO) == 1 ? std::optional(STDIN_FILENO) : std::nullopt;
 }
 
 } // namespace bmhost

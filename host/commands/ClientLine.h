@@ -16,6 +16,7 @@ public:
     bool Make(Call& call) override;
     bool WithSession(const Work& work) override;
     int Output() const override;
+    std::optional<int> Terminal() const override;
     void Answer(const std::string& text) override;
     HostClient* Host() override { return m_client.get(); }
     Picture Look() override;
@@ -25,8 +26,5 @@ private:
     std::unique_ptr<HostClient> m_client;
     ClientSession m_session;
 };
-
-/// What the resident host says of an order. Throws std::runtime_error where that is no outcome.
-OrderOutcome OutcomeOf(const nlohmann::ordered_json& json);
 
 } // namespace bmhost

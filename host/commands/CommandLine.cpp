@@ -3,11 +3,11 @@
 
 #include "common/veldo_common_protocol.h"
 #include "host/client/BladeLock.h"
-#include "host/commands/Detached.h"
 #include "host/commands/GiveOrder.h"
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
 #include "host/picture/ReadPicture.h"
+#include "host/session/Detached.h"
 #include "host/session/EndNotice.h"
 #include "host/session/PluginSession.h"
 

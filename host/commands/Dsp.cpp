@@ -35,7 +35,7 @@ void AddDsp(Commands& commands) {
             "Every DSP that the AMCs have: its number across the blade, where it is, MAC and IP address. Without a\n"
             "resident host the IP address is the stored one.\n"
             "Status 0 when there are DSPs and each has its addresses.\n")
-        .Example("bmhost dsp")
+        .Example("bmhost --mode 1 dsp")
         .Run([](Context& context) {
             return RunLook(context, {"dsp", DspsText, DspsAreGood, DspsRemarks});
         });

@@ -137,8 +137,8 @@ bool RunUpdate(const FirmwareWords& words, Context& context) {
 // The resident host knows of what it has made; without one there is the history on disk.
 bool RunShow(Context& context) {
     std::vector<std::string> remarks;
-    const auto upgrades =
-        context.Host() != nullptr ? context.Look().m_upgrades : UpgradeHistory(StateFolder()).Read(remarks);
+    const bool asks = context.Host() != nullptr;
+    const auto upgrades = asks ? context.Look().m_upgrades : UpgradeHistory(StateFolder()).Read(remarks);
     WriteAll(context.Output(), context.Globals().m_json ? HistoryLine(upgrades) : HistoryText(upgrades));
     for (const std::string& remark : remarks)
         fprintf(stderr, "bmhost: %s\n", remark.c_str());

@@ -2,7 +2,7 @@
 #include "host/commands/GiveOrder.h"
 
 #include "host/commands/Context.h"
-#include "host/commands/OwnUpgrade.h"
+#include "host/orders/OwnUpgrade.h"
 #include "host/output/Redirect.h"
 #include "host/session/Session.h"
 #include "host/words/Error.h"

@@ -1,6 +1,8 @@
 // The options that every command takes.
 #pragma once
 
+#include "host/session/StorageHome.h"
+
 #include <chrono>
 #include <optional>
 #include <string>

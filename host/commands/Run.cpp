@@ -88,7 +88,7 @@ void AddRun(Commands& commands) {
     run.WithoutTimeLimit()
         .Option({"--config", "FILE", "the host's configuration file", Choices::Kind::File}, words->m_config)
         .Option({"--state", "DIR", "the folder of the history of upgrades", Choices::Kind::Folder}, words->m_state)
-        .Option({"--sweep", "S", "seconds in which every LED is read once; default 30"}, words->m_sweep, {1, 86400})
+        .Option({"--sweep", "S", "seconds in which every LED is read once; default 30"}, words->m_sweep, {0, 86400})
         .Flag({"--no-start", "", "init only: `bmhost start` starts the blade"}, words->m_noStart)
         .Flag({"--exit-on-fault", "", "end when init or start does not return 1, or a fault is found"},
               words->m_exitOnFault)

@@ -5,10 +5,10 @@
 #include "host/client/HostClient.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/CommandList.h"
-#include "host/commands/Detached.h"
 #include "host/commands/GiveOrder.h"
 #include "host/output/Output.h"
 #include "host/picture/ReadPicture.h"
+#include "host/session/Detached.h"
 #include "host/session/PluginSession.h"
 #include "host/session/StorageHome.h"
 #include "host/shell/ShellLines.h"
@@ -62,13 +62,17 @@ private:
 /// A line for the resident host, which goes on when the shell ends.
 class AskingShellLine final : public Context {
 public:
-    AskingShellLine(Context& asked, int output) : Context(asked.Globals()), m_asked(asked), m_output(output) {}
+    AskingShellLine(Context& asked, int output, std::optional<int> terminal)
+        : Context(asked.Globals()),
+          m_asked(asked),
+          m_output(output),
+          m_terminal(terminal) {}
 
     bool Make(Call& call) override { return m_asked.Make(call); }
     bool WithSession(const Work& work) override { return m_asked.WithSession(work); }
     int Output() const override { return m_output; }
+    std::optional<int> Terminal() const override { return m_terminal; }
     void Answer(const std::string& text) override { fprintf(stderr, "%s", text.c_str()); }
-    std::optional<int> Terminal() const override { return m_asked.Terminal(); }
     HostClient* Host() override { return m_asked.Host(); }
     Picture Look() override { return m_asked.Look(); }
     OrderOutcome Give(const Order& order) override { return m_asked.Give(order); }
@@ -76,6 +80,7 @@ public:
 private:
     Context& m_asked;
     int m_output;
+    std::optional<int> m_terminal;
 };
 
 void AddQuit(Commands& commands, const std::string& name, Shell* shell) {
@@ -102,10 +107,10 @@ struct ShellWords {
     }
     std::optional<int> Terminal() const { return m_typed ? std::optional(m_terminal.Get()) : std::nullopt; }
 
+    std::unique_ptr<Commands> m_commands = MakeCommands(InShell);
     // The lines take standard input for themselves.
     bool m_typed = isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
     bm_dev::UniqueFd m_terminal{m_typed ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1};
-    std::unique_ptr<Commands> m_commands = MakeCommands(InShell);
     std::unique_ptr<ShellLines> m_lines =
         MakeShellLines({StateFile("bmhost_history"), [commands = m_commands.get()](const std::string& before) {
                             return CompleteText(*commands, before);
@@ -127,7 +132,7 @@ bool RunOwnShell(const GlobalOptions& globals) {
 bool RunAskingShell(Context& asked) {
     ShellWords words;
     Shell shell;
-    AskingShellLine context(asked, asked.Output());
+    AskingShellLine context(asked, asked.Output(), words.Terminal());
     return words.Run(shell, context);
 }
 

@@ -56,7 +56,7 @@ void CheckAddress(Session& session, const DspWish& wish) {
     const std::string complaint = ComplaintOfAddress(*Ipv4Of(wish.m_address), AddressOfInterface(DspInterface), others);
     if (!complaint.empty())
         throw UsageError("dsp set-ip: ADDRESS '" + wish.m_address + "': " + complaint +
-                         "; --force stores it all the same");
+                         "; --force stores it nevertheless");
 }
 
 // The DSP as it is read afterwards. DSPs are numbered by the rows of the AMCs' table.

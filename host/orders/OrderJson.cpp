@@ -31,9 +31,9 @@ ordered_json Characters(const std::vector<std::string>& texts) {
 }
 
 template <typename Value>
-void Take(const ordered_json& json, const char* name, Value& value) {
-    const auto found = json.find(name);
-    if (found == json.end()) throw std::runtime_error(std::string("an order's outcome without \"") + name + '"');
+void Take(const ordered_json& fields, const char* name, Value& value) {
+    const auto found = fields.find(name);
+    if (found == fields.end()) throw std::runtime_error(std::string("an order's outcome without \"") + name + '"');
     try {
         found->get_to(value);
     } catch (const nlohmann::json::exception&) {
@@ -44,7 +44,7 @@ void Take(const ordered_json& json, const char* name, Value& value) {
 } // namespace
 
 ordered_json OrderOutcomeJson(const std::string& order, const OrderOutcome& outcome) {
-    ordered_json json = {{"order", order},
+    ordered_json fields = {{"order", order},
                          {"result", outcome.m_result},
                          {"good", outcome.m_good},
                          {"changed", outcome.m_changed},
@@ -53,21 +53,21 @@ ordered_json OrderOutcomeJson(const std::string& order, const OrderOutcome& outc
                          {"reasons", Characters(outcome.m_reasons)},
                          {"cure", Characters(outcome.m_cure)}};
     for (const auto& [name, value] : outcome.m_values.items())
-        json[name] = value;
-    return json;
+        fields[name] = value;
+    return fields;
 }
 
-OrderOutcome OrderOutcomeOf(const ordered_json& json) {
-    if (!json.is_object()) throw std::runtime_error("an order's outcome that is no object");
+OrderOutcome OrderOutcomeOf(const ordered_json& fields) {
+    if (!fields.is_object()) throw std::runtime_error("an order's outcome that is no object");
     OrderOutcome outcome;
-    Take(json, "result", outcome.m_result);
-    Take(json, "good", outcome.m_good);
-    Take(json, "changed", outcome.m_changed);
-    Take(json, "text", outcome.m_text);
-    Take(json, "remarks", outcome.m_remarks);
-    Take(json, "reasons", outcome.m_reasons);
-    Take(json, "cure", outcome.m_cure);
-    outcome.m_values = json;
+    Take(fields, "result", outcome.m_result);
+    Take(fields, "good", outcome.m_good);
+    Take(fields, "changed", outcome.m_changed);
+    Take(fields, "text", outcome.m_text);
+    Take(fields, "remarks", outcome.m_remarks);
+    Take(fields, "reasons", outcome.m_reasons);
+    Take(fields, "cure", outcome.m_cure);
+    outcome.m_values = fields;
     for (const char* name : OwnNames)
         outcome.m_values.erase(name);
     return outcome;

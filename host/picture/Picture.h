@@ -104,6 +104,7 @@ struct Controller {
 
     State m_state = State::Unknown;
     WallTime m_since{};
+    uint64_t m_sweeps = 0; ///< how often the resident host has tried every LED
 };
 
 struct UpgradeFacts {

@@ -146,7 +146,9 @@ ordered_json HealthJson(const Health& health) {
 }
 
 ordered_json ControllerJson(const Controller& controller) {
-    return {{"state", ControllerWord(controller.m_state)}, {"since", TimeOrNull(controller.m_since)}};
+    return {{"state", ControllerWord(controller.m_state)},
+            {"since", TimeOrNull(controller.m_since)},
+            {"sweeps", controller.m_sweeps}};
 }
 
 std::string UpgradePlace(const UpgradeFacts& upgrade) {

@@ -175,7 +175,7 @@ Health HealthOf(const Reader& health) {
 }
 
 Controller ControllerOf(const Reader& controller) {
-    return {controller.Word("state", ControllerOfWord), controller.Time("since")};
+    return {controller.Word("state", ControllerOfWord), controller.Time("since"), controller.Count("sweeps")};
 }
 
 UpgradeFacts UpgradeFactsOf(const Reader& upgrade) {
@@ -195,23 +195,23 @@ Fault FaultOf(const Reader& fault) {
 
 } // namespace
 
-Picture PictureOf(const json& document) {
-    const Reader root(document, "");
-    Picture picture;
-    picture.m_revision = root.Count("revision");
-    picture.m_time = root.Time("time");
-    picture.m_source = SourceOf(root.Object("source"));
-    picture.m_host = HostOf(root.Object("host"));
-    picture.m_inventory = InventoryOf(root.Object("inventory"));
-    picture.m_leds = root.Items("leds", LedOf);
-    picture.m_dsps = root.Items("dsps", DspOf);
-    picture.m_ports = root.Items("ports", PortOf);
-    picture.m_health = HealthOf(root.Object("health"));
-    picture.m_controller = ControllerOf(root.Object("controller"));
-    picture.m_upgrades = root.Items("upgrades", UpgradeFactsOf);
-    picture.m_calls = root.Items("calls", UnderWayOf);
-    picture.m_faults = root.Items("faults", FaultOf);
-    return picture;
+Picture PictureOf(const json& picture) {
+    const Reader root(picture, "");
+    Picture read;
+    read.m_revision = root.Count("revision");
+    read.m_time = root.Time("time");
+    read.m_source = SourceOf(root.Object("source"));
+    read.m_host = HostOf(root.Object("host"));
+    read.m_inventory = InventoryOf(root.Object("inventory"));
+    read.m_leds = root.Items("leds", LedOf);
+    read.m_dsps = root.Items("dsps", DspOf);
+    read.m_ports = root.Items("ports", PortOf);
+    read.m_health = HealthOf(root.Object("health"));
+    read.m_controller = ControllerOf(root.Object("controller"));
+    read.m_upgrades = root.Items("upgrades", UpgradeFactsOf);
+    read.m_calls = root.Items("calls", UnderWayOf);
+    read.m_faults = root.Items("faults", FaultOf);
+    return read;
 }
 
 } // namespace bmhost

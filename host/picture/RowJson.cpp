@@ -98,7 +98,11 @@ CBMIParams RowOfJson(const json& object, unsigned group, const std::string& plac
     if (!object.is_object()) throw std::runtime_error(place + ": expected an object");
     std::map<unsigned, CBMIParam> columns;
     for (const auto& [key, value] : object.items()) {
-        if (const auto id = IdOf(key, group)) columns.emplace(*id, ParamOf(value, ColumnOf(*id), place + "." + key));
+        const auto id = IdOf(key, group);
+        if (!id) continue;
+        std::string where = place;
+        where.append(".").append(key);
+        columns.emplace(*id, ParamOf(value, ColumnOf(*id), where));
     }
     CBMIParams row;
     for (const auto& [id, param] : columns)

@@ -25,6 +25,7 @@ public:
     /// None: the resident host takes them.
     std::optional<AdaptorEvent> TakeEvent(std::chrono::milliseconds) override { return std::nullopt; }
     StorageComplaints Complaints() const override { return m_adaptor.Complaints(); }
+    bool HasUpgraded() const override { return m_adaptor.HasUpgraded(); }
 
 private:
     Session& m_adaptor;

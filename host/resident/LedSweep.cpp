@@ -28,7 +28,10 @@ void LedSweep::Done(bool exists, bool answered, Clock::time_point now) {
     } else {
         m_places.erase(m_places.begin() + static_cast<std::ptrdiff_t>(m_next));
     }
-    if (m_next >= m_places.size()) m_next = 0;
+    if (m_next >= m_places.size()) {
+        m_next = 0;
+        ++m_passes;
+    }
     if (m_quick > 0) --m_quick;
     const bool quick = m_quick > 0 && answered;
     if (quick || m_places.empty()) {

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -31,11 +32,14 @@ public:
     /// The due place was read. @param exists  false: it is not asked again before the next beginning
     /// @param answered  false: the next one waits its time even in a quick pass
     void Done(bool exists, bool answered, Clock::time_point now);
+    /// How often all of them were read.
+    uint64_t Passes() const { return m_passes; }
 
 private:
     std::chrono::milliseconds m_period;
     std::vector<LedPlace> m_places;
     std::size_t m_next = 0;
+    uint64_t m_passes = 0;
     std::size_t m_quick = 0; ///< how many are left of a quick pass
     Clock::time_point m_when{};
 };

@@ -64,19 +64,6 @@ ordered_json Texts(const std::vector<std::string>& texts) {
     return list;
 }
 
-ordered_json OutcomeJson(const Order& order, const OrderOutcome& outcome) {
-    ordered_json json = {{"order", order.m_name},
-                         {"result", outcome.m_result},
-                         {"good", outcome.m_good},
-                         {"changed", outcome.m_changed},
-                         {"text", bm_dev::Utf8OfBytes(outcome.m_text)},
-                         {"remarks", Texts(outcome.m_remarks)},
-                         {"reasons", Texts(outcome.m_reasons)},
-                         {"cure", outcome.m_cure}};
-    if (outcome.m_values.is_object()) json.update(outcome.m_values);
-    return json;
-}
-
 bool SameRow(const CBMIParams& one, const CBMIParams& other) {
     if (one.GetSize() != other.GetSize()) return false;
     for (int i = 0; i < one.GetSize(); ++i) {
@@ -273,6 +260,7 @@ void Resident::Ask(const Asker& asker, Order order, Answered answered) {
     Give(lane, std::move(asked), [this, order = std::move(order), name](HostSession& session) {
         const OrderOutcome outcome = m_carrier(order, session, *m_picture.Now());
         LogOwn("order " + order.m_name + ": result " + std::to_string(outcome.m_result));
+        if (m_listeners.m_order) m_listeners.m_order(order, outcome, name);
         m_news.Add("call", bm_dev::EscapedJson(ordered_json({{"op", "order"},
                                                              {"order", order.m_name},
                                                              {"result", outcome.m_result},
@@ -286,7 +274,7 @@ void Resident::Ask(const Asker& asker, Order order, Answered answered) {
             const std::lock_guard lock(m_guard);
             m_sweep.Hurry(LedSweep::Clock::now());
         }
-        return Answer{200, OutcomeJson(order, outcome)};
+        return Answer{200, OrderOutcomeJson(order.m_name, outcome)};
     });
 }
 
@@ -454,20 +442,39 @@ void Resident::ReadNextLed(LedPlace place) {
         m_controller.Returned(number, good, exists, ControllerWatch::Moment::Now());
         m_sweep.Done(exists, good || !exists, LedSweep::Clock::now());
     }
+    Put(std::move(reading));
+    Judge();
+}
+
+// A reading that shows nothing new may wait for the next: each makes a new picture.
+void Resident::Put(LedReading reading) {
     const auto before = m_picture.Now();
-    const LedReading* const old = FindLed(*before, place.m_bay, place.m_led);
+    const LedReading* const old = FindLed(*before, reading.m_bay, reading.m_led);
+    const bool exists = reading.m_result != NotFound;
     const bool same = old != nullptr && exists && old->m_result == reading.m_result &&
                       (!reading.m_state || (old->m_state && SameRow(*old->m_state, *reading.m_state)));
-    const auto put = [&reading](Picture& picture) {
-        PutLed(std::move(reading), picture.m_leds);
+    const bool isNews = !same && (old != nullptr || exists);
+    m_unchanged.push_back(std::move(reading));
+    const auto now = Lane::Clock::now();
+    if (!isNews && now - m_putLast < Beat) return;
+    m_putLast = now;
+    uint64_t sweeps = 0;
+    {
+        const std::lock_guard lock(m_guard);
+        sweeps = m_sweep.Passes();
+    }
+    const auto put = [&](Picture& picture) {
+        for (LedReading& each : m_unchanged)
+            PutLed(std::move(each), picture.m_leds);
+        picture.m_controller.m_sweeps = sweeps;
         return true;
     };
-    if (same || (old == nullptr && !exists)) {
-        m_picture.Change({}, put);
-    } else {
+    if (isNews) {
         m_picture.Change({"leds"}, put);
+    } else {
+        m_picture.Change({}, put);
     }
-    Judge();
+    m_unchanged.clear();
 }
 
 // Takes what is known of the controller into the picture.
@@ -481,7 +488,8 @@ void Resident::Judge() {
     if (m_picture.Now()->m_controller.m_state == state.m_state) return;
     m_picture.Change({"controller"}, [&](Picture& picture) {
         if (picture.m_controller.m_state == state.m_state) return false;
-        picture.m_controller = state;
+        picture.m_controller.m_state = state.m_state;
+        picture.m_controller.m_since = state.m_since;
         return true;
     });
 }

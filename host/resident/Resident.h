@@ -39,6 +39,8 @@ struct ResidentListeners {
     std::function<void(const AdaptorEvent& event)> m_event;
     std::function<void(const HealthChange& change)> m_health;
     std::function<void()> m_wantsToEnd; ///< for --exit-on-fault, and when the adaptor has thrown
+    /// An order was carried out. Null: nobody wants to know.
+    std::function<void(const Order& order, const OrderOutcome& outcome, const std::string& asker)> m_order = {};
 };
 
 /// Carries an order out: bmhost::CarryOut, but for tests.
@@ -65,6 +67,9 @@ public:
     void Take(const AdaptorEvent& event);
     /// To be called every second, or more often.
     void Tick();
+    /// Before an image is taken from a client: throws as UpgradeBook::Claim does.
+    void ClaimUpgrades() { m_upgrades.Claim(); }
+    std::string ImageFolder() const { return m_upgrades.ImageFolder(); }
     /// Any thread.
     void Set(const ResidentSettings& settings);
 
@@ -94,6 +99,7 @@ private:
     Lane::Clock::time_point SweepOn();
     Lane::Clock::time_point ReadPortsOn();
     void ReadNextLed(LedPlace place);
+    void Put(LedReading reading);
     void Judge();
 
     void Hear(int level, const std::string& component, const std::string& text);
@@ -124,6 +130,9 @@ private:
     bool m_interrupted = false; ///< the last start returned when the end had been asked for
     std::exception_ptr m_thrown;
     Lane::Clock::time_point m_portsDue = Lane::Clock::time_point::max();
+
+    std::vector<LedReading> m_unchanged; ///< not in the picture yet; used in the controller's lane
+    Lane::Clock::time_point m_putLast{};
 
     std::mutex m_healthGuard;
     HealthLog m_health;

@@ -1,11 +1,15 @@
 // The firmware upgrades of a blade: the one under way, and the history, which is kept on disk.
 #pragma once
 
+#include "host/orders/UpgradeHistory.h"
+#include "host/orders/UpgradeLock.h"
 #include "host/picture/Picture.h"
 #include "host/resident/PictureKeeper.h"
 
 #include "bm/Params.h"
 
+#include <cstddef>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -28,7 +32,12 @@ public:
         std::string m_sha256; ///< in hexadecimal
     };
 
+    /// Has the right to upgrade, and the folder of images, from now on. Throws UsageError where another process
+    /// upgrades, or the tool of a dead one is still at work; std::runtime_error where the folder cannot be had.
+    void Claim();
+
     /// An upgrade is about to be given to the adaptor, which may tell of its end before it has returned.
+    /// Throws UsageError as Claim does.
     /// @param values  of the write
     void Begin(const BM_ADAPTOR::CBMIParams& values, const Image& image, const std::string& asker);
     /// The adaptor has accepted what was begun last, or not.
@@ -39,16 +48,18 @@ public:
     void Inventoried();
 
     bool IsUnderWay() const;
-    const std::string& Folder() const { return m_folder; }
+    /// Where images are, until their upgrades have ended.
+    std::string ImageFolder() const;
 
 private:
     void Load();
-    void Store() const;
-    void RemoveLeftImages() const;
+    void Keep(const UpgradeFacts& upgrade) const;
 
     PictureKeeper& m_picture;
     const std::string m_folder;
-    std::mutex m_guard;  ///< protects what follows
+    const UpgradeHistory m_history;
+    std::mutex m_guard; ///< protects what follows
+    std::unique_ptr<UpgradeLock> m_lock;
     std::string m_image; ///< of the upgrade under way
 };
 

@@ -10,6 +10,7 @@
 
 #include "bm_dev/ByteText.h"
 
+#include <utility>
 #include <vector>
 
 namespace bmhost {
@@ -72,11 +73,12 @@ std::string Section(const char* title, const char* whenEmpty, const Rows& rows, 
     for (const Column& column : columns)
         lines[0].emplace_back(column.m_heading);
     for (const CBMIParams& row : rows) {
-        std::vector<std::string>& line = lines.emplace_back();
+        std::vector<std::string> line;
         for (const Column& column : columns) {
             const CBMIParam* const param = row.GetParamById(column.m_id);
             line.push_back(param != nullptr ? column.m_text(*param, style) : "-");
         }
+        lines.push_back(std::move(line));
     }
     return std::string(title) + "\n" + AlignedTable(lines, style);
 }

@@ -114,6 +114,11 @@ std::optional<Advice> AdviceFor(const std::vector<std::string>& reasons) {
     return Advice{std::string(situation->m_cause), std::string(situation->m_cure)};
 }
 
+std::string CureOf(const std::vector<std::string>& reasons) {
+    const auto advice = AdviceFor(reasons);
+    return advice ? advice->m_cure : "";
+}
+
 std::string ReasonsText(const std::vector<std::string>& reasons) {
     std::string text;
     for (std::string line : TellingLines(reasons)) {

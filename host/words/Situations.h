@@ -70,6 +70,8 @@ struct Advice {
 };
 /// By the errors that were logged during the call; nothing when no situation has any of them.
 std::optional<Advice> AdviceFor(const std::vector<std::string>& reasons);
+/// The cure alone; empty when there is no advice.
+std::string CureOf(const std::vector<std::string>& reasons);
 /// Both, with the lines that tell of it, in whole lines for standard error: "  log:   …", "  cause: …", "  cure:  …".
 /// Empty when nothing was logged.
 std::string ReasonsText(const std::vector<std::string>& reasons);

@@ -12,6 +12,8 @@ from pathlib import Path
 
 FOLDER = Path(__file__).parents[2]
 PAGES = [FOLDER / "README.md", *sorted((FOLDER / "docs").glob("*.md"))]
+# How the examples of packaging.md begin that need installed packages: tools/package/page runs these, Integration.documents the others.
+WITH_PACKAGES = ("apt-get install ", "cp -r /usr/share/doc/libipmi-adaptor-dev/", "systemctl enable ")
 OURS = ("bmhost", "bladesim", "ipmitool", "./dev")
 
 CUT = "…"

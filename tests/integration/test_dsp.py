@@ -374,10 +374,11 @@ bmhost --storage "$1" switch && bmhost pstn"""
     assert (done.returncode, done.stderr) == (0, "")
     lines = [line.split() for line in done.stdout.splitlines()]
     dsps = [["1", "3", "1", MACS[0], ADDRESSES[1]], ["2", "3", "2", MACS[1], "192.168.0.99"], ["3", "3", "3", MACS[2], ADDRESSES[3]], ["4", "3", "4", MACS[3], ADDRESSES[4]]]
-    port = ["4", "Switch", "Port", "RTM", "2", "RTM", "disabled", "down"]
+    port = ["4", "Switch", "Port", "RTM", "2", "RTM", "disabled"]
+    stored = ["stored,", "not", "read"]
     assert lines[1] == dsps[1]
-    assert lines[3] == port
-    assert lines[5:9] == dsps
-    assert lines[13] == port
-    # Four hosts have reported an RTM, each with two opens.
-    assert [line[2] for line in lines[15:]] == [record for records in told_of("typical") * 4 for record in records]
+    assert lines[4] == [*port, "down"]
+    assert lines[6:10] == [dsp + stored for dsp in dsps]
+    assert lines[14] == [*port, "unknown", *stored]
+    # Two hosts have reported an RTM, each with two opens; the two that looked have not.
+    assert [line[2] for line in lines[16:]] == [record for records in told_of("typical") * 2 for record in records]

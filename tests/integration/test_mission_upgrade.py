@@ -223,8 +223,12 @@ def test_bmhost_upgrades_a_module_and_tells_how_it_went(tmp_path, end, status, l
     image = tmp_path / "amc 3.img"
     image.write_text("firmware")
     order("tool", "set", "fwburn", *end)
-    words = ["--storage", tmp_path / "storage", "firmware", "update", "--target", "amc", "--bay", "3", image]
+    words = ["--storage", tmp_path / "storage", "firmware", "update", "--target", "amc", "--bay", "3", "--yes", image]
     done = subprocess.run([bin_folder() / "bmhost", *words], capture_output=True, text=True, timeout=SECONDS)
     assert done.returncode == status, done.stderr
-    assert done.stdout.startswith("AMC bay 3: ") and last in done.stdout.splitlines()[-1]
-    assert [run["argv"] for run in runs()] == [[*TOOL, "--target", "amc3", str(image)]]
+    lines = done.stdout.splitlines()
+    assert lines[0].startswith("AMC bay 3: ") and last in lines[-3]
+    assert lines[-2].startswith(f"file {image}, SHA-256 ")
+    (run,) = runs()
+    assert run["argv"][:-1] == [*TOOL, "--target", "amc3"]
+    assert run["argv"][-1].endswith(".image"), "a copy of bmhost's own"

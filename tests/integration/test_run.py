@@ -17,8 +17,8 @@ def bmhost(blade, *words, input="", options=(), blade_file="typical"):
     return blade.run("--blade", blade_file, "--", "bmhost", *options, *words, input=input)
 
 
-def test_run_ends_by_itself_where_nothing_can_be_started(blade):
-    done = bmhost(blade, "run", options=["--json"], blade_file="front-board-only")
+def test_run_ends_by_itself_where_nothing_can_be_started_and_that_is_wanted(blade):
+    done = bmhost(blade, "run", "--exit-on-fault", options=["--json"], blade_file="front-board-only")
     lines = [json.loads(line) for line in done.stdout.splitlines()]
     assert done.returncode == 1
     assert lines[-1] == {"op": "fin", "result": 1}
@@ -64,7 +64,7 @@ def test_firmware_dry_run_shows_the_write(blade, tmp_path):
 def test_firmware_follows_an_upgrade_to_its_outcome(blade, tmp_path, order, status, outcome):
     image = tmp_path / "image.bin"
     image.write_text("image")
-    done = blade.run("--blade", "typical", "--", "sh", "-c", order + ' && exec bmhost firmware update --target rtm "$1"', "sh", str(image))
+    done = blade.run("--blade", "typical", "--", "sh", "-c", order + ' && exec bmhost firmware update --target rtm --yes "$1"', "sh", str(image))
     assert done.returncode == status
     assert "RTM: " + outcome in done.stdout
 

@@ -1,7 +1,7 @@
 """What `bmhost why` says of a blade that was broken by order: cause, evidence and cure, as docs/operations.md has them.
 
-A shell keeps the adaptor whose start failed; alone, `why` sees what the hardware shows. Faults of the health monitor and a controller
-that is lost are only seen by a resident host: Causes_test.cpp has them by hand-made pictures."""
+A shell keeps the adaptor whose start failed; alone, `why` sees what the hardware shows. What only a resident host sees, faults of the
+health monitor and a controller that is lost, is in test_why_resident.py."""
 
 import json
 import re

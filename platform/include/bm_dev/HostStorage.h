@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+// NOLINTNEXTLINE(readability-identifier-naming): it is the hosts'
 namespace QUB_STORAGE {
 class CDataStorage;
 }

@@ -1,12 +1,19 @@
 // bmhost beside a resident host, and how long it waits.
 #include "host/HostProcess.h"
 #include "host/client/ScriptedHost.h"
+#include "host/picture/PictureJson.h"
+
+#include "common/veldo_common_protocol.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <mutex>
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 namespace {
@@ -147,6 +154,29 @@ TEST(BmhostClient, TimeThatIsUpIsAStatusOfItsOwn) {
     EXPECT_EQ("bmhost: `bmhost table`: no answer of the resident host (process " + std::to_string(getpid()) +
                   ") within 0.05 s; it names no call that it waits for\n",
               ended.m_err);
+}
+
+TEST(BmhostClient, AnUpgradeSendsTheImageAndFollowsTheHost) {
+    const std::string file = "/tmp/bmhost-client-image-" + std::to_string(getpid());
+    std::ofstream(file) << "an image";
+    const std::string begun =
+        R"({"order":"firmware-update","result":1,"good":true,"changed":true,"text":"","remarks":[],)"
+        R"("reasons":[],"cure":"","sha256":"abc"})";
+    bmhost::Picture picture;
+    bmhost::UpgradeFacts upgrade;
+    upgrade.m_state = BM_ADAPTOR::UPGRADE_FAILED;
+    upgrade.m_ended = upgrade.m_begun + std::chrono::seconds(7);
+    picture.m_upgrades.push_back(upgrade);
+    const std::string path =
+        "POST /v1/firmware?target=amc&bay=3&name=%2Ftmp%2Fbmhost-client-image-" + std::to_string(getpid());
+    AnsweringHost host(
+        {{path, JsonAnswer(202, begun)}, {"GET /v1/blade", JsonAnswer(200, PictureJson(picture).dump())}});
+    const Ended ended = RunHost({"--json", "firmware", "update", "--target", "amc", "--bay", "3", "--yes", file});
+    std::filesystem::remove(file);
+    EXPECT_EQ(1, ended.m_status) << ended.m_err;
+    EXPECT_THAT(ended.m_out, AllOf(StartsWith(R"({"op":"firmware update","result":1,"good":false,"changed":true,)"),
+                                   HasSubstr(R"("sha256":"abc")"), HasSubstr(R"("ended":"1970-01-01T00:00:07.000Z")")));
+    EXPECT_THAT(host.Asked(), ElementsAre(path + "an image", "GET /v1/blade"));
 }
 
 TEST(BmhostTimeout, AnAdaptorThatDoesNotReturnIsToldOfWithTheTimeSinceWhen) {

@@ -80,7 +80,7 @@ TEST(BmhostWatch, JsonIsAPictureALine) {
 }
 
 TEST(BmhostWatch, WithoutAHostWaitsForOneAndSaysSo) {
-    const RunFolder folder;
+    const HostRunFolder folder;
     HostProcess watch({"watch"});
     EXPECT_TRUE(watch.ErrorHas("bmhost: no resident host has the blade; waiting for one\n"));
     watch.Signal(SIGTERM);
@@ -130,7 +130,7 @@ TEST(BmhostEvents, AreALineEachAsJson) {
 }
 
 TEST(BmhostEvents, WithoutAHostThereAreNone) {
-    const RunFolder folder;
+    const HostRunFolder folder;
     for (const char* const command : {"events", "log"}) {
         const Ended ended = RunHost({command});
         EXPECT_EQ(1, ended.m_status);

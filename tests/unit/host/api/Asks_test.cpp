@@ -1,7 +1,7 @@
 // Calls, orders and firmware at the socket.
 #include "ServedHost.h"
 
-#include "common/veldo_common_protocol.h"
+#include "host/api/Request.h"
 
 #include <gtest/gtest.h>
 
@@ -276,6 +276,22 @@ TEST(Asks, AHostWithoutAFolderTakesNoImages) {
         served.Connect().Post("/v1/firmware?target=board&name=x", "image", "application/octet-stream");
     EXPECT_EQ(answer.m_status, 503);
     EXPECT_EQ(answer.Reason(), "this host takes no images");
+}
+
+TEST(Asks, AFolderThatIsMissingIsTheSinksBusiness) {
+    ApiLimits limits;
+    limits.m_imageFolder = "/nowhere/at/all";
+    ServedHost served(limits, [](uint64_t size) -> std::unique_ptr<UploadSink> {
+        if (size == 1) throw Refusal(409, "another", "another upgrade is under way");
+        throw std::runtime_error("/nowhere/at/all: Permission denied");
+    });
+    const Client client = served.Connect();
+    const HttpAnswer other = client.Post("/v1/firmware?target=board&name=x", "i", "application/octet-stream");
+    EXPECT_EQ(other.m_status, 409);
+    EXPECT_EQ(other.Reason(), "another upgrade is under way");
+    const HttpAnswer failed = client.Post("/v1/firmware?target=board&name=x", "image", "application/octet-stream");
+    EXPECT_EQ(failed.m_status, 500);
+    EXPECT_EQ(failed.Reason(), "/nowhere/at/all: Permission denied");
 }
 
 TEST(Asks, ABrokenDiskIsTold) {

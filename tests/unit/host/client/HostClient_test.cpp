@@ -182,7 +182,7 @@ TEST(HostClient, AnAnswerThatComesInDropsIsBoundedAsAWhole) {
 }
 
 TEST(HostClient, WithoutAHostThereIsNoClient) {
-    const RunFolder folder;
+    const HostRunFolder folder;
     EXPECT_EQ(nullptr, HostClient::Connect(Patient));
     setenv("BLADESIM_RUN_DIR", "/nowhere/at/all", 1);
     EXPECT_EQ(nullptr, HostClient::Connect(Patient));
@@ -196,7 +196,7 @@ TEST(HostClient, WhatADeadHostLeftIsNoHost) {
 }
 
 TEST(HostClient, AnOrderWithAnAdaptorOfItsOwnHasTheLockButNoSocket) {
-    const RunFolder folder;
+    const HostRunFolder folder;
     std::ofstream(folder.Path() + "/bmhost.lock")
         << R"({"process":)" << getpid() << R"(,"started":"x","program":"bmhost led set"})";
     EXPECT_EQ(nullptr, HostClient::Connect(Patient));
@@ -248,7 +248,7 @@ TEST(HostClient, WhoMayNotAskIsToldWhoMay) {
 }
 
 TEST(HostClient, AFolderWithALongPathIsReachedToo) {
-    const RunFolder folder;
+    const HostRunFolder folder;
     const std::string deep = folder.Path() + "/" + std::string(120, 'd');
     ScriptedHost host({Always(JsonAnswer(200, "1"))});
     std::filesystem::create_directory(deep);

@@ -14,7 +14,7 @@ namespace {
 using namespace bmhost;
 
 std::string OwnerText(const std::string& content) {
-    const RunFolder folder;
+    const HostRunFolder folder;
     std::ofstream(folder.Path() + "/bmhost.lock") << content;
     const auto owner = OwnerOf({folder.Path()});
     return owner ? owner->Text() + (owner->IsResident() ? ", resident" : "") : "nobody";

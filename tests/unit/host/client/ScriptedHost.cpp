@@ -49,14 +49,14 @@ void Peer::Cut() {
     shutdown(m_socket.Get(), SHUT_RDWR);
 }
 
-RunFolder::RunFolder() {
+HostRunFolder::HostRunFolder() {
     const char* const temporary = getenv("TMPDIR");
     m_path = std::string(temporary != nullptr ? temporary : "/tmp") + "/host-client-XXXXXX";
     if (mkdtemp(m_path.data()) == nullptr) throw std::runtime_error("mkdtemp");
     setenv("BLADESIM_RUN_DIR", m_path.c_str(), 1);
 }
 
-RunFolder::~RunFolder() {
+HostRunFolder::~HostRunFolder() {
     unsetenv("BLADESIM_RUN_DIR");
     std::filesystem::remove_all(m_path);
 }

@@ -31,12 +31,12 @@ private:
 };
 
 /// A folder that goes with it, which BLADESIM_RUN_DIR names meanwhile.
-class RunFolder {
+class HostRunFolder {
 public:
-    RunFolder();
-    RunFolder(const RunFolder&) = delete;
-    RunFolder& operator=(const RunFolder&) = delete;
-    ~RunFolder();
+    HostRunFolder();
+    HostRunFolder(const HostRunFolder&) = delete;
+    HostRunFolder& operator=(const HostRunFolder&) = delete;
+    ~HostRunFolder();
 
     const std::string& Path() const { return m_path; }
 
@@ -63,7 +63,7 @@ private:
     void Listen(const std::vector<Script>& scripts);
 
     std::vector<Script> m_scripts;
-    RunFolder m_folder;
+    HostRunFolder m_folder;
     bm_dev::UniqueFd m_listening;
     std::mutex m_guard;
     std::list<Peer> m_peers;

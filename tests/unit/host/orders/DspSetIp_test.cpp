@@ -42,7 +42,7 @@ TEST(DspAddresses, OfAnInterfaceAreTheMachines) {
 TEST(DspSetIpOrder, RefusesAnotherDspsAddressUnlessForced) {
     ScriptedSession blade;
     blade.m_addresses = {{1, "192.168.0.23"}, {2, "192.168.0.22"}};
-    EXPECT_EQ("dsp set-ip: ADDRESS '192.168.0.22': DSP 2 has this address; --force stores it all the same",
+    EXPECT_EQ("dsp set-ip: ADDRESS '192.168.0.22': DSP 2 has this address; --force stores it nevertheless",
               UsageErrorOf([&] {
                   CarryOut({"dsp-set-ip", {{"dsp", 1}, {"address", "192.168.0.22"}}}, blade, {});
               }));

@@ -140,23 +140,29 @@ TEST_F(UpgradeHistoryTest, LockRemovesImagesThatNoToolReads) {
     std::ofstream(folder + "/read.image") << "x";
     std::string program = "/bin/sh";
     std::string option = "-c";
-    std::string script = "read line; : ";
+    std::string script = "echo ready; read line; : ";
     std::string image = folder + "/read.image";
     std::vector<char*> words = {program.data(), option.data(), script.data(), image.data(), nullptr};
     int ends[2] = {};
+    int told[2] = {};
     ASSERT_EQ(0, pipe(ends));
+    ASSERT_EQ(0, pipe(told));
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, told[1], STDOUT_FILENO);
     pid_t tool = 0;
     ASSERT_EQ(0, posix_spawn(&tool, program.c_str(), &actions, nullptr, words.data(), environ));
     posix_spawn_file_actions_destroy(&actions);
+    // Its command line is there when it runs, not yet when it was spawned.
+    char ready = 0;
+    ASSERT_EQ(1, read(told[0], &ready, 1));
     EXPECT_THAT(UsageErrorOf([&] { const UpgradeLock lock(folder); }),
                 HasSubstr("is still at work: process " + std::to_string(tool)));
     kill(tool, SIGKILL);
     waitpid(tool, nullptr, 0);
-    close(ends[0]);
-    close(ends[1]);
+    for (const int end : {ends[0], ends[1], told[0], told[1]})
+        close(end);
     const UpgradeLock lock(folder);
     EXPECT_FALSE(fs::exists(folder + "/left.image") || fs::exists(image));
 }

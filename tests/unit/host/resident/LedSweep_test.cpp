@@ -36,6 +36,7 @@ TEST_F(LedSweepTest, FirstPassIsQuickThenTheyArePaced) {
     EXPECT_EQ(3, Read(0ms).m_bay);
     EXPECT_FALSE(m_sweep.Due(At(9999ms)));
     EXPECT_EQ(At(10s), m_sweep.When());
+    EXPECT_EQ(1U, m_sweep.Passes());
     EXPECT_EQ(1, Read(10s).m_led);
     EXPECT_EQ(At(20s), m_sweep.When());
 }

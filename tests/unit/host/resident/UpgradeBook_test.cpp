@@ -124,17 +124,17 @@ TEST_F(UpgradeBookTest, KeepsAHundred) {
 
 TEST_F(UpgradeBookTest, AnImageGoesWithItsUpgradeAndThoseOfADeadHostAtTheBeginning) {
     std::filesystem::create_directories(File("firmware"));
-    std::ofstream(File("firmware/left")) << "x";
+    std::ofstream(File("firmware/left.image")) << "x";
     UpgradeBook book(m_picture, m_folder.Path());
-    EXPECT_FALSE(std::filesystem::exists(File("firmware/left")));
-    std::ofstream(File("firmware/image")) << "x";
-    std::ofstream(File("firmware/next")) << "x";
-    book.Begin(Write(3, File("firmware/image")), {File("firmware/image"), "a.bin", "abc"}, "");
+    EXPECT_FALSE(std::filesystem::exists(File("firmware/left.image")));
+    std::ofstream(File("firmware/one.image")) << "x";
+    std::ofstream(File("firmware/next.image")) << "x";
+    book.Begin(Write(3, File("firmware/one.image")), {File("firmware/one.image"), "a.bin", "abc"}, "");
     book.Began(true);
-    EXPECT_TRUE(std::filesystem::exists(File("firmware/image")));
+    EXPECT_TRUE(std::filesystem::exists(File("firmware/one.image")));
     book.Told(Event(UPGRADE_FAILED));
-    EXPECT_FALSE(std::filesystem::exists(File("firmware/image")));
-    EXPECT_TRUE(std::filesystem::exists(File("firmware/next"))) << "another client's";
+    EXPECT_FALSE(std::filesystem::exists(File("firmware/one.image")));
+    EXPECT_TRUE(std::filesystem::exists(File("firmware/next.image"))) << "another client's";
     std::ofstream(File("mine")) << "x";
     book.Begin(Write(3, File("mine")), {}, "");
     book.Began(true);

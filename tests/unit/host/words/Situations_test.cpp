@@ -213,6 +213,8 @@ TEST(Situations, TheStoragesReasonIsToldApart) {
 TEST(Situations, LinesWithoutOneGiveNoAdvice) {
     EXPECT_FALSE(AdviceFor({}));
     EXPECT_FALSE(AdviceFor({"TRACE calling mavk_boot", "Successful download DSPs"}));
+    EXPECT_EQ("", CureOf({"TRACE calling mavk_boot"}));
+    EXPECT_EQ("run by hand what stands after \"MAVK_INIT:\" in the log", CureOf({"Fail to initialize DSP"}));
 }
 
 TEST(Situations, TheTellingLinesAreThoseOfASituationOnceEach) {

@@ -1,5 +1,5 @@
 // Work that must not end with its terminal.
-#include "host/commands/Detached.h"
+#include "host/session/Detached.h"
 
 #include <array>
 #include <cerrno>
@@ -61,6 +61,7 @@ void GoOnDetached(const std::string& promise) {
         sigaction(number, nullptr, &action);
         if (action.sa_handler != SIG_IGN) sigaddset(&set, number); // not with nohup
     }
+    signal(SIGCHLD, SIG_DFL); // whoever started bmhost may ignore it, and then nobody tells of the worker's end
     pthread_sigmask(SIG_BLOCK, &set, &before);
     fflush(nullptr); // or both would write it
     const pid_t worker = fork();

@@ -1,5 +1,5 @@
 // A firmware upgrade by an adaptor of this process, followed to its end.
-#include "host/commands/OwnUpgrade.h"
+#include "host/orders/OwnUpgrade.h"
 
 #include "common/veldo_common_protocol.h"
 #include "host/orders/FirmwareFile.h"

@@ -1,0 +1,101 @@
+// A firmware upgrade by the resident host: the image's bytes are sent, and the upgrade is followed to its end.
+#include "host/commands/HostUpgrade.h"
+
+#include "host/client/ClientSession.h"
+#include "host/client/ServerEvents.h"
+#include "host/commands/Context.h"
+#include "host/output/Redirect.h"
+#include "host/views/StatusNames.h"
+#include "host/words/Error.h"
+
+#include "bm_dev/UniqueFd.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace bmhost {
+
+namespace {
+
+constexpr std::chrono::seconds LookAgain(1);
+
+std::string Escaped(const std::string& text) {
+    constexpr std::string_view plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+    std::string escaped;
+    for (const char letter : text) {
+        std::array<char, 4> code{};
+        snprintf(code.data(), code.size(), "%%%02X", static_cast<unsigned>(static_cast<unsigned char>(letter)));
+        escaped += plain.find(letter) != std::string_view::npos ? std::string(1, letter) : code.data();
+    }
+    return escaped;
+}
+
+/// Lines on a terminal only: the command's own are its outcome.
+class SentShown {
+public:
+    SentShown(const Context& context, uint64_t size)
+        : m_output(context.Output()),
+          m_size(size),
+          m_shown(!context.Globals().m_json && !context.Globals().m_quiet && isatty(m_output) == 1) {}
+
+    void operator()(uint64_t sent) {
+        const uint64_t percent = sent * 100 / m_size;
+        if (!m_shown || percent == m_last) return;
+        m_last = percent;
+        WriteAll(m_output, "\rimage sent: " + std::to_string(percent) + " %" + (sent == m_size ? "\r\033[K" : ""));
+    }
+
+private:
+    int m_output;
+    uint64_t m_size;
+    bool m_shown;
+    uint64_t m_last = 101;
+};
+
+// The upgrade that was begun is the last one of the history.
+UpgradeFacts Followed(HostClient& host, Context& context) {
+    EventStream news(host.End().m_place, 0);
+    for (;;) {
+        const Picture picture = context.Look();
+        if (!picture.m_upgrades.empty() && picture.m_upgrades.back().m_ended) return picture.m_upgrades.back();
+        news.Next(LookAgain);
+    }
+}
+
+} // namespace
+
+std::string PathOfUpgrade(const Order& order) {
+    std::string path = "/v1/firmware?target=" + Escaped(order.m_values.at("target").get<std::string>());
+    if (order.m_values.contains("bay")) path += "&bay=" + std::to_string(order.m_values.at("bay").get<int>());
+    return path + "&name=" + Escaped(order.m_values.at("name").get<std::string>());
+}
+
+OrderOutcome UpgradeByHost(HostClient& host, Context& context, const Order& order) {
+    const std::string file = order.m_values.at("path").get<std::string>();
+    const bm_dev::UniqueFd image(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat state {};
+    if (!image || fstat(image.Get(), &state) != 0)
+        throw UsageError("firmware update: " + file + ": " + strerror(errno));
+    const auto size = static_cast<uint64_t>(state.st_size);
+    const HostAnswer answer = host.PostFile(PathOfUpgrade(order), image.Get(), size, SentShown(context, size));
+    OrderOutcome outcome = OrderOutcomeOf(GoodBody(answer, "firmware-update"));
+    if (!outcome.m_good) return outcome;
+    const UpgradeFacts facts = Followed(host, context);
+    outcome.m_good = facts.m_state == UpgradeIsDone;
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(*facts.m_ended - facts.m_begun).count();
+    outcome.m_text = UpgradeTargetText({facts.m_target, facts.m_bay, facts.m_state}) +
+                     (outcome.m_good ? ": upgraded, " : ": the upgrade failed, ") + std::to_string(seconds) + " s\n" +
+                     outcome.m_text;
+    outcome.m_values["state"] = facts.m_state;
+    outcome.m_values["state_name"] = UpgradeStateName(facts.m_state);
+    outcome.m_values["begun"] = Rfc3339(facts.m_begun);
+    outcome.m_values["ended"] = Rfc3339(*facts.m_ended);
+    return outcome;
+}
+
+} // namespace bmhost

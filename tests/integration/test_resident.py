@@ -1,0 +1,186 @@
+"""The resident host on the simulated blade: when it serves, what its picture says of a controller that is lost, and how it ends and comes
+back. These tests run in a typical blade."""
+
+import json
+import os
+import signal
+import socket
+import subprocess
+from http.client import HTTPConnection
+from pathlib import Path
+
+import pytest
+from conftest import SECONDS, bin_folder
+from inside import order, sound_blade, wait_until  # noqa: F401 (one is a fixture)
+from mission import fresh_tools  # noqa: F401 (a fixture)
+
+SOCKET = Path(os.environ.get("BLADESIM_RUN_DIR", "/nowhere")) / "bmhost.sock"
+
+
+class Connection(HTTPConnection):
+    """HTTP over the host's socket."""
+
+    def __init__(self):
+        super().__init__("localhost", timeout=SECONDS)
+
+    def connect(self):
+        self.sock = socket.socket(socket.AF_UNIX)
+        self.sock.settimeout(SECONDS)
+        self.sock.connect(str(SOCKET))
+
+
+def ask(path, body=None):
+    """Status and JSON of an answer."""
+    connection = Connection()
+    if body is None:
+        connection.request("GET", path)
+    else:
+        connection.request("POST", path, json.dumps(body), {"Content-Type": "application/json"})
+    answer = connection.getresponse()
+    result = answer.status, json.loads(answer.read())
+    connection.close()
+    return result
+
+
+def part(name):
+    status, body = ask(f"/v1/blade/{name}")
+    assert status == 200, body
+    return body
+
+
+class Resident:
+    def __init__(self, folder, *options):
+        words = ["--json", "--storage", str(folder / "storage"), "run", "--state", str(folder / "state"), "--sweep", "1", *options]
+        self.process = subprocess.Popen([bin_folder() / "bmhost", *words], stdout=subprocess.PIPE, stderr=open(folder / "errors", "a"), text=True)
+        wait_until(self.serves)
+
+    def serves(self):
+        assert self.process.poll() is None, "it has ended"
+        try:
+            return ask("/v1")[0] == 200
+        except OSError:
+            return False
+
+    def end(self, number=signal.SIGTERM):
+        """Its exit status, and results of its lifecycle calls."""
+        self.process.send_signal(number)
+        out, _ = self.process.communicate(timeout=SECONDS)
+        lines = [json.loads(line) for line in out.splitlines()]
+        return self.process.returncode, [(line["op"], line["result"]) for line in lines if "result" in line]
+
+
+@pytest.fixture
+def resident(tmp_path):
+    hosts = []
+
+    def start(*options):
+        hosts.append(Resident(tmp_path, *options))
+        return hosts[-1]
+
+    yield start
+    for host in hosts:
+        host.process.kill()
+        host.process.wait()
+        host.process.stdout.close()
+
+
+def started():
+    start = part("host")["start"]
+    return start is not None and start["result"] == 1
+
+
+LED = {"op": "read", "group": "0x100", "keys": [{"id": "0x101", "value": 1}]}
+TABLE = {"op": "table", "group": "0x30000"}
+
+
+def test_serves_a_blade_that_runs_and_ends_it(resident):
+    host = resident()
+    wait_until(started)
+    wait_until(lambda: len(part("leds")) > 0 and part("controller")["state"] == "answers")
+    assert {row["bay"] for row in part("leds")} == {0, 3, 6, 9}
+    assert ask("/v1/calls", TABLE)[1]["result"] == 1
+    assert [module["run_status"] for module in part("status")["modules"][1:]] == [4, 4, 4]
+    assert host.end() == (0, [("init", 1), ("start", 1), ("stop", 1), ("fin", 1)])
+    assert not SOCKET.exists()
+
+
+def test_serves_before_init_returns(resident):
+    order("fault", "add", "0a 10", "--count", "1", "late", "3000")
+    host = resident("--no-start")
+    assert [call["operation"] for call in part("calls")] == ["init"]
+    status, body = ask("/v1/calls", TABLE)
+    assert status == 503
+    assert "has not returned from init, since 20" in body["error"]["reason"]
+    wait_until(lambda: part("host")["init"] is not None)
+    assert ask("/v1/calls", TABLE)[0] == 200
+    assert host.end() == (0, [("init", 1), ("fin", 1)])
+
+
+def test_a_second_host_is_refused_and_told_of_the_first(resident):
+    host = resident()
+    second = subprocess.run([bin_folder() / "bmhost", "run"], capture_output=True, text=True, timeout=SECONDS)
+    assert (second.returncode, second.stdout) == (6, "")
+    assert f"another host has the blade: bmhostd, process {host.process.pid}, since 20" in second.stderr
+    host.end()
+
+
+def test_what_a_killed_host_left_is_taken_over(resident):
+    host = resident()
+    host.process.kill()
+    host.process.wait()
+    assert SOCKET.exists()
+    host = resident()
+    wait_until(started)
+    assert host.end()[0] == 0
+
+
+def test_a_lost_controller_makes_readings_old_and_nothing_else_wait(resident):
+    host = resident()
+    wait_until(lambda: part("controller")["state"] == "answers")
+    rows = len(part("leds"))
+    order("controller", "stop")
+    wait_until(lambda: part("controller")["state"] == "lost")
+    assert ask("/v1/calls", TABLE)[1]["result"] == 1
+    assert len(part("leds")) == rows
+    assert all(row["read_at"] is not None for row in part("leds"))
+    order("controller", "start")
+    wait_until(lambda: part("controller")["state"] == "answers")
+    assert ask("/v1/calls", LED)[1]["result"] == 1
+    assert host.end()[0] == 0
+
+
+def test_a_start_that_failed_is_tried_again_by_order(resident):
+    order("tool", "set", "mavk_boot", "--exit", "3")
+    host = resident()
+    wait_until(lambda: part("host")["start"] is not None)
+    assert part("host")["start"]["result"] != 1
+    assert host.process.poll() is None
+    order("tool", "clear")
+    status, body = ask("/v1/orders/start", {})
+    assert (status, body["result"], body["good"]) == (200, 1, True)
+    assert host.end()[0] == 0
+
+
+def test_a_hangup_reads_the_configuration_again(resident, tmp_path):
+    config = tmp_path / "bmhost.toml"
+    config.write_text("exit-on-fault = false\n")
+    host = resident("--config", str(config))
+    wait_until(started)
+    host.process.send_signal(signal.SIGHUP)
+    wait_until(lambda: any(line["text"] == "configuration read again" for line in ask("/v1/log?lines=50")[1]["lines"]))
+    assert host.end()[0] == 0
+
+
+def test_events_come_to_whoever_reads_them(resident):
+    host = resident()
+    wait_until(started)
+    connection = Connection()
+    connection.request("GET", "/v1/events?after=0")
+    answer = connection.getresponse()
+    kinds = set()
+    while not {"event", "call", "health", "picture"} <= kinds:
+        line = answer.readline().decode()
+        if line.startswith("event: "):
+            kinds.add(line.split()[1])
+    connection.close()
+    host.end()
