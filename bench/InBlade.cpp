@@ -17,13 +17,17 @@ constexpr unsigned MostSeconds = 300;
 
 } // namespace
 
-bool RunInBlade(const std::string& blade) {
+bool RunInBlade(const std::string& blade, const std::vector<std::string>& options, const std::string& what) {
     const std::string self = std::filesystem::read_symlink("/proc/self/exe");
     std::fflush(stdout);
     const pid_t child = ::fork();
     if (child == 0) {
-        ::execl(BM_BIN_DIR "/bladesim", "bladesim", "--blade", blade.c_str(), "--", self.c_str(), Inside,
-                static_cast<char*>(nullptr));
+        std::vector<const char*> words = {"bladesim", "--blade", blade.c_str()};
+        for (const std::string& option : options)
+            words.push_back(option.c_str());
+        words.insert(words.end(), {"--", self.c_str(), Inside, what.c_str(), nullptr});
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): execv changes none of them
+        ::execv(BM_BIN_DIR "/bladesim", const_cast<char* const*>(words.data()));
         ::_exit(127);
     }
     int status = 0;

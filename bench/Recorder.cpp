@@ -45,10 +45,4 @@ int SendBare(ipmi_domain_t* domain, BareRequest& request, ipmi_addr_response_han
                                          nullptr);
 }
 
-double MedianOf(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 } // namespace bench

@@ -24,6 +24,4 @@ extern ipmi_domain_t* recordedDomain;
 /// Sends without recording. 0 on success.
 int SendBare(ipmi_domain_t* domain, BareRequest& request, ipmi_addr_response_handler_t handler, void* datum);
 
-double MedianOf(std::vector<double> values);
-
 } // namespace bench

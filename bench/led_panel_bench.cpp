@@ -3,6 +3,7 @@
 // thread waits for the reply that the domain thread receives.
 #include "adaptor/IPMI_Adaptor.h"
 #include "bench/InBlade.h"
+#include "bench/Median.h"
 #include "bench/Recorder.h"
 #include "bm/OSAL.h"
 #include "common/veldo_common_protocol.h"

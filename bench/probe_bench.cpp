@@ -1,6 +1,7 @@
 // What the probe costs beyond the wire: the time of a probe compared with that of its own requests sent bare, in the
 // same run, through the same OpenIPMI domain and on the same thread, where each reply triggers the next request.
 #include "bench/InBlade.h"
+#include "bench/Median.h"
 #include "bench/Recorder.h"
 #include "ipmi/IPMI_Probe.h"
 #include "ipmi/IPMI_Thread.h"

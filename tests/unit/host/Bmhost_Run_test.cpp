@@ -84,7 +84,7 @@ TEST_F(BmhostRun, HangupReadsTheConfigurationAgain) {
 TEST_F(BmhostRun, SecondIsRefusedWithTheFirstOnesProcess) {
     HostProcess host = StartRun("good");
     ASSERT_TRUE(host.ErrorHas("[stub] Start"));
-    const Ended second = RunStub("good", {"run"});
+    const Ended second = RunHost({"--adaptor", StubFile("good"), "run"}); // in the first one's folder
     EXPECT_EQ(6, second.m_status);
     EXPECT_EQ("", second.StubCalls());
     EXPECT_THAT(second.ErrorLines(), ElementsAre(MatchesRegex("bmhost: another host has the blade: bmhostd, process " +
