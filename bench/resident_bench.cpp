@@ -33,8 +33,7 @@ constexpr std::size_t Commands = 31;
 constexpr std::size_t ReaderRounds = 7;
 constexpr std::size_t Readers = 100;
 constexpr std::size_t Reads = 20;
-constexpr uint64_t FirstSweeps = 100;
-constexpr uint64_t Sweeps = 100000;
+constexpr uint64_t Sweeps[] = {100, 1000, 10000, 100000};
 
 [[noreturn]] void Fail(const std::string& reason) {
     std::fprintf(stderr, "resident_bench: %s\n", reason.c_str());
@@ -205,8 +204,8 @@ void MeasureReaders() {
     std::vector<double> ratios;
     for (std::size_t i = 0; i < ReaderRounds; ++i) {
         answering.push_back(SlowestReader());
-        Ran({BM_BIN_DIR "/bladesim", "fault", "add", "2c", "lost"}); // no reply to PICMG, and so the LEDs' neither
-        std::this_thread::sleep_for(std::chrono::milliseconds(200)); // until the sweep has met it
+        Ran({BM_BIN_DIR "/bladesim", "fault", "add", "2c ??", "lost"}); // no reply to PICMG, and so the LEDs' neither
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));    // until the sweep has met it
         frozen.push_back(SlowestReader());
         Ran({BM_BIN_DIR "/bladesim", "fault", "clear"});
         Ran({BM_BIN_DIR "/bladesim", "fault", "release"});
@@ -226,14 +225,12 @@ void WaitForSweeps(uint64_t count) {
 
 void MeasureMemory() {
     const Host host({"--sweep", "0"}); // without a pause
-    WaitForSweeps(FirstSweeps);
-    const uint64_t first = host.AnonymousMemory();
-    WaitForSweeps(Sweeps);
-    const uint64_t last = host.AnonymousMemory();
     std::printf("\nThe resident host's memory of its own (RssAnon)\n");
-    std::printf("after %llu sweeps: %llu KiB, after %llu: %llu KiB\n", static_cast<unsigned long long>(FirstSweeps),
-                static_cast<unsigned long long>(first), static_cast<unsigned long long>(Sweeps),
-                static_cast<unsigned long long>(last));
+    for (const uint64_t sweeps : Sweeps) {
+        WaitForSweeps(sweeps);
+        std::printf("after %6llu sweeps: %llu KiB\n", static_cast<unsigned long long>(sweeps),
+                    static_cast<unsigned long long>(host.AnonymousMemory()));
+    }
 }
 
 } // namespace
@@ -245,6 +242,7 @@ int main(int count, char** arguments) {
         if (what == "commands") MeasureCommands();
         if (what == "readers") MeasureReaders();
         if (what == "memory") MeasureMemory();
+        std::fflush(stdout);
         return 0;
     }
     return bench::RunInBlade("full", {}, "commands") && bench::RunInBlade("full", {"--timeout", "0"}, "readers") &&

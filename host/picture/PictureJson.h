@@ -11,6 +11,6 @@ namespace bmhost {
 /// "inventory", "leds", "dsps", "ports", "health", "controller", "upgrades", "calls", "faults", "status".
 nlohmann::ordered_json PictureJson(const Picture& picture);
 /// Throws std::runtime_error naming what is missing or of another type.
-Picture PictureOf(const nlohmann::json& json);
+Picture PictureOf(const nlohmann::ordered_json& json);
 
 } // namespace bmhost

@@ -14,7 +14,7 @@
 namespace bmhost {
 
 using namespace BM_ADAPTOR;
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 namespace {
 

@@ -18,7 +18,6 @@
 namespace bmhost {
 
 using namespace BM_ADAPTOR;
-using nlohmann::json;
 using nlohmann::ordered_json;
 
 namespace {
@@ -27,12 +26,38 @@ namespace {
 constexpr const char* DspType = "dsp_type";
 constexpr const char* DspCount = "dsps";
 
-std::string JsonKey(unsigned id) {
+std::string KeyOfColumn(unsigned id) {
     if (id == BMI_HW_AMC_FRU_FIELD_A) return DspType;
     if (id == BMI_HW_AMC_FRU_FIELD_B) return DspCount;
     std::string key = ColumnName(id);
     std::replace(key.begin(), key.end(), ' ', '_');
     return key;
+}
+
+/// The keys of the columns that have names. A picture has hundreds of them, so they are made once.
+struct Keys {
+    Keys() {
+        for (const PARAMETER_NAME& name : g_ParameterNames) {
+            const auto [column, isNew] = m_keys.emplace(name.m_Id, KeyOfColumn(name.m_Id));
+            for (const GROUP_NAME& group : g_GroupNames) {
+                if (IsParameterOf(name.m_Id, group.m_Group))
+                    m_ids.emplace(std::pair(group.m_Group, column->second), name.m_Id);
+            }
+        }
+    }
+
+    std::map<unsigned, std::string> m_keys;
+    std::map<std::pair<unsigned, std::string>, unsigned> m_ids; ///< by group and key
+};
+
+const Keys& TheKeys() {
+    static const Keys keys;
+    return keys;
+}
+
+std::string JsonKey(unsigned id) {
+    const auto found = TheKeys().m_keys.find(id);
+    return found != TheKeys().m_keys.end() ? found->second : KeyOfColumn(id);
 }
 
 ordered_json JsonValue(const CBMIParam& param) {
@@ -56,16 +81,14 @@ PARAMETER_NAME ColumnOf(unsigned id) {
 }
 
 std::optional<unsigned> IdOf(const std::string& key, unsigned group) {
-    for (const PARAMETER_NAME& name : g_ParameterNames) {
-        if (IsParameterOf(name.m_Id, group) && JsonKey(name.m_Id) == key) return name.m_Id;
-    }
+    if (const auto found = TheKeys().m_ids.find({group, key}); found != TheKeys().m_ids.end()) return found->second;
     if (!key.starts_with("0x")) return std::nullopt;
     const auto number = ParseNumber(key);
     if (!number || *number < 0 || *number > std::numeric_limits<uint32_t>::max()) return std::nullopt;
     return static_cast<unsigned>(*number);
 }
 
-CBMIParam ParamOf(const json& value, const PARAMETER_NAME& column, const std::string& place) {
+CBMIParam ParamOf(const ordered_json& value, const PARAMETER_NAME& column, const std::string& place) {
     if (value.is_boolean()) {
         CBMIParam param(BMI_PARAM_BOOL, column.m_Id, column.m_Key);
         param.SetBool(value.get<bool>());
@@ -94,7 +117,7 @@ ordered_json RowJson(const CBMIParams& row) {
     return object;
 }
 
-CBMIParams RowOfJson(const json& object, unsigned group, const std::string& place) {
+CBMIParams RowOfJson(const ordered_json& object, unsigned group, const std::string& place) {
     if (!object.is_object()) throw std::runtime_error(place + ": expected an object");
     std::map<unsigned, CBMIParam> columns;
     for (const auto& [key, value] : object.items()) {

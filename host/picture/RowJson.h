@@ -15,7 +15,7 @@ nlohmann::ordered_json RowJson(const BM_ADAPTOR::CBMIParams& row);
 /// are in the order of their numbers; members that are no columns of the group are left out. Throws std::runtime_error
 /// naming a value that a row cannot have.
 /// @param place  where the object stands, for the error's text: "inventory.board[0]"
-BM_ADAPTOR::CBMIParams RowOfJson(const nlohmann::json& object, unsigned group, const std::string& place);
+BM_ADAPTOR::CBMIParams RowOfJson(const nlohmann::ordered_json& object, unsigned group, const std::string& place);
 
 /// The text with characters up to U+00FF as the hardware's bytes; other characters become '?'.
 std::string BytesOfUtf8(const std::string& text);
