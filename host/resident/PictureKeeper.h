@@ -1,8 +1,8 @@
 // The picture of the blade as the resident host keeps it.
 #pragma once
 
+#include "host/news/NewsRing.h"
 #include "host/picture/Picture.h"
-#include "host/resident/NewsRing.h"
 
 #include <cstdint>
 #include <functional>

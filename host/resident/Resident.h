@@ -1,16 +1,16 @@
 // The resident host: holds the adaptor of a blade, keeps its picture, and makes the calls of those who ask.
 #pragma once
 
+#include "host/news/LogRing.h"
+#include "host/news/NewsRing.h"
+#include "host/news/RunHealth.h"
 #include "host/resident/ControllerWatch.h"
 #include "host/resident/FaultRestarts.h"
 #include "host/resident/HostSession.h"
 #include "host/resident/Lane.h"
 #include "host/resident/LedSweep.h"
-#include "host/resident/LogRing.h"
-#include "host/resident/NewsRing.h"
 #include "host/resident/PictureKeeper.h"
 #include "host/resident/ResidentHost.h"
-#include "host/resident/RunHealth.h"
 #include "host/resident/UpgradeBook.h"
 #include "host/session/AdaptorEvent.h"
 #include "host/session/LogEar.h"
@@ -80,7 +80,6 @@ public:
     bool EndLanes(std::chrono::milliseconds time);
 
 private:
-    class UnderWay;
     struct Asked;
 
     Lane& LaneOf(const Call& call);

@@ -1,6 +1,7 @@
 // What the resident host does for those who ask at its socket. Every member returns at once, on any thread.
 #pragma once
 
+#include "host/news/NewsRing.h"
 #include "host/orders/Order.h"
 #include "host/picture/Picture.h"
 #include "host/words/Call.h"
@@ -32,13 +33,6 @@ struct Answer {
 };
 /// Called once, on any thread, perhaps before the asking member returns, perhaps never while the host lives.
 using Answered = std::function<void(Answer)>;
-
-/// Something that happened, as readers of events get it.
-struct News {
-    uint64_t m_id = 0;  ///< counts from 1
-    std::string m_kind; ///< "event", "health", "call", "picture", "log"
-    std::string m_data; ///< one line of JSON
-};
 
 class ResidentHost {
 public:

@@ -3,7 +3,7 @@
 
 #include "common/veldo_common_protocol.h"
 #include "host/picture/StatusNames.h"
-#include "host/resident/OwnLog.h"
+#include "host/service/OwnLog.h"
 #include "host/session/Rows.h"
 #include "host/words/Error.h"
 

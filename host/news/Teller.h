@@ -1,7 +1,7 @@
 // Writes the lines of `run`, without holding up those who have something to tell.
 #pragma once
 
-#include "host/resident/RunOutput.h"
+#include "host/news/RunOutput.h"
 
 #include <condition_variable>
 #include <deque>

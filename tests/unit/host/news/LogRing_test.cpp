@@ -1,5 +1,5 @@
 // The last lines of the log.
-#include "host/resident/LogRing.h"
+#include "host/news/LogRing.h"
 
 #include <gtest/gtest.h>
 

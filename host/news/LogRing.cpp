@@ -1,5 +1,5 @@
 // The last lines of the log, for those who ask at the socket.
-#include "host/resident/LogRing.h"
+#include "host/news/LogRing.h"
 
 #include "bm_dev/ByteText.h"
 

@@ -1,5 +1,5 @@
 // The log and what becomes of calls, as entries of the journal.
-#include "host/resident/JournalLog.h"
+#include "host/service/JournalLog.h"
 
 #include "bm/Log.h"
 

@@ -1,5 +1,5 @@
 // What has happened, for readers that come back and want what they missed.
-#include "host/resident/NewsRing.h"
+#include "host/news/NewsRing.h"
 
 #include <utility>
 

@@ -1,5 +1,5 @@
 // Events in one line, and the names in them.
-#include "host/resident/RunOutput.h"
+#include "host/news/RunOutput.h"
 
 #include "host/HostParams.h"
 

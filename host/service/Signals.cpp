@@ -8,7 +8,7 @@
 //
 // One gap remains: when system() begins, the calling thread changes its mask, and may take and ignore a SIGINT that
 // comes at that moment. The user has to repeat it. SIGTERM and SIGHUP are never lost.
-#include "host/resident/Signals.h"
+#include "host/service/Signals.h"
 
 #include <array>
 #include <csignal>

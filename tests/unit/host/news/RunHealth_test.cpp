@@ -1,5 +1,5 @@
 // The health monitor, as its log lines show it.
-#include "host/resident/RunHealth.h"
+#include "host/news/RunHealth.h"
 
 #include "common/veldo_common_protocol.h"
 

@@ -1,5 +1,5 @@
 // What systemd is told of the resident host, where it runs as a service.
-#include "host/resident/ServiceManager.h"
+#include "host/service/ServiceManager.h"
 
 #include "host/output/TextOutput.h"
 #include "host/session/Session.h"

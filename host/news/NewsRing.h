@@ -1,9 +1,8 @@
 // What has happened, for readers that come back and want what they missed.
 #pragma once
 
-#include "host/resident/ResidentHost.h"
-
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -11,6 +10,13 @@
 #include <vector>
 
 namespace bmhost {
+
+/// Something that happened, as readers of events get it.
+struct News {
+    uint64_t m_id = 0;  ///< counts from 1
+    std::string m_kind; ///< "event", "health", "call", "picture", "log"
+    std::string m_data; ///< one line of JSON
+};
 
 /// Every member on any thread, except in the listener.
 class NewsRing {

@@ -1,5 +1,5 @@
 // The adaptor's health monitor, as seen in the log; the adaptor reports it nowhere else.
-#include "host/resident/RunHealth.h"
+#include "host/news/RunHealth.h"
 
 #include "common/veldo_common_protocol.h"
 

@@ -1,7 +1,7 @@
 // The output of `run`: a line for each thing that happens.
 #pragma once
 
-#include "host/resident/RunHealth.h"
+#include "host/news/RunHealth.h"
 #include "host/session/Manager.h"
 
 #include <memory>

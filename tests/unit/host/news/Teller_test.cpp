@@ -1,5 +1,5 @@
 // The lines of `run`, written on a thread of their own.
-#include "host/resident/Teller.h"
+#include "host/news/Teller.h"
 
 #include "host/resident/Latch.h"
 

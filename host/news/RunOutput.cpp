@@ -1,5 +1,5 @@
 // The output of `run`: a line for each thing that happens.
-#include "host/resident/RunOutput.h"
+#include "host/news/RunOutput.h"
 
 #include "common/veldo_common_protocol.h"
 #include "host/output/Output.h"

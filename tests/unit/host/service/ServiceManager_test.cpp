@@ -1,5 +1,5 @@
 // What systemd is told of the resident host.
-#include "host/resident/ServiceManager.h"
+#include "host/service/ServiceManager.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // The log and what becomes of calls, as entries of the system's journal.
-#include "host/resident/JournalLog.h"
+#include "host/service/JournalLog.h"
 
 #include <sys/stat.h>
 #include <sys/uio.h>

@@ -1,5 +1,5 @@
 // The socket at which the resident host is asked.
-#include "host/resident/ServerSocket.h"
+#include "host/service/ServerSocket.h"
 
 #include <cerrno>
 #include <cstring>

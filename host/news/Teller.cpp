@@ -1,5 +1,5 @@
 // Writes the lines of `run`, without holding up those who have something to tell.
-#include "host/resident/Teller.h"
+#include "host/news/Teller.h"
 
 #include <utility>
 

@@ -1,0 +1,198 @@
+// The resident host: what it is asked, on lanes, and what it answers.
+#include "host/resident/Resident.h"
+
+#include "host/news/NewsTexts.h"
+#include "host/output/JsonOutput.h"
+#include "host/resident/UnderWay.h"
+#include "host/service/OwnLog.h"
+#include "host/words/Error.h"
+#include "host/words/Names.h"
+
+#include "bm_dev/ByteText.h"
+
+#include <utility>
+
+namespace bmhost {
+
+using namespace BM_ADAPTOR;
+using nlohmann::ordered_json;
+
+namespace {
+
+bool IsOfController(unsigned group) {
+    return group == BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL || group == BMI_GROUP_HARDWARE_AMC_LED_INTERNAL ||
+           group == BMI_GROUP_BM_IPMI_BASEBOARD_LED || group == BMI_GROUP_HARDWARE_AMC_LED_TABLE;
+}
+
+bool ChangesBlade(Operation operation) {
+    return operation == Operation::Write || operation == Operation::Start || operation == Operation::Stop;
+}
+
+std::string NameOf(const Call& call) {
+    std::string name(OperationName(call.m_operation));
+    return NeedsLife(call.m_operation) ? name + " " + Hex(call.m_group) : name;
+}
+
+std::string NameOf(const Order& order) {
+    std::string name = order.m_name;
+    if (order.m_values.is_object() && !order.m_values.empty())
+        name += " " + order.m_values.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return name;
+}
+
+Answer Refused(unsigned status, const std::string& operation, const std::string& reason) {
+    return {status, {{"error", {{"operation", operation}, {"value", ""}, {"reason", bm_dev::Utf8OfBytes(reason)}}}}};
+}
+
+} // namespace
+
+std::string Asker::Text() const {
+    const std::string who = "uid " + std::to_string(m_user) + ", process " + std::to_string(m_process);
+    return m_account.empty() ? who : m_account + " (" + who + ")";
+}
+
+/// What somebody has asked for.
+struct Resident::Asked {
+    std::string m_name;
+    std::string m_asker;
+    Answered m_answered;
+    UpgradeBook::Image m_image{};
+    bool m_order = false; ///< changes the blade
+};
+
+Lane& Resident::LaneOf(const Call& call) {
+    if (call.m_operation == Operation::Start || call.m_operation == Operation::Stop) return m_lifecycle;
+    return IsOfController(call.m_group) ? m_controllerLane : m_calls;
+}
+
+Lane& Resident::LaneOf(const Order& order) {
+    if (order.m_name == "start" || order.m_name == "stop") return m_lifecycle;
+    return order.m_name == "led-set" ? m_controllerLane : m_calls;
+}
+
+HostSession Resident::SessionFor(const Asked& asked) {
+    return {m_adaptor, [this, asker = asked.m_asker](Operation operation) { return Lifecycle(operation, asker); },
+            m_upgrades, asked.m_image, asked.m_asker};
+}
+
+// Why nothing can be asked of the adaptor now; empty when it can.
+std::string Resident::Refusal() const {
+    if (m_ending) return "the host is about to end";
+    if (m_inited) return "";
+    const auto picture = m_picture.Now();
+    for (const CallInProgress& call : picture->m_calls) {
+        if (call.m_operation == OperationName(Operation::Init))
+            return "the adaptor has not returned from init, since " + Rfc3339(call.m_since);
+    }
+    return "the adaptor's init has not been called yet";
+}
+
+void Resident::Give(Lane& lane, std::shared_ptr<Asked> asked, std::function<Answer(HostSession&)> work) {
+    const bool lives = &lane == &m_lifecycle;
+    const bool other = &lane == &m_calls;
+    // A start waits for its turn after an init.
+    if (const std::string refusal = Refusal(); !refusal.empty() && (m_ending || !lives))
+        return asked->m_answered(Refused(503, asked->m_name, refusal));
+    if (asked->m_order) ++m_orders;
+    const bool given = lane.Give([this, asked, work = std::move(work), other] {
+        Answer answer = Refused(503, asked->m_name, "the host is about to end");
+        if (!m_ending) {
+            const UnderWay underWay(m_picture, asked->m_name, asked->m_asker, asked->m_order);
+            try {
+                HostSession session = SessionFor(*asked);
+                answer = work(session);
+            } catch (const UsageError& error) {
+                answer = Refused(400, asked->m_name, error.what());
+            } catch (const std::exception& error) {
+                answer = Refused(500, asked->m_name, error.what());
+            }
+            if (asked->m_order && other) ReadBlade();
+        }
+        if (asked->m_order && --m_orders == 0) m_controllerLane.Wake();
+        asked->m_answered(std::move(answer));
+    });
+    if (given) return;
+    if (asked->m_order) --m_orders;
+    asked->m_answered(Refused(503, asked->m_name, "too many calls wait already"));
+}
+
+void Resident::Ask(const Asker& asker, Call call, Answered answered) {
+    auto asked = std::make_shared<Asked>();
+    asked->m_name = NameOf(call);
+    asked->m_asker = asker.Text();
+    asked->m_answered = std::move(answered);
+    asked->m_order = ChangesBlade(call.m_operation);
+    switch (call.m_operation) {
+    case Operation::Init:
+    case Operation::Fin:
+        return asked->m_answered(Refused(409, asked->m_name, "the resident host makes this call itself"));
+    case Operation::Sleep:
+    case Operation::WaitEvent:
+        return asked->m_answered(Refused(400, asked->m_name, "it is no call of the adaptor"));
+    default:
+        break;
+    }
+    if (asked->m_order) LogOwn(asked->m_name + ", asked by " + asked->m_asker);
+    const bool controller = IsOfController(call.m_group) && NeedsLife(call.m_operation);
+    Give(LaneOf(call), std::move(asked), [this, call, controller](HostSession& session) mutable {
+        Answer answer;
+        const auto output = MakeJsonOutput([&answer](ordered_json line) { answer.m_body = std::move(line); });
+        if (!controller) {
+            MakeCall(session, call, *output);
+            return answer;
+        }
+        uint64_t number = 0;
+        {
+            const std::lock_guard lock(m_guard);
+            number = m_controller.Called(ControllerWatch::Moment::Now());
+        }
+        const bool good = MakeCall(session, call, *output);
+        {
+            // A result that is no success tells nothing here: it may be the answer to what makes no sense.
+            const std::lock_guard lock(m_guard);
+            m_controller.Returned(number, good, good, ControllerWatch::Moment::Now());
+            if (call.m_operation == Operation::Write) m_sweep.Hurry(LedSweep::Clock::now());
+        }
+        Judge();
+        return answer;
+    });
+}
+
+void Resident::Ask(const Asker& asker, Order order, Answered answered) {
+    auto asked = std::make_shared<Asked>();
+    asked->m_name = NameOf(order);
+    asked->m_asker = asker.Text();
+    asked->m_answered = std::move(answered);
+    asked->m_order = true;
+    if (order.m_name == "firmware-update" && order.m_values.is_object()) {
+        const auto text = [&order](const char* key) {
+            const auto value = order.m_values.find(key);
+            return value != order.m_values.end() && value->is_string() ? value->get<std::string>() : std::string();
+        };
+        asked->m_image = {text("path"), text("name"), text("sha256")};
+    }
+    LogOwn("order " + asked->m_name + ", asked by " + asked->m_asker);
+    Lane& lane = LaneOf(order);
+    const std::string name = asked->m_asker;
+    Give(lane, std::move(asked), [this, order = std::move(order), name](HostSession& session) {
+        const OrderOutcome outcome = m_carrier(order, session, *m_picture.Now());
+        LogOwn("order " + order.m_name + ": result " + std::to_string(outcome.m_result));
+        if (m_listeners.m_order) m_listeners.m_order(order, outcome, name);
+        m_news.Add("call", bm_dev::EscapedJson(ordered_json({{"op", "order"},
+                                                             {"order", order.m_name},
+                                                             {"result", outcome.m_result},
+                                                             {"good", outcome.m_good},
+                                                             {"changed", outcome.m_changed},
+                                                             {"reasons", TextsOf(outcome.m_reasons)},
+                                                             {"asker", name},
+                                                             {"time", Rfc3339(WallNow())}})
+                                                   .dump()));
+        if (order.m_name == "led-set") {
+            const std::lock_guard lock(m_guard);
+            m_sweep.Hurry(LedSweep::Clock::now());
+        }
+        return Answer{200, OrderOutcomeJson(order.m_name, outcome)};
+    });
+}
+
+} // namespace bmhost

@@ -1,0 +1,27 @@
+// A call's place in the picture.
+#pragma once
+
+#include "host/resident/PictureKeeper.h"
+
+#include <string>
+
+namespace bmhost {
+
+/// From its construction to its destruction.
+class UnderWay {
+public:
+    UnderWay(PictureKeeper& picture, const std::string& name, const std::string& asker, bool told)
+        : m_picture(picture),
+          m_told(told),
+          m_call(picture.Called({name, WallNow(), asker}, told)) {}
+    UnderWay(const UnderWay&) = delete;
+    UnderWay& operator=(const UnderWay&) = delete;
+    ~UnderWay() { m_picture.Returned(m_call, m_told); }
+
+private:
+    PictureKeeper& m_picture;
+    bool m_told;
+    uint64_t m_call;
+};
+
+} // namespace bmhost

@@ -1,0 +1,133 @@
+// The resident host: what it answers, and when.
+#include "host/resident/ResidentTest.h"
+
+#include "host/words/Error.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+
+namespace bmhost {
+
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+
+TEST_F(ResidentTest, AnswersBeforeInitHasReturned) {
+    Latch begun;
+    Latch go;
+    m_adaptor.m_lifecycle = [&](Operation) {
+        begun.Open();
+        go.Wait();
+        return 1;
+    };
+    Host().Begin(false);
+    begun.Wait();
+    ASSERT_EQ(1U, Host().Now()->m_calls.size());
+    EXPECT_EQ("init", Host().Now()->m_calls[0].m_operation);
+    Waiting answer;
+    Host().Ask(m_asker, Read(BMI_GROUP_HARDWARE_BOARD), answer.Taker());
+    EXPECT_EQ(503U, answer.Get().m_status);
+    EXPECT_THAT(answer.Get().m_body["error"]["reason"].get<std::string>(),
+                HasSubstr("has not returned from init, since "));
+    go.Open();
+    Wait([](const Picture& picture) { return picture.m_calls.empty(); });
+    Waiting later;
+    Host().Ask(m_asker, Read(BMI_GROUP_HARDWARE_BOARD), later.Taker());
+    EXPECT_EQ(R"({"op":"read","group":"0x30000","result":1,"row":[]})", later.Get().m_body.dump());
+}
+
+TEST_F(ResidentTest, InitAndFinAreItsOwn) {
+    Begin(false);
+    for (const Operation operation : {Operation::Init, Operation::Fin}) {
+        Waiting answer;
+        Host().Ask(m_asker, Life(operation), answer.Taker());
+        EXPECT_EQ(409U, answer.Get().m_status);
+    }
+    Waiting answer;
+    Host().Ask(m_asker, Life(Operation::WaitEvent), answer.Taker());
+    EXPECT_EQ(400U, answer.Get().m_status);
+    EXPECT_EQ("init", m_adaptor.Made());
+}
+
+TEST_F(ResidentTest, AReadThatDoesNotReturnMakesNothingElseWait) {
+    Latch begun;
+    Latch go;
+    m_adaptor.m_led = [&](int, int) {
+        begun.Open();
+        go.Wait();
+        return 1;
+    };
+    Begin();
+    begun.Wait();
+    Waiting other;
+    Host().Ask(m_asker, Read(BMI_GROUP_FIRMWARE_UPDATE), other.Taker());
+    EXPECT_EQ(200U, other.Get().m_status);
+    Waiting start;
+    Host().Ask(m_asker, Life(Operation::Start), start.Taker());
+    EXPECT_EQ(200U, start.Get().m_status);
+    Waiting led;
+    Host().Ask(m_asker, Read(BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL), led.Taker());
+    EXPECT_FALSE(led.HasCome());
+    go.Open();
+    EXPECT_EQ(200U, led.Get().m_status);
+    m_host.reset(); // it uses what stands here
+}
+
+TEST_F(ResidentTest, AnOrderIsAnsweredWithItsOutcomeLoggedAndToldWithWhoAsked) {
+    m_carry = [](const Order&, Session&, const Picture&) {
+        OrderOutcome outcome{1, true, true, "done\n", {"remark"}, {}, "", nlohmann::ordered_json{{"led", 3}}};
+        return outcome;
+    };
+    Begin();
+    Waiting answer;
+    Host().Ask(m_asker, Order{"led-set", {{"bay", 3}}}, answer.Taker());
+    EXPECT_EQ(R"({"order":"led-set","result":1,"good":true,"changed":true,"text":"done\n","remarks":["remark"],)"
+              R"("reasons":[],"cure":"","led":3})",
+              answer.Get().m_body.dump());
+    EXPECT_THAT(News("call"), Contains(testing::AllOf(HasSubstr(R"("order":"led-set")"),
+                                                      HasSubstr(R"("asker":"uid 7, process 4711")"))));
+    std::string log;
+    for (const auto& line : Host().LogLines(100))
+        log += line["text"].get<std::string>() + "\n";
+    EXPECT_THAT(log, HasSubstr("order led-set {\"bay\":3}, asked by uid 7, process 4711\n"));
+    EXPECT_TRUE(Host().Now()->m_calls.empty());
+}
+
+TEST_F(ResidentTest, WhatCannotBeMeantIsRefusedAndWhatThrowsIsTold) {
+    Begin();
+    m_carry = [](const Order&, Session&, const Picture&) -> OrderOutcome { throw UsageError("no such LED"); };
+    Waiting refused;
+    Host().Ask(m_asker, Order{"led-set", nlohmann::json::object()}, refused.Taker());
+    EXPECT_EQ(400U, refused.Get().m_status);
+    EXPECT_EQ("no such LED", refused.Get().m_body["error"]["reason"]);
+    m_adaptor.m_row = [](unsigned) { throw std::runtime_error("out of `read`"); };
+    Waiting thrown;
+    Host().Ask(m_asker, Read(BMI_GROUP_FIRMWARE_UPDATE), thrown.Taker());
+    EXPECT_EQ(500U, thrown.Get().m_status);
+}
+
+TEST_F(ResidentTest, TooMuchIsRefusedWithAReason) {
+    Begin();
+    Latch go;
+    m_adaptor.m_row = [&](unsigned) { go.Wait(); };
+    std::atomic<int> refused = 0;
+    std::atomic<int> answered = 0;
+    for (int i = 0; i < 100; ++i) {
+        Host().Ask(m_asker, Read(BMI_GROUP_FIRMWARE_UPDATE), [&](const Answer& answer) {
+            ++answered;
+            if (answer.m_status == 503) ++refused;
+        });
+    }
+    EXPECT_TRUE(Comes([&] { return refused >= 100 - 64 - 3; }));
+    go.Open();
+    EXPECT_TRUE(Comes([&] { return answered == 100; }));
+    EXPECT_LE(refused, 100 - 64);
+}
+
+} // namespace
+
+} // namespace bmhost
