@@ -1,6 +1,6 @@
 // bmhost: the reference host command.
-#include "host/commands/ChosenLine.h"
 #include "host/commands/CommandList.h"
+#include "host/context/ChosenLine.h"
 #include "host/output/Redirect.h"
 #include "host/session/EndNotice.h"
 #include "host/words/Error.h"

@@ -1,8 +1,8 @@
 // The calls: `init`, `start`, `stop`, `fin`, `read`, `table`, `write`, and in a shell or a script `sleep` and
 // `wait-event`.
 #include "common/veldo_common_protocol.h"
-#include "host/commands/Context.h"
-#include "host/commands/GiveOrder.h"
+#include "host/context/Context.h"
+#include "host/context/GiveOrder.h"
 #include "host/words/Call.h"
 #include "host/words/Commands.h"
 #include "host/words/Names.h"

@@ -1,8 +1,8 @@
 // `bmhost completions`: what the last word of a command line may become, for the completion of a shell.
 #include "host/words/Completion.h"
 
-#include "host/commands/Context.h"
-#include "host/commands/GlobalOptions.h"
+#include "host/context/Context.h"
+#include "host/context/GlobalOptions.h"
 #include "host/output/Redirect.h"
 
 namespace bmhost {

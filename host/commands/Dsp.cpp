@@ -1,6 +1,6 @@
 // `bmhost dsp`: the DSPs of the blade with their addresses, and `dsp set-ip`: one of them given another.
-#include "host/commands/Context.h"
-#include "host/commands/GiveOrder.h"
+#include "host/context/Context.h"
+#include "host/context/GiveOrder.h"
 #include "host/views/Views.h"
 #include "host/words/Commands.h"
 #include "host/words/Error.h"

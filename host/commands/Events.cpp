@@ -1,7 +1,7 @@
 // `bmhost events` and `bmhost log`: what happens at the resident host, and its log.
 #include "host/client/ClientSession.h"
 #include "host/client/HostClient.h"
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/words/Commands.h"

@@ -1,8 +1,8 @@
 // `bmhost firmware`: an upgrade that is started and followed to its end.
 #include "host/commands/Firmware.h"
 
-#include "host/commands/Context.h"
-#include "host/commands/GiveOrder.h"
+#include "host/context/Context.h"
+#include "host/context/GiveOrder.h"
 #include "host/orders/FirmwareFile.h"
 #include "host/orders/OrderKinds.h"
 #include "host/orders/UpgradeHistory.h"

@@ -1,5 +1,5 @@
 // `help`: the list of commands, or what there is to know of one.
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 #include "host/words/Commands.h"
 
 namespace bmhost {

@@ -1,8 +1,8 @@
 // `bmhost led set`: one LED set, refused before it is sent when it makes no sense.
 #include "host/commands/Led.h"
 
-#include "host/commands/Context.h"
-#include "host/commands/GiveOrder.h"
+#include "host/context/Context.h"
+#include "host/context/GiveOrder.h"
 #include "host/words/Commands.h"
 #include "host/words/Error.h"
 #include "host/words/Nearest.h"

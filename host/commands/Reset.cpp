@@ -1,6 +1,6 @@
 // `bmhost reset board`: the baseboard reset, after a question.
-#include "host/commands/Context.h"
-#include "host/commands/GiveOrder.h"
+#include "host/context/Context.h"
+#include "host/context/GiveOrder.h"
 #include "host/words/Commands.h"
 
 namespace bmhost {

@@ -1,5 +1,5 @@
 // `bmhost run`: a resident host, which is a program of its own.
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 #include "host/session/StorageHome.h"
 #include "host/words/Commands.h"
 

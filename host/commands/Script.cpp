@@ -1,8 +1,8 @@
 // `bmhost script`: calls from a file or from standard input, one a line, in one process.
 #include "host/session/Script.h"
 
-#include "host/commands/CommandLine.h"
 #include "host/commands/CommandList.h"
+#include "host/context/CommandLine.h"
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
 #include "host/picture/ReadPicture.h"

@@ -1,6 +1,6 @@
 // `bmhost switch`: the external ports of the blade's Ethernet switch; `switch enable` and `switch disable` set one.
-#include "host/commands/Context.h"
-#include "host/commands/GiveOrder.h"
+#include "host/context/Context.h"
+#include "host/context/GiveOrder.h"
 #include "host/views/Views.h"
 #include "host/words/Commands.h"
 #include "host/words/Error.h"

@@ -1,6 +1,6 @@
 // The commands that show what there is: `inventory`, `leds`, `status`, `pstn` and `groups`.
 #include "host/views/Views.h"
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 #include "host/output/Redirect.h"
 #include "host/picture/Verdict.h"
 #include "host/views/Groups.h"

@@ -4,7 +4,7 @@
 #include "host/client/ClientSession.h"
 #include "host/client/HostClient.h"
 #include "host/client/ServerEvents.h"
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/picture/PictureJson.h"

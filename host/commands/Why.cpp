@@ -1,7 +1,7 @@
 // `bmhost why`: what is wrong with the blade, with cause, evidence and cure.
 #include "host/views/Why.h"
 
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/words/Commands.h"

@@ -2,9 +2,10 @@
 #include "host/orders/DspAddresses.h"
 #include "host/orders/OrderKinds.h"
 #include "host/output/TextOutput.h"
+#include "host/picture/ReadPicture.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
-#include "host/views/BoardLines.h"
+#include "host/views/Views.h"
 #include "host/words/Error.h"
 
 namespace bmhost {
@@ -59,12 +60,15 @@ void CheckAddress(Session& session, const DspWish& wish) {
                          "; --force stores it nevertheless");
 }
 
-// The DSP as it is read afterwards. DSPs are numbered by the rows of the AMCs' table.
+// The DSP as it is read afterwards.
 std::string DspText(Session& session, int dsp, const std::string& address) {
     int result = 0;
     const auto table = session.Table(BMI_GROUP_HARDWARE_AMC_DSP_TABLE, result);
     if (table == nullptr || dsp > table->GetSize()) return "";
-    return AlignedTable({DspHeading(), DspLine(dsp, *table->Get(dsp - 1), address)}, false);
+    Picture picture;
+    picture.m_dsps = {DspOf(dsp, *table->Get(dsp - 1))};
+    picture.m_dsps[0].m_ip = address;
+    return DspsText(picture, {});
 }
 
 OrderOutcome SetAddress(const OrderValues& values, Session& session, const Picture&) {

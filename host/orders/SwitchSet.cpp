@@ -1,9 +1,9 @@
 // One external port of the switch enabled or disabled.
 #include "host/orders/OrderKinds.h"
-#include "host/output/TextOutput.h"
+#include "host/picture/ReadPicture.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
-#include "host/views/BoardLines.h"
+#include "host/views/Views.h"
 
 namespace bmhost {
 
@@ -36,7 +36,7 @@ OrderOutcome SetPort(const OrderValues& values, Session& session, const Picture&
     const auto before = ReadPort(session, wish.m_port);
     CBMIKeys keys = KeyOf(BMI_HW_AMC_SWITCHPORT_NUM, wish.m_port);
     CBMIParams row;
-    row.Add(Integer(BMI_HW_AMC_SWITCHPORT_ADMIN, wish.m_enabled ? PortEnabled : PortDisabled, false));
+    row.Add(Integer(BMI_HW_AMC_SWITCHPORT_ADMIN, wish.m_enabled ? 1 : 0, false));
     const std::size_t told = session.Complaints().m_count;
     WriteRowOf(session, outcome, BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE, keys, row);
     outcome.m_good = outcome.m_result == Success;
@@ -53,7 +53,11 @@ OrderOutcome SetPort(const OrderValues& values, Session& session, const Picture&
     outcome.m_changed =
         before != nullptr && after != nullptr &&
         IntegerOf(*before, BMI_HW_AMC_SWITCHPORT_ADMIN) != IntegerOf(*after, BMI_HW_AMC_SWITCHPORT_ADMIN);
-    if (outcome.m_good && after != nullptr) outcome.m_text = AlignedTable({PortHeading(), PortLine(*after)}, false);
+    if (outcome.m_good && after != nullptr) {
+        Picture shown;
+        shown.m_ports = {PortOf(*after)};
+        outcome.m_text = PortsText(shown, {});
+    }
     return outcome;
 }
 

@@ -60,11 +60,7 @@ void ReadAddress(Session& session, DspFacts& dsp) {
 std::vector<DspFacts> DspsOf(Session& session) {
     std::vector<DspFacts> dsps;
     for (const CBMIParams& row : RowsOf(session, BMI_GROUP_HARDWARE_AMC_DSP_TABLE)) {
-        DspFacts& dsp = dsps.emplace_back();
-        dsp.m_number = static_cast<int32_t>(dsps.size()); // DSPs are numbered by the rows of the AMCs' table
-        dsp.m_bay = IntegerOf(row, BMI_HW_AMC_DSP_BAY);
-        dsp.m_dspOfAmc = IntegerOf(row, BMI_HW_AMC_DSP_NUM);
-        dsp.m_mac = TextOf(row, BMI_HW_AMC_DSP_MAC);
+        dsps.push_back(DspOf(static_cast<int32_t>(dsps.size()) + 1, row));
     }
     return dsps;
 }
@@ -196,6 +192,26 @@ std::vector<LedReading> ReadLeds(Session& session) {
     return leds;
 }
 
+DspFacts DspOf(int32_t number, const CBMIParams& row) {
+    DspFacts dsp;
+    dsp.m_number = number;
+    dsp.m_bay = IntegerOf(row, BMI_HW_AMC_DSP_BAY);
+    dsp.m_dspOfAmc = IntegerOf(row, BMI_HW_AMC_DSP_NUM);
+    dsp.m_mac = TextOf(row, BMI_HW_AMC_DSP_MAC);
+    return dsp;
+}
+
+PortFacts PortOf(const CBMIParams& row) {
+    PortFacts port;
+    port.m_port = IntegerOf(row, BMI_HW_AMC_SWITCHPORT_NUM);
+    port.m_name = TextOf(row, BMI_HW_AMC_SWITCHPORT_NAME);
+    port.m_leadsTo = LeadsTo(IntegerOf(row, BMI_HW_AMC_SWITCHPORT_TYPE));
+    SetState(port, IntegerOf(row, BMI_HW_AMC_SWITCHPORT_ADMIN));
+    const int32_t link = IntegerOf(row, BMI_HW_AMC_SWITCHPORT_OPER);
+    if (link == LinkUp || link == LinkDown) port.m_linkUp = link == LinkUp;
+    return port;
+}
+
 std::vector<DspFacts> ReadDsps(Session& session) {
     std::vector<DspFacts> dsps = DspsOf(session);
     for (DspFacts& dsp : dsps)
@@ -205,15 +221,8 @@ std::vector<DspFacts> ReadDsps(Session& session) {
 
 std::vector<PortFacts> ReadPorts(Session& session) {
     std::vector<PortFacts> ports;
-    for (const CBMIParams& row : RowsOf(session, BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE)) {
-        PortFacts& port = ports.emplace_back();
-        port.m_port = IntegerOf(row, BMI_HW_AMC_SWITCHPORT_NUM);
-        port.m_name = TextOf(row, BMI_HW_AMC_SWITCHPORT_NAME);
-        port.m_leadsTo = LeadsTo(IntegerOf(row, BMI_HW_AMC_SWITCHPORT_TYPE));
-        SetState(port, IntegerOf(row, BMI_HW_AMC_SWITCHPORT_ADMIN));
-        const int32_t link = IntegerOf(row, BMI_HW_AMC_SWITCHPORT_OPER);
-        if (link == LinkUp || link == LinkDown) port.m_linkUp = link == LinkUp;
-    }
+    for (const CBMIParams& row : RowsOf(session, BMI_GROUP_HARDWARE_AMC_SWITCHPORT_TABLE))
+        ports.push_back(PortOf(row));
     return ports;
 }
 

@@ -32,6 +32,11 @@ std::vector<LedReading> ReadLeds(Session& session);
 
 /// The note of a DSP that the adaptor gives no address because it does not serve it.
 inline constexpr const char* DspNotInService = "not in service";
+/// @param row  of the AMCs' table, whose rows number the DSPs from 1; it has no address
+DspFacts DspOf(int32_t number, const BM_ADAPTOR::CBMIParams& row);
+/// @param row  of the switch's table
+PortFacts PortOf(const BM_ADAPTOR::CBMIParams& row);
+
 /// The DSPs with their addresses. In mode 2 the adaptor serves none of these, see AddStored.
 std::vector<DspFacts> ReadDsps(Session& session);
 /// The switch's ports; in mode 2 there are none, see AddStored.

@@ -1,6 +1,8 @@
 // The situations of docs/operations.md: which one a log tells of, and how a page shows them.
 #include "host/words/Situations.h"
 
+#include "host/words/SituationTable.h"
+
 #include <algorithm>
 #include <iterator>
 #include <stdexcept>
@@ -63,6 +65,16 @@ std::string ShownOf(const Situation& situation) {
 }
 
 } // namespace
+
+std::span<const Situation> Situations() {
+    static const std::vector<Situation> all = [] {
+        std::vector<Situation> joined;
+        for (const auto part : {StartSituations(), ServiceSituations()})
+            joined.insert(joined.end(), part.begin(), part.end());
+        return joined;
+    }();
+    return all;
+}
 
 bool IsMadeBy(std::string_view line, std::string_view format) {
     line = WithoutLineEnd(line);

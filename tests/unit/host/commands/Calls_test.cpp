@@ -1,5 +1,5 @@
 // Calls as they are typed.
-#include "host/commands/FakeContext.h"
+#include "host/context/FakeContext.h"
 
 #include "host/UsageError.h"
 

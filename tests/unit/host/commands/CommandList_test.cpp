@@ -1,7 +1,7 @@
 // Every command has what its user looks for.
 #include "host/commands/CommandList.h"
 
-#include "host/commands/FakeContext.h"
+#include "host/context/FakeContext.h"
 
 #include "host/UsageError.h"
 
@@ -42,8 +42,8 @@ TEST(CommandList, HasTheCommandsOfEachPlace) {
     };
     EXPECT_THAT(namesIn(OnCommandLine),
                 ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "script", "inventory", "leds",
-                            "status", "pstn", "groups", "why", "led", "dsp", "switch", "reset", "firmware", "run", "watch",
-                            "events", "log", "report", "shell", "completions", "help"));
+                            "status", "pstn", "groups", "why", "led", "dsp", "switch", "reset", "firmware", "run",
+                            "watch", "events", "log", "report", "shell", "completions", "help"));
     EXPECT_THAT(namesIn(InScript),
                 ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "sleep", "wait-event"));
     EXPECT_THAT(namesIn(InShell), ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "sleep",

@@ -2,7 +2,7 @@
 #include "host/words/Completion.h"
 
 #include "host/commands/CommandList.h"
-#include "host/commands/GlobalOptions.h"
+#include "host/context/GlobalOptions.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // What `dsp set-ip` takes and refuses.
-#include "host/commands/FakeContext.h"
+#include "host/context/FakeContext.h"
 
 #include "host/UsageError.h"
 

@@ -2,7 +2,7 @@
 #include "host/commands/Led.h"
 
 #include "host/UsageError.h"
-#include "host/commands/FakeContext.h"
+#include "host/context/FakeContext.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

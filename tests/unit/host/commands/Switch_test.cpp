@@ -1,5 +1,5 @@
 // What `switch enable` and `switch disable` take and refuse.
-#include "host/commands/FakeContext.h"
+#include "host/context/FakeContext.h"
 
 #include "host/UsageError.h"
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "common/veldo_common_protocol.h"
+#include "host/picture/Led.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
-#include "host/views/Led.h"
 
 #include "bm/Log.h"
 

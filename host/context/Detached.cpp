@@ -1,5 +1,5 @@
 // Work that must not end with its terminal.
-#include "host/session/Detached.h"
+#include "host/context/Detached.h"
 
 #include <array>
 #include <cerrno>

@@ -1,7 +1,7 @@
 // What a command's run works with, beside its own options.
 #pragma once
 
-#include "host/commands/GlobalOptions.h"
+#include "host/context/GlobalOptions.h"
 #include "host/orders/Order.h"
 #include "host/output/Style.h"
 #include "host/picture/Picture.h"

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/commands/CommandList.h"
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 #include "host/session/Session.h"
 #include "host/words/Names.h"
 

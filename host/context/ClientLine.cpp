@@ -1,8 +1,8 @@
 // A command on the command line that asks the resident host.
-#include "host/commands/ClientLine.h"
+#include "host/context/ClientLine.h"
 
-#include "host/commands/GiveOrder.h"
-#include "host/commands/HostUpgrade.h"
+#include "host/context/GiveOrder.h"
+#include "host/context/HostUpgrade.h"
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
 #include "host/picture/PictureJson.h"

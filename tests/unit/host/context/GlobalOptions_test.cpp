@@ -1,5 +1,5 @@
 // The options that every command takes.
-#include "host/commands/GlobalOptions.h"
+#include "host/context/GlobalOptions.h"
 
 #include "host/commands/CommandList.h"
 

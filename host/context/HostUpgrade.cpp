@@ -1,11 +1,11 @@
 // A firmware upgrade by the resident host: the image's bytes are sent, and the upgrade is followed to its end.
-#include "host/commands/HostUpgrade.h"
+#include "host/context/HostUpgrade.h"
 
 #include "host/client/ClientSession.h"
 #include "host/client/ServerEvents.h"
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 #include "host/output/Redirect.h"
-#include "host/views/StatusNames.h"
+#include "host/picture/StatusNames.h"
 #include "host/words/Error.h"
 
 #include "bm_dev/UniqueFd.h"

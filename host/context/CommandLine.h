@@ -1,7 +1,7 @@
 // A command on the command line that loads the adaptor for itself.
 #pragma once
 
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 
 #include <unistd.h>
 

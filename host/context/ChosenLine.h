@@ -2,7 +2,7 @@
 // otherwise.
 #pragma once
 
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 
 #include <memory>
 

@@ -1,5 +1,5 @@
 // What a command's run works with, beside its own options.
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 
 #include "host/client/HostClient.h"
 #include "host/client/HostOwner.h"

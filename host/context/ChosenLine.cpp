@@ -1,11 +1,11 @@
 // A command on the command line: a client of the resident host where there is one, with an adaptor of its own
 // otherwise.
-#include "host/commands/ChosenLine.h"
+#include "host/context/ChosenLine.h"
 
 #include "host/client/HostClient.h"
 #include "host/client/HostOwner.h"
-#include "host/commands/ClientLine.h"
-#include "host/commands/CommandLine.h"
+#include "host/context/ClientLine.h"
+#include "host/context/CommandLine.h"
 #include "host/output/Redirect.h"
 #include "host/words/Error.h"
 

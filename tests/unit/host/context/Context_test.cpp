@@ -1,7 +1,7 @@
 // How a look ends: by what it found, and by where that comes from.
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 
-#include "host/commands/FakeContext.h"
+#include "host/context/FakeContext.h"
 #include "host/words/Error.h"
 
 #include <gtest/gtest.h>

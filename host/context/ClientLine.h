@@ -3,7 +3,7 @@
 
 #include "host/client/ClientSession.h"
 #include "host/client/HostClient.h"
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 
 #include <memory>
 

@@ -1,13 +1,13 @@
 // A command on the command line that loads the adaptor for itself.
-#include "host/commands/CommandLine.h"
+#include "host/context/CommandLine.h"
 
 #include "common/veldo_common_protocol.h"
 #include "host/client/BladeLock.h"
-#include "host/commands/GiveOrder.h"
+#include "host/context/Detached.h"
+#include "host/context/GiveOrder.h"
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
 #include "host/picture/ReadPicture.h"
-#include "host/session/Detached.h"
 #include "host/session/EndNotice.h"
 #include "host/session/PluginSession.h"
 

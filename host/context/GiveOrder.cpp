@@ -1,7 +1,7 @@
 // Orders as commands give them: asked for where a slip would hurt, and shown with their outcome.
-#include "host/commands/GiveOrder.h"
+#include "host/context/GiveOrder.h"
 
-#include "host/commands/Context.h"
+#include "host/context/Context.h"
 #include "host/orders/OwnUpgrade.h"
 #include "host/output/Redirect.h"
 #include "host/session/Session.h"
