@@ -47,7 +47,8 @@ DaemonOptions ReadDaemonOptions(const std::vector<std::string>& words) {
     app.add_option("--notice-after", options.m_noticeAfter,
                    "milliseconds after which standard error tells of a call that does not return")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()));
-    app.add_option("--sweep", sweep, "seconds in which every LED is read once; 0: without a pause")->check(CLI::Range(0, LongestSweep));
+    app.add_option("--sweep", sweep, "seconds in which every LED is read once; 0: without a pause")
+        ->check(CLI::Range(0, LongestSweep));
     app.add_flag("--no-start", options.m_noStart, "init only: `bmhost start` starts the blade");
     app.add_flag("--exit-on-fault", options.m_settings.m_exitOnFault,
                  "end when init or start does not return 1, or the monitor finds a fault");

@@ -1,4 +1,4 @@
-// The lock of a blade: whoever has it is the only one that changes the blade.
+// The lock of a blade: its holder is the only process that changes the blade.
 #include "host/client/BladeLock.h"
 
 #include "host/output/Time.h"

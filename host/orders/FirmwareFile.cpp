@@ -27,21 +27,6 @@ constexpr mode_t OwnersFile = 0600;
     throw std::runtime_error("firmware image: " + what + ": " + std::generic_category().message(error));
 }
 
-// The folder's parents are anybody's; the folder itself is the owner's alone.
-bm_dev::UniqueFd OpenImageFolder(const std::string& path) {
-    std::error_code error;
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
-    if (error) Fail(path, error.value());
-    if (mkdir(path.c_str(), OwnersFolder) != 0 && errno != EEXIST) Fail(path, errno);
-    bm_dev::UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (folder.Get() < 0) Fail(path, errno);
-    struct stat status {};
-    if (fstat(folder.Get(), &status) != 0) Fail(path, errno);
-    if (status.st_uid != geteuid()) throw std::runtime_error("firmware image: " + path + " is another user's");
-    if ((status.st_mode & 07777) != OwnersFolder && fchmod(folder.Get(), OwnersFolder) != 0) Fail(path, errno);
-    return folder;
-}
-
 void CheckSpace(int folder, const std::string& path, uint64_t size) {
     struct statvfs system {};
     if (fstatvfs(folder, &system) != 0) Fail(path, errno);
@@ -72,6 +57,28 @@ std::string StateFolder() {
     if (geteuid() == 0) return "/var/lib/bmhost";
     if (const std::string state = variable("XDG_STATE_HOME"); !state.empty()) return state + "/bmhost";
     return variable("HOME") + "/.local/state/bmhost";
+}
+
+void MakeStateFolder(const std::string& path) {
+    std::filesystem::path made;
+    for (const std::filesystem::path& part : std::filesystem::path(path)) {
+        made /= part;
+        std::error_code ignored; // what cannot be looked at cannot be made either
+        if (std::filesystem::is_directory(made, ignored)) continue;
+        if (mkdir(made.c_str(), OwnersFolder) != 0 && errno != EEXIST) Fail(made, errno);
+    }
+}
+
+bm_dev::UniqueFd OpenImageFolder(const std::string& path) {
+    MakeStateFolder(std::filesystem::path(path).parent_path());
+    if (mkdir(path.c_str(), OwnersFolder) != 0 && errno != EEXIST) Fail(path, errno);
+    bm_dev::UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (folder.Get() < 0) Fail(path, errno);
+    struct stat status {};
+    if (fstat(folder.Get(), &status) != 0) Fail(path, errno);
+    if (status.st_uid != geteuid()) throw std::runtime_error("firmware image: " + path + " is another user's");
+    if ((status.st_mode & 07777) != OwnersFolder && fchmod(folder.Get(), OwnersFolder) != 0) Fail(path, errno);
+    return folder;
 }
 
 struct FirmwareFile::Digest {

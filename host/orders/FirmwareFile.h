@@ -14,6 +14,14 @@ namespace bmhost {
 /// state folder for everybody else.
 std::string StateFolder();
 
+/// Makes the folder and its parents where they are missing, for their owner alone whatever the umask is. Throws
+/// std::runtime_error naming what cannot be made.
+void MakeStateFolder(const std::string& path);
+
+/// The folder of images, made when it is missing: this user's alone, and no link. Throws std::runtime_error naming it
+/// and the reason.
+bm_dev::UniqueFd OpenImageFolder(const std::string& path);
+
 /// A file of mode 0600 with a name that nobody can foresee, in a folder of mode 0700. It is removed with its object.
 class FirmwareFile {
 public:

@@ -1,10 +1,10 @@
 // A firmware upgrade begun.
 #include "host/orders/OrderKinds.h"
 #include "host/output/TextOutput.h"
-#include "host/session/Rows.h"
-#include "host/session/Session.h"
 #include "host/picture/Led.h"
 #include "host/picture/StatusNames.h"
+#include "host/session/Rows.h"
+#include "host/session/Session.h"
 #include "host/words/Error.h"
 
 #include <algorithm>

@@ -45,13 +45,13 @@ void Take(const ordered_json& fields, const char* name, Value& value) {
 
 ordered_json OrderOutcomeJson(const std::string& order, const OrderOutcome& outcome) {
     ordered_json fields = {{"order", order},
-                         {"result", outcome.m_result},
-                         {"good", outcome.m_good},
-                         {"changed", outcome.m_changed},
-                         {"text", Characters(outcome.m_text)},
-                         {"remarks", Characters(outcome.m_remarks)},
-                         {"reasons", Characters(outcome.m_reasons)},
-                         {"cure", Characters(outcome.m_cure)}};
+                           {"result", outcome.m_result},
+                           {"good", outcome.m_good},
+                           {"changed", outcome.m_changed},
+                           {"text", Characters(outcome.m_text)},
+                           {"remarks", Characters(outcome.m_remarks)},
+                           {"reasons", Characters(outcome.m_reasons)},
+                           {"cure", Characters(outcome.m_cure)}};
     for (const auto& [name, value] : outcome.m_values.items())
         fields[name] = value;
     return fields;

@@ -7,8 +7,8 @@
 #include "host/orders/UpgradeLock.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
-#include "host/session/Session.h"
 #include "host/picture/StatusNames.h"
+#include "host/session/Session.h"
 
 #include <chrono>
 #include <cstdio>

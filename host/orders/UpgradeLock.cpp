@@ -1,6 +1,7 @@
 // One upgrade a blade, whichever process began it.
 #include "host/orders/UpgradeLock.h"
 
+#include "host/orders/FirmwareFile.h"
 #include "host/words/Error.h"
 
 #include <cerrno>
@@ -9,7 +10,9 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <stdexcept>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -19,12 +22,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Another user's process may say what it likes in its command line, and must not hold up upgrades by it.
+bool IsOurs(const fs::path& process) {
+    struct stat status {};
+    return stat(process.c_str(), &status) == 0 && (status.st_uid == geteuid() || status.st_uid == 0);
+}
+
 // A process whose command line has this text: the tool, or the shell that runs it.
 std::optional<std::string> ProcessWith(const std::string& text) {
     std::error_code error;
     for (const fs::directory_entry& each : fs::directory_iterator("/proc", error)) {
         const std::string number = each.path().filename().string();
         if (number.find_first_not_of("0123456789") != std::string::npos) continue;
+        if (!IsOurs(each.path())) continue;
         std::ifstream stream(each.path() / "cmdline", std::ios::binary);
         const std::string line((std::istreambuf_iterator<char>(stream)), {});
         if (line.find(text) != std::string::npos) return number;
@@ -35,15 +45,14 @@ std::optional<std::string> ProcessWith(const std::string& text) {
 } // namespace
 
 UpgradeLock::UpgradeLock(const std::string& folder) {
-    std::error_code error;
-    fs::create_directories(fs::path(folder).parent_path(), error);
-    if (!error && fs::create_directory(folder, error)) fs::permissions(folder, fs::perms::owner_all, error);
-    if (error) throw std::runtime_error("firmware update: " + folder + ": " + error.message());
+    const bm_dev::UniqueFd opened = OpenImageFolder(folder);
     const std::string path = folder + "/lock";
-    m_file = bm_dev::UniqueFd(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    m_file =
+        bm_dev::UniqueFd(openat(opened.Get(), "lock", O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
     if (!m_file) throw std::runtime_error("firmware update: " + path + ": " + std::generic_category().message(errno));
     if (flock(m_file.Get(), LOCK_EX | LOCK_NB) != 0)
         throw UsageError("firmware update: an upgrade is under way in another process");
+    std::error_code error;
     for (const fs::directory_entry& each : fs::directory_iterator(folder, error)) {
         if (each.path().extension() != ".image") continue;
         if (const auto process = ProcessWith(each.path().string()))

@@ -8,7 +8,7 @@ namespace bmhost {
 /// Listens as long as it lives; then the socket's file is gone. Root and the group bmhost may connect.
 class ServerSocket {
 public:
-    /// @param lock  of the same place: its owner may take over what a dead host left
+    /// @param lock  of the same place: its holder may take over what a dead host left
     /// Throws std::runtime_error when there can be no socket.
     ServerSocket(const BladeLock& lock, const HostPlace& place);
     ServerSocket(const ServerSocket&) = delete;

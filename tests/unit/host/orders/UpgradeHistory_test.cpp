@@ -4,16 +4,21 @@
 #include "host/UsageError.h"
 #include "host/orders/UpgradeLock.h"
 
+#include "bm_dev/UniqueFd.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <signal.h>
 #include <spawn.h>
 #include <stdexcept>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -121,6 +126,80 @@ TEST_F(UpgradeHistoryTest, SaysThatItCannotBeReadRatherThanThatThereIsNone) {
     fs::create_directories(File());
     EXPECT_THROW(Read(), std::runtime_error);
     EXPECT_THROW(UpgradeHistory(m_folder).Keep(Facts(1, 2)), std::runtime_error);
+}
+
+TEST_F(UpgradeHistoryTest, OfNumbersThatAreNoneOfAnUpgradeIsSkipped) {
+    const UpgradeHistory history(m_folder);
+    history.Keep(Facts(1, 2));
+    std::string line;
+    std::getline(std::ifstream(File()), line);
+    const std::string begin = R"({"target":1,"bay":3,"state":2)";
+    ASSERT_EQ(0U, line.find(begin));
+    {
+        std::ofstream file(File());
+        for (const char* bay : {"3.5", "1e300", "4294967299", "18446744073709551615"})
+            file << R"({"target":1,"bay":)" << bay << R"(,"state":2)" << line.substr(begin.size()) << '\n';
+    }
+    EXPECT_THAT(Read(), IsEmpty());
+    EXPECT_EQ(4U, m_remarks.size());
+}
+
+TEST_F(UpgradeHistoryTest, ThatIsFarTooLongIsReadAtItsEndAndMadeShort) {
+    const UpgradeHistory history(m_folder);
+    history.Keep(Facts(1, 2));
+    std::string line;
+    std::getline(std::ifstream(File()), line);
+    fs::resize_file(File(), 20 * 1024 * 1024);
+    std::ofstream(File(), std::ios::app) << std::string(3000, '\n') << line << '\n';
+    EXPECT_EQ(1U, Read().size());
+    EXPECT_GT(20U, m_remarks.size());
+    EXPECT_THAT(m_remarks.back(), HasSubstr("3000 lines were skipped"));
+    history.Keep(Facts(2, 2));
+    EXPECT_EQ(2U, Read().size());
+    EXPECT_THAT(m_remarks, IsEmpty());
+    EXPECT_GT(10'000U, fs::file_size(File()));
+}
+
+TEST_F(UpgradeHistoryTest, IsNoPipeThatNobodyWrites) {
+    fs::create_directories(m_folder);
+    ASSERT_EQ(0, mkfifo(File().c_str(), 0600));
+    EXPECT_THROW(Read(), std::runtime_error);
+}
+
+TEST_F(UpgradeHistoryTest, DoesNotWaitForWhoeverLocksItsFolder) {
+    fs::create_directories(m_folder);
+    bm_dev::UniqueFd folder(open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(0, flock(folder.Get(), LOCK_EX | LOCK_NB));
+    auto kept = std::async(std::launch::async, [this] { UpgradeHistory(m_folder).Keep(Facts(1, 2)); });
+    EXPECT_EQ(std::future_status::ready, kept.wait_for(std::chrono::seconds(10)));
+    folder.Reset();
+    kept.get();
+    EXPECT_EQ(1U, Read().size());
+}
+
+TEST_F(UpgradeHistoryTest, MakesItsFoldersForTheirOwnerAloneWhateverTheUmaskIs) {
+    const mode_t former = umask(0);
+    const UpgradeLock lock(m_folder + "/state/firmware");
+    UpgradeHistory(m_folder + "/other").Keep(Facts(1, 2));
+    umask(former);
+    const auto modeOf = [](const std::string& path) {
+        struct stat status {};
+        EXPECT_EQ(0, stat(path.c_str(), &status)) << path;
+        return status.st_mode & 07777U;
+    };
+    for (const char* folder : {"", "/state", "/state/firmware", "/other"})
+        EXPECT_EQ(0700U, modeOf(m_folder + folder)) << folder;
+    EXPECT_EQ(0600U, modeOf(m_folder + "/state/firmware/lock"));
+    EXPECT_EQ(0600U, modeOf(m_folder + "/other/upgrades.lock"));
+    EXPECT_EQ(0640U, modeOf(m_folder + "/other/upgrades.jsonl"));
+}
+
+TEST_F(UpgradeHistoryTest, LockRemovesNothingInAFolderThatIsALink) {
+    fs::create_directories(m_folder + "/others");
+    std::ofstream(m_folder + "/others/x.image") << "x";
+    fs::create_directory_symlink("others", m_folder + "/firmware");
+    EXPECT_THROW(const UpgradeLock lock(m_folder + "/firmware"), std::runtime_error);
+    EXPECT_TRUE(fs::exists(m_folder + "/others/x.image"));
 }
 
 TEST_F(UpgradeHistoryTest, LockIsForOneUpgrade) {
