@@ -15,6 +15,7 @@
 #include <chrono>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -72,7 +73,9 @@ UpgradeFacts Followed(HostClient& host, Context& context) {
 std::string PathOfUpgrade(const Order& order) {
     std::string path = "/v1/firmware?target=" + Escaped(order.m_values.at("target").get<std::string>());
     if (order.m_values.contains("bay")) path += "&bay=" + std::to_string(order.m_values.at("bay").get<int>());
-    return path + "&name=" + Escaped(order.m_values.at("name").get<std::string>());
+    // The image goes as bytes: where its file is concerns nobody but this command.
+    const std::filesystem::path file = order.m_values.at("name").get<std::string>();
+    return path + "&name=" + Escaped(file.filename().string());
 }
 
 OrderOutcome UpgradeByHost(HostClient& host, Context& context, const Order& order) {

@@ -3,7 +3,7 @@
 An example is a code block with command lines. Those after "$ " have their output below them, as a terminal shows it; without
 "$ " each line is a command, and nothing is shown. "…" stands for what was cut out of a line, and on a line of its own for
 lines that were cut; "^C" is the key, pressed when the line before has come. A comment may name the blade: "# on the full blade",
-"# without a controller".
+"# without a controller"; "# beside a resident host" holds for the rest of the block, too, and brings one up.
 """
 
 import re
@@ -22,9 +22,10 @@ LOG_LINE = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} <\d> |    \| ")
 
 
 class Command:
-    def __init__(self, words, shown=None):
+    def __init__(self, words, shown=None, resident=False):
         self.text = words
         self.shown = shown  # the lines below it, or None when the page shows none
+        self.resident = resident  # whether a resident host has the blade
 
     @property
     def program(self):
@@ -50,7 +51,10 @@ class Command:
     def interrupt(self):
         """The text at which it gets a Ctrl-C: that of the line before the page's, or what a resident host says last."""
         if self.shown and KEY in self.shown:
-            return normal(self.shown[self.shown.index(KEY) - 1]).removeprefix("<time>").strip()
+            line = normal(self.shown[self.shown.index(KEY) - 1])
+            return re.sub(r"^<(time|moment)>", "", line).split(CUT)[0].strip()
+        if re.search(r"bmhost (watch|events)( |$)", self.text):
+            return "health"
         return "health: monitored" if re.search(r"bmhost run( |$)", self.text) else None
 
 
@@ -107,6 +111,13 @@ def whole_commands(lines):
 
 def commands_of(lines):
     """The commands of a code block; none when it is not an example."""
+    commands = block_commands(lines)
+    for before, command in zip([None, *commands], commands):
+        command.resident = "# beside a resident host" in command.text or (before is not None and before.resident)
+    return commands
+
+
+def block_commands(lines):
     if any(line.startswith("$ ") for line in lines):
         assert lines[0].startswith("$ "), f"an example has to begin with its command: {lines[0]}"
         return [Command(text, shown) for text, shown in whole_commands(lines)]
@@ -142,8 +153,10 @@ def commands_in_sentences(page):
 
 
 def normal(line):
-    """Replaces what differs from run to run: times, durations, and the width of columns."""
+    """Replaces what differs from run to run: times, durations, processes, and the width of columns."""
+    line = re.sub(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z", "<moment>", line)
     line = re.sub(r"\d{4}-\d\d-\d\d(?= \d\d:)", "<date>", line)
+    line = re.sub(r"\bprocess \d+", "process <n>", line)
     line = re.sub(r"\b\d\d:\d\d:\d\d(\.\d{3})?", "<time>", line)
     line = re.sub(r"(?<=\s)\d+\.\d\s+(?=\S)", "<ms> ", line)
     line = re.sub(r"\b\d+ s$", "<n> s", line)
