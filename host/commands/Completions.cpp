@@ -5,19 +5,26 @@
 #include "host/context/GlobalOptions.h"
 #include "host/output/Redirect.h"
 
+#include <nlohmann/json.hpp>
+
 namespace bmhost {
 
 namespace {
 
 // Also what is to come: this is registered before some of the others.
-std::string Completions(const Commands& commands, std::vector<std::string> words) {
+std::vector<std::string> Completions(const Commands& commands, std::vector<std::string> words) {
     const std::string begun = words.empty() ? "" : words.back();
     if (!words.empty()) words.pop_back();
     const Completion completion = Complete(commands, words, begun);
-    if (completion.m_kind == Choices::Kind::File) return "<file>\n";
-    if (completion.m_kind == Choices::Kind::Folder) return "<folder>\n";
+    if (completion.m_kind == Choices::Kind::File) return {"<file>"};
+    if (completion.m_kind == Choices::Kind::Folder) return {"<folder>"};
+    return completion.m_words;
+}
+
+std::string Shown(const std::vector<std::string>& completions, bool json) {
+    if (json) return nlohmann::ordered_json{{"op", "completions"}, {"words", completions}}.dump() + "\n";
     std::string text;
-    for (const std::string& word : completion.m_words)
+    for (const std::string& word : completions)
         text += word + "\n";
     return text;
 }
@@ -35,7 +42,7 @@ void AddCompletions(Commands& commands) {
             "them keeps --help from being bmhost's own. <file> and <folder> stand for any file, and any folder.\n")
         .Example("bmhost completions write amc_table run")
         .Run([&commands, words](Context& context) {
-            WriteAll(context.Output(), Completions(commands, *words));
+            WriteAll(context.Output(), Shown(Completions(commands, *words), context.Globals().m_json));
             return true;
         });
 }

@@ -15,7 +15,7 @@ namespace {
 
 constexpr unsigned Places = OnCommandLine | InShell;
 
-constexpr View InventoryView = {"inventory", InventoryText, InventoryIsGood};
+constexpr View InventoryView = {"inventory", InventoryText, InventoryIsGood, InitRemarks};
 constexpr View LedsView = {"leds", LedsText, LedsAreGood};
 constexpr View StatusView = {"status", StatusText, IsGood};
 

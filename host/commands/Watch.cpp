@@ -8,7 +8,7 @@
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/picture/PictureJson.h"
-#include "host/session/Rows.h"
+#include "host/views/Views.h"
 #include "host/words/Commands.h"
 
 #include "bm_dev/ByteText.h"
@@ -76,12 +76,12 @@ private:
 };
 
 // Shows the picture and waits for news, until the host has gone: that ends it with an exception.
-void Follow(HostClient& host, Watched& watched, bool color) {
+void Follow(HostClient& host, Watched& watched, const Style& style) {
     EventStream news(host.End().m_place, 0);
     for (uint64_t shown = 0;;) {
         const ordered_json json = GoodBody(host.Get("/v1/blade"), "GET /v1/blade");
         const Picture picture = PictureOf(json);
-        if (shown == 0 || picture.m_revision != shown) watched.Show(json, WatchText(picture, color));
+        if (shown == 0 || picture.m_revision != shown) watched.Show(json, WatchText(picture, style));
         shown = std::max<uint64_t>(1, picture.m_revision);
         if (!news.Next(LongestQuiet)) continue;
         // What comes together is shown together.
@@ -108,7 +108,7 @@ bool RunWatch(Context& context) {
             const auto host = HostClient::Connect(TimeLimit(options, limited));
             if (host != nullptr) {
                 told = false;
-                Follow(*host, watched, ColorWanted(context.Output()));
+                Follow(*host, watched, StyleOf(context.Output(), context.Globals().m_wide));
             }
         } catch (const std::system_error&) { // nobody reads the output any more
             throw;
@@ -122,23 +122,12 @@ bool RunWatch(Context& context) {
 
 } // namespace
 
-std::string WatchText(const Picture& picture, bool color) {
-    static const char* const healthNames[] = {"not monitored", "monitored", "fault", "ended"};
-    std::vector<std::vector<std::string>> lines = {{"what", "state"}};
-    lines.push_back(
-        {"source", picture.m_source.IsSimulated() ? "simulated: " + picture.m_source.m_reason : "hardware"});
-    std::string health = healthNames[static_cast<std::size_t>(picture.m_health.m_state)];
-    for (const std::string& reason : picture.m_health.m_reasons)
-        health += ", " + PrintableText(reason);
-    lines.push_back({"health", health});
+std::string WatchText(const Picture& picture, const Style& style) {
+    std::string text = StatusText(picture, style);
     for (const CallInProgress& call : picture.m_calls)
-        lines.push_back({"under way", PrintableText(call.m_operation) + " since " + Rfc3339(call.m_since)});
-    for (const BM_ADAPTOR::CBMIParams& row : picture.m_inventory.m_modules)
-        lines.push_back({"bay " + TextOf(row, BM_ADAPTOR::BMI_HW_AMC_BAY),
-                         "run status " + TextOf(row, BM_ADAPTOR::BMI_HW_AMC_RUN_STATUS)});
-    for (const Fault& fault : picture.m_faults)
-        lines.push_back({PrintableText(fault.m_place), PrintableText(fault.m_what)});
-    return AlignedTable(lines, color);
+        text += "under way: " + PrintableText(call.m_operation) + " since " + Rfc3339(call.m_since) + "\n";
+    if (picture.m_source.IsSimulated()) text += PrintableText(SourceText(picture.m_source)) + "\n";
+    return text;
 }
 
 void AddWatch(Commands& commands) {

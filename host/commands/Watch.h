@@ -1,6 +1,7 @@
 // `bmhost watch`: the picture of the blade, live.
 #pragma once
 
+#include "host/output/Style.h"
 #include "host/picture/Picture.h"
 
 #include <string>
@@ -8,6 +9,6 @@
 namespace bmhost {
 
 /// What is shown of it.
-std::string WatchText(const Picture& picture, bool color);
+std::string WatchText(const Picture& picture, const Style& style);
 
 } // namespace bmhost

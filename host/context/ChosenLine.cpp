@@ -9,6 +9,7 @@
 #include "host/output/Redirect.h"
 #include "host/words/Error.h"
 
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 namespace bmhost {
@@ -47,7 +48,8 @@ std::optional<int> ChosenLine::Terminal() const {
 }
 
 void ChosenLine::Answer(const std::string& text) {
-    WriteAll(STDOUT_FILENO, text);
+    const nlohmann::ordered_json line = {{"op", "help"}, {"text", text}};
+    WriteAll(STDOUT_FILENO, Globals().m_json ? line.dump() + "\n" : text);
 }
 
 } // namespace bmhost

@@ -8,6 +8,7 @@
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
 #include "host/picture/ReadPicture.h"
+#include "host/session/CallReasons.h"
 #include "host/session/EndNotice.h"
 #include "host/session/PluginSession.h"
 
@@ -35,6 +36,17 @@ void ArmEndNotice(const GlobalOptions& options, bool limited) {
     ArmEndNotice(options.m_quiet ? never : notice, TimeLimit(options, limited));
 }
 
+namespace {
+
+// What asks only the controller leaves driver and ports alone.
+int ModeFor(const Order& order, const GlobalOptions& globals) {
+    const bool asksController =
+        order.m_name == "led-set" || order.m_name == "board-reset" || order.m_name == "firmware-update";
+    return globals.m_modeGiven || !asksController ? globals.m_mode : BM_ADAPTOR::HOST_MODE_LOOK_ONLY;
+}
+
+} // namespace
+
 bool CommandLine::Make(Call& call) {
     // The init and fin around a call alone show nothing, their prints neither.
     const bool silent = NeedsLife(call.m_operation);
@@ -46,10 +58,14 @@ bool CommandLine::Make(Call& call) {
 }
 
 bool CommandLine::WithSession(const Work& work) {
+    return InMode(Globals().m_mode, work);
+}
+
+bool CommandLine::InMode(int mode, const Work& work) {
     m_output = OutputForPeople(Globals());
     constexpr bool limited = true;
     ArmEndNotice(Globals(), limited);
-    PluginSession session(Globals().m_adaptor, Globals().m_mode, Globals().m_storage);
+    PluginSession session(Globals().m_adaptor, mode, Globals().m_storage);
     return BetweenInitAndFin(session, [&] { return work(session, m_output); });
 }
 
@@ -60,11 +76,19 @@ Picture CommandLine::Look() {
     ArmEndNotice(Globals(), limited);
     const int mode = Globals().m_modeGiven ? Globals().m_mode : BM_ADAPTOR::HOST_MODE_LOOK_ONLY;
     PluginSession session(Globals().m_adaptor, mode, Globals().m_storage);
+    CallOutcome init{std::string(OperationName(Operation::Init)), 0, {}, {}};
+    {
+        const CallReasons reasons;
+        init.m_result = session.Lifecycle(Operation::Init);
+        init.m_time = WallNow();
+        if (init.m_result != Success) init.m_reasons = reasons.Texts();
+    }
     Picture picture;
-    BetweenInitAndFin(session, [&] {
+    BeforeFin(session, [&] {
         picture = ReadPicture(session, mode, Globals().m_storage);
         return true;
     });
+    picture.m_host.m_init = init;
     return picture;
 }
 
@@ -72,7 +96,7 @@ OrderOutcome CommandLine::Give(const Order& order) {
     if (Upgrades(order)) GoOnDetached("waiting for the end of the upgrade");
     const BladeLock lock(PlaceOfHost(), ProgramOf(order));
     OrderOutcome outcome;
-    WithSession([&](Session& session, int output) {
+    InMode(ModeFor(order, Globals()), [&](Session& session, int output) {
         outcome = CarryOutHere(*this, order, session, output);
         return outcome.m_good;
     });

@@ -23,6 +23,8 @@ public:
     bool TakesSignals() const override { return true; }
 
 private:
+    bool InMode(int mode, const Work& work);
+
     int m_output = STDOUT_FILENO; ///< the real one, once the adaptor's prints go elsewhere
 };
 

@@ -68,10 +68,9 @@ bool MakeCall(Session& session, Call& call, Output& output);
 /// A call alone on the command line: read, table and write have init before and fin after, which show nothing.
 bool MakeCallAlone(Session& session, Call& call, Output& output);
 
-/// Does the work between init and fin, which show nothing; fin is called whatever the work throws.
+/// Does the work, then fin, which shows nothing and is called whatever the work throws.
 template <typename Work>
-bool BetweenInitAndFin(Session& session, const Work& work) {
-    session.Lifecycle(Operation::Init);
+bool BeforeFin(Session& session, const Work& work) {
     bool good = false;
     try {
         good = work();
@@ -81,6 +80,13 @@ bool BetweenInitAndFin(Session& session, const Work& work) {
     }
     session.Lifecycle(Operation::Fin);
     return good;
+}
+
+/// Does the work between init and fin, which show nothing.
+template <typename Work>
+bool BetweenInitAndFin(Session& session, const Work& work) {
+    session.Lifecycle(Operation::Init);
+    return BeforeFin(session, work);
 }
 
 } // namespace bmhost

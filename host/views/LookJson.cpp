@@ -2,6 +2,7 @@
 #include "host/views/LookJson.h"
 
 #include "host/picture/PictureJson.h"
+#include "host/views/Why.h"
 
 #include "bm_dev/ByteText.h"
 
@@ -20,14 +21,16 @@ struct Look {
     const char* m_part;
 };
 
-constexpr Look Looks[] = {{"inventory", "inventory"}, {"leds", "leds"},
-                          {"status", "status"},       {"dsp", "dsps"},
-                          {"switch", "ports"},        {"firmware show", "upgrades"}};
+constexpr Look Looks[] = {
+    {"inventory", "inventory"},    {"leds", "leds"}, {"status", "status"}, {"dsp", "dsps"}, {"switch", "ports"},
+    {"firmware show", "upgrades"}, {"why", "faults"}};
 
 } // namespace
 
 std::string LookJson(const std::string& operation, bool good, const Picture& picture) {
-    ordered_json parts = PictureJson(picture);
+    Picture shown = picture;
+    shown.m_faults = FaultsIn(picture);
+    ordered_json parts = PictureJson(operation == "why" ? shown : picture);
     ordered_json object = {{"op", operation}, {"good", good}};
     for (const Look& look : Looks) {
         if (look.m_operation != operation) continue;

@@ -88,6 +88,10 @@ bool UpgradeIsGood(const Picture& picture) {
     return picture.m_upgrades.empty() || picture.m_upgrades.back().m_state != UpgradeHasFailed;
 }
 
+std::string InitRemarks(const Picture& picture) {
+    return CallText(picture.m_host.m_init);
+}
+
 std::string StatusText(const Picture& picture, const Style& style) {
     return PlaceTable(PlacesOf(picture), style) + "\n" + CallText(picture.m_host.m_init) +
            CallText(picture.m_host.m_start) + HealthText(picture) + ControllerText(picture) +

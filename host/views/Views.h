@@ -30,6 +30,9 @@ bool UpgradeIsGood(const Picture& picture);
 std::string DspsRemarks(const Picture& picture);
 std::string PortsRemarks(const Picture& picture);
 
+/// Why `Init` did not return 1, in whole lines; empty when it did.
+std::string InitRemarks(const Picture& picture);
+
 /// "simulated inventory: /dev/ipmi0: Permission denied"; empty for the hardware's.
 std::string SourceText(const Source& source);
 

@@ -4,25 +4,14 @@
 #include "host/output/TextOutput.h"
 #include "host/picture/Causes.h"
 
-#include "bm_dev/ByteText.h"
-
-#include <nlohmann/json.hpp>
-
 #include <string_view>
 
 namespace bmhost {
-
-using nlohmann::ordered_json;
 
 namespace {
 
 constexpr std::size_t Indent = 12; // of what stands behind "  evidence: "
 constexpr std::size_t LeastWidth = 40;
-
-// A resident host has found them already, and may know more than the picture shows.
-std::vector<Fault> FaultsIn(const Picture& picture) {
-    return picture.m_faults.empty() ? FaultsOf(picture) : picture.m_faults;
-}
 
 // Broken at blanks, where the terminal has a width; later lines are indented as the first one's text.
 std::string Broken(std::string_view text, const Style& style) {
@@ -56,18 +45,12 @@ std::string FaultText(const Fault& fault, const Style& style) {
     return text + Paragraph("  cure:", fault.m_cure, style);
 }
 
-ordered_json FaultJson(const Fault& fault) {
-    ordered_json evidence = ordered_json::array();
-    for (const std::string& line : fault.m_evidence)
-        evidence.push_back(bm_dev::Utf8OfBytes(line));
-    return {{"place", bm_dev::Utf8OfBytes(fault.m_place)},
-            {"what", bm_dev::Utf8OfBytes(fault.m_what)},
-            {"cause", bm_dev::Utf8OfBytes(fault.m_cause)},
-            {"evidence", evidence},
-            {"cure", bm_dev::Utf8OfBytes(fault.m_cure)}};
-}
-
 } // namespace
+
+// A resident host has found them already, and may know more than the picture shows.
+std::vector<Fault> FaultsIn(const Picture& picture) {
+    return picture.m_faults.empty() ? FaultsOf(picture) : picture.m_faults;
+}
 
 bool WhyIsGood(const Picture& picture) {
     return FaultsIn(picture).empty();
@@ -78,14 +61,6 @@ std::string WhyText(const Picture& picture, const Style& style) {
     for (const Fault& fault : FaultsIn(picture))
         text += (text.empty() ? "" : "\n") + FaultText(fault, style);
     return text.empty() ? "nothing is wrong\n" : text;
-}
-
-std::string WhyJson(const Picture& picture) {
-    ordered_json faults = ordered_json::array();
-    for (const Fault& fault : FaultsIn(picture))
-        faults.push_back(FaultJson(fault));
-    const ordered_json line = {{"op", "why"}, {"good", faults.empty()}, {"faults", faults}};
-    return bm_dev::EscapedJson(line.dump()) + "\n";
 }
 
 } // namespace bmhost

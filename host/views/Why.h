@@ -5,6 +5,7 @@
 #include "host/picture/Picture.h"
 
 #include <string>
+#include <vector>
 
 namespace bmhost {
 
@@ -12,7 +13,7 @@ namespace bmhost {
 bool WhyIsGood(const Picture& picture);
 /// Each fault in a paragraph, broken at the terminal's width; "nothing is wrong" without any.
 std::string WhyText(const Picture& picture, const Style& style);
-/// One line: {"op": "why", "good": …, "faults": [{"place", "what", "cause", "evidence", "cure"}…]}.
-std::string WhyJson(const Picture& picture);
+/// Those of a resident host, else what the picture shows.
+std::vector<Fault> FaultsIn(const Picture& picture);
 
 } // namespace bmhost

@@ -48,6 +48,13 @@ def test_a_look_leaves_driver_switch_and_storage_as_they_are(blade, tmp_path, fi
     assert done.returncode == (1 if (file, words) == ("full", ["dsp"]) else 0), done.stdout + done.stderr
 
 
+@pytest.mark.parametrize("mode", [[], ["--mode", "1"]], ids=["by default", "in mode 1"])
+def test_an_order_to_the_controller_alone_leaves_them_too(blade, tmp_path, mode):
+    done = look(blade, "typical", tmp_path / "storage", *mode, "led", "set", "board", "health", "on", "--color", "red")
+    assert done.returncode == (98 if mode else 0), done.stdout + done.stderr
+    assert "3 health  red     on" in done.stdout
+
+
 def test_an_adaptor_that_drives_the_board_is_seen(blade, tmp_path):
     done = look(blade, "typical", tmp_path / "storage", "--mode", "1", "inventory")
     assert done.returncode == 98, done.stdout

@@ -127,7 +127,7 @@ def test_a_red_led_of_the_module_is_told_from_one_that_was_set(why):
 def test_a_simulated_inventory_is_named_with_the_reason(why):
     status, faults = why(options=["--no-ipmi"])
     (fault,) = faults
-    assert (status, fault["place"], fault["what"]) == (1, "controller", "the inventory is simulated")
+    assert (status, fault["place"], fault["what"]) == (4, "controller", "the inventory is simulated")
     assert fault["evidence"][0] == "/dev/ipmi0: No such file or directory"
     assert fault["cure"] == of_page(fault["cause"])
 

@@ -60,9 +60,10 @@ Ended Watch(const std::vector<std::string>& words) {
 TEST(BmhostWatch, ShowsWhatChangesAndWaitsForTheNextHost) {
     const Ended ended = Watch({"watch"});
     EXPECT_EQ(0, ended.m_status);
-    EXPECT_THAT(ended.m_out, AllOf(HasSubstr("health  monitored\n"), EndsWith("health  fault\n")));
+    EXPECT_THAT(ended.m_out,
+                AllOf(StartsWith("  place "), HasSubstr("health: monitored\n"), EndsWith("health: fault\n")));
     EXPECT_THAT(ended.m_out, Not(HasSubstr("\033")));
-    EXPECT_EQ(ended.m_out.find("source"), ended.m_out.rfind("source")) << "an unchanged line is shown once";
+    EXPECT_EQ(ended.m_out.find("controller:"), ended.m_out.rfind("controller:")) << "an unchanged line is shown once";
     EXPECT_THAT(ended.m_err, StartsWith("bmhost: the resident host"));
 }
 
