@@ -16,8 +16,8 @@ constexpr std::size_t StreamBlock = 16 * 1024;
 
 using Parameters = std::vector<std::pair<std::string, std::string>>;
 
-MHD_Result s_AddParameter(void* parameters, MHD_ValueKind /*kind*/, const char* name, std::size_t nameSize,
-                          const char* value, std::size_t valueSize) {
+MHD_Result AddParameter(void* parameters, MHD_ValueKind /*kind*/, const char* name, std::size_t nameSize,
+                        const char* value, std::size_t valueSize) {
     try {
         static_cast<Parameters*>(parameters)
             ->emplace_back(std::string(name, nameSize),
@@ -28,7 +28,7 @@ MHD_Result s_AddParameter(void* parameters, MHD_ValueKind /*kind*/, const char* 
     return MHD_YES;
 }
 
-void s_FreeBody(void* body) {
+void FreeBody(void* body) {
     delete static_cast<std::shared_ptr<const std::string>*>(body);
 }
 
@@ -38,7 +38,7 @@ MHD_Response* ResponseOf(const Reply& reply) {
     // The library only reads it.
     auto* bytes = const_cast<char*>(reply.m_body->data());
     MHD_Response* response =
-        MHD_create_response_from_buffer_with_free_callback_cls(reply.m_body->size(), bytes, s_FreeBody, kept.get());
+        MHD_create_response_from_buffer_with_free_callback_cls(reply.m_body->size(), bytes, FreeBody, kept.get());
     if (response == nullptr) return nullptr;
     static_cast<void>(kept.release());
     MHD_add_response_header(response, "Content-Type", "application/json");
@@ -133,7 +133,7 @@ void Exchange::CheckHeaders(std::optional<uint64_t> length) {
     if (m_all.m_connections.IsExcess(m_connection))
         throw Refusal(503, "", "too many connections", {{"Retry-After", "1"}, {"Connection", "close"}});
     Parameters parameters;
-    MHD_get_connection_values_n(m_connection.m_handle, MHD_GET_ARGUMENT_KIND, s_AddParameter, &parameters);
+    MHD_get_connection_values_n(m_connection.m_handle, MHD_GET_ARGUMENT_KIND, AddParameter, &parameters);
     for (auto& [name, value] : parameters) {
         if (!m_request.m_query.emplace(name, std::move(value)).second)
             throw Refusal(400, name, "the parameter stands twice");
@@ -221,7 +221,7 @@ MHD_Result Exchange::Send(const Reply& reply) {
 
 MHD_Result Exchange::BeginStream(std::optional<uint64_t> after) {
     m_phase = Phase::Answering;
-    MHD_Response* response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, StreamBlock, s_Read, this, nullptr);
+    MHD_Response* response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, StreamBlock, OnRead, this, nullptr);
     if (response == nullptr) return MHD_NO;
     m_stream.emplace(m_all.m_api.m_host, after, Limits().m_commentTime);
     ++m_all.m_streams;
@@ -234,7 +234,7 @@ MHD_Result Exchange::BeginStream(std::optional<uint64_t> after) {
     return result;
 }
 
-ssize_t Exchange::s_Read(void* exchange, uint64_t /*position*/, char* to, std::size_t most) {
+ssize_t Exchange::OnRead(void* exchange, uint64_t /*position*/, char* to, std::size_t most) {
     try {
         return static_cast<Exchange*>(exchange)->ReadStream(to, most);
     } catch (const std::exception&) {

@@ -60,7 +60,7 @@ private:
     MHD_Result Send(const Reply& reply);
     MHD_Result BeginStream(std::optional<uint64_t> after);
     ssize_t ReadStream(char* to, std::size_t most);
-    static ssize_t s_Read(void* exchange, uint64_t position, char* to, std::size_t most);
+    static ssize_t OnRead(void* exchange, uint64_t position, char* to, std::size_t most);
 
     const char* Header(const char* name) const;
     const ApiLimits& Limits() const { return m_all.m_api.m_limits; }

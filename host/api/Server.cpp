@@ -28,6 +28,14 @@ constexpr std::chrono::milliseconds LongestTurn(1000);
 constexpr std::chrono::milliseconds ExcessTime(2000);
 constexpr int LastTurns = 50; // a client that does not read does not hold up the end
 
+// A text ends at its first NUL for the library, so what a client wrote after it would be dropped unseen. As another
+// control character it stays where it is, and no path or value takes it.
+std::size_t Unescape(void* /*nothing*/, MHD_Connection* /*handle*/, char* text) {
+    const std::size_t size = MHD_http_unescape(text);
+    std::replace(text, text + size, '\0', '\x01');
+    return size;
+}
+
 int CopyOf(int descriptor) {
     const int copy = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
     if (copy < 0) throw std::system_error(errno, std::generic_category(), "the listening socket");
@@ -54,11 +62,11 @@ private:
     void End();
     void Notify(MHD_Connection* handle, void** context, MHD_ConnectionNotificationCode code);
 
-    static MHD_Result s_Access(void* daemon, MHD_Connection* handle, const char* path, const char* method,
+    static MHD_Result OnAccess(void* daemon, MHD_Connection* handle, const char* path, const char* method,
                                const char* version, const char* body, std::size_t* size, void** exchange);
-    static void s_Completed(void* daemon, MHD_Connection* handle, void** exchange, MHD_RequestTerminationCode code);
-    static void s_Notify(void* daemon, MHD_Connection* handle, void** context, MHD_ConnectionNotificationCode code);
-    static Connection& s_ConnectionOf(MHD_Connection* handle);
+    static void OnCompleted(void* daemon, MHD_Connection* handle, void** exchange, MHD_RequestTerminationCode code);
+    static void OnNotify(void* daemon, MHD_Connection* handle, void** context, MHD_ConnectionNotificationCode code);
+    static Connection& ConnectionOf(MHD_Connection* handle);
 
     const ApiLimits m_limits;
     const MakeUploadSink m_makeSink;
@@ -80,11 +88,11 @@ ApiServer::Daemon::Daemon(int listeningSocket, ResidentHost& host, const ApiLimi
       m_exchanges{m_api, m_connections, *m_mailbox} {
     // The library closes what it is given.
     const int copy = CopyOf(listeningSocket);
-    m_daemon = MHD_start_daemon(MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ITC, 0, nullptr, nullptr, s_Access,
-                                this, MHD_OPTION_LISTEN_SOCKET, copy, MHD_OPTION_CONNECTION_LIMIT,
-                                limits.m_connections + SpareConnections, MHD_OPTION_CONNECTION_MEMORY_LIMIT,
-                                limits.m_headerMemory, MHD_OPTION_NOTIFY_COMPLETED, s_Completed, this,
-                                MHD_OPTION_NOTIFY_CONNECTION, s_Notify, this, MHD_OPTION_END);
+    m_daemon = MHD_start_daemon(
+        MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ITC, 0, nullptr, nullptr, OnAccess, this,
+        MHD_OPTION_LISTEN_SOCKET, copy, MHD_OPTION_CONNECTION_LIMIT, limits.m_connections + SpareConnections,
+        MHD_OPTION_CONNECTION_MEMORY_LIMIT, limits.m_headerMemory, MHD_OPTION_NOTIFY_COMPLETED, OnCompleted, this,
+        MHD_OPTION_NOTIFY_CONNECTION, OnNotify, this, MHD_OPTION_UNESCAPE_CALLBACK, Unescape, nullptr, MHD_OPTION_END);
     if (m_daemon == nullptr) throw std::runtime_error("the HTTP server does not start on this socket");
     m_events = MHD_get_daemon_info(m_daemon, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
     m_host.OnNews([mailbox = m_mailbox] { mailbox->TellNews(); });
@@ -168,16 +176,16 @@ void ApiServer::Daemon::End() {
     m_daemon = nullptr;
 }
 
-Connection& ApiServer::Daemon::s_ConnectionOf(MHD_Connection* handle) {
+Connection& ApiServer::Daemon::ConnectionOf(MHD_Connection* handle) {
     return *static_cast<Connection*>(
         MHD_get_connection_info(handle, MHD_CONNECTION_INFO_SOCKET_CONTEXT)->socket_context);
 }
 
-MHD_Result ApiServer::Daemon::s_Access(void* daemon, MHD_Connection* handle, const char* path, const char* method,
+MHD_Result ApiServer::Daemon::OnAccess(void* daemon, MHD_Connection* handle, const char* path, const char* method,
                                        const char* /*version*/, const char* body, std::size_t* size, void** exchange) {
     auto& self = *static_cast<Daemon*>(daemon);
     try {
-        if (*exchange == nullptr) *exchange = new Exchange(self.m_exchanges, s_ConnectionOf(handle), path, method);
+        if (*exchange == nullptr) *exchange = new Exchange(self.m_exchanges, ConnectionOf(handle), path, method);
         const std::string_view piece(body != nullptr ? body : "", *size);
         *size = 0;
         return static_cast<Exchange*>(*exchange)->Step(piece);
@@ -186,14 +194,14 @@ MHD_Result ApiServer::Daemon::s_Access(void* daemon, MHD_Connection* handle, con
     }
 }
 
-void ApiServer::Daemon::s_Completed(void* daemon, MHD_Connection* handle, void** exchange,
+void ApiServer::Daemon::OnCompleted(void* daemon, MHD_Connection* handle, void** exchange,
                                     MHD_RequestTerminationCode /*code*/) {
     delete static_cast<Exchange*>(*exchange);
     *exchange = nullptr;
-    Connections::SetDeadline(s_ConnectionOf(handle), static_cast<Daemon*>(daemon)->m_limits.m_idleTime);
+    Connections::SetDeadline(ConnectionOf(handle), static_cast<Daemon*>(daemon)->m_limits.m_idleTime);
 }
 
-void ApiServer::Daemon::s_Notify(void* daemon, MHD_Connection* handle, void** context,
+void ApiServer::Daemon::OnNotify(void* daemon, MHD_Connection* handle, void** context,
                                  MHD_ConnectionNotificationCode code) {
     static_cast<Daemon*>(daemon)->Notify(handle, context, code);
 }

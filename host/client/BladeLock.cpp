@@ -18,6 +18,7 @@
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace bmhost {
 
@@ -109,8 +110,11 @@ Owner OwnerIn(int file) {
 } // namespace
 
 gid_t GroupOfAskers() {
-    const group* const askers = getgrnam("bmhost");
-    return askers != nullptr ? askers->gr_gid : getegid();
+    std::vector<char> texts(65536); // of all its members
+    group askers{};
+    group* found = nullptr;
+    const int error = getgrnam_r("bmhost", &askers, texts.data(), texts.size(), &found);
+    return error == 0 && found != nullptr ? askers.gr_gid : getegid();
 }
 
 BladeLock::BladeLock(const HostPlace& place, const std::string& program) : m_folder(OpenFolder(place.m_folder)) {

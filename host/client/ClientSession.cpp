@@ -89,7 +89,8 @@ void ClientSession::Ask(const nlohmann::json& call, int& result, const std::func
     const ordered_json line = GoodBody(m_client.Post(Calls, call), what);
     try {
         const bool isOfGroup = !call.contains("group") || line.at("group") == ordered_json(call.at("group"));
-        if (line.at("op") != ordered_json(call.at("op")) || !isOfGroup) throw std::runtime_error("the answer to another call");
+        if (line.at("op") != ordered_json(call.at("op")) || !isOfGroup)
+            throw std::runtime_error("the answer to another call");
         result = IntegerOfWire(line.at("result"));
         m_reasons = line.value("reasons", std::vector<std::string>());
         take(line);

@@ -161,6 +161,7 @@ constexpr std::chrono::milliseconds SocketPause(10);
 std::unique_ptr<HostClient> HostClient::Connect(std::optional<std::chrono::milliseconds> timeout) {
     const HostPlace place = PlaceOfHost();
     const Deadline deadline = DeadlineAfter(timeout);
+    // NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores): it is read at the end of a turn
     const auto lastTry = std::chrono::steady_clock::now() + SocketIsComing;
     for (;;) {
         try {

@@ -15,6 +15,7 @@
 #include <poll.h>
 #include <stdexcept>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -27,7 +28,8 @@ namespace {
 using bm_dev::UniqueFd;
 
 constexpr const char* Inner = "/bmhost-report";
-constexpr std::chrono::seconds LongestPart(60);
+constexpr std::chrono::milliseconds LongestPart(60'000);
+constexpr std::chrono::milliseconds LongestDeath(5'000);
 constexpr std::size_t LongestFile = std::size_t{16} * 1024 * 1024;
 constexpr int NotStarted = 127;
 
@@ -48,21 +50,34 @@ std::string TextIn(int file) {
     return text;
 }
 
-// False when the time is over; the process is no more in any case.
+std::string SecondsOf(std::chrono::milliseconds time) {
+    return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(time).count()) + " s";
+}
+
+bool EndsWithin(const UniqueFd& handle, std::chrono::milliseconds limit) {
+    pollfd ended{handle.Get(), POLLIN, 0};
+    return handle && poll(&ended, 1, static_cast<int>(limit.count())) == 1;
+}
+
+// False when the time is over. One that a driver holds does not even die then: it is left alone.
 bool EndOf(pid_t process, int& status) {
     const UniqueFd handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
-    pollfd ended{handle.Get(), POLLIN, 0};
-    const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(LongestPart);
-    const bool inTime = handle && poll(&ended, 1, static_cast<int>(limit.count())) == 1;
+    const bool inTime = EndsWithin(handle, LongestPart);
     if (!inTime) kill(process, SIGKILL);
-    waitpid(process, &status, 0);
+    status = SIGKILL;
+    if (inTime || !handle || EndsWithin(handle, LongestDeath)) waitpid(process, &status, 0);
     return inTime;
 }
 
 // The child's part. A child has no thread but this one, and ends without what its parent would do at the end.
 [[noreturn]] void BeChild(int output, int errors, const std::function<int()>& work) {
     int status = 1;
-    if (dup2(output, STDOUT_FILENO) >= 0 && dup2(errors, STDERR_FILENO) >= 0) status = work();
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    try {
+        if (dup2(output, STDOUT_FILENO) >= 0 && dup2(errors, STDERR_FILENO) >= 0) status = work();
+    } catch (const std::exception& error) {
+        fprintf(stderr, "%s\n", error.what());
+    }
     fflush(stdout);
     _exit(status);
 }
@@ -81,6 +96,18 @@ int Execute(const std::vector<std::string>& words) {
     execvpe(arguments[0], arguments.data(), environment.data());
     fprintf(stderr, "%s: %s\n", arguments[0], strerror(errno));
     return NotStarted;
+}
+
+int CopyToOutput(const std::string& file) {
+    const UniqueFd source(open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat state {};
+    const bool there = source && fstat(source.Get(), &state) == 0;
+    if (!there || !S_ISREG(state.st_mode)) {
+        fprintf(stderr, "%s\n", there ? "no regular file" : strerror(errno));
+        return 1;
+    }
+    WriteAll(STDOUT_FILENO, TextIn(source.Get()));
+    return 0;
 }
 
 std::string FirstLine(const std::string& text) {
@@ -147,7 +174,7 @@ void ReportFolder::Work(const std::string& part, const std::function<void()>& wo
     const bool inTime = EndOf(child, status);
     const std::string text = TextIn(output.Get());
     const std::string said = TextIn(errors.Get());
-    if (!inTime) Miss(part, "no end within " + std::to_string(LongestPart.count()) + " s");
+    if (!inTime) Miss(part, "no end within " + SecondsOf(LongestPart));
     if (inTime && status != 0) Miss(part, ReasonOf(status, said));
     if (!text.empty()) Put(part, text + (said.empty() ? "" : "\nstandard error:\n" + said));
 }
@@ -160,7 +187,7 @@ void ReportFolder::Run(const std::vector<std::string>& words, const UniqueFd& ou
     if (child < 0) throw std::runtime_error(std::string("fork: ") + strerror(errno));
     if (child == 0) BeChild(output.Get(), said.Get(), [&words] { return Execute(words); });
     const bool inTime = EndOf(child, status);
-    errors = inTime ? TextIn(said.Get()) : "no end within " + std::to_string(LongestPart.count()) + " s";
+    errors = inTime ? TextIn(said.Get()) : "no end within " + SecondsOf(LongestPart);
 }
 
 std::string ReportFolder::OutputOf(const std::string& part, const std::vector<std::string>& words) {
@@ -179,18 +206,25 @@ void ReportFolder::Program(const std::string& part, const std::vector<std::strin
     if (!text.empty()) Put(part, text);
 }
 
+// A process of its own reads it: a driver may hold up whoever reads its files.
 void ReportFolder::Copy(const std::string& part, const std::string& file) {
-    const UniqueFd source(open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    if (!source) return Miss(part, file + ": " + strerror(errno));
-    struct stat state {};
-    if (fstat(source.Get(), &state) != 0 || !S_ISREG(state.st_mode)) return Miss(part, file + ": no regular file");
-    Put(part, TextIn(source.Get()));
+    const UniqueFd output = MemoryFile();
+    const UniqueFd said = MemoryFile();
+    fflush(stdout);
+    const pid_t child = fork();
+    if (child < 0) return Miss(part, std::string("fork: ") + strerror(errno));
+    if (child == 0) BeChild(output.Get(), said.Get(), [&file] { return CopyToOutput(file); });
+    int status = 0;
+    const bool inTime = EndOf(child, status);
+    if (!inTime) return Miss(part, file + ": no end within " + SecondsOf(LongestPart));
+    if (status != 0) return Miss(part, file + ": " + FirstLine(TextIn(said.Get())));
+    Put(part, TextIn(output.Get()));
 }
 
 void ReportFolder::Archive(int descriptor) {
     std::string missing;
     for (const auto& [part, reason] : m_missing)
-        missing += part + ": " + reason + "\n";
+        missing.append(part).append(": ").append(reason).append("\n");
     Put("missing.txt", missing.empty() ? "nothing is missing\n" : missing);
     const std::string tar = m_folder + "/report.tar";
     int status = 0;

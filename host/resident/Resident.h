@@ -84,7 +84,7 @@ private:
 
     Lane& LaneOf(const Call& call);
     Lane& LaneOf(const Order& order);
-    void Give(Lane& lane, std::shared_ptr<Asked> asked, std::function<Answer(HostSession&)> work);
+    void Give(Lane& lane, const std::shared_ptr<Asked>& asked, std::function<Answer(HostSession&)> work);
     HostSession SessionFor(const Asked& asked);
 
     int Lifecycle(Operation operation, const std::string& asker);

@@ -87,7 +87,7 @@ std::string Resident::Refusal() const {
     return "the adaptor's init has not been called yet";
 }
 
-void Resident::Give(Lane& lane, std::shared_ptr<Asked> asked, std::function<Answer(HostSession&)> work) {
+void Resident::Give(Lane& lane, const std::shared_ptr<Asked>& asked, std::function<Answer(HostSession&)> work) {
     const bool lives = &lane == &m_lifecycle;
     const bool other = &lane == &m_calls;
     // A start waits for its turn after an init.
@@ -134,7 +134,7 @@ void Resident::Ask(const Asker& asker, Call call, Answered answered) {
     }
     if (asked->m_order) LogOwn(asked->m_name + ", asked by " + asked->m_asker);
     const bool controller = IsOfController(call.m_group) && NeedsLife(call.m_operation);
-    Give(LaneOf(call), std::move(asked), [this, call, controller](HostSession& session) mutable {
+    Give(LaneOf(call), asked, [this, call, controller](HostSession& session) mutable {
         Answer answer;
         const auto output = MakeJsonOutput([&answer](ordered_json line) { answer.m_body = std::move(line); });
         if (!controller) {
@@ -174,7 +174,7 @@ void Resident::Ask(const Asker& asker, Order order, Answered answered) {
     LogOwn("order " + asked->m_name + ", asked by " + asked->m_asker);
     Lane& lane = LaneOf(order);
     const std::string name = asked->m_asker;
-    Give(lane, std::move(asked), [this, order = std::move(order), name](HostSession& session) {
+    Give(lane, asked, [this, order = std::move(order), name](HostSession& session) {
         const OrderOutcome outcome = m_carrier(order, session, *m_picture.Now());
         LogOwn("order " + order.m_name + ": result " + std::to_string(outcome.m_result));
         if (m_listeners.m_order) m_listeners.m_order(order, outcome, name);

@@ -79,8 +79,9 @@ def desk(blade, tmp_path):
     def run(commands, options):
         """Runs them one after the other in one blade, or outside of any; gives {"status", "output"} of each."""
         around = [] if options is None else [bin_folder() / "bladesim", *options, "--"]
-        # A simulated blade has the socket in its run folder.
+        # A simulated blade has the socket in its run folder, and what a command writes belongs on the desk.
         texts = [command.text.replace("--unix-socket /run/bmhost/", '--unix-socket "$BLADESIM_RUN_DIR"/') for command in commands]
+        texts = [text.replace(" /tmp/", " ./") for text in texts]
         orders = {
             "resident": commands[0].resident,
             "commands": [{"command": text, "interrupt": command.interrupt} for text, command in zip(texts, commands)],

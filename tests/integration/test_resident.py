@@ -89,6 +89,13 @@ def started():
     return start is not None and start["result"] == 1
 
 
+def wait_for_sweep():
+    """Until every LED has been read: the first one is read again."""
+    wait_until(lambda: {row["bay"] for row in part("leds")} == {0, 3, 6, 9})
+    first = part("leds")[0]["read_at"]
+    wait_until(lambda: part("leds")[0]["read_at"] != first)
+
+
 LED = {"op": "read", "group": "0x100", "keys": [{"id": "0x101", "value": 1}]}
 TABLE = {"op": "table", "group": "0x30000"}
 
@@ -96,8 +103,8 @@ TABLE = {"op": "table", "group": "0x30000"}
 def test_serves_a_blade_that_runs_and_ends_it(resident):
     host = resident()
     wait_until(started)
-    wait_until(lambda: len(part("leds")) > 0 and part("controller")["state"] == "answers")
-    assert {row["bay"] for row in part("leds")} == {0, 3, 6, 9}
+    wait_for_sweep()
+    assert part("controller")["state"] == "answers"
     assert ask("/v1/calls", TABLE)[1]["result"] == 1
     assert [module["run_status"] for module in part("status")["modules"][1:]] == [4, 4, 4]
     assert host.end() == (0, [("init", 1), ("start", 1), ("stop", 1), ("fin", 1)])
@@ -136,7 +143,7 @@ def test_what_a_killed_host_left_is_taken_over(resident):
 
 def test_a_lost_controller_makes_readings_old_and_nothing_else_wait(resident):
     host = resident()
-    wait_until(lambda: part("controller")["state"] == "answers")
+    wait_for_sweep()
     rows = len(part("leds"))
     order("controller", "stop")
     wait_until(lambda: part("controller")["state"] == "lost")

@@ -105,6 +105,15 @@ TEST(Exchange, ASmallWindowOfTheHostsBytesIsValidJson) {
     EXPECT_EQ(answer.Json().at("error").at("value"), "\xEF\xBF\xBD\xC2\x85");
 }
 
+TEST(Exchange, APathIsTakenWholeAndAsItIs) {
+    const ServedHost served;
+    for (const char* path :
+         {"/v1%00", "/v1/blade%00/leds", "/v1/blade/status%00x", "/v1/blade/../log", "/v1/%2e%2e/v1"})
+        EXPECT_EQ(served.Connect().Get(path).m_status, 404) << path;
+    EXPECT_EQ(served.Connect().Get("/v1/log?lines=1%000").m_status, 400);
+    EXPECT_EQ(served.Connect().Get("/v1/log?lines%00=1").m_status, 400);
+}
+
 TEST(Exchange, EventsAreStreamedAsTheyHappen) {
     ServedHost served;
     const Client client = served.Connect();

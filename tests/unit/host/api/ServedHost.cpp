@@ -48,8 +48,10 @@ int ListenAt(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 || listen(socket, 256) != 0)
+    if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 || listen(socket, 256) != 0) {
+        close(socket);
         throw std::runtime_error("no socket at " + path);
+    }
     return socket;
 }
 

@@ -134,7 +134,7 @@ TEST_F(UpgradeHistoryTest, OfNumbersThatAreNoneOfAnUpgradeIsSkipped) {
     std::string line;
     std::getline(std::ifstream(File()), line);
     const std::string begin = R"({"target":1,"bay":3,"state":2)";
-    ASSERT_EQ(0U, line.find(begin));
+    ASSERT_TRUE(line.starts_with(begin));
     {
         std::ofstream file(File());
         for (const char* bay : {"3.5", "1e300", "4294967299", "18446744073709551615"})
