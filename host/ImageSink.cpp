@@ -1,9 +1,12 @@
 // Where the firmware images of clients go.
 #include "host/ImageSink.h"
 
+#include "host/api/Request.h"
 #include "host/orders/FirmwareFile.h"
 #include "host/resident/Resident.h"
+#include "host/words/Error.h"
 
+#include <string>
 #include <string_view>
 
 namespace bmhost {
@@ -34,7 +37,11 @@ private:
 
 MakeUploadSink ImagesOf(Resident& host) {
     return [&host](uint64_t size) -> std::unique_ptr<UploadSink> {
-        host.ClaimUpgrades();
+        try {
+            host.ClaimUpgrades();
+        } catch (const UsageError& error) {
+            throw Refusal(409, std::to_string(size) + " bytes", error.what());
+        }
         return std::make_unique<ImageSink>(host.ImageFolder(), size);
     };
 }

@@ -67,20 +67,23 @@ public:
     Story(RunOutput& output, StopRequest& stop) : m_stop(stop), m_teller(output, [this] { m_stop.Ask(); }) {}
 
     ResidentListeners Listeners() {
-        return {[this](Operation operation, int result) { Lifecycle(operation, result); },
+        return {[this](Operation operation, const CallOutcome& outcome) { Lifecycle(operation, outcome); },
                 [this](const AdaptorEvent& event) { m_teller.Tell([event](RunOutput& told) { told.Event(event); }); },
                 [this](const HealthChange& change) { Health(change); }, [this] { m_stop.Ask(); }};
     }
     void Finish() { m_teller.Finish(); }
 
 private:
-    void Lifecycle(Operation operation, int result) {
+    void Lifecycle(Operation operation, const CallOutcome& outcome) {
         fflush(stdout); // the adaptor's prints come first
         // Init prints everything that it has found, and tools that found nothing print their progress.
         const std::string prints = TakeWithheld();
-        const bool shown = result != Success && operation != Operation::Init;
+        const bool shown = outcome.m_result != Success && operation != Operation::Init;
         m_teller.Tell([=](RunOutput& told) {
-            told.Lifecycle(OperationName(operation), result);
+            told.Lifecycle(OperationName(operation), outcome.m_result);
+            Call call;
+            call.m_operation = operation;
+            TellReasons(call, {outcome.m_result, outcome.m_reasons});
             if (shown) ShowTaken(prints);
         });
     }
@@ -111,14 +114,15 @@ public:
 
     ResidentListeners With(ResidentListeners listeners) const {
         if (!m_ear) return listeners;
-        listeners.m_lifecycle = [this, told = std::move(listeners.m_lifecycle)](Operation operation, int result) {
+        listeners.m_lifecycle = [this, told = std::move(listeners.m_lifecycle)](Operation operation,
+                                                                                const CallOutcome& outcome) {
             JournalNote note;
             note.m_operation = OperationName(operation);
-            note.m_text = note.m_operation + ": " + std::to_string(result);
-            note.m_result = result;
-            note.m_good = result == Success;
+            note.m_text = note.m_operation + ": " + std::to_string(outcome.m_result);
+            note.m_result = outcome.m_result;
+            note.m_good = outcome.m_result == Success;
             m_log.Note(note);
-            told(operation, result);
+            told(operation, outcome);
         };
         listeners.m_order = [this](const Order& order, const OrderOutcome& outcome, const std::string& asker) {
             JournalNote note;

@@ -133,7 +133,9 @@ Outcome AskFirmware(Api& api, Request& request, const Answered& answered) {
     const bool dry = order.m_values.value("dry_run", false);
     const auto image = std::make_shared<ImageOfOrder>(path);
     const auto passOn = [answered, image, dry](Answer answer) {
-        image->m_accepted = answer.m_status < 400;
+        // A dry run needs it no more, nor does an upgrade that the adaptor did not begin.
+        const bool begun = !answer.m_body.is_object() || answer.m_body.value("good", true);
+        image->m_accepted = answer.m_status < 400 && begun && !dry;
         if (answer.m_status == 200 && !dry) answer.m_status = 202;
         answered(std::move(answer));
     };

@@ -5,6 +5,7 @@
 #include "host/session/CallReasons.h"
 #include "host/session/Session.h"
 #include "host/words/Error.h"
+#include "host/words/Situations.h"
 
 namespace bmhost {
 
@@ -33,7 +34,11 @@ OrderOutcome CarryOut(const Order& order, Session& session, const Picture& pictu
     CheckOrder(order);
     const OrderKind& kind = KindOf(order);
     OrderOutcome outcome = kind.m_carryOut({kind.m_name, order.m_values}, session, picture);
-    if (outcome.m_good) outcome.m_reasons.clear();
+    if (outcome.m_good) {
+        outcome.m_reasons.clear();
+    } else if (outcome.m_cure.empty()) {
+        outcome.m_cure = CureOf(outcome.m_reasons);
+    }
     return outcome;
 }
 

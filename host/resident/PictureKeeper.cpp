@@ -1,12 +1,32 @@
 // The picture of the blade as the resident host keeps it.
 #include "host/resident/PictureKeeper.h"
 
+#include "host/picture/Causes.h"
+
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
 namespace bmhost {
+
+namespace {
+
+// What is wrong with a call that does not return ends in its age.
+std::string_view WithoutAge(std::string_view what) {
+    return what.substr(0, what.rfind(" for "));
+}
+
+// The same but for their ages, which are not news.
+bool SameFaults(const std::vector<Fault>& one, const std::vector<Fault>& other) {
+    return std::equal(one.begin(), one.end(), other.begin(), other.end(), [](const Fault& left, const Fault& right) {
+        return left.m_place == right.m_place && WithoutAge(left.m_what) == WithoutAge(right.m_what) &&
+               left.m_cause == right.m_cause;
+    });
+}
+
+} // namespace
 
 PictureKeeper::PictureKeeper(NewsRing& news) : m_news(news) {
     auto first = std::make_shared<Picture>();
@@ -21,6 +41,7 @@ std::shared_ptr<const Picture> PictureKeeper::Now() const {
 }
 
 void PictureKeeper::Change(std::initializer_list<std::string_view> parts, const std::function<bool(Picture&)>& change) {
+    std::vector<std::string_view> changed(parts);
     uint64_t revision = 0;
     {
         const std::lock_guard lock(m_guard);
@@ -28,9 +49,29 @@ void PictureKeeper::Change(std::initializer_list<std::string_view> parts, const 
         if (!change(*next)) return;
         revision = ++next->m_revision;
         next->m_time = WallNow();
+        next->m_faults = FaultsOf(*next);
+        if (!SameFaults(next->m_faults, m_picture->m_faults)) changed.emplace_back("faults");
         m_picture = std::move(next);
     }
-    if (parts.size() == 0) return;
+    Tell(revision, changed);
+}
+
+void PictureKeeper::LookForFaults() {
+    uint64_t revision = 0;
+    {
+        const std::lock_guard lock(m_guard);
+        auto next = std::make_shared<Picture>(*m_picture);
+        next->m_time = WallNow();
+        next->m_faults = FaultsOf(*next);
+        if (SameFaults(next->m_faults, m_picture->m_faults)) return;
+        revision = ++next->m_revision;
+        m_picture = std::move(next);
+    }
+    Tell(revision, {"faults"});
+}
+
+void PictureKeeper::Tell(uint64_t revision, const std::vector<std::string_view>& parts) {
+    if (parts.empty()) return;
     const nlohmann::ordered_json data = {{"revision", revision}, {"parts", parts}};
     m_news.Add("picture", data.dump());
 }

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <set>
 #include <string_view>
+#include <vector>
 
 namespace bmhost {
 
@@ -23,9 +24,12 @@ public:
     std::shared_ptr<const Picture> Now() const;
 
     /// @param parts  what changes for readers of events, by the parts' names; none: they are not told, since only a
-    /// time has changed
+    /// time has changed. The faults are found anew with each change; they are told where they differ.
     /// @param change  must neither log nor use the keeper; false: nothing has changed
     void Change(std::initializer_list<std::string_view> parts, const std::function<bool(Picture&)>& change);
+
+    /// To be called now and then: readings grow old without a change.
+    void LookForFaults();
 
     /// Notes a call until `Returned` gets its number.
     uint64_t Called(CallInProgress call, bool told);
@@ -33,6 +37,8 @@ public:
 
 private:
     using Part = std::initializer_list<std::string_view>;
+
+    void Tell(uint64_t revision, const std::vector<std::string_view>& parts);
 
     NewsRing& m_news;
     mutable std::mutex m_guard;

@@ -35,7 +35,7 @@ struct ResidentSettings {
 
 /// Who is told of what happens, on the thread on which it happens. None of them may log or wait.
 struct ResidentListeners {
-    std::function<void(Operation operation, int result)> m_lifecycle;
+    std::function<void(Operation operation, const CallOutcome& outcome)> m_lifecycle;
     std::function<void(const AdaptorEvent& event)> m_event;
     std::function<void(const HealthChange& change)> m_health;
     std::function<void()> m_wantsToEnd; ///< for --exit-on-fault, and when the adaptor has thrown
@@ -65,7 +65,7 @@ public:
     void Begin(bool start);
     /// An event of the adaptor, on any thread.
     void Take(const AdaptorEvent& event);
-    /// To be called every second, or more often.
+    /// To be called every second, or more often, on one thread.
     void Tick();
     /// Before an image is taken from a client: throws as UpgradeBook::Claim does.
     void ClaimUpgrades() { m_upgrades.Claim(); }
@@ -132,6 +132,8 @@ private:
 
     std::vector<LedReading> m_unchanged; ///< not in the picture yet; used in the controller's lane
     Lane::Clock::time_point m_putLast{};
+
+    Lane::Clock::time_point m_faultsSought{}; ///< used in Tick
 
     std::mutex m_healthGuard;
     HealthLog m_health;

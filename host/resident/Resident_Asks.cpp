@@ -44,6 +44,11 @@ Answer Refused(unsigned status, const std::string& operation, const std::string&
     return {status, {{"error", {{"operation", operation}, {"value", ""}, {"reason", bm_dev::Utf8OfBytes(reason)}}}}};
 }
 
+// They are for the client: the host's own standard error does not get them.
+void AddReasons(Answer& answer, const MadeCall& made) {
+    if (made.m_result != Success && !made.m_reasons.empty()) answer.m_body["reasons"] = TextsOf(made.m_reasons);
+}
+
 } // namespace
 
 std::string Asker::Text() const {
@@ -138,7 +143,7 @@ void Resident::Ask(const Asker& asker, Call call, Answered answered) {
         Answer answer;
         const auto output = MakeJsonOutput([&answer](ordered_json line) { answer.m_body = std::move(line); });
         if (!controller) {
-            MakeCall(session, call, *output);
+            AddReasons(answer, MakeAndShow(session, call, *output));
             return answer;
         }
         uint64_t number = 0;
@@ -146,7 +151,9 @@ void Resident::Ask(const Asker& asker, Call call, Answered answered) {
             const std::lock_guard lock(m_guard);
             number = m_controller.Called(ControllerWatch::Moment::Now());
         }
-        const bool good = MakeCall(session, call, *output);
+        const MadeCall made = MakeAndShow(session, call, *output);
+        const bool good = made.m_result == Success;
+        AddReasons(answer, made);
         {
             // A result that is no success tells nothing here: it may be the answer to what makes no sense.
             const std::lock_guard lock(m_guard);

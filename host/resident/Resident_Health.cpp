@@ -13,6 +13,12 @@ namespace bmhost {
 using namespace BM_ADAPTOR;
 using nlohmann::ordered_json;
 
+namespace {
+
+constexpr std::chrono::seconds FaultLooks(1);
+
+} // namespace
+
 void Resident::Hear(int level, const std::string& component, const std::string& text) {
     m_log.Add(WallNow(), level, component, text);
     std::optional<HealthChange> change;
@@ -47,6 +53,11 @@ void Resident::Changed(const HealthChange& change) {
 
 void Resident::Tick() {
     Judge();
+    const auto now = Lane::Clock::now();
+    if (now - m_faultsSought >= FaultLooks) {
+        m_faultsSought = now;
+        m_picture.LookForFaults();
+    }
     bool restarts = false;
     bool gaveUp = false;
     {

@@ -87,7 +87,7 @@ int Resident::MakeLifecycle(Operation operation, const std::string& asker) {
         m_startFailed = outcome.m_result != Success;
     }
     Note(outcome, asker);
-    m_listeners.m_lifecycle(operation, outcome.m_result);
+    m_listeners.m_lifecycle(operation, outcome);
     if (operation == Operation::Init) m_inited = true;
     if (operation != Operation::Fin) ReadBlade();
     if (outcome.m_result != Success && (operation == Operation::Init || operation == Operation::Start)) {

@@ -156,11 +156,12 @@ def test_a_lost_controller_makes_readings_old_and_nothing_else_wait(resident):
     assert host.end()[0] == 0
 
 
-def test_a_start_that_failed_is_tried_again_by_order(resident):
+def test_a_start_that_failed_is_tried_again_by_order(resident, tmp_path):
     order("tool", "set", "mavk_boot", "--exit", "3")
     host = resident()
     wait_until(lambda: part("host")["start"] is not None)
     assert part("host")["start"]["result"] != 1
+    wait_until(lambda: "bmhost: start returned " in (tmp_path / "errors").read_text())
     assert host.process.poll() is None
     order("tool", "clear")
     status, body = ask("/v1/orders/start", {})

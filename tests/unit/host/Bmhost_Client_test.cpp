@@ -167,8 +167,7 @@ TEST(BmhostClient, AnUpgradeSendsTheImageAndFollowsTheHost) {
     upgrade.m_state = BM_ADAPTOR::UPGRADE_FAILED;
     upgrade.m_ended = upgrade.m_begun + std::chrono::seconds(7);
     picture.m_upgrades.push_back(upgrade);
-    const std::string path =
-        "POST /v1/firmware?target=amc&bay=3&name=%2Ftmp%2Fbmhost-client-image-" + std::to_string(getpid());
+    const std::string path = "POST /v1/firmware?target=amc&bay=3&name=bmhost-client-image-" + std::to_string(getpid());
     AnsweringHost host(
         {{path, JsonAnswer(202, begun)}, {"GET /v1/blade", JsonAnswer(200, PictureJson(picture).dump())}});
     const Ended ended = RunHost({"--json", "firmware", "update", "--target", "amc", "--bay", "3", "--yes", file});

@@ -136,7 +136,13 @@ TEST_F(BmhostRun, GoesOnWhenStartFailsAndShowsWhatTheToolsSaid) {
     EXPECT_THAT(ended.m_out,
                 MatchesRegex("[0-9:]+  init: 1 \\(success\\)\n[0-9:]+  start: 0 \\(nothing done\\)\n[0-9:]+  fin: 1 "
                              "\\(success\\)\n"));
-    EXPECT_EQ("the tool says why\nbmhost: SIGTERM: stop and fin follow\n", ended.m_err) << "and not what Init printed";
+    EXPECT_EQ("bmhost: start returned 0 (nothing done)\n"
+              "  log:   Fail to initialize DSP\n"
+              "  cause: `mavk_init` ended with a code other than 0; the line before shows it\n"
+              "  cure:  run by hand what stands after \"MAVK_INIT:\" in the log\n"
+              "the tool says why\nbmhost: SIGTERM: stop and fin follow\n",
+              ended.m_err)
+        << "and not what Init printed";
 }
 
 TEST_F(BmhostRun, EndsByItselfWhenStartFailsWhereThatIsWanted) {
@@ -145,7 +151,12 @@ TEST_F(BmhostRun, EndsByItselfWhenStartFailsWhereThatIsWanted) {
     EXPECT_THAT(ended.m_out,
                 MatchesRegex("[0-9:]+  init: 1 \\(success\\)\n[0-9:]+  start: 0 \\(nothing done\\)\n[0-9:]+  fin: 1 "
                              "\\(success\\)\n"));
-    EXPECT_EQ("the tool says why\n", ended.m_err);
+    EXPECT_EQ("bmhost: start returned 0 (nothing done)\n"
+              "  log:   Fail to initialize DSP\n"
+              "  cause: `mavk_init` ended with a code other than 0; the line before shows it\n"
+              "  cure:  run by hand what stands after \"MAVK_INIT:\" in the log\n"
+              "the tool says why\n",
+              ended.m_err);
 }
 
 TEST_F(BmhostRun, StartsNothingWhenInitFails) {

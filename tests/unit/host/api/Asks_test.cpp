@@ -163,6 +163,16 @@ TEST(Asks, ADryRunIsAnsweredAsDone) {
     EXPECT_TRUE(images.Host().Orders().at(0).m_values.at("dry_run"));
     EXPECT_FALSE(images.Host().Orders().at(0).m_values.contains("bay"));
     EXPECT_FALSE(images.Host().Orders().at(1).m_values.at("dry_run"));
+    EXPECT_TRUE(images.ComesToFiles(1)) << "nobody needs the image of a dry run any more";
+}
+
+TEST(Asks, AnImageThatTheAdaptorDidNotTakeGoes) {
+    ImageHost images;
+    images.Host().AnswerWith([](const std::string&, const json&) {
+        return Answer{200, {{"result", 0}, {"good", false}}};
+    });
+    EXPECT_EQ(images.Upload("?target=board&name=x", "image").m_status, 202);
+    EXPECT_TRUE(images.ComesToFiles(0));
 }
 
 TEST(Asks, AnImageWhoseOrderIsRefusedGoes) {

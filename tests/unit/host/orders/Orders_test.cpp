@@ -34,7 +34,10 @@ TEST(Orders, StartAndStopTellTheResultAndWhyItIsNone) {
     EXPECT_FALSE(stopped.m_good || stopped.m_changed);
     EXPECT_EQ("stop: 0 (nothing done)\n", stopped.m_text);
     EXPECT_THAT(stopped.m_reasons, ElementsAre("no DSP"));
-    EXPECT_THAT(blade.m_lifecycle, ElementsAre(Operation::Start, Operation::Stop));
+    EXPECT_EQ("", stopped.m_cure) << "of what is not known";
+    blade.m_logged = "Fail to initialize DSP";
+    EXPECT_THAT(CarryOut({"start", json::object()}, blade, {}).m_cure, HasSubstr("MAVK_INIT:"));
+    EXPECT_THAT(blade.m_lifecycle, ElementsAre(Operation::Start, Operation::Stop, Operation::Start));
     EXPECT_THAT(UsageErrorOf([] {
                     CheckOrder({"start", {{"now", true}}});
                 }),

@@ -1,8 +1,12 @@
 // The picture of the blade as the resident host keeps it.
 #include "host/resident/PictureKeeper.h"
 
+#include "host/resident/Latch.h"
+
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -39,9 +43,41 @@ TEST_F(PictureKeeperTest, WhatChangesNothingIsNoNews) {
     EXPECT_TRUE(m_news.After(0).empty());
 }
 
+TEST_F(PictureKeeperTest, WhatIsWrongStandsInEachPictureAndIsNewsWhenItDiffers) {
+    const auto lose = [](Picture& picture) {
+        picture.m_controller.m_state = Controller::State::Lost;
+        return true;
+    };
+    m_keeper.Change({"controller"}, lose);
+    ASSERT_EQ(1U, m_keeper.Now()->m_faults.size());
+    EXPECT_EQ(R"({"revision":2,"parts":["controller","faults"]})", m_news.After(0).back().m_data);
+    m_keeper.Change({"controller"}, lose);
+    EXPECT_EQ(R"({"revision":3,"parts":["controller"]})", m_news.After(0).back().m_data);
+    m_keeper.Change({}, [](Picture& picture) {
+        picture.m_controller.m_state = Controller::State::Answers;
+        return true;
+    });
+    EXPECT_TRUE(m_keeper.Now()->m_faults.empty());
+    EXPECT_EQ(R"({"revision":4,"parts":["faults"]})", m_news.After(0).back().m_data);
+}
+
+TEST_F(PictureKeeperTest, WhatGrowsOldIsAFaultWithoutAChange) {
+    constexpr std::chrono::seconds young(59); // a call may take a minute
+    m_keeper.Called({"read 0x300", WallNow() - young, ""}, false);
+    const uint64_t before = m_keeper.Now()->m_revision;
+    EXPECT_TRUE(Comes([&] {
+        m_keeper.LookForFaults();
+        return !m_keeper.Now()->m_faults.empty();
+    }));
+    EXPECT_EQ(before + 1, m_keeper.Now()->m_revision);
+    m_keeper.LookForFaults();
+    ASSERT_EQ(1U, m_news.After(0).size());
+    EXPECT_NE(std::string::npos, m_news.After(0).back().m_data.find(R"("parts":["faults"])"));
+}
+
 TEST_F(PictureKeeperTest, ACallStandsThereUntilItReturns) {
-    const uint64_t first = m_keeper.Called({"init", {}, ""}, true);
-    const uint64_t second = m_keeper.Called({"read 0x300", {}, "uid 0, process 5"}, false);
+    const uint64_t first = m_keeper.Called({"init", WallNow(), ""}, true);
+    const uint64_t second = m_keeper.Called({"read 0x300", WallNow(), "uid 0, process 5"}, false);
     ASSERT_EQ(2U, m_keeper.Now()->m_calls.size());
     m_keeper.Returned(first, true);
     ASSERT_EQ(1U, m_keeper.Now()->m_calls.size());

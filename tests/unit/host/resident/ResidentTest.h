@@ -57,9 +57,9 @@ protected:
     Resident& Host() {
         if (!m_host) {
             ResidentListeners listeners;
-            listeners.m_lifecycle = [this](Operation operation, int result) {
+            listeners.m_lifecycle = [this](Operation operation, const CallOutcome& outcome) {
                 const std::lock_guard lock(m_guard);
-                m_told += std::string(OperationName(operation)) + " " + std::to_string(result) + "\n";
+                m_told += std::string(OperationName(operation)) + " " + std::to_string(outcome.m_result) + "\n";
             };
             listeners.m_event = [](const AdaptorEvent&) {};
             listeners.m_health = [](const HealthChange&) {};

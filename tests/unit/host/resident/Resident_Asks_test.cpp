@@ -3,6 +3,8 @@
 
 #include "host/words/Error.h"
 
+#include "bm/Log.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -108,6 +110,29 @@ TEST_F(ResidentTest, WhatCannotBeMeantIsRefusedAndWhatThrowsIsTold) {
     Waiting thrown;
     Host().Ask(m_asker, Read(BMI_GROUP_FIRMWARE_UPDATE), thrown.Taker());
     EXPECT_EQ(500U, thrown.Get().m_status);
+}
+
+TEST_F(ResidentTest, ACallThatFailsIsAnsweredWithItsReasonsAndNotToldHere) {
+    Begin();
+    m_adaptor.m_write = [](unsigned) {
+        bmiLog(BM_LOG_ERROR, "IPMI", "the cause");
+        return 0;
+    };
+    Call call;
+    call.m_operation = Operation::Write;
+    call.m_group = BMI_GROUP_HARDWARE_BOARD;
+    Waiting failed;
+    testing::internal::CaptureStderr();
+    Host().Ask(m_asker, call, failed.Taker());
+    EXPECT_EQ(R"({"op":"write","group":"0x30000","result":0,"reasons":["the cause"]})", failed.Get().m_body.dump());
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    m_adaptor.m_write = [](unsigned) {
+        bmiLog(BM_LOG_ERROR, "IPMI", "no matter");
+        return 1;
+    };
+    Waiting made;
+    Host().Ask(m_asker, call, made.Taker());
+    EXPECT_EQ(R"({"op":"write","group":"0x30000","result":1})", made.Get().m_body.dump());
 }
 
 TEST_F(ResidentTest, TooMuchIsRefusedWithAReason) {
