@@ -8,14 +8,22 @@ uint64_t ControllerWatch::Called(Moment now) {
     return m_last;
 }
 
-void ControllerWatch::Returned(uint64_t call, bool good, bool asked, Moment now) {
+bool ControllerWatch::Returned(uint64_t call, bool good, bool asked, Moment now) {
     const auto found = m_calls.find(call);
-    if (found == m_calls.end()) return;
+    if (found == m_calls.end()) return false;
     const Moment begun = found->second;
     m_calls.erase(found);
-    if (!asked) return;
-    if (good) return Become(Controller::State::Answers, now.m_wall);
-    if (now.m_steady - begun.m_steady >= QuickAnswer) Become(Controller::State::Lost, begun.m_wall);
+    if (!asked) return false;
+    if (good) {
+        m_failures = 0;
+        Become(Controller::State::Answers, now.m_wall);
+        return false;
+    }
+    if (m_failures++ == 0) m_failing = begun.m_wall;
+    const bool quick = now.m_steady - begun.m_steady < QuickAnswer;
+    if (!quick) Become(Controller::State::Lost, begun.m_wall);
+    if (m_leds != 0 && m_failures >= m_leds) Become(Controller::State::Lost, m_failing);
+    return quick;
 }
 
 void ControllerWatch::Look(Moment now) {

@@ -4,6 +4,7 @@
 #include "host/picture/Picture.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 
@@ -22,13 +23,17 @@ public:
 
     /// A call that has not returned in this time is lost: a real system interface takes 5 to 50 ms a request.
     static constexpr std::chrono::seconds Patience{3};
-    /// One that fails sooner than this was answered: the controller has refused it.
+    /// One that fails sooner than this was refused by the controller, or OpenIPMI knows that the controller is gone:
+    /// then every LED fails.
     static constexpr std::chrono::milliseconds QuickAnswer{250};
 
+    /// How many LEDs are read: as many failures in a row are a loss. 0: that is not known.
+    void Expect(std::size_t leds) { m_leds = leds; }
     uint64_t Called(Moment now);
     /// @param good  the call returned what was asked
     /// @param asked  false: the adaptor has no such LED, and asked nobody
-    void Returned(uint64_t call, bool good, bool asked, Moment now);
+    /// @return whether it failed as quickly as a refusal
+    bool Returned(uint64_t call, bool good, bool asked, Moment now);
     void Look(Moment now);
     /// Nothing is known any more.
     void Forget(Moment now);
@@ -41,6 +46,9 @@ private:
     Controller m_state;
     std::map<uint64_t, Moment> m_calls; ///< those under way
     uint64_t m_last = 0;
+    std::size_t m_leds = 0;
+    std::size_t m_failures = 0; ///< in a row
+    WallTime m_failing{};       ///< since when
 };
 
 } // namespace bmhost

@@ -68,6 +68,7 @@ void Resident::ReadBlade() {
     m_upgrades.Inventoried();
     {
         const std::lock_guard lock(m_guard);
+        m_controller.Expect(places.size());
         m_sweep.Begin(std::move(places), LedSweep::Clock::now());
         m_portsDue = Lane::Clock::now() + m_settings.m_sweep;
     }
@@ -105,10 +106,14 @@ void Resident::ReadNextLed(LedPlace place) {
     }
     const bool good = reading.m_result == Success;
     const bool exists = reading.m_result != NotFound;
+    const auto picture = m_picture.Now();
+    const LedReading* const before = FindLed(*picture, place.m_bay, place.m_led);
     {
         const std::lock_guard lock(m_guard);
-        m_controller.Returned(number, good, exists, ControllerWatch::Moment::Now());
-        m_sweep.Done(exists, good || !exists, LedSweep::Clock::now());
+        const bool quick = m_controller.Returned(number, good, exists, ControllerWatch::Moment::Now());
+        m_sweep.Done(exists, good || !exists || quick, LedSweep::Clock::now());
+        // One that was good a while ago: the others tell whether the LED fails, or the controller is gone.
+        if (quick && before != nullptr && before->m_result == Success) m_sweep.Hurry(LedSweep::Clock::now());
     }
     Put(std::move(reading));
     Judge();

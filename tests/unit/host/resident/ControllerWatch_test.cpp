@@ -51,6 +51,18 @@ TEST_F(ControllerWatchTest, AFailureAfterATimeoutIsALossAndAQuickOneIsNot) {
     EXPECT_EQ(WallTime(300ms), m_watch.State().m_since);
 }
 
+TEST_F(ControllerWatchTest, WhereEveryLedFailsQuicklyItIsLostSinceTheFirst) {
+    m_watch.Expect(3);
+    m_watch.Returned(m_watch.Called(At(0ms)), false, true, At(1ms));
+    m_watch.Returned(m_watch.Called(At(100ms)), true, true, At(101ms)); // a refusal among answers
+    EXPECT_TRUE(m_watch.Returned(m_watch.Called(At(200ms)), false, true, At(201ms)));
+    EXPECT_TRUE(m_watch.Returned(m_watch.Called(At(300ms)), false, true, At(301ms)));
+    EXPECT_EQ(State::Answers, m_watch.State().m_state);
+    EXPECT_TRUE(m_watch.Returned(m_watch.Called(At(400ms)), false, true, At(401ms)));
+    EXPECT_EQ(State::Lost, m_watch.State().m_state);
+    EXPECT_EQ(WallTime(200ms), m_watch.State().m_since);
+}
+
 TEST_F(ControllerWatchTest, AnLedThatDoesNotExistSaysNothing) {
     m_watch.Returned(m_watch.Called(At(0ms)), false, false, At(9000ms));
     EXPECT_EQ(State::Unknown, m_watch.State().m_state);

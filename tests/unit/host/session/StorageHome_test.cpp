@@ -1,7 +1,7 @@
 // Where the host's storage is, and how root's former one is taken over.
 #include "host/session/StorageHome.h"
 
-#include "bm_dev/HostLog.h"
+#include "host/session/LogEar.h"
 
 #include <gtest/gtest.h>
 
@@ -54,12 +54,8 @@ protected:
         m_former = m_folder / "state" / "bmhost";
         m_storage = m_folder / "lib" / "bmhost";
         fs::create_directories(m_former);
-        bm_dev::LogToListener([this](int, const std::string&, const std::string& text) { m_said = text; });
     }
-    ~TakenOver() override {
-        bm_dev::LogToListener({});
-        fs::remove_all(m_folder);
-    }
+    ~TakenOver() override { fs::remove_all(m_folder); }
 
     static void Write(const fs::path& file, const std::string& text) { std::ofstream(file) << text; }
     static std::string Text(const fs::path& file) {
@@ -72,6 +68,7 @@ protected:
     fs::path m_former;
     fs::path m_storage;
     std::string m_said; ///< the log's last line
+    bmhost::LogEar m_ear{[this](int, const std::string&, const std::string& text) { m_said = text; }};
 };
 
 TEST_F(TakenOver, FilesAreCopiedWithTheirModesIntoAFolderForTheOwnerOnly) {
