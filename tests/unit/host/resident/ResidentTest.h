@@ -73,7 +73,12 @@ protected:
     }
     void Begin(bool start = true) {
         Host().Begin(start);
-        Wait([](const Picture& picture) { return picture.m_host.m_init && picture.m_calls.empty(); });
+        Wait([&](const Picture& picture) {
+            const auto& init = picture.m_host.m_init;
+            if (!init || !picture.m_calls.empty()) return false;
+            // Between init and start no call is under way either.
+            return !start || init->m_result != Success || m_adaptor.Made().find("start") != std::string::npos;
+        });
     }
     template <typename Condition>
     void Wait(const Condition& condition) {
