@@ -92,8 +92,7 @@ OrderOutcome UpgradeByHost(HostClient& host, Context& context, const Order& orde
     outcome.m_good = facts.m_state == UpgradeIsDone;
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(*facts.m_ended - facts.m_begun).count();
     outcome.m_text = UpgradeTargetText({facts.m_target, facts.m_bay, facts.m_state}) +
-                     (outcome.m_good ? ": upgraded, " : ": the upgrade failed, ") + std::to_string(seconds) + " s\n" +
-                     outcome.m_text;
+                     (outcome.m_good ? ": upgraded, " : ": the upgrade failed, ") + std::to_string(seconds) + " s\n";
     outcome.m_values["state"] = facts.m_state;
     outcome.m_values["state_name"] = UpgradeStateName(facts.m_state);
     outcome.m_values["begun"] = Rfc3339(facts.m_begun);
