@@ -37,7 +37,8 @@ void NoteGiven(const Command& root, const Command* command, GlobalOptions& optio
 
 std::optional<std::chrono::milliseconds> TimeLimit(const GlobalOptions& options, bool byDefault) {
     using Seconds = std::chrono::duration<double>;
-    if (options.m_timeout) return std::chrono::ceil<std::chrono::milliseconds>(Seconds(*options.m_timeout));
+    // Not ceil: with the x87's long numbers 0.05 s are a little more than 50 ms.
+    if (options.m_timeout) return std::chrono::round<std::chrono::milliseconds>(Seconds(*options.m_timeout));
     if (!byDefault || options.m_lasts) return std::nullopt;
     return DefaultTimeout;
 }
