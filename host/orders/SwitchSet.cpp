@@ -1,5 +1,6 @@
 // One external port of the switch enabled or disabled.
 #include "host/orders/OrderKinds.h"
+#include "host/output/TextOutput.h"
 #include "host/picture/ReadPicture.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
