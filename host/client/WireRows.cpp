@@ -1,6 +1,7 @@
 // Rows as the resident host's calls carry them, as JSON and back.
 #include "host/client/WireRows.h"
 
+#include "host/output/ParamJson.h"
 #include "host/words/Names.h"
 #include "host/words/Value.h"
 
@@ -27,19 +28,6 @@ namespace {
 const ordered_json& Member(const ordered_json& object, const char* key) {
     if (!object.is_object() || !object.contains(key)) RefuseWire("no parameter", object);
     return object.at(key);
-}
-
-nlohmann::json WireValue(const CBMIParam& param) {
-    switch (param.GetType()) {
-    case BM_ADAPTOR::BMI_PARAM_BOOL:
-        return param.GetBool();
-    case BM_ADAPTOR::BMI_PARAM_STRING:
-        return bm_dev::Utf8OfBytes(param.GetString());
-    case BM_ADAPTOR::BMI_PARAM_INT:
-    case BM_ADAPTOR::BMI_PARAM_UINT:
-        break;
-    }
-    return param.GetInt();
 }
 
 // The other way round: each of the characters up to U+00FF is a byte.
@@ -93,7 +81,7 @@ nlohmann::json WireRow(const CBMIParams& row) {
     for (int i = 0; i < row.GetSize(); ++i) {
         const CBMIParam& param = *row.Get(i);
         params.push_back(
-            {{"id", Hex(param.GetId())}, {"type", static_cast<int>(param.GetType())}, {"value", WireValue(param)}});
+            {{"id", Hex(param.GetId())}, {"type", static_cast<int>(param.GetType())}, {"value", ParamJson(param)}});
     }
     return params;
 }

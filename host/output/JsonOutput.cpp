@@ -1,6 +1,7 @@
 // One JSON line per call.
 #include "host/output/JsonOutput.h"
 
+#include "host/output/ParamJson.h"
 #include "host/output/Redirect.h"
 #include "host/words/Names.h"
 
@@ -18,19 +19,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-ordered_json Value(const CBMIParam& param) {
-    switch (param.GetType()) {
-    case BM_ADAPTOR::BMI_PARAM_BOOL:
-        return param.GetBool();
-    case BM_ADAPTOR::BMI_PARAM_STRING:
-        return bm_dev::Utf8OfBytes(param.GetString());
-    case BM_ADAPTOR::BMI_PARAM_INT:
-    case BM_ADAPTOR::BMI_PARAM_UINT:
-        break;
-    }
-    return param.GetInt();
-}
-
 ordered_json Row(const CBMIParams& row) {
     ordered_json values = ordered_json::array();
     for (int i = 0; i < row.GetSize(); ++i) {
@@ -38,7 +26,7 @@ ordered_json Row(const CBMIParams& row) {
         values.push_back({{"id", Hex(param.GetId())},
                           {"type", static_cast<int>(param.GetType())},
                           {"key", param.IsKey()},
-                          {"value", Value(param)}});
+                          {"value", ParamJson(param)}});
     }
     return values;
 }

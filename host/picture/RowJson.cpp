@@ -2,6 +2,7 @@
 #include "host/picture/RowJson.h"
 
 #include "common/veldo_common_protocol.h"
+#include "host/output/ParamJson.h"
 #include "host/words/Names.h"
 #include "host/words/Value.h"
 
@@ -60,19 +61,6 @@ std::string JsonKey(unsigned id) {
     return found != TheKeys().m_keys.end() ? found->second : KeyOfColumn(id);
 }
 
-ordered_json JsonValue(const CBMIParam& param) {
-    switch (param.GetType()) {
-    case BMI_PARAM_BOOL:
-        return param.GetBool();
-    case BMI_PARAM_STRING:
-        return bm_dev::Utf8OfBytes(param.GetString());
-    case BMI_PARAM_INT:
-    case BMI_PARAM_UINT:
-        break;
-    }
-    return param.GetInt();
-}
-
 /// What the protocol says of a column; of one without a name, what can be said.
 PARAMETER_NAME ColumnOf(unsigned id) {
     const auto* const found = std::ranges::find(g_ParameterNames, id, &PARAMETER_NAME::m_Id);
@@ -113,7 +101,7 @@ CBMIParam ParamOf(const ordered_json& value, const PARAMETER_NAME& column, const
 ordered_json RowJson(const CBMIParams& row) {
     ordered_json object = ordered_json::object();
     for (int i = 0; i < row.GetSize(); ++i)
-        object[JsonKey(row.Get(i)->GetId())] = JsonValue(*row.Get(i));
+        object[JsonKey(row.Get(i)->GetId())] = ParamJson(*row.Get(i));
     return object;
 }
 
