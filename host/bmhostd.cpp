@@ -14,15 +14,14 @@
 #include "host/session/EndNotice.h"
 #include "host/session/LogEar.h"
 #include "host/session/PluginSession.h"
+#include "host/session/Program.h"
 #include "host/words/Error.h"
 
 #include "bm/Log.h"
-#include "bm_dev/ByteText.h"
 #include "bm_dev/HostLog.h"
 
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <memory>
@@ -43,16 +42,6 @@ constexpr std::chrono::minutes KeptPrints(1);
 constexpr std::chrono::seconds LastWait(2);
 
 using Words = std::vector<std::string>;
-
-void SetUpLog(const DaemonOptions& options) {
-    BM_LOG_LEVEL = options.m_logLevel;
-    if (options.m_logFile.empty()) return;
-    try {
-        bm_dev::LogToFile(options.m_logFile);
-    } catch (const std::runtime_error& error) {
-        throw UsageError(error.what());
-    }
-}
 
 // Who asks for traces wants to see the prints as they come, too.
 int OutputFor(const DaemonOptions& options) {
@@ -294,7 +283,7 @@ int Run(const Words& words) {
         WriteAll(STDOUT_FILENO, options.m_answer);
         return ExitAllOk;
     }
-    SetUpLog(options);
+    SetUpLog(options.m_logLevel, options.m_logFile);
     StopRequest stop;
     Reloads reloads(words);
     return WithSignals(
@@ -303,32 +292,8 @@ int Run(const Words& words) {
                : ExitSomeFailed;
 }
 
-int Fail(const std::exception& error, int status) {
-    fflush(stdout);
-    fprintf(stderr, "bmhost: %s\n", bm_dev::Printable(error.what(), "\n\t").c_str());
-    return status;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
-    // A reader that goes away, and a file that may not grow any more, are errors of the output or of the storage, not
-    // the end of a host that holds hardware. Handlers, because tools that the adaptor starts get the default back.
-    signal(SIGPIPE, [](int) {});
-    signal(SIGXFSZ, [](int) {});
-    int status = ExitAllOk;
-    try {
-        KeepStandardDescriptors();
-        status = Run({argv + 1, argv + argc});
-    } catch (const UsageError& error) {
-        status = Fail(error, ExitUsage);
-    } catch (const LoadError& error) {
-        status = Fail(error, ExitNoAdaptor);
-    } catch (const OtherHostError& error) {
-        status = Fail(error, ExitOtherHost);
-    } catch (const std::exception& error) {
-        status = Fail(error, ExitSomeFailed);
-    }
-    DisarmEndNotice();
-    return status;
+    return RunProgram([&] { return Run({argv + 1, argv + argc}); });
 }
