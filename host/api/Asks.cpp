@@ -55,11 +55,13 @@ json ImageValues(const Request& request) {
         throw Refusal(400, "name=" + name, "expected a file's name without its folder, of at most 255 bytes");
     values["name"] = name;
 
-    const auto dry = request.m_query.find("dry_run");
-    if (dry == request.m_query.end()) return values;
-    if (!dry->second.empty() && dry->second != "true" && dry->second != "false")
-        throw Refusal(400, "dry_run=" + dry->second, "expected true or false");
-    values["dry_run"] = dry->second != "false";
+    for (const char* const flag : {"dry_run", OrderTakesSimulated}) {
+        const auto given = request.m_query.find(flag);
+        if (given == request.m_query.end()) continue;
+        if (!given->second.empty() && given->second != "true" && given->second != "false")
+            throw Refusal(400, flag + ("=" + given->second), "expected true or false");
+        values[flag] = given->second != "false";
+    }
     return values;
 }
 

@@ -64,7 +64,7 @@ std::span<const Route> Routes() {
         {"GET", "/v1/blade/ports/{port}", "", Body::None, LookAtPort, "One port of the switch"},
         {"POST", "/v1/calls", "", Body::Json, AskCall, "A call of the adaptor"},
         {"POST", "/v1/orders/{order}", "", Body::Json, AskOrder, "An order"},
-        {"POST", "/v1/firmware", "target bay name dry_run", Body::Image, AskFirmware, "A firmware upgrade"},
+        {"POST", "/v1/firmware", "target bay name dry_run simulated", Body::Image, AskFirmware, "A firmware upgrade"},
         {"GET", "/v1/events", "after", Body::None, FollowEvents, "What happens, as Server-Sent Events"},
         {"GET", "/v1/log", "lines", Body::None, LookAtLog, "The last lines of the log"},
         {"GET", "/v1/openapi.json", "", Body::None, LookAtDocument, "This document"},

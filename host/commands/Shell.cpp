@@ -36,6 +36,7 @@ public:
     bool Make(Call& call) override { return m_shell.Make(call); }
     bool WithSession(const Work& work) override { return work(m_shell.Opened(), m_output); }
     OrderOutcome Give(const Order& order) override {
+        if (auto refused = RefusedAsSimulated(order, SourceOfBlade())) return *refused;
         const BladeLock lock(PlaceOfHost(), ProgramOf(order));
         std::optional<TerminalIgnored> ignored;
         if (Upgrades(order)) ignored.emplace();

@@ -93,6 +93,7 @@ Picture CommandLine::Look() {
 }
 
 OrderOutcome CommandLine::Give(const Order& order) {
+    if (auto refused = RefusedAsSimulated(order, SourceOfBlade())) return *refused;
     if (Upgrades(order)) GoOnDetached("waiting for the end of the upgrade");
     const BladeLock lock(PlaceOfHost(), ProgramOf(order));
     OrderOutcome outcome;

@@ -83,8 +83,12 @@ std::string OrderLine(const std::string& name, const OrderOutcome& outcome) {
 }
 
 bool GiveOrder(Context& context, const std::string& name, const Order& order) {
-    CheckOrder(order);
-    return ShowOutcome(context, name, context.Give(order));
+    Order given = order;
+    if (context.Globals().m_simulated) given.m_values[OrderTakesSimulated] = true;
+    CheckOrder(given);
+    const OrderOutcome outcome = context.Give(given);
+    if (IsRefusedAsSimulated(outcome)) context.EndWith(ExitSimulated);
+    return ShowOutcome(context, name, outcome);
 }
 
 bool ShowOutcome(const Context& context, const std::string& name, const OrderOutcome& outcome) {

@@ -73,6 +73,7 @@ UpgradeFacts Followed(HostClient& host, Context& context) {
 std::string PathOfUpgrade(const Order& order) {
     std::string path = "/v1/firmware?target=" + Escaped(order.m_values.at("target").get<std::string>());
     if (order.m_values.contains("bay")) path += "&bay=" + std::to_string(order.m_values.at("bay").get<int>());
+    if (order.m_values.contains(OrderTakesSimulated)) path += "&simulated=true";
     // The image goes as bytes: where its file is concerns nobody but this command.
     const std::filesystem::path file = order.m_values.at("name").get<std::string>();
     return path + "&name=" + Escaped(file.filename().string());

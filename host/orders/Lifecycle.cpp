@@ -24,11 +24,12 @@ void CheckNoValues(const OrderValues& values) {
 
 } // namespace
 
-const OrderKind StartBlade = {"start", CheckNoValues, [](const OrderValues&, Session& session, const Picture&) {
-                                  return Live(session, Operation::Start);
-                              }};
-const OrderKind StopBlade = {"stop", CheckNoValues, [](const OrderValues&, Session& session, const Picture&) {
-                                 return Live(session, Operation::Stop);
-                             }};
+// They find out what hardware there is.
+const OrderKind StartBlade = {
+    "start", CheckNoValues,
+    [](const OrderValues&, Session& session, const Picture&) { return Live(session, Operation::Start); }, true};
+const OrderKind StopBlade = {
+    "stop", CheckNoValues,
+    [](const OrderValues&, Session& session, const Picture&) { return Live(session, Operation::Stop); }, true};
 
 } // namespace bmhost

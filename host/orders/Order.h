@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,15 @@ struct OrderOutcome {
     std::string m_cure;                 ///< what to do, where it is known
     nlohmann::ordered_json m_values;    ///< what the order's JSON shows besides, an object
 };
+
+/// Whether the order may be carried out on simulated data: {"simulated": true} among its values.
+constexpr const char* OrderTakesSimulated = "simulated";
+
+/// The outcome of an order that would only seem to be carried out, because the data are simulated and that was not
+/// asked for; it has "source" among its values. Nothing for start and stop, which find out what hardware there is, and
+/// for a dry run.
+std::optional<OrderOutcome> RefusedAsSimulated(const Order& order, const Source& source);
+bool IsRefusedAsSimulated(const OrderOutcome& outcome);
 
 /// Throws UsageError when these values make no order on any blade. CarryOut begins with it.
 void CheckOrder(const Order& order);

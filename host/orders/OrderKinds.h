@@ -15,6 +15,7 @@ struct OrderKind {
     std::string_view m_name;
     void (*m_check)(const OrderValues& values);
     OrderOutcome (*m_carryOut)(const OrderValues& values, Session& session, const Picture& picture);
+    bool m_onSimulated = false; ///< whether it is carried out on simulated data that nobody asked for
 };
 
 extern const OrderKind LedSet;

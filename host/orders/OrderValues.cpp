@@ -1,6 +1,7 @@
 // The values of an order, as JSON brings them.
 #include "host/orders/OrderValues.h"
 
+#include "host/orders/Order.h"
 #include "host/words/Error.h"
 
 #include <algorithm>
@@ -14,8 +15,10 @@ OrderValues::OrderValues(std::string_view order, const nlohmann::json& values) :
 
 void OrderValues::Only(std::initializer_list<std::string_view> names) const {
     for (const auto& [name, value] : m_values.items()) {
-        if (name != "order" && std::ranges::find(names, name) == names.end()) Refuse(name, "it has no such value");
+        const bool common = name == "order" || name == OrderTakesSimulated;
+        if (!common && std::ranges::find(names, name) == names.end()) Refuse(name, "it has no such value");
     }
+    FlagIfAny(OrderTakesSimulated);
 }
 
 bool OrderValues::Has(std::string_view name) const {

@@ -15,7 +15,7 @@ class OrderValues {
 public:
     OrderValues(std::string_view order, const nlohmann::json& values);
 
-    /// A value of another name is a misunderstanding.
+    /// A value of another name is a misunderstanding, but for those that every order has.
     void Only(std::initializer_list<std::string_view> names) const;
 
     bool Has(std::string_view name) const;

@@ -2,8 +2,10 @@
 #include "host/orders/Order.h"
 
 #include "host/orders/OrderKinds.h"
+#include "host/picture/PictureJson.h"
 #include "host/session/CallReasons.h"
 #include "host/session/Session.h"
+#include "host/views/Views.h"
 #include "host/words/Error.h"
 #include "host/words/Situations.h"
 
@@ -30,8 +32,23 @@ void CheckOrder(const Order& order) {
     kind.m_check({kind.m_name, order.m_values});
 }
 
+std::optional<OrderOutcome> RefusedAsSimulated(const Order& order, const Source& source) {
+    const OrderValues values(order.m_name, order.m_values);
+    const bool meant = values.FlagIfAny(OrderTakesSimulated) || values.FlagIfAny("dry_run");
+    if (!source.IsSimulated() || meant || KindOf(order).m_onSimulated) return std::nullopt;
+    OrderOutcome outcome;
+    outcome.m_remarks = {SourceText(source), "nothing was done: simulated data were not asked for (--simulated)"};
+    outcome.m_values = {{"source", SourceJson(source)}};
+    return outcome;
+}
+
+bool IsRefusedAsSimulated(const OrderOutcome& outcome) {
+    return !outcome.m_good && outcome.m_values.contains("source");
+}
+
 OrderOutcome CarryOut(const Order& order, Session& session, const Picture& picture) {
     CheckOrder(order);
+    if (auto refused = RefusedAsSimulated(order, picture.m_source)) return *refused;
     const OrderKind& kind = KindOf(order);
     OrderOutcome outcome = kind.m_carryOut({kind.m_name, order.m_values}, session, picture);
     if (outcome.m_good) {

@@ -59,11 +59,6 @@ ordered_json CallJson(const std::optional<CallOutcome>& call) {
             {"reasons", LinesJson(call->m_reasons)}};
 }
 
-ordered_json SourceJson(const Source& source) {
-    return {
-        {"kind", SourceWord(source.m_kind)}, {"simulated", source.IsSimulated()}, {"reason", Utf8(source.m_reason)}};
-}
-
 ordered_json HostJson(const HostFacts& host) {
     return {{"process", host.m_process},
             {"started", TimeOrNull(host.m_started)},
@@ -215,6 +210,11 @@ ordered_json StatusJson(const Picture& picture) {
 }
 
 } // namespace
+
+ordered_json SourceJson(const Source& source) {
+    return {
+        {"kind", SourceWord(source.m_kind)}, {"simulated", source.IsSimulated()}, {"reason", Utf8(source.m_reason)}};
+}
 
 ordered_json PictureJson(const Picture& picture) {
     const WallTime now = picture.m_time;

@@ -62,7 +62,7 @@ TEST(BmhostDsp, SaysThatThereIsNone) {
 }
 
 TEST(BmhostDspSetIp, ShowsTheDspAsItIsReadAfterwards) {
-    const Ended ended = RunStub("board", {"dsp", "set-ip", "2", "192.168.0.99"});
+    const Ended ended = RunStub("board", {"--simulated", "dsp", "set-ip", "2", "192.168.0.99"});
     EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(ended.ErrorLines(), IsEmpty());
     EXPECT_EQ("  DSP  AMC bay  DSP of AMC  MAC address        IP address\n"
@@ -75,23 +75,23 @@ TEST(BmhostDspSetIp, IsOneLineOfJson) {
     EXPECT_EQ(R"({"op":"dsp set-ip","result":1,"good":true,"changed":true,"dsp":1,"address":"192.168.0.99",)"
               R"("before":"192.168.0.23","holds_from":"next start","remarks":[],"reasons":[],"cure":""})"
               "\n",
-              RunStub("board", {"--json", "dsp", "set-ip", "1", "192.168.0.99"}).m_out);
-    EXPECT_THAT(RunStub("board", {"dsp", "set-ip", "1", "192.168.0.23", "--json"}).m_out,
+              RunStub("board", {"--simulated", "--json", "dsp", "set-ip", "1", "192.168.0.99"}).m_out);
+    EXPECT_THAT(RunStub("board", {"--simulated", "dsp", "set-ip", "1", "192.168.0.23", "--json"}).m_out,
                 HasSubstr(R"("changed":false)"));
 }
 
 TEST(BmhostDspSetIp, TellsWhatTheAdaptorAnsweredToARefusal) {
-    const Ended noDsp = RunStub("board", {"dsp", "set-ip", "4", "192.168.0.99"});
+    const Ended noDsp = RunStub("board", {"--simulated", "dsp", "set-ip", "4", "192.168.0.99"});
     EXPECT_EQ(1, noDsp.m_status);
     EXPECT_EQ("", noDsp.m_out);
     EXPECT_THAT(noDsp.ErrorLines(),
                 ElementsAre("bmhost: DSP 4: there is no such DSP, or it is not in service; the adaptor answered 4 (key "
                             "missing or unknown)"));
-    const Ended notStored = RunStub("board", {"dsp", "set-ip", "1", "10.0.0.1"});
+    const Ended notStored = RunStub("board", {"--simulated", "dsp", "set-ip", "1", "10.0.0.1"});
     EXPECT_EQ(1, notStored.m_status);
     EXPECT_THAT(notStored.ErrorLines(),
                 ElementsAre("bmhost: DSP 1: the address was not stored; the adaptor answered 0 (nothing done)"));
-    EXPECT_THAT(RunStub("board_unseeded", {"dsp", "set-ip", "1", "10.0.0.1"}).ErrorLines(),
+    EXPECT_THAT(RunStub("board_unseeded", {"--simulated", "dsp", "set-ip", "1", "10.0.0.1"}).ErrorLines(),
                 ElementsAre("bmhost: DSP 1: the address was not stored; the adaptor answered 0 (nothing done)",
                             "bmhost: the storage said: EndTransaction - /x/.new.addresses: Read-only file system"));
 }
@@ -118,13 +118,13 @@ TEST(BmhostSwitch, SaysThatThereIsNoPort) {
 }
 
 TEST(BmhostSwitch, SetsAPortAndShowsItAsItIsReadAfterwards) {
-    const Ended disabled = RunStub("board", {"switch", "disable", "1"});
+    const Ended disabled = RunStub("board", {"--simulated", "switch", "disable", "1"});
     EXPECT_EQ(0, disabled.m_status);
     EXPECT_THAT(disabled.ErrorLines(), IsEmpty());
     EXPECT_EQ("  port  name    leads to  state     link\n"
               "  1     Port 1  fabric    disabled  down\n",
               disabled.m_out);
-    EXPECT_THAT(RunStub("board_good", {"switch", "enable", "2"}).m_out,
+    EXPECT_THAT(RunStub("board_good", {"--simulated", "switch", "enable", "2"}).m_out,
                 HasSubstr("  2     Port 2  RTM       enabled  up\n"));
 }
 
@@ -132,24 +132,25 @@ TEST(BmhostSwitch, IsOneLineOfJson) {
     EXPECT_EQ(R"({"op":"switch disable","result":1,"good":true,"changed":true,"port":1,"enabled":false,"remarks":[],)"
               R"("reasons":[],"cure":""})"
               "\n",
-              RunStub("board", {"--json", "switch", "disable", "1"}).m_out);
-    EXPECT_THAT(RunStub("board", {"switch", "enable", "1", "--json"}).m_out, HasSubstr(R"("changed":false)"));
+              RunStub("board", {"--simulated", "--json", "switch", "disable", "1"}).m_out);
+    EXPECT_THAT(RunStub("board", {"--simulated", "switch", "enable", "1", "--json"}).m_out,
+                HasSubstr(R"("changed":false)"));
     EXPECT_EQ(R"({"op":"switch enable","result":0,"good":false,"changed":false,"port":2,"enabled":true,)"
               R"x("remarks":["port 2: the switch or the storage refused it; the adaptor answered 0 (nothing done)"],)x"
               R"("reasons":["the switch says why"],"cure":""})"
               "\n",
-              RunStub("board", {"--json", "switch", "enable", "2"}).m_out);
+              RunStub("board", {"--simulated", "--json", "switch", "enable", "2"}).m_out);
 }
 
 TEST(BmhostSwitch, TellsWhatTheAdaptorAnsweredToARefusal) {
-    const Ended ended = RunStub("board", {"switch", "enable", "2"});
+    const Ended ended = RunStub("board", {"--simulated", "switch", "enable", "2"});
     EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("", ended.m_out);
     EXPECT_THAT(
         ended.ErrorLines(),
         ElementsAre("bmhost: port 2: the switch or the storage refused it; the adaptor answered 0 (nothing done)",
                     "bmhost: the adaptor logged: the switch says why"));
-    EXPECT_THAT(RunStub("board", {"switch", "enable", "4"}).ErrorLines(),
+    EXPECT_THAT(RunStub("board", {"--simulated", "switch", "enable", "4"}).ErrorLines(),
                 ElementsAre(HasSubstr("port 4: the blade serves no such port; the adaptor answered 4 ")));
 }
 

@@ -21,6 +21,7 @@ protected:
         std::ofstream(m_file) << image;
         std::vector<std::string> words = {"firmware", "update", "--target", "amc", "--bay", "3", "--yes", m_file};
         words.insert(words.end(), more.begin(), more.end());
+        words.insert(words.begin(), "--simulated");
         const Ended ended = RunStub("good", words);
         std::remove(m_file.c_str());
         return ended;
@@ -63,7 +64,7 @@ TEST_F(BmhostFirmware, DryRunTouchesNoAdaptor) {
 }
 
 TEST_F(BmhostFirmware, BadFilesAreFoundBeforeTheAdaptorIsLoaded) {
-    const Ended ended = RunStub("create_exits", {"firmware", "update", "--target", "rtm", "/nowhere"});
+    const Ended ended = RunStub("create_exits", {"--simulated", "firmware", "update", "--target", "rtm", "/nowhere"});
     EXPECT_EQ(2, ended.m_status);
     EXPECT_EQ("bmhost: firmware update: FILE /nowhere: No such file or directory\n", ended.m_err);
 }
@@ -71,7 +72,7 @@ TEST_F(BmhostFirmware, BadFilesAreFoundBeforeTheAdaptorIsLoaded) {
 TEST_F(BmhostFirmware, WithoutATerminalNeedsYes) {
     const std::string file = testing::TempDir() + std::to_string(getpid()) + "asked.bin";
     std::ofstream(file) << "image";
-    const Ended ended = RunStub("good", {"firmware", "update", "--target", "rtm", file});
+    const Ended ended = RunStub("good", {"--simulated", "firmware", "update", "--target", "rtm", file});
     std::remove(file.c_str());
     EXPECT_EQ(2, ended.m_status);
     EXPECT_EQ("bmhost: firmware update: expected --yes where there is no terminal to ask on\n", ended.m_err);

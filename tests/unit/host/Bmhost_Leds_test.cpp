@@ -53,7 +53,7 @@ TEST(BmhostLeds, TakeNoWords) {
 }
 
 TEST(BmhostLedSet, ShowsTheLedAsItIsReadAfterwards) {
-    const Ended ended = RunStub("leds", {"led", "set", "board", "health", "on", "--color", "red"});
+    const Ended ended = RunStub("leds", {"--simulated", "led", "set", "board", "health", "on", "--color", "red"});
     EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(ended.ErrorLines(), IsEmpty());
     EXPECT_EQ("  place      LED       colour  state  times  control\n"
@@ -62,25 +62,26 @@ TEST(BmhostLedSet, ShowsTheLedAsItIsReadAfterwards) {
 }
 
 TEST(BmhostLedSet, GivesAnLedBackToLocalControl) {
-    const Ended ended = RunStub("leds", {"led", "set", "3", "1", "local"});
+    const Ended ended = RunStub("leds", {"--simulated", "led", "set", "3", "1", "local"});
     EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(ended.m_out, HasSubstr("  AMC bay 3  1 hot swap  -       off           local\n"));
 }
 
 TEST(BmhostLedSet, RefusesABayWhoseLedTheAdaptorCannotSet) {
-    const Ended ended = RunStub("leds", {"led", "set", "5", "2", "on", "--color", "green"});
+    const Ended ended = RunStub("leds", {"--simulated", "led", "set", "5", "2", "on", "--color", "green"});
     EXPECT_EQ(2, ended.m_status);
     EXPECT_EQ("", ended.m_out);
     EXPECT_THAT(ended.ErrorLines(),
                 ElementsAre("bmhost: led set: AMC bay 5: the adaptor sets LEDs of the baseboard and of the first AMC "
                             "only, which is AMC bay 3; with --first-amc that one gets it"));
-    const Ended none = RunStub("no_leds", {"led", "set", "5", "2", "on", "--first-amc"});
+    const Ended none = RunStub("no_leds", {"--simulated", "led", "set", "5", "2", "on", "--first-amc"});
     EXPECT_EQ(2, none.m_status);
     EXPECT_THAT(none.ErrorLines(), ElementsAre(HasSubstr("and there is no AMC")));
 }
 
 TEST(BmhostLedSet, WithFirstAmcSaysThatThisOneGetsItAndShowsIt) {
-    const Ended ended = RunStub("leds", {"led", "set", "5", "2", "on", "--color", "green", "--first-amc"});
+    const Ended ended =
+        RunStub("leds", {"--simulated", "led", "set", "5", "2", "on", "--color", "green", "--first-amc"});
     EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(
         ended.ErrorLines(),
@@ -89,7 +90,7 @@ TEST(BmhostLedSet, WithFirstAmcSaysThatThisOneGetsItAndShowsIt) {
 }
 
 TEST(BmhostLedSet, ChoosesAColorThatIsUsualForTheLed) {
-    const Ended ended = RunStub("leds", {"led", "set", "board", "1", "on"});
+    const Ended ended = RunStub("leds", {"--simulated", "led", "set", "board", "1", "on"});
     EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(ended.ErrorLines(), IsEmpty());
     EXPECT_THAT(ended.m_out, HasSubstr("  baseboard  1 hot swap  blue    on            override\n"));
@@ -100,21 +101,21 @@ TEST(BmhostLedSet, IsOneLineOfJson) {
         R"({"op":"led set","result":0,"good":true,"changed":true,"place":"baseboard","bay":0,"led":1,)"
         R"("led_name":"hot swap","color":"red","before":"off","after":"on red","remarks":[],"reasons":[],"cure":""})"
         "\n",
-        RunStub("leds", {"--json", "led", "set", "board", "1", "on", "--color", "red"}).m_out);
-    EXPECT_THAT(RunStub("leds", {"led", "set", "3", "1", "on", "--color", "blue", "--json"}).m_out,
+        RunStub("leds", {"--simulated", "--json", "led", "set", "board", "1", "on", "--color", "red"}).m_out);
+    EXPECT_THAT(RunStub("leds", {"--simulated", "led", "set", "3", "1", "on", "--color", "blue", "--json"}).m_out,
                 HasSubstr(R"("changed":false)"));
 }
 
 TEST(BmhostLedSet, WarnsOfTimesThatAControllerCannotBeTold) {
-    const Ended ended =
-        RunStub("leds", {"led", "set", "board", "1", "blink", "--color", "red", "--on", "205", "--off", "2600"});
+    const Ended ended = RunStub(
+        "leds", {"--simulated", "led", "set", "board", "1", "blink", "--color", "red", "--on", "205", "--off", "2600"});
     EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(ended.ErrorLines(), ElementsAre(HasSubstr("--on 205: a controller is told 200 ms"),
                                                 HasSubstr("--off 2600: a controller is told 2500 ms")));
 }
 
 TEST(BmhostLedSet, NamesTheCompletionCodeOfARefusal) {
-    const Ended ended = RunStub("leds", {"led", "set", "board", "1", "on", "--color", "white"});
+    const Ended ended = RunStub("leds", {"--simulated", "led", "set", "board", "1", "on", "--color", "white"});
     EXPECT_EQ(1, ended.m_status);
     EXPECT_EQ("", ended.m_out);
     EXPECT_THAT(ended.ErrorLines(), ElementsAre("bmhost: LED 1 of baseboard: the controller refused it with completion "
@@ -123,13 +124,13 @@ TEST(BmhostLedSet, NamesTheCompletionCodeOfARefusal) {
 }
 
 TEST(BmhostLedSet, SaysThatThereIsNoSuchLed) {
-    const Ended ended = RunStub("leds", {"led", "set", "board", "4", "off"});
+    const Ended ended = RunStub("leds", {"--simulated", "led", "set", "board", "4", "off"});
     EXPECT_EQ(1, ended.m_status);
     EXPECT_THAT(ended.ErrorLines(), ElementsAre("bmhost: LED 4 of baseboard: there is no such LED"));
 }
 
 TEST(BmhostLedSet, RefusesNonsenseBeforeTheAdaptorIsTouched) {
-    const Ended ended = RunStub("good", {"led", "set", "board", "7", "off"});
+    const Ended ended = RunStub("good", {"--simulated", "led", "set", "board", "7", "off"});
     EXPECT_EQ(2, ended.m_status);
     EXPECT_EQ("", ended.StubCalls());
 }

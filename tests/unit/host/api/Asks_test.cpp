@@ -166,6 +166,12 @@ TEST(Asks, ADryRunIsAnsweredAsDone) {
     EXPECT_TRUE(images.ComesToFiles(1)) << "nobody needs the image of a dry run any more";
 }
 
+TEST(Asks, SimulatedDataAreAskedForInTheQuery) {
+    ImageHost images;
+    EXPECT_EQ(images.Upload("?target=rtm&name=x&simulated", "image").m_status, 202);
+    EXPECT_TRUE(images.Host().Orders().at(0).m_values.at("simulated"));
+}
+
 TEST(Asks, AnImageThatTheAdaptorDidNotTakeGoes) {
     ImageHost images;
     images.Host().AnswerWith([](const std::string&, const json&) {
@@ -190,10 +196,11 @@ TEST(Asks, AnImageWhoseOrderIsRefusedGoes) {
 
 TEST(Asks, AnImageThatCannotBeMeantIsRefusedBeforeItComes) {
     ImageHost images;
-    for (const char* query : {"", "?target=amc&name=x", "?target=amc&bay=9&name=x", "?target=amc&bay=x&name=x",
-                              "?target=board&bay=1&name=x", "?target=fan&name=x", "?target=board",
-                              "?target=board&name=", "?target=board&name=a/b", "?target=board&name=a%0Ab",
-                              "?target=board&name=x&dry_run=maybe", "?target=board&name=x&force"}) {
+    for (const char* query :
+         {"", "?target=amc&name=x", "?target=amc&bay=9&name=x", "?target=amc&bay=x&name=x",
+          "?target=board&bay=1&name=x", "?target=fan&name=x", "?target=board",
+          "?target=board&name=", "?target=board&name=a/b", "?target=board&name=a%0Ab",
+          "?target=board&name=x&dry_run=maybe", "?target=board&name=x&simulated=1", "?target=board&name=x&force"}) {
         EXPECT_EQ(images.Upload(query, "image").m_status, 400) << query;
     }
     EXPECT_EQ(images.Upload("?target=board&name=x", "").m_status, 400);

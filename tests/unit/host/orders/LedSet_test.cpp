@@ -124,7 +124,8 @@ TEST_F(LedSetOrder, TellsWhatTheAdaptorLoggedOnlyWhenItFailed) {
 TEST_F(LedSetOrder, SaysThatASimulatedLedWasNotSet) {
     Picture picture;
     picture.m_source.m_kind = Source::Kind::Missing;
-    EXPECT_THAT(CarryOut({"led-set", {{"bay", 0}, {"led", 1}, {"action", "on"}}}, m_blade, picture).m_remarks,
+    const json values = {{"bay", 0}, {"led", 1}, {"action", "on"}, {"simulated", true}};
+    EXPECT_THAT(CarryOut({"led-set", values}, m_blade, picture).m_remarks,
                 ElementsAre("the inventory is simulated: no LED was set"));
 }
 

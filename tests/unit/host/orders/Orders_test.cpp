@@ -56,6 +56,27 @@ TEST(Orders, ResetTheBoardByOneWrite) {
                 ElementsAre("baseboard: no reset was sent; the adaptor answered 12 (not found)"));
 }
 
+TEST(Orders, DoNothingToSimulatedDataThatNobodyAskedFor) {
+    ScriptedSession blade;
+    Picture picture;
+    picture.m_source = {Source::Kind::NoPermission, "/dev/ipmi0: Permission denied"};
+    const OrderOutcome refused = CarryOut({"board-reset", json::object()}, blade, picture);
+    EXPECT_TRUE(IsRefusedAsSimulated(refused));
+    EXPECT_FALSE(refused.m_good || refused.m_changed);
+    EXPECT_EQ(0, blade.m_writes);
+    EXPECT_THAT(refused.m_remarks, ElementsAre("simulated inventory: /dev/ipmi0: Permission denied",
+                                               "nothing was done: simulated data were not asked for (--simulated)"));
+    EXPECT_EQ("permission", refused.m_values.at("source").at("kind"));
+    EXPECT_FALSE(CarryOut({"board-reset", {{"simulated", false}}}, blade, picture).m_good);
+    EXPECT_TRUE(CarryOut({"board-reset", {{"simulated", true}}}, blade, picture).m_good);
+    EXPECT_EQ(1, blade.m_writes);
+    EXPECT_TRUE(CarryOut({"start", json::object()}, blade, picture).m_good) << "it finds out what there is";
+    EXPECT_THAT(UsageErrorOf([] {
+                    CheckOrder({"board-reset", {{"simulated", "yes"}}});
+                }),
+                HasSubstr("\"simulated\": expected true or false"));
+}
+
 TEST(Orders, SetASwitchPortAndTellWhetherThatChangedIt) {
     ScriptedSession blade;
     EXPECT_FALSE(CarryOut({"switch-set", {{"port", 2}, {"enabled", true}}}, blade, {}).m_changed);
