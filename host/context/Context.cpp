@@ -66,10 +66,12 @@ bool RunLook(Context& context, const View& view) {
                                  : view.m_text(picture, StyleOf(context.Output(), context.Globals().m_wide));
     fflush(stdout);
     WriteAll(context.Output(), text);
-    if (view.m_remarks != nullptr) ShowRemarks(view.m_remarks(picture));
+    const bool quiet = context.Globals().m_quiet;
+    if (view.m_remarks != nullptr && !(good && quiet)) ShowRemarks(view.m_remarks(picture));
     if (picture.m_source.IsSimulated()) {
-        fprintf(stderr, "bmhost: %s\n", SourceText(picture.m_source).c_str());
-        if (!context.Globals().m_simulated) context.EndWith(ExitSimulated);
+        const bool meant = context.Globals().m_simulated;
+        if (!meant) context.EndWith(ExitSimulated);
+        if (!(meant && quiet)) fprintf(stderr, "bmhost: %s\n", SourceText(picture.m_source).c_str());
     }
     return good;
 }

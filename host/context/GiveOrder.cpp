@@ -30,9 +30,10 @@ bool IsTold(const OrderOutcome& outcome, const std::string& reason) {
     });
 }
 
-void Show(const OrderOutcome& outcome, int output) {
+void Show(const OrderOutcome& outcome, int output, bool quiet) {
     fflush(stdout);
     WriteAll(output, outcome.m_text);
+    if (quiet && outcome.m_good) return;
     for (const std::string& remark : outcome.m_remarks)
         Remark(remark);
     for (const std::string& reason : outcome.m_reasons) {
@@ -96,7 +97,7 @@ bool ShowOutcome(const Context& context, const std::string& name, const OrderOut
         fflush(stdout);
         WriteAll(context.Output(), OrderLine(name, outcome));
     } else {
-        Show(outcome, context.Output());
+        Show(outcome, context.Output(), context.Globals().m_quiet);
     }
     return outcome.m_good;
 }
@@ -107,7 +108,8 @@ bool Upgrades(const Order& order) {
 
 OrderOutcome CarryOutHere(const Context& context, const Order& order, Session& session, int output) {
     if (!Upgrades(order)) return CarryOut(order, session, {});
-    return UpgradeToTheEnd(order, session, PictureForUpgrade(session), context.Globals().m_json ? -1 : output);
+    return UpgradeToTheEnd(order, session, PictureForUpgrade(session), context.Globals().m_json ? -1 : output,
+                           !context.Globals().m_quiet);
 }
 
 std::string ProgramOf(const Order& order) {

@@ -28,12 +28,14 @@ constexpr int QuietSeconds = 60; // between two lines where there is no terminal
 /// What is shown while the upgrade runs.
 class Progress {
 public:
-    Progress(std::string place, int output)
+    Progress(std::string place, int output, bool shown)
         : m_place(std::move(place)),
           m_output(output),
+          m_shown(shown),
           m_terminal(output >= 0 && isatty(output) == 1) {}
 
     void Tick() {
+        if (!m_shown) return;
         const auto seconds = Seconds();
         if (m_terminal) {
             Tell("\r" + m_place + ": upgrade in progress, " + std::to_string(seconds) + " s");
@@ -62,6 +64,7 @@ private:
 
     std::string m_place;
     int m_output;
+    bool m_shown;
     bool m_terminal;
     int64_t m_nextLine = 0;
     std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
@@ -115,7 +118,7 @@ std::string TextOfEnd(const UpgradeFacts& facts) {
 
 } // namespace
 
-OrderOutcome UpgradeToTheEnd(const Order& order, Session& session, const Picture& picture, int output) {
+OrderOutcome UpgradeToTheEnd(const Order& order, Session& session, const Picture& picture, int output, bool progress) {
     const UpgradeLock lock(StateFolder() + "/firmware");
     FirmwareFile image = CopiedImage(StateFolder() + "/firmware", order.m_values.at("path").get<std::string>());
     Order own = order;
@@ -128,16 +131,16 @@ OrderOutcome UpgradeToTheEnd(const Order& order, Session& session, const Picture
     UpgradeFacts facts = FactsOf(outcome);
     Keep(facts, outcome);
     const std::string place = UpgradeTargetText({facts.m_target, facts.m_bay, facts.m_state});
-    Progress progress(place, output);
+    Progress shown(place, output, progress);
     std::optional<int> state;
-    for (progress.Tick(); !(state = Outcome(session));)
-        progress.Tick();
+    for (shown.Tick(); !(state = Outcome(session));)
+        shown.Tick();
     facts.m_state = *state;
     facts.m_ended = WallNow();
     Keep(facts, outcome);
     outcome.m_good = state == UpgradeIsDone;
-    progress.Line(place + (outcome.m_good ? ": upgraded, " : ": the upgrade failed, ") +
-                  std::to_string(progress.Seconds()) + " s");
+    shown.Line(place + (outcome.m_good ? ": upgraded, " : ": the upgrade failed, ") + std::to_string(shown.Seconds()) +
+               " s");
     outcome.m_text = TextOfEnd(facts);
     outcome.m_values["state"] = facts.m_state;
     outcome.m_values["state_name"] = UpgradeStateName(facts.m_state);

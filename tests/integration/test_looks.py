@@ -105,6 +105,14 @@ def test_a_simulated_inventory_is_named(blade, words):
     assert shown["source"] == {"kind": "missing", "simulated": True, "reason": reason}
 
 
+def test_a_simulated_inventory_that_was_asked_for_is_not_named_where_it_shall_be_quiet(blade):
+    assert blade.run("--ipmi", "none", "--", "bmhost", "--simulated", "inventory").stderr.startswith("bmhost: simulated inventory: ")
+    done = blade.run("--ipmi", "none", "--", "bmhost", "--simulated", "-q", "inventory")
+    assert (done.returncode, done.stderr) == (0, "")
+    done = blade.run("--ipmi", "none", "--", "bmhost", "-q", "inventory")
+    assert (done.returncode, done.stderr) == (4, "bmhost: simulated inventory: /dev/ipmi0: No such file or directory\n")
+
+
 def on_terminal(blade, columns, *words):
     """What bmhost shows on a terminal of that width on the full blade, line by line."""
     primary, secondary = pty.openpty()
