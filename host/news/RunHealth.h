@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace bmhost {
@@ -21,11 +22,11 @@ std::string_view HealthName(HealthState health);
 /// Follows the log line by line.
 class HealthLog {
 public:
-    /// The change that this line reports, if any.
+    /// The change that this line reports, if any. To be called on the thread that logs, by one thread at a time.
     std::optional<HealthChange> Take(int level, const std::string& component, const std::string& text);
 
 private:
-    bool m_monitored = false;
+    std::optional<std::thread::id> m_monitor; ///< the thread that checks, while it does
     std::vector<std::string> m_reasons;
 };
 

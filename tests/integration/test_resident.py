@@ -65,8 +65,8 @@ class Resident:
         """Its exit status, and results of its lifecycle calls."""
         self.process.send_signal(number)
         out, _ = self.process.communicate(timeout=SECONDS)
-        lines = [json.loads(line) for line in out.splitlines()]
-        return self.process.returncode, [(line["op"], line["result"]) for line in lines if "result" in line]
+        self.lines = [json.loads(line) for line in out.splitlines()]
+        return self.process.returncode, [(line["op"], line["result"]) for line in self.lines if "result" in line]
 
 
 @pytest.fixture
@@ -109,6 +109,17 @@ def test_serves_a_blade_that_runs_and_ends_it(resident):
     assert [module["run_status"] for module in part("status")["modules"][1:]] == [4, 4, 4]
     assert host.end() == (0, [("init", 1), ("start", 1), ("stop", 1), ("fin", 1)])
     assert not SOCKET.exists()
+
+
+def test_a_blade_that_is_started_twice_is_monitored(resident):
+    host = resident()
+    wait_until(lambda: part("health")["state"] == "monitored")
+    since = part("health")["since"]
+    status, body = ask("/v1/orders/start", {})
+    assert (status, body["result"], body["good"]) == (200, 1, True)
+    wait_until(lambda: part("health")["state"] == "monitored" and part("health")["since"] != since)
+    assert host.end() == (0, [("init", 1), ("start", 1), ("start", 1), ("stop", 1), ("fin", 1)])
+    assert [line["state"] for line in host.lines if line["op"] == "health"] == ["monitored", "ended", "monitored", "ended"]
 
 
 def test_serves_before_init_returns(resident):

@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace {
 
 using namespace BM_ADAPTOR;
@@ -46,6 +48,29 @@ TEST_F(HealthLogTest, TellsTheEndOfAMonitorThatFoundNothing) {
     const auto change = Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STOPPED_TEXT);
     EXPECT_EQ(HealthState::Ended, change->m_health);
     EXPECT_THAT(change->m_reasons, IsEmpty());
+}
+
+// A start of a blade that is started already logs errors of its own before it stops the monitor.
+TEST_F(HealthLogTest, TakesNoReasonsFromOtherThreads) {
+    std::thread monitor([&] { Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STARTED_TEXT); });
+    monitor.join();
+    Line(COMPONENT_MEDIA_ADAPTOR, "TRACE - Teaching the switch");
+    EXPECT_EQ(HealthState::Ended, Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STOPPED_TEXT)->m_health);
+}
+
+TEST_F(HealthLogTest, TakesTheMonitorsReasonsWhileAnotherThreadStarts) {
+    std::optional<HealthChange> change;
+    std::thread monitor([&] {
+        Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STARTED_TEXT);
+        std::thread start([&] { Line(COMPONENT_MEDIA_ADAPTOR, "Fail to start MEDIA SERVER "); });
+        start.join();
+        Line(COMPONENT_MONITOR_THREAD, "AMC failed");
+        change = Line(COMPONENT_IPMI_ADAPTOR, MONITOR_STOPPED_TEXT);
+    });
+    monitor.join();
+    ASSERT_TRUE(change);
+    EXPECT_EQ(HealthState::Fault, change->m_health);
+    EXPECT_THAT(change->m_reasons, ElementsAre("AMC failed"));
 }
 
 TEST_F(HealthLogTest, ForgetsTheReasonsOfAnEarlierFault) {
