@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdio>
 #include <exception>
+#include <unistd.h>
 
 namespace bmhost {
 
@@ -37,6 +38,13 @@ nlohmann::json CallsUnderWay(const HostPlace& place) {
     return calls.is_object() ? calls.at("calls") : calls;
 }
 
+// Asked by this process.
+bool IsOwn(const nlohmann::json& call) {
+    const auto asker = call.value("asker", "");
+    return asker.ends_with("process " + std::to_string(getpid())) ||
+           asker.ends_with("process " + std::to_string(getpid()) + ")");
+}
+
 } // namespace
 
 std::string SecondsText(std::chrono::milliseconds time) {
@@ -49,17 +57,24 @@ std::string WaitingFor(const HostPlace& place) {
     try {
         const nlohmann::json calls = CallsUnderWay(place);
         std::string oldest;
-        std::string name;
+        const nlohmann::json* shown = nullptr;
         for (const auto& call : calls) {
             const auto since = call.at("since").get<std::string>();
-            if (!oldest.empty() && since >= oldest) continue;
+            if (shown != nullptr) {
+                const bool isOwn = IsOwn(call);
+                if (isOwn != IsOwn(*shown) ? !isOwn : since >= oldest) continue;
+            }
             oldest = since;
-            name = call.at("operation").get<std::string>();
+            shown = &call;
         }
-        if (oldest.empty()) return "it names no call that it waits for";
+        if (shown == nullptr) return "it names no call that it waits for";
+        const std::string name = "waiting for `" + shown->at("operation").get<std::string>() + "` since " + oldest;
+        if (shown->value("waiting", false)) {
+            const auto front = shown->value("waits_for", "");
+            return name + ", which has not begun" + (front.empty() ? "" : ": first comes " + front);
+        }
         const std::size_t others = calls.size() - 1;
-        return "waiting for `" + name + "` since " + oldest +
-               (others != 0 ? ", and for " + std::to_string(others) + " more" : std::string());
+        return name + (others != 0 ? ", and for " + std::to_string(others) + " more" : std::string());
     } catch (const std::exception&) {
         return "it does not tell what it waits for either";
     }

@@ -124,8 +124,6 @@ bool RunWatch(Context& context) {
 
 std::string WatchText(const Picture& picture, const Style& style) {
     std::string text = StatusText(picture, style);
-    for (const CallInProgress& call : picture.m_calls)
-        text += "under way: " + PrintableText(call.m_operation) + " since " + Rfc3339(call.m_since) + "\n";
     if (picture.m_source.IsSimulated()) text += PrintableText(SourceText(picture.m_source)) + "\n";
     return text;
 }

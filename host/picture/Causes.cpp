@@ -77,8 +77,9 @@ private:
     void Add(Fault fault) { m_faults.push_back(std::move(fault)); }
 
     bool IsUnderWay(std::string_view operation) const {
-        return std::any_of(m_picture.m_calls.begin(), m_picture.m_calls.end(),
-                           [=](const CallInProgress& call) { return call.m_operation == operation; });
+        return std::any_of(m_picture.m_calls.begin(), m_picture.m_calls.end(), [=](const CallInProgress& call) {
+            return !call.m_waiting && call.m_operation == operation;
+        });
     }
 
     void LookAtSource() {
@@ -105,13 +106,14 @@ private:
                     std::move(evidence)));
     }
 
-    // Start and stop take as long as the board's tools, an upgrade as long as the firmware's.
+    // Start and stop take as long as the board's tools, an upgrade as long as the firmware's. Of a call that waits, the
+    // one in front of it is told.
     void LookAtCallsUnderWay() {
         for (const CallInProgress& call : m_picture.m_calls) {
             const auto age = m_picture.m_time - call.m_since;
             const bool mayTakeLong =
                 call.m_operation == "start" || call.m_operation == "stop" || call.m_operation.starts_with("firmware");
-            if (mayTakeLong || age < NotReturnedAfter) continue;
+            if (call.m_waiting || mayTakeLong || age < NotReturnedAfter) continue;
             const Sign sign = call.m_operation == "init" ? Sign::InitNotReturned : Sign::CallNotReturned;
             std::vector<std::string> evidence = {"called " + Rfc3339(call.m_since)};
             if (!call.m_asker.empty()) evidence.push_back("asked for by " + call.m_asker);
@@ -182,7 +184,8 @@ private:
     bool IsOld(const LedReading& reading) const {
         if (reading.m_result != Success) return true;
         const bool paused =
-            !m_picture.m_calls.empty() ||
+            std::any_of(m_picture.m_calls.begin(), m_picture.m_calls.end(),
+                        [](const CallInProgress& call) { return !call.m_waiting; }) ||
             std::any_of(m_picture.m_upgrades.begin(), m_picture.m_upgrades.end(),
                         [](const UpgradeFacts& upgrade) { return upgrade.m_state == UpgradeIsRunning; });
         return m_picture.m_host.m_resident && !paused && m_picture.m_time - reading.m_read > OldAfter;

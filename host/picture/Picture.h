@@ -30,11 +30,13 @@ struct CallOutcome {
     std::vector<std::string> m_reasons;
 };
 
-/// A call of the adaptor that has not returned yet.
+/// A call of the adaptor that has not returned yet, or that waits for its turn.
 struct CallInProgress {
     std::string m_operation; ///< "start", "read 0x30200", "led set 3 health on"
-    WallTime m_since{};
-    std::string m_asker; ///< "uid 0, process 4711"; empty for the resident host itself
+    WallTime m_since{};      ///< of its beginning; while it waits, of the asking
+    std::string m_asker;     ///< "uid 0, process 4711"; empty for the resident host itself
+    bool m_waiting = false;
+    std::string m_waitsFor = {}; ///< while it waits: "reading LED 2 of AMC bay 3 since 2026-11-22T09:30:00.125Z"
 };
 
 /// The process that holds the adaptor.

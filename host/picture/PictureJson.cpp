@@ -169,7 +169,9 @@ ordered_json UnderWayJson(const CallInProgress& call, WallTime now) {
     return {{"operation", Utf8(call.m_operation)},
             {"since", TimeOrNull(call.m_since)},
             {"age_ms", call.m_since == WallTime{} ? 0 : (now - call.m_since).count()},
-            {"asker", Utf8(call.m_asker)}};
+            {"asker", Utf8(call.m_asker)},
+            {"waiting", call.m_waiting},
+            {"waits_for", Utf8(call.m_waitsFor)}};
 }
 
 ordered_json FaultJson(const Fault& fault) {

@@ -186,7 +186,8 @@ UpgradeFacts UpgradeFactsOf(const Reader& upgrade) {
 }
 
 CallInProgress UnderWayOf(const Reader& call) {
-    return {call.Text("operation"), call.Time("since"), call.Text("asker")};
+    return {call.Text("operation"), call.Time("since"), call.Text("asker"), call.Bool("waiting"),
+            call.Text("waits_for")};
 }
 
 Fault FaultOf(const Reader& fault) {

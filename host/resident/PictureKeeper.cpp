@@ -76,25 +76,72 @@ void PictureKeeper::Tell(uint64_t revision, const std::vector<std::string_view>&
     m_news.Add("picture", data.dump());
 }
 
-uint64_t PictureKeeper::Called(CallInProgress call, bool told) {
+uint64_t PictureKeeper::Called(CallInProgress call, bool told, const Lane* lane) {
     uint64_t number = 0;
     Change(told ? Part{"calls"} : Part{}, [&](Picture& picture) {
         number = ++m_lastCall;
-        m_callNumbers.insert(number);
+        m_lanes.emplace(number, lane);
         picture.m_calls.push_back(std::move(call));
+        NameWaits(picture);
         return true;
     });
     return number;
 }
 
-void PictureKeeper::Returned(uint64_t call, bool told) {
+void PictureKeeper::Began(uint64_t call, bool told) {
     Change(told ? Part{"calls"} : Part{}, [&](Picture& picture) {
-        const auto found = m_callNumbers.find(call);
-        if (found == m_callNumbers.end()) return false;
-        picture.m_calls.erase(picture.m_calls.begin() + std::distance(m_callNumbers.begin(), found));
-        m_callNumbers.erase(found);
+        const auto found = m_lanes.find(call);
+        if (found == m_lanes.end()) return false;
+        CallInProgress& begun = picture.m_calls[static_cast<std::size_t>(std::distance(m_lanes.begin(), found))];
+        begun.m_waiting = false;
+        begun.m_since = WallNow();
+        NameWaits(picture);
         return true;
     });
+}
+
+void PictureKeeper::Returned(uint64_t call, bool told) {
+    Change(told ? Part{"calls"} : Part{}, [&](Picture& picture) {
+        const auto found = m_lanes.find(call);
+        if (found == m_lanes.end()) return false;
+        picture.m_calls.erase(picture.m_calls.begin() + std::distance(m_lanes.begin(), found));
+        m_lanes.erase(found);
+        NameWaits(picture);
+        return true;
+    });
+}
+
+void PictureKeeper::Meanwhile(const Lane& lane, const std::string& what) {
+    {
+        const std::lock_guard lock(m_guard);
+        m_meanwhile[&lane] = what.empty() ? "" : what + " since " + Rfc3339(WallNow());
+        const auto& calls = m_picture->m_calls;
+        if (std::none_of(calls.begin(), calls.end(), [](const CallInProgress& call) { return call.m_waiting; })) return;
+    }
+    Change({}, [this](Picture& picture) {
+        NameWaits(picture);
+        return true;
+    });
+}
+
+void PictureKeeper::NameWaits(Picture& picture) const {
+    auto lane = m_lanes.begin();
+    for (CallInProgress& call : picture.m_calls) {
+        call.m_waitsFor = call.m_waiting && lane->second != nullptr ? InFrontOn(*lane->second, picture) : "";
+        ++lane;
+    }
+}
+
+// The oldest of the calls that are not waiting themselves.
+std::string PictureKeeper::InFrontOn(const Lane& lane, const Picture& picture) const {
+    auto number = m_lanes.begin();
+    for (const CallInProgress& call : picture.m_calls) {
+        if (number->second == &lane && !call.m_waiting)
+            return "`" + call.m_operation + "` since " + Rfc3339(call.m_since);
+        ++number;
+    }
+    const auto other = m_meanwhile.find(&lane);
+    return other != m_meanwhile.end() ? other->second : "";
 }
 
 } // namespace bmhost

@@ -7,13 +7,16 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <set>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace bmhost {
+
+class Lane;
 
 /// Readers get the picture as it stands, which does not change any more; whoever changes it makes a new one. Every
 /// member on any thread.
@@ -32,18 +35,26 @@ public:
     void LookForFaults();
 
     /// Notes a call until `Returned` gets its number.
-    uint64_t Called(CallInProgress call, bool told);
+    /// @param lane  where calls wait for each other; null: this one waits for none
+    uint64_t Called(CallInProgress call, bool told, const Lane* lane = nullptr);
+    /// A call that waited has its turn.
+    void Began(uint64_t call, bool told);
     void Returned(uint64_t call, bool told);
+    /// What a lane does besides calls, for those that wait for it: "reading LED 2 of AMC bay 3". Empty: nothing.
+    void Meanwhile(const Lane& lane, const std::string& what);
 
 private:
     using Part = std::initializer_list<std::string_view>;
 
     void Tell(uint64_t revision, const std::vector<std::string_view>& parts);
+    void NameWaits(Picture& picture) const;
+    std::string InFrontOn(const Lane& lane, const Picture& picture) const;
 
     NewsRing& m_news;
     mutable std::mutex m_guard;
     std::shared_ptr<const Picture> m_picture;
-    std::set<uint64_t> m_callNumbers; ///< of the picture's calls, in their order
+    std::map<uint64_t, const Lane*> m_lanes; ///< of the picture's calls, by their numbers and in their order
+    std::map<const Lane*, std::string> m_meanwhile;
     uint64_t m_lastCall = 0;
 };
 

@@ -10,6 +10,7 @@
 
 #include "bm_dev/ByteText.h"
 
+#include <memory>
 #include <utility>
 
 namespace bmhost {
@@ -63,6 +64,7 @@ struct Resident::Asked {
     Answered m_answered;
     UpgradeBook::Image m_image{};
     bool m_order = false; ///< changes the blade
+    std::unique_ptr<UnderWay> m_underWay{};
 };
 
 Lane& Resident::LaneOf(const Call& call) {
@@ -99,10 +101,12 @@ void Resident::Give(Lane& lane, const std::shared_ptr<Asked>& asked, std::functi
     if (const std::string refusal = Refusal(); !refusal.empty() && (m_ending || !lives))
         return asked->m_answered(Refused(503, asked->m_name, refusal));
     if (asked->m_order) ++m_orders;
+    asked->m_underWay = std::make_unique<UnderWay>(
+        m_picture, lane, CallInProgress{asked->m_name, WallNow(), asked->m_asker, true}, asked->m_order);
     const bool given = lane.Give([this, asked, work = std::move(work), other] {
         Answer answer = Refused(503, asked->m_name, "the host is about to end");
         if (!m_ending) {
-            const UnderWay underWay(m_picture, asked->m_name, asked->m_asker, asked->m_order);
+            asked->m_underWay->Begin();
             try {
                 HostSession session = SessionFor(*asked);
                 answer = work(session);
@@ -113,11 +117,13 @@ void Resident::Give(Lane& lane, const std::shared_ptr<Asked>& asked, std::functi
             }
             if (asked->m_order && other) ReadBlade();
         }
+        asked->m_underWay.reset();
         if (asked->m_order && --m_orders == 0) m_controllerLane.Wake();
         asked->m_answered(std::move(answer));
     });
     if (given) return;
     if (asked->m_order) --m_orders;
+    asked->m_underWay.reset();
     asked->m_answered(Refused(503, asked->m_name, "too many calls wait already"));
 }
 

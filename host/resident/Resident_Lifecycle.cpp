@@ -43,7 +43,8 @@ void Resident::Begin(bool start) {
 int Resident::Lifecycle(Operation operation, const std::string& asker) {
     std::unique_ptr<UnderWay> underWay;
     if (asker.empty())
-        underWay = std::make_unique<UnderWay>(m_picture, std::string(OperationName(operation)), asker, true);
+        underWay = std::make_unique<UnderWay>(
+            m_picture, m_lifecycle, CallInProgress{std::string(OperationName(operation)), WallNow(), ""}, true);
     if (!asker.empty()) {
         const std::lock_guard lock(m_guard);
         m_restarts.Ordered();

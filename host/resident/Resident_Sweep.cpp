@@ -99,11 +99,14 @@ void Resident::ReadNextLed(LedPlace place) {
     LedReading reading;
     reading.m_bay = place.m_bay;
     reading.m_led = place.m_led;
+    m_picture.Meanwhile(m_controllerLane,
+                        "reading LED " + std::to_string(place.m_led) + " of " + LedBayText(place.m_bay));
     try {
         reading = ReadLedOnce(m_adaptor, place);
     } catch (const std::exception& error) { // of the adaptor: this LED cannot be read
         LogOwn(error.what());
     }
+    m_picture.Meanwhile(m_controllerLane, "");
     const bool good = reading.m_result == Success;
     const bool exists = reading.m_result != NotFound;
     const auto picture = m_picture.Now();

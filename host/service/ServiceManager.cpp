@@ -31,6 +31,7 @@ std::string HealthText(const Health& health) {
 std::string ServiceStatus(const Picture& picture) {
     std::string text;
     for (const CallInProgress& call : picture.m_calls) {
+        if (call.m_waiting) continue;
         if (call.m_operation == "init" || call.m_operation == "start" || call.m_operation == "stop")
             text = call.m_operation + " is under way, since " + Rfc3339(call.m_since);
     }

@@ -65,6 +65,17 @@ std::string CallText(const std::optional<CallOutcome>& call) {
     return text;
 }
 
+std::string CallsText(const Picture& picture) {
+    std::string text;
+    for (const CallInProgress& call : picture.m_calls) {
+        text +=
+            (call.m_waiting ? "waiting: " : "under way: ") + PrintableText(call.m_operation) + SinceText(call.m_since);
+        if (!call.m_waitsFor.empty()) text += ", for " + PrintableText(call.m_waitsFor);
+        text += "\n";
+    }
+    return text;
+}
+
 std::string LastFaultText(const Picture& picture) {
     if (picture.m_faults.empty()) return "";
     const Fault& fault = picture.m_faults.back();
@@ -95,7 +106,7 @@ std::string InitRemarks(const Picture& picture) {
 std::string StatusText(const Picture& picture, const Style& style) {
     return PlaceTable(PlacesOf(picture), style) + "\n" + CallText(picture.m_host.m_init) +
            CallText(picture.m_host.m_start) + HealthText(picture) + ControllerText(picture) +
-           "firmware upgrade: " + UpgradeText(picture) + "\n" + LastFaultText(picture);
+           "firmware upgrade: " + UpgradeText(picture) + "\n" + LastFaultText(picture) + CallsText(picture);
 }
 
 } // namespace bmhost

@@ -12,7 +12,7 @@ namespace bmhost {
 std::string InventoryText(const Picture& picture, const Style& style);
 /// Every LED, with the age of its reading when a resident host has read it.
 std::string LedsText(const Picture& picture, const Style& style);
-/// Each place with run status and LEDs, then health, controller, upgrade and the last fault.
+/// Each place with run status and LEDs, then health, controller, upgrade, the last fault, and calls under way.
 std::string StatusText(const Picture& picture, const Style& style);
 std::string DspsText(const Picture& picture, const Style& style);
 std::string PortsText(const Picture& picture, const Style& style);

@@ -55,6 +55,7 @@ Picture SmallBlade() {
         {2, 3, 2, now, now, "image.bin", std::string(64, 'a'), "1.4", "1.5", "uid 0, process 12"});
     picture.m_upgrades.push_back({1, 0, 1, now, std::nullopt, "board.bin", std::string(64, 'b'), "3.1", "", ""});
     picture.m_calls.push_back({"start", now, "uid 0, process 4712"});
+    picture.m_calls.push_back({"stop", now, "uid 0, process 4713", true, "`start` since " + Rfc3339(now)});
     picture.m_faults.push_back({"AMC bay 3",
                                 "run status failed (5)",
                                 "the module's software has ended",

@@ -152,6 +152,25 @@ TEST(HostClient, TimeThatIsUpTellsWhatTheHostWaitsForAndSinceWhen) {
     }
 }
 
+TEST(HostClient, TimeThatIsUpNamesTheOwnCallAndWhatComesBeforeIt) {
+    const std::string own = "uid 0, process " + std::to_string(getpid());
+    for (const std::string& asker : {own, "anna (" + own + ")"}) {
+        const std::string calls =
+            R"([{"operation":"start","since":"2026-11-22T09:30:00.000Z","asker":"uid 0, process 1"},)"
+            R"({"operation":"read 0x100","since":"2026-11-22T09:30:01.000Z","asker":")" +
+            asker + R"(","waiting":true,"waits_for":"reading LED 2 of AMC bay 3 since then"},)" +
+            R"({"operation":"stop","since":"2026-11-22T09:30:00.000Z","asker":"uid 0, process 1"}])";
+        std::string text;
+        {
+            const ScriptedHost host({[](Peer& peer) { peer.AwaitEnd(); }, Always(JsonAnswer(200, calls))});
+            const auto client = HostClient::Connect(50ms);
+            text = ClientErrorOf<TimeUpError>([&] { client->Get("/v1/blade"); });
+        }
+        EXPECT_THAT(text, EndsWith("; waiting for `read 0x100` since 2026-11-22T09:30:01.000Z, which has not begun: "
+                                   "first comes reading LED 2 of AMC bay 3 since then"));
+    }
+}
+
 TEST(HostClient, TimeThatIsUpIsToldOfAHostThatTellsNothingToo) {
     struct SilentCase {
         ScriptedHost::Script m_script;

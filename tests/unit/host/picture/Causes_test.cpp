@@ -280,6 +280,8 @@ TEST(Causes, ACallThatDoesNotReturnIsToldOnceItTakesTooLong) {
                 ElementsAre("called 2026-11-22T09:30:00.125Z", "asked for by uid 0, process 4711"));
     picture.m_calls = {{"start", Morning, ""}};
     EXPECT_THAT(FaultsOf(picture), IsEmpty()) << "a start takes as long as the board's tools";
+    picture.m_calls = {{"read 0x100", Morning, "uid 0, process 4711", true}};
+    EXPECT_THAT(FaultsOf(picture), IsEmpty()) << "it was not called yet";
 }
 
 TEST(Causes, AnInventoryWithoutBoardIsTold) {

@@ -56,7 +56,8 @@ inline bmhost::Picture FullPicture() {
     picture.m_upgrades = {
         {1, 3, 2, TimeAt(7), TimeAt(8), "ima\xC3\xA9ge.bin", "00ff", "1.\xE9", "1.2", "uid 0, process 12"},
         {0, 0, 0, TimeAt(9), std::nullopt, "", "", "", "", ""}};
-    picture.m_calls = {{"start", TimeAt(10), ""}, {"led set 3 health on", TimeAt(11), "uid 0, process 4711"}};
+    picture.m_calls = {{"start", TimeAt(10), ""},
+                       {"led set 3 health on", TimeAt(11), "uid 0, process 4711", true, "`x` since then"}};
     picture.m_faults = {{"AMC bay 3", "run status failed (5)", "a cause", {"line \xE9", "reading"}, "a cure …"}};
     return picture;
 }
@@ -134,7 +135,8 @@ inline std::string Everything(const bmhost::Picture& picture) {
             << upgrade.m_asker << "\n";
     }
     for (const CallInProgress& under : picture.m_calls)
-        out << under.m_operation << "|" << Rfc3339(under.m_since) << "|" << under.m_asker << "\n";
+        out << under.m_operation << "|" << Rfc3339(under.m_since) << "|" << under.m_asker << "|" << under.m_waiting
+            << under.m_waitsFor << "\n";
     for (const Fault& fault : picture.m_faults) {
         out << fault.m_place << "|" << fault.m_what << "|" << fault.m_cause << "|" << fault.m_cure;
         lines(fault.m_evidence);

@@ -1,6 +1,7 @@
 // The picture of the blade as the resident host keeps it.
 #include "host/resident/PictureKeeper.h"
 
+#include "host/resident/Lane.h"
 #include "host/resident/Latch.h"
 
 #include <gtest/gtest.h>
@@ -86,6 +87,30 @@ TEST_F(PictureKeeperTest, ACallStandsThereUntilItReturns) {
     m_keeper.Returned(second, false);
     EXPECT_TRUE(m_keeper.Now()->m_calls.empty());
     EXPECT_EQ(2U, m_news.After(0).size()) << "a raw call is no news";
+}
+
+TEST_F(PictureKeeperTest, ACallThatWaitsNamesWhatIsInFrontOfItOnItsLane) {
+    const Lane lane(0, 0);
+    const Lane other(0, 0);
+    const WallTime asked = WallNow() - std::chrono::seconds(5);
+    const auto waits = [this] { return m_keeper.Now()->m_calls.back().m_waitsFor; };
+    m_keeper.Called({"table 0x300", asked, ""}, false, &other);
+    m_keeper.Meanwhile(lane, "reading LED 2 of AMC bay 3");
+    const uint64_t first = m_keeper.Called({"read 0x100", asked, "", true}, false, &lane);
+    const uint64_t second = m_keeper.Called({"read 0x200", asked, "", true}, false, &lane);
+    EXPECT_TRUE(waits().starts_with("reading LED 2 of AMC bay 3 since 20")) << waits();
+    m_keeper.Meanwhile(lane, "");
+    EXPECT_EQ("", waits());
+    m_keeper.Began(first, false);
+    const CallInProgress begun = m_keeper.Now()->m_calls[1];
+    EXPECT_FALSE(begun.m_waiting);
+    EXPECT_GT(begun.m_since, asked);
+    EXPECT_EQ("`read 0x100` since " + Rfc3339(begun.m_since), waits());
+    EXPECT_EQ(asked, m_keeper.Now()->m_calls.back().m_since);
+    m_keeper.Returned(first, false);
+    m_keeper.Began(second, false);
+    EXPECT_EQ("", waits());
+    EXPECT_FALSE(m_keeper.Now()->m_calls.back().m_waiting);
 }
 
 TEST_F(PictureKeeperTest, NoChangeOfManyIsLost) {

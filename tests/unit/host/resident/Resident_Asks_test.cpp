@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <stdexcept>
 
@@ -76,6 +77,73 @@ TEST_F(ResidentTest, AReadThatDoesNotReturnMakesNothingElseWait) {
     EXPECT_FALSE(led.HasCome());
     go.Open();
     EXPECT_EQ(200U, led.Get().m_status);
+    m_host.reset(); // it uses what stands here
+}
+
+TEST_F(ResidentTest, ACallThatWaitsStandsInThePictureWithWhatIsInFrontOfIt) {
+    Latch begun;
+    Latch go;
+    m_adaptor.m_led = [&](int, int) {
+        begun.Open();
+        go.Wait();
+        return 1;
+    };
+    Begin();
+    begun.Wait();
+    const WallTime asked = WallNow();
+    Waiting led;
+    Host().Ask(m_asker, Read(BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL), led.Taker());
+    ASSERT_EQ(1U, Host().Now()->m_calls.size());
+    const CallInProgress waiting = Host().Now()->m_calls[0];
+    EXPECT_EQ("read 0x100", waiting.m_operation);
+    EXPECT_EQ("uid 7, process 4711", waiting.m_asker);
+    EXPECT_TRUE(waiting.m_waiting);
+    EXPECT_GE(waiting.m_since, asked);
+    EXPECT_THAT(waiting.m_waitsFor, testing::StartsWith("reading LED 1 of baseboard since 20"));
+    go.Open();
+    EXPECT_EQ(200U, led.Get().m_status);
+    EXPECT_TRUE(Host().Now()->m_calls.empty());
+    m_host.reset(); // it uses what stands here
+}
+
+TEST_F(ResidentTest, AStopThatWaitsNamesTheStartInFrontOfIt) {
+    Latch begun;
+    Latch go;
+    m_adaptor.m_lifecycle = [&](Operation operation) {
+        if (operation == Operation::Start) {
+            begun.Open();
+            go.Wait();
+        }
+        return 1;
+    };
+    Host().Begin(true);
+    begun.Wait();
+    Waiting stop;
+    Host().Ask(m_asker, Life(Operation::Stop), stop.Taker());
+    const auto calls = Host().Now()->m_calls;
+    ASSERT_EQ(2U, calls.size());
+    EXPECT_EQ("stop", calls[1].m_operation);
+    EXPECT_TRUE(calls[1].m_waiting);
+    EXPECT_EQ("`start` since " + Rfc3339(calls[0].m_since), calls[1].m_waitsFor);
+    go.Open();
+    EXPECT_EQ(200U, stop.Get().m_status);
+    m_host.reset(); // it uses what stands here
+}
+
+TEST_F(ResidentTest, WhatIsRefusedDoesNotStayInThePicture) {
+    Begin();
+    Latch go;
+    m_adaptor.m_row = [&](unsigned) { go.Wait(); };
+    for (int i = 0; i < 100; ++i)
+        Host().Ask(m_asker, Read(BMI_GROUP_FIRMWARE_UPDATE), [](const Answer&) {});
+    EXPECT_TRUE(Comes([&] {
+        const auto calls = Host().Now()->m_calls;
+        return std::count_if(calls.begin(), calls.end(), [](const auto& call) { return !call.m_waiting; }) == 3;
+    }));
+    EXPECT_LE(Host().Now()->m_calls.size(), 64U + 3);
+    Host().EndLanes(0ms);
+    EXPECT_EQ(3U, Host().Now()->m_calls.size());
+    go.Open();
     m_host.reset(); // it uses what stands here
 }
 

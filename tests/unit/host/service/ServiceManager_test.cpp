@@ -21,6 +21,8 @@ TEST(ServiceStatus, SaysHowTheBladeIs) {
     Picture picture;
     picture.m_calls = {{"init", {}, ""}};
     EXPECT_EQ(std::string("init is under way, since ") + Time, ServiceStatus(picture));
+    picture.m_calls.push_back({"stop", {}, "uid 0, process 5", true});
+    EXPECT_EQ(std::string("init is under way, since ") + Time, ServiceStatus(picture));
     picture.m_calls.clear();
     picture.m_host.m_init = CallOutcome{"init", 0, {}, {"first", "no\nhost address"}};
     EXPECT_EQ(std::string("init: 0 (nothing done), ") + Time + ": no host address", ServiceStatus(picture));

@@ -54,6 +54,14 @@ TEST(StatusView, TellsSinceWhenAndWhy) {
     EXPECT_FALSE(UpgradeIsGood(picture));
 }
 
+TEST(StatusView, TellsOfCallsUnderWayAndOfThoseThatWait) {
+    Picture picture = OneModule();
+    picture.m_calls = {{"start", Noon(), ""}, {"stop", Noon(), "uid 0, process 5", true, "`start` since then"}};
+    EXPECT_THAT(StatusText(picture, {}),
+                testing::EndsWith("under way: start since 2026-11-22T12:00:00.000Z\n"
+                                  "waiting: stop since 2026-11-22T12:00:00.000Z, for `start` since then\n"));
+}
+
 TEST(StatusView, SaysThatMonitoringHasEndedAndThatAControllerIsSimulated) {
     Picture picture = OneModule();
     picture.m_health.m_state = HealthState::Ended;
