@@ -3,6 +3,7 @@
 #include "host/ImageSink.h"
 #include "host/api/Server.h"
 #include "host/client/BladeLock.h"
+#include "host/news/LogRing.h"
 #include "host/news/Teller.h"
 #include "host/output/Redirect.h"
 #include "host/resident/Resident.h"
@@ -245,18 +246,19 @@ void Serve(ApiServer& server, Resident& resident, Reloads& reloads) {
 }
 
 bool BeResident(const DaemonOptions& options, StopRequest& stop, Reloads& reloads) {
+    const KeptLog log;
     const HostPlace place = PlaceOfHost();
     const BladeLock lock(place, "bmhostd");
     const ServerSocket socket(lock, place);
     const int output = OutputFor(options);
     const auto lines = options.m_json ? MakeRunJson(output) : MakeRunText(output);
     ArmEndNotice(std::chrono::milliseconds(options.m_noticeAfter));
+    const Journal journal;
     PluginSession session(options.m_adaptor, options.m_mode, options.m_storage);
     Story story(*lines, stop);
-    const Journal journal;
     bool good = false;
     {
-        Resident resident(session, FactsOf(options, session), options.m_state, options.m_settings,
+        Resident resident(session, log.Lines(), FactsOf(options, session), options.m_state, options.m_settings,
                           journal.With(story.Listeners()), CarryOut);
         const TakenEvents events(session.Manager(), resident);
         ApiServer server(socket.Descriptor(), resident, LimitsFor(resident), ImagesOf(resident));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/output/Time.h"
+#include "host/session/LogEar.h"
 
 #include <nlohmann/json.hpp>
 
@@ -36,6 +37,18 @@ private:
     mutable std::mutex m_guard;
     std::deque<Line> m_lines;
     std::size_t m_bytes = 0;
+};
+
+/// Every line of the log from its construction on.
+class KeptLog {
+public:
+    const LogRing& Lines() const { return m_lines; }
+
+private:
+    LogRing m_lines;
+    const LogEar m_ear{[this](int level, const std::string& component, const std::string& text) {
+        m_lines.Add(WallNow(), level, component, text);
+    }};
 };
 
 } // namespace bmhost

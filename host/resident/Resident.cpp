@@ -25,11 +25,12 @@ constexpr std::size_t MostLifecycles = 8;
 
 } // namespace
 
-Resident::Resident(Session& adaptor, HostFacts facts, const std::string& state, ResidentSettings settings,
-                   ResidentListeners listeners, OrderCarrier carrier)
+Resident::Resident(Session& adaptor, const LogRing& log, HostFacts facts, const std::string& state,
+                   ResidentSettings settings, ResidentListeners listeners, OrderCarrier carrier)
     : m_adaptor(adaptor),
       m_listeners(std::move(listeners)),
       m_carrier(std::move(carrier)),
+      m_log(log),
       m_picture(m_news),
       m_upgrades(m_picture, state),
       m_settings(settings),

@@ -49,8 +49,9 @@ using OrderCarrier = std::function<OrderOutcome(const Order& order, Session& ses
 class Resident final : public ResidentHost {
 public:
     /// @param adaptor  for calls from any thread; it outlives this
+    /// @param log  what was logged; it outlives this
     /// @param state  the folder of the history of upgrades
-    Resident(Session& adaptor, HostFacts facts, const std::string& state, ResidentSettings settings,
+    Resident(Session& adaptor, const LogRing& log, HostFacts facts, const std::string& state, ResidentSettings settings,
              ResidentListeners listeners, OrderCarrier carrier);
     ~Resident() override;
 
@@ -109,8 +110,8 @@ private:
     const ResidentListeners m_listeners;
     const OrderCarrier m_carrier;
 
+    const LogRing& m_log;
     NewsRing m_news;
-    LogRing m_log;
     PictureKeeper m_picture;
     UpgradeBook m_upgrades;
 

@@ -20,7 +20,6 @@ constexpr std::chrono::seconds FaultLooks(1);
 } // namespace
 
 void Resident::Hear(int level, const std::string& component, const std::string& text) {
-    m_log.Add(WallNow(), level, component, text);
     std::optional<HealthChange> change;
     {
         const std::lock_guard lock(m_healthGuard);

@@ -180,6 +180,14 @@ def test_a_start_that_failed_is_tried_again_by_order(resident, tmp_path):
     assert host.end()[0] == 0
 
 
+def test_the_log_begins_with_the_host(resident, tmp_path):
+    (tmp_path / "state").mkdir()
+    (tmp_path / "state" / "upgrades.jsonl").write_text("garbage\n")
+    host = resident("--no-start")
+    assert any("upgrades.jsonl:1: no upgrade; skipped" in line["text"] for line in ask("/v1/log?lines=10000")[1]["lines"])
+    assert host.end()[0] == 0
+
+
 def test_a_hangup_reads_the_configuration_again(resident, tmp_path):
     config = tmp_path / "bmhost.toml"
     config.write_text("exit-on-fault = false\n")

@@ -64,7 +64,8 @@ protected:
             listeners.m_event = [](const AdaptorEvent&) {};
             listeners.m_health = [](const HealthChange&) {};
             listeners.m_wantsToEnd = [this] { m_wantsToEnd.Open(); };
-            m_host = std::make_unique<Resident>(m_adaptor, HostFacts{}, m_folder.Path(), m_settings, listeners,
+            m_host = std::make_unique<Resident>(m_adaptor, m_log.Lines(), HostFacts{}, m_folder.Path(), m_settings,
+                                                listeners,
                                                 [this](const Order& order, Session& session, const Picture& picture) {
                                                     return m_carry(order, session, picture);
                                                 });
@@ -113,6 +114,7 @@ protected:
 
     const Asker m_asker{4711, 7, 8, ""};
     TestFolder m_folder;
+    const KeptLog m_log;
     FakeAdaptor m_adaptor;
     ResidentSettings m_settings{};
     Latch m_wantsToEnd;

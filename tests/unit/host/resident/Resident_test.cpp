@@ -1,6 +1,8 @@
 // The resident host: what the adaptor tells by itself, and new settings.
 #include "host/resident/ResidentTest.h"
 
+#include "bm/Log.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,6 +20,12 @@ TEST_F(ResidentTest, AnEventIsInThePictureAndTold) {
     ASSERT_EQ(1U, News("event").size());
     EXPECT_THAT(News("event")[0], HasSubstr(R"({"op":"event","event":"0x70402","number":5,"params":[)"));
     EXPECT_THAT(News("event")[0], HasSubstr("\"text\":\"run status of AMC bay 3: running (4)\""));
+}
+
+TEST_F(ResidentTest, WhatWasLoggedBeforeItsConstructionIsInTheLog) {
+    bmiLog(BM_LOG_ERROR, "IPMI", "while loading");
+    ASSERT_EQ(1U, Host().LogLines(100).size());
+    EXPECT_EQ("while loading", Host().LogLines(100)[0]["text"]);
 }
 
 TEST_F(ResidentTest, TakesNewSettings) {
