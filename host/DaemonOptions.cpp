@@ -17,6 +17,7 @@ namespace {
 
 constexpr const char* ConfigFile = "/etc/bmhost/bmhost.toml";
 constexpr int LongestSweep = 86400;
+constexpr int LongestEndWait = 3600;
 
 // What is not there yet will be made. A file in its place would silently keep nothing.
 std::string CheckFolder(const std::string& path) {
@@ -32,6 +33,7 @@ DaemonOptions ReadDaemonOptions(const std::vector<std::string>& words) {
     options.m_storage = StorageHome();
     options.m_state = StateFolder();
     int sweep = 30;
+    int endWait = 10;
     CLI::App app("The resident host of a blade: holds its adaptor, and answers bmhost.", "bmhostd");
     app.set_version_flag("-V,--version", "bmhostd " BMHOST_VERSION, "show the version");
     app.set_config("--config", ConfigFile, "the configuration file: options as NAME = VALUE, in TOML");
@@ -49,6 +51,10 @@ DaemonOptions ReadDaemonOptions(const std::vector<std::string>& words) {
         ->check(CLI::Range(1, std::numeric_limits<int>::max()));
     app.add_option("--sweep", sweep, "seconds in which every LED is read once; 0: without a pause")
         ->check(CLI::Range(0, LongestSweep));
+    app.add_option("--end-wait", endWait,
+                   "seconds for which the end waits for a call that does not return; thirty times as long for start "
+                   "and stop")
+        ->check(CLI::Range(0, LongestEndWait));
     app.add_flag("--no-start", options.m_noStart, "init only: `bmhost start` starts the blade");
     app.add_flag("--exit-on-fault", options.m_settings.m_exitOnFault,
                  "end when init or start does not return 1, or the monitor finds a fault");
@@ -65,6 +71,7 @@ DaemonOptions ReadDaemonOptions(const std::vector<std::string>& words) {
         throw UsageError(error.what());
     }
     options.m_settings.m_sweep = std::chrono::seconds(sweep);
+    options.m_settings.m_endWait = std::chrono::seconds(endWait);
     return options;
 }
 

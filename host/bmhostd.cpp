@@ -245,6 +245,13 @@ void Serve(ApiServer& server, Resident& resident, Reloads& reloads) {
     });
 }
 
+// Standard error is where the log is not.
+void TellHung(const std::string& hung) {
+    const std::string text = hung + "; ending without it";
+    LogOwn(text);
+    if (!LeadsToJournal(STDERR_FILENO)) fprintf(stderr, "bmhost: %s\n", text.c_str());
+}
+
 bool BeResident(const DaemonOptions& options, StopRequest& stop, Reloads& reloads) {
     const KeptLog log;
     const HostPlace place = PlaceOfHost();
@@ -266,6 +273,7 @@ bool BeResident(const DaemonOptions& options, StopRequest& stop, Reloads& reload
         resident.Begin(StartsAlone(options, lock));
         Serve(server, resident, reloads);
         good = ender.Good();
+        if (const std::string hung = resident.Hung(); !hung.empty()) TellHung(hung);
         if (!resident.EndLanes(LastWait)) {
             // A call is in the adaptor for ever: neither it nor what it uses may go.
             story.Finish();

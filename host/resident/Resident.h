@@ -22,6 +22,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace bmhost {
@@ -31,6 +32,7 @@ struct ResidentSettings {
     std::chrono::milliseconds m_sweep{30'000}; ///< in which every LED is read once
     bool m_exitOnFault = false;
     bool m_restartOnFault = false;
+    std::chrono::milliseconds m_endWait{10'000}; ///< how long the end waits for a call that does not return
 };
 
 /// Who is told of what happens, on the thread on which it happens. None of them may log or wait.
@@ -74,14 +76,28 @@ public:
     /// Any thread.
     void Set(const ResidentSettings& settings);
 
-    /// Waits for an upgrade that is under way until `hurried` says no; then stop where the blade was started, and fin.
+    /// Waits for an upgrade that is under way until `hurried` says yes; then stop where the blade was started, and fin.
     /// True when the last calls of each kind returned 1 and no fault stands. Rethrows what the adaptor has thrown.
+    /// Of its calls it waits for each as long as the settings say, thirty times as long for start and stop, whose tools
+    /// take their time; for an init not at all when `hurried` says yes. Then it returns false, see Hung.
     bool End(const std::function<bool()>& hurried);
+    /// What End has not waited for any longer: "`init` has not returned since 2026-11-22T09:30:00.125Z"; empty:
+    /// nothing.
+    std::string Hung() const;
     /// False when a call has still not returned: then the adaptor must not be destroyed.
     bool EndLanes(std::chrono::milliseconds time);
 
 private:
     struct Asked;
+    /// What the lifecycle's lane is doing in the adaptor.
+    struct Step {
+        std::string m_name;
+        WallTime m_since{};
+        Lane::Clock::time_point m_begun{};
+        bool m_hurries = false; ///< it need not come to its end
+        bool m_tools = false;   ///< it runs the board's tools
+    };
+    class Stepping;
 
     Lane& LaneOf(const Call& call);
     Lane& LaneOf(const Order& order);
@@ -95,6 +111,7 @@ private:
     void ReadBlade();
     void Restart();
     bool HasToStop() const;
+    bool Hangs(Lane::Clock::time_point asked, bool hurried);
 
     Lane::Clock::time_point SweepOn();
     Lane::Clock::time_point ReadPortsOn();
@@ -129,6 +146,8 @@ private:
     bool m_startFailed = false; ///< the last one
     bool m_interrupted = false; ///< the last start returned when the end had been asked for
     std::exception_ptr m_thrown;
+    std::optional<Step> m_step;
+    std::string m_hung; ///< what the end has given up
     Lane::Clock::time_point m_portsDue = Lane::Clock::time_point::max();
 
     std::vector<LedReading> m_unchanged; ///< not in the picture yet; used in the controller's lane

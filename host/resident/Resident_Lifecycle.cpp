@@ -22,9 +22,45 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr std::chrono::milliseconds UpgradeBeat(100);
+constexpr std::chrono::milliseconds EndBeat(100);
+// Tools test every DSP of a blade one after the other.
+constexpr int ToolsPatience = 30;
 
 } // namespace
+
+/// Notes a step as long as it lives.
+class Resident::Stepping {
+public:
+    Stepping(Resident& host, Operation operation) : m_host(host) {
+        Step step;
+        step.m_name = OperationName(operation);
+        step.m_hurries = operation == Operation::Init;
+        step.m_tools = operation == Operation::Start || operation == Operation::Stop;
+        Set(step);
+    }
+    Stepping(const Stepping&) = delete;
+    Stepping& operator=(const Stepping&) = delete;
+    ~Stepping() {
+        const std::lock_guard lock(m_host.m_guard);
+        m_host.m_step.reset();
+    }
+
+    void Reads() const {
+        Step step;
+        step.m_name = "reading the blade";
+        Set(step);
+    }
+
+private:
+    void Set(Step step) const {
+        step.m_since = WallNow();
+        step.m_begun = Lane::Clock::now();
+        const std::lock_guard lock(m_host.m_guard);
+        m_host.m_step = std::move(step);
+    }
+
+    Resident& m_host;
+};
 
 void Resident::Begin(bool start) {
     ++m_orders;
@@ -65,6 +101,7 @@ int Resident::InitAgainAndStart(const std::string& asker) {
 
 int Resident::MakeLifecycle(Operation operation, const std::string& asker) {
     CallOutcome outcome{std::string(OperationName(operation)), 0, {}, {}};
+    const Stepping step(*this, operation);
     if (operation == Operation::Start) {
         const std::lock_guard lock(m_guard);
         m_fault = false;
@@ -90,6 +127,7 @@ int Resident::MakeLifecycle(Operation operation, const std::string& asker) {
     Note(outcome, asker);
     m_listeners.m_lifecycle(operation, outcome);
     if (operation == Operation::Init) m_inited = true;
+    step.Reads();
     if (operation != Operation::Fin) ReadBlade();
     if (outcome.m_result != Success && (operation == Operation::Init || operation == Operation::Start)) {
         const std::lock_guard lock(m_guard);
@@ -146,9 +184,11 @@ void Resident::Restart() {
 bool Resident::End(const std::function<bool()>& hurried) {
     m_ending = true;
     while (m_upgrades.IsUnderWay() && !hurried())
-        std::this_thread::sleep_for(UpgradeBeat);
-    std::promise<bool> ended;
-    const auto end = [this, &ended] {
+        std::this_thread::sleep_for(EndBeat);
+    const auto asked = Lane::Clock::now();
+    const auto ended = std::make_shared<std::promise<bool>>();
+    auto result = ended->get_future();
+    const auto end = [this, ended] {
         bool good = true;
         try {
             if (HasToStop()) good = Lifecycle(Operation::Stop, "") == Success;
@@ -156,15 +196,33 @@ bool Resident::End(const std::function<bool()>& hurried) {
         } catch (...) { // kept, for the caller
             good = false;
         }
-        ended.set_value(good);
+        ended->set_value(good);
     };
-    while (!m_lifecycle.Give(end)) // those that wait are about to be refused
-        std::this_thread::sleep_for(UpgradeBeat);
-    const bool good = ended.get_future().get();
+    bool given = m_lifecycle.Give(end);
+    while (result.wait_for(EndBeat) != std::future_status::ready) {
+        if (Hangs(asked, hurried())) return false;
+        given = given || m_lifecycle.Give(end); // those that wait are about to be refused
+    }
+    const bool good = result.get();
     const auto init = m_picture.Now()->m_host.m_init;
     const std::lock_guard lock(m_guard);
     if (m_thrown != nullptr) std::rethrow_exception(m_thrown);
     return good && !m_fault && !m_startFailed && init && init->m_result == Success;
+}
+
+bool Resident::Hangs(Lane::Clock::time_point asked, bool hurried) {
+    const std::lock_guard lock(m_guard);
+    if (!m_step) return false;
+    const auto patience = m_settings.m_endWait * (m_step->m_tools ? ToolsPatience : 1);
+    const bool atOnce = hurried && m_step->m_hurries;
+    if (!atOnce && Lane::Clock::now() - std::max(asked, m_step->m_begun) < patience) return false;
+    m_hung = "`" + m_step->m_name + "` has not returned since " + Rfc3339(m_step->m_since);
+    return true;
+}
+
+std::string Resident::Hung() const {
+    const std::lock_guard lock(m_guard);
+    return m_hung;
 }
 
 // A failed start is followed by a stop only if it was interrupted: then its tools may have run.

@@ -118,6 +118,84 @@ TEST_F(ResidentTest, WaitsAtItsEndForAnUpgradeUnlessItIsHurried) {
     EXPECT_EQ("init start stop fin", m_adaptor.Made());
 }
 
+TEST_F(ResidentTest, AnInitThatNeverReturnsDoesNotHoldUpTheEnd) {
+    m_settings.m_endWait = 1ms;
+    Latch begun;
+    Latch go;
+    m_adaptor.m_lifecycle = [&](Operation) {
+        begun.Open();
+        go.Wait();
+        return 1;
+    };
+    Host().Begin(true);
+    begun.Wait();
+    EXPECT_FALSE(Host().End([] { return false; }));
+    EXPECT_THAT(Host().Hung(), testing::MatchesRegex("`init` has not returned since 20.*Z"));
+    EXPECT_FALSE(Host().EndLanes(1ms));
+    go.Open();
+    EXPECT_TRUE(Host().EndLanes(30s));
+    EXPECT_EQ("init", m_adaptor.Made()) << "it has ended already";
+    m_host.reset(); // it uses what stands here
+}
+
+TEST_F(ResidentTest, AHurriedEndDoesNotWaitForInit) {
+    m_settings.m_endWait = 1h;
+    Latch begun;
+    Latch go;
+    m_adaptor.m_lifecycle = [&](Operation) {
+        begun.Open();
+        go.Wait();
+        return 1;
+    };
+    Host().Begin(true);
+    begun.Wait();
+    EXPECT_FALSE(Host().End([] { return true; }));
+    EXPECT_NE("", Host().Hung());
+    Host().EndLanes(0ms);
+    go.Open();
+    m_host.reset(); // it uses what stands here
+}
+
+class ResidentHung : public ResidentTest, public testing::WithParamInterface<Operation> {};
+
+TEST_P(ResidentHung, DoesNotHoldUpTheEnd) {
+    m_settings.m_endWait = 1ms;
+    Latch go;
+    m_adaptor.m_lifecycle = [&](Operation operation) {
+        if (operation == GetParam()) go.Wait();
+        return 1;
+    };
+    Host().Begin(true);
+    EXPECT_TRUE(Comes([this] { return m_adaptor.Made() == "init start"; }));
+    EXPECT_FALSE(Host().End([] { return true; }));
+    EXPECT_THAT(Host().Hung(), testing::StartsWith("`" + std::string(OperationName(GetParam())) + "` has not"));
+    Host().EndLanes(0ms);
+    go.Open();
+    m_host.reset(); // it uses what stands here
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, ResidentHung, testing::Values(Operation::Start, Operation::Stop, Operation::Fin));
+
+TEST_F(ResidentTest, ACallThatReturnsInTimeIsWaitedForAndFinFollows) {
+    Latch begun;
+    Latch asked;
+    m_adaptor.m_lifecycle = [&](Operation operation) {
+        if (operation == Operation::Init) {
+            begun.Open();
+            asked.Wait();
+        }
+        return 1;
+    };
+    Host().Begin(true);
+    begun.Wait();
+    EXPECT_TRUE(Host().End([&] { // asked for while it waits
+        asked.Open();
+        return false;
+    }));
+    EXPECT_EQ("", Host().Hung());
+    EXPECT_EQ("init fin", m_adaptor.Made());
+}
+
 TEST_F(ResidentTest, ALaneWhoseCallNeverReturnsDoesNotHoldUpTheEnd) {
     Latch begun;
     Latch go;
