@@ -6,10 +6,13 @@
 #include "host/words/Error.h"
 #include "host/words/Names.h"
 
+#include "bm_dev/ByteText.h"
+
 #include <algorithm>
 #include <initializer_list>
 #include <limits>
 #include <set>
+#include <string_view>
 
 namespace bmhost {
 
@@ -96,7 +99,7 @@ void SetValue(CBMIParam& param, const json& value, const std::string& key) {
         break;
     }
     if (!value.is_string()) RefuseKey(key, value, "expected a text");
-    const auto bytes = BytesOfJsonText(value.get_ref<const std::string&>());
+    const auto bytes = bm_dev::ExactBytesOfUtf8(value.get_ref<const std::string&>());
     if (!bytes) RefuseKey(key, value, "expected characters up to U+00FF: each stands for one byte");
     param.SetString(*bytes);
 }
@@ -182,20 +185,6 @@ Call CallOf(const json& value) {
     call.m_keys = RowOf<CBMIKeys>(value, "keys", call.m_group, true);
     if (writes) call.m_values = RowOf<CBMIParams>(value, "values", call.m_group, false);
     return call;
-}
-
-std::optional<std::string> BytesOfJsonText(std::string_view text) {
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto first = static_cast<unsigned char>(text[i]);
-        if (first < 0x80) {
-            bytes += text[i];
-            continue;
-        }
-        if ((first != 0xC2 && first != 0xC3) || i + 1 == text.size()) return std::nullopt;
-        bytes += static_cast<char>(((first & 3) << 6) | (static_cast<unsigned char>(text[++i]) & 0x3F));
-    }
-    return bytes;
 }
 
 } // namespace bmhost

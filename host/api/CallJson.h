@@ -6,9 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <optional>
 #include <string>
-#include <string_view>
 
 namespace bmhost {
 
@@ -17,9 +15,5 @@ nlohmann::json JsonOf(const std::string& body);
 
 /// Throws Refusal: 409 for an operation that clients cannot give, 400 with the key that is wrong.
 Call CallOf(const nlohmann::json& value);
-
-/// The bytes for which a text from JSON stands: each character up to U+00FF is the byte of that number, as in what the
-/// host answers. Nothing when there are others.
-std::optional<std::string> BytesOfJsonText(std::string_view text);
 
 } // namespace bmhost

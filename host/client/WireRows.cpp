@@ -9,6 +9,7 @@
 
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 namespace bmhost {
 
@@ -30,23 +31,11 @@ const ordered_json& Member(const ordered_json& object, const char* key) {
     return object.at(key);
 }
 
-// The other way round: each of the characters up to U+00FF is a byte.
-std::string BytesOf(const ordered_json& value) {
+std::string TextOfWire(const ordered_json& value) {
     if (!value.is_string()) RefuseWire("no text", value);
-    const auto& text = value.get_ref<const std::string&>();
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto first = static_cast<unsigned char>(text[i]);
-        if (first < 0x80) {
-            bytes += text[i];
-        } else if (first < 0xC4 && i + 1 < text.size()) {
-            const auto second = static_cast<unsigned char>(text[++i]);
-            bytes += static_cast<char>(static_cast<unsigned>(first & 0x03U) << 6U | (second & 0x3FU));
-        } else {
-            RefuseWire("no byte in the text", value);
-        }
-    }
-    return bytes;
+    auto bytes = bm_dev::ExactBytesOfUtf8(value.get_ref<const std::string&>());
+    if (!bytes) RefuseWire("no byte in the text", value);
+    return *std::move(bytes);
 }
 
 CBMIParam ParamOfWire(const ordered_json& object) {
@@ -62,7 +51,7 @@ CBMIParam ParamOfWire(const ordered_json& object) {
         param.SetBool(value.get<bool>());
         break;
     case BM_ADAPTOR::BMI_PARAM_STRING:
-        param.SetString(BytesOf(value));
+        param.SetString(TextOfWire(value));
         break;
     case BM_ADAPTOR::BMI_PARAM_INT:
     case BM_ADAPTOR::BMI_PARAM_UINT:

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,22 @@ inline std::string Utf8OfBytes(std::string_view bytes) {
         }
     }
     return text;
+}
+
+/// The other way round: nothing when the text has other characters, or is no UTF-8.
+inline std::optional<std::string> ExactBytesOfUtf8(std::string_view text) {
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto first = static_cast<unsigned char>(text[i]);
+        if (first < 0x80) {
+            bytes += text[i];
+            continue;
+        }
+        const unsigned char second = i + 1 < text.size() ? static_cast<unsigned char>(text[++i]) : 0;
+        if ((first != 0xC2 && first != 0xC3) || (second & 0xC0) != 0x80) return std::nullopt;
+        bytes += static_cast<char>(((first & 0x03) << 6) | (second & 0x3F));
+    }
+    return bytes;
 }
 
 /// The length in bytes of the UTF-8 character at the beginning of the text: 0 when there is no valid one, -1 when the

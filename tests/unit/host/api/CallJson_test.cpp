@@ -129,9 +129,9 @@ TEST(CallJson, DeeplyNestedJsonIsRefused) {
     EXPECT_EQ(RefusalOfBody(deep + std::string(60'000, ']')), "400 body | nested too deeply");
 }
 
-TEST(CallJson, BytesComeBackAsTheyWereSent) {
-    EXPECT_EQ(BytesOfJsonText("a\xC2\x80\xC3\xBF"), "a\x80\xFF");
-    EXPECT_EQ(BytesOfJsonText(""), "");
-    EXPECT_EQ(BytesOfJsonText("\xC4\x80"), std::nullopt);
-    EXPECT_EQ(BytesOfJsonText("\xC3"), std::nullopt);
+TEST(CallJson, ATextsCharactersAreBytes) {
+    const Call call = CallOf(
+        JsonOf("{\"op\":\"read\",\"group\":\"0x300\",\"keys\":[{\"id\":\"0x303\",\"value\":\"a\u0080\u00FF\"}]}"));
+    ASSERT_EQ(call.m_keys.GetSize(), 1);
+    EXPECT_EQ(call.m_keys.Get(0)->GetString(), "a\x80\xFF");
 }

@@ -10,6 +10,24 @@ TEST(ByteText, HasTheCharacterOfEachBytesNumber) {
     EXPECT_EQ(Utf8OfBytes(std::string(1, '\0')), std::string(1, '\0'));
 }
 
+TEST(ByteText, HasTheBytesOfSuchATextAgain) {
+    std::string all;
+    for (int byte = 0; byte <= 0xFF; ++byte)
+        all += static_cast<char>(byte);
+    EXPECT_EQ(ExactBytesOfUtf8(Utf8OfBytes(all)), all);
+    EXPECT_EQ(ExactBytesOfUtf8(""), "");
+}
+
+TEST(ByteText, HasNoBytesForOtherTexts) {
+    EXPECT_EQ(ExactBytesOfUtf8("a\u0100"), std::nullopt) << "beyond the last byte";
+    EXPECT_EQ(ExactBytesOfUtf8("\u20AC"), std::nullopt);
+    EXPECT_EQ(ExactBytesOfUtf8("a\xC3"), std::nullopt) << "cut";
+    EXPECT_EQ(ExactBytesOfUtf8("\xC2z"), std::nullopt) << "cut";
+    EXPECT_EQ(ExactBytesOfUtf8("\xC3\xC3"), std::nullopt) << "cut";
+    EXPECT_EQ(ExactBytesOfUtf8("\xC1\xBF"), std::nullopt) << "too long";
+    EXPECT_EQ(ExactBytesOfUtf8("\x9B"), std::nullopt) << "a byte alone";
+}
+
 TEST(ByteText, HidesWhatSteersATerminalAndLeavesOtherTextAsItIs) {
     EXPECT_EQ(Printable("a\x1B[0m\t\n\r\x7F"), "a?[0m????");
     EXPECT_EQ(Printable("a\n\tb\r", "\n\t"), "a\n\tb?");
