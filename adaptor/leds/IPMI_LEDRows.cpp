@@ -1,6 +1,7 @@
 // An LED's setting to and from the host's rows. Baseboard and AMC rows follow one rule and differ in their ids.
 #include "adaptor/IPMI_LEDs.h"
 
+#include "common/veldo_common_led_rows.h"
 #include "common/veldo_common_rows.h"
 #include "common/veldo_common_trace.h"
 
@@ -10,33 +11,6 @@ namespace BM_ADAPTOR {
 
 namespace {
 
-struct INTERNAL_ROW_IDS {
-    BMIParamId_e m_LocalControl;
-    BMIParamId_e m_OnTime;
-    BMIParamId_e m_OffTime;
-    BMIParamId_e m_LampTest;
-    BMIParamId_e m_Color;
-    std::array<BMIParamId_e, 6> m_Supports; ///< in the order of LED_STATE::m_ColorSupported
-};
-
-constexpr INTERNAL_ROW_IDS BASEBOARD_IDS = {BMI_HW_BB_LED_LOCAL_CONTROL,
-                                            BMI_HW_BB_LED_ON_TIME,
-                                            BMI_HW_BB_LED_OFF_TIME,
-                                            BMI_HW_BB_LED_LAMP_TEST,
-                                            BMI_HW_BB_LED_COLOR,
-                                            {BMI_HW_BB_LED_SUPPORTS_WHITE, BMI_HW_BB_LED_SUPPORTS_ORANGE,
-                                             BMI_HW_BB_LED_SUPPORTS_AMBER, BMI_HW_BB_LED_SUPPORTS_GREEN,
-                                             BMI_HW_BB_LED_SUPPORTS_RED, BMI_HW_BB_LED_SUPPORTS_BLUE}};
-
-constexpr INTERNAL_ROW_IDS AMC_IDS = {BMI_HW_AMC_LED_LOCAL_CONTROL,
-                                      BMI_HW_AMC_LED_ON_TIME,
-                                      BMI_HW_AMC_LED_OFF_TIME,
-                                      BMI_HW_AMC_LED_LAMP_TEST,
-                                      BMI_HW_AMC_LED_COLOR,
-                                      {BMI_HW_AMC_LED_SUPPORTS_WHITE, BMI_HW_AMC_LED_SUPPORTS_ORANGE,
-                                       BMI_HW_AMC_LED_SUPPORTS_AMBER, BMI_HW_AMC_LED_SUPPORTS_GREEN,
-                                       BMI_HW_AMC_LED_SUPPORTS_RED, BMI_HW_AMC_LED_SUPPORTS_BLUE}};
-
 // A value that no write can do without: no default is safe.
 std::optional<int32_t> Required(const CBMIParams* a_Row, BMIParamId_e a_Id) {
     const auto l_Value = IntParam(a_Row, a_Id);
@@ -44,7 +18,7 @@ std::optional<int32_t> Required(const CBMIParams* a_Row, BMIParamId_e a_Id) {
     return l_Value;
 }
 
-bool RowToState(const CBMIParams* a_Row, const INTERNAL_ROW_IDS& a_Ids, LED_STATE* a_State) {
+bool RowToState(const CBMIParams* a_Row, const LED_ROW_IDS& a_Ids, LED_STATE* a_State) {
     const auto l_Override = Required(a_Row, a_Ids.m_LocalControl);
     const auto l_OnTime = Required(a_Row, a_Ids.m_OnTime);
     const auto l_OffTime = Required(a_Row, a_Ids.m_OffTime);
@@ -59,12 +33,13 @@ bool RowToState(const CBMIParams* a_Row, const INTERNAL_ROW_IDS& a_Ids, LED_STAT
     return true;
 }
 
-void StateToRow(CBMIParams& a_Row, const INTERNAL_ROW_IDS& a_Ids, const LED_STATE& a_State) {
+void StateToRow(CBMIParams& a_Row, const LED_ROW_IDS& a_Ids, const LED_STATE& a_State) {
     AddInt(a_Row, a_Ids.m_LocalControl, a_State.m_LocalControl); // as it is, see RowToState
     AddInt(a_Row, a_Ids.m_OnTime, a_State.m_OnTime);
     AddInt(a_Row, a_Ids.m_OffTime, a_State.m_OffTime);
     AddInt(a_Row, a_Ids.m_LampTest, a_State.m_LampTestDuration);
     AddInt(a_Row, a_Ids.m_Color, a_State.m_Color);
+    // LED_STATE::m_ColorSupported has the order of g_LEDColors.
     for (std::size_t i = 0; i < a_Ids.m_Supports.size(); ++i)
         AddBool(a_Row, a_Ids.m_Supports[i], a_State.m_ColorSupported[i]);
 }
@@ -114,11 +89,11 @@ void StateToExternalRow(CBMIParams* a_Row, BMIParamId_e a_ColorId, BMIParamId_e 
 } // namespace
 
 bool ConvertInternalRowToState(const CBMIParams* a_Row, LED_STATE* a_State) {
-    return RowToState(a_Row, BASEBOARD_IDS, a_State);
+    return RowToState(a_Row, g_BaseboardLEDIds, a_State);
 }
 
 bool ConvertInternalAMCRowToState(const CBMIParams* a_Row, LED_STATE* a_State) {
-    if (!RowToState(a_Row, AMC_IDS, a_State)) return false;
+    if (!RowToState(a_Row, g_AMCLEDIds, a_State)) return false;
     LogTrace(g_Logger2,
              "IPMIAdaptor :: ConvertInternalAMCRowToState(), returning a_LEDState->m_OnTime=%d,m_OffTime=%d, "
              "m_LocalControl=%d,\t\t\t\tm_LampTestDuration=%d, m_Color=%d\n",
@@ -130,13 +105,13 @@ bool ConvertInternalAMCRowToState(const CBMIParams* a_Row, LED_STATE* a_State) {
 void ConvertStateToInternalRow(CBMIParams* a_Row, const LED_STATE& a_State) {
     LogTrace(g_Logger2, "BBLED-ConvertStateToInternalRow");
     if (a_Row == nullptr) EndWithoutRow("ERROR ConvertStateToInternalRow a_pRow==NULL");
-    StateToRow(*a_Row, BASEBOARD_IDS, a_State);
+    StateToRow(*a_Row, g_BaseboardLEDIds, a_State);
 }
 
 void ConvertStateToInternalAMCRow(CBMIParams* a_Row, const LED_STATE& a_State) {
     LogTrace(g_Logger2, "BBLED-ConvertStateToInternalAMCRow");
     if (a_Row == nullptr) EndWithoutRow("ERROR ConvertStateToInternalAMCRow a_pRow==NULL");
-    StateToRow(*a_Row, AMC_IDS, a_State);
+    StateToRow(*a_Row, g_AMCLEDIds, a_State);
 }
 
 void ConvertStateToExternalRow(CBMIParams* a_Row, const LED_STATE& a_State) {

@@ -1,6 +1,7 @@
 // The blade's LEDs as the adaptor's LED groups show them: where they are, what they do.
 #include "host/picture/Led.h"
 
+#include "common/veldo_common_led_rows.h"
 #include "host/session/Rows.h"
 #include "host/session/Session.h"
 
@@ -14,45 +15,6 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-/// The ids of one LED group's keys and values.
-struct LedGroup {
-    unsigned m_group;
-    unsigned m_led;
-    unsigned m_bay; ///< 0: the group has no such key
-    unsigned m_local;
-    unsigned m_onTime;
-    unsigned m_offTime;
-    unsigned m_lampTest;
-    unsigned m_color;
-    /// White, orange, amber, green, red, blue.
-    std::array<unsigned, 6> m_supports;
-};
-
-constexpr LedGroup BaseboardLeds = {BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL,
-                                    BMI_HW_BB_LED_ID,
-                                    0,
-                                    BMI_HW_BB_LED_LOCAL_CONTROL,
-                                    BMI_HW_BB_LED_ON_TIME,
-                                    BMI_HW_BB_LED_OFF_TIME,
-                                    BMI_HW_BB_LED_LAMP_TEST,
-                                    BMI_HW_BB_LED_COLOR,
-                                    {BMI_HW_BB_LED_SUPPORTS_WHITE, BMI_HW_BB_LED_SUPPORTS_ORANGE,
-                                     BMI_HW_BB_LED_SUPPORTS_AMBER, BMI_HW_BB_LED_SUPPORTS_GREEN,
-                                     BMI_HW_BB_LED_SUPPORTS_RED, BMI_HW_BB_LED_SUPPORTS_BLUE}};
-constexpr LedGroup ModuleLeds = {BMI_GROUP_HARDWARE_AMC_LED_INTERNAL,
-                                 BMI_HW_AMC_LED_ID,
-                                 BMI_HW_AMC_LED_BAY,
-                                 BMI_HW_AMC_LED_LOCAL_CONTROL,
-                                 BMI_HW_AMC_LED_ON_TIME,
-                                 BMI_HW_AMC_LED_OFF_TIME,
-                                 BMI_HW_AMC_LED_LAMP_TEST,
-                                 BMI_HW_AMC_LED_COLOR,
-                                 {BMI_HW_AMC_LED_SUPPORTS_WHITE, BMI_HW_AMC_LED_SUPPORTS_ORANGE,
-                                  BMI_HW_AMC_LED_SUPPORTS_AMBER, BMI_HW_AMC_LED_SUPPORTS_GREEN,
-                                  BMI_HW_AMC_LED_SUPPORTS_RED, BMI_HW_AMC_LED_SUPPORTS_BLUE}};
-constexpr std::array SupportsColors = {INTERNAL_LED_WHITE, INTERNAL_LED_ORANGE, INTERNAL_LED_AMBER,
-                                       INTERNAL_LED_GREEN, INTERNAL_LED_RED,    INTERNAL_LED_BLUE};
-
 struct ColorName {
     int m_color;
     std::string_view m_name;
@@ -64,32 +26,37 @@ constexpr ColorName Colors[] = {
 };
 constexpr std::array<const char*, LastLed> Leds = {"hot swap", "out of service", "health", "LED 3"};
 
-const LedGroup& GroupOf(LedPlace place) {
-    return place.m_bay == BaseboardBay ? BaseboardLeds : ModuleLeds;
+const LED_ROW_IDS& IdsOf(LedPlace place) {
+    return place.m_bay == BaseboardBay ? g_BaseboardLEDIds : g_AMCLEDIds;
 }
 
 } // namespace
 
 CBMIKeys LedKeys(LedPlace place) {
-    const LedGroup& group = GroupOf(place);
+    const LED_ROW_IDS& ids = IdsOf(place);
     CBMIKeys keys;
-    keys.Add(Integer(group.m_led, place.m_led, true));
-    if (group.m_bay != 0) keys.Add(Integer(group.m_bay, place.m_bay, true));
+    keys.Add(Integer(ids.m_LED, place.m_led, true));
+    if (ids.m_Bay) keys.Add(Integer(*ids.m_Bay, place.m_bay, true));
     return keys;
 }
 
 unsigned LedGroupOf(LedPlace place) {
-    return GroupOf(place).m_group;
+    return IdsOf(place).m_Group;
+}
+
+bool AsksController(unsigned group) {
+    return group == g_BaseboardLEDIds.m_Group || group == g_AMCLEDIds.m_Group ||
+           group == BMI_GROUP_BM_IPMI_BASEBOARD_LED || group == BMI_GROUP_HARDWARE_AMC_LED_TABLE;
 }
 
 LedRow LedRowOf(const CBMIParams& row, int bay) {
-    const LedGroup& group = GroupOf({bay, FirstLed});
+    const LED_ROW_IDS& ids = IdsOf({bay, FirstLed});
     const auto value = [&](unsigned id) { return IntegerOf(row, id); };
-    LedRow led{value(group.m_local),    value(group.m_onTime), value(group.m_offTime),
-               value(group.m_lampTest), value(group.m_color),  {}};
-    for (std::size_t i = 0; i < SupportsColors.size(); ++i) {
-        const CBMIParam* const supports = row.GetParamById(group.m_supports[i]);
-        if (supports != nullptr && supports->GetBool()) led.m_colors.push_back(SupportsColors[i]);
+    LedRow led{value(ids.m_LocalControl), value(ids.m_OnTime), value(ids.m_OffTime),
+               value(ids.m_LampTest),     value(ids.m_Color),  {}};
+    for (std::size_t i = 0; i < g_LEDColors.size(); ++i) {
+        const CBMIParam* const supports = row.GetParamById(ids.m_Supports.at(i));
+        if (supports != nullptr && supports->GetBool()) led.m_colors.push_back(g_LEDColors.at(i));
     }
     return led;
 }
@@ -126,22 +93,22 @@ std::optional<int> LedColorNumber(std::string_view name) {
 }
 
 std::optional<LedRow> ReadLed(Session& session, LedPlace place, int& result) {
-    const LedGroup& group = GroupOf(place);
-    const auto row = session.Row(group.m_group, LedKeys(place), result);
+    const LED_ROW_IDS& ids = IdsOf(place);
+    const auto row = session.Row(ids.m_Group, LedKeys(place), result);
     if (result != Success || row == nullptr) return std::nullopt;
     return LedRowOf(*row, place.m_bay);
 }
 
 int WriteLed(Session& session, LedPlace place, const LedRow& row) {
-    const LedGroup& group = GroupOf(place);
+    const LED_ROW_IDS& ids = IdsOf(place);
     CBMIParams values;
     // The row says whether the LED is overridden.
-    values.Add(Integer(group.m_local, row.m_local == 0 ? 1 : 0, false));
-    values.Add(Integer(group.m_onTime, row.m_onTime, false));
-    values.Add(Integer(group.m_offTime, row.m_offTime, false));
-    values.Add(Integer(group.m_color, row.m_color, false));
+    values.Add(Integer(ids.m_LocalControl, row.m_local == 0 ? 1 : 0, false));
+    values.Add(Integer(ids.m_OnTime, row.m_onTime, false));
+    values.Add(Integer(ids.m_OffTime, row.m_offTime, false));
+    values.Add(Integer(ids.m_Color, row.m_color, false));
     CBMIKeys keys = LedKeys(place);
-    return session.WriteRow(group.m_group, keys, values);
+    return session.WriteRow(ids.m_Group, keys, values);
 }
 
 std::string LedBayText(int bay) {

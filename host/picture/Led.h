@@ -55,6 +55,8 @@ bool IsLit(const LedRow& row);
 /// The group's keys of this LED, and its number.
 BM_ADAPTOR::CBMIKeys LedKeys(LedPlace place);
 unsigned LedGroupOf(LedPlace place);
+/// Whether a call of this group waits for the controller: those of LEDs do, and no other.
+bool AsksController(unsigned group);
 
 /// The LED's state; empty when the read did not return 1. `result` becomes the call's result.
 std::optional<LedRow> ReadLed(Session& session, LedPlace place, int& result);

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace {
 
 using namespace bmhost;
@@ -26,6 +28,14 @@ TEST(LedColor, ThatIsNoneCannotBeAskedFor) {
 TEST(LedColor, OfAnyNumberHasAText) {
     EXPECT_EQ("unknown", LedColorName(7));
     EXPECT_EQ("unknown", LedColorName(-1));
+}
+
+TEST(LedGroups, AndNoOthersAskTheController) {
+    std::vector<unsigned> asking;
+    for (const auto& group : BM_ADAPTOR::g_GroupNames) {
+        if (AsksController(group.m_Group)) asking.push_back(group.m_Group);
+    }
+    EXPECT_EQ((std::vector<unsigned>{0x100, 0x200, 0x30100, 0x30300}), asking);
 }
 
 TEST(LedNames, TellPlaceAndPurpose) {
