@@ -125,6 +125,7 @@ public:
                 note.m_bay = bay->get<int32_t>();
             m_log.Note(note);
         };
+        listeners.m_upgradeEnded = [this](const UpgradeFacts& upgrade) { m_log.Note(NoteOfUpgrade(upgrade)); };
         return listeners;
     }
 

@@ -68,7 +68,8 @@ void Resident::Take(const AdaptorEvent& event) {
             return false;
         });
     } else if (event.m_event == BMI_GROUP_FIRMWARE_UPDATE) {
-        m_upgrades.Told(event.m_params);
+        const auto ended = m_upgrades.Told(event.m_params);
+        if (ended && m_listeners.m_upgradeEnded) m_listeners.m_upgradeEnded(*ended);
     }
     ordered_json line;
     MakeJsonOutput([&line](ordered_json fields) {

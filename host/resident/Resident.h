@@ -43,6 +43,8 @@ struct ResidentListeners {
     std::function<void()> m_wantsToEnd; ///< for --exit-on-fault, and when the adaptor has thrown
     /// An order was carried out. Null: nobody wants to know.
     std::function<void(const Order& order, const OrderOutcome& outcome, const std::string& asker)> m_order = {};
+    /// A firmware upgrade has ended. Null: nobody wants to know.
+    std::function<void(const UpgradeFacts& upgrade)> m_upgradeEnded = {};
 };
 
 /// Carries an order out: bmhost::CarryOut, but for tests.

@@ -116,10 +116,14 @@ void UpgradeBook::Began(bool accepted) {
     if (!picture->m_upgrades.empty()) Keep(picture->m_upgrades.back());
 }
 
-void UpgradeBook::Told(const CBMIParams& params) {
+std::optional<UpgradeFacts> UpgradeBook::Told(const CBMIParams& params) {
     const UpgradeRow row = UpgradeOf(params);
-    if (row.m_state == UpgradeIsRunning) return;
-    std::optional<UpgradeFacts> told;
+    if (row.m_state == UpgradeIsRunning) return std::nullopt;
+    bool known = false;
+    UpgradeFacts told;
+    told.m_target = row.m_target;
+    told.m_bay = row.m_bay;
+    told.m_state = row.m_state;
     m_picture.Change({"upgrades"}, [&](Picture& picture) {
         // The oldest: a younger one is about to be refused.
         for (UpgradeFacts& upgrade : picture.m_upgrades) {
@@ -127,14 +131,16 @@ void UpgradeBook::Told(const CBMIParams& params) {
             upgrade.m_state = row.m_state;
             upgrade.m_ended = WallNow();
             told = upgrade;
+            known = true;
             return true;
         }
         return false;
     });
-    if (told) Keep(*told);
+    if (known) Keep(told);
     const std::lock_guard lock(m_guard);
     std::error_code error; // somebody may have removed it
     if (!m_image.empty()) std::filesystem::remove(std::exchange(m_image, {}), error);
+    return told;
 }
 
 void UpgradeBook::Inventoried() {

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace bmhost {
@@ -42,8 +43,9 @@ public:
     void Begin(const BM_ADAPTOR::CBMIParams& values, const Image& image, const std::string& asker);
     /// The adaptor has accepted what was begun last, or not.
     void Began(bool accepted);
-    /// The adaptor has told of one, by an event.
-    void Told(const BM_ADAPTOR::CBMIParams& params);
+    /// The adaptor has told of one, by an event. Returns it when it has ended; of one that is not in the book, only
+    /// what the event says.
+    std::optional<UpgradeFacts> Told(const BM_ADAPTOR::CBMIParams& params);
     /// The inventory was taken anew: the modules tell their new versions.
     void Inventoried();
 

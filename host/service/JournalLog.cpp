@@ -1,6 +1,8 @@
 // The log and what becomes of calls, as entries of the system's journal.
 #include "host/service/JournalLog.h"
 
+#include "host/picture/StatusNames.h"
+
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <systemd/sd-journal.h>
@@ -35,6 +37,18 @@ bool LeadsToJournal(int descriptor) {
     struct stat file {};
     if (stream == nullptr || ::fstat(descriptor, &file) != 0) return false;
     return stream == std::to_string(file.st_dev) + ":" + std::to_string(file.st_ino);
+}
+
+JournalNote NoteOfUpgrade(const UpgradeFacts& upgrade) {
+    JournalNote note;
+    note.m_operation = "firmware-update";
+    note.m_text = "firmware upgrade of " + UpgradeTargetText({upgrade.m_target, upgrade.m_bay, upgrade.m_state}) +
+                  ": " + std::string(UpgradeStateName(upgrade.m_state));
+    if (upgrade.m_target == UpgradeOfModule) note.m_bay = upgrade.m_bay;
+    note.m_result = upgrade.m_state;
+    note.m_good = upgrade.m_state == UpgradeIsDone;
+    note.m_asker = upgrade.m_asker;
+    return note;
 }
 
 JournalLog::JournalLog() : JournalLog(SendToJournal) {}

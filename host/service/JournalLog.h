@@ -2,6 +2,8 @@
 // are found.
 #pragma once
 
+#include "host/picture/Picture.h"
+
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -13,15 +15,18 @@ namespace bmhost {
 /// Whether this descriptor leads to the journal, by what the service manager says in JOURNAL_STREAM.
 bool LeadsToJournal(int descriptor);
 
-/// A call or an order that has ended, or something else worth finding again.
+/// A call, an order or an upgrade that has ended, or something else worth finding again.
 struct JournalNote {
     std::string m_operation = {};         ///< OPERATION: "start", "led-set", "write 0x30200"
     std::string m_text = {};              ///< MESSAGE
     std::optional<int32_t> m_bay = {};    ///< BAY, where it concerns one
-    std::optional<int32_t> m_result = {}; ///< RESULT: the adaptor's
+    std::optional<int32_t> m_result = {}; ///< RESULT: the adaptor's; of an upgrade's end, its state
     bool m_good = true;                   ///< otherwise it is a warning
     std::string m_asker = {};             ///< ASKER: who wanted it, "uid 0, process 4711"; empty: nobody outside
 };
+
+/// Of one that has ended: found by the operation and the bay by which the order that began it is found.
+JournalNote NoteOfUpgrade(const UpgradeFacts& upgrade);
 
 /// Any thread, several at once; nothing is thrown, and nothing is waited for but the journal's socket.
 class JournalLog {

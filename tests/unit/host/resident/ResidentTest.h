@@ -63,6 +63,7 @@ protected:
             };
             listeners.m_event = [](const AdaptorEvent&) {};
             listeners.m_health = [](const HealthChange&) {};
+            listeners.m_upgradeEnded = [this](const UpgradeFacts& upgrade) { m_ended.push_back(upgrade); };
             listeners.m_wantsToEnd = [this] { m_wantsToEnd.Open(); };
             m_host = std::make_unique<Resident>(m_adaptor, m_log.Lines(), HostFacts{}, m_folder.Path(), m_settings,
                                                 listeners,
@@ -121,6 +122,7 @@ protected:
     OrderCarrier m_carry = [](const Order&, Session&, const Picture&) { return Good(); };
     std::mutex m_guard;
     std::string m_told;
+    std::vector<UpgradeFacts> m_ended; ///< as the resident host tells
     std::unique_ptr<Resident> m_host;
 };
 

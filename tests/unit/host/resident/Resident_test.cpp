@@ -28,6 +28,31 @@ TEST_F(ResidentTest, WhatWasLoggedBeforeItsConstructionIsInTheLog) {
     EXPECT_EQ("while loading", Host().LogLines(100)[0]["text"]);
 }
 
+TEST_F(ResidentTest, TheEndOfAnUpgradeIsToldWithWhatItWasAndWhoOrderedIt) {
+    Begin();
+    Call upgrade;
+    upgrade.m_operation = Operation::Write;
+    upgrade.m_group = BMI_GROUP_FIRMWARE_UPDATE;
+    upgrade.m_values = ::Row(Int(BMI_FW_UPDATE_TARGET, UPGRADETARGET_MODULE), Int(BMI_FW_UPDATE_BAY, 3),
+                             Text(BMI_FW_UPDATE_FILE, "/image"));
+    Waiting begun;
+    Host().Ask(m_asker, upgrade, begun.Taker());
+    EXPECT_EQ(200U, begun.Get().m_status);
+    const auto event = [](int state) {
+        return AdaptorEvent{BMI_EVENT_FIRMWARE_UPDATE, 5,
+                            ::Row<CBMIEvParams>(Int(BMI_FW_UPDATE_TARGET, UPGRADETARGET_MODULE),
+                                                Int(BMI_FW_UPDATE_BAY, 3), Int(BMI_FW_UPDATE_STATE, state))};
+    };
+    Host().Take(event(UPGRADE_REQUESTED));
+    EXPECT_TRUE(m_ended.empty());
+    Host().Take(event(UPGRADE_DONE));
+    ASSERT_EQ(1U, m_ended.size());
+    EXPECT_EQ(3, m_ended[0].m_bay);
+    EXPECT_EQ(UPGRADE_DONE, m_ended[0].m_state);
+    EXPECT_EQ("/image", m_ended[0].m_file);
+    EXPECT_EQ("uid 7, process 4711", m_ended[0].m_asker);
+}
+
 TEST_F(ResidentTest, TakesNewSettings) {
     Begin();
     Wait([](const Picture& picture) { return picture.m_leds.size() == 4; });

@@ -90,6 +90,17 @@ TEST_F(UpgradeBookTest, AnEndThatIsToldBeforeTheCallReturnsIsKept) {
     EXPECT_FALSE(book.IsUnderWay());
 }
 
+TEST_F(UpgradeBookTest, AnEndOfOneThatIsNotInTheBookIsReturnedAsTheEventTellsIt) {
+    UpgradeBook book(m_picture, m_folder.Path());
+    EXPECT_FALSE(book.Told(Event(UPGRADE_REQUESTED)));
+    const auto ended = book.Told(Event(UPGRADE_FAILED));
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(3, ended->m_bay);
+    EXPECT_EQ(UPGRADETARGET_MODULE, ended->m_target);
+    EXPECT_EQ(UPGRADE_FAILED, ended->m_state);
+    EXPECT_TRUE(Upgrades().empty());
+}
+
 TEST_F(UpgradeBookTest, TheNextHostHasTheHistoryAndNothingUnderWay) {
     {
         UpgradeBook book(m_picture, m_folder.Path());

@@ -1,6 +1,8 @@
 // The log and what becomes of calls, as entries of the journal.
 #include "host/service/JournalLog.h"
 
+#include "common/veldo_common_protocol.h"
+
 #include "bm/Log.h"
 
 #include <gmock/gmock.h>
@@ -71,6 +73,31 @@ TEST(JournalLog, ACallThatFailedIsAWarning) {
     journal.m_log.Note({.m_operation = "start", .m_text = "start: 0x30012", .m_result = 0x30012, .m_good = false});
     EXPECT_THAT(journal.m_last, Contains("PRIORITY=4"));
     EXPECT_THAT(journal.m_last, Contains("RESULT=196626"));
+}
+
+UpgradeFacts Upgrade(int32_t target, int32_t bay, int32_t state) {
+    UpgradeFacts upgrade;
+    upgrade.m_target = target;
+    upgrade.m_bay = bay;
+    upgrade.m_state = state;
+    upgrade.m_asker = "uid 0, process 4711";
+    return upgrade;
+}
+
+TEST(JournalLog, TheEndOfAnUpgradeIsFoundLikeItsOrder) {
+    Journal journal;
+    journal.m_log.Note(NoteOfUpgrade(Upgrade(BM_ADAPTOR::UPGRADETARGET_MODULE, 3, BM_ADAPTOR::UPGRADE_DONE)));
+    EXPECT_THAT(journal.m_last,
+                ElementsAre("MESSAGE=firmware upgrade of AMC bay 3: done", "PRIORITY=5", "SYSLOG_IDENTIFIER=bmhostd",
+                            "OPERATION=firmware-update", "BAY=3", "RESULT=2", "ASKER=uid 0, process 4711"));
+}
+
+TEST(JournalLog, AnUpgradeThatFailedIsAWarningAndTheBaseboardHasNoBay) {
+    Journal journal;
+    journal.m_log.Note(NoteOfUpgrade(Upgrade(BM_ADAPTOR::UPGRADETARGET_BASEBOARD, 0, BM_ADAPTOR::UPGRADE_FAILED)));
+    EXPECT_THAT(journal.m_last, testing::AllOf(Contains("MESSAGE=firmware upgrade of baseboard: failed"),
+                                               Contains("PRIORITY=4"), Contains("RESULT=3")));
+    EXPECT_THAT(journal.m_last, Not(Contains(StartsWith("BAY="))));
 }
 
 TEST(JournalLog, AJournalThatThrowsHarmsNobody) {
