@@ -3,7 +3,7 @@
 #include "host/client/HostClient.h"
 #include "host/context/Context.h"
 #include "host/output/Redirect.h"
-#include "host/output/TextOutput.h"
+#include "host/views/NewsLine.h"
 #include "host/words/Commands.h"
 #include "host/words/Error.h"
 
@@ -29,29 +29,10 @@ HostClient& HostOf(Context& context) {
     return *host;
 }
 
-std::string WordOf(const ordered_json& value) {
-    if (value.is_string()) return bm_dev::Printable(value.get<std::string>());
-    if (!value.is_array()) return value.dump();
-    std::string text;
-    for (const ordered_json& part : value)
-        text += (text.empty() ? "" : ", ") + WordOf(part);
-    return text.empty() ? "none" : text;
-}
-
-// "2026-11-22T09:30:00.125Z  health: state fault, reasons AMC failed".
-std::string PeoplesEvent(const HostClient::ServerEvent& event, const ordered_json& data) {
-    std::string fields;
-    for (const auto& [name, value] : data.items()) {
-        if (name == "op" || name == "time" || name == "params") continue;
-        fields += (fields.empty() ? " " : ", ") + name + " " + WordOf(value);
-    }
-    return data.value("time", "-") + "  " + PrintableText(event.m_kind) + ":" + fields + "\n";
-}
-
 std::string EventText(const HostClient::ServerEvent& event, bool json) {
     const ordered_json data = ordered_json::parse(event.m_data, nullptr, false);
     if (!data.is_object()) throw std::runtime_error("the resident host sent an event that is no JSON");
-    if (!json) return event.m_kind == "picture" ? "" : PeoplesEvent(event, data);
+    if (!json) return NewsLine(event.m_kind, data);
     const ordered_json line = {{"op", "events"}, {"id", event.m_id}, {"kind", event.m_kind}, {"data", data}};
     return bm_dev::EscapedJson(line.dump(-1, ' ', false, ordered_json::error_handler_t::replace)) + "\n";
 }
@@ -68,7 +49,9 @@ bool RunEvents(int after, Context& context) {
 
 std::string LogLine(const ordered_json& line) {
     const auto text = [&](const char* key) {
-        return line.is_object() && line.contains(key) ? WordOf(line.at(key)) : std::string("-");
+        if (!line.is_object() || !line.contains(key)) return std::string("-");
+        const ordered_json& value = line.at(key);
+        return value.is_string() ? bm_dev::Printable(value.get<std::string>()) : value.dump();
     };
     return text("time") + " <" + text("level") + "> [" + text("component") + "] " + text("text") + "\n";
 }

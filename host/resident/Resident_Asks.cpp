@@ -3,6 +3,7 @@
 
 #include "host/news/NewsTexts.h"
 #include "host/output/JsonOutput.h"
+#include "host/picture/Led.h"
 #include "host/resident/UnderWay.h"
 #include "host/service/OwnLog.h"
 #include "host/words/Error.h"
@@ -19,11 +20,6 @@ using namespace BM_ADAPTOR;
 using nlohmann::ordered_json;
 
 namespace {
-
-bool IsOfController(unsigned group) {
-    return group == BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL || group == BMI_GROUP_HARDWARE_AMC_LED_INTERNAL ||
-           group == BMI_GROUP_BM_IPMI_BASEBOARD_LED || group == BMI_GROUP_HARDWARE_AMC_LED_TABLE;
-}
 
 bool ChangesBlade(Operation operation) {
     return operation == Operation::Write || operation == Operation::Start || operation == Operation::Stop;
@@ -50,6 +46,21 @@ void AddReasons(Answer& answer, const MadeCall& made) {
     if (made.m_result != Success && !made.m_reasons.empty()) answer.m_body["reasons"] = TextsOf(made.m_reasons);
 }
 
+// What the order is about, for people: "AMC bay 3, LED health", "DSP 5", "port 2"; empty for the whole blade.
+std::string PlaceOf(const ordered_json& values) {
+    const auto text = [&values](const char* key) {
+        const auto found = values.find(key);
+        return found != values.end() && found->is_string() ? found->get<std::string>() : std::string();
+    };
+    if (!values.is_object()) return "";
+    if (!text("led_name").empty()) return text("place") + ", LED " + text("led_name");
+    for (const auto& [key, name] : {std::pair{"dsp", "DSP "}, {"port", "port "}}) {
+        const auto found = values.find(key);
+        if (found != values.end() && found->is_number_integer()) return name + found->dump();
+    }
+    return text("place");
+}
+
 } // namespace
 
 std::string Asker::Text() const {
@@ -69,7 +80,7 @@ struct Resident::Asked {
 
 Lane& Resident::LaneOf(const Call& call) {
     if (call.m_operation == Operation::Start || call.m_operation == Operation::Stop) return m_lifecycle;
-    return IsOfController(call.m_group) ? m_controllerLane : m_calls;
+    return AsksController(call.m_group) ? m_controllerLane : m_calls;
 }
 
 Lane& Resident::LaneOf(const Order& order) {
@@ -144,7 +155,7 @@ void Resident::Ask(const Asker& asker, Call call, Answered answered) {
         break;
     }
     if (asked->m_order) LogOwn(asked->m_name + ", asked by " + asked->m_asker);
-    const bool controller = IsOfController(call.m_group) && NeedsLife(call.m_operation);
+    const bool controller = AsksController(call.m_group) && NeedsLife(call.m_operation);
     Give(LaneOf(call), asked, [this, call, controller](HostSession& session) mutable {
         Answer answer;
         const auto output = MakeJsonOutput([&answer](ordered_json line) { answer.m_body = std::move(line); });
@@ -193,6 +204,7 @@ void Resident::Ask(const Asker& asker, Order order, Answered answered) {
         if (m_listeners.m_order) m_listeners.m_order(order, outcome, name);
         m_news.Add("call", bm_dev::EscapedJson(ordered_json({{"op", "order"},
                                                              {"order", order.m_name},
+                                                             {"place", PlaceOf(outcome.m_values)},
                                                              {"result", outcome.m_result},
                                                              {"good", outcome.m_good},
                                                              {"changed", outcome.m_changed},

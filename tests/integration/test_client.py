@@ -4,6 +4,7 @@ These tests run in a typical blade, with one host for all of them that has initi
 import json
 import os
 import pty
+import re
 import select
 import signal
 import subprocess
@@ -193,6 +194,18 @@ def test_events_are_lines_of_json():
     shown = shown_by(process, process.stdout.fileno(), b'"kind":"call"')
     process.stdout.close()
     assert json.loads(shown.splitlines()[0])["op"] == "events"
+
+
+def test_events_are_sentences_for_people():
+    ended = bmhost("--json", "switch", "enable", "1")
+    assert ended.returncode == 0, ended.stderr
+    process = subprocess.Popen([BMHOST, "events"], stdout=subprocess.PIPE)
+    shown = shown_by(process, process.stdout.fileno(), b"order switch-set, port 1: ").decode()
+    process.stdout.close()
+    time = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z  "
+    assert re.match(time + r"init: 1 \(success\)$", shown.splitlines()[0])
+    assert re.search("^" + time + r"order switch-set, port 1: done \(1\), (nothing )?changed; asked by uid 0, process \d+$", shown, re.M)
+    assert "picture" not in shown
 
 
 def test_a_report_has_the_hosts_own_log_and_picture(tmp_path):

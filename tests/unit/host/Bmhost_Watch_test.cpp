@@ -92,7 +92,7 @@ const std::string News =
     StreamHead + "id: 3\nevent: health\ndata: {\"op\":\"health\",\"state\":\"fault\",\"reasons\":[\"AMC failed\","
                  "\"media\"],\"time\":\"2026-11-22T09:30:00.125Z\"}\n\n"
                  "id: 4\nevent: picture\ndata: {\"revision\":9,\"parts\":[\"leds\"]}\n\n"
-                 "id: 5\nevent: call\ndata: {\"op\":\"start\",\"result\":1,\"text\":\"\\u0085\"}\n\n";
+                 "id: 5\nevent: call\ndata: {\"op\":\"start\",\"result\":1,\"asker\":\"\\u0085\"}\n\n";
 
 Ended Events(const std::vector<std::string>& words, std::string& asked) {
     std::atomic<bool> read = false;
@@ -113,7 +113,8 @@ TEST(BmhostEvents, AreALineEachForPeople) {
     std::string asked;
     const Ended ended = Events({"events", "--after", "2"}, asked);
     EXPECT_THAT(asked, HasSubstr("Last-Event-ID: 2\r\n"));
-    EXPECT_EQ("2026-11-22T09:30:00.125Z  health: state fault, reasons AMC failed, media\n-  call: result 1, text ??\n",
+    EXPECT_EQ("2026-11-22T09:30:00.125Z  health: fault: AMC failed; media; no longer monitored, until the next start\n"
+              "-  start: 1 (success); asked by ??\n",
               ended.m_out);
     EXPECT_EQ(1, ended.m_status);
     EXPECT_THAT(ended.m_err, EndsWith("/bmhost.sock has gone\n"));
@@ -127,7 +128,7 @@ TEST(BmhostEvents, AreALineEachAsJson) {
         StartsWith("{\"op\":\"events\",\"id\":3,\"kind\":\"health\",\"data\":{\"op\":\"health\",\"state\":\"fault\","));
     EXPECT_THAT(ended.m_out, HasSubstr("{\"op\":\"events\",\"id\":4,\"kind\":\"picture\",\"data\":{\"revision\":9,"
                                        "\"parts\":[\"leds\"]}}\n"));
-    EXPECT_THAT(ended.m_out, EndsWith("\"text\":\"\\u0085\"}}\n"));
+    EXPECT_THAT(ended.m_out, EndsWith("\"asker\":\"\\u0085\"}}\n"));
 }
 
 TEST(BmhostEvents, WithoutAHostThereAreNone) {

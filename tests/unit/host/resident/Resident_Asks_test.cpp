@@ -167,6 +167,30 @@ TEST_F(ResidentTest, AnOrderIsAnsweredWithItsOutcomeLoggedAndToldWithWhoAsked) {
     EXPECT_TRUE(Host().Now()->m_calls.empty());
 }
 
+TEST_F(ResidentTest, NewsOfAnOrderSayWhatItIsAbout) {
+    using nlohmann::ordered_json;
+    const std::pair<ordered_json, std::string> cases[] = {
+        {{{"place", "AMC bay 3"}, {"bay", 3}, {"led", 3}, {"led_name", "health"}}, "AMC bay 3, LED health"},
+        {{{"place", "RTM"}, {"bay", 9}, {"file", "a.bin"}}, "RTM"},
+        {{{"dsp", 5}, {"address", "192.168.0.25"}}, "DSP 5"},
+        {{{"port", 2}, {"enabled", true}}, "port 2"},
+        {{{"port", "2"}}, ""},
+        {ordered_json(), ""},
+    };
+    Begin();
+    for (const auto& [values, place] : cases) {
+        m_carry = [&values = values](const Order&, Session&, const Picture&) {
+            OrderOutcome outcome = Good();
+            outcome.m_values = values;
+            return outcome;
+        };
+        Waiting answer;
+        Host().Ask(m_asker, Order{"any", {}}, answer.Taker());
+        answer.Get();
+        EXPECT_EQ(place, ordered_json::parse(News("call").back())["place"]) << values;
+    }
+}
+
 TEST_F(ResidentTest, WhatCannotBeMeantIsRefusedAndWhatThrowsIsTold) {
     Begin();
     m_carry = [](const Order&, Session&, const Picture&) -> OrderOutcome { throw UsageError("no such LED"); };
