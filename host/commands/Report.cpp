@@ -4,9 +4,11 @@
 #include "host/client/HostClient.h"
 #include "host/commands/CommandList.h"
 #include "host/commands/ReportFolder.h"
+#include "host/commands/ReportMachine.h"
 #include "host/context/ChosenLine.h"
 #include "host/output/Output.h"
 #include "host/output/Redirect.h"
+#include "host/picture/Led.h"
 #include "host/picture/PictureJson.h"
 #include "host/session/Session.h"
 #include "host/words/Commands.h"
@@ -17,13 +19,15 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace bmhost {
 
@@ -33,48 +37,137 @@ using nlohmann::ordered_json;
 
 constexpr int LookOnly = 2;
 constexpr const char* LogLines = "10000";
+constexpr std::chrono::milliseconds ReportTime(15'000);
 
 struct ReportWords {
     std::string m_file;
     bool m_force = false;
 };
 
-// What people see. Each look is the command's own, in a process that asks or loads for itself.
-void PutLooks(ReportFolder& folder, const GlobalOptions& globals) {
-    const char* const looks[] = {"inventory", "leds", "status", "dsp", "switch"};
-    for (const std::string look : looks) {
-        folder.Work(look + ".txt", [&] {
-            const auto commands = MakeCommands(OnCommandLine);
-            ChosenLine line(globals);
-            Do(*commands->Read({look}).m_command, line);
-        });
-    }
+GlobalOptions Within(const GlobalOptions& globals, ReportFolder::Time time) {
+    GlobalOptions options = globals;
+    options.m_timeout = std::chrono::duration<double>(time).count();
+    return options;
 }
 
-void PutPicture(ReportFolder& folder, const GlobalOptions& globals) {
-    folder.Work("picture.json", [&] {
-        ChosenLine line(globals);
+/// For a look at a picture that was taken before.
+class Taken final : public Context {
+public:
+    Taken(const GlobalOptions& globals, Picture picture) : Context(globals), m_picture(std::move(picture)) {}
+
+    Picture Look() override { return m_picture; }
+    int Output() const override { return STDOUT_FILENO; }
+    void Answer(const std::string& text) override { WriteAll(STDOUT_FILENO, text); }
+    bool Make(Call&) override { throw std::logic_error("a picture makes no call"); }
+    bool WithSession(const Work&) override { throw std::logic_error("a picture has no session"); }
+
+private:
+    Picture m_picture;
+};
+
+// The resident host has it; an adaptor of its own asks the controller for it.
+std::string PutPicture(ReportFolder& folder, const GlobalOptions& globals, bool hasHost) {
+    std::string text;
+    const auto take = [&](ReportFolder::Time time) {
+        ChosenLine line(Within(globals, time));
         HostClient* const host = line.Host();
         const ordered_json picture =
             host != nullptr ? GoodBody(host->Get("/v1/blade"), "GET /v1/blade") : PictureJson(line.Look());
         WriteAll(line.Output(), picture.dump(2, ' ', true, ordered_json::error_handler_t::replace) + "\n");
-    });
+    };
+    const auto put = [&] {
+        auto output =
+            folder.OutputOfWork("picture.json", take, hasHost ? ReportFolder::Share::Third : ReportFolder::Share::Rest);
+        text = std::move(output.m_text);
+        return output.m_end;
+    };
+    if (hasHost) {
+        put();
+    } else {
+        folder.OfController("picture.json", put);
+    }
+    if (!text.empty()) folder.Put("picture.json", text);
+    return text;
 }
 
-void PutTables(ReportFolder& folder, const GlobalOptions& globals) {
-    folder.Work("tables.jsonl", [&] {
-        ChosenLine line(globals);
-        line.WithSession([&](Session& session, int descriptor) {
-            const auto output = MakeJsonOutput(descriptor);
-            for (const auto& group : BM_ADAPTOR::g_GroupNames) {
-                Call call;
-                call.m_operation = Operation::Table;
-                call.m_group = group.m_Group;
-                MakeCall(session, call, *output);
-            }
-            return true;
+// What people see.
+void PutLooks(ReportFolder& folder, const GlobalOptions& globals, const std::string& picture) {
+    for (const std::string look : {"inventory", "leds", "status", "dsp", "switch"}) {
+        if (picture.empty()) {
+            folder.Miss(look + ".txt", "there is no picture of the blade");
+            continue;
+        }
+        folder.Work(look + ".txt", [&](ReportFolder::Time) {
+            const auto commands = MakeCommands(OnCommandLine);
+            Taken taken(globals, PictureOf(ordered_json::parse(picture)));
+            Do(*commands->Read({look}).m_command, taken);
         });
+    }
+}
+
+void ShowTable(Session& session, int descriptor, unsigned group) {
+    Call call;
+    call.m_operation = Operation::Table;
+    call.m_group = group;
+    MakeCall(session, call, *MakeJsonOutput(descriptor));
+}
+
+// Those that ask the controller come last: one that hangs costs no other.
+std::vector<unsigned> GroupsInOrder() {
+    std::vector<unsigned> groups;
+    for (const auto& group : BM_ADAPTOR::g_GroupNames)
+        groups.push_back(group.m_Group);
+    std::stable_partition(groups.begin(), groups.end(), [](unsigned group) { return !AsksController(group); });
+    return groups;
+}
+
+// One call after the other, each with its own time.
+std::string TablesOfHost(ReportFolder& folder, const GlobalOptions& globals) {
+    std::string text;
+    for (const unsigned group : GroupsInOrder()) {
+        const std::string part = "tables.jsonl: table " + Hex(group);
+        const auto put = [&] {
+            const auto output = folder.OutputOfWork(part, [&](ReportFolder::Time time) {
+                ChosenLine line(Within(globals, time));
+                line.WithSession([group](Session& session, int descriptor) {
+                    ShowTable(session, descriptor, group);
+                    return true;
+                });
+            });
+            text += output.m_text;
+            return output.m_end;
+        };
+        if (AsksController(group)) {
+            folder.OfController(part, put);
+        } else {
+            put();
+        }
+    }
+    return text;
+}
+
+// With an adaptor of its own each beginning asks the controller for the whole inventory: all calls have one.
+std::string TablesOfAdaptor(ReportFolder& folder, const GlobalOptions& globals) {
+    std::string text;
+    folder.OfController("tables.jsonl", [&] {
+        const auto show = [&](ReportFolder::Time time) {
+            ChosenLine line(Within(globals, time));
+            line.WithSession([](Session& session, int descriptor) {
+                for (const unsigned group : GroupsInOrder())
+                    ShowTable(session, descriptor, group);
+                return true;
+            });
+        };
+        auto output = folder.OutputOfWork("tables.jsonl", show, ReportFolder::Share::Rest);
+        text = std::move(output.m_text);
+        return output.m_end;
     });
+    return text;
+}
+
+void PutTables(ReportFolder& folder, const GlobalOptions& globals, bool hasHost) {
+    const std::string text = hasHost ? TablesOfHost(folder, globals) : TablesOfAdaptor(folder, globals);
+    if (!text.empty()) folder.Put("tables.jsonl", text);
 }
 
 void PutLog(ReportFolder& folder, const GlobalOptions& globals, bool hasHost) {
@@ -83,79 +176,11 @@ void PutLog(ReportFolder& folder, const GlobalOptions& globals, bool hasHost) {
                                    std::string("--lines=") + LogLines});
         return;
     }
-    folder.Work("log.txt", [&] {
+    folder.Work("log.txt", [&](ReportFolder::Time time) {
         const auto commands = MakeCommands(OnCommandLine);
-        ChosenLine line(globals);
+        ChosenLine line(Within(globals, time));
         Do(*commands->Read({"log", "-n", LogLines}).m_command, line);
     });
-}
-
-// The names of a folder's entries that begin so, in their order.
-std::vector<std::string> NamesIn(const std::string& folder, const std::string& begin) {
-    std::vector<std::string> names;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        std::string name = entry.path().filename();
-        if (name.starts_with(begin)) names.push_back(std::move(name));
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-// The lines that name IPMI, in whatever case.
-std::string IpmiLines(const std::string& text) {
-    std::string lines;
-    for (std::size_t begin = 0; begin < text.size();) {
-        const std::size_t end = std::min(text.find('\n', begin), text.size());
-        const std::string line = text.substr(begin, end - begin);
-        if (LowerCase(line).find("ipmi") != std::string::npos) lines += line + "\n";
-        begin = end + 1;
-    }
-    return lines;
-}
-
-void PutKernel(ReportFolder& folder) {
-    const auto interfaces = NamesIn("/proc/ipmi", "");
-    if (interfaces.empty()) folder.Miss("ipmi/proc", "/proc/ipmi: not there, or empty");
-    for (const std::string& number : interfaces) {
-        for (const std::string& file : NamesIn("/proc/ipmi/" + number, ""))
-            folder.Copy("ipmi/proc/" + number + "/" + file, "/proc/ipmi/" + number + "/" + file);
-    }
-    const auto modules = NamesIn("/sys/module", "ipmi");
-    if (modules.empty()) folder.Miss("ipmi/sys", "/sys/module: no module whose name begins with ipmi");
-    for (const std::string& module : modules) {
-        const std::string path = "/sys/module/" + module + "/parameters";
-        for (const std::string& file : NamesIn(path, ""))
-            folder.Copy("ipmi/sys/" + module + "/" + file, path + "/" + file);
-    }
-    struct stat device {};
-    const bool there = stat("/dev/ipmi0", &device) == 0;
-    folder.Put("ipmi/device.txt",
-               "/dev/ipmi0: " +
-                   (there ? "mode " + std::to_string(device.st_mode & 07777U) + ", user " +
-                                std::to_string(device.st_uid) + ", group " + std::to_string(device.st_gid)
-                          : std::string(strerror(errno))) +
-                   "\n");
-    folder.Put("ipmi/dmesg.txt", IpmiLines(folder.OutputOf("ipmi/dmesg.txt", {"dmesg"})));
-}
-
-void PutMachine(ReportFolder& folder) {
-    folder.Put("versions.txt", "bmhost " BMHOST_VERSION "\n" + folder.OutputOf("versions.txt", {"uname", "-a"}));
-    folder.Copy("os-release",
-                std::filesystem::exists("/usr/lib/os-release") ? "/usr/lib/os-release" : "/etc/os-release");
-    folder.Program("packages.txt", {"dpkg-query", "--show",
-                                    "--showformat=${Package} ${Version} ${Architecture} "
-                                    "${db:Status-Abbrev}\n"});
-    folder.Program("interfaces.json", {"ip", "-j", "addr"});
-    std::string interfaces;
-    for (const std::string& name : NamesIn("/sys/class/net", ""))
-        interfaces += name + "\n";
-    folder.Put("interfaces.txt", interfaces);
-}
-
-void PutStorage(ReportFolder& folder, const GlobalOptions& globals) {
-    for (const std::string file : {BM_ADAPTOR::DSP_IP_FILE, BM_ADAPTOR::SWITCH_PORT_FILE})
-        folder.Copy("storage/" + file, globals.m_storage + "/" + file);
 }
 
 /// The archive while it is made: beside the file, whose name it gets at the end.
@@ -211,20 +236,27 @@ bool RunReport(const ReportWords& words, Context& context) {
     Emerging archive(words.m_file);
     GlobalOptions globals = context.Globals();
     globals.m_json = false;
-    globals.m_lasts = false;
     globals.m_simulated = true;
     if (!globals.m_forOwnAdaptor.empty()) globals.m_direct = true;
     // Asked once here: whether there is one, and whether it may be asked, is the same for all parts.
-    const bool hasHost = !globals.m_direct && HostClient::Connect(TimeLimit(globals, true)) != nullptr;
+    const auto time = TimeLimit(globals, false).value_or(ReportTime);
+    const bool hasHost = !globals.m_direct && HostClient::Connect(time) != nullptr;
     if (!hasHost) globals.m_mode = LookOnly;
-    ReportFolder folder;
+    const auto progress = [&context](const char* what) {
+        if (!context.Globals().m_json && !context.Globals().m_quiet) fprintf(stderr, "bmhost: report: %s\n", what);
+    };
+    ReportFolder folder(time);
+    progress("versions, packages, network, storage");
     PutMachine(folder);
-    PutPicture(folder, globals);
-    PutLooks(folder, globals);
-    PutTables(folder, globals);
-    PutStorage(folder, globals);
+    PutStorage(folder, globals.m_storage);
+    progress("the log");
     PutLog(folder, globals, hasHost);
+    progress("the kernel's IPMI");
     PutKernel(folder);
+    progress("the picture and the looks");
+    PutLooks(folder, globals, PutPicture(folder, globals, hasHost));
+    progress("the tables");
+    PutTables(folder, globals, hasHost);
     folder.Archive(archive.Descriptor());
     archive.Finish(words.m_force);
     ShowReport(words.m_file, folder, context);
@@ -243,7 +275,8 @@ void AddReport(Commands& commands) {
             "FILE becomes a tar archive, compressed with zstd: versions, packages, the picture, the looks for people, every\n"
             "table, the storage's files, the last 10,000 log lines, the kernel's IPMI state, the network interfaces, and in\n"
             "missing.txt what is missing and why. Nothing of the environment and no other file is in it; only its\n"
-            "owner may read it. Without a resident host the blade is looked at in mode 2.\n")
+            "owner may read it. Without a resident host the blade is looked at in mode 2. What cannot be had within 15\n"
+            "seconds (--timeout) is missing, and once the controller does not answer it is asked no more.\n")
         .Example("bmhost report /tmp/blade.tar.zst")
         .Run([words](Context& context) { return RunReport(*words, context); });
 }

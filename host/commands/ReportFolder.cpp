@@ -1,9 +1,12 @@
 // The parts of a report: files in a folder of its own, which becomes one archive.
 #include "host/commands/ReportFolder.h"
 
+#include "host/client/Waiting.h"
 #include "host/output/Redirect.h"
 #include "host/session/EndNotice.h"
+#include "host/words/Error.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -28,8 +31,9 @@ namespace {
 using bm_dev::UniqueFd;
 
 constexpr const char* Inner = "/bmhost-report";
-constexpr std::chrono::milliseconds LongestPart(60'000);
-constexpr std::chrono::milliseconds LongestDeath(5'000);
+constexpr std::chrono::milliseconds LongestPacking(60'000);
+constexpr std::chrono::milliseconds LongestFarewell(1'500); // of what knows that its time is up
+constexpr std::chrono::milliseconds LongestDeath(1'000);
 constexpr std::size_t LongestFile = std::size_t{16} * 1024 * 1024;
 constexpr int NotStarted = 127;
 
@@ -50,19 +54,15 @@ std::string TextIn(int file) {
     return text;
 }
 
-std::string SecondsOf(std::chrono::milliseconds time) {
-    return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(time).count()) + " s";
-}
-
 bool EndsWithin(const UniqueFd& handle, std::chrono::milliseconds limit) {
     pollfd ended{handle.Get(), POLLIN, 0};
     return handle && poll(&ended, 1, static_cast<int>(limit.count())) == 1;
 }
 
 // False when the time is over. One that a driver holds does not even die then: it is left alone.
-bool EndOf(pid_t process, int& status) {
+bool EndOf(pid_t process, std::chrono::milliseconds limit, int& status) {
     const UniqueFd handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
-    const bool inTime = EndsWithin(handle, LongestPart);
+    const bool inTime = EndsWithin(handle, limit);
     if (!inTime) kill(process, SIGKILL);
     status = SIGKILL;
     if (inTime || !handle || EndsWithin(handle, LongestDeath)) waitpid(process, &status, 0);
@@ -114,6 +114,13 @@ std::string FirstLine(const std::string& text) {
     return text.substr(0, text.find('\n'));
 }
 
+// Where the time was up the last line says what was waited for.
+std::string LastLine(std::string text) {
+    while (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    return text.substr(text.rfind('\n') + 1);
+}
+
 std::string ReasonOf(int status, const std::string& errors) {
     std::string reason = WIFSIGNALED(status) ? "ended by signal " + std::to_string(WTERMSIG(status))
                                              : "status " + std::to_string(WEXITSTATUS(status));
@@ -121,9 +128,27 @@ std::string ReasonOf(int status, const std::string& errors) {
     return line.empty() ? reason : reason + ": " + line;
 }
 
+int WorkStatus(const std::function<void()>& work) {
+    int status = ExitAllOk;
+    try {
+        work();
+    } catch (const TimeUpError& error) {
+        fprintf(stderr, "%s\n", error.what());
+        status = ExitTimeUp;
+    } catch (const std::exception& error) {
+        fprintf(stderr, "%s\n", error.what());
+        status = ExitSomeFailed;
+    }
+    DisarmEndNotice();
+    return status;
+}
+
 } // namespace
 
-ReportFolder::ReportFolder() : m_folder("/tmp/bmhost-report-XXXXXX") {
+ReportFolder::ReportFolder(Time time)
+    : m_time(time),
+      m_until(std::chrono::steady_clock::now() + time),
+      m_folder("/tmp/bmhost-report-XXXXXX") {
     if (mkdtemp(m_folder.data()) == nullptr) throw std::runtime_error(m_folder + ": " + strerror(errno));
     if (mkdir((m_folder + Inner).c_str(), S_IRWXU) != 0) throw std::runtime_error(m_folder + ": " + strerror(errno));
 }
@@ -151,52 +176,55 @@ void ReportFolder::Miss(const std::string& part, const std::string& reason) {
     m_missing.emplace_back(part, reason);
 }
 
-void ReportFolder::Work(const std::string& part, const std::function<void()>& work) {
-    const UniqueFd output = MemoryFile();
-    const UniqueFd errors = MemoryFile();
-    fflush(stdout);
-    const pid_t child = fork();
-    if (child < 0) return Miss(part, std::string("fork: ") + strerror(errno));
-    if (child == 0) {
-        BeChild(output.Get(), errors.Get(), [&work] {
-            try {
-                work();
-                DisarmEndNotice();
-                return 0;
-            } catch (const std::exception& error) {
-                DisarmEndNotice();
-                fprintf(stderr, "%s\n", error.what());
-                return 1;
-            }
-        });
-    }
-    int status = 0;
-    const bool inTime = EndOf(child, status);
-    const std::string text = TextIn(output.Get());
-    const std::string said = TextIn(errors.Get());
-    if (!inTime) Miss(part, "no end within " + SecondsOf(LongestPart));
-    if (inTime && status != 0) Miss(part, ReasonOf(status, said));
-    if (!text.empty()) Put(part, text + (said.empty() ? "" : "\nstandard error:\n" + said));
+ReportFolder::Time ReportFolder::TimeFor(Share share) const {
+    const auto left = std::chrono::floor<Time>(m_until - std::chrono::steady_clock::now());
+    return std::max(Time(0), share == Share::Rest ? left : std::min(left, m_time / 3));
 }
 
-void ReportFolder::Run(const std::vector<std::string>& words, const UniqueFd& output, int& status,
-                       std::string& errors) {
-    const UniqueFd said = MemoryFile();
-    fflush(stdout);
-    const pid_t child = fork();
-    if (child < 0) throw std::runtime_error(std::string("fork: ") + strerror(errno));
-    if (child == 0) BeChild(output.Get(), said.Get(), [&words] { return Execute(words); });
-    const bool inTime = EndOf(child, status);
-    errors = inTime ? TextIn(said.Get()) : "no end within " + SecondsOf(LongestPart);
+// What knows its time ends by itself, and says what it has waited for.
+ReportFolder::Ended ReportFolder::Make(Share share, const std::function<int(Time time)>& work) {
+    const Time time = TimeFor(share);
+    Ended ended;
+    if (time == Time(0)) {
+        ended = {End::TimeUp, "the report's time is up, " + SecondsText(m_time) + "; --timeout gives it more", "", ""};
+    } else {
+        const UniqueFd output = MemoryFile();
+        const UniqueFd said = MemoryFile();
+        fflush(stdout);
+        const pid_t child = fork();
+        if (child < 0) throw std::runtime_error(std::string("fork: ") + strerror(errno));
+        if (child == 0) BeChild(output.Get(), said.Get(), [&] { return work(time); });
+        int status = 0;
+        const bool inTime = EndOf(child, time + LongestFarewell, status);
+        ended.m_output = TextIn(output.Get());
+        ended.m_errors = TextIn(said.Get());
+        const bool saysSo = inTime && WIFEXITED(status) && WEXITSTATUS(status) == ExitTimeUp;
+        ended.m_end = !inTime || saysSo ? End::TimeUp : status == 0 ? End::Good : End::Failed;
+        if (saysSo) ended.m_reason = LastLine(ended.m_errors);
+        if (!inTime) ended.m_reason = "no end within " + SecondsText(time);
+        if (ended.m_end == End::Failed) ended.m_reason = ReasonOf(status, ended.m_errors);
+    }
+    return ended;
+}
+
+ReportFolder::End ReportFolder::Work(const std::string& part, const Worker& work) {
+    const Ended ended = Make(Share::Third, [&work](Time time) { return WorkStatus([&] { work(time); }); });
+    if (ended.m_end != End::Good) Miss(part, ended.m_reason);
+    const std::string& said = ended.m_errors;
+    if (!ended.m_output.empty()) Put(part, ended.m_output + (said.empty() ? "" : "\nstandard error:\n" + said));
+    return ended.m_end;
+}
+
+ReportFolder::Output ReportFolder::OutputOfWork(const std::string& part, const Worker& work, Share share) {
+    Ended ended = Make(share, [&work](Time time) { return WorkStatus([&] { work(time); }); });
+    if (ended.m_end != End::Good) Miss(part, ended.m_reason);
+    return {ended.m_end, std::move(ended.m_output)};
 }
 
 std::string ReportFolder::OutputOf(const std::string& part, const std::vector<std::string>& words) {
-    const UniqueFd output = MemoryFile();
-    int status = 0;
-    std::string errors;
-    Run(words, output, status, errors);
-    if (status != 0) Miss(part, words[0] + ": " + ReasonOf(status, errors));
-    return TextIn(output.Get());
+    const Ended ended = Make(Share::Third, [&words](Time) { return Execute(words); });
+    if (ended.m_end != End::Good) Miss(part, words[0] + ": " + ended.m_reason);
+    return ended.m_output;
 }
 
 void ReportFolder::Program(const std::string& part, const std::vector<std::string>& words) {
@@ -207,18 +235,29 @@ void ReportFolder::Program(const std::string& part, const std::vector<std::strin
 }
 
 // A process of its own reads it: a driver may hold up whoever reads its files.
-void ReportFolder::Copy(const std::string& part, const std::string& file) {
-    const UniqueFd output = MemoryFile();
+ReportFolder::End ReportFolder::Copy(const std::string& part, const std::string& file) {
+    const Ended ended = Make(Share::Third, [&file](Time) { return CopyToOutput(file); });
+    const bool refused = ended.m_end == End::Failed && !ended.m_errors.empty();
+    if (ended.m_end != End::Good) Miss(part, file + ": " + (refused ? FirstLine(ended.m_errors) : ended.m_reason));
+    if (ended.m_end == End::Good) Put(part, ended.m_output);
+    return ended.m_end;
+}
+
+void ReportFolder::OfController(const std::string& part, const std::function<End()>& make) {
+    if (!m_hung.empty()) return Miss(part, "not asked for: the controller has not answered for " + m_hung);
+    if (make() == End::TimeUp) m_hung = part;
+}
+
+void ReportFolder::Pack(const std::vector<std::string>& words, const UniqueFd& output) {
     const UniqueFd said = MemoryFile();
     fflush(stdout);
     const pid_t child = fork();
-    if (child < 0) return Miss(part, std::string("fork: ") + strerror(errno));
-    if (child == 0) BeChild(output.Get(), said.Get(), [&file] { return CopyToOutput(file); });
+    if (child < 0) throw std::runtime_error(std::string("fork: ") + strerror(errno));
+    if (child == 0) BeChild(output.Get(), said.Get(), [&words] { return Execute(words); });
     int status = 0;
-    const bool inTime = EndOf(child, status);
-    if (!inTime) return Miss(part, file + ": no end within " + SecondsOf(LongestPart));
-    if (status != 0) return Miss(part, file + ": " + FirstLine(TextIn(said.Get())));
-    Put(part, TextIn(output.Get()));
+    if (!EndOf(child, LongestPacking, status))
+        throw std::runtime_error(words[0] + ": no end within " + SecondsText(LongestPacking));
+    if (status != 0) throw std::runtime_error(words[0] + ": " + ReasonOf(status, TextIn(said.Get())));
 }
 
 void ReportFolder::Archive(int descriptor) {
@@ -227,16 +266,10 @@ void ReportFolder::Archive(int descriptor) {
         missing.append(part).append(": ").append(reason).append("\n");
     Put("missing.txt", missing.empty() ? "nothing is missing\n" : missing);
     const std::string tar = m_folder + "/report.tar";
-    int status = 0;
-    std::string errors;
-    const UniqueFd none = MemoryFile();
-    Run({"tar", "--create", "--file=" + tar, "--directory=" + m_folder, "--owner=0", "--group=0", "--sort=name",
-         std::string(Inner).substr(1)},
-        none, status, errors);
-    if (status != 0) throw std::runtime_error("tar: " + ReasonOf(status, errors));
-    const UniqueFd output(fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    Run({"zstd", "--quiet", "--stdout", tar}, output, status, errors);
-    if (status != 0) throw std::runtime_error("zstd: " + ReasonOf(status, errors));
+    Pack({"tar", "--create", "--file=" + tar, "--directory=" + m_folder, "--owner=0", "--group=0", "--sort=name",
+          std::string(Inner).substr(1)},
+         MemoryFile());
+    Pack({"zstd", "--quiet", "--stdout", tar}, UniqueFd(fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)));
 }
 
 } // namespace bmhost
