@@ -1,5 +1,6 @@
 // `bmhost run`: its life, its lines, its signals.
 #include "host/HostProcess.h"
+#include "host/client/ScriptedHost.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,16 +26,6 @@ constexpr const char* WholeLife = "{\"op\":\"init\",\"result\":1}\n{\"op\":\"sta
 /// A place of its own for lock and socket.
 class BmhostRun : public testing::Test {
 protected:
-    BmhostRun() {
-        std::string path = testing::TempDir() + "bmhost-run-XXXXXX";
-        if (mkdtemp(path.data()) != nullptr) setenv("BLADESIM_RUN_DIR", path.c_str(), 1);
-        m_folder = path;
-    }
-    ~BmhostRun() override {
-        unsetenv("BLADESIM_RUN_DIR");
-        std::filesystem::remove_all(m_folder);
-    }
-
     static HostProcess StartRun(const std::string& stub) {
         return HostProcess({"--adaptor", StubFile(stub), "--json", "run"});
     }
@@ -48,7 +39,8 @@ protected:
         return life;
     }
 
-    std::string m_folder;
+    const HostRunFolder m_own;
+    const std::string m_folder = m_own.Path();
 };
 
 class BmhostRunSignal : public BmhostRun, public testing::WithParamInterface<int> {};

@@ -1,6 +1,7 @@
 // Calls, orders and firmware at the socket.
 #include "ServedHost.h"
 
+#include "host/TestFolder.h"
 #include "host/api/Request.h"
 
 #include <gtest/gtest.h>
@@ -17,15 +18,9 @@ namespace {
 /// A host that takes images, into its folder.
 class ImageHost {
 public:
-    explicit ImageHost(ApiLimits limits = {})
-        : m_folder(std::filesystem::temp_directory_path() / "bmhost-images-XXXXXX") {
-        if (mkdtemp(m_folder.data()) == nullptr) throw std::runtime_error("mkdtemp");
+    explicit ImageHost(ApiLimits limits = {}) {
         limits.m_imageFolder = m_folder;
         m_served = std::make_unique<ServedHost>(limits, FilesIn(m_folder));
-    }
-    ~ImageHost() {
-        m_served.reset();
-        std::filesystem::remove_all(m_folder);
     }
     ImageHost(const ImageHost&) = delete;
     ImageHost& operator=(const ImageHost&) = delete;
@@ -50,7 +45,8 @@ public:
     }
 
 private:
-    std::string m_folder;
+    const TestFolder m_own;
+    const std::string m_folder = m_own.Path();
     std::unique_ptr<ServedHost> m_served;
 };
 

@@ -11,12 +11,6 @@
 
 namespace {
 
-std::string MakeFolder() {
-    std::string folder = std::filesystem::temp_directory_path() / "bmhost-api-XXXXXX";
-    if (mkdtemp(folder.data()) == nullptr) throw std::runtime_error("mkdtemp");
-    return folder;
-}
-
 class FileSink : public bmhost::UploadSink {
 public:
     explicit FileSink(std::string path) : m_path(std::move(path)), m_stream(m_path, std::ios::binary) {}
@@ -57,8 +51,7 @@ int ListenAt(const std::string& path) {
 
 ServedHost::ServedHost(const bmhost::ApiLimits& limits, bmhost::MakeUploadSink makeSink, std::size_t ring)
     : m_host(ring),
-      m_folder(MakeFolder()),
-      m_socket(m_folder + "/socket"),
+      m_socket(m_folder.Path() + "/socket"),
       m_listening(ListenAt(m_socket)),
       m_server(std::make_unique<bmhost::ApiServer>(m_listening, m_host, limits, std::move(makeSink))),
       m_thread([this] { m_server->Run([this] { ++m_turns; }); }) {}
@@ -66,7 +59,6 @@ ServedHost::ServedHost(const bmhost::ApiLimits& limits, bmhost::MakeUploadSink m
 ServedHost::~ServedHost() {
     Stop();
     CloseSocket();
-    std::filesystem::remove_all(m_folder);
 }
 
 void ServedHost::Stop() {

@@ -4,6 +4,7 @@
 #include "Client.h"
 #include "FakeHost.h"
 
+#include "host/TestFolder.h"
 #include "host/api/Server.h"
 
 #include <atomic>
@@ -20,7 +21,7 @@ public:
     ServedHost& operator=(const ServedHost&) = delete;
 
     FakeHost& Host() { return m_host; }
-    const std::string& Folder() const { return m_folder; }
+    const std::string& Folder() const { return m_folder.Path(); }
     const std::string& Socket() const { return m_socket; }
     Client Connect() const { return Client(m_socket); }
     /// Asks anew until the path's answer has this status.
@@ -33,7 +34,7 @@ public:
 
 private:
     FakeHost m_host;
-    std::string m_folder;
+    const TestFolder m_folder;
     std::string m_socket;
     int m_listening;
     std::atomic<int> m_turns{0};

@@ -1,6 +1,7 @@
 // One lock a blade.
 #include "host/client/BladeLock.h"
 
+#include "host/TestFolder.h"
 #include "host/output/Time.h"
 #include "host/words/Error.h"
 
@@ -24,13 +25,6 @@ using testing::MatchesRegex;
 
 class BladeLockTest : public testing::Test {
 protected:
-    BladeLockTest() {
-        std::string path = testing::TempDir() + "blade-lock-XXXXXX";
-        if (mkdtemp(path.data()) != nullptr) m_above = path;
-        m_place.m_folder = path + "/run";
-    }
-    ~BladeLockTest() override { std::filesystem::remove_all(m_above); }
-
     std::string Refusal() const {
         try {
             const BladeLock lock(m_place, "bmhost led set");
@@ -46,8 +40,9 @@ protected:
     }
     void Leave(const std::string& content) const { std::ofstream(m_place.Lock()) << content; }
 
-    std::string m_above;
-    HostPlace m_place;
+    const TestFolder m_own;
+    const std::string m_above = m_own.Path();
+    HostPlace m_place{m_above + "/run"};
 };
 
 TEST_F(BladeLockTest, MakesItsFolderForOwnerAndGroupWhateverTheUmask) {

@@ -50,15 +50,11 @@ void Peer::Cut() {
 }
 
 HostRunFolder::HostRunFolder() {
-    const char* const temporary = getenv("TMPDIR");
-    m_path = std::string(temporary != nullptr ? temporary : "/tmp") + "/host-client-XXXXXX";
-    if (mkdtemp(m_path.data()) == nullptr) throw std::runtime_error("mkdtemp");
-    setenv("BLADESIM_RUN_DIR", m_path.c_str(), 1);
+    setenv("BLADESIM_RUN_DIR", m_folder.Path().c_str(), 1);
 }
 
 HostRunFolder::~HostRunFolder() {
     unsetenv("BLADESIM_RUN_DIR");
-    std::filesystem::remove_all(m_path);
 }
 
 ScriptedHost::ScriptedHost(std::vector<Script> scripts)

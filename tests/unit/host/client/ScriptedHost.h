@@ -1,6 +1,7 @@
 // A resident host whose every answer is a script: for what a client makes of good and bad ones.
 #pragma once
 
+#include "host/TestFolder.h"
 #include "host/client/HostClient.h"
 
 #include "bm_dev/UniqueFd.h"
@@ -38,10 +39,10 @@ public:
     HostRunFolder& operator=(const HostRunFolder&) = delete;
     ~HostRunFolder();
 
-    const std::string& Path() const { return m_path; }
+    const std::string& Path() const { return m_folder.Path(); }
 
 private:
-    std::string m_path;
+    const TestFolder m_folder;
 };
 
 /// Listens in a run folder of its own, which the process's commands find as their blade's.

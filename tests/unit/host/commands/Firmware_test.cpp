@@ -1,6 +1,7 @@
 // What `firmware` takes, and what it refuses before anything is written.
 #include "host/commands/Firmware.h"
 
+#include "host/TestFolder.h"
 #include "host/UsageError.h"
 #include "host/context/FakeContext.h"
 
@@ -21,13 +22,11 @@ namespace fs = std::filesystem;
 
 class FirmwareOrderTest : public testing::Test {
 protected:
-    FirmwareOrderTest() : m_folder(testing::TempDir() + "firmware-" + std::to_string(getpid())) {
-        fs::create_directories(m_folder);
+    FirmwareOrderTest() {
         std::ofstream(m_folder + "/image.bin") << "image";
         std::ofstream(m_folder + "/empty.bin") << "";
         std::ofstream(m_folder + "/a\nb") << "image";
     }
-    ~FirmwareOrderTest() override { fs::remove_all(m_folder); }
 
     std::string Refusal(const std::vector<std::string>& words) const {
         std::vector<std::string> command = {"firmware"};
@@ -37,7 +36,8 @@ protected:
         return UsageErrorOf([&] { RunWords(context, command); });
     }
 
-    std::string m_folder;
+    const TestFolder m_own;
+    const std::string m_folder = m_own.Path();
 };
 
 TEST_F(FirmwareOrderTest, NamesItsTarget) {

@@ -1,6 +1,7 @@
 // A firmware image of the host's own.
 #include "host/orders/FirmwareFile.h"
 
+#include "host/TestFolder.h"
 #include "tests/SizeLimit.h"
 
 #include <gmock/gmock.h>
@@ -24,9 +25,6 @@ namespace fs = std::filesystem;
 
 class FirmwareFileTest : public testing::Test {
 protected:
-    FirmwareFileTest() : m_folder(testing::TempDir() + "images-" + std::to_string(getpid()) + "/firmware") {}
-    ~FirmwareFileTest() override { fs::remove_all(fs::path(m_folder).parent_path()); }
-
     static std::string ErrorOf(const std::function<void()>& work) {
         try {
             work();
@@ -41,7 +39,8 @@ protected:
         return status.st_mode & 07777;
     }
 
-    std::string m_folder;
+    const TestFolder m_own;
+    const std::string m_folder = m_own.Path() + "/firmware";
 };
 
 TEST_F(FirmwareFileTest, HasTheBytesForItsOwnerAloneUntilItsEnd) {
@@ -108,7 +107,6 @@ TEST_F(FirmwareFileTest, LeavesNothingWhenItCannotBeWritten) {
 }
 
 TEST_F(FirmwareFileTest, SaysWhyTheFolderCannotBeHad) {
-    fs::create_directories(fs::path(m_folder).parent_path());
     std::ofstream(m_folder) << "a file";
     EXPECT_THAT(ErrorOf([&] { const FirmwareFile file(m_folder, 1); }), HasSubstr("/firmware: Not a directory"));
     fs::remove(m_folder);

@@ -1,6 +1,7 @@
 // The history of upgrades on disk.
 #include "host/orders/UpgradeHistory.h"
 
+#include "host/TestFolder.h"
 #include "host/UsageError.h"
 #include "host/orders/UpgradeLock.h"
 
@@ -35,9 +36,6 @@ namespace fs = std::filesystem;
 
 class UpgradeHistoryTest : public testing::Test {
 protected:
-    UpgradeHistoryTest() : m_folder(testing::TempDir() + "history-" + std::to_string(getpid())) {}
-    ~UpgradeHistoryTest() override { fs::remove_all(m_folder); }
-
     static UpgradeFacts Facts(int second, int state) {
         UpgradeFacts facts;
         facts.m_target = 1;
@@ -56,7 +54,8 @@ protected:
     }
     std::string File() const { return m_folder + "/upgrades.jsonl"; }
 
-    std::string m_folder;
+    const TestFolder m_own;
+    const std::string m_folder = m_own.Path() + "/history";
     std::vector<std::string> m_remarks;
 };
 

@@ -3,6 +3,7 @@
 
 #include "common/veldo_common_protocol.h"
 #include "host/HostParams.h"
+#include "host/TestFolder.h"
 #include "host/session/Session.h"
 
 #include "bm/DataStorage.h"
@@ -62,14 +63,6 @@ public:
 
 class StorageFolder : public testing::Test {
 protected:
-    void SetUp() override {
-        std::string name = (std::filesystem::temp_directory_path() / "stored-XXXXXX").string();
-        ASSERT_NE(nullptr, mkdtemp(name.data()));
-        m_around = name;
-        m_folder = name + "/storage";
-    }
-    void TearDown() override { std::filesystem::remove_all(m_around); }
-
     void Store(const char* file, const CBMIKeys& keys, const CBMIParams& row) const {
         const auto storage = bm_dev::MakeStorage(m_folder);
         ASSERT_EQ(1, storage->StartTransaction());
@@ -77,8 +70,8 @@ protected:
         ASSERT_EQ(1, storage->EndTransaction());
     }
 
-    std::string m_around;
-    std::string m_folder;
+    const TestFolder m_own;
+    const std::string m_folder = m_own.Path() + "/storage";
 };
 
 LedReading Reading(int bay, int led, int result, bool read) {

@@ -1,8 +1,8 @@
 // The adaptor as the resident host's lanes use it.
 #include "host/resident/HostSession.h"
 
+#include "host/TestFolder.h"
 #include "host/resident/FakeAdaptor.h"
-#include "host/resident/TestFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 
 #include "host/resident/Resident.h"
 
+#include "host/TestFolder.h"
 #include "host/resident/FakeAdaptor.h"
 #include "host/resident/Latch.h"
-#include "host/resident/TestFolder.h"
 
 #include "bm_dev/HostLog.h"
 

@@ -3,7 +3,7 @@
 
 #include "common/veldo_common_protocol.h"
 #include "host/HostParams.h"
-#include "host/resident/TestFolder.h"
+#include "host/TestFolder.h"
 
 #include <gtest/gtest.h>
 

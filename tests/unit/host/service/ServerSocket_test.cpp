@@ -1,7 +1,7 @@
 // The socket at which the resident host is asked.
 #include "host/service/ServerSocket.h"
 
-#include "host/resident/TestFolder.h"
+#include "host/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

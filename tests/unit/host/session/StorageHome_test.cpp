@@ -1,6 +1,7 @@
 // Where the host's storage is, and how root's former one is taken over.
 #include "host/session/StorageHome.h"
 
+#include "host/TestFolder.h"
 #include "host/session/LogEar.h"
 
 #include <gtest/gtest.h>
@@ -47,15 +48,7 @@ TEST(StorageHome, IsWhereTheVariableSays) {
 
 class TakenOver : public testing::Test {
 protected:
-    TakenOver() {
-        std::string folder = testing::TempDir() + "/bmhost-storage-XXXXXX";
-        EXPECT_NE(nullptr, mkdtemp(folder.data()));
-        m_folder = folder;
-        m_former = m_folder / "state" / "bmhost";
-        m_storage = m_folder / "lib" / "bmhost";
-        fs::create_directories(m_former);
-    }
-    ~TakenOver() override { fs::remove_all(m_folder); }
+    TakenOver() { fs::create_directories(m_former); }
 
     static void Write(const fs::path& file, const std::string& text) { std::ofstream(file) << text; }
     static std::string Text(const fs::path& file) {
@@ -64,9 +57,10 @@ protected:
     }
     static fs::perms Mode(const fs::path& file) { return fs::status(file).permissions(); }
 
-    fs::path m_folder;
-    fs::path m_former;
-    fs::path m_storage;
+    const TestFolder m_own;
+    const fs::path m_folder = m_own.Path();
+    const fs::path m_former = m_folder / "state" / "bmhost";
+    const fs::path m_storage = m_folder / "lib" / "bmhost";
     std::string m_said; ///< the log's last line
     bmhost::LogEar m_ear{[this](int, const std::string&, const std::string& text) { m_said = text; }};
 };

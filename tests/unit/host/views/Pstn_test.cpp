@@ -1,6 +1,8 @@
 // What `pstn` makes of the driver's records.
 #include "host/views/Pstn.h"
 
+#include "host/TestFolder.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,12 +19,10 @@ using testing::HasSubstr;
 
 class Pstn : public testing::Test {
 protected:
-    Pstn() { std::filesystem::create_directories(m_folder); }
-    ~Pstn() override { std::filesystem::remove_all(m_folder); }
-
     void Keep(const std::string& lines) const { std::ofstream(m_folder + "/pstn.jsonl") << lines; }
 
-    const std::string m_folder = testing::TempDir() + "pstn-records-" + std::to_string(getpid());
+    const TestFolder m_own;
+    const std::string m_folder = m_own.Path();
     std::string m_text;
 };
 

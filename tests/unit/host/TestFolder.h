@@ -1,22 +1,22 @@
 // A folder of a test's own, gone with it.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 class TestFolder {
 public:
-    TestFolder() {
-        std::string path = testing::TempDir() + "resident-XXXXXX";
-        EXPECT_NE(nullptr, mkdtemp(path.data()));
-        m_path = path;
+    TestFolder() : m_path(std::filesystem::temp_directory_path() / "bmhost-test-XXXXXX") {
+        if (mkdtemp(m_path.data()) == nullptr) throw std::runtime_error("mkdtemp " + m_path);
     }
     TestFolder(const TestFolder&) = delete;
     TestFolder& operator=(const TestFolder&) = delete;
-    ~TestFolder() { std::filesystem::remove_all(m_path); }
+    ~TestFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
 
     const std::string& Path() const { return m_path; }
 
