@@ -1,7 +1,7 @@
 // Where the firmware images of clients go.
 #include "host/ImageSink.h"
 
-#include "host/api/Request.h"
+#include "host/http/Reply.h"
 #include "host/orders/FirmwareFile.h"
 #include "host/resident/Resident.h"
 #include "host/words/Error.h"

@@ -24,6 +24,14 @@ constexpr std::array<std::string_view, 6> OrderNames = {"led-set",     "dsp-set-
                                                         "board-reset", "start",      "stop"};
 constexpr std::size_t LongestName = 255;
 
+Asker AskerOf(const Peer& peer) {
+    Asker asker;
+    asker.m_process = peer.m_process;
+    asker.m_user = peer.m_user;
+    asker.m_group = peer.m_group;
+    return asker;
+}
+
 const std::string& NeededParameter(const Request& request, const std::string& name) {
     const auto found = request.m_query.find(name);
     if (found == request.m_query.end()) throw Refusal(400, name, "the parameter is missing");
@@ -82,7 +90,7 @@ struct ImageOfOrder {
 } // namespace
 
 Outcome AskCall(Api& api, Request& request, const Answered& answered) {
-    api.m_host.Ask(request.m_asker, CallOf(JsonOf(request.m_body)), answered);
+    api.m_host.Ask(AskerOf(request.m_peer), CallOf(JsonOf(request.m_body)), answered);
     return Waits{};
 }
 
@@ -103,11 +111,11 @@ Outcome AskOrder(Api& api, Request& request, const Answered& answered) {
             throw Refusal(400, "order: " + name->dump(), "the path names the order " + order.m_name);
         order.m_values.erase(name);
     }
-    api.m_host.Ask(request.m_asker, std::move(order), answered);
+    api.m_host.Ask(AskerOf(request.m_peer), std::move(order), answered);
     return Waits{};
 }
 
-void BeginImage(Api& api, Request& request, uint64_t size) {
+std::unique_ptr<UploadSink> BeginImage(Api& api, const Request& request, uint64_t size) {
     ImageValues(request);
     const std::string bytes = std::to_string(size) + " bytes";
     const ApiLimits& limits = api.m_limits;
@@ -120,18 +128,19 @@ void BeginImage(Api& api, Request& request, uint64_t size) {
     if (!error && size > space) {
         throw Refusal(507, bytes, limits.m_imageFolder + " has room for " + std::to_string(space) + " bytes");
     }
-    request.m_image = api.m_makeSink(size);
+    return api.m_makeSink(size);
 }
 
 Outcome AskFirmware(Api& api, Request& request, const Answered& answered) {
     Order order;
     order.m_name = "firmware-update";
     order.m_values = ImageValues(request);
-    request.m_image->Finish();
-    const std::string path = request.m_image->Path();
+    auto& sink = static_cast<UploadSink&>(*request.m_sink); // as BeginImage has made it
+    sink.Finish();
+    const std::string path = sink.Path();
     order.m_values["path"] = path;
-    order.m_values["sha256"] = request.m_image->Sha256();
-    request.m_image.reset();
+    order.m_values["sha256"] = sink.Sha256();
+    request.m_sink.reset();
     const bool dry = order.m_values.value("dry_run", false);
     const auto image = std::make_shared<ImageOfOrder>(path);
     const auto passOn = [answered, image, dry](Answer answer) {
@@ -141,7 +150,7 @@ Outcome AskFirmware(Api& api, Request& request, const Answered& answered) {
         if (answer.m_status == 200 && !dry) answer.m_status = 202;
         answered(std::move(answer));
     };
-    api.m_host.Ask(request.m_asker, std::move(order), passOn);
+    api.m_host.Ask(AskerOf(request.m_peer), std::move(order), passOn);
     return Waits{};
 }
 

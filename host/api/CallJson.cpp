@@ -2,7 +2,7 @@
 // 3}]}.
 #include "host/api/CallJson.h"
 
-#include "host/api/Request.h"
+#include "host/http/Reply.h"
 #include "host/words/Error.h"
 #include "host/words/Names.h"
 

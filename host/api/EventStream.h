@@ -1,6 +1,7 @@
 // One reader's way through the host's news, as Server-Sent Events.
 #pragma once
 
+#include "host/http/Stream.h"
 #include "host/resident/ResidentHost.h"
 
 #include <chrono>
@@ -14,18 +15,15 @@ namespace bmhost {
 /// Holds at most one piece of the stream, however slow the reader is: what it has not read yet stays in the host's
 /// ring. A reader that is more than the ring behind gets an event "lost" with the first id that is still there, and
 /// the stream ends.
-class EventStream {
+class EventStream : public Stream {
 public:
     /// @param after  begins with the events after this id; 0: with all that are kept; none: with what comes
     EventStream(const ResidentHost& host, std::optional<uint64_t> after, std::chrono::milliseconds commentTime);
 
-    /// Copies what comes next. 0: nothing yet, or the end.
-    std::size_t Next(char* to, std::size_t most);
-    bool HasEnded() const { return m_ended && m_piece.empty(); }
-    /// Ends after what has been begun.
-    void End() { m_ended = true; }
-    /// When the reader gets a sign of life, if nothing else comes.
-    std::chrono::steady_clock::time_point NextComment() const { return m_nextComment; }
+    std::size_t Next(char* to, std::size_t most) override;
+    bool HasEnded() const override { return m_ended && m_piece.empty(); }
+    void End() override { m_ended = true; }
+    std::chrono::steady_clock::time_point NextComment() const override { return m_nextComment; }
 
 private:
     void Fill();

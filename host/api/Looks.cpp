@@ -2,6 +2,7 @@
 #include "host/api/Looks.h"
 
 #include "common/veldo_common_protocol.h"
+#include "host/api/EventStream.h"
 #include "host/api/Routes.h"
 #include "host/session/Rows.h"
 
@@ -95,7 +96,7 @@ Outcome LookAtBlade(Api& api, Request& request, const Answered& /*answered*/) {
     const PictureText& picture = PictureNow(api);
     Reply reply;
     reply.m_headers = {{"ETag", picture.Tag()}, {"Cache-Control", "no-cache"}};
-    if (HasTag(request.m_ifNoneMatch, picture.Tag())) {
+    if (HasTag(request.Header("If-None-Match"), picture.Tag())) {
         reply.m_status = 304;
     } else {
         reply.m_body = picture.Text();
@@ -160,16 +161,16 @@ Outcome LookAtDocument(Api& /*api*/, Request& /*request*/, const Answered& /*ans
     return reply;
 }
 
-Outcome FollowEvents(Api& /*api*/, Request& request, const Answered& /*answered*/) {
+Outcome FollowEvents(Api& api, Request& request, const Answered& /*answered*/) {
     constexpr uint64_t most = std::numeric_limits<int64_t>::max();
-    Streams stream;
+    std::optional<uint64_t> from;
     // A reader that reconnects sends the header, and its address still has the parameter of its beginning.
-    if (!request.m_lastEventId.empty()) {
-        stream.m_after = NumberParameter("Last-Event-ID", request.m_lastEventId, 0, most);
+    if (const auto last = request.Header("Last-Event-ID"); !last.empty()) {
+        from = NumberParameter("Last-Event-ID", std::string(last), 0, most);
     } else if (const auto after = request.m_query.find("after"); after != request.m_query.end()) {
-        stream.m_after = NumberParameter("after", after->second, 0, most);
+        from = NumberParameter("after", after->second, 0, most);
     }
-    return stream;
+    return Streams{std::make_unique<EventStream>(api.m_host, from, api.m_limits.m_commentTime)};
 }
 
 } // namespace bmhost

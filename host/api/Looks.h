@@ -1,7 +1,8 @@
 // What clients read: the picture and its parts, the log, events, the document.
 #pragma once
 
-#include "host/api/Request.h"
+#include "host/http/Service.h"
+#include "host/resident/ResidentHost.h"
 
 namespace bmhost {
 

@@ -1,7 +1,7 @@
 // The picture as JSON, made once for all who read the same picture.
 #include "host/api/PictureText.h"
 
-#include "host/api/Request.h"
+#include "host/http/Reply.h"
 #include "host/picture/PictureJson.h"
 
 namespace bmhost {

@@ -3,7 +3,9 @@
 
 #include "host/api/Limits.h"
 #include "host/api/PictureText.h"
-#include "host/api/Request.h"
+#include "host/api/Upload.h"
+#include "host/http/Service.h"
+#include "host/resident/ResidentHost.h"
 
 #include <span>
 #include <string_view>

@@ -31,8 +31,8 @@ public:
     void Stop();
 
 private:
-    class Daemon;
-    std::unique_ptr<Daemon> m_daemon;
+    class Parts;
+    std::unique_ptr<Parts> m_parts;
 };
 
 } // namespace bmhost

@@ -2,7 +2,7 @@
 #include "ServedHost.h"
 
 #include "host/TestFolder.h"
-#include "host/api/Request.h"
+#include "host/http/Reply.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include "host/api/CallJson.h"
 
 #include "common/veldo_common_protocol.h"
-#include "host/api/Request.h"
+#include "host/http/Reply.h"
 
 #include <gtest/gtest.h>
 

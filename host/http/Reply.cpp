@@ -1,5 +1,5 @@
-// A request of a client and what it is answered, free of how both are carried.
-#include "host/api/Request.h"
+// What a request is answered, free of how it is carried.
+#include "host/http/Reply.h"
 
 #include "bm_dev/ByteText.h"
 
@@ -15,13 +15,6 @@ Reply JsonReply(unsigned status, const ordered_json& body, Headers headers) {
     reply.m_body = std::make_shared<const std::string>(bm_dev::EscapedJson(text) + "\n");
     reply.m_headers = std::move(headers);
     return reply;
-}
-
-Reply ErrorReply(const Request& request, const Refusal& refusal) {
-    return JsonReply(
-        refusal.m_status,
-        {{"error", {{"operation", request.Operation()}, {"value", refusal.m_value}, {"reason", refusal.what()}}}},
-        refusal.m_headers);
 }
 
 } // namespace bmhost

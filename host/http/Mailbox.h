@@ -1,7 +1,7 @@
 // Where other threads leave what the server's thread has to do.
 #pragma once
 
-#include "host/resident/ResidentHost.h"
+#include "host/http/Service.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,11 +12,11 @@
 
 namespace bmhost {
 
-/// Every member on any thread. The host may keep what TicketFor returned for longer than the server lives.
+/// Every member on any thread. A service may keep what TicketFor returned for longer than the server lives.
 class Mailbox : public std::enable_shared_from_this<Mailbox> {
 public:
     struct Mail {
-        std::vector<std::pair<uint64_t, Answer>> m_answers; ///< by the exchange that they are for
+        std::vector<std::pair<uint64_t, Settled>> m_answers; ///< by the exchange that they are for
         bool m_news = false;
         bool m_stop = false; ///< stays set
     };
@@ -26,8 +26,8 @@ public:
     Mailbox(const Mailbox&) = delete;
     Mailbox& operator=(const Mailbox&) = delete;
 
-    /// What the host answers this exchange with. If it drops it unanswered, that is 503 with null for a body.
-    Answered TicketFor(uint64_t exchange);
+    /// What this exchange is answered with. If it is dropped unanswered, that is a refusal, 503.
+    Ticket TicketFor(uint64_t exchange);
     /// Tickets that are neither answered nor dropped.
     std::size_t Outstanding() const;
     void TellNews();
@@ -40,9 +40,9 @@ public:
     void Close();
 
 private:
-    class Ticket;
+    class OneAnswer;
 
-    void Put(uint64_t exchange, Answer answer);
+    void Put(uint64_t exchange, Settled answer);
     void Wake() const;
 
     const int m_descriptor;

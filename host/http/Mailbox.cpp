@@ -1,5 +1,5 @@
 // Where other threads leave what the server's thread has to do.
-#include "host/api/Mailbox.h"
+#include "host/http/Mailbox.h"
 
 #include <atomic>
 #include <cerrno>
@@ -20,16 +20,18 @@ int OpenMailDescriptor() {
 } // namespace
 
 /// One answer, at most once.
-class Mailbox::Ticket {
+class Mailbox::OneAnswer {
 public:
-    Ticket(std::shared_ptr<Mailbox> mailbox, uint64_t exchange) : m_mailbox(std::move(mailbox)), m_exchange(exchange) {}
-    ~Ticket() {
-        if (!m_used) Use({503, nullptr});
+    OneAnswer(std::shared_ptr<Mailbox> mailbox, uint64_t exchange)
+        : m_mailbox(std::move(mailbox)),
+          m_exchange(exchange) {}
+    ~OneAnswer() {
+        if (!m_used) Use(Refusal(503, "", "the host has dropped this without an answer"));
     }
-    Ticket(const Ticket&) = delete;
-    Ticket& operator=(const Ticket&) = delete;
+    OneAnswer(const OneAnswer&) = delete;
+    OneAnswer& operator=(const OneAnswer&) = delete;
 
-    void Use(Answer answer) {
+    void Use(Settled answer) {
         if (!m_used.exchange(true)) m_mailbox->Put(m_exchange, std::move(answer));
     }
 
@@ -45,13 +47,13 @@ Mailbox::~Mailbox() {
     close(m_descriptor);
 }
 
-Answered Mailbox::TicketFor(uint64_t exchange) {
-    auto ticket = std::make_shared<Ticket>(shared_from_this(), exchange);
+Ticket Mailbox::TicketFor(uint64_t exchange) {
+    auto ticket = std::make_shared<OneAnswer>(shared_from_this(), exchange);
     {
         const std::lock_guard lock(m_mutex);
         ++m_outstanding;
     }
-    return [ticket = std::move(ticket)](Answer answer) { ticket->Use(std::move(answer)); };
+    return [ticket = std::move(ticket)](Settled answer) { ticket->Use(std::move(answer)); };
 }
 
 std::size_t Mailbox::Outstanding() const {
@@ -59,7 +61,7 @@ std::size_t Mailbox::Outstanding() const {
     return m_outstanding;
 }
 
-void Mailbox::Put(uint64_t exchange, Answer answer) {
+void Mailbox::Put(uint64_t exchange, Settled answer) {
     const std::lock_guard lock(m_mutex);
     --m_outstanding;
     if (m_closed) return;

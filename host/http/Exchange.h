@@ -1,11 +1,10 @@
 // One request of one connection, from its headers to the end of its answer.
 #pragma once
 
-#include "host/api/Connections.h"
-#include "host/api/EventStream.h"
-#include "host/api/Mailbox.h"
-#include "host/api/Request.h"
-#include "host/api/Routes.h"
+#include "host/http/Connections.h"
+#include "host/http/Limits.h"
+#include "host/http/Mailbox.h"
+#include "host/http/Service.h"
 
 #include <microhttpd.h>
 
@@ -19,7 +18,8 @@ namespace bmhost {
 
 /// What all exchanges of a server share; all on its thread.
 struct Exchanges {
-    Api& m_api;
+    HttpService& m_service;
+    const HttpLimits& m_limits;
     Connections& m_connections;
     Mailbox& m_mailbox;
     uint64_t m_lastId = 0;
@@ -38,8 +38,8 @@ public:
     MHD_Result Step(std::string_view body);
 
     uint64_t Id() const { return m_id; }
-    /// The host's answer; ignored unless it is waited for.
-    void Deliver(const Answer& answer);
+    /// The service's answer; ignored unless it is waited for.
+    void Deliver(Settled answer);
     /// The client has gone: nothing is sent any more.
     void GiveUp();
     /// The server ends: what waits is answered now.
@@ -57,13 +57,14 @@ private:
     void TakeBody(std::string_view piece);
     MHD_Result CarryOut();
     Outcome Handled();
-    MHD_Result Send(const Reply& reply);
-    MHD_Result BeginStream(std::optional<uint64_t> after);
+    /// @param ends  whether the connection ends with it
+    MHD_Result Send(const Settled& answer, bool ends = false);
+    MHD_Result Queue(MHD_Response* response, const Reply& reply);
+    MHD_Result BeginStream(std::unique_ptr<Stream> stream);
     ssize_t ReadStream(char* to, std::size_t most);
     static ssize_t OnRead(void* exchange, uint64_t position, char* to, std::size_t most);
 
-    const char* Header(const char* name) const;
-    const ApiLimits& Limits() const { return m_all.m_api.m_limits; }
+    const HttpLimits& Limits() const { return m_all.m_limits; }
 
     Exchanges& m_all;
     Connection& m_connection;
@@ -71,10 +72,10 @@ private:
     Phase m_phase = Phase::Begin;
     bool m_gone = false;
     Request m_request;
-    const Route* m_route = nullptr;
-    std::optional<Reply> m_reply; ///< what will be answered, as soon as it is known
-    std::optional<EventStream> m_stream;
-    std::chrono::steady_clock::time_point m_imageEnd; ///< by then an image has come
+    std::optional<Settled> m_answer; ///< as soon as it is known
+    std::unique_ptr<Stream> m_stream;
+    /// By then a body for a sink has come.
+    std::optional<std::chrono::steady_clock::time_point> m_bodyEnd;
 };
 
 } // namespace bmhost

@@ -1,12 +1,15 @@
 // The clients that are connected: who they are, and until when something has to come of them.
-#include "host/api/Connections.h"
+#include "host/http/Connections.h"
 
 #include <microhttpd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <iterator>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <system_error>
@@ -16,37 +19,62 @@ namespace bmhost {
 
 namespace {
 
+constexpr unsigned SpareConnections = 16; // they are told that there are too many
+
 int OpenWatch() {
     const int descriptor = epoll_create1(EPOLL_CLOEXEC);
     if (descriptor < 0) throw std::system_error(errno, std::generic_category(), "epoll_create1");
     return descriptor;
 }
 
-Asker PeerOf(int socket) {
-    ucred peer{};
-    socklen_t size = sizeof(peer);
-    Asker asker;
-    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return asker;
-    asker.m_process = peer.pid;
-    asker.m_user = peer.uid;
-    asker.m_group = peer.gid;
-    return asker;
+// The other end of a TCP connection may vanish without a word.
+void Probe(int socket) {
+    const int on = 1;
+    const int idle = 60;     // seconds
+    const int interval = 15; // seconds
+    const int probes = 4;
+    setsockopt(socket, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof(on));
+    setsockopt(socket, IPPROTO_TCP, TCP_KEEPIDLE, &idle, sizeof(idle));
+    setsockopt(socket, IPPROTO_TCP, TCP_KEEPINTVL, &interval, sizeof(interval));
+    setsockopt(socket, IPPROTO_TCP, TCP_KEEPCNT, &probes, sizeof(probes));
 }
 
 } // namespace
 
-Connections::Connections(unsigned most) : m_most(most), m_watch(OpenWatch()) {}
+Connections::Connections(unsigned most, unsigned mostOfAddress)
+    : m_most(most),
+      m_mostOfAddress(mostOfAddress),
+      m_watch(OpenWatch()) {}
 
 Connections::~Connections() {
     close(m_watch);
 }
 
-Connection& Connections::Add(MHD_Connection* handle) {
+unsigned Connections::MostAccepted() const {
+    return m_most + SpareConnections;
+}
+
+bool Connections::HasRoomFor(const sockaddr& address) const {
+    if (m_connections.size() >= MostAccepted()) return false;
+    if (m_mostOfAddress == 0) return true;
+    const std::string text = AddressText(address);
+    if (text.empty()) return true;
+    const auto same = std::count_if(m_connections.begin(), m_connections.end(), [&text](const auto& connection) {
+        return connection.second.m_peer.m_address == text;
+    });
+    return same < static_cast<std::ptrdiff_t>(m_mostOfAddress);
+}
+
+Connection& Connections::Add(MHD_Connection* handle, std::size_t listener, bool secure) {
     Connection& connection = m_connections[++m_lastId];
     connection.m_id = m_lastId;
     connection.m_handle = handle;
     connection.m_socket = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
-    connection.m_asker = PeerOf(connection.m_socket);
+    connection.m_peer =
+        PeerOf(connection.m_socket, *MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CLIENT_ADDRESS)->client_addr);
+    connection.m_peer.m_listener = listener;
+    connection.m_peer.m_secure = secure;
+    if (connection.m_peer.IsRemote()) Probe(connection.m_socket);
     return connection;
 }
 

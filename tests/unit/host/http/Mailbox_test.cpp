@@ -1,5 +1,5 @@
 // What other threads leave for the server.
-#include "host/api/Mailbox.h"
+#include "host/http/Mailbox.h"
 
 #include <gtest/gtest.h>
 
@@ -20,17 +20,17 @@ bool HasMail(const Mailbox& mailbox) {
 
 TEST(Mailbox, AnAnswerComesOnceWithItsExchange) {
     const auto mailbox = std::make_shared<Mailbox>();
-    const Answered answered = mailbox->TicketFor(7);
+    const Ticket answered = mailbox->TicketFor(7);
     EXPECT_EQ(mailbox->Outstanding(), 1U);
     EXPECT_FALSE(HasMail(*mailbox));
-    answered({409, {{"a", 1}}});
-    answered({200, {{"b", 2}}});
+    answered(JsonReply(409, {{"a", 1}}));
+    answered(JsonReply(200, {{"b", 2}}));
     EXPECT_TRUE(HasMail(*mailbox));
     EXPECT_EQ(mailbox->Outstanding(), 0U);
     const auto mail = mailbox->Take();
     ASSERT_EQ(mail.m_answers.size(), 1U);
     EXPECT_EQ(mail.m_answers[0].first, 7U);
-    EXPECT_EQ(mail.m_answers[0].second.m_status, 409U);
+    EXPECT_EQ(std::get<Reply>(mail.m_answers[0].second).m_status, 409U);
     EXPECT_FALSE(HasMail(*mailbox));
     EXPECT_TRUE(mailbox->Take().m_answers.empty());
 }
@@ -38,13 +38,14 @@ TEST(Mailbox, AnAnswerComesOnceWithItsExchange) {
 TEST(Mailbox, ADroppedTicketIsTold) {
     const auto mailbox = std::make_shared<Mailbox>();
     {
-        const Answered first = mailbox->TicketFor(1);
-        const Answered copy = first;
+        const Ticket first = mailbox->TicketFor(1);
+        const Ticket copy = first;
     }
     const auto mail = mailbox->Take();
     ASSERT_EQ(mail.m_answers.size(), 1U);
-    EXPECT_EQ(mail.m_answers[0].second.m_status, 503U);
-    EXPECT_TRUE(mail.m_answers[0].second.m_body.is_null());
+    const auto& refusal = std::get<Refusal>(mail.m_answers[0].second);
+    EXPECT_EQ(refusal.m_status, 503U);
+    EXPECT_STREQ(refusal.what(), "the host has dropped this without an answer");
     EXPECT_EQ(mailbox->Outstanding(), 0U);
 }
 
@@ -63,12 +64,12 @@ TEST(Mailbox, NewsAreTakenOnceAndAStopStays) {
 
 TEST(Mailbox, ATicketMayOutliveTheServer) {
     auto mailbox = std::make_shared<Mailbox>();
-    const Answered late = mailbox->TicketFor(1);
+    const Ticket late = mailbox->TicketFor(1);
     const std::weak_ptr<Mailbox> watch = mailbox;
     mailbox->Close();
     mailbox.reset();
     EXPECT_FALSE(watch.expired());
-    late({200, {}});
+    late(Reply{});
     EXPECT_TRUE(watch.lock()->Take().m_answers.empty());
 }
 
@@ -77,7 +78,7 @@ TEST(Mailbox, AnswersOfManyThreadsAllCome) {
     std::vector<std::thread> threads;
     constexpr uint64_t count = 64;
     for (uint64_t i = 0; i < count; ++i)
-        threads.emplace_back([answered = mailbox->TicketFor(i)] { answered({200, {}}); });
+        threads.emplace_back([answered = mailbox->TicketFor(i)] { answered(Reply{}); });
     for (auto& thread : threads)
         thread.join();
     EXPECT_EQ(mailbox->Take().m_answers.size(), count);
