@@ -46,15 +46,17 @@ inline std::string CutText(const std::string& text, std::size_t columns, std::st
     return text.substr(0, bytes) + std::string(ColumnsOf(mark) <= columns ? mark : mark.substr(0, columns));
 }
 
-/// Makes the widest columns narrower until the table fits, or none is left that can lose anything.
+/// Makes the widest columns narrower until the table fits, or none is left that can lose anything. The first one, which
+/// tells the rows apart, loses only what the others cannot.
 inline void FitColumns(std::vector<std::size_t>& widths, std::size_t spared, std::size_t limit) {
     constexpr std::size_t narrowest = 6;
     std::size_t sum = spared;
     for (const std::size_t width : widths)
         sum += width;
     while (sum > limit) {
-        const auto widest = std::max_element(widths.begin(), widths.end());
-        if (widest == widths.end() || *widest <= narrowest) return;
+        auto widest = std::max_element(widths.begin() + 1, widths.end());
+        if (widest == widths.end() || *widest <= narrowest) widest = widths.begin();
+        if (*widest <= narrowest) return;
         --*widest;
         --sum;
     }

@@ -50,6 +50,12 @@ TEST(Table, ThatIsTooWideHasItsLongestColumnsCut) {
     EXPECT_EQ("bay  name     maker\n1    a ve...  a lon...\n", FormatTable(rows, false, {}, {22, "..."}));
 }
 
+TEST(Table, ThatIsTooWideKeepsItsFirstColumnWhileTheOthersCanLose) {
+    const TableRows rows = {{{"place"}, {"LED"}}, {{"AMC bay 3"}, {"2 service"}}, {{"AMC bay 6"}, {"2 service"}}};
+    EXPECT_EQ("place      LED\nAMC bay 3  2 serv…\nAMC bay 6  2 serv…\n", FormatTable(rows, false, {}, {18}));
+    EXPECT_EQ("place    LED\nAMC ba…  2 ser…\nAMC ba…  2 ser…\n", FormatTable(rows, false, {}, {15}));
+}
+
 TEST(Table, ThatFitsIsNotCut) {
     const TableRows rows = {{{"bay"}, {"name"}}, {{"1"}, {"a long name"}}};
     EXPECT_EQ(FormatTable(rows, false), FormatTable(rows, false, {}, {16}));
