@@ -10,6 +10,7 @@
 
 #include "bm_dev/ByteText.h"
 
+#include <initializer_list>
 #include <utility>
 #include <vector>
 
@@ -38,6 +39,21 @@ std::string FirmwareCell(const CBMIParam& param, const Style& style) {
     return param.GetString() == UNKNOWN_FW_VERSION ? "unknown" : Cell(param, style);
 }
 
+// A type that has no name, and a text, stay as they are.
+std::string TypeText(const CBMIParam& param, const Style& style, std::initializer_list<const char*> names) {
+    const int type = param.GetType() == BMI_PARAM_STRING ? 0 : param.GetInt();
+    if (type < 1 || type > static_cast<int>(names.size())) return Cell(param, style);
+    return std::string(names.begin()[type - 1]) + " (" + std::to_string(type) + ")";
+}
+
+std::string DspTypeCell(const CBMIParam& param, const Style& style) {
+    return TypeText(param, style, {"Mindspeed 82710", "Mindspeed 829xx"});
+}
+
+std::string FramerTypeCell(const CBMIParam& param, const Style& style) {
+    return TypeText(param, style, {"PM4354 COMET-QUAD"});
+}
+
 std::string PlaceCell(const CBMIParam& param, const Style&) {
     return LedBayText(param.GetInt());
 }
@@ -61,9 +77,9 @@ const std::vector<Column> ModuleColumns = {{BMI_HW_AMC_BAY, "place", PlaceCell},
                                            {BMI_HW_AMC_FW_VERSION, "firmware", FirmwareCell}};
 const std::vector<Column> AmcColumns = {{BMI_HW_AMC_FRU_BAY, "place", PlaceCell},
                                         {BMI_HW_AMC_FRU_FIELD_B, "DSPs", Cell},
-                                        {BMI_HW_AMC_FRU_FIELD_A, "type of the first", Cell}};
+                                        {BMI_HW_AMC_FRU_FIELD_A, "type of the first", DspTypeCell}};
 const std::vector<Column> RtmColumns = {{BMI_HW_RTM_FRU_NUM_FRAMERS, "framers", Cell},
-                                        {BMI_HW_RTM_FRU_FRAMER_TYPE, "type", Cell},
+                                        {BMI_HW_RTM_FRU_FRAMER_TYPE, "type", FramerTypeCell},
                                         {BMI_HW_RTM_FRU_TRUNKS_PER_FRAMER, "trunks of each", Cell}};
 
 std::string Section(const char* title, const char* whenEmpty, const Rows& rows, const std::vector<Column>& columns,

@@ -83,14 +83,14 @@ std::string LedsText(const Picture& picture, const Style& style) {
         const LedPlace place = {reading.m_bay, reading.m_led};
         if (!reading.m_state) {
             lines.push_back({LedBayText(place.m_bay), LedText(place.m_led), "?",
-                             "not read, result " + std::to_string(reading.m_result)});
+                             "not read, result " + ResultText(reading.m_result)});
             continue;
         }
         std::vector<std::string>& line = lines.emplace_back(LedLine(place, LedRowOf(*reading.m_state, place.m_bay)));
         if (!picture.m_host.m_resident) continue;
         const std::string age = AgeText((picture.m_time - reading.m_read).count());
         line.push_back((age == "now" ? age : age + " ago") +
-                       (reading.m_result == Success ? "" : ", not since: result " + std::to_string(reading.m_result)));
+                       (reading.m_result == Success ? "" : ", not since: result " + ResultText(reading.m_result)));
     }
     return lines.empty() ? "no LED\n" : LedTable(lines, style);
 }

@@ -13,15 +13,16 @@ using testing::IsEmpty;
 TEST(BmhostLeds, ShowsEveryLedAndThatOneCannotBeRead) {
     const Ended ended = RunStub("leds", {"--simulated", "leds"});
     EXPECT_EQ(1, ended.m_status);
-    EXPECT_EQ("  place      LED               colour  state               times                  control\n"
-              "  baseboard  1 hot swap        -       off                                        local\n"
-              "  baseboard  2 out of service  red     blink               250 ms on, 500 ms off  override\n"
-              "  baseboard  3 health          -       lamp test           3.4 s                  override\n"
-              "  AMC bay 3  1 hot swap        blue    on                                         override\n"
-              "  AMC bay 3  2 out of service  -       off                                        local\n"
-              "  AMC bay 5  1 hot swap        -       off                                        local\n"
-              "  AMC bay 5  2 out of service  ?       not read, result 0\n",
-              ended.m_out);
+    EXPECT_EQ(
+        "  place      LED               colour  state                              times                  control\n"
+        "  baseboard  1 hot swap        -       off                                                       local\n"
+        "  baseboard  2 out of service  red     blink                              250 ms on, 500 ms off  override\n"
+        "  baseboard  3 health          -       lamp test                          3.4 s                  override\n"
+        "  AMC bay 3  1 hot swap        blue    on                                                        override\n"
+        "  AMC bay 3  2 out of service  -       off                                                       local\n"
+        "  AMC bay 5  1 hot swap        -       off                                                       local\n"
+        "  AMC bay 5  2 out of service  ?       not read, result 0 (nothing done)\n",
+        ended.m_out);
 }
 
 TEST(BmhostLeds, SaysThatThereIsNone) {

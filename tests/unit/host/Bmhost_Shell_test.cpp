@@ -64,7 +64,7 @@ TEST(BmhostShell, HasTheCommandsForPeople) {
     const Ended ended = RunStub("leds", {"--simulated", "shell"}, "led set board health on --color red\nleds\n");
     EXPECT_EQ(1, ended.m_status) << "one LED cannot be read";
     EXPECT_THAT(ended.m_out, HasSubstr("  baseboard  3 health  red     on            override\n"));
-    EXPECT_THAT(ended.m_out, HasSubstr("  AMC bay 5  2 out of service  ?       not read, result 0\n"));
+    EXPECT_THAT(ended.m_out, HasSubstr("  AMC bay 5  2 out of service  ?       not read, result 0 (nothing done)\n"));
 }
 
 TEST(BmhostShell, RefusesWhatHasItsOwnLife) {

@@ -38,12 +38,12 @@ TEST(InventoryView, SaysInWordsWhatTheAdaptorSaysInNumbers) {
               "\n"
               "AMCs with DSPs\n"
               "  place      DSPs  type of the first\n"
-              "  AMC bay 3  4     2\n"
+              "  AMC bay 3  4     Mindspeed 829xx (2)\n"
               "  AMC bay 4  8     1\n"
               "\n"
               "RTM framers\n"
-              "  framers  type  trunks of each\n"
-              "  8        1     4\n",
+              "  framers  type                   trunks of each\n"
+              "  8        PM4354 COMET-QUAD (1)  4\n",
               InventoryText(Inventoried(), {}));
     EXPECT_TRUE(InventoryIsGood(Inventoried()));
 }

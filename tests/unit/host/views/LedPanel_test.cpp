@@ -44,9 +44,9 @@ LedReading Read(int bay, int led, int64_t at, int result = 1) {
 TEST(LedPanel, ShowsWhatCouldNotBeReadAsSuch) {
     Picture picture;
     picture.m_leds = {Read(3, 1, 0), {3, 2, -1, std::nullopt, {}}};
-    EXPECT_EQ("  place      LED               colour  state                times  control\n"
-              "  AMC bay 3  1 hot swap        red     on                          local\n"
-              "  AMC bay 3  2 out of service  ?       not read, result -1\n",
+    EXPECT_EQ("  place      LED               colour  state                         times  control\n"
+              "  AMC bay 3  1 hot swap        red     on                                   local\n"
+              "  AMC bay 3  2 out of service  ?       not read, result -1 (failed)\n",
               LedsText(picture, {}));
     EXPECT_FALSE(LedsAreGood(picture));
     picture.m_leds.pop_back();
@@ -60,10 +60,11 @@ TEST(LedPanel, ShowsTheAgeOfAReadingOfAResidentHost) {
     picture.m_host.m_resident = true;
     picture.m_time = WallTime(std::chrono::milliseconds(100000));
     picture.m_leds = {Read(3, 1, 99500), Read(3, 2, 58000, 0)};
-    EXPECT_EQ("  place      LED               colour  state  times  control  read\n"
-              "  AMC bay 3  1 hot swap        red     on            local    now\n"
-              "  AMC bay 3  2 out of service  red     on            local    42 s ago, not since: result 0\n",
-              LedsText(picture, {}));
+    EXPECT_EQ(
+        "  place      LED               colour  state  times  control  read\n"
+        "  AMC bay 3  1 hot swap        red     on            local    now\n"
+        "  AMC bay 3  2 out of service  red     on            local    42 s ago, not since: result 0 (nothing done)\n",
+        LedsText(picture, {}));
     EXPECT_FALSE(LedsAreGood(picture));
 }
 
