@@ -1,6 +1,7 @@
 // `bmhost firmware`: an upgrade that is started and followed to its end.
 #include "host/commands/Firmware.h"
 
+#include "common/veldo_common_protocol.h"
 #include "host/context/Context.h"
 #include "host/context/GiveOrder.h"
 #include "host/orders/FirmwareFile.h"
@@ -42,11 +43,12 @@ UpgradeRow PlaceOf(const std::string& target, std::optional<int> bay) {
         if (!bay) Refuse("expected --bay N with --target amc, N from 1 to 8");
         return {UpgradeOfModule, *bay, UpgradeIsRunning};
     }
+    if (std::find(std::begin(Targets), std::end(Targets), target) == std::end(Targets))
+        Refuse("--target '" + target + "': expected board, amc or rtm" +
+               DidYouMean(target, {std::begin(Targets), std::end(Targets)}));
     if (bay) Refuse("--bay goes with --target amc only");
     if (target == "rtm") return {UpgradeOfModule, RtmBay, UpgradeIsRunning};
-    if (target == "board") return {UpgradeOfBaseboard, BaseboardBay, UpgradeIsRunning};
-    Refuse("--target '" + target + "': expected board, amc or rtm" +
-           DidYouMean(target, {std::begin(Targets), std::end(Targets)}));
+    return {UpgradeOfBaseboard, BaseboardBay, UpgradeIsRunning};
 }
 
 // The firmware tool runs somewhere else: its file is told by an absolute path, which can look like no option either.
@@ -71,9 +73,14 @@ std::string PlaceText(const UpgradeFacts& upgrade) {
     return UpgradeTargetText({upgrade.m_target, upgrade.m_bay, upgrade.m_state});
 }
 
-// The end of one whose host has ended first is not known; the lock tells which one is still under way.
-std::string StateText(const UpgradeFacts& upgrade) {
-    return upgrade.m_ended ? std::string(UpgradeStateName(upgrade.m_state)) : "begun, no end seen";
+// The end of one whose host has ended first is not known; a resident host waits for the end of its own.
+std::string StateText(const UpgradeFacts& upgrade, bool followed) {
+    if (upgrade.m_ended) return std::string(UpgradeStateName(upgrade.m_state));
+    return followed && upgrade.m_state == UpgradeIsRunning ? "in progress" : "begun, no end seen";
+}
+
+std::string VersionText(const std::string& version) {
+    return version == BM_ADAPTOR::UNKNOWN_FW_VERSION ? "unknown" : PrintableText(version);
 }
 
 } // namespace
@@ -92,14 +99,14 @@ Order OrderOf(const FirmwareWords& words) {
     return {"firmware-update", values};
 }
 
-std::string HistoryText(const std::vector<UpgradeFacts>& upgrades) {
+std::string HistoryText(const std::vector<UpgradeFacts>& upgrades, bool followed) {
     if (upgrades.empty()) return "no upgrade yet\n";
     const UpgradeFacts& last = upgrades.back();
     std::vector<std::vector<std::string>> lines = {{"begun", "place", "state", "file", "firmware before", "SHA-256"}};
     for (const UpgradeFacts& each : upgrades)
-        lines.push_back({Rfc3339(each.m_begun), PlaceText(each), StateText(each), PrintableText(each.m_file),
-                         PrintableText(each.m_versionBefore), each.m_sha256});
-    return PlaceText(last) + ": " + StateText(last) + "\n\n" + AlignedTable(lines, false);
+        lines.push_back({Rfc3339(each.m_begun), PlaceText(each), StateText(each, followed), PrintableText(each.m_file),
+                         VersionText(each.m_versionBefore), each.m_sha256});
+    return PlaceText(last) + ": " + StateText(last, followed) + "\n\n" + AlignedTable(lines, false);
 }
 
 std::string HistoryLine(const std::vector<UpgradeFacts>& upgrades) {
@@ -139,7 +146,7 @@ bool RunShow(Context& context) {
     std::vector<std::string> remarks;
     const bool asks = context.Host() != nullptr;
     const auto upgrades = asks ? context.Look().m_upgrades : UpgradeHistory(StateFolder()).Read(remarks);
-    WriteAll(context.Output(), context.Globals().m_json ? HistoryLine(upgrades) : HistoryText(upgrades));
+    WriteAll(context.Output(), context.Globals().m_json ? HistoryLine(upgrades) : HistoryText(upgrades, asks));
     for (const std::string& remark : remarks)
         fprintf(stderr, "bmhost: %s\n", remark.c_str());
     return upgrades.empty() || upgrades.back().m_state != UpgradeHasFailed;

@@ -7,6 +7,7 @@
 #include "host/output/Redirect.h"
 #include "host/picture/StatusNames.h"
 #include "host/words/Error.h"
+#include "host/words/Situations.h"
 
 #include "bm_dev/UniqueFd.h"
 
@@ -24,6 +25,7 @@ namespace bmhost {
 namespace {
 
 constexpr std::chrono::seconds LookAgain(1);
+constexpr int ErrorLevel = 3;
 
 std::string Escaped(const std::string& text) {
     constexpr std::string_view plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
@@ -68,7 +70,30 @@ UpgradeFacts Followed(HostClient& host, Context& context) {
     }
 }
 
+// How the upgrade has ended is known, even when the host has gone since.
+std::vector<std::string> ReasonsByHost(HostClient& host, const UpgradeFacts& upgrade) {
+    try {
+        return TellingLines(ReasonsOfUpgrade(host.Get("/v1/log?lines=1000").m_body, upgrade));
+    } catch (const std::runtime_error&) {
+        return {};
+    }
+}
+
 } // namespace
+
+std::vector<std::string> ReasonsOfUpgrade(const nlohmann::ordered_json& log, const UpgradeFacts& upgrade) {
+    std::vector<std::string> reasons;
+    const auto lines = log.is_object() ? log.find("lines") : log.end();
+    if (lines == log.end() || !lines->is_array()) return reasons;
+    const std::string begun = Rfc3339(upgrade.m_begun);
+    const std::string ended = Rfc3339(upgrade.m_ended.value_or(WallNow()));
+    for (const auto& line : *lines) {
+        if (!line.is_object() || line.value("level", 0) != ErrorLevel) continue;
+        const std::string time = line.value("time", "");
+        if (time >= begun && time <= ended) reasons.push_back(line.value("text", ""));
+    }
+    return reasons;
+}
 
 std::string PathOfUpgrade(const Order& order) {
     std::string path = "/v1/firmware?target=" + Escaped(order.m_values.at("target").get<std::string>());
@@ -94,6 +119,10 @@ OrderOutcome UpgradeByHost(HostClient& host, Context& context, const Order& orde
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(*facts.m_ended - facts.m_begun).count();
     outcome.m_text = UpgradeTargetText({facts.m_target, facts.m_bay, facts.m_state}) +
                      (outcome.m_good ? ": upgraded, " : ": the upgrade failed, ") + std::to_string(seconds) + " s\n";
+    if (!outcome.m_good) {
+        outcome.m_reasons = ReasonsByHost(host, facts);
+        outcome.m_cure = CureOf(outcome.m_reasons);
+    }
     outcome.m_values["state"] = facts.m_state;
     outcome.m_values["state_name"] = UpgradeStateName(facts.m_state);
     outcome.m_values["begun"] = Rfc3339(facts.m_begun);

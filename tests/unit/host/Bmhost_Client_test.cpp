@@ -168,14 +168,20 @@ TEST(BmhostClient, AnUpgradeSendsTheImageAndFollowsTheHost) {
     upgrade.m_ended = upgrade.m_begun + std::chrono::seconds(7);
     picture.m_upgrades.push_back(upgrade);
     const std::string path = "POST /v1/firmware?target=amc&bay=3&name=bmhost-client-image-" + std::to_string(getpid());
-    AnsweringHost host(
-        {{path, JsonAnswer(202, begun)}, {"GET /v1/blade", JsonAnswer(200, PictureJson(picture).dump())}});
+    const std::string line = "UPGRADETHEAD :: run - update returned 768 WEXITSTATUS=3 WIFEXITED=1";
+    const std::string log =
+        R"({"lines":[{"time":"1970-01-01T00:00:07.000Z","level":3,"component":"c","text":")" + line + R"("}]})";
+    AnsweringHost host({{path, JsonAnswer(202, begun)},
+                        {"GET /v1/blade", JsonAnswer(200, PictureJson(picture).dump())},
+                        {"GET /v1/log?lines=1000", JsonAnswer(200, log)}});
     const Ended ended = RunHost({"--json", "firmware", "update", "--target", "amc", "--bay", "3", "--yes", file});
     std::filesystem::remove(file);
     EXPECT_EQ(1, ended.m_status) << ended.m_err;
     EXPECT_THAT(ended.m_out, AllOf(StartsWith(R"({"op":"firmware update","result":1,"good":false,"changed":true,)"),
                                    HasSubstr(R"("sha256":"abc")"), HasSubstr(R"("ended":"1970-01-01T00:00:07.000Z")")));
-    EXPECT_THAT(host.Asked(), ElementsAre(path + "an image", "GET /v1/blade"));
+    EXPECT_THAT(host.Asked(), ElementsAre(path + "an image", "GET /v1/blade", "GET /v1/log?lines=1000"));
+    EXPECT_THAT(ended.m_out,
+                AllOf(HasSubstr("\"reasons\":[\"" + line + "\"]"), HasSubstr("\"cure\":\"read what the tool")));
 }
 
 TEST(BmhostTimeout, AnAdaptorThatDoesNotReturnIsToldOfWithTheTimeSinceWhen) {

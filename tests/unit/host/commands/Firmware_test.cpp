@@ -88,6 +88,8 @@ TEST_F(FirmwareOrderTest, RefusesTargetsThatAreNone) {
     EXPECT_THAT(Refusal({"update", "--target", "amc", "@/image.bin"}), HasSubstr("expected --bay N"));
     EXPECT_THAT(Refusal({"update", "--target", "rtm", "--bay", "3", "@/image.bin"}), HasSubstr("--bay goes with"));
     EXPECT_THAT(Refusal({"update", "--target", "amc", "--bay", "9", "@/image.bin"}), HasSubstr("--bay"));
+    EXPECT_THAT(Refusal({"update", "--target", "amx", "--bay", "3", "@/image.bin"}),
+                HasSubstr("--target 'amx': expected board, amc or rtm; did you mean amc?"));
     EXPECT_THAT(Refusal({"update", "--target", "bord", "@/image.bin"}), HasSubstr("; did you mean board?"));
     EXPECT_THAT(Refusal({"update", "@/image.bin"}),
                 HasSubstr("'firmware update' is not enough: expected firmware update --target T"));
@@ -129,7 +131,7 @@ TEST_F(FirmwareOrderTest, AsksFirstOrHasYes) {
 }
 
 TEST(FirmwareHistory, TellsTheLastUpgradeAndAll) {
-    EXPECT_EQ("no upgrade yet\n", HistoryText({}));
+    EXPECT_EQ("no upgrade yet\n", HistoryText({}, false));
     EXPECT_EQ("{\"op\":\"firmware show\",\"upgrades\":[]}\n", HistoryLine({}));
     UpgradeFacts first;
     first.m_target = 1;
@@ -141,10 +143,13 @@ TEST(FirmwareHistory, TellsTheLastUpgradeAndAll) {
     second.m_bay = 9;
     second.m_state = UpgradeIsRunning;
     second.m_ended.reset();
-    const std::string text = HistoryText({first, second});
+    first.m_versionBefore = "UnKn";
+    const std::string text = HistoryText({first, second}, false);
     EXPECT_THAT(text, testing::StartsWith("RTM: begun, no end seen\n\n"));
     EXPECT_THAT(text, HasSubstr("1970-01-01T00:00:00.000Z  AMC bay 3  done"));
     EXPECT_THAT(text, HasSubstr("a?.bin"));
+    EXPECT_THAT(text, HasSubstr("  unknown\n"));
+    EXPECT_THAT(HistoryText({first, second}, true), testing::StartsWith("RTM: in progress\n\n"));
     EXPECT_THAT(HistoryLine({first}),
                 HasSubstr(R"("place":"AMC bay 3","target":1,"bay":3,"state":2,"state_name":"done")"));
 }
