@@ -44,6 +44,8 @@ std::string HealthText(const Picture& picture) {
     std::string text = "health: " + std::string(HealthWord(health.m_state));
     if (health.m_state == HealthState::Ended) text = "health: no longer monitored";
     text += SinceText(health.m_since);
+    // The first fault ends the monitor.
+    if (health.m_state == HealthState::Fault) text += "; no longer monitored, until the next start";
     for (const std::string& reason : health.m_reasons)
         text += "\n  " + PrintableText(reason);
     return text + "\n";

@@ -60,8 +60,8 @@ Ended Watch(const std::vector<std::string>& words) {
 TEST(BmhostWatch, ShowsWhatChangesAndWaitsForTheNextHost) {
     const Ended ended = Watch({"watch"});
     EXPECT_EQ(0, ended.m_status);
-    EXPECT_THAT(ended.m_out,
-                AllOf(StartsWith("  place "), HasSubstr("health: monitored\n"), EndsWith("health: fault\n")));
+    EXPECT_THAT(ended.m_out, AllOf(StartsWith("  place "), HasSubstr("health: monitored\n"),
+                                   EndsWith("health: fault; no longer monitored, until the next start\n")));
     EXPECT_THAT(ended.m_out, Not(HasSubstr("\033")));
     EXPECT_EQ(ended.m_out.find("controller:"), ended.m_out.rfind("controller:")) << "an unchanged line is shown once";
     EXPECT_THAT(ended.m_err, StartsWith("bmhost: the resident host"));

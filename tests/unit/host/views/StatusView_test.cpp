@@ -46,7 +46,7 @@ TEST(StatusView, TellsSinceWhenAndWhy) {
                 HasSubstr("\n\nstart: 0x30012 (switch not taught, or DSPs not loaded or not passed) since "
                           "2026-11-22T12:00:00.000Z\n"
                           "  DSP 5 has no?address\n"
-                          "health: fault since 2026-11-22T12:00:00.000Z\n"
+                          "health: fault since 2026-11-22T12:00:00.000Z; no longer monitored, until the next start\n"
                           "  AMC failed\n"
                           "controller: lost since 2026-11-22T12:00:00.000Z\n"
                           "firmware upgrade: AMC bay 3: failed since 2026-11-22T12:00:00.000Z\n"
