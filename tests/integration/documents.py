@@ -15,7 +15,7 @@ PAGES = [FOLDER / "README.md", *sorted((FOLDER / "docs").glob("*.md"))]
 # How the examples of packaging.md begin that need installed packages: tools/package/page runs these, Integration.documents the others.
 WITH_PACKAGES = ("apt-get install ", "cp -r /usr/share/doc/libipmi-adaptor-dev/", "systemctl enable ")
 OURS = ("bmhost", "bladesim", "ipmitool", "./dev")
-# Programs that a machine of the tests need not have: they are recognised all the same.
+# Programs that a machine of the tests need not have: they are recognised nevertheless.
 OF_A_BOOTED_SYSTEM = ("systemctl", "journalctl")
 
 CUT = "…"
