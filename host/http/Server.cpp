@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <poll.h>
+#include <stdexcept>
 
 namespace bmhost {
 
@@ -116,8 +117,9 @@ void HttpServer::Loop::WakeStreams(bool news) {
 }
 
 void HttpServer::Loop::Turn() {
-    for (const auto& daemon : m_daemons)
-        daemon->Turn();
+    // A request may change a certificate, which adds a daemon.
+    for (std::size_t i = 0; i < m_daemons.size(); ++i)
+        m_daemons[i]->Turn();
     // A daemon without its listener goes with its last client.
     const auto own = m_daemons.begin() + static_cast<std::ptrdiff_t>(std::min(m_listeners, m_daemons.size()));
     m_daemons.erase(std::remove_if(own, m_daemons.end(), [](const auto& daemon) { return !daemon->HasConnections(); }),
@@ -125,8 +127,9 @@ void HttpServer::Loop::Turn() {
 }
 
 void HttpServer::Loop::SetTls(std::size_t listener, const Tls& tls) {
-    std::unique_ptr<Daemon>& current = m_daemons.at(listener);
-    auto next = std::make_unique<Daemon>(current->Listening(), listener, &tls, m_all);
+    if (listener >= std::min(m_listeners, m_daemons.size())) throw std::out_of_range("there is no such listener");
+    auto next = std::make_unique<Daemon>(m_daemons[listener]->Listening(), listener, &tls, m_all);
+    std::unique_ptr<Daemon>& current = m_daemons[listener];
     current->StopListening();
     std::swap(current, next);
     m_daemons.push_back(std::move(next));

@@ -45,8 +45,8 @@ public:
     /// Streams look for news. On any thread.
     void WakeStreams();
 
-    /// Clients that connect from now on get this certificate; the others keep theirs. On the server's thread (in
-    /// eachTurn), or before Run. Throws std::runtime_error, and nothing has changed, when it is none.
+    /// Clients that connect from now on get this certificate; the others keep theirs. On the server's thread, or
+    /// before Run. Throws std::runtime_error, and nothing has changed, when it is none.
     void SetTls(std::size_t listener, const Tls& tls);
 
 private:

@@ -2,9 +2,11 @@
 #include "Client.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <cctype>
 #include <cerrno>
 #include <cstring>
+#include <netinet/in.h>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -16,10 +18,25 @@ Client::Client(const std::string& socket) : m_socket(::socket(AF_UNIX, SOCK_STRE
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     socket.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    Connect(reinterpret_cast<const sockaddr&>(address), sizeof(address));
+}
+
+Client::Client(uint16_t port, const char* from) : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    inet_pton(AF_INET, from, &address.sin_addr);
+    if (bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
+        throw std::runtime_error(std::string("bind: ") + std::strerror(errno));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    Connect(reinterpret_cast<const sockaddr&>(address), sizeof(address));
+}
+
+void Client::Connect(const sockaddr& address, socklen_t size) const {
     const timeval patience{30, 0};
     setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
     setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
-    if (connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
+    if (connect(m_socket, &address, size) != 0)
         throw std::runtime_error(std::string("connect: ") + std::strerror(errno));
 }
 
@@ -30,12 +47,20 @@ void Client::Close() {
 
 bool Client::Send(std::string_view text) const {
     while (!text.empty()) {
-        const ssize_t sent = send(m_socket, text.data(), text.size(), MSG_NOSIGNAL);
+        const ssize_t sent = Write(text.data(), text.size());
         if (sent < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) throw std::runtime_error("nobody reads");
         if (sent <= 0) return false;
         text.remove_prefix(static_cast<std::size_t>(sent));
     }
     return true;
+}
+
+ssize_t Client::Write(const char* bytes, std::size_t size) const {
+    return send(m_socket, bytes, size, MSG_NOSIGNAL);
+}
+
+ssize_t Client::ReadByte(char& byte) const {
+    return recv(m_socket, &byte, 1, 0);
 }
 
 void Client::SendWhatFits(std::string_view text) const {
@@ -54,7 +79,7 @@ bool Client::IsDropped() const {
 
 std::optional<char> Client::Next() const {
     char byte = 0;
-    const ssize_t got = recv(m_socket, &byte, 1, 0);
+    const ssize_t got = ReadByte(byte);
     if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) throw std::runtime_error("nothing comes");
     if (got <= 0) return std::nullopt;
     return byte;

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <sys/socket.h>
+#include <sys/types.h>
 
 #include <nlohmann/json.hpp>
 
@@ -23,11 +26,14 @@ struct HttpAnswer {
     std::string Reason() const { return Json().at("error").at("reason"); }
 };
 
-/// One connection. A wait that takes longer than half a minute ends with a failure.
+/// One connection to a socket of the Unix domain or, with a port, of this machine. A wait that takes longer than half a
+/// minute ends with a failure.
 class Client {
 public:
     explicit Client(const std::string& socket);
-    ~Client() { Close(); }
+    /// @param from  the address that the server sees
+    explicit Client(uint16_t port, const char* from = "127.0.0.1");
+    virtual ~Client() { Close(); }
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
@@ -49,8 +55,13 @@ public:
     bool IsDropped() const;
     void Close();
 
-private:
-    std::optional<char> Next() const;
+protected:
+    virtual ssize_t Write(const char* bytes, std::size_t size) const;
+    virtual ssize_t ReadByte(char& byte) const;
 
     int m_socket;
+
+private:
+    std::optional<char> Next() const;
+    void Connect(const sockaddr& address, socklen_t size) const;
 };
