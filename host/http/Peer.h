@@ -10,12 +10,12 @@ struct sockaddr;
 namespace bmhost {
 
 struct Peer {
-    /// Of a client at a socket of the Unix domain; as they are here, they are nobody's.
+    /// Of a client at a socket of the Unix domain; these values are nobody's.
     int32_t m_process = 0;
     uint32_t m_user = UINT32_MAX;
     uint32_t m_group = UINT32_MAX;
-    /// Of a client at a TCP socket, "192.0.2.7" or "2001:db8::7"; empty in the Unix domain. An IPv4 address is such a
-    /// one at a socket of IPv6, too.
+    /// Of a client at a TCP socket, "192.0.2.7" or "2001:db8::7"; empty in the Unix domain. An IPv4 client of
+    /// a socket of IPv6 has its IPv4 address here.
     std::string m_address;
     uint16_t m_port = 0;
 

@@ -38,7 +38,7 @@ public:
     virtual ~HttpService() = default;
 
     /// After the headers: which body is taken.
-    /// @param length  the body's, if the client says it; a body without is refused
+    /// @param length  the body's; none: no body comes, since chunked ones have been refused with 411
     /// Throws Refusal; what else is thrown is told as 500.
     virtual BodyPlan Begin(Request& request, std::optional<uint64_t> length) = 0;
     /// The request has come whole. Throws Refusal; what else is thrown is told as 500. Who returns Waits has taken a
@@ -46,7 +46,8 @@ public:
     virtual Outcome Handle(Request& request, const TakeTicket& takeTicket) = 0;
     /// What an error looks like in the service's language. The request may have been refused before Begin.
     virtual Reply ErrorReply(const Request& request, const Refusal& refusal) = 0;
-    /// Adds to the headers of whatever is sent, errors and the beginning of a stream included. "Connection: close" ends
+    /// Adds to the headers of whatever is sent, errors and the beginning of a stream included; also
+    /// to what has been refused before Begin. "Connection: close" ends
     /// the connection after the answer.
     virtual void Finish(const Request& /*request*/, Reply& /*reply*/) {}
 };
