@@ -12,7 +12,7 @@ from conftest import SECONDS, bin_folder
 from inside import wait_until
 
 BLADE = Path(os.environ.get("BLADESIM_RUN_DIR", "/nowhere"))
-RUN_STATUS = 'write 0x30200 0x30201={bay} -- 0x30208={status}\n'
+RUN_STATUS = "write 0x30200 0x30201={bay} -- 0x30208={status}\n"
 
 
 def bmhost(*words, text=""):
@@ -71,7 +71,9 @@ class Lines:
         return self.line()
 
     def ended(self):
-        out, err = self.process.communicate(timeout=SECONDS)
+        # Not communicate(): it does not know of what readline() has read ahead.
+        out, err = self.process.stdout.read(), self.process.stderr.read()
+        self.process.wait(SECONDS)
         self.limit.cancel()
         return self.process.returncode, [json.loads(line) for line in out.splitlines()], err
 
