@@ -107,7 +107,7 @@ private:
     }
 
     // Start and stop take as long as the board's tools, an upgrade as long as the firmware's. Of a call that waits, the
-    // one in front of it is told.
+    // one that comes first is told.
     void LookAtCallsUnderWay() {
         for (const CallInProgress& call : m_picture.m_calls) {
             const auto age = m_picture.m_time - call.m_since;
