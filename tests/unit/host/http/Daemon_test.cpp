@@ -160,15 +160,13 @@ TEST(Daemon, ReloadsLeaveNothingBehind) {
 
 TEST(Daemon, AServerDoesNotStartWithACertificateThatIsNone) {
     SmallService service;
-    const int socket = ListenAtPort();
-    EXPECT_THROW(HttpServer({{socket, Tls{"nonsense", "nonsense"}}}, service), std::runtime_error);
-    close(socket);
+    const bm_dev::UniqueFd socket = ListenAtPort();
+    EXPECT_THROW(HttpServer({{socket.Get(), Tls{"nonsense", "nonsense"}}}, service), std::runtime_error);
 }
 
 TEST(Daemon, ThereIsNoCertificateForAListenerThatIsNone) {
     SmallService service;
-    const int socket = ListenAtPort();
-    HttpServer server({{socket, {}}}, service);
+    const bm_dev::UniqueFd socket = ListenAtPort();
+    HttpServer server({{socket.Get(), {}}}, service);
     EXPECT_THROW(server.SetTls(1, MakeTls("second")), std::out_of_range);
-    close(socket);
 }

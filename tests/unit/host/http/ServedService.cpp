@@ -2,7 +2,9 @@
 #include "ServedService.h"
 
 #include "TlsClient.h"
+#include "bm_dev/UniqueFd.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -42,14 +44,20 @@ nlohmann::ordered_json JsonOf(const Peer& peer) {
             {"text", peer.Text()}};
 }
 
-int ListenAtPath(const std::string& path) {
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+template <class Address>
+bm_dev::UniqueFd ListenAt(const Address& address, int family) {
+    bm_dev::UniqueFd socket(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
+        listen(socket.Get(), 256) != 0)
+        throw std::runtime_error(std::string("listen: ") + std::strerror(errno));
+    return socket;
+}
+
+bm_dev::UniqueFd ListenAtPath(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 || listen(socket, 256) != 0)
-        throw std::runtime_error("no socket at " + path);
-    return socket;
+    return ListenAt(address, AF_UNIX);
 }
 
 } // namespace
@@ -146,14 +154,11 @@ void SmallService::Say(const std::string& text) {
     m_said += text;
 }
 
-int ListenAtPort() {
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+bm_dev::UniqueFd ListenAtPort() {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 || listen(socket, 256) != 0)
-        throw std::runtime_error(std::string("listen: ") + std::strerror(errno));
-    return socket;
+    return ListenAt(address, AF_INET);
 }
 
 ServedService::ServedService(const HttpLimits& limits)
@@ -162,15 +167,13 @@ ServedService::ServedService(const HttpLimits& limits)
     m_socket = m_folder + "/socket";
     m_listening = {ListenAtPath(m_socket), ListenAtPort(), ListenAtPort()};
     const std::vector<Listener> listeners = {
-        {m_listening[Unix], {}}, {m_listening[Tcp], {}}, {m_listening[Secure], MakeTls("first")}};
+        {m_listening[Unix].Get(), {}}, {m_listening[Tcp].Get(), {}}, {m_listening[Secure].Get(), MakeTls("first")}};
     m_server = std::make_unique<HttpServer>(listeners, m_service, limits);
     m_thread = std::thread([this] { m_server->Run([] {}); });
 }
 
 ServedService::~ServedService() {
     Stop();
-    for (const int socket : m_listening)
-        close(socket);
     std::filesystem::remove_all(m_folder);
 }
 
@@ -188,6 +191,6 @@ void ServedService::ReloadWith(Tls tls) {
 uint16_t ServedService::Port(std::size_t listener) const {
     sockaddr_in address{};
     socklen_t size = sizeof(address);
-    getsockname(m_listening.at(listener), reinterpret_cast<sockaddr*>(&address), &size);
+    getsockname(m_listening.at(listener).Get(), reinterpret_cast<sockaddr*>(&address), &size);
     return ntohs(address.sin_port);
 }

@@ -3,6 +3,7 @@
 
 #include "Client.h"
 
+#include "bm_dev/UniqueFd.h"
 #include "host/http/Server.h"
 
 #include <array>
@@ -67,10 +68,10 @@ private:
     SmallService m_service;
     std::string m_folder;
     std::string m_socket;
-    std::array<int, 3> m_listening;
+    std::array<bm_dev::UniqueFd, 3> m_listening;
     std::unique_ptr<bmhost::HttpServer> m_server;
     std::thread m_thread;
 };
 
 /// A socket that listens at a port of its own choice of this machine.
-int ListenAtPort();
+bm_dev::UniqueFd ListenAtPort();

@@ -214,7 +214,6 @@ TEST(HttpServer, ATcpClientThatGoesWhileItWaitsLeavesRoom) {
 
 TEST(HttpServer, WhatDoesNotListenIsToldAtOnce) {
     SmallService service;
-    const int good = ListenAtPort();
-    EXPECT_THROW(HttpServer({{good, {}}, {-1, {}}}, service), std::runtime_error);
-    close(good);
+    const bm_dev::UniqueFd good = ListenAtPort();
+    EXPECT_THROW(HttpServer({{good.Get(), {}}, {-1, {}}}, service), std::runtime_error);
 }
