@@ -48,9 +48,9 @@ public:
         return Ask(request, [&](const Deadline&) { SendFile(descriptor, size, progress); });
     }
 
-    void Events(uint64_t after, const std::function<bool(const ServerEvent&)>& reader) override {
+    void Events(uint64_t after, const std::function<bool(const ServerEvent&)>& reader, int output) override {
         constexpr std::chrono::hours wait(1);
-        EventStream stream(m_place, after);
+        EventStream stream(m_place, after, output);
         for (;;) {
             const auto event = stream.Next(wait);
             if (event && !reader(*event)) return;

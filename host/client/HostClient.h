@@ -50,9 +50,11 @@ public:
         uint64_t m_id = 0;
         std::string m_kind;
         std::string m_data;
+        int32_t m_process = 0; ///< of the host that sent it (0: unknown)
     };
     /// Reads events after this id until the reader returns false; reconnects by itself where the stream breaks.
-    virtual void Events(uint64_t after, const std::function<bool(const ServerEvent&)>& reader) = 0;
+    /// @param output  where the reader writes to, or -1: throws std::system_error as soon as nobody reads that pipe
+    virtual void Events(uint64_t after, const std::function<bool(const ServerEvent&)>& reader, int output = -1) = 0;
 
     virtual HostEnd End() const { return {}; }
 };

@@ -8,7 +8,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <system_error>
 #include <thread>
 
 namespace bmhost {
@@ -29,11 +28,12 @@ int TimeLeft(const Deadline& deadline) {
 }
 
 // Waits until the socket can do one of these things, and returns which.
-short WaitFor(int socket, short events, const Deadline& deadline) {
+short WaitFor(int socket, short events, const Deadline& deadline, int output = -1) {
     for (;;) {
-        pollfd wanted{socket, events, 0};
-        const int ready = poll(&wanted, 1, TimeLeft(deadline));
-        if (ready > 0) return wanted.revents;
+        std::array wanted = {pollfd{socket, events, 0}, pollfd{output, 0, 0}};
+        const int ready = poll(wanted.data(), wanted.size(), TimeLeft(deadline));
+        if (ready > 0 && (wanted[1].revents & (POLLERR | POLLHUP)) != 0) throw NobodyReads();
+        if (ready > 0 && wanted[0].revents != 0) return wanted[0].revents;
         if (ready < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category(), "poll");
         if (deadline && std::chrono::steady_clock::now() >= *deadline) throw DeadlinePassed();
     }
@@ -58,6 +58,12 @@ sockaddr_un AddressOf(const HostPlace& place, bm_dev::UniqueFd& folder) {
 Deadline DeadlineAfter(std::optional<std::chrono::milliseconds> time) {
     if (!time) return std::nullopt;
     return std::chrono::steady_clock::now() + *time;
+}
+
+void WaitWhileRead(int output, std::chrono::milliseconds time) {
+    pollfd wanted{output, 0, 0};
+    if (poll(&wanted, 1, static_cast<int>(time.count())) > 0 && (wanted.revents & (POLLERR | POLLHUP)) != 0)
+        throw NobodyReads();
 }
 
 HostSocket::HostSocket(const HostPlace& place, const Deadline& deadline)
@@ -87,10 +93,12 @@ std::size_t HostSocket::Send(std::string_view bytes, const Deadline& deadline) {
     }
 }
 
-bool HostSocket::Receive(std::string& bytes, const Deadline& deadline) {
+NobodyReads::NobodyReads() : std::system_error(EPIPE, std::generic_category(), "standard output") {}
+
+bool HostSocket::Receive(std::string& bytes, const Deadline& deadline, int output) {
     std::array<char, 65536> buffer{};
     for (;;) {
-        WaitFor(m_socket.Get(), POLLIN, deadline);
+        WaitFor(m_socket.Get(), POLLIN, deadline, output);
         const ssize_t received = recv(m_socket.Get(), buffer.data(), buffer.size(), 0);
         if (received > 0) bytes.append(buffer.data(), static_cast<std::size_t>(received));
         if (received >= 0) return received > 0;

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <sys/types.h>
+#include <system_error>
 
 namespace bmhost {
 
@@ -21,6 +22,15 @@ Deadline DeadlineAfter(std::optional<std::chrono::milliseconds> time);
 
 /// The deadline has passed.
 class DeadlinePassed : public std::exception {};
+
+/// Nobody reads any more what this process writes.
+class NobodyReads : public std::system_error {
+public:
+    NobodyReads();
+};
+
+/// Waits so long. Throws it as soon as nobody reads this descriptor.
+void WaitWhileRead(int output, std::chrono::milliseconds time);
 
 class HostSocket {
 public:
@@ -35,7 +45,8 @@ public:
     std::size_t Send(std::string_view bytes, const Deadline& deadline);
     /// Appends what has come, at least one byte. False when the host has closed the connection. Throws DeadlinePassed,
     /// std::system_error.
-    bool Receive(std::string& bytes, const Deadline& deadline);
+    /// @param output  a descriptor, or -1; throws NobodyReads as soon as it is a pipe that nobody reads
+    bool Receive(std::string& bytes, const Deadline& deadline, int output = -1);
     /// Whether there is something to receive, or an end.
     bool HasNews() const;
 

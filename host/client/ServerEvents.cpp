@@ -120,9 +120,11 @@ void EventStream::Open(const Deadline& deadline) {
 bool EventStream::Read(const Deadline& deadline) {
     std::string bytes;
     try {
-        if (!m_connection->m_socket.Receive(bytes, Earlier(deadline, m_heard + LongestSilence))) return false;
+        if (!m_connection->m_socket.Receive(bytes, Earlier(deadline, m_heard + LongestSilence), m_output)) return false;
     } catch (const DeadlinePassed&) {
         return Clock::now() < m_heard + LongestSilence;
+    } catch (const NobodyReads&) {
+        throw;
     } catch (const std::system_error&) {
         return false;
     }
@@ -157,6 +159,7 @@ std::optional<HostClient::ServerEvent> EventStream::Next(std::chrono::millisecon
         if (m_connection != nullptr) {
             if (auto event = m_connection->m_lines.Next()) {
                 m_last = event->m_id;
+                event->m_process = m_process;
                 m_breaks = 0;
                 return event;
             }
@@ -177,6 +180,7 @@ std::optional<HostClient::ServerEvent> EventStream::Next(std::chrono::millisecon
             continue;
         }
         m_last = event->m_id;
+        event->m_process = m_process;
         return event;
     }
 }

@@ -41,7 +41,11 @@ private:
 /// another process answers then, with its first.
 class EventStream {
 public:
-    EventStream(HostPlace place, uint64_t after) : m_place(std::move(place)), m_last(after) {}
+    /// @param output  where the reader writes to: NobodyReads is thrown as soon as that is a pipe that nobody reads
+    EventStream(HostPlace place, uint64_t after, int output = -1)
+        : m_place(std::move(place)),
+          m_last(after),
+          m_output(output) {}
 
     /// The next event, or nothing when the time is over. Throws HostGoneError when no host has the blade any more,
     /// std::runtime_error when what it sends are no events.
@@ -64,6 +68,7 @@ private:
 
     HostPlace m_place;
     uint64_t m_last;
+    int m_output;
     pid_t m_process = 0;
     unsigned m_breaks = 0; ///< since the last event
     std::unique_ptr<Connection> m_connection;

@@ -10,6 +10,8 @@
 #include "bm_dev/ByteText.h"
 
 #include <csignal>
+#include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <stdexcept>
 #include <unistd.h>
@@ -40,10 +42,18 @@ std::string EventText(const HostClient::ServerEvent& event, bool json) {
 bool RunEvents(int after, Context& context) {
     HostClient& host = HostOf(context);
     EndWithGoodStatusAtSignals();
-    host.Events(static_cast<uint64_t>(after), [&](const HostClient::ServerEvent& event) {
+    int32_t process = host.End().m_process;
+    const auto show = [&](const HostClient::ServerEvent& event) {
+        if (event.m_process != process && !context.Globals().m_quiet)
+            fprintf(stderr,
+                    "bmhost: another host has the blade: bmhostd, process %d; its "
+                    "events begin anew\n",
+                    event.m_process);
+        process = event.m_process;
         WriteAll(context.Output(), EventText(event, context.Globals().m_json));
         return true;
-    });
+    };
+    host.Events(static_cast<uint64_t>(after), show, context.Output());
     return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include "host/client/ClientSession.h"
 #include "host/client/HostClient.h"
+#include "host/client/HostSocket.h"
 #include "host/client/ServerEvents.h"
 #include "host/context/Context.h"
 #include "host/output/Redirect.h"
@@ -19,7 +20,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -76,8 +76,8 @@ private:
 };
 
 // Shows the picture and waits for news, until the host has gone: that ends it with an exception.
-void Follow(HostClient& host, Watched& watched, const Style& style) {
-    EventStream news(host.End().m_place, 0);
+void Follow(HostClient& host, Watched& watched, const Style& style, int output) {
+    EventStream news(host.End().m_place, 0, output);
     for (uint64_t shown = 0;;) {
         const ordered_json json = GoodBody(host.Get("/v1/blade"), "GET /v1/blade");
         const Picture picture = PictureOf(json);
@@ -102,13 +102,13 @@ bool RunWatch(Context& context) {
     constexpr bool limited = true;
     GlobalOptions options = context.Globals();
     options.m_lasts = false; // each answer has its time, though the command has none
-    for (bool told = false;; std::this_thread::sleep_for(RetryPause)) {
+    for (bool told = false;; WaitWhileRead(context.Output(), RetryPause)) {
         std::string reason = "no resident host has the blade";
         try {
             const auto host = HostClient::Connect(TimeLimit(options, limited));
             if (host != nullptr) {
                 told = false;
-                Follow(*host, watched, StyleOf(context.Output(), context.Globals().m_wide));
+                Follow(*host, watched, StyleOf(context.Output(), context.Globals().m_wide), context.Output());
             }
         } catch (const std::system_error&) { // nobody reads the output any more
             throw;

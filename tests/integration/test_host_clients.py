@@ -103,6 +103,7 @@ def test_a_shell_waits_for_events_of_whoever_causes_them(host):
 def test_a_shell_waits_on_when_another_host_takes_over(host):
     first = host()
     shell = Lines("shell")
+    assert shell.call("read 0x30200 0x30201=3")["result"] == 1  # what was before it does not count
     bmhost("write", "0x30200", "0x30201=3", "--", "0x30208=4")
     assert shell.call("wait-event 20000") == event(3, 4)
     end(first, signal.SIGKILL)
@@ -164,7 +165,7 @@ def test_a_reader_that_reads_on_gets_all_of_the_next_host_from_its_first(host):
     # The reader does not run while there is no host, or it would end.
     events.process.send_signal(signal.SIGSTOP)
     end(first, signal.SIGKILL)
-    host()
+    second = host()
     bmhost("write", "0x30200", "0x30201=6", "--", "0x30208=4")
     events.process.send_signal(signal.SIGCONT)
     ids = [line["id"] for line in follow(events, 6)]
@@ -172,4 +173,5 @@ def test_a_reader_that_reads_on_gets_all_of_the_next_host_from_its_first(host):
     new = ids[ids.index(1) :]
     assert new == list(range(1, len(new) + 1))
     events.process.send_signal(signal.SIGINT)
-    assert events.ended()[0] == 0
+    status, _, errors = events.ended()
+    assert (status, errors) == (0, f"bmhost: another host has the blade: bmhostd, process {second.pid}; its events begin anew\n")

@@ -88,6 +88,24 @@ TEST(BmhostWatch, WithoutAHostWaitsForOneAndSaysSo) {
     EXPECT_EQ(0, watch.End().m_status);
 }
 
+// Nothing is written: only the pipe tells that it has no reader.
+TEST(BmhostWatch, EndsWithItsReaderWhereThereIsNoHost) {
+    const HostRunFolder folder;
+    const Ended ended = RunHost({"--quiet", "watch"}, "", Out::BrokenPipe);
+    EXPECT_EQ(1, ended.m_status);
+    EXPECT_EQ("bmhost: standard output: Broken pipe\n", ended.m_err);
+}
+
+TEST(BmhostEvents, EndWithTheirReaderThoughNoneCome) {
+    const ScriptedHost host({[](Peer& peer) {
+        if (peer.Request().starts_with("GET /v1/events ")) peer.Send(StreamHead);
+        peer.AwaitEnd();
+    }});
+    const Ended ended = RunHost({"events"}, "", Out::BrokenPipe);
+    EXPECT_EQ(1, ended.m_status);
+    EXPECT_EQ("bmhost: standard output: Broken pipe\n", ended.m_err);
+}
+
 const std::string News =
     StreamHead + "id: 3\nevent: health\ndata: {\"op\":\"health\",\"state\":\"fault\",\"reasons\":[\"AMC failed\","
                  "\"media\"],\"time\":\"2026-11-22T09:30:00.125Z\"}\n\n"

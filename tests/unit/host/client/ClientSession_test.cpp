@@ -111,7 +111,7 @@ public:
     HostAnswer PostFile(const std::string&, int, uint64_t, const std::function<void(uint64_t)>&) override {
         return m_answer;
     }
-    void Events(uint64_t, const std::function<bool(const ServerEvent&)>&) override {}
+    void Events(uint64_t, const std::function<bool(const ServerEvent&)>&, int) override {}
 
     HostAnswer m_answer;
     std::vector<std::string> m_asked;
@@ -151,7 +151,7 @@ TEST(ClientSession, TellsWhyACallFailedByWhatTheHostLogged) {
               "  cause: `mavk_init` ended with a code other than 0; the line before shows it\n"
               "  cure:  run by hand what stands after \"MAVK_INIT:\" in the log\n",
               told(R"({"op":"start","result":0,"reasons":["Fail to initialize DSP"]})"));
-    EXPECT_EQ("{\"op\":\"start\",\"result\":0}\n", told(R"({"op":"start","result":0})"));
+    EXPECT_EQ("{\"op\":\"start\",\"result\":196626}\n", told(R"({"op":"start","result":196626})"));
     EXPECT_EQ("{\"op\":\"start\",\"result\":1}\n", told(R"({"op":"start","result":1,"reasons":["TRACE"]})"));
 }
 
