@@ -22,7 +22,6 @@ int Run(const std::vector<std::string>& words) {
         context.Answer(line.m_answer);
         return ExitAllOk;
     }
-    SetUpLog(options.m_logLevel, options.m_logFile);
     try {
         const bool good = Do(*line.m_command, context);
         return context.Ending().value_or(good ? ExitAllOk : ExitSomeFailed);

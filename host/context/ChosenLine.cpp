@@ -7,6 +7,7 @@
 #include "host/context/ClientLine.h"
 #include "host/context/CommandLine.h"
 #include "host/output/Redirect.h"
+#include "host/session/Program.h"
 #include "host/words/Error.h"
 
 #include <nlohmann/json.hpp>
@@ -33,6 +34,7 @@ Context& ChosenLine::Chosen() {
         CheckClientOptions(Globals(), *client);
         m_chosen = std::make_unique<ClientLine>(Globals(), std::move(client));
     } else {
+        SetUpLog(Globals().m_logLevel, Globals().m_logFile);
         m_chosen = std::make_unique<CommandLine>(Globals());
     }
     return *m_chosen;

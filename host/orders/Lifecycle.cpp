@@ -3,6 +3,7 @@
 #include "host/output/TextOutput.h"
 #include "host/session/CallReasons.h"
 #include "host/session/Session.h"
+#include "host/words/Situations.h"
 
 namespace bmhost {
 
@@ -14,6 +15,7 @@ OrderOutcome Live(Session& session, Operation operation) {
     outcome.m_result = session.Lifecycle(operation);
     outcome.m_good = outcome.m_changed = outcome.m_result == Success;
     outcome.m_reasons = reasons.Texts();
+    if (IsSilentStart(operation, outcome.m_result, outcome.m_reasons)) outcome.m_cure = AdviceForSilentStart().m_cure;
     outcome.m_text = std::string(OperationName(operation)) + ": " + ResultText(outcome.m_result) + "\n";
     return outcome;
 }

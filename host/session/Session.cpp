@@ -66,8 +66,13 @@ MadeCall MakeAndShow(Session& session, Call& call, Output& output) {
     return made;
 }
 
+bool IsSilentStart(Operation operation, int result, const std::vector<std::string>& reasons) {
+    return operation == Operation::Start && result == NothingDone && reasons.empty();
+}
+
 void TellReasons(const Call& call, const MadeCall& made) {
-    const std::string text = made.m_result == Success ? "" : ReasonsText(made.m_reasons);
+    std::string text = made.m_result == Success ? "" : ReasonsText(made.m_reasons);
+    if (IsSilentStart(call.m_operation, made.m_result, made.m_reasons)) text = AdviceText(AdviceForSilentStart());
     if (text.empty()) return;
     fflush(stdout);
     fprintf(stderr, "bmhost: %s returned %s\n%s", NameOf(call).c_str(), ResultText(made.m_result).c_str(),

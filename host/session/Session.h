@@ -17,6 +17,7 @@ namespace bmhost {
 
 // The results of the adaptor's calls on which the host acts.
 constexpr int Success = BM_ADAPTOR::RESULT_OK;
+constexpr int NothingDone = 0;
 constexpr int NotFound = BM_ADAPTOR::RESULT_NOT_FOUND;
 
 /// What the host's storage has said in the log when it refused something: the adaptor's results do not say why.
@@ -60,8 +61,10 @@ struct MadeCall {
 
 /// Makes one call and shows it. For sleep and wait-event the result is always 1.
 MadeCall MakeAndShow(Session& session, Call& call, Output& output);
+/// A start that did nothing and logged nothing.
+bool IsSilentStart(Operation operation, int result, const std::vector<std::string>& reasons);
 /// Puts the errors of a call that did not return 1 on standard error, with cause and cure: the lines on standard output
-/// have their fixed form. Nothing for any other call, or when nothing was logged.
+/// have their fixed form. Nothing for any other call, or when nothing was logged, but for a start that did nothing.
 void TellReasons(const Call& call, const MadeCall& made);
 /// Both. True when the call returned 1.
 bool MakeCall(Session& session, Call& call, Output& output);

@@ -126,6 +126,15 @@ std::optional<Advice> AdviceFor(const std::vector<std::string>& reasons) {
     return Advice{std::string(situation->m_cause), std::string(situation->m_cure)};
 }
 
+Advice AdviceForSilentStart() {
+    const Situation& situation = SituationOf(Sign::StartWithoutLine);
+    return {std::string(situation.m_cause), std::string(situation.m_cure)};
+}
+
+std::string AdviceText(const Advice& advice) {
+    return "  cause: " + advice.m_cause + "\n  cure:  " + advice.m_cure + "\n";
+}
+
 std::string CureOf(const std::vector<std::string>& reasons) {
     const auto advice = AdviceFor(reasons);
     return advice ? advice->m_cure : "";
@@ -137,8 +146,7 @@ std::string ReasonsText(const std::vector<std::string>& reasons) {
         std::replace(line.begin(), line.end(), '\n', ' ');
         text += "  log:   " + line + "\n";
     }
-    if (const auto advice = AdviceFor(reasons))
-        text += "  cause: " + advice->m_cause + "\n  cure:  " + advice->m_cure + "\n";
+    if (const auto advice = AdviceFor(reasons)) text += AdviceText(*advice);
     return text;
 }
 

@@ -72,6 +72,10 @@ struct Advice {
 std::optional<Advice> AdviceFor(const std::vector<std::string>& reasons);
 /// The cure alone; empty when there is no advice.
 std::string CureOf(const std::vector<std::string>& reasons);
+/// Of a start that returned 0 and logged nothing.
+Advice AdviceForSilentStart();
+/// "  cause: …", "  cure:  …", in whole lines for standard error.
+std::string AdviceText(const Advice& advice);
 /// Both, with the lines that tell of it, in whole lines for standard error: "  log:   …", "  cause: …", "  cure:  …".
 /// Empty when nothing was logged.
 std::string ReasonsText(const std::vector<std::string>& reasons);

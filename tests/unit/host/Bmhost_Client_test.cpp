@@ -1,5 +1,6 @@
 // bmhost beside a resident host, and how long it waits.
 #include "host/HostProcess.h"
+#include "host/TestFolder.h"
 #include "host/client/ScriptedHost.h"
 #include "host/picture/PictureJson.h"
 
@@ -85,6 +86,18 @@ TEST(BmhostClient, StartAndStopGoToTheHostAsTheyAre) {
     EXPECT_THAT(host.Asked(), ElementsAre(R"(POST /v1/calls{"op":"start"})"));
 }
 
+TEST(BmhostClient, AStartThatDidNothingAndLoggedNothingHasACauseAndACure) {
+    AnsweringHost host({{"POST /v1/calls", JsonAnswer(200, R"({"op":"start","result":0})")}});
+    const Ended ended = RunHost({"start"});
+    EXPECT_EQ(1, ended.m_status);
+    EXPECT_EQ("start: 0 (nothing done)\n", ended.m_out);
+    EXPECT_EQ("bmhost: start returned 0 (nothing done)\n"
+              "  cause: no DSP is known, so there was nothing to start\n"
+              "  cure:  see what `Init` returned: `bmhost why`; then restart the "
+              "host\n",
+              ended.m_err);
+}
+
 TEST(BmhostClient, WhatNeedsAnAdaptorOfItsOwnIsRefusedUnlessItIsDirect) {
     AnsweringHost host({});
     const std::vector<std::vector<std::string>> refused = {{"init"}, {"fin"}, {"script", "-"}};
@@ -101,8 +114,10 @@ TEST(BmhostClient, WhatNeedsAnAdaptorOfItsOwnIsRefusedUnlessItIsDirect) {
 
 TEST(BmhostClient, OptionsOfAnOwnAdaptorAreRefused) {
     AnsweringHost host({{"POST /v1/calls", JsonAnswer(200, TableLine)}});
+    const TestFolder folder;
+    const std::string log = folder.Path() + "/log";
     const std::vector<std::vector<std::string>> options = {
-        {"--adaptor", "a.so"}, {"--mode", "2"}, {"--storage", "/tmp"}, {"--log", "/dev/null"}, {"--log-level", "3"}};
+        {"--adaptor", "a.so"}, {"--mode", "2"}, {"--storage", "/tmp"}, {"--log", log}, {"--log-level", "3"}};
     for (std::vector<std::string> words : options) {
         const std::string name = words[0];
         words.insert(words.end(), {"table", "0x13"});
@@ -112,6 +127,7 @@ TEST(BmhostClient, OptionsOfAnOwnAdaptorAreRefused) {
                       ") has the adaptor; --direct loads one for this command\n",
                   ended.m_err);
     }
+    EXPECT_FALSE(std::filesystem::exists(log));
     EXPECT_THAT(host.Asked(), ElementsAre());
     EXPECT_EQ(0, RunHost({"table", "0x13", "--notice-after", "1", "--timeout", "20.5", "-q"}).m_status);
 }

@@ -35,9 +35,11 @@ TEST(Orders, StartAndStopTellTheResultAndWhyItIsNone) {
     EXPECT_EQ("stop: 0 (nothing done)\n", stopped.m_text);
     EXPECT_THAT(stopped.m_reasons, ElementsAre("no DSP"));
     EXPECT_EQ("", stopped.m_cure) << "of what is not known";
+    blade.m_logged = "";
+    EXPECT_THAT(CarryOut({"start", json::object()}, blade, {}).m_cure, HasSubstr("see what `Init` returned"));
     blade.m_logged = "Fail to initialize DSP";
     EXPECT_THAT(CarryOut({"start", json::object()}, blade, {}).m_cure, HasSubstr("MAVK_INIT:"));
-    EXPECT_THAT(blade.m_lifecycle, ElementsAre(Operation::Start, Operation::Stop, Operation::Start));
+    EXPECT_THAT(blade.m_lifecycle, ElementsAre(Operation::Start, Operation::Stop, Operation::Start, Operation::Start));
     EXPECT_THAT(UsageErrorOf([] {
                     CheckOrder({"start", {{"now", true}}});
                 }),
