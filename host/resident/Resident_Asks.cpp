@@ -11,7 +11,9 @@
 
 #include "bm_dev/ByteText.h"
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace bmhost {
@@ -30,11 +32,62 @@ std::string NameOf(const Call& call) {
     return NeedsLife(call.m_operation) ? name + " " + Hex(call.m_group) : name;
 }
 
+/// An order's values, which nobody has checked yet.
+class Wish {
+public:
+    explicit Wish(const nlohmann::json& values) : m_values(values) {}
+
+    /// ", AMC bay 3", ", LED 3", ", on"; empty for what is missing or of another type.
+    std::string Bay(const char* key) const {
+        const auto bay = Number(key);
+        return bay ? ", " + LedBayText(*bay) : "";
+    }
+    std::string Numbered(const char* what, const char* key) const {
+        const auto number = Number(key);
+        return number ? ", " + std::string(what) + " " + std::to_string(*number) : "";
+    }
+    std::string Text(const char* key) const {
+        const auto found = Find(key);
+        return found != nullptr && found->is_string() ? bm_dev::Printable(found->get<std::string>()) : "";
+    }
+    std::string After(const char* mark, const char* key) const {
+        const std::string text = Text(key);
+        return text.empty() ? "" : mark + text;
+    }
+    bool IsFalse(const char* key) const {
+        const auto found = Find(key);
+        return found != nullptr && found->is_boolean() && !found->get<bool>();
+    }
+
+private:
+    const nlohmann::json* Find(const char* key) const {
+        if (!m_values.is_object()) return nullptr;
+        const auto found = m_values.find(key);
+        return found != m_values.end() ? &*found : nullptr;
+    }
+    std::optional<int32_t> Number(const char* key) const {
+        const auto found = Find(key);
+        if (found == nullptr || !found->is_number_integer()) return std::nullopt;
+        return static_cast<int32_t>(found->get<int64_t>());
+    }
+
+    const nlohmann::json& m_values;
+};
+
 std::string NameOf(const Order& order) {
-    std::string name = order.m_name;
-    if (order.m_values.is_object() && !order.m_values.empty())
-        name += " " + order.m_values.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-    return name;
+    const Wish values(order.m_values);
+    if (order.m_name == "led-set")
+        return "led set" + values.Bay("bay") + values.Numbered("LED", "led") + values.After(", ", "action") +
+               values.After(" ", "color");
+    if (order.m_name == "dsp-set-ip")
+        return "dsp set-ip" + values.Numbered("DSP", "dsp") + values.After(", ", "address");
+    if (order.m_name == "switch-set")
+        return (values.IsFalse("enabled") ? "switch disable" : "switch enable") + values.Numbered("port", "port");
+    if (order.m_name == "board-reset") return "reset board";
+    if (order.m_name != "firmware-update") return order.m_name;
+    const std::string target = values.Text("target");
+    const std::string place = target == "amc" ? values.Bay("bay") : target == "rtm" ? ", RTM" : ", baseboard";
+    return "firmware update" + place + values.After(", ", "name");
 }
 
 Answer Refused(unsigned status, const std::string& operation, const std::string& reason) {
@@ -198,9 +251,9 @@ void Resident::Ask(const Asker& asker, Order order, Answered answered) {
     LogOwn("order " + asked->m_name + ", asked by " + asked->m_asker);
     Lane& lane = LaneOf(order);
     const std::string name = asked->m_asker;
-    Give(lane, asked, [this, order = std::move(order), name](HostSession& session) {
+    Give(lane, asked, [this, order = std::move(order), name, what = asked->m_name](HostSession& session) {
         const OrderOutcome outcome = m_carrier(order, session, *m_picture.Now());
-        LogOwn("order " + order.m_name + ": result " + std::to_string(outcome.m_result));
+        LogOwn("order " + what + ": result " + std::to_string(outcome.m_result));
         if (m_listeners.m_order) m_listeners.m_order(order, outcome, name);
         m_news.Add("call", bm_dev::EscapedJson(ordered_json({{"op", "order"},
                                                              {"order", order.m_name},

@@ -101,7 +101,7 @@ def test_its_parts_are_the_hosts_own(report):
     picture = json.loads(files["picture.json"])
     assert picture["host"]["resident"]
     assert [port["enabled"] for port in picture["ports"]] == [True, False, True, True]
-    assert b"order switch-set " in files["log.txt"]
+    assert b"order switch disable, port 2, asked by " in files["log.txt"]
     assert b"Switch Port Fabric 2  fabric    disabled" in files["switch.txt"]
     tables = [json.loads(line) for line in files["tables.jsonl"].splitlines() if line.startswith(b"{")]
     assert {"0x30000", "0x30200", "0x1200", "0x30e00"} <= {line["group"] for line in tables}

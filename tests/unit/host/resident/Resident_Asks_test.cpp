@@ -154,7 +154,8 @@ TEST_F(ResidentTest, AnOrderIsAnsweredWithItsOutcomeLoggedAndToldWithWhoAsked) {
     };
     Begin();
     Waiting answer;
-    Host().Ask(m_asker, Order{"led-set", {{"bay", 3}}}, answer.Taker());
+    Host().Ask(m_asker, Order{"led-set", {{"bay", 3}, {"led", 3}, {"action", "on"}, {"color", "green"}}},
+               answer.Taker());
     EXPECT_EQ(R"({"order":"led-set","result":1,"good":true,"changed":true,"text":"done\n","remarks":["remark"],)"
               R"("reasons":[],"cure":"","led":3})",
               answer.Get().m_body.dump());
@@ -163,8 +164,38 @@ TEST_F(ResidentTest, AnOrderIsAnsweredWithItsOutcomeLoggedAndToldWithWhoAsked) {
     std::string log;
     for (const auto& line : Host().LogLines(100))
         log += line["text"].get<std::string>() + "\n";
-    EXPECT_THAT(log, HasSubstr("order led-set {\"bay\":3}, asked by uid 7, process 4711\n"));
+    EXPECT_THAT(log, HasSubstr("order led set, AMC bay 3, LED 3, on green, asked "
+                               "by uid 7, process 4711\n"));
+    EXPECT_THAT(log, HasSubstr("order led set, AMC bay 3, LED 3, on green: result 1\n"));
     EXPECT_TRUE(Host().Now()->m_calls.empty());
+}
+
+TEST_F(ResidentTest, AnOrderUnderWayStandsThereInWords) {
+    const std::pair<Order, std::string> cases[] = {
+        {{"led-set", {{"bay", 0}, {"led", 1}, {"action", "local"}}}, "led set, baseboard, LED 1, local"},
+        {{"led-set", {{"bay", "3"}, {"action", 7}}}, "led set"},
+        {{"led-set", 7}, "led set"},
+        {{"dsp-set-ip", {{"dsp", 5}, {"address", "192.168.0.25"}, {"force", true}}}, "dsp set-ip, DSP 5, 192.168.0.25"},
+        {{"switch-set", {{"port", 2}, {"enabled", true}}}, "switch enable, port 2"},
+        {{"switch-set", {{"port", 2}, {"enabled", false}, {"simulated", true}}}, "switch disable, port 2"},
+        {{"board-reset", nlohmann::json::object()}, "reset board"},
+        {{"firmware-update", {{"target", "amc"}, {"bay", 3}, {"name", "a\nb"}, {"path", "/c"}}},
+         "firmware update, AMC bay 3, a?b"},
+        {{"firmware-update", {{"target", "rtm"}, {"name", "b"}}}, "firmware update, RTM, b"},
+        {{"firmware-update", {{"target", "board"}, {"name", "b"}}}, "firmware update, baseboard, b"},
+    };
+    std::string shown;
+    m_carry = [&shown, this](const Order&, Session&, const Picture&) {
+        shown = Host().Now()->m_calls.front().m_operation;
+        return Good();
+    };
+    Begin();
+    for (const auto& [order, name] : cases) {
+        Waiting answer;
+        Host().Ask(m_asker, order, answer.Taker());
+        answer.Get();
+        EXPECT_EQ(name, shown);
+    }
 }
 
 TEST_F(ResidentTest, NewsOfAnOrderSayWhatItIsAbout) {
