@@ -25,6 +25,7 @@
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -164,6 +165,7 @@ HostFacts FactsOf(const DaemonOptions& options, const PluginSession& session) {
     facts.m_version = BMHOST_VERSION;
     facts.m_adaptor = session.AdaptorFile();
     facts.m_mode = options.m_mode;
+    facts.m_storage = std::filesystem::absolute(options.m_storage).string();
     return facts;
 }
 

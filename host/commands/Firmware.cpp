@@ -10,12 +10,11 @@
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/picture/Led.h"
+#include "host/views/LookJson.h"
 #include "host/views/Views.h"
 #include "host/words/Commands.h"
 #include "host/words/Error.h"
 #include "host/words/Nearest.h"
-
-#include "bm_dev/ByteText.h"
 
 #include <algorithm>
 #include <cctype>
@@ -109,26 +108,6 @@ std::string HistoryText(const std::vector<UpgradeFacts>& upgrades, bool followed
     return PlaceText(last) + ": " + StateText(last, followed) + "\n\n" + AlignedTable(lines, false);
 }
 
-std::string HistoryLine(const std::vector<UpgradeFacts>& upgrades) {
-    nlohmann::ordered_json rows = nlohmann::ordered_json::array();
-    for (const UpgradeFacts& each : upgrades) {
-        rows.push_back({{"place", PlaceText(each)},
-                        {"target", each.m_target},
-                        {"bay", each.m_bay},
-                        {"state", each.m_state},
-                        {"state_name", UpgradeStateName(each.m_state)},
-                        {"begun", Rfc3339(each.m_begun)},
-                        {"ended", each.m_ended ? nlohmann::ordered_json(Rfc3339(*each.m_ended)) : nullptr},
-                        {"file", each.m_file},
-                        {"sha256", each.m_sha256},
-                        {"version_before", each.m_versionBefore},
-                        {"version_after", each.m_versionAfter},
-                        {"asker", each.m_asker}});
-    }
-    const nlohmann::ordered_json line = {{"op", "firmware show"}, {"upgrades", rows}};
-    return bm_dev::EscapedJson(line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)) + "\n";
-}
-
 namespace {
 
 bool RunUpdate(const FirmwareWords& words, Context& context) {
@@ -137,19 +116,28 @@ bool RunUpdate(const FirmwareWords& words, Context& context) {
     const std::string question = "bmhost: " + place + " gets new firmware from " + PrintableText(words.m_file) +
                                  "; it cannot be stopped halfway: begin?";
     if (words.m_dryRun) return ShowOutcome(context, "firmware update", DryUpgrade({order.m_name, order.m_values}));
-    if (!Confirmed(context, "firmware update", question, words.m_yes)) return false;
-    return GiveOrder(context, "firmware update", order);
+    return GiveConfirmed(context, "firmware update", order, question, words.m_yes);
 }
 
 // The resident host knows of what it has made; without one there is the history on disk.
 bool RunShow(Context& context) {
     std::vector<std::string> remarks;
     const bool asks = context.Host() != nullptr;
-    const auto upgrades = asks ? context.Look().m_upgrades : UpgradeHistory(StateFolder()).Read(remarks);
-    WriteAll(context.Output(), context.Globals().m_json ? HistoryLine(upgrades) : HistoryText(upgrades, asks));
+    Picture picture;
+    if (asks) {
+        picture = context.Look();
+    } else {
+        picture.m_time = WallNow();
+        picture.m_source = context.SourceNow();
+        picture.m_upgrades = UpgradeHistory(StateFolder()).Read(remarks);
+    }
+    const auto& upgrades = picture.m_upgrades;
+    const bool good = upgrades.empty() || upgrades.back().m_state != UpgradeHasFailed;
+    WriteAll(context.Output(),
+             context.Globals().m_json ? LookJson("firmware show", good, picture) : HistoryText(upgrades, asks));
     for (const std::string& remark : remarks)
         fprintf(stderr, "bmhost: %s\n", remark.c_str());
-    return upgrades.empty() || upgrades.back().m_state != UpgradeHasFailed;
+    return good;
 }
 
 } // namespace

@@ -33,7 +33,5 @@ Order OrderOf(const FirmwareWords& words);
 /// The history for people, the last upgrade in a line of its own; "no upgrade yet" where none was.
 /// @param followed  a resident host, whose history it is, waits for the end of one that is in progress
 std::string HistoryText(const std::vector<UpgradeFacts>& upgrades, bool followed);
-/// The same as one JSON line.
-std::string HistoryLine(const std::vector<UpgradeFacts>& upgrades);
 
 } // namespace bmhost

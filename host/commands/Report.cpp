@@ -90,6 +90,12 @@ std::string PutPicture(ReportFolder& folder, const GlobalOptions& globals, bool 
     return text;
 }
 
+// The host's own; by default where its picture cannot be had.
+std::string StorageIn(const std::string& picture, const GlobalOptions& globals) {
+    const std::string storage = picture.empty() ? "" : PictureOf(ordered_json::parse(picture)).m_host.m_storage;
+    return storage.empty() ? globals.m_storage : storage;
+}
+
 // What people see.
 void PutLooks(ReportFolder& folder, const GlobalOptions& globals, const std::string& picture) {
     for (const std::string look : {"inventory", "leds", "status", "dsp", "switch"}) {
@@ -246,15 +252,16 @@ bool RunReport(const ReportWords& words, Context& context) {
         if (!context.Globals().m_json && !context.Globals().m_quiet) fprintf(stderr, "bmhost: report: %s\n", what);
     };
     ReportFolder folder(time);
-    progress("versions, packages, network, storage");
+    progress("versions, packages, network");
     PutMachine(folder);
-    PutStorage(folder, globals.m_storage);
     progress("the log");
     PutLog(folder, globals, hasHost);
     progress("the kernel's IPMI");
     PutKernel(folder);
-    progress("the picture and the looks");
-    PutLooks(folder, globals, PutPicture(folder, globals, hasHost));
+    progress("the picture, the looks, the storage");
+    const std::string picture = PutPicture(folder, globals, hasHost);
+    PutLooks(folder, globals, picture);
+    PutStorage(folder, hasHost ? StorageIn(picture, globals) : globals.m_storage);
     progress("the tables");
     PutTables(folder, globals, hasHost);
     folder.Archive(archive.Descriptor());

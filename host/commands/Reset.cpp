@@ -24,8 +24,8 @@ void AddReset(Commands& commands) {
             "Status 0 when the reset was sent.\n")
         .Example("bmhost reset board --yes")
         .Run([words](Context& context) {
-            if (!Confirmed(context, "reset board", BoardResetQuestion, words->m_yes)) return false;
-            return GiveOrder(context, "reset board", {"board-reset", nlohmann::json::object()});
+            return GiveConfirmed(context, "reset board", {"board-reset", nlohmann::json::object()}, BoardResetQuestion,
+                                 words->m_yes);
         });
 }
 

@@ -35,8 +35,9 @@ public:
 
     bool Make(Call& call) override { return m_shell.Make(call); }
     bool WithSession(const Work& work) override { return work(m_shell.Opened(), m_output); }
+    Source SourceNow() override { return SourceOfBlade(); }
     OrderOutcome Give(const Order& order) override {
-        if (auto refused = RefusedAsSimulated(order, SourceOfBlade())) return *refused;
+        if (auto refused = RefusedAsSimulated(order, SourceNow())) return *refused;
         const BladeLock lock(PlaceOfHost(), ProgramOf(order));
         std::optional<TerminalIgnored> ignored;
         if (Upgrades(order)) ignored.emplace();
@@ -76,6 +77,7 @@ public:
     void Answer(const std::string& text) override { fprintf(stderr, "%s", text.c_str()); }
     HostClient* Host() override { return m_asked.Host(); }
     Picture Look() override { return m_asked.Look(); }
+    Source SourceNow() override { return m_asked.SourceNow(); }
     OrderOutcome Give(const Order& order) override { return m_asked.Give(order); }
 
 private:

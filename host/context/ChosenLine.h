@@ -21,6 +21,7 @@ public:
     bool TakesSignals() const override { return m_chosen == nullptr || m_chosen->TakesSignals(); }
     HostClient* Host() override { return Chosen().Host(); }
     Picture Look() override { return Chosen().Look(); }
+    Source SourceNow() override { return Chosen().SourceNow(); }
     OrderOutcome Give(const Order& order) override { return Chosen().Give(order); }
 
 private:

@@ -20,6 +20,7 @@ public:
     void Answer(const std::string& text) override;
     HostClient* Host() override { return m_client.get(); }
     Picture Look() override;
+    Source SourceNow() override { return Look().m_source; }
     OrderOutcome Give(const Order& order) override;
 
 private:

@@ -92,8 +92,12 @@ Picture CommandLine::Look() {
     return picture;
 }
 
+Source CommandLine::SourceNow() {
+    return SourceOfBlade();
+}
+
 OrderOutcome CommandLine::Give(const Order& order) {
-    if (auto refused = RefusedAsSimulated(order, SourceOfBlade())) return *refused;
+    if (auto refused = RefusedAsSimulated(order, SourceNow())) return *refused;
     if (Upgrades(order)) GoOnDetached("waiting for the end of the upgrade");
     const BladeLock lock(PlaceOfHost(), ProgramOf(order));
     OrderOutcome outcome;

@@ -15,6 +15,7 @@ public:
     bool WithSession(const Work& work) override;
     /// Of an adaptor of its own, which leaves the board alone.
     Picture Look() override;
+    Source SourceNow() override;
     /// By an adaptor of its own, with the blade's lock.
     OrderOutcome Give(const Order& order) override;
     int Output() const override { return m_output; }

@@ -37,6 +37,8 @@ public:
     /// The blade as it is, for a command that only looks and changes nothing: as the resident host has it, or as an
     /// adaptor of its own reads it.
     virtual Picture Look() = 0;
+    /// Where the data come from, for what has to be known before an order is given.
+    virtual Source SourceNow() { return {}; }
     /// The program's status when the command's own result does not say enough; a shell goes on.
     virtual void EndWith(int status) { m_ending = status; }
     std::optional<int> Ending() const { return m_ending; }

@@ -83,9 +83,30 @@ std::string OrderLine(const std::string& name, const OrderOutcome& outcome) {
     return bm_dev::EscapedJson(line.dump()) + "\n";
 }
 
-bool GiveOrder(Context& context, const std::string& name, const Order& order) {
+namespace {
+
+Order AsMeant(const Context& context, const Order& order) {
     Order given = order;
     if (context.Globals().m_simulated) given.m_values[OrderTakesSimulated] = true;
+    return given;
+}
+
+} // namespace
+
+bool GiveConfirmed(Context& context, const std::string& name, const Order& order, const std::string& question,
+                   bool yes) {
+    if (yes) return GiveOrder(context, name, order);
+    const auto terminal = context.Terminal();
+    if (!terminal) throw UsageError(name + ": expected --yes where there is no terminal to ask on");
+    if (const auto refused = RefusedAsSimulated(AsMeant(context, order), context.SourceNow())) {
+        context.EndWith(ExitSimulated);
+        return ShowOutcome(context, name, *refused);
+    }
+    return ConfirmedAt(*terminal, question) && GiveOrder(context, name, order);
+}
+
+bool GiveOrder(Context& context, const std::string& name, const Order& order) {
+    const Order given = AsMeant(context, order);
     CheckOrder(given);
     const OrderOutcome outcome = context.Give(given);
     if (IsRefusedAsSimulated(outcome)) context.EndWith(ExitSimulated);
@@ -106,8 +127,12 @@ bool Upgrades(const Order& order) {
     return order.m_name == "firmware-update" && !order.m_values.value("dry_run", false);
 }
 
-OrderOutcome CarryOutHere(const Context& context, const Order& order, Session& session, int output) {
-    if (!Upgrades(order)) return CarryOut(order, session, {});
+OrderOutcome CarryOutHere(Context& context, const Order& order, Session& session, int output) {
+    if (!Upgrades(order)) {
+        Picture picture;
+        picture.m_source = context.SourceNow();
+        return CarryOut(order, session, picture);
+    }
     return UpgradeToTheEnd(order, session, PictureForUpgrade(session), context.Globals().m_json ? -1 : output,
                            !context.Globals().m_quiet);
 }
@@ -116,13 +141,6 @@ std::string ProgramOf(const Order& order) {
     std::string name = order.m_name;
     std::ranges::replace(name, '-', ' ');
     return "bmhost " + name;
-}
-
-bool Confirmed(const Context& context, const std::string& name, const std::string& question, bool yes) {
-    if (yes) return true;
-    const auto terminal = context.Terminal();
-    if (!terminal) throw UsageError(name + ": expected --yes where there is no terminal to ask on");
-    return ConfirmedAt(*terminal, question);
 }
 
 bool ConfirmedAt(int terminal, const std::string& question) {

@@ -16,6 +16,11 @@ constexpr const char* BoardResetQuestion = "bmhost: this resets the baseboard, a
 /// carried out. Throws UsageError where it cannot be meant.
 bool GiveOrder(Context& context, const std::string& name, const Order& order);
 
+/// The same for what is asked about first, unless `yes`. What would be refused on simulated data is not asked about.
+/// Throws UsageError where there is no terminal to ask on.
+bool GiveConfirmed(Context& context, const std::string& name, const Order& order, const std::string& question,
+                   bool yes);
+
 /// Shows an outcome in the same way. True when the order was carried out.
 bool ShowOutcome(const Context& context, const std::string& name, const OrderOutcome& outcome);
 
@@ -24,7 +29,7 @@ std::string OrderLine(const std::string& name, const OrderOutcome& outcome);
 
 /// Carries an order out by an adaptor that is between init and fin; an upgrade to its end.
 /// @param output  where the progress of an upgrade is shown
-OrderOutcome CarryOutHere(const Context& context, const Order& order, Session& session, int output);
+OrderOutcome CarryOutHere(Context& context, const Order& order, Session& session, int output);
 
 /// Whether the order is an upgrade that is to be made.
 bool Upgrades(const Order& order);
@@ -32,10 +37,7 @@ bool Upgrades(const Order& order);
 /// Who has the blade's lock meanwhile: "bmhost led set".
 std::string ProgramOf(const Order& order);
 
-/// True when `yes`, or when whoever types at the terminal says so; otherwise tells that nothing was done. Throws
-/// UsageError where there is no terminal to ask on.
-bool Confirmed(const Context& context, const std::string& name, const std::string& question, bool yes);
-/// The same for a terminal, without an option that says yes.
+/// True when whoever types at the terminal says so; otherwise tells that nothing was done.
 bool ConfirmedAt(int terminal, const std::string& question);
 
 } // namespace bmhost

@@ -32,7 +32,7 @@ struct CallOutcome {
 
 /// A call of the adaptor that has not returned yet, or that waits for its turn.
 struct CallInProgress {
-    std::string m_operation; ///< "start", "read 0x30200", "led set 3 health on"
+    std::string m_operation; ///< "start", "read 0x30200", "led set, AMC bay 3, LED 3, on green"
     WallTime m_since{};      ///< of its beginning; while it waits, of the asking
     std::string m_asker;     ///< "uid 0, process 4711"; empty for the resident host itself
     bool m_waiting = false;
@@ -50,6 +50,7 @@ struct HostFacts {
     std::optional<CallOutcome> m_init;
     std::optional<CallOutcome> m_start; ///< none until the first start; gone again with a stop
     std::optional<CallOutcome> m_stop;
+    std::string m_storage{}; ///< the folder of a resident host's storage
 };
 
 /// The adaptor's tables as they were read; rows are the adaptor's own.

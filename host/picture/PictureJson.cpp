@@ -65,6 +65,7 @@ ordered_json HostJson(const HostFacts& host) {
             {"version", Utf8(host.m_version)},
             {"adaptor", Utf8(host.m_adaptor)},
             {"mode", host.m_mode},
+            {"storage", Utf8(host.m_storage)},
             {"resident", host.m_resident},
             {"init", CallJson(host.m_init)},
             {"start", CallJson(host.m_start)},
@@ -161,7 +162,9 @@ ordered_json UpgradeJson(const UpgradeFacts& upgrade) {
             {"file", Utf8(upgrade.m_file)},
             {"sha256", Utf8(upgrade.m_sha256)},
             {"version_before", bm_dev::Utf8OfBytes(upgrade.m_versionBefore)},
-            {"version_after", bm_dev::Utf8OfBytes(upgrade.m_versionAfter)},
+            {"version_after", upgrade.m_versionAfter.empty()
+                                  ? ordered_json(nullptr)
+                                  : ordered_json(bm_dev::Utf8OfBytes(upgrade.m_versionAfter))},
             {"asker", Utf8(upgrade.m_asker)}};
 }
 

@@ -125,8 +125,11 @@ Source SourceOf(const Reader& source) {
 }
 
 HostFacts HostOf(const Reader& host) {
-    return {host.Int("process"),   host.Time("started"), host.Text("version"),  host.Text("adaptor"), host.Int("mode"),
-            host.Bool("resident"), CallOf(host, "init"), CallOf(host, "start"), CallOf(host, "stop")};
+    return {host.Int("process"),  host.Time("started"),
+            host.Text("version"), host.Text("adaptor"),
+            host.Int("mode"),     host.Bool("resident"),
+            CallOf(host, "init"), CallOf(host, "start"),
+            CallOf(host, "stop"), host.Has("storage") ? host.Text("storage") : ""};
 }
 
 Inventory InventoryOf(const Reader& inventory) {
@@ -179,10 +182,16 @@ Controller ControllerOf(const Reader& controller) {
 }
 
 UpgradeFacts UpgradeFactsOf(const Reader& upgrade) {
-    return {
-        upgrade.Int("target"),          upgrade.Int("bay"),   upgrade.Int("state"),   upgrade.Time("begun"),
-        upgrade.OptionalTime("ended"),  upgrade.Text("file"), upgrade.Text("sha256"), upgrade.Bytes("version_before"),
-        upgrade.Bytes("version_after"), upgrade.Text("asker")};
+    return {upgrade.Int("target"),
+            upgrade.Int("bay"),
+            upgrade.Int("state"),
+            upgrade.Time("begun"),
+            upgrade.OptionalTime("ended"),
+            upgrade.Text("file"),
+            upgrade.Text("sha256"),
+            upgrade.Bytes("version_before"),
+            upgrade.IsNull("version_after") ? "" : upgrade.Bytes("version_after"),
+            upgrade.Text("asker")};
 }
 
 CallInProgress UnderWayOf(const Reader& call) {

@@ -133,6 +133,12 @@ def test_every_command_is_one_object_of_json_wherever_the_option_stands(tmp_path
         assert json.loads(line)["op"] == ("status" if command == "shell" else command), done.stderr
 
 
+def test_the_upgrades_are_a_look(tmp_path):
+    for look in (json_of("firmware", "show"), json_of("--direct", "--storage", tmp_path / "storage", "firmware", "show")):
+        assert list(look) == ["op", "good", "upgrades", "time", "source"]
+        assert (look["good"], look["source"]["kind"]) == (True, "hardware")
+
+
 @pytest.mark.parametrize("command", REFUSED)
 def test_what_needs_an_adaptor_of_its_own_is_refused(command):
     done = bmhost(command, *REFUSED[command])
@@ -178,6 +184,16 @@ def test_the_picture_is_plain_lines_when_piped():
     process.stdout.close()
     assert b"\033" not in shown
     assert shown.startswith(b"  place ")
+
+
+@pytest.mark.parametrize("command", ENDLESS)
+def test_what_nobody_reads_any_more_ends_though_nothing_changes(command):
+    process = subprocess.Popen([BMHOST, command], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    assert process.stdout.readline()
+    process.stdout.close()
+    assert process.wait(SECONDS) == 1
+    assert process.stderr.read() == "bmhost: standard output: Broken pipe\n"
+    process.stderr.close()
 
 
 def test_the_picture_is_redrawn_on_a_terminal():

@@ -16,6 +16,7 @@ BLADE = Path(os.environ.get("BLADESIM_RUN_DIR", "/nowhere"))
 REASON = "/dev/ipmi0: No such file or directory"
 SOURCE = {"kind": "missing", "simulated": True, "reason": REASON}
 REFUSED = ["simulated inventory: " + REASON, "nothing was done: simulated data were not asked for (--simulated)"]
+NOT_RESET = (0, "", ["bmhost: the inventory is simulated: no reset was sent"])
 ORDERS = [
     ["led", "set", "board", "health", "on"],
     ["dsp", "set-ip", "1", "192.168.0.30", "--force"],
@@ -67,6 +68,11 @@ def test_asked_for_they_are_given(tmp_path):
     assert (done.returncode, done.stdout.splitlines()[1].split()[:4]) == (0, ["baseboard", "3", "health", "red"])
 
 
+def test_asked_for_the_board_is_not_reset_and_nobody_says_that_it_was(tmp_path):
+    done = bmhost("--simulated", "--storage", tmp_path / "storage", "--direct", "reset", "board", "--yes")
+    assert (done.returncode, done.stdout, done.stderr.splitlines()) == NOT_RESET
+
+
 @pytest.fixture(scope="module")
 def host(tmp_path_factory):
     folder = tmp_path_factory.mktemp("host")
@@ -99,6 +105,11 @@ def test_asked_for_the_resident_host_carries_them_out(host):
     told = json.loads(done.stdout)
     assert (done.returncode, told["good"], told["remarks"]) == (0, True, ["the inventory is simulated: no LED was set"])
     assert "source" not in told
+
+
+def test_asked_for_the_resident_host_does_not_reset_the_board_and_says_so(host):
+    done = bmhost("--simulated", "reset", "board", "--yes")
+    assert (done.returncode, done.stdout, done.stderr.splitlines()) == NOT_RESET
 
 
 def test_a_start_finds_out_for_itself_what_hardware_there_is(host):

@@ -8,7 +8,8 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
+
+const std::string NoLedWasSet = "bmhost: the inventory is simulated: no LED was set";
 
 TEST(BmhostLeds, ShowsEveryLedAndThatOneCannotBeRead) {
     const Ended ended = RunStub("leds", {"--simulated", "leds"});
@@ -56,7 +57,7 @@ TEST(BmhostLeds, TakeNoWords) {
 TEST(BmhostLedSet, ShowsTheLedAsItIsReadAfterwards) {
     const Ended ended = RunStub("leds", {"--simulated", "led", "set", "board", "health", "on", "--color", "red"});
     EXPECT_EQ(0, ended.m_status);
-    EXPECT_THAT(ended.ErrorLines(), IsEmpty());
+    EXPECT_THAT(ended.ErrorLines(), ElementsAre(NoLedWasSet));
     EXPECT_EQ("  place      LED       colour  state  times  control\n"
               "  baseboard  3 health  red     on            override\n",
               ended.m_out);
@@ -84,25 +85,25 @@ TEST(BmhostLedSet, WithFirstAmcSaysThatThisOneGetsItAndShowsIt) {
     const Ended ended =
         RunStub("leds", {"--simulated", "led", "set", "5", "2", "on", "--color", "green", "--first-amc"});
     EXPECT_EQ(0, ended.m_status);
-    EXPECT_THAT(
-        ended.ErrorLines(),
-        ElementsAre("bmhost: the adaptor sets LEDs of the first AMC only: not AMC bay 5 but AMC bay 3 gets it"));
+    EXPECT_THAT(ended.ErrorLines(),
+                ElementsAre("bmhost: the adaptor sets LEDs of the first AMC only: not AMC bay 5 but AMC bay 3 gets it",
+                            NoLedWasSet));
     EXPECT_THAT(ended.m_out, HasSubstr("  AMC bay 3  2 out of service  green   on            override\n"));
 }
 
 TEST(BmhostLedSet, ChoosesAColorThatIsUsualForTheLed) {
     const Ended ended = RunStub("leds", {"--simulated", "led", "set", "board", "1", "on"});
     EXPECT_EQ(0, ended.m_status);
-    EXPECT_THAT(ended.ErrorLines(), IsEmpty());
+    EXPECT_THAT(ended.ErrorLines(), ElementsAre(NoLedWasSet));
     EXPECT_THAT(ended.m_out, HasSubstr("  baseboard  1 hot swap  blue    on            override\n"));
 }
 
 TEST(BmhostLedSet, IsOneLineOfJson) {
-    EXPECT_EQ(
-        R"({"op":"led set","result":0,"good":true,"changed":true,"place":"baseboard","bay":0,"led":1,)"
-        R"("led_name":"hot swap","color":"red","before":"off","after":"on red","remarks":[],"reasons":[],"cure":""})"
-        "\n",
-        RunStub("leds", {"--simulated", "--json", "led", "set", "board", "1", "on", "--color", "red"}).m_out);
+    EXPECT_EQ(R"({"op":"led set","result":0,"good":true,"changed":true,"place":"baseboard","bay":0,"led":1,)"
+              R"("led_name":"hot swap","color":"red","before":"off","after":"on red",)"
+              R"("remarks":["the inventory is simulated: no LED was set"],"reasons":[],"cure":""})"
+              "\n",
+              RunStub("leds", {"--simulated", "--json", "led", "set", "board", "1", "on", "--color", "red"}).m_out);
     EXPECT_THAT(RunStub("leds", {"--simulated", "led", "set", "3", "1", "on", "--color", "blue", "--json"}).m_out,
                 HasSubstr(R"("changed":false)"));
 }
@@ -112,7 +113,7 @@ TEST(BmhostLedSet, WarnsOfTimesThatAControllerCannotBeTold) {
         "leds", {"--simulated", "led", "set", "board", "1", "blink", "--color", "red", "--on", "205", "--off", "2600"});
     EXPECT_EQ(0, ended.m_status);
     EXPECT_THAT(ended.ErrorLines(), ElementsAre(HasSubstr("--on 205: a controller is told 200 ms"),
-                                                HasSubstr("--off 2600: a controller is told 2500 ms")));
+                                                HasSubstr("--off 2600: a controller is told 2500 ms"), NoLedWasSet));
 }
 
 TEST(BmhostLedSet, NamesTheCompletionCodeOfARefusal) {

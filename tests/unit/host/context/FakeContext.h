@@ -64,6 +64,7 @@ public:
         return CarryOut(order, m_session, {});
     }
     bmhost::Picture Look() override { return m_picture; }
+    bmhost::Source SourceNow() override { return m_picture.m_source; }
     int Output() const override { return STDOUT_FILENO; }
     std::optional<int> Terminal() const override { return m_terminal; }
     void Answer(const std::string& text) override { m_answer += text; }

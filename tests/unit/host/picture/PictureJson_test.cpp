@@ -79,6 +79,16 @@ TEST(PictureJson, BeginsTheStatusWithItsOldestKeys) {
               status["upgrade"]);
 }
 
+TEST(PictureJson, HasNoVersionAfterAnUpgradeBeforeItIsRead) {
+    Picture picture;
+    picture.m_upgrades.resize(2);
+    picture.m_upgrades[1].m_versionAfter = "2.8";
+    const json upgrades = Read(picture)["upgrades"];
+    EXPECT_EQ(nullptr, upgrades[0]["version_after"]);
+    EXPECT_EQ("2.8", upgrades[1]["version_after"]);
+    EXPECT_EQ("", PictureOf(Read(picture)).m_upgrades[0].m_versionAfter);
+}
+
 TEST(PictureOf, NamesWhatIsMissing) {
     const json whole = Read(FullPicture());
     for (const char* const key : {"revision", "time", "source", "host", "health", "controller", "inventory", "leds",

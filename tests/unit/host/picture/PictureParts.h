@@ -29,7 +29,8 @@ inline bmhost::Picture FullPicture() {
                       true,
                       CallOutcome{"init", 1, TimeAt(2), {}},
                       CallOutcome{"start", 0x30012, TimeAt(3), {"DSP 5 \xE9", "second"}},
-                      CallOutcome{"stop", 1, TimeAt(4), {}}};
+                      CallOutcome{"stop", 1, TimeAt(4), {}},
+                      "/var/lib/bmhost"};
     picture.m_inventory = {1,
                            {Row(Text(0x30001, "Board \xE9\x9F"), Int(0x30002, 5))},
                            {Row(Int(0x30201, 3, true), Text(0x30202, "QS"), Int(0x30208, 5)),
@@ -104,7 +105,7 @@ inline std::string Everything(const bmhost::Picture& picture) {
         << static_cast<int>(picture.m_source.m_kind) << picture.m_source.m_reason << "\n";
     const HostFacts& host = picture.m_host;
     out << host.m_process << "|" << Rfc3339(host.m_started) << "|" << host.m_version << "|" << host.m_adaptor << "|"
-        << host.m_mode << host.m_resident << "\n";
+        << host.m_mode << host.m_resident << host.m_storage << "\n";
     call(host.m_init);
     call(host.m_start);
     call(host.m_stop);
