@@ -34,6 +34,14 @@ constexpr const char* FileName = "bmhost.lock";
     throw std::runtime_error(path + ": " + reason);
 }
 
+// What the system refused, and who may.
+std::string ReasonOf(int error) {
+    std::string reason = strerror(error);
+    if (error == EACCES || error == EPERM)
+        reason += "; only root or the folder's owner may give orders, or be the resident host";
+    return reason;
+}
+
 // Only whoever could replace what is inside: this user, and root.
 bool IsOurs(const struct stat& state) {
     return state.st_uid == geteuid() || state.st_uid == 0;
@@ -41,9 +49,9 @@ bool IsOurs(const struct stat& state) {
 
 UniqueFd OpenFolder(const std::string& path) {
     const bool made = mkdir(path.c_str(), FolderMode) == 0;
-    if (!made && errno != EEXIST) Refuse(path, strerror(errno));
+    if (!made && errno != EEXIST) Refuse(path, ReasonOf(errno));
     UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!folder) Refuse(path, errno == ELOOP ? "it is a symbolic link" : strerror(errno));
+    if (!folder) Refuse(path, errno == ELOOP ? "it is a symbolic link" : ReasonOf(errno));
     if (made) {
         // The umask may have taken bits, and a group of another's choice the access.
         if (fchown(folder.Get(), static_cast<uid_t>(-1), GroupOfAskers()) != 0 && errno != EPERM)
@@ -60,7 +68,7 @@ UniqueFd OpenFolder(const std::string& path) {
 UniqueFd OpenFile(int folder, const std::string& path) {
     // O_NONBLOCK: a pipe in its place must not hold up anybody.
     UniqueFd file(openat(folder, FileName, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, FileMode));
-    if (!file) Refuse(path, errno == ELOOP ? "it is a symbolic link" : strerror(errno));
+    if (!file) Refuse(path, errno == ELOOP ? "it is a symbolic link" : ReasonOf(errno));
     struct stat state {};
     if (fstat(file.Get(), &state) != 0) Refuse(path, strerror(errno));
     if (!S_ISREG(state.st_mode)) Refuse(path, "it is no file");

@@ -159,6 +159,20 @@ TEST_F(BladeLockTest, AFolderOrFileOfSomebodyElseIsRefused) {
     EXPECT_THAT(Refusal(), HasSubstr("/run: the folder belongs to user 65534"));
 }
 
+TEST_F(BladeLockTest, WhoMayNotIsToldWhoMay) {
+    MakeFolder();
+    ASSERT_EQ(0, chmod(m_place.m_folder.c_str(), 0));
+    const uid_t before = geteuid();
+    constexpr uid_t nobody = 65534;
+    ASSERT_EQ(0, seteuid(before == 0 ? nobody : before));
+    const std::string refusal = Refusal();
+    ASSERT_EQ(0, seteuid(before));
+    EXPECT_THAT(
+        refusal,
+        HasSubstr(": Permission denied; only root or the folder's owner may give orders, or be the resident host"));
+    ASSERT_EQ(0, chmod(m_place.m_folder.c_str(), 0700));
+}
+
 TEST_F(BladeLockTest, AFolderThatEverybodyMayChangeIsRefused) {
     MakeFolder();
     ASSERT_EQ(0, chmod(m_place.m_folder.c_str(), 0777));
