@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <limits>
+#include <string_view>
 #include <system_error>
 
 namespace bmhost {
@@ -24,6 +25,26 @@ std::string CheckFolder(const std::string& path) {
     std::error_code unknown;
     const bool good = !std::filesystem::exists(path, unknown) || std::filesystem::is_directory(path, unknown);
     return good ? "" : "'" + path + "' is no folder";
+}
+
+std::string TextOf(const CLI::ParseError& error) {
+    constexpr std::string_view unknown = "INI was not able to parse ";
+    const std::string text = error.what();
+    return text.starts_with(unknown) ? "no such setting: " + text.substr(unknown.size()) : text;
+}
+
+// Where the words alone are right, it is the file that is wrong. One that cannot be read is named anyway.
+std::string FilePrefix(CLI::App& app, const std::vector<std::string>& words) {
+    auto file = app.get_config_ptr()->as<std::string>();
+    if (std::error_code unknown; !std::filesystem::exists(file, unknown)) return "";
+    app.set_config();
+    app.add_option("--config", file);
+    try {
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::ParseError&) {
+        return "";
+    }
+    return file + ": ";
 }
 
 } // namespace
@@ -60,15 +81,14 @@ DaemonOptions ReadDaemonOptions(const std::vector<std::string>& words) {
                  "end when init or start does not return 1, or the monitor finds a fault");
     app.add_flag("--restart-on-fault", options.m_settings.m_restartOnFault,
                  "stop and start when the monitor finds a fault, which interrupts all calls");
-    std::vector<std::string> reversed(words.rbegin(), words.rend());
     try {
-        app.parse(std::move(reversed));
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::CallForVersion& version) {
         options.m_answer = std::string(version.what()) + "\n";
     } catch (const CLI::CallForHelp&) {
         options.m_answer = app.help();
     } catch (const CLI::ParseError& error) {
-        throw UsageError(error.what());
+        throw UsageError(FilePrefix(app, words) + TextOf(error));
     }
     options.m_settings.m_sweep = std::chrono::seconds(sweep);
     options.m_settings.m_endWait = std::chrono::seconds(endWait);
