@@ -82,6 +82,13 @@ private:
         });
     }
 
+    bool IsStarted() const {
+        const auto& start = m_picture.m_host.m_start;
+        return start && start->m_result == Success;
+    }
+
+    bool IsBeforeStart(WallTime time) const { return IsStarted() && time < m_picture.m_host.m_start->m_time; }
+
     void LookAtSource() {
         const Source& source = m_picture.m_source;
         if (!source.IsSimulated()) return;
@@ -140,7 +147,8 @@ private:
 
     void LookAtHealth() {
         const Health& health = m_picture.m_health;
-        const bool started = m_picture.m_host.m_start && m_picture.m_host.m_start->m_result == Success;
+        // The monitor that a start begins tells of itself a moment after the start has returned.
+        const bool started = IsStarted() && !IsBeforeStart(health.m_since);
         const bool ended = health.m_state == HealthState::Ended && started && !IsUnderWay("stop");
         if (health.m_state != HealthState::Fault && !ended) return;
         const Situation* situation = SituationOf(health.m_reasons);
@@ -197,7 +205,8 @@ private:
             const std::string led = "LED " + LedText(reading.m_led);
             if (reading.m_state) {
                 const LedRow row = LedRowOf(*reading.m_state, reading.m_bay);
-                if (IsRedOrOutOfService(reading, row, IsUnderWay("start"))) {
+                // A good start sets the LEDs, which are read again then.
+                if (!IsBeforeStart(reading.m_read) && IsRedOrOutOfService(reading, row, IsUnderWay("start"))) {
                     Add(FaultAt(LedBayText(reading.m_bay),
                                 SituationOf(row.m_local != 0 ? Sign::LedOfModule : Sign::LedOfAdaptor),
                                 led + " is " + LedShows(row),

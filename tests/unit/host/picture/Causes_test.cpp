@@ -165,6 +165,15 @@ TEST(Causes, AnOutOfServiceLedMayBlinkDuringAStart) {
     EXPECT_THAT(FaultsOf(picture), IsEmpty());
 }
 
+TEST(Causes, AReadingOfBeforeAGoodStartSaysNothingOfARedLed) {
+    Picture picture = Sound();
+    picture.m_leds = {Lit(3, HOST_LED_OUT_OF_SERVICE, INTERNAL_LED_RED, false)};
+    picture.m_host.m_start->m_time = Morning + 1ms;
+    EXPECT_THAT(FaultsOf(picture), IsEmpty()) << "it is about to be read again";
+    picture.m_leds[0].m_read = Morning + 1ms;
+    EXPECT_THAT(FaultsOf(picture), SizeIs(1));
+}
+
 TEST(Causes, AFaultOfTheMonitorIsToldWithItsLinesAndThatMonitoringHasEnded) {
     Picture picture = Sound();
     picture.m_health = {HealthState::Fault,
@@ -183,6 +192,8 @@ TEST(Causes, AMonitorThatEndedIsAFaultOnlyInService) {
     Picture picture = Sound();
     picture.m_health.m_state = HealthState::Ended;
     EXPECT_EQ("no longer monitored", Only(picture).m_what);
+    picture.m_host.m_start->m_time = Morning + 1ms;
+    EXPECT_THAT(FaultsOf(picture), IsEmpty()) << "the one of before the start; the next is about to tell of itself";
     picture.m_host.m_start.reset();
     EXPECT_THAT(FaultsOf(picture), IsEmpty());
 }
