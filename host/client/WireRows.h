@@ -21,7 +21,7 @@ std::unique_ptr<BM_ADAPTOR::CBMIParams> RowOfWire(const nlohmann::ordered_json& 
 std::unique_ptr<BM_ADAPTOR::CBMITable> TableOfWire(const nlohmann::ordered_json& rows);
 
 /// "0x30200", or throws likewise.
-unsigned NumberOfWire(const nlohmann::ordered_json& json);
-int32_t IntegerOfWire(const nlohmann::ordered_json& json);
+unsigned NumberOfWire(const nlohmann::ordered_json& value);
+int32_t IntegerOfWire(const nlohmann::ordered_json& value);
 
 } // namespace bmhost

@@ -44,6 +44,7 @@ struct ReportWords {
     bool m_force = false;
 };
 
+// A context refers to its options: they have to outlive it.
 GlobalOptions Within(const GlobalOptions& globals, ReportFolder::Time time) {
     GlobalOptions options = globals;
     options.m_timeout = std::chrono::duration<double>(time).count();
@@ -69,7 +70,8 @@ private:
 std::string PutPicture(ReportFolder& folder, const GlobalOptions& globals, bool hasHost) {
     std::string text;
     const auto take = [&](ReportFolder::Time time) {
-        ChosenLine line(Within(globals, time));
+        const GlobalOptions options = Within(globals, time);
+        ChosenLine line(options);
         HostClient* const host = line.Host();
         const ordered_json picture =
             host != nullptr ? GoodBody(host->Get("/v1/blade"), "GET /v1/blade") : PictureJson(line.Look());
@@ -121,10 +123,22 @@ void ShowTable(Session& session, int descriptor, unsigned group) {
 // Those that ask the controller come last: one that hangs costs no other.
 std::vector<unsigned> GroupsInOrder() {
     std::vector<unsigned> groups;
+    groups.reserve(BM_ADAPTOR::g_GroupNames.size());
     for (const auto& group : BM_ADAPTOR::g_GroupNames)
         groups.push_back(group.m_Group);
     std::stable_partition(groups.begin(), groups.end(), [](unsigned group) { return !AsksController(group); });
     return groups;
+}
+
+ReportFolder::Worker ShowsTable(const GlobalOptions& globals, unsigned group) {
+    return [&globals, group](ReportFolder::Time time) {
+        const GlobalOptions options = Within(globals, time);
+        ChosenLine line(options);
+        line.WithSession([group](Session& session, int descriptor) {
+            ShowTable(session, descriptor, group);
+            return true;
+        });
+    };
 }
 
 // One call after the other, each with its own time.
@@ -133,13 +147,7 @@ std::string TablesOfHost(ReportFolder& folder, const GlobalOptions& globals) {
     for (const unsigned group : GroupsInOrder()) {
         const std::string part = "tables.jsonl: table " + Hex(group);
         const auto put = [&] {
-            const auto output = folder.OutputOfWork(part, [&](ReportFolder::Time time) {
-                ChosenLine line(Within(globals, time));
-                line.WithSession([group](Session& session, int descriptor) {
-                    ShowTable(session, descriptor, group);
-                    return true;
-                });
-            });
+            const auto output = folder.OutputOfWork(part, ShowsTable(globals, group));
             text += output.m_text;
             return output.m_end;
         };
@@ -157,7 +165,8 @@ std::string TablesOfAdaptor(ReportFolder& folder, const GlobalOptions& globals) 
     std::string text;
     folder.OfController("tables.jsonl", [&] {
         const auto show = [&](ReportFolder::Time time) {
-            ChosenLine line(Within(globals, time));
+            const GlobalOptions options = Within(globals, time);
+            ChosenLine line(options);
             line.WithSession([](Session& session, int descriptor) {
                 for (const unsigned group : GroupsInOrder())
                     ShowTable(session, descriptor, group);
@@ -184,7 +193,8 @@ void PutLog(ReportFolder& folder, const GlobalOptions& globals, bool hasHost) {
     }
     folder.Work("log.txt", [&](ReportFolder::Time time) {
         const auto commands = MakeCommands(OnCommandLine);
-        ChosenLine line(Within(globals, time));
+        const GlobalOptions options = Within(globals, time);
+        ChosenLine line(options);
         Do(*commands->Read({"log", "-n", LogLines}).m_command, line);
     });
 }

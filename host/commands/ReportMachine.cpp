@@ -39,9 +39,12 @@ std::string IpmiLines(const std::string& text) {
     return lines;
 }
 
-// A driver may ask the controller for it.
-void PutDriverFile(ReportFolder& folder, const std::string& part, const std::string& file) {
-    folder.OfController(part, [&] { return folder.Copy(part, file); });
+void CopyAll(ReportFolder& folder, const std::string& to, const std::string& from) {
+    for (const std::string& name : NamesIn(from, "")) {
+        const std::string part = to + "/" + name;
+        const std::string file = from + "/" + name;
+        folder.OfController(part, [&] { return folder.Copy(part, file); }); // a driver may ask it
+    }
 }
 
 } // namespace
@@ -49,17 +52,12 @@ void PutDriverFile(ReportFolder& folder, const std::string& part, const std::str
 void PutKernel(ReportFolder& folder) {
     const auto interfaces = NamesIn("/proc/ipmi", "");
     if (interfaces.empty()) folder.Miss("ipmi/proc", "/proc/ipmi: not there, or empty");
-    for (const std::string& number : interfaces) {
-        for (const std::string& file : NamesIn("/proc/ipmi/" + number, ""))
-            PutDriverFile(folder, "ipmi/proc/" + number + "/" + file, "/proc/ipmi/" + number + "/" + file);
-    }
+    for (const std::string& number : interfaces)
+        CopyAll(folder, "ipmi/proc/" + number, "/proc/ipmi/" + number);
     const auto modules = NamesIn("/sys/module", "ipmi");
     if (modules.empty()) folder.Miss("ipmi/sys", "/sys/module: no module whose name begins with ipmi");
-    for (const std::string& module : modules) {
-        const std::string path = "/sys/module/" + module + "/parameters";
-        for (const std::string& file : NamesIn(path, ""))
-            folder.Copy("ipmi/sys/" + module + "/" + file, path + "/" + file);
-    }
+    for (const std::string& module : modules)
+        CopyAll(folder, "ipmi/sys/" + module, "/sys/module/" + module + "/parameters");
     struct stat device {};
     const bool there = stat("/dev/ipmi0", &device) == 0;
     folder.Put("ipmi/device.txt",
@@ -86,8 +84,9 @@ void PutMachine(ReportFolder& folder) {
 }
 
 void PutStorage(ReportFolder& folder, const std::string& storage) {
+    const std::filesystem::path path(storage);
     for (const std::string file : {BM_ADAPTOR::DSP_IP_FILE, BM_ADAPTOR::SWITCH_PORT_FILE})
-        folder.Copy("storage/" + file, storage + "/" + file);
+        folder.Copy("storage/" + file, path / file);
 }
 
 } // namespace bmhost
