@@ -76,14 +76,16 @@ json ImageValues(const Request& request) {
 /// An image whose order is refused, or dropped, goes.
 struct ImageOfOrder {
     explicit ImageOfOrder(std::string path) : m_path(std::move(path)) {}
-    ~ImageOfOrder() {
-        std::error_code error; // it may be gone already
-        if (!m_accepted) std::filesystem::remove(m_path, error);
-    }
+    ~ImageOfOrder() { Drop(); }
     ImageOfOrder(const ImageOfOrder&) = delete;
     ImageOfOrder& operator=(const ImageOfOrder&) = delete;
 
-    std::string m_path;
+    void Drop() const {
+        std::error_code error; // it may be gone already
+        if (!m_accepted) std::filesystem::remove(m_path, error);
+    }
+
+    const std::string m_path;
     std::atomic<bool> m_accepted{false};
 };
 
@@ -147,6 +149,7 @@ Outcome AskFirmware(Api& api, Request& request, const Answered& answered) {
         // A dry run needs it no more, nor does an upgrade that the adaptor did not begin.
         const bool begun = !answer.m_body.is_object() || answer.m_body.value("good", true);
         image->m_accepted = answer.m_status < 400 && begun && !dry;
+        image->Drop(); // before the answer: a client that has it finds nothing left
         if (answer.m_status == 200 && !dry) answer.m_status = 202;
         answered(std::move(answer));
     };

@@ -159,10 +159,11 @@ def test_an_option_of_an_own_adaptor_is_refused(option):
 
 def test_a_call_that_takes_too_long_ends_the_command_only():
     order("fault", "add", "2c 08", "late", "3000")
-    done = bmhost("--timeout", "0.5", "read", "0x100", "0x101=3")
+    # The blade's driver gives up after 500 ms, and then the call is back.
+    done = bmhost("--timeout", "0.1", "read", "0x100", "0x101=3")
     assert (done.returncode, done.stdout) == (5, "")
     assert "`bmhost read`: no answer of the resident host " in done.stderr
-    assert " within 0.5 s; " in done.stderr
+    assert " within 0.1 s; " in done.stderr
     assert bmhost("--timeout", "5", "inventory").returncode == 0
     order("fault", "clear")
     wait_until(lambda: bmhost("read", "0x100", "0x101=3").returncode == 0)
