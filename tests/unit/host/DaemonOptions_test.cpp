@@ -1,8 +1,8 @@
 // The options of bmhostd: of its command line, and of its configuration file.
 #include "host/DaemonOptions.h"
 
+#include "host/TestFolder.h"
 #include "host/UsageError.h"
-#include "host/resident/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
