@@ -125,7 +125,7 @@ def test_a_blade_that_is_started_twice_is_monitored(resident):
 def test_serves_before_init_returns(resident):
     order("fault", "add", "0a 10", "--count", "1", "late", "3000")
     host = resident("--no-start")
-    assert [call["operation"] for call in part("calls")] == ["init"]
+    wait_until(lambda: [call["operation"] for call in part("calls")] == ["init"])
     status, body = ask("/v1/calls", TABLE)
     assert status == 503
     assert "has not returned from init, since 20" in body["error"]["reason"]
