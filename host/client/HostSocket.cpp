@@ -27,12 +27,16 @@ int TimeLeft(const Deadline& deadline) {
     return static_cast<int>(std::clamp(left, none, longest).count());
 }
 
+void CheckIsRead(const pollfd& output) {
+    if ((output.revents & (POLLERR | POLLHUP)) != 0) throw NobodyReads();
+}
+
 // Waits until the socket can do one of these things, and returns which.
 short WaitFor(int socket, short events, const Deadline& deadline, int output = -1) {
     for (;;) {
         std::array wanted = {pollfd{socket, events, 0}, pollfd{output, 0, 0}};
         const int ready = poll(wanted.data(), wanted.size(), TimeLeft(deadline));
-        if (ready > 0 && (wanted[1].revents & (POLLERR | POLLHUP)) != 0) throw NobodyReads();
+        if (ready > 0) CheckIsRead(wanted[1]);
         if (ready > 0 && wanted[0].revents != 0) return wanted[0].revents;
         if (ready < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category(), "poll");
         if (deadline && std::chrono::steady_clock::now() >= *deadline) throw DeadlinePassed();
@@ -62,8 +66,7 @@ Deadline DeadlineAfter(std::optional<std::chrono::milliseconds> time) {
 
 void WaitWhileRead(int output, std::chrono::milliseconds time) {
     pollfd wanted{output, 0, 0};
-    if (poll(&wanted, 1, static_cast<int>(time.count())) > 0 && (wanted.revents & (POLLERR | POLLHUP)) != 0)
-        throw NobodyReads();
+    if (poll(&wanted, 1, static_cast<int>(time.count())) > 0) CheckIsRead(wanted);
 }
 
 HostSocket::HostSocket(const HostPlace& place, const Deadline& deadline)

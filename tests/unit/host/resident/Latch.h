@@ -30,6 +30,23 @@ private:
     bool m_open = false;
 };
 
+/// A call that begins, and does not return until it is let go.
+class HeldCall {
+public:
+    /// The call itself; gives what is success to the adaptor.
+    int Make() {
+        m_begun.Open();
+        m_go.Wait();
+        return 1;
+    }
+    void AwaitBegin() { m_begun.Wait(); }
+    void LetGo() { m_go.Open(); }
+
+private:
+    Latch m_begun;
+    Latch m_go;
+};
+
 /// Waits until the condition holds, which another thread brings about.
 template <typename Condition>
 bool Comes(const Condition& condition) {

@@ -20,15 +20,10 @@ using testing::Contains;
 using testing::HasSubstr;
 
 TEST_F(ResidentTest, AnswersBeforeInitHasReturned) {
-    Latch begun;
-    Latch go;
-    m_adaptor.m_lifecycle = [&](Operation) {
-        begun.Open();
-        go.Wait();
-        return 1;
-    };
+    HeldCall held;
+    m_adaptor.m_lifecycle = [&](Operation) { return held.Make(); };
     Host().Begin(false);
-    begun.Wait();
+    held.AwaitBegin();
     ASSERT_EQ(1U, Host().Now()->m_calls.size());
     EXPECT_EQ("init", Host().Now()->m_calls[0].m_operation);
     Waiting answer;
@@ -36,7 +31,7 @@ TEST_F(ResidentTest, AnswersBeforeInitHasReturned) {
     EXPECT_EQ(503U, answer.Get().m_status);
     EXPECT_THAT(answer.Get().m_body["error"]["reason"].get<std::string>(),
                 HasSubstr("has not returned from init, since "));
-    go.Open();
+    held.LetGo();
     Wait([](const Picture& picture) { return picture.m_calls.empty(); });
     Waiting later;
     Host().Ask(m_asker, Read(BMI_GROUP_HARDWARE_BOARD), later.Taker());
@@ -57,15 +52,10 @@ TEST_F(ResidentTest, InitAndFinAreItsOwn) {
 }
 
 TEST_F(ResidentTest, AReadThatDoesNotReturnMakesNothingElseWait) {
-    Latch begun;
-    Latch go;
-    m_adaptor.m_led = [&](int, int) {
-        begun.Open();
-        go.Wait();
-        return 1;
-    };
+    HeldCall held;
+    m_adaptor.m_led = [&](int, int) { return held.Make(); };
     Begin();
-    begun.Wait();
+    held.AwaitBegin();
     Waiting other;
     Host().Ask(m_asker, Read(BMI_GROUP_FIRMWARE_UPDATE), other.Taker());
     EXPECT_EQ(200U, other.Get().m_status);
@@ -75,21 +65,16 @@ TEST_F(ResidentTest, AReadThatDoesNotReturnMakesNothingElseWait) {
     Waiting led;
     Host().Ask(m_asker, Read(BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL), led.Taker());
     EXPECT_FALSE(led.HasCome());
-    go.Open();
+    held.LetGo();
     EXPECT_EQ(200U, led.Get().m_status);
     m_host.reset(); // it uses what stands here
 }
 
 TEST_F(ResidentTest, ACallThatWaitsStandsInThePictureWithWhatIsInFrontOfIt) {
-    Latch begun;
-    Latch go;
-    m_adaptor.m_led = [&](int, int) {
-        begun.Open();
-        go.Wait();
-        return 1;
-    };
+    HeldCall held;
+    m_adaptor.m_led = [&](int, int) { return held.Make(); };
     Begin();
-    begun.Wait();
+    held.AwaitBegin();
     const WallTime asked = WallNow();
     Waiting led;
     Host().Ask(m_asker, Read(BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL), led.Taker());
@@ -100,24 +85,17 @@ TEST_F(ResidentTest, ACallThatWaitsStandsInThePictureWithWhatIsInFrontOfIt) {
     EXPECT_TRUE(waiting.m_waiting);
     EXPECT_GE(waiting.m_since, asked);
     EXPECT_THAT(waiting.m_waitsFor, testing::StartsWith("reading LED 1 of baseboard since 20"));
-    go.Open();
+    held.LetGo();
     EXPECT_EQ(200U, led.Get().m_status);
     EXPECT_TRUE(Host().Now()->m_calls.empty());
     m_host.reset(); // it uses what stands here
 }
 
 TEST_F(ResidentTest, AStopThatWaitsNamesTheStartInFrontOfIt) {
-    Latch begun;
-    Latch go;
-    m_adaptor.m_lifecycle = [&](Operation operation) {
-        if (operation == Operation::Start) {
-            begun.Open();
-            go.Wait();
-        }
-        return 1;
-    };
+    HeldCall held;
+    m_adaptor.m_lifecycle = [&](Operation operation) { return operation == Operation::Start ? held.Make() : 1; };
     Host().Begin(true);
-    begun.Wait();
+    held.AwaitBegin();
     Waiting stop;
     Host().Ask(m_asker, Life(Operation::Stop), stop.Taker());
     const auto calls = Host().Now()->m_calls;
@@ -125,7 +103,7 @@ TEST_F(ResidentTest, AStopThatWaitsNamesTheStartInFrontOfIt) {
     EXPECT_EQ("stop", calls[1].m_operation);
     EXPECT_TRUE(calls[1].m_waiting);
     EXPECT_EQ("`start` since " + Rfc3339(calls[0].m_since), calls[1].m_waitsFor);
-    go.Open();
+    held.LetGo();
     EXPECT_EQ(200U, stop.Get().m_status);
     m_host.reset(); // it uses what stands here
 }

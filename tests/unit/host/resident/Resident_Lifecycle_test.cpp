@@ -120,19 +120,14 @@ TEST_F(ResidentTest, WaitsAtItsEndForAnUpgradeUnlessItIsHurried) {
 
 TEST_F(ResidentTest, AnInitThatNeverReturnsDoesNotHoldUpTheEnd) {
     m_settings.m_endWait = 1ms;
-    Latch begun;
-    Latch go;
-    m_adaptor.m_lifecycle = [&](Operation) {
-        begun.Open();
-        go.Wait();
-        return 1;
-    };
+    HeldCall held;
+    m_adaptor.m_lifecycle = [&](Operation) { return held.Make(); };
     Host().Begin(true);
-    begun.Wait();
+    held.AwaitBegin();
     EXPECT_FALSE(Host().End([] { return false; }));
     EXPECT_THAT(Host().Hung(), testing::MatchesRegex("`init` has not returned since 20.*Z"));
     EXPECT_FALSE(Host().EndLanes(1ms));
-    go.Open();
+    held.LetGo();
     EXPECT_TRUE(Host().EndLanes(30s));
     EXPECT_EQ("init", m_adaptor.Made()) << "it has ended already";
     m_host.reset(); // it uses what stands here
@@ -140,19 +135,14 @@ TEST_F(ResidentTest, AnInitThatNeverReturnsDoesNotHoldUpTheEnd) {
 
 TEST_F(ResidentTest, AHurriedEndDoesNotWaitForInit) {
     m_settings.m_endWait = 1h;
-    Latch begun;
-    Latch go;
-    m_adaptor.m_lifecycle = [&](Operation) {
-        begun.Open();
-        go.Wait();
-        return 1;
-    };
+    HeldCall held;
+    m_adaptor.m_lifecycle = [&](Operation) { return held.Make(); };
     Host().Begin(true);
-    begun.Wait();
+    held.AwaitBegin();
     EXPECT_FALSE(Host().End([] { return true; }));
     EXPECT_NE("", Host().Hung());
     Host().EndLanes(0ms);
-    go.Open();
+    held.LetGo();
     m_host.reset(); // it uses what stands here
 }
 
@@ -177,19 +167,12 @@ TEST_P(ResidentHung, DoesNotHoldUpTheEnd) {
 INSTANTIATE_TEST_SUITE_P(Calls, ResidentHung, testing::Values(Operation::Start, Operation::Stop, Operation::Fin));
 
 TEST_F(ResidentTest, ACallThatReturnsInTimeIsWaitedForAndFinFollows) {
-    Latch begun;
-    Latch asked;
-    m_adaptor.m_lifecycle = [&](Operation operation) {
-        if (operation == Operation::Init) {
-            begun.Open();
-            asked.Wait();
-        }
-        return 1;
-    };
+    HeldCall held;
+    m_adaptor.m_lifecycle = [&](Operation operation) { return operation == Operation::Init ? held.Make() : 1; };
     Host().Begin(true);
-    begun.Wait();
+    held.AwaitBegin();
     EXPECT_TRUE(Host().End([&] { // asked for while it waits
-        asked.Open();
+        held.LetGo();
         return false;
     }));
     EXPECT_EQ("", Host().Hung());
@@ -197,18 +180,13 @@ TEST_F(ResidentTest, ACallThatReturnsInTimeIsWaitedForAndFinFollows) {
 }
 
 TEST_F(ResidentTest, ALaneWhoseCallNeverReturnsDoesNotHoldUpTheEnd) {
-    Latch begun;
-    Latch go;
-    m_adaptor.m_led = [&](int, int) {
-        begun.Open();
-        go.Wait();
-        return 1;
-    };
+    HeldCall held;
+    m_adaptor.m_led = [&](int, int) { return held.Make(); };
     Begin();
-    begun.Wait();
+    held.AwaitBegin();
     EXPECT_TRUE(Host().End([] { return false; }));
     EXPECT_FALSE(Host().EndLanes(1ms));
-    go.Open();
+    held.LetGo();
     EXPECT_TRUE(Host().EndLanes(30s));
     m_host.reset(); // it uses what stands here
 }

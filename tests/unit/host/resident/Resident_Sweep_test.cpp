@@ -42,19 +42,17 @@ TEST_F(ResidentTest, SaysThatTheControllerIsLostAndKeepsTheReadings) {
 }
 
 TEST_F(ResidentTest, ReadsNoLedWhileAnOrderIsUnderWay) {
-    Latch begun;
-    Latch go;
+    HeldCall held;
     m_settings.m_sweep = 1ms;
     m_carry = [&](const Order&, Session&, const Picture&) {
-        begun.Open();
-        go.Wait();
+        held.Make();
         return Good();
     };
     Begin();
     Wait([](const Picture& picture) { return picture.m_leds.size() == 4; });
     Waiting answer;
     Host().Ask(m_asker, Order{"switch-set", nlohmann::json::object()}, answer.Taker());
-    begun.Wait();
+    held.AwaitBegin();
     // One may have begun just before.
     Waiting raw;
     Host().Ask(m_asker, Read(BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL), raw.Taker());
@@ -64,7 +62,7 @@ TEST_F(ResidentTest, ReadsNoLedWhileAnOrderIsUnderWay) {
     Host().Ask(m_asker, Read(BMI_GROUP_BM_IPMI_BASEBOARD_LED_INTERNAL), again.Taker());
     again.Get();
     EXPECT_EQ(reads + 1, m_adaptor.m_ledReads);
-    go.Open();
+    held.LetGo();
     answer.Get();
     EXPECT_TRUE(Comes([&] { return m_adaptor.m_ledReads > reads + 20; }));
 }
