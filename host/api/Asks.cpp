@@ -4,6 +4,7 @@
 #include "common/veldo_common_protocol.h"
 #include "host/api/CallJson.h"
 #include "host/api/Routes.h"
+#include "host/words/AccountHeader.h"
 #include "host/words/Value.h"
 
 #include <algorithm>
@@ -24,11 +25,17 @@ constexpr std::array<std::string_view, 6> OrderNames = {"led-set",     "dsp-set-
                                                         "board-reset", "start",      "stop"};
 constexpr std::size_t LongestName = 255;
 
-Asker AskerOf(const Peer& peer) {
+// Whoever may connect is trusted to say for whom it asks.
+Asker AskerOf(const Request& request) {
     Asker asker;
-    asker.m_process = peer.m_process;
-    asker.m_user = peer.m_user;
-    asker.m_group = peer.m_group;
+    asker.m_process = request.m_peer.m_process;
+    asker.m_user = request.m_peer.m_user;
+    asker.m_group = request.m_peer.m_group;
+    asker.m_account = request.Header(AccountHeader);
+    if (!IsAccountText(asker.m_account)) {
+        throw Refusal(400, AccountHeader,
+                      "expected at most " + std::to_string(LongestAccount) + " printable characters of ASCII");
+    }
     return asker;
 }
 
@@ -92,7 +99,7 @@ struct ImageOfOrder {
 } // namespace
 
 Outcome AskCall(Api& api, Request& request, const Answered& answered) {
-    api.m_host.Ask(AskerOf(request.m_peer), CallOf(JsonOf(request.m_body)), answered);
+    api.m_host.Ask(AskerOf(request), CallOf(JsonOf(request.m_body)), answered);
     return Waits{};
 }
 
@@ -113,12 +120,13 @@ Outcome AskOrder(Api& api, Request& request, const Answered& answered) {
             throw Refusal(400, "order: " + name->dump(), "the path names the order " + order.m_name);
         order.m_values.erase(name);
     }
-    api.m_host.Ask(AskerOf(request.m_peer), std::move(order), answered);
+    api.m_host.Ask(AskerOf(request), std::move(order), answered);
     return Waits{};
 }
 
 std::unique_ptr<UploadSink> BeginImage(Api& api, const Request& request, uint64_t size) {
     ImageValues(request);
+    AskerOf(request);
     const std::string bytes = std::to_string(size) + " bytes";
     const ApiLimits& limits = api.m_limits;
     if (size == 0) throw Refusal(400, bytes, "the image is empty");
@@ -153,7 +161,7 @@ Outcome AskFirmware(Api& api, Request& request, const Answered& answered) {
         if (answer.m_status == 200 && !dry) answer.m_status = 202;
         answered(std::move(answer));
     };
-    api.m_host.Ask(AskerOf(request.m_peer), std::move(order), passOn);
+    api.m_host.Ask(AskerOf(request), std::move(order), passOn);
     return Waits{};
 }
 

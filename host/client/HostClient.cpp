@@ -31,20 +31,22 @@ public:
           m_process(socket.Process()),
           m_socket(std::move(socket)) {}
 
+    void SpeakFor(const std::string& account) override { m_account = account; }
+
     HostAnswer Get(const std::string& path) override {
-        const HttpRequest request{"GET", path, "", 0};
+        const HttpRequest request{"GET", path, "", 0, {}, m_account};
         return Ask(request, [](const Deadline&) {});
     }
 
     HostAnswer Post(const std::string& path, const nlohmann::json& body) override {
         const std::string text = body.dump();
-        const HttpRequest request{"POST", path, "application/json", text.size()};
+        const HttpRequest request{"POST", path, "application/json", text.size(), {}, m_account};
         return Ask(request, [&](const Deadline& deadline) { Send(text, deadline); });
     }
 
     HostAnswer PostFile(const std::string& path, int descriptor, uint64_t size,
                         const std::function<void(uint64_t sent)>& progress) override {
-        const HttpRequest request{"POST", path, "application/octet-stream", size};
+        const HttpRequest request{"POST", path, "application/octet-stream", size, {}, m_account};
         return Ask(request, [&](const Deadline&) { SendFile(descriptor, size, progress); });
     }
 
@@ -149,6 +151,7 @@ private:
     HostPlace m_place;
     std::optional<std::chrono::milliseconds> m_timeout;
     pid_t m_process;
+    std::string m_account;
     std::optional<HostSocket> m_socket;
 };
 
@@ -159,7 +162,11 @@ constexpr std::chrono::milliseconds SocketPause(10);
 } // namespace
 
 std::unique_ptr<HostClient> HostClient::Connect(std::optional<std::chrono::milliseconds> timeout) {
-    const HostPlace place = PlaceOfHost();
+    return ConnectAt(PlaceOfHost(), timeout);
+}
+
+std::unique_ptr<HostClient> HostClient::ConnectAt(const HostPlace& place,
+                                                  std::optional<std::chrono::milliseconds> timeout) {
     const Deadline deadline = DeadlineAfter(timeout);
     // NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores): it is read at the end of a turn
     const auto lastTry = std::chrono::steady_clock::now() + SocketIsComing;

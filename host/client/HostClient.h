@@ -38,7 +38,13 @@ public:
     /// Nothing when no resident host has the blade. Throws std::runtime_error when one has it and it may not be asked.
     /// @param timeout  for each answer; none: without a limit
     static std::unique_ptr<HostClient> Connect(std::optional<std::chrono::milliseconds> timeout);
+    /// The same at this place.
+    static std::unique_ptr<HostClient> ConnectAt(const HostPlace& place,
+                                                 std::optional<std::chrono::milliseconds> timeout);
     virtual ~HostClient() = default;
+
+    /// For whom the next requests are made: "anna (192.0.2.7)"; nobody: for this process's user.
+    virtual void SpeakFor(const std::string& /*account*/) {}
 
     virtual HostAnswer Get(const std::string& path) = 0;
     virtual HostAnswer Post(const std::string& path, const nlohmann::json& body) = 0;

@@ -1,6 +1,8 @@
 // HTTP/1.1 as the resident host speaks it. The only file that knows Boost.Beast, which compiles slowly.
 #include "host/client/HttpWire.h"
 
+#include "host/words/AccountHeader.h"
+
 #include <boost/beast/core/buffers_range.hpp>
 #include <boost/beast/http/basic_parser.hpp>
 #include <boost/beast/http/empty_body.hpp>
@@ -24,6 +26,7 @@ std::string RequestHead(const HttpRequest& request) {
         message.set(http::field::accept, "text/event-stream");
         message.set("Last-Event-ID", std::to_string(*request.m_after));
     }
+    if (!request.m_account.empty()) message.set(AccountHeader, request.m_account);
     if (!request.m_type.empty()) {
         message.set(http::field::content_type, request.m_type);
         message.content_length(request.m_size);

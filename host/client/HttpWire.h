@@ -20,6 +20,7 @@ struct HttpRequest {
     std::string m_type;                ///< of the body; empty: there is none
     uint64_t m_size = 0;               ///< of the body
     std::optional<uint64_t> m_after{}; ///< the last event that is known already
+    std::string m_account{};           ///< for whom a door asks; empty: nobody
 
     /// "GET /v1/blade".
     std::string Name() const { return m_method + " " + m_path; }

@@ -75,6 +75,29 @@ TEST(Asks, TheHostLearnsWhoAsks) {
     EXPECT_EQ(served.Host().Askers()[0].m_group, getgid());
 }
 
+HttpAnswer PostFor(const ServedHost& served, const std::string& path, const std::string& account) {
+    const Client client = served.Connect();
+    client.Send("POST " + path + " HTTP/1.1\r\nHost: h\r\nContent-Length: 0\r\nBmhost-Account: " + account +
+                "\r\n\r\n");
+    return client.Read();
+}
+
+TEST(Asks, TheHostLearnsForWhomADoorAsks) {
+    ServedHost served;
+    PostFor(served, "/v1/orders/start", "anna (192.0.2.7)");
+    ASSERT_EQ(served.Host().Askers().size(), 1U);
+    EXPECT_EQ(served.Host().Askers()[0].m_account, "anna (192.0.2.7)");
+}
+
+TEST(Asks, AnAccountThatCannotStandInTheLogIsRefused) {
+    ServedHost served;
+    EXPECT_EQ(PostFor(served, "/v1/orders/start", std::string(201, 'a')).m_status, 400);
+    EXPECT_EQ(PostFor(served, "/v1/orders/start", "ann\xE4").m_status, 400);
+    EXPECT_EQ(PostFor(served, "/v1/orders/start", "an\tna").m_status, 400);
+    EXPECT_EQ(served.Host().Askers().size(), 0U);
+    EXPECT_EQ(PostFor(served, "/v1/orders/start", std::string(200, 'a')).m_status, 200);
+}
+
 TEST(Asks, ACallThatIsWrongNeverReachesTheHost) {
     ServedHost served;
     const Client client = served.Connect();

@@ -18,6 +18,9 @@ TEST(RequestHead, NamesPathTypeAndLength) {
     EXPECT_EQ("GET /v1/events HTTP/1.1\r\nHost: localhost\r\nUser-Agent: bmhost\r\nAccept: text/event-stream\r\n"
               "Last-Event-ID: 7\r\n\r\n",
               RequestHead({"GET", "/v1/events", "", 0, 7}));
+    EXPECT_EQ("GET /v1/log HTTP/1.1\r\nHost: localhost\r\nUser-Agent: bmhost\r\n"
+              "Bmhost-Account: anna (192.0.2.7)\r\n\r\n",
+              RequestHead({"GET", "/v1/log", "", 0, {}, "anna (192.0.2.7)"}));
 }
 
 const char* const WholeAnswers[] = {
