@@ -1,0 +1,22 @@
+// bmhost-web: the web door of a blade.
+#include "host/accounts/AccountCommand.h"
+#include "host/session/Program.h"
+#include "host/words/Error.h"
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace bmhost;
+
+int Run(const std::vector<std::string>& words) {
+    if (!words.empty() && words.front() == "account") return AccountCommand({words.begin() + 1, words.end()});
+    throw UsageError((words.empty() ? "no command" : "unknown command '" + words.front() + "'") + ": expected account");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    return RunProgram([&] { return Run({argv + 1, argv + argc}); });
+}
