@@ -1,24 +1,17 @@
 // `bmhost run`: a resident host, which is a program of its own.
 #include "host/context/Context.h"
+#include "host/context/OtherProgram.h"
 #include "host/session/StorageHome.h"
 #include "host/words/Commands.h"
 
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string>
-#include <system_error>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
 namespace bmhost {
 
 namespace {
-
-constexpr const char* HostProgram = "bmhostd";
 
 struct RunWords {
     std::string m_config;
@@ -29,16 +22,6 @@ struct RunWords {
     bool m_restartOnFault = false;
 };
 
-// Beside this program, as in a build folder, or where it is installed.
-std::string HostFile() {
-    std::error_code error;
-    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    for (const auto& candidate : {folder / HostProgram, folder.parent_path() / "sbin" / HostProgram}) {
-        if (std::filesystem::exists(candidate, error)) return candidate;
-    }
-    return (folder / HostProgram).string();
-}
-
 // What was not given is left to the host's configuration file.
 std::vector<std::string> HostWords(const GlobalOptions& globals, const RunWords& own) {
     const GlobalOptions defaults = [] {
@@ -46,7 +29,7 @@ std::vector<std::string> HostWords(const GlobalOptions& globals, const RunWords&
         options.m_storage = StorageHome();
         return options;
     }();
-    std::vector<std::string> words = {HostProgram};
+    std::vector<std::string> words;
     const auto add = [&words](const char* option, const std::string& value, const std::string& usual) {
         if (value != usual) words.insert(words.end(), {option, value});
     };
@@ -66,18 +49,6 @@ std::vector<std::string> HostWords(const GlobalOptions& globals, const RunWords&
         if (given) words.emplace_back(option);
     }
     return words;
-}
-
-// Only what has to end fails: the host takes this process's place.
-bool BecomeHost(const GlobalOptions& globals, const RunWords& own) {
-    const std::string file = HostFile();
-    std::vector<std::string> words = HostWords(globals, own);
-    std::vector<char*> arguments;
-    for (std::string& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    execv(file.c_str(), arguments.data());
-    throw std::runtime_error(file + ": " + std::strerror(errno));
 }
 
 } // namespace
@@ -104,7 +75,7 @@ void AddRun(Commands& commands) {
             "Status 0 when the last init, start, stop and fin returned 1 and no fault stands; 6 when another host has\n"
             "the blade.\n")
         .Example("bmhost run")
-        .Run([words](Context& context) { return BecomeHost(context.Globals(), *words); });
+        .Run([words](Context& context) -> bool { BecomeProgram("bmhostd", HostWords(context.Globals(), *words)); });
 }
 
 } // namespace bmhost
