@@ -12,6 +12,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -45,26 +46,43 @@ Role RoleGiven(const std::string& name) {
     return *role;
 }
 
-std::string HashGiven(const AccountWords& words) {
-    return HashOfPassword(PasswordFor(words.m_name, words.m_passwordFile));
+// Every reason names the file: the words may have meant another.
+void Change(const AccountWords& words, AccountFile& accounts, const AccountFile::Change& change) {
+    try {
+        change(accounts);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(words.m_file + ": " + error.what());
+    }
 }
 
-// What can be wrong without the password is said before it is asked for.
+void ChangeFile(const AccountWords& words, const AccountFile::Change& change) {
+    AccountFile::Update(words.m_file, [&](AccountFile& accounts) { Change(words, accounts, change); });
+}
+
+// What is wrong without any password is said before one is asked for.
+void ChangeWithPassword(const AccountWords& words, AccountFile accounts,
+                        const std::function<void(AccountFile& accounts, const std::string& hash)>& change) {
+    Change(words, accounts, [&](AccountFile& tried) { change(tried, ""); });
+    const std::string hash = HashOfPassword(PasswordFor(words.m_name, words.m_passwordFile));
+    ChangeFile(words, [&](AccountFile& changed) { change(changed, hash); });
+}
+
 void AddAccount(const AccountWords& words) {
     const Role role = RoleGiven(words.m_role);
-    AccountFile(AccountFile::ReadIfThere(words.m_file)).Add({words.m_name, role, ""});
-    const Account account{words.m_name, role, HashGiven(words)};
-    AccountFile::Update(words.m_file, [&](AccountFile& accounts) { accounts.Add(account); });
+    ChangeWithPassword(words, AccountFile::ReadIfThere(words.m_file),
+                       [&](AccountFile& accounts, const std::string& hash) {
+                           accounts.Add({words.m_name, role, hash});
+                       });
 }
 
 void RemoveAccount(const AccountWords& words) {
-    AccountFile::Update(words.m_file, [&](AccountFile& accounts) { accounts.Remove(words.m_name); });
+    ChangeFile(words, [&](AccountFile& accounts) { accounts.Remove(words.m_name); });
 }
 
 void ChangePassword(const AccountWords& words) {
-    AccountFile(AccountFile::Read(words.m_file)).SetPassword(words.m_name, "");
-    const std::string hash = HashGiven(words);
-    AccountFile::Update(words.m_file, [&](AccountFile& accounts) { accounts.SetPassword(words.m_name, hash); });
+    ChangeWithPassword(words, AccountFile::Read(words.m_file), [&](AccountFile& accounts, const std::string& hash) {
+        accounts.SetPassword(words.m_name, hash);
+    });
 }
 
 std::string AccountJson(const AccountFile& accounts, const std::string& file) {
