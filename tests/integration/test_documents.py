@@ -71,6 +71,9 @@ def desk(blade, tmp_path):
     """The reader's desk: a folder with the files that the pages mention, and a home folder."""
     (tmp_path / "home").mkdir()
     (tmp_path / "image.bin").write_text("an image")
+    (tmp_path / "password").write_text("correct horse\n")
+    (tmp_path / "accounts").write_text(f"anna:ReadOnly:$y$j9T${'a' * 22}${'a' * 43}\n")
+    (tmp_path / "accounts").chmod(0o600)
     (tmp_path / "build").mkdir()
     (tmp_path / "build" / "release").symlink_to(bin_folder().parent)
     for name in ("example-host", "example-manager"):
