@@ -20,7 +20,7 @@ std::string AccountKey(const std::string& account) {
     return IsAccountName(account) ? account : std::string();
 }
 
-// Whoever has one IPv6 address has 2^64 of them.
+// A machine with one IPv6 address can use 2^64 of them.
 std::string AddressKey(const std::string& address) {
     in6_addr six{};
     if (inet_pton(AF_INET6, address.c_str(), &six) != 1) return address.substr(0, INET6_ADDRSTRLEN);

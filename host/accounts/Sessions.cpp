@@ -80,10 +80,9 @@ std::vector<WebSession> Sessions::List() {
 }
 
 std::optional<WebSession> Sessions::Find(uint64_t id) {
-    for (WebSession& session : List()) {
-        if (session.m_id == id) return std::move(session);
-    }
-    return std::nullopt;
+    const std::vector<WebSession> sessions = List();
+    const auto found = std::ranges::find(sessions, id, &WebSession::m_id);
+    return found == sessions.end() ? std::nullopt : std::optional(*found);
 }
 
 bool Sessions::Close(uint64_t id) {

@@ -31,8 +31,9 @@ void BecomeProgram(const std::string& name, std::vector<std::string> words) {
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
     execv(file.c_str(), arguments.data());
-    throw std::runtime_error(file + ": " + std::strerror(errno) +
-                             (errno == ENOENT ? "; is " + name + " installed?" : ""));
+    const int error = errno;
+    throw std::runtime_error(file + ": " + std::strerror(error) +
+                             (error == ENOENT ? "; is " + name + " installed?" : ""));
 }
 
 } // namespace bmhost

@@ -16,6 +16,7 @@
 #include <sys/file.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -114,10 +115,13 @@ TEST_F(GuardedFileTest, NewOneIsForItsOwnerWhereTheGroupIsNotThere) {
 }
 
 TEST_F(GuardedFileTest, GroupMayReadItWhateverTheUmask) {
-    const group* own = getgrgid(getegid());
-    ASSERT_NE(nullptr, own);
+    std::vector<char> texts(65536);
+    group own{};
+    group* found = nullptr;
+    ASSERT_EQ(0, getgrgid_r(getegid(), &own, texts.data(), texts.size(), &found));
+    ASSERT_NE(nullptr, found);
     const mode_t before = umask(0077);
-    ReplaceGuarded(m_path, "text\n", own->gr_name);
+    ReplaceGuarded(m_path, "text\n", own.gr_name);
     umask(before);
     EXPECT_EQ(0640U, StateOf(m_path).st_mode & 07777U);
     EXPECT_EQ(getegid(), StateOf(m_path).st_gid);
