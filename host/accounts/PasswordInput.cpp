@@ -13,7 +13,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <stdexcept>
-#include <string.h> // explicit_bzero
 #include <unistd.h>
 
 namespace bmhost {

@@ -10,7 +10,6 @@
 #include <cstring>
 #include <memory>
 #include <stdexcept>
-#include <string.h> // explicit_bzero
 
 namespace bmhost {
 
