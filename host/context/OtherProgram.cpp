@@ -27,6 +27,7 @@ void BecomeProgram(const std::string& name, std::vector<std::string> words) {
     const std::string file = FileOf(name);
     words.insert(words.begin(), name);
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);

@@ -14,7 +14,6 @@ namespace {
 
 using namespace bmhost;
 using testing::ElementsAre;
-using testing::Field;
 using testing::HasSubstr;
 using testing::Not;
 
