@@ -4,7 +4,7 @@
 #include "common/veldo_common_protocol.h"
 #include "host/api/CallJson.h"
 #include "host/api/Routes.h"
-#include "host/words/AccountHeader.h"
+#include "host/client/AccountHeader.h"
 #include "host/words/Value.h"
 
 #include <algorithm>

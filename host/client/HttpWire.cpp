@@ -1,7 +1,7 @@
 // HTTP/1.1 as the resident host speaks it. The only file that knows Boost.Beast, which compiles slowly.
 #include "host/client/HttpWire.h"
 
-#include "host/words/AccountHeader.h"
+#include "host/client/AccountHeader.h"
 
 #include <boost/beast/core/buffers_range.hpp>
 #include <boost/beast/http/basic_parser.hpp>
@@ -9,6 +9,7 @@
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/serializer.hpp>
 
+#include <algorithm>
 #include <limits>
 #include <stdexcept>
 
@@ -18,6 +19,11 @@ namespace beast = boost::beast;
 namespace http = boost::beast::http;
 
 std::string RequestHead(const HttpRequest& request) {
+    // What a client elsewhere has written would be further headers, or another request.
+    for (const std::string& text : {request.m_path, request.m_account}) {
+        if (std::any_of(text.begin(), text.end(), [](unsigned char letter) { return letter < ' ' || letter == 0x7F; }))
+            throw std::runtime_error("a request cannot be made: there is a control character in it");
+    }
     constexpr unsigned version = 11;
     http::request<http::empty_body> message(http::string_to_verb(request.m_method), request.m_path, version);
     message.set(http::field::host, "localhost");

@@ -23,6 +23,11 @@ TEST(RequestHead, NamesPathTypeAndLength) {
               RequestHead({"GET", "/v1/log", "", 0, {}, "anna (192.0.2.7)"}));
 }
 
+TEST(RequestHead, NoTextBecomesAnotherHeader) {
+    EXPECT_THROW(RequestHead({"GET", "/v1/x HTTP/1.1\r\nBmhost-Account: root", "", 0}), std::runtime_error);
+    EXPECT_THROW(RequestHead({"GET", "/v1/log", "", 0, {}, "anna\r\nX: y"}), std::runtime_error);
+}
+
 const char* const WholeAnswers[] = {
     "HTTP/1.1 404 Not Found\r\nContent-Length: 8\r\nContent-Type: application/json\r\n\r\n{\"a\": 1}",
     "HTTP/1.1 404 Not Found\r\nTransfer-Encoding: chunked\r\n\r\n3\r\n{\"a\r\n5;x=y\r\n\": 1}\r\n0\r\n\r\n",

@@ -15,7 +15,7 @@ constexpr std::chrono::seconds LongestWait(30);
 
 ScriptedBlade::ScriptedBlade() {
     Show(bmhost::Picture());
-    m_host = std::make_unique<ScriptedHost>(std::vector<ScriptedHost::Script>{[this](Peer& peer) { Serve(peer); }});
+    m_host = std::make_unique<ScriptedHost>(std::vector<ScriptedHost::Script>{[this](::Peer& peer) { Serve(peer); }});
 }
 
 ScriptedBlade::~ScriptedBlade() {
@@ -69,7 +69,7 @@ bool ScriptedBlade::Awaits(const std::string& beginning, std::size_t count) {
     });
 }
 
-void ScriptedBlade::Serve(Peer& peer) {
+void ScriptedBlade::Serve(::Peer& peer) {
     for (;;) {
         const std::string request = peer.Request();
         if (request.empty()) return;
@@ -96,7 +96,7 @@ std::string ScriptedBlade::AnswerTo(const std::string& request) {
     return answer ? answer(request) : JsonAnswer(404, R"({"error":{"operation":"","value":"","reason":"unknown"}})");
 }
 
-void ScriptedBlade::ServeEvents(Peer& peer) {
+void ScriptedBlade::ServeEvents(::Peer& peer) {
     peer.Send("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n");
     for (std::size_t sent = 0;;) {
         std::string text;

@@ -1,0 +1,329 @@
+// The web door: from where may it be asked, who asks, may he, and which service answers.
+#include "host/web/Door.h"
+
+#include "host/accounts/Grants.h"
+#include "host/client/AccountHeader.h"
+#include "host/words/Value.h"
+
+#include <algorithm>
+#include <any>
+#include <cctype>
+#include <exception>
+#include <mutex>
+#include <utility>
+#include <variant>
+
+namespace bmhost {
+
+namespace {
+
+constexpr const char* OwnHeaders = "bmhost-";
+constexpr const char* RoleHeader = "Bmhost-Role";
+constexpr const char* SessionHeader = "Bmhost-Session";
+
+bool IsOwnHeader(const std::string& name) {
+    const std::string_view own = OwnHeaders;
+    return name.size() >= own.size() && std::equal(own.begin(), own.end(), name.begin(), [](char one, char other) {
+               return one == static_cast<char>(tolower(static_cast<unsigned char>(other)));
+           });
+}
+
+void SetVisitor(Request& request, const Visitor& visitor) {
+    request.m_headers.emplace_back(AccountHeader, visitor.Text());
+    request.m_headers.emplace_back(RoleHeader, RoleName(visitor.m_role));
+    if (visitor.m_session) request.m_headers.emplace_back(SessionHeader, std::to_string(*visitor.m_session));
+}
+
+Refusal NeedsAccount() {
+    return {401, "", "this needs an account", {{"WWW-Authenticate", "Basic realm=\"bmhost\""}}};
+}
+
+std::string PrivilegesText(Role role) {
+    std::string text;
+    for (const Privilege privilege : AllPrivileges) {
+        if (Has(role, privilege)) text.append(text.empty() ? "" : ", ").append(PrivilegeName(privilege));
+    }
+    return text;
+}
+
+// All of it but what can be in one place only, which goes along.
+Request TakenFrom(Request& request) {
+    Request taken;
+    taken.m_method = request.m_method;
+    taken.m_path = request.m_path;
+    taken.m_query = request.m_query;
+    taken.m_headers = request.m_headers;
+    taken.m_peer = request.m_peer;
+    taken.m_captured = request.m_captured;
+    taken.m_own = request.m_own;
+    taken.m_body = std::move(request.m_body);
+    taken.m_sink = std::move(request.m_sink);
+    return taken;
+}
+
+// An answer that comes later cannot be a stream. A reader of events connects again by itself, and its password is
+// remembered then.
+Reply ConnectAgain() {
+    Reply reply;
+    reply.m_contentType = "text/event-stream";
+    reply.m_headers = {{"Cache-Control", "no-store"}};
+    reply.m_body = std::make_shared<const std::string>(": the password was right: connect again\nretry: 100\n\n");
+    return reply;
+}
+
+} // namespace
+
+std::optional<Visitor> VisitorOf(const Request& request) {
+    const std::string_view account = request.Header(AccountHeader);
+    const auto role = RoleOf(request.Header(RoleHeader));
+    if (account.empty() || !role) return std::nullopt;
+    Visitor visitor{std::string(account.substr(0, account.find(' '))), *role, request.m_peer.m_address, std::nullopt};
+    if (const auto session = ParseNumber(request.Header(SessionHeader)))
+        visitor.m_session = static_cast<uint64_t>(*session);
+    return visitor;
+}
+
+/// What becomes of one password.
+class Door::Checking {
+public:
+    void Done(Logins::Login login) {
+        std::function<void()> then;
+        {
+            const std::lock_guard lock(m_guard);
+            m_login = std::move(login);
+            then = std::move(m_then);
+        }
+        if (then) then();
+    }
+    /// Calls it when the check is done, at once if it is.
+    void Then(std::function<void()> then) {
+        {
+            const std::lock_guard lock(m_guard);
+            if (!m_login) {
+                m_then = std::move(then);
+                return;
+            }
+        }
+        then();
+    }
+    bool HasFailed() const {
+        const std::lock_guard lock(m_guard);
+        return m_login && std::holds_alternative<Refusal>(*m_login);
+    }
+    /// Once the check is done. Throws Refusal.
+    Visitor Result() const {
+        const std::lock_guard lock(m_guard);
+        if (const auto* refusal = std::get_if<Refusal>(&*m_login)) throw *refusal;
+        return std::get<Visitor>(*m_login);
+    }
+
+private:
+    mutable std::mutex m_guard;
+    std::optional<Logins::Login> m_login;
+    std::function<void()> m_then;
+};
+
+/// Takes a body as long as its password has not turned out to be wrong.
+class Door::CheckedSink final : public BodySink {
+public:
+    CheckedSink(std::unique_ptr<BodySink> sink, std::shared_ptr<Checking> checking)
+        : m_sink(std::move(sink)),
+          m_checking(std::move(checking)) {}
+
+    void Write(const void* data, std::size_t size) override {
+        if (m_checking->HasFailed()) m_sink.reset();
+        if (m_sink != nullptr) m_sink->Write(data, size);
+    }
+    std::unique_ptr<BodySink> Take() { return std::move(m_sink); }
+
+private:
+    std::unique_ptr<BodySink> m_sink;
+    std::shared_ptr<Checking> m_checking;
+};
+
+/// What the door keeps in a request, from Begin to Handle.
+struct Door::Own {
+    std::any m_service; ///< the service's own
+    std::shared_ptr<Checking> m_checking;
+};
+
+/// A request that waits for its check.
+struct Door::Checked {
+    Request m_request;
+    Ticket m_ticket;
+    std::shared_ptr<Checking> m_checking;
+};
+
+/// Requests whose checks are done.
+class Door::Queue {
+public:
+    void Add(std::shared_ptr<Checked> checked) {
+        const std::lock_guard lock(m_guard);
+        m_checked.push_back(std::move(checked));
+        if (m_wake) m_wake();
+    }
+    std::vector<std::shared_ptr<Checked>> Take() {
+        const std::lock_guard lock(m_guard);
+        return std::exchange(m_checked, {});
+    }
+    void OnAdded(std::function<void()> wake) {
+        const std::lock_guard lock(m_guard);
+        m_wake = std::move(wake);
+    }
+
+private:
+    std::mutex m_guard;
+    std::vector<std::shared_ptr<Checked>> m_checked;
+    std::function<void()> m_wake;
+};
+
+Door::Door(std::vector<DoorListener> listeners, Logins& logins, HttpService& others)
+    : m_listeners(std::move(listeners)),
+      m_logins(logins),
+      m_others(others),
+      m_queue(std::make_shared<Queue>()) {}
+
+Door::~Door() {
+    m_queue->OnAdded(nullptr);
+}
+
+void Door::Add(const std::string& path, HttpService& service, IsOwn isOwn) {
+    m_services.push_back({path, &service, std::move(isOwn)});
+}
+
+void Door::OnChecked(std::function<void()> wake) {
+    m_queue->OnAdded(std::move(wake));
+}
+
+void Door::Settle() {
+    for (const auto& checked : m_queue->Take())
+        GoOn(*checked);
+}
+
+const Door::Served* Door::ServedAt(std::string_view path) const {
+    const auto found = std::find_if(m_services.begin(), m_services.end(), [&](const Served& served) {
+        if (!path.starts_with(served.m_path)) return false;
+        return path.size() == served.m_path.size() || (served.m_path != "/" && path[served.m_path.size()] == '/');
+    });
+    return found == m_services.end() ? nullptr : &*found;
+}
+
+HttpService& Door::ServiceOf(const Request& request) const {
+    const Served* const served = ServedAt(request.m_path);
+    return served == nullptr ? m_others : *served->m_service;
+}
+
+// Who it is, as far as no password has to be compared for it.
+std::optional<Visitor> Door::Enter(const Request& request, std::optional<Credentials>& unchecked) const {
+    const std::string_view token = request.Header("X-Auth-Token");
+    const std::string_view authorization = request.Header("Authorization");
+    if (token.empty() && authorization.empty()) return std::nullopt;
+    if (!request.m_peer.m_secure && !m_listeners.at(request.m_peer.m_listener).m_plainLoopback)
+        throw Refusal(403, "", "nobody shows a password without TLS");
+    std::optional<Visitor> visitor;
+    if (!token.empty()) {
+        visitor = m_logins.WithToken(token, request.m_peer.m_address);
+    } else if (auto credentials = BasicCredentials(authorization)) {
+        visitor = m_logins.Remembered(*credentials, request.m_peer.m_address);
+        if (!visitor) unchecked = std::move(credentials);
+    }
+    if (!visitor && !unchecked) throw NeedsAccount();
+    return visitor;
+}
+
+void Door::Admit(const Request& request, const std::optional<Visitor>& visitor) const {
+    const Grant* const grant = GrantFor(request.m_method, request.m_path);
+    const bool plain = m_listeners.at(request.m_peer.m_listener).m_plainLoopback;
+    if (grant == nullptr) {
+        if (!visitor && !plain) throw NeedsAccount();
+        std::string allowed;
+        for (const std::string_view method : MethodsOf(request.m_path))
+            allowed += (allowed.empty() ? "" : ", ") + std::string(method);
+        if (allowed.empty()) throw Refusal(404, request.m_path, "no such path");
+        throw Refusal(405, request.m_method, "this path serves " + allowed, {{"Allow", allowed}});
+    }
+    if (!visitor) {
+        const bool open =
+            grant->m_without == Without::Everywhere || (plain && grant->m_without == Without::PlainLoopback);
+        if (!open) throw NeedsAccount();
+        return;
+    }
+    const Served* const served = ServedAt(request.m_path);
+    const bool own = served != nullptr && served->m_isOwn && served->m_isOwn(request, *visitor);
+    if (MayDo(visitor->m_role, *grant, own)) return;
+    throw Refusal(403, visitor->m_name,
+                  "this needs the privilege " + std::string(PrivilegeName(grant->m_needs)) + ", and the role " +
+                      std::string(RoleName(visitor->m_role)) + " has " + PrivilegesText(visitor->m_role));
+}
+
+BodyPlan Door::Begin(Request& request, std::optional<uint64_t> length) {
+    m_listeners.at(request.m_peer.m_listener).m_names.Check(request);
+    // Only the door writes these.
+    std::erase_if(request.m_headers, [](const auto& header) { return IsOwnHeader(header.first); });
+    std::optional<Credentials> unchecked;
+    const std::optional<Visitor> visitor = Enter(request, unchecked);
+    if (!unchecked) Admit(request, visitor);
+    if (visitor) SetVisitor(request, *visitor);
+    const Served* const served = ServedAt(request.m_path);
+    if (served == nullptr) throw Refusal(404, request.m_path, "no such path");
+    BodyPlan plan = served->m_service->Begin(request, length);
+    std::shared_ptr<Checking> checking;
+    if (unchecked) {
+        checking = std::make_shared<Checking>();
+        if (plan.m_sink) plan.m_sink = std::make_unique<CheckedSink>(std::move(plan.m_sink), checking);
+        m_logins.Check(*unchecked, request.m_peer.m_address,
+                       [checking](Logins::Login login) { checking->Done(std::move(login)); });
+    }
+    request.m_own = Own{std::move(request.m_own), checking};
+    return plan;
+}
+
+Outcome Door::Handle(Request& request, const TakeTicket& takeTicket) {
+    Own own = std::any_cast<Own>(std::move(request.m_own));
+    request.m_own = std::move(own.m_service);
+    if (own.m_checking != nullptr) return Later(request, own.m_checking, takeTicket);
+    return ServiceOf(request).Handle(request, takeTicket);
+}
+
+Outcome Door::Later(Request& request, const std::shared_ptr<Checking>& checking, const TakeTicket& takeTicket) {
+    const Ticket ticket = takeTicket();
+    if (request.m_sink) request.m_sink = static_cast<CheckedSink&>(*request.m_sink).Take();
+    auto checked = std::make_shared<Checked>(Checked{TakenFrom(request), ticket, checking});
+    checking->Then([queue = m_queue, checked = std::move(checked)] { queue->Add(checked); });
+    return Waits{};
+}
+
+void Door::GoOn(Checked& checked) const {
+    try {
+        const Visitor visitor = checked.m_checking->Result();
+        Admit(checked.m_request, visitor);
+        SetVisitor(checked.m_request, visitor);
+        Outcome outcome =
+            ServiceOf(checked.m_request).Handle(checked.m_request, [&checked] { return checked.m_ticket; });
+        if (auto* reply = std::get_if<Reply>(&outcome)) checked.m_ticket(std::move(*reply));
+        if (std::holds_alternative<Streams>(outcome)) checked.m_ticket(ConnectAgain());
+    } catch (const Refusal& refusal) {
+        checked.m_ticket(refusal);
+    } catch (const std::exception& error) {
+        checked.m_ticket(Refusal(500, "", error.what()));
+    }
+}
+
+Reply Door::ErrorReply(const Request& request, const Refusal& refusal) {
+    return ServiceOf(request).ErrorReply(request, refusal);
+}
+
+void Door::Finish(const Request& request, Reply& reply) {
+    ServiceOf(request).Finish(request, reply);
+    const auto usual = [&reply](const char* name, const char* value) {
+        const bool has = std::any_of(reply.m_headers.begin(), reply.m_headers.end(),
+                                     [&](const auto& header) { return header.first == name; });
+        if (!has) reply.m_headers.emplace_back(name, value);
+    };
+    usual("X-Content-Type-Options", "nosniff");
+    usual("Referrer-Policy", "no-referrer");
+    usual("Cache-Control", "no-store");
+    usual("Content-Security-Policy", "default-src 'none'; frame-ancestors 'none'");
+}
+
+} // namespace bmhost
