@@ -57,6 +57,8 @@ class Command:
             return re.sub(r"^<(time|moment)>", "", line).split(CUT)[0].strip()
         if re.search(r"bmhost (watch|events)( |$)", self.text):
             return "health"
+        if re.search(r"bmhost web( |$)", self.text):
+            return "serves at"
         return "health: monitored" if re.search(r"bmhost run( |$)", self.text) else None
 
 
