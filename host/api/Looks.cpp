@@ -2,7 +2,7 @@
 #include "host/api/Looks.h"
 
 #include "common/veldo_common_protocol.h"
-#include "host/api/EventStream.h"
+#include "host/api/NewsStream.h"
 #include "host/api/Routes.h"
 #include "host/session/Rows.h"
 
@@ -170,7 +170,7 @@ Outcome FollowEvents(Api& api, Request& request, const Answered& /*answered*/) {
     } else if (const auto after = request.m_query.find("after"); after != request.m_query.end()) {
         from = NumberParameter("after", after->second, 0, most);
     }
-    return Streams{std::make_unique<EventStream>(api.m_host, from, api.m_limits.m_commentTime)};
+    return Streams{std::make_unique<NewsStream>(api.m_host, from, api.m_limits.m_commentTime)};
 }
 
 } // namespace bmhost

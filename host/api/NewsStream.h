@@ -15,10 +15,10 @@ namespace bmhost {
 /// Holds at most one piece of the stream, however slow the reader is: what it has not read yet stays in the host's
 /// ring. A reader that is more than the ring behind gets an event "lost" with the first id that is still there, and
 /// the stream ends.
-class EventStream : public Stream {
+class NewsStream : public Stream {
 public:
     /// @param after  begins with the events after this id; 0: with all that are kept; none: with what comes
-    EventStream(const ResidentHost& host, std::optional<uint64_t> after, std::chrono::milliseconds commentTime);
+    NewsStream(const ResidentHost& host, std::optional<uint64_t> after, std::chrono::milliseconds commentTime);
 
     std::size_t Next(char* to, std::size_t most) override;
     bool HasEnded() const override { return m_ended && m_piece.empty(); }

@@ -1,5 +1,5 @@
 // One reader's way through the host's news, as Server-Sent Events.
-#include "host/api/EventStream.h"
+#include "host/api/NewsStream.h"
 
 #include <algorithm>
 #include <cstring>
@@ -28,7 +28,7 @@ uint64_t NewestId(const ResidentHost& host) {
 
 } // namespace
 
-EventStream::EventStream(const ResidentHost& host, std::optional<uint64_t> after, std::chrono::milliseconds commentTime)
+NewsStream::NewsStream(const ResidentHost& host, std::optional<uint64_t> after, std::chrono::milliseconds commentTime)
     : m_host(host),
       m_commentTime(commentTime),
       m_nextComment(std::chrono::steady_clock::now() + commentTime) {
@@ -41,7 +41,7 @@ EventStream::EventStream(const ResidentHost& host, std::optional<uint64_t> after
     m_piece.insert(0, ": events after " + std::to_string(m_last) + "\n\n");
 }
 
-void EventStream::Begin(uint64_t after) {
+void NewsStream::Begin(uint64_t after) {
     m_last = after;
     if (after == 0) {
         const std::vector<News> all = m_host.NewsAfter(0);
@@ -55,13 +55,13 @@ void EventStream::Begin(uint64_t after) {
     Lost(all.empty() ? 1 : all.front().m_id);
 }
 
-void EventStream::Lost(uint64_t first) {
+void NewsStream::Lost(uint64_t first) {
     AppendEvent(m_piece, first - 1, "lost",
                 "{\"after\":" + std::to_string(m_last) + ",\"first\":" + std::to_string(first) + "}");
     m_last = first - 1;
 }
 
-std::size_t EventStream::Next(char* to, std::size_t most) {
+std::size_t NewsStream::Next(char* to, std::size_t most) {
     if (m_done == m_piece.size()) {
         m_piece.clear();
         m_done = 0;
@@ -77,7 +77,7 @@ std::size_t EventStream::Next(char* to, std::size_t most) {
     return size;
 }
 
-void EventStream::Fill() {
+void NewsStream::Fill() {
     const auto now = std::chrono::steady_clock::now();
     const std::vector<News> news = m_host.NewsAfter(m_last);
     if (!news.empty() && news.front().m_id > m_last + 1) {
