@@ -63,7 +63,7 @@ worked example of a host.")
 bm_package(bmhost admin)
 set(CPACK_COMPONENT_BMHOST_DEPENDS libipmi-adaptor)
 set(CPACK_DEBIAN_BMHOST_PACKAGE_DEPENDS zstd) # bmhost report
-set(CPACK_DEBIAN_BMHOST_PACKAGE_SUGGESTS bladesim)
+set(CPACK_DEBIAN_BMHOST_PACKAGE_SUGGESTS "bmhost-web, bladesim")
 foreach(file conffiles postinst prerm postrm)
     list(APPEND CPACK_DEBIAN_BMHOST_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/service/${file})
 endforeach()
@@ -73,6 +73,17 @@ on the command line, in scripts with JSON output, or at a prompt. Shows a
 blade's inventory, LEDs, DSPs and switch ports as tables, sets them, upgrades
 firmware, and runs as a resident host: bmhost.service, which keeps a picture of
 the blade and answers everybody who asks.")
+
+bm_package(bmhost-web admin)
+set(CPACK_COMPONENT_BMHOST-WEB_DEPENDS bmhost)
+foreach(file conffiles postinst prerm postrm)
+    list(APPEND CPACK_DEBIAN_BMHOST-WEB_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/web/${file})
+endforeach()
+set(CPACK_DEBIAN_BMHOST-WEB_DESCRIPTION "web door of the IPMI hardware adaptor's reference host
+Lets people and programs elsewhere see and operate a blade over HTTP: with TLS
+and accounts, or on a loopback address without TLS. It is a client of the
+resident host, in a process of its own without any rights of root:
+bmhost-web.service, which is neither enabled nor started by its package.")
 
 bm_package(bladesim admin)
 set(CPACK_COMPONENT_BLADESIM_DEPENDS libipmi-adaptor)
