@@ -4,6 +4,7 @@
 #include "common/veldo_common_protocol.h"
 #include "host/api/NewsStream.h"
 #include "host/api/Routes.h"
+#include "host/picture/StatisticsJson.h"
 #include "host/session/Rows.h"
 
 #include <algorithm>
@@ -142,6 +143,10 @@ Outcome LookAtPort(Api& api, Request& request, const Answered& /*answered*/) {
     const PictureText& picture = PictureNow(api);
     return RowReply(request, picture.Of().m_ports, picture.Json().at("ports"), "port",
                     [&](const PortFacts& port) { return port.m_port == number.at(0); });
+}
+
+Outcome LookAtStatistics(Api& api, Request& /*request*/, const Answered& /*answered*/) {
+    return JsonReply(200, StatisticsJson(api.m_host.Counts()));
 }
 
 Outcome LookAtLog(Api& api, Request& request, const Answered& /*answered*/) {

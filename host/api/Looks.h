@@ -16,6 +16,7 @@ Outcome LookAtLed(Api& api, Request& request, const Answered& answered);
 Outcome LookAtModule(Api& api, Request& request, const Answered& answered);
 Outcome LookAtDsp(Api& api, Request& request, const Answered& answered);
 Outcome LookAtPort(Api& api, Request& request, const Answered& answered);
+Outcome LookAtStatistics(Api& api, Request& request, const Answered& answered);
 Outcome LookAtLog(Api& api, Request& request, const Answered& answered);
 Outcome LookAtDocument(Api& api, Request& request, const Answered& answered);
 Outcome FollowEvents(Api& api, Request& request, const Answered& answered);

@@ -66,6 +66,7 @@ std::span<const Route> Routes() {
         {"POST", "/v1/orders/{order}", "", Body::Json, AskOrder, "An order"},
         {"POST", "/v1/firmware", "target bay name dry_run simulated", Body::Image, AskFirmware, "A firmware upgrade"},
         {"GET", "/v1/events", "after", Body::None, FollowEvents, "What happens, as Server-Sent Events"},
+        {"GET", "/v1/statistics", "", Body::None, LookAtStatistics, "What the host has counted"},
         {"GET", "/v1/log", "lines", Body::None, LookAtLog, "The last lines of the log"},
         {"GET", "/v1/openapi.json", "", Body::None, LookAtDocument, "This document"},
     };

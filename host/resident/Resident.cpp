@@ -56,6 +56,7 @@ Resident::~Resident() {
 }
 
 void Resident::Take(const AdaptorEvent& event) {
+    m_adaptor.Told(event);
     if (event.m_event == BMI_EVENT_AMC_RUN_STATUS) {
         m_picture.Change({"inventory"}, [&](Picture& picture) {
             for (CBMIParams& row : picture.m_inventory.m_modules) {

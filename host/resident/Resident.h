@@ -4,6 +4,7 @@
 #include "host/news/LogRing.h"
 #include "host/news/NewsRing.h"
 #include "host/news/RunHealth.h"
+#include "host/resident/CallStatistics.h"
 #include "host/resident/ControllerWatch.h"
 #include "host/resident/FaultRestarts.h"
 #include "host/resident/HostSession.h"
@@ -60,6 +61,7 @@ public:
     ~Resident() override;
 
     std::shared_ptr<const Picture> Now() const override { return m_picture.Now(); }
+    Statistics Counts() const override { return m_adaptor.Now(); }
     void Ask(const Asker& asker, Call call, Answered answered) override;
     void Ask(const Asker& asker, Order order, Answered answered) override;
     std::vector<News> NewsAfter(uint64_t id) const override { return m_news.After(id); }
@@ -125,7 +127,7 @@ private:
     void Changed(const HealthChange& change);
     std::string Refusal() const;
 
-    Session& m_adaptor;
+    CallStatistics m_adaptor;
     const ResidentListeners m_listeners;
     const OrderCarrier m_carrier;
 

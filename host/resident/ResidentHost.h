@@ -4,6 +4,7 @@
 #include "host/news/NewsRing.h"
 #include "host/orders/Order.h"
 #include "host/picture/Picture.h"
+#include "host/picture/Statistics.h"
 #include "host/words/Call.h"
 
 #include <nlohmann/json.hpp>
@@ -40,6 +41,8 @@ public:
 
     /// The picture as it stands; it does not change any more.
     virtual std::shared_ptr<const Picture> Now() const = 0;
+    /// What has been counted so far. Not in the picture: each count would make a new one.
+    virtual Statistics Counts() const = 0;
 
     /// A read, a table, a write, a start or a stop; the body is the line that --json shows.
     virtual void Ask(const Asker& asker, Call call, Answered answered) = 0;

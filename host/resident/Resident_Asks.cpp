@@ -253,7 +253,8 @@ void Resident::Ask(const Asker& asker, Order order, Answered answered) {
     const std::string name = asked->m_asker;
     Give(lane, asked, [this, order = std::move(order), name, what = asked->m_name](HostSession& session) {
         const OrderOutcome outcome = m_carrier(order, session, *m_picture.Now());
-        LogOwn("order " + what + ": result " + std::to_string(outcome.m_result));
+        m_adaptor.CarriedOut(order.m_name, outcome);
+        LogOwn("order " + order.m_name + ": result " + std::to_string(outcome.m_result));
         if (m_listeners.m_order) m_listeners.m_order(order, outcome, name);
         m_news.Add("call", bm_dev::EscapedJson(ordered_json({{"op", "order"},
                                                              {"order", order.m_name},

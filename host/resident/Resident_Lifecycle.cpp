@@ -169,6 +169,7 @@ void Resident::Restart() {
         }
         if (wanted) {
             LogOwn("restart after a fault: stop and start");
+            m_adaptor.Restarted();
             try {
                 Lifecycle(Operation::Stop, "");
                 Lifecycle(Operation::Start, "");

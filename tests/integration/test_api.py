@@ -186,6 +186,7 @@ CASES = {
         200: [("GET", "/v1/events?after=0"), ("GET", "/v1/events", None, {"Last-Event-ID": "1"})],
         400: [("GET", "/v1/events?after=x")],
     },
+    ("get", "/v1/statistics"): {200: [("GET", "/v1/statistics")], 400: [("GET", "/v1/statistics?x=1")]},
     ("get", "/v1/log"): {200: [("GET", "/v1/log"), ("GET", "/v1/log?lines=1")], 400: [("GET", "/v1/log?lines=0")]},
     ("get", "/v1/openapi.json"): {200: [("GET", "/v1/openapi.json")], 400: [("GET", "/v1/openapi.json?x")]},
 }

@@ -131,6 +131,20 @@ std::shared_ptr<const Picture> FakeHost::Now() const {
     return m_picture;
 }
 
+Statistics FakeHost::Counts() const {
+    Statistics counts;
+    counts.m_since = Now()->m_host.m_started;
+    counts.m_time = Now()->m_time;
+    counts.m_reads.m_good = 2;
+    counts.m_reads.m_latencies.Add(700);
+    counts.m_reads.m_latencies.Add(20'000'000);
+    counts.m_completionCodes[0xC1] = 1;
+    counts.m_calls = {{"start", 0, 0x30011, 1}, {"read", 0x100, 1, 2}};
+    counts.m_orders = {{"led-set", 1, true, 3}};
+    counts.m_events[0x70402] = 4;
+    return counts;
+}
+
 void FakeHost::Ask(const Asker& asker, Call call, Answered answered) {
     {
         const std::lock_guard lock(m_mutex);

@@ -41,6 +41,7 @@ public:
     bool HasListener() const;
 
     std::shared_ptr<const bmhost::Picture> Now() const override;
+    bmhost::Statistics Counts() const override;
     void Ask(const bmhost::Asker& asker, bmhost::Call call, bmhost::Answered answered) override;
     void Ask(const bmhost::Asker& asker, bmhost::Order order, bmhost::Answered answered) override;
     std::vector<bmhost::News> NewsAfter(uint64_t id) const override;

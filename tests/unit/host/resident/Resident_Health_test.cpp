@@ -36,6 +36,7 @@ TEST_F(ResidentTest, RestartsAfterAFaultWhereThatIsWanted) {
         Host().Tick();
         return m_adaptor.Made() == "init start stop start";
     }));
+    EXPECT_EQ(1U, Host().Counts().m_restarts);
 }
 
 } // namespace

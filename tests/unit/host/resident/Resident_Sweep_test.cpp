@@ -82,6 +82,22 @@ TEST_F(ResidentTest, OnlyALedThatLooksOtherwiseIsNews) {
     EXPECT_TRUE(Comes([&] { return ledNews() == 8; }));
 }
 
+TEST_F(ResidentTest, TheSweepsReadingsOrdersAndEventsAreCounted) {
+    m_settings.m_sweep = 1ms;
+    Begin();
+    EXPECT_TRUE(Comes([&] { return Host().Counts().m_reads.m_good > 40; }));
+    Waiting answer;
+    Host().Ask(m_asker, Order{"switch-set", nlohmann::json::object()}, answer.Taker());
+    answer.Get();
+    AdaptorEvent event;
+    event.m_event = BMI_EVENT_AMC_RUN_STATUS;
+    Host().Take(event);
+    const Statistics counts = Host().Counts();
+    ASSERT_EQ(1U, counts.m_orders.size());
+    EXPECT_EQ("switch-set", counts.m_orders.front().m_order);
+    EXPECT_EQ((std::map<uint32_t, uint64_t>{{BMI_EVENT_AMC_RUN_STATUS, 1}}), counts.m_events);
+}
+
 } // namespace
 
 } // namespace bmhost
