@@ -30,7 +30,7 @@ struct Latencies {
     }
 };
 
-/// Calls that asked the controller; LED calls that found nothing to ask about are none.
+/// Calls that asked the controller; an LED call that found no LED, or lacks a value, is none.
 struct RequestCounts {
     uint64_t m_good = 0;
     uint64_t m_refused = 0; ///< with a completion code

@@ -2,6 +2,7 @@
 #include "host/resident/CallStatistics.h"
 
 #include "common/veldo_common_protocol.h"
+#include "host/orders/LedColors.h"
 #include "host/picture/StatusNames.h"
 #include "host/words/Names.h"
 
@@ -18,6 +19,16 @@ bool IsOfController(unsigned group) {
 }
 
 namespace {
+
+// The adaptor has not asked: it knows no such LED, or the call lacks something.
+bool HasNotAsked(int result) {
+    return result == NotFound || result == RESULT_NO_ARGUMENT || result == RESULT_NO_ROW || result == RESULT_NO_VALUE;
+}
+
+// A write of an LED passes the controller's completion code on.
+bool IsGoodAnswer(Operation operation, int result) {
+    return result == Success || (operation == Operation::Write && result == ControllerSuccess);
+}
 
 bool IsCompletionCode(int result) {
     return result >= RESULT_REFUSED_FIRST && result <= RESULT_REFUSED_LAST;
@@ -59,11 +70,10 @@ public:
 
 private:
     void CountRequest() {
-        // The adaptor knows no such LED: it has not asked.
-        if (m_result == NotFound) return;
+        if (m_result && HasNotAsked(*m_result)) return;
         Statistics& counts = m_statistics.m_counts;
         RequestCounts& requests = m_operation == Operation::Write ? counts.m_writes : counts.m_reads;
-        if (m_result == Success) {
+        if (m_result && IsGoodAnswer(m_operation, *m_result)) {
             ++requests.m_good;
         } else if (m_result && IsCompletionCode(*m_result)) {
             ++requests.m_refused;

@@ -52,13 +52,20 @@ TEST_F(CallStatisticsTest, RequestsToTheControllerAreCountedByOutcome) {
     EXPECT_EQ(NotFound, ReadLed(4));
     m_adaptor.m_write = [](unsigned) { return 0xFF; };
     EXPECT_EQ(0xFF, Write(BMI_GROUP_BM_IPMI_BASEBOARD_LED));
+    m_adaptor.m_write = [](unsigned) { return 0; };
+    EXPECT_EQ(0, Write(BMI_GROUP_HARDWARE_AMC_LED_INTERNAL));
+    m_adaptor.m_write = [](unsigned) { return RESULT_NO_VALUE; };
+    Write(BMI_GROUP_HARDWARE_AMC_LED_INTERNAL);
+    m_adaptor.m_led = [](int, int) { return 0; };
+    EXPECT_EQ(0, ReadLed(1));
     const Statistics counts = m_counting.Now();
     EXPECT_EQ(1U, counts.m_reads.m_good);
     EXPECT_EQ(1U, counts.m_reads.m_refused);
-    EXPECT_EQ(1U, counts.m_reads.m_failed);
-    EXPECT_EQ(3U, Sum(counts.m_reads.m_latencies)) << "one that finds no LED does not ask";
-    EXPECT_EQ(0U, counts.m_writes.m_good);
+    EXPECT_EQ(2U, counts.m_reads.m_failed);
+    EXPECT_EQ(4U, Sum(counts.m_reads.m_latencies)) << "one that finds no LED does not ask";
+    EXPECT_EQ(1U, counts.m_writes.m_good) << "0 is the controller's success";
     EXPECT_EQ(1U, counts.m_writes.m_refused);
+    EXPECT_EQ(2U, Sum(counts.m_writes.m_latencies)) << "one without a value does not ask";
     EXPECT_EQ((std::map<int32_t, uint64_t>{{0xC1, 1}, {0xFF, 1}}), counts.m_completionCodes);
     EXPECT_EQ(0U, counts.m_requestsUnderWay);
 }
