@@ -9,6 +9,6 @@ namespace bmhost {
 
 nlohmann::ordered_json StatisticsJson(const Statistics& statistics);
 /// Throws std::runtime_error saying what is missing or of another type.
-Statistics StatisticsOf(const nlohmann::ordered_json& json);
+Statistics StatisticsOf(const nlohmann::ordered_json& object);
 
 } // namespace bmhost

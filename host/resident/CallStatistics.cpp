@@ -38,7 +38,12 @@ bool IsCompletionCode(int result) {
 template <typename Row, typename IsIt>
 void CountIn(std::vector<Row>& rows, const Row& row, const IsIt& isIt) {
     const auto found = std::find_if(rows.begin(), rows.end(), isIt);
-    ++(found == rows.end() ? rows.emplace_back(row) : *found).m_count;
+    if (found != rows.end()) {
+        ++found->m_count;
+        return;
+    }
+    rows.push_back(row);
+    ++rows.back().m_count;
 }
 
 } // namespace

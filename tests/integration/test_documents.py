@@ -23,6 +23,7 @@ NO_EXAMPLES = [
     ("architecture.md", "host thread ", "a drawing"),
     ("bladesim.md", "host     bladesim", "two machines side by side, which ./dev vm starts"),
     ("bladesim.md", '{"open":1', "a part of a file"),
+    ("metrics.md", "- alert: BladeAtFault", "Prometheus' configuration, which Integration.metrics_blades checks"),
     ("bladesim.md", "bladesim switch 1", "a file"),
     ("bladesim.md", "$BLADESIM_RUN_DIR/tools.json", "files"),
     ("bladesim.md", "bladesim (outside)", "a drawing"),
