@@ -161,17 +161,17 @@ inline nlohmann::ordered_json BodyOf(const bmhost::RedfishAnswer& answer) {
 
 /// The keys of the answer's messages, with their arguments: "PropertyUnknown(Colour)".
 inline std::vector<std::string> MessagesOf(const bmhost::RedfishAnswer& answer) {
-    std::vector<std::string> texts;
     const nlohmann::ordered_json body = BodyOf(answer);
-    const auto& messages = body.contains("error")
-                               ? body["error"]["@Message.ExtendedInfo"]
-                               : body.value("@Message.ExtendedInfo", nlohmann::ordered_json::array());
+    const auto none = nlohmann::ordered_json::array();
+    std::vector<std::string> texts;
+    if (!body.is_object()) return texts;
+    const auto messages = body.value("error", body).value("@Message.ExtendedInfo", none);
     for (const auto& message : messages) {
         const auto id = message["MessageId"].get<std::string>();
-        std::string arguments;
-        for (const auto& argument : message["MessageArgs"])
-            arguments += (arguments.empty() ? "" : ", ") + argument.get<std::string>();
-        texts.push_back(id.substr(id.rfind('.') + 1) + (arguments.empty() ? "" : "(" + arguments + ")"));
+        std::string text = id.substr(id.rfind('.') + 1);
+        for (std::size_t i = 0; i < message["MessageArgs"].size(); ++i)
+            text += (i == 0 ? "(" : ", ") + message["MessageArgs"][i].get<std::string>();
+        texts.push_back(text + (message["MessageArgs"].empty() ? "" : ")"));
     }
     return texts;
 }
