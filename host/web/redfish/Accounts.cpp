@@ -16,6 +16,7 @@ constexpr const char* RolesUri = "/redfish/v1/AccountService/Roles";
 template <typename Items>
 std::vector<std::string> IdsOf(const Items& items, std::string Items::value_type::*id) {
     std::vector<std::string> ids;
+    ids.reserve(items.size());
     for (const auto& item : items)
         ids.push_back(item.*id);
     return ids;

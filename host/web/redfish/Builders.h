@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace bmhost {
@@ -51,8 +52,9 @@ inline nlohmann::ordered_json CollectionOf(std::string_view schema, const std::s
     collection["Name"] = name;
     std::vector<std::string> members;
     for (const std::string& id : ids) {
-        const std::string member = uri + "/" + id;
-        if (std::find(members.begin(), members.end(), member) == members.end()) members.push_back(member);
+        std::string member = uri;
+        member.append("/").append(id);
+        if (std::find(members.begin(), members.end(), member) == members.end()) members.push_back(std::move(member));
     }
     PutLinks(collection, "Members", members);
     return collection;

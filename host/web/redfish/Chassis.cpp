@@ -120,6 +120,7 @@ void PutActions(ordered_json& chassis, const Wanted& wanted, int bay) {
 
 std::vector<std::string> UrisOf(const std::vector<int>& bays) {
     std::vector<std::string> uris;
+    uris.reserve(bays.size());
     for (const int bay : bays)
         uris.push_back(ChassisUri(bay));
     return uris;

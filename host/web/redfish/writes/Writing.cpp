@@ -79,8 +79,9 @@ std::variant<ordered_json, RedfishAnswer> ObjectOf(const std::string& body) {
 std::string ValueInMessage(const ordered_json& value) {
     std::string text = value.is_string() ? value.get<std::string>()
                                          : value.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-    if (text.size() > LongestInMessage) text = text.substr(0, LongestInMessage) + "…";
-    return text;
+    if (text.size() <= LongestInMessage) return text;
+    text.resize(LongestInMessage);
+    return text + "…";
 }
 
 Wish WishOf(const TreeFacts& facts, const RedfishRequest& request) {
