@@ -22,15 +22,15 @@ constexpr std::size_t MostTasks = 50;
 
 struct RunState {
     int m_runStatus;
-    RedfishStatus m_status;
     int m_badness; ///< the worst one speaks for many
+    RedfishStatus m_status;
 };
 
-constexpr RunState RunStates[] = {{RUN_STATUS_RUNNING, {"Enabled", "OK"}, 1},
-                                  {RUN_STATUS_STARTING, {"Starting", ""}, 2},
-                                  {RUN_STATUS_INITIALISING, {"Starting", ""}, 2},
-                                  {RUN_STATUS_UNWRITTEN, {"StandbyOffline", ""}, 3},
-                                  {RUN_STATUS_FAILED, {"UnavailableOffline", "Critical"}, 4}};
+constexpr RunState RunStates[] = {{RUN_STATUS_RUNNING, 1, {"Enabled", "OK"}},
+                                  {RUN_STATUS_STARTING, 2, {"Starting", ""}},
+                                  {RUN_STATUS_INITIALISING, 2, {"Starting", ""}},
+                                  {RUN_STATUS_UNWRITTEN, 3, {"StandbyOffline", ""}},
+                                  {RUN_STATUS_FAILED, 4, {"UnavailableOffline", "Critical"}}};
 
 const RunState* RunStateOf(int runStatus) {
     const auto* const found = std::ranges::find(RunStates, runStatus, &RunState::m_runStatus);

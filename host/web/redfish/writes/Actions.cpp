@@ -42,7 +42,7 @@ public:
         return std::nullopt;
     }
     std::optional<std::string> Word(const std::string& name, std::initializer_list<std::string_view> words) {
-        const auto text = Text(name);
+        auto text = Text(name);
         if (!text || std::ranges::find(words, *text) != words.end()) return text;
         Complain("ActionParameterValueNotInList", name);
         return std::nullopt;
@@ -60,7 +60,7 @@ public:
     }
     /// A text of this form.
     std::optional<std::string> Form(const std::string& name, const std::regex& form) {
-        const auto text = Text(name);
+        auto text = Text(name);
         if (!text || std::regex_match(*text, form)) return text;
         Complain("ActionParameterValueFormatError", name);
         return std::nullopt;

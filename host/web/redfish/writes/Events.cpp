@@ -116,9 +116,9 @@ std::vector<ordered_json> RecordsOfChange(const Picture& before, const Picture& 
     return records;
 }
 
-ordered_json EventOf(uint64_t id, std::vector<ordered_json> records, WallTime now) {
+ordered_json EventOf(uint64_t id, const std::vector<ordered_json>& records, WallTime now) {
     ordered_json list = ordered_json::array();
-    for (ordered_json& record : records) {
+    for (const ordered_json& record : records) {
         ordered_json member;
         member["MemberId"] = std::to_string(list.size());
         member.update(record);

@@ -18,7 +18,7 @@ std::vector<nlohmann::ordered_json> RecordsOfNews(const News& news);
 std::vector<nlohmann::ordered_json> RecordsOfChange(const Picture& before, const Picture& after);
 
 /// An Event with these records, which get their MemberIds and, where they have none, the time and an EventId.
-nlohmann::ordered_json EventOf(uint64_t id, std::vector<nlohmann::ordered_json> records, WallTime now);
+nlohmann::ordered_json EventOf(uint64_t id, const std::vector<nlohmann::ordered_json>& records, WallTime now);
 /// The Event as a stream carries it, its blank line included.
 std::string StreamedEvent(uint64_t id, const nlohmann::ordered_json& event);
 /// What a stream carries now and then, so that a client that has gone is noticed.

@@ -36,10 +36,11 @@ OrderOrComplaint AddressOrder(const Wanted& wanted, const ordered_json& value) {
     if (!value[0].is_object())
         return ExtendedInfo{"PropertyValueTypeError", {ValueInMessage(value[0]), first}, "/" + first};
     for (const auto& [name, member] : value[0].items()) {
+        if (name == "Address") continue;
+        std::string place = first;
+        place.append("/").append(name);
         const bool known = name == "AddressOrigin" || name == "SubnetMask" || name == "Gateway" || name == "Oem";
-        if (name != "Address")
-            return ExtendedInfo{
-                known ? "PropertyNotWritable" : "PropertyUnknown", {first + "/" + name}, "/" + first + "/" + name};
+        return ExtendedInfo{known ? "PropertyNotWritable" : "PropertyUnknown", {place}, "/" + place};
     }
     const std::string place = first + "/Address";
     if (!value[0].contains("Address")) return ExtendedInfo{"PropertyMissing", {place}, "/" + place};
