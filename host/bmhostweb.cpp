@@ -1,7 +1,8 @@
 // bmhost-web: the web door of a blade.
 #include "host/session/Program.h"
+#include "host/web/TlsInit.h"
 #include "host/web/metrics/MetricsCommand.h"
-#include "host/words/Error.h"
+#include "host/web/serve/Serve.h"
 
 #include <string>
 #include <vector>

@@ -23,6 +23,7 @@ constexpr Grant Rows[] = {
     {"GET", "/v1/blade", PlainLoopback, Login, None, None, "the picture of the blade"},
     {"GET", "/v1/blade/{…}", PlainLoopback, Login, None, None, "a part of the picture"},
     {"GET", "/v1/events", PlainLoopback, Login, None, None, "events, as they happen"},
+    {"GET", "/v1/statistics", PlainLoopback, Login, None, None, "what the host has counted"},
     {"GET", "/v1/log", PlainLoopback, Login, None, None, "the last lines of the log"},
     {"GET", "/v1/openapi.json", PlainLoopback, Login, None, None, "the description of /v1"},
     {"POST", "/v1/orders/led-set", Nowhere, ConfigureComponents, None, None, "set an LED"},

@@ -10,12 +10,12 @@ namespace bmhost {
 
 /// As Redfish names them.
 enum class Role { ReadOnly, Operator, Administrator };
-constexpr std::array AllRoles = {Role::ReadOnly, Role::Operator, Role::Administrator};
+inline constexpr std::array AllRoles = {Role::ReadOnly, Role::Operator, Role::Administrator};
 
 /// As Redfish names them.
 enum class Privilege { Login, ConfigureSelf, ConfigureComponents, ConfigureManager, ConfigureUsers };
-constexpr std::array AllPrivileges = {Privilege::Login, Privilege::ConfigureSelf, Privilege::ConfigureComponents,
-                                      Privilege::ConfigureManager, Privilege::ConfigureUsers};
+inline constexpr std::array AllPrivileges = {Privilege::Login, Privilege::ConfigureSelf, Privilege::ConfigureComponents,
+                                             Privilege::ConfigureManager, Privilege::ConfigureUsers};
 
 /// In the order of the enumeration.
 std::span<const Privilege> PrivilegesOf(Role role);

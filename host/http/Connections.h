@@ -45,6 +45,7 @@ public:
     bool IsExcess(const Connection& connection) const;
     /// How many are accepted: those that are too many are told so.
     unsigned MostAccepted() const;
+    std::size_t Count() const { return m_connections.size(); }
     void ForEach(const std::function<void(Connection&)>& action);
 
     /// The library leaves a suspended connection alone, so whether its client is still there is looked at here.

@@ -29,6 +29,7 @@ public:
     void Run(const std::function<void()>& eachTurn);
     Mailbox& Mail() { return *m_mailbox; }
     void SetTls(std::size_t listener, const Tls& tls);
+    HttpCounts Counts() const { return {m_connections.Count(), m_all.m_streams}; }
 
 private:
     void Wait();
@@ -174,6 +175,10 @@ void HttpServer::Stop() {
 
 void HttpServer::WakeStreams() {
     m_loop->Mail().TellNews();
+}
+
+HttpCounts HttpServer::Counts() const {
+    return m_loop->Counts();
 }
 
 void HttpServer::SetTls(std::size_t listener, const Tls& tls) {

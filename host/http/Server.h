@@ -5,6 +5,7 @@
 #include "host/http/Service.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -22,6 +23,11 @@ struct Tls {
 struct Listener {
     int m_descriptor = -1;      ///< listens; it stays the caller's
     std::optional<Tls> m_tls{}; ///< none: clients speak HTTP as it is
+};
+
+struct HttpCounts {
+    uint64_t m_connections = 0;
+    uint64_t m_streams = 0;
 };
 
 /// Serves on one thread, however many clients there are: whoever waits for an answer costs a connection. The service
@@ -44,6 +50,8 @@ public:
     void Stop();
     /// Streams look for news. On any thread.
     void WakeStreams();
+    /// How many clients are connected, and how many of them read streams. On the server's thread.
+    HttpCounts Counts() const;
 
     /// Clients that connect from now on get this certificate; the others keep theirs. On the server's thread, or
     /// before Run. Throws std::runtime_error, and nothing has changed, when it is none.

@@ -6,8 +6,6 @@
 #include "host/web/ImageFile.h"
 
 #include <any>
-#include <array>
-#include <cctype>
 #include <utility>
 
 namespace bmhost {
@@ -18,31 +16,22 @@ MakeUploadSink ImagesIn(const std::string& folder) {
     return [folder](uint64_t /*size*/) { return std::make_unique<ImageFile>(folder); };
 }
 
-// Whatever a client writes in an address, it stays one part of one address.
-std::string Encoded(std::string_view text) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string encoded;
-    for (const char letter : text) {
-        const auto byte = static_cast<unsigned char>(letter);
-        if (byte < 0x80 && (isalnum(byte) != 0 || letter == '-' || letter == '_' || letter == '.')) {
-            encoded += letter;
-        } else {
-            encoded.append({'%', digits[byte >> 4U], digits[byte & 0x0FU]});
-        }
-    }
-    return encoded;
-}
-
 std::string WithQuery(std::string path, const Request& request) {
     char separator = '?';
     for (const auto& [name, value] : request.m_query) {
-        path.append(1, separator).append(Encoded(name)).append("=").append(Encoded(value));
+        path.append(1, separator).append(EncodedPart(name)).append("=").append(EncodedPart(value));
         separator = '&';
     }
     return path;
 }
 
 } // namespace
+
+Statistics ApiDoor::MirroredHost::Counts() const {
+    const std::shared_ptr<const Statistics> counts = m_mirror.Counts();
+    if (counts == nullptr) throw Refusal(503, "", "the host has not told its counts", {{"Retry-After", "1"}});
+    return *counts;
+}
 
 void ApiDoor::MirroredHost::Ask(const Asker& /*asker*/, Call /*call*/, Answered answered) {
     answered({503, nullptr});
@@ -70,7 +59,7 @@ Outcome ApiDoor::Handle(Request& request, const TakeTicket& takeTicket) {
         return Look(request, takeTicket, route);
     case Body::Json: {
         const bool order = !request.m_captured.empty();
-        const std::string path = order ? "/v1/orders/" + Encoded(request.m_captured.front()) : request.m_path;
+        const std::string path = order ? "/v1/orders/" + EncodedPart(request.m_captured.front()) : request.m_path;
         const nlohmann::json body = request.m_body.empty() ? nlohmann::json::object() : JsonOf(request.m_body);
         return PassOn(m_orders, request, takeTicket, [path, body](HostClient& host) { return host.Post(path, body); });
     }

@@ -30,6 +30,8 @@ private:
     public:
         explicit MirroredHost(const BladeMirror& mirror) : m_mirror(mirror) {}
         std::shared_ptr<const Picture> Now() const override { return m_mirror.Now().m_picture; }
+        /// Throws Refusal when the host has not told them.
+        Statistics Counts() const override;
         void Ask(const Asker& asker, Call call, Answered answered) override;
         void Ask(const Asker& asker, Order order, Answered answered) override;
         std::vector<News> NewsAfter(uint64_t id) const override { return m_mirror.NewsAfter(id); }

@@ -4,6 +4,7 @@
 #include "host/client/ClientSession.h"
 #include "host/client/ServerEvents.h"
 #include "host/picture/PictureJson.h"
+#include "host/picture/StatisticsJson.h"
 
 #include "bm_dev/ByteText.h"
 
@@ -23,6 +24,7 @@ using nlohmann::ordered_json;
 // The end is looked for so often.
 constexpr std::chrono::milliseconds LongestWait(200);
 constexpr std::size_t MostHeld = NewsRing::Most / 2;
+constexpr unsigned Found = 200;
 
 } // namespace
 
@@ -46,9 +48,11 @@ public:
 
 private:
     void Turn() {
-        if (Clock::now() >= m_due) FetchPicture();
-        const auto wait = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(m_due - Clock::now()),
-                                     std::chrono::milliseconds(1), LongestWait);
+        if (Clock::now() >= m_due || m_mirror.IsWanted()) FetchPicture();
+        if (Clock::now() >= m_countsDue) FetchCounts();
+        const auto due = std::min(m_due, m_countsDue) - Clock::now();
+        const auto wait =
+            std::clamp(std::chrono::ceil<std::chrono::milliseconds>(due), std::chrono::milliseconds(1), LongestWait);
         const auto event = m_events.Next(wait);
         if (!event) return;
         if (event->m_kind == "picture") m_due = std::min(m_due, m_fetched + m_mirror.m_times.m_betweenPictures);
@@ -63,8 +67,19 @@ private:
             throw std::runtime_error("no resident host has the blade: nobody answers at " + m_mirror.m_place.Socket());
         m_fetched = Clock::now();
         m_due = m_fetched + m_mirror.m_times.m_silence;
-        m_mirror.Take(std::make_shared<const Picture>(PictureOf(GoodBody(m_client->Get("/v1/blade"), "/v1/blade"))));
+        const uint64_t wanted = m_mirror.Wanted();
+        m_mirror.Take(std::make_shared<const Picture>(PictureOf(GoodBody(m_client->Get("/v1/blade"), "/v1/blade"))),
+                      wanted);
         Release();
+    }
+
+    // Who reads metrics never waits for the host, so its counts are fetched before anybody asks.
+    void FetchCounts() {
+        m_countsDue = Clock::now() + m_mirror.m_times.m_betweenCounts;
+        const HostAnswer answer = m_client->Get("/v1/statistics");
+        // An older host does not count.
+        m_mirror.Take(answer.m_status == Found ? std::make_shared<const Statistics>(StatisticsOf(answer.m_body))
+                                               : std::shared_ptr<const Statistics>());
     }
 
     // What has been heard is in the picture that has come since.
@@ -76,6 +91,7 @@ private:
 
     void Pause() {
         m_due = Clock::now();
+        m_countsDue = m_due;
         const auto end = Clock::now() + m_mirror.m_times.m_pause;
         while (!m_mirror.m_ending && Clock::now() < end)
             std::this_thread::sleep_for(std::min(m_mirror.m_times.m_pause, std::chrono::milliseconds(50)));
@@ -87,7 +103,8 @@ private:
     std::vector<HostClient::ServerEvent> m_held;
     bool m_waitsForPicture = false; ///< one of them tells of a picture
     Clock::time_point m_fetched{};
-    Clock::time_point m_due{}; ///< when the next picture is fetched
+    Clock::time_point m_due{};       ///< when the next picture is fetched
+    Clock::time_point m_countsDue{}; ///< when the counts are fetched again
 };
 
 BladeMirror::BladeMirror(HostPlace place, const MirrorTimes& times) : m_place(std::move(place)), m_times(times) {
@@ -106,6 +123,27 @@ BladeView BladeMirror::Now() const {
     return m_view;
 }
 
+std::shared_ptr<const Statistics> BladeMirror::Counts() const {
+    const std::lock_guard lock(m_guard);
+    return m_counts;
+}
+
+bool BladeMirror::Renew(std::chrono::milliseconds time) {
+    std::unique_lock lock(m_guard);
+    const uint64_t own = ++m_wanted;
+    return m_renewed.wait_for(lock, time, [&] { return m_granted >= own; });
+}
+
+bool BladeMirror::IsWanted() const {
+    const std::lock_guard lock(m_guard);
+    return m_wanted > m_granted;
+}
+
+uint64_t BladeMirror::Wanted() const {
+    const std::lock_guard lock(m_guard);
+    return m_wanted;
+}
+
 void BladeMirror::Tell(const std::string& kind, std::string data) {
     const uint64_t last = Now().m_lastNews; // only this thread changes it
     // The host's ids of what it did not keep are known to nobody here: this event stands for the gap.
@@ -115,7 +153,7 @@ void BladeMirror::Tell(const std::string& kind, std::string data) {
     m_view.m_lastNews = last + 1;
 }
 
-void BladeMirror::Take(std::shared_ptr<const Picture> picture) {
+void BladeMirror::Take(std::shared_ptr<const Picture> picture, uint64_t wanted) {
     bool cameBack = false;
     {
         const std::lock_guard lock(m_guard);
@@ -124,8 +162,15 @@ void BladeMirror::Take(std::shared_ptr<const Picture> picture) {
         if (cameBack) m_view.m_since = WallNow();
         m_view.m_reachable = true;
         m_view.m_reason.clear();
+        m_granted = wanted;
+        m_renewed.notify_all();
     }
     if (cameBack) Tell("host", ordered_json({{"reachable", true}}).dump());
+}
+
+void BladeMirror::Take(std::shared_ptr<const Statistics> counts) {
+    const std::lock_guard lock(m_guard);
+    m_counts = std::move(counts);
 }
 
 void BladeMirror::Lose(const std::string& reason) {
@@ -136,6 +181,7 @@ void BladeMirror::Lose(const std::string& reason) {
         if (went) m_view.m_since = WallNow();
         m_view.m_reachable = false;
         m_view.m_reason = reason;
+        m_counts.reset();
     }
     if (went) Tell("host", bm_dev::EscapedJson(ordered_json({{"reachable", false}, {"reason", reason}}).dump()));
 }

@@ -5,10 +5,25 @@
 
 #include "bm_dev/ByteText.h"
 
+#include <cctype>
 #include <exception>
 #include <utility>
 
 namespace bmhost {
+
+std::string EncodedPart(std::string_view text) {
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string encoded;
+    for (const char letter : text) {
+        const auto byte = static_cast<unsigned char>(letter);
+        if (byte < 0x80 && (isalnum(byte) != 0 || letter == '-' || letter == '_' || letter == '.')) {
+            encoded += letter;
+        } else {
+            encoded.append({'%', digits[byte >> 4U], digits[byte & 0x0FU]});
+        }
+    }
+    return encoded;
+}
 
 HostAnswer ErrorAnswer(unsigned status, const std::string& reason) {
     return {status, {{"error", {{"operation", ""}, {"value", ""}, {"reason", bm_dev::Utf8OfBytes(reason)}}}}};

@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace bmhost {
@@ -51,6 +52,9 @@ private:
     std::vector<std::unique_ptr<HostClient>> m_idle; ///< connections that are not in use
     Lane m_lane;                                     // last, since its threads use the other members
 };
+
+/// One part of an address, whatever a client has written in it.
+std::string EncodedPart(std::string_view text);
 
 /// {"error": {"operation", "value", "reason"}}
 HostAnswer ErrorAnswer(unsigned status, const std::string& reason);

@@ -130,6 +130,7 @@ Logins::Login Logins::Compare(const Credentials& credentials, const std::string&
     const auto accounts = Accounts();
     const auto account = m_check.Check(*accounts, credentials.m_name, credentials.m_password);
     if (!account) {
+        ++m_failed;
         LogDoor("login of " + credentials.m_name + " from " + address + " failed");
         return Refusal(401, "", "unknown account or wrong password", {{"WWW-Authenticate", "Basic realm=\"bmhost\""}});
     }

@@ -9,7 +9,9 @@
 #include "host/http/Request.h"
 #include "host/resident/Lane.h"
 
+#include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -71,6 +73,8 @@ public:
     /// has to wait after wrong ones, 503 when too many wait, both with Retry-After.
     /// @param done  called once, perhaps before this returns
     void Check(const Credentials& credentials, const std::string& address, Done done);
+    /// Since the start: wrong passwords and unknown names.
+    uint64_t Failed() const { return m_failed; }
 
 private:
     struct Known {
@@ -86,6 +90,7 @@ private:
     const LoginLimits m_limits;
     const PasswordCheck m_check;
     const std::string m_key;
+    std::atomic<uint64_t> m_failed{0};
     LoginBrake m_brake;
     Sessions m_sessions;
     mutable std::mutex m_guard; ///< of the two that follow

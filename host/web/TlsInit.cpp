@@ -55,6 +55,15 @@ Certificate NoCertificate() {
     return {certificate, gnutls_x509_crt_deinit};
 }
 
+Certificate FirstOf(const std::string& pem) {
+    Certificate read = NoCertificate();
+    std::string bytes = pem;
+    const gnutls_datum_t text{reinterpret_cast<unsigned char*>(bytes.data()), static_cast<unsigned>(bytes.size())};
+    const int result = gnutls_x509_crt_import(read.get(), &text, GNUTLS_X509_FMT_PEM);
+    if (result < 0) throw std::runtime_error(std::string("this is no certificate: ") + gnutls_strerror(result));
+    return read;
+}
+
 void AddName(gnutls_x509_crt_t certificate, const std::string& name) {
     std::array<unsigned char, sizeof(in6_addr)> bytes{};
     const auto add = [&](gnutls_x509_subject_alt_name_t type, const void* data, std::size_t size) {
@@ -154,11 +163,14 @@ Tls MakeSelfSigned(const std::vector<std::string>& names) {
     return tls;
 }
 
+WallTime ExpiryOf(const std::string& certificate) {
+    const time_t expires = gnutls_x509_crt_get_expiration_time(FirstOf(certificate).get());
+    if (expires == static_cast<time_t>(-1)) throw std::runtime_error("a certificate does not say when it expires");
+    return std::chrono::time_point_cast<WallTime::duration>(std::chrono::system_clock::from_time_t(expires));
+}
+
 std::string FingerprintOf(const std::string& certificate) {
-    const Certificate read = NoCertificate();
-    std::string pem = certificate;
-    const gnutls_datum_t text{reinterpret_cast<unsigned char*>(pem.data()), static_cast<unsigned>(pem.size())};
-    CheckTls(gnutls_x509_crt_import(read.get(), &text, GNUTLS_X509_FMT_PEM));
+    const Certificate read = FirstOf(certificate);
     constexpr std::size_t digestSize = 32;
     std::array<unsigned char, digestSize> digest{};
     std::size_t size = digest.size();

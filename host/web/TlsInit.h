@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/http/Server.h"
+#include "host/output/Time.h"
 
 #include <chrono>
 #include <string>
@@ -17,6 +18,8 @@ constexpr std::chrono::days CertificateDays(825);
 Tls MakeSelfSigned(const std::vector<std::string>& names);
 /// The SHA-256 of the first certificate, "AB:CD:…". Throws std::runtime_error when it is none.
 std::string FingerprintOf(const std::string& certificate);
+/// When the first certificate expires. Throws std::runtime_error when it is none.
+WallTime ExpiryOf(const std::string& certificate);
 
 /// Makes web.key and web.crt in a folder and shows the fingerprint. Throws UsageError; std::runtime_error for files
 /// that are there already.

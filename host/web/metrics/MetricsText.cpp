@@ -82,24 +82,24 @@ bool SameWord(std::string_view left, std::string_view right) {
 }
 
 /// How much a media type is wanted, and in which version.
-struct Wish {
+struct Preference {
     double m_quality = 1;
     std::string_view m_version;
 };
 
-Wish WishOf(std::string_view parameters) {
-    Wish wish;
+Preference PreferenceOf(std::string_view parameters) {
+    Preference preference;
     while (!parameters.empty()) {
         std::string_view value = TakePart(parameters, ';');
         const std::string_view name = TakePart(value, '=');
         value = Trimmed(value);
         if (SameWord(name, "q")) {
-            wish.m_quality = 0; // of a number that is none
-            std::from_chars(value.data(), value.data() + value.size(), wish.m_quality);
+            preference.m_quality = 0; // of a number that is none
+            std::from_chars(value.data(), value.data() + value.size(), preference.m_quality);
         }
-        if (SameWord(name, "version")) wish.m_version = value;
+        if (SameWord(name, "version")) preference.m_version = value;
     }
-    return wish;
+    return preference;
 }
 
 } // namespace
@@ -110,11 +110,12 @@ MetricsFormat MetricsFormatFor(std::string_view accept) {
     while (!accept.empty()) {
         std::string_view range = TakePart(accept, ',');
         const std::string_view type = TakePart(range, ';');
-        const Wish wish = WishOf(range);
-        const bool served = wish.m_version.empty() || wish.m_version == "1.0.0" || wish.m_version == "0.0.1";
+        const Preference preference = PreferenceOf(range);
+        const bool served =
+            preference.m_version.empty() || preference.m_version == "1.0.0" || preference.m_version == "0.0.1";
         if (SameWord(type, "application/openmetrics-text") && served)
-            openMetrics = std::max(openMetrics, wish.m_quality);
-        if (SameWord(type, "text/plain")) text = std::max(text, wish.m_quality);
+            openMetrics = std::max(openMetrics, preference.m_quality);
+        if (SameWord(type, "text/plain")) text = std::max(text, preference.m_quality);
     }
     return openMetrics > 0 && openMetrics >= text ? MetricsFormat::OpenMetrics : MetricsFormat::Text;
 }

@@ -27,7 +27,7 @@ Samples EventStreams(const Scrape& scrape) {
     return OfDoor(scrape, &WebFacts::m_eventStreams);
 }
 
-Samples Sessions(const Scrape& scrape) {
+Samples SessionCount(const Scrape& scrape) {
     return OfDoor(scrape, &WebFacts::m_sessions);
 }
 
@@ -41,7 +41,7 @@ constexpr Metric WebTable[] = {
      "When the web door's certificate expires; left out without one.", CertificateExpiry},
     {"bmhost_web_connections", MetricKind::Gauge, "", "", "Connections to the web door.", Connections},
     {"bmhost_web_event_streams", MetricKind::Gauge, "", "", "Readers of its event streams.", EventStreams},
-    {"bmhost_web_sessions", MetricKind::Gauge, "", "", "Sessions of accounts that have logged in.", Sessions},
+    {"bmhost_web_sessions", MetricKind::Gauge, "", "", "Sessions of accounts that have logged in.", SessionCount},
     {"bmhost_web_failed_logins_total", MetricKind::Counter, "", "", "Logins with an unknown name or a wrong password.",
      FailedLogins},
 };

@@ -168,6 +168,34 @@ TEST(BladeMirror, AHostThatAnswersNoPictureIsNotReachable) {
     EXPECT_TRUE(watched.ComesToReach(true));
 }
 
+TEST(BladeMirror, HasTheCountsOfAHostThatAnswersAndCounts) {
+    ScriptedBlade blade;
+    Watched watched(blade.Place(), {1ms, 20ms, 30s, 1ms, 1ms});
+    ASSERT_TRUE(blade.Awaits("GET /v1/statistics ", 2));
+    EXPECT_EQ(watched.Mirror().Counts(), nullptr) << "this host does not count";
+    Statistics counts;
+    counts.m_restarts = 7;
+    blade.Count(counts);
+    ASSERT_TRUE(watched.Comes([&] { return watched.Mirror().Counts() != nullptr; }));
+    EXPECT_EQ(watched.Mirror().Counts()->m_restarts, 7U);
+    blade.BeIll(true);
+    ASSERT_TRUE(watched.ComesToReach(false));
+    EXPECT_EQ(watched.Mirror().Counts(), nullptr);
+}
+
+TEST(BladeMirror, ANewPictureCanBeWaitedFor) {
+    ScriptedBlade blade;
+    Watched watched(blade.Place(), OnlyAfterNews);
+    ASSERT_TRUE(watched.ComesToReach(true));
+    for (uint64_t revision = 7; revision < 20; ++revision) {
+        blade.Show(PictureWith(revision));
+        ASSERT_TRUE(watched.Mirror().Renew(30s));
+        EXPECT_EQ(watched.Mirror().Now().m_picture->m_revision, revision);
+    }
+    blade.BeIll(true);
+    EXPECT_FALSE(watched.Mirror().Renew(1ms));
+}
+
 TEST(BladeMirror, EventsThatTheHostDidNotKeepAreAGapOfItsOwnIds) {
     ScriptedBlade blade;
     Watched watched(blade.Place(), OnlyAfterNews);

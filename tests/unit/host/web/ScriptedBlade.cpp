@@ -2,6 +2,7 @@
 #include "ScriptedBlade.h"
 
 #include "host/picture/PictureJson.h"
+#include "host/picture/StatisticsJson.h"
 
 #include <algorithm>
 #include <chrono>
@@ -25,6 +26,11 @@ ScriptedBlade::~ScriptedBlade() {
 void ScriptedBlade::Show(bmhost::Picture picture) {
     const std::lock_guard lock(m_guard);
     m_picture = bmhost::PictureJson(picture).dump();
+}
+
+void ScriptedBlade::Count(const bmhost::Statistics& counts) {
+    const std::lock_guard lock(m_guard);
+    m_counts = bmhost::StatisticsJson(counts).dump();
 }
 
 void ScriptedBlade::Tell(const std::string& kind, const std::string& data) {
@@ -90,6 +96,10 @@ std::string ScriptedBlade::AnswerTo(const std::string& request) {
         if (request.starts_with("GET /v1/blade ")) {
             if (!m_ill) return JsonAnswer(200, m_picture);
             return JsonAnswer(503, R"({"error":{"operation":"","value":"","reason":"ill"}})");
+        }
+        if (request.starts_with("GET /v1/statistics ")) {
+            if (!m_counts.empty()) return JsonAnswer(200, m_counts);
+            return JsonAnswer(404, R"({"error":{"operation":"","value":"","reason":"unknown"}})");
         }
         answer = m_answer;
     }

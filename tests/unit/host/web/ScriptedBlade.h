@@ -3,6 +3,7 @@
 
 #include "host/client/ScriptedHost.h"
 #include "host/picture/Picture.h"
+#include "host/picture/Statistics.h"
 
 #include <condition_variable>
 #include <cstdint>
@@ -22,6 +23,8 @@ public:
 
     bmhost::HostPlace Place() const { return m_host->Place(); }
     void Show(bmhost::Picture picture);
+    /// A host that has not been given any counts is one that does not count.
+    void Count(const bmhost::Statistics& counts);
     /// To whoever follows; those who come later get it, too.
     void Tell(const std::string& kind, const std::string& data);
     /// What other requests are answered with; called on the connection's thread.
@@ -43,6 +46,7 @@ private:
     mutable std::mutex m_guard;
     std::condition_variable m_changed;
     std::string m_picture;
+    std::string m_counts;
     bool m_ill = false;
     bool m_ending = false;
     std::vector<std::string> m_events;

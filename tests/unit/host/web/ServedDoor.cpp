@@ -4,7 +4,6 @@
 #include <gnutls/gnutls.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 using namespace bmhost;
 
@@ -75,14 +74,14 @@ ServedDoor::ServedDoor(const ForwarderLimits& orders)
                })),
       m_api(m_mirror, m_orders, m_looks, SmallLimits()),
       m_listening{ListenAtPort(), ListenAtPort()},
-      m_ports{PortOf(m_listening[0]), PortOf(m_listening[1])},
+      m_ports{PortOf(m_listening[0].Get()), PortOf(m_listening[1].Get())},
       m_door(
           {{HostNames({"127.0.0.1", m_ports[0]}, {"h"}), true}, {HostNames({"192.0.2.7", m_ports[1]}, {"h"}), false}},
           m_logins, m_api) {
     m_door.Add("/v1", m_api);
     m_door.Add("/redfish", m_asked);
-    m_server =
-        std::make_unique<HttpServer>(std::vector<Listener>{{m_listening[0]}, {m_listening[1], MakeTls("h")}}, m_door);
+    m_server = std::make_unique<HttpServer>(
+        std::vector<Listener>{{m_listening[0].Get()}, {m_listening[1].Get(), MakeTls("h")}}, m_door);
     m_mirror.OnNews([this] { m_server->WakeStreams(); });
     m_door.OnChecked([this] { m_server->WakeStreams(); });
     m_thread = std::thread([this] { m_server->Run([this] { m_door.Settle(); }); });
@@ -95,8 +94,6 @@ ServedDoor::~ServedDoor() {
     m_mirror.OnNews(nullptr);
     m_door.OnChecked(nullptr);
     m_server.reset();
-    for (const int socket : m_listening)
-        close(socket);
 }
 
 std::string Basic(const std::string& name, const std::string& password) {

@@ -9,6 +9,7 @@
 #include "host/web/ApiDoor.h"
 #include "host/web/Door.h"
 
+#include <array>
 #include <memory>
 #include <string>
 #include <thread>
@@ -44,7 +45,7 @@ private:
     bmhost::Logins m_logins;
     bmhost::ApiDoor m_api;
     AskedService m_asked;
-    std::vector<int> m_listening;
+    std::array<bm_dev::UniqueFd, 2> m_listening;
     std::vector<uint16_t> m_ports;
     bmhost::Door m_door;
     std::unique_ptr<bmhost::HttpServer> m_server;

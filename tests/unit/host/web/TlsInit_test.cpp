@@ -72,6 +72,14 @@ TEST(SelfSigned, FingerprintIsTheCertificatesOwn) {
     EXPECT_THROW(FingerprintOf("none"), std::runtime_error);
 }
 
+TEST(SelfSigned, ExpiresAsItSays) {
+    const WallTime before = WallNow() + CertificateDays - std::chrono::hours(2);
+    const WallTime expires = ExpiryOf(MakeSelfSigned({"blade"}).m_certificate);
+    EXPECT_GT(expires, before);
+    EXPECT_LE(expires, WallNow() + CertificateDays);
+    EXPECT_THROW(ExpiryOf("none"), std::runtime_error);
+}
+
 TEST_F(TlsFolder, TheKeyIsForNobodyElseAndTheCertificateForEverybody) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(TlsInitCommand({"--dir", m_folder, "--server-name", "blade.example", "--server-name", "blade2"}), 0);

@@ -1,5 +1,5 @@
 // `bmhost-web` as it serves.
-#include "host/web/Serve.h"
+#include "host/web/serve/Serve.h"
 
 #include "host/http/Server.h"
 #include "host/output/Redirect.h"
@@ -13,7 +13,10 @@
 #include "host/web/ImageFile.h"
 #include "host/web/Listening.h"
 #include "host/web/Logins.h"
+#include "host/web/TlsInit.h"
 #include "host/web/WebOptions.h"
+#include "host/web/serve/MetricsDoor.h"
+#include "host/web/serve/RedfishDoor.h"
 #include "host/words/Error.h"
 
 #include <algorithm>
@@ -78,6 +81,17 @@ ApiLimits LimitsOfApi(const WebOptions& options) {
     return limits;
 }
 
+RedfishLimits LimitsOfRedfish() {
+    RedfishLimits limits;
+    limits.m_imageFolder = ImageFolder();
+    return limits;
+}
+
+std::optional<WallTime> ExpiryIfAny(const std::optional<Tls>& tls) {
+    if (!tls) return std::nullopt;
+    return ExpiryOf(tls->m_certificate);
+}
+
 std::vector<Listener> ListenersOf(const std::vector<ListeningSocket>& sockets, const std::optional<Tls>& tls) {
     std::vector<Listener> listeners;
     for (const ListeningSocket& socket : sockets) {
@@ -102,14 +116,22 @@ public:
         : m_options(options),
           m_reload(reload),
           m_sockets(std::move(sockets)),
+          m_expires(ExpiryIfAny(TlsOf(options))),
           m_mirror(PlaceOfHost()),
           m_orders(PlaceOfHost()),
           m_looks(PlaceOfHost(), {1, 32, std::chrono::seconds(5)}),
           m_logins(std::move(accounts)),
           m_api(m_mirror, m_orders, m_looks, LimitsOfApi(options)),
+          m_metrics(m_mirror, [this] { return Facts(); }),
+          m_redfish({m_mirror, m_logins, ServiceUuid(), options.m_imageSize}, m_orders, LimitsOfRedfish()),
           m_door(NamesOf(m_sockets, options), m_logins, m_api),
           m_server(ListenersOf(m_sockets, TlsOf(options)), m_door, LimitsOfDoor()) {
         m_door.Add("/v1", m_api);
+        m_door.Add("/metrics", m_metrics);
+        m_door.Add("/redfish", m_redfish, [this](const Request& request, const Visitor& visitor) {
+            return m_redfish.IsOwn(request, visitor);
+        });
+        m_redfish.OnEvents([this] { m_server.WakeStreams(); });
         m_mirror.OnNews([this] { m_server.WakeStreams(); });
         m_door.OnChecked([this] { m_server.WakeStreams(); });
     }
@@ -129,6 +151,7 @@ public:
             ready = true;
             if (m_reload.exchange(false)) Reload();
             m_door.Settle();
+            m_redfish.Turn();
         });
     }
     /// False when the host has not answered what was passed on: nothing that the threads use may go.
@@ -144,15 +167,29 @@ private:
         ServiceManager().Ready();
     }
 
+    WebFacts Facts() {
+        const HttpCounts counts = m_server.Counts();
+        WebFacts facts;
+        facts.m_version = BMHOST_VERSION;
+        facts.m_certificateExpires = m_expires;
+        facts.m_connections = counts.m_connections;
+        facts.m_eventStreams = counts.m_streams;
+        facts.m_sessions = m_logins.OpenSessions().List().size();
+        facts.m_failedLogins = m_logins.Failed();
+        return facts;
+    }
+
     void Reload() {
         try {
             AccountFile accounts = AccountFile::ReadIfThere(m_options.m_accounts);
             for (const ListeningSocket& socket : m_sockets)
                 CheckListenAddress(socket.m_address, m_options, Usable(accounts));
             if (const auto tls = TlsOf(m_options)) {
+                const WallTime expires = ExpiryOf(tls->m_certificate);
                 for (std::size_t i = 0; i < m_sockets.size(); ++i) {
                     if (!m_sockets[i].m_address.IsLoopback()) m_server.SetTls(i, *tls);
                 }
+                m_expires = expires;
             }
             m_logins.Set(std::move(accounts));
             LogDoor("certificate and accounts read again");
@@ -164,11 +201,14 @@ private:
     const WebOptions m_options;
     std::atomic<bool>& m_reload; ///< somebody has asked for it
     const std::vector<ListeningSocket> m_sockets;
+    std::optional<WallTime> m_expires; ///< the certificate
     BladeMirror m_mirror;
     Forwarder m_orders;
     Forwarder m_looks;
     Logins m_logins;
     ApiDoor m_api;
+    MetricsDoor m_metrics;
+    RedfishDoor m_redfish;
     Door m_door;
     HttpServer m_server;
 };
