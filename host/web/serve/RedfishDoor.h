@@ -62,8 +62,9 @@ private:
     Outcome LogOut(const LogoutWish& wish);
     Outcome EndStream(const StreamEndWish& wish);
     Outcome TellTestEvent(const TestEventWish& wish);
+    /// @param answer  of what the host answers, and whether its picture has come since
     void PassOn(const Request& request, const Ticket& ticket, Forwarder::Work work,
-                std::function<RedfishAnswer(const HostAnswer&)> answer);
+                const std::function<RedfishAnswer(const HostAnswer&, bool)>& answer);
     void Wake() const;
 
     const std::shared_ptr<RedfishParts> m_parts;

@@ -98,13 +98,13 @@ void RedfishDoor::Turn() {
 
 // The ticket is answered on a thread of the forwarder's, once the picture shows what was done.
 void RedfishDoor::PassOn(const Request& request, const Ticket& ticket, Forwarder::Work work,
-                         std::function<RedfishAnswer(const HostAnswer&)> answer) {
-    const bool given = m_orders.Give(
-        std::string(request.Header(AccountHeader)), std::move(work),
-        [parts = m_parts, time = m_limits.m_picture, ticket, answer = std::move(answer)](const HostAnswer& told) {
-            if (told.m_status < FirstError) parts->m_sources.m_mirror.Renew(time);
-            ticket(ReplyOf(answer(told)));
-        });
+                         const std::function<RedfishAnswer(const HostAnswer&, bool)>& answer) {
+    const bool given =
+        m_orders.Give(std::string(request.Header(AccountHeader)), std::move(work),
+                      [parts = m_parts, time = m_limits.m_picture, ticket, answer](const HostAnswer& told) {
+                          const bool shown = told.m_status < FirstError && parts->m_sources.m_mirror.Renew(time);
+                          ticket(ReplyOf(answer(told, shown)));
+                      });
     if (!given) ticket(ReplyOf(UnavailableAnswer()));
 }
 
@@ -118,7 +118,7 @@ Outcome RedfishDoor::Give(const Request& request, const OrderWish& wish, const T
     PassOn(
         request, takeTicket(),
         [path, values = wish.m_order.m_values](HostClient& host) { return host.Post(path, values); },
-        [parts = m_parts, wish](const HostAnswer& told) {
+        [parts = m_parts, wish](const HostAnswer& told, bool /*shown*/) {
             if (told.m_status >= FirstError) return RefusedOrderAnswer(wish, told.m_status, ReasonOf(told));
             return AnswerOfOutcome(
                 told, [&](const OrderOutcome& outcome) { return OrderAnswer(FactsNow(*parts).Tree(), wish, outcome); });
@@ -138,10 +138,13 @@ Outcome RedfishDoor::Upload(Request& request, const TakeTicket& takeTicket) {
     PassOn(
         request, ticket,
         [path, image](HostClient& host) { return host.PostFile(path, image->Descriptor(), image->Size(), {}); },
-        [parts = m_parts](const HostAnswer& told) {
+        [parts = m_parts](const HostAnswer& told, bool shown) {
             if (told.m_status >= FirstError) return RefusedUpload(told);
-            return AnswerOfOutcome(
-                told, [&](const OrderOutcome& outcome) { return UploadAnswer(FactsNow(*parts).Tree(), outcome); });
+            return AnswerOfOutcome(told, [&](const OrderOutcome& outcome) {
+                // Of the tasks the last one is this one, but not before the picture has it.
+                if (outcome.m_good && !shown) return Failed("InternalError", "its task is not known yet: see Tasks");
+                return UploadAnswer(FactsNow(*parts).Tree(), outcome);
+            });
         });
     return Waits{};
 }

@@ -13,12 +13,6 @@ namespace {
 /// Makes the machine's id one of this service, from which nobody finds out the machine's.
 constexpr sd_id128_t OwnId = SD_ID128_MAKE(5d, 0e, 2a, 71, 9c, 84, 4b, 36, a1, 57, 3f, e8, 60, 12, d9, 4c);
 
-BladeView HeardNow(const BladeMirror& mirror) {
-    BladeView view = mirror.Now();
-    if (!view.m_reachable) view.m_picture.reset();
-    return view;
-}
-
 std::vector<RoleFacts> Roles() {
     std::vector<RoleFacts> roles;
     for (const Role role : AllRoles) {
@@ -32,7 +26,7 @@ std::vector<RoleFacts> Roles() {
 
 } // namespace
 
-FactsNow::FactsNow(const RedfishParts& parts) : m_view(HeardNow(parts.m_sources.m_mirror)), m_facts{.m_view = m_view} {
+FactsNow::FactsNow(const RedfishParts& parts) : m_view(parts.m_sources.m_mirror.Now()), m_facts{.m_view = m_view} {
     const FactSources& sources = parts.m_sources;
     Sessions& sessions = sources.m_logins.OpenSessions();
     m_facts.m_now = WallNow();

@@ -28,7 +28,7 @@ struct RedfishParts {
     EventFeed m_events;
 };
 
-/// The facts of one moment. What a host that does not answer told before is none of them.
+/// The facts of one moment.
 class FactsNow {
 public:
     /// Any thread.

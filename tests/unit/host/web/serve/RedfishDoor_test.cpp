@@ -95,16 +95,13 @@ TEST(RedfishDoor, AMethodThatIsNoneSaysWhichThereAre) {
     EXPECT_EQ(door.Ask("PUT", Chassis, token, "{}").m_status, 405);
 }
 
-TEST(RedfishDoor, OfABladeThatIsNotHeardNothingIsSaid) {
+TEST(RedfishDoor, OfABladeThatIsNotHeardNoStatusIsSaid) {
     ServedRedfish door;
     door.Blade().BeIll(true);
     door.Blade().Tell("picture", "{}");
     ASSERT_TRUE(Comes([&] { return !door.Mirror().Now().m_reachable; }));
-    const HttpAnswer answer = door.Ask("GET", Chassis);
-    EXPECT_EQ(answer.m_status, 503);
-    EXPECT_EQ(MessagesIn(answer), "ServiceTemporarilyUnavailable");
-    EXPECT_EQ(answer.m_headers.count("retry-after"), 1U);
-    EXPECT_EQ(door.Ask("GET", "/redfish/v1/SessionService").m_status, 200);
+    EXPECT_EQ(door.Ask("GET", "/redfish/v1/Managers/Bmhost").Json().at("Status").at("State"), "UnavailableOffline");
+    EXPECT_FALSE(door.Ask("GET", "/redfish/v1/Chassis/AMC3").Json().contains("Status"));
 }
 
 TEST(RedfishDoor, AccountsAreSeenByThemselvesAndByWhoManagesThem) {
@@ -131,7 +128,7 @@ TEST(RedfishDoor, AStreamTellsOfEventsUntilItsSubscriptionIsDeleted) {
     ASSERT_EQ(subscriptions.at("Members@odata.count"), 1);
     const std::string subscription = subscriptions.at("Members").at(0).at("@odata.id");
     EXPECT_EQ(door.Ask("DELETE", subscription, door.TokenOf("operator")).m_status, 403) << "it is somebody else's";
-    EXPECT_EQ(door.Ask("DELETE", subscription, token).m_status, 204);
+    ASSERT_EQ(door.Ask("DELETE", subscription, token).m_status, 204);
     reader.ReadToEnd();
     EXPECT_TRUE(Comes([&] {
         return door.Ask("GET", "/redfish/v1/EventService/Subscriptions").Json().at("Members@odata.count") == 0;
