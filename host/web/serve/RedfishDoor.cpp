@@ -8,7 +8,6 @@
 #include "host/words/Value.h"
 
 #include <algorithm>
-#include <cctype>
 #include <utility>
 
 namespace bmhost {
@@ -38,22 +37,6 @@ RedfishRequest RedfishRequestOf(const Request& request) {
     made.m_ifNoneMatch = request.Header("If-None-Match");
     made.m_body = request.m_body;
     return made;
-}
-
-// "keep-alive, Close".
-bool Names(std::string_view list, std::string_view word) {
-    while (!list.empty()) {
-        std::string_view one = list.substr(0, list.find(','));
-        list.remove_prefix(std::min(one.size() + 1, list.size()));
-        while (one.starts_with(' '))
-            one.remove_prefix(1);
-        while (one.ends_with(' '))
-            one.remove_suffix(1);
-        if (std::equal(one.begin(), one.end(), word.begin(), word.end(),
-                       [](unsigned char left, char right) { return tolower(left) == right; }))
-            return true;
-    }
-    return false;
 }
 
 bool Has(const Reply& reply, std::string_view name) {
@@ -139,11 +122,8 @@ Reply RedfishDoor::ErrorReply(const Request& request, const Refusal& refusal) {
     return ReplyOf(AnswerOf(request, refusal));
 }
 
-void RedfishDoor::Finish(const Request& request, Reply& reply) {
+void RedfishDoor::Finish(const Request& /*request*/, Reply& reply) {
     if (!Has(reply, "OData-Version")) reply.m_headers.emplace_back("OData-Version", "4.0");
-    // Some clients use the connection further unless they are told what they have asked for.
-    if (Names(request.Header("Connection"), "close") && !Has(reply, "Connection"))
-        reply.m_headers.emplace_back("Connection", "close");
 }
 
 } // namespace bmhost
