@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/accounts/AccountFile.h"
-#include "host/resident/TestFolder.h"
+#include "host/TestFolder.h"
 
 #include <fstream>
 #include <sstream>
