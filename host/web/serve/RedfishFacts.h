@@ -12,7 +12,7 @@
 
 namespace bmhost {
 
-/// Where facts come from. They outlive whoever has this.
+/// The sources of facts. They outlive the object that has this.
 struct FactSources {
     BladeMirror& m_mirror;
     Logins& m_logins;
