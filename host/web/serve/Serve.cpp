@@ -15,8 +15,7 @@
 #include "host/web/Logins.h"
 #include "host/web/TlsInit.h"
 #include "host/web/WebOptions.h"
-#include "host/web/serve/MetricsDoor.h"
-#include "host/web/serve/RedfishDoor.h"
+#include "host/web/page/PageService.h"
 #include "host/words/Error.h"
 
 #include <algorithm>
@@ -127,11 +126,8 @@ public:
           m_door(NamesOf(m_sockets, options), m_logins, m_api),
           m_server(ListenersOf(m_sockets, TlsOf(options)), m_door, LimitsOfDoor()) {
         m_door.Add("/v1", m_api);
-        m_door.Add("/metrics", m_metrics);
-        m_door.Add("/redfish", m_redfish, [this](const Request& request, const Visitor& visitor) {
-            return m_redfish.IsOwn(request, visitor);
-        });
-        m_redfish.OnEvents([this] { m_server.WakeStreams(); });
+        m_door.Add("/", m_page);
+        m_door.Add("/page", m_page);
         m_mirror.OnNews([this] { m_server.WakeStreams(); });
         m_door.OnChecked([this] { m_server.WakeStreams(); });
     }
@@ -207,8 +203,7 @@ private:
     Forwarder m_looks;
     Logins m_logins;
     ApiDoor m_api;
-    MetricsDoor m_metrics;
-    RedfishDoor m_redfish;
+    PageService m_page;
     Door m_door;
     HttpServer m_server;
 };
