@@ -104,13 +104,9 @@ test("nobody without an account is offered an order, and a wrong password is tol
 });
 
 test("what is not heard is not claimed", async (t) => {
-  const page = await opened(t);
-  await page.route("**/v1/**", (route) => route.abort());
-  await page.context().setOffline(true);
-  await page.evaluate(() => window.dispatchEvent(new Event("offline")));
-  // A stream that is there already does not go by that: the next page never hears anything.
-  const deaf = await page.context().newPage();
-  await page.context().setOffline(false);
+  const context = await browser.newContext();
+  t.after(() => context.close());
+  const deaf = await context.newPage();
   await deaf.route("**/v1/**", (route) => route.abort());
   await deaf.goto(URL_OF_PAGE);
   await deaf.locator("#lost").waitFor({state: "visible"});

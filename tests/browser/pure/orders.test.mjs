@@ -24,6 +24,10 @@ test("another bay gets the first AMC's LED only when its reader says so", () => 
   assert.match(none.complaint, /there is no AMC$/);
 });
 
+test("a blade without LEDs has none to set", () => {
+  assert.equal(ledOrder(picture(), {...led, bay: "", led: ""}).complaint, "there is no LED to set");
+});
+
 test("an LED's values go with its action", () => {
   assert.deepEqual(ledOrder(picture(), {...led, action: "off"}).body, {bay: 3, led: 3, action: "off"});
   assert.deepEqual(ledOrder(picture(), {...led, action: "local"}).body, {bay: 3, led: 3, action: "local"});

@@ -16,6 +16,7 @@ import {ageText, clockText, durationText, linkText, printable, timeText} from ".
 
 const BETWEEN_PICTURES = 200;
 const BETWEEN_SAMPLES = 5000;
+const LONGEST_ANSWER = 10000;
 const BETWEEN_LOOKS = 10000; // how old the knowledge that a picture still holds may become
 
 let state = newState();
@@ -113,9 +114,7 @@ function tick() {
 // ---- hearing
 
 function become(next) {
-  const before = isHeard(state);
   state = next;
-  if (before && !isHeard(state)) fetching.wanted = false;
   render();
 }
 
@@ -125,7 +124,7 @@ async function fetchPicture() {
   const generation = fetching.generation;
   try {
     const headers = state.etag ? {"If-None-Match": state.etag} : {};
-    const answer = await fetch("/v1/blade", {headers, cache: "no-store"});
+    const answer = await fetch("/v1/blade", {headers, cache: "no-store", signal: AbortSignal.timeout(LONGEST_ANSWER)});
     if (answer.status !== 200 && answer.status !== 304) {
       const reason = await reasonOf(answer);
       if (generation === fetching.generation) become(hostLost(state, reason));
@@ -205,7 +204,7 @@ const ears = {
 async function takeSample() {
   if (document.hidden || !isHeard(state)) return;
   try {
-    const answer = await fetch("/v1/statistics", {cache: "no-store"});
+    const answer = await fetch("/v1/statistics", {cache: "no-store", signal: AbortSignal.timeout(LONGEST_ANSWER)});
     if (!answer.ok) return;
     samples = withSample(samples, countsOf(await answer.json()));
   } catch {
@@ -281,6 +280,8 @@ async function give(form, order, send) {
   }
   ordering = false;
   renderChoices();
+  // What is disabled loses the focus.
+  if (document.activeElement === document.body) form.querySelector("button").focus();
   return undefined;
 }
 

@@ -31,6 +31,7 @@ export function simulatedComplaint(picture, form) {
 export function ledOrder(picture, form) {
   const complaint = simulatedComplaint(picture, form);
   if (complaint) return bad(complaint);
+  if (!form.bay || !form.led) return bad("there is no LED to set");
   const bay = Number(form.bay);
   const led = Number(form.led);
   const body = {bay, led, action: form.action, ...simulation(picture, form)};
