@@ -69,6 +69,7 @@ function render() {
   showUpgrades(byId("upgrades"), picture, heard);
   renderChoices();
   renderUpgrade();
+  renderChart();
   startBlinking(still.matches);
   tick();
 }
@@ -86,9 +87,9 @@ function renderChart() {
   const top = niceTop(Math.max(0, ...rates.map((rate) => rate.all)));
   const box = {x: 4, y: 12, width: 392, height: 100, top};
   byId("chart-all").setAttribute("d", chartPath(rates, "all", box));
-  byId("chart-bad").setAttribute("d", chartPath(rates, "bad", box));
+  byId("chart-bad").setAttribute("d", rates.some((rate) => rate.bad > 0) ? chartPath(rates, "bad", box) : "");
   setText(byId("chart-top"), `${top} a second`);
-  setText(byId("chart-text"), `${isHeard(state) ? "" : "Before the connection went: "}${chartText(rates)}.`);
+  setText(byId("chart-text"), `${isHeard(state) || rates.length === 0 ? "" : "Before the connection went: "}${chartText(rates)}.`);
   setText(byId("chart-span"), rates.length === 0 ? "" : `From ${clockText(rates[0].from)} to ${clockText(rates.at(-1).to)}.`);
 }
 
