@@ -165,7 +165,7 @@ const REPLAY = 2000;
 const pending = {events: false, opened: -Infinity};
 
 function addEvent(event) {
-  events = withEvent(events, event, now() - pending.opened < REPLAY ? null : heardTime());
+  events = withEvent(events, event, event.kind !== "gap" && now() - pending.opened < REPLAY ? null : heardTime());
   if (pending.events) return;
   pending.events = true;
   requestAnimationFrame(() => {
