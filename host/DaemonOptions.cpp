@@ -27,7 +27,7 @@ std::string CheckFolder(const std::string& path) {
     return good ? "" : "'" + path + "' is no folder";
 }
 
-std::string ParseErrorText(const CLI::ParseError& error) {
+std::string ReasonOf(const CLI::ParseError& error) {
     constexpr std::string_view unknown = "INI was not able to parse ";
     const std::string text = error.what();
     return text.starts_with(unknown) ? "no such setting: " + text.substr(unknown.size()) : text;
@@ -88,7 +88,7 @@ DaemonOptions ReadDaemonOptions(const std::vector<std::string>& words) {
     } catch (const CLI::CallForHelp&) {
         options.m_answer = app.help();
     } catch (const CLI::ParseError& error) {
-        throw UsageError(FilePrefix(app, words) + ParseErrorText(error));
+        throw UsageError(FilePrefix(app, words) + ReasonOf(error));
     }
     options.m_settings.m_sweep = std::chrono::seconds(sweep);
     options.m_settings.m_endWait = std::chrono::seconds(endWait);

@@ -1,4 +1,5 @@
 // bmhost-web: the web door of a blade.
+#include "host/accounts/AccountCommand.h"
 #include "host/session/Program.h"
 #include "host/web/TlsInit.h"
 #include "host/web/metrics/MetricsCommand.h"
@@ -12,8 +13,11 @@ namespace {
 using namespace bmhost;
 
 int Run(const std::vector<std::string>& words) {
-    if (!words.empty() && words.front() == "metrics") return MetricsCommand({words.begin() + 1, words.end()});
-    throw UsageError((words.empty() ? "no command" : "unknown command '" + words.front() + "'") + ": expected metrics");
+    const std::string command = words.empty() ? "" : words.front();
+    if (command == "account") return AccountCommand({words.begin() + 1, words.end()});
+    if (command == "tls-init") return TlsInitCommand({words.begin() + 1, words.end()});
+    if (command == "metrics") return MetricsCommand({words.begin() + 1, words.end()});
+    return ServeWeb(words);
 }
 
 } // namespace

@@ -254,7 +254,7 @@ void Resident::Ask(const Asker& asker, Order order, Answered answered) {
     Give(lane, asked, [this, order = std::move(order), name, what = asked->m_name](HostSession& session) {
         const OrderOutcome outcome = m_carrier(order, session, *m_picture.Now());
         m_adaptor.CarriedOut(order.m_name, outcome);
-        LogOwn("order " + order.m_name + ": result " + std::to_string(outcome.m_result));
+        LogOwn("order " + what + ": result " + std::to_string(outcome.m_result));
         if (m_listeners.m_order) m_listeners.m_order(order, outcome, name);
         m_news.Add("call", bm_dev::EscapedJson(ordered_json({{"op", "order"},
                                                              {"order", order.m_name},

@@ -16,6 +16,8 @@
 #include "host/web/TlsInit.h"
 #include "host/web/WebOptions.h"
 #include "host/web/page/PageService.h"
+#include "host/web/serve/MetricsDoor.h"
+#include "host/web/serve/RedfishDoor.h"
 #include "host/words/Error.h"
 
 #include <algorithm>
@@ -128,6 +130,11 @@ public:
         m_door.Add("/v1", m_api);
         m_door.Add("/", m_page);
         m_door.Add("/page", m_page);
+        m_door.Add("/metrics", m_metrics);
+        m_door.Add("/redfish", m_redfish, [this](const Request& request, const Visitor& visitor) {
+            return m_redfish.IsOwn(request, visitor);
+        });
+        m_redfish.OnEvents([this] { m_server.WakeStreams(); });
         m_mirror.OnNews([this] { m_server.WakeStreams(); });
         m_door.OnChecked([this] { m_server.WakeStreams(); });
     }
@@ -204,6 +211,8 @@ private:
     Logins m_logins;
     ApiDoor m_api;
     PageService m_page;
+    MetricsDoor m_metrics;
+    RedfishDoor m_redfish;
     Door m_door;
     HttpServer m_server;
 };

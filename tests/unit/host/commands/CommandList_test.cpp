@@ -43,7 +43,8 @@ TEST(CommandList, HasTheCommandsOfEachPlace) {
     EXPECT_THAT(namesIn(OnCommandLine),
                 ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "script", "inventory", "leds",
                             "status", "pstn", "groups", "why", "led", "dsp", "switch", "reset", "firmware", "run",
-                            "watch", "events", "log", "metrics", "report", "shell", "completions", "help"));
+                            "watch", "events", "log", "metrics", "report", "account", "web", "tls-init", "shell",
+                            "completions", "help"));
     EXPECT_THAT(namesIn(InScript),
                 ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "sleep", "wait-event"));
     EXPECT_THAT(namesIn(InShell), ElementsAre("init", "start", "stop", "fin", "read", "table", "write", "sleep",
