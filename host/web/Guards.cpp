@@ -115,7 +115,7 @@ ListenAddress ListenAddressOf(const std::string& text) {
     return {*plain, static_cast<uint16_t>(number)};
 }
 
-HostNames::HostNames(const ListenAddress& listen, std::vector<std::string> names) : m_listen(listen) {
+HostNames::HostNames(const ListenAddress& listen, const std::vector<std::string>& names) : m_listen(listen) {
     const auto add = [this](const std::string& name) {
         const auto address = PlainAddress(name);
         const bool six = address && address->find(':') != std::string::npos;

@@ -30,7 +30,7 @@ ListenAddress ListenAddressOf(const std::string& text);
 class HostNames {
 public:
     /// @param names  --server-name
-    HostNames(const ListenAddress& listen, std::vector<std::string> names);
+    HostNames(const ListenAddress& listen, const std::vector<std::string>& names);
 
     /// Throws Refusal: 400 unless there is one header Host, 421 for a name that is not this blade's (a name that a
     /// page's owner made lead here), 403 for an origin that is not this very server.

@@ -1,8 +1,8 @@
 // What the tests of accounts share.
 #pragma once
 
-#include "host/accounts/AccountFile.h"
 #include "host/TestFolder.h"
+#include "host/accounts/AccountFile.h"
 
 #include <fstream>
 #include <sstream>

@@ -37,7 +37,7 @@ public:
     template <typename Condition>
     bool Comes(Condition condition) {
         std::unique_lock lock(m_guard);
-        const auto end = std::chrono::steady_clock::now() + 30s;
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (!condition()) {
             // A change without news is looked for now and then.
             m_changed.wait_for(lock, 10ms);
