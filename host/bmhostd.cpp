@@ -131,7 +131,7 @@ public:
     }
 
 private:
-    JournalLog m_log;
+    JournalLog m_log{"bmhostd"};
     std::optional<LogEar> m_ear; // last, since it uses the log
 };
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string_view>
 #include <syslog.h>
 #include <utility>
 
@@ -16,14 +17,24 @@ namespace bmhost {
 
 namespace {
 
-constexpr char Identifier[] = "SYSLOG_IDENTIFIER=bmhostd";
-
 void SendToJournal(const std::vector<std::string>& fields) {
     std::vector<iovec> pieces;
     pieces.reserve(fields.size());
     for (const std::string& field : fields)
         pieces.push_back({const_cast<char*>(field.data()), field.size()}); // the journal only reads
     ::sd_journal_sendv(pieces.data(), static_cast<int>(pieces.size()));
+}
+
+// Whoever is asked by a door knows account and address, the account alone, or neither.
+void AddAsker(std::vector<std::string>& fields, const std::string& asker) {
+    if (asker.empty()) return;
+    fields.push_back("ASKER=" + asker);
+    const auto account = asker.find(" (");
+    if (account == std::string::npos) return;
+    fields.push_back("ACCOUNT=" + asker.substr(0, account));
+    const auto address = account + std::string_view(" (").size();
+    if (asker.compare(address, std::string_view("uid ").size(), "uid ") == 0) return;
+    fields.push_back("ADDRESS=" + asker.substr(address, asker.find(')', address) - address));
 }
 
 std::string Priority(int level) {
@@ -51,21 +62,23 @@ JournalNote NoteOfUpgrade(const UpgradeFacts& upgrade) {
     return note;
 }
 
-JournalLog::JournalLog() : JournalLog(SendToJournal) {}
+JournalLog::JournalLog(const std::string& program) : JournalLog(program, SendToJournal) {}
 
-JournalLog::JournalLog(Sender sender) : m_sender(std::move(sender)) {}
+JournalLog::JournalLog(const std::string& program, Sender sender)
+    : m_identifier("SYSLOG_IDENTIFIER=" + program),
+      m_sender(std::move(sender)) {}
 
 // The levels of the log are those of syslog, and so are the journal's priorities.
 void JournalLog::Line(int level, const std::string& component, const std::string& text) const {
-    Send({"MESSAGE=[" + component + "] " + text, Priority(level), Identifier, "COMPONENT=" + component});
+    Send({"MESSAGE=[" + component + "] " + text, Priority(level), m_identifier, "COMPONENT=" + component});
 }
 
 void JournalLog::Note(const JournalNote& note) const {
     std::vector<std::string> fields = {"MESSAGE=" + note.m_text, Priority(note.m_good ? LOG_NOTICE : LOG_WARNING),
-                                       Identifier, "OPERATION=" + note.m_operation};
+                                       m_identifier, "OPERATION=" + note.m_operation};
     if (note.m_bay) fields.push_back("BAY=" + std::to_string(*note.m_bay));
     if (note.m_result) fields.push_back("RESULT=" + std::to_string(*note.m_result));
-    if (!note.m_asker.empty()) fields.push_back("ASKER=" + note.m_asker);
+    AddAsker(fields, note.m_asker);
     Send(fields);
 }
 

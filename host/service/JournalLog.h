@@ -22,7 +22,9 @@ struct JournalNote {
     std::optional<int32_t> m_bay = {};    ///< BAY, where it concerns one
     std::optional<int32_t> m_result = {}; ///< RESULT: the adaptor's; of an upgrade's end, its state
     bool m_good = true;                   ///< otherwise it is a warning
-    std::string m_asker = {};             ///< ASKER: who wanted it, "uid 0, process 4711"; empty: nobody outside
+    /// ASKER: who wanted it, "uid 0, process 4711"; empty: nobody outside. Of "anna (192.0.2.7)", with or without more
+    /// after it, ACCOUNT and ADDRESS, too.
+    std::string m_asker = {};
 };
 
 /// Of one that has ended: found by the operation and the bay by which the order that began it is found.
@@ -35,8 +37,9 @@ public:
     using Sender = std::function<void(const std::vector<std::string>& fields)>;
 
     /// Sends to the journal.
-    JournalLog();
-    explicit JournalLog(Sender sender);
+    /// @param program  whose entries these are
+    explicit JournalLog(const std::string& program);
+    JournalLog(const std::string& program, Sender sender);
 
     /// A line of the log; its level is the entry's priority.
     void Line(int level, const std::string& component, const std::string& text) const;
@@ -45,6 +48,7 @@ public:
 private:
     void Send(const std::vector<std::string>& fields) const;
 
+    const std::string m_identifier;
     Sender m_sender;
 };
 

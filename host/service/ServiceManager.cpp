@@ -57,11 +57,10 @@ void ServiceManager::Ready() {
     sd_notify(0, "READY=1");
 }
 
-void ServiceManager::Feed(const Picture& picture) {
+void ServiceManager::Feed(const std::string& status) {
     std::string state = m_watched ? "WATCHDOG=1\n" : "";
-    std::string status = ServiceStatus(picture);
     if (status != m_status) {
-        m_status = std::move(status);
+        m_status = status;
         state += "STATUS=" + m_status + "\n";
     }
     if (!state.empty()) sd_notify(0, state.c_str());

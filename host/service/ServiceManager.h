@@ -1,4 +1,4 @@
-// What systemd is told of the resident host, where it runs as a service.
+// What systemd is told of the resident host or the web door, where it runs as a service.
 #pragma once
 
 #include "host/picture/Picture.h"
@@ -6,6 +6,9 @@
 #include <string>
 
 namespace bmhost {
+
+/// How the blade is, in one line: "monitored since …", "start: 196626 (…), since …".
+std::string ServiceStatus(const Picture& picture);
 
 /// Used by one thread: the one whose life the watchdog guards. Where there is no systemd nothing happens.
 class ServiceManager {
@@ -15,7 +18,9 @@ public:
     /// The socket answers.
     void Ready();
     /// The thread is alive; and how the blade is.
-    void Feed(const Picture& picture);
+    void Feed(const Picture& picture) { Feed(ServiceStatus(picture)); }
+    /// @param status  one line
+    void Feed(const std::string& status);
     /// The end has begun. Any thread.
     static void Stopping();
     /// Whether systemd has started this process.
@@ -25,8 +30,5 @@ private:
     bool m_watched = false;
     std::string m_status;
 };
-
-/// How the blade is, in one line: "monitored since …", "start: 196626 (…), since …".
-std::string ServiceStatus(const Picture& picture);
 
 } // namespace bmhost

@@ -35,7 +35,11 @@ Forwarder::Forwarder(HostPlace place, const ForwarderLimits& limits)
       m_lane(limits.m_threads, limits.m_waiting) {}
 
 bool Forwarder::Give(const std::string& account, Work work, Done done) {
-    return m_lane.Give([this, account, work = std::move(work), done = std::move(done)] { done(Ask(account, work)); });
+    return m_lane.Give([this, account, work = std::move(work), done = std::move(done)] {
+        HostAnswer answer = Ask(account, work);
+        if (m_told) m_told(account, answer);
+        done(std::move(answer));
+    });
 }
 
 HostAnswer Forwarder::Ask(const std::string& account, const Work& work) {

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace bmhost {
@@ -30,9 +31,15 @@ public:
     /// Called once, on a thread of the forwarder's; not at all for what is dropped at the end.
     using Done = std::function<void(HostAnswer answer)>;
 
+    /// Hears of each answer, before it is used; on a thread of the forwarder's.
+    using Told = std::function<void(const std::string& account, const HostAnswer& answer)>;
+
     explicit Forwarder(HostPlace place, const ForwarderLimits& limits = {});
     Forwarder(const Forwarder&) = delete;
     Forwarder& operator=(const Forwarder&) = delete;
+
+    /// Before the first work is given.
+    void Tell(Told told) { m_told = std::move(told); }
 
     /// @param account  for whom: "anna (192.0.2.7)", or nobody
     /// What cannot be asked is answered with an error: 503 without a host, 504 when its time is up, 502 for the rest.
@@ -48,6 +55,7 @@ private:
 
     const HostPlace m_place;
     const ForwarderLimits m_limits;
+    Told m_told;
     std::mutex m_guard;
     std::vector<std::unique_ptr<HostClient>> m_idle; ///< connections that are not in use
     Lane m_lane;                                     // last, since its threads use the other members

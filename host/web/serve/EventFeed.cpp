@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <iterator>
 #include <utility>
 
@@ -38,7 +37,7 @@ public:
         if (m_piece == nullptr && !IsClosed()) Fill();
         if (m_piece == nullptr) return 0;
         const std::size_t size = std::min(most, m_piece->size() - m_done);
-        std::memcpy(to, m_piece->data() + m_done, size);
+        m_piece->copy(to, size, m_done);
         m_done += size;
         if (m_done == m_piece->size()) {
             m_piece.reset();

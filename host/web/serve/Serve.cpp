@@ -16,6 +16,7 @@
 #include "host/web/TlsInit.h"
 #include "host/web/WebOptions.h"
 #include "host/web/page/PageService.h"
+#include "host/web/serve/DoorJournal.h"
 #include "host/web/serve/MetricsDoor.h"
 #include "host/web/serve/RedfishDoor.h"
 #include "host/words/Error.h"
@@ -95,6 +96,7 @@ std::optional<WallTime> ExpiryIfAny(const std::optional<Tls>& tls) {
 
 std::vector<Listener> ListenersOf(const std::vector<ListeningSocket>& sockets, const std::optional<Tls>& tls) {
     std::vector<Listener> listeners;
+    listeners.reserve(sockets.size());
     for (const ListeningSocket& socket : sockets) {
         const bool plain = socket.m_address.IsLoopback();
         listeners.push_back({socket.m_socket.Get(), plain ? std::nullopt : tls});
@@ -104,6 +106,7 @@ std::vector<Listener> ListenersOf(const std::vector<ListeningSocket>& sockets, c
 
 std::vector<DoorListener> NamesOf(const std::vector<ListeningSocket>& sockets, const WebOptions& options) {
     std::vector<DoorListener> listeners;
+    listeners.reserve(sockets.size());
     for (const ListeningSocket& socket : sockets)
         listeners.push_back({HostNames(socket.m_address, options.m_serverNames), socket.m_address.IsLoopback()});
     return listeners;
@@ -113,8 +116,9 @@ std::vector<DoorListener> NamesOf(const std::vector<ListeningSocket>& sockets, c
 class WebDoor {
 public:
     WebDoor(const WebOptions& options, AccountFile accounts, std::vector<ListeningSocket> sockets,
-            std::atomic<bool>& reload)
+            std::atomic<bool>& reload, const DoorJournal& journal)
         : m_options(options),
+          m_journal(journal),
           m_reload(reload),
           m_sockets(std::move(sockets)),
           m_expires(ExpiryIfAny(TlsOf(options))),
@@ -134,6 +138,8 @@ public:
         m_door.Add("/redfish", m_redfish, [this](const Request& request, const Visitor& visitor) {
             return m_redfish.IsOwn(request, visitor);
         });
+        m_orders.Tell(
+            [this](const std::string& account, const HostAnswer& answer) { m_journal.Tell(account, answer); });
         m_redfish.OnEvents([this] { m_server.WakeStreams(); });
         m_mirror.OnNews([this] { m_server.WakeStreams(); });
         m_door.OnChecked([this] { m_server.WakeStreams(); });
@@ -148,13 +154,15 @@ public:
     void Stop() { m_server.Stop(); }
 
     void Run() {
+        ServiceManager service;
         bool ready = false;
         m_server.Run([&] {
-            if (!ready) TellReady();
+            if (!ready) TellReady(service);
             ready = true;
             if (m_reload.exchange(false)) Reload();
             m_door.Settle();
             m_redfish.Turn();
+            service.Feed(Status());
         });
     }
     /// False when the host has not answered what was passed on: nothing that the threads use may go.
@@ -164,10 +172,15 @@ public:
     }
 
 private:
-    void TellReady() {
+    std::string Status() const {
+        const BladeView view = m_mirror.Now();
+        return view.m_reachable ? "serves the blade" : "serves; of the blade nothing is heard: " + view.m_reason;
+    }
+
+    void TellReady(ServiceManager& service) {
         for (const ListeningSocket& socket : m_sockets)
             LogDoor("serves at " + socket.m_address.Text() + (socket.m_address.IsLoopback() ? "" : ", with TLS"));
-        ServiceManager().Ready();
+        service.Ready();
     }
 
     WebFacts Facts() {
@@ -202,6 +215,7 @@ private:
     }
 
     const WebOptions m_options;
+    const DoorJournal& m_journal;
     std::atomic<bool>& m_reload; ///< somebody has asked for it
     const std::vector<ListeningSocket> m_sockets;
     std::optional<WallTime> m_expires; ///< the certificate
@@ -242,6 +256,7 @@ int ServeWeb(const std::vector<std::string>& words) {
         WriteAll(STDOUT_FILENO, options.m_answer);
         return ExitAllOk;
     }
+    const DoorJournal journal;
     AccountFile accounts = AccountFile::ReadIfThere(options.m_accounts);
     std::vector<ListeningSocket> sockets = SocketsFor(options, Usable(accounts));
     if (Usable(accounts) == 0) LogDoor("there are no accounts in " + options.m_accounts + ": orders are refused");
@@ -250,7 +265,7 @@ int ServeWeb(const std::vector<std::string>& words) {
     WithSignals(
         stop, "the door closes",
         [&] {
-            WebDoor web(options, std::move(accounts), std::move(sockets), reload);
+            WebDoor web(options, std::move(accounts), std::move(sockets), reload, journal);
             Serve(web, stop);
             return true;
         },

@@ -26,7 +26,7 @@ using Fields = std::vector<std::string>;
 
 struct Journal {
     Fields m_last;
-    JournalLog m_log{[this](const Fields& fields) { m_last = fields; }};
+    JournalLog m_log{"bmhostd", [this](const Fields& fields) { m_last = fields; }};
 };
 
 TEST(JournalLog, ALineHasItsLevelAsPriority) {
@@ -68,6 +68,29 @@ TEST(JournalLog, ANoteHasOnlyTheFieldsThatItKnows) {
         EXPECT_THAT(journal.m_last, Not(Contains(StartsWith(name))));
 }
 
+TEST(JournalLog, WhoAskedThroughADoorIsFoundByAccountAndAddress) {
+    Journal journal;
+    journal.m_log.Note({.m_operation = "start", .m_asker = "anna (2001:db8::7) (uid 990, process 4711)"});
+    EXPECT_THAT(journal.m_last, testing::IsSupersetOf({"ACCOUNT=anna", "ADDRESS=2001:db8::7",
+                                                       "ASKER=anna (2001:db8::7) (uid 990, process 4711)"}));
+    journal.m_log.Note({.m_operation = "start", .m_asker = "anna (192.0.2.7)"});
+    EXPECT_THAT(journal.m_last, testing::IsSupersetOf({"ACCOUNT=anna", "ADDRESS=192.0.2.7"}));
+    journal.m_log.Note({.m_operation = "start", .m_asker = "anna (uid 990, process 4711)"});
+    EXPECT_THAT(journal.m_last, Contains("ACCOUNT=anna"));
+    EXPECT_THAT(journal.m_last, Not(Contains(StartsWith("ADDRESS="))));
+    journal.m_log.Note({.m_operation = "start", .m_asker = "uid 990, process 4711"});
+    EXPECT_THAT(journal.m_last, Not(Contains(StartsWith("ACCOUNT="))));
+}
+
+TEST(JournalLog, EntriesAreThoseOfTheProgram) {
+    Fields last;
+    const JournalLog log("bmhost-web", [&](const Fields& fields) { last = fields; });
+    log.Line(BM_LOG_ERROR, "IPMI", "text");
+    EXPECT_THAT(last, Contains("SYSLOG_IDENTIFIER=bmhost-web"));
+    log.Note({.m_operation = "start"});
+    EXPECT_THAT(last, Contains("SYSLOG_IDENTIFIER=bmhost-web"));
+}
+
 TEST(JournalLog, ACallThatFailedIsAWarning) {
     Journal journal;
     journal.m_log.Note({.m_operation = "start", .m_text = "start: 0x30012", .m_result = 0x30012, .m_good = false});
@@ -101,7 +124,7 @@ TEST(JournalLog, AnUpgradeThatFailedIsAWarningAndTheBaseboardHasNoBay) {
 }
 
 TEST(JournalLog, AJournalThatThrowsHarmsNobody) {
-    const JournalLog log([](const Fields&) { throw std::runtime_error("no memory"); });
+    const JournalLog log("bmhostd", [](const Fields&) { throw std::runtime_error("no memory"); });
     EXPECT_NO_THROW(log.Line(BM_LOG_ERROR, "IPMI", "text"));
 }
 

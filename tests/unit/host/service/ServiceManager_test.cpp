@@ -75,6 +75,8 @@ TEST_F(ServiceManagerTest, TellsSystemdWhatChangesAndFeedsItsWatchdogEachTime) {
     EXPECT_THAT(Told(), testing::AllOf(HasSubstr("WATCHDOG=1\n"), HasSubstr("STATUS=not monitored")));
     service.Feed(Picture{});
     EXPECT_THAT(Told(), testing::AllOf(HasSubstr("WATCHDOG=1\n"), testing::Not(HasSubstr("STATUS"))));
+    service.Feed("serves the blade");
+    EXPECT_THAT(Told(), testing::AllOf(HasSubstr("WATCHDOG=1\n"), HasSubstr("STATUS=serves the blade\n")));
     ServiceManager::Stopping();
     EXPECT_EQ("STOPPING=1", Told());
 }

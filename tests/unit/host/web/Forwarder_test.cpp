@@ -40,6 +40,17 @@ TEST(Forwarder, AnOrderGoesWithItsAccountAndTheNextOneWithItsOwn) {
     EXPECT_THAT(requests[1], testing::Not(HasSubstr("Bmhost-Account")));
 }
 
+TEST(Forwarder, EachAnswerIsToldOfBeforeItIsUsed) {
+    const HostRunFolder folder;
+    Forwarder forwarder({folder.Path()});
+    std::string told; // the answer comes after it
+    forwarder.Tell([&](const std::string& account, const HostAnswer& answer) {
+        told = account + " " + std::to_string(answer.m_status);
+    });
+    AnswerOf(forwarder, "anna (192.0.2.7)", [](HostClient& host) { return host.Post("/v1/orders/start", {}); });
+    EXPECT_EQ("anna (192.0.2.7) 503", told);
+}
+
 TEST(Forwarder, WithoutAHostTheAnswerSaysSo) {
     const HostRunFolder folder;
     Forwarder forwarder({folder.Path()});
