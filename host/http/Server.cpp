@@ -119,6 +119,7 @@ void HttpServer::Loop::WakeStreams(bool news) {
 
 void HttpServer::Loop::Turn() {
     // A request may change a certificate, which adds a daemon.
+    // NOLINTNEXTLINE(modernize-loop-convert): a range would end where it was
     for (std::size_t i = 0; i < m_daemons.size(); ++i)
         m_daemons[i]->Turn();
     // A daemon without its listener goes with its last client.
