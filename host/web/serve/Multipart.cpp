@@ -63,9 +63,8 @@ std::optional<std::string> ParameterOf(std::string_view text, std::string_view w
     return std::nullopt;
 }
 
-// Of a part's headers.
-std::string_view DispositionOf(std::string_view headers) {
-    constexpr std::string_view wanted = "content-disposition";
+// Of a part's headers; empty without it.
+std::string_view HeaderIn(std::string_view headers, std::string_view wanted) {
     while (!headers.empty()) {
         const auto end = std::min(headers.find("\r\n"), headers.size());
         const std::string_view line = headers.substr(0, end);
@@ -123,11 +122,20 @@ bool MultipartReader::TakeBody() {
     // Of what comes last, some may be the beginning of the boundary.
     const std::size_t kept = std::min(m_boundary.size() - 1, m_waiting.size());
     const std::size_t size = whole ? found : m_waiting.size() - kept;
-    if (m_state == State::Body && size > 0) m_parts.AddToPart(std::string_view(m_waiting).substr(0, size));
-    if (m_state == State::Body && whole) m_parts.EndPart();
+    if (m_state == State::Body) {
+        const bool good = GivePart(std::string_view(m_waiting).substr(0, size)) && (!whole || m_decoder->IsWhole());
+        if (!good) return Drop(0, State::Broken);
+        if (whole) m_parts.EndPart();
+    }
     m_waiting.erase(0, whole ? size + m_boundary.size() : size);
     if (whole) m_state = State::AfterBoundary;
     return whole;
+}
+
+bool MultipartReader::GivePart(std::string_view bytes) {
+    const auto decoded = m_decoder->Take(bytes);
+    if (decoded && !decoded->empty()) m_parts.AddToPart(*decoded);
+    return decoded.has_value();
 }
 
 bool MultipartReader::TakeBoundary() {
@@ -147,7 +155,9 @@ bool MultipartReader::TakeHeaders() {
     const auto end = m_waiting.find("\r\n\r\n");
     if (end == std::string::npos) return m_waiting.size() > LongestHeaders && Drop(0, State::Broken);
     const std::string headers = m_waiting.substr(0, end);
-    const std::string_view disposition = DispositionOf(headers);
+    m_decoder = PartDecoder::For(HeaderIn(headers, "content-transfer-encoding"));
+    if (!m_decoder) return Drop(0, State::Broken);
+    const std::string_view disposition = HeaderIn(headers, "content-disposition");
     m_parts.BeginPart(ParameterOf(disposition, "name").value_or(""), ParameterOf(disposition, "filename").value_or(""));
     return Drop(end + std::string_view("\r\n\r\n").size(), State::Body);
 }

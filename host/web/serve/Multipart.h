@@ -1,6 +1,8 @@
 // A body of multipart/form-data, read while it comes.
 #pragma once
 
+#include "host/web/serve/PartDecoder.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -25,7 +27,8 @@ public:
     virtual void EndPart() = 0;
 };
 
-/// Keeps what may be the beginning of a boundary, and a part's headers; nothing else.
+/// Keeps what may be the beginning of a boundary, and a part's headers; nothing else. Parts are given as they were
+/// before they were encoded.
 class MultipartReader {
 public:
     static constexpr std::size_t LongestHeaders = 8 * 1024;
@@ -44,12 +47,14 @@ private:
     bool TakeBody();
     bool TakeBoundary();
     bool TakeHeaders();
+    bool GivePart(std::string_view bytes);
     bool Drop(std::size_t size, State next);
 
     const std::string m_boundary; ///< with what comes before it
     MultipartParts& m_parts;
     std::string m_waiting = "\r\n"; ///< so that the first boundary is like the others
     State m_state = State::Preamble;
+    std::optional<PartDecoder> m_decoder; ///< of the part that comes
 };
 
 } // namespace bmhost

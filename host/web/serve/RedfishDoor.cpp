@@ -71,7 +71,7 @@ BodyPlan RedfishDoor::Begin(Request& request, std::optional<uint64_t> /*length*/
     if (!boundary)
         throw Refusal(415, std::string(request.Header("Content-Type")), "expected multipart/form-data with a boundary");
     auto form = std::make_unique<UploadForm>(m_limits.m_imageFolder, *boundary, m_parts->m_sources.m_mostImageBytes);
-    return BodyPlan::Pieces(std::move(form), m_parts->m_sources.m_mostImageBytes + UploadForm::MostBesides,
+    return BodyPlan::Pieces(std::move(form), UploadForm::LongestBody(m_parts->m_sources.m_mostImageBytes),
                             m_limits.m_imageTime);
 }
 

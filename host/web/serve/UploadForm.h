@@ -19,6 +19,9 @@ public:
     /// Of "UpdateParameters", and of all that is neither this nor the image.
     static constexpr uint64_t MostBesides = 128 * 1024;
 
+    /// Of a whole form. As base64 an image is longer by a good third.
+    static constexpr uint64_t LongestBody(uint64_t mostImage) { return mostImage + mostImage / 2 + MostBesides; }
+
     /// @param mostImage  bytes
     /// Throws Refusal when there are images enough already; std::system_error when there can be no file.
     UploadForm(const std::string& folder, const std::string& boundary, uint64_t mostImage);

@@ -68,6 +68,19 @@ TEST(Multipart, AfterAMistakeNothingIsTaken) {
               "");
 }
 
+TEST(Multipart, APartThatItsClientEncodedIsTakenAsItWas) {
+    const auto encoded = [](const std::string& encoding, const std::string& bytes) {
+        return "--XYZ\r\nContent-Transfer-Encoding: " + encoding + "\r\n\r\n" + bytes + "\r\n--XYZ--";
+    };
+    const std::string body = encoded("base64", "b25l\r\nIHR3\r\nbyE=\r\n");
+    for (std::size_t piece = 1; piece <= body.size(); ++piece)
+        EXPECT_EQ(PartsOf(body, piece), "/:one two!|") << piece;
+    EXPECT_EQ(PartsOf(encoded("binary", "b25l"), 5), "/:b25l|");
+    EXPECT_EQ(PartsOf(encoded("base64", "b25lI"), 5, false), "/:one") << "cut";
+    EXPECT_EQ(PartsOf(encoded("base64", "b25l?"), 64, false), "/:");
+    EXPECT_EQ(PartsOf(encoded("quoted-printable", "b25l"), 64, false), "") << "not known";
+}
+
 TEST(Multipart, ABoundaryStandsInTheContentType) {
     EXPECT_EQ(BoundaryOf("multipart/form-data; boundary=abc"), "abc");
     EXPECT_EQ(BoundaryOf("Multipart/Form-Data ; charset=utf-8; BOUNDARY=\"a b\""), "a b");

@@ -51,6 +51,18 @@ TEST(UploadForm, SaysWhatIsWrong) {
               413U);
 }
 
+TEST(UploadForm, AnImageAsBase64IsTheImage) {
+    const std::string body = "--b\r\nContent-Disposition: form-data; name=\"UpdateFile\"; filename=\"a\"\r\n"
+                             "Content-Transfer-Encoding: base64\r\n\r\nAAH+/w==\r\n" +
+                             End;
+    UploadForm form("/tmp", "b", 4);
+    form.Write(body.data(), body.size());
+    EXPECT_EQ(form.Complaint(), std::nullopt);
+    std::array<char, 16> bytes{};
+    const ssize_t size = read(form.TakeImage()->Descriptor(), bytes.data(), bytes.size());
+    EXPECT_EQ(std::string(bytes.data(), static_cast<std::size_t>(size)), std::string("\0\1\xfe\xff", 4));
+}
+
 TEST(UploadForm, ANameIsOneOfAFile) {
     for (const auto& [given, name] : {std::pair<std::string, std::string>{"", "image"},
                                       {"/", "image"},

@@ -1,0 +1,173 @@
+"""Ansible at the web door: it lists the inventory, sets an LED and upgrades a module. One run of a playbook; afterwards each test looks at what
+came of it. These tests run in a full blade, beside its resident host."""
+
+import hashlib
+import json
+import os
+import subprocess
+import types
+
+import pytest
+from conftest import SECONDS, bin_folder
+from inside import ipmitool, wait_until
+from test_resident import Resident, part
+from test_web import PASSWORD, Web, free_port
+
+IMAGE = bytes(range(256)) * 40 + b"\r\n--"
+
+# redfish_info speaks TLS only, and takes any certificate; the orders go over the loopback address.
+PLAYBOOK = """
+- hosts: localhost
+  gather_facts: false
+  vars:
+    tls: &tls {baseuri: "127.0.0.1:TLS_PORT", username: readonly, password: "PASSWORD"}
+    give: &give {url_username: operator, url_password: "PASSWORD", force_basic_auth: true}
+    root: http://127.0.0.1:PLAIN_PORT/redfish/v1
+  tasks:
+    - community.general.redfish_info: {<<: *tls, category: Chassis, command: [GetChassisInventory, GetHealthReport]}
+      register: chassis
+    - community.general.redfish_info: {<<: *tls, category: Systems, command: [GetSystemInventory, GetCpuInventory, GetNicInventory]}
+      register: systems
+    - community.general.redfish_info: {<<: *tls, category: Update, command: [GetFirmwareInventory, GetFirmwareUpdateCapabilities]}
+      register: firmware
+    - community.general.redfish_info: {<<: *tls, category: Manager, command: [GetManagerInventory]}
+      register: manager
+    - community.general.redfish_info: {<<: *tls, category: Sessions, command: [GetSessions]}
+      register: sessions
+    - ansible.builtin.uri:
+        <<: *give
+        url: "{{ root }}/Chassis/Blade/Actions/Oem/Bmhost.SetLed"
+        method: POST
+        body_format: json
+        body: {Led: 2, State: "On", Color: Red}
+        status_code: 204
+    - ansible.builtin.uri:
+        <<: *give
+        url: "{{ root }}/UpdateService/upload"
+        method: POST
+        body_format: form-multipart
+        body:
+          UpdateParameters: {content: '{"Targets": ["/redfish/v1/Chassis/AMC3"]}', mime_type: application/json}
+          UpdateFile: {filename: "IMAGE_FILE"}
+        status_code: 202
+      register: upload
+    - ansible.builtin.uri:
+        url: "http://127.0.0.1:PLAIN_PORT{{ upload.location | regex_replace('^http://[^/]*', '') }}"
+        status_code: [202, 204]
+      register: monitor
+      until: monitor.status == 204
+      retries: 60
+      delay: 1
+    - ansible.builtin.uri: {url: "{{ root }}/TaskService/Tasks"}
+      register: tasks
+    - ansible.builtin.copy:
+        dest: RESULTS
+        content: "{{ {'chassis': chassis, 'systems': systems, 'firmware': firmware, 'manager': manager, 'sessions': sessions, 'tasks': tasks.json} | to_json }}"
+"""
+
+
+def look(*words):
+    done = subprocess.run([bin_folder() / "bmhost", "--json", *words], capture_output=True, text=True, timeout=SECONDS)
+    return json.loads(done.stdout)
+
+
+def known(text):
+    """As the tree shows it: nothing where nothing is known."""
+    return text.rstrip(" ") or None if text != "UnKn" else None
+
+
+def playbook(folder, ports):
+    text = PLAYBOOK
+    names = {"TLS_PORT": ports["tls"], "PLAIN_PORT": ports["plain"], "PASSWORD": PASSWORD, "IMAGE_FILE": folder / "amc.img", "RESULTS": folder / "results"}
+    for name, value in names.items():
+        text = text.replace(name, str(value))
+    file = folder / "blade.yml"
+    file.write_text(text)
+    return file
+
+
+@pytest.fixture(scope="module")
+def run(tmp_path_factory):
+    """The blade after the playbook, and what the playbook has heard."""
+    folder = tmp_path_factory.mktemp("ansible")
+    (folder / "amc.img").write_bytes(IMAGE)
+    host = Resident(folder)
+    door = None
+    try:
+        wait_until(lambda: part("host")["start"] is not None)
+        subprocess.run([bin_folder() / "bmhost", "tls-init", "--dir", folder], check=True, capture_output=True, timeout=SECONDS)
+        tls = free_port()
+        door = Web(folder, "--listen", f"0.0.0.0:{tls}", "--tls-cert", folder / "web.crt", "--tls-key", folder / "web.key")
+        file = playbook(folder, {"tls": tls, "plain": door.port})
+        environment = {**os.environ, "ANSIBLE_LOCAL_TEMP": str(folder / "local"), "ANSIBLE_REMOTE_TEMP": str(folder / "remote"), "HOME": str(folder),
+                       "ANSIBLE_PYTHON_INTERPRETER": "/usr/bin/python3", "ANSIBLE_PIPELINING": "1", "LC_ALL": "C.UTF-8"}
+        done = subprocess.run(["ansible-playbook", "-i", "localhost,", "-c", "local", file], capture_output=True, text=True, timeout=SECONDS, env=environment)
+        assert done.returncode == 0, done.stdout + done.stderr
+        results = json.loads((folder / "results").read_text())
+        yield types.SimpleNamespace(results=results, door=door)
+    finally:
+        for each in (host.process, door and door.process):
+            if each:
+                each.kill()
+                each.wait()
+
+
+def facts(run, name):
+    return run.results[name]["redfish_facts"]
+
+
+def place(bay):
+    return {0: "Blade", 9: "RTM"}.get(bay, f"AMC{bay}")
+
+
+def test_the_inventory_is_that_of_bmhost(run):
+    inventory = look("inventory")
+    chassis = {entry["Id"]: entry for entry in facts(run, "chassis")["chassis"]["entries"]}
+    assert set(chassis) == {"Blade", *(place(module["bay"]) for module in inventory["modules"])}
+    board = inventory["board"][0]
+    shown = {"Blade": (board["product_name"], board["manufacturer"], board["product_serial"], board["part_number"])}
+    for module in inventory["modules"]:
+        shown[place(module["bay"])] = (module["product_name"], module["manufacturer"], module["serial"], module["part_number"])
+    for name, texts in shown.items():
+        heard = tuple(chassis[name].get(column) for column in ("Model", "Manufacturer", "SerialNumber", "PartNumber"))
+        assert heard == tuple(known(text) for text in texts)
+
+
+def test_the_firmware_is_that_of_bmhost(run):
+    inventory = look("inventory")
+    heard = {entry["Id"]: entry.get("Version") for entry in facts(run, "firmware")["firmware"]["entries"]}
+    assert heard["Blade"] == known(inventory["board"][0]["fw_version"])
+    for module in inventory["modules"]:
+        assert heard[place(module["bay"])] == known(module["fw_version"])
+
+
+def test_dsps_are_processors_with_addresses(run):
+    dsps = look("dsp")["dsps"]
+    ((_, processors),) = facts(run, "systems")["cpu"]["entries"]
+    ((_, interfaces),) = facts(run, "systems")["nic"]["entries"]
+    assert [processor["Id"] for processor in processors] == [interface["Id"] for interface in interfaces]
+    assert sorted(interface["MACAddress"] for interface in interfaces) == sorted(dsp["mac"] for dsp in dsps)
+
+
+def test_manager_and_sessions_are_there(run):
+    ((_, manager),) = facts(run, "manager")["manager"]["entries"]
+    assert (manager["ManagerType"], manager["FirmwareVersion"]) == ("Service", part("host")["version"])
+    assert facts(run, "sessions")["session"]["entries"] == []
+
+
+def test_the_led_is_what_ipmitool_reads(run):
+    shown = ipmitool("picmg", "led", "get", "0", "1").stdout
+    assert "RED" in shown and "Override" in shown, shown
+
+
+def test_the_image_that_was_upgraded_is_the_file(run):
+    (upgrade,) = part("upgrades")
+    assert (upgrade["state"], upgrade["bay"], upgrade["file"]) == (2, 3, "amc.img")
+    assert upgrade["sha256"] == hashlib.sha256(IMAGE).hexdigest()
+    assert run.results["tasks"]["Members@odata.count"] == 1
+
+
+def test_every_order_is_in_the_journal_with_account_and_address(run):
+    log = [line["text"] for line in json.loads(run.door.curl("/v1/log?lines=1000")[1])["lines"]]
+    asked = [line for line in log if "asked by operator (127.0.0.1)" in line]
+    assert any("led" in line for line in asked) and any("firmware" in line for line in asked), asked
