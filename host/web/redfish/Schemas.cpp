@@ -52,6 +52,9 @@ constexpr Schema KnownSchemas[] = {
     {"JsonSchemaFile", "v1_1_5"},
 };
 
+/// The last version of the service root that has a container of its own; later ones have no more in it.
+constexpr const char* ContainerVersion = "ServiceRoot.v1_19_0";
+
 constexpr const char* PublishedSchemas = "https://redfish.dmtf.org/schemas/v1/";
 
 std::string IncludeOf(const std::string& name) {
@@ -97,6 +100,7 @@ std::string MetadataXml() {
     for (const Schema& schema : KnownSchemas) {
         std::string includes = IncludeOf(std::string(schema.m_name));
         if (!schema.m_version.empty()) includes += IncludeOf(schema.Namespace());
+        if (schema.m_name == "ServiceRoot") includes += IncludeOf(ContainerVersion);
         text += ReferenceTo(PublishedSchemas + std::string(schema.m_name) + "_v1.xml", includes);
     }
     const std::string own(OwnName);
@@ -107,7 +111,7 @@ std::string MetadataXml() {
            "  <edmx:DataServices>\n"
            "    <Schema xmlns=\"http://docs.oasis-open.org/odata/ns/edm\" Namespace=\"Service\">\n"
            "      <EntityContainer Name=\"Service\" Extends=\"" +
-           SchemaOf("ServiceRoot").Namespace() +
+           ContainerVersion +
            ".ServiceContainer\"/>\n"
            "    </Schema>\n"
            "  </edmx:DataServices>\n"
