@@ -12,7 +12,7 @@ from conftest import SECONDS, bin_folder
 from inside import ipmitool, order, sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import FOR_EVER, fresh_tools, run_of  # noqa: F401 (a fixture)
 from test_resident import ask, part, resident, started  # noqa: F401 (one is a fixture)
-from test_web import PASSWORD, web  # noqa: F401 (one is a fixture)
+from test_web import PASSWORD, asked, web  # noqa: F401 (one is a fixture)
 
 LED = "/redfish/v1/Chassis/Blade/Actions/Oem/Bmhost.SetLed"
 PUSH = "/redfish/v1/UpdateService/upload"
@@ -144,14 +144,46 @@ def test_a_stream_tells_of_events_until_it_is_deleted(door):
         assert reading.stdout.readline() == ": here\n"
         status, _ = door.post(TEST_EVENT, json.dumps({"MessageId": "Base.1.22.Success"}), user="administrator")
         assert status == 204
-        line = next(line for line in reading.stdout if line.startswith("data: "))
+        # What the modules tell while they start comes, too.
+        line = next(line for line in reading.stdout if line.startswith("data: ") and "Base.1.22.Success" in line)
         assert json.loads(line[len("data: "):])["Events"][0]["MessageId"] == "Base.1.22.Success"
         (subscription,) = get(door, "/redfish/v1/EventService/Subscriptions")["Members"]
         assert door.curl(subscription["@odata.id"], "-X", "DELETE", "-u", f"administrator:{PASSWORD}")[0] == 204
+        assert "administrator (127.0.0.1) has closed the stream of events 1" in door.log()
         assert reading.wait(SECONDS) == 0
     finally:
         reading.kill()
         reading.wait()
+
+
+def test_whatever_is_changed_is_in_a_log_with_account_and_address(door, tmp_path):
+    def given(name, method, path, body="{}"):
+        account = ["-X", method, "-u", f"{name}:{PASSWORD}", "-H", "Content-Type: application/json", "-d", body]
+        status, answer = door.curl(path, *account)
+        assert status in (200, 201, 202, 204), answer
+        return answer
+
+    def told(what, name="operator"):
+        return [line for line in asked(f"asked by {name} (127.0.0.1)") if what in line]
+
+    given("operator", "POST", LED, json.dumps({"Led": 2, "State": "Local"}))
+    assert len(told("led set")) == 1
+    given("operator", "PATCH", "/redfish/v1/Fabrics/Ethernet/Switches/Switch/Ports/1", json.dumps({"InterfaceEnabled": True}))
+    assert len(told("port")) == 1
+    interface = get(door, "/redfish/v1/Systems/Media/EthernetInterfaces")["Members"][0]["@odata.id"]
+    given("operator", "PATCH", interface, json.dumps({"IPv4StaticAddresses": [{"Address": "192.168.0.77"}]}))
+    assert len(told("192.168.0.77")) == 1
+    (tmp_path / "amc.img").write_bytes(b"image")
+    assert push(door, tmp_path / "amc.img", "AMC3")[0] == 202
+    assert len(told("firmware")) == 1
+    given("administrator", "POST", TEST_EVENT, json.dumps({"MessageId": "Base.1.22.Success"}))
+    assert "administrator (127.0.0.1) has sent a test event" in door.log()
+    session = json.loads(given("readonly", "POST", "/redfish/v1/SessionService/Sessions", json.dumps({"UserName": "readonly", "Password": PASSWORD})))
+    assert f"readonly (127.0.0.1) has logged in, session {session['Id']}" in door.log()
+    given("administrator", "DELETE", session["@odata.id"])
+    assert f"administrator (127.0.0.1) has ended session {session['Id']}" in door.log()
+    given("operator", "POST", "/redfish/v1/Chassis/Blade/Actions/Chassis.Reset", json.dumps({"ResetType": "ForceRestart"}))
+    wait_until(lambda: len(told("reset")) == 1)
 
 
 def test_a_client_that_wants_its_connection_closed_is_told_that_it_is(door):

@@ -149,7 +149,7 @@ constexpr MessageKind RegistryMessages[] = {
      "See the log of the resident host for the reason."},
     {OwnRegistry, "NothingSet", "The inventory is simulated: nothing was set.", "Warning",
      "Give the resident host access to the controller."},
-    {OwnRegistry, "Refused", "The resident host refused the request: %1.", "Warning", "Change what the text names."},
+    {OwnRegistry, "Refused", "The request was refused: %1.", "Warning", "Change what the text names."},
 };
 
 std::string WithArguments(std::string_view text, const std::vector<std::string>& arguments) {

@@ -46,7 +46,7 @@ const std::vector<OwnMessage>& OwnMessages() {
          "Indicates a result of the adaptor that has no message of its own.",
          {"The result.", "What the result means."}},
         {"NothingSet", "Indicates that the inventory is simulated, so that nothing can be set.", {}},
-        {"Refused", "Indicates that the resident host refused a request.", {"The reason."}},
+        {"Refused", "Indicates that the door or the resident host refused a request.", {"The reason."}},
     };
     return messages;
 }

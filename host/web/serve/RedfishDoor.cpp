@@ -87,9 +87,9 @@ Outcome RedfishDoor::Handle(Request& request, const TakeTicket& takeTicket) {
     if (const auto* answer = std::get_if<RedfishAnswer>(&wish)) return ReplyOf(*answer);
     if (const auto* order = std::get_if<OrderWish>(&wish)) return Give(request, *order, takeTicket);
     if (const auto* login = std::get_if<LoginWish>(&wish)) return LogIn(request, *login, takeTicket);
-    if (const auto* logout = std::get_if<LogoutWish>(&wish)) return LogOut(*logout);
-    if (const auto* end = std::get_if<StreamEndWish>(&wish)) return EndStream(*end);
-    if (const auto* test = std::get_if<TestEventWish>(&wish)) return TellTestEvent(*test);
+    if (const auto* logout = std::get_if<LogoutWish>(&wish)) return LogOut(request, *logout);
+    if (const auto* end = std::get_if<StreamEndWish>(&wish)) return EndStream(request, *end);
+    if (const auto* test = std::get_if<TestEventWish>(&wish)) return TellTestEvent(request, *test);
     return Upload(request, takeTicket);
 }
 

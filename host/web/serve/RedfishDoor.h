@@ -59,9 +59,9 @@ private:
     Outcome Give(const Request& request, const OrderWish& wish, const TakeTicket& takeTicket);
     Outcome Upload(Request& request, const TakeTicket& takeTicket);
     Outcome LogIn(const Request& request, const LoginWish& wish, const TakeTicket& takeTicket);
-    Outcome LogOut(const LogoutWish& wish);
-    Outcome EndStream(const StreamEndWish& wish);
-    Outcome TellTestEvent(const TestEventWish& wish);
+    Outcome LogOut(const Request& request, const LogoutWish& wish);
+    Outcome EndStream(const Request& request, const StreamEndWish& wish);
+    Outcome TellTestEvent(const Request& request, const TestEventWish& wish);
     /// @param answer  of what the host answers, and whether its picture has come since
     void PassOn(const Request& request, const Ticket& ticket, Forwarder::Work work,
                 const std::function<RedfishAnswer(const HostAnswer&, bool)>& answer);

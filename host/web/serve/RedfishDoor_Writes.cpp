@@ -70,6 +70,12 @@ Reply LoginReply(const RedfishParts& parts, const Visitor& visitor) {
     return ReplyOf(LoginAnswer(FactsNow(parts).Tree(), id, opened->m_token));
 }
 
+// What the resident host never hears of stands in the door's own log.
+void LogOrder(const Request& request, const std::string& what) {
+    const auto visitor = VisitorOf(request);
+    LogDoor((visitor ? visitor->Text() : "somebody at " + request.m_peer.m_address) + " " + what);
+}
+
 std::string FirmwarePath(const Order& order, const std::string& name) {
     std::string path = "/v1/firmware?target=" + order.m_values.at("target").get<std::string>();
     if (order.m_values.contains("bay")) path += "&bay=" + order.m_values.at("bay").dump();
@@ -160,23 +166,26 @@ Outcome RedfishDoor::LogIn(const Request& request, const LoginWish& wish, const 
     return Waits{};
 }
 
-Outcome RedfishDoor::LogOut(const LogoutWish& wish) {
+Outcome RedfishDoor::LogOut(const Request& request, const LogoutWish& wish) {
     const auto id = ParseNumber(wish.m_session);
     const bool closed = id && *id >= 0 && m_parts->m_sources.m_logins.OpenSessions().Close(static_cast<uint64_t>(*id));
     if (!closed) return ReplyOf(MissingAnswer(std::string(SessionsUri) + "/" + wish.m_session));
+    LogOrder(request, "has ended session " + wish.m_session);
     m_parts->m_events.CloseAllOf(static_cast<uint64_t>(*id));
     Wake();
     return ReplyOf(EmptyAnswer());
 }
 
-Outcome RedfishDoor::EndStream(const StreamEndWish& wish) {
+Outcome RedfishDoor::EndStream(const Request& request, const StreamEndWish& wish) {
     if (!m_parts->m_events.Close(wish.m_subscription))
         return ReplyOf(MissingAnswer("/redfish/v1/EventService/Subscriptions/" + wish.m_subscription));
+    LogOrder(request, "has closed the stream of events " + wish.m_subscription);
     Wake();
     return ReplyOf(EmptyAnswer());
 }
 
-Outcome RedfishDoor::TellTestEvent(const TestEventWish& wish) {
+Outcome RedfishDoor::TellTestEvent(const Request& request, const TestEventWish& wish) {
+    LogOrder(request, "has sent a test event");
     m_parts->m_events.Tell({wish.m_record});
     Wake();
     return ReplyOf(EmptyAnswer());

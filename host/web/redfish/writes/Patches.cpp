@@ -76,16 +76,10 @@ std::vector<ExtendedInfo> NotWritable(const ordered_json& body, const ordered_js
     return infos;
 }
 
-bool IsOutdated(const RedfishRequest& request, const std::string& etag) {
-    if (!request.m_ifMatch.empty() && !NamesEtag(request.m_ifMatch, etag)) return true;
-    return NamesEtag(request.m_ifNoneMatch, etag);
-}
-
 } // namespace
 
 Wish WishToPatch(const FoundNode& found, const RedfishRequest& request) {
     const ordered_json resource = *found.m_node->m_make(found.m_wanted);
-    if (IsOutdated(request, EtagOf(resource))) return ErrorAnswer(412, {{"PreconditionFailed"}});
     const auto parsed = ObjectOf(request.m_body);
     if (const auto* const answer = std::get_if<RedfishAnswer>(&parsed)) return *answer;
     const auto& body = std::get<ordered_json>(parsed);

@@ -54,6 +54,15 @@ Wish WishToUpload(const FoundNode&, const RedfishRequest&) {
     return UploadWish{};
 }
 
+// What is not as the client has seen it stays as it is.
+bool IsOutdated(const FoundNode& found, const RedfishRequest& request) {
+    if (found.m_node->m_make == nullptr || request.m_method == "POST") return false;
+    const Resource resource = found.m_node->m_make(found.m_wanted);
+    const std::string etag = resource ? EtagOf(*resource) : "";
+    return (!request.m_ifMatch.empty() && !NamesEtag(request.m_ifMatch, etag)) ||
+           NamesEtag(request.m_ifNoneMatch, etag);
+}
+
 constexpr Writer Writers[] = {
     {"/redfish/v1/Chassis/{}/Actions/Chassis.Reset", WishToReset},
     {"/redfish/v1/Chassis/{}/Actions/Oem/Bmhost.SetLed", WishToSetLed},
@@ -94,6 +103,7 @@ Wish WishOf(const TreeFacts& facts, const RedfishRequest& request) {
     const bool taken = request.m_method == found.m_node->m_writes && allow.ends_with(request.m_method);
     const auto* const writer = std::ranges::find(Writers, found.m_node->m_pattern, &Writer::m_pattern);
     if (!taken || writer == std::end(Writers)) return NotAllowedAnswer(allow);
+    if (IsOutdated(found, request)) return ErrorAnswer(412, {{"PreconditionFailed"}});
     return writer->m_wish(found, request);
 }
 

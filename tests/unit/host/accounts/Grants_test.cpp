@@ -4,12 +4,16 @@
 #include "host/accounts/AccountParts.h"
 #include "host/api/Routes.h"
 #include "host/orders/Order.h"
+#include "host/web/page/PageFiles.h"
+#include "host/web/redfish/Places.h"
+#include "host/web/redfish/Resources.h"
 
 #include "host/UsageError.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 namespace {
@@ -18,6 +22,7 @@ using namespace bmhost;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 Without WithoutFor(const char* method, const char* path) {
     const Grant* grant = GrantFor(method, path);
@@ -35,24 +40,60 @@ Role LeastRole(const std::string& method, const std::string& path, bool own = fa
     return Role::Administrator;
 }
 
-TEST(Grants, EveryRouteOfTheSocketHasOne) {
-    for (const Route& route : Routes()) {
-        if (route.m_path == "/v1/orders/{order}") continue; // each order has its own
-        EXPECT_NE(nullptr, GrantFor(route.m_method, route.m_path)) << route.m_method << " " << route.m_path;
-    }
+std::ptrdiff_t Parts(std::string_view path) {
+    return std::ranges::count(path, '/');
 }
 
-TEST(Grants, EveryOrderHasOne) {
+std::vector<std::string> OrderNames() {
     const std::string known = UsageErrorOf([] { CheckOrder({"none", nlohmann::json::object()}); });
     constexpr std::string_view before = "expected one of ";
-    ASSERT_THAT(known, HasSubstr(before));
-    std::istringstream names(known.substr(known.find(before) + before.size()));
-    int count = 0;
-    for (std::string name; names >> name; ++count) {
+    EXPECT_THAT(known, HasSubstr(before));
+    std::istringstream words(known.substr(known.find(before) + before.size()));
+    std::vector<std::string> names;
+    for (std::string name; words >> name; names.push_back(name)) {
         if (name.ends_with(',')) name.pop_back();
-        EXPECT_NE(nullptr, GrantFor("POST", "/v1/orders/" + name)) << name;
     }
-    EXPECT_EQ(7, count);
+    EXPECT_EQ(7U, names.size());
+    return names;
+}
+
+struct ServedRoute {
+    std::string m_method;
+    std::string m_path;
+};
+
+/// Whatever the door serves: the page, the metrics, the socket's API with each of its orders, and Redfish.
+std::vector<ServedRoute> ServedRoutes() {
+    std::vector<ServedRoute> routes = {{"GET", "/metrics"}, {"GET", EventStreamUri}};
+    for (const PageFile& file : PageFiles())
+        routes.push_back({"GET", file.m_name == "index.html" ? "/" : "/page/" + std::string(file.m_name)});
+    for (const Route& route : Routes()) {
+        if (route.m_path != "/v1/orders/{order}")
+            routes.push_back({std::string(route.m_method), std::string(route.m_path)});
+    }
+    for (const std::string& order : OrderNames())
+        routes.push_back({"POST", "/v1/orders/" + order});
+    for (const TreeNode& node : Nodes()) {
+        const std::string path(node.m_pattern);
+        if (node.m_make != nullptr || node.m_answer != nullptr) routes.push_back({"GET", path});
+        if (!node.m_writes.empty()) routes.push_back({std::string(node.m_writes), path});
+    }
+    return routes;
+}
+
+TEST(Grants, EveryRouteHasOneAndEveryOneHasARoute) {
+    std::set<const Grant*> used;
+    for (const ServedRoute& route : ServedRoutes()) {
+        const Grant* const grant = GrantFor(route.m_method, route.m_path);
+        ASSERT_NE(nullptr, grant) << route.m_method << " " << route.m_path;
+        used.insert(grant);
+        // Only what is read may be granted by a pattern for many: something new to be written is for nobody at first.
+        if (route.m_method == "GET") continue;
+        EXPECT_THAT(grant->m_path, Not(HasSubstr("{…}")));
+        EXPECT_EQ(Parts(grant->m_path), Parts(route.m_path)) << route.m_path;
+    }
+    for (const Grant& grant : Grants())
+        EXPECT_TRUE(used.contains(&grant)) << grant.m_method << " " << grant.m_path << " is nowhere";
 }
 
 TEST(Grants, WithoutAnAccountOnlyPlainLoopbackReadsAndOnlyRedfishLetsInElsewhere) {

@@ -89,6 +89,18 @@ TEST(RedfishDelete, EndsSessionsAndStreams) {
     EXPECT_EQ("end 2", Asked("DELETE", "/redfish/v1/EventService/Subscriptions/2"));
 }
 
+TEST(RedfishDelete, OfWhatHasChangedDoesNothing) {
+    const ShownBlade blade(SmallBlade());
+    for (const std::string path :
+         {"/redfish/v1/SessionService/Sessions/7f", "/redfish/v1/EventService/Subscriptions/2"}) {
+        RedfishRequest request{"DELETE", path};
+        request.m_ifMatch = "\"0000000000000000\"";
+        EXPECT_EQ("412 PreconditionFailed", TextOfWish(WishOf(blade.m_facts, request)));
+        request.m_ifMatch = blade.Get(path).Header("ETag");
+        EXPECT_FALSE(std::holds_alternative<RedfishAnswer>(WishOf(blade.m_facts, request))) << path;
+    }
+}
+
 TEST(RedfishMessages, CutLongValues) {
     EXPECT_EQ("text", ValueInMessage("text"));
     EXPECT_EQ("null", ValueInMessage(nullptr));
