@@ -63,7 +63,7 @@ worked example of a host.")
 bm_package(bmhost admin)
 set(CPACK_COMPONENT_BMHOST_DEPENDS libipmi-adaptor)
 set(CPACK_DEBIAN_BMHOST_PACKAGE_DEPENDS zstd) # bmhost report
-set(CPACK_DEBIAN_BMHOST_PACKAGE_SUGGESTS "bmhost-web, bladesim")
+set(CPACK_DEBIAN_BMHOST_PACKAGE_SUGGESTS "bmhost-web, ca-certificates, bladesim")
 foreach(file conffiles postinst prerm postrm)
     list(APPEND CPACK_DEBIAN_BMHOST_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/service/${file})
 endforeach()

@@ -22,6 +22,7 @@ int Run(const std::vector<std::string>& words) {
         context.Answer(line.m_answer);
         return ExitAllOk;
     }
+    TakeElsewhere(*line.m_command, options);
     try {
         const bool good = Do(*line.m_command, context);
         return context.Ending().value_or(good ? ExitAllOk : ExitSomeFailed);

@@ -3,6 +3,7 @@
 
 #include "host/client/HostOwner.h"
 #include "host/client/WireRows.h"
+#include "host/connect/Elsewhere.h"
 #include "host/words/Error.h"
 #include "host/words/Names.h"
 
@@ -52,9 +53,24 @@ ClientSession::ClientSession(HostClient& client) : m_client(client), m_events(cl
 
 int ClientSession::Lifecycle(Operation operation) {
     if (operation == Operation::Init || operation == Operation::Fin) return Success;
+    if (m_client.End().m_place.m_elsewhere != nullptr) return ByOrder(operation);
     int result = 0;
     Ask({{"op", OperationName(operation)}}, result, [](const ordered_json&) {});
     return result;
+}
+
+// At the web door fewer may make calls than may give orders.
+int ClientSession::ByOrder(Operation operation) {
+    const std::string name(OperationName(operation));
+    m_reasons.clear();
+    const ordered_json outcome = GoodBody(m_client.Post("/v1/orders/" + name, ordered_json::object()), name);
+    try {
+        m_reasons = outcome.value("reasons", std::vector<std::string>());
+        return IntegerOfWire(outcome.at("result"));
+    } catch (const std::exception& error) {
+        throw std::runtime_error(HostText(m_client.End()) + " sent what is no answer to `" + name +
+                                 "`: " + error.what());
+    }
 }
 
 std::unique_ptr<BM_ADAPTOR::CBMITable> ClientSession::Table(unsigned group, int& result) {
@@ -95,7 +111,7 @@ void ClientSession::Ask(const nlohmann::json& call, int& result, const std::func
         m_reasons = line.value("reasons", std::vector<std::string>());
         take(line);
     } catch (const std::exception& error) {
-        throw std::runtime_error(HostText(m_client.End().m_process) + " sent what is no answer to `" + what +
+        throw std::runtime_error(HostText(m_client.End()) + " sent what is no answer to `" + what +
                                  "`: " + error.what());
     }
 }
@@ -107,7 +123,7 @@ std::optional<AdaptorEvent> ClientSession::TakeEvent(std::chrono::milliseconds w
         const auto news = m_events.Next(std::max(left, std::chrono::milliseconds(0)));
         if (!news) return std::nullopt;
         if (news->m_kind != "event") continue;
-        const auto line = ordered_json::parse(news->m_data, nullptr, false);
+        const auto line = JsonOfWire(news->m_data);
         if (!line.is_object()) throw std::runtime_error("the resident host sent an event that is no JSON");
         // The ring has events from before.
         if (line.value("time", m_begun) < m_begun) continue;

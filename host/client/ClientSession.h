@@ -28,6 +28,7 @@ public:
     StorageComplaints Complaints() const override { return {}; }
 
 private:
+    int ByOrder(Operation operation);
     void Ask(const nlohmann::json& call, int& result, const std::function<void(const nlohmann::ordered_json&)>& take);
 
     HostClient& m_client;

@@ -6,6 +6,7 @@
 #include "host/client/HttpWire.h"
 #include "host/client/ServerEvents.h"
 #include "host/client/Waiting.h"
+#include "host/client/WireRows.h"
 #include "host/words/Error.h"
 
 #include <algorithm>
@@ -62,10 +63,10 @@ public:
     HostEnd End() const override { return {m_place, m_process}; }
 
 private:
-    std::string Host() const { return HostText(m_process); }
-    [[noreturn]] void Fail(const HttpRequest& request, const std::string& what) {
+    [[noreturn]] void Fail(const HttpRequest& request, const std::string& what, const std::string& why = "") {
         m_socket.reset();
-        throw std::runtime_error(Host() + " at " + m_place.Socket() + " " + what + " `" + request.Name() + "`");
+        throw std::runtime_error(PlacedHostText(End()) + " " + what + " `" + request.Name() + "`" +
+                                 (why.empty() ? "" : ": ") + why);
     }
 
     // The host may have closed a connection that was idle for too long: that one has an end to read.
@@ -108,11 +109,11 @@ private:
         const Deadline deadline = DeadlineAfter(m_timeout);
         try {
             Connect(deadline);
-            if (Send(RequestHead(request), deadline)) sendBody(deadline);
+            if (Send(RequestHeadFor(m_place, request), deadline)) sendBody(deadline);
             return Answer(request, m_timeout ? std::max(deadline, DeadlineAfter(m_timeout)) : deadline);
         } catch (const DeadlinePassed&) {
             m_socket.reset();
-            throw TimeUpError("no answer of " + Host() + " within " + SecondsText(*m_timeout) + "; " +
+            throw TimeUpError("no answer of " + HostText(End()) + " within " + SecondsText(*m_timeout) + "; " +
                               WaitingFor(m_place));
         } catch (const std::system_error& error) {
             Fail(request, "failed (" + error.code().message() + ") at");
@@ -133,17 +134,18 @@ private:
                     answer.End();
                 }
             }
-        } catch (const std::system_error&) {
-            Fail(request, "went away while it answered");
+        } catch (const std::system_error& error) {
+            Fail(request, "went away while it answered", m_place.m_elsewhere != nullptr ? error.what() : "");
         } catch (const HalfAnswer&) {
             Fail(request, "went away while it answered");
         } catch (const NoAnswer& error) {
             Fail(request, std::string("sent ") + error.what() + " for");
         }
         if (!answer.KeepsAlive()) m_socket.reset();
+        CheckAdmitted(m_place, answer.Status());
         HostAnswer result{answer.Status(), nullptr};
         if (body.empty()) return result;
-        result.m_body = ordered_json::parse(body, nullptr, false);
+        result.m_body = JsonOfWire(body);
         if (result.m_body.is_discarded()) Fail(request, "sent what is no JSON for");
         return result;
     }
@@ -174,8 +176,7 @@ std::unique_ptr<HostClient> HostClient::ConnectAt(const HostPlace& place,
         try {
             return std::make_unique<SocketClient>(place, timeout, HostSocket(place, deadline));
         } catch (const DeadlinePassed&) {
-            throw TimeUpError("the resident host at " + place.Socket() + " takes no connection within " +
-                              SecondsText(*timeout));
+            throw TimeUpError(PlacedHostText({place}) + " takes no connection within " + SecondsText(*timeout));
         } catch (const std::system_error& error) {
             const int reason = error.code().value();
             if (reason == EACCES || reason == EPERM)

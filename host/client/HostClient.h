@@ -12,11 +12,17 @@
 
 namespace bmhost {
 
-/// Where lock and socket of this blade's resident host are: the simulated blade's run folder, /run/bmhost otherwise.
+struct Elsewhere;
+
+/// Where lock and socket of this blade's resident host are: the simulated blade's run folder, /run/bmhost otherwise. Of
+/// a blade elsewhere where its web door is.
 struct HostPlace {
     std::string m_folder;
+    std::shared_ptr<const Elsewhere> m_elsewhere{};
     std::string Socket() const { return m_folder + "/bmhost.sock"; }
     std::string Lock() const { return m_folder + "/bmhost.lock"; }
+    /// The socket's path, or the door's URL.
+    std::string Text() const;
 };
 HostPlace PlaceOfHost();
 
@@ -38,7 +44,8 @@ public:
     /// Nothing when no resident host has the blade. Throws std::runtime_error when one has it and it may not be asked.
     /// @param timeout  for each answer; none: without a limit
     static std::unique_ptr<HostClient> Connect(std::optional<std::chrono::milliseconds> timeout);
-    /// The same at this place.
+    /// The same at this place. A blade elsewhere always has one: throws what host/connect throws when it cannot be
+    /// reached or may not be asked.
     static std::unique_ptr<HostClient> ConnectAt(const HostPlace& place,
                                                  std::optional<std::chrono::milliseconds> timeout);
     virtual ~HostClient() = default;

@@ -36,4 +36,13 @@ std::string HostText(pid_t process) {
     return "the resident host" + (process != 0 ? " (process " + std::to_string(process) + ")" : std::string());
 }
 
+std::string HostText(const HostEnd& end) {
+    return end.m_place.m_elsewhere != nullptr ? PlacedHostText(end) : HostText(end.m_process);
+}
+
+std::string PlacedHostText(const HostEnd& end) {
+    return (end.m_place.m_elsewhere != nullptr ? "the web door" : HostText(end.m_process)) + " at " +
+           end.m_place.Text();
+}
+
 } // namespace bmhost

@@ -24,5 +24,9 @@ std::optional<HostOwner> OwnerOf(const HostPlace& place);
 
 /// "the resident host (process 4711)"; without the process when that is 0.
 std::string HostText(pid_t process);
+/// The same, or "the web door at https://blade7:8443".
+std::string HostText(const HostEnd& end);
+/// "the resident host (process 4711) at /run/bmhost/bmhost.sock", or the door.
+std::string PlacedHostText(const HostEnd& end);
 
 } // namespace bmhost

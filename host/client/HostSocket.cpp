@@ -1,6 +1,10 @@
 // A connection to the resident host's socket: bytes with deadlines.
 #include "host/client/HostSocket.h"
 
+#include "host/client/HttpWire.h"
+#include "host/connect/DoorSocket.h"
+#include "host/connect/Elsewhere.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -18,21 +22,12 @@ namespace {
     throw std::system_error(error, std::generic_category(), path);
 }
 
-// Milliseconds for poll, rounded up: -1 without a deadline.
-int TimeLeft(const Deadline& deadline) {
-    if (!deadline) return -1;
-    constexpr std::chrono::milliseconds none(0);
-    constexpr std::chrono::milliseconds longest(24 * 60 * 60 * 1000);
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - std::chrono::steady_clock::now());
-    return static_cast<int>(std::clamp(left, none, longest).count());
-}
-
 void CheckIsRead(const pollfd& output) {
     if ((output.revents & (POLLERR | POLLHUP)) != 0) throw NobodyReads();
 }
 
-// Waits until the socket can do one of these things, and returns which.
-short WaitFor(int socket, short events, const Deadline& deadline, int output = -1) {
+// The same as long as somebody reads the output.
+short WaitForWhileRead(int socket, short events, const Deadline& deadline, int output) {
     for (;;) {
         std::array wanted = {pollfd{socket, events, 0}, pollfd{output, 0, 0}};
         const int ready = poll(wanted.data(), wanted.size(), TimeLeft(deadline));
@@ -57,11 +52,33 @@ sockaddr_un AddressOf(const HostPlace& place, bm_dev::UniqueFd& folder) {
     return address;
 }
 
+// Who cuts the connection off must not pass for a host that has said all.
+void CheckEnded(TlsHelper& helper) {
+    const std::string fault = helper.Fault();
+    if (!fault.empty()) throw std::system_error(ECONNRESET, std::generic_category(), fault);
+}
+
 } // namespace
 
-Deadline DeadlineAfter(std::optional<std::chrono::milliseconds> time) {
-    if (!time) return std::nullopt;
-    return std::chrono::steady_clock::now() + *time;
+std::string RequestHeadFor(const HostPlace& place, HttpRequest request) {
+    if (place.m_elsewhere != nullptr) {
+        request.m_host = place.m_elsewhere->Authority();
+        request.m_authorization = place.m_elsewhere->Authorization();
+    }
+    return RequestHead(request);
+}
+
+void CheckAdmitted(const HostPlace& place, unsigned status) {
+    constexpr unsigned unknown = 401;
+    constexpr unsigned tooMany = 429;
+    if (place.m_elsewhere == nullptr) return;
+    const std::string& account = place.m_elsewhere->m_account;
+    if (status == unknown && account.empty())
+        throw NotAdmitted(place.Text() + ": this needs an account: --account NAME --password-file FILE");
+    if (status == unknown)
+        throw NotAdmitted(place.Text() + ": the account " + account + " is unknown there, or the password is wrong");
+    if (status == tooMany)
+        throw NotAdmitted(place.Text() + ": too many wrong passwords for " + account + " or from here; wait a minute");
 }
 
 void WaitWhileRead(int output, std::chrono::milliseconds time) {
@@ -69,8 +86,17 @@ void WaitWhileRead(int output, std::chrono::milliseconds time) {
     if (poll(&wanted, 1, static_cast<int>(time.count())) > 0) CheckIsRead(wanted);
 }
 
-HostSocket::HostSocket(const HostPlace& place, const Deadline& deadline)
-    : m_socket(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+HostSocket::HostSocket(const HostPlace& place, const Deadline& deadline) {
+    if (place.m_elsewhere != nullptr && place.m_elsewhere->m_tls) {
+        m_helper = std::make_unique<TlsHelper>(HelperFile(), *place.m_elsewhere, m_socket);
+        m_helper->AwaitReady(deadline);
+        return;
+    }
+    if (place.m_elsewhere != nullptr) {
+        m_socket = ConnectLoopback(*place.m_elsewhere, deadline);
+        return;
+    }
+    m_socket = bm_dev::UniqueFd(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (!m_socket) FailSocket("socket", errno);
     bm_dev::UniqueFd folder;
     const sockaddr_un address = AddressOf(place, folder);
@@ -101,9 +127,10 @@ NobodyReads::NobodyReads() : std::system_error(EPIPE, std::generic_category(), "
 bool HostSocket::Receive(std::string& bytes, const Deadline& deadline, int output) {
     std::array<char, 65536> buffer{};
     for (;;) {
-        WaitFor(m_socket.Get(), POLLIN, deadline, output);
+        WaitForWhileRead(m_socket.Get(), POLLIN, deadline, output);
         const ssize_t received = recv(m_socket.Get(), buffer.data(), buffer.size(), 0);
         if (received > 0) bytes.append(buffer.data(), static_cast<std::size_t>(received));
+        if (received == 0 && m_helper != nullptr) CheckEnded(*m_helper);
         if (received >= 0) return received > 0;
         if (errno != EAGAIN && errno != EINTR) throw std::system_error(errno, std::generic_category(), "recv");
     }

@@ -26,12 +26,13 @@ std::string RequestHead(const HttpRequest& request) {
     }
     constexpr unsigned version = 11;
     http::request<http::empty_body> message(http::string_to_verb(request.m_method), request.m_path, version);
-    message.set(http::field::host, "localhost");
+    message.set(http::field::host, request.m_host);
     message.set(http::field::user_agent, "bmhost");
     if (request.m_after) {
         message.set(http::field::accept, "text/event-stream");
         message.set("Last-Event-ID", std::to_string(*request.m_after));
     }
+    if (!request.m_authorization.empty()) message.set(http::field::authorization, request.m_authorization);
     if (!request.m_account.empty()) message.set(AccountHeader, request.m_account);
     if (!request.m_type.empty()) {
         message.set(http::field::content_type, request.m_type);

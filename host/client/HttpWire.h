@@ -21,6 +21,8 @@ struct HttpRequest {
     uint64_t m_size = 0;               ///< of the body
     std::optional<uint64_t> m_after{}; ///< the last event that is known already
     std::string m_account{};           ///< for whom a door asks; empty: nobody
+    std::string m_host = "localhost";
+    std::string m_authorization{}; ///< at the door of a blade elsewhere
 
     /// "GET /v1/blade".
     std::string Name() const { return m_method + " " + m_path; }

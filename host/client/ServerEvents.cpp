@@ -1,6 +1,8 @@
 // Server-Sent Events from the resident host: read with deadlines, and taken up again where the stream breaks.
 #include "host/client/ServerEvents.h"
 
+#include "host/client/HostOwner.h"
+#include "host/connect/Elsewhere.h"
 #include "host/words/Value.h"
 
 #include <nlohmann/json.hpp>
@@ -91,13 +93,14 @@ EventStream::Connection::Connection(const HostPlace& place, const Deadline& dead
           std::nullopt) {}
 
 std::string EventStream::Host() const {
-    return "the resident host" + (m_process != 0 ? " (process " + std::to_string(m_process) + ")" : std::string()) +
-           " at " + m_place.Socket();
+    return PlacedHostText({m_place, m_process});
 }
 
 void EventStream::Open(const Deadline& deadline) {
     try {
         m_connection = std::make_unique<Connection>(m_place, deadline);
+    } catch (const Unreachable& error) {
+        throw HostGoneError(error.what());
     } catch (const std::system_error& error) {
         const int reason = error.code().value();
         if (reason == ENOENT || reason == ECONNREFUSED) throw HostGoneError(Host() + " has gone");
@@ -107,7 +110,7 @@ void EventStream::Open(const Deadline& deadline) {
     if (m_process != 0 && process != m_process) m_last = 0; // another host counts from 1 again
     m_process = process;
     HttpRequest request{"GET", "/v1/events", "", 0, m_last};
-    const std::string head = RequestHead(request);
+    const std::string head = RequestHeadFor(m_place, request);
     for (std::string_view rest = head; !rest.empty();) {
         const std::size_t sent = m_connection->m_socket.Send(rest, deadline);
         if (sent == 0) return; // what it says instead is read next
@@ -137,6 +140,7 @@ bool EventStream::Read(const Deadline& deadline) {
     }
     constexpr unsigned good = 200;
     if (answer.HasHead() && answer.Status() != good && answer.IsWhole()) {
+        CheckAdmitted(m_place, answer.Status());
         const auto body = nlohmann::json::parse(m_connection->m_refusal, nullptr, false);
         const bool known = body.is_object() && body.contains("error") && body["error"].is_object();
         throw std::runtime_error(Host() + " refused `GET /v1/events`: " +

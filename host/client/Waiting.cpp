@@ -18,7 +18,7 @@ constexpr std::chrono::milliseconds TimeToSay(1000);
 nlohmann::json CallsUnderWay(const HostPlace& place) {
     const Deadline deadline = DeadlineAfter(TimeToSay);
     HostSocket socket(place, deadline);
-    const std::string request = RequestHead({"GET", "/v1/blade/calls", "", 0});
+    const std::string request = RequestHeadFor(place, {"GET", "/v1/blade/calls", "", 0});
     for (std::string_view rest = request; !rest.empty();) {
         const std::size_t sent = socket.Send(rest, deadline);
         if (sent == 0) break;

@@ -65,6 +65,17 @@ CBMIParam ParamOfWire(const ordered_json& object) {
 
 } // namespace
 
+ordered_json JsonOfWire(const std::string& text) {
+    constexpr int deepest = 64;
+    bool tooDeep = false;
+    const auto look = [&tooDeep](int depth, ordered_json::parse_event_t, const ordered_json&) {
+        tooDeep = tooDeep || depth > deepest;
+        return !tooDeep;
+    };
+    ordered_json parsed = ordered_json::parse(text, look, false);
+    return tooDeep ? ordered_json(ordered_json::value_t::discarded) : parsed;
+}
+
 nlohmann::json WireRow(const CBMIParams& row) {
     nlohmann::json params = nlohmann::json::array();
     for (int i = 0; i < row.GetSize(); ++i) {

@@ -10,6 +10,10 @@
 
 namespace bmhost {
 
+/// What came as JSON; discarded when it is none, or nests deeper than anything that a host tells: who walks through it
+/// would run out of stack.
+nlohmann::ordered_json JsonOfWire(const std::string& text);
+
 /// [{"id":"0x303","type":1,"value":3}]; bytes above 0x7F are the characters of the same number.
 nlohmann::json WireRow(const BM_ADAPTOR::CBMIParams& row);
 

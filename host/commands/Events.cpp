@@ -1,6 +1,7 @@
 // `bmhost events` and `bmhost log`: what happens at the resident host, and its log.
 #include "host/client/ClientSession.h"
 #include "host/client/HostClient.h"
+#include "host/client/WireRows.h"
 #include "host/context/Context.h"
 #include "host/output/Redirect.h"
 #include "host/views/NewsLine.h"
@@ -32,7 +33,7 @@ HostClient& HostOf(Context& context) {
 }
 
 std::string EventText(const HostClient::ServerEvent& event, bool json) {
-    const ordered_json data = ordered_json::parse(event.m_data, nullptr, false);
+    const ordered_json data = JsonOfWire(event.m_data);
     if (!data.is_object()) throw std::runtime_error("the resident host sent an event that is no JSON");
     if (!json) return NewsLine(event.m_kind, data);
     const ordered_json line = {{"op", "events"}, {"id", event.m_id}, {"kind", event.m_kind}, {"data", data}};

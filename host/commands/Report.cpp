@@ -39,6 +39,8 @@ constexpr int LookOnly = 2;
 constexpr const char* LogLines = "10000";
 constexpr std::chrono::milliseconds ReportTime(15'000);
 
+constexpr const char* OnBlade = "it is on the blade's machine: `bmhost report` there has it";
+
 struct ReportWords {
     std::string m_file;
     bool m_force = false;
@@ -253,25 +255,33 @@ bool RunReport(const ReportWords& words, Context& context) {
     GlobalOptions globals = context.Globals();
     globals.m_json = false;
     globals.m_simulated = true;
-    if (!globals.m_forOwnAdaptor.empty()) globals.m_direct = true;
+    if (!globals.m_forOwnAdaptor.empty() && globals.m_elsewhere == nullptr) globals.m_direct = true;
     // Asked once here: whether there is one, and whether it may be asked, is the same for all parts.
     const auto time = TimeLimit(globals, false).value_or(ReportTime);
-    const bool hasHost = !globals.m_direct && HostClient::Connect(time) != nullptr;
+    const bool elsewhere = globals.m_elsewhere != nullptr;
+    const bool hasHost = !globals.m_direct && HostClient::ConnectAt(PlaceOf(globals), time) != nullptr;
     if (!hasHost) globals.m_mode = LookOnly;
     const auto progress = [&context](const char* what) {
         if (!context.Globals().m_json && !context.Globals().m_quiet) fprintf(stderr, "bmhost: report: %s\n", what);
     };
     ReportFolder folder(time);
-    progress("versions, packages, network");
-    PutMachine(folder);
+    if (elsewhere) {
+        for (const char* const part : {"versions.txt", "packages.txt", "interfaces.json", "ipmi", "storage"})
+            folder.Miss(part, OnBlade);
+    } else {
+        progress("versions, packages, network");
+        PutMachine(folder);
+    }
     progress("the log");
     PutLog(folder, globals, hasHost);
-    progress("the kernel's IPMI");
-    PutKernel(folder);
+    if (!elsewhere) {
+        progress("the kernel's IPMI");
+        PutKernel(folder);
+    }
     progress("the picture, the looks, the storage");
     const std::string picture = PutPicture(folder, globals, hasHost);
     PutLooks(folder, globals, picture);
-    PutStorage(folder, hasHost ? StorageIn(picture, globals) : globals.m_storage);
+    if (!elsewhere) PutStorage(folder, hasHost ? StorageIn(picture, globals) : globals.m_storage);
     progress("the tables");
     PutTables(folder, globals, hasHost);
     folder.Archive(archive.Descriptor());

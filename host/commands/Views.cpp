@@ -66,6 +66,7 @@ void AddViews(Commands& commands) {
         .Details(
             "The records of the simulated blade's driver file, in their order. Needs no adaptor, but a simulated blade.\n")
         .Example("bmhost pstn")
+        .OnlyHere()
         .Run(RunPstn);
     commands.Add("groups", "list the parameter groups and their parameters", Places)
         .Details("Needs no adaptor.\n")

@@ -5,12 +5,14 @@
 #include "host/client/HostClient.h"
 #include "host/client/HostSocket.h"
 #include "host/client/ServerEvents.h"
+#include "host/connect/Elsewhere.h"
 #include "host/context/Context.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/picture/PictureJson.h"
 #include "host/views/Views.h"
 #include "host/words/Commands.h"
+#include "host/words/Error.h"
 
 #include "bm_dev/ByteText.h"
 
@@ -105,12 +107,16 @@ bool RunWatch(Context& context) {
     for (bool told = false;; WaitWhileRead(context.Output(), RetryPause)) {
         std::string reason = "no resident host has the blade";
         try {
-            const auto host = HostClient::Connect(TimeLimit(options, limited));
+            const auto host = HostClient::ConnectAt(PlaceOf(options), TimeLimit(options, limited));
             if (host != nullptr) {
                 told = false;
                 Follow(*host, watched, StyleOf(context.Output(), context.Globals().m_wide), context.Output());
             }
         } catch (const std::system_error&) { // nobody reads the output any more
+            throw;
+        } catch (const NotAdmitted&) { // asking again and again would keep others out, too
+            throw;
+        } catch (const UsageError&) {
             throw;
         } catch (const std::runtime_error& error) {
             reason = error.what();

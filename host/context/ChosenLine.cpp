@@ -20,6 +20,9 @@ namespace {
 // What only an adaptor of its own could follow is no longer what the user means.
 void CheckClientOptions(const GlobalOptions& options, const HostClient& client) {
     if (options.m_forOwnAdaptor.empty()) return;
+    if (options.m_elsewhere != nullptr)
+        throw UsageError(options.m_forOwnAdaptor.front() + ": " + HostText(client.End()) +
+                         " has a host whose adaptor is loaded already");
     throw UsageError(options.m_forOwnAdaptor.front() + ": " + HostText(client.End().m_process) +
                      " has the adaptor; --direct loads one for this command");
 }
@@ -29,7 +32,8 @@ void CheckClientOptions(const GlobalOptions& options, const HostClient& client) 
 Context& ChosenLine::Chosen() {
     if (m_chosen != nullptr) return *m_chosen;
     constexpr bool limited = true;
-    auto client = Globals().m_direct ? nullptr : HostClient::Connect(TimeLimit(Globals(), limited));
+    auto client =
+        Globals().m_direct ? nullptr : HostClient::ConnectAt(PlaceOf(Globals()), TimeLimit(Globals(), limited));
     if (client != nullptr) {
         CheckClientOptions(Globals(), *client);
         m_chosen = std::make_unique<ClientLine>(Globals(), std::move(client));

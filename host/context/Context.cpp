@@ -34,6 +34,9 @@ void RefuseBesideHost(Context& context, const std::string& what) {
     HostClient* const host = context.Host();
     if (host == nullptr) return;
     const HostEnd end = host->End();
+    if (end.m_place.m_elsewhere != nullptr)
+        throw OtherHostError("another host has the blade, " + HostText(end) + ": " + what +
+                             " is for an adaptor of one's own");
     const auto owner = OwnerOf(end.m_place);
     throw OtherHostError(
         "another host has the blade: " + (owner ? owner->Text() : "bmhostd, process " + std::to_string(end.m_process)) +
@@ -41,6 +44,7 @@ void RefuseBesideHost(Context& context, const std::string& what) {
 }
 
 bool Do(const Command& command, Context& context) {
+    CheckIsNotElsewhere(command, context.Globals());
     return command.Runs()(context);
 }
 

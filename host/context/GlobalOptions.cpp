@@ -69,6 +69,15 @@ void AddGlobalOptions(Command& root, GlobalOptions& options) {
     root.Flag({"--simulated", "", "simulated data are asked for: they are no reason for status 4"},
               options.m_simulated);
     root.Flag({"--wide", "", "do not fit tables to the terminal"}, options.m_wide);
+    root.Option({"--connect", "URL", "the blade whose web door is at https://HOST[:PORT], or at http://127.0.0.1:PORT"},
+                options.m_connect);
+    root.Option({"--account", "NAME", "with --connect: the account of that web door"}, options.m_account);
+    root.Option({"--password-file", "FILE", "its password: the only line of a file of your own, '-' asks for it",
+                 Choices::Kind::File},
+                options.m_passwordFile);
+    root.Option({"--tls-ca", "FILE", "whose certificates are trusted, in PEM; default: those that the system trusts",
+                 Choices::Kind::File},
+                options.m_tlsCa);
     root.App().set_version_flag("-V,--version", "bmhost " BMHOST_VERSION, "show the version");
     root.App().set_help_flag("-h,--help", "show this help, or after a command what there is to know of it");
     root.KnownFlag("--quiet").KnownFlag("--help").KnownFlag("--version");

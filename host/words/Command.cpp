@@ -46,6 +46,11 @@ Command& Command::WithoutTimeLimit() {
     return *this;
 }
 
+Command& Command::OnlyHere() {
+    m_onlyHere = true;
+    return *this;
+}
+
 Command& Command::Dash(Dashes dashes) {
     m_dashes = dashes;
     return *this;

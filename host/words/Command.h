@@ -83,6 +83,8 @@ public:
     Command& Usage(const std::string& words);
     /// It ends when somebody ends it, or takes as long as it takes: no time limit but one that was given.
     Command& WithoutTimeLimit();
+    /// It is for the machine that it runs on, and asks no blade elsewhere.
+    Command& OnlyHere();
     Command& Dash(Dashes dashes);
 
     /// The next word. It is required.
@@ -132,6 +134,7 @@ public:
     std::string Forms() const;
     std::string Help() const;
     bool Lasts() const { return m_lasts; }
+    bool IsOnlyHere() const { return m_onlyHere; }
     Dashes HowDashesAreRead() const { return m_dashes; }
     const Runner& Runs() const { return m_run; }
     const std::vector<std::unique_ptr<Command>>& Members() const { return m_members; }
@@ -164,6 +167,7 @@ private:
     std::string m_details;
     std::vector<std::string> m_examples;
     bool m_lasts = false;
+    bool m_onlyHere = false;
     Dashes m_dashes = Dashes::AreOptions;
     Runner m_run;
 };

@@ -47,7 +47,8 @@ const OptionText FileOption{"--accounts", "FILE", "the file of the accounts", Ch
 }
 
 void RunIt(Command& command, const std::shared_ptr<AccountWords>& words) {
-    command.Run([words, name = command.Name()](Context& context) -> bool { Become(name, context.Globals(), *words); });
+    command.OnlyHere().Run(
+        [words, name = command.Name()](Context& context) -> bool { Become(name, context.Globals(), *words); });
 }
 
 } // namespace

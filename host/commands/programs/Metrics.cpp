@@ -37,6 +37,7 @@ void AddMetrics(Commands& commands) {
             "the program bmhost-web writes them. For node_exporter's textfile collector use --output. Without a resident\n"
             "host bmhost_up is 0, nothing else is said, and the status is 0.\n")
         .Example("bmhost metrics")
+        .OnlyHere()
         .Example("bmhost metrics --output bmhost.prom")
         .Run([words](Context& context) -> bool { Become(context.Globals(), *words); });
 }

@@ -57,6 +57,7 @@ void AddRun(Commands& commands) {
     Command& run = commands.Add("run", "be the resident host until Ctrl-C or SIGTERM", OnCommandLine);
     const auto words = run.Own<RunWords>();
     run.WithoutTimeLimit()
+        .OnlyHere()
         .Option({"--config", "FILE", "the host's configuration file", Choices::Kind::File}, words->m_config)
         .Option({"--state", "DIR", "the folder of the history of upgrades", Choices::Kind::Folder}, words->m_state)
         .Option({"--sweep", "S", "seconds in which every LED is read once; default 30"}, words->m_sweep, {0, 86400})

@@ -22,6 +22,7 @@ void AddWeb(Commands& commands) {
     const auto served = web.Own<WebWords>();
     web.Words("[OPTION ...]", served->m_all)
         .Dash(Dashes::AreWords)
+        .OnlyHere()
         .WithoutTimeLimit()
         .Details(
             "Answers HTTP at each --listen ADDRESS:PORT: on a loopback address without TLS, where whoever asks may\n"
@@ -36,6 +37,7 @@ void AddWeb(Commands& commands) {
     const auto made = init.Own<WebWords>();
     init.Words("[OPTION ...]", made->m_all)
         .Dash(Dashes::AreWords)
+        .OnlyHere()
         .WithoutTimeLimit()
         .Details(
             "Makes web.key and web.crt in /etc/bmhost or --dir DIR, for the machine's names and addresses and each\n"

@@ -119,6 +119,8 @@ TEST(HostClient, WhatIsNoAnswerIsAnErrorWithItsReason) {
     EXPECT_THAT(ErrorOfGet(Always("220 mail ready\r\n\r\n")), HasSubstr(" sent what is no HTTP answer: "));
     EXPECT_THAT(ErrorOfGet(Always(JsonAnswer(200, "{\"a\":"))), HasSubstr(" sent what is no JSON for `GET /v1/blade`"));
     EXPECT_THAT(ErrorOfGet(Always(JsonAnswer(200, "\xff\xfe"))), HasSubstr(" sent what is no JSON for"));
+    EXPECT_THAT(ErrorOfGet(Always(JsonAnswer(200, std::string(1000, '[') + std::string(1000, ']')))),
+                HasSubstr(" sent what is no JSON for"));
     EXPECT_THAT(ErrorOfGet(Always("HTTP/1.1 200 OK\r\nContent-Length: 16777217\r\n\r\n")),
                 HasSubstr(" sent an answer that is too long for `GET /v1/blade`"));
     EXPECT_THAT(ErrorOfGet(Always(JsonAnswer(200, "{}") + "x")), HasSubstr(" sent more than it was asked for for"));

@@ -171,7 +171,8 @@ TEST(GlobalOptions, AreInTheHelp) {
         EXPECT_THAT(help, HasSubstr("Usage: bmhost [OPTIONS] COMMAND ..."));
         for (const char* text : {"--adaptor FILE", "--mode N", "--log-level N", "--log FILE", "--storage DIR", "--json",
                                  "--notice-after MS", "--timeout SECONDS", "--direct", "-q,--quiet", "--simulated",
-                                 "--wide", "-V,--version", "-h,--help", "Exit status: 0 "})
+                                 "--wide", "--connect URL", "--account NAME", "--password-file FILE", "--tls-ca FILE",
+                                 "-V,--version", "-h,--help", "Exit status: 0 "})
             EXPECT_THAT(help, HasSubstr(text));
     }
 }

@@ -9,7 +9,7 @@
 namespace {
 
 using namespace bmhost;
-using json = nlohmann::ordered_json;
+using nlohmann::ordered_json;
 
 Statistics Full() {
     Statistics full;
@@ -35,8 +35,8 @@ Statistics Full() {
 }
 
 TEST(StatisticsJson, EveryCountComesBack) {
-    const json first = StatisticsJson(Full());
-    const Statistics back = StatisticsOf(json::parse(first.dump()));
+    const ordered_json first = StatisticsJson(Full());
+    const Statistics back = StatisticsOf(ordered_json::parse(first.dump()));
     EXPECT_EQ(first, StatisticsJson(back));
     EXPECT_EQ(Full().m_since, back.m_since);
     EXPECT_EQ(Full().m_reads.m_latencies.m_counts, back.m_reads.m_latencies.m_counts);
@@ -47,30 +47,30 @@ TEST(StatisticsJson, EveryCountComesBack) {
 }
 
 TEST(StatisticsJson, WhatNobodyHasNotedIsNull) {
-    const json empty = StatisticsJson({});
+    const ordered_json empty = StatisticsJson({});
     EXPECT_TRUE(empty.at("since").is_null());
-    EXPECT_EQ(json::array(), empty.at("calls"));
+    EXPECT_EQ(ordered_json::array(), empty.at("calls"));
     EXPECT_EQ(WallTime{}, StatisticsOf(empty).m_since);
     EXPECT_TRUE(StatisticsJson(Full()).at("calls").at(0).at("group").is_null());
 }
 
 TEST(StatisticsJson, AnythingElseIsRefused) {
-    const auto refused = [](const char* pointer, const json& value) {
-        json changed = StatisticsJson(Full());
-        changed[json::json_pointer(pointer)] = value;
+    const auto refused = [](const char* pointer, const ordered_json& value) {
+        ordered_json changed = StatisticsJson(Full());
+        changed[ordered_json::json_pointer(pointer)] = value;
         EXPECT_THROW(StatisticsOf(changed), std::runtime_error) << pointer;
     };
     refused("/since", "yesterday");
     refused("/requests/under_way", -1);
-    refused("/requests/read", json::array());
+    refused("/requests/read", ordered_json::array());
     refused("/requests/read/latencies/bounds_s/0", 0.25);
-    refused("/requests/read/latencies/counts", json::array({1}));
+    refused("/requests/read/latencies/counts", ordered_json::array({1}));
     refused("/completion_codes/0/code", "193");
     refused("/completion_codes/0/code", "0x");
     refused("/calls/0/result", "x");
     refused("/orders/0/good", 1);
     refused("/restarts", 1.5);
-    json short_ = StatisticsJson(Full());
+    ordered_json short_ = StatisticsJson(Full());
     short_.erase("events");
     EXPECT_THROW(StatisticsOf(short_), std::runtime_error);
 }
