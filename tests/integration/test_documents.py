@@ -48,6 +48,7 @@ NOT_RUN = [
     ("bladesim --blade lost-late -- bmhost --log-level 3 init", "does not return; Integration.lost_late runs it"),
     ("curl http://127.0.0.1:18080", "a client of the door, which has ended by then; Integration.web does the same"),
     ("curl -u carla", "the same"),
+    ("bmhost --connect https://blade7.example", "asks another machine; Integration.connect does the same"),
     ("bladesim --blade typical --ipmi guest -- qemu-system-i386", "a whole machine; ./dev vm runs it"),
     ("bladesim --blade typical --ipmi machine -- bash", "within that machine"),
 ]
