@@ -6,6 +6,7 @@ import os
 import re
 import signal
 import socket
+import ssl
 import subprocess
 from pathlib import Path
 
@@ -211,6 +212,57 @@ def test_a_stranger_gets_no_password(web, tmp_path):  # noqa: F811
     assert "login of" not in there.door.log()
 
 
+class Impostor:
+    """A server with a certificate of the test's choice."""
+
+    def __init__(self, certificate, key):
+        self.context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        self.context.load_cert_chain(certificate, key)
+        self.listening = socket.create_server(("127.0.0.1", 0))
+        self.url = f"https://localhost:{self.listening.getsockname()[1]}"
+
+    def take(self):
+        connection, _ = self.listening.accept()
+        connection.settimeout(SECONDS)
+        return self.context.wrap_socket(connection, server_side=True)
+
+
+def test_a_certificate_that_has_expired_is_refused(tmp_path):
+    key, request, names, certificate = (str(tmp_path / name) for name in ("key", "request", "names", "certificate"))
+    Path(names).write_text("subjectAltName=DNS:localhost\n")
+    new = ["openssl", "req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-subj", "/CN=localhost"]
+    subprocess.run([*new, "-keyout", key, "-out", request], check=True, capture_output=True)
+    words = ["openssl", "x509", "-req", "-in", request, "-signkey", key, "-days", "-1", "-extfile", names, "-out", certificate]
+    subprocess.run(words, check=True, capture_output=True)
+    server = Impostor(certificate, key)
+    command = subprocess.Popen([BMHOST, "--connect", server.url, "--tls-ca", certificate, "leds"], stderr=subprocess.PIPE, text=True)
+    with pytest.raises(OSError):
+        server.take().recv(1)
+    _, errors = command.communicate(timeout=SECONDS)
+    assert command.returncode == 1 and "its certificate has expired" in errors, errors
+
+
+def test_a_door_that_says_nothing_costs_the_time_that_was_given(tmp_path):
+    silent = socket.create_server(("127.0.0.1", 0))
+    port = silent.getsockname()[1]
+    for url, text in ((f"https://localhost:{port}", "takes no connection within 0.3 s"), (f"http://localhost:{port}", "no answer of the web door at")):
+        done = bmhost("--connect", url, "--timeout", "0.3", "leds")
+        assert done.returncode == 5 and text in done.stderr, done.stderr
+    assert helpers() == []
+
+
+def test_a_redirection_is_not_followed(web, tmp_path):  # noqa: F811
+    there = tls_door(web, tmp_path)
+    server = Impostor(tmp_path / "web.crt", tmp_path / "web.key")
+    command = subprocess.Popen([BMHOST, "--connect", server.url, *there.options, "log"], stderr=subprocess.PIPE, text=True)
+    with server.take() as connection:
+        connection.recv(65536)
+        answer = f"HTTP/1.1 307 Elsewhere\r\nLocation: {there.url}/v1/log\r\nContent-Length: 0\r\n\r\n"
+        connection.sendall(answer.encode())
+    _, errors = command.communicate(timeout=SECONDS)
+    assert command.returncode == 1 and "refused `GET /v1/log`: status 307" in errors, errors
+
+
 def test_a_helper_that_is_killed_is_told_and_none_stays(web, tmp_path):  # noqa: F811
     there = tls_door(web, tmp_path)
     words = [BMHOST, *there.words(), "shell"]
@@ -236,21 +288,20 @@ def test_a_helper_that_is_killed_is_told_and_none_stays(web, tmp_path):  # noqa:
 def test_an_answer_that_is_cut_off_is_none(web, tmp_path):  # noqa: F811
     """Who cuts the connection is no host that has said all: the body has no length, so that its end is the connection's."""
     there = tls_door(web, tmp_path)
-    listening = socket.create_server(("127.0.0.1", 0))
-    url = f"https://localhost:{listening.getsockname()[1]}"
-    command = subprocess.Popen([BMHOST, *there.words()[:1], url, *there.options, "log"], stderr=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-    import ssl
-
-    context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-    context.load_cert_chain(tmp_path / "web.crt", tmp_path / "web.key")
-    connection, _ = listening.accept()
-    with context.wrap_socket(connection, server_side=True, suppress_ragged_eofs=True) as server:
-        assert b"GET /v1/log" in server.recv(65536)
-        server.sendall(b'HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n\r\n{"lines": []}')
-        os.close(server.detach())  # no goodbye
-    output, errors = command.communicate(timeout=SECONDS)
-    assert (command.returncode, output) == (1, "") and "went away while it answered" in errors, errors
-    listening.close()
+    server = Impostor(tmp_path / "web.crt", tmp_path / "web.key")
+    words = [BMHOST, "--connect", server.url, *there.options, "--json", "log"]
+    for is_whole in (True, False):
+        command = subprocess.Popen(words, stderr=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        connection = server.take()
+        assert b"GET /v1/log" in connection.recv(65536)
+        connection.sendall(b'HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n\r\n{"lines": []}')
+        if is_whole:
+            connection.unwrap().close()
+        else:
+            os.close(connection.detach())  # no goodbye
+        output, errors = command.communicate(timeout=SECONDS)
+        assert (command.returncode, output != "") == ((0, True) if is_whole else (1, False)), errors
+    assert "went away while it answered" in errors, errors
 
 
 def test_the_password_stands_nowhere_where_others_look(there):
