@@ -11,7 +11,7 @@ namespace bmhost {
 namespace {
 
 /// Makes the machine's id one of this service, from which nobody finds out the machine's.
-constexpr sd_id128_t OwnId = SD_ID128_MAKE(5d, 0e, 2a, 71, 9c, 84, 4b, 36, a1, 57, 3f, e8, 60, 12, d9, 4c);
+constexpr sd_id128_t OwnId = SD_ID128_ARRAY(5d, 0e, 2a, 71, 9c, 84, 4b, 36, a1, 57, 3f, e8, 60, 12, d9, 4c);
 
 std::vector<RoleFacts> Roles() {
     std::vector<RoleFacts> roles;
