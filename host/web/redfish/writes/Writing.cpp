@@ -13,6 +13,7 @@ using nlohmann::ordered_json;
 namespace {
 
 constexpr std::size_t LongestInMessage = 200;
+constexpr int MostNested = 16; // what the library does with deeper ones takes stack for each level
 
 // A text that the body has to have; the first thing that is wrong goes to the complaints.
 std::string NeededText(const ordered_json& body, const char* name, std::vector<ExtendedInfo>& complaints) {
@@ -79,8 +80,13 @@ constexpr Writer Writers[] = {
 } // namespace
 
 std::variant<ordered_json, RedfishAnswer> ObjectOf(const std::string& body) {
-    ordered_json parsed = ordered_json::parse(body, nullptr, false);
-    if (parsed.is_discarded()) return ErrorAnswer(400, {{"MalformedJSON"}});
+    bool deep = false;
+    const auto check = [&deep](int depth, ordered_json::parse_event_t, const ordered_json&) {
+        deep = deep || depth > MostNested;
+        return !deep;
+    };
+    ordered_json parsed = ordered_json::parse(body, check, false);
+    if (deep || parsed.is_discarded()) return ErrorAnswer(400, {{"MalformedJSON"}});
     if (!parsed.is_object()) return ErrorAnswer(400, {{"UnrecognizedRequestBody"}});
     return parsed;
 }

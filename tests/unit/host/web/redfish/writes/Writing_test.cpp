@@ -82,6 +82,17 @@ TEST(RedfishLogin, NeedsNameAndPassword) {
     EXPECT_EQ("400 UnrecognizedRequestBody", Asked("POST", sessions, "[]"));
 }
 
+// Who has no account can send one, too.
+TEST(RedfishLogin, TakesNoDeepJson) {
+    const std::string sessions = "/redfish/v1/SessionService/Sessions";
+    const auto nested = [](std::size_t levels) {
+        return R"({"UserName": )" + std::string(levels, '[') + std::string(levels, ']') + R"(, "Password": "x"})";
+    };
+    EXPECT_EQ("400 PropertyValueTypeError([[[]]], UserName)", Asked("POST", sessions, nested(3)));
+    EXPECT_EQ("400 MalformedJSON", Asked("POST", sessions, nested(17)));
+    EXPECT_EQ("400 MalformedJSON", Asked("POST", sessions, nested(30'000)));
+}
+
 TEST(RedfishDelete, EndsSessionsAndStreams) {
     EXPECT_EQ("logout 7f", Asked("DELETE", "/redfish/v1/SessionService/Sessions/7f"));
     EXPECT_EQ("404 ResourceMissingAtURI(/redfish/v1/SessionService/Sessions/99)",
