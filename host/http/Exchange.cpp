@@ -6,6 +6,7 @@
 #include <cstring>
 #include <exception>
 #include <stdexcept>
+#include <utility>
 
 namespace bmhost {
 
@@ -82,6 +83,7 @@ MHD_Result Exchange::Step(std::string_view body) {
     case Phase::Waiting:
         if (m_gone) return MHD_NO;
         if (m_answer) return Send(*m_answer);
+        if (std::exchange(m_again, false)) return CarryOut();
         m_all.m_connections.Suspend(m_connection);
         return MHD_YES;
     case Phase::Answering:
@@ -233,8 +235,12 @@ ssize_t Exchange::ReadStream(char* to, std::size_t most) {
 }
 
 void Exchange::Deliver(Settled answer) {
-    if (m_phase != Phase::Waiting || m_answer) return;
-    m_answer = std::move(answer);
+    if (m_phase != Phase::Waiting || m_answer || m_again) return;
+    if (std::holds_alternative<Again>(answer)) {
+        m_again = true;
+    } else {
+        m_answer = std::move(answer);
+    }
     m_all.m_connections.Resume(m_connection);
 }
 

@@ -72,7 +72,8 @@ private:
     Phase m_phase = Phase::Begin;
     bool m_gone = false;
     Request m_request;
-    std::optional<Settled> m_answer; ///< as soon as it is known
+    std::optional<Settled> m_answer; ///< as soon as it is known; never Again
+    bool m_again = false;            ///< the service is to be asked once more
     std::unique_ptr<Stream> m_stream;
     /// By then a body for a sink has come.
     std::optional<std::chrono::steady_clock::time_point> m_bodyEnd;

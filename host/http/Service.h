@@ -23,8 +23,11 @@ struct Streams {
 
 using Outcome = std::variant<Reply, Waits, Streams>;
 
-/// What a request that waits is answered in the end; a refusal becomes HttpService::ErrorReply.
-using Settled = std::variant<Reply, Refusal>;
+/// What the request waited for is there: it is handled once more, as it was left.
+struct Again {};
+
+/// What a request that waits comes to in the end; a refusal becomes HttpService::ErrorReply.
+using Settled = std::variant<Reply, Refusal, Again>;
 /// Called once, on any thread, perhaps before the handler returns, perhaps after the server's end. Dropped without a
 /// call, it answers 503.
 using Ticket = std::function<void(Settled)>;
@@ -42,7 +45,7 @@ public:
     /// Throws Refusal; what else is thrown is told as 500.
     virtual BodyPlan Begin(Request& request, std::optional<uint64_t> length) = 0;
     /// The request has come whole. Throws Refusal; what else is thrown is told as 500. Who returns Waits has taken a
-    /// ticket.
+    /// ticket, and is called once more for the same request if that is answered with Again.
     virtual Outcome Handle(Request& request, const TakeTicket& takeTicket) = 0;
     /// What an error looks like in the service's language. The request may have been refused before Begin.
     virtual Reply ErrorReply(const Request& request, const Refusal& refusal) = 0;

@@ -46,31 +46,6 @@ std::string PrivilegesText(Role role) {
     return text;
 }
 
-// All of it but what can be in one place only, which goes along.
-Request TakenFrom(Request& request) {
-    Request taken;
-    taken.m_method = request.m_method;
-    taken.m_path = request.m_path;
-    taken.m_query = request.m_query;
-    taken.m_headers = request.m_headers;
-    taken.m_peer = request.m_peer;
-    taken.m_captured = request.m_captured;
-    taken.m_own = request.m_own;
-    taken.m_body = std::move(request.m_body);
-    taken.m_sink = std::move(request.m_sink);
-    return taken;
-}
-
-// An answer that comes later cannot be a stream. A reader of events connects again by itself, and its password is
-// remembered then.
-Reply ConnectAgain() {
-    Reply reply;
-    reply.m_contentType = "text/event-stream";
-    reply.m_headers = {{"Cache-Control", "no-store"}};
-    reply.m_body = std::make_shared<const std::string>(": the password was right: connect again\nretry: 100\n\n");
-    return reply;
-}
-
 } // namespace
 
 std::optional<Visitor> VisitorOf(const Request& request) {
@@ -105,6 +80,10 @@ public:
             }
         }
         then();
+    }
+    bool IsDone() const {
+        const std::lock_guard lock(m_guard);
+        return m_login.has_value();
     }
     bool HasFailed() const {
         const std::lock_guard lock(m_guard);
@@ -147,57 +126,13 @@ struct Door::Own {
     std::shared_ptr<Checking> m_checking;
 };
 
-/// A request that waits for its check.
-struct Door::Checked {
-    Request m_request;
-    Ticket m_ticket;
-    std::shared_ptr<Checking> m_checking;
-};
-
-/// Requests whose checks are done.
-class Door::Queue {
-public:
-    void Add(std::shared_ptr<Checked> checked) {
-        const std::lock_guard lock(m_guard);
-        m_checked.push_back(std::move(checked));
-        if (m_wake) m_wake();
-    }
-    std::vector<std::shared_ptr<Checked>> Take() {
-        const std::lock_guard lock(m_guard);
-        return std::exchange(m_checked, {});
-    }
-    void OnAdded(std::function<void()> wake) {
-        const std::lock_guard lock(m_guard);
-        m_wake = std::move(wake);
-    }
-
-private:
-    std::mutex m_guard;
-    std::vector<std::shared_ptr<Checked>> m_checked;
-    std::function<void()> m_wake;
-};
-
 Door::Door(std::vector<DoorListener> listeners, Logins& logins, HttpService& others)
     : m_listeners(std::move(listeners)),
       m_logins(logins),
-      m_others(others),
-      m_queue(std::make_shared<Queue>()) {}
-
-Door::~Door() {
-    m_queue->OnAdded(nullptr);
-}
+      m_others(others) {}
 
 void Door::Add(const std::string& path, HttpService& service, IsOwn isOwn) {
     m_services.push_back({path, &service, std::move(isOwn)});
-}
-
-void Door::OnChecked(std::function<void()> wake) {
-    m_queue->OnAdded(std::move(wake));
-}
-
-void Door::Settle() {
-    for (const auto& checked : m_queue->Take())
-        GoOn(*checked);
 }
 
 const Door::Served* Door::ServedAt(std::string_view path) const {
@@ -279,34 +214,20 @@ BodyPlan Door::Begin(Request& request, std::optional<uint64_t> length) {
 }
 
 Outcome Door::Handle(Request& request, const TakeTicket& takeTicket) {
+    const std::shared_ptr<Checking> checking = std::any_cast<Own&>(request.m_own).m_checking;
+    if (checking != nullptr && !checking->IsDone()) {
+        checking->Then([ticket = takeTicket()] { ticket(Again{}); });
+        return Waits{};
+    }
     Own own = std::any_cast<Own>(std::move(request.m_own));
     request.m_own = std::move(own.m_service);
-    if (own.m_checking != nullptr) return Later(request, own.m_checking, takeTicket);
-    return ServiceOf(request).Handle(request, takeTicket);
-}
-
-Outcome Door::Later(Request& request, const std::shared_ptr<Checking>& checking, const TakeTicket& takeTicket) {
-    const Ticket ticket = takeTicket();
-    if (request.m_sink) request.m_sink = static_cast<CheckedSink&>(*request.m_sink).Take();
-    auto checked = std::make_shared<Checked>(Checked{TakenFrom(request), ticket, checking});
-    checking->Then([queue = m_queue, checked = std::move(checked)] { queue->Add(checked); });
-    return Waits{};
-}
-
-void Door::GoOn(Checked& checked) const {
-    try {
-        const Visitor visitor = checked.m_checking->Result();
-        Admit(checked.m_request, visitor);
-        SetVisitor(checked.m_request, visitor);
-        Outcome outcome =
-            ServiceOf(checked.m_request).Handle(checked.m_request, [&checked] { return checked.m_ticket; });
-        if (auto* reply = std::get_if<Reply>(&outcome)) checked.m_ticket(std::move(*reply));
-        if (std::holds_alternative<Streams>(outcome)) checked.m_ticket(ConnectAgain());
-    } catch (const Refusal& refusal) {
-        checked.m_ticket(refusal);
-    } catch (const std::exception& error) {
-        checked.m_ticket(Refusal(500, "", error.what()));
+    if (checking != nullptr) {
+        const Visitor visitor = checking->Result();
+        Admit(request, visitor);
+        SetVisitor(request, visitor);
+        if (request.m_sink) request.m_sink = static_cast<CheckedSink&>(*request.m_sink).Take();
     }
+    return ServiceOf(request).Handle(request, takeTicket);
 }
 
 Reply Door::ErrorReply(const Request& request, const Refusal& refusal) {

@@ -34,16 +34,11 @@ public:
     /// @param logins  outlives the door
     /// @param others  errors of paths that no service has
     Door(std::vector<DoorListener> listeners, Logins& logins, HttpService& others);
-    ~Door() override;
     Door(const Door&) = delete;
     Door& operator=(const Door&) = delete;
 
     /// The path and all below it are this service's, which outlives the door.
     void Add(const std::string& path, HttpService& service, IsOwn isOwn = {});
-    /// How Settle is made to be called soon, by any thread; with null, no longer once this returns.
-    void OnChecked(std::function<void()> wake);
-    /// Goes on with requests whose passwords have been checked. On the server's thread, each turn.
-    void Settle();
 
     BodyPlan Begin(Request& request, std::optional<uint64_t> length) override;
     Outcome Handle(Request& request, const TakeTicket& takeTicket) override;
@@ -58,22 +53,17 @@ private:
     };
     class Checking;
     class CheckedSink;
-    class Queue;
     struct Own;
-    struct Checked;
 
     const Served* ServedAt(std::string_view path) const;
     HttpService& ServiceOf(const Request& request) const;
     std::optional<Visitor> Enter(const Request& request, std::optional<Credentials>& unchecked) const;
     void Admit(const Request& request, const std::optional<Visitor>& visitor) const;
-    void GoOn(Checked& checked) const;
-    Outcome Later(Request& request, const std::shared_ptr<Checking>& checking, const TakeTicket& takeTicket);
 
     const std::vector<DoorListener> m_listeners;
     Logins& m_logins;
     HttpService& m_others;
     std::vector<Served> m_services;
-    std::shared_ptr<Queue> m_queue; ///< checks may outlive the door
 };
 
 } // namespace bmhost

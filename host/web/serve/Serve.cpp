@@ -142,12 +142,8 @@ public:
             [this](const std::string& account, const HostAnswer& answer) { m_journal.Tell(account, answer); });
         m_redfish.OnEvents([this] { m_server.WakeStreams(); });
         m_mirror.OnNews([this] { m_server.WakeStreams(); });
-        m_door.OnChecked([this] { m_server.WakeStreams(); });
     }
-    ~WebDoor() {
-        m_mirror.OnNews(nullptr);
-        m_door.OnChecked(nullptr);
-    }
+    ~WebDoor() { m_mirror.OnNews(nullptr); }
     WebDoor(const WebDoor&) = delete;
     WebDoor& operator=(const WebDoor&) = delete;
 
@@ -160,7 +156,6 @@ public:
             if (!ready) TellReady(service);
             ready = true;
             if (m_reload.exchange(false)) Reload();
-            m_door.Settle();
             m_redfish.Turn();
             service.Feed(Status());
         });

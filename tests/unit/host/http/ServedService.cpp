@@ -109,7 +109,8 @@ Outcome SmallService::Handle(Request& request, const TakeTicket& takeTicket) {
         Reload();
         return TextReply(200, "reloaded");
     }
-    if (path != "/late") throw Refusal(404, path, "no such path");
+    if (path != "/late" && path != "/stream-later") throw Refusal(404, path, "no such path");
+    request.m_own = std::string("/stream"); // what it is when it is handled again
     Ticket ticket = takeTicket();
     const std::lock_guard lock(m_mutex);
     m_tickets.push_back(std::move(ticket));

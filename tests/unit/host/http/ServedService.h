@@ -23,7 +23,7 @@ public:
     bmhost::Reply ErrorReply(const bmhost::Request& request, const bmhost::Refusal& refusal) override;
     void Finish(const bmhost::Request& request, bmhost::Reply& reply) override;
 
-    /// What GET /late has taken; waits until there are that many. On any thread.
+    /// What GET /late and GET /stream-later have taken; waits until there are that many. On any thread.
     std::vector<bmhost::Ticket> Tickets(std::size_t count);
     /// On any thread.
     void ForgetTickets();

@@ -112,6 +112,21 @@ TEST(HttpServer, ATicketAnswersOrRefusesLater) {
     EXPECT_EQ(first.Get("/nothing").m_status, 404);
 }
 
+TEST(HttpServer, ATicketMayHaveTheRequestHandledAgain) {
+    ServedService served;
+    served.Service().Say("one.");
+    const Client client(served.Socket());
+    client.Send("GET /stream-later HTTP/1.1\r\nHost: h\r\n\r\n");
+    const auto tickets = served.Service().Tickets(1);
+    ASSERT_EQ(tickets.size(), 1U);
+    tickets[0](Again{});
+    EXPECT_EQ(client.Read().m_headers.at("content-type"), "text/plain");
+    client.ReadUntil("one.");
+    served.Service().Say("two.");
+    served.Server().WakeStreams();
+    EXPECT_TRUE(client.ReadUntil("two.").ends_with("two."));
+}
+
 TEST(HttpServer, ADroppedTicketIsAnError) {
     ServedService served;
     const Client client(served.Socket());

@@ -203,18 +203,18 @@ TEST(Door, EventsAreStreamedFromTheMirror) {
     EXPECT_THAT(client.ReadUntil("{\"a\":1}"), HasSubstr("event: health"));
 }
 
-TEST(Door, AReaderOfEventsWhosePasswordWasComparedConnectsAgain) {
+TEST(Door, AReaderOfEventsWhosePasswordIsComparedFirstGetsTheStream) {
     ServedDoor door;
-    const std::string request =
-        "GET /v1/events HTTP/1.1\r\nHost: h\r\n" + Basic("reader", "readerword") + "Accept: text/event-stream\r\n\r\n";
+    ASSERT_TRUE(IsThere(door));
     const TlsClient client(door.Secure());
-    client.Send(request);
-    const Answer first = client.Read();
-    EXPECT_EQ(first.m_status, 200);
-    EXPECT_EQ(first.m_headers.at("content-type"), "text/event-stream");
-    EXPECT_THAT(first.m_body, HasSubstr("retry: 100"));
-    client.Send(request);
-    EXPECT_THAT(client.ReadUntil(": events after "), HasSubstr("200 OK"));
+    client.Send("GET /v1/events?after=0 HTTP/1.1\r\nHost: h\r\n" + Basic("reader", "readerword") + "\r\n");
+    EXPECT_THAT(client.ReadUntil("event: host"), HasSubstr("200 OK"));
+    door.Blade().Tell("health", R"({"a":1})");
+    client.ReadUntil("{\"a\":1}");
+    EXPECT_EQ(door.Compared(), 1);
+    const TlsClient wrong(door.Secure());
+    wrong.Send("GET /v1/events HTTP/1.1\r\nHost: h\r\n" + Basic("reader", "guessed") + "\r\n");
+    EXPECT_EQ(wrong.Read().m_status, 401);
 }
 
 TEST(Door, ABladeThatIsNotReachableIsNoState) {

@@ -83,8 +83,7 @@ ServedDoor::ServedDoor(const ForwarderLimits& orders)
     m_server = std::make_unique<HttpServer>(
         std::vector<Listener>{{m_listening[0].Get()}, {m_listening[1].Get(), MakeTls("h")}}, m_door);
     m_mirror.OnNews([this] { m_server->WakeStreams(); });
-    m_door.OnChecked([this] { m_server->WakeStreams(); });
-    m_thread = std::thread([this] { m_server->Run([this] { m_door.Settle(); }); });
+    m_thread = std::thread([this] { m_server->Run([] {}); });
 }
 
 ServedDoor::~ServedDoor() {
@@ -92,7 +91,6 @@ ServedDoor::~ServedDoor() {
     m_server->Stop();
     m_thread.join();
     m_mirror.OnNews(nullptr);
-    m_door.OnChecked(nullptr);
     m_server.reset();
 }
 

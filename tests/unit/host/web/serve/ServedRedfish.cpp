@@ -70,16 +70,10 @@ ServedRedfish::ServedRedfish()
     m_server = std::make_unique<HttpServer>(
         std::vector<Listener>{{m_listening[0].Get()}, {m_listening[1].Get(), MakeTls("h")}}, m_door);
     m_mirror.OnNews([this] { m_server->WakeStreams(); });
-    m_door.OnChecked([this] { m_server->WakeStreams(); });
     m_redfish.OnEvents([this] { m_server->WakeStreams(); });
     m_blade.Show(SmallBlade());
     m_mirror.Renew(30s);
-    m_thread = std::thread([this] {
-        m_server->Run([this] {
-            m_door.Settle();
-            m_redfish.Turn();
-        });
-    });
+    m_thread = std::thread([this] { m_server->Run([this] { m_redfish.Turn(); }); });
 }
 
 ServedRedfish::~ServedRedfish() {
@@ -87,7 +81,6 @@ ServedRedfish::~ServedRedfish() {
     m_server->Stop();
     m_thread.join();
     m_mirror.OnNews(nullptr);
-    m_door.OnChecked(nullptr);
     m_server.reset();
 }
 
