@@ -13,6 +13,6 @@ nlohmann::ordered_json PictureJson(const Picture& picture);
 /// The part "source" alone.
 nlohmann::ordered_json SourceJson(const Source& source);
 /// Throws std::runtime_error naming what is missing or of another type.
-Picture PictureOf(const nlohmann::ordered_json& json);
+Picture PictureOf(const nlohmann::ordered_json& picture);
 
 } // namespace bmhost

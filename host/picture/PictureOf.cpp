@@ -14,32 +14,32 @@
 namespace bmhost {
 
 using namespace BM_ADAPTOR;
-using json = nlohmann::ordered_json;
+using nlohmann::ordered_json;
 
 namespace {
 
 /// A JSON object whose members have to be there, and what it is called in errors.
 class Reader {
 public:
-    Reader(const json& object, std::string place) : m_object(object), m_place(std::move(place)) {
+    Reader(const ordered_json& object, std::string place) : m_object(object), m_place(std::move(place)) {
         if (!object.is_object()) throw Wrong(m_place, "an object");
     }
 
     int32_t Int(const char* key) const {
-        const json& value = Member(key);
+        const ordered_json& value = Member(key);
         const bool fits = value.is_number_integer() && value >= std::numeric_limits<int32_t>::min() &&
                           value <= std::numeric_limits<int32_t>::max();
         if (!fits) throw Wrong(PlaceOf(key), "a number of 32 bits");
         return value.get<int32_t>();
     }
     uint64_t Count(const char* key) const {
-        const json& value = Member(key);
+        const ordered_json& value = Member(key);
         if (!value.is_number_integer() || (!value.is_number_unsigned() && value < 0))
             throw Wrong(PlaceOf(key), "a number from 0");
         return value.get<uint64_t>();
     }
     bool Bool(const char* key) const {
-        const json& value = Member(key);
+        const ordered_json& value = Member(key);
         if (!value.is_boolean()) throw Wrong(PlaceOf(key), "true or false");
         return value.get<bool>();
     }
@@ -48,7 +48,7 @@ public:
     /// Null is no time.
     WallTime Time(const char* key) const { return OptionalTime(key).value_or(WallTime{}); }
     std::optional<WallTime> OptionalTime(const char* key) const {
-        const json& value = Member(key);
+        const ordered_json& value = Member(key);
         if (value.is_null()) return std::nullopt;
         const auto time = value.is_string() ? WallTimeOf(value.get<std::string>()) : std::nullopt;
         if (!time) throw Wrong(PlaceOf(key), "a time");
@@ -56,8 +56,9 @@ public:
     }
     std::vector<std::string> Lines(const char* key) const {
         std::vector<std::string> lines;
-        Each(key,
-             [&](const json& item, const std::string& place) { lines.push_back(BytesOfUtf8(TextOf(item, place))); });
+        Each(key, [&](const ordered_json& item, const std::string& place) {
+            lines.push_back(BytesOfUtf8(TextOf(item, place)));
+        });
         return lines;
     }
     /// A word that the function knows.
@@ -71,7 +72,7 @@ public:
     Reader Object(const char* key) const { return {Member(key), PlaceOf(key)}; }
     bool IsNull(const char* key) const { return Member(key).is_null(); }
     bool Has(const char* key) const { return m_object.contains(key); }
-    const json& Member(const char* key) const {
+    const ordered_json& Member(const char* key) const {
         const auto found = m_object.find(key);
         if (found == m_object.end()) throw std::runtime_error("picture: " + PlaceOf(key) + ": is missing");
         return *found;
@@ -80,7 +81,7 @@ public:
 
     template <typename Taker>
     void Each(const char* key, const Taker& taker) const {
-        const json& array = Member(key);
+        const ordered_json& array = Member(key);
         if (!array.is_array()) throw Wrong(PlaceOf(key), "an array");
         for (std::size_t i = 0; i < array.size(); ++i)
             taker(array[i], PlaceOf(key) + "[" + std::to_string(i) + "]");
@@ -88,13 +89,15 @@ public:
     template <typename Item>
     std::vector<Item> Items(const char* key, Item (*itemOf)(const Reader&)) const {
         std::vector<Item> items;
-        Each(key, [&](const json& item, const std::string& place) { items.push_back(itemOf(Reader(item, place))); });
+        Each(key,
+             [&](const ordered_json& item, const std::string& place) { items.push_back(itemOf(Reader(item, place))); });
         return items;
     }
     CBMIParams Row(const char* key, unsigned group) const { return RowIn(Member(key), group, PlaceOf(key)); }
     std::vector<CBMIParams> Rows(const char* key, unsigned group) const {
         std::vector<CBMIParams> rows;
-        Each(key, [&](const json& item, const std::string& place) { rows.push_back(RowIn(item, group, place)); });
+        Each(key,
+             [&](const ordered_json& item, const std::string& place) { rows.push_back(RowIn(item, group, place)); });
         return rows;
     }
 
@@ -102,15 +105,15 @@ private:
     static std::runtime_error Wrong(const std::string& place, const std::string& expected) {
         return std::runtime_error("picture: " + place + ": expected " + expected);
     }
-    static std::string TextOf(const json& value, const std::string& place) {
+    static std::string TextOf(const ordered_json& value, const std::string& place) {
         if (!value.is_string()) throw Wrong(place, "a text");
         return value.get<std::string>();
     }
-    static CBMIParams RowIn(const json& value, unsigned group, const std::string& place) {
+    static CBMIParams RowIn(const ordered_json& value, unsigned group, const std::string& place) {
         return RowOfJson(value, group, "picture: " + place);
     }
 
-    const json& m_object;
+    const ordered_json& m_object;
     std::string m_place;
 };
 
@@ -151,7 +154,7 @@ LedReading LedOf(const Reader& led) {
     return reading;
 }
 
-DspFacts DspOf(const Reader& dsp) {
+DspFacts DspIn(const Reader& dsp) {
     return {dsp.Int("dsp"), dsp.Int("bay"),   dsp.Int("dsp_of_amc"), dsp.Text("mac"),
             dsp.Text("ip"), dsp.Bool("read"), dsp.Bool("stored"),    dsp.Text("note")};
 }
@@ -163,7 +166,7 @@ std::optional<std::optional<bool>> LinkOfWord(std::string_view word) {
     return std::nullopt;
 }
 
-PortFacts PortOf(const Reader& port) {
+PortFacts PortIn(const Reader& port) {
     return {port.Int("port"),
             port.Text("name"),
             port.Text("leads_to"),
@@ -205,7 +208,7 @@ Fault FaultOf(const Reader& fault) {
 
 } // namespace
 
-Picture PictureOf(const json& picture) {
+Picture PictureOf(const ordered_json& picture) {
     const Reader root(picture, "");
     Picture read;
     read.m_revision = root.Count("revision");
@@ -214,8 +217,8 @@ Picture PictureOf(const json& picture) {
     read.m_host = HostOf(root.Object("host"));
     read.m_inventory = InventoryOf(root.Object("inventory"));
     read.m_leds = root.Items("leds", LedOf);
-    read.m_dsps = root.Items("dsps", DspOf);
-    read.m_ports = root.Items("ports", PortOf);
+    read.m_dsps = root.Items("dsps", DspIn);
+    read.m_ports = root.Items("ports", PortIn);
     read.m_health = HealthOf(root.Object("health"));
     read.m_controller = ControllerOf(root.Object("controller"));
     read.m_upgrades = root.Items("upgrades", UpgradeFactsOf);

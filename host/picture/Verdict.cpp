@@ -29,13 +29,11 @@ std::string LightOf(const LedReading* reading) {
     return row ? LedShows(*row) : UnreadLed;
 }
 
-// A red health LED, an out-of-service LED of any colour, and one of them that cannot be read.
-bool LedsAtFault(const LedReading* outOfService, const LedReading* health) {
-    const auto unread = [](const LedReading* reading) { return reading != nullptr && !reading->m_state; };
-    const auto out = StateOf(outOfService);
-    const auto well = StateOf(health);
-    return unread(outOfService) || unread(health) || (out && IsLit(*out)) ||
-           (well && IsLit(*well) && well->m_color == INTERNAL_LED_RED);
+// One that cannot be read, and one that is lit: the health LED in red only.
+bool IsAtFault(const LedReading* reading, bool redOnly) {
+    if (reading == nullptr) return false;
+    const auto row = StateOf(reading);
+    return !row || (IsLit(*row) && (!redOnly || row->m_color == INTERNAL_LED_RED));
 }
 
 std::string BytesOf(const CBMIParams& row, unsigned id) {
@@ -46,12 +44,11 @@ std::string BytesOf(const CBMIParams& row, unsigned id) {
 PlaceStatus PlaceOf(const Picture& picture, int32_t bay, std::string name, std::optional<int32_t> runStatus) {
     const LedReading* const outOfService = FindLed(picture, bay, HOST_LED_OUT_OF_SERVICE);
     const LedReading* const health = FindLed(picture, bay, HOST_LED_HEALTH);
-    return {bay,
-            std::move(name),
-            runStatus,
-            LightOf(outOfService),
-            LightOf(health),
-            runStatus == RUN_STATUS_FAILED || LedsAtFault(outOfService, health)};
+    PlaceStatus place{bay, std::move(name), runStatus, LightOf(outOfService), LightOf(health)};
+    place.m_outOfServiceAtFault = IsAtFault(outOfService, false);
+    place.m_healthAtFault = IsAtFault(health, true);
+    place.m_atFault = runStatus == RUN_STATUS_FAILED || place.m_outOfServiceAtFault || place.m_healthAtFault;
+    return place;
 }
 
 bool Failed(const std::optional<CallOutcome>& call) {

@@ -16,6 +16,8 @@ struct PlaceStatus {
     std::optional<int32_t> m_runStatus; ///< the baseboard has none
     std::string m_outOfService;         ///< what the LED shows: "on red"; "-" when there is none, "not read"
     std::string m_health;               ///< likewise
+    bool m_outOfServiceAtFault = false; ///< the LED is lit, or cannot be read
+    bool m_healthAtFault = false;       ///< it is red, or cannot be read
     bool m_atFault = false;             ///< it has failed, or one of the two LEDs says so
 };
 

@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::size_t RunStatusColumn = 2;
 constexpr std::size_t OutOfServiceColumn = 3;
+constexpr std::size_t HealthColumn = 4;
 constexpr const char* PaintGreen = "92";
 constexpr const char* PaintRed = "91";
 
@@ -34,7 +35,8 @@ std::string PlaceTable(const std::vector<PlaceStatus>& places, const Style& styl
         const PlaceStatus& place = places[line - 1];
         if (column == RunStatusColumn && place.m_runStatus == RUN_STATUS_RUNNING) return PaintGreen;
         if (column == RunStatusColumn && place.m_runStatus == RUN_STATUS_FAILED) return PaintRed;
-        return column >= OutOfServiceColumn && place.m_atFault ? PaintRed : nullptr;
+        if (column == OutOfServiceColumn && place.m_outOfServiceAtFault) return PaintRed;
+        return column == HealthColumn && place.m_healthAtFault ? PaintRed : nullptr;
     });
 }
 

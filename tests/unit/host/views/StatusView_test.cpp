@@ -70,12 +70,13 @@ TEST(StatusView, SaysThatMonitoringHasEndedAndThatAControllerIsSimulated) {
                                                    "controller: none, the inventory is simulated\n"));
 }
 
-TEST(StatusView, ColorsWhatHasFailedAndTheLedsOfAPlaceAtFault) {
+TEST(StatusView, ColorsWhatHasFailedAndTheLedsThatSaySo) {
     Style style;
     style.m_color = true;
     const std::string text = StatusText(OneModule(), style);
     EXPECT_THAT(text, HasSubstr("\033[91mfailed (5)\033[0m"));
     EXPECT_THAT(text, HasSubstr("\033[91mon red\033[0m"));
+    EXPECT_THAT(text, testing::Not(HasSubstr("\033[91m-"))) << "the other LED says nothing of it";
 }
 
 TEST(UpgradeText, SaysThatThereWasNone) {
