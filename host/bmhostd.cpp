@@ -255,10 +255,19 @@ void TellHung(const std::string& hung) {
     if (!LeadsToJournal(STDERR_FILENO)) fprintf(stderr, "bmhost: %s\n", text.c_str());
 }
 
+void TellThrown(const std::exception_ptr& thrown) {
+    try {
+        std::rethrow_exception(thrown);
+    } catch (const std::exception& error) {
+        FailedProgram(error, ExitSomeFailed);
+    }
+}
+
 bool BeResident(const DaemonOptions& options, StopRequest& stop, Reloads& reloads) {
     const KeptLog log;
     const HostPlace place = PlaceOfHost();
     const BladeLock lock(place, "bmhostd");
+    SetUpLog(options.m_logLevel, options.m_logFile); // not before: a host that is refused leaves no file
     const ServerSocket socket(lock, place);
     const int output = OutputFor(options);
     const auto lines = options.m_json ? MakeRunJson(output) : MakeRunText(output);
@@ -275,16 +284,23 @@ bool BeResident(const DaemonOptions& options, StopRequest& stop, Reloads& reload
         Ender ender(stop, resident, server);
         resident.Begin(StartsAlone(options, lock));
         Serve(server, resident, reloads);
-        good = ender.Good();
+        std::exception_ptr thrown;
+        try {
+            good = ender.Good();
+        } catch (...) {
+            thrown = std::current_exception();
+        }
         if (const std::string hung = resident.Hung(); !hung.empty()) TellHung(hung);
         if (!resident.EndLanes(LastWait)) {
             // A call is in the adaptor for ever: neither it nor what it uses may go.
             story.Finish();
+            if (thrown != nullptr) TellThrown(thrown);
             DisarmEndNotice();
             socket.Remove();
             lock.GiveBack();
             _exit(good ? ExitAllOk : ExitSomeFailed);
         }
+        if (thrown != nullptr) std::rethrow_exception(thrown);
     }
     story.Finish();
     return good;
@@ -296,7 +312,7 @@ int Run(const Words& words) {
         WriteAll(STDOUT_FILENO, options.m_answer);
         return ExitAllOk;
     }
-    SetUpLog(options.m_logLevel, options.m_logFile);
+    BM_LOG_LEVEL = options.m_logLevel;
     StopRequest stop;
     Reloads reloads(words);
     return WithSignals(

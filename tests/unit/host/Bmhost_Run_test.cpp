@@ -76,11 +76,13 @@ TEST_F(BmhostRun, HangupReadsTheConfigurationAgain) {
 TEST_F(BmhostRun, SecondIsRefusedWithTheFirstOnesProcess) {
     HostProcess host = StartRun("good");
     ASSERT_TRUE(host.ErrorHas("[stub] Start"));
-    const Ended second = RunHost({"--adaptor", StubFile("good"), "run"}); // in the first one's folder
+    const std::string log = m_folder + "/log";
+    const Ended second = RunHost({"--adaptor", StubFile("good"), "--log", log, "run"}); // in the first one's folder
     EXPECT_EQ(6, second.m_status);
     EXPECT_EQ("", second.StubCalls());
     EXPECT_THAT(second.ErrorLines(), ElementsAre(MatchesRegex("bmhost: another host has the blade: bmhostd, process " +
                                                               std::to_string(host.Process()) + ", since .*Z")));
+    EXPECT_FALSE(std::filesystem::exists(log));
     host.Signal(SIGTERM);
     EXPECT_EQ(0, host.End().m_status);
 }
@@ -117,6 +119,17 @@ TEST_F(BmhostRun, ThirdSignalEndsItAtOnceThoughStartHangs) {
     const Ended ended = host.End();
     EXPECT_EQ(SIGTERM, ended.m_signal);
     EXPECT_EQ("Init Start", Life(ended));
+}
+
+TEST_F(BmhostRun, EndsWhenStopThrowsThoughAReadHangs) {
+    HostProcess host = StartRun("stop_throws");
+    ASSERT_TRUE(host.ErrorHas("[stub] Start"));
+    EXPECT_EQ(5, RunHost({"--timeout", "0.3", "read", "0x10"}).m_status);
+    host.Signal(SIGTERM);
+    const Ended ended = host.End();
+    EXPECT_EQ(1, ended.m_status);
+    EXPECT_THAT(ended.ErrorLines(), Contains(HasSubstr("no controller")));
+    EXPECT_FALSE(std::filesystem::exists(m_folder + "/bmhost.sock"));
 }
 
 TEST_F(BmhostRun, GoesOnWhenStartFailsAndShowsWhatTheToolsSaid) {

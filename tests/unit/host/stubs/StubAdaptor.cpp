@@ -1,5 +1,5 @@
-// An adaptor without hardware: it answers a few groups; its variant says what it does in Init, Start, Stop or on
-// creation. Every call leaves a line "[stub] …" in the log.
+// An adaptor without hardware: it answers a few groups; its variant says what it does in Init, Start, Stop, a read or
+// on creation. Every call leaves a line "[stub] …" in the log.
 #include "host/stubs/StubGroups.h"
 
 #include "bm/BaseAdaptor.h"
@@ -28,6 +28,9 @@
 #endif
 #ifndef STUB_STOP
 #define STUB_STOP Nothing
+#endif
+#ifndef STUB_READ
+#define STUB_READ Nothing
 #endif
 
 namespace {
@@ -157,7 +160,7 @@ public:
         Note("Read");
         row = nullptr;
         if (group == StubNotFound) return RESULT_NOT_FOUND;
-        if (group != StubEcho) return 0;
+        if (group != StubEcho || Do(Act::STUB_READ) != 1) return 0;
         row = new CBMIParams(*keys);
         return 1;
     }
