@@ -4,7 +4,9 @@
 #include "host/client/ClientSession.h"
 #include "host/client/ServerEvents.h"
 #include "host/context/Context.h"
+#include "host/output/Progress.h"
 #include "host/output/Redirect.h"
+#include "host/picture/Led.h"
 #include "host/picture/StatusNames.h"
 #include "host/words/Error.h"
 #include "host/words/Situations.h"
@@ -14,9 +16,11 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -60,14 +64,60 @@ private:
     uint64_t m_last = 101;
 };
 
+/// Whoever interrupts this command does not end the upgrade, and is told so. A signal that was ignored stays ignored.
+class TellsThatItGoesOn {
+public:
+    TellsThatItGoesOn() {
+        for (std::size_t i = 0; i < Signals.size(); ++i) {
+            sigaction(Signals[i], nullptr, &m_before[i]);
+            if (m_before[i].sa_handler != SIG_IGN) signal(Signals[i], Tell);
+        }
+    }
+    TellsThatItGoesOn(const TellsThatItGoesOn&) = delete;
+    TellsThatItGoesOn& operator=(const TellsThatItGoesOn&) = delete;
+    ~TellsThatItGoesOn() {
+        for (std::size_t i = 0; i < Signals.size(); ++i)
+            sigaction(Signals[i], &m_before[i], nullptr);
+    }
+
+private:
+    static constexpr std::array Signals = {SIGINT, SIGTERM, SIGHUP};
+
+    static void Tell(int number) {
+        constexpr std::string_view text =
+            "\nbmhost: the resident host goes on with the upgrade; `bmhost firmware show` tells how it ends\n";
+        const std::string_view told = text.substr(isatty(STDERR_FILENO) == 1 ? 0 : 1); // the terminal is within a line
+        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, told.data(), told.size());
+        signal(number, SIG_DFL);
+        raise(number); // once this has returned
+    }
+
+    std::array<struct sigaction, Signals.size()> m_before{};
+};
+
 // The upgrade that was begun is the last one of the history.
-UpgradeFacts Followed(HostClient& host, Context& context) {
+UpgradeFacts Followed(HostClient& host, Context& context, const std::string& place) {
+    const TellsThatItGoesOn tells;
+    const GlobalOptions& globals = context.Globals();
+    Progress shown(place + ": upgrade in progress", context.Output(), !globals.m_json && !globals.m_quiet);
     EventStream news(host.End().m_place, 0);
     for (;;) {
         const Picture picture = context.Look();
-        if (!picture.m_upgrades.empty() && picture.m_upgrades.back().m_ended) return picture.m_upgrades.back();
+        if (!picture.m_upgrades.empty() && picture.m_upgrades.back().m_ended) {
+            shown.Clear();
+            return picture.m_upgrades.back();
+        }
+        shown.Tick();
         news.Next(LookAgain);
     }
+}
+
+// The place that the order names, as it is told.
+std::string PlaceOf(const Order& order) {
+    const std::string target = order.m_values.at("target").get<std::string>();
+    if (target == "board") return UpgradeTargetText({UpgradeOfBaseboard, BaseboardBay, UpgradeIsRunning});
+    const int bay = target == "rtm" ? RtmBay : order.m_values.at("bay").get<int>();
+    return UpgradeTargetText({UpgradeOfModule, bay, UpgradeIsRunning});
 }
 
 // How the upgrade has ended is known, even when the host has gone since.
@@ -114,7 +164,7 @@ OrderOutcome UpgradeByHost(HostClient& host, Context& context, const Order& orde
     const HostAnswer answer = host.PostFile(PathOfUpgrade(order), image.Get(), size, SentShown(context, size));
     OrderOutcome outcome = OrderOutcomeOf(GoodBody(answer, "firmware-update"));
     if (!outcome.m_good) return outcome;
-    const UpgradeFacts facts = Followed(host, context);
+    const UpgradeFacts facts = Followed(host, context, PlaceOf(order));
     outcome.m_good = facts.m_state == UpgradeIsDone;
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(*facts.m_ended - facts.m_begun).count();
     outcome.m_text = UpgradeTargetText({facts.m_target, facts.m_bay, facts.m_state}) +

@@ -5,6 +5,7 @@
 #include "host/orders/FirmwareFile.h"
 #include "host/orders/UpgradeHistory.h"
 #include "host/orders/UpgradeLock.h"
+#include "host/output/Progress.h"
 #include "host/output/Redirect.h"
 #include "host/output/TextOutput.h"
 #include "host/picture/StatusNames.h"
@@ -13,7 +14,6 @@
 #include <chrono>
 #include <cstdio>
 #include <optional>
-#include <system_error>
 #include <unistd.h>
 
 namespace bmhost {
@@ -23,52 +23,6 @@ using namespace BM_ADAPTOR;
 namespace {
 
 constexpr std::chrono::seconds Tick(1);
-constexpr int QuietSeconds = 60; // between two lines where there is no terminal
-
-/// What is shown while the upgrade runs.
-class Progress {
-public:
-    Progress(std::string place, int output, bool shown)
-        : m_place(std::move(place)),
-          m_output(output),
-          m_shown(shown),
-          m_terminal(output >= 0 && isatty(output) == 1) {}
-
-    void Tick() {
-        if (!m_shown) return;
-        const auto seconds = Seconds();
-        if (m_terminal) {
-            Tell("\r" + m_place + ": upgrade in progress, " + std::to_string(seconds) + " s");
-        } else if (seconds >= m_nextLine) {
-            m_nextLine = seconds + QuietSeconds;
-            Tell(m_place + ": upgrade in progress, " + std::to_string(seconds) + " s\n");
-        }
-    }
-    void Line(const std::string& text) {
-        // The line of the progress is longer: what is left of it goes.
-        Tell((m_terminal ? "\r\033[K" : "") + text + "\n");
-    }
-    int64_t Seconds() const {
-        return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - m_begin).count();
-    }
-
-private:
-    // The upgrade goes on when its terminal has gone.
-    void Tell(const std::string& text) {
-        try {
-            if (m_output >= 0) WriteAll(m_output, text);
-        } catch (const std::system_error&) {
-            m_output = -1;
-        }
-    }
-
-    std::string m_place;
-    int m_output;
-    bool m_shown;
-    bool m_terminal;
-    int64_t m_nextLine = 0;
-    std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
-};
 
 // The upgrade's event, or without one what the adaptor's row says: nothing while it is in progress.
 std::optional<int> Outcome(Session& session) {
@@ -131,7 +85,7 @@ OrderOutcome UpgradeToTheEnd(const Order& order, Session& session, const Picture
     UpgradeFacts facts = FactsOf(outcome);
     Keep(facts, outcome);
     const std::string place = UpgradeTargetText({facts.m_target, facts.m_bay, facts.m_state});
-    Progress shown(place, output, progress);
+    Progress shown(place + ": upgrade in progress", output, progress);
     std::optional<int> state;
     for (shown.Tick(); !(state = Outcome(session));)
         shown.Tick();

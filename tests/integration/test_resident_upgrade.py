@@ -115,6 +115,58 @@ def test_the_death_of_the_client_does_not_end_the_upgrade(serving, image, tmp_pa
     assert host.end()[0] == 0
 
 
+def follower(image, **options):
+    words = [word for word in words_of(image) if word != "--json"]
+    return subprocess.Popen(words, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, **options)
+
+
+def test_who_interrupts_the_client_is_told_that_the_upgrade_goes_on(serving, image):
+    order("tool", "set", "fwburn", "--delay", FOR_EVER, "--times", "1")
+    host = serving()
+    asking = follower(image)
+    run = run_of("fwburn")
+    assert asking.stdout.readline() == f"AMC bay {BAY}: upgrade in progress, 0 s\n"
+    asking.send_signal(signal.SIGINT)
+    _, errors = asking.communicate(timeout=SECONDS)
+    assert asking.returncode == -signal.SIGINT
+    assert errors == "bmhost: the resident host goes on with the upgrade; `bmhost firmware show` tells how it ends\n"
+    assert last_upgrade()["ended"] is None
+    end_of_tool(run)
+    wait_until(lambda: last_upgrade()["ended"] is not None)
+    assert host.end()[0] == 0
+
+
+def test_a_signal_that_the_client_ignores_stays_ignored(serving, image):
+    order("tool", "set", "fwburn", "--delay", FOR_EVER, "--times", "1")
+    host = serving()
+    asking = follower(image, preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+    run = run_of("fwburn")
+    asking.stdout.readline()
+    asking.send_signal(signal.SIGHUP)
+    end_of_tool(run)
+    out, errors = asking.communicate(timeout=SECONDS)
+    assert asking.returncode >= 0 and f"AMC bay {BAY}: " in out, errors
+    assert "goes on" not in errors
+    assert host.end()[0] == 0
+
+
+def test_a_terminal_shows_the_upgrade_second_by_second(serving, image):
+    order("tool", "set", "fwburn", "--delay", FOR_EVER, "--times", "1")
+    host = serving()
+    primary, secondary = os.openpty()
+    words = [word for word in words_of(image) if word != "--json"]
+    asking = subprocess.Popen(words, stdout=secondary, stderr=subprocess.DEVNULL)
+    os.close(secondary)
+    run = run_of("fwburn")
+    shown = b""
+    while f"\rAMC bay {BAY}: upgrade in progress, 1 s".encode() not in shown:
+        shown += os.read(primary, 4096)
+    end_of_tool(run)
+    asking.wait(SECONDS)
+    os.close(primary)
+    assert host.end()[0] == 0
+
+
 def test_an_image_that_is_cut_off_leaves_nothing(serving, tmp_path):
     host = serving()
     with socket.socket(socket.AF_UNIX) as cut:
