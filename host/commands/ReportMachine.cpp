@@ -41,8 +41,8 @@ std::string IpmiLines(const std::string& text) {
 
 void CopyAll(ReportFolder& folder, const std::string& to, const std::string& from) {
     for (const std::string& name : NamesIn(from, "")) {
-        const std::string part = to + "/" + name;
-        const std::string file = from + "/" + name;
+        const std::string part = std::string(to).append("/").append(name);
+        const std::string file = std::string(from).append("/").append(name);
         folder.OfController(part, [&] { return folder.Copy(part, file); }); // a driver may ask it
     }
 }

@@ -100,6 +100,7 @@ UpgradeFacts Followed(HostClient& host, Context& context, const std::string& pla
     const TellsThatItGoesOn tells;
     const GlobalOptions& globals = context.Globals();
     Progress shown(place + ": upgrade in progress", context.Output(), !globals.m_json && !globals.m_quiet);
+    shown.Tick(); // however soon it ends
     EventStream news(host.End().m_place, 0);
     for (;;) {
         const Picture picture = context.Look();
@@ -107,8 +108,8 @@ UpgradeFacts Followed(HostClient& host, Context& context, const std::string& pla
             shown.Clear();
             return picture.m_upgrades.back();
         }
-        shown.Tick();
         news.Next(LookAgain);
+        shown.Tick();
     }
 }
 

@@ -54,6 +54,6 @@ OrderOutcome CarryOut(const Order& order, Session& session, const Picture& pictu
 /// and the order's own values after them.
 nlohmann::ordered_json OrderOutcomeJson(const std::string& order, const OrderOutcome& outcome);
 /// Throws std::runtime_error naming what is missing or of another type.
-OrderOutcome OrderOutcomeOf(const nlohmann::ordered_json& json);
+OrderOutcome OrderOutcomeOf(const nlohmann::ordered_json& fields);
 
 } // namespace bmhost

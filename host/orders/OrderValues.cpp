@@ -43,7 +43,7 @@ std::string OrderValues::Text(std::string_view name) const {
 }
 
 std::string OrderValues::OneOf(std::string_view name, std::initializer_list<std::string_view> texts) const {
-    const std::string text = Has(name) ? Text(name) : "";
+    std::string text = Has(name) ? Text(name) : "";
     if (std::ranges::find(texts, text) != texts.end()) return text;
     std::string expected = "expected";
     for (const std::string_view each : texts)
