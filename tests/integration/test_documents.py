@@ -37,6 +37,9 @@ NO_EXAMPLES = [
     ("storage.md", "<?xml", "a file"),
     ("storage.md", "<3> [Storage]", "the form of a log line"),
     ("vm.md", "bladesim --ipmi guest (outside)", "a drawing"),
+    ("web.md", "import sushy", "a script, which Integration.ansible runs"),
+    ("web.md", "- hosts: localhost", "a playbook, which Integration.ansible runs"),
+    ("web.md", "scrape_configs:", "Prometheus' configuration, which Integration.prometheus uses"),
 ]
 
 # Command lines that cannot be run here: how they begin, and why.
@@ -49,6 +52,8 @@ NOT_RUN = [
     ("curl http://127.0.0.1:18080", "a client of the door, which has ended by then; Integration.web does the same"),
     ("curl -u carla", "the same"),
     ("bmhost --connect https://blade7.example", "asks another machine; Integration.connect does the same"),
+    ('curl -u "carla:', "the same; Integration.ansible runs it"),
+    ("redfishtool -r 127.0.0.1:18080", "the same"),
     ("bladesim --blade typical --ipmi guest -- qemu-system-i386", "a whole machine; ./dev vm runs it"),
     ("bladesim --blade typical --ipmi machine -- bash", "within that machine"),
 ]

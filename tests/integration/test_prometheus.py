@@ -15,18 +15,16 @@ from mission import fresh_tools  # noqa: F401 (a fixture)
 from test_metrics import quiet_host  # noqa: F401 (a fixture)
 from test_resident import part, resident  # noqa: F401 (one is a fixture)
 from test_web import PASSWORD, Web, free_port
+from web_page import section_block, tried
 
-CONFIGURATION = """
+GLOBAL = """
 global: {scrape_interval: 1s, evaluation_interval: 1s}
 rule_files: [rules.yml]
-scrape_configs:
-- job_name: blade
-  static_configs: [{targets: ["127.0.0.1:PLAIN_PORT"]}]
-- job_name: elsewhere
-  scheme: https
-  tls_config: {ca_file: web.crt}
-  basic_auth: {username: readonly, password: PASSWORD}
-  static_configs: [{targets: ["127.0.0.1:TLS_PORT"]}]
+"""
+
+PLAIN = """
+- job_name: plain
+  static_configs: [{targets: ["127.0.0.1:18080"]}]
 """
 
 LOST = """
@@ -45,8 +43,8 @@ def rules_of_the_page():
 class Prometheus:
     def __init__(self, folder, door, tls):
         self.port = free_port()
-        text = CONFIGURATION.replace("PLAIN_PORT", str(door.port)).replace("TLS_PORT", str(tls)).replace("PASSWORD", PASSWORD)
-        (folder / "prometheus.yml").write_text(text)
+        (folder / "prometheus.yml").write_text(GLOBAL + tried(section_block("scrape_configs:") + PLAIN, door, tls))
+        (folder / "password").write_text(PASSWORD)
         (folder / "rules.yml").write_text("groups:\n- name: blade\n  rules:\n" + rules_of_the_page() + LOST)
         words = ["prometheus", "--config.file=prometheus.yml", f"--storage.tsdb.path={folder / 'series'}", f"--web.listen-address=127.0.0.1:{self.port}"]
         self.errors = open(folder / "prometheus-errors", "w+")
@@ -90,17 +88,17 @@ def door_with_tls(resident, tmp_path):  # noqa: F811
 def test_prometheus_scrapes_and_its_alert_fires_while_the_controller_is_lost(door_with_tls, tmp_path):
     prometheus = Prometheus(tmp_path, *door_with_tls)
     try:
-        wait_until(lambda: prometheus.value("up") == {"blade": 1, "elsewhere": 1})
-        wait_until(lambda: prometheus.value("bmhost_controller_up") == {"blade": 1, "elsewhere": 1})
+        wait_until(lambda: prometheus.value("up") == {"blade": 1, "plain": 1})
+        wait_until(lambda: prometheus.value("bmhost_controller_up") == {"blade": 1, "plain": 1})
         samples = prometheus.value("scrape_samples_scraped")
         assert min(samples.values()) >= 60
-        assert prometheus.value("bmhost_web_certificate_expiry_timestamp_seconds > time()").keys() == {"blade", "elsewhere"}
+        assert prometheus.value("bmhost_web_certificate_expiry_timestamp_seconds > time()").keys() == {"blade", "plain"}
         assert "ControllerLost" not in prometheus.firing()
         order("controller", "stop")
         wait_until(lambda: {"ControllerLost", "BladeAtFault"} <= prometheus.firing())
         order("controller", "start")
         wait_until(lambda: "ControllerLost" not in prometheus.firing())
-        assert prometheus.value("up") == {"blade": 1, "elsewhere": 1}, "a controller that stands still holds no scrape up"
+        assert prometheus.value("up") == {"blade": 1, "plain": 1}, "a controller that stands still holds no scrape up"
     finally:
         prometheus.end()
 
