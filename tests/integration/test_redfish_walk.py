@@ -16,6 +16,26 @@ from test_web import PASSWORD, Web
 CHASSIS = {"product_name": "Model", "manufacturer": "Manufacturer", "part_number": "PartNumber", "product_version": "Version"}
 
 
+SESSIONS = "/redfish/v1/SessionService/Sessions"
+
+
+@pytest.fixture
+def with_everything(door, tmp_path):
+    """An upgrade that has ended, a session, and a stream of events."""
+    (tmp_path / "board.img").write_bytes(b"image")
+    form = ["-F", 'UpdateParameters={"Targets": ["/redfish/v1/Chassis/Blade"]};type=application/json', "-F", f"UpdateFile=@{tmp_path / 'board.img'}"]
+    status, answer = door.curl("/redfish/v1/UpdateService/upload", "-u", f"operator:{PASSWORD}", *form)
+    assert status == 202, answer
+    wait_until(lambda: part("upgrades")[-1]["ended"] is not None)
+    status, answer = door.post(SESSIONS, json.dumps({"UserName": "readonly", "Password": PASSWORD}))
+    assert status == 201, answer
+    stream = subprocess.Popen(["curl", "-s", "-N", f"http://127.0.0.1:{door.port}/redfish/v1/EventService/SSE"], stdout=subprocess.PIPE, text=True)
+    assert stream.stdout.readline() == ": here\n"
+    yield door
+    stream.kill()
+    stream.communicate()
+
+
 @pytest.fixture
 def door(resident, tmp_path):  # noqa: F811
     resident()
@@ -66,9 +86,11 @@ def check_leds(walk, leds):
 COLORS = ("white", "red", "green", "blue", "amber", "orange")
 
 
-def test_a_walk_finds_nothing_wrong_and_the_values_of_the_looks(door):
-    walk = walked(door.port, f"administrator:{PASSWORD}")
+def test_a_walk_finds_nothing_wrong_and_the_values_of_the_looks(with_everything):
+    walk = walked(with_everything.port, f"administrator:{PASSWORD}")
     assert walk.breaches == []
+    schemas = {resource["@odata.type"].rpartition(".")[2] for resource in walk.seen.values()}
+    assert {"Task", "Session", "EventDestination", "ManagerAccount", "Role", "MessageRegistry"} <= schemas
     inventory = look("inventory")
     below = lambda name: {uri.rpartition("/")[2]: resource for uri, resource in walk.seen.items() if uri.startswith(f"{ROOT}{name}/")}  # noqa: E731
     chassis, firmware = below("Chassis"), below("UpdateService/FirmwareInventory")
