@@ -54,6 +54,8 @@ std::string Base64(const std::string& text) {
 
 void ShowAccount(SmallWeb& web, HttpText& text, unsigned who) {
     auto& headers = text.m_request.m_headers;
+    // What only the door may write.
+    headers.insert(headers.begin(), {{"Bmhost-Account", "mallory (198.51.100.1)"}, {"bmhost-ROLE", "Administrator"}});
     if (who == Nobody) return;
     const std::string name = Names.at(who);
     if (who == OperatorByPassword) {

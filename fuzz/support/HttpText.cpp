@@ -60,7 +60,7 @@ unsigned TakeChoice(std::string_view& text, unsigned count) {
     if (text.empty()) return 0;
     const auto letter = static_cast<unsigned char>(text.front());
     text.remove_prefix(1);
-    return static_cast<unsigned>(letter - '0' + 256) % count;
+    return static_cast<unsigned char>(letter - '0') % count;
 }
 
 HttpText HttpTextOf(std::string_view text) {
