@@ -8,9 +8,11 @@
 #include <cerrno>
 #include <cstddef>
 #include <iterator>
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <system_error>
 #include <unistd.h>
@@ -37,6 +39,14 @@ void Probe(int socket) {
     setsockopt(socket, IPPROTO_TCP, TCP_KEEPIDLE, &idle, sizeof(idle));
     setsockopt(socket, IPPROTO_TCP, TCP_KEEPINTVL, &interval, sizeof(interval));
     setsockopt(socket, IPPROTO_TCP, TCP_KEEPCNT, &probes, sizeof(probes));
+}
+
+// What a client does not read would otherwise stay in the kernel's memory long after its connection has been ended.
+void ForgetUnsent(int socket) {
+    int unsent = 0;
+    if (ioctl(socket, SIOCOUTQ, &unsent) != 0 || unsent <= 0) return;
+    const linger atOnce{1, 0};
+    setsockopt(socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof(atOnce));
 }
 
 } // namespace
@@ -129,6 +139,7 @@ void Connections::Expire() {
     for (auto& [id, connection] : m_connections) {
         if (!connection.m_deadline || now < *connection.m_deadline) continue;
         connection.m_deadline.reset();
+        if (connection.m_peer.IsRemote()) ForgetUnsent(connection.m_socket);
         shutdown(connection.m_socket, SHUT_RDWR);
     }
 }

@@ -87,6 +87,27 @@ private:
     bool m_ended = false;
 };
 
+/// Always has more.
+class SmallService::Endless : public Stream {
+public:
+    explicit Endless(std::atomic<uint64_t>& made) : m_made(made) {}
+
+    std::size_t Next(char* to, std::size_t most) override {
+        std::memset(to, 'x', most);
+        m_made += most;
+        return most;
+    }
+    bool HasEnded() const override { return m_ended; }
+    void End() override { m_ended = true; }
+    std::chrono::steady_clock::time_point NextComment() const override {
+        return std::chrono::steady_clock::time_point::max();
+    }
+
+private:
+    std::atomic<uint64_t>& m_made;
+    bool m_ended = false;
+};
+
 BodyPlan SmallService::Begin(Request& request, std::optional<uint64_t> /*length*/) {
     request.m_own = request.m_path;
     if (request.m_path == "/echo") return BodyPlan::Whole(MostBytes);
@@ -104,6 +125,7 @@ Outcome SmallService::Handle(Request& request, const TakeTicket& takeTicket) {
     if (path == "/echo") return TextReply(200, request.m_body);
     if (path == "/pieces") return TextReply(200, static_cast<StringSink&>(*request.m_sink).m_text);
     if (path == "/stream") return Streams{std::make_unique<Speech>(*this)};
+    if (path == "/endless") return Streams{std::make_unique<Endless>(m_madeOfEndless)};
     if (path == "/nobody") return Waits{};
     if (path == "/reload") {
         Reload();

@@ -7,6 +7,7 @@
 #include "host/http/Server.h"
 
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -30,14 +31,19 @@ public:
     /// What the streams have to say next. On any thread.
     void Say(const std::string& text);
 
+    /// How many bytes the streams of GET /endless have given. On any thread.
+    uint64_t MadeOfEndless() const { return m_madeOfEndless; }
+
     /// What POST /reload does. On any thread.
     void OnReload(std::function<void()> reload);
 
 private:
     class Speech;
+    class Endless;
 
     void Reload();
 
+    std::atomic<uint64_t> m_madeOfEndless{0};
     std::mutex m_mutex; ///< protects what follows
     std::condition_variable m_came;
     std::vector<bmhost::Ticket> m_tickets;
