@@ -19,14 +19,14 @@ constexpr char BoardStorage[] = "/var/lib/bmhost";
 /// In the new folder. The storage has no file whose name begins with a dot.
 constexpr char Mark[] = ".taken-over";
 
-std::string Variable(const char* name) {
+std::string EnvironmentText(const char* name) {
     const char* const value = getenv(name);
     return value != nullptr ? value : "";
 }
 
 StorageSurroundings OfThisProcess() {
-    return {::geteuid() == 0, !Variable("BLADESIM_RUN_DIR").empty(), Variable("XDG_STATE_HOME"), StateFile("bmhost"),
-            BoardStorage};
+    return {::geteuid() == 0, !EnvironmentText("BLADESIM_RUN_DIR").empty(), EnvironmentText("XDG_STATE_HOME"),
+            StateFile("bmhost"), BoardStorage};
 }
 
 /// The files of a storage. Links are none: the storage refuses them.
@@ -55,8 +55,8 @@ void Copy(const fs::path& file, const fs::path& folder) {
 } // namespace
 
 std::string StateFile(const std::string& name) {
-    if (const std::string state = Variable("XDG_STATE_HOME"); !state.empty()) return state + "/" + name;
-    return Variable("HOME") + "/.local/state/" + name;
+    if (const std::string state = EnvironmentText("XDG_STATE_HOME"); !state.empty()) return state + "/" + name;
+    return EnvironmentText("HOME") + "/.local/state/" + name;
 }
 
 std::string StorageHome() {
