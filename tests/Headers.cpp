@@ -1,0 +1,2 @@
+// Owns the headers that the tests take ready compiled.
+int main() {}
