@@ -1,4 +1,5 @@
-// What people type: the words of a script's line, and the values of a call in them. An input is such a line.
+// What people type: the words of a script's line, and the values of a call in them. An input is such a line; its own
+// lines, if it has several, are words to be put in quotes.
 #include "support/Require.h"
 
 #include "host/api/CallJson.h"
@@ -9,9 +10,9 @@
 #include "host/words/Error.h"
 #include "host/words/Value.h"
 
-#include <array>
 #include <cstdint>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,14 @@ void CheckQuoted(const std::vector<std::string>& words) {
         line += quote + word + quote + " ";
     }
     Require(WordsOf(line) == words, "other words in quotes: " + line);
+}
+
+std::vector<std::string> LinesOf(const std::string& text) {
+    std::istringstream lines(text);
+    std::vector<std::string> all;
+    for (std::string line; std::getline(lines, line);)
+        all.push_back(line);
+    return all;
 }
 
 void CheckNumber(const std::string& text) {
@@ -77,6 +86,7 @@ void CheckCall(Operation operation, const std::vector<std::string>& words) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     const std::string line(reinterpret_cast<const char*>(data), size);
+    CheckQuoted(LinesOf(line));
     const auto words = WordsOf(line);
     if (!words) return 0;
     CheckQuoted(*words);
