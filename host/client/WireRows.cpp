@@ -118,8 +118,8 @@ unsigned NumberOfWire(const ordered_json& value) {
 }
 
 int32_t IntegerOfWire(const ordered_json& value) {
-    if (!value.is_number_integer() || value.get<int64_t>() < std::numeric_limits<int32_t>::min() ||
-        value.get<int64_t>() > std::numeric_limits<int32_t>::max())
+    const bool large = value.is_number_unsigned() && value.get<uint64_t>() > std::numeric_limits<int32_t>::max();
+    if (!value.is_number_integer() || large || value.get<int64_t>() < std::numeric_limits<int32_t>::min())
         RefuseWire("no integer", value);
     return value.get<int32_t>();
 }
