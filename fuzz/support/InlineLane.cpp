@@ -9,6 +9,7 @@ Lane::Lane(unsigned /*threads*/, std::size_t most, Idle idle) : m_most(most), m_
 
 Lane::~Lane() = default;
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): a real lane keeps it
 bool Lane::Give(Work work) {
     work();
     return true;
