@@ -207,14 +207,38 @@ TEST(Door, AReaderOfEventsWhosePasswordIsComparedFirstGetsTheStream) {
     ServedDoor door;
     ASSERT_TRUE(IsThere(door));
     const TlsClient client(door.Secure());
+    const TlsClient wrong(door.Secure());
+    std::unique_lock comparing(door.Comparing());
     client.Send("GET /v1/events?after=0 HTTP/1.1\r\nHost: h\r\n" + Basic("reader", "readerword") + "\r\n");
+    wrong.Send("GET /v1/events HTTP/1.1\r\nHost: h\r\n" + Basic("operator", "guessed") + "\r\n");
+    // Who needs no password is served meanwhile, after both have been heard.
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(AskPlain(door, "GET", "/v1/blade").m_status, 200);
+    comparing.unlock();
     EXPECT_THAT(client.ReadUntil("event: host"), HasSubstr("200 OK"));
+    EXPECT_EQ(wrong.Read().m_status, 401);
     door.Blade().Tell("health", R"({"a":1})");
     client.ReadUntil("{\"a\":1}");
-    EXPECT_EQ(door.Compared(), 1);
-    const TlsClient wrong(door.Secure());
-    wrong.Send("GET /v1/events HTTP/1.1\r\nHost: h\r\n" + Basic("reader", "guessed") + "\r\n");
-    EXPECT_EQ(wrong.Read().m_status, 401);
+    EXPECT_EQ(door.Compared(), 2);
+}
+
+TEST(Door, WhoGoesWhileAPasswordIsComparedHasOrderedNothing) {
+    ServedDoor door;
+    ASSERT_TRUE(IsThere(door));
+    std::unique_lock comparing(door.Comparing());
+    {
+        const Client client(door.Plain());
+        client.Send(
+            "POST /v1/orders/led-set HTTP/1.1\r\nHost: h\r\nContent-Type: application/json\r\nContent-Length: 2\r\n" +
+            Basic("operator", "operatorword") + "\r\n{}");
+        EXPECT_EQ(AskPlain(door, "GET", "/v1/blade").m_status, 200);
+    }
+    // The server has found the client gone before it hears of the password.
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(AskPlain(door, "GET", "/v1/blade").m_status, 200);
+    comparing.unlock();
+    EXPECT_EQ(AskPlain(door, "GET", "/v1/blade", Basic("reader", "readerword")).m_status, 200);
+    EXPECT_TRUE(door.Blade().Requests("POST ").empty());
 }
 
 TEST(Door, ABladeThatIsNotReachableIsNoState) {

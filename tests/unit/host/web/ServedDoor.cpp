@@ -64,14 +64,17 @@ Reply AskedService::ErrorReply(const Request& /*request*/, const Refusal& refusa
 
 ServedDoor::ServedDoor(const ForwarderLimits& orders)
     : m_compared(std::make_shared<std::atomic<int>>(0)),
+      m_comparing(std::make_shared<std::mutex>()),
       m_mirror(m_blade.Place()),
       m_orders(m_blade.Place(), orders),
       m_looks(m_blade.Place()),
       m_logins(ThreeAccounts(), {},
-               PasswordCheck([made = m_compared](const std::string& password, const std::string& hash) {
-                   ++*made;
-                   return password == hash;
-               })),
+               PasswordCheck(
+                   [made = m_compared, comparing = m_comparing](const std::string& password, const std::string& hash) {
+                       const std::lock_guard lock(*comparing);
+                       ++*made;
+                       return password == hash;
+                   })),
       m_api(m_mirror, m_orders, m_looks, SmallLimits()),
       m_listening{ListenAtPort(), ListenAtPort()},
       m_ports{PortOf(m_listening[0].Get()), PortOf(m_listening[1].Get())},

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -35,10 +36,13 @@ public:
     uint16_t Plain() const { return m_ports.at(0); }
     uint16_t Secure() const { return m_ports.at(1); }
     int Compared() const { return *m_compared; }
+    /// No password is compared while this is locked.
+    std::mutex& Comparing() { return *m_comparing; }
 
 private:
     ScriptedBlade m_blade;
     std::shared_ptr<std::atomic<int>> m_compared;
+    std::shared_ptr<std::mutex> m_comparing;
     bmhost::BladeMirror m_mirror;
     bmhost::Forwarder m_orders;
     bmhost::Forwarder m_looks;
