@@ -26,6 +26,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <malloc.h>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -324,5 +325,8 @@ int Run(const Words& words) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // All threads share one heap, so that memory does not grow by what each of them has freed and the others cannot
+    // use.
+    mallopt(M_ARENA_MAX, 1);
     return RunProgram([&] { return Run({argv + 1, argv + argc}); });
 }

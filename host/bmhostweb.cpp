@@ -5,6 +5,7 @@
 #include "host/web/metrics/MetricsCommand.h"
 #include "host/web/serve/Serve.h"
 
+#include <malloc.h>
 #include <string>
 #include <vector>
 
@@ -23,5 +24,8 @@ int Run(const std::vector<std::string>& words) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // All threads share one heap, so that memory does not grow by what each of them has freed and the others cannot
+    // use.
+    mallopt(M_ARENA_MAX, 1);
     return RunProgram([&] { return Run({argv + 1, argv + argc}); });
 }
