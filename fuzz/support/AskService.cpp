@@ -192,6 +192,7 @@ private:
         Require(answer.IsGiven(), Words(m_request, "waits, and nobody has a ticket"));
         if (m_manner.m_turn) m_manner.m_turn();
         Require(answer.Value().has_value(), Words(m_request, "waits for ever"));
+        if (std::holds_alternative<Again>(*answer.Value())) return Handled(asked);
         return std::move(*answer.Value());
     }
 

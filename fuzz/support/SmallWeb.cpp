@@ -102,7 +102,6 @@ std::string SmallWeb::TokenOf(const std::string& account) {
 }
 
 void SmallWeb::Turn() {
-    m_door.Settle();
     m_redfish.Turn();
 }
 
