@@ -92,16 +92,24 @@ def helpers():
     return found
 
 
-def same(there, words):
-    here, elsewhere = shown(*words), shown(*there.words(), *words)
-    return here == elsewhere or (here, elsewhere)
+def expect_same(there, words):
+    seen = {}
+
+    def same():
+        seen.update(here=shown(*words), elsewhere=shown(*there.words(), *words))
+        return seen["here"] == seen["elsewhere"]
+
+    try:
+        wait_until(same)  # what changed between the two is asked again
+    except AssertionError:
+        assert seen["here"] == seen["elsewhere"], words
+        raise
 
 
 def test_looks_and_calls_are_those_of_the_socket(there):
     for words in LOOKS:
         for json_too in ([], ["--json"]):
-            # What changed between the two is asked again.
-            wait_until(lambda: same(there, [*words, *json_too]) is True)  # noqa: B023
+            expect_same(there, [*words, *json_too])
     assert helpers() == []
 
 
