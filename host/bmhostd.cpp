@@ -12,6 +12,7 @@
 #include "host/service/ServerSocket.h"
 #include "host/service/ServiceManager.h"
 #include "host/service/Signals.h"
+#include "host/service/SmallHeap.h"
 #include "host/session/EndNotice.h"
 #include "host/session/LogEar.h"
 #include "host/session/PluginSession.h"
@@ -26,7 +27,6 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <malloc.h>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -325,8 +325,6 @@ int Run(const Words& words) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // All threads share one heap, so that memory does not grow by what each of them has freed and the others cannot
-    // use.
-    mallopt(M_ARENA_MAX, 1);
+    KeepHeapSmall();
     return RunProgram([&] { return Run({argv + 1, argv + argc}); });
 }

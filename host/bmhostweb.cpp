@@ -1,11 +1,11 @@
 // bmhost-web: the web door of a blade.
 #include "host/accounts/AccountCommand.h"
+#include "host/service/SmallHeap.h"
 #include "host/session/Program.h"
 #include "host/web/TlsInit.h"
 #include "host/web/metrics/MetricsCommand.h"
 #include "host/web/serve/Serve.h"
 
-#include <malloc.h>
 #include <string>
 #include <vector>
 
@@ -24,8 +24,6 @@ int Run(const std::vector<std::string>& words) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // All threads share one heap, so that memory does not grow by what each of them has freed and the others cannot
-    // use.
-    mallopt(M_ARENA_MAX, 1);
+    KeepHeapSmall();
     return RunProgram([&] { return Run({argv + 1, argv + argc}); });
 }
