@@ -32,7 +32,7 @@ help_wanted()
 # need_packages LIST…: installs the missing Debian packages of those named in tools/packages/LIST.
 need_packages()
 {
-    local l_wanted l_present l_missing l_log=build/packages.log
+    local l_wanted l_present l_missing l_lock l_log=build/packages.log
     [ -x /usr/bin/dpkg-query ] || fail "this is no Debian system; the packages of tools/packages have to be installed by hand"
     l_wanted=$(cd tools/packages && sed -e 's/[[:space:]]*#.*//' -e '/^$/d' "$@" | sort -u)
     # shellcheck disable=SC2086,SC2016 # one word a package; dpkg-query's own format
@@ -42,6 +42,8 @@ need_packages()
 
     [ "$(id -u)" -eq 0 ] || fail "these packages are missing, and only root may install them: $l_missing"
     mkdir -p build
+    exec {l_lock}>build/packages.lock
+    flock "$l_lock"
     say "Installing Debian packages, once: $l_missing"
     note "fetching the package lists"
     # A failed update alone is no reason to stop: the installation below shows whether the packages are available.
@@ -52,6 +54,7 @@ need_packages()
         tail -n 20 "$l_log" >&2
         fail "apt-get could not install the packages (all of its output: $l_log)"
     fi
+    exec {l_lock}>&-
 }
 
 # configure PRESET: runs CMake for build/PRESET if it never ran, or if the presets have changed since.
@@ -65,14 +68,18 @@ configure()
     fi
 }
 
-# build PRESET [TARGET…]: builds these targets, or everything, in build/PRESET.
+# build PRESET [TARGET…]: builds these targets, or everything, in build/PRESET. A second one waits for the first.
 build()
 {
     local l_preset=$1
     shift
-    configure "$l_preset" || return
-    say "Building build/$l_preset"
-    cmake --build "build/$l_preset" ${1:+--target "$@"}
+    mkdir -p build
+    {
+        flock 9 &&
+            configure "$l_preset" &&
+            say "Building build/$l_preset" &&
+            cmake --build "build/$l_preset" ${1:+--target "$@"}
+    } 9>"build/$l_preset.lock"
 }
 
 # timed NAME COMMAND…: runs a command, says how long it took, and keeps its exit status.
