@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -30,7 +31,8 @@ constexpr std::size_t ReaderRounds = 7;
 constexpr std::size_t Readers = 100;
 constexpr std::size_t Reads = 20;
 constexpr int MemoryReadings = 400;
-constexpr uint64_t Sweeps[] = {100, 1000, 10000, 100000};
+constexpr uint64_t FirstSweeps = 100;
+constexpr uint64_t UsualSweeps = 100000;
 
 double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -112,6 +114,11 @@ unsigned long long MostMemory(const Host& host) {
     return most;
 }
 
+uint64_t MostSweeps() {
+    const char* const text = std::getenv("RESIDENT_BENCH_SWEEPS");
+    return text != nullptr ? std::max(FirstSweeps, static_cast<uint64_t>(std::atoll(text))) : UsualSweeps;
+}
+
 void MeasureMemory() {
     const Host host({"--sweep", "0"}); // without a pause
     bench::FillTheRings();
@@ -119,7 +126,8 @@ void MeasureMemory() {
     std::printf(
         "\nThe resident host's memory of its own (RssAnon), with all news, requests and lines of its log that it ever keeps;\n"
         "the most of 2 s\n");
-    for (const uint64_t sweeps : Sweeps) {
+    const uint64_t most = MostSweeps();
+    for (uint64_t sweeps = FirstSweeps; sweeps <= most; sweeps *= 10) {
         WaitForSweeps(before + sweeps);
         std::printf("after %6llu more sweeps: %llu KiB\n", static_cast<unsigned long long>(sweeps), MostMemory(host));
     }
