@@ -55,6 +55,13 @@ test("the panel has ten places, the empty ones too", () => {
   assert.equal(placesOf(null).length, 10);
 });
 
+test("when one of the AMCs is broken, each of them may be it", () => {
+  const broken = picture();
+  assert.ok(placesOf(broken).every((each) => !each.suspect));
+  broken.faults = [{place: "AMCs", what: "health: fault", cause: "c", evidence: ["AMC failed"], cure: "d"}];
+  assert.deepEqual(placesOf(broken).filter((each) => each.suspect).map((each) => each.bay), [3]);
+});
+
 test("the first AMC", () => {
   assert.equal(firstAmc(picture()), 3);
   assert.equal(firstAmc(picture({modules: [], leds: []})), null);

@@ -314,10 +314,11 @@ byId("order-firmware").addEventListener("submit", (event) => {
   const values = valuesOf(form);
   const place = placeName(Number(values.place));
   const before = (state.picture?.upgrades ?? []).filter((each) => each.place === place).at(-1)?.begun ?? null;
-  upgrading = null;
   give(form, firmwareOrder(state.picture, {
     place: values.place, name: file?.name ?? "", size: file?.size ?? 0, dryRun: values.dry, simulated: values.simulated,
   }), async (order) => {
+    upgrading = null;
+    byId("upload").value = 0;
     byId("upload-line").hidden = false;
     try {
       const answer = await session.upload(order.path, file, (sent, all) => {

@@ -76,11 +76,11 @@ function shortLine(led, heard) {
 
 function faceOf(place, heard) {
   const status = place.status ? runStatusText(place.status) : "";
-  const wrong = place.faults.length;
+  const wrong = place.faults.length > 0 ? "wrong" : place.suspect ? "one of these" : "";
   return [
     el("span", {class: "face-head"},
       el("span", {class: "face-place"}, place.bay > BASEBOARD && place.bay < RTM ? `Bay ${place.bay}` : place.place), " ",
-      wrong > 0 ? el("span", {class: "badge bad"}, heard ? "✕ wrong" : "was wrong") : null),
+      wrong ? el("span", {class: "badge bad"}, heard ? `✕ ${wrong}` : `was ${wrong}`) : null),
     el("span", {class: "face-name"}, place.present ? printable(place.name) || "(no name)" : "empty"),
     status ? el("span", {class: `face-status ${heard ? runStatusMood(place.status.run_status) : ""}`}, known(status, heard)) : null,
     place.leds.length > 0
@@ -115,7 +115,7 @@ export function showPanel(buttons, picture, heard, chosen) {
     const button = buttons[place.bay];
     button.setAttribute("aria-pressed", String(place.bay === chosen));
     button.classList.toggle("empty", !place.present);
-    button.classList.toggle("wrong", heard && place.faults.length > 0);
+    button.classList.toggle("wrong", heard && (place.faults.length > 0 || place.suspect));
     const {row: _row, ...seen} = place;
     const age = seen.leds.map(({age_ms: _age, read_at: _at, row: _led, ...led}) => led);
     show(button, JSON.stringify([heard, {...seen, leds: age}]), () => faceOf(place, heard));

@@ -91,6 +91,7 @@ export function placesOf(picture) {
     const row = bay === BASEBOARD ? picture?.inventory?.board?.[0] : modules.find((each) => each.bay === bay);
     const leds = (picture?.leds ?? []).filter((each) => each.bay === bay);
     const place = placeName(bay);
+    const isAmc = bay > BASEBOARD && bay < RTM;
     places.push({
       bay,
       place,
@@ -103,6 +104,8 @@ export function placesOf(picture) {
       amc: (picture?.inventory?.amcs ?? []).find((each) => each.bay === bay) ?? null,
       rtm: bay === RTM ? picture?.inventory?.rtms?.[0] ?? null : null,
       faults: (picture?.faults ?? []).filter((each) => each.place === place || each.place.startsWith(`${place},`)),
+      // The diagnostic tells that an AMC is broken, and not which.
+      suspect: isAmc && (row !== undefined || status !== undefined) && (picture?.faults ?? []).some((each) => each.place === "AMCs"),
     });
   }
   return places;
