@@ -25,7 +25,7 @@ std::string EncodedPart(std::string_view text) {
     return encoded;
 }
 
-HostAnswer ErrorAnswer(unsigned status, const std::string& reason) {
+HostAnswer HostErrorAnswer(unsigned status, const std::string& reason) {
     return {status, {{"error", {{"operation", ""}, {"value", ""}, {"reason", bm_dev::Utf8OfBytes(reason)}}}}};
 }
 
@@ -45,16 +45,16 @@ bool Forwarder::Give(const std::string& account, Work work, Done done) {
 HostAnswer Forwarder::Ask(const std::string& account, const Work& work) {
     try {
         std::unique_ptr<HostClient> client = TakeClient();
-        if (client == nullptr) return ErrorAnswer(503, "no resident host has the blade");
+        if (client == nullptr) return HostErrorAnswer(503, "no resident host has the blade");
         client->SpeakFor(account);
         HostAnswer answer = work(*client);
         const std::lock_guard lock(m_guard);
         m_idle.push_back(std::move(client));
         return answer;
     } catch (const TimeUpError& error) {
-        return ErrorAnswer(504, error.what());
+        return HostErrorAnswer(504, error.what());
     } catch (const std::exception& error) {
-        return ErrorAnswer(502, error.what());
+        return HostErrorAnswer(502, error.what());
     }
 }
 

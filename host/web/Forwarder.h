@@ -65,6 +65,6 @@ private:
 std::string EncodedPart(std::string_view text);
 
 /// {"error": {"operation", "value", "reason"}}
-HostAnswer ErrorAnswer(unsigned status, const std::string& reason);
+HostAnswer HostErrorAnswer(unsigned status, const std::string& reason);
 
 } // namespace bmhost

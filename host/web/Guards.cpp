@@ -2,6 +2,7 @@
 #include "host/web/Guards.h"
 
 #include "host/words/Error.h"
+#include "host/words/Names.h"
 #include "host/words/Value.h"
 
 #include <algorithm>
@@ -14,13 +15,6 @@
 namespace bmhost {
 
 namespace {
-
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char letter) { return static_cast<char>(tolower(letter)); });
-    return lower;
-}
 
 // One spelling for each address; nothing for what is none.
 std::optional<std::string> PlainAddress(const std::string& text) {

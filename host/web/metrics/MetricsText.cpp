@@ -62,7 +62,7 @@ std::vector<CollectedMetric> Collect(const std::vector<Metric>& table, const Scr
     return collected;
 }
 
-std::string_view Trimmed(std::string_view text) {
+std::string_view WithoutPadding(std::string_view text) {
     const auto first = text.find_first_not_of(" \t");
     if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(" \t") - first + 1);
@@ -71,7 +71,7 @@ std::string_view Trimmed(std::string_view text) {
 // The part before the separator, which is taken off the text.
 std::string_view TakePart(std::string_view& text, char separator) {
     const auto end = text.find(separator);
-    const std::string_view part = Trimmed(text.substr(0, end));
+    const std::string_view part = WithoutPadding(text.substr(0, end));
     text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     return part;
 }
@@ -92,7 +92,7 @@ Preference PreferenceOf(std::string_view parameters) {
     while (!parameters.empty()) {
         std::string_view value = TakePart(parameters, ';');
         const std::string_view name = TakePart(value, '=');
-        value = Trimmed(value);
+        value = WithoutPadding(value);
         if (SameWord(name, "q")) {
             preference.m_quality = 0; // of a number that is none
             std::from_chars(value.data(), value.data() + value.size(), preference.m_quality);

@@ -20,7 +20,7 @@ constexpr ContentType Types[] = {{".html", "text/html; charset=utf-8"},
                                  {".js", "text/javascript; charset=utf-8"},
                                  {".svg", "image/svg+xml"}};
 
-std::string TypeOf(std::string_view name) {
+std::string ContentTypeOf(std::string_view name) {
     for (const ContentType& type : Types) {
         if (name.ends_with(type.m_end)) return type.m_type;
     }
@@ -48,7 +48,8 @@ bool NamesTag(std::string_view header, const std::string& tag) {
 PageService::PageService() {
     for (const PageFile& file : PageFiles()) {
         const std::string path = file.m_name == "index.html" ? "/" : "/page/" + std::string(file.m_name);
-        m_files[path] = {std::make_shared<const std::string>(file.m_bytes), TypeOf(file.m_name), TagOf(file.m_bytes)};
+        m_files[path] = {std::make_shared<const std::string>(file.m_bytes), ContentTypeOf(file.m_name),
+                         TagOf(file.m_bytes)};
     }
 }
 

@@ -1,6 +1,8 @@
 // A body of multipart/form-data, read while it comes.
 #include "host/web/serve/Multipart.h"
 
+#include "host/words/Names.h"
+
 #include <algorithm>
 #include <cctype>
 
@@ -12,14 +14,7 @@ constexpr std::size_t LongestBoundary = 70;
 /// Blanks that may follow a boundary.
 constexpr std::size_t LongestPadding = 64;
 
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char letter) { return static_cast<char>(tolower(letter)); });
-    return lower;
-}
-
-std::string_view Trimmed(std::string_view text) {
+std::string_view WithoutBlanks(std::string_view text) {
     const auto first = text.find_first_not_of(" \t");
     if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(" \t") - first + 1);
@@ -30,7 +25,7 @@ std::string TakeValue(std::string_view& text) {
     std::string value;
     if (!text.starts_with('"')) {
         const auto end = std::min(text.find(';'), text.size());
-        value = Trimmed(text.substr(0, end));
+        value = WithoutBlanks(text.substr(0, end));
         text.remove_prefix(end);
         return value;
     }
@@ -51,7 +46,7 @@ std::optional<std::string> ParameterOf(std::string_view text, std::string_view w
     while (!text.empty()) {
         text.remove_prefix(1);
         const auto end = std::min(text.find_first_of("=;"), text.size());
-        const std::string name = LowerCase(Trimmed(text.substr(0, end)));
+        const std::string name = LowerCase(WithoutBlanks(text.substr(0, end)));
         text.remove_prefix(end);
         if (!text.starts_with('=')) continue;
         text.remove_prefix(1);
@@ -70,8 +65,8 @@ std::string_view HeaderIn(std::string_view headers, std::string_view wanted) {
         const std::string_view line = headers.substr(0, end);
         headers.remove_prefix(std::min(end + 2, headers.size()));
         const auto colon = line.find(':');
-        if (colon != std::string_view::npos && LowerCase(Trimmed(line.substr(0, colon))) == wanted)
-            return Trimmed(line.substr(colon + 1));
+        if (colon != std::string_view::npos && LowerCase(WithoutBlanks(line.substr(0, colon))) == wanted)
+            return WithoutBlanks(line.substr(colon + 1));
     }
     return {};
 }
@@ -79,7 +74,7 @@ std::string_view HeaderIn(std::string_view headers, std::string_view wanted) {
 } // namespace
 
 std::optional<std::string> BoundaryOf(std::string_view contentType) {
-    const std::string_view type = Trimmed(contentType.substr(0, contentType.find(';')));
+    const std::string_view type = WithoutBlanks(contentType.substr(0, contentType.find(';')));
     if (LowerCase(type) != "multipart/form-data") return std::nullopt;
     auto boundary = ParameterOf(contentType, "boundary");
     if (!boundary || boundary->empty() || boundary->size() > LongestBoundary) return std::nullopt;
