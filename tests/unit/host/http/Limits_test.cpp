@@ -3,15 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <list>
 #include <memory>
 
 using namespace bmhost;
-using namespace std::chrono_literals;
 
 namespace {
 
 constexpr int Many = 40;
+constexpr std::chrono::milliseconds ShortTime(300);
 
 std::string RequestOf(const std::string& path) {
     return "GET " + path + " HTTP/1.1\r\nHost: h\r\n\r\n";
@@ -48,7 +49,7 @@ void ExpectTricklesEnd(const ServedService& served, const Client& other, std::li
 
 TEST(Limits, HeadersThatTrickleHoldUpNobody) {
     HttpLimits limits;
-    limits.m_idleTime = 300ms;
+    limits.m_idleTime = ShortTime;
     limits.m_headerMemory = 512 * 1024;
     const ServedService served(limits);
     const Client other(served.Port(ServedService::Tcp));
@@ -58,7 +59,7 @@ TEST(Limits, HeadersThatTrickleHoldUpNobody) {
 
 TEST(Limits, BodiesThatTrickleHoldUpNobody) {
     HttpLimits limits;
-    limits.m_idleTime = 300ms;
+    limits.m_idleTime = ShortTime;
     const ServedService served(limits);
     const Client other(served.Port(ServedService::Tcp));
     auto slow = Beginnings(served, "POST /echo HTTP/1.1\r\nHost: h\r\nContent-Length: 1000\r\n\r\n");
@@ -76,7 +77,7 @@ TEST(Limits, BodiesThatTrickleHoldUpNobody) {
 
 TEST(Limits, AnswersThatNobodyReadsHoldUpNobody) {
     HttpLimits limits;
-    limits.m_answerTime = 300ms;
+    limits.m_answerTime = ShortTime;
     const ServedService served(limits);
     const Client other(served.Port(ServedService::Tcp));
     auto slow = Beginnings(served, RequestOf("/large"));
@@ -88,7 +89,7 @@ TEST(Limits, AnswersThatNobodyReadsHoldUpNobody) {
 
 TEST(Limits, OfAStreamThatNobodyReadsLittleIsMade) {
     HttpLimits limits;
-    limits.m_answerTime = 300ms;
+    limits.m_answerTime = ShortTime;
     ServedService served(limits);
     const Client other(served.Port(ServedService::Tcp));
     const Client slow(served.Port(ServedService::Tcp));
@@ -148,7 +149,7 @@ TEST(Limits, LargeBodiesAreRefusedBeforeTheyComeWhileOthersAreServed) {
 
 TEST(Limits, WhoAsksALotAtOnceAndReadsNothingHoldsUpNobody) {
     HttpLimits limits;
-    limits.m_answerTime = 300ms;
+    limits.m_answerTime = ShortTime;
     const ServedService served(limits);
     const Client other(served.Port(ServedService::Tcp));
     std::string requests;
