@@ -208,13 +208,16 @@ def test_a_stranger_gets_no_password(web, tmp_path):  # noqa: F811
         (there.url, [], "nobody who is trusted here has signed its certificate"),
         (there.url, ["--tls-ca", other / "web.crt"], "nobody who is trusted here has signed its certificate"),
         (f"https://127.0.0.2:{port}", there.options, "its certificate is for another name than 127.0.0.2"),
-        (f"https://127.0.0.1:{there.door.port}", there.options, "it speaks no TLS 1.2 or 1.3"),
+        # The door's plain listener answers in plain text, or has closed before its answer is read.
+        (f"https://127.0.0.1:{there.door.port}", there.options, ("it speaks no TLS 1.2 or 1.3", "broke before it was secure")),
         (f"https://localhost:{free_port()}", there.options, "Connection refused; is bmhost-web running there"),
         ("https://nowhere.invalid", there.options, "there is no such host"),
     ]
     for url, options, text in cases:
         done = bmhost("--connect", url, *options, "--account", "operator", "--password-file", there.password, "leds")
-        assert done.returncode == 1 and text in done.stderr and len(done.stderr.splitlines()) == 1, done.stderr
+        texts = (text,) if isinstance(text, str) else text
+        assert done.returncode == 1 and any(each in done.stderr for each in texts), done.stderr
+        assert len(done.stderr.splitlines()) == 1, done.stderr
     for file, text in ((tmp_path / "none", "No such file"), (there.password, "there is no certificate in it")):
         done = bmhost("--connect", there.url, "--tls-ca", file, "leds")
         assert done.returncode == 2 and f"--tls-ca {file}: {text}" in done.stderr, done.stderr
