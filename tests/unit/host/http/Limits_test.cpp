@@ -78,13 +78,13 @@ TEST(Limits, BodiesThatTrickleHoldUpNobody) {
 TEST(Limits, AnswersThatNobodyReadsHoldUpNobody) {
     HttpLimits limits;
     limits.m_answerTime = ShortTime;
+    limits.m_idleTime = ShortTime; // for a client whose kernel takes all of the answer, as it may
     const ServedService served(limits);
-    const Client other(served.Port(ServedService::Tcp));
     auto slow = Beginnings(served, RequestOf("/large"));
-    ExpectOthersAreServed(served, other);
+    ExpectOthersAreServed(served, Client(served.Port(ServedService::Tcp)));
     for (const Client& client : slow)
         EXPECT_TRUE(client.IsDropped());
-    ExpectOthersAreServed(served, other);
+    ExpectOthersAreServed(served, Client(served.Port(ServedService::Tcp)));
 }
 
 TEST(Limits, OfAStreamThatNobodyReadsLittleIsMade) {
