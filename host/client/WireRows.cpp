@@ -13,9 +13,7 @@
 
 namespace bmhost {
 
-using BM_ADAPTOR::CBMIParam;
-using BM_ADAPTOR::CBMIParams;
-using BM_ADAPTOR::CBMITable;
+using namespace BM_ADAPTOR;
 using nlohmann::ordered_json;
 
 namespace {
@@ -38,27 +36,33 @@ std::string TextOfWire(const ordered_json& value) {
     return *std::move(bytes);
 }
 
+BMIParamType_e TypeOfWire(const ordered_json& object) {
+    const int32_t number = IntegerOfWire(Member(object, "type"));
+    for (const BMIParamType_e type : {BMI_PARAM_BOOL, BMI_PARAM_INT, BMI_PARAM_UINT, BMI_PARAM_STRING}) {
+        if (number == type) return type;
+    }
+    RefuseWire("no type", object);
+}
+
 CBMIParam ParamOfWire(const ordered_json& object) {
     const unsigned id = NumberOfWire(Member(object, "id"));
     const ordered_json& key = Member(object, "key");
     if (!key.is_boolean()) RefuseWire("no parameter", object);
     const ordered_json& value = Member(object, "value");
-    const auto type = static_cast<BM_ADAPTOR::BMIParamType_e>(IntegerOfWire(Member(object, "type")));
+    const BMIParamType_e type = TypeOfWire(object);
     CBMIParam param(type, id, key.get<bool>());
     switch (type) {
-    case BM_ADAPTOR::BMI_PARAM_BOOL:
+    case BMI_PARAM_BOOL:
         if (!value.is_boolean()) RefuseWire("no parameter", object);
         param.SetBool(value.get<bool>());
         break;
-    case BM_ADAPTOR::BMI_PARAM_STRING:
+    case BMI_PARAM_STRING:
         param.SetString(TextOfWire(value));
         break;
-    case BM_ADAPTOR::BMI_PARAM_INT:
-    case BM_ADAPTOR::BMI_PARAM_UINT:
+    case BMI_PARAM_INT:
+    case BMI_PARAM_UINT:
         param.SetInt(IntegerOfWire(value));
         break;
-    default:
-        RefuseWire("no type", object);
     }
     return param;
 }

@@ -49,6 +49,17 @@ TEST(HttpAnswer, IsReadWhereverItIsCut) {
     }
 }
 
+TEST(HttpAnswer, HasNoBodyWhenTheLastChunkIsTheFirst) {
+    std::string body;
+    HttpAnswer reader([&](std::string_view piece) { body += piece; }, LongestAnswer);
+    for (const char byte : std::string("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n")) {
+        EXPECT_FALSE(reader.IsWhole());
+        reader.Take(std::string(1, byte));
+    }
+    EXPECT_TRUE(reader.IsWhole());
+    EXPECT_EQ("", body);
+}
+
 TEST(HttpAnswer, IsHalfWhereverItEndsTooEarly) {
     for (const std::string answer : WholeAnswers) {
         for (std::size_t end = 0; end < answer.size(); ++end) {
