@@ -25,8 +25,8 @@ bool IsOneOf(std::string_view a_Library, std::initializer_list<std::string_view>
 
 /// OpenIPMI, the platform, and what every C++ program has loaded anyway.
 bool MayBeNeeded(std::string_view a_Library) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    if (IsOneOf(a_Library, {"libasan.so.", "libubsan.so.", "libtsan.so."})) return true;
+#ifdef BM_TESTS_SANITIZED
+    if (IsOneOf(a_Library, {"libasan.so.", "libubsan.so.", "libtsan.so.", "libclang_rt."})) return true;
 #endif
     return IsOneOf(a_Library,
                    {"libOpenIPMI.so.", "libOpenIPMIpthread.so.", "libOpenIPMIutils.so.", "libbm_platform.so.",

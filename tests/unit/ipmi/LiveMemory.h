@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef BM_TESTS_SANITIZED
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // its header is not part of every compiler
 inline std::size_t LiveBytes() {
     return __sanitizer_get_current_allocated_bytes();

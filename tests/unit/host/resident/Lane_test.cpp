@@ -15,9 +15,9 @@ using namespace bmhost;
 using std::chrono::milliseconds;
 
 TEST(Lane, WorksInTheOrderInWhichItWasGiven) {
-    Lane lane(1, 10);
     std::vector<int> done;
     Latch last;
+    Lane lane(1, 10);
     for (int i = 0; i < 3; ++i)
         ASSERT_TRUE(lane.Give([&done, i] { done.push_back(i); }));
     ASSERT_TRUE(lane.Give([&] { last.Open(); }));
@@ -26,9 +26,9 @@ TEST(Lane, WorksInTheOrderInWhichItWasGiven) {
 }
 
 TEST(Lane, SeveralThreadsDoNotWaitForEachOther) {
-    Lane lane(2, 10);
     Latch second;
     Latch first;
+    Lane lane(2, 10);
     ASSERT_TRUE(lane.Give([&] {
         second.Wait();
         first.Open();
@@ -38,9 +38,9 @@ TEST(Lane, SeveralThreadsDoNotWaitForEachOther) {
 }
 
 TEST(Lane, RefusesWhatIsTooMuch) {
-    Lane lane(1, 2);
     Latch begun;
     Latch go;
+    Lane lane(1, 2);
     ASSERT_TRUE(lane.Give([&] {
         begun.Open();
         go.Wait();
@@ -53,10 +53,10 @@ TEST(Lane, RefusesWhatIsTooMuch) {
 }
 
 TEST(Lane, DropsWhatWaitsAtItsEndAndTakesNothingMore) {
-    Lane lane(1, 10);
     Latch begun;
     Latch go;
     std::atomic<bool> dropped = true;
+    Lane lane(1, 10);
     lane.Give([&] {
         begun.Open();
         go.Wait();
@@ -75,12 +75,12 @@ TEST(Lane, DropsWhatWaitsAtItsEndAndTakesNothingMore) {
 TEST(Lane, IdlesWhenItsTimeHasComeAndOnlyThen) {
     std::atomic<int> calls = 0;
     Latch second;
+    Latch worked;
     Lane lane(1, 10, [&] {
         if (++calls == 2) second.Open();
         return Lane::Clock::time_point::max();
     });
     ASSERT_TRUE(Comes([&] { return calls == 1; }));
-    Latch worked;
     lane.Give([&] { worked.Open(); });
     worked.Wait();
     EXPECT_EQ(1, calls) << "work is no reason";
