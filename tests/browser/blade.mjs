@@ -104,22 +104,38 @@ export class Blade {
     return answer.ok ? answer.json() : null;
   }
 
+  /** Waits for a picture with everything read, no call under way, and what else is wanted of it. */
+  settled(what, condition) {
+    return until(what, async () => {
+      if (!this.host.running) throw new Error(this.host.said());
+      const picture = await this.picture();
+      return picture?.host?.start && picture.calls.length === 0 && picture.leds.every((led) => led.read_at) && condition(picture) ? picture : null;
+    });
+  }
+
+  inService() {
+    return this.settled("a blade in service", (picture) => picture.health.state === "monitored" && picture.faults.length === 0);
+  }
+
   /** Resident host and door, with everything read once, and the blade in service. */
   async up() {
     await this.addAccounts();
     this.startHost();
     await this.startDoor();
-    const settled = (what, condition) => until(what, async () => {
-      if (!this.host.running) throw new Error(this.host.said());
-      const picture = await this.picture();
-      return picture?.host?.start && picture.calls.length === 0 && picture.leds.every((led) => led.read_at) && condition(picture) ? picture : null;
-    });
-    const {dsps} = await settled("the end of the start", () => true);
+    const {dsps} = await this.settled("the end of the start", () => true);
     // Those beyond the fourth have no address at first, and then nothing is started.
     const without = dsps.filter((each) => !each.ip);
     for (const {dsp} of without) await bmhost("dsp", "set-ip", String(dsp), `192.168.0.${19 + dsp}`);
     if (without.length > 0) await bmhost("start");
-    return settled("a blade in service", (picture) => picture.health.state === "monitored" && picture.faults.length === 0);
+    return this.inService();
+  }
+
+  /** In service again, after something was broken: as the page says. */
+  async mend() {
+    await bladesim("tool", "clear");
+    await bmhost("stop");
+    await bmhost("start");
+    return this.inService();
   }
 
   async end() {

@@ -1,23 +1,14 @@
 // What the page tells when something breaks, or when it hears no more: of a module, the resident host, the web door.
 import assert from "node:assert/strict";
 import {connect, createServer} from "node:net";
-import test, {after, afterEach, before, beforeEach} from "node:test";
+import test from "node:test";
 
-import {Blade, bladesim, bmhost, until} from "./blade.mjs";
-import {face, findings, launch, live, opened} from "./page.mjs";
+import {bladesim, bmhost, until} from "./blade.mjs";
+import {face, findings, live, opened as openedAt, sharedBlade} from "./page.mjs";
 
-let blade;
-let browser;
-before(async () => { browser = await launch(); });
-after(async () => browser?.close());
-beforeEach(async () => {
-  blade = new Blade();
-  await blade.up();
-});
-afterEach(async () => {
-  await bladesim("tool", "clear");
-  await blade.end();
-});
+const shared = sharedBlade();
+const {blade} = shared;
+const opened = (t, url = blade.url) => openedAt(t, shared.browser, url);
 
 const present = async () => (await blade.picture()).inventory.modules.map((each) => each.bay);
 
@@ -26,15 +17,21 @@ for (const [exit, what, reason, badge, broken] of [
   ["16", "AMCs: health: fault", "AMC failed", "✕ one of these", (bay) => bay >= 1 && bay <= 8],
 ]) {
   test(`a module that breaks turns red after the monitor's next round: ${reason}`, async (t) => {
-    const page = await opened(t, browser, blade.url);
+    t.after(() => blade.mend());
+    const page = await opened(t);
     const bays = await present();
     assert.ok(bays.some(broken));
     assert.equal(await page.locator("#faults").innerText(), "✓ Nothing is wrong.");
+    assert.equal(await page.locator("#verdict").innerText(), "✓ Nothing is wrong");
+    assert.equal(await page.locator("#wrong").isVisible(), false, "the header says it");
     assert.equal(await page.locator(".face.wrong").count(), 0);
     await bladesim("tool", "set", "mavk_diag", "--exit", exit);
     const fault = page.locator("#faults .fault");
     await fault.waitFor();
     assert.equal(await fault.locator("h3").innerText(), what);
+    assert.equal(await page.locator("#verdict").innerText(), `✕ ${what}`);
+    const above = await Promise.all(["#faults", "#panel", "#place"].map((each) => page.locator(each).boundingBox()));
+    assert.ok(above[0].y < above[1].y && above[0].y < above[2].y, "it stands before panel and place");
     const [{cause, cure}] = (await blade.picture()).faults;
     const lines = await fault.locator("dd").allInnerTexts();
     assert.deepEqual([lines[0], lines[1], lines.at(-1)], [cause, reason, cure]);
@@ -57,7 +54,7 @@ for (const [exit, what, reason, badge, broken] of [
 }
 
 test("without the resident host nothing is claimed; when it is back, all is live again", async (t) => {
-  const page = await opened(t, browser, blade.url);
+  const page = await opened(t);
   const lit = await page.locator("#panel .lamp.on, #panel .lamp.blink").count();
   const lamps = await page.locator("#panel .lamp").count();
   assert.equal(lit > 0, (await blade.picture()).leds.some((each) => each.state === "on" || each.state === "blink"));
@@ -69,6 +66,7 @@ test("without the resident host nothing is claimed; when it is back, all is live
   assert.match(await page.title(), /^\? /);
   assert.equal(await page.locator("#panel .lamp.unknown").count(), lamps);
   assert.match(await page.locator("#faults").innerText(), /^unknown/);
+  assert.equal(await page.locator("#verdict").innerText(), "? unknown (nothing was wrong)");
   assert.match(await page.locator("#host").innerText(), /unknown \(was monitored/);
   for (const status of await page.locator(".face-status").allInnerTexts()) assert.match(status, /^unknown \(was /);
   for (const state of await page.locator("#ports tbody td:nth-child(4), #dsps tbody td:nth-child(4)").allInnerTexts()) assert.match(state, /^unknown \(was /);
@@ -82,7 +80,7 @@ test("without the resident host nothing is claimed; when it is back, all is live
 });
 
 test("when the door ends and is back, the page connects again and goes on after the last event", async (t) => {
-  const page = await opened(t, browser, blade.url);
+  const page = await opened(t);
   await page.locator("#events .event.health").filter({hasText: "monitored"}).first().waitFor();
   const asked = [];
   page.on("request", (request) => {
@@ -126,7 +124,7 @@ async function newLine(t) {
 
 test("what came while the line was cut stands there when it is back, once, and nothing else twice", async (t) => {
   const line = await newLine(t);
-  const page = await opened(t, browser, line.url);
+  const page = await opened(t, line.url);
   await page.locator("#events .event.health").filter({hasText: "monitored"}).first().waitFor();
   const texts = () => page.locator("#events .event:not(.gap)").allInnerTexts();
   const heard = await texts();

@@ -1,23 +1,15 @@
 // Orders given on the page, on a blade with LEDs: what they do, what they ask before, and what they refuse.
 import assert from "node:assert/strict";
-import test, {after, before} from "node:test";
+import test from "node:test";
 
-import {Blade, bladesim, run, until} from "./blade.mjs";
-import {face, launch, logIn, opened, order} from "./page.mjs";
+import {bladesim, run, until} from "./blade.mjs";
+import {face, logIn, opened, order, sharedBlade} from "./page.mjs";
 
-const blade = new Blade();
-let browser;
-before(async () => {
-  await blade.up();
-  browser = await launch();
-});
-after(async () => {
-  await browser?.close();
-  await blade.end();
-});
+const shared = sharedBlade();
+const {blade} = shared;
 
 async function operator(t, options) {
-  const page = await opened(t, browser, blade.url, options);
+  const page = await opened(t, shared.browser, blade.url, options);
   await logIn(page);
   await page.locator("#orders").waitFor({state: "visible"});
   return page;
@@ -59,7 +51,7 @@ test("a blinking LED blinks in its row's times, unless nothing may move", async 
   const times = await page.locator(lamp).evaluate((light) => light.getAnimations().map((each) => [
     each.effect.getTiming().duration, each.effect.getKeyframes()[1].offset]));
   assert.deepEqual(times, [[1000, 0.3]]);
-  const still = await opened(t, browser, blade.url, {reducedMotion: "reduce"});
+  const still = await opened(t, shared.browser, blade.url, {reducedMotion: "reduce"});
   await still.locator(lamp).waitFor();
   assert.equal(await still.evaluate(() => document.getAnimations().length), 0);
   await says(await order(page, "order-led", {bay: "0", led: "3", action: "local"}), "✓ done");

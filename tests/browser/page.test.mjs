@@ -1,30 +1,25 @@
 // The page beside any blade, whatever that has: each of these tests runs on every blade of `./dev browser`, and changes nothing there.
 import assert from "node:assert/strict";
-import test, {after, before} from "node:test";
+import test from "node:test";
 
-import {Blade, until} from "./blade.mjs";
-import {face, findings, launch, live, logIn, opened as openedAt, visit} from "./page.mjs";
+import {until} from "./blade.mjs";
+import {face, findings, live, logIn, opened as openedAt, sharedBlade, visit} from "./page.mjs";
 
 const MOST_BYTES = 150 * 1024;
 
-const blade = new Blade();
-let browser;
-before(async () => {
-  await blade.up();
-  browser = await launch();
+let reader; // a page that is open all the time, for tests that only look; who does something there undoes it
+const shared = sharedBlade(async ({browser, blade}) => {
+  reader = await openedAt({after() {}}, browser, blade.url);
 });
-after(async () => {
-  await browser?.close();
-  await blade.end();
-});
+const {blade} = shared;
 
-const opened = (t, options) => openedAt(t, browser, blade.url, options);
+const opened = (t, options) => openedAt(t, shared.browser, blade.url, options);
 
 /** A text of the hardware as a reader has to see it. */
 const readable = (text) => text.replace(/[\r\n\t]+/g, " ").replace(/[\u0000-\u001f\u007f-\u009f]/g, "?").replace(/ +/g, " ").trim();
 
-test("the panel shows what the picture tells", async (t) => {
-  const page = await opened(t);
+test("the panel shows what the picture tells", async () => {
+  const page = reader;
   const picture = await blade.picture();
   assert.equal(await page.locator("#panel .face").count(), 10);
   assert.ok(picture.inventory.modules.length > 0);
@@ -48,8 +43,8 @@ test("the panel shows what the picture tells", async (t) => {
   assert.deepEqual(page.complaints, []);
 });
 
-test("ports with link, DSPs with addresses, and what a place holds", async (t) => {
-  const page = await opened(t);
+test("ports with link, DSPs with addresses, and what a place holds", async () => {
+  const page = reader;
   const picture = await blade.picture();
   const ports = page.locator("#ports tbody tr");
   assert.equal(await ports.count(), picture.ports.length);
@@ -69,12 +64,13 @@ test("ports with link, DSPs with addresses, and what a place holds", async (t) =
     const text = await page.locator("#place").innerText();
     for (const each of [module.manufacturer, module.serial, module.part_number]) assert.ok(text.includes(readable(each)), `${each}: ${text}`);
   }
+  await face(page, 0).click();
   assert.match(await page.locator("#host").innerText(), /read from the hardware/);
   assert.equal(await page.locator("#simulated").isVisible(), false);
 });
 
 test("texts of the hardware are texts", async (t) => {
-  const page = await visit(t, browser, blade.url);
+  const page = await visit(t, shared.browser, blade.url);
   const evil = '<img src=x onerror="window.evil=1"><script>window.evil=1</script><b>bold</b>&quot;\u0000\u202e';
   const seen = '<img src=x onerror="window.evil=1"><script>window.evil=1</script><b>bold</b>&quot;??';
   await page.route("**/v1/blade", async (route) => {
@@ -92,6 +88,7 @@ test("texts of the hardware are texts", async (t) => {
   assert.equal(await page.locator("#title").innerText(), seen);
   assert.equal(await page.title(), `✕ ${seen}`);
   assert.equal(await page.locator("#faults dd").first().innerText(), seen);
+  assert.equal(await page.locator("#verdict").innerText(), `✕ ${seen}: ${seen}`);
   await page.unroute("**/v1/blade");
   const real = await opened(t);
   for (const bay of [0, 3, 6, 9]) await face(real, bay).click();
@@ -102,8 +99,8 @@ test("texts of the hardware are texts", async (t) => {
   }
 });
 
-test("ages tick", async (t) => {
-  const page = await opened(t);
+test("ages tick", async () => {
+  const page = reader;
   const age = page.locator("#heard");
   const first = await age.innerText();
   await page.waitForFunction((was) => document.querySelector("#heard").innerText !== was, first);
@@ -115,14 +112,16 @@ test("ages tick", async (t) => {
 });
 
 test("what is not heard is not claimed", async (t) => {
-  const deaf = await visit(t, browser, blade.url);
+  const deaf = await visit(t, shared.browser, blade.url);
   await deaf.route("**/v1/**", (route) => route.abort());
   await deaf.goto(blade.url);
   await deaf.locator("#lost").waitFor({state: "visible"});
   assert.equal(await deaf.locator("body.unheard").count(), 1);
   assert.match(await deaf.locator("#lost").innerText(), /no connection to the blade/);
   assert.equal(await deaf.locator(".lamp.on, .lamp.blink").count(), 0);
-  assert.doesNotMatch(await deaf.locator("#faults").innerText(), /Nothing is wrong/);
+  assert.doesNotMatch(await deaf.locator("body").innerText(), /Nothing is wrong/);
+  assert.doesNotMatch(await deaf.locator("#chart").evaluate((chart) => chart.textContent), /a second/);
+  assert.equal(await deaf.locator("#chart .axis").first().evaluate((each) => getComputedStyle(each).visibility), "hidden", "no scale of nothing");
   await deaf.unroute("**/v1/**");
   await live(deaf);
   assert.equal(await deaf.locator("#lost").isVisible(), false);
@@ -171,33 +170,141 @@ test("by keyboard alone: every place, and everything else that can be used", asy
   assert.deepEqual([...reached].sort((a, b) => a - b), wanted.map(Number));
 });
 
-for (const width of [360, 768, 1280, 2560]) {
-  test(`nothing is cut at ${width} pixels`, async (t) => {
-    const page = await opened(t, {viewport: {width, height: 800}});
-    await logIn(page);
-    await page.locator("#orders").waitFor({state: "visible"});
-    assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= window.innerWidth));
-    const cut = await page.evaluate(() => [...document.querySelectorAll("main *, header *")]
-      .filter((each) => each.checkVisibility() && !each.closest(".scroll, .hidden, .skip, svg, select"))
-      .filter((each) => each.getBoundingClientRect().right > window.innerWidth + 0.5).map((each) => each.outerHTML.slice(0, 200)));
-    assert.deepEqual(cut, []);
+/** What of the page's cards has a hole below it, wider than the gap between cards, or ends elsewhere than its neighbours. */
+const holes = (page) => page.evaluate(() => {
+  const cards = [...document.querySelectorAll("main section")].filter((each) => each.checkVisibility());
+  const boxes = cards.map((each) => each.getBoundingClientRect());
+  const last = Math.max(...boxes.map((box) => box.bottom));
+  return boxes.flatMap((box, i) => {
+    if (box.bottom === last) return [];
+    const below = boxes.filter((each) => each.top >= box.bottom && each.left < box.right && each.right > box.left);
+    const gap = Math.min(...below.map((each) => each.top)) - box.bottom;
+    return gap > 0 && gap < 20 ? [] : [`${cards[i].querySelector("h2").textContent}: ${gap} pixels`];
   });
-}
+});
 
-for (const colorScheme of ["light", "dark"]) {
-  test(`axe finds nothing, ${colorScheme}`, async (t) => {
+test("nothing is cut, no hole is between cards, and no table is pushed sideways, at 360 to 2560 pixels", async (t) => {
+  const page = await opened(t);
+  await logIn(page);
+  await page.locator("#orders").waitFor({state: "visible"});
+  for (const width of [360, 768, 1280, 2560]) {
+    await page.setViewportSize({width, height: 800});
+    assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= window.innerWidth), `${width}`);
+    const cut = await page.evaluate(() => [...document.querySelectorAll("main *, header *")]
+      .filter((each) => each.checkVisibility() && !each.closest(".log, .hidden, .skip, svg, select, thead"))
+      .filter((each) => each.getBoundingClientRect().right > window.innerWidth + 0.5).map((each) => each.outerHTML.slice(0, 200)));
+    assert.deepEqual(cut, [], `${width}`);
+    assert.deepEqual(await holes(page), [], `${width}`);
+    const wide = await page.locator(".scroll").evaluateAll((all) => all
+      .filter((each) => each.scrollWidth > each.clientWidth).map((each) => each.ariaLabel ?? each.className));
+    assert.deepEqual(wide, [], `${width}`);
+  }
+});
+
+test("at 360 pixels a row is lines, each a label and a value, and still a row of a table; empty bays stand in pairs", async (t) => {
+  const page = await opened(t, {viewport: {width: 360, height: 800}});
+  for (const id of ["ports", "dsps"]) {
+    const table = page.locator(`#${id}`).getByRole("table");
+    const heads = await table.getByRole("columnheader").allInnerTexts();
+    const cells = table.getByRole("row").nth(1).locator("th, td");
+    assert.equal(await cells.count(), heads.length);
+    const seen = await cells.evaluateAll((all) => all.map((each) => ({
+      label: getComputedStyle(each, "::before").content, top: each.getBoundingClientRect().top, value: each.textContent,
+    })));
+    for (const [i, {label, top}] of seen.entries()) {
+      assert.ok(label.startsWith(`"${heads[i]}"`), `${label}: ${heads[i]}`);
+      assert.ok(i === 0 || top > seen[i - 1].top, `${id}: ${heads[i]} begins a line`);
+    }
+  }
+  const boxes = await page.locator(".face").evaluateAll((all) => all.map((each) => ({
+    empty: each.classList.contains("empty"), top: each.getBoundingClientRect().top, width: each.getBoundingClientRect().width})));
+  const whole = boxes[0].width;
+  for (const [i, {empty, top, width}] of boxes.entries()) {
+    const paired = empty && [boxes[i - 1], boxes[i + 1]].some((each) => each?.empty && each.top === top);
+    assert.ok(paired ? width < whole * 0.55 : width === whole, `place ${i}: ${width} of ${whole}`);
+    if (empty && !paired) assert.ok(!boxes[i + 1]?.empty, `place ${i} has a neighbour`);
+  }
+});
+
+test("notes have a column only when there are some", async (t) => {
+  const heads = (page, id) => page.locator(`#${id}`).getByRole("columnheader").allInnerTexts();
+  const {dsps, ports} = await blade.picture();
+  for (const [id, rows] of [["ports", ports], ["dsps", dsps]]) {
+    assert.equal((await heads(reader, id)).includes("note"), rows.some((each) => each.note || each.stored), id);
+  }
+  const page = await visit(t, shared.browser, blade.url);
+  await page.route("**/v1/blade", async (route) => {
+    const answer = await route.fetch();
+    if (answer.status() !== 200) return route.fulfill({response: answer});
+    const picture = await answer.json();
+    for (const [i, each] of [...picture.ports, ...picture.dsps].entries()) Object.assign(each, {note: "", stored: false, ...(i === 1 ? {note: "odd"} : {})});
+    return route.fulfill({response: answer, json: picture});
+  });
+  await page.goto(blade.url);
+  await live(page);
+  assert.equal((await heads(page, "ports")).at(-1), "note");
+  assert.deepEqual(await page.locator("#ports tbody td:nth-child(6)").allInnerTexts(), ports.map((_each, i) => (i === 1 ? "odd" : "")));
+  assert.ok(!(await heads(page, "dsps")).includes("note"));
+});
+
+test("events stand in columns; a time is short, with the whole of it behind", async () => {
+  const rows = reader.locator("#events .event");
+  await rows.filter({hasText: "health: monitored"}).waitFor();
+  const places = await rows.evaluateAll((all) => all.map((each) => [...each.children].map((part) => Math.round(part.getBoundingClientRect().left)).join()));
+  assert.ok(places.length > 1);
+  assert.equal(new Set(places).size, 1, `${[...new Set(places)]}`);
+  const time = rows.filter({hasText: "health: monitored"}).locator("time");
+  assert.match(await time.innerText(), /^\d\d:\d\d:\d\d$/);
+  assert.ok(!Number.isNaN(Date.parse(await time.getAttribute("datetime"))));
+  assert.match(await time.getAttribute("title"), /\d{4}/);
+});
+
+test("labels, fields and buttons of the orders stand on one grid", async (t) => {
+  const page = await opened(t);
+  await logIn(page);
+  await page.locator("#orders").waitFor({state: "visible"});
+  const rows = await page.locator("#orders fieldset").evaluateAll((all) => all.map((set) => {
+    const left = (each) => Math.round(each.getBoundingClientRect().left - set.getBoundingClientRect().left);
+    return {labels: [...set.querySelectorAll("label > span")].map(left),
+      fields: [...set.querySelectorAll("label > span + *, .check, button")].map(left)};
+  }));
+  assert.equal(rows.length, 4);
+  assert.equal(new Set(rows.flatMap((each) => each.labels)).size, 1, JSON.stringify(rows));
+  assert.equal(new Set(rows.flatMap((each) => each.fields)).size, 1, JSON.stringify(rows));
+});
+
+test("a lamp that is off looks like another one than one that is on, and both like lenses", async (t) => {
+  for (const colorScheme of ["light", "dark"]) {
     const page = await opened(t, {colorScheme});
+    const looks = await page.locator("#panel .lamp:not(.unknown, .test)").evaluateAll((all) => all.map((lamp) => {
+      const style = (part) => getComputedStyle(lamp.querySelector(part));
+      return {lit: lamp.matches(".on, .blink"), light: style(".light").fill, shine: Number(style(".shine").opacity), shown: style(".glass").display};
+    }));
+    for (const {lit, light, shine, shown} of looks) {
+      assert.equal(light === "none", !lit);
+      assert.equal(shine > 0.5, lit);
+      assert.notEqual(shown, "none");
+    }
+  }
+});
+
+test("axe finds nothing, light and dark", async (t) => {
+  const page = await opened(t);
+  for (const colorScheme of ["light", "dark"]) {
+    await page.emulateMedia({colorScheme});
     const back = await page.evaluate(() => getComputedStyle(document.body).backgroundColor.match(/\d+/g).map(Number));
     assert.equal(back.every((each) => each > 128), colorScheme === "light", `background ${back}`);
-    if (colorScheme === "light") assert.deepEqual(await findings(page), []);
+    if (colorScheme === "dark") await page.setViewportSize({width: 360, height: 800});
+    assert.deepEqual(await findings(page), []);
+    if (colorScheme === "dark") continue;
     await logIn(page);
     await page.locator("#orders").waitFor({state: "visible"});
     assert.deepEqual(await findings(page), []);
-  });
-}
+  }
+});
 
-test("a screen reader is told what the lamps show, and of changes", async (t) => {
-  const page = await opened(t);
+test("a screen reader is told what the lamps show, and of changes", async () => {
+  const page = reader;
   for (const id of ["link", "filter-count", "login-outcome"]) assert.equal(await page.locator(`#${id}`).getAttribute("role"), "status");
   assert.equal(await page.locator("#said").getAttribute("aria-live"), "polite");
   for (const module of (await blade.picture()).inventory.modules) {
@@ -216,8 +323,8 @@ test("times are in the reader's zone", async (t) => {
   for (const zone of ["Asia/Tokyo", "America/St_Johns"]) assert.ok((await heard(zone)).includes(hours(zone)), zone);
 });
 
-test("events are filtered by kind and words", async (t) => {
-  const page = await opened(t);
+test("events are filtered by kind and words", async () => {
+  const page = reader;
   const shown = page.locator("#events .event");
   await shown.filter({hasText: "health: monitored"}).waitFor();
   const all = await shown.count();
@@ -234,14 +341,14 @@ test("events are filtered by kind and words", async (t) => {
   assert.equal(await shown.count(), all);
 });
 
-test("the chart shows the requests to the controller", async (t) => {
-  const page = await opened(t);
+test("the chart shows the requests to the controller", async () => {
+  const page = reader;
   await page.waitForFunction(() => /^M/.test(document.querySelector("#chart-all").getAttribute("d") ?? ""));
   assert.match(await page.locator("#chart-text").innerText(), /\d.* a second/);
 });
 
 test("under 150 KiB in all, from nowhere else, with a strict policy", async (t) => {
-  const page = await visit(t, browser, blade.url);
+  const page = await visit(t, shared.browser, blade.url);
   const files = new Map();
   page.on("response", (answer) => {
     const path = new URL(answer.url()).pathname;

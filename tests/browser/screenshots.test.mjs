@@ -2,13 +2,13 @@
 import assert from "node:assert/strict";
 import {existsSync, mkdirSync, readFileSync, writeFileSync} from "node:fs";
 import path from "node:path";
-import test, {after, before} from "node:test";
+import test from "node:test";
 
 import pixelmatch from "pixelmatch";
 import {PNG} from "pngjs";
 
-import {Blade, bmhost} from "./blade.mjs";
-import {launch, opened} from "./page.mjs";
+import {bmhost} from "./blade.mjs";
+import {opened, sharedBlade} from "./page.mjs";
 
 const KEPT = path.join(import.meta.dirname ?? path.dirname(new URL(import.meta.url).pathname), "screenshots");
 const MOST = 0.001; // of all pixels: a bay that shows nothing is 0.0015, the time in a line of evidence less than 0.0005
@@ -21,18 +21,10 @@ const STEADY = `
   #events { display: none; }
 `;
 
-const blade = new Blade();
-let browser;
-before(async () => {
-  await blade.up();
+const shared = sharedBlade(async () => {
   // What a panel shows in service: one LED on, one that blinks.
   await bmhost("led", "set", "board", "4", "on", "--color", "green");
   await bmhost("led", "set", "board", "3", "blink", "--color", "amber", "--on", "500", "--off", "500");
-  browser = await launch();
-});
-after(async () => {
-  await browser?.close();
-  await blade.end();
 });
 
 async function matches(page, name) {
@@ -64,7 +56,7 @@ const LOOKS = {full: [["light", 1280, 900]], typical: [["dark", 1280, 900], ["li
 for (const [colorScheme, width, height] of LOOKS[process.env.BLADE]) {
   const name = `${process.env.BLADE}-${colorScheme}-${width}`;
   test(`${name} looks as it did`, async (t) => {
-    const page = await opened(t, browser, blade.url, {viewport: {width, height}, colorScheme, reducedMotion: "reduce", bypassCSP: true, timezoneId: "UTC", locale: "en-GB"});
+    const page = await opened(t, shared.browser, shared.blade.url, {viewport: {width, height}, colorScheme, reducedMotion: "reduce", bypassCSP: true, timezoneId: "UTC", locale: "en-GB"});
     await matches(page, name);
   });
 }

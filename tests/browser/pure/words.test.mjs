@@ -3,7 +3,7 @@ import assert from "node:assert/strict";
 import test from "node:test";
 
 import {
-  ageText, durationText, known, ledShape, ledShows, newsText, printable, timeText,
+  ageText, durationText, known, ledShape, ledShows, newsText, printable, shortTimeText, timeText, verdictOf,
 } from "../../../host/web/page/files/words.js";
 
 test("nothing that a reader cannot see stays in a text of the hardware", () => {
@@ -34,6 +34,26 @@ test("times are in the reader's zone", () => {
   assert.match(timeText(time, "UTC", "en-GB"), /22\/11\/2026, 23:30:00/);
   assert.equal(timeText(null), "-");
   assert.equal(timeText("no time"), "-");
+});
+
+test("a short time is the clock alone, on the reader's own day", () => {
+  const time = "2026-11-22T23:30:00.125Z";
+  const short = (now, zone) => shortTimeText(time, Date.parse(now), zone, "en-GB");
+  assert.equal(short("2026-11-22T23:59:00Z", "UTC"), "23:30:00");
+  assert.equal(short("2026-11-23T00:00:00Z", "UTC"), "22/11/2026, 23:30:00");
+  assert.equal(short("2026-11-23T00:00:00Z", "Asia/Tokyo"), "08:30:00");
+  assert.equal(shortTimeText(null, 0), "-");
+  assert.equal(shortTimeText("no time", 0), "-");
+});
+
+test("the verdict names what is wrong, and claims nothing that is not heard", () => {
+  const faults = [1, 2, 3, 4].map((bay) => ({place: `AMC bay ${bay}`, what: "health LED\u0000red"}));
+  assert.deepEqual(verdictOf({faults: []}, true), {text: "✓ Nothing is wrong", mood: "good"});
+  assert.deepEqual(verdictOf({faults: faults.slice(0, 1)}, true), {text: "✕ AMC bay 1: health LED?red", mood: "bad"});
+  assert.equal(verdictOf({faults}, true).text, "✕ AMC bay 1: health LED?red; AMC bay 2: health LED?red; and 2 more");
+  assert.deepEqual(verdictOf({faults: []}, false), {text: "? unknown (nothing was wrong)", mood: ""});
+  assert.deepEqual(verdictOf({faults}, false), {text: "? unknown (something was wrong)", mood: ""});
+  assert.deepEqual(verdictOf(null, false), {text: "", mood: ""});
 });
 
 test("an LED in words and in its shape", () => {

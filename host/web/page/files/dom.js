@@ -1,5 +1,7 @@
 // Elements without markup: every text goes in as a text.
 
+import {shortTimeText, timeText} from "./words.js";
+
 const SVG = "http://www.w3.org/2000/svg";
 
 function fill(element, properties, children) {
@@ -28,12 +30,18 @@ export function byId(id) {
 
 /** New content, unless it is the same: then nothing that a reader stands on moves. */
 export function show(element, key, make) {
-  if (element.shownKey === key) return false;
-  element.shownKey = key;
+  const dated = `${new Date().toDateString()} ${key}`; // what was today's has its day with it tomorrow
+  if (element.shownKey === dated) return false;
+  element.shownKey = dated;
   element.replaceChildren(...[make()].flat().filter((each) => each !== null));
   return true;
 }
 
 export function setText(element, text) {
   if (element.textContent !== text) element.textContent = text;
+}
+
+/** A short time; the whole of it for who points at it, and for programs. */
+export function moment(time) {
+  return el("time", {datetime: time, title: time ? timeText(time) : null}, shortTimeText(time, Date.now()));
 }

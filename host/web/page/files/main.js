@@ -1,6 +1,6 @@
 // The page: hears the blade, shows what it has heard, and gives orders.
 import {chartPath, chartText, countsOf, niceTop, ratesOf, withSample} from "./chart.js";
-import {byId, el, setText, show} from "./dom.js";
+import {byId, el, moment, setText, show} from "./dom.js";
 import {filtered, follow, reasonOf, withEvent} from "./events.js";
 import {
   addressOrder, colorsOf, firmwareOrder, ledOrder, newSession, outcomeLines, portOrder, upgradeLine,
@@ -12,7 +12,7 @@ import {
   BASEBOARD, ageOf, changesBetween, clockOf, hostBack, hostLost, isHeard, newState, pictureHeard, placeName, placesOf,
   serverNow, streamLost, streamOpened,
 } from "./state.js";
-import {ageText, clockText, durationText, linkText, printable, timeText} from "./words.js";
+import {ageText, clockText, durationText, linkText, printable, shortTimeText, timeText, verdictOf} from "./words.js";
 
 const BETWEEN_PICTURES = 200;
 const BETWEEN_SAMPLES = 5000;
@@ -60,6 +60,10 @@ function render() {
   const wrong = picture?.faults?.length ?? 0;
   document.title = `${heard ? wrong > 0 ? "✕ " : "✓ " : "? "}${name}`;
   renderLink(heard);
+  const verdict = verdictOf(picture, heard);
+  setText(byId("verdict"), verdict.text);
+  byId("verdict").className = `verdict ${verdict.mood}`;
+  byId("wrong").hidden = wrong === 0;
   showPanel(buttons, picture, heard, chosen);
   showPlace(byId("place"), byId("place-title"), picture, heard, chosen);
   showFaults(byId("faults"), picture, heard);
@@ -78,8 +82,7 @@ function renderEvents() {
   const list = filtered(events, byId("filter-kind").value, byId("filter-words").value);
   setText(byId("filter-count"), `${list.length} of ${events.length}`);
   show(byId("events"), JSON.stringify(list), () => list.map((entry) => el("li", {class: `event ${entry.kind}`},
-    el("time", {datetime: entry.time}, timeText(entry.time)), " ",
-    el("span", {class: "kind"}, printable(entry.kind)), " ", el("span", {}, entry.text))));
+    moment(entry.time), " ", el("span", {class: "kind"}, printable(entry.kind)), " ", el("span", {class: "news"}, entry.text))));
 }
 
 function renderChart() {
@@ -88,13 +91,20 @@ function renderChart() {
   const box = {x: 4, y: 12, width: 392, height: 100, top};
   byId("chart-all").setAttribute("d", chartPath(rates, "all", box));
   byId("chart-bad").setAttribute("d", rates.some((rate) => rate.bad > 0) ? chartPath(rates, "bad", box) : "");
-  setText(byId("chart-top"), `${top} a second`);
+  byId("chart").classList.toggle("bare", rates.length === 0);
+  setText(byId("chart-top"), rates.length === 0 ? "" : `${top} a second`);
   setText(byId("chart-text"), `${isHeard(state) || rates.length === 0 ? "" : "Before the connection went: "}${chartText(rates)}.`);
   setText(byId("chart-span"), rates.length === 0 ? "" : `From ${clockText(rates[0].from)} to ${clockText(rates.at(-1).to)}.`);
 }
 
+let today = "";
+
 /** Ages grow by themselves; what was not heard has none. */
 function tick() {
+  if (today !== new Date().toDateString()) {
+    today = new Date().toDateString();
+    renderEvents();
+  }
   const heard = isHeard(state);
   for (const span of document.querySelectorAll("[data-read]")) {
     const age = ageOf(span.dataset.read, state.clock, now());
@@ -108,7 +118,8 @@ function tick() {
   }
   const server = serverNow(state.clock, now());
   if (state.heardAt !== null && server !== null) {
-    setText(byId("heard"), `${heard ? "heard" : "last heard"} ${ageText(Math.max(0, server - state.heardAt))}, at ${timeText(state.heardAt)}`);
+    setText(byId("heard"), `${heard ? "heard" : "last heard"} ${ageText(Math.max(0, server - state.heardAt))}, at ${shortTimeText(state.heardAt, Date.now())}`);
+    byId("heard").title = timeText(state.heardAt);
   }
 }
 
@@ -137,6 +148,7 @@ async function fetchPicture() {
     const clock = clockOf(answer.headers.get("Date"), (picture ?? state.picture)?.time, now());
     const before = isHeard(state) ? state.picture : null;
     become(pictureHeard(state, picture, answer.headers.get("ETag") ?? "", clock));
+    if (samples.length === 0) takeSample();
     if (picture) say(changesBetween(before, picture));
   } catch (error) {
     if (generation === fetching.generation) become(hostLost(state, String(error?.message ?? error)));

@@ -1,8 +1,8 @@
 // The front panel, and what is told of one place, of ports, DSPs, faults, the host and upgrades.
-import {el, setText, show, svg} from "./dom.js";
+import {el, moment, setText, show, svg} from "./dom.js";
 import {BASEBOARD, RTM, placesOf} from "./state.js";
 import {
-  dspAddress, known, ledShape, ledShows, portState, printable, runStatusMood, runStatusText, timeText,
+  dspAddress, known, ledShape, ledShows, portState, printable, runStatusMood, runStatusText,
 } from "./words.js";
 
 const BLINKS = new Map(); // lamps that blink now, with their animations
@@ -23,16 +23,16 @@ export function blinkOf(led, heard) {
 
 const MARKS = {unknown: "?", test: "T"};
 
-/** The lamp: a ring for off, a disc for on, a disc in a broken ring for blinking, a letter for the others. */
+/** The lamp: dull glass for off, a bright lens for on, one in a broken ring for blinking, a letter for the others. */
 function lamp(led, heard) {
   const shape = ledShape(led, heard);
   const picture = svg("svg", {
-    class: `lamp ${shape} color-${shape === "unknown" ? "none" : led.color}`, viewBox: "0 0 24 24", width: 20, height: 20,
+    class: `lamp ${shape} color-${shape === "unknown" ? "none" : led.color}`, viewBox: "0 0 24 24", width: 22, height: 22,
     "aria-hidden": "true", focusable: "false",
   });
-  picture.append(svg("circle", {class: "ring", cx: 12, cy: 12, r: 10}));
-  const light = svg("circle", {class: "light", cx: 12, cy: 12, r: 7});
-  picture.append(light);
+  const light = svg("circle", {class: "light", cx: 12, cy: 12, r: 7.5});
+  picture.append(svg("circle", {class: "ring", cx: 12, cy: 12, r: 10.25}), svg("circle", {class: "glass", cx: 12, cy: 12, r: 7.5}), light,
+    svg("ellipse", {class: "shine", cx: 9.75, cy: 8.5, rx: 3, ry: 1.9, transform: "rotate(-35 9.75 8.5)"}));
   if (MARKS[shape]) picture.append(svg("text", {x: 12, y: 16.5, "text-anchor": "middle", class: "mark"}, MARKS[shape]));
   const blink = blinkOf(led, heard);
   if (blink) BLINKS.set(light, blink);
@@ -126,17 +126,23 @@ function facts(rows) {
   const list = el("dl", {class: "facts"});
   for (const [name, value] of rows) {
     if (value === undefined || value === null || value === "") continue;
-    list.append(el("div", {}, el("dt", {}, name), el("dd", {}, value instanceof Node ? value : printable(value))));
+    list.append(el("div", {}, el("dt", {}, name), el("dd", {}, value instanceof Node || Array.isArray(value) ? value : printable(value))));
   }
   return list;
 }
 
-function table(caption, heads, rows) {
-  return el("div", {class: "scroll", tabindex: 0, role: "group", "aria-label": caption},
-    el("table", {}, el("caption", {class: "hidden"}, caption),
-      el("thead", {}, el("tr", {}, heads.map((head) => el("th", {scope: "col"}, head)))),
-      el("tbody", {}, rows.map((cells) => el("tr", {},
-        cells.map((cell, i) => el(i === 0 ? "th" : "td", i === 0 ? {scope: "row"} : {}, cell)))))));
+/** A table; in a card that is too narrow for it each row becomes lines, a label and a value. The notes' column is there when there are any. */
+function table(caption, heads, rows, kind = "narrow") {
+  const used = (i) => heads[i] !== "note" || rows.some((cells) => cells[i] !== "");
+  const shown = (cells) => cells.map((cell, i) => [cell, i]).filter(([, i]) => used(i));
+  const cell = ([value, i]) => (i === 0 ? el("th", {scope: "row", role: "rowheader", "data-label": heads[i]}, value)
+    : el("td", {role: "cell", "data-label": heads[i]}, value));
+  // The roles say what is a table, since what is shown as lines would be none.
+  return el("div", {class: `scroll table ${kind}`, tabindex: 0, role: "group", "aria-label": caption},
+    el("table", {role: "table"}, el("caption", {class: "hidden"}, caption),
+      el("thead", {role: "rowgroup"}, el("tr", {role: "row"},
+        shown(heads).map(([head]) => el("th", {scope: "col", role: "columnheader"}, head)))),
+      el("tbody", {role: "rowgroup"}, rows.map((cells) => el("tr", {role: "row"}, shown(cells).map(cell))))));
 }
 
 export function showPlace(root, title, picture, heard, bay) {
@@ -209,19 +215,26 @@ export function showFaults(root, picture, heard) {
   });
 }
 
+/** known(), of a text with times in it. */
+function knownParts(parts, heard) {
+  return heard ? parts : ["unknown (was ", ...parts, ")"];
+}
+
 export function showHost(root, picture, heard) {
   const {host, health, controller, calls, source, time: _time} = picture ?? {};
   show(root, JSON.stringify([heard, host, health, controller, calls?.map(({age_ms: _age, ...call}) => call), source]), () => {
     if (!picture) return el("p", {}, "Nothing has been heard yet.");
-    const since = (each) => (each.since ? ` since ${timeText(each.since)}` : "");
-    const under = calls.map((call) => `${call.operation}${call.waiting ? ` waits for ${call.waits_for}` : ""}${since(call)}${call.asker ? `, asked by ${call.asker}` : ""}`);
+    const since = (each) => (each.since ? [" since ", moment(each.since)] : []);
+    const under = calls.flatMap((call, i) => [i === 0 ? "" : "; ", printable(`${call.operation}${call.waiting ? ` waits for ${call.waits_for}` : ""}`),
+      ...since(call), call.asker ? printable(`, asked by ${call.asker}`) : ""]);
+    const reasons = health.reasons.length > 0 ? printable(`: ${health.reasons.join("; ")}`) : "";
     return facts([
-      ["health", known(`${health.state}${since(health)}${health.reasons.length > 0 ? `: ${health.reasons.join("; ")}` : ""}`, heard)],
-      ["controller", known(`${controller.state}${since(controller)}`, heard)],
+      ["health", knownParts([printable(health.state), ...since(health), reasons], heard)],
+      ["controller", knownParts([printable(controller.state), ...since(controller)], heard)],
       ["data", source.simulated ? `SIMULATED: ${source.reason}` : "read from the hardware"],
-      ["start", host.start ? known(`${host.start.result} (${host.start.result_name}), ${timeText(host.start.time)}`, heard) : "not started"],
-      ["calls under way", known(under.length === 0 ? "none" : under.join("; "), heard)],
-      ["resident host", `version ${host.version}, process ${host.process}, since ${timeText(host.started)}`],
+      ["start", host.start ? knownParts([printable(`${host.start.result} (${host.start.result_name}), `), moment(host.start.time)], heard) : "not started"],
+      ["calls under way", knownParts(under.length === 0 ? ["none"] : under, heard)],
+      ["resident host", [printable(`version ${host.version}, process ${host.process}, since `), moment(host.started)]],
     ]);
   });
 }
@@ -234,10 +247,10 @@ export function showUpgrades(root, picture, heard) {
     const last = picture.upgrades.slice(-20).reverse();
     return table("Firmware upgrades", ["place", "state", "begun", "took", "file", "firmware before", "after", "asked by"],
       last.map((each) => [
-        printable(each.place), known(`${each.state_name}${each.state_name === "failed" ? " ✕" : ""}`, heard), timeText(each.begun),
+        printable(each.place), known(`${each.state_name}${each.state_name === "failed" ? " ✕" : ""}`, heard), moment(each.begun),
         each.ended ? `${Math.round((Date.parse(each.ended) - Date.parse(each.begun)) / 1000)} s`
           : heard ? el("span", {"data-since": each.begun ?? ""}, "") : "unknown",
         printable(each.file), printable(each.version_before) || "unknown", printable(each.version_after ?? "not read yet"),
-        printable(each.asker)]));
+        printable(each.asker)]), "broad");
   });
 }

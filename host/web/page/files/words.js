@@ -46,6 +46,28 @@ export function clockText(time, zone, language) {
   }).format(date);
 }
 
+/** A time of the reader's today as its clock alone, any other with its day. The zone is said once, elsewhere. */
+export function shortTimeText(time, today, zone, language) {
+  const date = new Date(time ?? NaN);
+  if (Number.isNaN(date.getTime())) return "-";
+  const day = new Intl.DateTimeFormat(language, {year: "numeric", month: "2-digit", day: "2-digit", timeZone: zone});
+  const clock = clockText(time, zone, language);
+  return day.format(date) === day.format(new Date(today)) ? clock : `${day.format(date)}, ${clock}`;
+}
+
+const MOST_NAMED = 2;
+
+/** Whether the blade is well, in a line: {text, mood}. */
+export function verdictOf(picture, heard) {
+  if (!picture) return {text: "", mood: ""};
+  const {faults} = picture;
+  if (!heard) return {text: `? unknown (${faults.length === 0 ? "nothing" : "something"} was wrong)`, mood: ""};
+  if (faults.length === 0) return {text: "✓ Nothing is wrong", mood: "good"};
+  const named = faults.slice(0, MOST_NAMED).map((fault) => `${printable(fault.place)}: ${printable(fault.what)}`);
+  if (faults.length > MOST_NAMED) named.push(`and ${faults.length - MOST_NAMED} more`);
+  return {text: `✕ ${named.join("; ")}`, mood: "bad"};
+}
+
 /** What an LED shows: "on green", "blink red (500 ms on, 500 ms off)", "off". */
 export function ledShows(led) {
   if (led.state === undefined) return `not read: ${printable(led.result_name)} (${led.result})`;
