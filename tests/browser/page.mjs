@@ -10,8 +10,9 @@ import {ACCOUNT, Blade, LONGEST, PASSWORD} from "./blade.mjs";
 const AXE = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
 
 export function launch() {
+  // The same engine without windows, which took more time than the pages in them; CHROMIUM=/usr/bin/chromium has them.
   // Chromium's own sandbox does not work for root; the blade is a box already.
-  return chromium.launch({executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium", args: ["--no-sandbox"], timeout: LONGEST});
+  return chromium.launch({executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium-headless-shell", args: ["--no-sandbox"], timeout: LONGEST});
 }
 
 /** A blade in service and a browser for all tests of a file, with what else has to be done before them. */
@@ -30,12 +31,42 @@ export function sharedBlade(prepare = async () => {}) {
   return shared;
 }
 
+const USUAL = {viewport: {width: 1280, height: 900}, colorScheme: null, reducedMotion: null};
+
+async function newPage(browser, options) {
+  const context = await browser.newContext({viewport: USUAL.viewport, ...options});
+  context.setDefaultTimeout(LONGEST);
+  return context.newPage();
+}
+
+/**
+ * A page that has been used before, and nothing of that is left: most of what a test takes is a window of its own. It gets one when the
+ * usual page is in use, or when it wants what only a new window can have.
+ */
+async function usualPage(t, browser, options) {
+  if (browser.inUse || Object.keys(options).some((each) => !(each in USUAL))) return null;
+  browser.inUse = true;
+  browser.usual ??= await newPage(browser, {});
+  const page = browser.usual;
+  const {viewport, ...media} = {...USUAL, ...options};
+  await page.setViewportSize(viewport);
+  await page.emulateMedia(media);
+  t.after(async () => {
+    page.removeAllListeners();
+    await page.unrouteAll();
+    await page.goto("about:blank");
+    browser.inUse = false;
+  });
+  return page;
+}
+
 /** A page at this address; what it complains of, or asks elsewhere, stands in its complaints. */
 export async function visit(t, browser, url, options = {}) {
-  const context = await browser.newContext({viewport: {width: 1280, height: 900}, ...options});
-  context.setDefaultTimeout(LONGEST);
-  t.after(() => context.close());
-  const page = await context.newPage();
+  let page = await usualPage(t, browser, options);
+  if (page === null) {
+    page = await newPage(browser, options);
+    t.after(() => page.context().close());
+  }
   page.complaints = [];
   page.on("pageerror", (error) => page.complaints.push(String(error)));
   page.on("console", (message) => { if (message.type() === "error") page.complaints.push(message.text()); });

@@ -9,7 +9,7 @@ const MOST_BYTES = 150 * 1024;
 
 let reader; // a page that is open all the time, for tests that only look; who does something there undoes it
 const shared = sharedBlade(async ({browser, blade}) => {
-  reader = await openedAt({after() {}}, browser, blade.url);
+  reader = await openedAt({after() {}}, browser, blade.url, {locale: "en-GB"});
 });
 const {blade} = shared;
 
