@@ -130,9 +130,12 @@ export class Blade {
     return this.inService();
   }
 
-  /** In service again, after something was broken: as the page says. */
+  /** In service again, whatever was broken: as the page says. */
   async mend() {
     await bladesim("tool", "clear");
+    if (!this.door.running) await this.startDoor();
+    if (!this.host.running) this.startHost();
+    await this.settled("a host that has started", () => true);
     await bmhost("stop");
     await bmhost("start");
     return this.inService();

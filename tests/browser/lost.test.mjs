@@ -54,6 +54,7 @@ for (const [exit, what, reason, badge, broken] of [
 }
 
 test("without the resident host nothing is claimed; when it is back, all is live again", async (t) => {
+  t.after(() => blade.mend());
   const page = await opened(t);
   const lit = await page.locator("#panel .lamp.on, #panel .lamp.blink").count();
   const lamps = await page.locator("#panel .lamp").count();
@@ -80,6 +81,7 @@ test("without the resident host nothing is claimed; when it is back, all is live
 });
 
 test("when the door ends and is back, the page connects again and goes on after the last event", async (t) => {
+  t.after(() => blade.mend());
   const page = await opened(t);
   await page.locator("#events .event.health").filter({hasText: "monitored"}).first().waitFor();
   const asked = [];
