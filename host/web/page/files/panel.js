@@ -245,7 +245,7 @@ export function showUpgrades(root, picture, heard) {
     if (!picture) return el("p", {}, "Nothing has been heard yet.");
     if (picture.upgrades.length === 0) return el("p", {}, heard ? "No upgrade yet." : "unknown (there was none)");
     const last = picture.upgrades.slice(-20).reverse();
-    return table("Firmware upgrades", ["place", "state", "begun", "took", "file", "firmware before", "after", "asked by"],
+    return table("Firmware upgrades", ["place", "state", "begun", "took", "file", "firmware before", "firmware after", "asked by"],
       last.map((each) => [
         printable(each.place), known(`${each.state_name}${each.state_name === "failed" ? " ✕" : ""}`, heard), moment(each.begun),
         each.ended ? `${Math.round((Date.parse(each.ended) - Date.parse(each.begun)) / 1000)} s`
