@@ -120,10 +120,56 @@ private:
     std::shared_ptr<Checking> m_checking;
 };
 
+/// Goes on for as long as its reader's account may read it, with the password that it was opened with.
+class Door::GuardedStream final : public Stream {
+public:
+    GuardedStream(std::unique_ptr<Stream> stream, Logins& logins, std::shared_ptr<const AccountFile> accounts,
+                  std::string account, const Grant& grant)
+        : m_stream(std::move(stream)),
+          m_logins(logins),
+          m_account(std::move(account)),
+          m_hash(HashIn(*accounts)),
+          m_grant(grant),
+          m_accounts(std::move(accounts)) {}
+
+    std::size_t Next(char* to, std::size_t most) override {
+        if (!MayStillRead()) m_stream->End();
+        return m_stream->Next(to, most);
+    }
+    bool HasEnded() const override { return m_stream->HasEnded(); }
+    void End() override { m_stream->End(); }
+    std::chrono::steady_clock::time_point NextComment() const override { return m_stream->NextComment(); }
+    std::string ContentType() const override { return m_stream->ContentType(); }
+
+private:
+    std::string HashIn(const AccountFile& accounts) const {
+        const Account* const account = accounts.Find(m_account);
+        return account == nullptr ? std::string() : account->m_hash;
+    }
+
+    bool MayStillRead() {
+        auto now = m_logins.Accounts();
+        if (now == m_accounts) return true; // the accounts have not been read again
+        const Account* const account = now->Find(m_account);
+        if (account == nullptr || account->m_locked || account->m_hash != m_hash) return false;
+        if (!MayDo(account->m_role, m_grant, false)) return false;
+        m_accounts = std::move(now);
+        return true;
+    }
+
+    const std::unique_ptr<Stream> m_stream;
+    Logins& m_logins;
+    const std::string m_account;
+    const std::string m_hash;
+    const Grant& m_grant;
+    std::shared_ptr<const AccountFile> m_accounts; ///< by these it may
+};
+
 /// What the door keeps in a request, from Begin to Handle.
 struct Door::Own {
     std::any m_service; ///< the service's own
     std::shared_ptr<Checking> m_checking;
+    std::shared_ptr<const AccountFile> m_accounts; ///< from before it was looked at who asks
 };
 
 Door::Door(std::vector<DoorListener> listeners, Logins& logins, HttpService& others)
@@ -195,6 +241,7 @@ BodyPlan Door::Begin(Request& request, std::optional<uint64_t> length) {
     m_listeners.at(request.m_peer.m_listener).m_names.Check(request);
     // Only the door writes these.
     std::erase_if(request.m_headers, [](const auto& header) { return IsOwnHeader(header.first); });
+    const auto accounts = m_logins.Accounts();
     std::optional<Credentials> unchecked;
     const std::optional<Visitor> visitor = Enter(request, unchecked);
     if (!unchecked) Admit(request, visitor);
@@ -209,7 +256,7 @@ BodyPlan Door::Begin(Request& request, std::optional<uint64_t> length) {
         m_logins.Check(*unchecked, request.m_peer.m_address,
                        [checking](Logins::Login login) { checking->Done(std::move(login)); });
     }
-    request.m_own = Own{std::move(request.m_own), checking};
+    request.m_own = Own{std::move(request.m_own), checking, accounts};
     return plan;
 }
 
@@ -227,7 +274,17 @@ Outcome Door::Handle(Request& request, const TakeTicket& takeTicket) {
         SetVisitor(request, visitor);
         if (request.m_sink) request.m_sink = static_cast<CheckedSink&>(*request.m_sink).Take();
     }
-    return ServiceOf(request).Handle(request, takeTicket);
+    Outcome outcome = ServiceOf(request).Handle(request, takeTicket);
+    if (auto* streams = std::get_if<Streams>(&outcome)) Guard(*streams, request, std::move(own.m_accounts));
+    return outcome;
+}
+
+void Door::Guard(Streams& streams, const Request& request, std::shared_ptr<const AccountFile> accounts) const {
+    const auto visitor = VisitorOf(request);
+    const Grant* const grant = GrantFor(request.m_method, request.m_path);
+    if (!visitor || grant == nullptr) return;
+    streams.m_stream = std::make_unique<GuardedStream>(std::move(streams.m_stream), m_logins, std::move(accounts),
+                                                       visitor->m_name, *grant);
 }
 
 Reply Door::ErrorReply(const Request& request, const Refusal& refusal) {

@@ -25,7 +25,7 @@ struct DoorListener {
 
 /// Asks services of its own for what it lets in. They find in the header Bmhost-Account who asks, and there is none
 /// unless the door has checked it; VisitorOf tells more. A service's ErrorReply is asked for what the door refuses,
-/// too.
+/// too. A stream ends when its reader's account may read it no longer; streams have to be woken after Logins::Set.
 class Door final : public HttpService {
 public:
     /// Whether what the request names is the visitor's own: his session, his account.
@@ -53,12 +53,14 @@ private:
     };
     class Checking;
     class CheckedSink;
+    class GuardedStream;
     struct Own;
 
     const Served* ServedAt(std::string_view path) const;
     HttpService& ServiceOf(const Request& request) const;
     std::optional<Visitor> Enter(const Request& request, std::optional<Credentials>& unchecked) const;
     void Admit(const Request& request, const std::optional<Visitor>& visitor) const;
+    void Guard(Streams& streams, const Request& request, std::shared_ptr<const AccountFile> accounts) const;
 
     const std::vector<DoorListener> m_listeners;
     Logins& m_logins;

@@ -177,6 +177,25 @@ def test_elsewhere_it_needs_tls_and_accounts(web, tmp_path):
     assert door.curl("/v1/blade", "-k", "-u", f"late:{PASSWORD}", url=url)[0] == 200
 
 
+def test_streams_end_with_the_right_of_their_account(web):
+    door = web()
+    paths = ("/v1/events?after=0", "/redfish/v1/EventService/SSE")
+    streams = {(user, path): subprocess.Popen(["curl", "-s", "-N", "-g", "-m", str(SECONDS), "-u", f"{user}:{PASSWORD}", f"http://127.0.0.1:{door.port}{path}"],
+                                              stdout=subprocess.PIPE) for user in ("readonly", "operator") for path in paths}
+    try:
+        for stream in streams.values():
+            assert stream.stdout.read(1), "it has begun"
+        subprocess.run([bin_folder() / "bmhost", "account", "remove", "readonly", "--accounts", door.accounts], check=True, timeout=SECONDS)
+        door.process.send_signal(signal.SIGHUP)
+        for path in paths:
+            assert streams["readonly", path].wait(timeout=SECONDS) == 0, "the door has ended it, not the reader's patience"
+        assert [stream.poll() for (user, path), stream in streams.items() if user == "operator"] == [None, None]
+    finally:
+        for stream in streams.values():
+            stream.kill()
+            stream.communicate()
+
+
 def test_a_frozen_controller_makes_no_reader_wait(web):
     door = web()
     order("controller", "stop")

@@ -203,6 +203,7 @@ private:
                 m_expires = expires;
             }
             m_logins.Set(std::move(accounts));
+            m_server.WakeStreams(); // those end whose account may read no longer
             LogDoor("certificate and accounts read again");
         } catch (const std::exception& error) {
             LogDoor(std::string("certificate and accounts not read again: ") + error.what());

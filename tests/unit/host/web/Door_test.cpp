@@ -222,6 +222,80 @@ TEST(Door, AReaderOfEventsWhosePasswordIsComparedFirstGetsTheStream) {
     EXPECT_EQ(door.Compared(), 2);
 }
 
+/// A stream of the account reader, with its beginning read.
+std::unique_ptr<Client> OpenStream(const ServedDoor& door, const std::string& headers) {
+    auto client = std::make_unique<Client>(door.Plain());
+    client->Send("GET /v1/events?after=0 HTTP/1.1\r\nHost: h\r\n" + headers + "\r\n");
+    EXPECT_THAT(client->ReadUntil("event: host"), testing::EndsWith("event: host"));
+    return client;
+}
+
+/// Whether the stream goes on with what is told now.
+bool Hears(ServedDoor& door, const Client& stream) {
+    door.Blade().Tell("health", R"({"a":1})");
+    return stream.ReadUntil("{\"a\":1}").ends_with("{\"a\":1}");
+}
+
+TEST(Door, AStreamEndsWithTheRightOfItsAccount) {
+    using Change = void (*)(AccountFile & accounts);
+    const std::pair<const char*, Change> changes[] = {
+        {"removed", [](AccountFile& accounts) { accounts.Remove("reader"); }},
+        {"another password", [](AccountFile& accounts) { accounts.SetPassword("reader", "other"); }},
+        {"locked",
+         [](AccountFile& accounts) {
+             accounts.Remove("reader");
+             accounts.Add({"reader", Role::ReadOnly, "readerword", true});
+         }},
+    };
+    for (const auto& [what, change] : changes) {
+        SCOPED_TRACE(what);
+        ServedDoor door;
+        ASSERT_TRUE(IsThere(door));
+        const auto session = door.Logins().OpenSessions().Open("reader", "127.0.0.1");
+        const auto byPassword = OpenStream(door, Basic("reader", "readerword"));
+        const auto byToken = OpenStream(door, "X-Auth-Token: " + session->m_token + "\r\n");
+        const auto others = OpenStream(door, Basic("operator", "operatorword"));
+        const auto nobodys = OpenStream(door, "");
+        AccountFile accounts = ThreeAccounts();
+        change(accounts);
+        door.SetAccounts(accounts);
+        EXPECT_FALSE(Hears(door, *byPassword));
+        EXPECT_FALSE(Hears(door, *byToken));
+        EXPECT_TRUE(Hears(door, *others));
+        EXPECT_TRUE(Hears(door, *nobodys));
+    }
+}
+
+TEST(Door, AStreamGoesOnWhenItsAccountMayStillReadIt) {
+    ServedDoor door;
+    ASSERT_TRUE(IsThere(door));
+    const auto stream = OpenStream(door, Basic("operator", "operatorword"));
+    AccountFile accounts = ThreeAccounts();
+    accounts.SetRole("operator", Role::ReadOnly);
+    door.SetAccounts(accounts);
+    EXPECT_TRUE(Hears(door, *stream));
+    accounts.Remove("operator");
+    door.SetAccounts(accounts);
+    EXPECT_FALSE(Hears(door, *stream));
+}
+
+TEST(Door, AnAccountThatGoesWhileItsPasswordIsComparedGetsNoStream) {
+    ServedDoor door;
+    ASSERT_TRUE(IsThere(door));
+    const Client client(door.Plain());
+    std::unique_lock comparing(door.Comparing());
+    client.Send("GET /v1/events?after=0 HTTP/1.1\r\nHost: h\r\n" + Basic("reader", "readerword") + "\r\n");
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(AskPlain(door, "GET", "/v1/blade").m_status, 200);
+    AccountFile accounts = ThreeAccounts();
+    accounts.Remove("reader");
+    door.SetAccounts(accounts);
+    comparing.unlock();
+    const std::string told = client.ReadUntil("event: host");
+    EXPECT_THAT(told, HasSubstr("200 OK"));
+    EXPECT_THAT(told, Not(HasSubstr("event: host")));
+}
+
 TEST(Door, WhoGoesWhileAPasswordIsComparedHasOrderedNothing) {
     ServedDoor door;
     ASSERT_TRUE(IsThere(door));

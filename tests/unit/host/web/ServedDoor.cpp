@@ -28,13 +28,6 @@ std::string NameOf(Role role) {
     return "admin";
 }
 
-AccountFile ThreeAccounts() {
-    std::vector<Account> accounts;
-    for (const Role role : AllRoles)
-        accounts.push_back({NameOf(role), role, NameOf(role) + "word"});
-    return AccountFile(std::move(accounts));
-}
-
 ApiLimits SmallLimits() {
     ApiLimits limits;
     limits.m_imageFolder = "/tmp";
@@ -43,6 +36,13 @@ ApiLimits SmallLimits() {
 }
 
 } // namespace
+
+AccountFile ThreeAccounts() {
+    std::vector<Account> accounts;
+    for (const Role role : AllRoles)
+        accounts.push_back({NameOf(role), role, NameOf(role) + "word"});
+    return AccountFile(std::move(accounts));
+}
 
 BodyPlan AskedService::Begin(Request& /*request*/, std::optional<uint64_t> /*length*/) {
     return BodyPlan::Whole(1000);
@@ -95,6 +95,11 @@ ServedDoor::~ServedDoor() {
     m_thread.join();
     m_mirror.OnNews(nullptr);
     m_server.reset();
+}
+
+void ServedDoor::SetAccounts(AccountFile accounts) {
+    m_logins.Set(std::move(accounts));
+    m_server->WakeStreams();
 }
 
 std::string Basic(const std::string& name, const std::string& password) {

@@ -23,6 +23,9 @@ public:
     bmhost::Reply ErrorReply(const bmhost::Request& request, const bmhost::Refusal& refusal) override;
 };
 
+/// The accounts reader, operator and admin.
+bmhost::AccountFile ThreeAccounts();
+
 /// Accounts reader, operator and admin, each of whose password is its name and "word".
 class ServedDoor {
 public:
@@ -33,6 +36,8 @@ public:
 
     ScriptedBlade& Blade() { return m_blade; }
     bmhost::Logins& Logins() { return m_logins; }
+    /// As on SIGHUP.
+    void SetAccounts(bmhost::AccountFile accounts);
     uint16_t Plain() const { return m_ports.at(0); }
     uint16_t Secure() const { return m_ports.at(1); }
     int Compared() const { return *m_compared; }
