@@ -116,6 +116,10 @@ BladeView BladeMirror::Now() const {
     return m_view;
 }
 
+BladeView BladeMirror::Look() const {
+    return m_view;
+}
+
 std::shared_ptr<const Statistics> BladeMirror::Counts() const {
     return m_counts;
 }

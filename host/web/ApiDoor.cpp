@@ -81,7 +81,7 @@ Outcome ApiDoor::Look(Request& request, const TakeTicket& takeTicket, const Rout
         return PassOn(m_looks, request, takeTicket, [path](HostClient& host) { return host.Get(path); });
     }
     // What was heard before is no state of now.
-    const BladeView view = m_mirror.Now();
+    const BladeView view = m_mirror.Look();
     if (!view.m_reachable) throw Refusal(503, "", view.m_reason, {{"Retry-After", "1"}});
     return m_api.Handle(request, takeTicket);
 }

@@ -49,6 +49,7 @@ public:
 private:
     void Turn() {
         if (Clock::now() >= m_due || m_mirror.IsWanted()) FetchPicture();
+        if (m_mirror.HasReaders()) m_due = std::min(m_due, m_fetched + m_mirror.m_times.m_silenceForReaders);
         if (Clock::now() >= m_countsDue) FetchCounts();
         const auto due = std::min(m_due, m_countsDue) - Clock::now();
         const auto wait =
@@ -121,6 +122,16 @@ BladeMirror::~BladeMirror() {
 BladeView BladeMirror::Now() const {
     const std::lock_guard lock(m_guard);
     return m_view;
+}
+
+BladeView BladeMirror::Look() const {
+    m_looked = Clock::now();
+    return Now();
+}
+
+bool BladeMirror::HasReaders() const {
+    const Clock::time_point looked = m_looked;
+    return looked != Clock::time_point{} && Clock::now() - looked < m_times.m_reader;
 }
 
 std::shared_ptr<const Statistics> BladeMirror::Counts() const {

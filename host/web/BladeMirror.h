@@ -25,6 +25,9 @@ struct MirrorTimes {
     std::chrono::milliseconds m_answer{2'000};        ///< the host's, for a picture; the destructor may take as long
     std::chrono::milliseconds m_pause{500};           ///< before a host that is not there is looked for again
     std::chrono::milliseconds m_betweenCounts{1'000}; ///< what the host counts has no news
+    /// A reading that changes nothing is no news either: while somebody looks, its age is at most so much too high.
+    std::chrono::milliseconds m_silenceForReaders{1'000};
+    std::chrono::milliseconds m_reader{30'000}; ///< who has looked is expected to look again for so long
 };
 
 /// Follows the host on a thread of its own, for as long as it lives. News have ids of their own, which count on when
@@ -38,6 +41,8 @@ public:
     BladeMirror& operator=(const BladeMirror&) = delete;
 
     BladeView Now() const;
+    /// The same, for somebody who reads the ages in it, now and perhaps again.
+    BladeView Look() const;
     /// What the host has counted, as it was a moment ago; null unless it answers, and for one that does not count.
     std::shared_ptr<const Statistics> Counts() const;
     /// Waits for a picture that is younger than this call; false if none has come in this time.
@@ -51,6 +56,7 @@ private:
 
     void Tell(const std::string& kind, std::string data);
     bool IsWanted() const;
+    bool HasReaders() const;
     uint64_t Wanted() const;
     void Take(std::shared_ptr<const Picture> picture, uint64_t wanted);
     void Take(std::shared_ptr<const Statistics> counts);
@@ -65,6 +71,7 @@ private:
     BladeView m_view;
     std::shared_ptr<const Statistics> m_counts;
     NewsRing m_news;
+    mutable std::atomic<std::chrono::steady_clock::time_point> m_looked{}; ///< by the last reader
     std::atomic<bool> m_ending{false};
     std::thread m_thread; // last, since it uses the other members
 };

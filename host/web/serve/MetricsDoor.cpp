@@ -22,7 +22,7 @@ Outcome MetricsDoor::Handle(Request& request, const TakeTicket& /*takeTicket*/) 
     reply.m_contentType = MetricsContentType(format);
     reply.m_headers = {{"Vary", "Accept"}};
     reply.m_body =
-        std::make_shared<const std::string>(MetricsText(m_mirror.Now(), counts.get(), &facts, WallNow(), format));
+        std::make_shared<const std::string>(MetricsText(m_mirror.Look(), counts.get(), &facts, WallNow(), format));
     return reply;
 }
 

@@ -26,7 +26,7 @@ std::vector<RoleFacts> Roles() {
 
 } // namespace
 
-FactsNow::FactsNow(const RedfishParts& parts) : m_view(parts.m_sources.m_mirror.Now()), m_facts{.m_view = m_view} {
+FactsNow::FactsNow(const RedfishParts& parts) : m_view(parts.m_sources.m_mirror.Look()), m_facts{.m_view = m_view} {
     const FactSources& sources = parts.m_sources;
     Sessions& sessions = sources.m_logins.OpenSessions();
     m_facts.m_now = WallNow();

@@ -102,6 +102,31 @@ TEST(BladeMirror, WhoHearsOfAPictureFindsIt) {
     }
 }
 
+TEST(BladeMirror, WhileSomebodyLooksReadingsWithoutNewsAreSeenSoon) {
+    ScriptedBlade blade;
+    constexpr MirrorTimes times{1ms, 1h, 30s, 1ms, 1ms, 1ms, 1h};
+    Watched watched(blade.Place(), times);
+    ASSERT_TRUE(watched.ComesToReach(true));
+    // The host is asked again and again for its counts, and not for a picture.
+    ASSERT_TRUE(blade.Awaits("GET /v1/statistics ", 20));
+    EXPECT_EQ(blade.Requests("GET /v1/blade ").size(), 1U);
+    blade.Show(PictureWith(7));
+    watched.Mirror().Look();
+    ASSERT_TRUE(watched.Comes([&] { return watched.Mirror().Now().m_picture->m_revision == 7; }));
+    blade.Show(PictureWith(8));
+    ASSERT_TRUE(watched.Comes([&] { return watched.Mirror().Now().m_picture->m_revision == 8; }));
+}
+
+TEST(BladeMirror, WhoHasLookedIsForgotten) {
+    ScriptedBlade blade;
+    constexpr MirrorTimes times{1ms, 1h, 30s, 1ms, 1ms, 1ms, 0ms};
+    Watched watched(blade.Place(), times);
+    ASSERT_TRUE(watched.ComesToReach(true));
+    watched.Mirror().Look();
+    ASSERT_TRUE(blade.Awaits("GET /v1/statistics ", 20));
+    EXPECT_EQ(blade.Requests("GET /v1/blade ").size(), 1U);
+}
+
 TEST(BladeMirror, NewsKeepTheirOrderAndManyPicturesCostOne) {
     ScriptedBlade blade;
     constexpr MirrorTimes slow{200ms, 1h, 30s, 1ms};
