@@ -177,8 +177,9 @@ void UpgradeHistory::Shorten() const {
     for (const UpgradeFacts& upgrade : Read(remarks))
         text += LineOf(upgrade);
     const std::string fresh = m_file + ".new";
-    const bm_dev::UniqueFd file(
-        open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, HistoryMode));
+    // What a process left that was killed here, or somebody has put there: nothing is written through it.
+    if (unlink(fresh.c_str()) != 0 && errno != ENOENT) FailAt(fresh, errno);
+    const bm_dev::UniqueFd file(open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, HistoryMode));
     if (file.Get() < 0) FailAt(fresh, errno);
     WriteWhole(file.Get(), fresh, text);
     if (std::rename(fresh.c_str(), m_file.c_str()) != 0) FailAt(m_file, errno);

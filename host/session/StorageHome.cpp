@@ -2,10 +2,14 @@
 #include "host/session/StorageHome.h"
 
 #include "bm/Log.h"
+#include "bm_dev/UniqueFd.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
-#include <fstream>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -40,16 +44,34 @@ std::vector<fs::path> FilesOf(const std::string& folder) {
     return files;
 }
 
+/// With the folders around it: all that are new are for their owner only, whatever the umask.
 void MakeFolder(const std::string& folder) {
-    if (!fs::create_directories(folder)) return;
-    fs::permissions(folder, fs::perms::owner_all);
+    fs::path made;
+    for (const fs::path& part : fs::path(folder)) {
+        made /= part;
+        std::error_code ignored; // what cannot be looked at cannot be made either
+        if (fs::is_directory(made, ignored) || mkdir(made.c_str(), S_IRWXU) == 0 || errno == EEXIST) continue;
+        throw fs::filesystem_error("cannot create directories", folder,
+                                   std::error_code(errno, std::generic_category()));
+    }
+    if (!fs::is_directory(folder))
+        throw fs::filesystem_error("cannot create directories", folder,
+                                   std::make_error_code(std::errc::not_a_directory));
 }
 
-/// Nobody sees a file that is not whole.
+/// Nobody sees a file that is not whole, and nothing is written through a name that is there.
 void Copy(const fs::path& file, const fs::path& folder) {
     const fs::path unfinished = folder / ("." + file.filename().native() + ".new");
-    fs::copy_file(file, unfinished, fs::copy_options::overwrite_existing);
+    fs::remove(unfinished);
+    fs::copy_file(file, unfinished);
     fs::rename(unfinished, folder / file.filename());
+}
+
+/// Without it the files alone say that this storage is in use.
+void WriteMark(const fs::path& mark, const std::string& text) {
+    const bm_dev::UniqueFd file(
+        open(mark.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (file) static_cast<void>(!write(file.Get(), text.data(), text.size()));
 }
 
 } // namespace
@@ -78,11 +100,11 @@ bool TakeStorageOver(const std::string& former, const std::string& storage) {
     try {
         const std::vector<fs::path> files = FilesOf(former);
         const fs::path mark = fs::path(storage) / Mark;
-        if (files.empty() || fs::exists(mark) || !FilesOf(storage).empty()) return false;
+        if (files.empty() || fs::exists(fs::symlink_status(mark)) || !FilesOf(storage).empty()) return false;
         MakeFolder(storage);
         for (const fs::path& file : files)
             Copy(file, storage);
-        std::ofstream(mark) << former << '\n';
+        WriteMark(mark, former + "\n");
         bmiLog(BM_LOG_ERROR, "Host", "The storage is in %s now; the files of %s were taken over", storage.c_str(),
                former.c_str());
         return true;

@@ -6,8 +6,10 @@
 #include "sim/blade/FruImage.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace bladesim {
@@ -39,13 +41,20 @@ void WriteInto(const std::string& file, const Bytes& bytes) {
     WriteAll(fd.Get(), bytes, file);
 }
 
-/// A temporary file that replaces the real one in the end, or is removed.
+/// As the shell would make a file.
+mode_t UsualMode() {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return 0666 & ~mask;
+}
+
+/// A temporary file, by a name that nobody foresees, that replaces the real one in the end, or is removed.
 class Replacement {
 public:
     explicit Replacement(const std::string& file)
         : m_file(file),
-          m_name(file + "." + std::to_string(::getpid())),
-          m_fd(::open(m_name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666)) {
+          m_name(file + ".XXXXXX"),
+          m_fd(::mkostemp(m_name.data(), O_CLOEXEC)) {
         if (!m_fd) ThrowErrno(m_file + ": cannot be written");
     }
     ~Replacement() {
@@ -56,7 +65,8 @@ public:
 
     void Write(const Bytes& bytes) {
         WriteAll(m_fd.Get(), bytes, m_file);
-        if (::fsync(m_fd.Get()) != 0 || ::rename(m_name.c_str(), m_file.c_str()) != 0) {
+        if (::fchmod(m_fd.Get(), UsualMode()) != 0 || ::fsync(m_fd.Get()) != 0 ||
+            ::rename(m_name.c_str(), m_file.c_str()) != 0) {
             ThrowErrno(m_file + ": cannot be written");
         }
         m_done = true;

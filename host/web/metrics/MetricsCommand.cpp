@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <charconv>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -32,16 +33,15 @@ constexpr std::chrono::milliseconds UsualWait(10'000);
 constexpr unsigned Found = 200;
 constexpr unsigned NoSuchPath = 404;
 
-// Not the ending by which a collector knows its files; two commands at once do not share it.
-std::string UnfinishedOf(const std::string& file) {
-    return file + "." + std::to_string(getpid()) + ".unfinished";
-}
+// Not the ending by which a collector knows its files.
+constexpr std::string_view Unfinished = ".unfinished";
 
-/// Removes the file unless it was kept.
+/// A file beside the one that it becomes, by a name that nobody foresees: the folder is the collector's, and it may
+/// belong to another user. Removed unless it was kept.
 class NewFile {
 public:
-    explicit NewFile(std::string path) : m_path(std::move(path)) {
-        m_descriptor = open(m_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644);
+    explicit NewFile(const std::string& file) : m_path(file + ".XXXXXX" + std::string(Unfinished)) {
+        m_descriptor = mkostemps(m_path.data(), static_cast<int>(Unfinished.size()), O_CLOEXEC);
         if (m_descriptor < 0) Fail();
     }
     NewFile(const NewFile&) = delete;
@@ -62,7 +62,7 @@ public:
 private:
     [[noreturn]] void Fail() const { throw std::runtime_error(m_path + ": " + std::strerror(errno)); }
 
-    const std::string m_path;
+    std::string m_path;
     int m_descriptor = -1;
     bool m_kept = false;
 };
@@ -119,7 +119,7 @@ int MetricsCommand(const std::vector<std::string>& words) {
     const MetricsOptions options = OptionsOf(words);
     const std::string text = MetricsNow(options);
     if (!options.m_output.empty()) {
-        NewFile(UnfinishedOf(options.m_output)).KeepAs(options.m_output, text);
+        NewFile(options.m_output).KeepAs(options.m_output, text);
     } else {
         // A terminal takes some of the modules' bytes for commands.
         WriteAll(STDOUT_FILENO, isatty(STDOUT_FILENO) != 0 ? bm_dev::Printable(text, "\n") : text);

@@ -2,6 +2,7 @@
 #include "bm_dev/HostLog.h"
 
 #include "bm_dev/ByteText.h"
+#include "bm_dev/UniqueFd.h"
 
 #include "bm/Log.h"
 
@@ -18,6 +19,7 @@
 #include <fcntl.h>
 #include <mutex>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <utility>
 
 int BM_LOG_LEVEL = 0;
@@ -27,6 +29,7 @@ namespace bm_dev {
 namespace {
 
 constexpr const char* Pattern = "%Y-%m-%d %H:%M:%S.%e %v";
+constexpr mode_t NewFileMode = 0644;
 
 // The text without trailing line ends. It may contain the hardware's bytes, none of which may control a terminal.
 std::string LinesOf(const char* text) {
@@ -84,12 +87,11 @@ public:
 
     void ToFile(const std::string& path) {
         try {
-            // The file sink would create missing folders, but a mistyped path must be an error.
-            if (std::FILE* probe = std::fopen(path.c_str(), "ae"); probe != nullptr) {
-                std::fclose(probe);
-            } else {
-                throw spdlog::spdlog_ex(std::strerror(errno));
-            }
+            // The file sink would create missing folders, but a mistyped path must be an error; nobody but its owner
+            // writes a new file, whatever the umask, and a pipe that nobody reads must not hold up the host.
+            constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+            const bm_dev::UniqueFd probe(::open(path.c_str(), flags, NewFileMode));
+            if (!probe) throw spdlog::spdlog_ex(std::strerror(errno));
             spdlog::file_event_handlers handlers;
             handlers.after_open = CloseOnExec;
             auto file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path, false, handlers);

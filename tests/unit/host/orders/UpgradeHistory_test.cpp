@@ -159,6 +159,36 @@ TEST_F(UpgradeHistoryTest, ThatIsFarTooLongIsReadAtItsEndAndMadeShort) {
     EXPECT_GT(10'000U, fs::file_size(File()));
 }
 
+TEST_F(UpgradeHistoryTest, IsMadeShortWhateverHasTheNewOnesName) {
+    const std::string fresh = File() + ".new";
+    const std::string other = m_own.Path() + "/other";
+    const auto plant = [&](int kind) {
+        std::ofstream(other) << "somebody's";
+        if (kind == 0) return symlink(other.c_str(), fresh.c_str());
+        if (kind == 1) return link(other.c_str(), fresh.c_str());
+        return mkfifo(fresh.c_str(), 0600);
+    };
+    for (int kind = 0; kind < 3; ++kind) {
+        SCOPED_TRACE(kind);
+        UpgradeHistory(m_folder).Keep(Facts(1, 2));
+        std::ofstream(File(), std::ios::app) << std::string(5000, '\n');
+        ASSERT_EQ(0, plant(kind));
+        auto kept = std::async(std::launch::async, [this] { UpgradeHistory(m_folder).Keep(Facts(2, 2)); });
+        const auto inTime = kept.wait_for(std::chrono::seconds(10));
+        const bm_dev::UniqueFd reader(open(fresh.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)); // lets go who waits
+        EXPECT_EQ(std::future_status::ready, inTime);
+        EXPECT_NO_THROW(kept.get());
+        std::string text;
+        std::getline(std::ifstream(other), text);
+        EXPECT_EQ("somebody's", text);
+        EXPECT_EQ(2U, Read().size());
+        EXPECT_GT(5000U, fs::file_size(File())) << "it was not made short";
+        fs::remove(File());
+        fs::remove(fresh);
+        fs::remove(other);
+    }
+}
+
 TEST_F(UpgradeHistoryTest, IsNoPipeThatNobodyWrites) {
     fs::create_directories(m_folder);
     ASSERT_EQ(0, mkfifo(File().c_str(), 0600));

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <sys/stat.h>
 
 namespace {
 
@@ -86,6 +87,31 @@ TEST_F(TakenOver, AFolderThatSomebodyMadeKeepsItsMode) {
     fs::permissions(m_storage, fs::perms::owner_all | fs::perms::group_read);
     EXPECT_TRUE(TakeStorageOver(m_former, m_storage));
     EXPECT_EQ(fs::perms::owner_all | fs::perms::group_read, Mode(m_storage));
+}
+
+TEST_F(TakenOver, WhatIsMadeIsWrittenByItsOwnerAloneWhateverTheUmask) {
+    Write(m_former / "addresses.xml", "a");
+    const mode_t former = umask(0);
+    EXPECT_TRUE(TakeStorageOver(m_former, m_storage));
+    umask(former);
+    EXPECT_EQ(fs::perms::owner_all, Mode(m_storage));
+    EXPECT_EQ(fs::perms::owner_all, Mode(m_storage.parent_path()));
+    EXPECT_EQ(fs::perms{0600}, Mode(m_storage / ".taken-over"));
+}
+
+TEST_F(TakenOver, NothingIsWrittenThroughNamesThatAreThere) {
+    for (const char* const name : {".addresses.xml.new", ".taken-over"}) {
+        SCOPED_TRACE(name);
+        const fs::path storage = m_folder / ("storage of " + std::string(name));
+        const fs::path other = storage.native() + " other";
+        Write(m_former / "addresses.xml", "a");
+        fs::create_directories(storage);
+        if (name[1] == 'a') Write(other, "somebody's");
+        fs::create_symlink(other, storage / name);
+        TakeStorageOver(m_former, storage);
+        EXPECT_EQ(name[1] == 'a' ? "somebody's" : "", Text(other));
+        EXPECT_EQ(name[1] == 'a', fs::exists(other));
+    }
 }
 
 TEST_F(TakenOver, OnlyOnce) {

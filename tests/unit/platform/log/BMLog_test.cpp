@@ -12,8 +12,11 @@
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <future>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -198,6 +201,29 @@ TEST(LogFile, ThatCannotBeOpenedIsNamedWithTheReason) {
     } catch (const std::runtime_error& error) {
         EXPECT_THAT(error.what(), AllOf(HasSubstr("/dev/null/log"), HasSubstr("Not a directory")));
     }
+}
+
+TEST(LogFile, ThatIsNewIsWrittenByItsOwnerAloneWhateverTheUmask) {
+    const std::filesystem::path path = testing::TempDir() + "bm-log-mode-" + std::to_string(getpid());
+    const mode_t former = umask(0);
+    bm_dev::LogToFile(path);
+    umask(former);
+    const auto mode = std::filesystem::status(path).permissions();
+    std::filesystem::remove(path);
+    EXPECT_EQ(std::filesystem::perms{0644}, mode);
+}
+
+TEST(LogFile, ThatIsAPipeWithoutAReaderIsRefusedAtOnce) {
+    const std::filesystem::path path = testing::TempDir() + "bm-log-pipe-" + std::to_string(getpid());
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    // A reader that comes later lets go whoever waits for one.
+    auto opened = std::async(std::launch::async, [&path] { bm_dev::LogToFile(path); });
+    const auto inTime = opened.wait_for(std::chrono::seconds(10));
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_EQ(std::future_status::ready, inTime);
+    EXPECT_THROW(opened.get(), std::runtime_error);
+    close(reader);
+    std::filesystem::remove(path);
 }
 
 TEST(LogFile, InAFolderThatIsNotThereIsRefusedAndMakesNoFolder) {
