@@ -102,6 +102,7 @@ enum class FaultKind {
     Doubled,        ///< the reply comes twice
     OtherFru,       ///< the reply is that of the same request for FRU m_argument
     Gone,           ///< the controller goes away at this request and comes back m_argument milliseconds later; 0: never
+    Restarted,      ///< the controller goes away at this request and is back before the next one is sent
     AnsweredTwice   ///< the opener gets the answer twice, which a correct driver never does
 };
 

@@ -27,6 +27,7 @@ constexpr FaultKindText FaultKinds[] = {
     {FaultKind::OtherFru, "other-fru", 0xFE},
     {FaultKind::Gone, "gone", MaxFaultMilliseconds},
     {FaultKind::AnsweredTwice, "answered-twice", std::nullopt},
+    {FaultKind::Restarted, "restarted", std::nullopt},
 };
 
 /// Null when there is no such kind.

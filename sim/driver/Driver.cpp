@@ -64,9 +64,10 @@ Driver::Driver(DriverSetup setup)
       m_controller(std::move(setup.m_controller)),
       m_guest(setup.m_ipmi == SystemInterface::Guest),
       m_verbose(setup.m_verbose),
+      m_timeOutWhenLost(setup.m_timeOutWhenLost),
       m_control(std::move(setup.m_orders),
                 [this](ClientId client, const std::string& line) { TakeOrder(client, line); }),
-      m_queue(setup.m_timeOut),
+      m_queue(setup.m_timeOutWhenLost ? std::chrono::milliseconds(0) : setup.m_timeOut),
       m_wire(m_faults) {
     for (const Fault& fault : setup.m_faults)
         m_faults.Add(fault);
@@ -81,6 +82,7 @@ void Driver::Run() {
         }
         DoWhatIsDue();
         SendNext();
+        if (m_timeOutWhenLost) GiveUpWhatIsLost();
     }
 }
 
@@ -177,7 +179,9 @@ void Driver::Call(int opener, const BridgePacket& call, int answerSocket) {
 
 /// Requests go out one at a time; one that a fault answers makes room for the next at once.
 void Driver::SendNext() {
-    while (const auto started = m_queue.Start(Clock::now())) {
+    while (!m_restarting) {
+        const auto started = m_queue.Start(Clock::now());
+        if (!started) return;
         m_entryOf[started->m_message.m_sequence] = started->m_entry;
         const WireRequest request = m_wire.Send(started->m_message);
         if (request.m_fault) m_log.Hit(started->m_entry, *request.m_fault);
@@ -186,7 +190,20 @@ void Driver::SendNext() {
             OrderController(ControllerOrder::Stop, {});
             if (request.m_gone->count() != 0) m_comeBack = Clock::now() + *request.m_gone;
         }
+        if (request.m_restarted) {
+            OrderController(ControllerOrder::Restart, {});
+            m_restarting = true;
+        }
         if (request.m_reply) Accept({*request.m_reply});
+    }
+}
+
+/// Answers each request to which no reply can come any more, without waiting: a reply that only takes long is not lost.
+void Driver::GiveUpWhatIsLost() {
+    for (auto number = m_queue.Outstanding(); number; number = m_queue.Outstanding()) {
+        if (m_vmPort && !m_wire.Keeps(*number)) return;
+        Deliver(*m_queue.GiveUp());
+        SendNext();
     }
 }
 

@@ -43,6 +43,7 @@ struct DriverSetup {
     SystemInterface m_ipmi = SystemInterface::Bridge;
     std::vector<Fault> m_faults;
     std::chrono::milliseconds m_timeOut = DriverTimeOut;
+    bool m_timeOutWhenLost = false; ///< the time-out comes when no reply can come any more, and only then
     bool m_verbose = false;
 };
 
@@ -78,6 +79,7 @@ private:
     void Call(int opener, const BridgePacket& call, int answerSocket);
 
     void SendNext();
+    void GiveUpWhatIsLost();
     void SendToController(const VmMessage& request);
     void ReadVMPort();
     void Accept(const WireReply& reply);
@@ -102,6 +104,7 @@ private:
     bm_dev::UniqueFd m_controller;
     bool m_guest;
     bool m_verbose;
+    bool m_timeOutWhenLost;
     ControlServer m_control;
     std::map<int, Opener> m_openers;
     unsigned m_lastOpener = 0;
@@ -114,6 +117,7 @@ private:
     std::array<uint64_t, 256> m_entryOf{};       ///< by sequence number
     std::deque<Ordered> m_awaitingController;    ///< who waits for the controller's answers, in order
     bool m_controllerIsUp = true;                ///< judged by its connection and the orders
+    bool m_restarting = false;                   ///< a fault restarts it; no request is sent meanwhile
     std::optional<Clock::time_point> m_comeBack; ///< when to start the controller again
 };
 

@@ -147,6 +147,7 @@ void Driver::ReadControllerAnswer() {
     const auto [client, order] = m_awaitingController.front();
     m_awaitingController.pop_front();
     if (order != ControllerOrder::Stop && answer->m_error.empty()) m_controllerIsUp = true;
+    if (order == ControllerOrder::Restart && client == 0) m_restarting = false;
     if (answer->m_vmPort) {
         m_vmPort = std::move(answer->m_vmPort);
         m_decoder = VmDecoder();

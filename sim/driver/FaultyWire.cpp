@@ -47,6 +47,8 @@ WireRequest FaultyWire::Send(const VmMessage& request) {
         return {{}, ReplyTo(request, fault->m_reply), {}, fault->m_kind};
     case FaultKind::Gone:
         return {{}, {}, std::chrono::milliseconds(fault->m_argument), fault->m_kind};
+    case FaultKind::Restarted:
+        return {{}, {}, {}, fault->m_kind, true};
     case FaultKind::OtherFru:
         return {ForOtherFru(request, fault->m_argument), {}, {}, fault->m_kind};
     default:
@@ -96,6 +98,10 @@ std::optional<FaultyWire::Clock::time_point> FaultyWire::Deadline() const {
         if (held.m_due && (!first || *held.m_due < *first)) first = held.m_due;
     }
     return first;
+}
+
+bool FaultyWire::Keeps(uint8_t sequence) const {
+    return std::ranges::any_of(m_held, [=](const Held& held) { return held.m_reply.m_sequence == sequence; });
 }
 
 std::vector<WireReply> FaultyWire::Release() {

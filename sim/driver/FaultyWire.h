@@ -19,6 +19,7 @@ struct WireRequest {
     std::optional<VmMessage> m_reply;                ///< comes instead of the controller's
     std::optional<std::chrono::milliseconds> m_gone; ///< the controller goes away for this long; 0: for good
     std::optional<FaultKind> m_fault;                ///< what hit it
+    bool m_restarted = false;                        ///< the controller goes away and is back before the next request
 };
 
 /// A reply that reaches the driver.
@@ -41,6 +42,8 @@ public:
     std::vector<WireReply> Due(Clock::time_point now);
     /// When the next of them is due; nullopt when there is none.
     std::optional<Clock::time_point> Deadline() const;
+    /// Whether it keeps the reply to this request.
+    bool Keeps(uint8_t sequence) const;
     /// Releases the replies that were kept as lost. They arrive now, and so does a reply that the controller still
     /// owes.
     std::vector<WireReply> Release();

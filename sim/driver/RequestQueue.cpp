@@ -75,6 +75,16 @@ std::optional<RequestQueue::Clock::time_point> RequestQueue::Deadline() const {
 
 std::optional<Answer> RequestQueue::Expire(Clock::time_point now) {
     if (!m_deadline || now < *m_deadline) return std::nullopt;
+    return GiveUp();
+}
+
+std::optional<uint8_t> RequestQueue::Outstanding() const {
+    if (!m_outstanding) return std::nullopt;
+    return m_sequence;
+}
+
+std::optional<Answer> RequestQueue::GiveUp() {
+    if (!m_outstanding) return std::nullopt;
     return Finish(TimeOutAnswer(m_requests.front().m_packet));
 }
 

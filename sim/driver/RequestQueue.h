@@ -46,6 +46,10 @@ public:
     std::optional<Clock::time_point> Deadline() const;
     /// The time-out's answer, when the outstanding request has timed out.
     std::optional<Answer> Expire(Clock::time_point now);
+    /// The sequence number of the outstanding request; nullopt when none is.
+    std::optional<uint8_t> Outstanding() const;
+    /// The time-out's answer to the outstanding request, whatever the time; nullopt when none is outstanding.
+    std::optional<Answer> GiveUp();
     /// An opener has closed: its waiting requests and the reply to its outstanding one are dropped.
     void Forget(int opener);
 

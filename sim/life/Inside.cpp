@@ -87,7 +87,8 @@ private:
         if (m_driverProcess == 0) {
             m_driver.Reset();
             Driver({std::move(m_controller.m_vmPort), std::move(openers), std::move(orders), std::move(controller),
-                    m_options.m_ipmi, m_options.m_blade.m_faults, m_options.m_timeOut, m_options.m_verbose})
+                    m_options.m_ipmi, m_options.m_blade.m_faults, m_options.m_timeOut, m_options.m_timeOutWhenLost,
+                    m_options.m_verbose})
                 .Run();
         }
         m_controller.m_vmPort.Reset();

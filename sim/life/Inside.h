@@ -20,6 +20,7 @@ struct Options {
     Paths m_paths;
     std::vector<std::string> m_command;
     std::chrono::milliseconds m_timeOut = DriverTimeOut; ///< of the driver; 0: it waits for ever
+    bool m_timeOutWhenLost = false;                      ///< its time-out comes when no reply can come any more
     SystemInterface m_ipmi = SystemInterface::Bridge;
     bool m_verbose = false;
 };

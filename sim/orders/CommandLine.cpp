@@ -16,7 +16,7 @@ namespace bladesim {
 namespace {
 
 constexpr char Usage[] =
-    "Usage: bladesim [--blade FILE] [--no-ipmi | --ipmi WHO] [--timeout MS] [--verbose] -- COMMAND…\n"
+    "Usage: bladesim [--blade FILE] [--no-ipmi | --ipmi WHO] [--timeout MS | --timeout-when-lost] [--verbose] -- COMMAND…\n"
     "       bladesim [--blade FILE] --dump-fru ID FILE\n"
     "In a blade:\n"
     "       bladesim fault add|list|clear|release …\n"
@@ -83,11 +83,15 @@ std::optional<int> ParseCommandLine(int count, char** arguments, CommandLine& li
            "--no-ipmi", [&who] { who = NameOf(SystemInterface::None); },
            "Without /dev/ipmi0 and controller: --ipmi none")
         ->excludes(ipmi);
-    app.add_option("--timeout", timeOut,
-                   "How long the driver of /dev/ipmi0 waits for a reply before it answers 0xC3; 0: for ever")
-        ->type_name("MS")
-        ->check(CLI::Range(int64_t{0}, int64_t{MaxFaultMilliseconds}))
-        ->capture_default_str();
+    CLI::Option* const timed =
+        app.add_option("--timeout", timeOut,
+                       "How long the driver of /dev/ipmi0 waits for a reply before it answers 0xC3; 0: for ever")
+            ->type_name("MS")
+            ->check(CLI::Range(int64_t{0}, int64_t{MaxFaultMilliseconds}))
+            ->capture_default_str();
+    app.add_flag("--timeout-when-lost", options.m_timeOutWhenLost,
+                 "It answers 0xC3 as soon as no reply can come any more, and waits for any other reply")
+        ->excludes(timed);
     app.add_flag("--verbose", options.m_verbose, "Say what is brought up, and every request and answer of /dev/ipmi0");
     const CLI::Option* const dump =
         app.add_option("--dump-fru", line.m_dumpFru, "Write the inventory of FRU ID to FILE, and bring nothing up")

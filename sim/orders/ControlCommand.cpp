@@ -31,7 +31,8 @@ constexpr char FaultHelp[] =
     "  doubled                the reply comes twice; the driver drops the second\n"
     "  answered-twice         the opener gets the answer twice, which no correct driver does\n"
     "  other-fru FRU          answered as if FRU had been asked\n"
-    "  gone MS                the controller goes away and comes back that much later; 0: not by itself\n\n"
+    "  gone MS                the controller goes away and comes back that much later; 0: not by itself\n"
+    "  restarted              the controller goes away and is back before the next request is sent\n\n"
     "REQUEST is one word: \"2c 02 00 ??\" is any request that begins with these bytes.\n"
     "Example: bladesim fault add \"0a 11 02\" --first 3 --count 1 completion-code 0xC1\n";
 

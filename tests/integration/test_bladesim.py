@@ -42,7 +42,7 @@ def test_a_command_that_does_not_exist_is_reported_as_a_shell_does(blade):
     assert done.stderr == "bladesim: no-such-command: No such file or directory\n"
 
 
-@pytest.mark.parametrize("arguments", [[], ["--"], ["--nonsense", "--", "true"], ["--blade"], ["--timeout", "-1", "--", "true"], ["--ipmi", "nobody", "--", "true"], ["--ipmi", "guest", "--no-ipmi", "--", "true"], ["--dump-fru", "0"], ["--dump-fru", "0", "x", "--", "true"]])
+@pytest.mark.parametrize("arguments", [[], ["--"], ["--nonsense", "--", "true"], ["--blade"], ["--timeout", "-1", "--", "true"], ["--timeout", "1", "--timeout-when-lost", "--", "true"], ["--ipmi", "nobody", "--", "true"], ["--ipmi", "guest", "--no-ipmi", "--", "true"], ["--dump-fru", "0"], ["--dump-fru", "0", "x", "--", "true"]])
 def test_bad_usage_has_a_status_of_its_own(blade, arguments):
     done = blade.run(*arguments)
     assert done.returncode == 2
@@ -50,7 +50,7 @@ def test_bad_usage_has_a_status_of_its_own(blade, arguments):
 
 
 def test_help_and_version_are_no_errors(blade):
-    assert "Usage: bladesim [--blade FILE] [--no-ipmi | --ipmi WHO] [--timeout MS] [--verbose] -- COMMAND…" in blade.run("--help").stdout
+    assert "Usage: bladesim [--blade FILE] [--no-ipmi | --ipmi WHO] [--timeout MS | --timeout-when-lost] [--verbose] -- COMMAND…" in blade.run("--help").stdout
     assert "completion-code CODE" in blade.run("fault", "add", "--help").stdout
     assert blade.run("--version").stdout.startswith("bladesim ")
 
@@ -152,6 +152,46 @@ def test_a_driver_that_never_answers_waits_longer_than_one_that_does(blade):
     script = WITHHELD.replace("device.send", 'subprocess.run(["bladesim", "fault", "add", "06 01", "lost"])\ndevice.send', 1)
     number, log, released, answer = run_python(blade, script, "--timeout", "0")
     assert (number, released) == ("1", "1")
+    assert json.loads(log)[0]["code"] is None
+    assert answer.startswith("00 ")
+
+
+WITHOUT_HOPE = """
+import subprocess
+from device import GET_DEVICE_ID, PICMG_PROPERTIES, Device
+device = Device()
+def fault(*words):
+    subprocess.run(["bladesim", "fault", "add", *words], stdout=subprocess.DEVNULL)
+fault("06 01", "--count", "1", "lost")
+fault("2c 00", "--count", "1", "late", "600000")
+fault("06 01", "--first", "2", "--count", "1", "restarted")
+device.send(1, *GET_DEVICE_ID)
+device.send(2, *PICMG_PROPERTIES)
+device.send(3, *GET_DEVICE_ID)
+device.send(4, *PICMG_PROPERTIES)
+for _ in range(4):
+    device.wait()
+    answer = device.receive()
+    print(answer[1], answer[4][:1].hex())
+subprocess.run(["bladesim", "controller", "stop"])
+print(device.data(*GET_DEVICE_ID).hex())
+"""
+
+
+def test_a_driver_can_answer_at_once_for_what_cannot_come(blade):
+    assert run_python(blade, WITHOUT_HOPE, "--timeout-when-lost") == ["1 c3", "2 c3", "3 c3", "4 00", "c3"]
+
+
+SIMULATORS = """
+def signal_simulators(name):
+    for simulator in subprocess.check_output(["pidof", "ipmi_sim"], text=True).split():
+        subprocess.run(["kill", f"-{name}", simulator])
+"""
+
+
+def test_a_driver_that_answers_for_what_cannot_come_waits_for_what_can(blade):
+    slow = WITHHELD.replace("device.send", SIMULATORS + 'signal_simulators("STOP")\ndevice.send', 1).replace("device.wait", 'signal_simulators("CONT")\ndevice.wait')
+    log, released, answer = run_python(blade, slow, "--timeout-when-lost")
     assert json.loads(log)[0]["code"] is None
     assert answer.startswith("00 ")
 

@@ -158,6 +158,20 @@ def test_a_controller_that_goes_away_at_a_request_is_killed_and_comes_back(devic
     assert before != after
 
 
+def test_a_controller_that_is_restarted_at_a_request_misses_that_one_only(device, unharmed):
+    (before,) = simulators()
+    fault("06 01", "--count", "1", "restarted")
+    device.send(1, *GET_DEVICE_ID)
+    device.send(2, *PICMG_PROPERTIES)
+    device.wait()
+    assert device.receive() == (1, 1, 0x07, 0x01, TIME_OUT)
+    device.wait()
+    assert device.receive()[4][0] == 0
+    assert device.data(*GET_DEVICE_ID) == unharmed
+    (after,) = simulators()
+    assert before != after
+
+
 def test_a_controller_that_does_not_come_back_by_itself_is_started(device, unharmed):
     fault("06 01", "--count", "1", "gone", "0")
     assert [device.data(*GET_DEVICE_ID), device.data(*PICMG_PROPERTIES)] == [TIME_OUT] * 2

@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadValue{"/faults/0/first", 0, "faults[0].first", "from 1 to "},
         BadValue{"/faults/0/count", -1, "faults[0].count", "from 0 to "},
         BadValue{"/faults/0/do", "vanish", "faults[0].do",
-                 "completion-code, reply, lost, late, short, doubled, other-fru, gone"},
+                 "completion-code, reply, lost, late, short, doubled, other-fru, gone, answered-twice, restarted"},
         BadValue{"/faults/0/argument", 256, "faults[0].argument", "from 0 to 255"},
         BadValue{"/faults/0/reply", "00", "faults[0].reply", "means nothing to a fault that does \"completion-code\""},
         BadValue{"/faults/0",

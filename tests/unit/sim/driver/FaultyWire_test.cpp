@@ -136,6 +136,33 @@ TEST_F(FaultyWireTest, SendsNothingToAControllerThatGoesAway) {
     EXPECT_EQ(sent.m_gone, 300ms);
 }
 
+TEST_F(FaultyWireTest, SendsNothingToAControllerThatIsRestarted) {
+    Order(FaultKind::Restarted);
+    const WireRequest sent = m_wire.Send(ReadFru2Message);
+    EXPECT_FALSE(sent.m_forController);
+    EXPECT_FALSE(sent.m_reply);
+    EXPECT_FALSE(sent.m_gone);
+    EXPECT_TRUE(sent.m_restarted);
+    EXPECT_FALSE(m_wire.Send(ReadFru2Message).m_restarted);
+}
+
+TEST_F(FaultyWireTest, KeepsAReplyThatIsLostUntilItsReleaseAndOneThatIsLateUntilItIsDue) {
+    Order(FaultKind::Lost);
+    Order(FaultKind::Late, 50);
+    m_wire.Send(ReadFru2Message);
+    EXPECT_FALSE(m_wire.Keeps(7));
+    Receive();
+    EXPECT_TRUE(m_wire.Keeps(7));
+    EXPECT_FALSE(m_wire.Keeps(8));
+    m_wire.Release();
+    EXPECT_FALSE(m_wire.Keeps(7));
+    m_wire.Send(ReadFru2Message);
+    Receive();
+    EXPECT_TRUE(m_wire.Keeps(7));
+    m_wire.Due(Now + 50ms);
+    EXPECT_FALSE(m_wire.Keeps(7));
+}
+
 TEST_F(FaultyWireTest, ForgetsWhatAnOlderRequestOfTheSameNumberLeft) {
     Order(FaultKind::Lost);
     m_wire.Send(ReadFru2Message);

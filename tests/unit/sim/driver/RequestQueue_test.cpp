@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <linux/ipmi.h>
+#include <linux/ipmi_msgdefs.h>
 
 #include <cstring>
 #include <vector>
@@ -145,6 +146,22 @@ TEST(RequestQueue, IgnoresASecondReplyToTheSameRequest) {
     queue.Add(Opener, Request(1));
     const auto sent = queue.Start(QueueNow);
     ASSERT_TRUE(queue.Accept(ReplyTo(*sent, {0x00})));
+    EXPECT_FALSE(queue.Accept(ReplyTo(*sent, {0x00})));
+}
+
+TEST(RequestQueue, GivesUpTheOutstandingRequestByItsNumberWithTheTimeOutsAnswer) {
+    RequestQueue queue(0ms);
+    EXPECT_FALSE(queue.Outstanding());
+    EXPECT_FALSE(queue.GiveUp());
+    queue.Add(Opener, Request(1));
+    EXPECT_FALSE(queue.Outstanding());
+    const auto sent = queue.Start(QueueNow);
+    EXPECT_EQ(queue.Outstanding(), sent->m_message.m_sequence);
+    const auto answer = queue.GiveUp();
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->m_opener, Opener);
+    EXPECT_THAT(DataOf(answer->m_packet), ElementsAre(IPMI_TIMEOUT_COMPLETION_CODE));
+    EXPECT_FALSE(queue.Outstanding());
     EXPECT_FALSE(queue.Accept(ReplyTo(*sent, {0x00})));
 }
 
