@@ -151,6 +151,7 @@ def see(host):
 
 def run(cell):
     command = cell["kind"] != "inventory"
+    order("show clear")
     host = FaultHost()
     try:
         if command:

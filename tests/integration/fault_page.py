@@ -22,6 +22,8 @@ REQUESTS = [
 ]  # fmt: skip
 NAMES_NO_FRU = ("Get PICMG Properties", "Get Device ID", "Reserve SDR Repository", "Get SDR, a header", "Get SDR, a later piece")
 BACK_LATER = "controller back later"  # the cell of a controller that is gone, once more
+# Here the probe ends before it asks for the firmware, which OpenIPMI may report at any time.
+WITHOUT_FIRMWARE = ("Get PICMG Properties", "Get Address Info")
 KEYS = {"0x30200": ["0x30201"], "0x300": ["0x303"], "0x30100": ["0x30101"], "0x30300": ["0x30301", "0x30302"]}
 HAPPENS = "as ever"
 NO_PLACE = "0x0"  # an entity that has no address information yet
@@ -176,8 +178,16 @@ def row_of(cell, sound, seen):
     return host_text(cell, sound, seen), model_text(sound, seen), str(seen["time-outs"])
 
 
+def without_firmware(seen):
+    """The same, when the firmware is not to be compared."""
+    for entity in seen.get("model", {}).values():
+        entity["firmware"] = []
+    return seen
+
+
 def rows(results):
     """{heading: {(fault, place): row}} of what fault_cells.run has seen."""
+    results = [(cell, without_firmware(seen) if cell["heading"] in WITHOUT_FIRMWARE else seen) for cell, seen in results]
     sound = {(cell["heading"], cell["place"]): seen for cell, seen in results if cell["fault"] == "none"}
     page = {}
     for cell, seen in results:
