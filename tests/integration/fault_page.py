@@ -211,7 +211,8 @@ def section(heading, own):
     for of_places, faults in alike.items():
         shared = {}
         for place, row in zip(request[2], of_places):
-            shared.setdefault(row, []).append(place)
+            if row is not None:  # it was left out
+                shared.setdefault(row, []).append(place)
         lines += [f"| {listed(faults)} | {listed(places) or '-'} | {' | '.join(row)} |" for row, places in shared.items()]
     return "\n".join(lines) + "\n"
 
