@@ -41,7 +41,7 @@ uint64_t Digits(std::string_view text, unsigned base) {
 }
 
 unsigned Id(std::string_view text) {
-    const bool hex = text.starts_with("0x") || text.starts_with("0X");
+    const bool hex = text.starts_with("0x");
     return static_cast<unsigned>(hex ? Digits(text.substr(2), 16) : Digits(text, 10));
 }
 

@@ -22,7 +22,7 @@ namespace fuzzing {
 
 namespace {
 
-// A front board with texts and an AMC's vendor record with four DSPs.
+// A front board with texts and an AMC's vendor record with two DSPs.
 const Area& UsualArea() {
     static const Area area = [] {
         Area bytes = {1, 0, 0, 1, 0, 5, 0, 0, 1, 0, 25, 0, 0, 0};
@@ -31,7 +31,7 @@ const Area& UsualArea() {
             bytes.insert(bytes.end(), text.begin(), text.end());
         }
         bytes.resize(40, 0xC1);
-        const Area record = {0xC0, 0x82, 7, 0, 0, 0x57, 0x01, 0x00, 2, 0, 4, 1};
+        const Area record = {0xC0, 0x82, 7, 0, 0, 0x57, 0x01, 0x00, 2, 0, 2, 1};
         bytes.insert(bytes.end(), record.begin(), record.end());
         bytes.resize(64, 0);
         MendRecordsOf(bytes);
