@@ -28,7 +28,7 @@ void CheckRefusal(const std::string& reason, const std::string& path, std::strin
 }
 
 std::string UpToNul(const std::string& text) {
-    return text.c_str();
+    return text.substr(0, text.find('\0'));
 }
 
 // The image, read by the slow reader, holds what the file says.
