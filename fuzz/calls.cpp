@@ -4,13 +4,12 @@
 #include "support/FuzzedHost.h"
 #include "support/Require.h"
 
-#include "adaptor/IPMI_MonitorThread.h"
 #include "common/veldo_common_protocol.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
-#include <optional>
+#include <memory>
 #include <thread>
 
 using namespace BM_ADAPTOR;

@@ -15,6 +15,8 @@
 #include <cstring>
 #include <deque>
 #include <iterator>
+#include <map>
+#include <optional>
 
 using namespace BM_ADAPTOR;
 using fuzzing::Bytes;

@@ -15,7 +15,7 @@
 #include "ipmi/LiveMemory.h"
 #include "ipmi/model/IPMI_LEDState.h"
 
-#include <functional>
+#include <algorithm>
 #include <iterator>
 
 using namespace BM_ADAPTOR;

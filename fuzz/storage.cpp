@@ -6,6 +6,7 @@
 #include "platform/src/storage/DataStorage_Error.h"
 #include "platform/src/storage/DataStorage_Xml.h"
 
+#include <algorithm>
 #include <optional>
 
 using namespace BM_ADAPTOR;

@@ -2,6 +2,7 @@
 #include "readers/SlowXml.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <limits>
 #include <map>
