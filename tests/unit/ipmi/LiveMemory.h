@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#ifdef BM_TESTS_SANITIZED
+#ifdef BM_SANITIZED
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // its header is not part of every compiler
 inline std::size_t LiveBytes() {
     return __sanitizer_get_current_allocated_bytes();
