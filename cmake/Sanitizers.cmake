@@ -1,3 +1,8 @@
+# What tests need to know: heap and some libraries are a sanitizer's.
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+    add_compile_definitions(BM_SANITIZED)
+endif()
+
 # The sanitizers' shared runtime of clang. Programs without it load the plug-in, the bridge and the carrier, so each of these files
 # names its runtime and says in which folder it is; GCC's stands among the system's libraries.
 if(CMAKE_CXX_COMPILER_ID STREQUAL Clang AND CMAKE_CXX_FLAGS MATCHES "-shared-libasan")

@@ -217,7 +217,8 @@ def test_a_stranger_gets_no_password(web, tmp_path):  # noqa: F811
         done = bmhost("--connect", url, *options, "--account", "operator", "--password-file", there.password, "leds")
         texts = (text,) if isinstance(text, str) else text
         assert done.returncode == 1 and any(each in done.stderr for each in texts), done.stderr
-        assert len(done.stderr.splitlines()) == 1, done.stderr
+        # A leak checker may say that a thread has ended meanwhile.
+        assert len([line for line in done.stderr.splitlines() if not line.startswith("==")]) == 1, done.stderr
     for file, text in ((tmp_path / "none", "No such file"), (there.password, "there is no certificate in it")):
         done = bmhost("--connect", there.url, "--tls-ca", file, "leds")
         assert done.returncode == 2 and f"--tls-ca {file}: {text}" in done.stderr, done.stderr

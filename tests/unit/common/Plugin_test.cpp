@@ -25,7 +25,7 @@ bool IsOneOf(std::string_view a_Library, std::initializer_list<std::string_view>
 
 /// OpenIPMI, the platform, and what every C++ program has loaded anyway.
 bool MayBeNeeded(std::string_view a_Library) {
-#ifdef BM_TESTS_SANITIZED
+#ifdef BM_SANITIZED
     if (IsOneOf(a_Library, {"libasan.so.", "libubsan.so.", "libtsan.so.", "libclang_rt."})) return true;
 #endif
     return IsOneOf(a_Library,

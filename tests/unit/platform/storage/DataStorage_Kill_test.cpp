@@ -13,7 +13,7 @@ namespace {
 
 using testing::IsSubsetOf;
 
-#ifdef BM_TESTS_SANITIZED
+#ifdef BM_SANITIZED
 constexpr int Kills = 100; // with the memory that a sanitizer maps, a fork takes long
 #else
 constexpr int Kills = 1000;
