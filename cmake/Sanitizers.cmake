@@ -3,9 +3,8 @@ if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
     add_compile_definitions(BM_SANITIZED)
 endif()
 
-# The sanitizers' shared runtime of clang. Programs without it load the plug-in, the bridge and the carrier, so each of these files
-# names its runtime and says in which folder it is; GCC's stands among the system's libraries.
-if(CMAKE_CXX_COMPILER_ID STREQUAL Clang AND CMAKE_CXX_FLAGS MATCHES "-shared-libasan")
+# Clang's shared runtimes are in a folder of their own, GCC's among the system's libraries.
+if(CMAKE_CXX_COMPILER_ID STREQUAL Clang AND CMAKE_CXX_FLAGS MATCHES "-shared-libsan")
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-runtime-dir
         OUTPUT_VARIABLE sanitizer_runtime OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
     list(APPEND CMAKE_BUILD_RPATH ${sanitizer_runtime})
