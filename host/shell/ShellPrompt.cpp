@@ -2,6 +2,7 @@
 #include "host/shell/ShellPrompt.h"
 
 #include <histedit.h>
+#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -37,6 +38,14 @@ private:
     struct sigaction m_before {};
 };
 
+/// A link could lead to another file, and a pipe would hold up the prompt. The library makes a new file for its owner
+/// only.
+bool MayKeep(const std::string& file) {
+    struct stat state {};
+    if (lstat(file.c_str(), &state) != 0) return errno == ENOENT;
+    return S_ISREG(state.st_mode) && state.st_nlink == 1;
+}
+
 class ShellPrompt final : public ShellLines {
 public:
     ShellPrompt(std::FILE* terminal, PromptHelp help)
@@ -48,7 +57,7 @@ public:
         HistEvent event{};
         history(m_history, &event, H_SETSIZE, HistoryLines);
         history(m_history, &event, H_SETUNIQUE, 1);
-        history(m_history, &event, H_LOAD, m_help.m_historyFile.c_str());
+        if (MayKeep(m_help.m_historyFile)) history(m_history, &event, H_LOAD, m_help.m_historyFile.c_str());
         el_set(m_edit, EL_PROMPT, Prompt);
         el_set(m_edit, EL_EDITOR, "emacs");
         el_set(m_edit, EL_HIST, history, m_history);
@@ -62,7 +71,7 @@ public:
     ShellPrompt& operator=(const ShellPrompt&) = delete;
     ~ShellPrompt() override {
         HistEvent event{};
-        history(m_history, &event, H_SAVE, m_help.m_historyFile.c_str());
+        if (MayKeep(m_help.m_historyFile)) history(m_history, &event, H_SAVE, m_help.m_historyFile.c_str());
         el_end(m_edit);
         history_end(m_history);
         std::fclose(m_terminal);

@@ -1,7 +1,9 @@
 """What the programs write, in folders where somebody has put something in the way, and without a umask: nobody else may write it, nothing
 is written through another's names, and nothing hangs. These tests run in a typical blade."""
 
+import contextlib
 import os
+import signal
 import stat
 import subprocess
 from pathlib import Path
@@ -11,6 +13,7 @@ from conftest import SECONDS, bin_folder
 from inside import sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
 from test_resident import ask, started
+from test_run import Prompt
 
 CANARY = "somebody's"
 PASSWORD = "correct horse\n"
@@ -118,6 +121,32 @@ def test_nothing_is_written_through_names_that_are_there(writer, name, kind, fol
     plant(kind, folder / name, canary)
     WRITERS[writer][0](folder)  # refused or replaced, but in time
     assert (canary.read_text(), mode_of(canary)) == (CANARY, 0o600)
+
+
+@pytest.mark.parametrize("kind", [None, "symbolic link", "hard link", "pipe"])
+def test_the_prompts_history_is_in_a_file_of_its_own_or_nowhere(kind, folder, tmp_path):
+    canary, history = tmp_path / "canary", folder / "bmhost_history"
+    if kind:
+        plant(kind, history, canary)
+    former = os.umask(0)
+    try:
+        prompt = Prompt(folder)
+        try:
+            prompt.read_until("bmhost> ")
+            prompt.type("help\n")
+            prompt.read_until("bmhost> ")
+            prompt.type("\x04")
+            assert prompt.status() == 0
+        finally:
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(prompt.process, signal.SIGKILL)
+            os.close(prompt.terminal)
+    finally:
+        os.umask(former)
+    if kind:
+        assert (canary.read_text(), mode_of(canary)) == (CANARY, 0o600)
+    else:
+        assert "help" in history.read_text() and mode_of(history) == 0o600
 
 
 def test_a_pipe_without_a_reader_is_no_log(folder):
