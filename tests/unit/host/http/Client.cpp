@@ -73,8 +73,8 @@ void Client::FinishSending() const {
 
 bool Client::IsDropped() const {
     constexpr int patience = 30'000;
-    pollfd socket{m_socket, 0, 0};
-    return poll(&socket, 1, patience) == 1 && (socket.revents & POLLHUP) != 0;
+    pollfd socket{m_socket, POLLRDHUP, 0}; // which comes alone when the kernel had taken all of an answer
+    return poll(&socket, 1, patience) == 1 && (socket.revents & (POLLHUP | POLLRDHUP)) != 0;
 }
 
 std::optional<char> Client::Next() const {
