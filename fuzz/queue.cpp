@@ -47,7 +47,7 @@ int qQueueClose(int) {
     return 0;
 }
 int qMsgWrite(int, const qMsg* message) {
-    return message->Encode().size() == message->EncodedSize() ? 0 : -1;
+    return message != nullptr && message->Encode().size() == message->EncodedSize() ? 0 : -1;
 }
 int qMsgRead(int, qMsg** message) {
     if (Incoming().empty()) return -1;
