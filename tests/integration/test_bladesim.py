@@ -346,7 +346,8 @@ diff "$1/before" /proc/self/mountinfo
 def test_a_blade_comes_up_in_a_chroot_and_no_mount_of_it_gets_out(blade, tmp_path, proc):
     done = subprocess.run(
         ["unshare", "--mount", "--propagation", "unchanged", "sh", "-c", CHROOT, "sh", tmp_path, proc, bin_folder() / "bladesim"],
-        env=blade.environment({}),
+        # Without /proc nobody knows $ORIGIN. An installed platform is among the system's libraries.
+        env=blade.environment({"LD_LIBRARY_PATH": str(bin_folder().parent / "lib")}),
         capture_output=True,
         text=True,
         timeout=SECONDS,
