@@ -12,32 +12,32 @@ namespace {
 using namespace bmhost;
 using testing::ElementsAre;
 
-constexpr int Red = 2;
-constexpr LedRow On = {1, 1, 0, 0, Red};
-constexpr LedRow Off = {0, 0, 1, 0, Red};
-constexpr LedRow Blinking = {0, 20, 125, 0, Red};
-constexpr LedRow Tested = {0, 1, 0, 15, Red};
+constexpr int RedLight = 2;
+constexpr LedRow LitLed = {1, 1, 0, 0, RedLight};
+constexpr LedRow DarkLed = {0, 0, 1, 0, RedLight};
+constexpr LedRow BlinkingLed = {0, 20, 125, 0, RedLight};
+constexpr LedRow TestedLed = {0, 1, 0, 15, RedLight};
 
 TEST(LedPanel, HasALineForAnLed) {
-    EXPECT_THAT(LedLine({3, 2}, On), ElementsAre("AMC bay 3", "2 out of service", "red", "on", "", "local"));
-    EXPECT_THAT(LedLine({0, 1}, Off), ElementsAre("baseboard", "1 hot swap", "red", "off", "", "override"));
+    EXPECT_THAT(LedLine({3, 2}, LitLed), ElementsAre("AMC bay 3", "2 out of service", "red", "on", "", "local"));
+    EXPECT_THAT(LedLine({0, 1}, DarkLed), ElementsAre("baseboard", "1 hot swap", "red", "off", "", "override"));
 }
 
 TEST(LedPanel, ShowsTimesInMillisecondsAndOfALampTestInSeconds) {
-    EXPECT_THAT(LedLine({9, 3}, Blinking),
+    EXPECT_THAT(LedLine({9, 3}, BlinkingLed),
                 ElementsAre("RTM", "3 health", "red", "blink", "200 ms on, 1250 ms off", "override"));
-    EXPECT_THAT(LedLine({9, 3}, Tested), ElementsAre("RTM", "3 health", "red", "lamp test", "1.5 s", "override"));
+    EXPECT_THAT(LedLine({9, 3}, TestedLed), ElementsAre("RTM", "3 health", "red", "lamp test", "1.5 s", "override"));
 }
 
 TEST(LedPanel, IsATableWithTheStateInTheLedsColor) {
     EXPECT_EQ("  place  LED       colour  state  times  control\n"
               "  RTM    3 health  red     on            local\n",
-              LedTable({LedLine({9, 3}, On)}, false));
-    EXPECT_THAT(LedTable({LedLine({9, 3}, On)}, true), testing::HasSubstr("\033[91mon\033[0m"));
+              LedTable({LedLine({9, 3}, LitLed)}, false));
+    EXPECT_THAT(LedTable({LedLine({9, 3}, LitLed)}, true), testing::HasSubstr("\033[91mon\033[0m"));
 }
 
 LedReading Read(int bay, int led, int64_t at, int result = 1) {
-    return {bay, led, result, Row(Int(0x202, 1), Int(0x203, 0), Int(0x205, 1), Int(0x20c, Red)),
+    return {bay, led, result, Row(Int(0x202, 1), Int(0x203, 0), Int(0x205, 1), Int(0x20c, RedLight)),
             WallTime(std::chrono::milliseconds(at))};
 }
 
