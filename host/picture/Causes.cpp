@@ -27,17 +27,21 @@ constexpr int32_t DspsWithDefaults = 4;
 
 constexpr const char* ComplaintTitle = "CDataStorage :: ";
 
-std::string SecondsText(std::chrono::milliseconds time) {
-    return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(time).count()) + " s";
+Fault FaultOf(const Situation& situation, const std::string& what, std::vector<std::string> evidence) {
+    return {std::string(situation.m_place), what, std::string(situation.m_cause), std::move(evidence),
+            std::string(situation.m_cure),  what};
 }
 
-Fault FaultOf(const Situation& situation, std::string what, std::vector<std::string> evidence) {
-    return {std::string(situation.m_place), std::move(what), std::string(situation.m_cause), std::move(evidence),
-            std::string(situation.m_cure)};
+Fault FaultSince(const Situation& situation, const std::string& what, WallTime since,
+                 std::vector<std::string> evidence) {
+    Fault fault = FaultOf(situation, what, std::move(evidence));
+    fault.m_what += " since " + Rfc3339(since);
+    return fault;
 }
 
-Fault FaultAt(std::string place, const Situation& situation, std::string what, std::vector<std::string> evidence) {
-    Fault fault = FaultOf(situation, std::move(what), std::move(evidence));
+Fault FaultAt(std::string place, const Situation& situation, const std::string& what,
+              std::vector<std::string> evidence) {
+    Fault fault = FaultOf(situation, what, std::move(evidence));
     fault.m_place = std::move(place);
     return fault;
 }
@@ -109,8 +113,7 @@ private:
             if (reading.m_state && (!oldest || reading.m_read < *oldest)) oldest = reading.m_read;
         }
         if (oldest) evidence.push_back("the oldest reading of an LED is of " + Rfc3339(*oldest));
-        Add(FaultOf(SituationOf(Sign::ControllerLost), "controller lost since " + Rfc3339(controller.m_since),
-                    std::move(evidence)));
+        Add(FaultSince(SituationOf(Sign::ControllerLost), "controller lost", controller.m_since, std::move(evidence)));
     }
 
     // Start and stop take as long as the board's tools, an upgrade as long as the firmware's. Of a call that waits, the
@@ -122,10 +125,10 @@ private:
                 call.m_operation == "start" || call.m_operation == "stop" || call.m_operation.starts_with("firmware");
             if (call.m_waiting || mayTakeLong || age < NotReturnedAfter) continue;
             const Sign sign = call.m_operation == "init" ? Sign::InitNotReturned : Sign::CallNotReturned;
-            std::vector<std::string> evidence = {"called " + Rfc3339(call.m_since)};
+            std::vector<std::string> evidence;
             if (!call.m_asker.empty()) evidence.push_back("asked for by " + call.m_asker);
-            Add(FaultOf(SituationOf(sign), call.m_operation + " has not returned for " + SecondsText(age),
-                        std::move(evidence)));
+            Add(FaultSince(SituationOf(sign), call.m_operation + " has not returned", call.m_since,
+                           std::move(evidence)));
         }
     }
 

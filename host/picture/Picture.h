@@ -126,10 +126,11 @@ struct UpgradeFacts {
 /// Something that is wrong, what it means, and what to do.
 struct Fault {
     std::string m_place; ///< "AMC bay 3", "baseboard", "controller"
-    std::string m_what;  ///< "run status failed (5)", "health LED red"
+    std::string m_what;  ///< "run status failed (5)", "controller lost since 2026-11-22T09:30:00.125Z"
     std::string m_cause;
     std::vector<std::string> m_evidence; ///< log lines, readings
     std::string m_cure;
+    std::string m_kind; ///< m_what without its time, for whoever counts faults: "controller lost"
 };
 
 /// Made by the resident host for everybody, or by a command of its own adaptor.

@@ -180,6 +180,7 @@ ordered_json UnderWayJson(const CallInProgress& call, WallTime now) {
 ordered_json FaultJson(const Fault& fault) {
     return {{"place", Utf8(fault.m_place)},
             {"what", Utf8(fault.m_what)},
+            {"kind", Utf8(fault.m_kind)},
             {"cause", Utf8(fault.m_cause)},
             {"evidence", LinesJson(fault.m_evidence)},
             {"cure", Utf8(fault.m_cure)}};

@@ -203,7 +203,8 @@ CallInProgress UnderWayOf(const Reader& call) {
 }
 
 Fault FaultOf(const Reader& fault) {
-    return {fault.Text("place"), fault.Text("what"), fault.Text("cause"), fault.Lines("evidence"), fault.Text("cure")};
+    return {fault.Text("place"),     fault.Text("what"), fault.Text("cause"),
+            fault.Lines("evidence"), fault.Text("cure"), fault.Text("kind")};
 }
 
 } // namespace

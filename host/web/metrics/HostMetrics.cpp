@@ -91,7 +91,7 @@ Samples Faults(const Scrape& scrape) {
     if (scrape.m_picture == nullptr) return {};
     Samples samples;
     for (const Fault& fault : scrape.m_picture->m_faults)
-        samples.push_back({.m_labels = {{"place", LabelText(fault.m_place)}, {"what", LabelText(fault.m_what)}}});
+        samples.push_back({.m_labels = {{"place", LabelText(fault.m_place)}, {"what", LabelText(fault.m_kind)}}});
     return samples;
 }
 

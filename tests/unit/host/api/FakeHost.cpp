@@ -60,7 +60,8 @@ Picture SmallBlade() {
                                 "run status failed (5)",
                                 "the module's software has ended",
                                 {"health LED red"},
-                                "bmhost stop, then bmhost start"});
+                                "bmhost stop, then bmhost start",
+                                "run status failed (5)"});
     return picture;
 }
 

@@ -59,7 +59,8 @@ inline bmhost::Picture FullPicture() {
         {0, 0, 0, TimeAt(9), std::nullopt, "", "", "", "", ""}};
     picture.m_calls = {{"start", TimeAt(10), ""},
                        {"led set 3 health on", TimeAt(11), "uid 0, process 4711", true, "`x` since then"}};
-    picture.m_faults = {{"AMC bay 3", "run status failed (5)", "a cause", {"line \xE9", "reading"}, "a cure …"}};
+    picture.m_faults = {
+        {"AMC bay 3", "run status failed (5)", "a cause", {"line \xE9", "reading"}, "a cure …", "run status failed"}};
     return picture;
 }
 

@@ -40,8 +40,8 @@ TEST(StatusView, TellsSinceWhenAndWhy) {
     picture.m_health = {HealthState::Fault, Noon(), {"AMC failed"}};
     picture.m_controller = {Controller::State::Lost, Noon()};
     picture.m_upgrades = {{1, 3, 3, Noon(), std::nullopt, "", "", "", "", ""}};
-    picture.m_faults = {{"AMC bay 3", "run status failed (5)", "DSP test", {}, ""},
-                        {"controller", "lost", "it does not answer", {}, ""}};
+    picture.m_faults = {{"AMC bay 3", "run status failed (5)", "DSP test", {}, "", "run status failed (5)"},
+                        {"controller", "lost", "it does not answer", {}, "", "lost"}};
     EXPECT_THAT(StatusText(picture, {}),
                 HasSubstr("\n\nstart: 0x30012 (switch not taught, or DSPs not loaded or not passed) since "
                           "2026-11-22T12:00:00.000Z\n"

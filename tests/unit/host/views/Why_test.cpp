@@ -11,9 +11,13 @@ using namespace bmhost;
 
 Picture WithFaults() {
     Picture picture;
-    picture.m_faults = {
-        {"AMC bay 3", "run status failed (5)", "a cause of several words", {"one line", "another"}, "a cure"},
-        {"controller", "lost\x1B", "c", {}, "w\xE9it"}};
+    picture.m_faults = {{"AMC bay 3",
+                         "run status failed (5)",
+                         "a cause of several words",
+                         {"one line", "another"},
+                         "a cure",
+                         "run status failed"},
+                        {"controller", "lost\x1B", "c", {}, "w\xE9it", "lost"}};
     return picture;
 }
 
@@ -34,7 +38,7 @@ TEST(Why, HasAParagraphForEachFault) {
 TEST(Why, BreaksLinesAtTheTerminalsWidthUnlessWide) {
     Picture picture;
     picture.m_faults = {
-        {"a", "b", "a cause of several words that is longer than forty columns", {}, std::string(50, 'x')}};
+        {"a", "b", "a cause of several words that is longer than forty columns", {}, std::string(50, 'x'), "b"}};
     EXPECT_EQ("a: b\n"
               "  cause:    a cause of several words\n"
               "            that is longer than forty\n"
@@ -69,9 +73,9 @@ TEST(Why, IsOneLineOfJson) {
     const std::string line = LookJson("why", WhyIsGood(WithFaults()), WithFaults());
     const std::string faults =
         "{\"op\":\"why\",\"good\":false,\"faults\":["
-        "{\"place\":\"AMC bay 3\",\"what\":\"run status failed (5)\",\"cause\":\"a cause of several words\","
+        "{\"place\":\"AMC bay 3\",\"what\":\"run status failed (5)\",\"kind\":\"run status failed\",\"cause\":\"a cause of several words\","
         "\"evidence\":[\"one line\",\"another\"],\"cure\":\"a cure\"},"
-        "{\"place\":\"controller\",\"what\":\"lost\\u001b\",\"cause\":\"c\",\"evidence\":[],\"cure\":\"wéit\"}],\"time\":";
+        "{\"place\":\"controller\",\"what\":\"lost\\u001b\",\"kind\":\"lost\",\"cause\":\"c\",\"evidence\":[],\"cure\":\"wéit\"}],\"time\":";
     EXPECT_EQ(faults, line.substr(0, faults.size()));
     EXPECT_EQ(line.size() - 1, line.find('\n'));
 }

@@ -114,7 +114,7 @@ TEST(MetricsText, ValuesAreThePictures) {
              "bmhost_health{state=\"fault\"} 1",
              "bmhost_health{state=\"monitored\"} 0",
              "bmhost_faults 1",
-             "bmhost_fault{place=\"AMC bay 3\",what=\"run status failed (5)\"} 1",
+             "bmhost_fault{place=\"AMC bay 3\",what=\"run status failed\"} 1",
              "bmhost_controller_up 0",
              "bmhost_calls_in_progress 2",
              "bmhost_oldest_call_age_seconds 2.49",
