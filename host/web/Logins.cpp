@@ -3,6 +3,7 @@
 
 #include "host/web/DoorLog.h"
 
+#include <algorithm>
 #include <array>
 #include <gnutls/crypto.h>
 #include <gnutls/gnutls.h>
@@ -27,6 +28,14 @@ std::string RetryAfter(std::chrono::milliseconds wait) {
     return std::to_string(std::chrono::ceil<std::chrono::seconds>(wait).count());
 }
 
+/// GnuTLS decodes what stands before a letter that is none, and takes it for the whole.
+bool IsBase64(std::string_view text) {
+    constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const std::size_t end = std::min(text.find_first_not_of(letters), text.size());
+    const std::string_view padding = text.substr(end);
+    return text.size() % 4 == 0 && (padding.empty() || padding == "=" || padding == "==");
+}
+
 } // namespace
 
 std::optional<Credentials> BasicCredentials(std::string_view authorization) {
@@ -36,6 +45,7 @@ std::optional<Credentials> BasicCredentials(std::string_view authorization) {
         if ((authorization[i] | (scheme[i] & 0x20)) != scheme[i]) return std::nullopt;
     }
     std::string encoded(authorization.substr(scheme.size()));
+    if (!IsBase64(encoded)) return std::nullopt;
     gnutls_datum_t from{reinterpret_cast<unsigned char*>(encoded.data()), static_cast<unsigned>(encoded.size())};
     gnutls_datum_t decoded{};
     if (gnutls_base64_decode2(&from, &decoded) != 0) return std::nullopt;

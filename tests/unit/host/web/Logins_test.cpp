@@ -49,6 +49,9 @@ TEST(BasicCredentials, AreNameAndPassword) {
          {std::string(), std::string("Basic"), std::string("Basic "), std::string("Basic !!!"),
           std::string("Bearer YW5uYTpwYXNz"), std::string("Basic YW5uYQ=="), // anna
           std::string("Basic OnBhc3M="),                                     // :pass
+          std::string("Basic YW5uYTpwYXNzOndvcmQ"), std::string("Basic YW5uYTpwYXN=zOndvcmQ"),
+          std::string("Basic YW5uYTpwYXNz===="),
+          "Basic YW5uYTpw" + std::string(64, 'L') + "-LLL", // once decoded to the -
           "Basic " + std::string(4000, 'A')})
         EXPECT_FALSE(BasicCredentials(wrong)) << wrong;
 }
