@@ -21,6 +21,7 @@
 
 #include "bm/Log.h"
 #include "bm_dev/HostLog.h"
+#include "bm_dev/Thread.h"
 
 #include <atomic>
 #include <chrono>
@@ -31,7 +32,6 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -221,7 +221,7 @@ public:
 private:
     bool m_good = false;
     std::exception_ptr m_error;
-    std::thread m_thread; // last, since it uses the other members
+    bm_dev::Thread m_thread; // last, since it uses the other members
 };
 
 ApiLimits LimitsFor(const Resident& resident) {

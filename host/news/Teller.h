@@ -3,12 +3,13 @@
 
 #include "host/news/RunOutput.h"
 
+#include "bm_dev/Thread.h"
+
 #include <condition_variable>
 #include <deque>
 #include <exception>
 #include <functional>
 #include <mutex>
-#include <thread>
 
 namespace bmhost {
 
@@ -39,7 +40,7 @@ private:
     std::condition_variable m_changed;
     std::deque<News> m_news; ///< an empty function is the last
     std::exception_ptr m_error;
-    std::thread m_thread; // last, since it uses the other members
+    bm_dev::Thread m_thread; // last, since it uses the other members
 };
 
 } // namespace bmhost

@@ -6,18 +6,27 @@
 namespace bmhost {
 
 Lane::Lane(unsigned threads, std::size_t most, Idle idle) : m_most(most), m_idle(std::move(idle)), m_running(threads) {
-    for (unsigned i = 0; i < threads; ++i)
-        m_threads.emplace_back([this] { Run(); });
+    try {
+        for (unsigned i = 0; i < threads; ++i)
+            m_threads.emplace_back([this] { Run(); });
+    } catch (...) { // there is no thread to be had; those that run have to end
+        EndThreads();
+        throw;
+    }
 }
 
 Lane::~Lane() {
+    EndThreads();
+}
+
+void Lane::EndThreads() {
     {
         const std::lock_guard lock(m_guard);
         m_ended = true;
         m_waiting.clear();
         m_changed.notify_all();
     }
-    for (std::thread& thread : m_threads)
+    for (bm_dev::Thread& thread : m_threads)
         thread.join();
 }
 

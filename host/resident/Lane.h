@@ -1,13 +1,14 @@
 // Threads that make calls which must not hold up others, in the order in which they were given.
 #pragma once
 
+#include "bm_dev/Thread.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 namespace bmhost {
@@ -37,6 +38,7 @@ public:
 
 private:
     void Run();
+    void EndThreads();
 
     const std::size_t m_most;
     const Idle m_idle;
@@ -48,7 +50,7 @@ private:
     bool m_idling = false;
     bool m_ended = false;
     unsigned m_running = 0;
-    std::vector<std::thread> m_threads; // last, since they use the other members
+    std::vector<bm_dev::Thread> m_threads; // last, since they use the other members
 };
 
 } // namespace bmhost

@@ -10,6 +10,8 @@
 // comes at that moment. The user has to repeat it. SIGTERM and SIGHUP are never lost.
 #include "host/service/Signals.h"
 
+#include "bm_dev/Thread.h"
+
 #include <array>
 #include <csignal>
 #include <cstddef>
@@ -17,7 +19,6 @@
 #include <cstring>
 #include <exception>
 #include <pthread.h>
-#include <thread>
 #include <vector>
 
 namespace bmhost {
@@ -128,7 +129,7 @@ bool WithSignals(StopRequest& stop, const std::string& promise, const std::funct
     const TakenSignals signals;
     bool good = false;
     std::exception_ptr error;
-    std::thread worker([&] {
+    bm_dev::Thread worker([&] {
         signals.LeaveThem();
         try {
             good = work();

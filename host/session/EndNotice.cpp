@@ -5,6 +5,7 @@
 #include "host/words/Error.h"
 
 #include "bm_dev/HostLog.h"
+#include "bm_dev/Thread.h"
 
 #include <algorithm>
 #include <array>
@@ -127,7 +128,7 @@ void ArmEndNotice(std::chrono::milliseconds firstWait, std::optional<std::chrono
     notice.m_limit = limit;
     if (limit) notice.m_end = Clock::now() + *limit;
     on_exit(OnExit, nullptr);
-    std::thread(Watch).detach();
+    bm_dev::Thread(Watch).detach();
 }
 
 void DisarmEndNotice() {

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace bmhost {
@@ -111,7 +112,7 @@ private:
 BladeMirror::BladeMirror(HostPlace place, const MirrorTimes& times) : m_place(std::move(place)), m_times(times) {
     m_view.m_since = WallNow();
     m_view.m_reason = "the resident host has not been heard yet";
-    m_thread = std::thread([this] { Follower(*this).Follow(); });
+    m_thread = bm_dev::Thread([this] { Follower(*this).Follow(); });
 }
 
 BladeMirror::~BladeMirror() {

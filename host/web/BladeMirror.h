@@ -6,6 +6,8 @@
 #include "host/picture/Statistics.h"
 #include "host/web/BladeView.h"
 
+#include "bm_dev/Thread.h"
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -14,7 +16,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace bmhost {
@@ -73,7 +74,7 @@ private:
     NewsRing m_news;
     mutable std::atomic<std::chrono::steady_clock::time_point> m_looked{}; ///< by the last reader
     std::atomic<bool> m_ending{false};
-    std::thread m_thread; // last, since it uses the other members
+    bm_dev::Thread m_thread; // last, since it uses the other members
 };
 
 } // namespace bmhost

@@ -21,6 +21,8 @@
 #include "host/web/serve/RedfishDoor.h"
 #include "host/words/Error.h"
 
+#include "bm_dev/Thread.h"
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -28,7 +30,6 @@
 #include <iterator>
 #include <optional>
 #include <stdexcept>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -228,7 +229,7 @@ private:
 };
 
 void Serve(WebDoor& web, StopRequest& stop) {
-    std::thread ender([&] {
+    bm_dev::Thread ender([&] {
         stop.Wait();
         ServiceManager::Stopping();
         web.Stop();

@@ -3,7 +3,7 @@
 
 #include <condition_variable>
 #include <mutex>
-#include <thread>
+#include <pthread.h>
 
 namespace OSAL {
 
@@ -26,7 +26,7 @@ private:
     bool m_Locked = false;
 };
 
-/// A thread whose body is run(). The object must outlive the body.
+/// A thread whose body is run(), with a stack of 1 MiB. The object must outlive the body.
 class OSALThread {
 public:
     OSALThread() = default;
@@ -43,7 +43,7 @@ public:
     virtual void run() = 0;
 
 private:
-    std::thread m_Thread;
+    pthread_t m_Thread{}; // 0: none
 };
 
 /// A lock to wait on. The waiting side calls Lock, tests its condition, calls Wait in a loop, then Unlock; the other

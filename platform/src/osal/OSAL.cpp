@@ -2,12 +2,12 @@
 #include "bm/OSAL.h"
 
 #include "bm/Log.h"
+#include "bm_dev/Thread.h"
 
 #include <cerrno>
 #include <chrono>
 #include <cxxabi.h>
 #include <exception>
-#include <system_error>
 
 namespace OSAL {
 
@@ -32,34 +32,33 @@ void OSALMutex::Unlock() {
 }
 
 OSALThread::~OSALThread() {
-    if (m_Thread.joinable()) m_Thread.detach();
+    if (m_Thread != 0) pthread_detach(m_Thread);
 }
 
 int OSALThread::Start() {
-    if (running == this || m_Thread.joinable()) return EBUSY;
-    try {
-        m_Thread = std::thread([this] {
-            running = this;
-            try {
-                run();
-            } catch (const abi::__forced_unwind&) { // the thread is cancelled
-                throw;
-            } catch (const std::exception& error) {
-                bmiLog(BM_LOG_ERROR, "OSAL", "an exception ended a thread: %s", error.what());
-            } catch (...) {
-                bmiLog(BM_LOG_ERROR, "OSAL", "an exception of unknown type ended a thread");
-            }
-        });
-    } catch (const std::system_error& error) {
-        return error.code().value();
-    }
-    return 0;
+    if (running == this || m_Thread != 0) return EBUSY;
+    pthread_t thread{};
+    const int failure = bm_dev::StartThread(thread, [this] {
+        running = this;
+        try {
+            run();
+        } catch (const abi::__forced_unwind&) { // the thread is cancelled
+            throw;
+        } catch (const std::exception& error) {
+            bmiLog(BM_LOG_ERROR, "OSAL", "an exception ended a thread: %s", error.what());
+        } catch (...) {
+            bmiLog(BM_LOG_ERROR, "OSAL", "an exception of unknown type ended a thread");
+        }
+    });
+    if (failure == 0) m_Thread = thread;
+    return failure;
 }
 
 int OSALThread::Join() {
     if (running == this) return EDEADLK; // asked first: Start may not have returned yet
-    if (!m_Thread.joinable()) return ESRCH;
-    m_Thread.join();
+    if (m_Thread == 0) return ESRCH;
+    pthread_join(m_Thread, nullptr);
+    m_Thread = 0;
     return 0;
 }
 

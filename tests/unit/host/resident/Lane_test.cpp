@@ -6,7 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <memory>
+#include <sys/resource.h>
+#include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -24,6 +28,23 @@ TEST(Lane, WorksInTheOrderInWhichItWasGiven) {
     last.Wait();
     EXPECT_EQ((std::vector{0, 1, 2}), done);
 }
+
+#ifndef BM_SANITIZED // a sanitizer takes more of the address space than there is
+TEST(LaneDeathTest, EndsTheThreadsThatItHasWhenThereIsNoOther) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto start = [] {
+        const rlimit little = {1U << 28U, 1U << 28U};
+        setrlimit(RLIMIT_AS, &little);
+        try {
+            const Lane lane(1000, 10);
+        } catch (const std::system_error& error) {
+            _exit(error.code().value());
+        }
+        _exit(0);
+    };
+    EXPECT_EXIT(start(), testing::ExitedWithCode(EAGAIN), "");
+}
+#endif
 
 TEST(Lane, SeveralThreadsDoNotWaitForEachOther) {
     Latch second;

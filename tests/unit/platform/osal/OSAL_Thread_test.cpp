@@ -1,6 +1,7 @@
 // Threads: their lives, and what leaves their bodies.
 #include "bm/OSAL.h"
 
+#include "platform/bm_dev/StackSize.h"
 #include "platform/log/LogFile.h"
 
 #include <gmock/gmock.h>
@@ -32,6 +33,14 @@ TEST(Thread, RunsItsBodyOnAThreadOfItsOwn) {
     EXPECT_EQ(0, thread.Join());
     EXPECT_NE(std::thread::id(), id);
     EXPECT_NE(std::this_thread::get_id(), id);
+}
+
+TEST(Thread, HasAStackOfOneMebibyteWhereverTheHostWasStarted) {
+    std::size_t size = 0;
+    Body thread([&](Body&) { size = StackSizeHere(); });
+    EXPECT_EQ(0, thread.Start());
+    EXPECT_EQ(0, thread.Join());
+    ExpectOurStackSize(size);
 }
 
 TEST(Thread, CannotBeStartedTwiceBeforeItIsJoined) {
