@@ -134,6 +134,7 @@ TEST_F(AdaptorInit, WithoutAManagerGives0AndServesTheModel) {
     EXPECT_EQ(m_Adaptor.Init(nullptr), 0);
     EXPECT_EQ(Access::State(m_Adaptor), 2);
     EXPECT_EQ(m_Adaptor.RTM_FRU_ReadParams(nullptr, std::make_unique<CBMIParams>().get()), 1);
+    EXPECT_EQ(Access::Monitor(m_Adaptor), nullptr); // it does not touch the board
     EXPECT_THAT(m_Output.StopLines(), Contains("Within Init = Logger=(nil)"));
 }
 

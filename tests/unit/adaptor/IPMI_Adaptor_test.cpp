@@ -3,6 +3,7 @@
 
 #include "adaptor/LifecycleTest.h"
 #include "common/veldo_common_trace.h"
+#include "ipmi/LiveMemory.h"
 
 #include <cstdlib>
 
@@ -78,6 +79,16 @@ TEST_F(EntryPoints, CreateAdaptorGivesANewAdaptorBehindTheHostsInterface) {
     EXPECT_EQ(l_Adaptor->DeleteParams(0, nullptr), 1);
     DestroyAdaptor(l_First);
     DestroyAdaptor(l_Second);
+}
+
+TEST_F(EntryPoints, DestroyAdaptorGivesTheMemoryBack) {
+    STDOUT_CAPTURE l_Output;
+    DestroyAdaptor(CreateAdaptor());
+    constexpr std::size_t COUNT = 100;
+    const std::size_t l_Before = LiveBytes();
+    for (std::size_t i = 0; i < COUNT; ++i)
+        DestroyAdaptor(CreateAdaptor());
+    EXPECT_LT(LiveBytes(), l_Before + COUNT * sizeof(IPMIAdaptor)); // members keep a little: no destructor runs
 }
 
 TEST_F(EntryPoints, DestroyAdaptorDoesNotRunTheDestructor) {

@@ -31,6 +31,7 @@ struct FAKE_QUEUE {
     std::set<uint32_t> m_NotWritten{};   ///< message types
     std::set<uint32_t> m_NotPut{};       ///< fields
     bool m_bNotRead = false;
+    bool m_bReadsNothing = false;         ///< a read succeeds without a message
     uint32_t m_Error = 0;                 ///< of qStatusErrorGet
     std::map<uint32_t, qMsg> m_Answers{}; ///< to each request, by its type
 

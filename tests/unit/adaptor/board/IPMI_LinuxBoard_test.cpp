@@ -348,11 +348,20 @@ TEST_F(ReadWait, DescriptorThatSelectCannotTakeIsAnErrorAtOnce) {
     EXPECT_THAT(Kernel().m_Selects, IsEmpty());
 }
 
-TEST_F(ReadWait, TakesTheLastDescriptorThatSelectCanTake) {
-    Kernel().m_SelectEnds = {{}};
-    EXPECT_EQ(m_Board.WaitUntilReadable(FD_SETSIZE - 1, 5000), 0);
-    ASSERT_THAT(Kernel().m_Selects, SizeIs(1));
-    EXPECT_TRUE(Kernel().m_Selects[0].m_bLastIsSet);
+TEST_F(ReadWait, TakesTheFirstAndTheLastDescriptorThatSelectCanTake) {
+    for (const int l_Descriptor : {0, static_cast<int>(FD_SETSIZE) - 1}) {
+        Kernel() = {};
+        Kernel().m_SelectEnds = {{}};
+        EXPECT_EQ(m_Board.WaitUntilReadable(l_Descriptor, 5000), 0);
+        ASSERT_THAT(Kernel().m_Selects, SizeIs(1)) << l_Descriptor;
+        EXPECT_TRUE(Kernel().m_Selects[0].m_bLastIsSet);
+    }
+}
+
+TEST_F(ReadWait, ErrorOfAnEarlierCallDoesNotMakeItWaitAgain) {
+    Kernel().m_SelectEnds = {{0, EINTR}}; // a call that succeeds leaves errno as it was
+    EXPECT_EQ(Wait(0), 0);
+    EXPECT_THAT(Kernel().m_Selects, SizeIs(1));
 }
 
 // ---- threads

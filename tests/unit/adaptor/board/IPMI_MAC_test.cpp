@@ -13,6 +13,7 @@ TEST(MacAddress, TextOfBothCasesIsRead) {
     const MAC_ADDRESS l_Expected{{0x00, 0x1a, 0xBC, 0xde, 0xF0, 0x9f}};
     EXPECT_THAT(MAC_ADDRESS::Parse("00:1a:BC:de:F0:9f"), Optional(l_Expected));
     EXPECT_THAT(MAC_ADDRESS::Parse("00:1a:BC:de:F0:9f and more"), Optional(l_Expected));
+    EXPECT_THAT(MAC_ADDRESS::Parse("00:1a:BC:de:F0:9f0"), Optional(l_Expected));
 }
 
 TEST(MacAddress, TextThatIsNoAddressIsRefused) {

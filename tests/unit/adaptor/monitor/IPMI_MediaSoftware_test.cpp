@@ -67,6 +67,13 @@ TEST_F(MediaQueue, IsClosedOnce) {
     EXPECT_EQ(m_Queue, -1);
 }
 
+TEST_F(MediaQueue, WithTheLowestDescriptorIsClosed) {
+    m_Queue = 0;
+    m_Media.Close();
+    EXPECT_THAT(FakeQueue().m_Calls, ElementsAre("qQueueClose"));
+    EXPECT_EQ(m_Queue, -1);
+}
+
 // ---- Check
 
 /// The queue is open.
@@ -280,6 +287,13 @@ TEST_F(ReplyWait, DescriptorThatCannotBeWaitedForIsReported) {
 
 TEST_F(ReplyWait, FailedReadIsReported) {
     FakeQueue().m_bNotRead = true;
+    FakeQueue().Receive({0x42});
+    EXPECT_FALSE(Check());
+    EXPECT_THAT(Lines(), ElementsAre(MonitorError("checkMessage() qMsgRead failed.")));
+}
+
+TEST_F(ReplyWait, ReadWithoutAMessageIsReported) {
+    FakeQueue().m_bReadsNothing = true;
     FakeQueue().Receive({0x42});
     EXPECT_FALSE(Check());
     EXPECT_THAT(Lines(), ElementsAre(MonitorError("checkMessage() qMsgRead failed.")));

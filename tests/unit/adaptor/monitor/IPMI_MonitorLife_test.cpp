@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <iterator>
 #include <latch>
 #include <optional>
@@ -253,10 +254,12 @@ protected:
     public:
         void run() override {
             m_Life->Enter();
+            if (m_OnEnter) m_OnEnter();
             m_Life->TakeNext();
             m_bEnded = true;
         }
         MONITOR_LIFE* m_Life = nullptr;
+        std::function<void()> m_OnEnter;
         std::atomic<bool> m_bEnded = false;
     };
 
@@ -315,6 +318,32 @@ TEST_F(MonitorClaim, ComesAfterTheJoinOfAThreadThatHasEnded) {
     EXPECT_EQ(m_Thread.Join(), ESRCH);
     m_Life.Closed();
     EXPECT_EQ(m_Life.Claim({}), MONITOR_CLAIMED);
+}
+
+// As in a line that the host takes right after the wait, and keeps until the stop comes back.
+TEST_F(MonitorClaim, ThreadAfterItsOwnWaitDoesNotHoldAStop) {
+    std::atomic<pid_t> l_Stopper = 0;
+    std::latch l_Stopped(1);
+    std::latch l_InWait(1);
+    m_Thread.m_OnEnter = [&] {
+        m_Life.NoteOwnWait(true);
+        l_InWait.count_down();
+        while (m_bStop == 0 || !IsBlocked(l_Stopper))
+            std::this_thread::yield();
+        m_Life.NoteOwnWait(false);
+        l_Stopped.wait();
+    };
+    m_Life.Claim({});
+    m_Life.StartThread();
+    l_InWait.wait();
+    std::thread l_Stop([&] {
+        l_Stopper = gettid();
+        EXPECT_FALSE(m_Life.Stop(false));
+        l_Stopped.count_down();
+    });
+    l_Stop.join();
+    while (!m_Thread.m_bEnded) // it reads what the test has
+        std::this_thread::yield();
 }
 
 TEST_F(MonitorClaim, WaitsWhileAnotherThreadClosesTheQueue) {

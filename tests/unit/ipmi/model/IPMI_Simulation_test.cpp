@@ -69,6 +69,7 @@ void ExpectSimulated(const EXPECTED_ENTITY& a_Expected) {
     EXPECT_EQ(TextsOf(*l_Entity.FirstFRU()), a_Expected.m_Texts);
     EXPECT_TRUE(l_Entity.FirstFRU()->m_MultiRecords.empty());
     ASSERT_EQ(l_Entity.m_MCMap.size(), 1U);
+    EXPECT_EQ(l_Entity.FirstMC()->m_Name, l_Entity.m_Name);
     EXPECT_EQ(l_Entity.FirstMC()->m_MajorFWRevision, 1);
     EXPECT_EQ(l_Entity.FirstMC()->m_MinorFWRevision, 2);
     EXPECT_EQ(l_Entity.FirstMC()->m_AuxFWRevision, "1 2 3");

@@ -114,12 +114,12 @@ protected:
         ACCESS::FRURawData(*m_Probe)[0] = new FRURAWDATA(16);
     }
 
-    void Deliver() {
+    int Deliver() {
         SENT_REQUEST l_Request;
         l_Request.m_Domain = Fake().Domain();
         l_Request.m_Trampoline = GetParam().m_Trampoline;
         l_Request.m_Data1 = m_Probe.get();
-        Fake().Deliver(l_Request, Hex(GetParam().m_Reply));
+        return Fake().Deliver(l_Request, Hex(GetParam().m_Reply));
     }
 
     bool IsAccepted(int a_State) const {
@@ -134,7 +134,7 @@ TEST_P(ProbeStrayReply, InAnyOtherRequestCodeLeavesOneLineAndChangesNothing) {
         SetState(l_State);
         const std::string l_Before = Picture(*m_Probe);
         m_Log.Clear();
-        Deliver();
+        EXPECT_EQ(Deliver(), IPMI_MSG_ITEM_NOT_USED) << "code " << l_State;
         EXPECT_THAT(m_Log.Lines(), ElementsAre(Trace("ENTITYCAPTURE :: s_%s", GetParam().m_Name),
                                                (LOG_LINE{7, LOG_COMPONENT, GetParam().m_Line})))
             << "code " << l_State;
@@ -148,7 +148,7 @@ TEST_P(ProbeStrayReply, InItsOwnRequestCodeIsTaken) {
     for (const int l_State : GetParam().m_Accepted) {
         SetState(l_State);
         m_Log.Clear();
-        Deliver();
+        EXPECT_EQ(Deliver(), IPMI_MSG_ITEM_NOT_USED) << "code " << l_State;
         EXPECT_FALSE(m_Log.Has(GetParam().m_Line)) << "code " << l_State;
     }
 }
