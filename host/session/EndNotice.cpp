@@ -15,6 +15,7 @@
 #include <iterator>
 #include <list>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -113,7 +114,11 @@ void Watch() {
     for (;;) {
         const auto now = Clock::now();
         if (notice.m_armed && now >= notice.m_end) EndForTime(notice);
-        const auto next = TellOfWaiting(notice, now);
+        auto next = now + std::chrono::seconds(1);
+        try {
+            next = TellOfWaiting(notice, now);
+        } catch (const std::bad_alloc&) { // tells of it when there is memory again; a remark ends no host
+        }
         notice.m_changed.wait_until(lock, std::min({next, notice.m_end, now + longestWait}));
     }
 }

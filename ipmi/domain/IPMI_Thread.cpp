@@ -75,11 +75,13 @@ bool IPMITHREAD::OpenDomain() {
     }
     if (m_OsHandler->set_log_handler != nullptr) m_OsHandler->set_log_handler(m_OsHandler, s_Log);
     LogTrace(g_Logger2, "Initializing IPMI");
-    ipmi_init(m_OsHandler); // the result is not needed: a failure shows in the next call
+    // A failure shows in the next call, but for want of memory: OpenIPMI's allocator is not there then, and that call
+    // would follow a null pointer.
+    const bool l_bNoMemory = ipmi_init(m_OsHandler) == ENOMEM;
 
     LogTrace(g_Logger2, "Setting Up SMI Connection");
     ipmi_con_t* l_Connection = nullptr;
-    if (ipmi_smi_setup_con(SYSTEM_INTERFACE, m_OsHandler, nullptr, &l_Connection) != 0) {
+    if (l_bNoMemory || ipmi_smi_setup_con(SYSTEM_INTERFACE, m_OsHandler, nullptr, &l_Connection) != 0) {
         LogError(g_Logger2, "IPMI smi setup failed");
         return false;
     }

@@ -4,6 +4,7 @@
 #include "ThreadTest.h"
 #include "fake/TestAccess.h"
 
+#include <cerrno>
 #include <csignal>
 #include <memory>
 #include <optional>
@@ -129,6 +130,16 @@ TEST_F(DomainThread, SimulatesEverythingWithoutAConnection) {
     EXPECT_EQ(TextsAfterStart(3), TEXTS{"IPMI smi setup failed"});
     EXPECT_TRUE(Fake().Setup().m_OpenCalls.empty());
     EXPECT_EQ(g_EntityMap.size(), 3U);
+    EXPECT_TRUE(Released());
+}
+
+// OpenIPMI's next call would use an allocator that is not there.
+TEST_F(DomainThread, SimulatesEverythingWhenOpenIpmiGetsNoMemory) {
+    Fake().Setup().m_InitResult = ENOMEM;
+    PrintedBy([&] { m_Thread.run(); });
+    EXPECT_TRUE(g_bCompleteIPMISimulation);
+    EXPECT_EQ(TextsAfterStart(3), TEXTS{"IPMI smi setup failed"});
+    EXPECT_EQ(Fake().Setup().m_Calls, (TEXTS{"ipmi_posix_thread_setup_os_handler", "ipmi_init"}));
     EXPECT_TRUE(Released());
 }
 
