@@ -24,7 +24,12 @@ using Access = IPMI_TEST_ACCESS;
 
 namespace {
 
-constexpr std::size_t MostMemory = 32U << 20; // 256 FRUs with areas of 64 KiB, and the SDRs
+// What may be held at the end of a talk: for each FRU that told a size its area, for each FRU its entity, and for each
+// request what this target notes, with the reply's record.
+constexpr std::size_t MostOfArea = 68U << 10;
+constexpr std::size_t MostOfFru = 2U << 10;
+constexpr std::size_t MostOfRequest = 2U << 10;
+constexpr std::size_t MostBesides = 32U << 10;
 
 constexpr ipmi_addr_response_handler_t Handlers[] = {
     ENTITYCAPTURE::s_ReceivedPICMCProperties,   ENTITYCAPTURE::s_ReceivedPICMCAddrInfo,
@@ -150,6 +155,7 @@ private:
     void Deliver(const SENT_REQUEST& request, const Message& reply) {
         const bool awaited = State() >= PROBE_PICMG_PROPERTIES && State() <= PROBE_FRU_CHUNK &&
                              request.m_Trampoline == Handlers[State() - PROBE_PICMG_PROPERTIES];
+        if (request.m_Trampoline == ENTITYCAPTURE::s_ReceivedFRUSize) ++m_sizes;
         if (awaited) m_reader.Hear(m_requests.back().Bytes(), reply);
         Fake().Deliver(request, reply);
     }
@@ -243,7 +249,10 @@ private:
     void CheckRecords() {
         for (const auto& [id, record] : g_SDRMAP)
             Require(record->m_Received <= record->m_Length && record->m_RecordID == id, "a record beyond its length");
-        Require(LiveBytes() < m_memoryBefore + MostMemory + 1024 * Count(), "too much memory is held");
+        const std::size_t most = std::min<std::size_t>(m_sizes, 256) * MostOfArea +
+                                 Access::FRUEntities(m_probe).size() * MostOfFru + Count() * MostOfRequest +
+                                 MostBesides;
+        Require(LiveBytes() < m_memoryBefore + most, "too much memory is held");
     }
 
     Bytes m_input;
@@ -251,6 +260,7 @@ private:
     const std::size_t m_memoryBefore = LiveBytes();
     Area m_area;
     std::vector<SENT_REQUEST> m_requests;
+    unsigned m_sizes = 0; ///< how often a size was told
     Message m_ledAnswer;
     ProbeReader m_reader;
     OSAL::OSALMutex m_startup;
@@ -258,10 +268,21 @@ private:
     ENTITYCAPTURE m_probe{Fake().Domain(), &m_thread, &m_log};
 };
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
+// The bytes that are left of a talk when the model is deleted.
+std::size_t LeftOf(const uint8_t* data, std::size_t size) {
+    const std::size_t before = LiveBytes();
     Talk(Bytes(data, size)).Run();
     ResetModel();
+    const std::size_t after = LiveBytes();
+    return after > before ? after - before : 0;
+}
+
+} // namespace
+
+// What is made at first use and kept is not left a second time.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
+    if (LeftOf(data, size) == 0) return 0;
+    const std::size_t left = LeftOf(data, size);
+    Require(left == 0, std::to_string(left) + " bytes are left");
     return 0;
 }
