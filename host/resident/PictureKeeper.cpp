@@ -13,6 +13,18 @@ namespace bmhost {
 
 namespace {
 
+// A clock that is adjusted goes a little faster or slower; more than this between two looks means that it was set.
+constexpr std::chrono::seconds Adjusted(2);
+
+// Moves what is compared with the present, or with another of these, by as much as the clock.
+void GoWithTheClock(Picture& picture, std::chrono::milliseconds step) {
+    for (LedReading& reading : picture.m_leds)
+        if (reading.m_read != WallTime{}) reading.m_read += step;
+    for (CallInProgress& call : picture.m_calls)
+        if (call.m_since != WallTime{}) call.m_since += step;
+    if (picture.m_host.m_start) picture.m_host.m_start->m_time += step;
+}
+
 // What is wrong with a call that does not return ends in its age.
 std::string_view WithoutAge(std::string_view what) {
     return what.substr(0, what.rfind(" for "));
@@ -28,11 +40,30 @@ bool SameFaults(const std::vector<Fault>& one, const std::vector<Fault>& other) 
 
 } // namespace
 
-PictureKeeper::PictureKeeper(NewsRing& news) : m_news(news) {
+PictureKeeper::PictureKeeper(NewsRing& news, Clocks clocks)
+    : m_news(news),
+      m_clocks(std::move(clocks)),
+      m_ahead(Ahead()) {
     auto first = std::make_shared<Picture>();
     first->m_revision = 1;
-    first->m_time = WallNow();
+    first->m_time = m_clocks.m_wall();
     m_picture = std::move(first);
+}
+
+std::chrono::milliseconds PictureKeeper::Ahead() const {
+    const auto steady = std::chrono::floor<std::chrono::milliseconds>(m_clocks.m_steady().time_since_epoch());
+    return m_clocks.m_wall().time_since_epoch() - steady;
+}
+
+// A copy of the picture, by the clock as it is now. Called with the guard.
+std::shared_ptr<Picture> PictureKeeper::Next() {
+    auto next = std::make_shared<Picture>(*m_picture);
+    const auto step = Ahead() - m_ahead;
+    m_ahead += step;
+    if (std::chrono::abs(step) <= Adjusted) return next;
+    GoWithTheClock(*next, step);
+    m_picture = std::make_shared<Picture>(*next);
+    return next;
 }
 
 std::shared_ptr<const Picture> PictureKeeper::Now() const {
@@ -45,10 +76,10 @@ void PictureKeeper::Change(std::initializer_list<std::string_view> parts, const 
     uint64_t revision = 0;
     {
         const std::lock_guard lock(m_guard);
-        auto next = std::make_shared<Picture>(*m_picture);
+        auto next = Next();
         if (!change(*next)) return;
         revision = ++next->m_revision;
-        next->m_time = WallNow();
+        next->m_time = m_clocks.m_wall();
         next->m_faults = FaultsOf(*next);
         if (!SameFaults(next->m_faults, m_picture->m_faults)) changed.emplace_back("faults");
         m_picture = std::move(next);
@@ -60,8 +91,8 @@ void PictureKeeper::LookForFaults() {
     uint64_t revision = 0;
     {
         const std::lock_guard lock(m_guard);
-        auto next = std::make_shared<Picture>(*m_picture);
-        next->m_time = WallNow();
+        auto next = Next();
+        next->m_time = m_clocks.m_wall();
         next->m_faults = FaultsOf(*next);
         if (SameFaults(next->m_faults, m_picture->m_faults)) return;
         revision = ++next->m_revision;

@@ -4,6 +4,7 @@
 #include "host/news/NewsRing.h"
 #include "host/picture/Picture.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
@@ -19,10 +20,18 @@ namespace bmhost {
 class Lane;
 
 /// Readers get the picture as it stands, which does not change any more; whoever changes it makes a new one. Every
-/// member on any thread.
+/// member on any thread. When the clock is set, the times that are compared go with it: what is three seconds old stays
+/// so.
 class PictureKeeper {
 public:
-    explicit PictureKeeper(NewsRing& news);
+    /// Both tell the time since something; only the first is ever set.
+    struct Clocks {
+        std::function<WallTime()> m_wall = WallNow;
+        std::function<std::chrono::steady_clock::time_point()> m_steady = std::chrono::steady_clock::now;
+    };
+
+    explicit PictureKeeper(NewsRing& news) : PictureKeeper(news, Clocks{}) {}
+    PictureKeeper(NewsRing& news, Clocks clocks);
 
     std::shared_ptr<const Picture> Now() const;
 
@@ -46,11 +55,15 @@ public:
 private:
     using Part = std::initializer_list<std::string_view>;
 
+    std::shared_ptr<Picture> Next();
+    std::chrono::milliseconds Ahead() const;
     void Tell(uint64_t revision, const std::vector<std::string_view>& parts);
     void NameWaits(Picture& picture) const;
     std::string InFrontOn(const Lane& lane, const Picture& picture) const;
 
     NewsRing& m_news;
+    Clocks m_clocks;
+    std::chrono::milliseconds m_ahead; ///< the wall's clock, of the steady one
     mutable std::mutex m_guard;
     std::shared_ptr<const Picture> m_picture;
     std::map<uint64_t, const Lane*> m_lanes; ///< of the picture's calls, by their numbers and in their order

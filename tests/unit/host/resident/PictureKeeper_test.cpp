@@ -76,6 +76,56 @@ TEST_F(PictureKeeperTest, WhatGrowsOldIsAFaultWithoutAChange) {
     EXPECT_NE(std::string::npos, m_news.After(0).back().m_data.find(R"("parts":["faults"])"));
 }
 
+// Clocks that the test sets.
+struct SetClocks {
+    PictureKeeper::Clocks Both() {
+        return {[this] { return m_wall; }, [this] { return m_steady; }};
+    }
+    void Pass(std::chrono::milliseconds time) {
+        m_wall += time;
+        m_steady += time;
+    }
+    WallTime m_wall = WallNow();
+    std::chrono::steady_clock::time_point m_steady = std::chrono::steady_clock::now();
+};
+
+// What is wrong after 10 s with a LED and a call that began then, when the clock is set meanwhile; and after 100 s
+// more.
+class SetClockTest : public testing::TestWithParam<int> {
+protected:
+    NewsRing m_news;
+    SetClocks m_clocks;
+    PictureKeeper m_keeper{m_news, m_clocks.Both()};
+};
+
+TEST_P(SetClockTest, NothingGrowsOldOrStaysYoungByIt) {
+    using namespace std::chrono_literals;
+    m_keeper.Change({}, [&](Picture& picture) {
+        picture.m_host.m_resident = true;
+        picture.m_host.m_start = CallOutcome{"start", 1, m_clocks.m_wall - 1s, {}};
+        picture.m_leds.push_back({0, 1, 1, BM_ADAPTOR::CBMIParams(), m_clocks.m_wall});
+        return true;
+    });
+    m_keeper.Called({"read 0x300", m_clocks.m_wall, ""}, false);
+    m_clocks.Pass(10s);
+    m_clocks.m_wall += std::chrono::hours(GetParam());
+    m_keeper.Change({}, [](Picture&) { return false; });
+    m_keeper.LookForFaults();
+    auto picture = m_keeper.Now();
+    EXPECT_TRUE(picture->m_faults.empty()) << picture->m_faults.front().m_what;
+    EXPECT_EQ(m_clocks.m_wall - 10s, picture->m_leds.front().m_read);
+    EXPECT_EQ(m_clocks.m_wall - 10s, picture->m_calls.front().m_since);
+    EXPECT_EQ(m_clocks.m_wall - 11s, picture->m_host.m_start->m_time);
+
+    m_clocks.Pass(100s);
+    m_keeper.LookForFaults();
+    picture = m_keeper.Now();
+    ASSERT_EQ(1U, picture->m_faults.size()); // the LED's reading is not missed while a call has the blade
+    EXPECT_NE(std::string::npos, picture->m_faults.front().m_what.find("read 0x300"));
+}
+
+INSTANTIATE_TEST_SUITE_P(ADay, SetClockTest, testing::Values(0, 24, -24));
+
 TEST_F(PictureKeeperTest, ACallStandsThereUntilItReturns) {
     const uint64_t first = m_keeper.Called({"init", WallNow(), ""}, true);
     const uint64_t second = m_keeper.Called({"read 0x300", WallNow(), "uid 0, process 5"}, false);
