@@ -2,6 +2,7 @@
 
 import select
 import subprocess
+import sys
 import time
 
 # Full emulation in any case: where the processor has a hypervisor of its own it is not always one that works.
@@ -12,6 +13,23 @@ KERNEL = "console=ttyS0 quiet loglevel=3 panic=-1 cryptomgr.notests mitigations=
 
 class Silence(Exception):
     """It was silent for too long, or has ended."""
+
+
+class Report:
+    """The findings, on standard output and in a file; `good` says whether all of them are as they should be."""
+
+    def __init__(self, file):
+        self.file = file
+        self.good = True
+
+    def write(self, text):
+        for out in (sys.stdout, self.file):
+            print(text, file=out, flush=True)
+
+    def check(self, what, found, expected):
+        alike = found == expected
+        self.good = self.good and alike
+        self.write(f"   {'ok    ' if alike else 'FAILED'} {what}" + ("" if alike else f": {found}, expected {expected}"))
 
 
 def qemu_command(folder, vm_port, words):
@@ -64,6 +82,12 @@ class Machine:
     def say(self, word):
         self.process.stdin.write(word.encode() + b"\n")
         self.process.stdin.flush()
+
+    def pull(self):
+        """Pulls the power: qemu is killed. Returns what the machine has said until then."""
+        self.process.kill()
+        rest, self.rest = self.rest + self.process.stdout.read(), b""
+        return rest.decode(errors="replace")
 
     def ended(self):
         """The exit status of qemu, after the last line."""

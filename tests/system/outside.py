@@ -1,6 +1,6 @@
 """The outside of a virtual machine: in a blade whose controller waits for a guest, starts the guest, watches it and checks what it does.
 
-usage: bladesim --blade BLADE --ipmi guest -- python3 outside.py FOLDER BLADE
+usage: bladesim --blade BLADE --ipmi guest -- python3 outside.py FOLDER SESSION
 
 FOLDER has the guest's kernel, initial file system and disk. The transcript and the report are written there as well.
 """
@@ -13,7 +13,7 @@ import sys
 import time
 from pathlib import Path
 
-from machine import Machine, Silence, qemu_command
+from machine import Machine, Report, Silence, qemu_command
 
 # The time limits for everything and for a single step, and the time after which a call without an answer counts as waiting.
 WHOLE_SECONDS = 240
@@ -21,6 +21,10 @@ STEP_SECONDS = 30
 WAITING_SECONDS = 0.5
 # Calls that each host must have made before, during and after the controller's absence.
 CALLS = 3
+# How long calls are looked at that the controller never answers.
+FROZEN_SECONDS = 20
+# The sessions in the guest, the blade of each, and the turns that the outside has in it.
+SESSIONS = {"full": ("full", []), "typical": ("typical", ["leds", "reset", "loss", "again"]), "lasting": ("typical", ["freeze"])}
 # The hosts in the guest that make calls again and again: what each does, and what it returns when all is well.
 HOSTS = {
     "board": ("reads LED 3 of the baseboard", 1),
@@ -28,23 +32,8 @@ HOSTS = {
     "table": ("reads the baseboard's LED table", 1),
     "set": ("sets LED 2 of the baseboard", 0),
 }
-
-
-class Report:
-    """The findings, on standard output and in a file; `good` says whether all of them are as they should be."""
-
-    def __init__(self, file):
-        self.file = file
-        self.good = True
-
-    def write(self, text):
-        for out in (sys.stdout, self.file):
-            print(text, file=out, flush=True)
-
-    def check(self, what, found, expected):
-        alike = found == expected
-        self.good = self.good and alike
-        self.write(f"   {'ok    ' if alike else 'FAILED'} {what}" + ("" if alike else f": {found}, expected {expected}"))
+# Those that go on beside a controller that stands still for good.
+LASTING_HOSTS = ("board", "set")
 
 
 def run(*words):
@@ -97,8 +86,9 @@ class Call:
 class Calls:
     """The calls of all hosts, as the guest reports them."""
 
-    def __init__(self, machine):
+    def __init__(self, machine, hosts=tuple(HOSTS)):
         self.machine = machine
+        self.hosts = hosts
         self.phase = ""
         self.calls = []
 
@@ -123,12 +113,12 @@ class Calls:
         return [call for call in self.calls if call.host == host and call.phase == self.phase and call.result is not None]
 
     def each_has(self, enough):
-        return all(enough(self.returned(host)) for host in HOSTS)
+        return all(enough(self.returned(host)) for host in self.hosts)
 
     def until_all_wait(self):
         """Waits until each host waits for the answer to a call: nothing comes any more, although each has begun one."""
         deadline = time.monotonic() + STEP_SECONDS
-        while self.listen(WAITING_SECONDS) or len(self.waiting()) < len(HOSTS):
+        while self.listen(WAITING_SECONDS) or len(self.waiting()) < len(self.hosts):
             if time.monotonic() > deadline:
                 raise Silence("it was waited in vain until all hosts wait")
 
@@ -186,6 +176,25 @@ class Outside:
         self.report.check("it is back: each host goes on as before", [host for host in HOSTS if not are_well_again(calls.returned(host))], [])
         self.summary(calls)
 
+    def freeze(self):
+        calls = Calls(self.machine, LASTING_HOSTS)
+        calls.phase = "before"
+        calls.until("all hosts have made calls", lambda: calls.each_has(lambda made: len(made) >= CALLS))
+        self.report.check("the controller is there: every call is well", [call for call in calls.calls if call.result is not None and not call.is_good()], [])
+        freeze_controller()
+        calls.until_all_wait()
+        pending = calls.waiting()
+        self.report.check("it stands still for good: each host waits for an answer", sorted(call.host for call in pending), sorted(LASTING_HOSTS))
+        calls.phase = "frozen"
+        deadline = time.monotonic() + FROZEN_SECONDS
+        while (left := deadline - time.monotonic()) > 0:
+            calls.listen(left)
+        lost = [call for call in calls.calls if call in pending or call.phase == calls.phase]
+        self.report.check("no call is well any more", [call for call in lost if call.is_good()], [])
+        self.table([call for call in lost if call.result is not None], pending)
+        for call in calls.waiting():
+            self.report.write(f"             {call.host:5}  {HOSTS[call.host][0]:31} {call.number:>5}  waits for the driver of /dev/ipmi0")
+
     def table(self, lost, pending):
         self.report.write("             host   what it does                     call  returned  after")
         for call in sorted(lost, key=lambda call: list(HOSTS).index(call.host)):
@@ -219,10 +228,10 @@ def watch(machine, report):
             return turns
 
 
-def main(folder, blade):
-    turns = {"full": [], "typical": ["leds", "reset", "loss", "again"]}[blade]
+def main(folder, session):
+    blade, turns = SESSIONS[session]
     begin = time.monotonic()
-    with open(folder / f"{blade}.report", "w") as file, open(folder / f"{blade}.transcript", "w") as transcript, open(folder / f"{blade}.qemu", "w") as complaints:
+    with open(folder / f"{session}.report", "w") as file, open(folder / f"{session}.transcript", "w") as transcript, open(folder / f"{session}.qemu", "w") as complaints:
         report = Report(file)
 
         def hear(line):
@@ -230,13 +239,13 @@ def main(folder, blade):
             if not line.startswith("@"):
                 print(f"   | {line}", flush=True)
 
-        command = qemu_command(folder, os.environ["BLADESIM_VM_PORT"], f"blade={blade} init=/root/session/tests/system/guest/init")
+        command = qemu_command(folder, os.environ["BLADESIM_VM_PORT"], f"blade={blade} session={session} init=/root/session/tests/system/guest/init")
         try:
             with Machine(command, hear, complaints, WHOLE_SECONDS) as machine:
                 report.check("the outside had its turns", watch(machine, report), turns)
         except (Silence, RuntimeError, OSError, subprocess.TimeoutExpired) as error:
-            report.check(f"the machine of the {blade} blade", str(error), "its end")
-        report.write(f"   the machine of the {blade} blade: {time.monotonic() - begin:.1f} s")
+            report.check(f"the machine of {session}", str(error), "its end")
+        report.write(f"   the machine of {session}: {time.monotonic() - begin:.1f} s")
     return 0 if report.good else 1
 
 
