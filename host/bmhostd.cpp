@@ -208,12 +208,12 @@ public:
     Ender(const Ender&) = delete;
     Ender& operator=(const Ender&) = delete;
     ~Ender() {
-        if (m_thread.joinable()) m_thread.join();
+        if (m_thread.IsJoinable()) m_thread.Join();
     }
 
     /// Throws what the end has thrown.
     bool Good() {
-        m_thread.join();
+        m_thread.Join();
         if (m_error != nullptr) std::rethrow_exception(m_error);
         return m_good;
     }

@@ -26,9 +26,9 @@ void Teller::Finish() {
 }
 
 void Teller::End() {
-    if (!m_thread.joinable()) return;
+    if (!m_thread.IsJoinable()) return;
     Tell({});
-    m_thread.join();
+    m_thread.Join();
 }
 
 void Teller::Run() {

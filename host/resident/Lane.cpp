@@ -27,7 +27,7 @@ void Lane::EndThreads() {
         m_changed.notify_all();
     }
     for (bm_dev::Thread& thread : m_threads)
-        thread.join();
+        thread.Join();
 }
 
 bool Lane::Give(Work work) {

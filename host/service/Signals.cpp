@@ -148,7 +148,7 @@ bool WithSignals(StopRequest& stop, const std::string& promise, const std::funct
         Tell(signal, count == 1 ? promise : "one more ends bmhost at once");
         stop.Ask();
     }
-    worker.join();
+    worker.Join();
     if (error != nullptr) std::rethrow_exception(error);
     return good;
 }

@@ -133,7 +133,7 @@ void ArmEndNotice(std::chrono::milliseconds firstWait, std::optional<std::chrono
     notice.m_limit = limit;
     if (limit) notice.m_end = Clock::now() + *limit;
     on_exit(OnExit, nullptr);
-    bm_dev::Thread(Watch).detach();
+    bm_dev::Thread(Watch).Detach();
 }
 
 void DisarmEndNotice() {

@@ -117,7 +117,7 @@ BladeMirror::BladeMirror(HostPlace place, const MirrorTimes& times) : m_place(st
 
 BladeMirror::~BladeMirror() {
     m_ending = true;
-    m_thread.join();
+    m_thread.Join();
 }
 
 BladeView BladeMirror::Now() const {

@@ -238,10 +238,10 @@ void Serve(WebDoor& web, StopRequest& stop) {
         web.Run();
     } catch (...) {
         stop.Ask();
-        ender.join();
+        ender.Join();
         throw;
     }
-    ender.join();
+    ender.Join();
     if (!web.End()) _exit(ExitAllOk);
 }
 

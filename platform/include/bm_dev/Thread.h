@@ -62,12 +62,12 @@ public:
         if (m_joinable) std::terminate();
     }
 
-    bool joinable() const { return m_joinable; }
-    void join() {
+    bool IsJoinable() const { return m_joinable; }
+    void Join() {
         pthread_join(m_thread, nullptr);
         m_joinable = false;
     }
-    void detach() {
+    void Detach() {
         pthread_detach(m_thread);
         m_joinable = false;
     }

@@ -17,7 +17,7 @@ using bm_dev::Thread;
 TEST(OwnThread, HasAStackOfOurSize) {
     std::size_t size = 0;
     Thread thread([&] { size = StackSizeHere(); });
-    thread.join();
+    thread.Join();
     ExpectOurStackSize(size);
 }
 
@@ -25,24 +25,24 @@ TEST(OwnThread, MovesAndIsJoinedOnce) {
     int runs = 0;
     Thread first([&] { ++runs; });
     Thread second(std::move(first));
-    EXPECT_FALSE(first.joinable()); // NOLINT(bugprone-use-after-move): what is left of it
+    EXPECT_FALSE(first.IsJoinable()); // NOLINT(bugprone-use-after-move): what is left of it
     first = std::move(second);
-    EXPECT_TRUE(first.joinable());
-    first.join();
-    EXPECT_FALSE(first.joinable());
+    EXPECT_TRUE(first.IsJoinable());
+    first.Join();
+    EXPECT_FALSE(first.IsJoinable());
     EXPECT_EQ(1, runs);
 }
 
 TEST(OwnThread, IsNotJoinableWhenItIsDetached) {
     Thread thread([] {});
-    thread.detach();
-    EXPECT_FALSE(thread.joinable());
+    thread.Detach();
+    EXPECT_FALSE(thread.IsJoinable());
 }
 
 TEST(OwnThreadDeathTest, MustBeJoinedOrDetached) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_DEATH(Thread([] {}), "terminate");
-    EXPECT_DEATH(Thread([] { throw 1; }).join(), "terminate");
+    EXPECT_DEATH(Thread([] { throw 1; }).Join(), "terminate");
 }
 
 #ifndef BM_SANITIZED // a sanitizer takes more of the address space than there is
@@ -52,7 +52,7 @@ TEST(OwnThreadDeathTest, SaysThatThereIsNone) {
         const rlimit none = {1, 1};
         setrlimit(RLIMIT_AS, &none);
         try {
-            Thread([] {}).join();
+            Thread([] {}).Join();
         } catch (const std::system_error& error) {
             _exit(error.code().value());
         }
