@@ -123,6 +123,13 @@ TEST_F(FullyUpReport, ReleasesTheAdaptorUnderSimulationAfterTheDump) {
     EXPECT_TRUE(Released());
 }
 
+TEST_F(FullyUpReport, IsPrintedWithoutTracesToo) {
+    BM_LOG_LEVEL = 0;
+    g_bCompleteIPMISimulation = true;
+    AddToModel({0, 32, 160, 96}, "board");
+    EXPECT_EQ(Report(), g_FullyUp + TEXTS{"Entity found 0.32.160.96.board"});
+}
+
 // Whoever waits for the model may free the thread's logger as soon as it goes on.
 TEST_F(FullyUpReport, WritesItsLastLineBeforeItReleasesTheAdaptor) {
     std::vector<int> l_Ready;

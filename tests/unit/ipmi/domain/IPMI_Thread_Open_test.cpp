@@ -63,6 +63,10 @@ TEST_F(ConnectionReport, RegistersForEntitiesAndControllers) {
     EXPECT_EQ(l_MCs[0].second, &m_Thread);
 }
 
+TEST_F(ConnectionReport, PrintsNothingWhenAllGoesWell) {
+    EXPECT_EQ(PrintedBy([&] { Report(); }), TEXTS{});
+}
+
 TEST_F(ConnectionReport, RegistersOnlyOnce) {
     Report();
     const auto l_First = TakeProbe();

@@ -270,4 +270,10 @@ TEST_F(ProbeLEDCommand, GetWithAReplyTooShortForItsSectionGives0AndReleasesTheCa
     }
 }
 
+TEST_F(ProbeLEDCommand, GetTracesAStateByteWithNothingBehindIt) {
+    OnGet(Hex("00 00 04"));
+    EXPECT_EQ(Get(), 0);
+    ExpectLogged(Trace("ENTITYCAPTURE :: ReceivedPICMCLEDState LEDID=%i - LAMPTEST", 2));
+}
+
 } // namespace

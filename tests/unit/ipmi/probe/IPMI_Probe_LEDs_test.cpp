@@ -78,7 +78,7 @@ TEST_F(ProbeLEDs, EachGetsItsOwnColours) {
     BeginWith(0);
     Reply("00 00 07 00");
     Reply("00 00 02 01 01");
-    Reply("00 00 04 01 01");
+    Reply("00 00 04"); // without the default colours, which nobody needs
     Reply("00 00 48 01 01");
     const auto& l_LEDs = Entity(0).m_LEDMap;
     EXPECT_TRUE(l_LEDs.at(0)->m_bBlue && !l_LEDs.at(0)->m_bRed && !l_LEDs.at(0)->m_bGreen && !l_LEDs.at(0)->m_bWhite);

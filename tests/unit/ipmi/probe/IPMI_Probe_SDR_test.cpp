@@ -65,6 +65,17 @@ TEST_F(ProbeSDRWalk, ReadsARecordInPiecesOfAtMostTheLimit) {
     EXPECT_TRUE(IsOver());
 }
 
+TEST_F(ProbeSDRWalk, AsksForALastByteByItself) {
+    Begin();
+    const BYTES l_Record = Record(0, 0x12, 17);
+    Fake().DeliverReply(Reply(0xFFFF, l_Record, 0, 5));
+    Fake().DeliverReply(Reply(0xFFFF, l_Record, 5, 16));
+    EXPECT_EQ(Requests().back(), "0A 23 34 12 00 00 15 01");
+    Fake().DeliverReply(Reply(0xFFFF, l_Record, 21, 1));
+    EXPECT_EQ(Kept(0).m_Received, 22);
+    EXPECT_TRUE(IsOver());
+}
+
 // Record 0 asks for the first record, whose own id stands in its header.
 TEST_F(ProbeSDRWalk, KeepsARecordUnderTheIdInItsHeader) {
     Begin();
@@ -134,6 +145,9 @@ TEST_F(ProbeSDRWalk, TracesEveryPiece) {
                    Trace("ENTITYCAPTURE :: SendGetSDRData - RecordID= %d offset=%d len=%d", 0, 21, 4)});
     ExpectNotLogged("ENTITYCAPTURE :: ReceivedSDRData Calc more data - IPMI Limit");
     ExpectNotLogged("ENTITYCAPTURE :: ReceivedSDRData New Record!");
+    m_Log.Clear();
+    Fake().DeliverReply(Reply(0xFFFF, l_Record, 21, 4));
+    ExpectLogged(Trace("ENTITYCAPTURE :: ReceivedSDRData lod=%i TotalSoFar=%i SDRLen=%i", 4, 25, 25));
 }
 
 TEST_F(ProbeSDRWalk, GoesFromRecordToRecordUpToTheLast) {
@@ -235,6 +249,7 @@ TEST_F(ProbeSDRWalk, EndsThoughTheRepositoryGoesInCircles) {
     Fake().Run(200000);
     EXPECT_TRUE(IsOver());
     EXPECT_EQ(Fake().Outstanding(), 0U);
+    EXPECT_EQ(Fake().SentCount(), 1U + 0xFFFF) << "the reservation, and as many records as there can be";
     EXPECT_EQ(g_SDRMAP.size(), 1U);
 }
 

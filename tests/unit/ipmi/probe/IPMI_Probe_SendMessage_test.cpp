@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 using namespace BM_ADAPTOR;
 using ::testing::ExitedWithCode;
@@ -79,6 +80,18 @@ TEST_F(ProbeSendMessage, SendsTheCallersBytesWithTheStoredOffsetAsSecondDatum) {
     EXPECT_EQ(l_Request.m_Data1, m_Probe.get());
     EXPECT_EQ(reinterpret_cast<intptr_t>(l_Request.m_Data2), 0x130);
     EXPECT_EQ(State(), 11);
+}
+
+TEST_F(ProbeSendMessage, SendsOneByteAndNothingOfNone) {
+    g_Logger2 = &m_Log;
+    Fake().SetSendResult(0x2000000);
+    EXPECT_EQ(m_Probe->SendMessage(m_Message.data(), 1), 0);
+    EXPECT_EQ(Requests().back(), "06 34 47");
+    const std::pair<unsigned char*, int> l_None[] = {{nullptr, 3}, {m_Message.data(), 0}, {m_Message.data(), -1}};
+    for (const auto& [l_Data, l_Length] : l_None) {
+        EXPECT_EQ(m_Probe->SendMessage(l_Data, l_Length), 0);
+        EXPECT_EQ(Requests().back(), "06 34") << l_Length;
+    }
 }
 
 TEST_F(ProbeSendMessage, ReplyEndsTheProcessInEveryRequestCode) {
