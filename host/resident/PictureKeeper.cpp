@@ -25,16 +25,10 @@ void GoWithTheClock(Picture& picture, std::chrono::milliseconds step) {
     if (picture.m_host.m_start) picture.m_host.m_start->m_time += step;
 }
 
-// What is wrong with a call that does not return ends in its age.
-std::string_view WithoutAge(std::string_view what) {
-    return what.substr(0, what.rfind(" for "));
-}
-
-// The same but for their ages, which are not news.
+// The same but for what shows them, which is no news.
 bool SameFaults(const std::vector<Fault>& one, const std::vector<Fault>& other) {
     return std::equal(one.begin(), one.end(), other.begin(), other.end(), [](const Fault& left, const Fault& right) {
-        return left.m_place == right.m_place && WithoutAge(left.m_what) == WithoutAge(right.m_what) &&
-               left.m_cause == right.m_cause;
+        return left.m_place == right.m_place && left.m_what == right.m_what && left.m_cause == right.m_cause;
     });
 }
 
