@@ -3,8 +3,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <exception>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,19 +20,25 @@ struct Reply {
     std::string m_contentType = "application/json"; ///< of the body
 };
 
-/// The request is not carried out.
-class Refusal : public std::runtime_error {
+/// The request is not carried out. Copies go from thread to thread, and the copies of a std::runtime_error share their
+/// text: this one has its own.
+class Refusal : public std::exception {
 public:
     /// @param value  what was wrong, as the client gave it
-    Refusal(unsigned status, std::string value, const std::string& reason, Headers headers = {})
-        : std::runtime_error(reason),
-          m_status(status),
+    Refusal(unsigned status, std::string value, std::string reason, Headers headers = {})
+        : m_status(status),
           m_value(std::move(value)),
-          m_headers(std::move(headers)) {}
+          m_headers(std::move(headers)),
+          m_reason(std::move(reason)) {}
+
+    const char* what() const noexcept override { return m_reason.c_str(); }
 
     unsigned m_status;
     std::string m_value;
     Headers m_headers;
+
+private:
+    std::string m_reason;
 };
 
 /// One line of JSON.
