@@ -7,13 +7,11 @@
 #include "adaptor/IPMI_Adaptor.h"
 #include "common/veldo_common_protocol.h"
 #include "common/veldo_common_rows.h"
+#include "tests/DrivingHost.h"
 
 #include "bm/BaseAdaptor.h"
-#include "bm/Log.h"
-#include "bm_dev/HostStorage.h"
 
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -31,31 +29,6 @@
 using namespace BM_ADAPTOR;
 
 namespace {
-
-// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
-class Host final : public IBMAdaptorMgr, public CBaseOsLog {
-public:
-    explicit Host(const std::string& storage) : m_storage(bm_dev::MakeStorage(storage)) {}
-
-    int RegisterGroup(unsigned, CBaseAdaptor*) override { return RESULT_OK; }
-    int UnregisterGroup(unsigned) override { return RESULT_OK; }
-    int RegisterEventClass(unsigned, CBaseAdaptor*) override { return RESULT_OK; }
-    int UnregisterEventClass(unsigned) override { return RESULT_OK; }
-    QUB_STORAGE::CDataStorage* GetStorage() override { return m_storage.get(); }
-    CBaseOsLog* GetLogger() override { return this; }
-    int GetMode() override { return HOST_MODE_DRIVE; }
-    int SendEvent(unsigned, unsigned, CBMIEvParams*) override {
-        ++m_events;
-        return RESULT_OK;
-    }
-    void Log(int, const char*, const char*) override {}
-
-    unsigned Events() const { return m_events; }
-
-private:
-    std::shared_ptr<QUB_STORAGE::CDataStorage> m_storage;
-    std::atomic<unsigned> m_events{0};
-};
 
 class Blade {
 public:
@@ -182,7 +155,7 @@ int main(int count, char** arguments) {
     const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (out < 0 || nowhere < 0 || ::dup2(nowhere, STDOUT_FILENO) < 0) return 1;
     // Never destroyed: the domain thread uses them as long as the process lives.
-    auto& host = *new Host(arguments[3]);
+    auto& host = *new DrivingHost(arguments[3]);
     auto& adaptor = *new IPMIAdaptor;
     if (adaptor.Init(&host) != RESULT_OK || adaptor.Start(nullptr) != RESULT_OK) return 1;
     ::dprintf(out, "started\n");

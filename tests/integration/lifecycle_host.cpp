@@ -3,10 +3,9 @@
 //
 // usage: lifecycle_host PLUGIN STORAGE
 #include "common/veldo_common_protocol.h"
+#include "tests/DrivingHost.h"
 
 #include "bm/BaseAdaptor.h"
-#include "bm/Log.h"
-#include "bm_dev/HostStorage.h"
 
 #include <cstdio>
 #include <iostream>
@@ -22,32 +21,13 @@ using namespace BM_ADAPTOR;
 
 namespace {
 
-// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it is final
-class Host final : public IBMAdaptorMgr, public CBaseOsLog {
-public:
-    explicit Host(const std::string& storage) : m_storage(bm_dev::MakeStorage(storage)) {}
-
-    int RegisterGroup(unsigned, CBaseAdaptor*) override { return RESULT_OK; }
-    int UnregisterGroup(unsigned) override { return RESULT_OK; }
-    int RegisterEventClass(unsigned, CBaseAdaptor*) override { return RESULT_OK; }
-    int UnregisterEventClass(unsigned) override { return RESULT_OK; }
-    QUB_STORAGE::CDataStorage* GetStorage() override { return m_storage.get(); }
-    CBaseOsLog* GetLogger() override { return this; }
-    int GetMode() override { return HOST_MODE_DRIVE; }
-    int SendEvent(unsigned, unsigned, CBMIEvParams*) override { return RESULT_OK; }
-    void Log(int, const char*, const char*) override {}
-
-private:
-    std::shared_ptr<QUB_STORAGE::CDataStorage> m_storage;
-};
-
 template <typename FUNCTION>
 FUNCTION Entry(void* library, const char* name) {
     return reinterpret_cast<FUNCTION>(::dlsym(library, name));
 }
 
 /// The results of the lifecycle calls, in their order; empty when the adaptor cannot be loaded.
-std::string Cycle(const char* plugin, Host& host) {
+std::string Cycle(const char* plugin, DrivingHost& host) {
     void* const library = ::dlopen(plugin, RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) return "";
     auto* const adaptor = static_cast<CBaseAdaptor*>(Entry<void* (*)()>(library, "CreateAdaptor")());
@@ -67,7 +47,7 @@ int main(int count, char** arguments) {
     const int out = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (out < 0 || nowhere < 0 || ::dup2(nowhere, STDOUT_FILENO) < 0) return 1;
-    auto& host = *new Host(arguments[2]); // never destroyed: the domain thread logs as long as the process lives
+    auto& host = *new DrivingHost(arguments[2]); // never destroyed: the domain thread logs as long as the process lives
     for (std::string line; std::getline(std::cin, line);) {
         const std::string results = Cycle(arguments[1], host);
         ::dprintf(out,
