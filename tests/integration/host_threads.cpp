@@ -8,6 +8,7 @@
 #include "common/veldo_common_protocol.h"
 #include "common/veldo_common_rows.h"
 #include "tests/DrivingHost.h"
+#include "tests/HostThreads.h"
 
 #include "bm/BaseAdaptor.h"
 
@@ -24,7 +25,6 @@
 #include <thread>
 #include <unistd.h>
 #include <utility>
-#include <vector>
 
 using namespace BM_ADAPTOR;
 
@@ -161,7 +161,7 @@ int main(int count, char** arguments) {
     ::dprintf(out, "started\n");
 
     Blade blade(adaptor, std::atoi(arguments[2]), arguments[4]);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(arguments[1]));
+    const auto end = EndAfter(arguments[1]);
     std::array<Work, 8> works = {{{"start", &Blade::Start},
                                   {"stop", &Blade::Stop},
                                   {"tables", &Blade::ReadTables},
@@ -170,20 +170,16 @@ int main(int count, char** arguments) {
                                   {"module_led", &Blade::WriteModuleLED},
                                   {"stored", &Blade::WriteStored},
                                   {"upgrade", &Blade::Upgrade}}};
-    std::vector<std::thread> threads;
-    for (Work& work : works) {
-        threads.emplace_back([&] {
-            while (std::chrono::steady_clock::now() < end) {
-                ++work.m_rounds;
-                if ((blade.*work.m_do)())
-                    ++work.m_good;
-                else // an upgrade is refused at once, a million times a second
-                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-        });
-    }
-    for (auto& thread : threads)
-        thread.join();
+    RunThreads(works.size(), [&](size_t index) {
+        Work& work = works[index];
+        while (std::chrono::steady_clock::now() < end) {
+            ++work.m_rounds;
+            if ((blade.*work.m_do)())
+                ++work.m_good;
+            else // an upgrade is refused at once, a million times a second
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
     ::dprintf(out, "ended\n");
 
     std::string line;

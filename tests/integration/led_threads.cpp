@@ -2,6 +2,7 @@
 // LED: it writes it, reads it back, and reads all the others meanwhile. Prints what each wrote last, as JSON.
 #include "adaptor/IPMI_Adaptor.h"
 #include "common/veldo_common_protocol.h"
+#include "tests/HostThreads.h"
 #include "tests/SilentHost.h"
 
 #include <array>
@@ -10,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <thread>
 #include <vector>
 
 using namespace BM_ADAPTOR;
@@ -122,7 +122,7 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: led_threads SECONDS BAY-OF-THE-FIRST-AMC\n");
         return 2;
     }
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(arguments[1]));
+    const auto end = EndAfter(arguments[1]);
     const int amcBay = std::atoi(arguments[2]);
     // Never destroyed: the domain thread uses them as long as the process lives.
     auto& host = *new SilentHost;
@@ -133,26 +133,21 @@ int main(int count, char** arguments) {
     for (int i = 0; i < ThreadCount; ++i)
         leds.emplace_back(i, amcBay);
     std::array<int, ThreadCount> rounds{};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < ThreadCount; ++i) {
-        threads.emplace_back([&, i] {
-            const auto index = static_cast<size_t>(i);
-            while (std::chrono::steady_clock::now() < end && !failed) {
-                const int round = ++rounds[index];
-                int on = 0;
-                int off = 0;
-                const int result = leds[index].Write(adaptor, round);
-                if (result != 0) Fail(i, "a write gave", result);
-                if (!leds[index].Read(adaptor, on, off)) Fail(i, "its LED cannot be read in round", round);
-                if (!leds[index].Holds(on, off)) Fail(i, "its LED is not as written in round", round);
-                const auto other = static_cast<size_t>((i + round) % ThreadCount);
-                if (!leds[other].Read(adaptor, on, off))
-                    Fail(i, "an LED of another thread cannot be read in round", round);
-            }
-        });
-    }
-    for (auto& thread : threads)
-        thread.join();
+    RunThreads(ThreadCount, [&](size_t index) {
+        const int thread = static_cast<int>(index);
+        while (std::chrono::steady_clock::now() < end && !failed) {
+            const int round = ++rounds[index];
+            int on = 0;
+            int off = 0;
+            const int result = leds[index].Write(adaptor, round);
+            if (result != 0) Fail(thread, "a write gave", result);
+            if (!leds[index].Read(adaptor, on, off)) Fail(thread, "its LED cannot be read in round", round);
+            if (!leds[index].Holds(on, off)) Fail(thread, "its LED is not as written in round", round);
+            const auto other = (index + static_cast<size_t>(round)) % ThreadCount;
+            if (!leds[other].Read(adaptor, on, off))
+                Fail(thread, "an LED of another thread cannot be read in round", round);
+        }
+    });
 
     std::printf("{\"rounds\": [");
     for (size_t i = 0; i < rounds.size(); ++i)

@@ -10,7 +10,7 @@ import types
 import pytest
 from conftest import SECONDS, bin_folder
 from inside import ipmitool, wait_until
-from test_resident import Resident, part
+from resident import Resident, part
 from test_web import PASSWORD, Web, free_port
 from web_page import commands_of_section, section_block, tried
 

@@ -14,7 +14,7 @@ import pytest
 from conftest import SECONDS, bin_folder
 from inside import sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
-from test_resident import resident  # noqa: F401 (a fixture)
+from resident import resident  # noqa: F401 (a fixture)
 from test_web import PASSWORD, asked, free_port, web  # noqa: F401 (one is a fixture)
 
 BMHOST = bin_folder() / "bmhost"

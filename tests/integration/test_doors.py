@@ -12,7 +12,7 @@ import pytest
 from conftest import SECONDS, bin_folder
 from inside import sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
-from test_resident import ask, started
+from resident import ask, started
 from test_run import Prompt
 
 CANARY = "somebody's"

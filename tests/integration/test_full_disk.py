@@ -8,7 +8,7 @@ import pytest
 from conftest import SECONDS, bin_folder
 from inside import order, sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools, runs  # noqa: F401 (one is a fixture)
-from test_resident import ask, part, started
+from resident import ServingHost, ask, hosts_of, part, started
 
 ADDRESSES = "telq_qub_dsp_iptable_cfg.xml"
 SIZE = 512 * 1024
@@ -61,32 +61,18 @@ def image(tmp_path):
     return file
 
 
-class Resident:
-    """A bmhostd that keeps all it has on the disk."""
-
-    def __init__(self, disk, tmp_path):
-        self.log = disk.folder / "log"
-        self.errors = tmp_path / "errors"
-        words = ["--storage", disk.folder / "storage", "--log", self.log, "--state", disk.folder / "state", "--sweep", "1"]
-        with open(self.errors, "w") as errors:
-            self.process = subprocess.Popen([bin_folder() / "bmhostd", *words], stdout=subprocess.DEVNULL, stderr=errors)
-        wait_until(self.serves)
-        wait_until(started)
-
-    def serves(self):
-        assert self.process.poll() is None, self.errors.read_text()
-        try:
-            return ask("/v1")[0] == 200
-        except OSError:
-            return False
+def bmhostd(disk, tmp_path):
+    """One that keeps all it has on the disk."""
+    words = ["--storage", disk.folder / "storage", "--log", disk.folder / "log", "--state", disk.folder / "state", "--sweep", "1"]
+    host = ServingHost([bin_folder() / "bmhostd", *words], tmp_path / "errors")
+    wait_until(started)
+    return host
 
 
 @pytest.fixture
 def resident(disk, tmp_path):
-    host = Resident(disk, tmp_path)
-    yield host
-    host.process.kill()
-    host.process.wait(SECONDS)
+    with hosts_of(bmhostd) as start:
+        yield start(disk, tmp_path)
 
 
 def write(address):
@@ -162,7 +148,7 @@ def test_a_report_is_refused_and_leaves_nothing(disk, resident):
 
 def test_a_log_that_cannot_be_written_is_told_once_and_goes_on_when_there_is_room(tmp_path):
     disk = Disk(tmp_path / "disk", "full")
-    host = Resident(disk, tmp_path)
+    host = bmhostd(disk, tmp_path)
     try:
         disk.trouble_begins()
         wait_until(lambda: write("10.0.0.8") != 1 and "log: " in host.errors.read_text())
@@ -170,7 +156,7 @@ def test_a_log_that_cannot_be_written_is_told_once_and_goes_on_when_there_is_roo
             assert write("10.0.0.8") != 1
         disk.trouble_ends()
         assert write("10.0.0.9") == 1
-        wait_until(lambda: lines()[-1] in host.log.read_text())
+        wait_until(lambda: lines()[-1] in (disk.folder / "log").read_text())
         told = [line for line in host.errors.read_text().splitlines() if line.startswith("log: ")]
         assert len(told) == 1 and told[0].endswith("; reported only once") and "No space left on device" in told[0]
         host.process.terminate()

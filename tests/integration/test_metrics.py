@@ -9,7 +9,7 @@ from conftest import SECONDS, bin_folder
 from inside import order, requests, sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from prometheus_client.openmetrics.parser import text_string_to_metric_families as open_metrics_families
 from prometheus_client.parser import text_string_to_metric_families as text_families
-from test_resident import ask, part
+from resident import ask, part
 
 
 def bmhost(*words):

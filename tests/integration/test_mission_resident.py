@@ -13,6 +13,7 @@ import pytest
 from conftest import SECONDS, bin_folder
 from inside import order, wait_until
 from mission import FOR_EVER, NEVER, command_lines, fresh_tools, install_folder, media_runs, run_of, runs, shell_of  # noqa: F401 (one is a fixture)
+from resident import hosts_of
 
 INITIALISING, RUNNING, FAILED = 3, 4, 5
 DSP_FAILED = 0x30012
@@ -67,16 +68,8 @@ class Resident:
 
 @pytest.fixture
 def resident(tmp_path):
-    hosts = []
-
-    def start(environment=None, options=()):
-        hosts.append(Resident(tmp_path, environment, options))
-        return hosts[-1]
-
-    yield start
-    for host in hosts:
-        host.process.kill()
-        host.process.wait()
+    with hosts_of(lambda environment=None, options=(): Resident(tmp_path, environment, options)) as start:
+        yield start
 
 
 MONITORED = {"op": "health", "state": "monitored"}

@@ -12,8 +12,8 @@ import pytest
 from conftest import SECONDS, bin_folder
 from inside import order, requests, sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
+from resident import part, resident  # noqa: F401 (one is a fixture)
 from test_metrics import quiet_host  # noqa: F401 (a fixture)
-from test_resident import part, resident  # noqa: F401 (one is a fixture)
 from test_web import PASSWORD, Web, free_port
 from web_page import section_block, tried
 

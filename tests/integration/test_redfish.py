@@ -11,7 +11,7 @@ import sushy
 from conftest import SECONDS, bin_folder
 from inside import ipmitool, order, sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import FOR_EVER, fresh_tools, run_of  # noqa: F401 (a fixture)
-from test_resident import ask, part, resident, started  # noqa: F401 (one is a fixture)
+from resident import part, resident  # noqa: F401 (one is a fixture)
 from test_web import PASSWORD, asked, web  # noqa: F401 (one is a fixture)
 
 LED = "/redfish/v1/Chassis/Blade/Actions/Oem/Bmhost.SetLed"

@@ -2,9 +2,9 @@
 
 from inside import sound_blade  # noqa: F401 (a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
+from resident import resident  # noqa: F401 (a fixture)
 from test_redfish import redfishtool, root_of
 from test_redfish_walk import door, known, look, place  # noqa: F401 (one is a fixture)
-from test_resident import resident  # noqa: F401 (a fixture)
 
 
 def rows():

@@ -10,7 +10,7 @@ from conftest import SECONDS, bin_folder
 from inside import sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
 from redfish_walk import ROOT, walked
-from test_resident import part, resident  # noqa: F401 (one is a fixture)
+from resident import part, resident  # noqa: F401 (one is a fixture)
 from test_web import PASSWORD, Web
 
 CHASSIS = {"product_name": "Model", "manufacturer": "Manufacturer", "part_number": "PartNumber", "product_version": "Version"}

@@ -1,92 +1,13 @@
 """The resident host on the simulated blade: when it serves, what its picture says of a controller that is lost, and how it ends and comes
 back. These tests run in a typical blade."""
 
-import json
-import os
 import signal
-import socket
 import subprocess
-from http.client import HTTPConnection
-from pathlib import Path
 
-import pytest
 from conftest import SECONDS, bin_folder
 from inside import order, sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
-
-SOCKET = Path(os.environ.get("BLADESIM_RUN_DIR", "/nowhere")) / "bmhost.sock"
-
-
-class Connection(HTTPConnection):
-    """HTTP over the host's socket."""
-
-    def __init__(self):
-        super().__init__("localhost", timeout=SECONDS)
-
-    def connect(self):
-        self.sock = socket.socket(socket.AF_UNIX)
-        self.sock.settimeout(SECONDS)
-        self.sock.connect(str(SOCKET))
-
-
-def ask(path, body=None):
-    """Status and JSON of an answer."""
-    connection = Connection()
-    if body is None:
-        connection.request("GET", path)
-    else:
-        connection.request("POST", path, json.dumps(body), {"Content-Type": "application/json"})
-    answer = connection.getresponse()
-    result = answer.status, json.loads(answer.read())
-    connection.close()
-    return result
-
-
-def part(name):
-    status, body = ask(f"/v1/blade/{name}")
-    assert status == 200, body
-    return body
-
-
-class Resident:
-    def __init__(self, folder, *options):
-        words = ["--json", "--storage", str(folder / "storage"), "run", "--state", str(folder / "state"), "--sweep", "1", *options]
-        self.process = subprocess.Popen([bin_folder() / "bmhost", *words], stdout=subprocess.PIPE, stderr=open(folder / "errors", "a"), text=True)
-        wait_until(self.serves)
-
-    def serves(self):
-        assert self.process.poll() is None, "it has ended"
-        try:
-            return ask("/v1")[0] == 200
-        except OSError:
-            return False
-
-    def end(self, number=signal.SIGTERM):
-        """Its exit status, and results of its lifecycle calls."""
-        self.process.send_signal(number)
-        out, _ = self.process.communicate(timeout=SECONDS)
-        self.lines = [json.loads(line) for line in out.splitlines()]
-        return self.process.returncode, [(line["op"], line["result"]) for line in self.lines if "result" in line]
-
-
-@pytest.fixture
-def resident(tmp_path):
-    hosts = []
-
-    def start(*options):
-        hosts.append(Resident(tmp_path, *options))
-        return hosts[-1]
-
-    yield start
-    for host in hosts:
-        host.process.kill()
-        host.process.wait()
-        host.process.stdout.close()
-
-
-def started():
-    start = part("host")["start"]
-    return start is not None and start["result"] == 1
+from resident import SOCKET, Connection, ask, part, resident, started  # noqa: F401 (one is a fixture)
 
 
 def wait_for_sweep():

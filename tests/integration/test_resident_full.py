@@ -2,7 +2,7 @@
 
 from inside import sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
-from test_resident import ask, part, resident  # noqa: F401 (one is a fixture)
+from resident import ask, part, resident  # noqa: F401 (one is a fixture)
 
 
 def test_a_blade_that_cannot_be_started_is_served_until_its_cause_is_gone(resident):

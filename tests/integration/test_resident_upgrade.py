@@ -15,7 +15,7 @@ import pytest
 from conftest import SECONDS, bin_folder
 from inside import order, sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import FOR_EVER, fresh_tools, run_of, runs  # noqa: F401 (one is a fixture)
-from test_resident import SOCKET, ask, part, resident, started  # noqa: F401 (one is a fixture)
+from resident import SOCKET, ask, part, resident  # noqa: F401 (one is a fixture)
 
 BAY, EMPTY_BAY = 3, 2
 IMAGE = bytes(range(256)) * 1000

@@ -18,7 +18,7 @@ from conftest import SECONDS, bin_folder
 from inside import sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
 from prometheus_client.parser import text_string_to_metric_families as families
-from test_resident import Resident, part
+from resident import Resident, part
 from test_web import PASSWORD, Web
 
 ESCAPE = "\x1b[31mred\x07"

@@ -7,7 +7,7 @@ import subprocess
 import pytest
 from conftest import SECONDS, bin_folder
 from inside import host, order, requests, show, sound_blade, wait_until  # noqa: F401 (two are fixtures)
-from test_resident import SOCKET, part, resident  # noqa: F401 (one is a fixture)
+from resident import SOCKET, part, resident  # noqa: F401 (one is a fixture)
 
 
 SUCCESS = {"op": "init", "result": 1}

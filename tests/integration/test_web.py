@@ -12,7 +12,7 @@ import pytest
 from conftest import SECONDS, bin_folder
 from inside import order, sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
-from test_resident import ask, resident, started  # noqa: F401 (one is a fixture)
+from resident import ask, resident, started  # noqa: F401 (one is a fixture)
 
 PASSWORD = "correct horse"
 LED_ON = json.dumps({"bay": 3, "led": 3, "action": "on", "color": "green"})

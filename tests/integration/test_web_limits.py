@@ -11,7 +11,7 @@ import pytest
 from conftest import SECONDS
 from inside import sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
-from test_resident import resident  # noqa: F401 (a fixture)
+from resident import resident  # noqa: F401 (a fixture)
 from test_web import LED_ON, PASSWORD, web  # noqa: F401 (one is a fixture)
 
 OF_ALL, OF_ADDRESS, READERS_OF_EVENTS, IMAGES = 320, 270, 64, 2
