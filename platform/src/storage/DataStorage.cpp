@@ -6,6 +6,7 @@
 #include "bm/DataStorage.h"
 
 #include "bm_dev/HostStorage.h"
+#include "bm_dev/Reason.h"
 #include "platform/src/storage/DataStorage_Error.h"
 #include "platform/src/storage/DataStorage_Folder.h"
 #include "platform/src/storage/DataStorage_Rows.h"
@@ -179,7 +180,7 @@ private:
         } catch (const StorageError& error) {
             return failed(error.Result(), error.what());
         } catch (const std::exception& error) {
-            return failed(NothingDone, error.what());
+            return failed(NothingDone, bm_dev::ReasonOf(error).c_str());
         }
     }
 

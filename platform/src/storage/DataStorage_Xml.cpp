@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <initializer_list>
 #include <map>
+#include <new>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -25,6 +26,23 @@ constexpr const char* Version = "1";
 // Everything becomes a node, so that everything is checked.
 constexpr unsigned Flags = pugi::parse_full | pugi::parse_fragment;
 
+// pugixml tells that it got no memory only by what it returns.
+void Need(bool done) {
+    if (!done) throw std::bad_alloc();
+}
+
+pugi::xml_node AddElement(pugi::xml_node parent, const char* name) {
+    pugi::xml_node element = parent.append_child(pugi::node_element);
+    Need(element.set_name(name));
+    return element;
+}
+
+template <typename Value>
+void AddAttribute(pugi::xml_node element, const char* name, Value value) {
+    pugi::xml_attribute attribute = element.append_attribute("");
+    Need(attribute.set_name(name) && attribute.set_value(value));
+}
+
 class Reader {
 public:
     explicit Reader(const std::string& text) : m_text(text) {}
@@ -32,6 +50,7 @@ public:
     Rows Read() {
         CheckBytes();
         const auto result = m_document.load_buffer(m_text.data(), m_text.size(), Flags, pugi::encoding_utf8);
+        Need(result.status != pugi::status_out_of_memory);
         if (!result) Fail(result.offset, result.description());
         const auto roots = Elements(m_document, Root);
         if (roots.size() != 1) Fail(Offset(m_text.size()), "expected one <storage> element");
@@ -154,17 +173,17 @@ Rows RowsFromXml(const std::string& text) {
 
 std::string XmlFromRows(const Rows& rows) {
     pugi::xml_document document;
-    pugi::xml_node root = document.append_child(Root);
-    root.append_attribute("version") = Version;
+    const pugi::xml_node root = AddElement(document, Root);
+    AddAttribute(root, "version", Version);
     for (const CBMIParams& row : rows.All()) {
-        pugi::xml_node node = root.append_child("row");
+        const pugi::xml_node node = AddElement(root, "row");
         for (int i = 0; i < row.GetSize(); ++i) {
             const CBMIParam& param = *row.Get(i);
-            pugi::xml_node child = node.append_child("param");
-            child.append_attribute("id") = IdToText(param.GetId()).c_str();
-            child.append_attribute("type") = TypeToText(param.GetType());
-            child.append_attribute("key") = param.IsKey();
-            child.append_attribute("value") = ValueToText(param).c_str();
+            const pugi::xml_node child = AddElement(node, "param");
+            AddAttribute(child, "id", IdToText(param.GetId()).c_str());
+            AddAttribute(child, "type", TypeToText(param.GetType()));
+            AddAttribute(child, "key", param.IsKey());
+            AddAttribute(child, "value", ValueToText(param).c_str());
         }
     }
     StringWriter writer;
