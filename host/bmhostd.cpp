@@ -29,6 +29,7 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -237,7 +238,10 @@ void Serve(ApiServer& server, Resident& resident, Reloads& reloads) {
     server.Run([&] {
         if (!ready) service.Ready();
         ready = true;
-        resident.Tick();
+        try {
+            resident.Tick();
+        } catch (const std::bad_alloc&) { // the next one may have memory
+        }
         reloads.Do(resident);
         const auto picture = resident.Now();
         service.Feed(*picture);

@@ -3,16 +3,24 @@
 
 #include "host/api/Asks.h"
 
+#include "bm_dev/Reason.h"
+
+#include <new>
+
 namespace bmhost {
 
 namespace {
 
 Answered AnsweredBy(Ticket ticket) {
     return [ticket = std::move(ticket)](const Answer& answer) {
-        if (answer.m_body.is_null()) {
-            ticket(Refusal(answer.m_status, "", "the host has dropped this without an answer"));
-        } else {
-            ticket(JsonReply(answer.m_status, answer.m_body));
+        try {
+            if (answer.m_body.is_null()) {
+                ticket(Refusal(answer.m_status, "", "the host has dropped this without an answer"));
+            } else {
+                ticket(JsonReply(answer.m_status, answer.m_body));
+            }
+        } catch (const std::bad_alloc& error) {
+            ticket(Refusal(500, "", bm_dev::ReasonOf(error)));
         }
     };
 }

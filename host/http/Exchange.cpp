@@ -1,6 +1,8 @@
 // One request of one connection, from its headers to the end of its answer.
 #include "host/http/Exchange.h"
 
+#include "bm_dev/Reason.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
@@ -103,7 +105,7 @@ MHD_Result Exchange::TakeHeaders() {
     } catch (const Refusal& refusal) {
         m_answer = refusal;
     } catch (const std::exception& error) {
-        m_answer = Refusal(500, "", error.what());
+        m_answer = Refusal(500, "", bm_dev::ReasonOf(error));
     }
     if (!m_answer) return MHD_YES;
     // A small body is read to its end, so that the connection can be used further; a large one is not waited for.
@@ -158,7 +160,7 @@ MHD_Result Exchange::CarryOut() {
     } catch (const Refusal& refusal) {
         return Send(refusal);
     } catch (const std::exception& error) {
-        return Send(Refusal(500, "", error.what()));
+        return Send(Refusal(500, "", bm_dev::ReasonOf(error)));
     }
     if (auto* reply = std::get_if<Reply>(&outcome)) return Send(std::move(*reply));
     if (auto* streams = std::get_if<Streams>(&outcome)) return BeginStream(std::move(streams->m_stream));

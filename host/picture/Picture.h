@@ -37,6 +37,7 @@ struct CallInProgress {
     std::string m_asker;     ///< "uid 0, process 4711"; empty for the resident host itself
     bool m_waiting = false;
     std::string m_waitsFor = {}; ///< while it waits: "reading LED 2 of AMC bay 3 since 2026-11-22T09:30:00.125Z"
+    uint64_t m_number = 0;       ///< from 1 in the resident host, which tells nobody
 };
 
 /// The process that holds the adaptor.

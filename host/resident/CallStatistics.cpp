@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <new>
 
 namespace bmhost {
 
@@ -64,11 +65,12 @@ public:
     Counted& operator=(const Counted&) = delete;
     ~Counted() {
         const std::lock_guard lock(m_statistics.m_guard);
-        if (m_asks) {
-            --m_statistics.m_counts.m_requestsUnderWay;
-            CountRequest();
+        if (m_asks) --m_statistics.m_counts.m_requestsUnderWay;
+        try {
+            if (m_asks) CountRequest();
+            if (m_result) CountCall();
+        } catch (const std::bad_alloc&) { // one more row; this call is not counted
         }
-        if (m_result) CountCall();
     }
 
     void Returned(int result) { m_result = result; }

@@ -1,6 +1,7 @@
 // Threads that make calls which must not hold up others, in the order in which they were given.
 #include "host/resident/Lane.h"
 
+#include <new>
 #include <utility>
 
 namespace bmhost {
@@ -53,6 +54,14 @@ bool Lane::End(std::chrono::milliseconds time) {
     return m_gone.wait_for(lock, time, [this] { return m_running == 0; });
 }
 
+Lane::Clock::time_point Lane::IdleOnce() {
+    try {
+        return m_idle();
+    } catch (const std::bad_alloc&) { // a host that has no memory now may have some later
+        return Clock::now() + std::chrono::seconds(1);
+    }
+}
+
 void Lane::Run() {
     std::unique_lock lock(m_guard);
     while (!m_ended) {
@@ -60,7 +69,10 @@ void Lane::Run() {
             Work work = std::move(m_waiting.front());
             m_waiting.pop_front();
             lock.unlock();
-            work();
+            try {
+                work();
+            } catch (const std::bad_alloc&) { // what it has not done is not done; the host goes on
+            }
             work = nullptr; // its end may take time, too
             lock.lock();
         } else if (m_idle == nullptr || m_idling) {
@@ -71,7 +83,7 @@ void Lane::Run() {
             m_idling = true;
             m_nextIdle = Clock::time_point::max();
             lock.unlock();
-            const auto next = m_idle();
+            const auto next = IdleOnce();
             lock.lock();
             // A wake in the meantime holds.
             if (m_nextIdle == Clock::time_point::max()) m_nextIdle = next;

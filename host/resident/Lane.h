@@ -18,7 +18,8 @@ class Lane {
 public:
     using Work = std::function<void()>;
     using Clock = std::chrono::steady_clock;
-    /// What is done while there is no work; returns when it wants to be called again.
+    /// What is done while there is no work; returns when it wants to be called again. Without memory for it, a second
+    /// later.
     using Idle = std::function<Clock::time_point()>;
 
     /// @param most  how much may wait; what is under way does not count
@@ -27,7 +28,8 @@ public:
     Lane& operator=(const Lane&) = delete;
     ~Lane();
 
-    /// False when too much is waiting, or the lane has ended: the work is dropped. Work must not throw.
+    /// False when too much is waiting, or the lane has ended: the work is dropped. Work throws nothing but
+    /// std::bad_alloc.
     bool Give(Work work);
     /// The idle work is called again as soon as there is time.
     void Wake();
@@ -38,6 +40,7 @@ public:
 
 private:
     void Run();
+    Clock::time_point IdleOnce();
     void EndThreads();
 
     const std::size_t m_most;

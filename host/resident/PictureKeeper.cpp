@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <iterator>
+#include <new>
 #include <utility>
 
 namespace bmhost {
@@ -49,9 +49,10 @@ std::chrono::milliseconds PictureKeeper::Ahead() const {
     return m_clocks.m_wall().time_since_epoch() - steady;
 }
 
-// A copy of the picture, by the clock as it is now. Called with the guard.
+// A copy of the picture, by the clock as it is now, with the calls that have not returned. Called with the guard.
 std::shared_ptr<Picture> PictureKeeper::Next() {
     auto next = std::make_shared<Picture>(*m_picture);
+    std::erase_if(next->m_calls, [this](const CallInProgress& call) { return !m_lanes.contains(call.m_number); });
     const auto step = Ahead() - m_ahead;
     m_ahead += step;
     if (std::chrono::abs(step) <= Adjusted) return next;
@@ -105,8 +106,9 @@ uint64_t PictureKeeper::Called(CallInProgress call, bool told, const Lane* lane)
     uint64_t number = 0;
     Change(told ? Part{"calls"} : Part{}, [&](Picture& picture) {
         number = ++m_lastCall;
-        m_lanes.emplace(number, lane);
+        call.m_number = number;
         picture.m_calls.push_back(std::move(call));
+        m_lanes.emplace(number, lane);
         NameWaits(picture);
         return true;
     });
@@ -115,25 +117,27 @@ uint64_t PictureKeeper::Called(CallInProgress call, bool told, const Lane* lane)
 
 void PictureKeeper::Began(uint64_t call, bool told) {
     Change(told ? Part{"calls"} : Part{}, [&](Picture& picture) {
-        const auto found = m_lanes.find(call);
-        if (found == m_lanes.end()) return false;
-        CallInProgress& begun = picture.m_calls[static_cast<std::size_t>(std::distance(m_lanes.begin(), found))];
-        begun.m_waiting = false;
-        begun.m_since = WallNow();
+        const auto begun = std::ranges::find(picture.m_calls, call, &CallInProgress::m_number);
+        if (begun == picture.m_calls.end()) return false;
+        begun->m_waiting = false;
+        begun->m_since = WallNow();
         NameWaits(picture);
         return true;
     });
 }
 
 void PictureKeeper::Returned(uint64_t call, bool told) {
-    Change(told ? Part{"calls"} : Part{}, [&](Picture& picture) {
-        const auto found = m_lanes.find(call);
-        if (found == m_lanes.end()) return false;
-        picture.m_calls.erase(picture.m_calls.begin() + std::distance(m_lanes.begin(), found));
-        m_lanes.erase(found);
-        NameWaits(picture);
-        return true;
-    });
+    {
+        const std::lock_guard lock(m_guard);
+        if (m_lanes.erase(call) == 0) return;
+    }
+    try {
+        Change(told ? Part{"calls"} : Part{}, [this](Picture& picture) {
+            NameWaits(picture);
+            return true;
+        });
+    } catch (const std::bad_alloc&) { // the next picture is without it
+    }
 }
 
 void PictureKeeper::Meanwhile(const Lane& lane, const std::string& what) {
@@ -149,21 +153,23 @@ void PictureKeeper::Meanwhile(const Lane& lane, const std::string& what) {
     });
 }
 
+const Lane* PictureKeeper::LaneOf(const CallInProgress& call) const {
+    const auto found = m_lanes.find(call.m_number);
+    return found != m_lanes.end() ? found->second : nullptr;
+}
+
 void PictureKeeper::NameWaits(Picture& picture) const {
-    auto lane = m_lanes.begin();
     for (CallInProgress& call : picture.m_calls) {
-        call.m_waitsFor = call.m_waiting && lane->second != nullptr ? InFrontOn(*lane->second, picture) : "";
-        ++lane;
+        const Lane* const lane = call.m_waiting ? LaneOf(call) : nullptr;
+        call.m_waitsFor = lane != nullptr ? InFrontOn(*lane, picture) : "";
     }
 }
 
 // The oldest of the calls that are not waiting themselves.
 std::string PictureKeeper::InFrontOn(const Lane& lane, const Picture& picture) const {
-    auto number = m_lanes.begin();
     for (const CallInProgress& call : picture.m_calls) {
-        if (number->second == &lane && !call.m_waiting)
+        if (!call.m_waiting && LaneOf(call) == &lane)
             return "`" + call.m_operation + "` since " + Rfc3339(call.m_since);
-        ++number;
     }
     const auto other = m_meanwhile.find(&lane);
     return other != m_meanwhile.end() ? other->second : "";

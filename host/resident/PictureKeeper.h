@@ -58,6 +58,7 @@ private:
     std::shared_ptr<Picture> Next();
     std::chrono::milliseconds Ahead() const;
     void Tell(uint64_t revision, const std::vector<std::string_view>& parts);
+    const Lane* LaneOf(const CallInProgress& call) const;
     void NameWaits(Picture& picture) const;
     std::string InFrontOn(const Lane& lane, const Picture& picture) const;
 
@@ -66,7 +67,7 @@ private:
     std::chrono::milliseconds m_ahead; ///< the wall's clock, of the steady one
     mutable std::mutex m_guard;
     std::shared_ptr<const Picture> m_picture;
-    std::map<uint64_t, const Lane*> m_lanes; ///< of the picture's calls, by their numbers and in their order
+    std::map<uint64_t, const Lane*> m_lanes; ///< of the calls that have not returned, by their numbers
     std::map<const Lane*, std::string> m_meanwhile;
     uint64_t m_lastCall = 0;
 };

@@ -107,6 +107,7 @@ private:
     Lane& LaneOf(const Order& order);
     void Give(Lane& lane, const std::shared_ptr<Asked>& asked, std::function<Answer(HostSession&)> work);
     HostSession SessionFor(const Asked& asked);
+    Answer Worked(const Asked& asked, const std::function<Answer(HostSession&)>& work, bool other);
 
     int Lifecycle(Operation operation, const std::string& asker);
     int InitAgainAndStart(const std::string& asker);

@@ -10,9 +10,11 @@
 #include "host/words/Names.h"
 
 #include "bm_dev/ByteText.h"
+#include "bm_dev/Reason.h"
 
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -158,6 +160,28 @@ std::string Resident::Refusal() const {
     return "the adaptor's init has not been called yet";
 }
 
+// Without memory even for saying so, the answer is empty.
+Answer Resident::Worked(const Asked& asked, const std::function<Answer(HostSession&)>& work, bool other) try {
+    if (m_ending) return Refused(503, asked.m_name, "the host is about to end");
+    asked.m_underWay->Begin();
+    Answer answer;
+    try {
+        HostSession session = SessionFor(asked);
+        answer = work(session);
+    } catch (const UsageError& error) {
+        answer = Refused(400, asked.m_name, error.what());
+    } catch (const std::exception& error) {
+        answer = Refused(500, asked.m_name, bm_dev::ReasonOf(error));
+    }
+    try {
+        if (asked.m_order && other) ReadBlade();
+    } catch (const std::bad_alloc&) { // the picture stays as it was
+    }
+    return answer;
+} catch (const std::bad_alloc&) {
+    return {500, nullptr};
+}
+
 void Resident::Give(Lane& lane, const std::shared_ptr<Asked>& asked, std::function<Answer(HostSession&)> work) {
     const bool lives = &lane == &m_lifecycle;
     const bool other = &lane == &m_calls;
@@ -168,19 +192,7 @@ void Resident::Give(Lane& lane, const std::shared_ptr<Asked>& asked, std::functi
     asked->m_underWay = std::make_unique<UnderWay>(
         m_picture, lane, CallInProgress{asked->m_name, WallNow(), asked->m_asker, true}, asked->m_order);
     const bool given = lane.Give([this, asked, work = std::move(work), other] {
-        Answer answer = Refused(503, asked->m_name, "the host is about to end");
-        if (!m_ending) {
-            asked->m_underWay->Begin();
-            try {
-                HostSession session = SessionFor(*asked);
-                answer = work(session);
-            } catch (const UsageError& error) {
-                answer = Refused(400, asked->m_name, error.what());
-            } catch (const std::exception& error) {
-                answer = Refused(500, asked->m_name, error.what());
-            }
-            if (asked->m_order && other) ReadBlade();
-        }
+        Answer answer = Worked(*asked, work, other);
         asked->m_underWay.reset();
         if (asked->m_order && --m_orders == 0) m_controllerLane.Wake();
         asked->m_answered(std::move(answer));

@@ -139,8 +139,10 @@ void Resident::Put(LedReading reading) {
         const std::lock_guard lock(m_guard);
         sweeps = m_sweep.Passes();
     }
+    // Should there be no memory for a picture, the LEDs' next readings are as good.
+    std::vector<LedReading> readings = std::exchange(m_unchanged, {});
     const auto put = [&](Picture& picture) {
-        for (LedReading& each : m_unchanged)
+        for (LedReading& each : readings)
             PutLed(std::move(each), picture.m_leds);
         picture.m_controller.m_sweeps = sweeps;
         return true;
@@ -150,7 +152,6 @@ void Resident::Put(LedReading reading) {
     } else {
         m_picture.Change({}, put);
     }
-    m_unchanged.clear();
 }
 
 // Takes what is known of the controller into the picture.

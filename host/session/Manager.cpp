@@ -4,6 +4,9 @@
 #include "bm_dev/HostLog.h"
 #include "bm_dev/HostStorage.h"
 
+#include <new>
+#include <utility>
+
 namespace bmhost {
 
 HostManager::HostManager(int mode, const std::string& storage)
@@ -36,7 +39,7 @@ CBaseOsLog* HostManager::GetLogger() {
     return &bm_dev::HostLog();
 }
 
-int HostManager::SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvParams* params) {
+int HostManager::SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvParams* params) try {
     AdaptorEvent arrived{event, number, params != nullptr ? *params : BM_ADAPTOR::CBMIEvParams{}};
     const std::lock_guard lock(m_guard);
     if (m_taker) {
@@ -46,6 +49,8 @@ int HostManager::SendEvent(unsigned event, unsigned number, BM_ADAPTOR::CBMIEvPa
     m_events.push_back(std::move(arrived));
     m_arrived.notify_one();
     return 1;
+} catch (const std::bad_alloc&) { // the adaptor's caller can do nothing about it
+    return 0;
 }
 
 std::optional<AdaptorEvent> HostManager::TakeEvent(std::chrono::milliseconds wait) {

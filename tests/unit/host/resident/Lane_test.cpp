@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cerrno>
 #include <memory>
+#include <new>
 #include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
@@ -106,6 +107,17 @@ TEST(Lane, IdlesWhenItsTimeHasComeAndOnlyThen) {
     worked.Wait();
     EXPECT_EQ(1, calls) << "work is no reason";
     lane.Wake();
+    second.Wait();
+}
+
+TEST(Lane, IdlesAgainAfterItHadNoMemoryForIt) {
+    Latch second;
+    int calls = 0;
+    Lane lane(1, 10, [&] {
+        if (++calls == 1) throw std::bad_alloc();
+        second.Open();
+        return Lane::Clock::time_point::max();
+    });
     second.Wait();
 }
 

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <new>
 #include <thread>
 #include <unistd.h>
 
@@ -70,6 +71,15 @@ TEST(Manager, EventWithoutParametersIsTaken) {
     HostManager manager(1, Nowhere);
     EXPECT_EQ(1, manager.SendEvent(1, 2, nullptr));
     EXPECT_EQ(0, manager.TakeEvent(0ms)->m_params.GetSize());
+}
+
+TEST(Manager, AnEventForWhichThereIsNoMemoryIsLostAndNoMore) {
+    HostManager manager(1, Nowhere);
+    manager.HandTo([](const AdaptorEvent&) { throw std::bad_alloc(); });
+    EXPECT_EQ(0, manager.SendEvent(1, 2, nullptr));
+    manager.HandTo(nullptr);
+    EXPECT_EQ(1, manager.SendEvent(2, 2, nullptr));
+    EXPECT_EQ(2U, manager.TakeEvent(0ms)->m_event);
 }
 
 TEST(Manager, EventsAreTakenInTheirOrderEachOnce) {
