@@ -62,6 +62,7 @@ def page():
     return fault_page.parts(PAGE.read_text())[1]
 
 
+@pytest.mark.every_parameter
 @pytest.mark.parametrize("heading", [request[0] for request in fault_page.REQUESTS])
 def test_each_cell_is_as_the_page_says(made, page, heading):
     seen, written = fault_page.rows_of(made[heading]), fault_page.rows_of(page[heading])
