@@ -66,8 +66,8 @@ def descriptors_of(process):
 
 
 class LimitedHost(ServingHost):
-    def __init__(self, folder, beside=()):
-        words = [*beside, bin_folder() / "bmhostd", "--storage", folder / "storage", "--state", folder / "state", "--sweep", "1"]
+    def __init__(self, folder, beside=(), options=()):
+        words = [*beside, bin_folder() / "bmhostd", "--storage", folder / "storage", "--state", folder / "state", "--sweep", "1", *options]
         super().__init__(words, folder / "errors")
         wait_until(started)
 
@@ -78,7 +78,7 @@ class LimitedHost(ServingHost):
 
 @pytest.fixture
 def resident(tmp_path):
-    with hosts_of(lambda *beside: LimitedHost(tmp_path, *beside)) as start:
+    with hosts_of(lambda *arguments: LimitedHost(tmp_path, *arguments)) as start:
         yield start
 
 
@@ -175,7 +175,7 @@ def test_a_resident_host_without_a_descriptor_left_goes_on_and_stores_again_afte
 
 
 def test_a_resident_host_without_memory_left_goes_on_and_stores_again_afterwards(resident, tmp_path):
-    host = resident()
+    host = resident((), ("--end-wait", "1"))  # should OpenIPMI have lost a reply, for which a call waits for good
     asker = Asker()
     assert asker.write("192.168.0.1") == 1
     former = host.limit(resource.RLIMIT_AS, 1 << 20)  # what it has stays; there is nothing more
