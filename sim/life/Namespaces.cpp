@@ -3,6 +3,7 @@
 
 #include "bm_dev/UniqueFd.h"
 #include "sim/base/Error.h"
+#include "sim/life/UserNamespaceReason.h"
 
 #include <fcntl.h>
 #include <net/if.h>
@@ -58,7 +59,30 @@ void BringLoopbackUp() {
         ThrowErrno("the loopback interface cannot be brought up");
 }
 
+[[noreturn]] void ThrowNoUserNamespace() {
+    const int error = errno;
+    throw BladeError(std::string("needs root, or a user namespace of its own, which fails: ") + std::strerror(error) +
+                     ": " + WhyNoUserNamespace(error));
+}
+
+/// In one write, as the kernel wants it.
+void WriteOwn(const std::string& file, const std::string& text) {
+    const bm_dev::UniqueFd opened(::open(("/proc/self/" + file).c_str(), O_WRONLY | O_CLOEXEC));
+    if (!opened || ::write(opened.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+        ThrowNoUserNamespace();
+}
+
 } // namespace
+
+void EnterUserNamespace() {
+    const uid_t user = ::geteuid();
+    const gid_t group = ::getegid();
+    if (user == 0) return;
+    if (::unshare(CLONE_NEWUSER) != 0) ThrowNoUserNamespace();
+    WriteOwn("setgroups", "deny"); // or the kernel takes no group from an ordinary user
+    WriteOwn("uid_map", "0 " + std::to_string(user) + " 1");
+    WriteOwn("gid_map", "0 " + std::to_string(group) + " 1");
+}
 
 void EnterBladeNamespaces() {
     if (::unshare(CLONE_NEWNS | CLONE_NEWNET) != 0) ThrowErrno("no mount and network namespaces of its own");

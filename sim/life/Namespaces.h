@@ -5,6 +5,10 @@
 
 namespace bladesim {
 
+/// Makes an ordinary user root of a user namespace of his own, which owns every namespace that is made from now on.
+/// Root stays where it is. The process must have one thread. Throws a BladeError that names what forbids it.
+void EnterUserNamespace();
+
 /// Gives the calling process its own mount and network namespaces: mounts made here are not visible outside, the only
 /// network is a loopback interface that is up, and /proc shows this process namespace. Throws a BladeError.
 void EnterBladeNamespaces();

@@ -4,6 +4,7 @@
 
 #include "sim/base/Error.h"
 #include "sim/base/Process.h"
+#include "sim/life/Namespaces.h"
 
 #include <sched.h>
 #include <sys/prctl.h>
@@ -92,7 +93,8 @@ sigset_t BlockSignals() {
 }
 
 /// The child is process 1 of the new namespace. The caller's later children belong to its own namespace again: once
-/// process 1 has ended the new one takes none, not even a sanitizer's helper thread.
+/// process 1 has ended the new one takes none, not even a sanitizer's helper thread. In a user namespace there is no
+/// way back, and the caller has no later children.
 pid_t ForkIntoNewProcessNamespace() {
     const bm_dev::UniqueFd self(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)));
     if (!self || ::unshare(CLONE_NEWPID) != 0) ThrowErrno("no process namespace of its own");
@@ -105,7 +107,7 @@ pid_t ForkIntoNewProcessNamespace() {
 } // namespace
 
 int RunBlade(const Options& options) {
-    if (::geteuid() != 0) throw BladeError("needs root: it makes namespaces, mounts and a network of its own");
+    EnterUserNamespace();
     const sigset_t signals = BlockSignals();
     // When the process that started bladesim is killed, nothing waits for the command any more.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
