@@ -2,6 +2,7 @@
 // network namespace.
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <sys/socket.h>
@@ -14,6 +15,8 @@ inline constexpr char DriverSocket[] = "bladesim/ipmi0";
 /// Bound in a blade whose /dev/ipmi0 may not be opened. It is a datagram socket, which clients can find without being
 /// accepted.
 inline constexpr char DeniedSocket[] = "bladesim/ipmi0-denied";
+/// Every connection is an open file of the PCI driver, where the file is made by the preload library.
+inline constexpr char DriverFileSocket[] = "bladesim/pstn.cfg";
 /// Takes orders: a line of JSON each, answered by a line of JSON.
 inline constexpr char ControlSocket[] = "bladesim/control";
 
@@ -41,8 +44,23 @@ inline SocketAddress DeniedAddress() {
     return AbstractAddress(DeniedSocket);
 }
 
+inline SocketAddress DriverFileAddress() {
+    return AbstractAddress(DriverFileSocket);
+}
+
 inline SocketAddress ControlAddress() {
     return AbstractAddress(ControlSocket);
+}
+
+/// Whether a descriptor is a connection to the listener of this address, inherited ones and copies included. Keeps
+/// errno.
+inline bool IsConnectedTo(int fd, const SocketAddress& address) {
+    const int error = errno;
+    sockaddr_un peer{};
+    socklen_t length = sizeof(peer);
+    const bool connected = ::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &length) == 0;
+    errno = error;
+    return connected && length == address.m_length && std::memcmp(&peer, &address.m_address, length) == 0;
 }
 
 } // namespace bladesim

@@ -10,13 +10,13 @@
 
 namespace bladesim {
 
-/// Sends one packet with a descriptor, which the sender keeps; -1: without one. Returns what sendmsg returns.
-inline ssize_t SendWithFd(int socket, const void* data, size_t size, int fd, int flags = 0) {
-    iovec bytes{const_cast<void*>(data), size};
+/// Sends one packet, made of these pieces, with a descriptor, which the sender keeps; -1: without one. Returns what
+/// sendmsg returns.
+inline ssize_t SendPiecesWithFd(int socket, iovec* pieces, size_t count, int fd, int flags = 0) {
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
     msghdr message{};
-    message.msg_iov = &bytes;
-    message.msg_iovlen = 1;
+    message.msg_iov = pieces;
+    message.msg_iovlen = count;
     if (fd >= 0) {
         message.msg_control = control;
         message.msg_controllen = sizeof(control);
@@ -27,6 +27,11 @@ inline ssize_t SendWithFd(int socket, const void* data, size_t size, int fd, int
         std::memcpy(CMSG_DATA(header), &fd, sizeof(fd));
     }
     return ::sendmsg(socket, &message, flags | MSG_NOSIGNAL);
+}
+
+inline ssize_t SendWithFd(int socket, const void* data, size_t size, int fd, int flags = 0) {
+    iovec bytes{const_cast<void*>(data), size};
+    return SendPiecesWithFd(socket, &bytes, 1, fd, flags);
 }
 
 /// Receives one packet; `fd` becomes the descriptor that came with it, close-on-exec, or -1. Returns what recvmsg

@@ -36,6 +36,7 @@ Paths FindPaths() {
     Paths paths;
     paths.m_blades = Existing(folder / BLADESIM_DATA_FOLDER "/blades");
     paths.m_preload = Existing(folder / BLADESIM_LIBRARY_FOLDER "/libbladesim_ipmi.so");
+    paths.m_driverFile = Existing(folder / BLADESIM_LIBRARY_FOLDER "/libbladesim_driver_file.so");
     paths.m_module = Existing(folder / BLADESIM_LIBRARY_FOLDER "/bladesim_carrier.so");
     paths.m_tool = Existing(folder / BLADESIM_LIBRARY_FOLDER "/bladesim_tool");
     paths.m_run = Existing(folder / BLADESIM_LIBRARY_FOLDER "/run");

@@ -6,11 +6,12 @@
 namespace bladesim {
 
 struct Paths {
-    std::string m_blades;  ///< folder of the blade files
-    std::string m_preload; ///< the library that makes /dev/ipmi0
-    std::string m_module;  ///< the carrier, a module of ipmi_sim
-    std::string m_tool;    ///< the stand-in of the board's tools
-    std::string m_run;     ///< an empty folder on which every blade mounts its run folder
+    std::string m_blades;     ///< folder of the blade files
+    std::string m_preload;    ///< the library that makes /dev/ipmi0
+    std::string m_driverFile; ///< the one that makes the PCI driver's file where there is no FUSE
+    std::string m_module;     ///< the carrier, a module of ipmi_sim
+    std::string m_tool;       ///< the stand-in of the board's tools
+    std::string m_run;        ///< an empty folder on which every blade mounts its run folder
 };
 
 /// The folder of this program, with links resolved; works without /proc.

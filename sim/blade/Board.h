@@ -2,6 +2,7 @@
 // the PSTN.
 #pragma once
 
+#include "sim/base/DriverFilePacket.h"
 #include "sim/blade/MacText.h"
 
 #include <netinet/in.h>
@@ -25,9 +26,6 @@ struct EthernetInterface {
 };
 
 enum class DriverFileCall { Open, Write };
-
-/// The driver takes at most this many bytes per record.
-constexpr size_t MaxDriverRecord = 4096;
 
 /// Which calls of a kind fail, or are cut short.
 struct DriverFileFault {

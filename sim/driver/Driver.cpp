@@ -132,7 +132,9 @@ void Driver::DoWhatIsDue() {
 void Driver::TakeOpener() {
     bm_dev::UniqueFd opener(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!opener) return;
-    ::setsockopt(opener.Get(), SOL_SOCKET, SO_SNDBUFFORCE, &OpenerQueue, sizeof(OpenerQueue));
+    // Beyond the machine's limit only where root's rights reach that far.
+    if (::setsockopt(opener.Get(), SOL_SOCKET, SO_SNDBUFFORCE, &OpenerQueue, sizeof(OpenerQueue)) != 0)
+        ::setsockopt(opener.Get(), SOL_SOCKET, SO_SNDBUF, &OpenerQueue, sizeof(OpenerQueue));
     const int fd = opener.Get();
     m_openers.emplace(fd, Opener{std::move(opener), ++m_lastOpener});
 }

@@ -1,4 +1,4 @@
-// The file through which the PCI driver learns of the PSTN, /proc/mavkpcidrv/pstn.cfg, and all of /proc around it.
+// The file through which the PCI driver learns of the PSTN, /proc/mavkpcidrv/pstn.cfg.
 #pragma once
 
 #include "sim/blade/Board.h"
@@ -8,12 +8,13 @@
 
 namespace bladesim {
 
-inline constexpr char DriverFilePath[] = "/proc/mavkpcidrv/pstn.cfg";
-/// In the run folder: the calls that the driver received, one per line.
-inline constexpr char DriverRecords[] = "pstn.jsonl";
+struct RunningDriverFile {
+    pid_t m_process = -1; ///< serves the file until it is killed
+    std::string m_noFuse; ///< why the preload library has to make the file; empty: it is a real one
+};
 
-/// Makes the file, for the mount namespace of the caller, in which no mount is shared; returns the process that serves
-/// it until it is killed. The rest of /proc is seen as before. Throws a BladeError.
-pid_t StartDriverFile(const DriverFile& file, const std::string& runFolder);
+/// Makes the file, for the namespaces of the caller: through FUSE or, where there is none, for programs with the
+/// preload library. Throws a BladeError.
+RunningDriverFile StartDriverFile(const DriverFile& file, const std::string& runFolder);
 
 } // namespace bladesim

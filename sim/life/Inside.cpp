@@ -2,6 +2,7 @@
 // takes everything down by ending.
 #include "sim/life/Inside.h"
 
+#include "sim/base/DriverFilePacket.h"
 #include "sim/base/Error.h"
 #include "sim/base/Process.h"
 #include "sim/controller/Controller.h"
@@ -67,7 +68,13 @@ private:
 
     void MakeBoard(const Board& board) {
         m_cables = MakeInterfaces(board.m_interfaces);
-        if (board.m_driverFile) m_driverFileProcess = StartDriverFile(*board.m_driverFile, m_options.m_paths.m_run);
+        if (!board.m_driverFile) return;
+        m_driverFile = StartDriverFile(*board.m_driverFile, m_options.m_paths.m_run);
+        if (!m_options.m_verbose) return;
+        const bool isReal = m_driverFile.m_noFuse.empty();
+        std::fprintf(
+            stderr, "bladesim: %s is made %s%s\n", DriverFilePath,
+            isReal ? "through FUSE" : "by a preload library, for lack of FUSE: ", m_driverFile.m_noFuse.c_str());
     }
 
     /// The sockets exist before the command starts, so that its first open finds one. A guest gets only the one for
@@ -109,12 +116,17 @@ private:
         Set("BLADESIM_CONSOLE_PORT", std::to_string(ConsolePort));
     }
 
-    /// The library is loaded even without a controller: it hides a real device of this machine. It is not loaded for a
-    /// virtual machine, nor where COMMAND uses the real device.
+    /// The device's library is loaded even without a controller: it hides a real device of this machine. It is not
+    /// loaded for a virtual machine, nor where COMMAND uses the real device.
     void SetPreload() const {
-        if (m_options.m_ipmi == SystemInterface::Machine || m_options.m_ipmi == SystemInterface::Guest) return;
-        const char* const others = std::getenv("LD_PRELOAD");
-        Set("LD_PRELOAD", m_options.m_paths.m_preload + (others == nullptr ? "" : std::string(":") + others));
+        std::string libraries;
+        const auto add = [&](const std::string& library) { libraries += (libraries.empty() ? "" : ":") + library; };
+        if (m_options.m_ipmi != SystemInterface::Machine && m_options.m_ipmi != SystemInterface::Guest)
+            add(m_options.m_paths.m_preload);
+        if (!m_driverFile.m_noFuse.empty()) add(m_options.m_paths.m_driverFile);
+        if (libraries.empty()) return;
+        if (const char* const others = std::getenv("LD_PRELOAD")) add(others);
+        Set("LD_PRELOAD", libraries);
     }
 
     static void Set(const char* name, const std::string& value) { ::setenv(name, value.c_str(), 1); }
@@ -181,7 +193,7 @@ private:
                 m_controller = RunningController();
             }
             if (process == m_driverProcess) Report("the driver of /dev/ipmi0", status);
-            if (process == m_driverFileProcess) Report(DriverFilePath, status);
+            if (process == m_driverFile.m_process) Report(DriverFilePath, status);
         }
         return std::nullopt;
     }
@@ -197,7 +209,7 @@ private:
     bm_dev::UniqueFd m_driver; ///< its orders for the controller
     bm_dev::UniqueFd m_denied; ///< /dev/ipmi0 may not be opened while it is open
     pid_t m_driverProcess = -1;
-    pid_t m_driverFileProcess = -1;
+    RunningDriverFile m_driverFile;
     pid_t m_commandProcess = -1;
 };
 

@@ -29,7 +29,8 @@ constexpr char Usage[] =
 constexpr char Description[] =
     "Brings up a simulated blade, runs COMMAND in it and takes it down.\n\n"
     "The blade's controller answers through /dev/ipmi0 and over the network. When COMMAND ends, nothing of the blade is\n"
-    "left. Whatever COMMAND writes elsewhere stays, such as bmhost's storage. Needs root.";
+    "left. Whatever COMMAND writes elsewhere stays, such as bmhost's storage. An ordinary user is root in his\n"
+    "blade.";
 
 constexpr char WhoHelp[] =
     "Who serves the controller's system interface:\n"

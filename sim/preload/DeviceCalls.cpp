@@ -191,13 +191,7 @@ int OpenDevice(int flags) {
 }
 
 bool IsDevice(int fd) {
-    const int error = errno;
-    const SocketAddress driver = DriverAddress();
-    sockaddr_un peer{};
-    socklen_t length = sizeof(peer);
-    const bool connected = ::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &length) == 0;
-    errno = error;
-    return connected && length == driver.m_length && std::memcmp(&peer, &driver.m_address, length) == 0;
+    return IsConnectedTo(fd, DriverAddress());
 }
 
 bool IsIPMIRequest(unsigned long request) {

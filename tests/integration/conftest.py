@@ -126,6 +126,21 @@ def bmhost_json(blade):
 
 
 @pytest.fixture
+def python(blade, tmp_path):
+    """Runs a Python script in a blade without a controller, with these keys in its file; gives the lines that it prints."""
+
+    def run(script, **keys):
+        text = json.loads((bin_folder().parent / "share/bladesim/blades/front-board-only.json").read_text())
+        text.update(keys)
+        (tmp_path / "blade.json").write_text(json.dumps(text))
+        done = blade.run("--blade", tmp_path / "blade.json", "--no-ipmi", "--", "/usr/bin/python3", "-B", "-c", script)
+        assert (done.returncode, done.stderr) == (0, "")
+        return done.stdout.splitlines()
+
+    return run
+
+
+@pytest.fixture
 def ipmitool(blade):
     """Asks the controller of a blade over the network; gives ipmitool's lines as a dictionary of name and value."""
 
