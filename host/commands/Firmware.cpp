@@ -1,6 +1,7 @@
 // `bmhost firmware`: an upgrade that is started and followed to its end.
 #include "host/commands/Firmware.h"
 
+#include "bm_dev/Nearest.h"
 #include "common/veldo_common_protocol.h"
 #include "host/context/Context.h"
 #include "host/context/GiveOrder.h"
@@ -14,7 +15,6 @@
 #include "host/views/Views.h"
 #include "host/words/Commands.h"
 #include "host/words/Error.h"
-#include "host/words/Nearest.h"
 
 #include <algorithm>
 #include <cctype>
@@ -44,7 +44,7 @@ UpgradeRow PlaceOf(const std::string& target, std::optional<int> bay) {
     }
     if (std::find(std::begin(Targets), std::end(Targets), target) == std::end(Targets))
         Refuse("--target '" + target + "': expected board, amc or rtm" +
-               DidYouMean(target, {std::begin(Targets), std::end(Targets)}));
+               bm_dev::DidYouMean(target, {std::begin(Targets), std::end(Targets)}));
     if (bay) Refuse("--bay goes with --target amc only");
     if (target == "rtm") return {UpgradeOfModule, RtmBay, UpgradeIsRunning};
     return {UpgradeOfBaseboard, BaseboardBay, UpgradeIsRunning};

@@ -1,11 +1,11 @@
 // `bmhost led set`: one LED set, refused before it is sent when it makes no sense.
 #include "host/commands/Led.h"
 
+#include "bm_dev/Nearest.h"
 #include "host/context/Context.h"
 #include "host/context/GiveOrder.h"
 #include "host/words/Commands.h"
 #include "host/words/Error.h"
-#include "host/words/Nearest.h"
 
 #include <vector>
 
@@ -60,19 +60,20 @@ int Bay(const std::string& word) {
     if (const auto named = NumberOf(Bays, word)) return *named;
     if (const auto number = Digit(word, FirstAmcBay, RtmBay)) return *number;
     throw UsageError("led set: BAY '" + word + "': expected board, rtm, or a bay from 1 to 9" +
-                     DidYouMean(word, NamesOf(Bays)));
+                     bm_dev::DidYouMean(word, NamesOf(Bays)));
 }
 
 int Led(const std::string& word) {
     if (const auto named = NumberOf(LedNames, word)) return *named;
     if (const auto number = Digit(word, FirstLed, LastLed)) return *number;
     throw UsageError("led set: LED '" + word + "': expected hot-swap, out-of-service, health, or a number from 1 to 4" +
-                     DidYouMean(word, NamesOf(LedNames)));
+                     bm_dev::DidYouMean(word, NamesOf(LedNames)));
 }
 
 LedAction Action(const std::string& word) {
     if (const auto action = NumberOf(Actions, word)) return static_cast<LedAction>(*action);
-    throw UsageError("led set: '" + word + "': expected on, off, blink or local" + DidYouMean(word, NamesOf(Actions)));
+    throw UsageError("led set: '" + word + "': expected on, off, blink or local" +
+                     bm_dev::DidYouMean(word, NamesOf(Actions)));
 }
 
 std::string NameOfAction(LedAction action) {
@@ -85,7 +86,7 @@ std::string NameOfAction(LedAction action) {
 int Color(const std::string& word) {
     if (const auto color = LedColorNumber(word)) return *color;
     throw UsageError("led set: --color '" + word + "': expected white, red, green, blue, amber or orange" +
-                     DidYouMean(word, ColorNames()));
+                     bm_dev::DidYouMean(word, ColorNames()));
 }
 
 /// Options that say nothing to the action are a misunderstanding.

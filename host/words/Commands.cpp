@@ -1,9 +1,9 @@
 // All commands of one place, and the reading of a line.
 #include "host/words/Commands.h"
 
+#include "bm_dev/Nearest.h"
 #include "host/words/CommandApp.h"
 #include "host/words/Error.h"
-#include "host/words/Nearest.h"
 
 #include <algorithm>
 
@@ -150,7 +150,7 @@ void Commands::RefuseWord(const Command& family, const std::string& word) const 
     if (ofAll && m_place == InShell && m_elsewhere->Find(word) != nullptr) throw UsageError(word + ": not in a shell");
     const std::string kind = m_place == InScript ? "call" : "command";
     throw UsageError("unknown " + kind + " '" + (ofAll ? "" : family.Path() + " ") + word + "': expected " +
-                     (ofAll ? NamesOrList() : family.Forms()) + DidYouMean(word, NamesOf(family)));
+                     (ofAll ? NamesOrList() : family.Forms()) + bm_dev::DidYouMean(word, NamesOf(family)));
 }
 
 void Commands::RefuseOption(const Command* command, const std::string& word) const {
@@ -165,7 +165,7 @@ void Commands::RefuseOption(const Command* command, const std::string& word) con
     if (m_place != OnCommandLine && known.empty())
         throw UsageError("unknown option '" + word + "': options stand on bmhost's own command line");
     throw UsageError("unknown option '" + word + "': expected one of those that `bmhost " + which + "--help` lists" +
-                     DidYouMean(name, known));
+                     bm_dev::DidYouMean(name, known));
 }
 
 std::string Commands::NamesOrList() const {
@@ -215,7 +215,7 @@ std::string Commands::Help(const std::vector<std::string>& path) const {
         if (member == nullptr) {
             throw UsageError("no help for '" + name + "': expected a command that `" +
                              (m_place == OnCommandLine ? "bmhost --help" : "help") + "` lists" +
-                             DidYouMean(word, NamesOf(*command)));
+                             bm_dev::DidYouMean(word, NamesOf(*command)));
         }
         command = member;
     }

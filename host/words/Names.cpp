@@ -1,9 +1,9 @@
 // Groups and parameters by name: with or without their common prefix, in any case.
 #include "host/words/Names.h"
 
+#include "bm_dev/Nearest.h"
 #include "common/veldo_common_protocol.h"
 #include "host/words/Error.h"
-#include "host/words/Nearest.h"
 #include "host/words/Value.h"
 
 #include <algorithm>
@@ -73,7 +73,7 @@ unsigned Number(std::string_view text, const std::string& kind, const std::vecto
         names.emplace_back(spelling.m_spelling);
     }
     throw UsageError("unknown " + kind + " '" + std::string(text) +
-                     "': expected a number or a name that `bmhost groups` lists" + DidYouMean(text, names));
+                     "': expected a number or a name that `bmhost groups` lists" + bm_dev::DidYouMean(text, names));
 }
 
 } // namespace

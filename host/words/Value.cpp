@@ -1,9 +1,9 @@
 // Values as they are typed on the command line: ID=VALUE.
 #include "host/words/Value.h"
 
+#include "bm_dev/Nearest.h"
 #include "host/words/Error.h"
 #include "host/words/Names.h"
-#include "host/words/Nearest.h"
 
 #include <charconv>
 #include <limits>
@@ -93,7 +93,7 @@ CBMIParam ParseParam(std::string_view text, bool key, unsigned group) {
         const auto flag = ParseBool(value);
         if (!flag) {
             throw UsageError(Quoted(text) + ": expected true or false, not " + Quoted(value) +
-                             DidYouMean(value, {"true", "false"}));
+                             bm_dev::DidYouMean(value, {"true", "false"}));
         }
         param.SetBool(*flag);
         break;

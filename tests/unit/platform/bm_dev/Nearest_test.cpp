@@ -1,11 +1,11 @@
 // What somebody who mistyped a word probably meant.
-#include "host/words/Nearest.h"
+#include "bm_dev/Nearest.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using namespace bmhost;
+using namespace bm_dev;
 
 TEST(EditDistance, CountsLettersThatAreChangedAddedLeftOutOrSwapped) {
     struct DistanceCase {
