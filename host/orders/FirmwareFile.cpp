@@ -1,6 +1,7 @@
 // A firmware image of the host's own.
 #include "host/orders/FirmwareFile.h"
 
+#include "host/session/StorageHome.h"
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -53,7 +54,7 @@ std::string StateFolder() {
         const char* const value = getenv(name);
         return std::string(value != nullptr ? value : "");
     };
-    if (const std::string run = variable("BLADESIM_RUN_DIR"); !run.empty()) return run + "/bmhost";
+    if (const std::string blade = BladeStorage(); !blade.empty()) return blade;
     if (geteuid() == 0) return "/var/lib/bmhost";
     if (const std::string state = variable("XDG_STATE_HOME"); !state.empty()) return state + "/bmhost";
     return variable("HOME") + "/.local/state/bmhost";

@@ -29,8 +29,7 @@ std::string EnvironmentText(const char* name) {
 }
 
 StorageSurroundings OfThisProcess() {
-    return {::geteuid() == 0, !EnvironmentText("BLADESIM_RUN_DIR").empty(), EnvironmentText("XDG_STATE_HOME"),
-            StateFile("bmhost"), BoardStorage};
+    return {::geteuid() == 0, BladeStorage(), EnvironmentText("XDG_STATE_HOME"), StateFile("bmhost"), BoardStorage};
 }
 
 /// The files of a storage. Links are none: the storage refuses them.
@@ -81,12 +80,20 @@ std::string StateFile(const std::string& name) {
     return EnvironmentText("HOME") + "/.local/state/" + name;
 }
 
+std::string BladeStorage() {
+    const std::string run = EnvironmentText("BLADESIM_RUN_DIR");
+    if (run.empty()) return run;
+    const std::string kept = EnvironmentText("BLADESIM_KEEP");
+    return kept.empty() ? run + "/bmhost" : kept;
+}
+
 std::string StorageHome() {
     return StorageHomeOf(OfThisProcess());
 }
 
 std::string StorageHomeOf(const StorageSurroundings& surroundings) {
-    const bool board = surroundings.m_root && !surroundings.m_simulated && surroundings.m_stateFolder.empty();
+    if (!surroundings.m_bladeStorage.empty()) return surroundings.m_bladeStorage;
+    const bool board = surroundings.m_root && surroundings.m_stateFolder.empty();
     return board ? surroundings.m_boardStorage : surroundings.m_userStorage;
 }
 

@@ -5,6 +5,7 @@
 
 #include <sys/auxv.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace bladesim {
@@ -44,6 +45,17 @@ Paths FindPaths() {
         throw BladeError(paths.m_preload + ": a path with a blank or a colon cannot be preloaded");
     }
     return paths;
+}
+
+std::vector<std::string> ShippedBlades(const Paths& paths) {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& file : fs::directory_iterator(paths.m_blades)) {
+        const fs::path name = file.path().stem();
+        // A schema has a further extension.
+        if (file.path().extension() == ".json" && !name.has_extension()) names.push_back(name);
+    }
+    std::ranges::sort(names);
+    return names;
 }
 
 std::string FindBlade(const Paths& paths, const std::string& blade) {

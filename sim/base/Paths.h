@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace bladesim {
 
@@ -19,6 +20,9 @@ std::string ProgramFolder();
 
 /// Throws a BladeError when something is missing.
 Paths FindPaths();
+
+/// The names of the blades that came with the program, in order.
+std::vector<std::string> ShippedBlades(const Paths& paths);
 
 /// The file of `--blade`: a path, or the name of one of the blades that came with the program.
 std::string FindBlade(const Paths& paths, const std::string& blade);

@@ -8,12 +8,13 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 namespace bladesim {
-namespace {
 
-[[noreturn]] void Execute(const std::vector<std::string>& command, const std::array<int, 3>& standardFds) {
+void Execute(const std::vector<std::string>& command, const std::array<int, 3>& standardFds) {
     for (int fd = 0; fd < 3; ++fd) {
         const int source = standardFds[static_cast<size_t>(fd)];
         if (source != fd) ::dup2(source, fd);
@@ -30,13 +31,20 @@ namespace {
     ::_exit(error == ENOENT ? CommandNotFound : CommandNotExecutable);
 }
 
-} // namespace
-
 pid_t Spawn(const std::vector<std::string>& command, const std::array<int, 3>& standardFds) {
     const pid_t child = ::fork();
     if (child < 0) ThrowErrno(command.front() + ": cannot be started");
     if (child == 0) Execute(command, standardFds);
     return child;
+}
+
+bool IsInPath(const std::string& program) {
+    const char* const path = std::getenv("PATH");
+    std::istringstream folders(path == nullptr ? "" : path);
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        if (::access((folder + "/" + program).c_str(), X_OK) == 0) return true;
+    }
+    return false;
 }
 
 int ExitStatus(int waitStatus) {

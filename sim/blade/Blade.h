@@ -119,7 +119,8 @@ struct Fault {
 
 struct Blade {
     std::string m_name;
-    std::string m_file; ///< absolute path
+    std::string m_file;        ///< absolute path
+    std::string m_description; ///< for people; may be empty
     Controller m_controller;
     std::vector<Fru> m_frus; ///< at least FRU 0, by rising id
     std::vector<Fault> m_faults;

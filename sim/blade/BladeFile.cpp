@@ -143,9 +143,8 @@ Blade ReadBladeFile(const std::string& file) {
     Blade blade;
     blade.m_name = std::filesystem::path(file).stem();
     blade.m_file = std::filesystem::absolute(file);
-    for (const char* forPeople : {"$schema", "description"}) {
-        if (root.Has(forPeople)) root.Text(forPeople);
-    }
+    if (root.Has("$schema")) root.Text("$schema");
+    if (root.Has("description")) blade.m_description = root.Text("description");
     blade.m_controller = ReadController(root.Object("controller"));
     for (const JsonObject& fru : root.Objects("frus")) {
         const int idBefore = blade.m_frus.empty() ? -1 : blade.m_frus.back().m_id;

@@ -10,6 +10,7 @@
 #include "sim/controller/SimulatorConfig.h"
 #include "sim/driver/Driver.h"
 #include "sim/life/DriverFile.h"
+#include "sim/life/Enter.h"
 #include "sim/life/Ethernet.h"
 #include "sim/life/Namespaces.h"
 #include "sim/tools/InstallFolder.h"
@@ -54,6 +55,7 @@ private:
             StartDriver();
         }
         SetEnvironment();
+        KeepEnvironment();
         if (!m_options.m_verbose) return;
         const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
         std::fprintf(stderr, "bladesim: blade \"%s\"%s is up, %.0f ms\n", m_options.m_blade.m_name.c_str(),
@@ -106,6 +108,10 @@ private:
         const char* const path = std::getenv("PATH");
         Set("PATH", PathWithTools(path == nullptr ? "" : path));
         Set("BLADESIM_RUN_DIR", m_options.m_paths.m_run);
+        if (m_options.m_keep.empty())
+            ::unsetenv("BLADESIM_KEEP");
+        else
+            Set("BLADESIM_KEEP", m_options.m_keep);
         Set(SystemInterfaceVariable, NameOf(m_options.m_ipmi));
         if (m_options.m_ipmi == SystemInterface::Guest) Set("BLADESIM_VM_PORT", std::to_string(VMPort));
         if (!HasController(m_options.m_ipmi)) return;

@@ -22,6 +22,8 @@ struct Options {
     std::chrono::milliseconds m_timeOut = DriverTimeOut; ///< of the driver; 0: it waits for ever
     bool m_timeOutWhenLost = false;                      ///< its time-out comes when no reply can come any more
     SystemInterface m_ipmi = SystemInterface::Bridge;
+    std::string m_name; ///< in the register of running blades; empty: the first free one after the blade file's
+    std::string m_keep; ///< the folder for what bmhost keeps; empty: in the run folder
     bool m_verbose = false;
 };
 

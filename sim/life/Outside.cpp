@@ -5,6 +5,7 @@
 #include "sim/base/Error.h"
 #include "sim/base/Process.h"
 #include "sim/life/Namespaces.h"
+#include "sim/life/Register.h"
 
 #include <sched.h>
 #include <sys/prctl.h>
@@ -104,9 +105,22 @@ pid_t ForkIntoNewProcessNamespace() {
     return child;
 }
 
+/// A blade without a name works as well, unless one was asked for.
+Registration Register(const Options& options) {
+    if (!options.m_name.empty()) return Registration::Exactly(RegisterFolder(), options.m_name);
+    try {
+        return Registration::Any(RegisterFolder(),
+                                 IsBladeName(options.m_blade.m_name) ? options.m_blade.m_name : "blade");
+    } catch (const BladeError& error) {
+        if (options.m_verbose) std::fprintf(stderr, "bladesim: this blade has no name: %s\n", error.what());
+        return {};
+    }
+}
+
 } // namespace
 
 int RunBlade(const Options& options) {
+    const Registration registration = Register(options);
     EnterUserNamespace();
     const sigset_t signals = BlockSignals();
     // When the process that started bladesim is killed, nothing waits for the command any more.
@@ -122,6 +136,7 @@ int RunBlade(const Options& options) {
         std::exit(RunInside(options, std::move(there)));
     }
     there.Reset();
+    registration.Enter({registration.Name(), options.m_blade.m_name, options.m_command, inside});
     return Outside(inside, std::move(here), signals).Wait();
 }
 

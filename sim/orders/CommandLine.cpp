@@ -3,10 +3,12 @@
 
 #include "sim/base/ExitStatus.h"
 #include "sim/blade/FaultKinds.h"
+#include "sim/life/Register.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -18,6 +20,8 @@ namespace {
 constexpr char Usage[] =
     "Usage: bladesim [--blade FILE] [--no-ipmi | --ipmi WHO] [--timeout MS | --timeout-when-lost] [--verbose] -- COMMAND…\n"
     "       bladesim [--blade FILE] --dump-fru ID FILE\n"
+    "       bladesim list [--json]\n"
+    "       bladesim attach [NAME] [-- COMMAND…]\n"
     "In a blade:\n"
     "       bladesim fault add|list|clear|release …\n"
     "       bladesim controller stop|start|restart\n"
@@ -29,8 +33,8 @@ constexpr char Usage[] =
 constexpr char Description[] =
     "Brings up a simulated blade, runs COMMAND in it and takes it down.\n\n"
     "The blade's controller answers through /dev/ipmi0 and over the network. When COMMAND ends, nothing of the blade is\n"
-    "left. Whatever COMMAND writes elsewhere stays, such as bmhost's storage. An ordinary user is root in his\n"
-    "blade.";
+    "left, and nothing of bmhost's storage without --keep. Whatever else COMMAND writes elsewhere stays. An ordinary user is\n"
+    "root in his blade.";
 
 constexpr char WhoHelp[] =
     "Who serves the controller's system interface:\n"
@@ -43,6 +47,7 @@ constexpr char WhoHelp[] =
 constexpr char Footer[] =
     "In COMMAND's environment:\n"
     "  BLADESIM_RUN_DIR        folder of this run, removed after it\n"
+    "  BLADESIM_KEEP           DIR of --keep\n"
     "  BLADESIM_LAN_HOST, BLADESIM_LAN_PORT, BLADESIM_LAN_USER, BLADESIM_LAN_PASSWORD, BLADESIM_CONSOLE_PORT\n"
     "  BLADESIM_IPMI           WHO of --ipmi\n"
     "  BLADESIM_VM_PORT        where a virtual machine finds the controller, with --ipmi guest\n\n"
@@ -94,6 +99,13 @@ std::optional<int> ParseCommandLine(int count, char** arguments, CommandLine& li
                  "It answers 0xC3 as soon as no reply can come any more, and waits for any other reply")
         ->excludes(timed);
     app.add_flag("--verbose", options.m_verbose, "Say what is brought up, and every request and answer of /dev/ipmi0");
+    app.add_option("--name", options.m_name, "Name of the running blade, for attach; by default that of the blade file")
+        ->type_name("NAME")
+        ->check([](const std::string& name) {
+            return IsBladeName(name) ? "" : name + ": a name has letters, digits, dots, dashes and underscores";
+        });
+    app.add_option("--keep", options.m_keep, "Folder for what bmhost stores, which otherwise goes with the blade")
+        ->type_name("DIR");
     const CLI::Option* const dump =
         app.add_option("--dump-fru", line.m_dumpFru, "Write the inventory of FRU ID to FILE, and bring nothing up")
             ->type_name("ID FILE");
@@ -111,6 +123,7 @@ std::optional<int> ParseCommandLine(int count, char** arguments, CommandLine& li
         return app.exit(error) == 0 ? 0 : BadUsage;
     }
     options.m_ipmi = std::ranges::find(SystemInterfaces, who, &SystemInterfaceName::m_name)->m_interface;
+    if (!options.m_keep.empty()) options.m_keep = std::filesystem::absolute(options.m_keep);
     options.m_timeOut = std::chrono::milliseconds(timeOut);
     return std::nullopt;
 }

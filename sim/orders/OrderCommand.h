@@ -28,6 +28,8 @@ protected:
     std::function<void()> m_do;
 
 private:
+    std::string Mistyped(int count, char** arguments) const;
+
     CLI::App m_app;
 };
 

@@ -5,12 +5,12 @@ import os
 import subprocess
 from pathlib import Path
 
-from conftest import SECONDS, bin_folder
+from conftest import OWN_MOUNTS, SECONDS, bin_folder
 
 CYCLES = int(os.environ.get("BLADE_CYCLES", "15"))
 WARM_UP = 3
 PROGRAM = Path(__file__).parent / "blade_cycles.py"
-ALONE = ["unshare", "--mount", "--pid", "--ipc", "--fork", "--kill-child", "--mount-proc", "sh", "-c"]
+ALONE = [*OWN_MOUNTS, "--pid", "--ipc", "--fork", "--kill-child", "--mount-proc", "sh", "-c"]
 
 
 def test_blades_leave_the_machine_as_it_was():

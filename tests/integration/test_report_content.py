@@ -28,7 +28,7 @@ def plant(folder):
     """A secret wherever a report or the host might come by one."""
     etc = folder / "etc"
     (etc / "bmhost").mkdir(parents=True)
-    subprocess.run(["cp", "-a", "/etc/passwd", "/etc/group", "/etc/ld.so.cache", "/etc/os-release", etc], check=True)
+    subprocess.run(["cp", "-a", "--no-preserve=ownership", "/etc/passwd", "/etc/group", "/etc/ld.so.cache", "/etc/os-release", etc], check=True)
     for name in ("accounts", "bmhost.toml"):
         (etc / "bmhost" / name).write_text(SECRET)
     (etc / "shadow").write_text(f"root:{SECRET}:19000:0:99999:7:::\n")

@@ -11,7 +11,7 @@ from dataclasses import dataclass
 from pathlib import Path
 
 import pytest
-from conftest import SECONDS, bin_folder
+from conftest import OWN_MOUNTS, SECONDS, bin_folder
 
 ENVIRONMENT = {**os.environ, "ASAN_OPTIONS": "detect_leaks=0:" + os.environ.get("ASAN_OPTIONS", "")}  # it cannot under strace
 ONE_FILE = ["a"]
@@ -304,7 +304,7 @@ def on_a_disk(tmp_path, script):
     folder.mkdir()
     mount = 'mount -t tmpfs -o size=16k none "$1" && ' + script
     done = subprocess.run(
-        ["unshare", "-m", "sh", "-c", mount, "sh", *client(folder)[::-1]], text=True, capture_output=True, env=ENVIRONMENT, timeout=SECONDS
+        [*OWN_MOUNTS, "sh", "-c", mount, "sh", *client(folder)[::-1]], text=True, capture_output=True, env=ENVIRONMENT, timeout=SECONDS
     )
     assert done.returncode == 0, done.stderr
     return folder, done.stdout.splitlines(), done.stderr
@@ -338,6 +338,7 @@ def test_a_file_that_may_not_be_read_is_left_alone(tmp_path):
     assert done.stdout.splitlines() == ["1", "21", "21", "21", "1"]
     for operation in ("RetrieveRow", "SetRow", "CreateRow"):
         assert f"CDataStorage :: {operation} - {file}: Permission denied" in done.stderr
+    file.chmod(0o600)
     assert stored(tmp_path / "storage", ONE_FILE) == ["old"]
 
 

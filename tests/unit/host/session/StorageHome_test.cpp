@@ -21,7 +21,7 @@ using bmhost::StorageSurroundings;
 using bmhost::TakeStorageOver;
 
 StorageSurroundings OfRoot() {
-    return {true, false, "", "/root/.local/state/bmhost", "/var/lib/bmhost"};
+    return {true, "", "", "/root/.local/state/bmhost", "/var/lib/bmhost"};
 }
 
 TEST(StorageHome, IsTheBoardsForRoot) {
@@ -34,10 +34,23 @@ TEST(StorageHome, IsTheUsersForAnyOtherUser) {
     EXPECT_EQ("/root/.local/state/bmhost", StorageHomeOf(surroundings));
 }
 
-TEST(StorageHome, IsTheUsersInASimulatedBlade) {
+TEST(StorageHome, IsTheBladesInASimulatedBladeWhateverElseIsSet) {
     StorageSurroundings surroundings = OfRoot();
-    surroundings.m_simulated = true;
-    EXPECT_EQ("/root/.local/state/bmhost", StorageHomeOf(surroundings));
+    surroundings.m_bladeStorage = "/run/blade/bmhost";
+    surroundings.m_stateFolder = "/state";
+    EXPECT_EQ("/run/blade/bmhost", StorageHomeOf(surroundings));
+    surroundings.m_root = false;
+    EXPECT_EQ("/run/blade/bmhost", StorageHomeOf(surroundings));
+}
+
+TEST(BladeStorage, IsInTheBladesRunFolderUnlessItIsKept) {
+    setenv("BLADESIM_KEEP", "/kept", 1);
+    EXPECT_EQ("", bmhost::BladeStorage()) << "outside of a blade";
+    setenv("BLADESIM_RUN_DIR", "/run/blade", 1);
+    EXPECT_EQ("/kept", bmhost::BladeStorage());
+    unsetenv("BLADESIM_KEEP");
+    EXPECT_EQ("/run/blade/bmhost", bmhost::BladeStorage());
+    unsetenv("BLADESIM_RUN_DIR");
 }
 
 TEST(StorageHome, IsWhereTheVariableSays) {

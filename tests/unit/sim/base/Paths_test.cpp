@@ -52,3 +52,9 @@ TEST_F(BladeNames, OfAFileInTheWorkingFolderAreThatFile) {
     fs::current_path(before);
     EXPECT_EQ(found, "typical");
 }
+
+TEST_F(BladeNames, AreListedWithoutWhatIsNoBlade) {
+    for (const char* name : {"a.json", "blade.schema.json", "notes.txt"})
+        std::ofstream(m_paths.m_blades + "/" + name) << "{}";
+    EXPECT_EQ(ShippedBlades(m_paths), (std::vector<std::string>{"a", "typical"}));
+}
