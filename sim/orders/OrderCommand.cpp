@@ -17,10 +17,9 @@ OrderCommand::OrderCommand() : m_app("Speaks with the blade in which it runs.", 
 }
 
 int OrderCommand::Run(int count, char** arguments) {
-    if (const std::string mistyped = Mistyped(count, arguments); !mistyped.empty()) {
+    // What the parser says of such a word names none of those that there are.
+    if (const std::string mistyped = Mistyped(count, arguments); !mistyped.empty())
         std::fprintf(stderr, "bladesim: %s\n", bm_dev::Printable(mistyped, "\n").c_str());
-        return BadUsage;
-    }
     try {
         m_app.parse(count, arguments);
         // Only now is the whole line known to be right.
