@@ -104,7 +104,7 @@ std::string RegisterFolder() {
         }
         wrong = WhatIsWrong(folder);
         if (wrong.empty()) return folder;
-        wrong = folder + ": " + wrong;
+        wrong.insert(0, folder + ": ");
     }
     throw BladeError("no register of running blades: " + wrong);
 }

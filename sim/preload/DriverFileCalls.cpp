@@ -87,12 +87,12 @@ ssize_t WriteRecord(int fd, iovec* pieces, size_t count) {
 /// Copies of the pieces, no longer than a packet may be; the driver refuses one of that length. Nothing to write is no
 /// record.
 ssize_t WritePieces(int fd, const iovec* callers, size_t count) {
-    constexpr size_t MaxPieces = 64;
-    iovec pieces[MaxPieces];
+    constexpr size_t maxPieces = 64;
+    iovec pieces[maxPieces];
     size_t used = 0;
     size_t left = MaxDriverPacket;
     for (size_t index = 0; index < count && left > 0; ++index) {
-        if (used == MaxPieces) return Fail(EINVAL);
+        if (used == maxPieces) return Fail(EINVAL);
         const iovec& piece = callers[index];
         pieces[used] = {piece.iov_base, piece.iov_len < left ? piece.iov_len : left};
         left -= pieces[used++].iov_len;
