@@ -12,6 +12,7 @@
 #include "sim/orders/MediaCommand.h"
 #include "sim/orders/SwitchCommand.h"
 #include "sim/orders/ToolCommand.h"
+#include "sim/shelf/ShelfCommand.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -28,7 +29,7 @@ using namespace bladesim;
 
 namespace {
 
-/// The commands for a running blade, by the first word of the command line.
+/// The commands for a running blade, and for shelves, by the first word of the command line.
 struct BladeCommand {
     std::string_view m_word;
     int (*m_run)(int count, char** arguments);
@@ -37,7 +38,7 @@ struct BladeCommand {
 constexpr BladeCommand Commands[] = {
     {"fault", RunControlCommand}, {"controller", RunControlCommand}, {"show", RunControlCommand},
     {"tool", RunToolCommand},     {"media", RunMediaCommand},        {"switch", RunSwitchCommand},
-    {"list", RunListCommand},     {"attach", RunAttachCommand},
+    {"list", RunListCommand},     {"attach", RunAttachCommand},      {"shelf", RunShelfCommand},
 };
 
 /// A first word that is most likely a mistyped command; a program of that name is meant as it stands.

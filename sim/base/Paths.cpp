@@ -41,6 +41,7 @@ Paths FindPaths() {
     paths.m_module = Existing(folder / BLADESIM_LIBRARY_FOLDER "/bladesim_carrier.so");
     paths.m_tool = Existing(folder / BLADESIM_LIBRARY_FOLDER "/bladesim_tool");
     paths.m_run = Existing(folder / BLADESIM_LIBRARY_FOLDER "/run");
+    paths.m_shelf = Existing(folder / BLADESIM_LIBRARY_FOLDER "/shelf");
     if (paths.m_preload.find_first_of(" :") != std::string::npos) {
         throw BladeError(paths.m_preload + ": a path with a blank or a colon cannot be preloaded");
     }

@@ -13,6 +13,7 @@ struct Paths {
     std::string m_module;     ///< the carrier, a module of ipmi_sim
     std::string m_tool;       ///< the stand-in of the board's tools
     std::string m_run;        ///< an empty folder on which every blade mounts its run folder
+    std::string m_shelf;      ///< the same for every shelf
 };
 
 /// The folder of this program, with links resolved; works without /proc.

@@ -39,6 +39,7 @@ public:
 
     int Run() {
         BringUp();
+        ::send(m_outside.Get(), &UpByte, sizeof(UpByte), MSG_NOSIGNAL | MSG_DONTWAIT);
         m_commandProcess = Spawn(m_options.m_command);
         return Supervise();
     }

@@ -27,6 +27,9 @@ struct Options {
     bool m_verbose = false;
 };
 
+/// What the inside sends to the outside when the blade is up, just before COMMAND starts.
+constexpr char UpByte = 'U';
+
 /// Runs as process 1, with SIGCHLD blocked. `outside` is a socket to the process that was started by the user: each
 /// byte that comes is a signal number for the command, end of file means that the outside has gone. Returns the status
 /// to exit with.

@@ -94,6 +94,15 @@ void EnterBladeNamespaces() {
     BringLoopbackUp();
 }
 
+pid_t ForkIntoNewProcessNamespace() {
+    const bm_dev::UniqueFd self(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)));
+    if (!self || ::unshare(CLONE_NEWPID) != 0) ThrowErrno("no process namespace of its own");
+    const pid_t child = ::fork();
+    if (child < 0) ThrowErrno("the inside cannot be started");
+    if (child > 0) ::setns(self.Get(), CLONE_NEWPID);
+    return child;
+}
+
 void MountRunFolder(const std::string& folder) {
     if (::mount("bladesim", folder.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "mode=0700") != 0) {
         ThrowErrno(folder + ": the run folder cannot be mounted here");

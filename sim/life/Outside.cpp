@@ -7,10 +7,8 @@
 #include "sim/life/Namespaces.h"
 #include "sim/life/Register.h"
 
-#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -93,18 +91,6 @@ sigset_t BlockSignals() {
     return signals;
 }
 
-/// The child is process 1 of the new namespace. The caller's later children belong to its own namespace again: once
-/// process 1 has ended the new one takes none, not even a sanitizer's helper thread. In a user namespace there is no
-/// way back, and the caller has no later children.
-pid_t ForkIntoNewProcessNamespace() {
-    const bm_dev::UniqueFd self(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)));
-    if (!self || ::unshare(CLONE_NEWPID) != 0) ThrowErrno("no process namespace of its own");
-    const pid_t child = ::fork();
-    if (child < 0) ThrowErrno("the inside cannot be started");
-    if (child > 0) ::setns(self.Get(), CLONE_NEWPID);
-    return child;
-}
-
 /// A blade without a name works as well, unless one was asked for.
 Registration Register(const Options& options) {
     if (!options.m_name.empty()) return Registration::Exactly(RegisterFolder(), options.m_name);
@@ -119,8 +105,7 @@ Registration Register(const Options& options) {
 
 } // namespace
 
-int RunBlade(const Options& options) {
-    const Registration registration = Register(options);
+int RunOutside(const InsideFunction& runInside, const std::function<void(pid_t)>& tellInside) {
     EnterUserNamespace();
     const sigset_t signals = BlockSignals();
     // When the process that started bladesim is killed, nothing waits for the command any more.
@@ -133,11 +118,19 @@ int RunBlade(const Options& options) {
     const pid_t inside = ForkIntoNewProcessNamespace();
     if (inside == 0) {
         here.Reset();
-        std::exit(RunInside(options, std::move(there)));
+        std::exit(runInside(std::move(there)));
     }
     there.Reset();
-    registration.Enter({registration.Name(), options.m_blade.m_name, options.m_command, inside});
+    if (tellInside) tellInside(inside);
     return Outside(inside, std::move(here), signals).Wait();
+}
+
+int RunBlade(const Options& options) {
+    const Registration registration = Register(options);
+    return RunOutside([&options](bm_dev::UniqueFd outside) { return RunInside(options, std::move(outside)); },
+                      [&](pid_t inside) {
+                          registration.Enter({registration.Name(), options.m_blade.m_name, options.m_command, inside});
+                      });
 }
 
 } // namespace bladesim

@@ -72,9 +72,13 @@ std::string WithoutTelnetOptions(const std::string& received) {
 } // namespace
 
 json GiveOrder(const std::string& name, json order) {
+    return GiveOrderAt(ControlAddress(), WhyNobodyListens(), name, std::move(order));
+}
+
+json GiveOrderAt(const SocketAddress& address, const char* nobody, const std::string& name, json order) {
     order["order"] = name;
-    const bm_dev::UniqueFd socket = ConnectTo(ControlAddress(), "to the blade");
-    if (!socket) throw BladeError(WhyNobodyListens());
+    const bm_dev::UniqueFd socket = ConnectTo(address, "to the blade");
+    if (!socket) throw BladeError(nobody);
     Send(socket, order.dump(-1, ' ', false, json::error_handler_t::replace) + "\n");
     json answer = json::parse(ReadUntil(socket, FirstLine));
     if (answer.contains("error")) throw BladeError(answer["error"].get<std::string>());
