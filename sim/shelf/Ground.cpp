@@ -83,7 +83,10 @@ void Ground::BindHostNames(const std::vector<ShelfPlace>& places) const {
         ThrowErrno(std::string(MachinesNames) + ": the names of the blades cannot be put in its place");
 }
 
+/// bladesim and bmhost are found even where they are only built: after all that PATH names.
 void Ground::SetEnvironment() const {
+    const char* const path = std::getenv("PATH");
+    ::setenv("PATH", (path == nullptr ? ProgramFolder() : path + (":" + ProgramFolder())).c_str(), 1);
     ::setenv("BLADESIM_SHELF_CA", m_files.Authority().c_str(), 1);
     ::setenv("BLADESIM_SHELF_ACCOUNT", (std::string(Account) + ":" + m_password).c_str(), 1);
 }

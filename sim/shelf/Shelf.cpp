@@ -56,9 +56,11 @@ public:
             RaiseBlades();
             AnswerWhoWaits();
             if (m_commandProcess < 0) {
-                if (const Slot* const failed = FindFailed()) return Report(*failed);
+                if (TellFailures()) return NotBroughtUp;
                 ShowProgress();
                 if (AreAllUp()) StartCommand();
+            } else {
+                TellFailures();
             }
             if (const auto status = Await()) return *status;
         }
@@ -108,34 +110,33 @@ private:
 
     bool AreAllUp() const { return std::ranges::all_of(m_slots, &Slot::IsUp); }
 
-    const Slot* FindFailed() const {
-        const auto found =
-            std::ranges::find_if(m_slots, [](const Slot& slot) { return !slot.Reason().empty() && slot.IsSettled(); });
-        return found == m_slots.end() ? nullptr : &*found;
-    }
-
-    int Report(const Slot& failed) const {
-        const ShelfPlace& place = failed.Place();
-        std::fprintf(stderr, "%sbladesim: %s in slot %u, blade %s, does not come up: %s; the end of its log:\n%s",
-                     m_shown.empty() ? "" : "\n", place.m_name.c_str(), place.m_slot, place.m_blade.c_str(),
-                     failed.Reason().c_str(), failed.LogTail().c_str());
-        return NotBroughtUp;
+    /// Whether there were any that are news.
+    bool TellFailures() {
+        bool any = false;
+        for (Slot& slot : m_slots) {
+            if (!slot.TakeNewsOfFailure()) continue;
+            const ShelfPlace& place = slot.Place();
+            std::fprintf(stderr, "%sbladesim: %s in slot %u, blade %s, %s: %s; the end of its log:\n%s",
+                         m_progressIsOpen ? "\n" : "", place.m_name.c_str(), place.m_slot, place.m_blade.c_str(),
+                         m_commandProcess < 0 ? "does not come up" : "has failed", slot.Reason().c_str(),
+                         slot.LogTail().c_str());
+            m_progressIsOpen = false;
+            any = true;
+        }
+        return any;
     }
 
     /// One line, which a terminal shows growing.
     void ShowProgress() {
-        const auto up = std::ranges::count_if(m_slots, &Slot::IsUp);
         const bool all = AreAllUp();
         const bool isTerminal = ::isatty(STDERR_FILENO) == 1;
+        const auto up = std::ranges::count_if(m_slots, &Slot::IsUp);
+        if ((!all && !isTerminal) || (up == m_shown && !all)) return;
+        m_shown = up;
+        std::fprintf(stderr, "%sbladesim: %td of %zu blades are up", isTerminal ? "\r" : "", up, m_slots.size());
         const std::chrono::duration<double> time = Slot::Clock::now() - m_begun;
-        char text[100];
-        if (all)
-            std::snprintf(text, sizeof(text), "bladesim: %zu blades are up, %.1f s", m_slots.size(), time.count());
-        else
-            std::snprintf(text, sizeof(text), "bladesim: %td of %zu blades are up", up, m_slots.size());
-        if (m_shown == text || (!all && !isTerminal)) return;
-        m_shown = text;
-        std::fprintf(stderr, "%s%s%s", isTerminal ? "\r" : "", text, all ? "\n" : "");
+        if (all) std::fprintf(stderr, ", %.1f s\n", time.count());
+        m_progressIsOpen = !all;
     }
 
     void StartCommand() { m_commandProcess = Spawn(m_options.m_command); }
@@ -204,7 +205,8 @@ private:
     std::vector<Slot> m_slots;
     std::vector<Waiting> m_waiting;
     Slot::Clock::time_point m_begun = Slot::Clock::now();
-    std::string m_shown;
+    std::ptrdiff_t m_shown = -1;   ///< how many were up when it was shown
+    bool m_progressIsOpen = false; ///< its line has no end yet
     pid_t m_commandProcess = -1;
 };
 

@@ -9,6 +9,7 @@
 #include "sim/orders/ControlClient.h"
 #include "sim/orders/OrderCommand.h"
 #include "sim/shelf/Shelf.h"
+#include "sim/shelf/ShelfFile.h"
 
 #include <algorithm>
 #include <charconv>
@@ -119,11 +120,11 @@ int InBlade(const ShelfLine& line) {
 }
 
 std::vector<ShelfPlace> PlacesOf(const std::string& word) {
+    if (word.find_first_not_of("0123456789") != std::string::npos) return ReadShelfFile(word);
     unsigned number = 0;
-    const char* const end = word.data() + word.size();
-    const auto [last, error] = std::from_chars(word.data(), end, number);
-    if (error == std::errc() && last == end && number >= 1 && number <= MaxSlots) return PlanOf(number);
-    throw UsageError("\"" + word + "\": expected a number of blades, 1 to " + std::to_string(MaxSlots));
+    std::from_chars(word.data(), word.data() + word.size(), number);
+    if (number >= 1 && number <= MaxSlots) return PlanOf(number);
+    throw UsageError(word + ": expected a number of blades, 1 to " + std::to_string(MaxSlots));
 }
 
 int BringUp(const ShelfLine& line) {

@@ -12,6 +12,7 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -178,16 +179,22 @@ void Slot::HasEnded(pid_t process, int status) {
         m_inside = -1;
         m_socket.Reset();
         m_frozen = false;
-        if (m_phase == Phase::Ending)
-            m_phase = m_afterEnd;
-        else
+        // A blade that has ended by itself has taken its door with it, which may have been noticed first.
+        if (m_phase != Phase::Ending || (m_afterEnd == Phase::Failed && WIFEXITED(status)))
             Fail("it ended, " + DescribeEnd(status));
+        else
+            m_phase = m_afterEnd;
     }
 }
 
 void Slot::Fail(const std::string& reason) {
     m_reason = reason;
+    m_isNews = true;
     End(Phase::Failed);
+}
+
+bool Slot::TakeNewsOfFailure() {
+    return m_phase == Phase::Failed && std::exchange(m_isNews, false);
 }
 
 void Slot::Pull() {

@@ -43,6 +43,8 @@ public:
     }
     bool IsUp() const { return m_phase == Phase::Up; }
     bool IsOut() const { return m_phase == Phase::Out; }
+    /// Whether it has failed since this was asked last.
+    bool TakeNewsOfFailure();
     /// Nothing changes in it without an order or an accident.
     bool IsSettled() const { return IsUp() || IsOut() || m_phase == Phase::Failed; }
 
@@ -80,6 +82,7 @@ private:
     Phase m_afterEnd = Phase::Out;
     bool m_frozen = false;
     std::string m_reason;
+    bool m_isNews = false;
     bm_dev::UniqueFd m_socket; ///< to the inside
     pid_t m_inside = -1;
     pid_t m_door = -1;
