@@ -19,6 +19,11 @@ Samples UpChanged(const Scrape& scrape) {
     return OneTime(scrape.m_since);
 }
 
+// Without a picture nothing is said of the blade, whose clock it is.
+Samples Clock(const Scrape& scrape) {
+    return scrape.m_picture == nullptr ? Samples{} : OneTime(scrape.m_now);
+}
+
 Samples HostInfo(const Scrape& scrape) {
     if (scrape.m_picture == nullptr) return {};
     const HostFacts& host = scrape.m_picture->m_host;
@@ -121,6 +126,7 @@ constexpr Metric HostTable[] = {
      "Whether the resident host answers: 1 yes, 0 no; then nothing but this is known of the blade.", Up},
     {"bmhost_up_changed_timestamp_seconds", MetricKind::Gauge, "seconds", "",
      "Since when the resident host answers, or does not.", UpChanged},
+    {"bmhost_time_seconds", MetricKind::Gauge, "seconds", "", "The blade's own time as of the scrape.", Clock},
     {"bmhost_host_info", MetricKind::Info, "", "adaptor, mode, source, version",
      "The resident host: its version, the adaptor that it has loaded, its mode, and where the inventory comes from.",
      HostInfo},

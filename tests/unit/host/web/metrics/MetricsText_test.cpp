@@ -108,6 +108,7 @@ TEST(MetricsText, ValuesAreThePictures) {
     for (const char* line : {
              "bmhost_up 1",
              "bmhost_up_changed_timestamp_seconds 1795339800.1",
+             "bmhost_time_seconds 1795339802.5",
              "bmhost_lifecycle_result{operation=\"start\"} 196626",
              "bmhost_inventory_simulated 1",
              "bmhost_blade_good 0",
