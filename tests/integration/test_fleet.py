@@ -103,7 +103,8 @@ def test_amtool_finds_nothing_and_shelves_are_grouped():
     assert checked.returncode == 0, checked.stdout + checked.stderr
     assert yaml.safe_load(config.read_text())["route"]["group_by"] == ["shelf"]
     for severity, receiver in (("critical", "operators"), ("warning", "operators"), ("info", "records")):
-        routed = run("amtool", "config", "routes", "test", f"--config.file={config}", f"--verify.receivers={receiver}", f"severity={severity}", "shelf=a")
+        words = [f"--config.file={config}", f"--verify.receivers={receiver}", f"severity={severity}", "shelf=a"]
+        routed = run("amtool", "config", "routes", "test", *words)
         assert routed.returncode == 0, routed.stdout + routed.stderr
     assert {rule["labels"]["severity"] for rule in alerts()} == {"critical", "warning", "info"}
 
