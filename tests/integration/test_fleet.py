@@ -148,7 +148,8 @@ def test_a_list_becomes_an_inventory_in_which_pairs_are_apart(outputs, tmp_path)
     assert groups["second"]["hosts"] == ["blade2.north"]
     variables = groups["_meta"]["hostvars"]["blade2.north"]
     assert (variables["bmhost_shelf"], variables["bmhost_blade"], variables["bmhost_address"]) == ("north", "blade2", "blade2.example:443")
-    assert variables["ansible_connection"] == "local"
+    assert (variables["bmhost_partner"], variables["ansible_connection"]) == ("blade1.north", "local")
+    assert "bmhost_partner" not in groups["_meta"]["hostvars"]["blade3.north"]
 
 
 def test_the_example_is_a_list(outputs):
