@@ -85,6 +85,16 @@ and accounts, or on a loopback address without TLS. It is a client of the
 resident host, in a process of its own without any rights of root:
 bmhost-web.service, which is neither enabled nor started by its package.")
 
+bm_package(bmhost-fleet admin)
+set(CPACK_DEBIAN_BMHOST-FLEET_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_BMHOST-FLEET_PACKAGE_DEPENDS python3)
+set(CPACK_DEBIAN_BMHOST-FLEET_PACKAGE_RECOMMENDS "prometheus, prometheus-alertmanager, ansible")
+set(CPACK_DEBIAN_BMHOST-FLEET_DESCRIPTION "many blades with Prometheus, Alertmanager and Ansible
+What these need to watch and maintain blades that have the web door: a tool
+that makes their targets and inventory from a list of shelves, rules and alerts,
+messages by shelf, consoles that show the fleet and a blade's history, and
+playbooks for inventory, rolling firmware upgrades and finding a blade.")
+
 bm_package(bladesim admin)
 set(CPACK_COMPONENT_BLADESIM_DEPENDS libipmi-adaptor)
 set(CPACK_DEBIAN_BLADESIM_PACKAGE_DEPENDS openipmi)
