@@ -91,7 +91,7 @@ set(CPACK_DEBIAN_BMHOST-FLEET_PACKAGE_DEPENDS python3)
 set(CPACK_DEBIAN_BMHOST-FLEET_PACKAGE_RECOMMENDS "prometheus, prometheus-alertmanager, ansible")
 set(CPACK_DEBIAN_BMHOST-FLEET_DESCRIPTION "many blades with Prometheus, Alertmanager and Ansible
 What these need to watch and maintain blades that have the web door: a tool
-that makes their targets and inventory from a list of shelves, rules and alerts,
+that makes targets and inventory from a list of shelves, rules and alerts,
 messages by shelf, consoles that show the fleet and a blade's history, and
 playbooks for inventory, rolling firmware upgrades and finding a blade.")
 

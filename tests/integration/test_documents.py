@@ -53,6 +53,7 @@ NOT_RUN = [
     ("bladesim --blade lost-late -- bmhost --log-level 3 init", "does not return; Integration.lost_late runs it"),
     ("curl http://127.0.0.1:18080", "a client of the door, which has ended by then; Integration.web does the same"),
     ("curl -u carla", "the same"),
+    ("bmhost-fleet /etc/bmhost-fleet", "writes into /etc and /var; Integration.fleet does the same elsewhere"),
     ("bmhost --connect https://blade7.example", "asks another machine; Integration.connect does the same"),
     ('curl -u "carla:', "the same; Integration.ansible runs it"),
     ("redfishtool -r 127.0.0.1:18080", "the same"),
