@@ -6,6 +6,7 @@
 #include "sim/blade/BladeFile.h"
 #include "sim/blade/DumpFru.h"
 #include "sim/life/Outside.h"
+#include "sim/orders/CaptureCommand.h"
 #include "sim/orders/CommandLine.h"
 #include "sim/orders/ControlCommand.h"
 #include "sim/orders/ListCommand.h"
@@ -29,16 +30,17 @@ using namespace bladesim;
 
 namespace {
 
-/// The commands for a running blade, and for shelves, by the first word of the command line.
+/// The commands that bring no blade up, and those for shelves, by the first word of the command line.
 struct BladeCommand {
     std::string_view m_word;
     int (*m_run)(int count, char** arguments);
 };
 
 constexpr BladeCommand Commands[] = {
-    {"fault", RunControlCommand}, {"controller", RunControlCommand}, {"show", RunControlCommand},
-    {"tool", RunToolCommand},     {"media", RunMediaCommand},        {"switch", RunSwitchCommand},
-    {"list", RunListCommand},     {"attach", RunAttachCommand},      {"shelf", RunShelfCommand},
+    {"fault", RunControlCommand},   {"controller", RunControlCommand}, {"show", RunControlCommand},
+    {"tool", RunToolCommand},       {"media", RunMediaCommand},        {"switch", RunSwitchCommand},
+    {"list", RunListCommand},       {"attach", RunAttachCommand},      {"shelf", RunShelfCommand},
+    {"capture", RunCaptureCommand},
 };
 
 /// A first word that is most likely a mistyped command; a program of that name is meant as it stands.

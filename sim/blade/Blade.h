@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,6 +35,13 @@ struct Site {
 /// LED colours as PICMG 3.0 numbers them in LED commands (table "Get LED Color Capabilities").
 enum class LedColor : uint8_t { Blue = 1, Red = 2, Green = 3, Amber = 4, Orange = 5, White = 6 };
 
+/// What an LED does, in the bytes of the commands: durations in tens of milliseconds.
+struct LedAction {
+    uint8_t m_function = 0;   ///< 0: off; a byte up to 0xFA: the off-duration of a blinking LED; 0xFF: on
+    uint8_t m_onDuration = 0; ///< 0 unless it blinks
+    LedColor m_color = LedColor::Blue;
+};
+
 /// One LED of a FRU. Ids 0 to 3 are the blue LED and LED 1 to 3, 4 and up are the application's.
 struct Led {
     uint8_t m_id = 0;
@@ -41,6 +49,9 @@ struct Led {
     LedColor m_defaultLocalColor = LedColor::Blue;
     LedColor m_defaultOverrideColor = LedColor::Blue;
     bool m_localControl = true; ///< the FRU drives it when nobody overrides it
+    /// What it does when the controller comes up; absent: it is off in its default colour, and not overridden.
+    std::optional<LedAction> m_local{};
+    std::optional<LedAction> m_override{};
 };
 
 /// Texts are kept as the bytes of the image: ISO 8859-1, at most 63 of them.
@@ -123,6 +134,11 @@ struct Blade {
     std::string m_description; ///< for people; may be empty
     Controller m_controller;
     std::vector<Fru> m_frus; ///< at least FRU 0, by rising id
+    /// The records of the SDR repository with their headers; absent: a locator of the controller, and of each FRU.
+    std::optional<std::vector<std::vector<uint8_t>>> m_sdrs;
+    /// What the controller answers to these very requests (network function, command, data) instead of what the above
+    /// say: completion code and data.
+    std::map<std::vector<uint8_t>, std::vector<uint8_t>> m_replies;
     std::vector<Fault> m_faults;
     Board m_board;
 };

@@ -7,6 +7,7 @@
 #include "sim/blade/HexText.h"
 #include "sim/blade/InventoryReader.h"
 #include "sim/blade/LedColors.h"
+#include "sim/blade/ReplyReader.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -17,9 +18,6 @@ namespace {
 constexpr int64_t MaxByte = 0xFF;
 // In PICMG commands 0xFF means all LEDs, and no FRU.
 constexpr int64_t MaxId = 0xFE;
-
-// The LEDs that every FRU may have, in their usual colours.
-constexpr LedColor UsualColors[] = {LedColor::Blue, LedColor::Red, LedColor::Green, LedColor::Amber};
 
 uint8_t ColorBit(LedColor color) {
     return static_cast<uint8_t>(1U << static_cast<unsigned>(color));
@@ -92,6 +90,16 @@ LedColor ReadDefaultColor(JsonObject& object, const char* key, const Led& led, L
     return color;
 }
 
+/// What an LED does from the beginning.
+LedAction ReadAction(JsonObject object, const Led& led) {
+    LedAction action;
+    action.m_function = object.Byte("function");
+    action.m_onDuration = object.Byte("on_duration");
+    action.m_color = ReadDefaultColor(object, "color", led, led.m_defaultLocalColor);
+    object.RejectOthers();
+    return action;
+}
+
 Led ReadLED(JsonObject object, int idBefore) {
     Led led;
     led.m_id = RisingId(object, idBefore);
@@ -103,6 +111,8 @@ Led ReadLED(JsonObject object, int idBefore) {
     led.m_defaultLocalColor = ReadDefaultColor(object, "local_color", led, first);
     led.m_defaultOverrideColor = ReadDefaultColor(object, "override_color", led, first);
     led.m_localControl = object.Boolean("local_control", led.m_localControl);
+    if (object.Has("local_state")) led.m_local = ReadAction(object.Object("local_state"), led);
+    if (object.Has("override_state")) led.m_override = ReadAction(object.Object("override_state"), led);
     object.RejectOthers();
     return led;
 }
@@ -115,9 +125,9 @@ std::vector<Led> ReadLEDs(JsonObject& fru) {
             leds.push_back(ReadLED(led, leds.empty() ? -1 : leds.back().m_id));
         return leds;
     }
-    const auto count = static_cast<size_t>(fru.Integer("leds", 0, std::size(UsualColors)));
+    const auto count = static_cast<size_t>(fru.Integer("leds", 0, std::size(UsualLedColors)));
     while (leds.size() < count) {
-        const LedColor color = UsualColors[leds.size()];
+        const LedColor color = UsualLedColors[leds.size()];
         leds.push_back({static_cast<uint8_t>(leds.size()), ColorBit(color), color, color, true});
     }
     return leds;
@@ -155,6 +165,8 @@ Blade ReadBladeFile(const std::string& file) {
         for (const JsonObject& fault : root.Objects("faults"))
             blade.m_faults.push_back(ReadFault(fault));
     }
+    if (root.Has("sdrs")) blade.m_sdrs = ReadRecords(root);
+    if (root.Has("replies")) blade.m_replies = ReadReplies(root);
     blade.m_board = ReadBoard(root);
     root.RejectOthers();
     return blade;

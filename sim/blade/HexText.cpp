@@ -38,4 +38,15 @@ std::optional<std::vector<std::optional<uint8_t>>> HexPattern(const std::string&
     return pattern;
 }
 
+std::string HexText(std::span<const uint8_t> bytes) {
+    constexpr char digits[] = "0123456789abcdef";
+    std::string text;
+    for (const uint8_t byte : bytes) {
+        if (!text.empty()) text += ' ';
+        text += digits[byte >> 4];
+        text += digits[byte & 0x0F];
+    }
+    return text;
+}
+
 } // namespace bladesim

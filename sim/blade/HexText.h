@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -13,5 +14,8 @@ std::optional<std::vector<uint8_t>> HexBytes(const std::string& text);
 
 /// The same, where "??" stands for any byte.
 std::optional<std::vector<std::optional<uint8_t>>> HexPattern(const std::string& text);
+
+/// The text of these bytes.
+std::string HexText(std::span<const uint8_t> bytes);
 
 } // namespace bladesim

@@ -17,6 +17,9 @@ constexpr LedColorText LedColors[] = {
     {LedColor::Amber, "amber"}, {LedColor::Orange, "orange"}, {LedColor::White, "white"},
 };
 
+/// The LEDs 0 to 3, which every FRU may have, in their usual colours.
+constexpr LedColor UsualLedColors[] = {LedColor::Blue, LedColor::Red, LedColor::Green, LedColor::Amber};
+
 constexpr const char* LEDColorName(LedColor color) {
     for (const LedColorText& known : LedColors) {
         if (known.m_color == color) return known.m_name;

@@ -56,7 +56,7 @@ std::string SimulatorCommands(const Blade& blade) {
            << int{controller.m_firmwareMinor} << " " << int{DeviceSupport} << " " << controller.m_manufacturerId << " "
            << controller.m_productId << "\n"
            << "sel_enable " << address << " 0x100 0x0a\n";
-    for (const SdrRecord& record : LocatorRecords(blade)) {
+    for (const SdrRecord& record : blade.m_sdrs ? *blade.m_sdrs : LocatorRecords(blade)) {
         script << "main_sdr_add " << address;
         for (const int byte : record)
             script << " " << byte;

@@ -69,8 +69,8 @@ std::vector<std::string> DescribeLEDs(const Carrier& carrier, LedClock::time_poi
 std::vector<std::string> DescribeControls(const Carrier& carrier) {
     std::vector<std::string> controls;
     for (const FruControl& control : carrier.Controls()) {
-        const Json json = {{"fru", control.m_fru}, {"option", control.m_option}, {"count", control.m_count}};
-        controls.push_back(json.dump());
+        const Json object = {{"fru", control.m_fru}, {"option", control.m_option}, {"count", control.m_count}};
+        controls.push_back(object.dump());
     }
     return controls;
 }

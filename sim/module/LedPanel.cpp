@@ -57,8 +57,9 @@ LedPanel::LedPanel(const std::vector<Led>& leds) {
     for (const Led& led : leds) {
         LedState state;
         state.m_led = led;
-        state.m_local.m_color = led.m_defaultLocalColor;
-        state.m_overrideColor = led.m_defaultOverrideColor;
+        state.m_local = led.m_local.value_or(LedAction{LedOff, 0, led.m_defaultLocalColor});
+        state.m_override = led.m_override;
+        state.m_overrideColor = led.m_override ? led.m_override->m_color : led.m_defaultOverrideColor;
         m_leds.emplace(led.m_id, state);
     }
 }

@@ -23,13 +23,6 @@ constexpr uint8_t LedOn = 0xFF;
 /// In Set FRU LED State the id of all LEDs of the FRU.
 constexpr uint8_t AllLEDs = 0xFF;
 
-/// What an LED does, in the bytes of the commands: durations in tens of milliseconds.
-struct LedAction {
-    uint8_t m_function = LedOff;
-    uint8_t m_onDuration = 0; ///< 0 unless it blinks
-    LedColor m_color = LedColor::Blue;
-};
-
 /// One LED and all of its states; the one on top is what it shows.
 struct LedState {
     Led m_led;
@@ -45,7 +38,7 @@ struct LedState {
 
 class LedPanel {
 public:
-    /// All LEDs are off, under local control where they have it.
+    /// Unless the blade says otherwise all LEDs are off, under local control where they have it.
     explicit LedPanel(const std::vector<Led>& leds);
 
     /// Set FRU LED State: the bytes after the FRU id. Returns the completion code; unless it is 0, nothing has changed.

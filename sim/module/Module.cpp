@@ -2,7 +2,7 @@
 // blade.
 #include "sim/blade/BladeFile.h"
 #include "sim/module/CarrierReport.h"
-#include "sim/module/InventoryAreas.h"
+#include "sim/module/Responder.h"
 
 #include <OpenIPMI/ipmi_err.h>
 #include <OpenIPMI/ipmi_msgbits.h>
@@ -27,8 +27,7 @@ namespace bladesim {
 namespace {
 
 // From the module's start to the end of the process; ipmi_sim is one thread.
-std::unique_ptr<Carrier> loadedCarrier;
-std::unique_ptr<InventoryAreas> loadedInventory;
+std::unique_ptr<Responder> loadedCarrier;
 
 void Log(const char* text) {
     std::fprintf(stderr, "bladesim_carrier: %s\n", text);
@@ -49,34 +48,23 @@ void WriteReply(unsigned char* reply, unsigned int* length, Answer answer) {
     }
 }
 
-void AnswerPICMG(lmc_data_t* /*controller*/, msg_t* request, unsigned char* reply, unsigned int* length,
-                 void* /*data*/) {
+void AnswerRequest(lmc_data_t* /*controller*/, msg_t* request, unsigned char* reply, unsigned int* length,
+                   void* /*data*/) {
     WriteReply(reply, length, [&] {
-        return loadedCarrier->Answer(request->cmd, {request->data, request->len}, LedClock::now());
+        return loadedCarrier->Answer(request->netfn, request->cmd, {request->data, request->len}, LedClock::now());
     });
 }
 
-void AnswerInventory(lmc_data_t* /*controller*/, msg_t* request, unsigned char* reply, unsigned int* length,
-                     void* /*data*/) {
-    WriteReply(reply, length, [&] { return loadedInventory->Answer(request->cmd, {request->data, request->len}); });
-}
-
-void AnswerDeviceId(lmc_data_t* /*controller*/, msg_t* /*request*/, unsigned char* reply, unsigned int* length,
-                    void* /*data*/) {
-    WriteReply(reply, length, [] { return loadedCarrier->DeviceId(); });
-}
-
-struct CommandHandler {
+struct AnsweredCommand {
     uint8_t m_netFn;
     uint8_t m_command;
-    cmd_handler_f m_handler;
 };
 
-constexpr CommandHandler Handlers[] = {
-    {IPMI_APP_NETFN, IPMI_GET_DEVICE_ID_CMD, AnswerDeviceId},
-    {IPMI_STORAGE_NETFN, IPMI_GET_FRU_INVENTORY_AREA_INFO_CMD, AnswerInventory},
-    {IPMI_STORAGE_NETFN, IPMI_READ_FRU_DATA_CMD, AnswerInventory},
-    {IPMI_STORAGE_NETFN, IPMI_WRITE_FRU_DATA_CMD, AnswerInventory},
+constexpr AnsweredCommand AnsweredCommands[] = {
+    {IPMI_APP_NETFN, IPMI_GET_DEVICE_ID_CMD},
+    {IPMI_STORAGE_NETFN, IPMI_GET_FRU_INVENTORY_AREA_INFO_CMD},
+    {IPMI_STORAGE_NETFN, IPMI_READ_FRU_DATA_CMD},
+    {IPMI_STORAGE_NETFN, IPMI_WRITE_FRU_DATA_CMD},
 };
 
 /// A list of any length on one line, in pieces, since ipmi_sim prints only a limited length at a time.
@@ -96,9 +84,9 @@ int BladeCommand(emu_out_t* out, emu_data_t* /*simulator*/, lmc_data_t* /*contro
         const char* const word = mystrtok(nullptr, " \t\r\n", words);
         const std::string_view what = word == nullptr ? "" : word;
         if (what == "leds") {
-            Print(out, DescribeLEDs(*loadedCarrier, LedClock::now()));
+            Print(out, DescribeLEDs(loadedCarrier->Served(), LedClock::now()));
         } else if (what == "controls") {
-            Print(out, DescribeControls(*loadedCarrier));
+            Print(out, DescribeControls(loadedCarrier->Served()));
         } else {
             static char usage[] = "usage: blade leds|controls\n";
             out->eprintf(out, usage);
@@ -130,8 +118,7 @@ BLADESIM_EXPORT int ipmi_sim_module_init(sys_data_t* /*system*/, const char* opt
     using namespace bladesim;
     try {
         const Blade blade = ReadBladeFile(options == nullptr ? "" : options);
-        loadedCarrier = std::make_unique<Carrier>(blade);
-        loadedInventory = std::make_unique<InventoryAreas>(blade);
+        loadedCarrier = std::make_unique<Responder>(blade);
         // Without this ipmi_sim ends when a client leaves its console before the prompt.
         std::signal(SIGPIPE, SIG_IGN);
         return 0;
@@ -144,11 +131,11 @@ BLADESIM_EXPORT int ipmi_sim_module_init(sys_data_t* /*system*/, const char* opt
 /// Called after the commands that make the controller, to replace ipmi_sim's own handlers. ipmi_sim ignores the result.
 BLADESIM_EXPORT int ipmi_sim_module_post_init(sys_data_t* /*system*/) {
     using namespace bladesim;
-    ipmi_emu_register_group_extension_handler(IPMI_PICMG_GRP_EXT, AnswerPICMG, nullptr);
+    ipmi_emu_register_group_extension_handler(IPMI_PICMG_GRP_EXT, AnswerRequest, nullptr);
     int error = ipmi_emu_add_cmd("blade", NOMC, BladeCommand);
-    for (const CommandHandler& handler : Handlers) {
+    for (const AnsweredCommand& answered : AnsweredCommands) {
         if (error != 0) break;
-        error = ipmi_emu_register_cmd_handler(handler.m_netFn, handler.m_command, handler.m_handler, nullptr);
+        error = ipmi_emu_register_cmd_handler(answered.m_netFn, answered.m_command, AnswerRequest, nullptr);
     }
     if (error != 0) Log(std::strerror(error));
     return error;

@@ -22,6 +22,7 @@ constexpr char Usage[] =
     "       bladesim [--blade FILE] --dump-fru ID FILE\n"
     "       bladesim list [--json]\n"
     "       bladesim attach [NAME] [-- COMMAND…]\n"
+    "       bladesim capture [--anonymise] FILE\n"
     "In a blade:\n"
     "       bladesim fault add|list|clear|release …\n"
     "       bladesim controller stop|start|restart\n"

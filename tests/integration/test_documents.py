@@ -31,6 +31,7 @@ NO_EXAMPLES = [
     ("bladesim.md", '"faults": [', "a part of a file"),
     ("bladesim.md", '"ethernet": {', "a part of a file"),
     ("bladesim.md", "bladesim: needs root", "the error of another machine; Integration.user sees the like"),
+    ("capture.md", "bladesim: the controller at /dev/ipmi0", "happens when a controller goes away, which Integration.capture sees"),
     ("bmhost.md", "bmhost: the adaptor ended the process", "happens on a machine that OpenIPMI cannot use"),
     ("bmhost.md", "bmhost: `init` has not returned", "what Integration.waiting sees after ten seconds"),
     ("fleet.md", "bmhost-fleet /etc/bmhost-fleet", "writes into /etc and /var; Integration.fleet does the same elsewhere"),

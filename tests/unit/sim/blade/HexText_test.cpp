@@ -29,3 +29,8 @@ TEST(HexText, HasAnyByteInAPatternOnly) {
     EXPECT_THAT(HexPattern("0a ?? 02"), Optional(ElementsAre(Optional(0x0A), std::nullopt, Optional(0x02))));
     EXPECT_EQ(HexBytes("0a ?? 02"), std::nullopt);
 }
+
+TEST(HexText, IsWrittenAsItIsRead) {
+    EXPECT_EQ(HexText(std::vector<uint8_t>{0x2C, 0x02, 0x00, 0xFF}), "2c 02 00 ff");
+    EXPECT_EQ(HexText(std::vector<uint8_t>{}), "");
+}

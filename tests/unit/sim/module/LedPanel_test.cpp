@@ -173,3 +173,13 @@ TEST_F(LedPanelTest, TestsOneLampAlone) {
 TEST(LedPanelWithoutLEDs, RefusesALampTestOfAll) {
     EXPECT_EQ(LedPanel({}).Set(0xFF, 0xFB, 10, 0x0F, LedClock::time_point()), OutOfRange);
 }
+
+TEST(LedPanelOfACapturedBlade, BeginsAsTheBladeSays) {
+    Led led = RedAmber;
+    led.m_local = LedAction{10, 20, LedColor::Amber};
+    led.m_override = LedAction{LedOn, 0, LedColor::Red};
+    LedPanel panel({led});
+    ExpectAction(panel.LEDs().at(1).Shown(LedClock::time_point(1h)), LedOn, 0, LedColor::Red);
+    EXPECT_EQ(panel.Set(1, LedLocalControl, 0, SameColor, LedClock::time_point(1h)), Ok);
+    ExpectAction(panel.LEDs().at(1).Shown(LedClock::time_point(1h)), 10, 20, LedColor::Amber);
+}
