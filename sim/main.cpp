@@ -66,6 +66,7 @@ int Run(CommandLine line) {
     Options& options = line.m_options;
     options.m_paths = FindPaths();
     options.m_blade = ReadBladeFile(BladeOf(line));
+    if (!line.m_replay.empty()) options.m_replay = ReadRecording(line.m_replay);
     if (!line.m_dumpFru) return RunBlade(options);
     DumpFru(options.m_blade, line.m_dumpFru->first, line.m_dumpFru->second);
     return 0;

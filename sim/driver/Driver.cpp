@@ -68,7 +68,8 @@ Driver::Driver(DriverSetup setup)
       m_control(std::move(setup.m_orders),
                 [this](ClientId client, const std::string& line) { TakeOrder(client, line); }),
       m_queue(setup.m_timeOutWhenLost ? std::chrono::milliseconds(0) : setup.m_timeOut),
-      m_wire(m_faults) {
+      m_wire(m_faults),
+      m_recorder(std::move(setup.m_recorder)) {
     for (const Fault& fault : setup.m_faults)
         m_faults.Add(fault);
 }
@@ -163,6 +164,7 @@ void Driver::TakeRequest(int opener, const BridgePacket& request) {
     Trace("request", request);
     const std::optional<uint8_t> ipmb = IPMBAddressOf(request);
     const uint64_t entry = m_log.Add(m_openers.at(opener).m_number, BytesOf(request), ipmb);
+    m_recorder.Request(entry, m_openers.at(opener).m_number, BytesOf(request), ipmb);
     if (!ipmb)
         m_queue.Add(opener, request, entry);
     else // Nothing else is on the IPMB. The kernel reports that after its retries; here there is no need to wait.
@@ -253,6 +255,7 @@ void Driver::Accept(const WireReply& reply) {
 
 void Driver::Deliver(const Answer& answer) {
     m_log.Answer(answer.m_entry, answer.m_packet.m_data[0]);
+    m_recorder.Answer(answer.m_entry, {answer.m_packet.m_data, answer.m_packet.m_dataLength});
     if (answer.m_opener == Nobody) return;
     Trace("answer ", answer.m_packet);
     // An opener that does not read loses what does not fit into its queue; one that has closed shows up as end of file.

@@ -12,6 +12,7 @@
 #include "sim/driver/InterfaceCalls.h"
 #include "sim/driver/RequestLog.h"
 #include "sim/driver/RequestQueue.h"
+#include "sim/record/Recorder.h"
 
 #include <nlohmann/json.hpp>
 
@@ -45,6 +46,7 @@ struct DriverSetup {
     std::chrono::milliseconds m_timeOut = DriverTimeOut;
     bool m_timeOutWhenLost = false; ///< the time-out comes when no reply can come any more, and only then
     bool m_verbose = false;
+    Recorder m_recorder;
 };
 
 class Driver {
@@ -114,6 +116,7 @@ private:
     FaultyWire m_wire;
     VmDecoder m_decoder;
     RequestLog m_log;
+    Recorder m_recorder;
     std::array<uint64_t, 256> m_entryOf{};       ///< by sequence number
     std::deque<Ordered> m_awaitingController;    ///< who waits for the controller's answers, in order
     bool m_controllerIsUp = true;                ///< judged by its connection and the orders

@@ -8,11 +8,13 @@
 #include "sim/controller/Controller.h"
 #include "sim/controller/ControllerOrders.h"
 #include "sim/controller/SimulatorConfig.h"
+#include "sim/driver/CommandNames.h"
 #include "sim/driver/Driver.h"
 #include "sim/life/DriverFile.h"
 #include "sim/life/Enter.h"
 #include "sim/life/Ethernet.h"
 #include "sim/life/Namespaces.h"
+#include "sim/record/ReplayProcess.h"
 #include "sim/tools/InstallFolder.h"
 
 #include <poll.h>
@@ -47,6 +49,7 @@ public:
 private:
     void BringUp() {
         const auto start = std::chrono::steady_clock::now();
+        if (!m_options.m_record.empty()) m_recorder = Recorder(m_options.m_record);
         EnterBladeNamespaces();
         MakeInstallFolder(m_options.m_paths.m_tool);
         MountRunFolder(m_options.m_paths.m_run);
@@ -65,6 +68,10 @@ private:
 
     /// The controller has been tried; now its port is freed for the guest, since it takes one connection at a time.
     void BringControllerUp() {
+        if (m_options.m_replay) {
+            m_controller = StartReplay(*m_options.m_replay, CommandName, m_options.m_timeOutWhenLost);
+            return;
+        }
         m_controller = StartController(m_options.m_blade, m_options.m_paths);
         if (m_options.m_ipmi == SystemInterface::Guest) m_controller.m_vmPort.Reset();
     }
@@ -98,7 +105,7 @@ private:
             m_driver.Reset();
             Driver({std::move(m_controller.m_vmPort), std::move(openers), std::move(orders), std::move(controller),
                     m_options.m_ipmi, m_options.m_blade.m_faults, m_options.m_timeOut, m_options.m_timeOutWhenLost,
-                    m_options.m_verbose})
+                    m_options.m_verbose, std::move(m_recorder)})
                 .Run();
         }
         m_controller.m_vmPort.Reset();
@@ -115,7 +122,7 @@ private:
             Set("BLADESIM_KEEP", m_options.m_keep);
         Set(SystemInterfaceVariable, NameOf(m_options.m_ipmi));
         if (m_options.m_ipmi == SystemInterface::Guest) Set("BLADESIM_VM_PORT", std::to_string(VMPort));
-        if (!HasController(m_options.m_ipmi)) return;
+        if (!HasController(m_options.m_ipmi) || m_options.m_replay) return;
         Set("BLADESIM_LAN_HOST", "127.0.0.1");
         Set("BLADESIM_LAN_PORT", std::to_string(LanPort));
         Set("BLADESIM_LAN_USER", LanUser);
@@ -196,7 +203,7 @@ private:
                 return ExitStatus(status);
             }
             if (process == m_controller.m_process) {
-                Report("ipmi_sim", status);
+                Report(m_options.m_replay ? "the recording" : "ipmi_sim", status);
                 m_controller = RunningController();
             }
             if (process == m_driverProcess) Report("the driver of /dev/ipmi0", status);
@@ -214,6 +221,7 @@ private:
     RunningController m_controller;
     bm_dev::UniqueFd m_cables; ///< the network interfaces exist while it is open
     bm_dev::UniqueFd m_driver; ///< its orders for the controller
+    Recorder m_recorder;       ///< until the driver has it
     bm_dev::UniqueFd m_denied; ///< /dev/ipmi0 may not be opened while it is open
     pid_t m_driverProcess = -1;
     RunningDriverFile m_driverFile;

@@ -8,8 +8,10 @@
 #include "sim/blade/Blade.h"
 #include "sim/controller/SystemInterface.h"
 #include "sim/driver/RequestQueue.h"
+#include "sim/record/Recording.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,8 @@ struct Options {
     std::string m_name; ///< in the register of running blades; empty: the first free one after the blade file's
     std::string m_keep; ///< the folder for what bmhost keeps; empty: in the run folder
     bool m_verbose = false;
+    std::string m_record;              ///< where to record what goes over /dev/ipmi0; empty: nowhere
+    std::optional<Recording> m_replay; ///< answers instead of a controller
 };
 
 /// What the inside sends to the outside when the blade is up, just before COMMAND starts.

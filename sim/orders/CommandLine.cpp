@@ -18,7 +18,8 @@ namespace bladesim {
 namespace {
 
 constexpr char Usage[] =
-    "Usage: bladesim [--blade FILE] [--no-ipmi | --ipmi WHO] [--timeout MS | --timeout-when-lost] [--verbose] -- COMMAND…\n"
+    "Usage: bladesim [--blade FILE] [--no-ipmi | --ipmi WHO] [--timeout MS | --timeout-when-lost] [--verbose]\n"
+    "                [--record FILE] [--replay FILE] -- COMMAND…\n"
     "       bladesim [--blade FILE] --dump-fru ID FILE\n"
     "       bladesim list [--json]\n"
     "       bladesim attach [NAME] [-- COMMAND…]\n"
@@ -107,6 +108,10 @@ std::optional<int> ParseCommandLine(int count, char** arguments, CommandLine& li
         });
     app.add_option("--keep", options.m_keep, "Folder for what bmhost stores, which otherwise goes with the blade")
         ->type_name("DIR");
+    app.add_option("--record", options.m_record, "Keep every request and answer of /dev/ipmi0, with its time")
+        ->type_name("FILE");
+    app.add_option("--replay", line.m_replay, "Answer from what --record kept, instead of a controller")
+        ->type_name("FILE");
     const CLI::Option* const dump =
         app.add_option("--dump-fru", line.m_dumpFru, "Write the inventory of FRU ID to FILE, and bring nothing up")
             ->type_name("ID FILE");
@@ -120,6 +125,9 @@ std::optional<int> ParseCommandLine(int count, char** arguments, CommandLine& li
         if (options.m_command.empty() == dump->empty()) {
             throw CLI::RequiredError(dump->empty() ? "COMMAND" : "Either COMMAND or --dump-fru, not both,");
         }
+        const bool isOurs = who == NameOf(SystemInterface::Bridge);
+        if (!isOurs && !options.m_record.empty()) throw CLI::ValidationError("--record", "needs --ipmi bridge");
+        if (!isOurs && !line.m_replay.empty()) throw CLI::ValidationError("--replay", "needs --ipmi bridge");
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : BadUsage;
     }

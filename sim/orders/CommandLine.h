@@ -12,7 +12,8 @@ namespace bladesim {
 struct CommandLine {
     std::string m_blade = "front-board-only";                  ///< name or file
     std::optional<std::pair<unsigned, std::string>> m_dumpFru; ///< only write this FRU's image to that file
-    Options m_options;                                         ///< except blade and paths
+    std::string m_replay; ///< the recording that answers; empty: the controller does
+    Options m_options;    ///< except blade and paths
 };
 
 /// Returns the status to exit with when there is nothing to do: bad usage, help, version.
