@@ -10,10 +10,10 @@
 #include "sim/controller/SimulatorConfig.h"
 #include "sim/driver/CommandNames.h"
 #include "sim/driver/Driver.h"
-#include "sim/life/DriverFile.h"
 #include "sim/life/Enter.h"
 #include "sim/life/Ethernet.h"
 #include "sim/life/Namespaces.h"
+#include "sim/pstn/DriverFile.h"
 #include "sim/record/ReplayProcess.h"
 #include "sim/tools/InstallFolder.h"
 

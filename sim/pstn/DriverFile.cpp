@@ -1,8 +1,8 @@
 // The file through which the PCI driver learns of the PSTN, /proc/mavkpcidrv/pstn.cfg.
-#include "sim/life/DriverFile.h"
+#include "sim/pstn/DriverFile.h"
 
-#include "sim/life/DriverFileFuse.h"
-#include "sim/life/DriverFileServer.h"
+#include "sim/pstn/DriverFileFuse.h"
+#include "sim/pstn/DriverFileServer.h"
 
 namespace bladesim {
 

@@ -1,7 +1,7 @@
 // Serves the PCI driver's file where there is no FUSE: to programs that the preload library connects to it.
 #pragma once
 
-#include "sim/life/DriverFileLog.h"
+#include "sim/pstn/DriverFileLog.h"
 
 #include <sys/types.h>
 

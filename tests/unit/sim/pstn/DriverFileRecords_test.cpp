@@ -1,5 +1,5 @@
 // What is written to the PCI driver's file: the outcome of each call, and its line in the log.
-#include "sim/life/DriverFileRecords.h"
+#include "sim/pstn/DriverFileRecords.h"
 
 #include <gtest/gtest.h>
 

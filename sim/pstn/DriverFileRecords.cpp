@@ -1,5 +1,5 @@
 // What is written to the PCI driver's file: each write is one record.
-#include "sim/life/DriverFileRecords.h"
+#include "sim/pstn/DriverFileRecords.h"
 
 #include "bm_dev/ByteText.h"
 

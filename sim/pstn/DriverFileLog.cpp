@@ -1,5 +1,5 @@
 // Keeps what is written to the PCI driver's file, in the run folder.
-#include "sim/life/DriverFileLog.h"
+#include "sim/pstn/DriverFileLog.h"
 
 #include "sim/base/Error.h"
 

@@ -1,5 +1,5 @@
 // Serves the PCI driver's file where there is no FUSE: to programs that the preload library connects to it.
-#include "sim/life/DriverFileServer.h"
+#include "sim/pstn/DriverFileServer.h"
 
 #include "sim/base/DriverFilePacket.h"
 #include "sim/base/Error.h"

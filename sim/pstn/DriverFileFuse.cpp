@@ -3,7 +3,7 @@
 // Nothing can be added to the kernel's own /proc, so it moves to /proc/.procfs, and a file system of ours takes its
 // place. That has the driver's file, and a link to each entry of the kernel's /proc. Processes come and go, so it makes
 // the links when they are asked for.
-#include "sim/life/DriverFileFuse.h"
+#include "sim/pstn/DriverFileFuse.h"
 
 #include "sim/base/DriverFilePacket.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "sim/base/Error.h"
-#include "sim/life/DriverFileLog.h"
+#include "sim/pstn/DriverFileLog.h"
 
 #include <sys/types.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "bm_dev/UniqueFd.h"
-#include "sim/life/DriverFileRecords.h"
+#include "sim/pstn/DriverFileRecords.h"
 
 #include <string>
 #include <string_view>
