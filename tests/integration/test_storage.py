@@ -322,7 +322,7 @@ def test_a_full_disk_leaves_the_old_rows_and_no_new_file(tmp_path):
 
 def test_a_read_only_disk_can_be_read(tmp_path):
     script = """
-        printf 'start\\nset a 1 old\\nend\\n' | "$2" "$1" && mount -o remount,ro "$1" &&
+        printf 'start\\nset a 1 old\\nend\\n' | "$2" "$1" && mount -o remount,bind,ro "$1" &&
         printf 'start\\nget a 1\\nset a 1 new\\nend\\nstart\\nget a 1\\nend\\n' | "$2" "$1"
     """
     folder, lines, log = on_a_disk(tmp_path, script)
