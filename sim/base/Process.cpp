@@ -42,7 +42,7 @@ bool IsInPath(const std::string& program) {
     const char* const path = std::getenv("PATH");
     std::istringstream folders(path == nullptr ? "" : path);
     for (std::string folder; std::getline(folders, folder, ':');) {
-        if (::access((folder + "/" + program).c_str(), X_OK) == 0) return true;
+        if (::access(folder.append("/").append(program).c_str(), X_OK) == 0) return true;
     }
     return false;
 }
