@@ -98,7 +98,7 @@ playbooks for inventory, rolling firmware upgrades and finding a blade.")
 bm_package(bladesim admin)
 set(CPACK_COMPONENT_BLADESIM_DEPENDS libipmi-adaptor)
 set(CPACK_DEBIAN_BLADESIM_PACKAGE_DEPENDS openipmi)
-set(CPACK_DEBIAN_BLADESIM_PACKAGE_SUGGESTS "bmhost, ipmitool")
+set(CPACK_DEBIAN_BLADESIM_PACKAGE_SUGGESTS "bmhost, bmhost-web, ipmitool")
 set(CPACK_DEBIAN_BLADESIM_DESCRIPTION "simulated ATCA media blade
 Brings a blade up around any command, in namespaces of its own: a controller
 that answers IPMI behind /dev/ipmi0 and over the network, the board's driver

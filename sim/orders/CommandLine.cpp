@@ -24,6 +24,7 @@ constexpr char Usage[] =
     "       bladesim list [--json]\n"
     "       bladesim attach [NAME] [-- COMMAND…]\n"
     "       bladesim capture [--anonymise] FILE\n"
+    "       bladesim shelf [N|FILE] -- COMMAND…\n"
     "In a blade:\n"
     "       bladesim fault add|list|clear|release …\n"
     "       bladesim controller stop|start|restart\n"

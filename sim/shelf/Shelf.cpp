@@ -33,7 +33,7 @@ namespace bladesim {
 namespace {
 
 constexpr int NothingToAwait = -1;
-constexpr int PauseWhileRising = 20; // milliseconds
+constexpr int PauseWhileBusy = 20; // milliseconds
 
 /// Process 1 of the shelf.
 class Shelf {
@@ -143,10 +143,10 @@ private:
 
     /// A status to exit with, when there is nothing more to do.
     std::optional<int> Await() {
-        const bool rising = std::ranges::any_of(m_slots, &Slot::IsRising);
+        const bool busy = std::ranges::any_of(m_slots, &Slot::IsBusy);
         std::vector<pollfd> events{{m_outside.Get(), POLLIN, 0}, {m_ended.Get(), POLLIN, 0}};
         m_server.AddEvents(events);
-        ::poll(events.data(), events.size(), rising ? PauseWhileRising : NothingToAwait);
+        ::poll(events.data(), events.size(), busy ? PauseWhileBusy : NothingToAwait);
         if (const auto status = ReadSignals()) return status;
         if (events[0].revents != 0) {
             if (const auto status = PassSignal()) return status;

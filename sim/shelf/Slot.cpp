@@ -12,7 +12,6 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -30,6 +29,8 @@ constexpr std::chrono::seconds RiseTime{60};
 /// How long a blade may take to start before its door is asked nevertheless: Init of some blades never returns.
 constexpr std::chrono::seconds StartTime{20};
 constexpr std::chrono::milliseconds BetweenProofs{100};
+/// A blade that ends takes its door with it, which may be noticed first.
+constexpr std::chrono::milliseconds DoorOutlives{500};
 constexpr std::streamoff LogTailSize = 2000;
 constexpr char NoConfiguration[] = "/dev/null"; // not the machine's own
 
@@ -119,17 +120,21 @@ void Slot::Step() {
 }
 
 void Slot::StepOn() {
-    if (!IsRising()) return;
     const auto now = Clock::now();
+    if (HasLostDoor() && now - m_doorEnded > DoorOutlives) return Fail("its web door ended, " + m_doorEnd);
+    if (!IsRising()) return;
     char up = 0;
     if (m_phase == Phase::Booting && ::recv(m_socket.Get(), &up, sizeof(up), MSG_DONTWAIT) == sizeof(up)) {
         m_parts.m_backplane.Plug(m_place, m_inside);
         OpenDoor();
         m_phase = Phase::Starting;
     }
-    const bool started = m_phase == Phase::Starting && now >= m_nextProof &&
-                         (now - m_begun > StartTime || AskHost(m_inside, m_parts.m_paths.m_run) == HostState::Started);
-    if (started) ProveDoor();
+    if (m_phase == Phase::Starting && now >= m_nextProof) {
+        if (AskHost(m_inside, m_parts.m_paths.m_run) == HostState::Started)
+            ProveDoor("inventory");
+        else if (now - m_begun > StartTime)
+            ProveDoor("log"); // which asks for nothing that is not there
+    }
     if (now - m_begun > RiseTime) Fail("it is not up after " + std::to_string(RiseTime.count()) + " s");
 }
 
@@ -152,12 +157,12 @@ void Slot::OpenDoor() {
 }
 
 /// As a stranger on the base interface: by its name, with the authority's certificate and the account.
-void Slot::ProveDoor() {
+void Slot::ProveDoor(const char* look) {
     const bm_dev::UniqueFd nothing = OpenFile("/dev/null", O_RDWR);
     const bm_dev::UniqueFd log = OpenFile(m_folder.Log() + ".proof", O_WRONLY | O_CREAT | O_TRUNC);
     m_proof = Spawn({m_parts.m_bmhost, "--connect", "https://" + m_place.m_name + ":" + std::to_string(DoorPort),
                      "--tls-ca", m_parts.m_files.Authority(), "--account", m_parts.m_account, "--password-file",
-                     m_parts.m_files.Password(), "log"},
+                     m_parts.m_files.Password(), look},
                     {nothing.Get(), nothing.Get(), log.Get()});
     m_phase = Phase::Proving;
 }
@@ -174,16 +179,18 @@ void Slot::HasEnded(pid_t process, int status) {
         ProofHasEnded(status);
     } else if (process == m_door) {
         m_door = -1;
-        if (m_phase != Phase::Ending) Fail("its web door ended, " + DescribeEnd(status));
+        m_doorEnd = DescribeEnd(status);
+        m_doorEnded = Clock::now();
     } else if (process == m_inside) {
         m_inside = -1;
         m_socket.Reset();
         m_frozen = false;
-        // A blade that has ended by itself has taken its door with it, which may have been noticed first.
-        if (m_phase != Phase::Ending || (m_afterEnd == Phase::Failed && WIFEXITED(status)))
-            Fail("it ended, " + DescribeEnd(status));
-        else
+        m_door = -1; // it goes with its blade, and may be reaped later
+        m_doorEnd.clear();
+        if (m_phase == Phase::Ending)
             m_phase = m_afterEnd;
+        else
+            Fail("it ended, " + DescribeEnd(status));
     }
 }
 

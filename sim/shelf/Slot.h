@@ -41,6 +41,8 @@ public:
     bool IsRising() const {
         return m_phase == Phase::Booting || m_phase == Phase::Starting || m_phase == Phase::Proving;
     }
+    /// It is to be told to Step before long.
+    bool IsBusy() const { return IsRising() || HasLostDoor(); }
     bool IsUp() const { return m_phase == Phase::Up; }
     bool IsOut() const { return m_phase == Phase::Out; }
     /// Whether it has failed since this was asked last.
@@ -66,11 +68,12 @@ public:
 private:
     enum class Phase { Waiting, Booting, Starting, Proving, Up, Ending, Out, Failed };
 
+    bool HasLostDoor() const { return !m_doorEnd.empty() && m_phase != Phase::Ending; }
     void StepOn();
     [[noreturn]] void BeInside(bm_dev::UniqueFd outside) const;
     void TakeLog(int kept) const;
     void OpenDoor();
-    void ProveDoor();
+    void ProveDoor(const char* look);
     void ProofHasEnded(int status);
     void Fail(const std::string& reason);
     void End(Phase then);
@@ -86,7 +89,9 @@ private:
     bm_dev::UniqueFd m_socket; ///< to the inside
     pid_t m_inside = -1;
     pid_t m_door = -1;
-    pid_t m_proof = -1; ///< a client that asks the door
+    pid_t m_proof = -1;    ///< a client that asks the door
+    std::string m_doorEnd; ///< how it ended; empty while it runs, and without a blade
+    Clock::time_point m_doorEnded;
     Clock::time_point m_begun;
     Clock::time_point m_nextProof;
 };
