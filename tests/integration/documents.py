@@ -36,7 +36,9 @@ class Command:
     @property
     def blade(self):
         """The options of the bladesim in which it runs; None when it makes its own blade, or needs none."""
-        if self.program in ("cmake", "g++", "export", "cd") or re.match(r"bladesim (.* )?--", self.text) and not re.match(r"bladesim [a-z]", self.text):
+        if self.program in ("cmake", "g++", "export", "cd") or re.match(r"bladesim shelf \d+ --", self.text):
+            return None
+        if re.match(r"bladesim (.* )?--", self.text) and not re.match(r"bladesim [a-z]", self.text):
             return None
         if "# without a controller" in self.text:
             return ("--no-ipmi",)

@@ -37,6 +37,7 @@ NO_EXAMPLES = [
     ("fleet.md", "bmhost-fleet /etc/bmhost-fleet", "writes into /etc and /var; Integration.fleet does the same elsewhere"),
     ("operations.md", "  ENTITYCAPTURE :: ReceivedFRUChunk", "traces that Integration.lost_late sees"),
     ("packaging.md", "find_package(", "a part of a CMakeLists.txt, which Integration.example_host builds"),
+    ("shelf.md", '{"blades": [', "a file, of the form that Integration.shelf uses"),
     ("storage.md", "<?xml", "a file"),
     ("storage.md", "<3> [Storage]", "the form of a log line"),
     ("vm.md", "bladesim --ipmi guest (outside)", "a drawing"),
