@@ -15,8 +15,8 @@ constexpr int CommandNotFound = 127;
 constexpr int SignalBase = 128;
 
 /// Becomes a program, looked for in PATH, with these descriptors for standard input, output and error. It gets default
-/// signal handling, with nothing blocked. When it cannot be executed, this process says so on standard error and ends with
-/// 126 or 127.
+/// signal handling, with nothing blocked. When it cannot be executed, this process says so on standard error and ends
+/// with 126 or 127.
 [[noreturn]] void Execute(const std::vector<std::string>& command, const std::array<int, 3>& standardFds = {0, 1, 2});
 
 /// Starts a child that does so.

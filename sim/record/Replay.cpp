@@ -37,7 +37,9 @@ void Replay::TellDifference(const Bytes& request) {
     const auto& exchanges = m_recording.m_exchanges;
     const auto times = std::ranges::count(exchanges, request, &RecordedExchange::m_request);
     std::string line = m_recording.m_file + ": request " + std::to_string(m_asked) + " differs: " + Describe(request);
-    line += times == 0 ? " is not in the recording" : " is there only " + std::to_string(times) + " times";
+    if (times == 0) line += " is not in the recording";
+    if (times == 1) line += " is there only once";
+    if (times > 1) line += " is there only " + std::to_string(times) + " times";
     line += m_asked <= exchanges.size() ? ", which has " + Describe(exchanges[m_asked - 1].m_request) + " at this place"
                                         : ", which has " + std::to_string(exchanges.size()) + " requests";
     m_tell(line);

@@ -31,6 +31,8 @@ NO_EXAMPLES = [
     ("bladesim.md", '"faults": [', "a part of a file"),
     ("bladesim.md", '"ethernet": {', "a part of a file"),
     ("bladesim.md", "bladesim: needs root", "the error of another machine; Integration.user sees the like"),
+    ("capture.md", '{"bladesim_recording":1}', "a file"),
+    ("capture.md", "bladesim: host.jsonl", "happens to a host that changed, which Integration.record sees"),
     ("capture.md", "bladesim: the controller at /dev/ipmi0", "happens when a controller goes away, which Integration.capture sees"),
     ("bmhost.md", "bmhost: the adaptor ended the process", "happens on a machine that OpenIPMI cannot use"),
     ("bmhost.md", "bmhost: `init` has not returned", "what Integration.waiting sees after ten seconds"),

@@ -89,7 +89,7 @@ def test_a_request_that_comes_more_often_than_recorded_differs(blade, tmp_path):
     twice = "bladesim show clear; for i in 1 2; do ipmitool -I open raw 0x2c 0 0; done"
     done = replay(blade, file, "sh", "-c", twice)
     assert f"request {count + 1} differs: " in done.stderr
-    assert f"is there only 1 times, which has {count} requests" in done.stderr
+    assert f"is there only once, which has {count} requests" in done.stderr
 
 
 def test_answers_take_as_long_as_they_did_unless_time_is_given_up(blade, tmp_path):

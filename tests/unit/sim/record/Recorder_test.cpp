@@ -33,17 +33,17 @@ protected:
     std::string m_file = testing::TempDir() + "recorder-" + std::to_string(::getpid());
 };
 
-constexpr uint8_t Request[] = {6, 1};
-constexpr uint8_t Answer[] = {0, 0x20};
+constexpr uint8_t AskedBytes[] = {6, 1};
+constexpr uint8_t AnsweredBytes[] = {0, 0x20};
 
 } // namespace
 
 TEST_F(RecorderTest, HasALineForEachRequestAndAnswerAtOnce) {
     Recorder recorder(m_file);
-    recorder.Request(1, 3, Request, {});
+    recorder.Request(1, 3, AskedBytes, {});
     ASSERT_THAT(Lines(), SizeIs(2)) << "while the recorder still lives";
-    recorder.Request(2, 3, Request, 0x82);
-    recorder.Answer(1, Answer);
+    recorder.Request(2, 3, AskedBytes, 0x82);
+    recorder.Answer(1, AnsweredBytes);
     const auto lines = Lines();
     ASSERT_THAT(lines, SizeIs(4));
     EXPECT_EQ(lines[0][RecordingKey], RecordingVersion);
@@ -60,8 +60,8 @@ TEST_F(RecorderTest, HasALineForEachRequestAndAnswerAtOnce) {
 TEST_F(RecorderTest, IsReadAgain) {
     {
         Recorder recorder(m_file);
-        recorder.Request(1, 1, Request, {});
-        recorder.Answer(1, Answer);
+        recorder.Request(1, 1, AskedBytes, {});
+        recorder.Answer(1, AnsweredBytes);
     }
     const Recording recording = ReadRecording(m_file);
     ASSERT_THAT(recording.m_exchanges, SizeIs(1));
@@ -81,8 +81,8 @@ TEST_F(RecorderTest, BelongsToItsOwnerAndBeginsAnew) {
 
 TEST_F(RecorderTest, RecordsNothingWithoutAFile) {
     Recorder recorder;
-    recorder.Request(1, 1, Request, {});
-    recorder.Answer(1, Answer);
+    recorder.Request(1, 1, AskedBytes, {});
+    recorder.Answer(1, AnsweredBytes);
     EXPECT_FALSE(std::filesystem::exists(m_file));
 }
 

@@ -60,5 +60,5 @@ TEST_F(ReplayTest, KnowsWhenTheRecordingHasEnded) {
     m_replay.Answer({6, 8});
     m_replay.Answer({6, 8});
     EXPECT_THAT(m_told,
-                ElementsAre("file: request 5 differs: App (06 08) is there only 1 times, which has 4 requests"));
+                ElementsAre("file: request 5 differs: App (06 08) is there only once, which has 4 requests"));
 }
