@@ -59,6 +59,5 @@ TEST_F(ReplayTest, KnowsWhenTheRecordingHasEnded) {
     m_replay.Answer({6, 1});
     m_replay.Answer({6, 8});
     m_replay.Answer({6, 8});
-    EXPECT_THAT(m_told,
-                ElementsAre("file: request 5 differs: App (06 08) is there only once, which has 4 requests"));
+    EXPECT_THAT(m_told, ElementsAre("file: request 5 differs: App (06 08) is there only once, which has 4 requests"));
 }
