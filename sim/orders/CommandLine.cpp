@@ -18,8 +18,8 @@ namespace bladesim {
 namespace {
 
 constexpr char Usage[] =
-    "Usage: bladesim [--blade FILE] [--no-ipmi | --ipmi WHO] [--timeout MS | --timeout-when-lost] [--verbose]\n"
-    "                [--record FILE] [--replay FILE] -- COMMAND…\n"
+    "Usage: bladesim [--blade FILE] [--no-ipmi | --ipmi WHO] [--timeout MS | --timeout-when-lost] [--verbose] -- COMMAND…\n"
+    "       bladesim [--record FILE] [--replay FILE] [--blade FILE] -- COMMAND…\n"
     "       bladesim [--blade FILE] --dump-fru ID FILE\n"
     "       bladesim list [--json]\n"
     "       bladesim attach [NAME] [-- COMMAND…]\n"
