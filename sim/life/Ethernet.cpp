@@ -2,7 +2,7 @@
 #include "sim/life/Ethernet.h"
 
 #include "sim/base/Error.h"
-#include "sim/life/Netlink.h"
+#include "sim/base/Netlink.h"
 
 #include <linux/if_link.h>
 #include <linux/netlink.h>
@@ -55,8 +55,8 @@ bm_dev::UniqueFd MakeInterfaces(const std::vector<EthernetInterface>& interfaces
     for (const EthernetInterface& interface : interfaces) {
         const std::string& name = interface.m_name;
         if (!AskKernel(links, CableRequest(interface, farNamespace.Get()))) ThrowErrno(name + ": cannot be made");
-        BringUp(there, name);
-        BringUp(here, name);
+        RaiseInterface(there, name);
+        RaiseInterface(here, name);
         if (!interface.m_address) continue;
         GiveAddress(here, name, interface.m_address->m_address, interface.m_address->m_mask);
     }

@@ -2,8 +2,8 @@
 #include "sim/shelf/Backplane.h"
 
 #include "sim/base/Error.h"
+#include "sim/base/Netlink.h"
 #include "sim/blade/MacText.h"
-#include "sim/life/Netlink.h"
 
 #include <fcntl.h>
 #include <linux/if_link.h>
@@ -84,7 +84,7 @@ Backplane::Backplane()
     if (!AskKernel(m_netlink, BridgeRequest())) ThrowErrno("the shelf's base interface, a bridge, cannot be made");
     m_bridge = ::if_nametoindex(Bridge);
     GiveAddress(m_socket, Bridge, ShelfAddress(), BaseMask());
-    BringUp(m_socket, Bridge);
+    RaiseInterface(m_socket, Bridge);
 }
 
 void Backplane::Plug(const ShelfPlace& place, pid_t inside) {
@@ -94,8 +94,8 @@ void Backplane::Plug(const ShelfPlace& place, pid_t inside) {
     if (!AskKernel(m_netlink, CableRequest(place, m_bridge, blade.Get())))
         ThrowErrno(port + ": the cable to the blade cannot be made");
     GiveAddress(far, InterfaceInBlade, AddressOf(place), BaseMask());
-    BringUp(far, InterfaceInBlade);
-    BringUp(m_socket, port);
+    RaiseInterface(far, InterfaceInBlade);
+    RaiseInterface(m_socket, port);
 }
 
 void Backplane::Unplug(const ShelfPlace& place) {

@@ -43,7 +43,7 @@ def start(blade, home):
 
 
 def test_the_blades_that_came_with_bladesim_are_listed_with_what_they_are(blade):
-    names = sorted(file.stem for file in BLADES.glob("*.json") if file.name != "blade.schema.json")
+    names = sorted(file.stem for file in BLADES.glob("*.json") if not file.name.endswith(".schema.json"))
     shown = json.loads(blade.run("list", "--json").stdout)
     assert [each["blade"] for each in shown] == names
     assert [each["description"] for each in shown] == [json.loads((BLADES / f"{name}.json").read_text())["description"] for name in names]

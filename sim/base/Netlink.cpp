@@ -1,5 +1,5 @@
 // Asks the kernel for network interfaces: netlink messages, and the older calls for flags and addresses.
-#include "sim/life/Netlink.h"
+#include "sim/base/Netlink.h"
 
 #include "sim/base/Error.h"
 
@@ -105,7 +105,7 @@ bm_dev::UniqueFd NamespaceOf(const bm_dev::UniqueFd& socket) {
     return networkNamespace;
 }
 
-void BringUp(const bm_dev::UniqueFd& socket, const std::string& interface) {
+void RaiseInterface(const bm_dev::UniqueFd& socket, const std::string& interface) {
     ifreq request{};
     request.ifr_flags = IFF_UP;
     Call(socket, SIOCSIFFLAGS, interface, request);

@@ -50,7 +50,7 @@ bool AskKernel(const bm_dev::UniqueFd& netlink, const std::string& request);
 bm_dev::UniqueFd OpenNetworkSocket(int domain, int type, int protocol);
 /// A socket gives the answer even where there is no /proc.
 bm_dev::UniqueFd NamespaceOf(const bm_dev::UniqueFd& socket);
-void BringUp(const bm_dev::UniqueFd& socket, const std::string& interface);
+void RaiseInterface(const bm_dev::UniqueFd& socket, const std::string& interface);
 void GiveAddress(const bm_dev::UniqueFd& socket, const std::string& interface, in_addr address, in_addr mask);
 
 } // namespace bladesim
