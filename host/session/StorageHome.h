@@ -8,13 +8,13 @@ namespace bmhost {
 /// A file of bmhost's own in the user's state folder: $XDG_STATE_HOME, or ~/.local/state.
 std::string StateFile(const std::string& name);
 
-/// In a simulated blade, the folder for what bmhost keeps: the one that `bladesim --keep` names, else one that goes with
-/// the blade. Otherwise empty.
+/// In a simulated blade, the folder for what bmhost keeps: the one that `bladesim --keep` names, else one that goes
+/// with the blade. Otherwise empty.
 std::string BladeStorage();
 
-/// The folder of the storage unless --storage names another: in a simulated blade that blade's; /var/lib/bmhost for root,
-/// since all who are root share one blade; with $XDG_STATE_HOME and for any other user, the one in the user's state
-/// folder.
+/// The folder of the storage unless --storage names another: in a simulated blade that blade's; /var/lib/bmhost for
+/// root, since all who are root share one blade; with $XDG_STATE_HOME and for any other user, the one in the user's
+/// state folder.
 std::string StorageHome();
 
 /// What it depends on.
