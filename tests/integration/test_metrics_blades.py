@@ -7,7 +7,7 @@ import pytest
 from conftest import SECONDS
 from prometheus_client.parser import text_string_to_metric_families as families
 
-BLADES = sorted(file.stem for file in (Path(__file__).parents[2] / "sim" / "blades").glob("*.json") if file.stem != "blade.schema")
+BLADES = sorted(file.stem for file in (Path(__file__).parents[2] / "sim" / "blades").glob("*.json") if not file.name.endswith(".schema.json"))
 
 ENDLESS = {"lost-late", "odd-area"}  # init does not return there
 
