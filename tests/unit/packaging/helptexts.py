@@ -28,7 +28,7 @@ class Help:
     def words(self):
         """What an argument may be: "{a,b}", or a list of its own."""
         sets = re.findall(r"{([\w,-]+)}", self.text)
-        return {word for each in sets for word in each.split(",")} | set(self.section(r"(?:MODE is|What DO)"))
+        return {word for each in sets for word in each.split(",")} | set(self.section(r"(?:MODE is|What DO|Orders,)"))
 
     def commands(self):
         """The helps of its commands: of a list, or of the lines of a usage that begin with the program's name."""
