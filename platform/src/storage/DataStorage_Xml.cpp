@@ -31,14 +31,14 @@ void Need(bool done) {
     if (!done) throw std::bad_alloc();
 }
 
-pugi::xml_node AddElement(pugi::xml_node parent, const char* name) {
+pugi::xml_node AddElement(pugi::xml_node& parent, const char* name) {
     pugi::xml_node element = parent.append_child(pugi::node_element);
     Need(element.set_name(name));
     return element;
 }
 
 template <typename Value>
-void AddAttribute(pugi::xml_node element, const char* name, Value value) {
+void AddAttribute(pugi::xml_node& element, const char* name, Value value) {
     pugi::xml_attribute attribute = element.append_attribute("");
     Need(attribute.set_name(name) && attribute.set_value(value));
 }
@@ -173,13 +173,13 @@ Rows RowsFromXml(const std::string& text) {
 
 std::string XmlFromRows(const Rows& rows) {
     pugi::xml_document document;
-    const pugi::xml_node root = AddElement(document, Root);
+    pugi::xml_node root = AddElement(document, Root);
     AddAttribute(root, "version", Version);
     for (const CBMIParams& row : rows.All()) {
-        const pugi::xml_node node = AddElement(root, "row");
+        pugi::xml_node node = AddElement(root, "row");
         for (int i = 0; i < row.GetSize(); ++i) {
             const CBMIParam& param = *row.Get(i);
-            const pugi::xml_node child = AddElement(node, "param");
+            pugi::xml_node child = AddElement(node, "param");
             AddAttribute(child, "id", IdToText(param.GetId()).c_str());
             AddAttribute(child, "type", TypeToText(param.GetType()));
             AddAttribute(child, "key", param.IsKey());

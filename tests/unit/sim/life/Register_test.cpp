@@ -23,7 +23,6 @@ namespace fs = std::filesystem;
 class Register : public testing::Test {
 protected:
     Register() {
-        m_run = testing::TempDir() + "register-XXXXXX";
         EXPECT_NE(::mkdtemp(m_run.data()), nullptr);
         ::setenv("BLADESIM_RUN_DIR", m_run.c_str(), 1);
         m_folder = m_run + "/blades";
@@ -42,7 +41,7 @@ protected:
         return "";
     }
 
-    std::string m_run;
+    std::string m_run = testing::TempDir() + "register-XXXXXX";
     std::string m_folder;
 };
 

@@ -20,7 +20,6 @@ namespace fs = std::filesystem;
 class NoUserNamespace : public testing::Test {
 protected:
     NoUserNamespace() {
-        m_folder = testing::TempDir() + "settings-XXXXXX";
         EXPECT_NE(::mkdtemp(m_folder.data()), nullptr);
         Set("kernel/unprivileged_userns_clone", 1);
         Set("user/max_user_namespaces", 63000);
@@ -36,7 +35,7 @@ protected:
 
     std::string Why(int error) const { return WhyNoUserNamespace(error, m_folder); }
 
-    std::string m_folder;
+    std::string m_folder = testing::TempDir() + "settings-XXXXXX";
 };
 
 } // namespace
