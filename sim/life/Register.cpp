@@ -93,6 +93,11 @@ std::optional<RunningBlade> ReadEntry(const fs::path& file) {
     }
 }
 
+/// Where everybody may make folders it stays: another user could take its name while a blade is about to be entered.
+void RemoveIfEmpty(const fs::path& folder) {
+    if (folder.parent_path() != "/tmp") ::rmdir(folder.c_str());
+}
+
 } // namespace
 
 std::string RegisterFolder() {
@@ -115,6 +120,7 @@ std::vector<RunningBlade> RunningBlades(const std::string& folder) {
     for (const fs::directory_entry& file : fs::directory_iterator(folder, ignored)) {
         if (const auto blade = ReadEntry(file.path())) blades.push_back(*blade);
     }
+    if (blades.empty()) RemoveIfEmpty(folder);
     std::ranges::sort(blades, {}, &RunningBlade::m_name);
     return blades;
 }
@@ -132,6 +138,7 @@ Registration::Registration(const std::string& folder, const std::string& name) :
     struct stat state {};
     while (state.st_nlink == 0) {
         m_entry = bm_dev::UniqueFd(::open(m_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, OwnersFile));
+        if (!m_entry && errno == ENOENT && RegisterFolder() == folder) continue; // the last blade has just removed it
         if (!m_entry) ThrowErrno(m_path);
         const flock lock = WholeFile(F_WRLCK);
         if (::fcntl(m_entry.Get(), F_OFD_SETLK, &lock) != 0) {
@@ -145,7 +152,9 @@ Registration::Registration(const std::string& folder, const std::string& name) :
 }
 
 Registration::~Registration() {
-    if (m_entry) ::unlink(m_path.c_str());
+    if (!m_entry) return;
+    ::unlink(m_path.c_str());
+    RemoveIfEmpty(fs::path(m_path).parent_path());
 }
 
 Registration Registration::Any(const std::string& folder, const std::string& name) {

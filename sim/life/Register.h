@@ -17,7 +17,7 @@ struct RunningBlade {
 };
 
 /// The folder of the register: for its user only. Makes it when it is not there yet. Throws a BladeError when there is
-/// none that nobody else could have written to.
+/// none that nobody else could have written to. The last blade that ends removes it, but not from /tmp.
 std::string RegisterFolder();
 
 /// Those that run, by their names.

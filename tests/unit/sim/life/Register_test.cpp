@@ -67,6 +67,19 @@ TEST_F(Register, IsRefusedWhenItIsALink) {
     EXPECT_THAT(ErrorOf([] { RegisterFolder(); }), HasSubstr("/blades: is not a folder"));
 }
 
+TEST_F(Register, GoesWithTheLastBladeAndComesWithTheNext) {
+    const std::string folder = RegisterFolder();
+    {
+        const Registration first = Registration::Any(folder, "typical");
+        { const Registration second = Registration::Any(folder, "full"); }
+        EXPECT_TRUE(fs::exists(folder));
+    }
+    EXPECT_FALSE(fs::exists(folder));
+    const Registration next = Registration::Any(folder, "typical");
+    EXPECT_EQ(next.Name(), "typical");
+    EXPECT_TRUE(fs::exists(folder));
+}
+
 TEST_F(Register, HasABladeAsLongAsItRuns) {
     const std::string folder = RegisterFolder();
     {
@@ -82,7 +95,7 @@ TEST_F(Register, HasABladeAsLongAsItRuns) {
         EXPECT_EQ(blades[0].m_process, 17);
     }
     EXPECT_THAT(RunningBlades(folder), testing::IsEmpty());
-    EXPECT_TRUE(fs::is_empty(folder));
+    EXPECT_FALSE(fs::exists(folder)) << "nothing is left";
 }
 
 TEST_F(Register, GivesTheNextNameWhenOneIsTaken) {
