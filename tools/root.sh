@@ -47,7 +47,7 @@ new_root()
 
 # in_root FOLDER COMMAND…: runs it in the root. Every process that it leaves running ends with its process namespace,
 # every mount with its mount namespace. Before that, $ROOT_BINDS are mounted, one per line: the folder, a colon, and its
-# place in the root.
+# place in the root. It is the namespace's own root: from a chroot, an ordinary user gets no user namespace.
 # shellcheck disable=SC2016
 in_root()
 {
@@ -56,5 +56,6 @@ in_root()
         printf %s "$ROOT_BINDS" | while IFS=: read -r from to; do
             mkdir -p "$0$to" && mount --bind "$from" "$0$to" || exit
         done || exit
-        exec chroot "$0" /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin "$@"' "$@" </dev/null
+        cd "$0" && pivot_root . mnt && umount -l /mnt || exit
+        exec /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin "$@"' "$@" </dev/null
 }
