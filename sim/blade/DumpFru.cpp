@@ -2,6 +2,7 @@
 #include "sim/blade/DumpFru.h"
 
 #include "bm_dev/UniqueFd.h"
+#include "sim/base/Bytes.h"
 #include "sim/base/Error.h"
 #include "sim/base/Replacement.h"
 #include "sim/blade/FruImage.h"
@@ -13,8 +14,6 @@
 
 namespace bladesim {
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 const Inventory& InventoryOf(const Blade& blade, unsigned id) {
     const auto found =

@@ -2,6 +2,8 @@
 // Layout: IPMI Platform Management FRU Information Storage Definition, format version 1.
 #include "sim/blade/FruImage.h"
 
+#include "sim/base/Bytes.h"
+
 #include <algorithm>
 #include <cassert>
 #include <initializer_list>
@@ -9,8 +11,6 @@
 
 namespace bladesim {
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 constexpr uint8_t FormatVersion = 1;
 constexpr uint8_t LanguageEnglish = 0;

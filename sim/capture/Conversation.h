@@ -1,6 +1,7 @@
 // What a controller is asked during a capture, and what it answered: every reply is kept, refusals and short ones too.
 #pragma once
 
+#include "sim/base/Bytes.h"
 #include "sim/blade/Blade.h"
 
 #include <cstdint>
@@ -11,8 +12,6 @@
 #include <vector>
 
 namespace bladesim {
-
-using Bytes = std::vector<uint8_t>;
 
 /// Sends a request (network function, command, data) and returns completion code and data; nullopt: there was no
 /// answer.

@@ -2,14 +2,13 @@
 #pragma once
 
 #include "bm_dev/UniqueFd.h"
+#include "sim/base/Bytes.h"
 
 #include <cstdint>
 #include <optional>
 #include <vector>
 
 namespace bladesim {
-
-using Bytes = std::vector<uint8_t>;
 
 inline constexpr char IpmiDeviceFile[] = "/dev/ipmi0";
 

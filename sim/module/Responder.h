@@ -1,6 +1,7 @@
 // All that the carrier answers for a controller: what its blade says, except where the blade file keeps the very reply.
 #pragma once
 
+#include "sim/base/Bytes.h"
 #include "sim/module/Carrier.h"
 #include "sim/module/InventoryAreas.h"
 
@@ -20,8 +21,6 @@ public:
     const Carrier& Served() const { return m_carrier; }
 
 private:
-    using Bytes = std::vector<uint8_t>;
-
     Reply AnswerByBlade(uint8_t netFn, uint8_t command, Request request, LedClock::time_point now);
     void ForgetKept(const Bytes& beginning);
     void ForgetWhatChanged(uint8_t netFn, uint8_t command, Request request);

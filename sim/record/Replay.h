@@ -1,6 +1,7 @@
 // Answers requests from a recording: each with the next answer that it has to the same request.
 #pragma once
 
+#include "sim/base/Bytes.h"
 #include "sim/record/Recording.h"
 
 #include <deque>
@@ -19,7 +20,6 @@ struct ReplayedAnswer {
 
 class Replay {
 public:
-    using Bytes = std::vector<uint8_t>;
     /// The name of a command, or "".
     using NameCommand = std::function<std::string(uint8_t netFn, uint8_t command)>;
     using Tell = std::function<void(const std::string&)>;

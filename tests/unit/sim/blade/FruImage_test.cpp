@@ -1,6 +1,8 @@
 // FRU images built from texts: layout, checksums, padding.
 #include "sim/blade/FruImage.h"
 
+#include "sim/base/Bytes.h"
+
 #include <gmock/gmock.h>
 
 #include <numeric>
@@ -9,8 +11,6 @@ using namespace bladesim;
 using testing::ElementsAre;
 
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 Inventory SampleInventory() {
     Inventory inventory;

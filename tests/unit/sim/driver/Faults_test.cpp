@@ -1,6 +1,8 @@
 // Which requests a fault hits.
 #include "sim/driver/Faults.h"
 
+#include "sim/base/Bytes.h"
+
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -8,8 +10,6 @@
 using namespace bladesim;
 
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 const Bytes ReadFru2 = {0x0A, 0x11, 0x02, 0x00, 0x00, 0x10};
 const Bytes GetDeviceId = {0x06, 0x01};

@@ -1,6 +1,8 @@
 // What each kind of fault does to a request and to its reply.
 #include "sim/driver/FaultyWire.h"
 
+#include "sim/base/Bytes.h"
+
 #include <gmock/gmock.h>
 
 #include <vector>
@@ -11,8 +13,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 const FaultyWire::Clock::time_point Now{};
 const VmMessage ReadFru2Message = {7, 0x0A, 0, 0x11, {0x02, 0x00, 0x00, 0x10}};

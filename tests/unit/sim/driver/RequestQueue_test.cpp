@@ -1,6 +1,8 @@
 // The driver's queue: one request at a time, replies to their openers, time-outs.
 #include "sim/driver/RequestQueue.h"
 
+#include "sim/base/Bytes.h"
+
 #include <gmock/gmock.h>
 #include <linux/ipmi.h>
 #include <linux/ipmi_msgdefs.h>
@@ -13,8 +15,6 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 constexpr int Opener = 5;
 constexpr int Other = 6;

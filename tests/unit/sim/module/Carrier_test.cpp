@@ -2,6 +2,7 @@
 #include "sim/module/Carrier.h"
 
 #include "SampleCarrier.h"
+#include "sim/base/Bytes.h"
 
 #include <gmock/gmock.h>
 
@@ -14,8 +15,6 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 constexpr uint8_t PICMGCommands = 0x30;
 

@@ -1,6 +1,7 @@
 // The inventory areas: read and written in pieces, and where that is refused.
 #include "sim/module/InventoryAreas.h"
 
+#include "sim/base/Bytes.h"
 #include "sim/blade/FruImage.h"
 
 #include "SampleCarrier.h"
@@ -14,8 +15,6 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 constexpr uint8_t AreaInfo = 0x10;
 constexpr uint8_t ReadData = 0x11;
