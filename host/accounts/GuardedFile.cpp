@@ -1,18 +1,18 @@
 // A file that decides who may come in: read only when nobody else can have written it, replaced as a whole.
 #include "host/accounts/GuardedFile.h"
 
+#include "bm_dev/Group.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
-#include <grp.h>
 #include <stdexcept>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
-#include <vector>
 
 namespace bmhost {
 
@@ -85,26 +85,18 @@ void WriteFresh(int file, const std::string& path, const std::string& text) {
     if (fsync(file) != 0) FailFile(path, errno);
 }
 
-std::optional<gid_t> GroupNamed(const char* name) {
-    std::vector<char> texts(65536); // of all its members
-    group known{};
-    group* found = nullptr;
-    if (getgrnam_r(name, &known, texts.data(), texts.size(), &found) != 0 || found == nullptr) return std::nullopt;
-    return known.gr_gid;
-}
-
 // Which group may read the new file.
 std::optional<gid_t> ReadersOf(const std::string& path, const char* group) {
     struct stat old {};
     if (lstat(path.c_str(), &old) == 0 && (old.st_mode & S_IRGRP) != 0) return old.st_gid;
-    return GroupNamed(group);
+    return bm_dev::GroupNamed(group);
 }
 
 // Who may not give it to the group keeps it to himself.
 void GiveTo(int file, const std::string& path, std::optional<gid_t> group) {
     if (!group) return;
     if (fchown(file, static_cast<uid_t>(-1), *group) != 0) {
-        if (errno == EPERM) return;
+        if (bm_dev::MayNotGiveToGroup(errno)) return;
         FailFile(path, errno);
     }
     if (fchmod(file, GroupsMode) != 0) FailFile(path, errno);

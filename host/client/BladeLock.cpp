@@ -1,6 +1,7 @@
 // The lock of a blade: its holder is the only process that changes the blade.
 #include "host/client/BladeLock.h"
 
+#include "bm_dev/Group.h"
 #include "host/output/Time.h"
 #include "host/words/Error.h"
 
@@ -12,13 +13,11 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <grp.h>
 #include <stdexcept>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 namespace bmhost {
 
@@ -54,7 +53,7 @@ UniqueFd OpenFolder(const std::string& path) {
     if (!folder) Refuse(path, errno == ELOOP ? "it is a symbolic link" : ReasonOf(errno));
     if (made) {
         // The umask may have taken bits, and a group of another's choice the access.
-        if (fchown(folder.Get(), static_cast<uid_t>(-1), GroupOfAskers()) != 0 && errno != EPERM)
+        if (fchown(folder.Get(), static_cast<uid_t>(-1), GroupOfAskers()) != 0 && !bm_dev::MayNotGiveToGroup(errno))
             Refuse(path, strerror(errno));
         if (fchmod(folder.Get(), FolderMode) != 0) Refuse(path, strerror(errno));
     }
@@ -118,11 +117,7 @@ Owner OwnerIn(int file) {
 } // namespace
 
 gid_t GroupOfAskers() {
-    std::vector<char> texts(65536); // of all its members
-    group askers{};
-    group* found = nullptr;
-    const int error = getgrnam_r("bmhost", &askers, texts.data(), texts.size(), &found);
-    return error == 0 && found != nullptr ? askers.gr_gid : getegid();
+    return bm_dev::GroupNamed("bmhost").value_or(getegid());
 }
 
 BladeLock::BladeLock(const HostPlace& place, const std::string& program) : m_folder(OpenFolder(place.m_folder)) {

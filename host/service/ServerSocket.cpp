@@ -1,6 +1,8 @@
 // The socket at which the resident host is asked.
 #include "host/service/ServerSocket.h"
 
+#include "bm_dev/Group.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -45,7 +47,7 @@ ServerSocket::ServerSocket(const BladeLock& lock, const HostPlace& place)
     check(bind(m_socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0);
     check(fchmodat(lock.Folder(), FileName, FileMode, 0) == 0);
     check(fchownat(lock.Folder(), FileName, static_cast<uid_t>(-1), GroupOfAskers(), AT_SYMLINK_NOFOLLOW) == 0 ||
-          errno == EPERM);
+          bm_dev::MayNotGiveToGroup(errno));
     check(listen(m_socket.Get(), Backlog) == 0);
 }
 

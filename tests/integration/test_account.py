@@ -153,6 +153,16 @@ class Asked:
         return self.process.wait(SECONDS)
 
 
+def test_in_a_user_namespace_without_the_group_the_file_is_its_owners(account, tmp_path):
+    assert add(account, "anna").returncode == 0
+    (tmp_path / "accounts").chmod(0o640)
+    # Its group has no number there, as that of the door has none for an ordinary user who is root in a simulated blade.
+    done = add(account, "bob", before=["unshare", "--user", "--map-user=0"])
+    assert (done.returncode, done.stderr) == (0, "")
+    assert (tmp_path / "accounts").stat().st_mode & 0o777 == 0o600
+    assert [name for name, _ in listed(account)] == ["anna", "bob"]
+
+
 def test_a_password_is_asked_for_twice_and_not_shown(account, tmp_path):
     asked = Asked("add", "anna", "--role", "ReadOnly", "--accounts", tmp_path / "accounts")
     asked.reads("New password of anna: ")

@@ -5,24 +5,13 @@ import os
 import re
 import signal
 import subprocess
+from pathlib import Path
 
 import pytest
 from conftest import SECONDS, Blade, bin_folder
 
-# Run by the shelf's COMMAND: the inventory of each blade that it names, all read at once.
-READ = """
-import base64, concurrent.futures, json, os, ssl, sys, urllib.request
-context = ssl.create_default_context(cafile=os.environ["BLADESIM_SHELF_CA"])
-account = "Basic " + base64.b64encode(os.environ["BLADESIM_SHELF_ACCOUNT"].encode()).decode()
-def get(name, path):
-    request = urllib.request.Request(f"https://{name}:8443{path}", headers={"Authorization": account})
-    return json.load(urllib.request.urlopen(request, context=context, timeout=60))
-def inventory(name):
-    chassis = [get(name, each["@odata.id"]) for each in get(name, "/redfish/v1/Chassis")["Members"]]
-    return {each["Id"]: each.get("SerialNumber") for each in chassis}
-with concurrent.futures.ThreadPoolExecutor(14) as readers:
-    print(json.dumps(list(readers.map(inventory, sys.argv[1:]))))
-"""
+# Run by the shelf's COMMAND.
+READ = Path(__file__).with_name("shelf-inventories")
 CURL = 'curl -s -S -m {seconds} -o /dev/null -w "%{{http_code}}" --cacert "$BLADESIM_SHELF_CA" -u "$BLADESIM_SHELF_ACCOUNT" https://{name}:8443/v1/blade'
 CERTIFICATE = "/usr/bin/python3 -c 'import ssl; print(ssl.get_server_certificate((\"{name}\", 8443)))'"
 
@@ -71,9 +60,9 @@ def shelf():
 
 
 def test_each_of_three_blades_has_an_inventory_of_its_own(blade):
-    done = blade.run("shelf", "3", "--", "/usr/bin/python3", "-c", READ, "blade1", "blade2", "blade3")
+    done = blade.run("shelf", "3", "--", READ, "blade1", "blade2", "blade3")
     assert done.returncode == 0, done.stderr
-    inventories = json.loads(done.stdout)
+    inventories = [json.loads(line) for line in done.stdout.splitlines()]
     assert [sorted(each) for each in inventories] == [
         ["AMC3", "AMC6", "Blade", "RTM"],
         ["AMC1", "AMC2", "AMC3", "AMC4", "AMC5", "AMC6", "AMC7", "AMC8", "Blade", "RTM"],
