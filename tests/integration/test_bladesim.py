@@ -236,8 +236,11 @@ def test_ctrl_c_at_the_terminal_ends_the_command_and_the_blade(blade):
     process, terminal = pty.fork()
     if process == 0:
         os.execve(bin_folder() / "bladesim", ["bladesim", *READY], blade.environment({}))
-    assert select.select([terminal], [], [], SECONDS)[0]
-    assert os.read(terminal, 100) == b"ready\r\n"
+    said = b""
+    while not said.endswith(b"\n"):
+        assert select.select([terminal], [], [], SECONDS)[0], said
+        said += os.read(terminal, 100)
+    assert said == b"ready\r\n"
     processes = blade.processes()
     os.write(terminal, b"\x03")
     blade.wait_until_gone(processes)

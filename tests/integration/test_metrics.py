@@ -93,16 +93,15 @@ def test_the_values_are_those_of_the_looks(quiet_host):
         assert value(samples, "bmhost_port_link_up", port=str(port["port"])) == (port["link"] == "up")
 
 
-def requests_beside_scrapes():
+def requests_beside_a_scrape():
     order("show", "clear")
-    for _ in range(20):
-        assert value(scrape(), "bmhost_up") == 1
+    assert value(scrape(), "bmhost_up") == 1
     return requests()
 
 
 def test_a_scrape_costs_no_request_to_the_controller(quiet_host):
     # OpenIPMI has requests of its own, now and then.
-    assert any(requests_beside_scrapes() == [] for _ in range(5))
+    assert [requests_beside_a_scrape() for _ in range(20)].count([]) > 10
     order("show", "clear")
     assert bmhost("read", "0x100", "0x101=1").returncode == 0
     assert len(requests()) == 1, "the blade does count"
