@@ -31,6 +31,8 @@ export function sharedBlade(prepare = async () => {}) {
   return shared;
 }
 
+// An answer that is on its way to a route's handler when the page is left is nobody's error.
+const LATE = {behavior: "ignoreErrors"};
 const USUAL = {viewport: {width: 1280, height: 900}, colorScheme: null, reducedMotion: null};
 
 async function newPage(browser, options) {
@@ -53,7 +55,7 @@ async function usualPage(t, browser, options) {
   await page.emulateMedia(media);
   t.after(async () => {
     page.removeAllListeners();
-    await page.unrouteAll();
+    await page.unrouteAll(LATE);
     await page.goto("about:blank");
     browser.inUse = false;
   });
@@ -65,7 +67,10 @@ export async function visit(t, browser, url, options = {}) {
   let page = await usualPage(t, browser, options);
   if (page === null) {
     page = await newPage(browser, options);
-    t.after(() => page.context().close());
+    t.after(async () => {
+      await page.unrouteAll(LATE);
+      await page.context().close();
+    });
   }
   page.complaints = [];
   page.on("pageerror", (error) => page.complaints.push(String(error)));

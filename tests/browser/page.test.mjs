@@ -89,7 +89,7 @@ test("texts of the hardware are texts", async (t) => {
   assert.equal(await page.title(), `✕ ${seen}`);
   assert.equal(await page.locator("#faults dd").first().innerText(), seen);
   assert.equal(await page.locator("#verdict").innerText(), `✕ ${seen}: ${seen}`);
-  await page.unroute("**/v1/blade");
+  await page.unrouteAll({behavior: "wait"});
   const real = await opened(t);
   for (const bay of [0, 3, 6, 9]) await face(real, bay).click();
   for (const each of [page, real]) {
@@ -122,7 +122,7 @@ test("what is not heard is not claimed", async (t) => {
   assert.doesNotMatch(await deaf.locator("body").innerText(), /Nothing is wrong/);
   assert.doesNotMatch(await deaf.locator("#chart").evaluate((chart) => chart.textContent), /a second/);
   assert.equal(await deaf.locator("#chart .axis").first().evaluate((each) => getComputedStyle(each).visibility), "hidden", "no scale of nothing");
-  await deaf.unroute("**/v1/**");
+  await deaf.unrouteAll({behavior: "wait"});
   await live(deaf);
   assert.equal(await deaf.locator("#lost").isVisible(), false);
 });
