@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -79,8 +80,11 @@ void Ground::BindHostNames(const std::vector<ShelfPlace>& places) const {
     std::ifstream file(MachinesNames, std::ios::binary);
     const std::string others{std::istreambuf_iterator<char>(file), {}};
     WriteFile(m_files.HostNames(), HostNames(places, others));
-    if (::mount(m_files.HostNames().c_str(), MachinesNames, nullptr, MS_BIND, nullptr) != 0)
-        ThrowErrno(std::string(MachinesNames) + ": the names of the blades cannot be put in its place");
+    if (::mount(m_files.HostNames().c_str(), MachinesNames, nullptr, MS_BIND, nullptr) == 0) return;
+    if (errno == ENOENT)
+        throw BladeError(std::string("there is no ") + MachinesNames +
+                         ", in whose place the names of the blades are put; an empty one is enough");
+    ThrowErrno(std::string(MachinesNames) + ": the names of the blades cannot be put in its place");
 }
 
 /// bladesim and bmhost are found even where they are only built: after all that PATH names.

@@ -156,6 +156,15 @@ def test_nothing_is_left_of_a_shelf_whose_bladesim_is_killed():
     killed.blade.end()
 
 
+def test_a_system_without_names_of_machines_is_told_what_it_needs(tmp_path):
+    for name in ("passwd", "group", "nsswitch.conf"):
+        (tmp_path / name).write_bytes(Path("/etc", name).read_bytes())
+    inside = 'mount --bind "$1" /etc && exec "$2" shelf 1 -- true'
+    done = subprocess.run(["unshare", "-rm", "sh", "-c", inside, "sh", tmp_path, bin_folder() / "bladesim"], capture_output=True, text=True, timeout=SECONDS)
+    assert (done.returncode, done.stdout) == (3, "")
+    assert done.stderr == "bladesim: there is no /etc/hosts, in whose place the names of the blades are put; an empty one is enough\n"
+
+
 def test_a_blade_that_does_not_come_up_is_named_with_its_reason_and_log(blade):
     done = blade.run("shelf", "2", "--", "true", env={"PATH": "/nowhere"})
     assert (done.returncode, done.stdout) == (3, "")
