@@ -81,8 +81,13 @@ export async function visit(t, browser, url, options = {}) {
   return page;
 }
 
-export function live(page) {
-  return page.locator("#link-text", {hasText: /^live$/}).waitFor();
+export async function live(page) {
+  try {
+    await page.locator("#link-text", {hasText: /^live$/}).waitFor();
+  } catch (error) {
+    const says = await page.locator("#link, #lost").allTextContents();
+    throw new Error(`the page hears nothing; it says ${JSON.stringify(says)}, and complains of ${JSON.stringify(page.complaints)}`, {cause: error});
+  }
 }
 
 /** A page that has heard the blade. */
