@@ -15,6 +15,8 @@ from pathlib import Path
 
 INSIDE = Path(__file__).with_name("inside.py")
 TICKS = os.sysconf("SC_CLK_TCK")
+WATCHES = Path("/proc/sys/fs/inotify/max_user_instances")
+OTHER_WATCHES = 16  # of what else the user runs
 
 
 @dataclass
@@ -92,7 +94,7 @@ class Shelves:
             time.sleep(0.2)
 
     def tell(self, name: str) -> None:
-        for folder in self.folders:
+        for folder in self.folders[: len(self.running)]:
             (folder / name).touch()
 
     def end(self) -> None:
@@ -133,7 +135,16 @@ def show(shelves: Shelves, before: dict[str, Use], after: dict[str, Use], second
     return lost == 0 and longest < shelves.interval and blades == len(shelves.folders) * shelves.blades
 
 
+def check_watches(count: int, blades: int) -> None:
+    """The media software of each blade watches a folder, and each Prometheus its list of blades: one that cannot would scrape nothing."""
+    needed, allowed = count * (blades + 1) + OTHER_WATCHES, int(WATCHES.read_text())
+    if allowed < needed:
+        raise SystemExit(f"dev: {count * blades} blades and their Prometheus need {needed} inotify instances, and one user may have {allowed}:"
+                         f" sysctl -w fs.inotify.max_user_instances={needed}")
+
+
 def main(folder: Path, count: int, blades: int, interval: int, quiet: int) -> int:
+    check_watches(count, blades)
     shelves = Shelves(folder, count, blades, interval)
     try:
         shelves.start()
