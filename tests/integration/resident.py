@@ -52,6 +52,13 @@ def started():
     return start is not None and start["result"] == 1
 
 
+def wait_for_sweep():
+    """Until every LED of the typical blade has been read: the first one is read again."""
+    wait_until(lambda: {row["bay"] for row in part("leds")} == {0, 3, 6, 9})
+    first = part("leds")[0]["read_at"]
+    wait_until(lambda: part("leds")[0]["read_at"] != first)
+
+
 class ServingHost:
     """A process that serves the socket."""
 

@@ -8,7 +8,7 @@ import pytest
 from conftest import SECONDS, bin_folder
 from inside import order, sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools, runs  # noqa: F401 (one is a fixture)
-from resident import ServingHost, ask, hosts_of, part, started
+from resident import ServingHost, ask, hosts_of, part, started, wait_for_sweep
 
 ADDRESSES = "telq_qub_dsp_iptable_cfg.xml"
 SIZE = 512 * 1024
@@ -111,8 +111,7 @@ def test_a_resident_host_refuses_what_it_cannot_store_and_loses_nothing(disk, re
     assert any(text.startswith("CDataStorage :: ") and text.endswith(disk.reason) for text in lines())
     assert address() == "10.0.0.1"
     assert disk.files() == before
-    read_at = part("leds")[0]["read_at"]
-    wait_until(lambda: part("leds")[0]["read_at"] != read_at)  # the blade is looked after as ever
+    wait_for_sweep()  # the blade is looked after as ever
     disk.trouble_ends()
     assert write("10.0.0.3") == 1
     assert address() == "10.0.0.3"

@@ -13,7 +13,7 @@ import pytest
 from conftest import SECONDS, bin_folder
 from inside import sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
-from resident import Connection, ServingHost, hosts_of, part, started
+from resident import Connection, ServingHost, hosts_of, part, started, wait_for_sweep
 from test_full_disk import ADDRESSES, address, write
 from test_full_disk import lines as lines_of_the_log
 
@@ -100,8 +100,7 @@ def test_a_plugin_host_works_beside_ten_thousand_descriptors_but_for_the_monitor
 def test_a_resident_host_works_beside_ten_thousand_descriptors_and_says_what_does_not(resident):
     host = resident(BESIDE_MANY)
     assert len(descriptors_of(host.process.pid)) > MANY
-    read_at = part("leds")[0]["read_at"]
-    wait_until(lambda: part("leds")[0]["read_at"] != read_at)
+    wait_for_sweep()
     assert part("controller")["state"] == "answers"
     assert write("192.168.0.1") == 1 and address() == "192.168.0.1"
     wait_until(lambda: part("health")["state"] == "fault")

@@ -7,14 +7,7 @@ import subprocess
 from conftest import SECONDS, bin_folder
 from inside import order, sound_blade, wait_until  # noqa: F401 (one is a fixture)
 from mission import fresh_tools  # noqa: F401 (a fixture)
-from resident import SOCKET, Connection, ask, part, resident, started  # noqa: F401 (one is a fixture)
-
-
-def wait_for_sweep():
-    """Until every LED has been read: the first one is read again."""
-    wait_until(lambda: {row["bay"] for row in part("leds")} == {0, 3, 6, 9})
-    first = part("leds")[0]["read_at"]
-    wait_until(lambda: part("leds")[0]["read_at"] != first)
+from resident import SOCKET, Connection, ask, part, resident, started, wait_for_sweep  # noqa: F401 (one is a fixture)
 
 
 LED = {"op": "read", "group": "0x100", "keys": [{"id": "0x101", "value": 1}]}
