@@ -118,7 +118,17 @@ HostProcess::HostProcess(const std::vector<std::string>& arguments, const std::s
         posix_spawn_file_actions_adddup2(&actions, outs[static_cast<std::size_t>(out)], STDOUT_FILENO);
     }
     posix_spawn_file_actions_adddup2(&actions, errorEnd.Get(), STDERR_FILENO);
-    const int error = posix_spawn(&m_process, BMHOST_FILE, &actions, nullptr, argv.data(), environ);
+    // A shell has what it starts in the background ignore Ctrl-C, and so would bmhost.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t interrupts;
+    sigemptyset(&interrupts);
+    sigaddset(&interrupts, SIGINT);
+    sigaddset(&interrupts, SIGQUIT);
+    posix_spawnattr_setsigdefault(&attributes, &interrupts);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    const int error = posix_spawn(&m_process, BMHOST_FILE, &actions, &attributes, argv.data(), environ);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) throw std::system_error(error, std::generic_category(), BMHOST_FILE);
 }

@@ -1,6 +1,7 @@
 // An adaptor without hardware: it answers a few groups; its variant says what it does in Init, Start, Stop, a read or
 // on creation. Every call leaves a line "[stub] …" in the log.
 #include "host/stubs/StubGroups.h"
+#include "host/stubs/Variant.h"
 
 #include "bm/BaseAdaptor.h"
 #include "bm/Log.h"
@@ -17,43 +18,9 @@
 #include <unistd.h>
 #include <utility>
 
-#ifndef STUB_CREATE
-#define STUB_CREATE Nothing
-#endif
-#ifndef STUB_INIT
-#define STUB_INIT Nothing
-#endif
-#ifndef STUB_START
-#define STUB_START Nothing
-#endif
-#ifndef STUB_STOP
-#define STUB_STOP Nothing
-#endif
-#ifndef STUB_READ
-#define STUB_READ Nothing
-#endif
-
 namespace {
 
 using namespace BM_ADAPTOR;
-
-enum class Act {
-    Nothing,
-    Fail,
-    Print,
-    PrintAndExit,
-    Exit,
-    ExitElsewhere,
-    Hang,
-    Throw,
-    ThrowNumber,
-    Abort,
-    RunTool,
-    ToolInterrupts,
-    ToolFails,
-    ToolOutgrows,
-    SendAndFault
-};
 
 void Print() {
     printf("printed with stdio \x1B[31m\n");
@@ -138,7 +105,7 @@ public:
         m_manager = manager;
         m_manager->RegisterGroup(StubEcho, this);
         m_manager->RegisterEventClass(BMI_EVENT_CLASS, this);
-        return Do(Act::STUB_INIT);
+        return Do(TheVariant.m_init);
     }
 
     int Fin() override {
@@ -148,19 +115,19 @@ public:
 
     int Start(structBmiDeviceInfoType*) override {
         Note("Start");
-        return Do(Act::STUB_START, m_manager);
+        return Do(TheVariant.m_start, m_manager);
     }
 
     int Stop(structBmiDeviceInfoType*) override {
         Note("Stop");
-        return Do(Act::STUB_STOP);
+        return Do(TheVariant.m_stop);
     }
 
     int ReadParams(unsigned group, const CBMIKeys* keys, CBMIParams*& row) override {
         Note("Read");
         row = nullptr;
         if (group == StubNotFound) return RESULT_NOT_FOUND;
-        if (group != StubEcho || Do(Act::STUB_READ) != 1) return 0;
+        if (group != StubEcho || Do(TheVariant.m_read) != 1) return 0;
         row = new CBMIParams(*keys);
         return 1;
     }
@@ -230,22 +197,11 @@ private:
 
 } // namespace
 
-#define STUB_EXPORT extern "C" __attribute__((visibility("default")))
-
-#ifndef STUB_NO_CREATE
-STUB_EXPORT void* CreateAdaptor() {
-    Do(Act::STUB_CREATE);
-#ifdef STUB_NO_ADAPTOR
-    return nullptr;
-#else
-    return static_cast<CBaseAdaptor*>(new StubAdaptor);
-#endif
+void* CreateStub() {
+    return Do(TheVariant.m_create) == 1 ? static_cast<CBaseAdaptor*>(new StubAdaptor) : nullptr;
 }
-#endif
 
-#ifndef STUB_NO_DESTROY
-STUB_EXPORT void DestroyAdaptor(void* adaptor) {
+void DestroyStub(void* adaptor) {
     bmiLog(BM_LOG_ERROR, "stub", "Destroy");
     delete static_cast<StubAdaptor*>(static_cast<CBaseAdaptor*>(adaptor));
 }
-#endif

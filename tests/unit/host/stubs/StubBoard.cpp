@@ -1,7 +1,8 @@
 // An adaptor with DSPs and switch ports and nothing else: two DSPs in AMC bay 3 and one in bay 5, the second without an
 // address, the third not in service; ports 1 and 2. The storage refuses the address 10.0.0.1, the switch port 2, whose
-// link is unknown. STUB_EMPTY: none at all. STUB_GOOD: everything has its address and works. STUB_STORAGE_REFUSES: the
-// storage logs a refusal in Init, or at each look-up of an address.
+// link is unknown. Parts::None: none at all. Parts::Good: everything has its address and works.
+#include "host/stubs/Variant.h"
+
 #include "bm/BaseAdaptor.h"
 #include "bm/Log.h"
 #include "common/veldo_common_protocol.h"
@@ -13,27 +14,12 @@ namespace {
 
 using namespace BM_ADAPTOR;
 
-#ifdef STUB_EMPTY
-constexpr int Dsps = 0;
-constexpr int Ports = 0;
-#else
-constexpr int Dsps = 3;
-constexpr int Ports = 2;
-#endif
-#ifdef STUB_GOOD
-constexpr bool Good = true;
-#else
-constexpr bool Good = false;
-#endif
-
-#ifndef STUB_STORAGE_REFUSES
-#define STUB_STORAGE_REFUSES Nothing
-#endif
-enum class Refused { Nothing, Seeding, Reading };
-constexpr Refused StorageRefuses = Refused::STUB_STORAGE_REFUSES;
+const int Dsps = TheVariant.m_parts == Parts::None ? 0 : 3;
+const int Ports = TheVariant.m_parts == Parts::None ? 0 : 2;
+const bool Good = TheVariant.m_parts == Parts::Good;
 
 void RefuseIf(Refused what, const char* text) {
-    if (StorageRefuses == what) bmiLog(BM_LOG_ERROR, "Storage", "CDataStorage :: %s", text);
+    if (TheVariant.m_refused == what) bmiLog(BM_LOG_ERROR, "Storage", "CDataStorage :: %s", text);
 }
 
 void AddNumber(CBMIParams& row, unsigned id, int value) {
@@ -141,10 +127,10 @@ private:
 
 } // namespace
 
-extern "C" __attribute__((visibility("default"))) void* CreateAdaptor() {
+void* CreateStub() {
     return static_cast<CBaseAdaptor*>(new StubBoard);
 }
 
-extern "C" __attribute__((visibility("default"))) void DestroyAdaptor(void* adaptor) {
+void DestroyStub(void* adaptor) {
     delete static_cast<StubBoard*>(static_cast<CBaseAdaptor*>(adaptor));
 }

@@ -1,6 +1,8 @@
 // An adaptor with LEDs and nothing else: three of the baseboard, two each of the AMCs in bays 3 and 5. It writes as the
 // real one does: AMC LEDs of the first AMC only, 0 for success; a controller behind it refuses white with 0xCC, and LED
-// 2 of bay 5 cannot be read. STUB_NO_LEDS: none at all.
+// 2 of bay 5 cannot be read. Parts::None: none at all.
+#include "host/stubs/Variant.h"
+
 #include "bm/BaseAdaptor.h"
 #include "common/veldo_common_protocol.h"
 
@@ -45,7 +47,7 @@ int Get(const CBMIParams& row, unsigned id) {
 class StubLeds final : public CBaseAdaptor {
 public:
     StubLeds() {
-#ifndef STUB_NO_LEDS
+        if (TheVariant.m_parts == Parts::None) return;
         for (const auto& [bay, count] : {std::pair{0, 3}, {3, 2}, {5, 2}}) {
             for (int led = 1; led <= count; ++led)
                 m_leds[{bay, led}] = {};
@@ -53,21 +55,12 @@ public:
         m_leds[{0, 2}] = {0, 25, 50, 0, INTERNAL_LED_RED};
         m_leds[{0, 3}] = {0, 0, 0, 34, 0};
         m_leds[{3, 1}] = {0, 1, 0, 0, INTERNAL_LED_BLUE};
-#endif
     }
 
-    int Init(IBMAdaptorMgr*) override {
-        return 1;
-    }
-    int Fin() override {
-        return 1;
-    }
-    int Start(structBmiDeviceInfoType*) override {
-        return 1;
-    }
-    int Stop(structBmiDeviceInfoType*) override {
-        return 1;
-    }
+    int Init(IBMAdaptorMgr*) override { return 1; }
+    int Fin() override { return 1; }
+    int Start(structBmiDeviceInfoType*) override { return 1; }
+    int Stop(structBmiDeviceInfoType*) override { return 1; }
 
     int ReadParams(unsigned group, const CBMIKeys* keys, CBMIParams*& row) override {
         row = nullptr;
@@ -101,18 +94,10 @@ public:
         return 0;
     }
 
-    int CreateParams(unsigned, const CBMIKeys*, CBMIParams*) override {
-        return 0;
-    }
-    int DeleteParams(unsigned, const CBMIKeys*) override {
-        return 1;
-    }
-    int GetParamTable(unsigned, CBMITable*&) override {
-        return 0;
-    }
-    int ProcessEvent(unsigned, CBMIEvParams*) override {
-        return 1;
-    }
+    int CreateParams(unsigned, const CBMIKeys*, CBMIParams*) override { return 0; }
+    int DeleteParams(unsigned, const CBMIKeys*) override { return 1; }
+    int GetParamTable(unsigned, CBMITable*&) override { return 0; }
+    int ProcessEvent(unsigned, CBMIEvParams*) override { return 1; }
 
 private:
     static std::pair<int, int> PlaceOf(unsigned group, const CBMIKeys& keys) {
@@ -125,10 +110,10 @@ private:
 
 } // namespace
 
-extern "C" __attribute__((visibility("default"))) void* CreateAdaptor() {
+void* CreateStub() {
     return static_cast<CBaseAdaptor*>(new StubLeds);
 }
 
-extern "C" __attribute__((visibility("default"))) void DestroyAdaptor(void* adaptor) {
+void DestroyStub(void* adaptor) {
     delete static_cast<StubLeds*>(static_cast<CBaseAdaptor*>(adaptor));
 }
